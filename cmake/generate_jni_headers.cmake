@@ -1,0 +1,16 @@
+# Run as a script: javac writes the JNI headers of the given sources; unchanged headers keep their time stamps, so a
+# change of Java code that leaves the natives alone compiles no C++.
+file(REMOVE_RECURSE "${work_dir}")
+file(MAKE_DIRECTORY "${work_dir}/headers" "${work_dir}/classes")
+execute_process(
+    COMMAND "${javac}" -encoding UTF-8 -proc:none -nowarn -implicit:none -h "${work_dir}/headers"
+        -d "${work_dir}/classes" -sourcepath "${sourcepath}" ${sources}
+    RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+if(NOT result EQUAL 0)
+    message(FATAL_ERROR "javac could not make the JNI headers:\n${output}")
+endif()
+file(GLOB headers "${work_dir}/headers/*.h")
+foreach(header IN LISTS headers)
+    get_filename_component(name "${header}" NAME)
+    file(COPY_FILE "${header}" "${header_dir}/${name}" ONLY_IF_DIFFERENT)
+endforeach()

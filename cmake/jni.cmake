@@ -1,0 +1,49 @@
+# kiv_jni: the JDK's jni.h. kiv_generate_jni_headers(): our own headers, made from the Java classes by javac.
+find_package(Java 17 REQUIRED COMPONENTS Development)
+if(NOT DEFINED ENV{JAVA_HOME} AND NOT DEFINED JAVA_HOME)
+    # The JDK whose javac was found, so that compiler and headers belong together.
+    get_filename_component(kiv_javac "${Java_JAVAC_EXECUTABLE}" REALPATH)
+    get_filename_component(JAVA_HOME "${kiv_javac}/../.." ABSOLUTE)
+endif()
+# jni.h is all that is needed: the library is opened by a JVM and never starts one.
+find_path(KIV_JNI_INCLUDE_DIR jni.h HINTS "${JAVA_HOME}/include" "$ENV{JAVA_HOME}/include" REQUIRED)
+find_path(KIV_JNI_MD_INCLUDE_DIR jni_md.h HINTS "${KIV_JNI_INCLUDE_DIR}/linux" REQUIRED)
+add_library(kiv_jni INTERFACE)
+target_include_directories(kiv_jni SYSTEM INTERFACE "${KIV_JNI_INCLUDE_DIR}" "${KIV_JNI_MD_INCLUDE_DIR}")
+
+# The classes that hold natives. An entry point that includes its generated header cannot differ from the Java
+# declaration without a compile error.
+set(kiv_native_classes c_multimediaapi_ffmpeg c_mediareader_ffmpeg c_codecoptions_ffmpeg)
+
+function(kiv_generate_jni_headers target)
+    set(java_root "${CMAKE_SOURCE_DIR}/java/src/main/java")
+    set(package kiv/media/ffmpeg)
+    set(header_dir "${CMAKE_BINARY_DIR}/generated/jni")
+    set(headers)
+    set(sources)
+    foreach(class IN LISTS kiv_native_classes)
+        set(source "${java_root}/${package}/${class}.java")
+        # Looked at again at the next build when one of them appears.
+        file(GLOB found CONFIGURE_DEPENDS "${source}")
+        if(found)
+            list(APPEND sources "${source}")
+            list(APPEND headers "${header_dir}/kiv_media_ffmpeg_${class}.h")
+        endif()
+    endforeach()
+    file(MAKE_DIRECTORY "${header_dir}")
+    target_include_directories(${target} PUBLIC "${header_dir}")
+    if(NOT sources)
+        return()
+    endif()
+    add_custom_command(
+        OUTPUT ${headers}
+        COMMAND "${CMAKE_COMMAND}"
+            "-Djavac=${Java_JAVAC_EXECUTABLE}" "-Dsourcepath=${java_root}" "-Dsources=${sources}"
+            "-Dheader_dir=${header_dir}" "-Dwork_dir=${CMAKE_BINARY_DIR}/generated/work"
+            -P "${CMAKE_SOURCE_DIR}/cmake/generate_jni_headers.cmake"
+        DEPENDS ${sources} "${CMAKE_SOURCE_DIR}/cmake/generate_jni_headers.cmake"
+        COMMENT "Generating JNI headers"
+        VERBATIM)
+    add_custom_target(jni_headers DEPENDS ${headers})
+    add_dependencies(${target} jni_headers)
+endfunction()

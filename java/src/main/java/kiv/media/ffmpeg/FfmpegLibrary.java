@@ -1,0 +1,154 @@
+package kiv.media.ffmpeg;
+
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
+
+/**
+ * The native library and FFmpeg, loaded once in a process. {@link MediaReader} and {@link VideoDecoder} load them by
+ * themselves; a program calls {@link #load(Path)} first when it wants a certain FFmpeg.
+ *
+ * <p>FFmpeg's directory is, in this order: the one given to {@link #load(Path)}, the system property
+ * {@value #DIRECTORY_PROPERTY}, the package {@code org.bytedeco.javacpp-presets:ffmpeg} (2.8.1-1.1,
+ * {@code linux-x86_64}) on the class path, whose libraries are unpacked into a per-user cache. The native library is
+ * the file named by the system property {@value #LIBRARY_PROPERTY}, else {@code libkivjniffmpeg.so} from
+ * {@code java.library.path}.
+ *
+ * <p>All methods may be called by any thread.
+ */
+public final class FfmpegLibrary {
+
+    /** The system property with the path of the native library. */
+    public static final String LIBRARY_PROPERTY = "kiv.media.ffmpeg.library";
+    /** The system property with the directory of FFmpeg's libraries. */
+    public static final String DIRECTORY_PROPERTY = "kiv.media.ffmpeg.dir";
+    /** The system property with the directory under which FFmpeg's libraries are unpacked. */
+    public static final String CACHE_PROPERTY = "kiv.media.ffmpeg.cache";
+
+    /** FFmpeg's libraries. The first two come first because the others find them only when they are loaded already. */
+    static final List<String> LIBRARIES = List.of("libavutil.so.54", "libswresample.so.1", "libavcodec.so.56",
+            "libavformat.so.56", "libswscale.so.3");
+    private static final int PRELOADED = 2;
+
+    /** The level is stored by the library but filters nothing. */
+    private static final int LOG_LEVEL = 5;
+
+    private static boolean nativesLoaded;
+    private static Path loadedDirectory;
+    private static long context;
+    private static LibraryException failure;
+
+    private FfmpegLibrary() {
+    }
+
+    /**
+     * Loads the native library and FFmpeg, unless they are loaded.
+     *
+     * @throws LibraryException when something is missing or does not load
+     */
+    public static void load() {
+        context();
+    }
+
+    /**
+     * Loads the native library and FFmpeg from a directory.
+     *
+     * @param directory where the five libraries are: {@code libavcodec.so.56}, {@code libavformat.so.56},
+     *     {@code libavutil.so.54}, {@code libswresample.so.1}, {@code libswscale.so.3}
+     * @throws LibraryException when something is missing or does not load, or when FFmpeg is already loaded from
+     *     another directory
+     */
+    public static synchronized void load(Path directory) {
+        Path wanted = directory.toAbsolutePath().normalize();
+        if (context == 0) {
+            open(wanted);
+        } else if (!wanted.equals(loadedDirectory)) {
+            throw new LibraryException("FFmpeg is already loaded from " + loadedDirectory
+                    + " and a process can load it only once; name " + wanted + " before the first use");
+        }
+    }
+
+    /**
+     * Loads only the native library, without FFmpeg, for users of {@link c_multimediaapi_ffmpeg} that call its
+     * {@code n_init} themselves.
+     *
+     * @throws LibraryException when it is not found or does not load
+     */
+    public static synchronized void loadNatives() {
+        if (nativesLoaded) {
+            return;
+        }
+        String file = System.getProperty(LIBRARY_PROPERTY);
+        try {
+            if (file != null) {
+                System.load(Path.of(file).toAbsolutePath().toString());
+            } else {
+                System.loadLibrary("kivjniffmpeg");
+            }
+        } catch (UnsatisfiedLinkError e) {
+            throw new LibraryException("cannot load the native library: " + e.getMessage() + "; name its file with -D"
+                    + LIBRARY_PROPERTY + "=/path/libkivjniffmpeg.so", e);
+        }
+        nativesLoaded = true;
+    }
+
+    /**
+     * Tells which FFmpeg a program would use, or uses: unpacks the class-path package when it is the one.
+     *
+     * @return the absolute path of its directory
+     * @throws LibraryException when there is none
+     */
+    public static synchronized Path directory() {
+        return loadedDirectory != null ? loadedDirectory : FfmpegDirectory.find();
+    }
+
+    /**
+     * Makes FFmpeg's base libraries of a directory known to the dynamic loader. The libraries do not say where the
+     * others are, so loading {@code libavcodec} fails, or takes another copy of them from elsewhere, unless they are in
+     * the process already; then they are matched by name.
+     *
+     * @param directory the directory that is then given to {@code n_init}
+     * @throws LibraryException when a file is missing or does not load
+     */
+    public static void preload(Path directory) {
+        Path absolute = directory.toAbsolutePath().normalize();
+        for (String name : LIBRARIES) {
+            if (!Files.isRegularFile(absolute.resolve(name))) {
+                throw new LibraryException("no " + name + " in the FFmpeg directory " + absolute);
+            }
+        }
+        for (String name : LIBRARIES.subList(0, PRELOADED)) {
+            try {
+                System.load(absolute.resolve(name).toString());
+            } catch (UnsatisfiedLinkError e) {
+                throw new LibraryException("cannot load FFmpeg: " + e.getMessage(), e);
+            }
+        }
+    }
+
+    /** The process-wide library context, which is never closed. */
+    static synchronized long context() {
+        if (context == 0) {
+            open(null);
+        }
+        return context;
+    }
+
+    private static void open(Path wanted) {
+        if (failure != null) {
+            // What failed inside the native library fails for good: it tries FFmpeg once in a process.
+            throw new LibraryException(failure.getMessage(), failure);
+        }
+        Path directory = wanted != null ? wanted : FfmpegDirectory.find();
+        loadNatives();
+        preload(directory);
+        try {
+            context = c_multimediaapi_ffmpeg.n_init(directory.toString(), new c_multimediaapi_ffmpeg(), LOG_LEVEL);
+        } catch (RuntimeException | Error e) {
+            failure = new LibraryException("cannot load FFmpeg from " + directory + ": " + e.getMessage()
+                    + "; it takes FFmpeg 2.4 to 2.8", e);
+            throw failure;
+        }
+        loadedDirectory = directory;
+    }
+}

@@ -1,0 +1,47 @@
+package kiv.media.ffmpeg;
+
+/** Conversions between a four-character code's text and its 32-bit value, whose low byte is the first character. */
+public final class FourCharacterCode {
+
+    private FourCharacterCode() {
+    }
+
+    /**
+     * Packs a text.
+     *
+     * @param text four characters of Latin-1
+     * @return its value
+     */
+    public static int of(String text) {
+        if (text.length() != 4) {
+            throw new IllegalArgumentException("a four-character code has four characters: \"" + text + "\"");
+        }
+        int code = 0;
+        for (int i = 3; i >= 0; i--) {
+            char character = text.charAt(i);
+            if (character > 0xFF) {
+                throw new IllegalArgumentException("not a character of Latin-1 in \"" + text + "\"");
+            }
+            code = code << 8 | character;
+        }
+        return code;
+    }
+
+    /**
+     * Writes a code for people: its four characters, or a hexadecimal number when one of them cannot be printed.
+     *
+     * @param code the code
+     * @return the text
+     */
+    public static String toText(int code) {
+        StringBuilder text = new StringBuilder(4);
+        for (int shift = 0; shift < 32; shift += 8) {
+            int character = code >>> shift & 0xFF;
+            if (character < 0x20 || character > 0x7E) {
+                return String.format("0x%08x", code);
+            }
+            text.append((char) character);
+        }
+        return text.toString();
+    }
+}

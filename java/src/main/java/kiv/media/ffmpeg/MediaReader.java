@@ -1,0 +1,272 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.nio.channels.SeekableByteChannel;
+import java.nio.file.FileSystemException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.List;
+import java.util.Optional;
+import java.util.OptionalLong;
+import java.util.Spliterator;
+import java.util.Spliterators;
+import java.util.concurrent.CopyOnWriteArrayList;
+import java.util.function.Consumer;
+import java.util.stream.Stream;
+import java.util.stream.StreamSupport;
+
+/**
+ * Reads a media container: its streams and, one after the other, its packets.
+ *
+ * <pre>{@code
+ * try (MediaReader reader = MediaReader.open(Path.of("film.mp4"))) {
+ *     MediaStream video = reader.firstVideo().orElseThrow();
+ *     for (Packet packet; (packet = reader.read()) != null;) {
+ *         if (packet.streamIndex() == video.index()) { ... }
+ *     }
+ * }
+ * }</pre>
+ *
+ * <p>The bytes come from one file or channel only; nothing in it can make the process open anything else. A reader may
+ * move from thread to thread, but two threads must not call it at the same time: the second one gets a
+ * {@link MediaStateException}, as does every use after {@link #close()}.
+ */
+public final class MediaReader implements AutoCloseable {
+
+    private static final int SEEK_BACKWARD = 1;
+    private static final int ANY_STREAM = -1;
+    private static final int PACKET_FIELDS = 6;
+
+    private final NativeHandle handle;
+    private final SeekableByteChannel channel;
+    private final String formatName;
+    private final long[] info;
+    private final List<MediaStream> streams = new CopyOnWriteArrayList<>();
+
+    private MediaReader(long address, SeekableByteChannel channel) {
+        this.handle = new NativeHandle("reader", this, address, c_mediareader_ffmpeg::n_reader_delete);
+        this.channel = channel;
+        try {
+            this.formatName = c_mediareader_ffmpeg.n_reader_get_format_name(address);
+            this.info = c_mediareader_ffmpeg.n_reader_get_info(address);
+            learnStreams(address, info[0]);
+        } catch (Throwable e) {
+            handle.close();
+            throw e;
+        }
+    }
+
+    /**
+     * Opens a file.
+     *
+     * @param file the file
+     * @return its reader, to be closed
+     * @throws IOException when the file cannot be read
+     * @throws MediaFormatException when it is no media file of a known kind
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(Path file) throws IOException {
+        if (Files.isDirectory(file)) {
+            throw new FileSystemException(file.toString(), null, "is a directory");
+        }
+        SeekableByteChannel channel = Files.newByteChannel(file);
+        try {
+            return open(channel);
+        } catch (MediaFormatException e) {
+            channel.close();
+            throw new MediaFormatException(file + ": " + e.getMessage(), e);
+        } catch (Throwable e) {
+            channel.close();
+            throw e;
+        }
+    }
+
+    /**
+     * Opens a channel, from its first byte. The reader uses the channel alone and closes it at the end; when this
+     * method throws, it stays open.
+     *
+     * @param channel the bytes
+     * @return its reader, to be closed
+     * @throws IOException when the channel cannot be read
+     * @throws MediaFormatException when the bytes are no media of a known kind
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(SeekableByteChannel channel) throws IOException {
+        c_mediareader_source source = new c_mediareader_source(channel);
+        channel.position(0);
+        long context = FfmpegLibrary.context();
+        long address;
+        try {
+            address = c_mediareader_ffmpeg.n_reader_open(context, source);
+        } catch (RuntimeException e) {
+            throw failed("not a media file of a known kind", e);
+        }
+        return new MediaReader(address, channel);
+    }
+
+    /** FFmpeg's short name of the container format, possibly several joined by commas, such as {@code mov,mp4}. */
+    public String formatName() {
+        return formatName;
+    }
+
+    /** Length of the whole. */
+    public Optional<Duration> duration() {
+        return info[1] == Packet.NO_TIME ? Optional.empty() : Optional.of(microseconds(info[1]));
+    }
+
+    /** Where the times begin. */
+    public Optional<Duration> startTime() {
+        return info[2] == Packet.NO_TIME ? Optional.empty() : Optional.of(microseconds(info[2]));
+    }
+
+    /** Bits a second of the whole, when known. */
+    public OptionalLong bitRate() {
+        return info[3] > 0 ? OptionalLong.of(info[3]) : OptionalLong.empty();
+    }
+
+    /**
+     * The streams by index. Some containers show a stream only with its first packet; it is here when that packet was
+     * read.
+     *
+     * @return a snapshot
+     */
+    public List<MediaStream> streams() {
+        return List.copyOf(streams);
+    }
+
+    /** The first stream of pictures that is not just a cover, if there is one. */
+    public Optional<MediaStream> firstVideo() {
+        return streams.stream().filter(s -> s.kind() == MediaKind.VIDEO && !s.isAttachedPicture()).findFirst();
+    }
+
+    /**
+     * Reads the next packet, of whatever stream.
+     *
+     * @return the packet, or null at the end
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when the container is damaged here
+     */
+    public Packet read() throws IOException {
+        return handle.call(address -> {
+            long[] fields = new long[PACKET_FIELDS];
+            byte[] bytes;
+            try {
+                bytes = c_mediareader_ffmpeg.n_reader_read(address, fields);
+            } catch (RuntimeException e) {
+                throw failed("cannot read the next packet", e);
+            }
+            if (bytes == null) {
+                return null;
+            }
+            if (fields[0] >= streams.size()) {
+                learnStreams(address, fields[0] + 1);
+            }
+            return Packet.ofNative(bytes, fields);
+        });
+    }
+
+    /**
+     * The packets from here to the end, read as they are asked for. An {@link IOException} comes as
+     * {@link UncheckedIOException}.
+     *
+     * @return a sequential stream, which need not be closed
+     */
+    public Stream<Packet> packets() {
+        var source = new Spliterators.AbstractSpliterator<Packet>(Long.MAX_VALUE,
+                Spliterator.ORDERED | Spliterator.NONNULL) {
+            @Override
+            public boolean tryAdvance(Consumer<? super Packet> action) {
+                Packet packet;
+                try {
+                    packet = read();
+                } catch (IOException e) {
+                    throw new UncheckedIOException(e);
+                }
+                if (packet != null) {
+                    action.accept(packet);
+                }
+                return packet != null;
+            }
+        };
+        return StreamSupport.stream(source, false);
+    }
+
+    /**
+     * Moves to the last place at or before a time where decoding can start.
+     *
+     * @param time from the container's zero
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when the container cannot do it
+     */
+    public void seek(Duration time) throws IOException {
+        long micros;
+        try {
+            micros = Math.addExact(Math.multiplyExact(time.getSeconds(), 1_000_000L), time.getNano() / 1000);
+        } catch (ArithmeticException e) {
+            throw new IllegalArgumentException("beyond the range of times: " + time, e);
+        }
+        seek(ANY_STREAM, micros);
+    }
+
+    /**
+     * Moves to the last place at or before a stream's time where decoding of that stream can start.
+     *
+     * @param stream a stream of this reader
+     * @param time in units of the stream's time base
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when the container cannot do it
+     */
+    public void seek(MediaStream stream, long time) throws IOException {
+        if (!streams.contains(stream)) {
+            throw new IllegalArgumentException(stream + " is not a stream of this reader");
+        }
+        if (time == Packet.NO_TIME) {
+            throw new IllegalArgumentException("no time to seek to");
+        }
+        seek(stream.index(), time);
+    }
+
+    private void seek(int stream, long time) throws IOException {
+        handle.call(address -> {
+            try {
+                c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SEEK_BACKWARD);
+            } catch (RuntimeException e) {
+                throw failed("cannot seek", e);
+            }
+            return null;
+        });
+    }
+
+    /**
+     * Closes the reader and its channel; does nothing the second time. Streams and packets stay usable.
+     *
+     * @throws IOException when the channel cannot be closed
+     * @throws MediaStateException when another thread is inside a call
+     */
+    @Override
+    public void close() throws IOException {
+        handle.close();
+        channel.close();
+    }
+
+    private void learnStreams(long address, long count) {
+        for (int i = streams.size(); i < count; i++) {
+            streams.add(new MediaStream(i, c_mediareader_ffmpeg.n_reader_get_stream(address, i),
+                    c_mediareader_ffmpeg.n_reader_get_codec_name(address, i),
+                    c_mediareader_ffmpeg.n_reader_get_extradata(address, i)));
+        }
+    }
+
+    /** A channel's own unchecked exceptions pass through the native call and are not the container's fault. */
+    private static RuntimeException failed(String what, RuntimeException cause) {
+        return cause.getClass() == RuntimeException.class
+                ? new MediaFormatException(what + ": " + cause.getMessage(), cause)
+                : cause;
+    }
+
+    private static Duration microseconds(long micros) {
+        return new Rational(1, 1_000_000).times(micros);
+    }
+}

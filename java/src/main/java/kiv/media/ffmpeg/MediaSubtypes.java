@@ -1,0 +1,101 @@
+package kiv.media.ffmpeg;
+
+import java.util.List;
+import java.util.Optional;
+
+/**
+ * The media subtypes by which the library knows compressed video: GUIDs in text form, most of them made of a
+ * four-character code. The library decodes these and no others.
+ */
+public final class MediaSubtypes {
+
+    private static final String SUFFIX = "-0000-0010-8000-00aa00389b71";
+    private static final int H264 = 28;
+
+    /** H.264 with start codes between its parts (Annex B). */
+    public static final String H264_ANNEX_B = of(FourCharacterCode.of("H264"));
+    /** H.264 with lengths before its parts and a configuration record as extradata. */
+    public static final String H264_AVC1 = of(FourCharacterCode.of("avc1"));
+
+    /** A subtype, the code that may name it, and FFmpeg's number of the codec as a container reader reports it. */
+    private record Row(String subtype, int fourcc, int codecId) {
+
+        static Row of(String code, int codecId) {
+            int fourcc = FourCharacterCode.of(code);
+            return new Row(MediaSubtypes.of(fourcc), fourcc, codecId);
+        }
+    }
+
+    /** Of several rows for a codec, the first serves streams whose own code names none of them. */
+    private static final List<Row> ROWS = List.of(
+            new Row("e06d8026-db46-11cf-b4d1-00805f6cbbea", 0, 2),
+            Row.of("H264", H264),
+            Row.of("avc1", H264),
+            Row.of("VSSH", H264),
+            Row.of("MP43", 17),
+            Row.of("MP42", 16),
+            Row.of("MP4V", 13),
+            Row.of("M4S2", 13),
+            Row.of("DX50", 13),
+            Row.of("H263", 5),
+            new Row("68323633-767a-494d-b478-f29d25dc9037", 0, 5),
+            Row.of("WMV1", 18),
+            Row.of("WMV2", 19),
+            Row.of("WMV3", 72),
+            Row.of("dvsd", 25),
+            new Row(of(1), 1, 46),
+            new Row("e436eb81-524f-11ce-9f53-0020af0ba770", 0, 1),
+            new Row("e436eb80-524f-11ce-9f53-0020af0ba770", 0, 1),
+            Row.of("MPG1", 1),
+            Row.of("cvid", 44),
+            Row.of("IV32", 29));
+
+    private MediaSubtypes() {
+    }
+
+    /**
+     * The GUID that a four-character code (or a compression number) stands for, whether or not the library decodes it.
+     *
+     * @param fourcc the code, its first character in the low byte
+     * @return 36 lower-case characters
+     */
+    public static String of(int fourcc) {
+        return String.format("%08x", fourcc) + SUFFIX;
+    }
+
+    /**
+     * Finds the subtype for a stream: by its four-character code when that is one of the codec's, else by its codec.
+     * H.264 goes by its extradata, because containers give both kinds under the same code.
+     *
+     * @param codecId FFmpeg's number of the codec
+     * @param codecTag the four-character code, or 0
+     * @param extradata the codec's private data; may be empty
+     * @return the subtype, or empty when the library has none for the codec
+     */
+    public static Optional<String> find(int codecId, int codecTag, byte[] extradata) {
+        if (codecId == H264) {
+            // A configuration record begins with its version, 1; start codes begin with 0.
+            return Optional.of(extradata.length > 0 && extradata[0] == 1 ? H264_AVC1 : H264_ANNEX_B);
+        }
+        Optional<Row> named = ROWS.stream()
+                .filter(row -> row.codecId == codecId && row.fourcc != 0 && row.fourcc == codecTag).findFirst();
+        return named.or(() -> ROWS.stream().filter(row -> row.codecId == codecId).findFirst()).map(Row::subtype);
+    }
+
+    /**
+     * Finds the subtype for a stream of a container.
+     *
+     * @param stream the stream
+     * @return the subtype, or empty when the library has none for its codec
+     */
+    public static Optional<String> find(MediaStream stream) {
+        return stream.kind() == MediaKind.VIDEO
+                ? find(stream.codecId(), stream.codecTag(), stream.extradata())
+                : Optional.empty();
+    }
+
+    /** Every subtype that the library knows. */
+    public static List<String> all() {
+        return ROWS.stream().map(Row::subtype).toList();
+    }
+}

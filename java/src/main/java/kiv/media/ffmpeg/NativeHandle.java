@@ -1,0 +1,111 @@
+package kiv.media.ffmpeg;
+
+import java.lang.ref.Cleaner;
+import java.lang.ref.Reference;
+import java.util.concurrent.atomic.AtomicReference;
+import java.util.function.LongConsumer;
+
+/**
+ * Owns a native object: lets one thread at a time at it, none after it was closed, and deletes it exactly once, at the
+ * latest when its owner has become unreachable. Native code trusts its handle, so every call goes through here.
+ */
+final class NativeHandle {
+
+    private static final Cleaner CLEANER = Cleaner.create();
+
+    /** A native call on the object's address. */
+    @FunctionalInterface
+    interface Call<T, X extends Exception> {
+        T on(long address) throws X;
+    }
+
+    /** What the cleaner needs; it must not refer to the owner. */
+    private static final class Target implements Runnable {
+        private final LongConsumer deleter;
+        private long address;
+
+        Target(long address, LongConsumer deleter) {
+            this.address = address;
+            this.deleter = deleter;
+        }
+
+        @Override
+        public void run() {
+            long dead = address;
+            address = 0;
+            if (dead != 0) {
+                deleter.accept(dead);
+            }
+        }
+    }
+
+    private final String what;
+    private final Object owner;
+    private final Target target;
+    private final Cleaner.Cleanable cleanable;
+    private final AtomicReference<Thread> caller = new AtomicReference<>();
+
+    /**
+     * Takes a native object over.
+     *
+     * @param what how messages name it
+     * @param owner the Java object that stands for it
+     * @param address its handle
+     * @param deleter deletes it; must not refer to the owner, and runs on any thread
+     */
+    NativeHandle(String what, Object owner, long address, LongConsumer deleter) {
+        this.what = what;
+        this.owner = owner;
+        this.target = new Target(address, deleter);
+        this.cleanable = CLEANER.register(owner, target);
+    }
+
+    /**
+     * Makes a native call.
+     *
+     * @throws MediaStateException when the object is closed or another call is running
+     */
+    <T, X extends Exception> T call(Call<T, X> call) throws X {
+        enter();
+        try {
+            if (target.address == 0) {
+                throw new MediaStateException("the " + what + " is closed");
+            }
+            return call.on(target.address);
+        } finally {
+            leave();
+        }
+    }
+
+    /**
+     * Deletes the object; does nothing the second time.
+     *
+     * @throws MediaStateException when another call is running
+     */
+    void close() {
+        enter();
+        try {
+            cleanable.clean();
+        } finally {
+            leave();
+        }
+    }
+
+    private void enter() {
+        Thread current = Thread.currentThread();
+        Thread other = caller.compareAndExchange(null, current);
+        if (other == current) {
+            throw new MediaStateException("the " + what + " is called out of its own callback");
+        }
+        if (other != null) {
+            throw new MediaStateException("the " + what + " is in use by the thread \"" + other.getName()
+                    + "\"; let one thread at a time call it");
+        }
+    }
+
+    private void leave() {
+        caller.set(null);
+        // Keeps the cleaner away while native code is at work on the object.
+        Reference.reachabilityFence(owner);
+    }
+}

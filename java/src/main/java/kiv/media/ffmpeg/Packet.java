@@ -1,0 +1,116 @@
+package kiv.media.ffmpeg;
+
+import java.nio.ByteBuffer;
+import java.util.Objects;
+
+/**
+ * A piece of one stream's compressed data as its container holds it: for video, one picture. Times are in the
+ * {@linkplain MediaStream#timeBase() time base} of the stream, {@link #NO_TIME} where the container tells none.
+ * Immutable.
+ */
+public final class Packet {
+
+    /** Stands for a time that is not known. */
+    public static final long NO_TIME = Long.MIN_VALUE;
+
+    private static final int KEY = 1;
+    private static final byte[] EMPTY = {};
+
+    private final byte[] bytes;
+    private final int streamIndex;
+    private final long presentationTime;
+    private final long decodingTime;
+    private final long duration;
+    private final boolean key;
+    private final long position;
+
+    private Packet(byte[] bytes, int streamIndex, long presentationTime, long decodingTime, long duration, boolean key,
+            long position) {
+        this.bytes = bytes;
+        this.streamIndex = streamIndex;
+        this.presentationTime = presentationTime;
+        this.decodingTime = decodingTime;
+        this.duration = duration;
+        this.key = key;
+        this.position = position;
+    }
+
+    /**
+     * Makes a packet of bytes that did not come from a {@link MediaReader}.
+     *
+     * @param bytes the compressed data, copied
+     * @param streamIndex the index of the stream that it belongs to, at least 0
+     * @param presentationTime when it is shown, or {@link #NO_TIME}
+     * @param decodingTime when it is decoded, or {@link #NO_TIME}
+     * @param key whether decoding can start with it
+     * @return the packet
+     */
+    public static Packet of(byte[] bytes, int streamIndex, long presentationTime, long decodingTime, boolean key) {
+        Objects.requireNonNull(bytes, "bytes");
+        if (streamIndex < 0) {
+            throw new IllegalArgumentException("negative stream index " + streamIndex);
+        }
+        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, -1);
+    }
+
+    /** Takes over what the native reader filled. */
+    static Packet ofNative(byte[] bytes, long[] fields) {
+        return new Packet(bytes, (int) fields[0], fields[1], fields[2], fields[3], (fields[4] & KEY) != 0, fields[5]);
+    }
+
+    /** The index of the stream in {@link MediaReader#streams()}. */
+    public int streamIndex() {
+        return streamIndex;
+    }
+
+    /** When it is shown, in units of the stream's time base, or {@link #NO_TIME}. */
+    public long presentationTime() {
+        return presentationTime;
+    }
+
+    /** When it is decoded, in units of the stream's time base, or {@link #NO_TIME}. */
+    public long decodingTime() {
+        return decodingTime;
+    }
+
+    /** How long it lasts, in units of the stream's time base; 0 when unknown. */
+    public long duration() {
+        return duration;
+    }
+
+    /** Whether decoding can start with it. */
+    public boolean isKey() {
+        return key;
+    }
+
+    /** Where it begins in the container, in bytes, or -1 when unknown. */
+    public long position() {
+        return position;
+    }
+
+    /** The number of bytes. */
+    public int size() {
+        return bytes.length;
+    }
+
+    /** The compressed data, read-only and without a copy. */
+    public ByteBuffer data() {
+        return ByteBuffer.wrap(bytes).asReadOnlyBuffer();
+    }
+
+    /** The array itself, for the native calls, which only read it. */
+    byte[] bytes() {
+        return bytes;
+    }
+
+    /** The same packet without its bytes, for those who need its times longer than its data. */
+    Packet withoutData() {
+        return new Packet(EMPTY, streamIndex, presentationTime, decodingTime, duration, key, position);
+    }
+
+    @Override
+    public String toString() {
+        return "Packet[stream " + streamIndex + ", " + bytes.length + " bytes, presented "
+                + (presentationTime == NO_TIME ? "?" : presentationTime) + (key ? ", key]" : "]");
+    }
+}

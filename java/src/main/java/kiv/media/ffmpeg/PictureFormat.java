@@ -1,0 +1,144 @@
+package kiv.media.ffmpeg;
+
+import java.util.Optional;
+
+/**
+ * The formats in which a {@link VideoDecoder} can give its pictures. A picture that the decoder makes in another
+ * format, or in another size than the stream's, is converted by libswscale.
+ */
+public enum PictureFormat {
+    /** Planar YUV 4:2:0, planes in the order Y, V, U. */
+    YV12(fourcc("YV12"), 12, 3, Byte.BYTES, 0, 0, 0, 0),
+    /** Planar YUV 4:2:0, planes in the order Y, U, V. */
+    I420(fourcc("I420"), 12, 3, Byte.BYTES, 0, 0, 0, 0),
+    /** Packed YUV 4:2:2, bytes in the order Y0 U Y1 V. */
+    YUY2(fourcc("YUY2"), 16, 1, Short.BYTES, 0, 0, 0, 0),
+    /** Packed YUV 4:2:2, bytes in the order U Y0 V Y1. */
+    UYVY(fourcc("UYVY"), 16, 1, Short.BYTES, 0, 0, 0, 0),
+    /** RGB in one byte: three bits red, three green, two blue. */
+    RGB8(0, 8, 1, Byte.BYTES, 0xE0, 0x1C, 0x03, 0),
+    /** RGB with five bits each in two bytes, the high byte first. */
+    RGB15(0, 15, 1, Short.BYTES, 0x7C00, 0x03E0, 0x001F, 0),
+    /** RGB with five, six and five bits in two bytes, the high byte first. */
+    RGB16(0, 16, 1, Short.BYTES, 0xF800, 0x07E0, 0x001F, 0),
+    /** RGB in three bytes: red, green, blue. No Java array has elements of that size, so decoders refuse it. */
+    RGB24(0, 24, 1, 3, 0xFF0000, 0x00FF00, 0x0000FF, 0),
+    /** RGB in an {@code int} of the form {@code 0xAARRGGBB}, as {@code BufferedImage} has it. */
+    RGB32(0, 32, 1, Integer.BYTES, 0xFF0000, 0x00FF00, 0x0000FF, 0xFF000000);
+
+    private final int fourcc;
+    private final int bitsPerPixel;
+    private final int planes;
+    private final int elementSize;
+    private final int redMask;
+    private final int greenMask;
+    private final int blueMask;
+    private final int alphaMask;
+
+    PictureFormat(int fourcc, int bitsPerPixel, int planes, int elementSize, int redMask, int greenMask, int blueMask,
+            int alphaMask) {
+        this.fourcc = fourcc;
+        this.bitsPerPixel = bitsPerPixel;
+        this.planes = planes;
+        this.elementSize = elementSize;
+        this.redMask = redMask;
+        this.greenMask = greenMask;
+        this.blueMask = blueMask;
+        this.alphaMask = alphaMask;
+    }
+
+    /** The four-character code with the first character in the low byte; 0 for RGB. */
+    public int fourcc() {
+        return fourcc;
+    }
+
+    /** Bits that a pixel takes on average. */
+    public int bitsPerPixel() {
+        return bitsPerPixel;
+    }
+
+    /** Number of planes, 1 or 3. */
+    public int planes() {
+        return planes;
+    }
+
+    /** The bits of red in a pixel's value; 0 for YUV. */
+    public int redMask() {
+        return redMask;
+    }
+
+    /** The bits of green in a pixel's value; 0 for YUV. */
+    public int greenMask() {
+        return greenMask;
+    }
+
+    /** The bits of blue in a pixel's value; 0 for YUV. */
+    public int blueMask() {
+        return blueMask;
+    }
+
+    /** The bits of alpha in a pixel's value; 0 when there is none. */
+    public int alphaMask() {
+        return alphaMask;
+    }
+
+    /** Whether a pixel is a red, a green and a blue value. */
+    public boolean isRgb() {
+        return fourcc == 0;
+    }
+
+    /** Bytes in an element of the array that holds a picture: 1, 2 or 4, and 3 where no array fits. */
+    int elementSize() {
+        return elementSize;
+    }
+
+    /** Bytes that a line of a plane takes without padding; odd widths round up to whole chroma samples. */
+    int rowBytes(int plane, int width) {
+        if (this == YV12 || this == I420) {
+            return plane == 0 ? width : (width + 1) / 2;
+        }
+        if (this == YUY2 || this == UYVY) {
+            return (width + 1) / 2 * 4;
+        }
+        return width * elementSize;
+    }
+
+    /** Lines of a plane. */
+    int rows(int plane, int height) {
+        return (this == YV12 || this == I420) && plane > 0 ? (height + 1) / 2 : height;
+    }
+
+    /** Bytes of a picture whose lines have no padding. */
+    long packedSize(int width, int height) {
+        long size = 0;
+        for (int plane = 0; plane < planes; plane++) {
+            size += (long) rowBytes(plane, width) * rows(plane, height);
+        }
+        return size;
+    }
+
+    /** The colour model as the native side reads it: code, bits, depth and the four masks. */
+    int[] toColorModel() {
+        return new int[] {fourcc, bitsPerPixel, bitsPerPixel, redMask, greenMask, blueMask, alphaMask};
+    }
+
+    /**
+     * Finds the format that a layout of the library describes.
+     *
+     * @param fourcc its four-character code, 0 for RGB
+     * @param bitsPerPixel its bits per pixel, which only RGB formats are told apart by
+     * @return the format, or empty when there is none
+     */
+    public static Optional<PictureFormat> of(int fourcc, int bitsPerPixel) {
+        for (PictureFormat format : values()) {
+            if (format.fourcc == fourcc && (fourcc != 0 || format.bitsPerPixel == bitsPerPixel)) {
+                return Optional.of(format);
+            }
+        }
+        return Optional.empty();
+    }
+
+    private static int fourcc(String code) {
+        return FourCharacterCode.of(code);
+    }
+}

@@ -1,0 +1,54 @@
+package kiv.media.ffmpeg;
+
+import java.math.BigInteger;
+import java.time.Duration;
+
+/**
+ * A fraction, as containers tell rates and time units.
+ *
+ * @param numerator above the line
+ * @param denominator below the line; 0 when the value is unknown
+ */
+public record Rational(long numerator, long denominator) {
+
+    private static final BigInteger NANOS = BigInteger.valueOf(1_000_000_000L);
+
+    /** Whether this says something: neither part is 0. */
+    public boolean isKnown() {
+        return numerator != 0 && denominator != 0;
+    }
+
+    /** The value, or 0 when it is unknown. */
+    public double toDouble() {
+        return isKnown() ? (double) numerator / denominator : 0;
+    }
+
+    /**
+     * Turns a count of units, this being the length of one in seconds, into a duration: exactly, but for a part below a
+     * nanosecond, which is cut off towards the past.
+     *
+     * @param units how many units
+     * @return their length
+     * @throws ArithmeticException when this is unknown or the result is beyond a duration
+     */
+    public Duration times(long units) {
+        if (!isKnown()) {
+            throw new ArithmeticException("the unit of time is unknown");
+        }
+        BigInteger divisor = BigInteger.valueOf(denominator);
+        BigInteger product = BigInteger.valueOf(units).multiply(BigInteger.valueOf(numerator)).multiply(NANOS);
+        if (divisor.signum() < 0) {
+            divisor = divisor.negate();
+            product = product.negate();
+        }
+        BigInteger[] parts = product.divideAndRemainder(divisor);
+        BigInteger nanos = parts[1].signum() < 0 ? parts[0].subtract(BigInteger.ONE) : parts[0];
+        BigInteger[] split = nanos.divideAndRemainder(NANOS);
+        return Duration.ofSeconds(split[0].longValueExact(), split[1].longValueExact());
+    }
+
+    @Override
+    public String toString() {
+        return numerator + "/" + denominator;
+    }
+}

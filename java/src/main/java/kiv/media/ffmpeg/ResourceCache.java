@@ -1,0 +1,198 @@
+package kiv.media.ffmpeg;
+
+import java.io.FileNotFoundException;
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.OutputStream;
+import java.io.UncheckedIOException;
+import java.net.JarURLConnection;
+import java.net.URL;
+import java.net.URLConnection;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.FileVisitResult;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.SimpleFileVisitor;
+import java.nio.file.StandardCopyOption;
+import java.nio.file.attribute.BasicFileAttributes;
+import java.security.MessageDigest;
+import java.security.NoSuchAlgorithmException;
+import java.util.ArrayList;
+import java.util.HexFormat;
+import java.util.List;
+import java.util.jar.JarEntry;
+import java.util.zip.CRC32;
+import java.util.zip.CheckedInputStream;
+
+/**
+ * Unpacks files from the class path to where the dynamic loader can open them. A set of files lives in a directory
+ * named by its contents, which is written under another name and moved into place when it is whole: any number of
+ * virtual machines may do this at the same time, and what an interrupted one leaves behind is never used.
+ */
+final class ResourceCache {
+
+    private final Path root;
+    private final String name;
+
+    /**
+     * A cache.
+     *
+     * @param root the directory that holds the sets; made when needed
+     * @param name the first part of the sets' names
+     */
+    ResourceCache(Path root, String name) {
+        this.root = root;
+        this.name = name;
+    }
+
+    /** What a file must be, so that neither another version nor a damaged copy is taken for it. */
+    private record Expected(URL source, String file, long size, long crc) {
+
+        static Expected of(ClassLoader loader, String prefix, String file) throws IOException {
+            URL source = loader.getResource(prefix + file);
+            if (source == null) {
+                throw new FileNotFoundException(prefix + file + " is not on the class path");
+            }
+            URLConnection connection = source.openConnection();
+            if (connection instanceof JarURLConnection jar) {
+                JarEntry entry = jar.getJarEntry();
+                if (entry.getSize() >= 0 && entry.getCrc() >= 0) {
+                    return new Expected(source, file, entry.getSize(), entry.getCrc());
+                }
+            }
+            try (CheckedInputStream in = new CheckedInputStream(source.openStream(), new CRC32())) {
+                long size = in.transferTo(OutputStream.nullOutputStream());
+                return new Expected(source, file, size, in.getChecksum().getValue());
+            }
+        }
+
+        boolean matches(Path directory) throws IOException {
+            Path copy = directory.resolve(file);
+            if (!Files.isRegularFile(copy) || Files.size(copy) != size) {
+                return false;
+            }
+            try (CheckedInputStream in = new CheckedInputStream(Files.newInputStream(copy), new CRC32())) {
+                byte[] block = new byte[1 << 18];
+                while (in.read(block) >= 0) {
+                    // The stream sums up what is read.
+                }
+                return in.getChecksum().getValue() == crc;
+            }
+        }
+
+        void copyTo(Path directory) throws IOException {
+            try (InputStream in = source.openStream()) {
+                Files.copy(in, directory.resolve(file));
+            }
+            if (!matches(directory)) {
+                throw new IOException(file + " was not written whole");
+            }
+        }
+    }
+
+    /**
+     * Makes sure that a set of files is unpacked, and unpacks it anew when a copy is damaged.
+     *
+     * @param loader where the files are resources
+     * @param prefix their common path, ending in a slash
+     * @param files their names
+     * @return the directory with exactly these contents
+     * @throws IOException when a resource is missing or the cache cannot be written
+     */
+    Path unpack(ClassLoader loader, String prefix, List<String> files) throws IOException {
+        List<Expected> expected = new ArrayList<>();
+        for (String file : files) {
+            expected.add(Expected.of(loader, prefix, file));
+        }
+        Path target = root.resolve(name + "-" + key(expected));
+        if (isWhole(target, expected)) {
+            return target;
+        }
+        Files.createDirectories(root);
+        Path aside = Files.createTempDirectory(root, ".unpacking-");
+        try {
+            for (Expected file : expected) {
+                file.copyTo(aside);
+            }
+            publish(aside, target, expected);
+        } finally {
+            deleteTree(aside);
+        }
+        return target;
+    }
+
+    /** Moves the finished directory into place; another virtual machine may win the race with the same contents. */
+    private void publish(Path aside, Path target, List<Expected> expected) throws IOException {
+        IOException last = null;
+        for (int attempt = 0; attempt < 10; attempt++) {
+            try {
+                Files.move(aside, target, StandardCopyOption.ATOMIC_MOVE);
+                return;
+            } catch (IOException e) {
+                if (!Files.exists(target)) {
+                    throw e;
+                }
+                last = e;
+            }
+            if (isWhole(target, expected)) {
+                return;
+            }
+            // A damaged directory makes way; whoever has its files open keeps them.
+            Path damaged = Files.createTempDirectory(root, ".damaged-");
+            try {
+                Files.move(target, damaged.resolve("set"), StandardCopyOption.ATOMIC_MOVE);
+            } catch (IOException e) {
+                last = e;
+            } finally {
+                deleteTree(damaged);
+            }
+        }
+        throw last;
+    }
+
+    private static boolean isWhole(Path directory, List<Expected> expected) throws IOException {
+        for (Expected file : expected) {
+            if (!file.matches(directory)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    private static String key(List<Expected> expected) {
+        StringBuilder text = new StringBuilder();
+        for (Expected file : expected) {
+            text.append(file.file()).append(' ').append(file.size()).append(' ').append(file.crc()).append('\n');
+        }
+        try {
+            byte[] digest = MessageDigest.getInstance("SHA-256")
+                    .digest(text.toString().getBytes(StandardCharsets.UTF_8));
+            return HexFormat.of().formatHex(digest, 0, 8);
+        } catch (NoSuchAlgorithmException e) {
+            throw new IllegalStateException("every Java platform has SHA-256", e);
+        }
+    }
+
+    private static void deleteTree(Path directory) {
+        if (!Files.exists(directory)) {
+            return;
+        }
+        try {
+            Files.walkFileTree(directory, new SimpleFileVisitor<>() {
+                @Override
+                public FileVisitResult visitFile(Path file, BasicFileAttributes attributes) throws IOException {
+                    Files.deleteIfExists(file);
+                    return FileVisitResult.CONTINUE;
+                }
+
+                @Override
+                public FileVisitResult postVisitDirectory(Path visited, IOException failure) throws IOException {
+                    Files.deleteIfExists(visited);
+                    return FileVisitResult.CONTINUE;
+                }
+            });
+        } catch (IOException e) {
+            throw new UncheckedIOException("cannot remove " + directory, e);
+        }
+    }
+}

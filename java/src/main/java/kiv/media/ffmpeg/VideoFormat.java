@@ -1,0 +1,123 @@
+package kiv.media.ffmpeg;
+
+import java.util.Objects;
+
+/**
+ * Compressed video as a {@link VideoDecoder} needs to know it. Immutable.
+ *
+ * @see MediaSubtypes
+ */
+public final class VideoFormat {
+
+    /** FFmpeg multiplies sizes in 32 bits; beyond this it refuses them anyway. */
+    private static final int MAX_SIDE = 16384;
+
+    private final String subtype;
+    private final int fourcc;
+    private final int width;
+    private final int height;
+    private final int bitCount;
+    private final byte[] extradata;
+    private final Rational timeBase;
+
+    private VideoFormat(String subtype, int fourcc, int width, int height, int bitCount, byte[] extradata,
+            Rational timeBase) {
+        this.subtype = Objects.requireNonNull(subtype, "subtype");
+        this.fourcc = fourcc;
+        this.width = checkedSide("width", width);
+        this.height = checkedSide("height", height);
+        this.bitCount = bitCount;
+        this.extradata = extradata.clone();
+        this.timeBase = Objects.requireNonNull(timeBase, "timeBase");
+    }
+
+    /**
+     * Describes video that does not come from a {@link MediaReader}.
+     *
+     * @param subtype the media subtype, a GUID of 36 lower-case characters
+     * @param width the pictures' width in pixels, 1 to 16384
+     * @param height the pictures' height in pixels, 1 to 16384
+     * @param bitCount bits per pixel as the container tells, or 0; some codecs need it
+     * @param extradata the codec's private data, copied; may be empty
+     * @param timeBase the unit of the packets' times in seconds, or a fraction with a 0 when they have no unit
+     * @return the format
+     */
+    public static VideoFormat of(String subtype, int width, int height, int bitCount, byte[] extradata,
+            Rational timeBase) {
+        return new VideoFormat(subtype, 0, width, height, bitCount, extradata, timeBase);
+    }
+
+    /**
+     * Describes the video of a stream.
+     *
+     * @param stream a stream of pictures
+     * @return the format
+     * @throws UnsupportedCodecException when the library has no subtype for its codec
+     * @throws MediaFormatException when the size of its pictures is not known
+     */
+    public static VideoFormat of(MediaStream stream) {
+        if (stream.kind() != MediaKind.VIDEO) {
+            throw new IllegalArgumentException("no video: " + stream);
+        }
+        String subtype = MediaSubtypes.find(stream).orElseThrow(() -> new UnsupportedCodecException(
+                "unsupported video codec " + stream.codecName() + " (" + FourCharacterCode.toText(stream.codecTag())
+                        + ")"));
+        if (!isSide(stream.width()) || !isSide(stream.height())) {
+            throw new MediaFormatException("pictures of an impossible size: " + stream);
+        }
+        return new VideoFormat(subtype, stream.codecTag(), stream.width(), stream.height(),
+                stream.bitsPerCodedSample(), stream.extradata(), stream.timeBase());
+    }
+
+    /** The media subtype. */
+    public String subtype() {
+        return subtype;
+    }
+
+    /** The pictures' width in pixels. */
+    public int width() {
+        return width;
+    }
+
+    /** The pictures' height in pixels. */
+    public int height() {
+        return height;
+    }
+
+    /** The unit of the packets' times in seconds. */
+    public Rational timeBase() {
+        return timeBase;
+    }
+
+    /** The codec's private data, as a new array. */
+    public byte[] extradata() {
+        return extradata.clone();
+    }
+
+    /** The format as the native side reads it. */
+    int[] toNative() {
+        int[] fields = new int[18];
+        fields[0] = fourcc;
+        fields[4] = width;
+        fields[5] = height;
+        fields[7] = bitCount;
+        fields[13] = extradata.length;
+        return fields;
+    }
+
+    private static boolean isSide(int pixels) {
+        return pixels >= 1 && pixels <= MAX_SIDE;
+    }
+
+    private static int checkedSide(String name, int pixels) {
+        if (!isSide(pixels)) {
+            throw new IllegalArgumentException(name + " " + pixels + " is not in 1 to " + MAX_SIDE);
+        }
+        return pixels;
+    }
+
+    @Override
+    public String toString() {
+        return "VideoFormat[" + subtype + " " + width + "x" + height + "]";
+    }
+}

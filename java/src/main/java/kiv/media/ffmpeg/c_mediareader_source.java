@@ -1,0 +1,68 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.channels.SeekableByteChannel;
+import java.util.Objects;
+
+/**
+ * The bytes of a container as the native reader asks for them: through one direct buffer, so that nothing is pinned
+ * while a channel is read. The library calls these methods by name, on the thread that is inside a native of the
+ * reader, and what they throw is what that native's caller sees.
+ */
+final class c_mediareader_source {
+
+    static final int BUFFER_SIZE = 64 * 1024;
+
+    /** A channel that gives nothing so many times in a row is not going to give anything. */
+    private static final int EMPTY_READS = 1000;
+
+    private final SeekableByteChannel channel;
+    private final ByteBuffer buffer = ByteBuffer.allocateDirect(BUFFER_SIZE);
+
+    c_mediareader_source(SeekableByteChannel channel) {
+        this.channel = Objects.requireNonNull(channel, "channel");
+    }
+
+    /** The buffer that {@link #m_read} fills from its start; it lives as long as the source. */
+    ByteBuffer m_buffer() {
+        return buffer;
+    }
+
+    /**
+     * Reads up to {@code length} bytes.
+     *
+     * @return how many, at least 1, or -1 at the end
+     */
+    int m_read(int length) throws IOException {
+        if (length < 1) {
+            throw new IllegalArgumentException("length to read: " + length);
+        }
+        buffer.clear().limit(Math.min(length, BUFFER_SIZE));
+        for (int attempt = 0; attempt < EMPTY_READS; attempt++) {
+            int count = channel.read(buffer);
+            if (count != 0) {
+                return count;
+            }
+            Thread.onSpinWait();
+        }
+        throw new IOException("the channel keeps returning no bytes without being at its end");
+    }
+
+    /**
+     * Moves to an absolute position, which may lie behind the end.
+     *
+     * @return the position
+     */
+    long m_seek(long position) throws IOException {
+        if (position < 0) {
+            throw new IOException("seek to the negative position " + position);
+        }
+        return channel.position(position).position();
+    }
+
+    /** The channel's size in bytes, or -1 when it cannot tell. */
+    long m_size() throws IOException {
+        return channel.size();
+    }
+}

@@ -1,0 +1,156 @@
+package kiv.media.ffmpeg;
+
+import java.lang.System.Logger;
+import java.lang.System.Logger.Level;
+
+/**
+ * The native entry points of the library and the methods that it calls back.
+ *
+ * <p>This is the contract underneath the public API, meant for one careful caller: handles are addresses, a null,
+ * stale or foreign handle is not detected, and one codec must not be used by two threads at a time. Programs use
+ * {@link MediaReader} and {@link VideoDecoder}, which check all of that.
+ *
+ * <p>The library must have been loaded (see {@link FfmpegLibrary#loadNatives()}) before any native is called. A
+ * failure arrives as {@link RuntimeException} (a refused argument or state), {@link OutOfMemoryError} or a plain
+ * {@link Error}. An object of this class, or of a subclass, serves as the receiver of the library's log.
+ */
+public class c_multimediaapi_ffmpeg {
+
+    private static final Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
+
+    /** A log receiver that hands the library's lines to the {@link System.Logger} {@code kiv.media.ffmpeg}. */
+    public c_multimediaapi_ffmpeg() {
+    }
+
+    /**
+     * Creates a library context and, the first time in a process, loads FFmpeg.
+     *
+     * @param directory where FFmpeg's five shared libraries are; null lets the dynamic loader search
+     * @param receiver the object whose {@link #print_info} receives the log; null for none
+     * @param level a log level that is stored, not used as a filter
+     * @return the context's handle, never 0
+     */
+    public static native long n_init(String directory, c_multimediaapi_ffmpeg receiver, int level);
+
+    /**
+     * Drops Java's reference to a context; it lives on while codecs of it exist.
+     *
+     * @param context a handle of {@link #n_init}
+     */
+    public static native void n_close(long context);
+
+    /**
+     * Creates a video decoder, closed at first.
+     *
+     * @param context a handle of {@link #n_init}
+     * @param subtype the media subtype, a GUID of 36 lower-case characters
+     * @param format 18 integers: 0 four-character code, 4 width, 5 height, 7 bits per pixel, 11 colours,
+     *     13 length of the extradata in bytes, 15 sample size; the others are carried along
+     * @param extradata the codec's private data, at least {@code format[13]} bytes, or null
+     * @param models the acceptable picture formats in order of preference, each an {@code int[7]}: four-character
+     *     code (0 for RGB), bits per pixel, depth, masks of red, green, blue and alpha; null for the library's default
+     * @param codec the object given to the allocation callbacks, held until the codec is deleted
+     * @return the codec's handle, never 0
+     */
+    public static native long n_create_vcodec_to_raw(long context, String subtype, int[] format, byte[] extradata,
+            Object[] models, Object codec);
+
+    /**
+     * Opens a video decoder.
+     *
+     * @param codec a codec's handle
+     * @return whether it is open now
+     */
+    public static native boolean n_vcodec_open(long codec);
+
+    /**
+     * Closes a video decoder, which can be opened again.
+     *
+     * @param codec a codec's handle
+     * @return true
+     */
+    public static native boolean n_vcodec_close(long codec);
+
+    /**
+     * Forgets what a video decoder holds, for a jump in the stream.
+     *
+     * @param codec a codec's handle
+     * @return true
+     */
+    public static native boolean n_vcodec_reset(long codec);
+
+    /**
+     * Names the kind of codec.
+     *
+     * @param codec a codec's handle
+     * @return the name
+     */
+    public static native String n_vcodec_get_name(long codec);
+
+    /**
+     * Decodes one packet and hands out at most one picture.
+     *
+     * @param codec a codec's handle
+     * @param in the compressed bytes; null only hands out a waiting picture
+     * @param out element 0 receives what the allocation callback put into element 3 of its slots
+     * @param params 16 integers. In: 0 offset and 1 length of the packet in bytes, 2 flags (2: discontinuity),
+     *     3 and 4 low and high word of the timestamp. Out: 5 kind of array (0 byte, 1 short, 2 int, -1 no picture),
+     *     6 offset of the picture's data in elements, 7 to 10 offsets of the planes in bytes from there, 11 size in
+     *     elements, 12 flags, 13 and 14 the picture's timestamp, 15 an opaque value
+     * @return 0 one picture, 1 one picture and more waiting, 2 none, 4 one picture whose format is new, 8 a decoding
+     *     error
+     */
+    public static native int n_vcodec_process(long codec, byte[] in, Object[] out, int[] params);
+
+    /**
+     * Deletes a video decoder, open or not.
+     *
+     * @param codec a codec's handle, dead afterwards
+     */
+    public static native void n_vcodec_delete(long codec);
+
+    /**
+     * Describes the pictures that a decoder gives.
+     *
+     * @param codec a codec's handle
+     * @return 16 integers (0 and 1 width and height, 2 to 5 line sizes of the planes in bytes, 6 lines allocated,
+     *     8 four-character code, 9 bits per pixel, 10 depth, 11 to 14 masks), or null before a format was chosen
+     */
+    public static native int[] n_get_vcodec_dst_format(long codec);
+
+    /**
+     * Called by the library to obtain an array for a picture, on the thread that is inside a native. The buffers bound
+     * to that thread are asked first, because the library passes the object of the newest codec, which need not be the
+     * one at work; then {@code codec} itself when it is a {@link VideoBuffers}; else a plain array is allocated.
+     *
+     * @param codec the object given to the newest {@link #n_create_vcodec_to_raw}
+     * @param layout see {@link VideoBuffers#allocate}
+     * @param buffer see {@link VideoBuffers#allocate}
+     * @param slots see {@link VideoBuffers#allocate}
+     * @return whether there is an array
+     */
+    static boolean m_vcodec_alloc_buffer(Object codec, int[] layout, int[] buffer, Object[] slots) {
+        return BoundBuffers.forCallback(codec).allocate(layout, buffer, slots);
+    }
+
+    /**
+     * Called by the library when it is done with an array that it did not hand out.
+     *
+     * @param codec the object given when the buffer's codec was created
+     * @param slots what {@link #m_vcodec_alloc_buffer} filled
+     */
+    static void m_vcodec_free_buffer(Object codec, Object[] slots) {
+        BoundBuffers.forCallback(codec).free(slots);
+    }
+
+    /**
+     * Receives one line of the library's log: level 1 becomes ERROR, 5 DEBUG and 6 TRACE.
+     *
+     * @param level the line's level
+     * @param line the line, with the nesting depth as leading blanks
+     */
+    public void print_info(int level, String line) {
+        Level target = level <= 1 ? Level.ERROR : level <= 5 ? Level.DEBUG : Level.TRACE;
+        LOGGER.log(target, line);
+    }
+}

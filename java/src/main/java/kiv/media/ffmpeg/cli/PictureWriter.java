@@ -1,0 +1,109 @@
+package kiv.media.ffmpeg.cli;
+
+import java.awt.image.BufferedImage;
+import java.io.ByteArrayOutputStream;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.Locale;
+import java.util.concurrent.ArrayBlockingQueue;
+import java.util.concurrent.ThreadPoolExecutor;
+import java.util.concurrent.TimeUnit;
+import java.util.concurrent.atomic.AtomicReference;
+import javax.imageio.IIOImage;
+import javax.imageio.ImageIO;
+import javax.imageio.ImageWriteParam;
+import javax.imageio.ImageWriter;
+import javax.imageio.stream.MemoryCacheImageOutputStream;
+import kiv.media.ffmpeg.Picture;
+
+/**
+ * Writes pictures as PNG files with several threads, because packing a picture takes longer than decoding it. Few
+ * pictures wait at a time; with more, the caller packs one itself.
+ */
+final class PictureWriter implements AutoCloseable {
+
+    /** Little packing: the files grow somewhat and are done in a fraction of the time. */
+    private static final float QUALITY = 0.8f;
+
+    private final Path directory;
+    private final String baseName;
+    private final ThreadPoolExecutor workers;
+    private final AtomicReference<Throwable> failure = new AtomicReference<>();
+
+    PictureWriter(Path directory, String baseName) {
+        this.directory = directory;
+        this.baseName = baseName;
+        int threads = Runtime.getRuntime().availableProcessors();
+        workers = new ThreadPoolExecutor(threads, threads, 0, TimeUnit.SECONDS, new ArrayBlockingQueue<>(threads),
+                new ThreadPoolExecutor.CallerRunsPolicy());
+    }
+
+    /**
+     * Takes a picture to write.
+     *
+     * @param number its place in the stream, from 1
+     * @throws IOException when an earlier one could not be written
+     */
+    void write(Picture picture, long number) throws IOException {
+        throwFailure();
+        Path file = directory.resolve(String.format(Locale.ROOT, "%s-%05d.png", baseName, number));
+        workers.execute(() -> {
+            try {
+                Files.write(file, encode(picture.toBufferedImage()));
+            } catch (IOException | RuntimeException | OutOfMemoryError e) {
+                failure.compareAndSet(null, e);
+            }
+        });
+    }
+
+    /**
+     * Waits until everything is written.
+     *
+     * @throws IOException when something could not be written
+     */
+    void finish() throws IOException {
+        workers.shutdown();
+        try {
+            while (!workers.awaitTermination(1, TimeUnit.MINUTES)) {
+                throwFailure();
+            }
+        } catch (InterruptedException e) {
+            Thread.currentThread().interrupt();
+            throw new IOException("interrupted while pictures were written", e);
+        }
+        throwFailure();
+    }
+
+    @Override
+    public void close() {
+        workers.shutdownNow();
+    }
+
+    private void throwFailure() throws IOException {
+        Throwable first = failure.get();
+        if (first instanceof IOException e) {
+            throw e;
+        }
+        if (first != null) {
+            throw new IOException("a picture could not be written: " + first, first);
+        }
+    }
+
+    private static byte[] encode(BufferedImage image) throws IOException {
+        ImageWriter writer = ImageIO.getImageWritersByFormatName("png").next();
+        try {
+            ImageWriteParam settings = writer.getDefaultWriteParam();
+            settings.setCompressionMode(ImageWriteParam.MODE_EXPLICIT);
+            settings.setCompressionQuality(QUALITY);
+            ByteArrayOutputStream bytes = new ByteArrayOutputStream(1 << 20);
+            try (MemoryCacheImageOutputStream stream = new MemoryCacheImageOutputStream(bytes)) {
+                writer.setOutput(stream);
+                writer.write(null, new IIOImage(image, null, null), settings);
+            }
+            return bytes.toByteArray();
+        } finally {
+            writer.dispose();
+        }
+    }
+}

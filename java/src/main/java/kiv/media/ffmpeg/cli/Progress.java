@@ -1,0 +1,87 @@
+package kiv.media.ffmpeg.cli;
+
+import java.io.IOException;
+import java.io.PrintStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import me.tongfei.progressbar.ProgressBar;
+import me.tongfei.progressbar.ProgressBarBuilder;
+import me.tongfei.progressbar.ProgressBarStyle;
+
+/** Shows on standard error how far the work is: a bar on a terminal, a line now and then elsewhere. */
+interface Progress extends AutoCloseable {
+
+    /** Tells how many pictures are done. */
+    void at(long pictures);
+
+    @Override
+    void close();
+
+    /**
+     * Begins.
+     *
+     * @param expected how many pictures there will be, 0 when that is not known
+     */
+    static Progress start(long expected) {
+        return isTerminal() ? new Bar(expected) : new Lines(expected, System.err);
+    }
+
+    /** The console of Java would answer for all three standard streams at once. */
+    private static boolean isTerminal() {
+        try {
+            String target = Files.readSymbolicLink(Path.of("/proc/self/fd/2")).toString();
+            return target.startsWith("/dev/pts/") || target.startsWith("/dev/tty") || target.equals("/dev/console");
+        } catch (IOException | UnsupportedOperationException e) {
+            return false;
+        }
+    }
+
+    /** A bar with speed and time left. */
+    final class Bar implements Progress {
+        private static final int UPDATE_MILLIS = 100;
+        private final ProgressBar bar;
+
+        Bar(long expected) {
+            bar = new ProgressBarBuilder().setTaskName("decoding").setInitialMax(expected > 0 ? expected : -1)
+                    .setUnit(" pictures", 1).setStyle(ProgressBarStyle.ASCII).setUpdateIntervalMillis(UPDATE_MILLIS)
+                    .showSpeed().build();
+        }
+
+        @Override
+        public void at(long pictures) {
+            bar.stepTo(pictures);
+        }
+
+        @Override
+        public void close() {
+            bar.close();
+        }
+    }
+
+    /** A line for every tenth of the whole, or for every few hundred pictures when that is not known. */
+    final class Lines implements Progress {
+        private static final long TENTH = 10;
+        private static final long UNKNOWN_STEP = 250;
+        private final long expected;
+        private final long step;
+        private final PrintStream to;
+
+        Lines(long expected, PrintStream to) {
+            this.expected = expected;
+            this.step = expected > 0 ? Math.max(1, expected / TENTH) : UNKNOWN_STEP;
+            this.to = to;
+        }
+
+        @Override
+        public void at(long pictures) {
+            if (pictures % step == 0) {
+                to.println("decoding: " + pictures + (expected > 0 ? " of " + expected : "") + " pictures");
+            }
+        }
+
+        @Override
+        public void close() {
+            to.flush();
+        }
+    }
+}

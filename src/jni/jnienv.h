@@ -1,0 +1,110 @@
+/** @file The checked door to the Java virtual machine. */
+#pragma once
+
+#include "jni/exceptions.h"
+
+#include <jni.h>
+
+#include <utility>
+
+namespace kiv::jni
+{
+
+/**
+ * A JNIEnv whose operations throw when JNI fails: kiv::jni::c_jniexception with the operation's own name as the message.
+ *
+ * The Java exception that the failing call raised stays pending and is what Java sees in the end. An operation that is
+ * begun while one is pending (a trace line's receiver may have thrown it) throws too, without calling JNI.
+ *
+ * Owns nothing; belongs to the thread of its JNIEnv and is made on the stack of one call.
+ */
+class c_jnienv
+{
+public:
+    explicit c_jnienv(JNIEnv *adsp_env) noexcept : adsc_env(adsp_env) {}
+
+    JNIEnv *raw() const noexcept { return adsc_env; }
+
+    /** Whether a Java exception is pending; while one is, only few JNI functions may be called. */
+    bool exception_pending() const { return adsc_env->ExceptionCheck() == JNI_TRUE; }
+
+    jclass find_class(const char *strp_name) const;
+    jmethodID get_method_id(jclass avop_class, const char *strp_name, const char *strp_signature) const;
+    jmethodID get_static_method_id(jclass avop_class, const char *strp_name, const char *strp_signature) const;
+
+    /** A null reference gives null. */
+    jobject NewGlobalRef(jobject avop_object) const;
+    /** Deletes the reference and sets the field to null; a null field stays null. Never throws. */
+    void delete_global_ref(jobject &avop_field) const noexcept;
+
+    jintArray new_jint_array(jsize imp_length) const;
+    jbyteArray new_jbyte_array(jsize imp_length) const;
+    jlongArray new_jlong_array(jsize imp_length) const;
+    jobjectArray new_jobject_array(jsize imp_length, jclass avop_class, jobject avop_initial) const;
+    /** @param strp_text modified UTF-8 */
+    jstring new_jstring_utf(const char *strp_text) const;
+
+    void set_array_region(jintArray avop_array, jsize imp_start, jsize imp_length, const jint *aimp_from) const;
+    void set_array_region(jbyteArray avop_array, jsize imp_start, jsize imp_length, const jbyte *autp_from) const;
+    void set_array_region(jlongArray avop_array, jsize imp_start, jsize imp_length, const jlong *ailp_from) const;
+    jsize get_array_length(jarray avop_array) const;
+    /** Null for a null element. */
+    jobject get_jobject_array_element(jobjectArray avop_array, jsize imp_index) const;
+    void set_jobject_array_element(jobjectArray avop_array, jsize imp_index, jobject avop_value) const;
+
+    bool call_static_boolean_method(jclass avop_class, jmethodID adsp_method, ...) const;
+    void call_static_void_method(jclass avop_class, jmethodID adsp_method, ...) const;
+    jint call_int_method(jobject avop_object, jmethodID adsp_method, ...) const;
+    jlong call_long_method(jobject avop_object, jmethodID adsp_method, ...) const;
+    jobject call_object_method(jobject avop_object, jmethodID adsp_method, ...) const;
+
+    jbyte *get_array_elements(jbyteArray avop_array, jboolean *abp_is_copy) const;
+    jshort *get_array_elements(jshortArray avop_array, jboolean *abp_is_copy) const;
+    jint *get_array_elements(jintArray avop_array, jboolean *abp_is_copy) const;
+    jint *get_array_critical(jintArray avop_array, jboolean *abp_is_copy) const;
+    jbyte *get_array_critical(jbyteArray avop_array, jboolean *abp_is_copy) const;
+
+private:
+    /** Throws when a Java exception is pending: asked before every call that is then forbidden, and after it. */
+    void check_pending(const char *strp_operation) const;
+
+    JNIEnv *adsc_env;
+};
+
+/** Kinds of array that a picture buffer can be: the element-type codes that Java sees. */
+enum ie_array_kind : int32_t
+{
+    ie_array_invalid = -1,
+    ie_array_byte = 0,
+    ie_array_short = 1,
+    ie_array_int = 2,
+    ie_native_memory = 3
+};
+
+/** Bytes of one element of an array kind (byte 1, short 2, int 4); 0 for what is no array. */
+constexpr jint get_element_size(jint imp_kind) noexcept
+{
+    return imp_kind >= ie_array_byte && imp_kind <= ie_array_int ? 1 << imp_kind : 0;
+}
+
+/** A local reference, deleted at the end of the scope: a call that makes many would fill the thread's table otherwise. */
+template <class T> class c_local_ref
+{
+public:
+    c_local_ref(JNIEnv *adsp_env, T avop_object) noexcept : adsc_env(adsp_env), avoc_object(avop_object) {}
+    ~c_local_ref()
+    {
+        if (avoc_object != nullptr)
+            adsc_env->DeleteLocalRef(avoc_object); // allowed while an exception is pending
+    }
+    c_local_ref(const c_local_ref &) = delete;
+    c_local_ref &operator=(const c_local_ref &) = delete;
+
+    T get() const noexcept { return avoc_object; }
+
+private:
+    JNIEnv *adsc_env;
+    T avoc_object;
+};
+
+} // namespace kiv::jni

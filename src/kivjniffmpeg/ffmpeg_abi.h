@@ -1,0 +1,466 @@
+/**
+ * @file
+ * The only door to FFmpeg's types and constants.
+ *
+ * FFmpeg is opened at run time and its headers are not needed to build, so this file declares what the library uses of
+ * libavcodec 56, libavformat 56, libavutil 54, libswresample 1 and libswscale 3 on x86-64: each structure as far as it
+ * is touched, with gaps in between. The offsets hold for FFmpeg 2.5 to 2.8; the assertions below pin them, and the tests
+ * compare them with the option tables of the libraries that are loaded.
+ *
+ * Names are FFmpeg's own, because they are FFmpeg's things.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Only ever handled through pointers.
+struct AVBufferRef;
+struct AVDictionary;
+struct AVIOContext;
+struct AVPacketSideData;
+struct SwrContext;
+struct SwsContext;
+struct SwsFilter;
+
+enum AVMediaType : int
+{
+    AVMEDIA_TYPE_UNKNOWN = -1,
+    AVMEDIA_TYPE_VIDEO = 0,
+    AVMEDIA_TYPE_AUDIO = 1,
+    AVMEDIA_TYPE_DATA = 2,
+    AVMEDIA_TYPE_SUBTITLE = 3
+};
+
+enum AVRounding : int
+{
+    AV_ROUND_UP = 3
+};
+
+enum AVPixelFormat : int
+{
+    AV_PIX_FMT_NONE = -1,
+    AV_PIX_FMT_YUV420P = 0,
+    AV_PIX_FMT_YUYV422 = 1,
+    AV_PIX_FMT_RGB24 = 2,
+    AV_PIX_FMT_YUV422P = 4,
+    AV_PIX_FMT_YUV444P = 5,
+    AV_PIX_FMT_YUV410P = 6,
+    AV_PIX_FMT_YUV411P = 7,
+    AV_PIX_FMT_PAL8 = 11,
+    AV_PIX_FMT_UYVY422 = 17,
+    AV_PIX_FMT_RGB8 = 22,
+    AV_PIX_FMT_BGRA = 30,
+    AV_PIX_FMT_RGB565BE = 43,
+    AV_PIX_FMT_RGB555BE = 45
+};
+
+enum AVSampleFormat : int
+{
+    AV_SAMPLE_FMT_NONE = -1,
+    AV_SAMPLE_FMT_U8 = 0,
+    AV_SAMPLE_FMT_S16 = 1,
+    AV_SAMPLE_FMT_S32 = 2,
+    AV_SAMPLE_FMT_FLT = 3,
+    AV_SAMPLE_FMT_DBL = 4,
+    AV_SAMPLE_FMT_U8P = 5,
+    AV_SAMPLE_FMT_S16P = 6,
+    AV_SAMPLE_FMT_S32P = 7,
+    AV_SAMPLE_FMT_FLTP = 8,
+    AV_SAMPLE_FMT_DBLP = 9
+};
+
+enum AVCodecID : int
+{
+    AV_CODEC_ID_NONE = 0,
+    AV_CODEC_ID_MPEG2VIDEO = 2,
+    AV_CODEC_ID_H263 = 5,
+    AV_CODEC_ID_MPEG4 = 13,
+    AV_CODEC_ID_MSMPEG4V2 = 16,
+    AV_CODEC_ID_MSMPEG4V3 = 17,
+    AV_CODEC_ID_WMV1 = 18,
+    AV_CODEC_ID_WMV2 = 19,
+    AV_CODEC_ID_DVVIDEO = 25,
+    AV_CODEC_ID_H264 = 28,
+    AV_CODEC_ID_INDEO3 = 29,
+    AV_CODEC_ID_CINEPAK = 44,
+    AV_CODEC_ID_MSRLE = 46,
+    AV_CODEC_ID_WMV3 = 72,
+    AV_CODEC_ID_PCM_S16LE = 0x10000,
+    AV_CODEC_ID_PCM_MULAW = 0x10006,
+    AV_CODEC_ID_PCM_ALAW = 0x10007,
+    AV_CODEC_ID_PCM_F32LE = 0x10015,
+    AV_CODEC_ID_ADPCM_IMA_WAV = 0x11001,
+    AV_CODEC_ID_ADPCM_IMA_DK3 = 0x11002,
+    AV_CODEC_ID_ADPCM_IMA_DK4 = 0x11003,
+    AV_CODEC_ID_ADPCM_MS = 0x11006,
+    AV_CODEC_ID_ADPCM_CT = 0x1100c,
+    AV_CODEC_ID_ADPCM_YAMAHA = 0x1100e,
+    AV_CODEC_ID_ADPCM_G722 = 0x1101c,
+    AV_CODEC_ID_AMR_NB = 0x12000,
+    AV_CODEC_ID_MP3 = 0x15001,
+    AV_CODEC_ID_AAC = 0x15002,
+    AV_CODEC_ID_AC3 = 0x15003,
+    AV_CODEC_ID_DTS = 0x15004,
+    AV_CODEC_ID_WMAV1 = 0x15007,
+    AV_CODEC_ID_WMAV2 = 0x15008,
+    AV_CODEC_ID_TRUESPEECH = 0x15015,
+    AV_CODEC_ID_GSM_MS = 0x1501e,
+    AV_CODEC_ID_ATRAC3 = 0x1501f,
+    AV_CODEC_ID_VOXWARE = 0x15020,
+    AV_CODEC_ID_WMAPRO = 0x15026,
+    AV_CODEC_ID_WMALOSSLESS = 0x15027,
+    AV_CODEC_ID_SIPR = 0x1502a
+};
+
+inline constexpr int64_t AV_NOPTS_VALUE = INT64_MIN; /**< no timestamp */
+inline constexpr int AV_NUM_DATA_POINTERS = 8;
+inline constexpr int AV_LOG_ERROR = 16;
+inline constexpr int CODEC_CAP_TRUNCATED = 0x8;         /**< the decoder takes packets that are cut anywhere */
+inline constexpr int CODEC_FLAG_TRUNCATED = 0x10000;    /**< packets are cut anywhere */
+inline constexpr int CODEC_FLAG_EMU_EDGE = 0x4000;      /**< the decoder needs no edges round its pictures */
+inline constexpr int FF_BUFFER_TYPE_USER = 2;           /**< the buffer came from our callback */
+inline constexpr int FF_COMPLIANCE_EXPERIMENTAL = -2;   /**< experimental encoders may open */
+inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that FFmpeg wants behind its input */
+inline constexpr int SWS_FAST_BILINEAR = 1;
+inline constexpr int AVERROR_EOF = -541478725;
+inline constexpr int AVERROR_EXIT = -1414092869;
+
+struct AVCodecContext;
+struct AVFrame;
+struct AVOption;
+
+/** A fraction; a rate or a time base. */
+struct AVRational
+{
+    int num;
+    int den;
+};
+
+/** What FFmpeg tells about the options of an object. */
+struct AVClass
+{
+    const char *class_name;
+    uint8_t autc_gap0[8];
+    const AVOption *option;
+    uint8_t autc_tail[56];
+};
+
+/** One option: where its value lies in the object. Used to check the offsets of this header against the loaded binaries. */
+struct AVOption
+{
+    const char *name;
+    uint8_t autc_gap0[8];
+    int offset;
+    uint8_t autc_tail[44];
+};
+
+/** One decoded picture or block of samples. Allocated by FFmpeg. */
+struct AVFrame
+{
+    uint8_t *data[8];
+    int linesize[8];
+    uint8_t **extended_data;
+    int width;
+    int height;
+    int nb_samples;
+    int format;
+    int key_frame;
+    int pict_type;
+    uint8_t *base[8];
+    uint8_t autc_gap0[8];
+    int64_t pts;
+    int64_t pkt_pts;
+    int64_t pkt_dts;
+    uint8_t autc_gap1[12];
+    int reference;
+    uint8_t autc_gap2[72];
+    void *opaque;
+    uint8_t autc_gap3[64];
+    int type;
+    uint8_t autc_gap4[4];
+    int interlaced_frame;
+    int top_field_first;
+    uint8_t autc_gap5[16];
+    int64_t reordered_opaque;
+    uint8_t autc_gap6[28];
+    int sample_rate;
+    uint64_t channel_layout;
+    AVBufferRef *buf[8];
+    AVBufferRef **extended_buf;
+    int nb_extended_buf;
+    uint8_t autc_gap7[16];
+    int flags;
+    uint8_t autc_gap8[60];
+    int channels;
+    uint8_t autc_tail[16];
+};
+
+/** One compressed packet. The library allocates it with av_malloc, so the size is pinned too. */
+struct AVPacket
+{
+    AVBufferRef *buf;
+    int64_t pts;
+    int64_t dts;
+    uint8_t *data;
+    int size;
+    int stream_index;
+    int flags;
+    AVPacketSideData *side_data;
+    int side_data_elems;
+    int duration;
+    uint8_t autc_gap0[16];
+    int64_t pos;
+    uint8_t autc_tail[8];
+};
+
+/** One registered decoder or encoder; owned by FFmpeg, never freed. */
+struct AVCodec
+{
+    const char *name;
+    const char *long_name;
+    AVMediaType type;
+    AVCodecID id;
+    int capabilities;
+    uint8_t autc_gap0[28];
+    const AVSampleFormat *sample_fmts;
+};
+
+/** The state of one decoder or encoder. Its tail moves between releases: only this front part is declared, and FFmpeg allocates it. */
+struct AVCodecContext
+{
+    const AVClass *av_class;
+    uint8_t autc_gap0[4];
+    AVMediaType codec_type;
+    const AVCodec *codec;
+    uint8_t autc_gap1[32];
+    AVCodecID codec_id;
+    uint32_t codec_tag;
+    uint8_t autc_gap2[24];
+    void *opaque;
+    int bit_rate;
+    uint8_t autc_gap3[12];
+    int flags;
+    uint8_t *extradata;
+    int extradata_size;
+    AVRational time_base;
+    uint8_t autc_gap4[8];
+    int width;
+    int height;
+    int coded_width;
+    int coded_height;
+    uint8_t autc_gap5[4];
+    AVPixelFormat pix_fmt;
+    uint8_t autc_gap6[92];
+    AVRational sample_aspect_ratio;
+    uint8_t autc_gap7[192];
+    int sample_rate;
+    int channels;
+    AVSampleFormat sample_fmt;
+    int frame_size;
+    uint8_t autc_gap8[4];
+    int block_align;
+    uint8_t autc_gap9[8];
+    uint64_t channel_layout;
+    uint64_t request_channel_layout;
+    uint8_t autc_gap10[4];
+    AVSampleFormat request_sample_fmt;
+    int (*get_buffer)(AVCodecContext *, AVFrame *);
+    void (*release_buffer)(AVCodecContext *, AVFrame *);
+    int (*reget_buffer)(AVCodecContext *, AVFrame *);
+    uint8_t autc_gap11[220];
+    int strict_std_compliance;
+    uint8_t autc_gap12[16];
+    int64_t reordered_opaque;
+    uint8_t autc_gap13[88];
+    int bits_per_coded_sample;
+    int bits_per_raw_sample;
+    uint8_t autc_gap14[16];
+    int thread_count;
+    uint8_t autc_gap15[40];
+    int profile;
+};
+
+/** Where one component of a pixel format lies. Bit fields, first one in the low bits. */
+struct AVComponentDescriptor
+{
+    uint16_t plane : 2;
+    uint16_t step_minus1 : 3; /**< bytes from one pixel to the next, less one */
+    uint16_t offset_plus1 : 3;
+    uint16_t shift : 3;
+    uint16_t depth_minus1 : 4;
+};
+
+/** What one pixel format looks like; element of the table av_pix_fmt_descriptors, so the size is pinned too. */
+struct AVPixFmtDescriptor
+{
+    const char *name;
+    uint8_t nb_components;
+    uint8_t log2_chroma_w;
+    uint8_t log2_chroma_h;
+    uint8_t flags;
+    AVComponentDescriptor comp[4];
+    uint8_t autc_tail[12];
+};
+
+/** One registered container reader; front part only. */
+struct AVInputFormat
+{
+    const char *name;
+    const char *long_name;
+    int flags;
+};
+
+/** One stream of a container; front part only. */
+struct AVStream
+{
+    int index;
+    AVCodecContext *codec;
+    uint8_t autc_gap0[32];
+    AVRational time_base;
+    int64_t start_time;
+    int64_t duration;
+    int64_t nb_frames;
+    int disposition;
+    int discard;
+    AVRational sample_aspect_ratio;
+    uint8_t autc_gap1[8];
+    AVRational avg_frame_rate;
+};
+
+/** One opened container; front part only, FFmpeg allocates it. */
+struct AVFormatContext
+{
+    uint8_t autc_gap0[8];
+    AVInputFormat *iformat;
+    uint8_t autc_gap1[16];
+    AVIOContext *pb;
+    uint8_t autc_gap2[4];
+    uint32_t nb_streams;
+    AVStream **streams;
+    uint8_t autc_gap3[1024];
+    int64_t start_time;
+    int64_t duration;
+    int bit_rate;
+    uint8_t autc_gap4[8];
+    int flags;
+};
+
+// The layout that the binaries have; a slip in a gap above does not compile.
+static_assert(offsetof(AVRational, num) == 0);
+static_assert(offsetof(AVRational, den) == 4);
+static_assert(sizeof(AVRational) == 8);
+static_assert(offsetof(AVClass, class_name) == 0);
+static_assert(offsetof(AVClass, option) == 16);
+static_assert(sizeof(AVClass) == 80);
+static_assert(offsetof(AVOption, name) == 0);
+static_assert(offsetof(AVOption, offset) == 16);
+static_assert(sizeof(AVOption) == 64);
+static_assert(offsetof(AVFrame, data) == 0);
+static_assert(offsetof(AVFrame, linesize) == 64);
+static_assert(offsetof(AVFrame, extended_data) == 96);
+static_assert(offsetof(AVFrame, width) == 104);
+static_assert(offsetof(AVFrame, height) == 108);
+static_assert(offsetof(AVFrame, nb_samples) == 112);
+static_assert(offsetof(AVFrame, format) == 116);
+static_assert(offsetof(AVFrame, key_frame) == 120);
+static_assert(offsetof(AVFrame, pict_type) == 124);
+static_assert(offsetof(AVFrame, base) == 128);
+static_assert(offsetof(AVFrame, pts) == 200);
+static_assert(offsetof(AVFrame, pkt_pts) == 208);
+static_assert(offsetof(AVFrame, pkt_dts) == 216);
+static_assert(offsetof(AVFrame, reference) == 236);
+static_assert(offsetof(AVFrame, opaque) == 312);
+static_assert(offsetof(AVFrame, type) == 384);
+static_assert(offsetof(AVFrame, interlaced_frame) == 392);
+static_assert(offsetof(AVFrame, top_field_first) == 396);
+static_assert(offsetof(AVFrame, reordered_opaque) == 416);
+static_assert(offsetof(AVFrame, sample_rate) == 452);
+static_assert(offsetof(AVFrame, channel_layout) == 456);
+static_assert(offsetof(AVFrame, buf) == 464);
+static_assert(offsetof(AVFrame, extended_buf) == 528);
+static_assert(offsetof(AVFrame, nb_extended_buf) == 536);
+static_assert(offsetof(AVFrame, flags) == 556);
+static_assert(offsetof(AVFrame, channels) == 620);
+static_assert(sizeof(AVFrame) == 640);
+static_assert(offsetof(AVPacket, buf) == 0);
+static_assert(offsetof(AVPacket, pts) == 8);
+static_assert(offsetof(AVPacket, dts) == 16);
+static_assert(offsetof(AVPacket, data) == 24);
+static_assert(offsetof(AVPacket, size) == 32);
+static_assert(offsetof(AVPacket, stream_index) == 36);
+static_assert(offsetof(AVPacket, flags) == 40);
+static_assert(offsetof(AVPacket, side_data) == 48);
+static_assert(offsetof(AVPacket, side_data_elems) == 56);
+static_assert(offsetof(AVPacket, duration) == 60);
+static_assert(offsetof(AVPacket, pos) == 80);
+static_assert(sizeof(AVPacket) == 96);
+static_assert(offsetof(AVCodec, name) == 0);
+static_assert(offsetof(AVCodec, long_name) == 8);
+static_assert(offsetof(AVCodec, type) == 16);
+static_assert(offsetof(AVCodec, id) == 20);
+static_assert(offsetof(AVCodec, capabilities) == 24);
+static_assert(offsetof(AVCodec, sample_fmts) == 56);
+static_assert(offsetof(AVCodecContext, av_class) == 0);
+static_assert(offsetof(AVCodecContext, codec_type) == 12);
+static_assert(offsetof(AVCodecContext, codec) == 16);
+static_assert(offsetof(AVCodecContext, codec_id) == 56);
+static_assert(offsetof(AVCodecContext, codec_tag) == 60);
+static_assert(offsetof(AVCodecContext, opaque) == 88);
+static_assert(offsetof(AVCodecContext, bit_rate) == 96);
+static_assert(offsetof(AVCodecContext, flags) == 112);
+static_assert(offsetof(AVCodecContext, extradata) == 120);
+static_assert(offsetof(AVCodecContext, extradata_size) == 128);
+static_assert(offsetof(AVCodecContext, time_base) == 132);
+static_assert(offsetof(AVCodecContext, width) == 148);
+static_assert(offsetof(AVCodecContext, height) == 152);
+static_assert(offsetof(AVCodecContext, coded_width) == 156);
+static_assert(offsetof(AVCodecContext, coded_height) == 160);
+static_assert(offsetof(AVCodecContext, pix_fmt) == 168);
+static_assert(offsetof(AVCodecContext, sample_aspect_ratio) == 264);
+static_assert(offsetof(AVCodecContext, sample_rate) == 464);
+static_assert(offsetof(AVCodecContext, channels) == 468);
+static_assert(offsetof(AVCodecContext, sample_fmt) == 472);
+static_assert(offsetof(AVCodecContext, frame_size) == 476);
+static_assert(offsetof(AVCodecContext, block_align) == 484);
+static_assert(offsetof(AVCodecContext, channel_layout) == 496);
+static_assert(offsetof(AVCodecContext, request_channel_layout) == 504);
+static_assert(offsetof(AVCodecContext, request_sample_fmt) == 516);
+static_assert(offsetof(AVCodecContext, get_buffer) == 520);
+static_assert(offsetof(AVCodecContext, release_buffer) == 528);
+static_assert(offsetof(AVCodecContext, reget_buffer) == 536);
+static_assert(offsetof(AVCodecContext, strict_std_compliance) == 764);
+static_assert(offsetof(AVCodecContext, reordered_opaque) == 784);
+static_assert(offsetof(AVCodecContext, bits_per_coded_sample) == 880);
+static_assert(offsetof(AVCodecContext, bits_per_raw_sample) == 884);
+static_assert(offsetof(AVCodecContext, thread_count) == 904);
+static_assert(offsetof(AVCodecContext, profile) == 948);
+static_assert(sizeof(AVComponentDescriptor) == 2);
+static_assert(offsetof(AVPixFmtDescriptor, name) == 0);
+static_assert(offsetof(AVPixFmtDescriptor, nb_components) == 8);
+static_assert(offsetof(AVPixFmtDescriptor, log2_chroma_w) == 9);
+static_assert(offsetof(AVPixFmtDescriptor, log2_chroma_h) == 10);
+static_assert(offsetof(AVPixFmtDescriptor, flags) == 11);
+static_assert(offsetof(AVPixFmtDescriptor, comp) == 12);
+static_assert(sizeof(AVPixFmtDescriptor) == 32);
+static_assert(offsetof(AVInputFormat, name) == 0);
+static_assert(offsetof(AVInputFormat, long_name) == 8);
+static_assert(offsetof(AVInputFormat, flags) == 16);
+static_assert(offsetof(AVStream, index) == 0);
+static_assert(offsetof(AVStream, codec) == 8);
+static_assert(offsetof(AVStream, time_base) == 48);
+static_assert(offsetof(AVStream, start_time) == 56);
+static_assert(offsetof(AVStream, duration) == 64);
+static_assert(offsetof(AVStream, nb_frames) == 72);
+static_assert(offsetof(AVStream, disposition) == 80);
+static_assert(offsetof(AVStream, discard) == 84);
+static_assert(offsetof(AVStream, sample_aspect_ratio) == 88);
+static_assert(offsetof(AVStream, avg_frame_rate) == 104);
+static_assert(offsetof(AVFormatContext, iformat) == 8);
+static_assert(offsetof(AVFormatContext, pb) == 32);
+static_assert(offsetof(AVFormatContext, nb_streams) == 44);
+static_assert(offsetof(AVFormatContext, streams) == 48);
+static_assert(offsetof(AVFormatContext, start_time) == 1080);
+static_assert(offsetof(AVFormatContext, duration) == 1088);
+static_assert(offsetof(AVFormatContext, bit_rate) == 1096);
+static_assert(offsetof(AVFormatContext, flags) == 1108);

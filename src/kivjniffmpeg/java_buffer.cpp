@@ -1,0 +1,194 @@
+#include "kivjniffmpeg/java_buffer.h"
+
+#include "kivjniffmpeg/color_model.h"
+#include "trace/exception_aside.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+using kiv::jni::c_jnienv;
+using kiv::jni::c_local_ref;
+
+namespace
+{
+
+constexpr jsize im_object_count = 4;
+constexpr jsize im_array_element = 0;
+constexpr jsize im_result_element = 3;
+
+/** The array classes, by kind. */
+constexpr const char *strl_array_classes[] = {"[B", "[S", "[I"};
+
+kiv::jni::ie_array_kind kind_of_step(int32_t imp_pixel_step)
+{
+    switch (imp_pixel_step) {
+    case 1:
+        return kiv::jni::ie_array_byte;
+    case 2:
+        return kiv::jni::ie_array_short;
+    case 4:
+        return kiv::jni::ie_array_int;
+    default:
+        return kiv::jni::ie_array_invalid;
+    }
+}
+
+} // namespace
+
+c_java_buffer::c_java_buffer(c_ffmpeg *adsp_ffmpeg) noexcept : adsc_ffmpeg(adsp_ffmpeg) {}
+
+std::unique_ptr<c_java_buffer> c_java_buffer::allocate(c_ffmpeg *adsp_ffmpeg, const c_colormodel &dsp_model,
+                                                       const dsd_java_buffer_request &dsp_request)
+{
+    TRACE_FUNCTION("c_java_buffer", 3);
+    if (adsp_ffmpeg == nullptr)
+        throw_ffmpeg_exception(929, "adsc_ffmpeg==NULL in class c_java_buffer");
+    std::unique_ptr<c_java_buffer> dsl_buffer(new c_java_buffer(adsp_ffmpeg));
+    dsl_buffer->set_kind(kind_of_step(dsp_request.imc_pixel_step));
+    const int32_t iml_size = std::max(
+        dsp_model.get_buffer_size_in_bytes(dsp_request.imc_width, dsp_request.imc_height, dsp_request.aimc_linesizes[0],
+                                           dsp_request.imc_scanheight, dsp_request.imc_align),
+        dsp_request.imc_planes_size + dsp_request.imc_align);
+    TRACE_LINE(im_level_debug, "%s#%s(): w=%d h=%d scanline=%d scanheight=%d align=%d imc_buffer_size=%d",
+               dsp_request.imc_width, dsp_request.imc_height, dsp_request.aimc_linesizes[0], dsp_request.imc_scanheight,
+               dsp_request.imc_align, iml_size);
+    JNIEnv *adsl_env = c_ffmpeg::get_thread_env();
+    if (adsl_env == nullptr)
+        throw_ffmpeg_exception(951, "adsc_ffmpeg->get_thread_env() returned NULL");
+    if (dsp_request.imc_width == dsp_request.imc_height)
+        throw_ffmpeg_exception(955, "corrupt state: wrong height or width");
+
+    const c_jnienv dsl_env(adsl_env);
+    const c_local_ref dsl_model(adsl_env,
+                                dsp_model.export_to_java_array(adsl_env, dsp_request.imc_width, dsp_request.imc_height,
+                                                               dsp_request.aimc_linesizes, dsp_request.imc_scanheight));
+    const std::array<jint, 5> aiml_sizes{1, iml_size, dsp_request.imc_align, dsp_request.imc_width,
+                                         dsp_request.imc_scanheight};
+    const c_local_ref dsl_sizes(adsl_env, dsl_env.new_jint_array(static_cast<jsize>(aiml_sizes.size())));
+    dsl_env.set_array_region(dsl_sizes.get(), 0, static_cast<jsize>(aiml_sizes.size()), aiml_sizes.data());
+    TRACE_LINE(im_level_debug, "%s#%s(): adsc_ffmpeg=%p, adsc_ffmpeg->avoc_jobject_class=%p",
+               static_cast<const void *>(adsp_ffmpeg), static_cast<const void *>(adsp_ffmpeg->object_class()));
+    const c_local_ref dsl_objects(adsl_env,
+                                  dsl_env.new_jobject_array(im_object_count, adsp_ffmpeg->object_class(), nullptr));
+    // Before Java is asked: after it says true nothing must fail before the array can be given back.
+    dsl_buffer->avoc_objects = dsl_env.NewGlobalRef(dsl_objects.get());
+    {
+        const c_local_ref dsl_codec(adsl_env, adsp_ffmpeg->vcodec_object(dsl_env));
+        dsl_buffer->bc_allocated =
+            dsl_env.call_static_boolean_method(adsp_ffmpeg->api_class(), adsp_ffmpeg->methods().amid_alloc_buffer,
+                                               dsl_codec.get(), dsl_model.get(), dsl_sizes.get(), dsl_objects.get());
+    }
+    if (!dsl_buffer->bc_allocated)
+        throw_ffmpeg_exception(988, "java buffer allocator failed");
+    dsl_buffer->open_elements(dsl_env, iml_size, dsp_request.imc_align);
+    return dsl_buffer;
+}
+
+void c_java_buffer::open_elements(const c_jnienv &dsp_env, int32_t imp_size, int32_t imp_align)
+{
+    TRACE_FUNCTION("open_elements", 3);
+    if (kind() == kiv::jni::ie_array_invalid)
+        throw std::runtime_error("invalid buffer type");
+    const c_local_ref dsl_array(
+        dsp_env.raw(), dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_array_element));
+    const c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class(strl_array_classes[kind()]));
+    if (dsl_array.get() == nullptr || !dsp_env.raw()->IsInstanceOf(dsl_array.get(), dsl_class.get()))
+        throw_ffmpeg_exception(996, "java buffer allocator gave no ", strl_array_classes[kind()], " array");
+    const int64_t ill_bytes =
+        int64_t{dsp_env.get_array_length(static_cast<jarray>(dsl_array.get()))} * kiv::jni::get_element_size(kind());
+    if (ill_bytes < imp_size)
+        throw_ffmpeg_exception(999, "java buffer allocator gave ", ill_bytes, " bytes instead of ", imp_size);
+    avoc_array = dsp_env.NewGlobalRef(dsl_array.get());
+
+    void *avl_elements = nullptr;
+    switch (kind()) {
+    case kiv::jni::ie_array_byte:
+        avl_elements = dsp_env.get_array_elements(static_cast<jbyteArray>(avoc_array), nullptr);
+        break;
+    case kiv::jni::ie_array_short:
+        avl_elements = dsp_env.get_array_elements(static_cast<jshortArray>(avoc_array), nullptr);
+        break;
+    default:
+        avl_elements = dsp_env.get_array_elements(static_cast<jintArray>(avoc_array), nullptr);
+        break;
+    }
+    autc_elements = static_cast<uint8_t *>(avl_elements);
+    const auto ull_align = static_cast<uint64_t>(imp_align);
+    const uint64_t ull_rest = reinterpret_cast<uintptr_t>(autc_elements) % ull_align;
+    set_memory(autc_elements, autc_elements + (ull_rest == 0 ? 0 : ull_align - ull_rest), imp_size);
+}
+
+c_java_buffer::~c_java_buffer()
+{
+    TRACE_FUNCTION("~c_java_buffer", 3);
+    JNIEnv *adsl_env = c_ffmpeg::get_thread_env();
+    if (adsl_env == nullptr)
+        return; // outside of any call there is no way to reach the array
+    // The elements first: an array that Java has taken back must not be written any more.
+    c_java_buffer::release();
+    if (bc_allocated && !handed_over())
+        give_back(adsl_env);
+    const c_jnienv dsl_env(adsl_env);
+    dsl_env.delete_global_ref(avoc_array);
+    dsl_env.delete_global_ref(avoc_objects);
+}
+
+void c_java_buffer::give_back(JNIEnv *adsp_env) noexcept
+{
+    // Java must hear of it also while an exception waits to be seen.
+    const kiv::jni::c_pending_exception_aside dsl_aside(adsp_env);
+    const c_jnienv dsl_env(adsp_env);
+    try {
+        const c_local_ref dsl_codec(adsp_env, adsc_ffmpeg->vcodec_object(dsl_env));
+        dsl_env.call_static_void_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().amid_free_buffer,
+                                        dsl_codec.get(), avoc_objects);
+    } catch (const kiv::jni::c_jniexception &) {
+        // What Java threw stays pending, unless an earlier exception takes its place.
+    }
+}
+
+void c_java_buffer::commit()
+{
+    TRACE_FUNCTION("commit", 3);
+    if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr)
+        end_access(adsl_env, JNI_COMMIT);
+}
+
+void c_java_buffer::release()
+{
+    TRACE_FUNCTION("release", 3);
+    JNIEnv *adsl_env = c_ffmpeg::get_thread_env();
+    if (adsl_env == nullptr)
+        return;
+    end_access(adsl_env, handed_over() ? JNI_ABORT : 0);
+    autc_elements = nullptr;
+}
+
+void c_java_buffer::end_access(JNIEnv *adsp_env, jint imp_mode) noexcept
+{
+    if (autc_elements == nullptr)
+        return;
+    switch (kind()) {
+    case kiv::jni::ie_array_byte:
+        adsp_env->ReleaseByteArrayElements(static_cast<jbyteArray>(avoc_array),
+                                           reinterpret_cast<jbyte *>(autc_elements), imp_mode);
+        break;
+    case kiv::jni::ie_array_short:
+        adsp_env->ReleaseShortArrayElements(static_cast<jshortArray>(avoc_array),
+                                            reinterpret_cast<jshort *>(autc_elements), imp_mode);
+        break;
+    case kiv::jni::ie_array_int:
+        adsp_env->ReleaseIntArrayElements(static_cast<jintArray>(avoc_array), reinterpret_cast<jint *>(autc_elements),
+                                          imp_mode);
+        break;
+    default:
+        break;
+    }
+}
+
+jobject c_java_buffer::result_object(const c_jnienv &dsp_env) const
+{
+    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_result_element);
+}

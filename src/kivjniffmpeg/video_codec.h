@@ -1,0 +1,127 @@
+/** @file The video decoder behind a Java handle. */
+#pragma once
+
+#include "kivjniffmpeg/codec.h"
+#include "kivjniffmpeg/codec_context.h"
+#include "kivjniffmpeg/color_model.h"
+#include "kivjniffmpeg/frame.h"
+#include "kivjniffmpeg/padded_bytes.h"
+#include "kivjniffmpeg/picture_layout.h"
+#include "kivjniffmpeg/scaler.h"
+#include "kivjniffmpeg/video_format.h"
+
+#include <jni.h>
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <vector>
+
+/** What process() says; the numbers are Java's. */
+enum ie_process_result : int32_t
+{
+    ie_picture = 0,          /**< one picture, no more waiting */
+    ie_picture_and_more = 1, /**< one picture, more waiting: call again without data */
+    ie_no_picture = 2,       /**< nothing to hand out */
+    ie_picture_model_changed =
+        4,                /**< one picture, no more waiting, and the chosen model is new since the last report */
+    ie_decoding_error = 8 /**< the packet, or its rest, could not be decoded */
+};
+
+/** Flags of a process() call. */
+inline constexpr int32_t im_flag_discontinuity = 2; /**< the packet does not follow the one before it */
+
+/**
+ * Decodes packets into pictures in one of the colour models that Java takes.
+ *
+ * The decoder writes into Java's arrays where its pixel format is the model's; otherwise into native memory, from which
+ * the picture is converted into a Java array. Pictures wait in a list and are handed out one per call, oldest first.
+ *
+ * Every call comes from an entry point: Java is reached through the environment registered for the thread. A Java
+ * exception that a callback throws ends the call with a kiv::jni::c_jniexception and stays pending.
+ */
+class c_videocodec final : public c_codec
+{
+public:
+    /** @throws c_ffmpeg_exception when there is no decoder for the format */
+    c_videocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp_vformat);
+    ~c_videocodec() override;
+
+    /** @throws c_ffmpeg_exception "null pointer: c_colormodel" */
+    void append_dst_format(std::unique_ptr<c_colormodel> dsp_model);
+    bool has_dst_formats() const noexcept { return !dsc_dst_formats.empty(); }
+
+    /** Whether no output model has been chosen yet. */
+    bool unknown_dst_format() const noexcept { return imc_dst_format_idx < 0; }
+    /**
+     * Chooses the first model whose four-character code is that of the decoder's format.
+     *
+     * @return true when the choice changed, otherwise whether none is chosen
+     */
+    bool find_dst_format_for_pixfmt(AVPixelFormat dsp_format);
+    /** The chosen model; without a choice the first RGB one or else the first of all is chosen, for good. */
+    c_colormodel &get_current_dst_format();
+
+    /** @return false, after an error line, when FFmpeg refuses */
+    bool open() override;
+    bool close() override;
+    bool reset() override;
+
+    /**
+     * Decodes a packet and hands out at most one picture.
+     *
+     * @param autp_data null only hands out. FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes follow the @p imp_lendata.
+     * @param ilp_timestamp becomes the packet's, in units of the caller's
+     * @param dsp_out zeroed by the caller
+     * @return an ie_process_result
+     * @throws std::invalid_argument "imp_lendata" for a negative length
+     */
+    int32_t process(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp,
+                    dsd_out_params &dsp_out);
+
+    /** Called with every picture buffer: the layout that the format export tells. */
+    void remember_layout(const dsd_picture_layout &dsp_layout) noexcept;
+
+    /**
+     * Packets will be whole, not cut anywhere: the decoder then gives each picture with its own packet.
+     *
+     * @throws c_ffmpeg_exception on an open codec
+     */
+    void set_whole_packets(bool bp_whole);
+
+    /** Describes the chosen model and the buffers last allocated, as a new int[16]; null while nothing is chosen. */
+    jintArray export_dst_format(JNIEnv *adsp_env);
+
+    /** Memory for the packet of the next process() call. */
+    c_padded_bytes &input() noexcept { return dsc_input; }
+
+private:
+    /** A decoded picture and the reference to its memory. */
+    struct dsd_picture
+    {
+        std::unique_ptr<c_avframe> dsc_frame;
+        c_framebuffer_reference dsc_buffer;
+    };
+
+    bool decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp);
+    void list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp);
+    std::unique_ptr<c_avframe> convert(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
+                                       AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height);
+    int32_t hand_out(int32_t imp_flags, dsd_out_params &dsp_out);
+
+    // The buffers of pictures and decoder are given back on destruction: the members that this needs stand before them.
+    std::unique_ptr<c_vformat> dsc_vformat;
+    std::vector<std::unique_ptr<c_colormodel>> dsc_dst_formats;
+    int32_t imc_dst_format_idx = -1;
+    bool bc_dst_format_changed = false;
+    c_avcodec dsc_codec;
+    c_avcodec_ctx dsc_codec_ctx;
+    std::deque<dsd_picture> dsc_decoded_pictures;
+    c_sws_ctx dsc_sws_ctx;
+    c_padded_bytes dsc_input;
+    int32_t imc_frame_count = 0;
+    int32_t imc_got_picture = 0;
+    std::array<int32_t, 4> aimc_linesizes{};
+    int32_t imc_scanheight = 0;
+};

@@ -1,0 +1,86 @@
+/**
+ * @file
+ * Trace lines: what the library does, told to Java while a Java call is in progress and to standard output otherwise.
+ *
+ * Every function opens a c_trace, which supplies the prefix of its lines; nothing is written on entering or leaving.
+ * A line that nobody would get is not even formatted.
+ */
+#pragma once
+
+#include <jni.h>
+
+#include <cstdint>
+
+/** Levels of lines, as Java's print_info gets them; none is filtered here. */
+inline constexpr int32_t im_level_error = 1;
+inline constexpr int32_t im_level_debug = 5;
+inline constexpr int32_t im_level_verbose = 6;
+
+/** The scope of one function: its name and how deep it stands below the Java call. */
+class c_trace
+{
+public:
+    /**
+     * @param strp_name a literal: the function's short name, for an exported function its whole exported name
+     * @param imp_depth 1 for exported functions, 3 for members, 4 for small accessors
+     */
+    constexpr c_trace(const char *strp_name, int32_t imp_depth) noexcept : strc_name(strp_name), imc_depth(imp_depth) {}
+
+    const char *name() const noexcept { return strc_name; }
+
+    /** Four blanks for each level of depth. */
+    const char *indent() const noexcept { return s_blanks + im_blanks - imc_depth * 4; }
+
+private:
+    static constexpr int32_t im_blanks = 16;
+    static constexpr char s_blanks[im_blanks + 1] = "                ";
+
+    const char *strc_name;
+    int32_t imc_depth;
+};
+
+/** Opens the trace scope of a function. */
+#define TRACE_FUNCTION(name, depth) [[maybe_unused]] const c_trace dsl_trace(name, depth)
+
+/**
+ * Writes a line: a level, a format that begins "%s#%s(): " (indent and name come from the scope) and its arguments, which
+ * are evaluated only if somebody gets the line.
+ */
+#define TRACE_LINE(level, format, ...)                                                                                 \
+    do {                                                                                                               \
+        if (JNIEnv *const adsl_trace_env = trace_environment(); adsl_trace_env == nullptr)                             \
+            trace_to_output(format, dsl_trace.indent(), dsl_trace.name() __VA_OPT__(, ) __VA_ARGS__);                  \
+        else if (trace_has_receiver())                                                                                 \
+            trace_print(adsl_trace_env, level, format, dsl_trace.indent(),                                             \
+                        dsl_trace.name() __VA_OPT__(, ) __VA_ARGS__);                                                  \
+    } while (false)
+
+/** Installs the function that knows the calling thread's environment; until then every line goes to standard output. */
+void trace_set_environment_hook(JNIEnv *(*adsp_hook)());
+
+/** The environment of the Java call that this thread is in, or null. */
+JNIEnv *trace_environment() noexcept;
+
+/** Whether a Java object gets the lines. */
+bool trace_has_receiver() noexcept;
+
+/**
+ * Makes @p avop_receiver (a global reference that the caller keeps alive until trace_forget_receiver) get every line
+ * from now on, through @p adsp_method, "(ILjava/lang/String;)V". Null silences.
+ */
+void trace_set_receiver(jobject avop_receiver, jmethodID adsp_method);
+
+/** No line reaches any receiver any more; on return none of the old global references is still about to be used. */
+void trace_forget_receiver();
+
+/** Formats a line to standard output, without a line end, and flushes. */
+void trace_to_output(const char *strp_format, ...) __attribute__((format(printf, 1, 2)));
+
+/**
+ * Formats a line, cut to 511 bytes, and hands it to the receiver.
+ *
+ * A Java exception that is pending is put aside meanwhile and pending again afterwards; one that the receiver throws
+ * stays pending. No lock is held while Java runs.
+ */
+void trace_print(JNIEnv *adsp_env, int32_t imp_level, const char *strp_format, ...)
+    __attribute__((format(printf, 3, 4)));
