@@ -88,6 +88,8 @@ public:
     {
     }
     ~c_array() { release(); }
+    c_array(const c_array &) = delete;
+    c_array &operator=(const c_array &) = delete;
 
     std::span<const ELEMENT> elements() const noexcept { return this->view(); }
 
@@ -104,6 +106,8 @@ public:
     {
     }
     ~c_array_rw() { release(); }
+    c_array_rw(const c_array_rw &) = delete;
+    c_array_rw &operator=(const c_array_rw &) = delete;
 
     /** Writes one element; nothing happens beyond the end. */
     void set(int32_t imp_index, ELEMENT ump_value) noexcept

@@ -42,6 +42,8 @@ public:
     c_aformat(int32_t imp_format_tag, int32_t imp_channels, int32_t imp_sample_rate, int32_t imp_bits_per_sample,
               bool bp_planar, std::vector<uint8_t> utp_specific_hdr);
     virtual ~c_aformat();
+    c_aformat(const c_aformat &) = delete;
+    c_aformat &operator=(const c_aformat &) = delete;
 
     /** Interleaved 16-bit PCM. */
     static std::unique_ptr<c_aformat> pcm16(int32_t imp_channels, int32_t imp_sample_rate);

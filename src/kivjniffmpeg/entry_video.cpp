@@ -167,6 +167,8 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
         dsl_format->print();
         auto dsl_codec = std::make_unique<c_videocodec>(adsl_ffmpeg, std::move(dsl_format));
         append_models(dsp_env, *dsl_codec, avop_models);
+        if (dsp_env.exception_pending())
+            throw kiv::jni::c_jniexception("print_info"); // the receiver of a line above threw
         adsl_ffmpeg->set_vcodec_object(dsp_env, avop_object, dsl_codec.get());
         return to_handle(dsl_codec.release());
     });

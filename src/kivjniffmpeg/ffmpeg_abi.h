@@ -17,7 +17,6 @@
 // Only ever handled through pointers.
 struct AVBufferRef;
 struct AVDictionary;
-struct AVIOContext;
 struct AVPacketSideData;
 struct SwrContext;
 struct SwsContext;
@@ -123,6 +122,12 @@ inline constexpr int FF_BUFFER_TYPE_USER = 2;           /**< the buffer came fro
 inline constexpr int FF_COMPLIANCE_EXPERIMENTAL = -2;   /**< experimental encoders may open */
 inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that FFmpeg wants behind its input */
 inline constexpr int SWS_FAST_BILINEAR = 1;
+inline constexpr int AVFMT_FLAG_CUSTOM_IO = 0x80; /**< pb is the caller's and stays when the container is closed */
+inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< packets get no side data appended to their bytes */
+inline constexpr int AVSEEK_SIZE = 0x10000;               /**< a seek callback is asked for the size instead */
+inline constexpr int AVSEEK_FORCE = 0x20000;              /**< or-ed to a seek callback's whence */
+inline constexpr int AVSEEK_FLAG_BACKWARD = 1;            /**< seek to a place at or before the time */
+inline constexpr int AVSEEK_FLAG_ANY = 4;                 /**< seek to places between key frames too */
 inline constexpr int AVERROR_EOF = -541478725;
 inline constexpr int AVERROR_EXIT = -1414092869;
 
@@ -303,6 +308,13 @@ struct AVPixFmtDescriptor
     uint8_t autc_tail[12];
 };
 
+/** A buffered source of bytes; front part only, FFmpeg allocates it. */
+struct AVIOContext
+{
+    const AVClass *av_class;
+    unsigned char *buffer;
+};
+
 /** One registered container reader; front part only. */
 struct AVInputFormat
 {
@@ -443,6 +455,8 @@ static_assert(offsetof(AVPixFmtDescriptor, log2_chroma_h) == 10);
 static_assert(offsetof(AVPixFmtDescriptor, flags) == 11);
 static_assert(offsetof(AVPixFmtDescriptor, comp) == 12);
 static_assert(sizeof(AVPixFmtDescriptor) == 32);
+static_assert(offsetof(AVIOContext, av_class) == 0);
+static_assert(offsetof(AVIOContext, buffer) == 8);
 static_assert(offsetof(AVInputFormat, name) == 0);
 static_assert(offsetof(AVInputFormat, long_name) == 8);
 static_assert(offsetof(AVInputFormat, flags) == 16);

@@ -74,7 +74,8 @@
 #define KIV_AVFORMAT_EXTENSIONS(X)                                                                                     \
     X(AVIOContext *, avio_alloc_context, (unsigned char *, int, int, void *, int (*)(void *, uint8_t *, int),          \
                                           int (*)(void *, uint8_t *, int), int64_t (*)(void *, int64_t, int)))         \
-    X(AVInputFormat *, av_find_input_format, (const char *))                                                           \
+    X(int, av_probe_input_buffer2, (AVIOContext *, AVInputFormat **, const char *, void *, unsigned int,               \
+                                    unsigned int))                                                                     \
     X(int, avformat_open_input, (AVFormatContext **, const char *, AVInputFormat *, AVDictionary **))                  \
     X(int, avformat_find_stream_info, (AVFormatContext *, AVDictionary **))                                            \
     X(int, av_read_frame, (AVFormatContext *, AVPacket *))                                                             \
@@ -84,6 +85,5 @@
 #define KIV_AVUTIL_EXTENSIONS(X)                                                                                       \
     X(void, av_frame_unref, (AVFrame *))                                                                               \
     X(int, av_strerror, (int, char *, size_t))                                                                         \
-    X(int, av_dict_set, (AVDictionary **, const char *, const char *, int))                                            \
-    X(void, av_dict_free, (AVDictionary **))
+    X(int, av_opt_set, (void *, const char *, const char *, int))
 // clang-format on

@@ -5,6 +5,18 @@
 
 #include <new>
 
+namespace
+{
+
+/**
+ * The name that the input goes by. FFmpeg does not open it, as pb is set, but the reader of MP4 and MOV looks for the
+ * files that a track refers to relative to it, and with an empty name would open them in the working directory. Below
+ * this one, which is no directory, the system finds nothing, whatever follows, ".." included.
+ */
+constexpr const char *s_input_name = "/dev/null/";
+
+} // namespace
+
 c_avformat_ctx::c_avformat_ctx() : adsc_context(g_avformat.avformat_alloc_context())
 {
     TRACE_FUNCTION("c_avformat_ctx", 3);
@@ -21,10 +33,10 @@ c_avformat_ctx::~c_avformat_ctx()
         g_avformat.avformat_free_context(adsc_context);
 }
 
-int c_avformat_ctx::open_input(AVInputFormat *adsp_format, AVDictionary **aadsp_options)
+int c_avformat_ctx::open_input(AVInputFormat *adsp_format)
 {
     TRACE_FUNCTION("open_input", 3);
-    const int inl_err = g_avformat.avformat_open_input(&adsc_context, "", adsp_format, aadsp_options);
+    const int inl_err = g_avformat.avformat_open_input(&adsc_context, s_input_name, adsp_format, nullptr);
     bc_opened = inl_err >= 0;
     return inl_err;
 }

@@ -20,11 +20,12 @@ public:
      *
      * A failure frees the context, as FFmpeg's function does; context() is null then.
      *
-     * @param adsp_format the container to take it for, or null to find out
-     * @param aadsp_options the entries that FFmpeg knew are removed; null for none
+     * Nothing that the bytes refer to is opened: a file name in them leads nowhere.
+     *
+     * @param adsp_format the container to take it for
      * @return a negative FFmpeg error, otherwise 0
      */
-    int open_input(AVInputFormat *adsp_format, AVDictionary **aadsp_options);
+    int open_input(AVInputFormat *adsp_format);
 
 private:
     AVFormatContext *adsc_context;

@@ -19,6 +19,8 @@ class ca_ffmpeg_buffer : public kiv::memory::c_countable
 {
 public:
     virtual ~ca_ffmpeg_buffer();
+    ca_ffmpeg_buffer(const ca_ffmpeg_buffer &) = delete;
+    ca_ffmpeg_buffer &operator=(const ca_ffmpeg_buffer &) = delete;
 
     /** Ends the library's access to a Java array's elements. */
     virtual void release() = 0;
@@ -98,6 +100,8 @@ public:
             ffmpeg_release_framebuffer(std::exchange(adsc_buffer, dsp_other.pass_on()));
         return *this;
     }
+    c_framebuffer_reference(const c_framebuffer_reference &) = delete;
+    c_framebuffer_reference &operator=(const c_framebuffer_reference &) = delete;
     ~c_framebuffer_reference() { ffmpeg_release_framebuffer(adsc_buffer); }
 
     ca_ffmpeg_buffer *get() const noexcept { return adsc_buffer; }

@@ -48,6 +48,8 @@ public:
                                                    const dsd_java_buffer_request &dsp_request);
 
     ~c_java_buffer() override;
+    c_java_buffer(const c_java_buffer &) = delete;
+    c_java_buffer &operator=(const c_java_buffer &) = delete;
 
     void commit() override;
     /** Ends the access; copies back unless the array was handed over, when all that Java is to see is there. */

@@ -31,6 +31,8 @@ public:
 
     c_ffmpeg();
     virtual ~c_ffmpeg();
+    c_ffmpeg(const c_ffmpeg &) = delete;
+    c_ffmpeg &operator=(const c_ffmpeg &) = delete;
 
     /** Looks up what the library calls back. @throws kiv::jni::c_jniexception named after the failing look-up */
     void find_methods(const kiv::jni::c_jnienv &dsp_env, jclass avop_api_class);

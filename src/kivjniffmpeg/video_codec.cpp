@@ -19,6 +19,19 @@ constexpr int in_unpaid_limit = 256;
 
 constexpr int in_error_not_open = -22; // EINVAL, as FFmpeg writes it
 
+/** Bytes at the end that may be the first, but not all, of a start code: 00 00 01 xx, or H.263's 00 00 8x. */
+size_t begun_start_code_length(std::span<const uint8_t> utp_bytes)
+{
+    const auto is_zero = [utp_bytes](size_t ump_from_end) {
+        return utp_bytes.size() >= ump_from_end && utp_bytes[utp_bytes.size() - ump_from_end] == 0;
+    };
+    if (is_zero(3) && is_zero(2))
+        return 3;
+    if (is_zero(1))
+        return is_zero(2) ? 2 : 1;
+    return 0;
+}
+
 /** Ends the call with the exception that a callback left pending. */
 void throw_if_pending()
 {
@@ -125,6 +138,7 @@ bool c_videocodec::close()
     TRACE_FUNCTION("close", 3);
     if (is_open()) {
         set_open(false);
+        utc_begun_start_code.clear();
         g_avcodec.avcodec_close(dsc_codec_ctx.context());
     }
     return true;
@@ -134,6 +148,7 @@ bool c_videocodec::reset()
 {
     TRACE_FUNCTION("reset", 3);
     dsc_decoded_pictures.clear();
+    utc_begun_start_code.clear();
     if (is_open())
         g_avcodec.avcodec_flush_buffers(dsc_codec_ctx.context());
     dsc_sws_ctx.reset();
@@ -186,6 +201,7 @@ bool c_videocodec::decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_
     TRACE_FUNCTION("process", 3);
     AVCodecContext *adsl_context = dsc_codec_ctx.context();
     const auto report_error = [&](int inp_err) {
+        utc_begun_start_code.clear(); // the rest of the packet is dropped
         TRACE_LINE(im_level_error, "%s#%s(): Error during decoding frame %d, code %d, size: [%dx%d]", imc_frame_count,
                    inp_err, adsl_context->width, adsl_context->height);
         return false;
@@ -193,13 +209,16 @@ bool c_videocodec::decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_
     if (!is_open())
         return report_error(in_error_not_open); // FFmpeg would read through null pointers
 
+    if ((imp_flags & im_flag_discontinuity) != 0 && imc_frame_count >= 1) {
+        utc_begun_start_code.clear();
+        g_avcodec.avcodec_flush_buffers(adsl_context);
+    }
+    const std::span utl_packet = withhold_begun_start_code({autp_data, static_cast<size_t>(imp_lendata)});
     c_avpacket dsl_packet;
-    dsl_packet.set_data(autp_data);
-    dsl_packet.set_size(imp_lendata);
+    dsl_packet.set_data(utl_packet.data());
+    dsl_packet.set_size(static_cast<int>(utl_packet.size()));
     dsl_packet.set_pts(ilp_timestamp);
     dsl_packet.set_dts(AV_NOPTS_VALUE);
-    if ((imp_flags & im_flag_discontinuity) != 0 && imc_frame_count >= 1)
-        g_avcodec.avcodec_flush_buffers(adsl_context);
 
     int inl_idle = 0;
     int inl_unpaid = 0;
@@ -223,6 +242,21 @@ bool c_videocodec::decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_
     return true;
 }
 
+// A start code that begins in one packet and ends in the next makes FFmpeg's splitter of cut packets go back into its
+// memory, which 2.8.1 has lost when the picture between them began a new sequence. So no start code is ever cut for it:
+// its first bytes come with the rest. The code is found with its last byte as before, and so is every picture.
+std::span<uint8_t> c_videocodec::withhold_begun_start_code(std::span<uint8_t> utp_packet)
+{
+    if ((dsc_codec_ctx->flags & CODEC_FLAG_TRUNCATED) == 0)
+        return utp_packet;
+    const std::span utl_joined = dsc_joined.prepare(utc_begun_start_code.size() + utp_packet.size());
+    std::ranges::copy(utp_packet, std::ranges::copy(utc_begun_start_code, utl_joined.begin()).out);
+    const std::span utl_withheld = utl_joined.last(begun_start_code_length(utl_joined));
+    utc_begun_start_code.assign(utl_withheld.begin(), utl_withheld.end());
+    std::ranges::fill(utl_withheld, uint8_t{0}); // padding, now
+    return utl_joined.first(utl_joined.size() - utl_withheld.size());
+}
+
 void c_videocodec::list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp)
 {
     TRACE_FUNCTION("process", 3);
@@ -237,10 +271,12 @@ void c_videocodec::list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t im
         dsp_frame = convert(*dsp_frame, dsl_buffer, dsl_format, dsc_vformat->width(), dsc_vformat->height());
     } else {
         dsl_buffer = ffmpeg_get_framebuffer(*dsp_frame);
-        // A decoder that was flushed may go on in a buffer that it returned before. Java has that array: this picture
-        // gets one of its own.
-        if (dsl_buffer->handed_over())
+        // A decoder that was flushed may go on in a buffer that it returned before. Another picture has that array: this
+        // one gets its own.
+        if (dsl_buffer->handed_over() || is_listed(dsl_buffer.get()))
             dsp_frame = convert(*dsp_frame, dsl_buffer, dsl_format, (*dsp_frame)->width, (*dsp_frame)->height);
+        else
+            tell_plane_offsets(*dsp_frame, *dsl_buffer.get());
     }
     throw_if_pending();
     if (dsp_frame == nullptr) {
@@ -252,6 +288,25 @@ void c_videocodec::list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t im
     adsl_frame->flags = imp_flags;
     adsl_frame->pts = ilp_timestamp;
     dsc_decoded_pictures.push_back({std::move(dsp_frame), std::move(dsl_buffer)});
+}
+
+void c_videocodec::tell_plane_offsets(const c_avframe &dsp_frame, ca_ffmpeg_buffer &dsp_buffer)
+{
+    std::array<int32_t, 4> aiml_offsets{};
+    for (size_t uml_plane = 0; uml_plane < aiml_offsets.size(); ++uml_plane) {
+        if (const uint8_t *autl_plane = dsp_frame->data[uml_plane]; autl_plane != nullptr)
+            aiml_offsets[uml_plane] = static_cast<int32_t>(autl_plane - dsp_buffer.data());
+    }
+    if (get_current_dst_format().fourcc() == im_fourcc_yv12)
+        std::swap(aiml_offsets[1], aiml_offsets[2]);
+    dsp_buffer.set_plane_offsets(aiml_offsets);
+}
+
+bool c_videocodec::is_listed(const ca_ffmpeg_buffer *adsp_buffer) const
+{
+    return std::ranges::any_of(dsc_decoded_pictures, [adsp_buffer](const dsd_picture &dsp_picture) {
+        return dsp_picture.dsc_buffer.get() == adsp_buffer;
+    });
 }
 
 std::unique_ptr<c_avframe> c_videocodec::convert(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <span>
 #include <vector>
 
 /** What process() says; the numbers are Java's. */
@@ -47,6 +48,8 @@ public:
     /** @throws c_ffmpeg_exception when there is no decoder for the format */
     c_videocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp_vformat);
     ~c_videocodec() override;
+    c_videocodec(const c_videocodec &) = delete;
+    c_videocodec &operator=(const c_videocodec &) = delete;
 
     /** @throws c_ffmpeg_exception "null pointer: c_colormodel" */
     void append_dst_format(std::unique_ptr<c_colormodel> dsp_model);
@@ -105,7 +108,11 @@ private:
     };
 
     bool decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp);
+    std::span<uint8_t> withhold_begun_start_code(std::span<uint8_t> utp_packet);
     void list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp);
+    /** A cropped picture begins inside its planes: the offsets that Java gets lead to what is shown. */
+    void tell_plane_offsets(const c_avframe &dsp_frame, ca_ffmpeg_buffer &dsp_buffer);
+    bool is_listed(const ca_ffmpeg_buffer *adsp_buffer) const;
     std::unique_ptr<c_avframe> convert(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
                                        AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height);
     int32_t hand_out(int32_t imp_flags, dsd_out_params &dsp_out);
@@ -120,6 +127,8 @@ private:
     std::deque<dsd_picture> dsc_decoded_pictures;
     c_sws_ctx dsc_sws_ctx;
     c_padded_bytes dsc_input;
+    c_padded_bytes dsc_joined;
+    std::vector<uint8_t> utc_begun_start_code; // of a packet that may be cut anywhere: what waits for the next one
     int32_t imc_frame_count = 0;
     int32_t imc_got_picture = 0;
     std::array<int32_t, 4> aimc_linesizes{};

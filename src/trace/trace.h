@@ -29,7 +29,7 @@ public:
     const char *name() const noexcept { return strc_name; }
 
     /** Four blanks for each level of depth. */
-    const char *indent() const noexcept { return s_blanks + im_blanks - imc_depth * 4; }
+    const char *indent() const noexcept { return &s_blanks[im_blanks - imc_depth * 4]; }
 
 private:
     static constexpr int32_t im_blanks = 16;

@@ -143,12 +143,17 @@ public final class FfmpegLibrary {
         loadNatives();
         preload(directory);
         try {
-            context = c_multimediaapi_ffmpeg.n_init(directory.toString(), new c_multimediaapi_ffmpeg(), LOG_LEVEL);
+            context = c_multimediaapi_ffmpeg.n_init(directory.toString(), logReceiver(), LOG_LEVEL);
         } catch (RuntimeException | Error e) {
             failure = new LibraryException("cannot load FFmpeg from " + directory + ": " + e.getMessage()
                     + "; it takes FFmpeg 2.4 to 2.8", e);
             throw failure;
         }
         loadedDirectory = directory;
+    }
+
+    /** Every line costs a string and a call, some for each packet: nobody gets them unless somebody looks. */
+    private static c_multimediaapi_ffmpeg logReceiver() {
+        return c_multimediaapi_ffmpeg.logs() ? new c_multimediaapi_ffmpeg() : null;
     }
 }

@@ -26,4 +26,9 @@ public class MediaException extends RuntimeException {
     public MediaException(String message, Throwable cause) {
         super(message, cause);
     }
+
+    /** A native failure's message without the place in the native code, which the cause still tells. */
+    static String plain(Throwable failure) {
+        return String.valueOf(failure.getMessage()).replaceFirst(" in line \\d+$", "");
+    }
 }

@@ -101,27 +101,27 @@ public final class MediaReader implements AutoCloseable {
         try {
             address = c_mediareader_ffmpeg.n_reader_open(context, source);
         } catch (RuntimeException e) {
-            throw failed("not a media file of a known kind", e);
+            throw failed("not a media file that can be read", e);
         }
         return new MediaReader(address, channel);
     }
 
-    /** FFmpeg's short name of the container format, possibly several joined by commas, such as {@code mov,mp4}. */
+    /** {@return FFmpeg's short name of the container format, or several joined by commas, such as {@code mov,mp4}} */
     public String formatName() {
         return formatName;
     }
 
-    /** Length of the whole. */
+    /** {@return length of the whole} */
     public Optional<Duration> duration() {
         return info[1] == Packet.NO_TIME ? Optional.empty() : Optional.of(microseconds(info[1]));
     }
 
-    /** Where the times begin. */
+    /** {@return where the times begin} */
     public Optional<Duration> startTime() {
         return info[2] == Packet.NO_TIME ? Optional.empty() : Optional.of(microseconds(info[2]));
     }
 
-    /** Bits a second of the whole, when known. */
+    /** {@return bits a second of the whole, when known} */
     public OptionalLong bitRate() {
         return info[3] > 0 ? OptionalLong.of(info[3]) : OptionalLong.empty();
     }
@@ -136,7 +136,7 @@ public final class MediaReader implements AutoCloseable {
         return List.copyOf(streams);
     }
 
-    /** The first stream of pictures that is not just a cover, if there is one. */
+    /** {@return the first stream of pictures that is not just a cover, if there is one} */
     public Optional<MediaStream> firstVideo() {
         return streams.stream().filter(s -> s.kind() == MediaKind.VIDEO && !s.isAttachedPicture()).findFirst();
     }
@@ -262,7 +262,7 @@ public final class MediaReader implements AutoCloseable {
     /** A channel's own unchecked exceptions pass through the native call and are not the container's fault. */
     private static RuntimeException failed(String what, RuntimeException cause) {
         return cause.getClass() == RuntimeException.class
-                ? new MediaFormatException(what + ": " + cause.getMessage(), cause)
+                ? new MediaFormatException(what + " (" + MediaException.plain(cause) + ")", cause)
                 : cause;
     }
 

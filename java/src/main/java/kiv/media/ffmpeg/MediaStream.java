@@ -31,28 +31,28 @@ public final class MediaStream {
         this.extradata = extradata.clone();
     }
 
-    /** The stream's place in {@link MediaReader#streams()}, from 0. */
+    /** {@return the stream's place in {@link MediaReader#streams()}, from 0} */
     public int index() {
         return index;
     }
 
-    /** What it carries. */
+    /** {@return what it carries} */
     public MediaKind kind() {
         return MediaKind.of(fields[0]);
     }
 
-    /** FFmpeg's number of the codec. */
+    /** {@return FFmpeg's number of the codec} */
     public int codecId() {
         return (int) fields[1];
     }
 
-    /** FFmpeg's short name of the codec, such as {@code h264}. */
+    /** {@return FFmpeg's short name of the codec, such as {@code h264}} */
     public String codecName() {
         return codecName;
     }
 
     /**
-     * The four-character code with its first character in the low byte, or a WAVE format tag, or 0.
+     * {@return the four-character code with its first character in the low byte, or a WAVE format tag, or 0}
      *
      * @see FourCharacterCode
      */
@@ -60,92 +60,92 @@ public final class MediaStream {
         return (int) fields[2];
     }
 
-    /** Width of the pictures in pixels. */
+    /** {@return width of the pictures in pixels} */
     public int width() {
         return (int) fields[3];
     }
 
-    /** Height of the pictures in pixels. */
+    /** {@return height of the pictures in pixels} */
     public int height() {
         return (int) fields[4];
     }
 
-    /** Pictures a second, on average. */
+    /** {@return pictures a second, on average} */
     public Rational frameRate() {
         return new Rational(fields[5], fields[6]);
     }
 
-    /** The unit of the stream's times, in seconds. */
+    /** {@return the unit of the stream's times, in seconds} */
     public Rational timeBase() {
         return new Rational(fields[7], fields[8]);
     }
 
-    /** Length of the stream. */
+    /** {@return length of the stream} */
     public Optional<Duration> duration() {
         return time(fields[9]);
     }
 
-    /** Where the stream's times begin. */
+    /** {@return where the stream's times begin} */
     public Optional<Duration> startTime() {
         return time(fields[10]);
     }
 
-    /** Bits a second. */
+    /** {@return bits a second} */
     public long bitRate() {
         return fields[11];
     }
 
-    /** Samples a second and channel. */
+    /** {@return samples a second and channel} */
     public int sampleRate() {
         return (int) fields[12];
     }
 
-    /** Number of sound channels. */
+    /** {@return number of sound channels} */
     public int channels() {
         return (int) fields[13];
     }
 
-    /** Bits of a coded sample, or of a pixel for video. */
+    /** {@return bits of a coded sample, or of a pixel for video} */
     public int bitsPerCodedSample() {
         return (int) fields[14];
     }
 
-    /** Bytes of the smallest unit of coded sound. */
+    /** {@return bytes of the smallest unit of coded sound} */
     public int blockAlign() {
         return (int) fields[15];
     }
 
-    /** How many pictures the container claims to hold. */
+    /** {@return how many pictures the container claims to hold} */
     public long frameCount() {
         return fields[16];
     }
 
-    /** Width of a pixel to its height; unknown mostly means 1. */
+    /** {@return width of a pixel to its height; unknown mostly means 1} */
     public Rational pixelAspectRatio() {
         return new Rational(fields[17], fields[18]);
     }
 
-    /** FFmpeg's number of the codec's profile; negative when unknown. */
+    /** {@return FFmpeg's number of the codec's profile; negative when unknown} */
     public int profile() {
         return (int) fields[19];
     }
 
-    /** Whether this is no film but a picture that goes with a sound file, such as a record's cover. */
+    /** {@return whether this is no film but a picture that goes with a sound file, such as a record's cover} */
     public boolean isAttachedPicture() {
         return (fields[20] & ATTACHED_PICTURE) != 0;
     }
 
-    /** FFmpeg's number of the pixel format or the sample format; -1 when unknown. */
+    /** {@return FFmpeg's number of the pixel format or the sample format; -1 when unknown} */
     public int sampleFormat() {
         return (int) fields[21];
     }
 
-    /** Whether the loaded FFmpeg has a decoder for the codec. */
+    /** {@return whether the loaded FFmpeg has a decoder for the codec} */
     public boolean isDecodable() {
         return fields[22] != 0;
     }
 
-    /** The codec's private data, as a new array; empty when there is none. */
+    /** {@return the codec's private data, as a new array; empty when there is none} */
     public byte[] extradata() {
         return extradata.clone();
     }

@@ -94,7 +94,7 @@ public final class MediaSubtypes {
                 : Optional.empty();
     }
 
-    /** Every subtype that the library knows. */
+    /** {@return every subtype that the library knows} */
     public static List<String> all() {
         return ROWS.stream().map(Row::subtype).toList();
     }

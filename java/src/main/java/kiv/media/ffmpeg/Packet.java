@@ -58,42 +58,42 @@ public final class Packet {
         return new Packet(bytes, (int) fields[0], fields[1], fields[2], fields[3], (fields[4] & KEY) != 0, fields[5]);
     }
 
-    /** The index of the stream in {@link MediaReader#streams()}. */
+    /** {@return the index of the stream in {@link MediaReader#streams()}} */
     public int streamIndex() {
         return streamIndex;
     }
 
-    /** When it is shown, in units of the stream's time base, or {@link #NO_TIME}. */
+    /** {@return when it is shown, in units of the stream's time base, or {@link #NO_TIME}} */
     public long presentationTime() {
         return presentationTime;
     }
 
-    /** When it is decoded, in units of the stream's time base, or {@link #NO_TIME}. */
+    /** {@return when it is decoded, in units of the stream's time base, or {@link #NO_TIME}} */
     public long decodingTime() {
         return decodingTime;
     }
 
-    /** How long it lasts, in units of the stream's time base; 0 when unknown. */
+    /** {@return how long it lasts, in units of the stream's time base; 0 when unknown} */
     public long duration() {
         return duration;
     }
 
-    /** Whether decoding can start with it. */
+    /** {@return whether decoding can start with it} */
     public boolean isKey() {
         return key;
     }
 
-    /** Where it begins in the container, in bytes, or -1 when unknown. */
+    /** {@return where it begins in the container, in bytes, or -1 when unknown} */
     public long position() {
         return position;
     }
 
-    /** The number of bytes. */
+    /** {@return the number of bytes} */
     public int size() {
         return bytes.length;
     }
 
-    /** The compressed data, read-only and without a copy. */
+    /** {@return the compressed data, read-only and without a copy} */
     public ByteBuffer data() {
         return ByteBuffer.wrap(bytes).asReadOnlyBuffer();
     }

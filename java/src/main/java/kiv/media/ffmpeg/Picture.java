@@ -44,37 +44,37 @@ public final class Picture {
         }
     }
 
-    /** Width in pixels. */
+    /** {@return width in pixels} */
     public int width() {
         return width;
     }
 
-    /** Height in pixels. */
+    /** {@return height in pixels} */
     public int height() {
         return height;
     }
 
-    /** The format of its pixels. */
+    /** {@return the format of its pixels} */
     public PictureFormat format() {
         return format;
     }
 
-    /** When it is shown, in the stream's time base, or {@link Packet#NO_TIME} when the stream does not tell. */
+    /** {@return when it is shown, in the stream's time base, or {@link Packet#NO_TIME} when that is unknown} */
     public long timestamp() {
         return times.timestamp();
     }
 
-    /** How long its packet lasts, in units of the stream's time base; 0 when unknown. */
+    /** {@return how long its packet lasts, in units of the stream's time base; 0 when unknown} */
     public long duration() {
         return times.duration();
     }
 
-    /** Whether its packet was one where decoding can start. */
+    /** {@return whether its packet was one where decoding can start} */
     public boolean isKey() {
         return times.key();
     }
 
-    /** When it is shown, from the container's zero. */
+    /** {@return when it is shown, from the container's zero} */
     public Optional<Duration> time() {
         return timestamp() == Packet.NO_TIME || !timeBase.isKnown() ? Optional.empty()
                 : Optional.of(timeBase.times(timestamp()));

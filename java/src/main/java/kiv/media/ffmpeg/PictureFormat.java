@@ -15,7 +15,10 @@ public enum PictureFormat {
     YUY2(fourcc("YUY2"), 16, 1, Short.BYTES, 0, 0, 0, 0),
     /** Packed YUV 4:2:2, bytes in the order U Y0 V Y1. */
     UYVY(fourcc("UYVY"), 16, 1, Short.BYTES, 0, 0, 0, 0),
-    /** RGB in one byte: three bits red, three green, two blue. */
+    /**
+     * RGB in one byte: three bits red, three green, two blue. FFmpeg keeps a palette beside it, for which an array
+     * has no place, so decoders refuse it.
+     */
     RGB8(0, 8, 1, Byte.BYTES, 0xE0, 0x1C, 0x03, 0),
     /** RGB with five bits each in two bytes, the high byte first. */
     RGB15(0, 15, 1, Short.BYTES, 0x7C00, 0x03E0, 0x001F, 0),
@@ -47,44 +50,49 @@ public enum PictureFormat {
         this.alphaMask = alphaMask;
     }
 
-    /** The four-character code with the first character in the low byte; 0 for RGB. */
+    /** {@return the four-character code with the first character in the low byte; 0 for RGB} */
     public int fourcc() {
         return fourcc;
     }
 
-    /** Bits that a pixel takes on average. */
+    /** {@return bits that a pixel takes on average} */
     public int bitsPerPixel() {
         return bitsPerPixel;
     }
 
-    /** Number of planes, 1 or 3. */
+    /** {@return number of planes, 1 or 3} */
     public int planes() {
         return planes;
     }
 
-    /** The bits of red in a pixel's value; 0 for YUV. */
+    /** {@return the bits of red in a pixel's value; 0 for YUV} */
     public int redMask() {
         return redMask;
     }
 
-    /** The bits of green in a pixel's value; 0 for YUV. */
+    /** {@return the bits of green in a pixel's value; 0 for YUV} */
     public int greenMask() {
         return greenMask;
     }
 
-    /** The bits of blue in a pixel's value; 0 for YUV. */
+    /** {@return the bits of blue in a pixel's value; 0 for YUV} */
     public int blueMask() {
         return blueMask;
     }
 
-    /** The bits of alpha in a pixel's value; 0 when there is none. */
+    /** {@return the bits of alpha in a pixel's value; 0 when there is none} */
     public int alphaMask() {
         return alphaMask;
     }
 
-    /** Whether a pixel is a red, a green and a blue value. */
+    /** {@return whether a pixel is a red, a green and a blue value} */
     public boolean isRgb() {
         return fourcc == 0;
+    }
+
+    /** Whether a decoder can write such pictures into arrays. */
+    boolean fitsArrays() {
+        return this != RGB8 && this != RGB24;
     }
 
     /** Bytes in an element of the array that holds a picture: 1, 2 or 4, and 3 where no array fits. */

@@ -13,7 +13,7 @@ import java.nio.ByteBuffer;
  */
 public record Plane(ByteBuffer bytes, int lineSize, int rowBytes, int rows) {
 
-    /** The rows without padding, one after the other. */
+    /** {@return the rows without padding, one after the other} */
     public byte[] packed() {
         byte[] packed = new byte[rowBytes * rows];
         for (int row = 0; row < rows; row++) {

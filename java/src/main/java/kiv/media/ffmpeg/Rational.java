@@ -13,12 +13,12 @@ public record Rational(long numerator, long denominator) {
 
     private static final BigInteger NANOS = BigInteger.valueOf(1_000_000_000L);
 
-    /** Whether this says something: neither part is 0. */
+    /** {@return whether this says something: neither part is 0} */
     public boolean isKnown() {
         return numerator != 0 && denominator != 0;
     }
 
-    /** The value, or 0 when it is unknown. */
+    /** {@return the value, or 0 when it is unknown} */
     public double toDouble() {
         return isKnown() ? (double) numerator / denominator : 0;
     }

@@ -91,9 +91,9 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     private static VideoDecoder open(VideoFormat format, PictureFormat pictureFormat, int streamIndex) {
-        if (pictureFormat == PictureFormat.RGB24) {
-            throw new UnsupportedCodecException("pictures are not given as RGB24, because no Java array has elements of"
-                    + " three bytes; take RGB32");
+        if (!pictureFormat.fitsArrays()) {
+            throw new UnsupportedCodecException("pictures are not given as " + pictureFormat
+                    + ", which does not fit into an array; take RGB32");
         }
         if (format.width() == format.height()) {
             throw new UnsupportedCodecException("square pictures (" + format.width() + "x" + format.height()
@@ -106,7 +106,7 @@ public final class VideoDecoder implements AutoCloseable {
             address = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, format.subtype(), format.toNative(),
                     format.extradata(), new Object[] {pictureFormat.toColorModel()}, buffers);
         } catch (RuntimeException e) {
-            throw new UnsupportedCodecException("no decoder for " + format + ": " + e.getMessage(), e);
+            throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
         VideoDecoder decoder = new VideoDecoder(address, buffers, format, pictureFormat, streamIndex);
         try {
@@ -123,12 +123,12 @@ public final class VideoDecoder implements AutoCloseable {
         }
     }
 
-    /** The compressed video. */
+    /** {@return the compressed video} */
     public VideoFormat format() {
         return format;
     }
 
-    /** The format of the pictures. */
+    /** {@return the format of the pictures} */
     public PictureFormat pictureFormat() {
         return pictureFormat;
     }
@@ -243,7 +243,7 @@ public final class VideoDecoder implements AutoCloseable {
     /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
     private static RuntimeException translate(Throwable e) {
         if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
-            return new DecodeException("decoding failed: " + e.getMessage(), e);
+            return new DecodeException("decoding failed: " + MediaException.plain(e), e);
         }
         if (e instanceof Error error) {
             throw error;

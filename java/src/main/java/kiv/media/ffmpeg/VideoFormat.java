@@ -69,27 +69,27 @@ public final class VideoFormat {
                 stream.bitsPerCodedSample(), stream.extradata(), stream.timeBase());
     }
 
-    /** The media subtype. */
+    /** {@return the media subtype} */
     public String subtype() {
         return subtype;
     }
 
-    /** The pictures' width in pixels. */
+    /** {@return the pictures' width in pixels} */
     public int width() {
         return width;
     }
 
-    /** The pictures' height in pixels. */
+    /** {@return the pictures' height in pixels} */
     public int height() {
         return height;
     }
 
-    /** The unit of the packets' times in seconds. */
+    /** {@return the unit of the packets' times in seconds} */
     public Rational timeBase() {
         return timeBase;
     }
 
-    /** The codec's private data, as a new array. */
+    /** {@return the codec's private data, as a new array} */
     public byte[] extradata() {
         return extradata.clone();
     }

@@ -153,4 +153,9 @@ public class c_multimediaapi_ffmpeg {
         Level target = level <= 1 ? Level.ERROR : level <= 5 ? Level.DEBUG : Level.TRACE;
         LOGGER.log(target, line);
     }
+
+    /** {@return whether the logger takes more than errors} */
+    static boolean logs() {
+        return LOGGER.isLoggable(Level.DEBUG);
+    }
 }

@@ -1,0 +1,196 @@
+package kiv.media.ffmpeg.exactness;
+
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.security.MessageDigest;
+import java.security.NoSuchAlgorithmException;
+import java.util.ArrayDeque;
+import java.util.Arrays;
+import java.util.Deque;
+import java.util.HexFormat;
+import java.util.List;
+import java.util.function.LongUnaryOperator;
+import kiv.media.ffmpeg.exactness.NativeDecoder.Buffer;
+import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
+import kiv.media.ffmpeg.exactness.TestMedia.Clip;
+
+/** Holds every result of a decoder against the reference: codes, timestamps, places of the planes and each byte. */
+public final class Comparison {
+
+    private static final int ONE = 0;
+    private static final int MORE = 1;
+    private static final int NONE = 2;
+    private static final int CHANGED = 4;
+    private static final int ERROR = 8;
+
+    /** Any bits but that of a discontinuity. */
+    private static final int FLAGS = 0x41;
+    private static final int NO_PICTURE = -1;
+
+    private final NativeDecoder decoder;
+    private final PictureModel model;
+    private final Deque<Reference.Picture> waiting = new ArrayDeque<>();
+    private final LongUnaryOperator sent;
+    private final LongUnaryOperator seen;
+    private boolean announced;
+    private int pictures;
+
+    private Comparison(NativeDecoder decoder, PictureModel model, LongUnaryOperator sent, LongUnaryOperator seen) {
+        this.decoder = decoder;
+        this.model = model;
+        this.sent = sent;
+        this.seen = seen;
+    }
+
+    /** Decodes a clip with a new decoder and compares. @return how many pictures there were */
+    public static int run(Clip clip, PictureModel model, boolean whole, int subtype) {
+        Track track = Track.of(clip.file());
+        try (NativeDecoder decoder = new NativeDecoder(track, whole, subtype, model)) {
+            check(decoder.format() == null, "a format is told before it was chosen");
+            int count = run(decoder, clip, model, whole, number -> number, number -> number);
+            checkFormat(decoder.format(), track, model);
+            return count;
+        }
+    }
+
+    /**
+     * Decodes a clip with a decoder that is at its start, and compares.
+     *
+     * @param sent the timestamp that goes with the packet of a number
+     * @param seen the one that the library makes of it
+     * @return how many pictures there were
+     */
+    public static int run(NativeDecoder decoder, Clip clip, PictureModel model, boolean whole, LongUnaryOperator sent,
+            LongUnaryOperator seen) {
+        Track track = Track.of(clip.file());
+        Reference.Decoding expected = Reference.decode(clip.file(), track, model.format(), whole);
+        check(expected.packets() == track.packets().size(),
+                "packets: " + track.packets().size() + " instead of " + expected.packets());
+        Comparison comparison = new Comparison(decoder, model, sent, seen);
+        // Only I420 is found by the decoder's own format; YV12 and RGB are taken as the first of the list.
+        comparison.announced = model != PictureModel.I420 || expected.pictures().isEmpty()
+                || !expected.pictures().get(0).decoded().matches("yuvj?420p") || decoder.format() != null;
+        for (int packet = 0; packet < expected.packets(); packet++) {
+            try {
+                comparison.packet(track.packets().get(packet), packet, expected);
+            } catch (AssertionError e) {
+                throw new AssertionError(clip + " " + model + (whole ? " whole" : "") + " packet " + packet + " picture "
+                        + comparison.pictures + ": " + e.getMessage(), e);
+            }
+        }
+        return comparison.pictures;
+    }
+
+    private void packet(byte[] bytes, int number, Reference.Decoding expected) {
+        waiting.addAll(expected.of(number));
+        Result result = decoder.process(bytes, FLAGS, sent.applyAsLong(number));
+        if (expected.failed().contains(number)) {
+            check(result.code() == ERROR, "code " + result.code() + " instead of an error");
+            checkEmpty(result);
+            return;
+        }
+        picture(result);
+        while (result.code() == MORE) {
+            result = decoder.process(null, FLAGS, -1);
+            picture(result);
+        }
+    }
+
+    private void picture(Result result) {
+        Reference.Picture expected = waiting.poll();
+        int code = expected == null ? NONE : !waiting.isEmpty() ? MORE : announced ? ONE : CHANGED;
+        check(result.code() == code, "code " + result.code() + " instead of " + code);
+        if (expected == null) {
+            checkEmpty(result);
+            return;
+        }
+        announced |= code == CHANGED;
+        check(result.out() != null, "no array");
+        long time = seen.applyAsLong(expected.time());
+        check(result.time() == time, "time " + result.time() + " instead of " + time);
+        checkPlaces(result, expected);
+        String md5 = md5(result, model, expected.width(), expected.height());
+        check(md5.equals(expected.md5()), "other pixels, of " + expected.width() + "x" + expected.height());
+        pictures++;
+    }
+
+    private void checkPlaces(Result result, Reference.Picture expected) {
+        int[] params = result.params();
+        Buffer buffer = result.out();
+        int[] layout = buffer.layout();
+        int chromaHeight = (expected.height() + 1) / 2;
+        int size = model.isPlanar() ? expected.width() * expected.height() + (expected.width() + 1) / 2 * chromaHeight * 2
+                : expected.width() * 4 * expected.height();
+        check(params[5] == (model.isPlanar() ? 0 : 2), "kind of array: " + params[5]);
+        check(params[11] * result.elementSize() == size, "size: " + params[11]);
+        check(params[12] == FLAGS, "flags: " + params[12]);
+        check(params[15] != 0, "no opaque value");
+        check(layout[0] == expected.width() && layout[1] == expected.height(), "layout: " + Arrays.toString(layout));
+        check(params[7] == 0 && params[10] == 0, "places of the planes: " + Arrays.toString(params));
+        int last = model.isPlanar() ? params[9] : 0;
+        if (model.isPlanar()) {
+            check(params[8] >= layout[2] * expected.height() && params[9] >= params[8] + layout[3] * chromaHeight,
+                    "planes overlap: " + Arrays.toString(params));
+        } else {
+            check(params[8] == 0 && params[9] == 0, "places of the planes: " + Arrays.toString(params));
+        }
+        int end = params[6] * result.elementSize() + last
+                + (model.isPlanar() ? layout[3] * chromaHeight : layout[2] * expected.height());
+        check(end <= buffer.buffer()[1], "the planes end at " + end + ", the array at " + buffer.buffer()[1]);
+    }
+
+    /** MD5 of the visible bytes in the order of the reference. */
+    static String md5(Result result, PictureModel model, int width, int height) {
+        int[] params = result.params();
+        int[] layout = result.out().layout();
+        MessageDigest digest;
+        try {
+            digest = MessageDigest.getInstance("MD5");
+        } catch (NoSuchAlgorithmException e) {
+            throw new IllegalStateException(e);
+        }
+        if (model.isPlanar()) {
+            byte[] array = (byte[]) result.out().array();
+            // U comes before V in the sum, V before U in a YV12 array.
+            List<Integer> order = model == PictureModel.YV12 ? List.of(0, 2, 1) : List.of(0, 1, 2);
+            for (int plane : order) {
+                int columns = plane == 0 ? width : (width + 1) / 2;
+                int lines = plane == 0 ? height : (height + 1) / 2;
+                for (int line = 0; line < lines; line++) {
+                    digest.update(array, params[6] + params[7 + plane] + line * layout[2 + plane], columns);
+                }
+            }
+        } else {
+            int[] array = (int[]) result.out().array();
+            ByteBuffer row = ByteBuffer.allocate(4 * width).order(ByteOrder.LITTLE_ENDIAN);
+            for (int line = 0; line < height; line++) {
+                row.clear().asIntBuffer().put(array, params[6] + line * layout[2] / 4, width);
+                digest.update(row);
+            }
+        }
+        return HexFormat.of().formatHex(digest.digest());
+    }
+
+    private static void checkEmpty(Result result) {
+        int[] params = result.params();
+        check(result.out() == null && params[5] == NO_PICTURE && params[15] == 0, "a picture with code " + result.code());
+        check(params[12] == FLAGS || params[12] == 0, "flags: " + params[12]);
+        for (int i : new int[] {6, 7, 8, 9, 10, 11, 13, 14}) {
+            check(params[i] == 0, "index " + i + " without a picture: " + params[i]);
+        }
+    }
+
+    private static void checkFormat(int[] format, Track track, PictureModel model) {
+        int[] description = model.description();
+        check(format[0] == track.width() && format[1] == track.height() && format[6] > 0 && format[2] > 0,
+                "format: " + Arrays.toString(format));
+        check(format[8] == description[0]
+                && Arrays.equals(format, 9, 15, description, 1, 7), "format: " + Arrays.toString(format));
+    }
+
+    private static void check(boolean right, String what) {
+        if (!right) {
+            throw new AssertionError(what);
+        }
+    }
+}

@@ -1,0 +1,127 @@
+package kiv.media.ffmpeg.exactness;
+
+import static org.assertj.core.api.Assertions.assertThat;
+
+import java.util.Arrays;
+import java.util.List;
+import java.util.Set;
+import java.util.function.LongUnaryOperator;
+import java.util.stream.Stream;
+import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
+import kiv.media.ffmpeg.exactness.Reference.Picture;
+import kiv.media.ffmpeg.exactness.TestMedia.Clip;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.MethodSource;
+
+/** What Java gets is what FFmpeg decodes, byte for byte. */
+class ExactnessTest {
+
+    private static final LongUnaryOperator NUMBER = number -> number;
+    /** Codecs whose decoders take streams cut anywhere. */
+    private static final Set<String> TRUNCATED = Set.of("mpeg1video", "mpeg2video", "mpeg4", "h263");
+
+    /** Whole packets make a difference to some decoders only; with the others one of the models has them. */
+    static Stream<Arguments> everyClipInEveryWay() {
+        return TestMedia.clips().stream().filter(clip -> clip.width() != clip.height())
+                .flatMap(clip -> Stream.of(PictureModel.values()).flatMap(model -> Stream.of(true, false)
+                        .filter(whole -> TRUNCATED.contains(clip.codec()) || whole == (model == PictureModel.I420))
+                        .map(whole -> Arguments.of(clip, model, whole))));
+    }
+
+    @ParameterizedTest(name = "{0} as {1}, whole packets: {2}")
+    @MethodSource("everyClipInEveryWay")
+    void everyPictureIsThatOfFfmpeg(Clip clip, PictureModel model, boolean whole) {
+        int pictures = Comparison.run(clip, model, whole, 2 * model.ordinal() + (whole ? 0 : 1));
+        assertThat(pictures).isPositive();
+    }
+
+    static Stream<Clip> clips() {
+        return TestMedia.clips().stream();
+    }
+
+    /** A newer FFmpeg has other inverse transforms for some codecs, but never another number of pictures. */
+    @ParameterizedTest
+    @MethodSource("clips")
+    void theReferenceAgreesWithTheFfmpegProgram(Clip clip) {
+        List<Picture> reference = Reference.decode(clip.file(), Track.of(clip.file()), "yuv420p", true, "--drain").pictures();
+        List<String> program = Reference.lines(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", clip.file().toString(),
+                "-map", "0:v:0", "-vsync", "passthrough", "-autoscale", "0", "-f", "framemd5", "-")).stream()
+                .filter(line -> !line.startsWith("#")).map(line -> line.substring(line.lastIndexOf(' ') + 1)).toList();
+        assertThat(reference).hasSameSizeAs(program);
+        boolean converted = !reference.get(0).decoded().equals("yuv420p");
+        // The standard of H.264, Xvid's own transform and that of WMV2 leave no choice.
+        if (!converted && (List.of("h264", "wmv2").contains(clip.codec()) || clip.traits().contains("xvid"))) {
+            assertThat(reference).extracting(Picture::md5).isEqualTo(program);
+        }
+    }
+
+    @Test
+    void timestampsTravelInTwoHalves() {
+        Clip clip = TestMedia.clip("h264_b_320x240.mp4");
+        List<Long> times = Track.of(clip.file()).times();
+        assertThat(times).isNotEqualTo(times.stream().sorted().toList());
+        comparing(clip, number -> times.get((int) number), number -> times.get((int) number));
+        LongUnaryOperator wide = number -> 0x5_0000_0000L + number;
+        comparing(clip, wide, wide);
+        // A low half with its top bit set comes back with all bits of the high half set.
+        comparing(clip, number -> 0x5_8000_0000L + number, number -> 0xffff_ffff_8000_0000L + number);
+    }
+
+    private static void comparing(Clip clip, LongUnaryOperator sent, LongUnaryOperator seen) {
+        try (NativeDecoder decoder = new NativeDecoder(Track.of(clip.file()), true, 0, PictureModel.I420)) {
+            Comparison.run(decoder, clip, PictureModel.I420, true, sent, seen);
+        }
+    }
+
+    /** Of several models the one of the decoder's own format is taken, else the first of RGB. */
+    @Test
+    void theModelIsChosenByTheDecodersFormat() {
+        Clip clip = TestMedia.clip("mpeg4_320x240.avi");
+        Track track = Track.of(clip.file());
+        try (NativeDecoder decoder =
+                new NativeDecoder(track, true, 0, PictureModel.RGB32, PictureModel.YV12, PictureModel.I420)) {
+            Comparison.run(decoder, clip, PictureModel.I420, true, NUMBER, NUMBER);
+        }
+        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, PictureModel.YV12, PictureModel.RGB32)) {
+            Comparison.run(decoder, clip, PictureModel.RGB32, true, NUMBER, NUMBER);
+        }
+    }
+
+    /** Java's array is Java's: the decoder refers to the picture's pixels for long after. */
+    @Test
+    void handedOutArraysAreLeftAlone() {
+        Track track = Track.of(TestMedia.clip("mpeg2_320x240.m2v").file());
+        List<Result> results;
+        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, PictureModel.I420)) {
+            results = track.packets().stream().map(packet -> decoder.process(packet, 0, 0))
+                    .filter(result -> result.out() != null)
+                    .peek(result -> Arrays.fill((byte[]) result.out().array(), (byte) 7)).toList();
+        }
+        byte[] filled = new byte[((byte[]) results.get(0).out().array()).length];
+        Arrays.fill(filled, (byte) 7);
+        assertThat(results).allMatch(result -> Arrays.equals((byte[]) result.out().array(), filled));
+    }
+
+    static Stream<Clip> squares() {
+        return TestMedia.clips().stream().filter(clip -> clip.width() == clip.height());
+    }
+
+    /** Equal width and height are taken for a corrupt state: no array is asked for, and no picture comes. */
+    @ParameterizedTest
+    @MethodSource("squares")
+    void squarePicturesAreRefused(Clip clip) {
+        Track track = Track.of(clip.file());
+        for (PictureModel model : PictureModel.values()) {
+            try (NativeDecoder decoder = new NativeDecoder(track, true, 0, model)) {
+                List<Result> results = track.packets().stream().limit(5).map(packet -> decoder.process(packet, 0, 0)).toList();
+                assertThat(results).extracting(Result::out).containsOnlyNulls();
+                boolean direct = model.isPlanar() && !clip.codec().equals("cinepak");
+                // The decoder gets no memory, or the picture cannot be converted.
+                assertThat(results.get(0).code()).isEqualTo(direct ? 8 : 2);
+                assertThat(decoder.allocated()).isZero();
+            }
+        }
+    }
+}

@@ -1,0 +1,217 @@
+package kiv.media.ffmpeg.stress;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+import static org.assertj.core.api.Assumptions.assumeThat;
+
+import java.lang.management.ManagementFactory;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Objects;
+import java.util.concurrent.TimeUnit;
+import java.util.regex.Pattern;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
+import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
+import kiv.media.ffmpeg.exactness.NativeDecoder;
+import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
+import kiv.media.ffmpeg.exactness.PictureModel;
+import kiv.media.ffmpeg.exactness.TestMedia;
+import kiv.media.ffmpeg.exactness.TestMedia.Clip;
+import kiv.media.ffmpeg.exactness.Track;
+import org.junit.jupiter.api.Tag;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.EnumSource;
+import org.junit.jupiter.params.provider.MethodSource;
+
+/**
+ * The decoder under stress: small heaps under every collector, many threads, callbacks that fail, damaged packets, long
+ * runs. {@code KIV_STRESS=full} makes the long ones as long as they should be before a release.
+ */
+@Tag("stress")
+class StressTest {
+
+    private static final Pattern FFMPEG_LINE = Pattern.compile("^ *(\\[[a-z0-9]+ @ 0x|Last message repeated)");
+    private static final boolean FULL = "full".equals(setting("KIV_STRESS"));
+    private static final boolean SANITIZER = Objects.requireNonNullElse(System.getenv("LD_PRELOAD"), "").contains("san.so");
+
+    private static String setting(String name) {
+        return System.getProperty(name, System.getenv(name));
+    }
+
+    static Stream<Arguments> collectorsOfEveryVirtualMachine() {
+        Stream<String> homes = Stream.of(System.getProperty("java.home"), setting("KIV_JDK21"))
+                .filter(home -> home != null && !home.isEmpty());
+        return homes.flatMap(home -> Stream.of("-XX:+UseG1GC", "-XX:+UseSerialGC", "-XX:+UseParallelGC", "-XX:+UseZGC")
+                .map(collector -> Arguments.of(home, collector)));
+    }
+
+    /** Collections inside the callbacks move or free everything that is not held as it should be. */
+    @ParameterizedTest
+    @MethodSource("collectorsOfEveryVirtualMachine")
+    void aSmallHeapIsCollectedInEveryCallback(String home, String collector) throws Exception {
+        assumeThat(SANITIZER && collector.contains("UseZGC")).as("addresses that sanitizers take for themselves").isFalse();
+        child(home, "collections", 0, collector, "-Xmx64m");
+        child(home, "threads", 2, collector, "-Xmx96m");
+    }
+
+    @ParameterizedTest
+    @CsvSource({"resets, 1000, 10000", "pictures, 10000, 100000", "decoders, 200, 5000"})
+    void memoryStaysFlat(String scenario, int quick, int full) throws Exception {
+        assumeThat(SANITIZER).as("freed memory that a sanitizer keeps").isFalse();
+        // Nothing but native memory can make this process grow.
+        child(System.getProperty("java.home"), scenario, FULL ? full : quick, "-XX:+UseSerialGC", "-Xms64m", "-Xmx64m",
+                "-Xmn24m", "-XX:+AlwaysPreTouch", "-XX:TieredStopAtLevel=1");
+    }
+
+    private static void child(String home, String scenario, int count, String... jvmArguments) throws Exception {
+        List<String> command = new ArrayList<>(List.of(home + "/bin/java"));
+        command.addAll(List.of(jvmArguments));
+        ManagementFactory.getRuntimeMXBean().getInputArguments().stream().filter("-Xcheck:jni"::equals)
+                .forEach(command::add);
+        System.getProperties().stringPropertyNames().stream()
+                .filter(name -> name.startsWith("kiv.") || name.startsWith("KIV_"))
+                .forEach(name -> command.add("-D" + name + "=" + System.getProperty(name)));
+        command.addAll(List.of("-cp", System.getProperty("java.class.path"), Scenarios.class.getName(), scenario,
+                Integer.toString(count)));
+        Path log = Path.of("target", "stress-" + ProcessHandle.current().pid() + ".log");
+        Process process = new ProcessBuilder(command).redirectErrorStream(true).redirectOutput(log.toFile()).start();
+        boolean ended = process.waitFor(10, TimeUnit.MINUTES);
+        if (!ended) {
+            process.destroyForcibly();
+        }
+        // What FFmpeg says about damaged packets is of no interest, what the virtual machine says is.
+        String output;
+        try (Stream<String> lines = Files.lines(log, StandardCharsets.ISO_8859_1)) {
+            output = lines.filter(line -> !FFMPEG_LINE.matcher(line).find()).collect(Collectors.joining("\n"));
+        }
+        System.out.println(scenario + " " + List.of(jvmArguments) + ": " + output);
+        assertThat(ended).as("%s hangs: %s", command, output).isTrue();
+        assertThat(process.exitValue()).as("%s: %s", command, output).isZero();
+    }
+
+    @Test
+    void eightDecodersWorkInEightThreads() {
+        Scenarios.threads(FULL ? 20 : 2);
+    }
+
+    /** In a process of its own, so that a crash is a failure and not the end of the tests. */
+    @Test
+    void damagedPacketsDoNoHarm() throws Exception {
+        child(System.getProperty("java.home"), "damage", 10_000);
+    }
+
+    /** How an allocation callback can fail. */
+    enum Refusal {
+        FALSE, THROWS, TOO_SMALL, WRONG_KIND, NO_ARRAY_OBJECT, NULL
+    }
+
+    private static final class Refused extends RuntimeException {
+        private static final long serialVersionUID = 1;
+    }
+
+    private static final class RefusingDecoder extends NativeDecoder {
+        private Refusal refusal;
+        private int grace;
+
+        RefusingDecoder(Track track, PictureModel model) {
+            super(track, true, 0, model);
+        }
+
+        @Override
+        protected Object newArray(int[] layout, int[] buffer) {
+            Object array = super.newArray(layout, buffer);
+            return refusal == null || grace > 0 ? array : switch (refusal) {
+                case THROWS -> throw new Refused();
+                case TOO_SMALL -> array instanceof int[] ? new int[buffer[1] / 4 - 1] : new byte[buffer[1] - 1];
+                case WRONG_KIND -> array instanceof int[] ? new byte[buffer[1]] : new int[buffer[1]];
+                case NO_ARRAY_OBJECT -> "no array";
+                default -> null;
+            };
+        }
+
+        @Override
+        public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
+            if (refusal == Refusal.FALSE && grace <= 0) {
+                return false;
+            }
+            boolean done = super.allocate(layout, buffer, slots);
+            grace--;
+            return done;
+        }
+    }
+
+    /** The packet is lost, nothing else: no array, no later picture. */
+    @ParameterizedTest
+    @EnumSource
+    void anAllocationMayFail(Refusal refusal) {
+        for (String name : List.of("h264_320x240.h264", "mpeg4_320x240.avi")) {
+            Clip clip = TestMedia.clip(name);
+            Track track = Track.of(clip.file());
+            for (PictureModel model : List.of(PictureModel.YV12, PictureModel.RGB32)) {
+                for (int grace : new int[] {0, 3}) {
+                    try (RefusingDecoder decoder = new RefusingDecoder(track, model)) {
+                        decoder.refusal = refusal;
+                        decoder.grace = grace;
+                        for (int i = 0; i < grace; i++) {
+                            assertThat(decoder.process(track.packets().get(i), 0, i).out()).isNotNull();
+                        }
+                        byte[] packet = track.packets().get(grace);
+                        if (refusal == Refusal.THROWS) {
+                            assertThatThrownBy(() -> decoder.process(packet, 0, 0)).isExactlyInstanceOf(Refused.class);
+                        } else {
+                            Result result = decoder.process(packet, 0, 0);
+                            // Without memory the decoder fails; without an array the converted picture is dropped.
+                            assertThat(result.code()).isEqualTo(model == PictureModel.RGB32 ? 2 : 8);
+                            assertThat(result.out()).isNull();
+                        }
+                        decoder.refusal = null;
+                        decoder.reset();
+                        Scenarios.compare(decoder, clip, model);
+                    }
+                }
+            }
+        }
+    }
+
+    private static final class ThrowingReceiver extends c_multimediaapi_ffmpeg {
+        private boolean throwing;
+
+        @Override
+        public void print_info(int level, String line) {
+            if (throwing) {
+                throw new Refused();
+            }
+        }
+    }
+
+    /** An exception of the log reaches the caller, and the decoder is as good as before. */
+    @Test
+    void theLogMayFail() {
+        Clip clip = TestMedia.clip("h264_320x240.h264");
+        Track track = Track.of(clip.file());
+        for (PictureModel model : PictureModel.values()) {
+            ThrowingReceiver receiver = new ThrowingReceiver();
+            NativeDecoder decoder = new NativeDecoder(track, true, 0, receiver, model);
+            for (int round = 0; round < 2; round++) {
+                receiver.throwing = true;
+                for (byte[] packet : track.packets().subList(0, 5)) {
+                    assertThatThrownBy(() -> decoder.process(packet, 0, 0)).isExactlyInstanceOf(Refused.class);
+                }
+                receiver.throwing = false;
+                decoder.reset();
+            }
+            Result result = decoder.process(track.packets().get(0), 0, 0);
+            assertThat(result.out()).isNotNull();
+            receiver.throwing = true;
+            assertThatThrownBy(decoder::close).isExactlyInstanceOf(Refused.class);
+            assertThat(decoder.live()).isZero();
+        }
+    }
+}

@@ -1,0 +1,171 @@
+#!/usr/bin/env bash
+# Makes the small test streams in build/streams/ with the ffmpeg program, and manifest.tsv that lists them.
+# Always the same bytes for the same ffmpeg: synthetic pictures, one thread, no time stamps or random identifiers.
+#
+# manifest.tsv, one line a stream with video, under a line of headings:
+#   file    name in build/streams/
+#   codec   FFmpeg's name of the codec
+#   subtype four characters of the media subtype that stands for the codec when the container names none of its own
+#   width, height, frames   of the shown pictures, as the ffmpeg program decodes them; a stream whose size changes has
+#           the first size
+#   format  FFmpeg's name of the decoder's pixel format
+#   traits  what the stream is there for: words joined by commas, or -
+# audio.tsv: file, codec, sample_rate, channels; the streams without video.
+. "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
+
+streams=$build/streams
+script=$(sha256sum "${BASH_SOURCE[0]}" | cut -d' ' -f1)
+made_by="$script $(ffmpeg -version | head -n 1)"
+if [[ $(cat "$streams/.made_by" 2>/dev/null) == "$made_by" ]]; then
+    printf '%s\n' "$streams"
+    exit 0
+fi
+say "making the test streams"
+part=$build/streams.part
+rm -rf "$part"
+mkdir -p "$part"
+cd "$part"
+
+encode() { ffmpeg -nostdin -v error -y "$@" </dev/null; }
+list() { printf '%s\t' "${@:1:$#-1}"; printf '%s\n' "${@: -1}"; }
+
+# video FILE SUBTYPE TRAITS WIDTHxHEIGHT PICTURES [encoder and muxer options]
+video() {
+    local file=$1 subtype=$2 traits=$3 size=$4 pictures=$5
+    shift 5
+    # The source makes even sizes only; cutting in 4:4:4 leaves an odd one exact.
+    local width=${size%x*} height=${size#*x}
+    local source="testsrc2=size=$((width + width % 2))x$((height + height % 2)):rate=${rate:-25}"
+    ((width % 2 + height % 2 == 0)) || source+=",format=yuv444p,crop=$width:$height:0:0:exact=1"
+    encode -f lavfi -i "$source" -frames:v "$pictures" -threads 1 \
+        -flags:v +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
+    describe "$file" "$subtype" "$traits"
+}
+
+# describe FILE SUBTYPE TRAITS: adds the stream to the manifest, as another FFmpeg than the one under test sees it.
+describe() {
+    local codec width height format frames
+    IFS=, read -r codec width height format frames < <(ffprobe -v error -select_streams v:0 -count_frames \
+        -show_entries stream=codec_name,width,height,pix_fmt,nb_read_frames -of csv=p=0 "$1" | head -n 1)
+    list "$1" "$codec" "$2" "$width" "$height" "$frames" "$format" "$3" >>manifest.tsv
+}
+
+# audio FILE [options]
+audio() {
+    local file=$1
+    shift
+    encode -f lavfi -i 'sine=frequency=440:sample_rate=44100:duration=1' -ac 2 -threads 1 \
+        -flags:a +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
+    list "$file" "$(ffprobe -v error -select_streams a:0 -show_entries stream=codec_name,sample_rate,channels \
+        -of csv=p=0 "$file" | head -n 1 | tr ',' '\t')" >>audio.tsv
+}
+
+# both FILE SUBTYPE [options]: pictures and sound interleaved
+both() {
+    local file=$1 subtype=$2
+    shift 2
+    encode -f lavfi -i 'testsrc2=size=320x240:rate=25:duration=1' \
+        -f lavfi -i 'sine=frequency=440:sample_rate=44100:duration=1' -ac 2 -threads 1 \
+        -flags:v +bitexact -flags:a +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
+    describe "$file" "$subtype" sound
+}
+
+list file codec subtype width height frames format traits >manifest.tsv
+list file codec sample_rate channels >audio.tsv
+
+# MPEG-1 and MPEG-2
+mpeg1=(-c:v mpeg1video -q:v 3 -g 12)
+video mpeg1_320x240.m1v MPG1 - 320x240 30 "${mpeg1[@]}"
+video mpeg1_b_321x241.mpg MPG1 b,odd 321x241 30 "${mpeg1[@]}" -bf 2 -pix_fmt yuv420p -f mpeg
+video mpeg1_b_720x576.mpg MPG1 b 720x576 12 "${mpeg1[@]}" -bf 2 -f mpeg
+mpeg2=(-c:v mpeg2video -q:v 3 -g 12)
+video mpeg2_320x240.m2v MPG2 - 320x240 30 "${mpeg2[@]}"
+video mpeg2_b_323x243.mpg MPG2 b,odd 323x243 30 "${mpeg2[@]}" -bf 2 -pix_fmt yuv420p -f vob
+video mpeg2_interlaced_b_720x576.ts MPG2 b,interlaced 720x576 12 "${mpeg2[@]}" -bf 2 -flags:v +bitexact+ildct+ilme -top 1
+video mpeg2_422_720x576.ts MPG2 b,422 720x576 12 "${mpeg2[@]}" -bf 2 -pix_fmt yuv422p
+video mpeg2_b_1920x1080.mpg MPG2 b,cropped 1920x1080 8 "${mpeg2[@]}" -bf 2 -f vob
+video mpeg2_small.m2v MPG2 - 176x144 10 "${mpeg2[@]}"
+cat mpeg2_320x240.m2v mpeg2_small.m2v >mpeg2_sizechange.m2v
+describe mpeg2_sizechange.m2v MPG2 sizechange
+
+# H.264: Annex B in raw, AVI and TS, with avcC extradata in MP4, MOV and Matroska
+x264=(-c:v libx264 -preset medium -crf 22 -g 15 -x264-params threads=1:lookahead-threads=1)
+video h264_320x240.h264 H264 - 320x240 30 "${x264[@]}" -bf 0
+video h264_b_322x242.h264 H264 b 322x242 30 "${x264[@]}" -bf 3
+video h264_b_256x256.avi H264 b 256x256 30 "${x264[@]}" -bf 2 -tag:v H264
+video h264_baseline_320x240.mp4 avc1 - 320x240 30 "${x264[@]}" -profile:v baseline
+video h264_b_320x240.mp4 avc1 b 320x240 60 "${x264[@]}" -bf 3
+video h264_b_1920x1080.mp4 avc1 b,cropped 1920x1080 10 "${x264[@]}" -bf 2
+video h264_b_720x576.mkv avc1 b 720x576 12 "${x264[@]}" -bf 2
+video h264_interlaced_b_720x576.ts H264 b,interlaced 720x576 12 "${x264[@]}" -bf 2 -flags:v +bitexact+ildct+ilme
+video h264_422_322x242.mp4 avc1 b,422 322x242 20 "${x264[@]}" -bf 2 -pix_fmt yuv422p
+# The old FFmpeg under test misreads the 8x8 transforms that today's x264 makes in 4:4:4.
+video h264_444_321x241.mp4 avc1 b,444,odd 321x241 20 "${x264[@]}" -bf 2 -pix_fmt yuv444p \
+    -x264-params threads=1:lookahead-threads=1:8x8dct=0
+video h264_cropped_224x208.h264 H264 cropped 352x288 20 "${x264[@]}" -bf 0 \
+    -bsf:v h264_metadata=crop_left=16:crop_top=16:crop_right=112:crop_bottom=64
+video h264_small.h264 H264 - 176x144 10 "${x264[@]}" -bf 0
+cat h264_320x240.h264 h264_small.h264 >h264_sizechange.h264
+describe h264_sizechange.h264 H264 sizechange
+
+# Microsoft's MPEG-4 variants and Windows Media Video
+for size in 320x240 322x242 720x576; do
+    pictures=$([[ $size == 720x576 ]] && echo 12 || echo 30)
+    video "msmpeg4v2_$size.avi" MP42 - $size "$pictures" -c:v msmpeg4v2 -q:v 3 -tag:v MP42
+    video "msmpeg4v3_$size.avi" MP43 - $size "$pictures" -c:v msmpeg4 -q:v 3 -tag:v MP43
+    video "wmv1_$size.asf" WMV1 - $size "$pictures" -c:v wmv1 -q:v 3
+    video "wmv2_$size.asf" WMV2 - $size "$pictures" -c:v wmv2 -q:v 3
+done
+video msmpeg4v3_321x241.avi MP43 odd 321x241 30 -c:v msmpeg4 -q:v 3 -tag:v MP43 -pix_fmt yuv420p
+video wmv1_320x241.asf WMV1 odd 320x241 30 -c:v wmv1 -q:v 3 -pix_fmt yuv420p
+video wmv2_256x256.avi WMV2 - 256x256 20 -c:v wmv2 -q:v 3
+
+# MPEG-4
+mpeg4=(-c:v mpeg4 -q:v 3 -g 15)
+video mpeg4_320x240.avi DX50 - 320x240 30 "${mpeg4[@]}" -tag:v DX50
+video mpeg4_b_322x242.avi DX50 b 322x242 30 "${mpeg4[@]}" -bf 2 -tag:v DX50
+video mpeg4_b_320x240.mp4 MP4V b 320x240 30 "${mpeg4[@]}" -bf 2
+video mpeg4_321x241.mkv MP4V odd 321x241 30 "${mpeg4[@]}" -pix_fmt yuv420p
+video mpeg4_qpel_720x576.avi M4S2 interlaced 720x576 12 "${mpeg4[@]}" -flags:v +bitexact+qpel+mv4+ildct+ilme -tag:v M4S2
+video mpeg4_256x256.m4v MP4V - 256x256 30 "${mpeg4[@]}"
+video mpeg4_b_1920x1080.avi DX50 b,cropped 1920x1080 8 "${mpeg4[@]}" -bf 2 -tag:v DX50
+
+# H.263 has few sizes
+video h263_176x144.avi H263 - 176x144 30 -c:v h263 -q:v 3 -tag:v H263
+video h263_352x288.avi H263 - 352x288 30 -c:v h263 -q:v 3 -tag:v H263
+video h263_176x144.h263 H263 - 176x144 30 -c:v h263 -q:v 3
+
+# DV
+video dv_pal.avi dvsd interlaced 720x576 8 -c:v dvvideo -pix_fmt yuv420p -tag:v dvsd
+video dv_pal.dv dvsd interlaced 720x576 8 -c:v dvvideo -pix_fmt yuv420p
+rate=30000/1001 video dv_ntsc.avi dvsd interlaced,411 720x480 8 -c:v dvvideo -pix_fmt yuv411p -tag:v dvsd
+
+# Cinepak
+video cinepak_160x120.avi cvid - 160x120 12 -c:v cinepak
+video cinepak_256x256.avi cvid - 256x256 6 -c:v cinepak
+
+# Sound, and pictures with sound
+audio pcm_s16.wav -c:a pcm_s16le
+audio mp3.mp3 -c:a libmp3lame -b:a 128k
+audio aac.m4a -c:a aac -b:a 128k
+audio aac.aac -c:a aac -b:a 128k -f adts
+audio vorbis.ogg -c:a libvorbis -q:a 3
+audio ac3.ac3 -c:a ac3 -b:a 192k
+audio flac.flac -c:a flac
+audio wma2.asf -c:a wmav2 -b:a 128k
+both mpeg4_mp3.avi DX50 "${mpeg4[@]}" -bf 2 -tag:v DX50 -c:a libmp3lame -b:a 128k
+both h264_aac.mp4 avc1 "${x264[@]}" -bf 2 -c:a aac -b:a 128k
+both h264_aac.mov avc1 "${x264[@]}" -c:a aac -b:a 128k
+both h264_aac.flv avc1 "${x264[@]}" -bf 0 -c:a aac -b:a 128k
+both h264_vorbis.mkv avc1 "${x264[@]}" -bf 2 -c:a libvorbis -q:a 3
+both mpeg1_mp2.mpg MPG1 "${mpeg1[@]}" -bf 2 -c:a mp2 -b:a 192k -f mpeg
+both mpeg2_ac3.ts MPG2 "${mpeg2[@]}" -bf 2 -c:a ac3 -b:a 192k
+both wmv2_wma2.asf WMV2 -c:v wmv2 -q:v 3 -c:a wmav2 -b:a 128k
+
+rm mpeg2_small.m2v h264_small.h264
+sed -i -E '/^(mpeg2_small.m2v|h264_small.h264)\t/d' manifest.tsv
+printf '%s\n' "$made_by" >.made_by
+cd "$build"
+rm -rf "$streams"
+mv "$part" "$streams"
+printf '%s\n' "$streams"

@@ -1,0 +1,3 @@
+#include "stub.h"
+
+KIV_AVFORMAT_SYMBOLS(STUB)

@@ -1,0 +1,3 @@
+#include "stub.h"
+
+KIV_SWRESAMPLE_SYMBOLS(STUB)

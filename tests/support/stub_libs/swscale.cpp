@@ -1,0 +1,3 @@
+#include "stub.h"
+
+KIV_SWSCALE_SYMBOLS(STUB)

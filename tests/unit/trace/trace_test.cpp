@@ -1,0 +1,160 @@
+#include "trace/trace.h"
+
+#include "support/fake_jnienv.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+namespace
+{
+
+thread_local JNIEnv *g_env = nullptr; // what the hook tells of the thread
+
+/** A receiver that keeps its lines. */
+class trace : public testing::Test
+{
+protected:
+    trace()
+    {
+        dsc_vm.dsc_methods["print_info"] = [this](c_fake_jnienv &dsp_env, const std::vector<jvalue> &dsp_arguments) {
+            const std::lock_guard dsl_lock(dsc_lines_lock);
+            dsc_lines.emplace_back(dsp_arguments[0].i, dsp_env.object(dsp_arguments[1].l)->strc_text);
+            if (bc_throws)
+                dsp_env.throw_java("java/lang/IllegalStateException", "receiver");
+            return jvalue{};
+        };
+        avoc_receiver = dsc_env.NewGlobalRef(dsc_env.local(c_fake_jnienv::make("Receiver")));
+        dsc_method = dsc_env.GetMethodID(nullptr, "print_info", "(ILjava/lang/String;)V");
+        trace_set_environment_hook([] { return g_env; });
+        trace_set_receiver(avoc_receiver, dsc_method);
+        g_env = &dsc_env;
+        dsc_env.take_calls();
+    }
+    ~trace() override
+    {
+        trace_forget_receiver();
+        trace_set_environment_hook(nullptr);
+        g_env = nullptr;
+        dsc_env.DeleteGlobalRef(avoc_receiver);
+    }
+
+    std::string last_line(const char *strp_text)
+    {
+        trace_print(&dsc_env, 5, "%s", strp_text);
+        return dsc_lines.back().second;
+    }
+
+    c_fake_vm dsc_vm;
+    c_fake_jnienv dsc_env{dsc_vm};
+    jobject avoc_receiver;
+    jmethodID dsc_method;
+    std::mutex dsc_lines_lock;
+    std::vector<std::pair<jint, std::string>> dsc_lines;
+    bool bc_throws = false;
+};
+
+TEST_F(trace, line_has_level_indent_and_name)
+{
+    {
+        TRACE_FUNCTION("outer", 1);
+        TRACE_LINE(im_level_error, "%s#%s(): n=%d", 7);
+    }
+    {
+        TRACE_FUNCTION("accessor", 4);
+        TRACE_LINE(im_level_verbose, "%s#%s(): no values");
+    }
+    EXPECT_THAT(dsc_lines,
+                ElementsAre(Pair(1, "    #outer(): n=7"), Pair(6, std::string(16, ' ') + "#accessor(): no values")));
+    EXPECT_EQ(dsc_env.umc_locals, 1U) << "a line leaves no local reference behind";
+}
+
+TEST_F(trace, line_is_cut_and_well_formed)
+{
+    EXPECT_EQ(last_line(std::string(511, 'x').c_str()), std::string(511, 'x'));
+    EXPECT_EQ(last_line(std::string(2000, 'x').c_str()), std::string(511, 'x'));
+    EXPECT_EQ(last_line((std::string(510, 'x') + "\xC3\xA9").c_str()), std::string(510, 'x') + "?") << "cut in two";
+    EXPECT_EQ(last_line("\xC3\xA9 \xE2\x82\xAC"), "\xC3\xA9 \xE2\x82\xAC");
+    EXPECT_EQ(last_line("\x80 \xC3( \xE2\x82 \xFF \xC0\xAF \xF0\x9F\x98\x80"), "? ?( ?? ? ?? ????");
+}
+
+TEST_F(trace, outside_a_call_lines_go_to_standard_output_without_line_end)
+{
+    TRACE_FUNCTION("outside", 3);
+    g_env = nullptr;
+    testing::internal::CaptureStdout();
+    TRACE_LINE(im_level_debug, "%s#%s(): a=%d", 1);
+    TRACE_LINE(im_level_debug, "%s#%s(): %s", "b");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "            #outside(): a=1            #outside(): b");
+    EXPECT_THAT(dsc_lines, IsEmpty());
+}
+
+TEST_F(trace, without_receiver_a_line_costs_nothing_and_goes_nowhere)
+{
+    TRACE_FUNCTION("silent", 1);
+    trace_forget_receiver();
+    int inl_evaluated = 0;
+    testing::internal::CaptureStdout();
+    TRACE_LINE(im_level_debug, "%s#%s(): %d", ++inl_evaluated);
+    trace_print(&dsc_env, im_level_debug, "%s", "direct");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(inl_evaluated, 0);
+    EXPECT_THAT(dsc_lines, IsEmpty());
+}
+
+TEST_F(trace, pending_exception_is_put_aside_and_pending_again)
+{
+    for (const bool bl_receiver_throws : {false, true}) {
+        bc_throws = bl_receiver_throws;
+        dsc_env.throw_java("java/lang/RuntimeException", "first");
+        trace_print(&dsc_env, 1, "line");
+        EXPECT_EQ(dsc_env.take_pending(), "java/lang/RuntimeException: first");
+    }
+    EXPECT_EQ(dsc_lines.size(), 2U);
+    EXPECT_EQ(dsc_env.umc_locals, 1U);
+}
+
+TEST_F(trace, failures_on_the_way_to_java_stay_pending)
+{
+    bc_throws = true;
+    trace_print(&dsc_env, 1, "line");
+    EXPECT_EQ(dsc_env.take_pending(), "java/lang/IllegalStateException: receiver");
+    dsc_env.strc_failing = "NewStringUTF";
+    trace_print(&dsc_env, 1, "no memory");
+    EXPECT_EQ(dsc_env.take_pending(), "java/lang/OutOfMemoryError: NewStringUTF");
+    EXPECT_EQ(dsc_lines.size(), 1U);
+    EXPECT_EQ(dsc_env.umc_locals, 1U);
+}
+
+// A global reference is deleted as soon as forgetting it returned: no thread may be about to use it then, which the fake
+// machine notices.
+TEST_F(trace, receiver_is_replaced_while_threads_print)
+{
+    std::atomic<bool> bl_end = false;
+    std::vector<std::thread> dsl_threads;
+    for (int inl_thread = 0; inl_thread < 3; ++inl_thread)
+        dsl_threads.emplace_back([&] {
+            c_fake_jnienv dsl_env(dsc_vm);
+            g_env = &dsl_env;
+            TRACE_FUNCTION("thread", 1);
+            while (!bl_end)
+                TRACE_LINE(im_level_debug, "%s#%s(): line");
+            EXPECT_EQ(dsl_env.umc_locals, 0U);
+        });
+    for (int inl_round = 0; inl_round < 300; ++inl_round) {
+        const jobject avol_next = dsc_env.NewGlobalRef(dsc_env.local(c_fake_jnienv::make("Receiver")));
+        trace_set_receiver(avol_next, dsc_method);
+        dsc_env.DeleteGlobalRef(std::exchange(avoc_receiver, avol_next));
+    }
+    bl_end = true;
+    for (std::thread &dsl_thread : dsl_threads)
+        dsl_thread.join();
+}
+
+} // namespace

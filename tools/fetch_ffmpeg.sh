@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Brings the five FFmpeg libraries that the native tests open into build/ffmpeg/ and prints that directory.
+# They come out of the same Maven artifact that the Java side depends on. They are fetched for use on this machine
+# only: their build may not be redistributed, so they are never committed and never packed into anything of ours.
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+version=2.8.1-1.1
+classifier=linux-x86_64
+group=org.bytedeco.javacpp-presets
+plugin=org.apache.maven.plugins:maven-dependency-plugin:3.8.1
+libraries=(libavutil.so.54 libswresample.so.1 libavcodec.so.56 libavformat.so.56 libswscale.so.3)
+
+target=$build/ffmpeg
+if [[ ! -e $target/.complete-$version ]]; then
+    say "fetching FFmpeg ($group:ffmpeg:$version, $classifier)"
+    work=$build/ffmpeg.part
+    rm -rf "$work"
+    mkdir -p "$work"
+    # From outside any project, so that no pom of ours takes part.
+    (cd "$work" && logged fetch-ffmpeg mvn -B -q "$plugin:copy" -DoutputDirectory="$work" \
+        -Dartifact="$group:ffmpeg:$version:jar:$classifier" -Dmdep.useBaseVersion=true) ||
+        die "FFmpeg could not be fetched: Maven's repository is out of reach (network?)"
+    # The jar tool is part of the JDK, so no unzip is needed.
+    (cd "$work" && jar --extract --file "ffmpeg-$version-$classifier.jar" &&
+        for library in "${libraries[@]}"; do
+            found=$(find . -type f -name "$library" -print -quit)
+            [[ -n $found ]] || die "$library is not in the package"
+            mv "$found" "$work/$library.keep"
+        done)
+    rm -rf "$target"
+    mkdir "$target"
+    for library in "${libraries[@]}"; do mv "$work/$library.keep" "$target/$library"; done
+    rm -rf "$work"
+    touch "$target/.complete-$version"
+fi
+printf '%s\n' "$target"
