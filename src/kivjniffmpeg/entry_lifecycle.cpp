@@ -40,9 +40,13 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1init(J
             dsl_ffmpeg->init_logging(imp_level);
         }
         dsl_ffmpeg->take_references(dsp_env, avop_class, avop_receiver);
-        g_avutil.av_log_set_level(AV_LOG_ERROR);
-        g_avcodec.avcodec_register_all();
-        g_avformat.av_register_all();
+        {
+            // FFmpeg skips a second registration, but two at a time make its list of codecs a ring.
+            const c_mutex_lock dsl_lock(c_ffmpeg::library_mutex());
+            g_avutil.av_log_set_level(AV_LOG_ERROR);
+            g_avcodec.avcodec_register_all();
+            g_avformat.av_register_all();
+        }
         dsl_ffmpeg->add_holder(); // Java's reference, until n_close
         return to_handle(dsl_ffmpeg.release());
     });

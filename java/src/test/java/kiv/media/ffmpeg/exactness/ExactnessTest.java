@@ -10,12 +10,14 @@ import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
 import kiv.media.ffmpeg.exactness.Reference.Picture;
 import kiv.media.ffmpeg.exactness.TestMedia.Clip;
+import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.MethodSource;
 
 /** What Java gets is what FFmpeg decodes, byte for byte. */
+@Tag("exactness")
 class ExactnessTest {
 
     private static final LongUnaryOperator NUMBER = number -> number;
