@@ -8,12 +8,16 @@ import java.io.UncheckedIOException;
 import java.net.JarURLConnection;
 import java.net.URL;
 import java.net.URLConnection;
+import java.nio.channels.FileChannel;
+import java.nio.channels.OverlappingFileLockException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.FileVisitResult;
 import java.nio.file.Files;
+import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.nio.file.SimpleFileVisitor;
 import java.nio.file.StandardCopyOption;
+import java.nio.file.StandardOpenOption;
 import java.nio.file.attribute.BasicFileAttributes;
 import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
@@ -30,6 +34,8 @@ import java.util.zip.CheckedInputStream;
  * virtual machines may do this at the same time, and what an interrupted one leaves behind is never used.
  */
 final class ResourceCache {
+
+    private static final System.Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
 
     private final Path root;
     private final String name;
@@ -68,15 +74,13 @@ final class ResourceCache {
 
         boolean matches(Path directory) throws IOException {
             Path copy = directory.resolve(file);
-            if (!Files.isRegularFile(copy) || Files.size(copy) != size) {
+            if (!Files.isRegularFile(copy)) {
                 return false;
             }
             try (CheckedInputStream in = new CheckedInputStream(Files.newInputStream(copy), new CRC32())) {
-                byte[] block = new byte[1 << 18];
-                while (in.read(block) >= 0) {
-                    // The stream sums up what is read.
-                }
-                return in.getChecksum().getValue() == crc;
+                return in.transferTo(OutputStream.nullOutputStream()) == size && in.getChecksum().getValue() == crc;
+            } catch (NoSuchFileException e) {
+                return false; // moved away by a virtual machine that repairs it
             }
         }
 
@@ -109,45 +113,54 @@ final class ResourceCache {
             return target;
         }
         Files.createDirectories(root);
-        Path aside = Files.createTempDirectory(root, ".unpacking-");
-        try {
-            for (Expected file : expected) {
-                file.copyTo(aside);
+        synchronized (ResourceCache.class) {
+            FileChannel lock = lock();
+            try {
+                // Whoever held the lock before may have done it already.
+                if (!isWhole(target, expected)) {
+                    replace(target, expected);
+                }
+            } finally {
+                lock.close();
             }
-            publish(aside, target, expected);
-        } finally {
-            deleteTree(aside);
         }
         return target;
     }
 
-    /** Moves the finished directory into place; another virtual machine may win the race with the same contents. */
-    private void publish(Path aside, Path target, List<Expected> expected) throws IOException {
-        IOException last = null;
-        for (int attempt = 0; attempt < 10; attempt++) {
-            try {
-                Files.move(aside, target, StandardCopyOption.ATOMIC_MOVE);
-                return;
-            } catch (IOException e) {
-                if (!Files.exists(target)) {
-                    throw e;
-                }
-                last = e;
-            }
-            if (isWhole(target, expected)) {
-                return;
-            }
-            // A damaged directory makes way; whoever has its files open keeps them.
-            Path damaged = Files.createTempDirectory(root, ".damaged-");
-            try {
-                Files.move(target, damaged.resolve("set"), StandardCopyOption.ATOMIC_MOVE);
-            } catch (IOException e) {
-                last = e;
-            } finally {
-                deleteTree(damaged);
-            }
+    /**
+     * Keeps other virtual machines out until the channel is closed, so that none moves away a set which another has just
+     * put into place. Where files cannot be locked the moves alone must do: then a repair may have to be tried again.
+     */
+    private FileChannel lock() throws IOException {
+        FileChannel channel = FileChannel.open(root.resolve(".lock"), StandardOpenOption.CREATE, StandardOpenOption.WRITE);
+        try {
+            channel.lock();
+        } catch (IOException | OverlappingFileLockException e) {
+            LOGGER.log(System.Logger.Level.DEBUG, "the cache is not locked", e);
         }
-        throw last;
+        return channel;
+    }
+
+    /** Writes the set aside and moves it into place when it is whole; a damaged one makes way. */
+    private void replace(Path target, List<Expected> expected) throws IOException {
+        Path aside = Files.createTempDirectory(root, ".unpacking-");
+        try {
+            Path written = Files.createDirectory(aside.resolve("new"));
+            for (Expected file : expected) {
+                file.copyTo(written);
+            }
+            if (Files.exists(target)) {
+                // Whoever has its files open keeps them.
+                Files.move(target, aside.resolve("damaged"), StandardCopyOption.ATOMIC_MOVE);
+            }
+            Files.move(written, target, StandardCopyOption.ATOMIC_MOVE);
+        } catch (IOException e) {
+            if (!isWhole(target, expected)) {
+                throw e;
+            }
+        } finally {
+            deleteTree(aside);
+        }
     }
 
     private static boolean isWhole(Path directory, List<Expected> expected) throws IOException {
