@@ -13,7 +13,8 @@ target_include_directories(kiv_jni SYSTEM INTERFACE "${KIV_JNI_INCLUDE_DIR}" "${
 
 # The classes that hold natives. An entry point that includes its generated header cannot differ from the Java
 # declaration without a compile error.
-set(kiv_native_classes c_multimediaapi_ffmpeg c_mediareader_ffmpeg c_codecoptions_ffmpeg)
+set(kiv_native_classes c_multimediaapi_ffmpeg c_mediareader_ffmpeg c_codecoptions_ffmpeg
+    c_pictureconverter_ffmpeg)
 
 function(kiv_generate_jni_headers target)
     set(java_root "${CMAKE_SOURCE_DIR}/java/src/main/java")

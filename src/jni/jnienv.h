@@ -78,12 +78,15 @@ enum ie_array_kind : int32_t
     ie_array_byte = 0,
     ie_array_short = 1,
     ie_array_int = 2,
-    ie_native_memory = 3
+    ie_native_memory = 3,
+    ie_direct_buffer = 4 /**< a direct java.nio.ByteBuffer */
 };
 
-/** Bytes of one element of an array kind (byte 1, short 2, int 4); 0 for what is no array. */
+/** Bytes of one element of an array kind (byte 1, short 2, int 4) or of a direct buffer (1); 0 for anything else. */
 constexpr jint get_element_size(jint imp_kind) noexcept
 {
+    if (imp_kind == ie_direct_buffer)
+        return 1;
     return imp_kind >= ie_array_byte && imp_kind <= ie_array_int ? 1 << imp_kind : 0;
 }
 

@@ -4,7 +4,6 @@
 #include "kivjniffmpeg/codec_context.h"
 #include "kivjniffmpeg/color_model.h"
 #include "kivjniffmpeg/ffmpeg_loader.h"
-#include "kivjniffmpeg/java_buffer.h"
 #include "kivjniffmpeg/native_buffer.h"
 #include "kivjniffmpeg/picture_layout.h"
 #include "kivjniffmpeg/video_codec.h"
@@ -22,22 +21,6 @@ namespace
 
 constexpr const char *strl_this_file = "src/kivjniffmpeg/buffer_callbacks.cpp";
 constexpr int in_grey = 0x80; // what shows where a damaged packet leaves the picture unwritten
-
-std::unique_ptr<ca_ffmpeg_buffer> allocate_picture(c_videocodec &dsp_codec, const AVCodecContext &dsp_s,
-                                                   const c_colormodel &dsp_model, AVPixelFormat dsp_format,
-                                                   const dsd_picture_layout &dsp_layout)
-{
-    if (dsp_model.pixel_format() != dsp_format)
-        return std::make_unique<c_native_buffer>(dsp_layout.imc_total, dsp_layout.imc_align);
-    return c_java_buffer::allocate(dsp_codec.get_ffmpeg(), dsp_model,
-                                   {.imc_width = dsp_s.width,
-                                    .imc_height = dsp_s.height,
-                                    .aimc_linesizes = dsp_layout.aimc_linesizes,
-                                    .imc_scanheight = dsp_layout.imc_scanheight,
-                                    .imc_pixel_step = dsp_layout.imc_pixel_step,
-                                    .imc_align = dsp_layout.imc_align,
-                                    .imc_planes_size = dsp_layout.imc_total});
-}
 
 /** The frame holds a buffer, or nothing; its planes point nowhere. */
 void clear_planes(AVFrame *adsp_pic)
@@ -66,7 +49,8 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
     adsp_pic->reordered_opaque = adsp_s->reordered_opaque;
     if (adsp_s->width <= 0 || adsp_s->height <= 0)
         throw_ffmpeg_exception(2994, "video dimensions corrupt");
-    if (dsl_codec.unknown_dst_format())
+    const bool bl_native = dsl_codec.native_format();
+    if (!bl_native && dsl_codec.unknown_dst_format())
         dsl_codec.find_dst_format_for_pixfmt(dsl_format);
 
     // A decoder writes the whole coded picture, of which the context may show less, and a converted picture may be
@@ -75,11 +59,10 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
                                                    std::max(adsp_s->height, adsp_pic->height));
     if (!dsl_layout)
         return -1;
-    const c_colormodel &dsl_model = dsl_codec.get_current_dst_format();
     std::unique_ptr<ca_ffmpeg_buffer> dsl_buffer =
-        allocate_picture(dsl_codec, *adsp_s, dsl_model, dsl_format, *dsl_layout);
+        dsl_codec.allocate_picture(adsp_s->width, adsp_s->height, dsl_format, *dsl_layout);
     dsl_codec.remember_layout(*dsl_layout);
-    if (dsl_layout->plane_count() == 2)
+    if (!bl_native && dsl_layout->plane_count() == 2)
         throw_ffmpeg_exception(3141, "we do not support indexed color models");
 
     clear_planes(adsp_pic);
@@ -92,7 +75,7 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
         adsp_pic->linesize[uml_plane] = dsl_layout->aimc_linesizes[uml_plane];
     }
     dsl_buffer->set_plane_offsets(dsl_layout->aimc_plane_offsets);
-    if (dsl_model.fourcc() == im_fourcc_yv12) {
+    if (!bl_native && dsl_codec.get_current_dst_format().fourcc() == im_fourcc_yv12) {
         std::swap(adsp_pic->data[1], adsp_pic->data[2]);
         std::swap(adsp_pic->linesize[1], adsp_pic->linesize[2]);
     }

@@ -1,5 +1,6 @@
 #include "kivjniffmpeg/codec.h"
 
+#include "jni/exceptions.h"
 #include "trace/trace.h"
 
 #include <utility>
@@ -19,4 +20,10 @@ const std::string &c_codec::get_name()
 {
     TRACE_FUNCTION("get_name", 4);
     return strc_name;
+}
+
+void c_codec::throw_if_pending()
+{
+    if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr && adsl_env->ExceptionCheck())
+        throw kiv::jni::c_jniexception("java callback threw");
 }

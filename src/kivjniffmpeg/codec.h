@@ -8,6 +8,29 @@
 
 class ca_ffmpeg_buffer;
 
+/** Flag of a processing call without data: the stream ends, everything that is held back comes out. */
+inline constexpr int32_t im_flag_drain = 0x100;
+
+/** Notices a decoder that goes on for ever with the same bytes. */
+class c_decoder_progress
+{
+public:
+    /** Tells of one more call. @return whether the packet is to be given up */
+    bool is_stuck(int inp_consumed, bool bp_got_something) noexcept
+    {
+        inc_idle = inp_consumed > 0 || bp_got_something ? 0 : inc_idle + 1;
+        inc_unpaid = inp_consumed > 0 ? 0 : inc_unpaid + 1;
+        return inc_idle > in_idle_limit || inc_unpaid > in_unpaid_limit;
+    }
+
+private:
+    static constexpr int in_idle_limit = 32;    // calls in a row that neither consume nor return anything
+    static constexpr int in_unpaid_limit = 256; // results in a row for which nothing is consumed
+
+    int inc_idle = 0;
+    int inc_unpaid = 0;
+};
+
 /**
  * A codec under a Java handle: keeps its library context alive, has a name and opens and closes.
  *
@@ -16,6 +39,22 @@ class ca_ffmpeg_buffer;
 class c_codec
 {
 public:
+    /** What else is known of a picture; told to those who take pictures in direct buffers. */
+    struct dsd_picture_info
+    {
+        int32_t imc_width;              /**< pixels that are shown */
+        int32_t imc_height;             /**< pixels that are shown */
+        int32_t imc_pixel_format;       /**< FFmpeg's number */
+        int32_t imc_key_frame;          /**< 1 for a picture that needs no other */
+        int32_t imc_picture_type;       /**< FFmpeg's number: 1 intra, 2 predicted, 3 bidirectional, ... */
+        int32_t imc_interlaced;         /**< 0 progressive, 1 bottom field first, 3 top field first */
+        int32_t aimc_linesizes[4];      /**< bytes from one line to the next, by plane */
+        int32_t imc_aspect_numerator;   /**< width of a pixel; 0 when unknown */
+        int32_t imc_aspect_denominator; /**< height of a pixel */
+        int32_t imc_color_range;        /**< FFmpeg's number: 1 limited, 2 full */
+        int32_t imc_colorspace;         /**< FFmpeg's number */
+    };
+
     /** What one processing call reports; all zero before the call. */
     struct dsd_out_params
     {
@@ -26,6 +65,7 @@ public:
         int32_t imc_flags;             /**< the flags of the call */
         int64_t ilc_timestamp;         /**< of the picture or block returned */
         int32_t imc_buffer_word;       /**< opaque and not 0 when there is a buffer */
+        dsd_picture_info dsc_picture;  /**< of the picture returned */
         ca_ffmpeg_buffer
             *adsc_buffer; /**< the picture's memory with one reference, which is the caller's now; or null */
     };
@@ -45,6 +85,11 @@ public:
     bool is_open() const noexcept { return bc_open; }
 
 protected:
+    static constexpr int in_error_not_open = -22; // EINVAL, as FFmpeg writes it
+
+    /** Ends the call with the exception that a callback or a trace line's receiver left pending. */
+    static void throw_if_pending();
+
     c_codec(c_ffmpeg *adsp_ffmpeg, std::string strp_name);
 
     void set_open(bool bp_open) noexcept { bc_open = bp_open; }

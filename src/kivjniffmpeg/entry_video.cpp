@@ -2,8 +2,7 @@
 
 #include "jni/array_holders.h"
 #include "jni/string_holder.h"
-#include "kivjniffmpeg/entry_boundary.h"
-#include "kivjniffmpeg/java_buffer.h"
+#include "kivjniffmpeg/entry_codec.h"
 #include "kivjniffmpeg/video_codec.h"
 #include "trace/trace.h"
 
@@ -24,6 +23,7 @@ namespace
 {
 
 constexpr int32_t im_params_length = 16;
+constexpr int32_t im_long_params_length = 32; // of those who take direct buffers
 
 /** What Java sets of the params array. */
 struct dsd_packet_params
@@ -33,11 +33,6 @@ struct dsd_packet_params
     int32_t imc_flags;
     int64_t ilc_timestamp;
 };
-
-c_videocodec *codec_of(jlong ilp_handle)
-{
-    return from_handle<c_videocodec>(ilp_handle, "ilp_hcodec == 0", 2302);
-}
 
 std::unique_ptr<c_vformat> read_format(const c_jnienv &dsp_env, jstring avop_subtype, jintArray avop_format,
                                        jbyteArray avop_extradata)
@@ -75,39 +70,11 @@ void append_models(const c_jnienv &dsp_env, c_videocodec &dsp_codec, jobjectArra
         throw_ffmpeg_exception(2341, "no supported color model");
 }
 
-/** Opens, closes or resets. */
-jboolean change_state(JNIEnv *adsp_env, jlong ilp_codec, bool (c_videocodec::*adsp_operation)())
-{
-    return enter_library(adsp_env, [&](c_jnienv &) -> jboolean {
-        return (codec_of(ilp_codec)->*adsp_operation)() ? JNI_TRUE : JNI_FALSE;
-    });
-}
-
 dsd_packet_params read_params(const c_jnienv &dsp_env, jintArray avop_params)
 {
     c_jintarray dsl_params(dsp_env, avop_params, im_params_length);
     dsl_params.pin();
-    // The low word is signed: its top bit reaches the high word, which callers rely on.
-    return {dsl_params[0], dsl_params[1], dsl_params[2],
-            int64_t{dsl_params[3]} | static_cast<int64_t>(static_cast<uint64_t>(dsl_params[4]) << 32)};
-}
-
-/** Copies the packet into the codec's padded memory; null when there is none. */
-uint8_t *copy_packet(const c_jnienv &dsp_env, c_videocodec &dsp_codec, jbyteArray avop_in,
-                     const dsd_packet_params &dsp_params)
-{
-    if (avop_in == nullptr || dsp_params.imc_length <= 0)
-        return nullptr;
-    const jsize iml_array_length = dsp_env.get_array_length(avop_in);
-    if (dsp_params.imc_offset < 0 || dsp_params.imc_offset > iml_array_length ||
-        dsp_params.imc_length > iml_array_length - dsp_params.imc_offset)
-        throw_ffmpeg_exception(2409, "packet lies outside of its array: offset=", dsp_params.imc_offset,
-                               " length=", dsp_params.imc_length, " array=", iml_array_length);
-    const auto utl_room = dsp_codec.input().prepare(static_cast<size_t>(dsp_params.imc_length));
-    c_jbytearray dsl_in(dsp_env, avop_in, dsp_params.imc_length, dsp_params.imc_offset);
-    dsl_in.pin();
-    std::ranges::copy(dsl_in.elements(), reinterpret_cast<jbyte *>(utl_room.data()));
-    return utl_room.data();
+    return {dsl_params[0], dsl_params[1], dsl_params[2], timestamp_of(dsl_params[3], dsl_params[4])};
 }
 
 /** Makes the picture Java's and replaces the record's words by what Java reckons in; the kind of its array. */
@@ -126,8 +93,7 @@ int32_t hand_over(const c_jnienv &dsp_env, jobjectArray avop_out, c_framebuffer_
     if (avop_out == nullptr)
         throw_ffmpeg_exception(2443, "out array == NULL");
     {
-        const auto &dsl_java_buffer = static_cast<const c_java_buffer &>(*dsp_buffer.get());
-        const c_local_ref dsl_result(dsp_env.raw(), dsl_java_buffer.result_object(dsp_env));
+        const c_local_ref dsl_result(dsp_env.raw(), dsp_buffer->result_object(dsp_env));
         dsp_env.set_jobject_array_element(avop_out, 0, dsl_result.get());
     }
     dsp_buffer->set_handed_over();
@@ -154,6 +120,25 @@ void write_params(const c_jnienv &dsp_env, jintArray avop_params, int32_t imp_ki
     dsl_params.set(15, dsp_out.imc_buffer_word);
 }
 
+/** What a picture in a direct buffer is; written only for codecs with that option, whatever the array's length. */
+void write_picture_info(const c_jnienv &dsp_env, jintArray avop_params, const c_codec::dsd_picture_info &dsp_picture)
+{
+    c_jintarray_rw dsl_params(dsp_env, avop_params, im_long_params_length);
+    dsl_params.pin();
+    dsl_params.set(16, dsp_picture.imc_width);
+    dsl_params.set(17, dsp_picture.imc_height);
+    dsl_params.set(18, dsp_picture.imc_pixel_format);
+    dsl_params.set(19, dsp_picture.imc_key_frame);
+    dsl_params.set(20, dsp_picture.imc_picture_type);
+    dsl_params.set(21, dsp_picture.imc_interlaced);
+    for (int32_t iml_plane = 0; iml_plane < 4; ++iml_plane)
+        dsl_params.set(22 + iml_plane, dsp_picture.aimc_linesizes[iml_plane]);
+    dsl_params.set(26, dsp_picture.imc_aspect_numerator);
+    dsl_params.set(27, dsp_picture.imc_aspect_denominator);
+    dsl_params.set(28, dsp_picture.imc_color_range);
+    dsl_params.set(29, dsp_picture.imc_colorspace);
+}
+
 } // namespace
 
 JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create_1vcodec_1to_1raw(
@@ -178,30 +163,28 @@ JNIEXPORT jboolean JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vco
                                                                                           jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1open", 1);
-    return change_state(adsp_env, ilp_codec, &c_videocodec::open);
+    return change_state<c_videocodec>(adsp_env, ilp_codec, &c_codec::open);
 }
 
 JNIEXPORT jboolean JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1close(JNIEnv *adsp_env, jclass,
                                                                                            jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1close", 1);
-    return change_state(adsp_env, ilp_codec, &c_videocodec::close);
+    return change_state<c_videocodec>(adsp_env, ilp_codec, &c_codec::close);
 }
 
 JNIEXPORT jboolean JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1reset(JNIEnv *adsp_env, jclass,
                                                                                            jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1reset", 1);
-    return change_state(adsp_env, ilp_codec, &c_videocodec::reset);
+    return change_state<c_videocodec>(adsp_env, ilp_codec, &c_codec::reset);
 }
 
 JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1get_1name(JNIEnv *adsp_env, jclass,
                                                                                               jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1get_1name", 1);
-    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jstring {
-        return dsp_env.new_jstring_utf(codec_of(ilp_codec)->get_name().c_str());
-    });
+    return name_of<c_videocodec>(adsp_env, ilp_codec);
 }
 
 JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1process(
@@ -209,9 +192,10 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1process", 1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jint {
-        c_videocodec &dsl_codec = *codec_of(ilp_codec);
+        c_videocodec &dsl_codec = *codec_of<c_videocodec>(ilp_codec);
         const dsd_packet_params dsl_params = read_params(dsp_env, avop_params);
-        uint8_t *autl_packet = copy_packet(dsp_env, dsl_codec, avop_in, dsl_params);
+        uint8_t *autl_packet =
+            copy_input(dsp_env, dsl_codec.input(), avop_in, dsl_params.imc_offset, dsl_params.imc_length);
         c_codec::dsd_out_params dsl_out{};
         const int32_t iml_result = dsl_codec.process(autl_packet, dsl_params.imc_length, dsl_params.imc_flags,
                                                      dsl_params.ilc_timestamp, dsl_out);
@@ -222,6 +206,8 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_
                 return ie_decoding_error; // params keep what Java put there
         }
         write_params(dsp_env, avop_params, iml_kind, dsl_out);
+        if (dsl_codec.takes_direct_buffers())
+            write_picture_info(dsp_env, avop_params, dsl_out.dsc_picture);
         return iml_result;
     });
 }
@@ -230,15 +216,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_
                                                                                         jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1delete", 1);
-    enter_library(adsp_env, [&](c_jnienv &dsp_env) {
-        std::unique_ptr<c_videocodec> dsl_codec(codec_of(ilp_codec));
-        c_ffmpeg *adsl_ffmpeg = dsl_codec->get_ffmpeg();
-        adsl_ffmpeg->add_holder(); // so that the last line below has a context to tell of
-        dsl_codec->close();
-        dsl_codec.reset();
-        const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
-        TRACE_LINE(im_level_debug, "%s#%s(): counter=%d", iml_counter);
-    });
+    delete_codec<c_videocodec>(adsp_env, ilp_codec, dsl_trace);
 }
 
 JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1get_1vcodec_1dst_1format(JNIEnv *adsp_env,
@@ -246,6 +224,7 @@ JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1ge
                                                                                                        jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1get_1vcodec_1dst_1format", 1);
-    return enter_library(adsp_env,
-                         [&](c_jnienv &) -> jintArray { return codec_of(ilp_codec)->export_dst_format(adsp_env); });
+    return enter_library(adsp_env, [&](c_jnienv &) -> jintArray {
+        return codec_of<c_videocodec>(ilp_codec)->export_dst_format(adsp_env);
+    });
 }

@@ -115,6 +115,7 @@ enum AVCodecID : int
 inline constexpr int64_t AV_NOPTS_VALUE = INT64_MIN; /**< no timestamp */
 inline constexpr int AV_NUM_DATA_POINTERS = 8;
 inline constexpr int AV_LOG_ERROR = 16;
+inline constexpr int CODEC_CAP_DELAY = 0x20;            /**< the codec gives what it holds back for empty input */
 inline constexpr int CODEC_CAP_TRUNCATED = 0x8;         /**< the decoder takes packets that are cut anywhere */
 inline constexpr int CODEC_FLAG_TRUNCATED = 0x10000;    /**< packets are cut anywhere */
 inline constexpr int CODEC_FLAG_EMU_EDGE = 0x4000;      /**< the decoder needs no edges round its pictures */
@@ -173,7 +174,7 @@ struct AVFrame
     int key_frame;
     int pict_type;
     uint8_t *base[8];
-    uint8_t autc_gap0[8];
+    AVRational sample_aspect_ratio;
     int64_t pts;
     int64_t pkt_pts;
     int64_t pkt_dts;
@@ -196,7 +197,10 @@ struct AVFrame
     int nb_extended_buf;
     uint8_t autc_gap7[16];
     int flags;
-    uint8_t autc_gap8[60];
+    int color_range;
+    uint8_t autc_gap8[8];
+    int colorspace;
+    uint8_t autc_gap9[44];
     int channels;
     uint8_t autc_tail[16];
 };
@@ -249,7 +253,8 @@ struct AVCodecContext
     uint8_t *extradata;
     int extradata_size;
     AVRational time_base;
-    uint8_t autc_gap4[8];
+    uint8_t autc_gap4[4];
+    int delay;
     int width;
     int height;
     int coded_width;
@@ -273,7 +278,9 @@ struct AVCodecContext
     int (*get_buffer)(AVCodecContext *, AVFrame *);
     void (*release_buffer)(AVCodecContext *, AVFrame *);
     int (*reget_buffer)(AVCodecContext *, AVFrame *);
-    uint8_t autc_gap11[220];
+    uint8_t autc_gap16[8];
+    int refcounted_frames;
+    uint8_t autc_gap11[208];
     int strict_std_compliance;
     uint8_t autc_gap12[16];
     int64_t reordered_opaque;
@@ -378,6 +385,7 @@ static_assert(offsetof(AVFrame, format) == 116);
 static_assert(offsetof(AVFrame, key_frame) == 120);
 static_assert(offsetof(AVFrame, pict_type) == 124);
 static_assert(offsetof(AVFrame, base) == 128);
+static_assert(offsetof(AVFrame, sample_aspect_ratio) == 192);
 static_assert(offsetof(AVFrame, pts) == 200);
 static_assert(offsetof(AVFrame, pkt_pts) == 208);
 static_assert(offsetof(AVFrame, pkt_dts) == 216);
@@ -393,6 +401,8 @@ static_assert(offsetof(AVFrame, buf) == 464);
 static_assert(offsetof(AVFrame, extended_buf) == 528);
 static_assert(offsetof(AVFrame, nb_extended_buf) == 536);
 static_assert(offsetof(AVFrame, flags) == 556);
+static_assert(offsetof(AVFrame, color_range) == 560);
+static_assert(offsetof(AVFrame, colorspace) == 572);
 static_assert(offsetof(AVFrame, channels) == 620);
 static_assert(sizeof(AVFrame) == 640);
 static_assert(offsetof(AVPacket, buf) == 0);
@@ -424,6 +434,7 @@ static_assert(offsetof(AVCodecContext, flags) == 112);
 static_assert(offsetof(AVCodecContext, extradata) == 120);
 static_assert(offsetof(AVCodecContext, extradata_size) == 128);
 static_assert(offsetof(AVCodecContext, time_base) == 132);
+static_assert(offsetof(AVCodecContext, delay) == 144);
 static_assert(offsetof(AVCodecContext, width) == 148);
 static_assert(offsetof(AVCodecContext, height) == 152);
 static_assert(offsetof(AVCodecContext, coded_width) == 156);
@@ -441,6 +452,7 @@ static_assert(offsetof(AVCodecContext, request_sample_fmt) == 516);
 static_assert(offsetof(AVCodecContext, get_buffer) == 520);
 static_assert(offsetof(AVCodecContext, release_buffer) == 528);
 static_assert(offsetof(AVCodecContext, reget_buffer) == 536);
+static_assert(offsetof(AVCodecContext, refcounted_frames) == 552);
 static_assert(offsetof(AVCodecContext, strict_std_compliance) == 764);
 static_assert(offsetof(AVCodecContext, reordered_opaque) == 784);
 static_assert(offsetof(AVCodecContext, bits_per_coded_sample) == 880);

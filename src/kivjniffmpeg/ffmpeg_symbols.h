@@ -84,6 +84,9 @@
 
 #define KIV_AVUTIL_EXTENSIONS(X)                                                                                       \
     X(void, av_frame_unref, (AVFrame *))                                                                               \
+    X(int, av_buffer_get_ref_count, (const AVBufferRef *))                                                             \
+    X(void, av_image_copy, (uint8_t *const *, const int *, const uint8_t *const *, const int *, AVPixelFormat, int,    \
+                            int))                                                                                      \
     X(int, av_strerror, (int, char *, size_t))                                                                         \
     X(int, av_opt_set, (void *, const char *, const char *, int))
 // clang-format on

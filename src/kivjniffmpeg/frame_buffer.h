@@ -27,6 +27,9 @@ public:
     /** Makes what was decoded visible in the Java array; the elements stay accessible. */
     virtual void commit() = 0;
 
+    /** Local reference to the object that Java is to get for a picture in this memory; null for native memory. */
+    virtual jobject result_object(const kiv::jni::c_jnienv &) const { return nullptr; }
+
     /**
      * Copies data_size() bytes, from data_offset() bytes behind data() on.
      *

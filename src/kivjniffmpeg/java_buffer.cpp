@@ -1,7 +1,6 @@
 #include "kivjniffmpeg/java_buffer.h"
 
 #include "kivjniffmpeg/color_model.h"
-#include "trace/exception_aside.h"
 #include "trace/trace.h"
 
 #include <algorithm>
@@ -13,10 +12,6 @@ using kiv::jni::c_local_ref;
 
 namespace
 {
-
-constexpr jsize im_object_count = 4;
-constexpr jsize im_array_element = 0;
-constexpr jsize im_result_element = 3;
 
 /** The array classes, by kind. */
 constexpr const char *strl_array_classes[] = {"[B", "[S", "[I"};
@@ -37,7 +32,7 @@ kiv::jni::ie_array_kind kind_of_step(int32_t imp_pixel_step)
 
 } // namespace
 
-c_java_buffer::c_java_buffer(c_ffmpeg *adsp_ffmpeg) noexcept : adsc_ffmpeg(adsp_ffmpeg) {}
+c_java_buffer::c_java_buffer(c_ffmpeg *adsp_ffmpeg) noexcept : dsc_allocation(adsp_ffmpeg) {}
 
 std::unique_ptr<c_java_buffer> c_java_buffer::allocate(c_ffmpeg *adsp_ffmpeg, const c_colormodel &dsp_model,
                                                        const dsd_java_buffer_request &dsp_request)
@@ -66,22 +61,7 @@ std::unique_ptr<c_java_buffer> c_java_buffer::allocate(c_ffmpeg *adsp_ffmpeg, co
                                                                dsp_request.aimc_linesizes, dsp_request.imc_scanheight));
     const std::array<jint, 5> aiml_sizes{1, iml_size, dsp_request.imc_align, dsp_request.imc_width,
                                          dsp_request.imc_scanheight};
-    const c_local_ref dsl_sizes(adsl_env, dsl_env.new_jint_array(static_cast<jsize>(aiml_sizes.size())));
-    dsl_env.set_array_region(dsl_sizes.get(), 0, static_cast<jsize>(aiml_sizes.size()), aiml_sizes.data());
-    TRACE_LINE(im_level_debug, "%s#%s(): adsc_ffmpeg=%p, adsc_ffmpeg->avoc_jobject_class=%p",
-               static_cast<const void *>(adsp_ffmpeg), static_cast<const void *>(adsp_ffmpeg->object_class()));
-    const c_local_ref dsl_objects(adsl_env,
-                                  dsl_env.new_jobject_array(im_object_count, adsp_ffmpeg->object_class(), nullptr));
-    // Before Java is asked: after it says true nothing must fail before the array can be given back.
-    dsl_buffer->avoc_objects = dsl_env.NewGlobalRef(dsl_objects.get());
-    {
-        const c_local_ref dsl_codec(adsl_env, adsp_ffmpeg->vcodec_object(dsl_env));
-        dsl_buffer->bc_allocated =
-            dsl_env.call_static_boolean_method(adsp_ffmpeg->api_class(), adsp_ffmpeg->methods().amid_alloc_buffer,
-                                               dsl_codec.get(), dsl_model.get(), dsl_sizes.get(), dsl_objects.get());
-    }
-    if (!dsl_buffer->bc_allocated)
-        throw_ffmpeg_exception(988, "java buffer allocator failed");
+    dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_model.get(), aiml_sizes);
     dsl_buffer->open_elements(dsl_env, iml_size, dsp_request.imc_align);
     return dsl_buffer;
 }
@@ -91,8 +71,7 @@ void c_java_buffer::open_elements(const c_jnienv &dsp_env, int32_t imp_size, int
     TRACE_FUNCTION("open_elements", 3);
     if (kind() == kiv::jni::ie_array_invalid)
         throw std::runtime_error("invalid buffer type");
-    const c_local_ref dsl_array(
-        dsp_env.raw(), dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_array_element));
+    const c_local_ref dsl_array(dsp_env.raw(), dsc_allocation.memory(dsp_env));
     const c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class(strl_array_classes[kind()]));
     if (dsl_array.get() == nullptr || !dsp_env.raw()->IsInstanceOf(dsl_array.get(), dsl_class.get()))
         throw_ffmpeg_exception(996, "java buffer allocator gave no ", strl_array_classes[kind()], " array");
@@ -128,25 +107,9 @@ c_java_buffer::~c_java_buffer()
         return; // outside of any call there is no way to reach the array
     // The elements first: an array that Java has taken back must not be written any more.
     c_java_buffer::release();
-    if (bc_allocated && !handed_over())
-        give_back(adsl_env);
-    const c_jnienv dsl_env(adsl_env);
-    dsl_env.delete_global_ref(avoc_array);
-    dsl_env.delete_global_ref(avoc_objects);
-}
-
-void c_java_buffer::give_back(JNIEnv *adsp_env) noexcept
-{
-    // Java must hear of it also while an exception waits to be seen.
-    const kiv::jni::c_pending_exception_aside dsl_aside(adsp_env);
-    const c_jnienv dsl_env(adsp_env);
-    try {
-        const c_local_ref dsl_codec(adsp_env, adsc_ffmpeg->vcodec_object(dsl_env));
-        dsl_env.call_static_void_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().amid_free_buffer,
-                                        dsl_codec.get(), avoc_objects);
-    } catch (const kiv::jni::c_jniexception &) {
-        // What Java threw stays pending, unless an earlier exception takes its place.
-    }
+    if (!handed_over())
+        dsc_allocation.give_back(adsl_env);
+    c_jnienv(adsl_env).delete_global_ref(avoc_array);
 }
 
 void c_java_buffer::commit()
@@ -186,9 +149,4 @@ void c_java_buffer::end_access(JNIEnv *adsp_env, jint imp_mode) noexcept
     default:
         break;
     }
-}
-
-jobject c_java_buffer::result_object(const c_jnienv &dsp_env) const
-{
-    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_result_element);
 }

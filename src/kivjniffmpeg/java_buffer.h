@@ -2,7 +2,7 @@
 #pragma once
 
 #include "kivjniffmpeg/frame_buffer.h"
-#include "kivjniffmpeg/library_context.h"
+#include "kivjniffmpeg/java_allocation.h"
 
 #include <jni.h>
 
@@ -27,8 +27,7 @@ struct dsd_java_buffer_request
 /**
  * An array that Java's m_vcodec_alloc_buffer provided, its elements accessible for as long as the buffer lives.
  *
- * The kind of array follows from the pixel step: 1 byte[], 2 short[], 4 int[]. Java fills an Object[4]: element 0 is the
- * array, element 3 the object that the process call stores in its out array.
+ * The kind of array follows from the pixel step: 1 byte[], 2 short[], 4 int[].
  *
  * A buffer that never became a picture of Java's is given back through m_vcodec_free_buffer. One that was handed over is
  * Java's: after commit() nothing is written to its array any more, although decoders go on reading the elements as a
@@ -55,19 +54,18 @@ public:
     /** Ends the access; copies back unless the array was handed over, when all that Java is to see is there. */
     void release() override;
 
-    /** Local reference to the object that Java wants to find in the process call's out array. */
-    jobject result_object(const kiv::jni::c_jnienv &dsp_env) const;
+    jobject result_object(const kiv::jni::c_jnienv &dsp_env) const override
+    {
+        return dsc_allocation.result_object(dsp_env);
+    }
 
 private:
     explicit c_java_buffer(c_ffmpeg *adsp_ffmpeg) noexcept;
 
     void open_elements(const kiv::jni::c_jnienv &dsp_env, int32_t imp_size, int32_t imp_align);
-    void give_back(JNIEnv *adsp_env) noexcept;
     void end_access(JNIEnv *adsp_env, jint imp_mode) noexcept;
 
-    c_ffmpeg *adsc_ffmpeg;            // the codec's, which outlives its buffers
-    jobject avoc_objects = nullptr;   // global reference, Object[4]
-    jobject avoc_array = nullptr;     // global reference, element 0
+    c_java_allocation dsc_allocation;
+    jobject avoc_array = nullptr;     // global reference to the memory
     uint8_t *autc_elements = nullptr; // what JNI gave for the array
-    bool bc_allocated = false;        // Java counts the array as ours
 };

@@ -10,16 +10,15 @@ c_sws_ctx::~c_sws_ctx()
 }
 
 SwsContext *c_sws_ctx::prepare(int imp_src_width, int imp_src_height, AVPixelFormat dsp_src_format, int imp_dst_width,
-                               int imp_dst_height, AVPixelFormat dsp_dst_format)
+                               int imp_dst_height, AVPixelFormat dsp_dst_format, int inp_flags)
 {
     TRACE_FUNCTION("prepare", 3);
     if (g_avutil.av_pix_fmt_desc_get(dsp_src_format) == nullptr ||
         g_avutil.av_pix_fmt_desc_get(dsp_dst_format) == nullptr)
         return nullptr;
     // It frees the old state when the arguments differ, also when it then gives null: what it gives is all there is.
-    adsc_sws =
-        g_swscale.sws_getCachedContext(adsc_sws, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width,
-                                       imp_dst_height, dsp_dst_format, SWS_FAST_BILINEAR, nullptr, nullptr, nullptr);
+    adsc_sws = g_swscale.sws_getCachedContext(adsc_sws, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width,
+                                              imp_dst_height, dsp_dst_format, inp_flags, nullptr, nullptr, nullptr);
     return adsc_sws;
 }
 

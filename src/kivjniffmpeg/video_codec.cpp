@@ -1,7 +1,10 @@
 #include "kivjniffmpeg/video_codec.h"
 
 #include "jni/exceptions.h"
+#include "kivjniffmpeg/direct_buffer.h"
 #include "kivjniffmpeg/ffmpeg_loader.h"
+#include "kivjniffmpeg/java_buffer.h"
+#include "kivjniffmpeg/native_buffer.h"
 #include "kivjniffmpeg/packet.h"
 #include "trace/trace.h"
 
@@ -12,12 +15,8 @@
 namespace
 {
 
-/** Calls in a row in which a decoder may neither consume nor return anything before the packet is given up. */
-constexpr int in_idle_limit = 32;
-/** Pictures that a decoder may return in a row without consuming anything. */
-constexpr int in_unpaid_limit = 256;
-
-constexpr int in_error_not_open = -22; // EINVAL, as FFmpeg writes it
+/** More pictures than any decoder keeps for their order, so that draining always ends. */
+constexpr int in_most_held_back = 64;
 
 /** Bytes at the end that may be the first, but not all, of a start code: 00 00 01 xx, or H.263's 00 00 8x. */
 size_t begun_start_code_length(std::span<const uint8_t> utp_bytes)
@@ -32,11 +31,21 @@ size_t begun_start_code_length(std::span<const uint8_t> utp_bytes)
     return 0;
 }
 
-/** Ends the call with the exception that a callback left pending. */
-void throw_if_pending()
+c_codec::dsd_picture_info describe(const AVFrame &dsp_frame)
 {
-    if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr && adsl_env->ExceptionCheck())
-        throw kiv::jni::c_jniexception("java callback threw");
+    const int32_t iml_fields = dsp_frame.top_field_first != 0 ? 3 : 1;
+    return {
+        .imc_width = dsp_frame.width,
+        .imc_height = dsp_frame.height,
+        .imc_pixel_format = dsp_frame.format,
+        .imc_key_frame = dsp_frame.key_frame,
+        .imc_picture_type = dsp_frame.pict_type,
+        .imc_interlaced = dsp_frame.interlaced_frame != 0 ? iml_fields : 0,
+        .aimc_linesizes = {dsp_frame.linesize[0], dsp_frame.linesize[1], dsp_frame.linesize[2], dsp_frame.linesize[3]},
+        .imc_aspect_numerator = dsp_frame.sample_aspect_ratio.num,
+        .imc_aspect_denominator = dsp_frame.sample_aspect_ratio.den,
+        .imc_color_range = dsp_frame.color_range,
+        .imc_colorspace = dsp_frame.colorspace};
 }
 
 } // namespace
@@ -140,6 +149,7 @@ bool c_videocodec::close()
         set_open(false);
         utc_begun_start_code.clear();
         g_avcodec.avcodec_close(dsc_codec_ctx.context());
+        dsc_lent_pictures.clear();
     }
     return true;
 }
@@ -151,6 +161,7 @@ bool c_videocodec::reset()
     utc_begun_start_code.clear();
     if (is_open())
         g_avcodec.avcodec_flush_buffers(dsc_codec_ctx.context());
+    let_go_of_unused_pictures();
     dsc_sws_ctx.reset();
     imc_frame_count = 0;
     imc_got_picture = 0;
@@ -163,15 +174,53 @@ void c_videocodec::remember_layout(const dsd_picture_layout &dsp_layout) noexcep
     imc_scanheight = dsp_layout.imc_scanheight;
 }
 
-void c_videocodec::set_whole_packets(bool bp_whole)
+void c_videocodec::set_option(std::string_view strp_name, bool bp_on)
 {
-    TRACE_FUNCTION("set_whole_packets", 3);
+    TRACE_FUNCTION("set_option", 3);
     if (is_open())
         throw_ffmpeg_exception(1341, "options are set before the codec is opened");
+    if (strp_name == "whole_packets")
+        set_whole_packets(bp_on);
+    else if (strp_name == "direct_buffers")
+        bc_direct_buffers = bp_on;
+    else if (strp_name == "native_format")
+        bc_native_format = bp_on;
+    else
+        throw_ffmpeg_exception(1345, "no such codec option: ", strp_name);
+    if (takes_direct_buffers() && g_avutil.av_buffer_get_ref_count == nullptr)
+        throw_ffmpeg_exception(1346, "this FFmpeg cannot decode into direct buffers");
+    // So that a picture which Java reads counts as in use, and no decoder goes on writing into it.
+    dsc_codec_ctx->refcounted_frames = takes_direct_buffers() ? 1 : 0;
+}
+
+void c_videocodec::set_whole_packets(bool bp_whole) noexcept
+{
     if (bp_whole)
         dsc_codec_ctx->flags &= ~CODEC_FLAG_TRUNCATED;
     else if ((dsc_codec.codec()->capabilities & CODEC_CAP_TRUNCATED) != 0)
         dsc_codec_ctx->flags |= CODEC_FLAG_TRUNCATED;
+}
+
+std::unique_ptr<ca_ffmpeg_buffer> c_videocodec::allocate_picture(int32_t imp_width, int32_t imp_height,
+                                                                 AVPixelFormat dsp_format,
+                                                                 const dsd_picture_layout &dsp_layout)
+{
+    TRACE_FUNCTION("allocate_picture", 3);
+    if (bc_native_format)
+        return c_direct_buffer::allocate(get_ffmpeg(), imp_width, imp_height, dsp_format, dsp_layout);
+    const c_colormodel &dsl_model = get_current_dst_format();
+    if (dsl_model.pixel_format() != dsp_format)
+        return std::make_unique<c_native_buffer>(dsp_layout.imc_total, dsp_layout.imc_align);
+    if (bc_direct_buffers)
+        return c_direct_buffer::allocate(get_ffmpeg(), imp_width, imp_height, dsp_format, dsp_layout);
+    return c_java_buffer::allocate(get_ffmpeg(), dsl_model,
+                                   {.imc_width = imp_width,
+                                    .imc_height = imp_height,
+                                    .aimc_linesizes = dsp_layout.aimc_linesizes,
+                                    .imc_scanheight = dsp_layout.imc_scanheight,
+                                    .imc_pixel_step = dsp_layout.imc_pixel_step,
+                                    .imc_align = dsp_layout.imc_align,
+                                    .imc_planes_size = dsp_layout.imc_total});
 }
 
 jintArray c_videocodec::export_dst_format(JNIEnv *adsp_env)
@@ -191,9 +240,15 @@ int32_t c_videocodec::process(uint8_t *autp_data, int32_t imp_lendata, int32_t i
         throw std::invalid_argument("imp_lendata");
     TRACE_LINE(im_level_debug, "%s#%s(): imp_lendata=%d ilp_timestamp=%lld", imp_lendata,
                static_cast<long long>(ilp_timestamp));
-    if (autp_data != nullptr && imp_lendata > 0 && !decode_packet(autp_data, imp_lendata, imp_flags, ilp_timestamp))
-        return ie_decoding_error;
-    return hand_out(imp_flags, dsp_out);
+    if (autp_data != nullptr && imp_lendata > 0) {
+        if (!decode_packet(autp_data, imp_lendata, imp_flags, ilp_timestamp))
+            return ie_decoding_error;
+    } else if ((imp_flags & im_flag_drain) != 0) {
+        drain(imp_flags, ilp_timestamp);
+    }
+    const int32_t iml_result = hand_out(imp_flags, dsp_out);
+    let_go_of_unused_pictures();
+    return iml_result;
 }
 
 bool c_videocodec::decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp)
@@ -220,8 +275,7 @@ bool c_videocodec::decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_
     dsl_packet.set_pts(ilp_timestamp);
     dsl_packet.set_dts(AV_NOPTS_VALUE);
 
-    int inl_idle = 0;
-    int inl_unpaid = 0;
+    c_decoder_progress dsl_progress;
     while (dsl_packet.size() > 0) {
         throw_if_pending();
         auto dsl_frame = std::make_unique<c_avframe>();
@@ -232,14 +286,30 @@ bool c_videocodec::decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_
             return report_error(inl_consumed);
         TRACE_LINE(im_level_debug, "%s#%s(): got_picture=%d", imc_got_picture);
         dsl_packet.inc_read_ptr(inl_consumed);
-        inl_idle = inl_consumed > 0 || imc_got_picture != 0 ? 0 : inl_idle + 1;
-        inl_unpaid = inl_consumed > 0 ? 0 : inl_unpaid + 1;
-        if (inl_idle > in_idle_limit || inl_unpaid > in_unpaid_limit)
+        if (dsl_progress.is_stuck(inl_consumed, imc_got_picture != 0))
             return report_error(inl_consumed);
         if (imc_got_picture != 0)
             list_picture(std::move(dsl_frame), imp_flags, ilp_timestamp);
     }
     return true;
+}
+
+/** Fetches what the decoder holds back until its stream ends. */
+void c_videocodec::drain(int32_t imp_flags, int64_t ilp_timestamp)
+{
+    TRACE_FUNCTION("drain", 3);
+    utc_begun_start_code.clear(); // nothing comes that could complete it
+    c_avpacket dsl_nothing;
+    for (int inl_picture = 0; is_open() && inl_picture < in_most_held_back; ++inl_picture) {
+        throw_if_pending();
+        auto dsl_frame = std::make_unique<c_avframe>();
+        const int inl_err = g_avcodec.avcodec_decode_video2(dsc_codec_ctx.context(), dsl_frame->frame(),
+                                                            &imc_got_picture, dsl_nothing.packet());
+        throw_if_pending();
+        if (inl_err < 0 || imc_got_picture == 0)
+            return;
+        list_picture(std::move(dsl_frame), imp_flags, ilp_timestamp);
+    }
 }
 
 // A start code that begins in one packet and ends in the next makes FFmpeg's splitter of cut packets go back into its
@@ -265,16 +335,16 @@ void c_videocodec::list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t im
     TRACE_LINE(im_level_debug, "%s#%s(): decoding frame %d successfull pkt_pts=%lld format=%s", imc_frame_count,
                static_cast<long long>((*dsp_frame)->pkt_pts), strl_format == nullptr ? "none" : strl_format);
     ++imc_frame_count;
-    const AVPixelFormat dsl_format = get_current_dst_format().pixel_format();
+    const AVPixelFormat dsl_format = bc_native_format ? dsl_decoded_format : get_current_dst_format().pixel_format();
     c_framebuffer_reference dsl_buffer;
     if (dsl_format != dsl_decoded_format) {
-        dsp_frame = convert(*dsp_frame, dsl_buffer, dsl_format, dsc_vformat->width(), dsc_vformat->height());
+        dsp_frame = convert(*dsp_frame, dsl_buffer, dsl_format);
     } else {
         dsl_buffer = ffmpeg_get_framebuffer(*dsp_frame);
-        // A decoder that was flushed may go on in a buffer that it returned before. Another picture has that array: this
-        // one gets its own.
-        if (dsl_buffer->handed_over() || is_listed(dsl_buffer.get()))
-            dsp_frame = convert(*dsp_frame, dsl_buffer, dsl_format, (*dsp_frame)->width, (*dsp_frame)->height);
+        // A decoder may return a buffer once more, as a picture that repeats another one or after a flush. That memory
+        // is another picture's: this one gets its own. So do pictures that stand on their head.
+        if (dsl_buffer->handed_over() || is_listed(dsl_buffer.get()) || (*dsp_frame)->linesize[0] < 0)
+            dsp_frame = duplicate(*dsp_frame, dsl_buffer);
         else
             tell_plane_offsets(*dsp_frame, *dsl_buffer.get());
     }
@@ -297,9 +367,17 @@ void c_videocodec::tell_plane_offsets(const c_avframe &dsp_frame, ca_ffmpeg_buff
         if (const uint8_t *autl_plane = dsp_frame->data[uml_plane]; autl_plane != nullptr)
             aiml_offsets[uml_plane] = static_cast<int32_t>(autl_plane - dsp_buffer.data());
     }
-    if (get_current_dst_format().fourcc() == im_fourcc_yv12)
+    if (swaps_chroma())
         std::swap(aiml_offsets[1], aiml_offsets[2]);
     dsp_buffer.set_plane_offsets(aiml_offsets);
+}
+
+void c_videocodec::let_go_of_unused_pictures()
+{
+    std::erase_if(dsc_lent_pictures, [](const auto &dsp_frame) {
+        const AVBufferRef *adsl_memory = (*dsp_frame)->buf[0];
+        return adsl_memory == nullptr || g_avutil.av_buffer_get_ref_count(adsl_memory) == 1;
+    });
 }
 
 bool c_videocodec::is_listed(const ca_ffmpeg_buffer *adsp_buffer) const
@@ -309,29 +387,71 @@ bool c_videocodec::is_listed(const ca_ffmpeg_buffer *adsp_buffer) const
     });
 }
 
+bool c_videocodec::swaps_chroma()
+{
+    return !bc_native_format && get_current_dst_format().fourcc() == im_fourcc_yv12;
+}
+
 std::unique_ptr<c_avframe> c_videocodec::convert(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
-                                                 AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height)
+                                                 AVPixelFormat dsp_format)
 {
     TRACE_FUNCTION("convert", 3);
-    SwsContext *adsl_sws = dsc_sws_ctx.prepare(dsp_decoded->width, dsp_decoded->height, dsp_decoded.pixel_format(),
-                                               imp_width, imp_height, dsp_format);
+    const AVFrame &dsl_from = *dsp_decoded.frame();
+    const int32_t iml_width = dsc_vformat->width();
+    const int32_t iml_height = dsc_vformat->height();
+    SwsContext *adsl_sws = dsc_sws_ctx.prepare(dsl_from.width, dsl_from.height, dsp_decoded.pixel_format(), iml_width,
+                                               iml_height, dsp_format);
     if (adsl_sws == nullptr)
         return nullptr;
-    auto dsl_converted = std::make_unique<c_avframe>();
-    (*dsl_converted)->format = dsp_format;
-    (*dsl_converted)->width = imp_width;
-    (*dsl_converted)->height = imp_height;
-    if (!dsc_codec_ctx.get_buffer(*dsl_converted))
+    return make_picture(dsp_decoded, dsp_buffer, dsp_format, iml_width, iml_height, [&](AVFrame &dsp_to) {
+        // The slice is as high as the output; the source has no more lines than it has.
+        g_swscale.sws_scale(adsl_sws, dsl_from.data, dsl_from.linesize, 0, std::min(iml_height, dsl_from.height),
+                            dsp_to.data, dsp_to.linesize);
+    });
+}
+
+std::unique_ptr<c_avframe> c_videocodec::duplicate(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer)
+{
+    TRACE_FUNCTION("duplicate", 3);
+    if (g_avutil.av_image_copy == nullptr)
         return nullptr;
-    AVFrame *adsl_from = dsp_decoded.frame();
-    AVFrame *adsl_to = dsl_converted->frame();
-    // The slice is as high as the output; the source has no more lines than it has.
-    g_swscale.sws_scale(adsl_sws, adsl_from->data, adsl_from->linesize, 0, std::min(imp_height, adsl_from->height),
-                        adsl_to->data, adsl_to->linesize);
-    dsp_buffer = ffmpeg_get_framebuffer(*dsl_converted);
-    dsc_codec_ctx.release_buffer(*dsl_converted); // the frame's own reference; the list's stays
-    adsl_to->pkt_pts = adsl_from->pkt_pts;
-    return dsl_converted;
+    const AVFrame &dsl_from = *dsp_decoded.frame();
+    return make_picture(dsp_decoded, dsp_buffer, dsp_decoded.pixel_format(), dsl_from.width, dsl_from.height,
+                        [&](AVFrame &dsp_to) {
+                            g_avutil.av_image_copy(dsp_to.data, dsp_to.linesize, dsl_from.data, dsl_from.linesize,
+                                                   dsp_decoded.pixel_format(), dsl_from.width, dsl_from.height);
+                        });
+}
+
+/** A picture in memory of its own, which @p dsp_fill fills; null when there is no memory for it. */
+template <class FILL>
+std::unique_ptr<c_avframe> c_videocodec::make_picture(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
+                                                      AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height,
+                                                      FILL dsp_fill)
+{
+    auto dsl_picture = std::make_unique<c_avframe>();
+    AVFrame &dsl_to = *dsl_picture->frame();
+    dsl_to.format = dsp_format;
+    dsl_to.width = imp_width;
+    dsl_to.height = imp_height;
+    if (!dsc_codec_ctx.get_buffer(*dsl_picture))
+        return nullptr;
+    dsp_fill(dsl_to);
+    // The callback clears these with the frame's own reference; the list's stays, and with it the memory.
+    const auto ainl_linesizes = std::to_array(dsl_to.linesize);
+    dsp_buffer = ffmpeg_get_framebuffer(*dsl_picture);
+    dsc_codec_ctx.release_buffer(*dsl_picture);
+    std::ranges::copy(ainl_linesizes, dsl_to.linesize);
+    const AVFrame &dsl_from = *dsp_decoded.frame();
+    dsl_to.pkt_pts = dsl_from.pkt_pts;
+    dsl_to.key_frame = dsl_from.key_frame;
+    dsl_to.pict_type = dsl_from.pict_type;
+    dsl_to.interlaced_frame = dsl_from.interlaced_frame;
+    dsl_to.top_field_first = dsl_from.top_field_first;
+    dsl_to.sample_aspect_ratio = dsl_from.sample_aspect_ratio;
+    dsl_to.color_range = dsl_from.color_range;
+    dsl_to.colorspace = dsl_from.colorspace;
+    return dsl_picture;
 }
 
 int32_t c_videocodec::hand_out(int32_t imp_flags, dsd_out_params &dsp_out)
@@ -349,7 +469,10 @@ int32_t c_videocodec::hand_out(int32_t imp_flags, dsd_out_params &dsp_out)
     dsp_out.imc_data_size = adsl_buffer->data_size();
     dsp_out.imc_buffer_word = adsl_buffer->reference_word();
     dsp_out.ilc_timestamp = (*dsl_picture.dsc_frame)->pkt_pts;
+    dsp_out.dsc_picture = describe(*dsl_picture.dsc_frame->frame());
     dsp_out.adsc_buffer = adsl_buffer;
+    if (takes_direct_buffers())
+        dsc_lent_pictures.push_back(std::move(dsl_picture.dsc_frame));
     if (!dsc_decoded_pictures.empty())
         return ie_picture_and_more;
     return std::exchange(bc_dst_format_changed, false) ? ie_picture_model_changed : ie_picture;

@@ -17,6 +17,7 @@
 #include <deque>
 #include <memory>
 #include <span>
+#include <string_view>
 #include <vector>
 
 /** What process() says; the numbers are Java's. */
@@ -74,7 +75,7 @@ public:
     /**
      * Decodes a packet and hands out at most one picture.
      *
-     * @param autp_data null only hands out. FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes follow the @p imp_lendata.
+     * @param autp_data null only hands out, with im_flag_drain after having fetched what the decoder holds back. FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes follow the @p imp_lendata.
      * @param ilp_timestamp becomes the packet's, in units of the caller's
      * @param dsp_out zeroed by the caller
      * @return an ie_process_result
@@ -86,12 +87,22 @@ public:
     /** Called with every picture buffer: the layout that the format export tells. */
     void remember_layout(const dsd_picture_layout &dsp_layout) noexcept;
 
+    /** Memory for a picture that FFmpeg or the conversion writes; Java is told the size. Throws as the kinds of buffers do. */
+    std::unique_ptr<ca_ffmpeg_buffer> allocate_picture(int32_t imp_width, int32_t imp_height, AVPixelFormat dsp_format,
+                                                       const dsd_picture_layout &dsp_layout);
+
     /**
-     * Packets will be whole, not cut anywhere: the decoder then gives each picture with its own packet.
+     * Sets what the codec interface itself leaves fixed:
+     * - "whole_packets": packets are not cut anywhere, and each picture comes with its own packet.
+     * - "direct_buffers": pictures lie in direct buffers (c_direct_buffer) instead of arrays, and stay as they are until
+     *   Java lets go of them, whatever the decoder goes on with.
+     * - "native_format": pictures come in direct buffers in the decoder's own pixel format; no model is chosen.
      *
-     * @throws c_ffmpeg_exception on an open codec
+     * @throws c_ffmpeg_exception on an open codec, for another name, or when this FFmpeg cannot do it
      */
-    void set_whole_packets(bool bp_whole);
+    void set_option(std::string_view strp_name, bool bp_on);
+    bool native_format() const noexcept { return bc_native_format; }
+    bool takes_direct_buffers() const noexcept { return bc_direct_buffers || bc_native_format; }
 
     /** Describes the chosen model and the buffers last allocated, as a new int[16]; null while nothing is chosen. */
     jintArray export_dst_format(JNIEnv *adsp_env);
@@ -112,9 +123,20 @@ private:
     void list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp);
     /** A cropped picture begins inside its planes: the offsets that Java gets lead to what is shown. */
     void tell_plane_offsets(const c_avframe &dsp_frame, ca_ffmpeg_buffer &dsp_buffer);
+    void drain(int32_t imp_flags, int64_t ilp_timestamp);
+    void set_whole_packets(bool bp_whole) noexcept;
+    /** Whether Java gets the V plane first. */
+    bool swaps_chroma();
+    /** Gives back the memory of pictures that were handed out and that the decoder does not need any more. */
+    void let_go_of_unused_pictures();
     bool is_listed(const ca_ffmpeg_buffer *adsp_buffer) const;
     std::unique_ptr<c_avframe> convert(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
-                                       AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height);
+                                       AVPixelFormat dsp_format);
+    std::unique_ptr<c_avframe> duplicate(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer);
+    template <class FILL>
+    std::unique_ptr<c_avframe> make_picture(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
+                                            AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height,
+                                            FILL dsp_fill);
     int32_t hand_out(int32_t imp_flags, dsd_out_params &dsp_out);
 
     // The buffers of pictures and decoder are given back on destruction: the members that this needs stand before them.
@@ -124,7 +146,11 @@ private:
     bool bc_dst_format_changed = false;
     c_avcodec dsc_codec;
     c_avcodec_ctx dsc_codec_ctx;
+    bool bc_direct_buffers = false;
+    bool bc_native_format = false;
     std::deque<dsd_picture> dsc_decoded_pictures;
+    std::vector<std::unique_ptr<c_avframe>>
+        dsc_lent_pictures; // handed out in direct buffers, in use by the decoder too
     c_sws_ctx dsc_sws_ctx;
     c_padded_bytes dsc_input;
     c_padded_bytes dsc_joined;

@@ -64,6 +64,12 @@ JNIEnv *trace_environment() noexcept;
 /** Whether a Java object gets the lines. */
 bool trace_has_receiver() noexcept;
 
+/** Whether a line that was written now would reach anybody: for work that serves a line only. */
+inline bool trace_is_wanted() noexcept
+{
+    return trace_environment() == nullptr || trace_has_receiver();
+}
+
 /**
  * Makes @p avop_receiver (a global reference that the caller keeps alive until trace_forget_receiver) get every line
  * from now on, through @p adsp_method, "(ILjava/lang/String;)V". Null silences.

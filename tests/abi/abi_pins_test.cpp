@@ -76,11 +76,17 @@ TEST_F(abi, option_tables_have_the_fields_where_the_header_has_them)
 {
 #define FIELD(structure, option, field) {option, offsetof(structure, field)}
     expect_offsets(avcodec<const AVClass *()>("avcodec_get_class")(),
-                   {FIELD(AVCodecContext, "b", bit_rate), FIELD(AVCodecContext, "flags", flags),
-                    FIELD(AVCodecContext, "time_base", time_base), FIELD(AVCodecContext, "video_size", width),
-                    FIELD(AVCodecContext, "pixel_format", pix_fmt), FIELD(AVCodecContext, "codec_tag", codec_tag),
-                    FIELD(AVCodecContext, "aspect", sample_aspect_ratio), FIELD(AVCodecContext, "ar", sample_rate),
-                    FIELD(AVCodecContext, "ac", channels), FIELD(AVCodecContext, "frame_size", frame_size),
+                   {FIELD(AVCodecContext, "b", bit_rate),
+                    FIELD(AVCodecContext, "flags", flags),
+                    FIELD(AVCodecContext, "time_base", time_base),
+                    FIELD(AVCodecContext, "delay", delay),
+                    FIELD(AVCodecContext, "video_size", width),
+                    FIELD(AVCodecContext, "pixel_format", pix_fmt),
+                    FIELD(AVCodecContext, "codec_tag", codec_tag),
+                    FIELD(AVCodecContext, "aspect", sample_aspect_ratio),
+                    FIELD(AVCodecContext, "ar", sample_rate),
+                    FIELD(AVCodecContext, "ac", channels),
+                    FIELD(AVCodecContext, "frame_size", frame_size),
                     FIELD(AVCodecContext, "block_align", block_align),
                     FIELD(AVCodecContext, "channel_layout", channel_layout),
                     FIELD(AVCodecContext, "request_channel_layout", request_channel_layout),
@@ -88,7 +94,8 @@ TEST_F(abi, option_tables_have_the_fields_where_the_header_has_them)
                     FIELD(AVCodecContext, "strict", strict_std_compliance),
                     FIELD(AVCodecContext, "bits_per_coded_sample", bits_per_coded_sample),
                     FIELD(AVCodecContext, "bits_per_raw_sample", bits_per_raw_sample),
-                    FIELD(AVCodecContext, "threads", thread_count), FIELD(AVCodecContext, "profile", profile)});
+                    FIELD(AVCodecContext, "threads", thread_count),
+                    FIELD(AVCodecContext, "profile", profile)});
     expect_offsets(avcodec<const AVClass *()>("avcodec_get_frame_class")(),
                    {FIELD(AVFrame, "width", width), FIELD(AVFrame, "height", height), FIELD(AVFrame, "format", format),
                     FIELD(AVFrame, "channel_layout", channel_layout), FIELD(AVFrame, "sample_rate", sample_rate)});

@@ -13,6 +13,21 @@ public final class c_codecoptions_ffmpeg {
      */
     public static final String WHOLE_PACKETS = "whole_packets";
 
+    /** Bits a second of an audio codec, which some decoders need to know and encoders aim at. Settable. */
+    public static final String BIT_RATE = "bit_rate";
+
+    /** Bytes of the smallest unit that an open audio codec's compressed data comes in; 0 when there is none. */
+    public static final String BLOCK_ALIGN = "block_align";
+
+    /** Samples of a channel in a packet of an open audio codec; 0 when a packet may have any number. */
+    public static final String FRAME_SIZE = "frame_size";
+
+    /** Samples of a channel that an open audio encoder puts in front of the sound. */
+    public static final String INITIAL_PADDING = "initial_padding";
+
+    /** Bits of a coded sample of an open audio codec; 0 when they are not of one size. */
+    public static final String BITS_PER_CODED_SAMPLE = "bits_per_coded_sample";
+
     private c_codecoptions_ffmpeg() {
     }
 
@@ -25,4 +40,34 @@ public final class c_codecoptions_ffmpeg {
      * @throws RuntimeException when the option is not known or the codec is open
      */
     public static native void n_vcodec_set_option(long codec, String name, long value);
+
+    /**
+     * Sets an option of an audio codec that is not open. Audio codecs are created open: close, set, open again.
+     *
+     * @param codec a handle of {@link c_multimediaapi_ffmpeg#n_create_acodec_to_pcm} or
+     *     {@link c_multimediaapi_ffmpeg#n_create_acodec_from_pcm}
+     * @param name the option: {@link #BIT_RATE}
+     * @param value the option's value
+     * @throws RuntimeException when the option is not known or the codec is open
+     */
+    public static native void n_acodec_set_option(long codec, String name, long value);
+
+    /**
+     * Tells an option of an audio codec. What an encoder decides by itself is known while it is open.
+     *
+     * @param codec an audio codec's handle
+     * @param name the option: {@link #BIT_RATE}, {@link #BLOCK_ALIGN}, {@link #FRAME_SIZE}, {@link #INITIAL_PADDING} or
+     *     {@link #BITS_PER_CODED_SAMPLE}
+     * @return the option's value
+     * @throws RuntimeException when the option is not known
+     */
+    public static native long n_acodec_get_option(long codec, String name);
+
+    /**
+     * Gives an audio codec's private data, which an encoder makes when it opens and a decoder needs to open.
+     *
+     * @param codec an audio codec's handle
+     * @return a new array, or null when there is none
+     */
+    public static native byte[] n_acodec_get_extradata(long codec);
 }

@@ -8,7 +8,7 @@ import java.lang.System.Logger.Level;
  *
  * <p>This is the contract underneath the public API, meant for one careful caller: handles are addresses, a null,
  * stale or foreign handle is not detected, and one codec must not be used by two threads at a time. Programs use
- * {@link MediaReader} and {@link VideoDecoder}, which check all of that.
+ * {@link MediaReader}, {@link VideoDecoder}, {@link AudioDecoder} and {@link AudioEncoder}, which check all of that.
  *
  * <p>The library must have been loaded (see {@link FfmpegLibrary#loadNatives()}) before any native is called. A
  * failure arrives as {@link RuntimeException} (a refused argument or state), {@link OutOfMemoryError} or a plain
@@ -117,6 +117,103 @@ public class c_multimediaapi_ffmpeg {
      *     8 four-character code, 9 bits per pixel, 10 depth, 11 to 14 masks), or null before a format was chosen
      */
     public static native int[] n_get_vcodec_dst_format(long codec);
+
+    /**
+     * Creates an audio decoder, open already, that gives interleaved 16-bit PCM with the channels and rate of its
+     * source.
+     *
+     * @param context a handle of {@link #n_init}
+     * @param format the compressed sound, 7 integers: 0 WAVE format tag, 1 channels, 2 samples a second, 3 bytes a
+     *     second, 4 block align in bytes, 5 bits per sample, 6 length of the specific header in bytes
+     * @param header the specific header, at least {@code format[6]} bytes, or null
+     * @return the codec's handle, or 0 when the decoder does not open
+     * @throws RuntimeException when there is no decoder for the format
+     */
+    public static native long n_create_acodec_to_pcm(long context, int[] format, byte[] header);
+
+    /**
+     * Creates an audio encoder, open already, that takes interleaved 16-bit PCM with the channels and rate of its
+     * target.
+     *
+     * @param context a handle of {@link #n_init}
+     * @param format the target, as in {@link #n_create_acodec_to_pcm}
+     * @param header the target's specific header, at least {@code format[6]} bytes, or null
+     * @return the codec's handle, or 0 when the encoder does not open
+     * @throws RuntimeException when there is no encoder for the format
+     */
+    public static native long n_create_acodec_from_pcm(long context, int[] format, byte[] header);
+
+    /**
+     * Opens an audio codec that was closed.
+     *
+     * @param codec a codec's handle
+     * @return whether it is open now
+     */
+    public static native boolean n_acodec_open(long codec);
+
+    /**
+     * Closes an audio codec, which can be opened again; what it holds is dropped.
+     *
+     * @param codec a codec's handle
+     * @return true
+     */
+    public static native boolean n_acodec_close(long codec);
+
+    /**
+     * Forgets what an audio codec holds, output that was not fetched included, for a jump in the stream.
+     *
+     * @param codec a codec's handle
+     * @return true
+     */
+    public static native boolean n_acodec_reset(long codec);
+
+    /**
+     * Names the kind of codec.
+     *
+     * @param codec a codec's handle
+     * @return the name
+     */
+    public static native String n_acodec_get_name(long codec);
+
+    /**
+     * Decodes or encodes a block and hands out everything that is ready. While output of an earlier call waits, no
+     * input is taken. A decoder keeps input that it took but could not decode yet, even where {@code params} tells it
+     * as not consumed, so it must not be given again; an encoder wants again what it did not consume.
+     *
+     * @param codec a codec's handle
+     * @param in the compressed bytes or the PCM; null with a length of 0
+     * @param out receives the PCM or the compressed packets, one behind the other
+     * @param params 10 integers. In: 0 offset and 1 length of the block in bytes, 2 flags (0x100 with a length of 0, for
+     *     a decoder: decode what is kept and drain), 3 and 4 low and high word of the timestamp, 5 offset and 6 room in
+     *     {@code out} in bytes. Out: 0 and 1 moved by what was consumed, 6 bytes written, 7 flags, 8 and 9 the
+     *     timestamp; when {@code out} is too small 5 is 0 and 6 the bytes needed
+     * @return the sum of 1 the block could not be decoded, 2 not all of it was consumed, or 8 output could not be
+     *     copied and is lost, or 16 {@code out} is too small and nothing was copied
+     */
+    public static native int n_acodec_process(long codec, byte[] in, byte[] out, int[] params);
+
+    /**
+     * Deletes an audio codec, open or not.
+     *
+     * @param codec a codec's handle, dead afterwards
+     */
+    public static native void n_acodec_delete(long codec);
+
+    /**
+     * Tells the format of what an audio codec takes.
+     *
+     * @param codec a codec's handle
+     * @return a WAVE format header: 18 bytes and the specific header
+     */
+    public static native byte[] n_get_acodec_src_format(long codec);
+
+    /**
+     * Tells the format of what an audio codec gives.
+     *
+     * @param codec a codec's handle
+     * @return a WAVE format header: 18 bytes and the specific header
+     */
+    public static native byte[] n_get_acodec_dst_format(long codec);
 
     /**
      * Called by the library to obtain an array for a picture, on the thread that is inside a native. The buffers bound

@@ -1,5 +1,9 @@
 package kiv.media.ffmpeg.cli;
 
+import ar.com.hjg.pngj.FilterType;
+import ar.com.hjg.pngj.ImageInfo;
+import ar.com.hjg.pngj.ImageLineByte;
+import ar.com.hjg.pngj.PngWriter;
 import java.awt.image.BufferedImage;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
@@ -10,11 +14,6 @@ import java.util.concurrent.ArrayBlockingQueue;
 import java.util.concurrent.ThreadPoolExecutor;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.atomic.AtomicReference;
-import javax.imageio.IIOImage;
-import javax.imageio.ImageIO;
-import javax.imageio.ImageWriteParam;
-import javax.imageio.ImageWriter;
-import javax.imageio.stream.MemoryCacheImageOutputStream;
 import kiv.media.ffmpeg.Picture;
 
 /**
@@ -23,8 +22,9 @@ import kiv.media.ffmpeg.Picture;
  */
 final class PictureWriter implements AutoCloseable {
 
+    private static final int BITS = 8;
     /** Little packing: the files grow somewhat and are done in a fraction of the time. */
-    private static final float QUALITY = 0.8f;
+    private static final int LEVEL = 1;
 
     private final Path directory;
     private final String baseName;
@@ -90,20 +90,30 @@ final class PictureWriter implements AutoCloseable {
         }
     }
 
-    private static byte[] encode(BufferedImage image) throws IOException {
-        ImageWriter writer = ImageIO.getImageWritersByFormatName("png").next();
+    private static byte[] encode(BufferedImage image) {
+        int width = image.getWidth();
+        int height = image.getHeight();
+        ByteArrayOutputStream bytes = new ByteArrayOutputStream(1 << 20);
+        PngWriter writer = new PngWriter(bytes, new ImageInfo(width, height, BITS, false));
         try {
-            ImageWriteParam settings = writer.getDefaultWriteParam();
-            settings.setCompressionMode(ImageWriteParam.MODE_EXPLICIT);
-            settings.setCompressionQuality(QUALITY);
-            ByteArrayOutputStream bytes = new ByteArrayOutputStream(1 << 20);
-            try (MemoryCacheImageOutputStream stream = new MemoryCacheImageOutputStream(bytes)) {
-                writer.setOutput(stream);
-                writer.write(null, new IIOImage(image, null, null), settings);
+            writer.setCompLevel(LEVEL);
+            writer.setFilterType(FilterType.FILTER_SUB);
+            int[] pixels = new int[width];
+            ImageLineByte line = new ImageLineByte(writer.imgInfo);
+            byte[] samples = line.getScanlineByte();
+            for (int y = 0; y < height; y++) {
+                image.getRaster().getDataElements(0, y, width, 1, pixels);
+                for (int x = 0; x < width; x++) {
+                    samples[3 * x] = (byte) (pixels[x] >> 16);
+                    samples[3 * x + 1] = (byte) (pixels[x] >> 8);
+                    samples[3 * x + 2] = (byte) pixels[x];
+                }
+                writer.writeRow(line);
             }
+            writer.end();
             return bytes.toByteArray();
         } finally {
-            writer.dispose();
+            writer.close();
         }
     }
 }
