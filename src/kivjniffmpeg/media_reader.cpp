@@ -193,7 +193,8 @@ bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
         iml_idle = ull_reads == dsc_source.reads() ? iml_idle + 1 : 0;
         ull_reads = dsc_source.reads();
     } while (inl_result == -EAGAIN && iml_idle < im_idle_limit);
-    if (inl_result == AVERROR_EOF)
+    // FFmpeg's reader of AMR calls the end of its file a failed read.
+    if (inl_result == AVERROR_EOF || (inl_result == -EIO && dsc_source.at_end()))
         return false;
     if (inl_result < 0)
         throw_ffmpeg_exception(2612, "reading packet failed: ", error_text(inl_result));

@@ -103,12 +103,14 @@ template <class WORK> int64_t c_mediasource::ask(void *avp_source, WORK dsp_work
 int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept
 {
     return static_cast<int>(ask(avp_source, [&](c_mediasource &dsp_source, const c_jnienv &dsp_env) -> int64_t {
-        if (dsp_source.bc_behind_known_end)
+        dsp_source.bc_at_end = dsp_source.bc_behind_known_end;
+        if (dsp_source.bc_at_end)
             return 0;
         const auto iml_wanted = static_cast<jint>(std::min<int64_t>(inp_length, dsp_source.ilc_capacity));
         ++dsp_source.ulc_reads;
         const jint iml_count = dsp_env.call_int_method(dsp_source.avoc_source.get(), dsp_source.amidc_read, iml_wanted);
-        if (iml_count == im_end)
+        dsp_source.bc_at_end = iml_count == im_end;
+        if (dsp_source.bc_at_end)
             return 0; // as FFmpeg's own files do: an error would stick to the AVIOContext when it seeks back
         if (iml_count < 1 || iml_count > iml_wanted)
             return dsp_source.reject("a count that cannot be", iml_count);

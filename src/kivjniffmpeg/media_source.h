@@ -37,6 +37,9 @@ public:
     /** How often Java was asked for bytes: what does not change while FFmpeg works on what it has. */
     uint64_t reads() const noexcept { return ulc_reads; }
 
+    /** Whether the last read found the end. */
+    bool at_end() const noexcept { return bc_at_end; }
+
     /**
      * To be called whenever FFmpeg returns.
      *
@@ -73,6 +76,7 @@ private:
     jmethodID amidc_size = nullptr;
     uint64_t ulc_reads = 0;
     int64_t ilc_known_size = -1;          // what Java said last; -1 for unknown
+    bool bc_at_end = false;
     bool bc_behind_known_end = false;     // the position that FFmpeg is at, without Java's having been told
     const char *strc_complaint = nullptr; // a literal: what the source did wrong
     int64_t ilc_complaint_value = 0;

@@ -44,6 +44,7 @@ void dsd_ffmpeg::load(const std::string &strp_directory)
     LOOK_UP(avcodec, avcodec_open2);
     LOOK_UP(avcodec, avcodec_close);
     LOOK_UP(avcodec, avcodec_decode_video2);
+    LOOK_UP(avcodec, avcodec_decode_audio4);
     LOOK_UP(avcodec, av_init_packet);
     LOOK_UP(avcodec, av_free_packet);
     LOOK_UP(avutil, av_frame_alloc);
@@ -52,6 +53,7 @@ void dsd_ffmpeg::load(const std::string &strp_directory)
     LOOK_UP(avutil, av_freep);
     LOOK_UP(avutil, av_log_set_level);
     LOOK_UP(avutil, av_strerror);
+    LOOK_UP(avutil, av_get_sample_fmt_name);
     LOOK_UP(avutil, av_get_pix_fmt);
     LOOK_UP(avutil, av_get_pix_fmt_name);
     LOOK_UP(avutil, av_pix_fmt_desc_get);

@@ -23,6 +23,7 @@ struct dsd_ffmpeg
     int (*avcodec_open2)(AVCodecContext *, const AVCodec *, AVDictionary **);
     int (*avcodec_close)(AVCodecContext *);
     int (*avcodec_decode_video2)(AVCodecContext *, AVFrame *, int *, const AVPacket *);
+    int (*avcodec_decode_audio4)(AVCodecContext *, AVFrame *, int *, const AVPacket *);
     void (*av_init_packet)(AVPacket *);
     void (*av_free_packet)(AVPacket *);
 
@@ -32,6 +33,7 @@ struct dsd_ffmpeg
     void (*av_freep)(void *);
     void (*av_log_set_level)(int);
     int (*av_strerror)(int, char *, size_t);
+    const char *(*av_get_sample_fmt_name)(AVSampleFormat);
     AVPixelFormat (*av_get_pix_fmt)(const char *);
     const char *(*av_get_pix_fmt_name)(AVPixelFormat);
     const AVPixFmtDescriptor *(*av_pix_fmt_desc_get)(AVPixelFormat);

@@ -16,9 +16,11 @@
  * - "packets", their number
  * With --list-packets instead "stream" lines (index, media type, codec identifier, tag, width, height, time base as a
  * fraction, size and MD5 of the extradata) and "packet" lines (stream, pts, dts, duration, flags, size, MD5).
+ * With --pcm the first sound stream instead, see sound.h.
  */
-#include "ffmpeg_libraries.h"
+#include "ffmpeg_objects.h"
 #include "md5.h"
+#include "sound.h"
 
 #include <algorithm>
 #include <array>
@@ -37,83 +39,20 @@
 namespace
 {
 
-dsd_ffmpeg g_ffmpeg;
-
-constexpr int s_keep_side_data = 0x40000; // packets as the container has them, nothing appended
-constexpr int s_idle_calls = 100;         // a decoder that takes and gives nothing so often is stuck
-
 struct dsd_options
 {
     std::string strc_libraries;
     std::string strc_file;
-    int inc_stream = -1; // the first video stream
+    int inc_stream = -1; // the first of its kind
     std::optional<AVCodecID> dsc_codec_id;
     bool bc_truncated = false;
     bool bc_emu_edge = false;
     bool bc_drain = false;
     bool bc_list_packets = false;
+    dsd_sound_options dsc_sound;                // when it names a file
     AVPixelFormat dsc_target = AV_PIX_FMT_NONE; // as decoded
     int inc_width = 0;                          // of a converted picture
     int inc_height = 0;
-};
-
-[[noreturn]] void fail(const std::string &strp_what, int inp_error)
-{
-    std::array<char, 128> byrl_text{};
-    g_ffmpeg.av_strerror(inp_error, byrl_text.data(), byrl_text.size());
-    throw std::runtime_error(strp_what + ": " + byrl_text.data());
-}
-
-/** An opened file. */
-class c_file
-{
-public:
-    explicit c_file(const std::string &strp_path)
-    {
-        if (const int inl_error = g_ffmpeg.avformat_open_input(&adsc_format, strp_path.c_str(), nullptr, nullptr);
-            inl_error < 0)
-            fail(strp_path, inl_error);
-        adsc_format->flags |= s_keep_side_data;
-        if (const int inl_error = g_ffmpeg.avformat_find_stream_info(adsc_format, nullptr); inl_error < 0) {
-            g_ffmpeg.avformat_close_input(&adsc_format);
-            fail(strp_path, inl_error);
-        }
-    }
-    ~c_file() { g_ffmpeg.avformat_close_input(&adsc_format); }
-    c_file(const c_file &) = delete;
-    c_file &operator=(const c_file &) = delete;
-
-    std::span<AVStream *const> streams() const { return {adsc_format->streams, adsc_format->nb_streams}; }
-
-    /** The stream to decode; @p inp_index -1 for the first video. */
-    const AVStream &video(int inp_index) const
-    {
-        for (const AVStream *adsl_stream : streams()) {
-            if (inp_index == adsl_stream->index ||
-                (inp_index < 0 && adsl_stream->codec->codec_type == AVMEDIA_TYPE_VIDEO))
-                return *adsl_stream;
-        }
-        throw std::runtime_error("no such stream");
-    }
-
-    /** Calls @p visit with every packet of the file. */
-    template <class T> void for_each_packet(T visit)
-    {
-        AVPacket dsl_packet{};
-        g_ffmpeg.av_init_packet(&dsl_packet);
-        while (g_ffmpeg.av_read_frame(adsc_format, &dsl_packet) >= 0) {
-            visit(static_cast<const AVPacket &>(dsl_packet));
-            g_ffmpeg.av_free_packet(&dsl_packet);
-        }
-    }
-
-private:
-    AVFormatContext *adsc_format = nullptr;
-};
-
-struct dsd_delete_frame
-{
-    void operator()(AVFrame *adsp_frame) const { g_ffmpeg.av_frame_free(&adsp_frame); }
 };
 
 /** The visible part of one picture. */
@@ -197,31 +136,18 @@ class c_decoder
 public:
     c_decoder(const dsd_options &dsp_options, const AVCodecContext &dsp_stream) : dsc_options(dsp_options)
     {
-        const AVCodec *adsl_codec =
-            g_ffmpeg.avcodec_find_decoder(dsp_options.dsc_codec_id.value_or(dsp_stream.codec_id));
-        if (adsl_codec == nullptr)
-            throw std::runtime_error("no decoder");
-        adsc_context.reset(g_ffmpeg.avcodec_alloc_context3(adsl_codec));
+        const AVCodec *adsl_codec = &decoder_of(dsp_options.dsc_codec_id.value_or(dsp_stream.codec_id));
+        adsc_context = new_context(*adsl_codec, dsp_stream);
         adsc_frame.reset(g_ffmpeg.av_frame_alloc());
-        if (adsc_context == nullptr || adsc_frame == nullptr)
+        if (adsc_frame == nullptr)
             throw std::bad_alloc();
-        adsc_context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
         if (dsp_options.bc_truncated && (adsl_codec->capabilities & CODEC_CAP_TRUNCATED) != 0)
             adsc_context->flags |= CODEC_FLAG_TRUNCATED;
         if (dsp_options.bc_emu_edge)
             adsc_context->flags |= CODEC_FLAG_EMU_EDGE;
         adsc_context->width = dsp_stream.width;
         adsc_context->height = dsp_stream.height;
-        adsc_context->bits_per_coded_sample = dsp_stream.bits_per_coded_sample;
-        adsc_context->extradata = static_cast<uint8_t *>(
-            g_ffmpeg.av_mallocz(static_cast<size_t>(dsp_stream.extradata_size) + FF_INPUT_BUFFER_PADDING_SIZE));
-        if (adsc_context->extradata == nullptr)
-            throw std::bad_alloc();
-        if (dsp_stream.extradata_size > 0)
-            std::memcpy(adsc_context->extradata, dsp_stream.extradata, static_cast<size_t>(dsp_stream.extradata_size));
-        adsc_context->extradata_size = dsp_stream.extradata_size;
-        if (const int inl_error = g_ffmpeg.avcodec_open2(adsc_context.get(), adsl_codec, nullptr); inl_error < 0)
-            fail("avcodec_open2", inl_error);
+        open_codec(*adsc_context, *adsl_codec);
         if (dsc_options.inc_width == 0) {
             dsc_options.inc_width = dsp_stream.width;
             dsc_options.inc_height = dsp_stream.height;
@@ -266,16 +192,6 @@ public:
     }
 
 private:
-    struct dsd_delete_context
-    {
-        void operator()(AVCodecContext *adsp_context) const
-        {
-            g_ffmpeg.avcodec_close(adsp_context);
-            g_ffmpeg.av_freep(&adsp_context->extradata);
-            g_ffmpeg.av_freep(&adsp_context);
-        }
-    };
-
     int decode(const AVPacket &dsp_packet, int &inp_got_picture)
     {
         inp_got_picture = 0;
@@ -311,8 +227,8 @@ private:
     }
 
     dsd_options dsc_options;
-    std::unique_ptr<AVCodecContext, dsd_delete_context> adsc_context;
-    std::unique_ptr<AVFrame, dsd_delete_frame> adsc_frame;
+    context_ptr adsc_context;
+    frame_ptr adsc_frame;
     c_converter dsc_converter;
     int inc_packets = 0;
     int inc_pictures = 0;
@@ -351,7 +267,9 @@ dsd_options parse(std::span<char *const> strp_arguments)
 {
     if (strp_arguments.size() < 2)
         throw std::runtime_error("usage: reference_decoder LIBRARIES FILE [--list-packets] [--stream N] [--codec ID] "
-                                 "[--truncated] [--emu-edge] [--convert FORMAT] [--size WxH] [--drain]");
+                                 "[--truncated] [--emu-edge] [--convert FORMAT] [--size WxH] [--drain]\n"
+                                 "       reference_decoder LIBRARIES FILE --pcm FILE [--stream N] [--codec ID] "
+                                 "[--join N] [--pieces N | --cut BYTES]");
     dsd_options dsl_options;
     dsl_options.strc_libraries = strp_arguments[0];
     dsl_options.strc_file = strp_arguments[1];
@@ -388,6 +306,14 @@ dsd_options parse(std::span<char *const> strp_arguments)
             dsl_options.inc_height = parse_number(strl_size.substr(ull_cross + 1));
         } else if (strl_name == "--drain") {
             dsl_options.bc_drain = true;
+        } else if (strl_name == "--pcm") {
+            dsl_options.dsc_sound.strc_pcm = value();
+        } else if (strl_name == "--join") {
+            dsl_options.dsc_sound.inc_join = parse_number(value());
+        } else if (strl_name == "--pieces") {
+            dsl_options.dsc_sound.inc_pieces = parse_number(value());
+        } else if (strl_name == "--cut") {
+            dsl_options.dsc_sound.inc_cut = parse_number(value());
         } else {
             throw std::runtime_error("unknown option " + strl_name);
         }
@@ -407,7 +333,14 @@ try {
         list_packets(dsl_file);
         return 0;
     }
-    const AVStream &dsl_stream = dsl_file.video(dsl_options.inc_stream);
+    const bool bl_sound = !dsl_options.dsc_sound.strc_pcm.empty();
+    const AVStream &dsl_stream =
+        dsl_file.stream(dsl_options.inc_stream, bl_sound ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO);
+    if (bl_sound) {
+        decode_sound(dsl_file, dsl_stream, dsl_options.dsc_codec_id.value_or(dsl_stream.codec->codec_id),
+                     dsl_options.dsc_sound);
+        return 0;
+    }
     c_decoder dsl_decoder(dsl_options, *dsl_stream.codec);
     dsl_file.for_each_packet([&](const AVPacket &dsp_packet) {
         if (dsp_packet.stream_index == dsl_stream.index)

@@ -10,7 +10,8 @@
 #           the first size
 #   format  FFmpeg's name of the decoder's pixel format
 #   traits  what the stream is there for: words joined by commas, or -
-# audio.tsv: file, codec, sample_rate, channels; the streams without video.
+# audio.tsv: file, codec, sample_rate, channels, tags; the streams without video. The tags are the WAVE format tags that
+#           stand for the codec, joined by commas, or - when none does.
 . "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 
 streams=$build/streams
@@ -50,14 +51,33 @@ describe() {
     list "$1" "$codec" "$2" "$width" "$height" "$frames" "$format" "$3" >>manifest.tsv
 }
 
-# audio FILE [options]
+# sounds LAYOUT RATE: a source of sound that differs in every channel, a tone, a sweep and noise
+sounds() {
+    local count channels=() channel
+    case $1 in
+    mono) count=1 ;; stereo) count=2 ;; 3.0) count=3 ;; 4.0) count=4 ;; 5.0*) count=5 ;; 5.1*) count=6 ;;
+    esac
+    for ((channel = 1; channel <= count; channel++)); do
+        channels+=("0.3*sin(2*PI*$((130 + 210 * channel))*t)+0.2*sin(2*PI*$((70 * channel))*(1+10*t)*t)")
+        channels[-1]+="+0.$channel*(random(0)-0.5)"
+    done
+    local IFS='|'
+    printf 'aevalsrc=%s:c=%s:s=%s:d=%s' "${channels[*]}" "$1" "$2" "${seconds:-1}"
+}
+
+# list_audio FILE TAGS
+list_audio() {
+    list "$1" "$(ffprobe -v error -select_streams a:0 -show_entries stream=codec_name,sample_rate,channels \
+        -of csv=p=0 "$1" | head -n 1 | tr ',' '\t')" "$2" >>audio.tsv
+}
+
+# audio FILE TAGS LAYOUT RATE [options]
 audio() {
-    local file=$1
-    shift
-    encode -f lavfi -i 'sine=frequency=440:sample_rate=44100:duration=1' -ac 2 -threads 1 \
-        -flags:a +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
-    list "$file" "$(ffprobe -v error -select_streams a:0 -show_entries stream=codec_name,sample_rate,channels \
-        -of csv=p=0 "$file" | head -n 1 | tr ',' '\t')" >>audio.tsv
+    local file=$1 tags=$2 source
+    source=$(sounds "$3" "$4")
+    shift 4
+    encode -f lavfi -i "$source" -threads 1 -flags:a +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
+    list_audio "$file" "$tags"
 }
 
 # both FILE SUBTYPE [options]: pictures and sound interleaved
@@ -71,7 +91,7 @@ both() {
 }
 
 list file codec subtype width height frames format traits >manifest.tsv
-list file codec sample_rate channels >audio.tsv
+list file codec sample_rate channels tags >audio.tsv
 
 # MPEG-1 and MPEG-2
 mpeg1=(-c:v mpeg1video -q:v 3 -g 12)
@@ -144,15 +164,54 @@ rate=30000/1001 video dv_ntsc.avi dvsd interlaced,411 720x480 8 -c:v dvvideo -pi
 video cinepak_160x120.avi cvid - 160x120 12 -c:v cinepak
 video cinepak_256x256.avi cvid - 256x256 6 -c:v cinepak
 
-# Sound, and pictures with sound
-audio pcm_s16.wav -c:a pcm_s16le
-audio mp3.mp3 -c:a libmp3lame -b:a 128k
-audio aac.m4a -c:a aac -b:a 128k
-audio aac.aac -c:a aac -b:a 128k -f adts
-audio vorbis.ogg -c:a libvorbis -q:a 3
-audio ac3.ac3 -c:a ac3 -b:a 192k
-audio flac.flac -c:a flac
-audio wma2.asf -c:a wmav2 -b:a 128k
+# Sound
+audio pcm_s16.wav 0x0001 stereo 44100 -c:a pcm_s16le
+audio pcm_s16_5.1.wav 0x0001 5.1 48000 -c:a pcm_s16le
+audio pcm_f32.wav 0x0003 stereo 44100 -c:a pcm_f32le
+audio alaw.wav 0x0006 mono 8000 -c:a pcm_alaw
+audio mulaw.wav 0x0007,0x6c75 stereo 8000 -c:a pcm_mulaw
+for layout in mono stereo; do
+    audio "adpcm_ms_$layout.wav" 0x0002 $layout 22050 -c:a adpcm_ms
+    audio "adpcm_ima_$layout.wav" 0x0011,0x0069 $layout 22050 -c:a adpcm_ima_wav
+    audio "adpcm_yamaha_$layout.wav" 0x0020 $layout 22050 -c:a adpcm_yamaha
+done
+audio g722.wav 0x0065,0x028f mono 16000 -c:a g722
+audio gsm.wav 0x0031,0x1500 mono 8000 -c:a libgsm_ms
+audio mp2.mp2 0x0050 stereo 48000 -c:a mp2 -b:a 192k
+audio mp2_mono.mp2 0x0050 mono 32000 -c:a mp2 -b:a 64k
+audio mp3.mp3 0x0055 stereo 44100 -c:a libmp3lame -b:a 128k
+audio mp3_mono.mp3 0x0055 mono 22050 -c:a libmp3lame -b:a 48k
+seconds=2 audio mp3_vbr.mp3 0x0055,0x0050 stereo 44100 -c:a libmp3lame -q:a 4
+audio aac.m4a 0x00ff,0x1602 stereo 44100 -c:a aac -b:a 128k
+audio aac_mono.m4a 0x1610 mono 22050 -c:a aac -b:a 48k
+audio aac_5.1.m4a 0x00ff 5.1 48000 -c:a aac -b:a 256k
+audio aac.aac 0x1600 stereo 44100 -c:a aac -b:a 128k -f adts
+for layout in mono 3.0 4.0 5.0 5.1; do
+    audio "ac3_$layout.ac3" 0x2000 $layout 48000 -c:a ac3 -b:a 256k
+done
+audio ac3.ac3 0x2000 stereo 44100 -c:a ac3 -b:a 192k
+audio dts.dts 0x0008,0x2001 stereo 48000 -c:a dca -strict -2
+audio 'dts_5.1.dts' 0x2001 '5.1(side)' 48000 -c:a dca -strict -2
+audio wma1.asf 0x0160 stereo 44100 -c:a wmav1 -b:a 96k
+audio wma1_32k.asf 0x0160 mono 22050 -c:a wmav1 -b:a 32k
+for kilobits in 48 64 192; do
+    audio "wma2_${kilobits}k.asf" 0x0161 stereo 44100 -c:a wmav2 -b:a ${kilobits}k
+done
+audio wma2.asf 0x0161 stereo 44100 -c:a wmav2 -b:a 128k
+audio vorbis.ogg - stereo 44100 -c:a libvorbis -q:a 3
+audio flac.flac - stereo 44100 -c:a flac
+# ffmpeg has no encoder of AMR. Any bits are a frame of it, so these are those of another codec: 20 ms in 12.2 kbit/s.
+{
+    printf '#!AMR\n'
+    ffmpeg -nostdin -v error -f lavfi -i "$(sounds mono 8000)" -c:a g722 -f g722 - </dev/null |
+        for ((frame = 0; frame < 50; frame++)); do
+            printf '\x3c'
+            head -c 31
+        done
+} >amr_nb.amr
+list_audio amr_nb.amr 0x0038
+
+# Pictures with sound
 both mpeg4_mp3.avi DX50 "${mpeg4[@]}" -bf 2 -tag:v DX50 -c:a libmp3lame -b:a 128k
 both h264_aac.mp4 avc1 "${x264[@]}" -bf 2 -c:a aac -b:a 128k
 both h264_aac.mov avc1 "${x264[@]}" -c:a aac -b:a 128k

@@ -3,6 +3,9 @@ package kiv.media.ffmpeg.exactness;
 import java.io.IOException;
 import java.io.InterruptedIOException;
 import java.io.UncheckedIOException;
+import java.nio.ByteBuffer;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.HashSet;
@@ -37,6 +40,25 @@ public final class Reference {
         List<Picture> of(int packet) {
             return pictures.stream().filter(picture -> picture.packet() == packet).toList();
         }
+    }
+
+    /**
+     * What becomes of one block of sound.
+     *
+     * @param length its bytes; the last block has none and ends the stream
+     * @param consumed how many of them count as consumed
+     * @param pcm the interleaved samples of 16 bits, or null when they have other channels or another rate than the
+     *     stream: a piece of a frame was taken for a frame
+     */
+    public record Block(int length, boolean failed, int consumed, byte[] pcm) {
+    }
+
+    /**
+     * A whole stream of sound.
+     *
+     * @param integer whether the decoder computes with integers, so that every bit is prescribed
+     */
+    public record Sound(List<Block> blocks, boolean integer) {
     }
 
     private Reference() {
@@ -76,6 +98,37 @@ public final class Reference {
         return new Decoding(packets, pictures, failed);
     }
 
+    /** Decodes the first stream of sound. @param cut the options that say what is a block */
+    public static Sound decodeSound(Path file, SoundTrack track, List<String> cut) {
+        try {
+            Path pcm = Files.createTempFile("kiv", ".pcm");
+            List<String> arguments = new ArrayList<>(List.of(file.toString(), "--pcm", pcm.toString(), "--codec",
+                    Integer.toString(track.decoderId())));
+            arguments.addAll(cut);
+            List<Block> blocks = new ArrayList<>();
+            boolean integer = false;
+            try {
+                List<String[]> rows = run(arguments);
+                ByteBuffer samples = ByteBuffer.wrap(Files.readAllBytes(pcm));
+                for (String[] row : rows) {
+                    if (row[0].equals("format")) {
+                        integer = row[1].startsWith("s");
+                        continue;
+                    }
+                    byte[] bytes = new byte[Integer.parseInt(row[6])];
+                    samples.get(bytes);
+                    blocks.add(new Block(Integer.parseInt(row[2]), row[3].equals("1"), Integer.parseInt(row[4]),
+                            row[8].equals("1") ? null : bytes));
+                }
+            } finally {
+                Files.delete(pcm);
+            }
+            return new Sound(blocks, integer);
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+    }
+
     /** The fields of every line that the program prints. */
     static List<String[]> run(List<String> arguments) {
         List<String> command = new ArrayList<>(
@@ -91,15 +144,20 @@ public final class Reference {
         return builder;
     }
 
-    /** What a program prints; it must succeed. */
+    /** The lines that a program prints; it must succeed. */
     static List<String> lines(List<String> command) {
+        return new String(output(command), StandardCharsets.UTF_8).lines().toList();
+    }
+
+    /** The bytes that a program prints; it must succeed. */
+    static byte[] output(List<String> command) {
         try {
             Process process = builder(command).start();
-            List<String> lines = process.inputReader().lines().toList();
+            byte[] output = process.getInputStream().readAllBytes();
             if (process.waitFor() != 0) {
                 throw new IllegalStateException("failed: " + String.join(" ", command));
             }
-            return lines;
+            return output;
         } catch (InterruptedException e) {
             throw new UncheckedIOException((IOException) new InterruptedIOException().initCause(e));
         } catch (IOException e) {

@@ -28,6 +28,14 @@ public final class TestMedia {
         }
     }
 
+    /** A file with sound; the tags are the WAVE format tags that stand for its codec. */
+    public record Sound(Path file, String codec, List<Integer> tags) {
+        @Override
+        public String toString() {
+            return file.getFileName().toString();
+        }
+    }
+
     private TestMedia() {
     }
 
@@ -80,6 +88,25 @@ public final class TestMedia {
     static List<Path> sounds() {
         Path streams = place("KIV_STREAMS_DIR", BUILD.resolve("streams"));
         return table(streams.resolve("audio.tsv")).stream().map(row -> streams.resolve(row.get("file"))).toList();
+    }
+
+    /** Every stream that a decoder for PCM can be made for. */
+    public static List<Sound> pcmSources() {
+        Path streams = place("KIV_STREAMS_DIR", BUILD.resolve("streams"));
+        List<Sound> sounds = new ArrayList<>();
+        for (Map<String, String> row : table(streams.resolve("audio.tsv"))) {
+            if (!row.get("tags").equals("-")) {
+                sounds.add(new Sound(streams.resolve(row.get("file")), row.get("codec"),
+                        Stream.of(row.get("tags").split(",")).map(Integer::decode).toList()));
+            }
+        }
+        Path media = place("KIV_MEDIA_DIR", BUILD.resolve("media"));
+        sounds.add(new Sound(media.resolve("balle-jbart.mp4"), "aac", List.of(0xff)));
+        sounds.add(new Sound(media.resolve("balle1-vp9.avi"), "mp3", List.of(0x55)));
+        sounds.add(new Sound(media.resolve("demo-congrats_g722.wav"), "adpcm_g722", List.of(0x28f)));
+        sounds.add(new Sound(media.resolve("activated_g722.wav"), "adpcm_g722", List.of(0x65)));
+        sounds.add(new Sound(media.resolve("pepnotify.wav"), "pcm_s16le", List.of(1)));
+        return sounds;
     }
 
     private static List<Map<String, String>> table(Path file) {

@@ -1,15 +1,9 @@
 package kiv.media.ffmpeg.exactness;
 
-import java.io.IOException;
-import java.io.UncheckedIOException;
 import java.nio.file.Path;
-import java.util.ArrayList;
 import java.util.List;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
-import kiv.media.ffmpeg.NativeSources;
-import kiv.media.ffmpeg.c_mediareader_ffmpeg;
-import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
 
 /**
  * The first video stream of a file, as the native reader gives it.
@@ -70,33 +64,9 @@ public record Track(int codecId, int width, int height, int bits, byte[] extrada
     }
 
     private static Track read(Path file) {
-        long context = c_multimediaapi_ffmpeg.n_init(TestMedia.ffmpeg().toString(), null, 0);
-        try {
-            long reader = c_mediareader_ffmpeg.n_reader_open(context, NativeSources.open(file));
-            try {
-                int video = 0;
-                while (c_mediareader_ffmpeg.n_reader_get_stream(reader, video)[0] != 0) {
-                    video++;
-                }
-                long[] stream = c_mediareader_ffmpeg.n_reader_get_stream(reader, video);
-                List<byte[]> packets = new ArrayList<>();
-                List<Long> times = new ArrayList<>();
-                long[] fields = new long[6];
-                for (byte[] bytes; (bytes = c_mediareader_ffmpeg.n_reader_read(reader, fields)) != null;) {
-                    if (fields[0] == video) {
-                        packets.add(bytes);
-                        times.add(fields[1]);
-                    }
-                }
-                return new Track((int) stream[1], (int) stream[3], (int) stream[4], (int) stream[14],
-                        c_mediareader_ffmpeg.n_reader_get_extradata(reader, video), packets, times);
-            } finally {
-                c_mediareader_ffmpeg.n_reader_delete(reader);
-            }
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
-        } finally {
-            c_multimediaapi_ffmpeg.n_close(context);
-        }
+        NativeStream stream = NativeStream.read(file, NativeStream.VIDEO);
+        long[] description = stream.description();
+        return new Track((int) description[1], (int) description[3], (int) description[4], (int) description[14],
+                stream.extradata(), stream.packets(), stream.times());
     }
 }
