@@ -5,8 +5,8 @@ import java.nio.file.Path;
 import java.util.List;
 
 /**
- * The native library and FFmpeg, loaded once in a process. {@link MediaReader} and {@link VideoDecoder} load them by
- * themselves; a program calls {@link #load(Path)} first when it wants a certain FFmpeg.
+ * The native library and FFmpeg, loaded once in a process. Readers, decoders and encoders load them by themselves; a
+ * program calls {@link #load(Path)} first when it wants a certain FFmpeg.
  *
  * <p>FFmpeg's directory is, in this order: the one given to {@link #load(Path)}, the system property
  * {@value #DIRECTORY_PROPERTY}, the package {@code org.bytedeco.javacpp-presets:ffmpeg} (2.8.1-1.1,

@@ -141,6 +141,11 @@ public final class MediaReader implements AutoCloseable {
         return streams.stream().filter(s -> s.kind() == MediaKind.VIDEO && !s.isAttachedPicture()).findFirst();
     }
 
+    /** {@return the first stream of sound, if there is one} */
+    public Optional<MediaStream> firstAudio() {
+        return streams.stream().filter(s -> s.kind() == MediaKind.AUDIO).findFirst();
+    }
+
     /**
      * Reads the next packet, of whatever stream.
      *

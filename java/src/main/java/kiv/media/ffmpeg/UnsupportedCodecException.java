@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg;
 
-/** There is no decoder for a stream, or none for the wanted pictures. */
+/** There is no decoder for a stream, or none for the wanted pictures, or no encoder for a format. */
 public class UnsupportedCodecException extends MediaException {
 
     private static final long serialVersionUID = 1L;

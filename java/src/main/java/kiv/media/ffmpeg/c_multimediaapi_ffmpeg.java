@@ -183,8 +183,8 @@ public class c_multimediaapi_ffmpeg {
      * @param codec a codec's handle
      * @param in the compressed bytes or the PCM; null with a length of 0
      * @param out receives the PCM or the compressed packets, one behind the other
-     * @param params 10 integers. In: 0 offset and 1 length of the block in bytes, 2 flags (0x100 with a length of 0, for
-     *     a decoder: decode what is kept and drain), 3 and 4 low and high word of the timestamp, 5 offset and 6 room in
+     * @param params 10 integers. In: 0 offset and 1 length of the block in bytes, 2 flags (0x100 with a length of 0,
+     *     for a decoder: decode what is kept and drain), 3 and 4 low and high word of the timestamp, 5 offset and 6 room in
      *     {@code out} in bytes. Out: 0 and 1 moved by what was consumed, 6 bytes written, 7 flags, 8 and 9 the
      *     timestamp; when {@code out} is too small 5 is 0 and 6 the bytes needed
      * @return the sum of 1 the block could not be decoded, 2 not all of it was consumed, or 8 output could not be

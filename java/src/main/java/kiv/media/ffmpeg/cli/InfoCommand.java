@@ -10,6 +10,7 @@ import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.MediaSubtypes;
+import kiv.media.ffmpeg.WaveFormatTags;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Model.CommandSpec;
@@ -58,14 +59,29 @@ final class InfoCommand implements Callable<Integer> {
                 text.append(", attached picture");
             }
         } else if (stream.kind() == MediaKind.AUDIO) {
-            text.append(", ").append(stream.sampleRate()).append(" Hz, ").append(stream.channels())
-                    .append(stream.channels() == 1 ? " channel" : " channels");
+            text.append(", ").append(sound(stream));
+            if (stream.bitRate() > 0) {
+                text.append(", ").append(Math.round(stream.bitRate() / 1000.0)).append(" kbit/s");
+            }
         }
         stream.duration().ifPresent(duration -> text.append(", ").append(clock(duration)));
-        if (stream.kind() == MediaKind.VIDEO && MediaSubtypes.find(stream).isEmpty()) {
+        if (!isSupported(stream)) {
             text.append(" (not supported)");
         }
         return text.toString();
+    }
+
+    /** Rate and channels. */
+    static String sound(MediaStream stream) {
+        return stream.sampleRate() + " Hz, " + stream.channels() + (stream.channels() == 1 ? " channel" : " channels");
+    }
+
+    private static boolean isSupported(MediaStream stream) {
+        return switch (stream.kind()) {
+            case VIDEO -> MediaSubtypes.find(stream).isPresent();
+            case AUDIO -> stream.isDecodable() && WaveFormatTags.find(stream).isPresent();
+            default -> true;
+        };
     }
 
     /** The codec's name, with its four-character code when it has a readable one. */
@@ -74,7 +90,8 @@ final class InfoCommand implements Callable<Integer> {
         return code.startsWith("0x") ? stream.codecName() : stream.codecName() + " (" + code + ")";
     }
 
-    private static String clock(Duration duration) {
+    /** Hours, minutes, seconds and milliseconds. */
+    static String clock(Duration duration) {
         return String.format(Locale.ROOT, "%d:%02d:%02d.%03d", duration.toHours(), duration.toMinutesPart(),
                 duration.toSecondsPart(), duration.toMillisPart());
     }

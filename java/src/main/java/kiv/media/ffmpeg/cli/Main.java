@@ -9,8 +9,8 @@ import picocli.CommandLine.IVersionProvider;
 
 /** The command line. */
 @Command(name = "kivjniffmpeg", mixinStandardHelpOptions = true, versionProvider = Main.Version.class,
-        subcommands = {DecodeCommand.class, InfoCommand.class},
-        description = "Looks into media files and decodes them with FFmpeg.",
+        subcommands = {DecodeCommand.class, EncodeCommand.class, InfoCommand.class},
+        description = "Looks into media files, decodes them and encodes sound with FFmpeg.",
         exitCodeListHeading = "%nExit status:%n",
         exitCodeList = {"0:done", "1:the input, the output or the library is not usable", "2:wrong usage"})
 public final class Main {

@@ -11,8 +11,8 @@ import me.tongfei.progressbar.ProgressBarStyle;
 /** Shows on standard error how far the work is: a bar on a terminal, a line now and then elsewhere. */
 interface Progress extends AutoCloseable {
 
-    /** Tells how many pictures are done. */
-    void at(long pictures);
+    /** Tells how much is done. */
+    void at(long done);
 
     @Override
     void close();
@@ -20,10 +20,12 @@ interface Progress extends AutoCloseable {
     /**
      * Begins.
      *
-     * @param expected how many pictures there will be, 0 when that is not known
+     * @param task what is done, such as {@code decoding}
+     * @param unit what is counted, such as {@code pictures}
+     * @param expected how many there will be, 0 when that is not known
      */
-    static Progress start(long expected) {
-        return isTerminal() ? new Bar(expected) : new Lines(expected, System.err);
+    static Progress start(String task, String unit, long expected) {
+        return isTerminal() ? new Bar(task, unit, expected) : new Lines(task, unit, expected, System.err);
     }
 
     /** The console of Java would answer for all three standard streams at once. */
@@ -41,15 +43,15 @@ interface Progress extends AutoCloseable {
         private static final int UPDATE_MILLIS = 100;
         private final ProgressBar bar;
 
-        Bar(long expected) {
-            bar = new ProgressBarBuilder().setTaskName("decoding").setInitialMax(expected > 0 ? expected : -1)
-                    .setUnit(" pictures", 1).setStyle(ProgressBarStyle.ASCII).setUpdateIntervalMillis(UPDATE_MILLIS)
+        Bar(String task, String unit, long expected) {
+            bar = new ProgressBarBuilder().setTaskName(task).setInitialMax(expected > 0 ? expected : -1)
+                    .setUnit(" " + unit, 1).setStyle(ProgressBarStyle.ASCII).setUpdateIntervalMillis(UPDATE_MILLIS)
                     .showSpeed().build();
         }
 
         @Override
-        public void at(long pictures) {
-            bar.stepTo(pictures);
+        public void at(long done) {
+            bar.stepTo(done);
         }
 
         @Override
@@ -58,25 +60,32 @@ interface Progress extends AutoCloseable {
         }
     }
 
-    /** A line for every tenth of the whole, or for every few hundred pictures when that is not known. */
+    /** A line for every tenth of the whole, or for every few hundred units when that is not known. */
     final class Lines implements Progress {
         private static final long TENTH = 10;
         private static final long UNKNOWN_STEP = 250;
+        private final String task;
+        private final String unit;
         private final long expected;
         private final long step;
         private final PrintStream to;
+        private long last;
 
-        Lines(long expected, PrintStream to) {
+        Lines(String task, String unit, long expected, PrintStream to) {
+            this.task = task;
+            this.unit = unit;
             this.expected = expected;
             this.step = expected > 0 ? Math.max(1, expected / TENTH) : UNKNOWN_STEP;
             this.to = to;
         }
 
         @Override
-        public void at(long pictures) {
-            if (pictures % step == 0) {
-                to.println("decoding: " + pictures + (expected > 0 ? " of " + expected : "") + " pictures");
+        public void at(long done) {
+            // Seconds are told more often than they pass.
+            if (done / step > last / step) {
+                to.println(task + ": " + done + (expected > 0 ? " of " + expected : "") + " " + unit);
             }
+            last = done;
         }
 
         @Override

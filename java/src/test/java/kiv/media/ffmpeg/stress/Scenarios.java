@@ -42,6 +42,9 @@ final class Scenarios {
             case "resets" -> resets(count);
             case "pictures" -> pictures(count);
             case "decoders" -> decoders(count);
+            case "sound damage" -> SoundScenarios.damage(count, 1);
+            case "sound seconds" -> SoundScenarios.seconds(count);
+            case "sound threads" -> SoundScenarios.threads(count);
             default -> throw new IllegalArgumentException(arguments[0]);
         }
     }
@@ -134,7 +137,7 @@ final class Scenarios {
         check(pictures > packets / 10, "only " + pictures + " pictures");
     }
 
-    private static byte[] damaged(byte[] packet, Random random) {
+    static byte[] damaged(byte[] packet, Random random) {
         byte[] damaged = packet.clone();
         switch (random.nextInt(4)) {
             case 0 -> random.nextBytes(damaged);
@@ -197,12 +200,12 @@ final class Scenarios {
         });
     }
 
-    private interface Step {
+    interface Step {
         void run(int number);
     }
 
     /** Repeats a step; from a fifth of the way on the process may not grow. */
-    private static void flat(int count, Step step) {
+    static void flat(int count, Step step) {
         long before = 0;
         for (int i = 0; i < count; i++) {
             if (i == count / 5) {
@@ -228,7 +231,7 @@ final class Scenarios {
         Comparison.run(decoder, clip, model, true, number -> number, number -> number);
     }
 
-    private static void check(boolean right, String what) {
+    static void check(boolean right, String what) {
         if (!right) {
             throw new AssertionError(what);
         }

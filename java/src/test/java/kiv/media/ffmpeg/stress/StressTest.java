@@ -59,10 +59,11 @@ class StressTest {
         assumeThat(SANITIZER && collector.contains("UseZGC")).as("addresses that sanitizers take for themselves").isFalse();
         child(home, "collections", 0, collector, "-Xmx64m");
         child(home, "threads", 2, collector, "-Xmx96m");
+        child(home, "sound threads", 3, collector, "-Xmx96m");
     }
 
     @ParameterizedTest
-    @CsvSource({"resets, 1000, 10000", "pictures, 10000, 100000", "decoders, 200, 5000"})
+    @CsvSource({"resets, 1000, 10000", "pictures, 10000, 100000", "decoders, 200, 5000", "sound seconds, 300, 3600"})
     void memoryStaysFlat(String scenario, int quick, int full) throws Exception {
         assumeThat(SANITIZER).as("freed memory that a sanitizer keeps").isFalse();
         // Nothing but native memory can make this process grow.
@@ -105,6 +106,7 @@ class StressTest {
     @Test
     void damagedPacketsDoNoHarm() throws Exception {
         child(System.getProperty("java.home"), "damage", 10_000);
+        child(System.getProperty("java.home"), "sound damage", FULL ? 10_000 : 500);
     }
 
     /** How an allocation callback can fail. */

@@ -1,0 +1,116 @@
+package kiv.media.ffmpeg;
+
+import java.util.Arrays;
+
+/**
+ * The calls that move sound through one native codec. Every byte goes in once, and before each call nothing waits in
+ * the codec's queue, so its input is always taken.
+ */
+final class AudioCalls {
+
+    private static final int FAILED = 1;
+    private static final int LOST = 8;
+    private static final int TOO_SMALL = 16;
+    private static final int DRAIN = 0x100;
+
+    /** So few bytes of input stay in the codec without an error. */
+    private static final int INCOMPLETE = 31;
+    /** A second of stereo; what is larger makes the room grow. */
+    private static final int FIRST_ROOM = 192 * 1024;
+    private static final byte[] NOTHING = {};
+
+    /**
+     * What came of a call.
+     *
+     * @param bytes the output, owned by the receiver
+     * @param failed whether the input could not be decoded to its end
+     * @param rest bytes of the input that were not consumed
+     */
+    record Result(byte[] bytes, boolean failed, int rest) {
+    }
+
+    private final boolean keepsLargeRests;
+    private byte[] room = new byte[FIRST_ROOM];
+    /** The last call ended with an exception, so something may wait in the queue, and no input is taken before it. */
+    private boolean unsure;
+
+    /** @param keepsLargeRests whether the codec waits for the rest of a frame, as that of MPEG audio does */
+    AudioCalls(boolean keepsLargeRests) {
+        this.keepsLargeRests = keepsLargeRests;
+    }
+
+    /**
+     * Opens a codec anew, for nothing can be set on an open one, and many decoders keep something over a reset.
+     *
+     * @param bitRate bits a second, or 0 to leave them as they are
+     * @return whether it is open again
+     */
+    static boolean reopen(long address, int bitRate) {
+        c_multimediaapi_ffmpeg.n_acodec_close(address);
+        if (bitRate > 0) {
+            c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.BIT_RATE, bitRate);
+        }
+        return c_multimediaapi_ffmpeg.n_acodec_open(address);
+    }
+
+    /** Puts a block in and takes everything out that is ready. */
+    Result process(long address, byte[] in, int offset, int length) {
+        return call(address, in, offset, length, 0);
+    }
+
+    /** Has a decoder give what it still keeps, although no more comes. */
+    Result drain(long address) {
+        return call(address, null, 0, 0, DRAIN);
+    }
+
+    private Result call(long address, byte[] in, int offset, int length, int flags) {
+        byte[] before = unsure ? fetch(address) : NOTHING;
+        unsure = true;
+        int[] params = {offset, length, flags, 0, 0, 0, room.length, 0, 0, 0};
+        int result = c_multimediaapi_ffmpeg.n_acodec_process(address, in, room, params);
+        int rest = params[1];
+        boolean failed = (result & FAILED) != 0;
+        byte[] bytes;
+        if ((result & TOO_SMALL) != 0) {
+            // The input is in; this result hides whether it failed, but what is left of it tells.
+            failed = rest > INCOMPLETE && !keepsLargeRests;
+            bytes = fetch(address);
+        } else {
+            bytes = takeOut(result, params[6]);
+        }
+        unsure = false;
+        return new Result(join(before, bytes), failed, rest);
+    }
+
+    /** Empties the queue, however long it is. */
+    private byte[] fetch(long address) {
+        int[] params = {0, 0, 0, 0, 0, 0, room.length, 0, 0, 0};
+        int result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
+        if ((result & TOO_SMALL) != 0) {
+            room = new byte[grown(params[6])];
+            params = new int[] {0, 0, 0, 0, 0, 0, room.length, 0, 0, 0};
+            result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
+        }
+        return takeOut(result, params[6]);
+    }
+
+    private byte[] takeOut(int result, int length) {
+        if ((result & (LOST | TOO_SMALL)) != 0) {
+            throw new IllegalStateException("the library did not hand out its sound: " + result);
+        }
+        return length == 0 ? NOTHING : Arrays.copyOf(room, length);
+    }
+
+    private static byte[] join(byte[] before, byte[] bytes) {
+        if (before.length == 0) {
+            return bytes;
+        }
+        byte[] joined = Arrays.copyOf(before, before.length + bytes.length);
+        System.arraycopy(bytes, 0, joined, before.length, bytes.length);
+        return joined;
+    }
+
+    private static int grown(int needed) {
+        return (int) Math.min(Integer.MAX_VALUE - 8L, needed + needed / 2L);
+    }
+}

@@ -1,0 +1,124 @@
+package kiv.media.ffmpeg;
+
+import java.util.Arrays;
+import java.util.function.IntPredicate;
+import java.util.stream.Collectors;
+
+/** The formats that an {@link AudioEncoder} can encode into, if the loaded FFmpeg has the encoder. */
+public enum AudioCodec {
+    /** PCM of 16 bits, as it comes in. */
+    PCM("pcm", WaveFormatTags.PCM, false, Channels.ANY),
+    /** PCM in floating-point numbers of 32 bits. */
+    FLOAT("float", WaveFormatTags.FLOAT, false, Channels.ANY),
+    /** PCM of 8 bits with the A-law. */
+    ALAW("alaw", WaveFormatTags.ALAW, false, Channels.ANY),
+    /** PCM of 8 bits with the mu-law. */
+    MULAW("mulaw", WaveFormatTags.MULAW, false, Channels.ANY),
+    /** ADPCM of Microsoft, 4 bits. */
+    ADPCM_MS("adpcm-ms", WaveFormatTags.ADPCM_MS, false, Channels.STEREO),
+    /** ADPCM of the IMA, 4 bits. */
+    ADPCM_IMA("adpcm-ima", WaveFormatTags.ADPCM_IMA, false, Channels.STEREO),
+    /** ADPCM of Yamaha, 4 bits. */
+    ADPCM_YAMAHA("adpcm-yamaha", WaveFormatTags.ADPCM_YAMAHA, false, Channels.STEREO),
+    /** G.722, made for speech of 16000 Hz. */
+    G722("g722", WaveFormatTags.G722, false, Channels.MONO),
+    /** AMR narrow-band, for speech: 4750 to 12200 bit/s. */
+    AMR_NB("amr-nb", WaveFormatTags.AMR_NB, true, Channels.MONO, 8000),
+    /** MPEG audio, layer 3. */
+    MP3("mp3", WaveFormatTags.MP3, true, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+            48000),
+    /** AAC, profile LC. */
+    AAC("aac", WaveFormatTags.AAC, true, Channels.SURROUND, 7350, 8000, 11025, 12000, 16000, 22050, 24000, 32000,
+            44100, 48000, 64000, 88200, 96000),
+    /** AC-3. */
+    AC3("ac3", WaveFormatTags.AC3, true, Channels.SURROUND, 32000, 44100, 48000),
+    /** DTS. */
+    DTS("dts", WaveFormatTags.DTS, true, Channels.DTS, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000),
+    /** Windows Media Audio, version 1. */
+    WMA1("wma1", WaveFormatTags.WMA1, true, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+            48000),
+    /** Windows Media Audio, version 2. */
+    WMA2("wma2", WaveFormatTags.WMA2, true, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+            48000);
+
+    /** How many channels a format takes. */
+    private enum Channels {
+        ANY("any number of channels", count -> true),
+        MONO("1 channel", count -> count == 1),
+        STEREO("1 or 2 channels", count -> count <= 2),
+        SURROUND("1 to 6 channels", count -> count <= 6),
+        DTS("1, 2 or 6 channels", count -> count <= 2 || count == 6);
+
+        private final String text;
+        private final IntPredicate fits;
+
+        Channels(String text, IntPredicate fits) {
+            this.text = text;
+            this.fits = fits;
+        }
+    }
+
+    private static final int AMR_BIT_RATE = 12_200;
+    private static final int MP3_BIT_RATE = 64_000;
+    private static final int MP3_HALF_BIT_RATE = 32_000;
+    /** Below it, MPEG audio knows only the lower half of its bit rates. */
+    private static final int LOWEST_FULL_RATE = 32_000;
+
+    private final String shortName;
+    private final int formatTag;
+    private final boolean bitRate;
+    private final Channels channels;
+    private final int[] sampleRates;
+
+    /** @param sampleRates the rates it takes; none means all */
+    AudioCodec(String shortName, int formatTag, boolean bitRate, Channels channels, int... sampleRates) {
+        this.shortName = shortName;
+        this.formatTag = formatTag;
+        this.bitRate = bitRate;
+        this.channels = channels;
+        this.sampleRates = sampleRates;
+    }
+
+    /** {@return the WAVE format tag} */
+    public int formatTag() {
+        return formatTag;
+    }
+
+    /** {@return whether the bit rate can be chosen} */
+    public boolean hasBitRate() {
+        return bitRate;
+    }
+
+    /**
+     * Whether the format takes sound of some kind.
+     *
+     * @param sampleRate samples a second and channel
+     * @param channelCount number of channels
+     * @return whether it does
+     */
+    public boolean accepts(int sampleRate, int channelCount) {
+        return channels.fits.test(channelCount)
+                && (sampleRates.length == 0 || Arrays.stream(sampleRates).anyMatch(rate -> rate == sampleRate));
+    }
+
+    /** {@return in words what sound the format takes, such as {@code "8000 Hz and 1 channel"}} */
+    public String requirements() {
+        String rates = sampleRates.length == 0 ? "any sample rate"
+                : Arrays.stream(sampleRates).mapToObj(Integer::toString).collect(Collectors.joining(", ")) + " Hz";
+        return rates + " and " + channels.text;
+    }
+
+    /** The bit rate where an encoder has no choice of its own or leaves its choice unsaid, else 0. */
+    int defaultBitRate(int sampleRate, int channelCount) {
+        if (this == AMR_NB) {
+            return AMR_BIT_RATE;
+        }
+        return this == MP3 ? channelCount * (sampleRate < LOWEST_FULL_RATE ? MP3_HALF_BIT_RATE : MP3_BIT_RATE) : 0;
+    }
+
+    /** {@return its short name in small letters, such as {@code adpcm-ms}} */
+    @Override
+    public String toString() {
+        return shortName;
+    }
+}

@@ -1,0 +1,60 @@
+package kiv.media.ffmpeg;
+
+import java.util.List;
+import java.util.Locale;
+import java.util.Optional;
+import java.util.stream.Stream;
+
+/** The kinds of files that an {@link AudioFileWriter} makes. */
+public enum AudioContainer {
+    /** A WAVE header with the lengths, and the sound behind it. */
+    WAV,
+    /** AAC packets, each with a header of its own. */
+    ADTS,
+    /** The AMR storage format: a line of text, and the packets behind it. */
+    AMR,
+    /** Nothing but the packets, for formats whose packets tell what they are or need no telling. */
+    RAW;
+
+    /** A name's ending, the format that goes with it, and the kind of file that it stands for. */
+    private record Row(String extension, AudioCodec codec, AudioContainer container) {
+    }
+
+    private static final List<Row> ROWS = List.of(
+            new Row("aac", AudioCodec.AAC, ADTS),
+            new Row("amr", AudioCodec.AMR_NB, AMR),
+            new Row("mp3", AudioCodec.MP3, RAW),
+            new Row("ac3", AudioCodec.AC3, RAW),
+            new Row("dts", AudioCodec.DTS, RAW),
+            new Row("g722", AudioCodec.G722, RAW),
+            new Row("al", AudioCodec.ALAW, RAW),
+            new Row("ul", AudioCodec.MULAW, RAW),
+            new Row("raw", AudioCodec.PCM, RAW));
+
+    /**
+     * Finds the kind of file that a name's ending asks for.
+     *
+     * @param fileName a file's name
+     * @param codec what is to be written into it
+     * @return the kind, or empty when such files do not hold that format
+     */
+    public static Optional<AudioContainer> find(String fileName, AudioCodec codec) {
+        String extension = fileName.substring(fileName.lastIndexOf('.') + 1).toLowerCase(Locale.ROOT);
+        if (extension.equals("wav")) {
+            return codec == AudioCodec.AMR_NB ? Optional.empty() : Optional.of(WAV);
+        }
+        return ROWS.stream().filter(row -> row.codec == codec && row.extension.equals(extension)).findFirst()
+                .map(Row::container);
+    }
+
+    /**
+     * Tells which names suit a format.
+     *
+     * @param codec what is to be written
+     * @return the endings without the dot, the best first
+     */
+    public static List<String> extensions(AudioCodec codec) {
+        List<String> own = ROWS.stream().filter(row -> row.codec == codec).map(Row::extension).toList();
+        return codec == AudioCodec.AMR_NB ? own : Stream.concat(own.stream(), Stream.of("wav")).toList();
+    }
+}

@@ -1,0 +1,276 @@
+package kiv.media.ffmpeg;
+
+import java.nio.ByteBuffer;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Objects;
+
+/**
+ * Decodes the packets of one audio stream into PCM of 16 bits, with the stream's channels and sample rate.
+ *
+ * <pre>{@code
+ * try (MediaReader reader = MediaReader.open(Path.of("song.mp3"));
+ *         AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+ *     reader.packets().filter(decoder::accepts).flatMap(packet -> decoder.decode(packet).stream())
+ *             .forEach(block -> play(block.data()));
+ *     decoder.finish().forEach(block -> play(block.data()));
+ * }
+ * }</pre>
+ *
+ * <p>A decoder may move from thread to thread, but two threads must not call it at the same time: the second one gets a
+ * {@link MediaStateException}, as does every use after {@link #close()}. Different decoders work in parallel.
+ */
+public final class AudioDecoder implements AutoCloseable {
+
+    private static final int ANY_STREAM = -1;
+
+    private final NativeHandle handle;
+    private final AudioCalls calls;
+    private final WaveFormat format;
+    private final int bitRate;
+    private final AudioClock clock;
+    private final int streamIndex;
+    private List<AudioBlock> finished = new ArrayList<>();
+
+    private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, int streamIndex) {
+        this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
+        this.calls = new AudioCalls(isMpeg(format));
+        this.format = format;
+        this.bitRate = bitRate;
+        this.clock = new AudioClock(timeBase, format.sampleRate(), streamIndex == ANY_STREAM ? 0 : Packet.NO_TIME);
+        this.streamIndex = streamIndex;
+    }
+
+    /**
+     * Opens a decoder.
+     *
+     * @param stream a stream of sound
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when its sound cannot be decoded
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static AudioDecoder open(MediaStream stream) {
+        return open(WaveFormat.of(stream), stream.bitRate(), stream.timeBase(), stream.index());
+    }
+
+    /**
+     * Opens a decoder for sound that does not come from a {@link MediaReader}. Its times are counted in samples.
+     *
+     * @param format the compressed sound
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the sound cannot be decoded
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static AudioDecoder open(WaveFormat format) {
+        return open(format, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()),
+                ANY_STREAM);
+    }
+
+    private static AudioDecoder open(WaveFormat format, long knownBitRate, Rational timeBase, int streamIndex) {
+        int bitRate = knownBitRate < 0 || knownBitRate > Integer.MAX_VALUE ? 0 : (int) knownBitRate;
+        long context = FfmpegLibrary.context();
+        long address;
+        try {
+            address = c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, format.toNative(),
+                    format.specificHeader());
+        } catch (RuntimeException e) {
+            throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
+        }
+        if (address == 0) {
+            throw doesNotOpen(format);
+        }
+        AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, streamIndex);
+        try {
+            if (bitRate > 0) {
+                // Some decoders take the layout of their packets from the bit rate, which nothing else tells them.
+                decoder.restart(address);
+            }
+            return decoder;
+        } catch (Throwable e) {
+            decoder.close();
+            throw e;
+        }
+    }
+
+    private static UnsupportedCodecException doesNotOpen(WaveFormat format) {
+        return new UnsupportedCodecException("the decoder does not open for " + format
+                + "; its specific header may be missing or damaged");
+    }
+
+    /** {@return the compressed sound} */
+    public WaveFormat format() {
+        return format;
+    }
+
+    /** {@return the format of the blocks: PCM of 16 bits} */
+    public WaveFormat pcmFormat() {
+        return WaveFormat.pcm16(format.sampleRate(), format.channels());
+    }
+
+    /**
+     * Whether a packet is of this decoder's stream.
+     *
+     * @param packet any packet of the reader that the stream is from
+     * @return whether {@link #decode(Packet)} takes it
+     */
+    public boolean accepts(Packet packet) {
+        return streamIndex == ANY_STREAM || packet.streamIndex() == streamIndex;
+    }
+
+    /**
+     * Decodes a packet.
+     *
+     * @param packet the stream's next packet
+     * @return its sound, mostly as one block, which belongs to the caller
+     * @throws DecodeException when the packet is damaged; the sound that was decoded before is given by the next call
+     * @throws IllegalArgumentException when the packet is of another stream
+     */
+    public List<AudioBlock> decode(Packet packet) {
+        Objects.requireNonNull(packet, "packet");
+        if (!accepts(packet)) {
+            throw new IllegalArgumentException(packet + " is not of the decoder's stream " + streamIndex);
+        }
+        long time = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime() : packet.decodingTime();
+        return decode(packet.bytes(), 0, packet.size(), time, packet);
+    }
+
+    /**
+     * Decodes bytes that are no container's packet, which follow those of the call before.
+     *
+     * @param bytes whole frames or blocks of the codec, any number of them
+     * @return their sound, mostly as one block, which belongs to the caller
+     * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
+     */
+    public List<AudioBlock> decode(byte[] bytes) {
+        return decode(bytes, 0, bytes.length, Packet.NO_TIME, bytes.length + " bytes");
+    }
+
+    /**
+     * Decodes bytes that are no container's packet, which follow those of the call before.
+     *
+     * @param bytes whole frames or blocks of the codec, any number of them; read from its position to its limit, which
+     *     becomes the position
+     * @return their sound, mostly as one block, which belongs to the caller
+     * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
+     */
+    public List<AudioBlock> decode(ByteBuffer bytes) {
+        byte[] copy = new byte[bytes.remaining()];
+        bytes.get(copy);
+        return decode(copy);
+    }
+
+    /**
+     * Ends the stream: gives what the decoder still holds, and leaves it ready for another stream of the same format.
+     *
+     * @return the rest of the sound; empty for most codecs
+     */
+    public List<AudioBlock> finish() {
+        return handle.call(address -> {
+            try {
+                take(calls.drain(address));
+                restart(address);
+            } catch (RuntimeException | Error e) {
+                throw translate(e);
+            }
+            return handOut();
+        });
+    }
+
+    /**
+     * Forgets what the decoder holds. Call it after a seek, before the first packet from the new place.
+     *
+     * @throws MediaStateException when the decoder is closed or in use
+     */
+    public void reset() {
+        handle.call(address -> {
+            restart(address);
+            finished.clear();
+            return null;
+        });
+    }
+
+    /**
+     * Frees the decoder; does nothing the second time. Its blocks stay usable.
+     *
+     * @throws MediaStateException when another thread is inside a call
+     */
+    @Override
+    public void close() {
+        handle.close();
+    }
+
+    /** Begins as a new decoder would: nothing of what came before is heard in what comes next. */
+    private void restart(long address) {
+        if (!AudioCalls.reopen(address, bitRate)) {
+            throw doesNotOpen(format);
+        }
+        clock.reset();
+    }
+
+    private List<AudioBlock> decode(byte[] bytes, int offset, int length, long time, Object what) {
+        return handle.call(address -> {
+            boolean damaged;
+            try {
+                clock.at(time);
+                damaged = decode(address, bytes, offset, length);
+            } catch (RuntimeException | Error e) {
+                throw translate(e);
+            }
+            if (damaged) {
+                throw new DecodeException("a packet cannot be decoded: " + what);
+            }
+            return handOut();
+        });
+    }
+
+    /** @return whether some of it could not be decoded */
+    private boolean decode(long address, byte[] bytes, int offset, int length) {
+        AudioCalls.Result result = calls.process(address, bytes, offset, length);
+        boolean silent = take(result) == 0;
+        boolean failed = result.failed();
+        if (result.rest() > 0 && !failed) {
+            // A few bytes, or what looks like the beginning of a frame, would wait for the next packet.
+            AudioCalls.Result rest = calls.drain(address);
+            silent &= take(rest) == 0;
+            failed = rest.failed();
+        }
+        return failed || silent && length > 0 && isMpeg(format) && !isTag(bytes, offset, length);
+    }
+
+    /** The decoder of MPEG audio reports no errors: it looks for the next frame and finds none. */
+    private static boolean isMpeg(WaveFormat format) {
+        return format.formatTag() == WaveFormatTags.MPEG || format.formatTag() == WaveFormatTags.MP3;
+    }
+
+    /** Whether this is the song's title and the like, which some containers do not take out. */
+    private static boolean isTag(byte[] bytes, int offset, int length) {
+        return length > 2 && bytes[offset] == 'T' && bytes[offset + 1] == 'A' && bytes[offset + 2] == 'G';
+    }
+
+    private int take(AudioCalls.Result result) {
+        int frames = result.bytes().length / (format.channels() * Short.BYTES);
+        if (frames > 0) {
+            finished.add(new AudioBlock(result.bytes(), format.sampleRate(), format.channels(), clock.time(),
+                    clock.timeBase()));
+            clock.advance(frames);
+        }
+        return frames;
+    }
+
+    private List<AudioBlock> handOut() {
+        List<AudioBlock> blocks = finished;
+        finished = new ArrayList<>();
+        return blocks;
+    }
+
+    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
+    private static RuntimeException translate(Throwable e) {
+        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
+            return new DecodeException("decoding failed: " + MediaException.plain(e), e);
+        }
+        if (e instanceof Error error) {
+            throw error;
+        }
+        return (RuntimeException) e;
+    }
+}

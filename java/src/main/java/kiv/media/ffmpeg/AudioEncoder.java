@@ -1,0 +1,330 @@
+package kiv.media.ffmpeg;
+
+import java.nio.ByteBuffer;
+import java.nio.ShortBuffer;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Objects;
+
+/**
+ * Encodes interleaved PCM of 16 bits into packets of a compressed format.
+ *
+ * <pre>{@code
+ * try (AudioEncoder encoder = AudioEncoder.open(AudioCodec.MP3, 44100, 2, 192_000);
+ *         AudioFileWriter file = AudioFileWriter.create(Path.of("song.mp3"), encoder.format(), AudioContainer.RAW)) {
+ *     for (AudioBlock block : blocks) {
+ *         file.write(encoder.encode(block));
+ *     }
+ *     file.write(encoder.finish());
+ *     file.finish(encoder.frames());
+ * }
+ * }</pre>
+ *
+ * <p>The packets' times count samples: their unit is one divided by the sample rate, and the sound given first begins
+ * at 0. Many formats put some silence in front of it, the {@linkplain #initialPadding() padding}, so that the first
+ * packet begins before 0.
+ *
+ * <p>An encoder may move from thread to thread, but two threads must not call it at the same time: the second one gets
+ * a {@link MediaStateException}, as does every use after {@link #close()}. Different encoders work in parallel.
+ */
+public final class AudioEncoder implements AutoCloseable {
+
+    /** Lets the encoder choose its bit rate. */
+    public static final int DEFAULT_BIT_RATE = 0;
+
+    /** Frames in a packet of an encoder that takes any number. */
+    private static final int FREE_FRAME_SIZE = 4096;
+    /** No encoder holds back as many packets. */
+    private static final int MOST_DELAYED = 64;
+    private static final int KEY = 1;
+    private static final int NO_POSITION = -1;
+
+    /** FFmpeg's DTS encoder takes 5.1 channels in the order of the format, although they come in that of WAVE. */
+    private static final int[] DTS_ORDER = {2, 0, 1, 4, 5, 3};
+
+    private final NativeHandle handle;
+    private final AudioCalls calls = new AudioCalls(false);
+    private final AudioCodec codec;
+    private final WaveFormat format;
+    private final int bitRate;
+    private final int frameSize;
+    private final int initialPadding;
+    private final byte[] frame;
+    private int filled;
+    private long frames;
+    /** Frames in the packets so far, silence included. */
+    private long packed;
+    private List<Packet> ready = new ArrayList<>();
+    private boolean finished;
+
+    private AudioEncoder(long address, AudioCodec codec, int sampleRate, int channels, int wantedBitRate) {
+        this.handle = new NativeHandle("encoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
+        try {
+            if (wantedBitRate != DEFAULT_BIT_RATE && !AudioCalls.reopen(address, wantedBitRate)) {
+                throw new UnsupportedCodecException("the " + codec + " encoder does not open for " + sampleRate
+                        + " Hz, " + channels + " channels and " + wantedBitRate + " bit/s; try another bit rate");
+            }
+            this.codec = codec;
+            this.bitRate = option(address, c_codecoptions_ffmpeg.BIT_RATE);
+            this.frameSize = option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
+            this.initialPadding = EncodedFormats.padding(codec, address);
+            this.format = EncodedFormats.of(codec, sampleRate, channels, address);
+            this.frame = new byte[(frameSize == 0 ? FREE_FRAME_SIZE : frameSize) * channels * Short.BYTES];
+        } catch (Throwable e) {
+            handle.close();
+            throw e;
+        }
+    }
+
+    /**
+     * Opens an encoder with its own choice of bit rate.
+     *
+     * @param codec the format to encode into
+     * @param sampleRate samples a second and channel
+     * @param channels number of channels
+     * @return the encoder, to be closed
+     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or it does not take such sound
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels) {
+        return open(codec, sampleRate, channels, DEFAULT_BIT_RATE);
+    }
+
+    /**
+     * Opens an encoder.
+     *
+     * @param codec the format to encode into
+     * @param sampleRate samples a second and channel
+     * @param channels number of channels
+     * @param bitRate bits a second to aim at, of which most formats know only some, or {@link #DEFAULT_BIT_RATE}
+     * @return the encoder, to be closed
+     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or it does not take such sound
+     * @throws IllegalArgumentException when the format has no bit rate to choose
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels, int bitRate) {
+        Objects.requireNonNull(codec, "codec");
+        WaveFormat target = codec == AudioCodec.PCM ? WaveFormat.pcm16(sampleRate, channels)
+                : WaveFormat.of(codec.formatTag(), channels, sampleRate, 0, 0, 0, new byte[0]);
+        if (bitRate < 0 || bitRate != DEFAULT_BIT_RATE && !codec.hasBitRate()) {
+            throw new IllegalArgumentException(bitRate < 0 ? "negative bit rate " + bitRate
+                    : codec + " has no bit rate to choose");
+        }
+        if (!codec.accepts(sampleRate, channels)) {
+            throw refused(codec, sampleRate, channels);
+        }
+        long context = FfmpegLibrary.context();
+        long address;
+        try {
+            address = c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, target.toNative(), null);
+        } catch (RuntimeException e) {
+            throw new UnsupportedCodecException("this FFmpeg has no encoder for " + codec + ": "
+                    + MediaException.plain(e), e);
+        }
+        if (address == 0) {
+            throw refused(codec, sampleRate, channels);
+        }
+        return new AudioEncoder(address, codec, sampleRate, channels,
+                bitRate == DEFAULT_BIT_RATE ? codec.defaultBitRate(sampleRate, channels) : bitRate);
+    }
+
+    private static UnsupportedCodecException refused(AudioCodec codec, int sampleRate, int channels) {
+        return new UnsupportedCodecException(codec + " cannot be encoded from " + sampleRate + " Hz and " + channels
+                + (channels == 1 ? " channel" : " channels") + "; it takes " + codec.requirements());
+    }
+
+    private static int option(long address, String name) {
+        return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
+    }
+
+    /** {@return what it encodes into} */
+    public AudioCodec codec() {
+        return codec;
+    }
+
+    /** {@return the format of the packets, with what a decoder needs to know} */
+    public WaveFormat format() {
+        return format;
+    }
+
+    /** {@return the codec's private data, as a new array; empty when there is none} */
+    public byte[] extradata() {
+        return format.specificHeader();
+    }
+
+    /** {@return bits a second; 0 when the format has none to choose} */
+    public int bitRate() {
+        return codec.hasBitRate() ? bitRate : 0;
+    }
+
+    /** {@return frames of sound in a packet, a frame being one sample of each channel; 0 when that is free} */
+    public int frameSize() {
+        return frameSize;
+    }
+
+    /** {@return frames of silence that the packets hold before the sound begins} */
+    public int initialPadding() {
+        return initialPadding;
+    }
+
+    /** {@return how many frames of sound were given to be encoded so far} */
+    public long frames() {
+        return frames;
+    }
+
+    /**
+     * Encodes decoded sound.
+     *
+     * @param block sound of the encoder's sample rate and channels
+     * @return the packets that are ready, often none or one
+     * @throws IllegalArgumentException when its sample rate or channels are others
+     * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
+     * @throws MediaStateException when the encoder is finished, closed or in use
+     */
+    public List<Packet> encode(AudioBlock block) {
+        if (block.sampleRate() != format.sampleRate() || block.channels() != format.channels()) {
+            throw new IllegalArgumentException(block + " is not " + format.sampleRate() + " Hz, " + format.channels()
+                    + " channels");
+        }
+        return encode(block.pcm());
+    }
+
+    /**
+     * Encodes PCM.
+     *
+     * @param pcm any number of whole frames, the low byte of a sample first
+     * @return the packets that are ready
+     * @throws IllegalArgumentException when the last frame is not whole
+     * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
+     * @throws MediaStateException when the encoder is finished, closed or in use
+     */
+    public List<Packet> encode(byte[] pcm) {
+        return encode(ByteBuffer.wrap(pcm));
+    }
+
+    /**
+     * Encodes PCM.
+     *
+     * @param pcm any number of whole frames, the low byte of a sample first whatever the buffer's order; read from its
+     *     position to its limit, which becomes the position
+     * @return the packets that are ready
+     * @throws IllegalArgumentException when the last frame is not whole
+     * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
+     * @throws MediaStateException when the encoder is finished, closed or in use
+     */
+    public List<Packet> encode(ByteBuffer pcm) {
+        if (pcm.remaining() % bytesOfFrame() != 0) {
+            throw new IllegalArgumentException(pcm.remaining() + " bytes of PCM do not end with a frame of "
+                    + bytesOfFrame() + " bytes");
+        }
+        return handle.call(address -> {
+            throwIfFinished();
+            while (pcm.hasRemaining()) {
+                int taken = Math.min(pcm.remaining(), frame.length - filled);
+                pcm.get(frame, filled, taken);
+                filled += taken;
+                frames += taken / bytesOfFrame();
+                if (filled == frame.length) {
+                    encodeFrame(address);
+                }
+            }
+            return handOut();
+        });
+    }
+
+    /**
+     * Ends the sound: fills the last packet up with silence where packets are of one size, and gives what the encoder
+     * holds back. {@link #frames()} is the length of the sound without that silence.
+     *
+     * @return the last packets
+     * @throws EncodeException when they cannot be encoded
+     * @throws MediaStateException when the encoder is finished, closed or in use
+     */
+    public List<Packet> finish() {
+        return handle.call(address -> {
+            throwIfFinished();
+            if (filled > 0) {
+                encodeFrame(address);
+            }
+            long due = frames == 0 ? 0 : frames + initialPadding;
+            for (int extra = 0; frameSize > 0 && packed < due && extra < MOST_DELAYED; extra++) {
+                encodeFrame(address);
+            }
+            finished = true;
+            return handOut();
+        });
+    }
+
+    /**
+     * Frees the encoder; does nothing the second time. What it still holds is lost: call {@link #finish()} before.
+     *
+     * @throws MediaStateException when another thread is inside a call
+     */
+    @Override
+    public void close() {
+        handle.close();
+    }
+
+    private void throwIfFinished() {
+        if (finished) {
+            throw new MediaStateException("the encoder is finished; open another one");
+        }
+    }
+
+    private int bytesOfFrame() {
+        return format.channels() * Short.BYTES;
+    }
+
+    /** Encodes what the frame is filled with; the packet comes out now or, from some encoders, some frames later. */
+    private void encodeFrame(long address) {
+        int length = frameSize == 0 ? filled : frame.length;
+        Arrays.fill(frame, filled, length, (byte) 0);
+        filled = 0;
+        if (codec == AudioCodec.DTS && format.channels() == DTS_ORDER.length) {
+            reorder(frame);
+        }
+        byte[] bytes;
+        try {
+            AudioCalls.Result result = calls.process(address, frame, 0, length);
+            // PCM passes through a decoder, which keeps a few last bytes; an encoder takes a whole frame.
+            bytes = result.rest() > 0 && codec == AudioCodec.PCM ? calls.drain(address).bytes() : result.bytes();
+        } catch (RuntimeException | Error e) {
+            throw translate(e);
+        }
+        if (bytes.length > 0) {
+            long time = packed - initialPadding;
+            long duration = length / bytesOfFrame();
+            ready.add(Packet.ofNative(bytes, new long[] {0, time, time, duration, KEY, NO_POSITION}));
+            packed += duration;
+        }
+    }
+
+    private static void reorder(byte[] pcm) {
+        ShortBuffer samples = ByteBuffer.wrap(pcm).asShortBuffer();
+        short[] before = new short[DTS_ORDER.length];
+        for (int at = 0; at < samples.limit(); at += before.length) {
+            samples.get(at, before);
+            for (int channel = 0; channel < before.length; channel++) {
+                samples.put(at + channel, before[DTS_ORDER[channel]]);
+            }
+        }
+    }
+
+    private List<Packet> handOut() {
+        List<Packet> packets = ready;
+        ready = new ArrayList<>();
+        return packets;
+    }
+
+    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
+    private static RuntimeException translate(Throwable e) {
+        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
+            return new EncodeException("encoding failed: " + MediaException.plain(e), e);
+        }
+        if (e instanceof Error error) {
+            throw error;
+        }
+        return (RuntimeException) e;
+    }
+}

@@ -1,0 +1,193 @@
+package kiv.media.ffmpeg;
+
+import java.io.BufferedOutputStream;
+import java.io.IOException;
+import java.io.OutputStream;
+import java.nio.ByteBuffer;
+import java.nio.channels.Channels;
+import java.nio.channels.FileChannel;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.AccessDeniedException;
+import java.nio.file.FileSystemException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.nio.file.StandardOpenOption;
+import java.util.List;
+import java.util.UUID;
+
+/**
+ * Writes a file of sound. It is written under another name beside its place, which it takes when {@link #finish} is
+ * called; closed before that, it leaves nothing behind. Used by one thread at a time.
+ */
+public final class AudioFileWriter implements AutoCloseable {
+
+    private static final int BUFFER_SIZE = 1 << 16;
+    private static final byte[] AMR_MAGIC = "#!AMR\n".getBytes(StandardCharsets.US_ASCII);
+
+    private final Path file;
+    private final Path aside;
+    private final FileChannel channel;
+    private final OutputStream out;
+    private final WaveFormat format;
+    private final AudioContainer container;
+    private final AdtsHeader adts;
+    private final WaveHeader header;
+    private long written;
+    private boolean closed;
+
+    private AudioFileWriter(Path file, WaveFormat format, AudioContainer container) throws IOException {
+        this.file = file;
+        this.format = format;
+        this.container = container;
+        boolean inAdts = format.formatTag() == WaveFormatTags.AAC
+                && (container == AudioContainer.ADTS || container == AudioContainer.WAV);
+        this.adts = inAdts ? AdtsHeader.of(format.specificHeader()) : null;
+        this.header = container == AudioContainer.WAV ? new WaveHeader(inAdts ? inAdts(format) : format) : null;
+        // A name of our own making, because files for temporary use are closed to other users.
+        this.aside = file.resolveSibling("." + file.getFileName() + "." + UUID.randomUUID() + ".part");
+        this.channel = FileChannel.open(aside, StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE);
+        this.out = new BufferedOutputStream(Channels.newOutputStream(channel), BUFFER_SIZE);
+    }
+
+    /**
+     * Begins a file.
+     *
+     * @param file the file, which is replaced when it exists
+     * @param format the sound that is to be written
+     * @param container the kind of file
+     * @return the writer, to be finished and closed
+     * @throws IOException when the file cannot be written
+     * @throws IllegalArgumentException when such a file does not hold such sound
+     */
+    public static AudioFileWriter create(Path file, WaveFormat format, AudioContainer container) throws IOException {
+        int tag = format.formatTag();
+        if (container == AudioContainer.ADTS && tag != WaveFormatTags.AAC
+                || (container == AudioContainer.AMR) != (tag == WaveFormatTags.AMR_NB)) {
+            throw new IllegalArgumentException(container + " does not hold " + format);
+        }
+        if (Files.isDirectory(file)) {
+            throw new FileSystemException(file.toString(), null, "is a directory");
+        }
+        if (Files.exists(file) && !Files.isRegularFile(file)) {
+            throw new FileSystemException(file.toString(), null, "not a file, and cannot be replaced by one");
+        }
+        Path directory = file.toAbsolutePath().getParent();
+        if (directory == null || !Files.isDirectory(directory)) {
+            throw new FileSystemException(file.toString(), null, "its directory does not exist");
+        }
+        AudioFileWriter writer;
+        try {
+            writer = new AudioFileWriter(file, format, container);
+        } catch (AccessDeniedException e) {
+            // Of the file that was asked for, not of the one beside it.
+            throw new AccessDeniedException(file.toString());
+        }
+        try {
+            writer.begin();
+            return writer;
+        } catch (Throwable e) {
+            writer.close();
+            throw e;
+        }
+    }
+
+    /** {@return the format of the sound} */
+    public WaveFormat format() {
+        return format;
+    }
+
+    /**
+     * Writes packets.
+     *
+     * @param packets packets of the format, in their order
+     * @throws IOException when they cannot be written
+     */
+    public void write(List<Packet> packets) throws IOException {
+        for (Packet packet : packets) {
+            write(packet.bytes());
+        }
+    }
+
+    /**
+     * Writes decoded sound into a file of PCM.
+     *
+     * @param block sound of the file's channels and sample rate
+     * @throws IOException when it cannot be written
+     */
+    public void write(AudioBlock block) throws IOException {
+        if (!format.equals(WaveFormat.pcm16(block.sampleRate(), block.channels()))) {
+            throw new IllegalArgumentException(block + " is not of the file's " + format);
+        }
+        write(block.pcm());
+    }
+
+    /**
+     * Gives the file its lengths and its name.
+     *
+     * @param frames the length of the sound in samples of a channel; the files of PCM know it by themselves
+     * @throws IOException when it cannot be written
+     */
+    public void finish(long frames) throws IOException {
+        throwIfClosed();
+        if (frames < 0) {
+            throw new IllegalArgumentException("negative length " + frames);
+        }
+        try {
+            if (header != null && written % 2 != 0) {
+                out.write(0);
+            }
+            out.flush();
+            if (header != null) {
+                channel.position(0);
+                ByteBuffer bytes = ByteBuffer.wrap(header.toBytes(written, frames));
+                while (bytes.hasRemaining()) {
+                    channel.write(bytes);
+                }
+            }
+            channel.close();
+            Files.move(aside, file, StandardCopyOption.REPLACE_EXISTING, StandardCopyOption.ATOMIC_MOVE);
+        } finally {
+            close();
+        }
+    }
+
+    /** Ends the writing; without {@link #finish} before it, the file is dropped. Does nothing the second time. */
+    @Override
+    public void close() throws IOException {
+        closed = true;
+        channel.close();
+        Files.deleteIfExists(aside);
+    }
+
+    private void begin() throws IOException {
+        if (header != null) {
+            out.write(header.toBytes(0, 0));
+        } else if (container == AudioContainer.AMR) {
+            out.write(AMR_MAGIC);
+        }
+    }
+
+    private void write(byte[] bytes) throws IOException {
+        throwIfClosed();
+        byte[] before = adts == null ? new byte[0] : adts.before(bytes.length);
+        if (header != null && !header.hasRoomFor(written + before.length + bytes.length)) {
+            throw new IOException(file + ": a WAV file holds no more than 4 GiB");
+        }
+        out.write(before);
+        out.write(bytes);
+        written += before.length + bytes.length;
+    }
+
+    private void throwIfClosed() {
+        if (closed) {
+            throw new MediaStateException("the file " + file + " is finished or closed");
+        }
+    }
+
+    /** Nothing in a WAV file tells where bare AAC packets begin. */
+    private static WaveFormat inAdts(WaveFormat format) {
+        return WaveFormat.of(WaveFormatTags.AAC_ADTS, format.channels(), format.sampleRate(), format.bytesPerSecond(),
+                format.blockAlign(), format.bitsPerSample(), new byte[0]);
+    }
+}

@@ -1,0 +1,81 @@
+package kiv.media.ffmpeg;
+
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+
+/** The WAVE headers of what encoders make, as decoders and other programs expect them. */
+final class EncodedFormats {
+
+    private static final int MP3_BITS = 144;
+    private static final int MP3_HEADER_SIZE = 12;
+    private static final short MP3_ID = 1;
+    private static final int MP3_NEVER_PADDED = 2;
+    private static final int G722_BITS = 4;
+
+    /** FFmpeg says 0 and 50, but so much later does the sound come out of a decoder. */
+    private static final int DTS_PADDING = 512;
+    private static final int AMR_PADDING = 40;
+
+    private EncodedFormats() {
+    }
+
+    /**
+     * Describes what an open encoder makes.
+     *
+     * @param codec the encoder's format
+     * @param sampleRate samples a second and channel
+     * @param channels number of channels
+     * @param address the encoder's native handle
+     */
+    static WaveFormat of(AudioCodec codec, int sampleRate, int channels, long address) {
+        if (codec == AudioCodec.PCM) {
+            return WaveFormat.pcm16(sampleRate, channels);
+        }
+        int bitRate = option(address, c_codecoptions_ffmpeg.BIT_RATE);
+        int frameSize = option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
+        int bits = codec == AudioCodec.G722 ? G722_BITS
+                : option(address, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
+        // Where packets have no common size, the smallest unit is a byte.
+        int blockAlign = Math.max(1, option(address, c_codecoptions_ffmpeg.BLOCK_ALIGN));
+        long bytesPerSecond;
+        if (codec.hasBitRate()) {
+            bytesPerSecond = bitRate / Byte.SIZE;
+        } else if (codec == AudioCodec.G722) {
+            bytesPerSecond = (long) sampleRate * channels * G722_BITS / Byte.SIZE;
+        } else {
+            bytesPerSecond = (long) sampleRate * blockAlign / Math.max(1, frameSize);
+        }
+        return WaveFormat.of(codec.formatTag(), channels, sampleRate, (int) bytesPerSecond, blockAlign, bits,
+                specificHeader(codec, address, sampleRate, bitRate, frameSize));
+    }
+
+    /** Frames of silence that an open encoder puts in front of the sound. */
+    static int padding(AudioCodec codec, long address) {
+        return switch (codec) {
+            case DTS -> DTS_PADDING;
+            case AMR_NB -> AMR_PADDING;
+            default -> option(address, c_codecoptions_ffmpeg.INITIAL_PADDING);
+        };
+    }
+
+    private static byte[] specificHeader(AudioCodec codec, long address, int sampleRate, int bitRate, int frameSize) {
+        if (codec == AudioCodec.ADPCM_IMA) {
+            return littleEndian(Short.BYTES).putShort((short) frameSize).array();
+        }
+        if (codec == AudioCodec.MP3) {
+            return littleEndian(MP3_HEADER_SIZE).putShort(MP3_ID).putInt(MP3_NEVER_PADDED)
+                    .putShort((short) (MP3_BITS * (long) bitRate / sampleRate)).putShort((short) 1)
+                    .putShort((short) padding(codec, address)).array();
+        }
+        byte[] extradata = c_codecoptions_ffmpeg.n_acodec_get_extradata(address);
+        return extradata == null ? new byte[0] : extradata;
+    }
+
+    private static ByteBuffer littleEndian(int size) {
+        return ByteBuffer.allocate(size).order(ByteOrder.LITTLE_ENDIAN);
+    }
+
+    private static int option(long address, String name) {
+        return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
+    }
+}

@@ -1,0 +1,195 @@
+package kiv.media.ffmpeg;
+
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.util.Arrays;
+
+/**
+ * Sound in the terms of a WAVE header: what an {@link AudioDecoder} needs to know of compressed sound, and what a WAV
+ * file says of its own. Immutable.
+ *
+ * @see WaveFormatTags
+ */
+public final class WaveFormat {
+
+    private static final int MAX_CHANNELS = 64;
+    private static final int MAX_SAMPLE_RATE = 1_000_000;
+    private static final int MAX_16 = 0xFFFF;
+    private static final int PCM_BITS = 16;
+
+    private static final int OLDEST_SIZE = 14;
+    private static final int PCM_SIZE = 16;
+    private static final int FULL_SIZE = 18;
+
+    private final int formatTag;
+    private final int channels;
+    private final int sampleRate;
+    private final int bytesPerSecond;
+    private final int blockAlign;
+    private final int bitsPerSample;
+    private final byte[] specificHeader;
+
+    private WaveFormat(int formatTag, int channels, int sampleRate, int bytesPerSecond, int blockAlign,
+            int bitsPerSample, byte[] specificHeader) {
+        this.formatTag = checked("format tag", formatTag, 1, MAX_16);
+        this.channels = checked("number of channels", channels, 1, MAX_CHANNELS);
+        this.sampleRate = checked("sample rate", sampleRate, 1, MAX_SAMPLE_RATE);
+        this.bytesPerSecond = checked("number of bytes a second", bytesPerSecond, 0, Integer.MAX_VALUE);
+        this.blockAlign = checked("block align", blockAlign, 0, MAX_16);
+        this.bitsPerSample = checked("number of bits per sample", bitsPerSample, 0, MAX_16);
+        this.specificHeader = specificHeader.clone();
+        checked("length of the specific header", specificHeader.length, 0, MAX_16);
+    }
+
+    /**
+     * Describes sound of any format.
+     *
+     * @param formatTag the format tag, one of {@link WaveFormatTags} to be decoded
+     * @param channels number of channels, 1 to 64
+     * @param sampleRate samples a second and channel, 1 to 1000000
+     * @param bytesPerSecond bytes a second on average, or 0 when unknown
+     * @param blockAlign bytes of the smallest unit of compressed sound, or 0
+     * @param bitsPerSample bits of a coded sample, or 0
+     * @param specificHeader what the codec needs beyond that, copied; may be empty
+     * @return the format
+     */
+    public static WaveFormat of(int formatTag, int channels, int sampleRate, int bytesPerSecond, int blockAlign,
+            int bitsPerSample, byte[] specificHeader) {
+        return new WaveFormat(formatTag, channels, sampleRate, bytesPerSecond, blockAlign, bitsPerSample,
+                specificHeader);
+    }
+
+    /**
+     * Describes interleaved PCM of 16 bits, which is what decoders give and encoders take.
+     *
+     * @param sampleRate samples a second and channel, 1 to 1000000
+     * @param channels number of channels, 1 to 64
+     * @return the format
+     */
+    public static WaveFormat pcm16(int sampleRate, int channels) {
+        int blockAlign = channels * Short.BYTES;
+        return new WaveFormat(WaveFormatTags.PCM, channels, sampleRate,
+                (int) Math.min(Integer.MAX_VALUE, (long) sampleRate * blockAlign), blockAlign, PCM_BITS, new byte[0]);
+    }
+
+    /**
+     * Describes the sound of a stream.
+     *
+     * @param stream a stream of sound
+     * @return the format
+     * @throws UnsupportedCodecException when the library has no format tag for its codec
+     * @throws MediaFormatException when its channels or its sample rate are not known
+     */
+    public static WaveFormat of(MediaStream stream) {
+        if (stream.kind() != MediaKind.AUDIO) {
+            throw new IllegalArgumentException("no sound: " + stream);
+        }
+        int tag = WaveFormatTags.find(stream).orElseThrow(() -> new UnsupportedCodecException(
+                "unsupported audio codec " + stream.codecName()));
+        try {
+            return new WaveFormat(tag, stream.channels(), stream.sampleRate(),
+                    (int) Math.max(0, Math.min(Integer.MAX_VALUE, stream.bitRate() / Byte.SIZE)), stream.blockAlign(),
+                    stream.bitsPerCodedSample(), stream.extradata());
+        } catch (IllegalArgumentException e) {
+            throw new MediaFormatException(stream + " is of an impossible format: " + e.getMessage(), e);
+        }
+    }
+
+    /**
+     * Reads the header that {@link #toBytes()} writes, or the shorter ones of 14 and 16 bytes.
+     *
+     * @param header a WAVE format header, as in the chunk {@code "fmt "} of a WAV file; what follows it is ignored
+     * @return the format
+     * @throws MediaFormatException when it is none
+     */
+    public static WaveFormat parse(byte[] header) {
+        if (header.length < OLDEST_SIZE) {
+            throw new MediaFormatException("a WAVE format header has no " + header.length + " bytes");
+        }
+        ByteBuffer bytes = ByteBuffer.wrap(header).order(ByteOrder.LITTLE_ENDIAN);
+        int specificSize = header.length < FULL_SIZE ? 0 : bytes.getShort(PCM_SIZE) & MAX_16;
+        if (FULL_SIZE + specificSize > Math.max(header.length, FULL_SIZE)) {
+            throw new MediaFormatException("a WAVE format header ends within its " + specificSize + " specific bytes");
+        }
+        try {
+            return new WaveFormat(bytes.getShort(0) & MAX_16, bytes.getShort(2) & MAX_16, bytes.getInt(4),
+                    bytes.getInt(8), bytes.getShort(12) & MAX_16,
+                    header.length < PCM_SIZE ? 0 : bytes.getShort(14) & MAX_16,
+                    specificSize == 0 ? new byte[0] : Arrays.copyOfRange(header, FULL_SIZE, FULL_SIZE + specificSize));
+        } catch (IllegalArgumentException e) {
+            throw new MediaFormatException("an impossible WAVE format header: " + e.getMessage(), e);
+        }
+    }
+
+    /** {@return the WAVE format header: 18 bytes, little-endian, and behind them the specific header} */
+    public byte[] toBytes() {
+        return ByteBuffer.allocate(FULL_SIZE + specificHeader.length).order(ByteOrder.LITTLE_ENDIAN)
+                .putShort((short) formatTag).putShort((short) channels).putInt(sampleRate).putInt(bytesPerSecond)
+                .putShort((short) blockAlign).putShort((short) bitsPerSample).putShort((short) specificHeader.length)
+                .put(specificHeader).array();
+    }
+
+    /** {@return the format tag} */
+    public int formatTag() {
+        return formatTag;
+    }
+
+    /** {@return number of channels} */
+    public int channels() {
+        return channels;
+    }
+
+    /** {@return samples a second and channel} */
+    public int sampleRate() {
+        return sampleRate;
+    }
+
+    /** {@return bytes a second on average; 0 when unknown} */
+    public int bytesPerSecond() {
+        return bytesPerSecond;
+    }
+
+    /** {@return bytes of the smallest unit of the sound; 0 when there is none} */
+    public int blockAlign() {
+        return blockAlign;
+    }
+
+    /** {@return bits of a coded sample; 0 when they are not of one size} */
+    public int bitsPerSample() {
+        return bitsPerSample;
+    }
+
+    /** {@return what the codec needs beyond the rest, as a new array; empty when there is nothing} */
+    public byte[] specificHeader() {
+        return specificHeader.clone();
+    }
+
+    /** The format as the native side reads it. */
+    int[] toNative() {
+        return new int[] {formatTag, channels, sampleRate, bytesPerSecond, blockAlign, bitsPerSample,
+            specificHeader.length};
+    }
+
+    private static int checked(String name, int value, int lowest, int highest) {
+        if (value < lowest || value > highest) {
+            throw new IllegalArgumentException(name + " " + value + " is not in " + lowest + " to " + highest);
+        }
+        return value;
+    }
+
+    @Override
+    public boolean equals(Object other) {
+        return other instanceof WaveFormat format && Arrays.equals(toBytes(), format.toBytes());
+    }
+
+    @Override
+    public int hashCode() {
+        return Arrays.hashCode(toBytes());
+    }
+
+    @Override
+    public String toString() {
+        return String.format("WaveFormat[tag 0x%04x, %d Hz, %d %s]", formatTag, sampleRate, channels,
+                channels == 1 ? "channel" : "channels");
+    }
+}

@@ -1,0 +1,158 @@
+package kiv.media.ffmpeg;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+
+import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.file.Path;
+import java.util.List;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.MethodSource;
+
+class AudioEncoderTest {
+
+    private static final int FRAMES = 20_011;
+
+    @TempDir
+    Path directory;
+
+    static Stream<Arguments> formats() {
+        return Stream.of(AudioCodec.values()).flatMap(codec -> {
+            int rate = Stream.of(44100, 16000, 8000).filter(r -> codec != AudioCodec.G722 || r < 44100)
+                    .filter(r -> codec.accepts(r, 1)).findFirst().orElseThrow();
+            return Stream.of(1, 2).filter(channels -> codec.accepts(rate, channels))
+                    .flatMap(channels -> AudioContainer.extensions(codec).stream()
+                            .map(extension -> Arguments.of(codec, rate, channels, extension)));
+        });
+    }
+
+    /** Decibels that the format keeps of a voice, or better. */
+    private static double quality(AudioCodec codec) {
+        return switch (codec) {
+            case PCM, FLOAT -> Double.POSITIVE_INFINITY;
+            case AMR_NB -> 6;
+            case MP3, AAC -> 24;
+            case AC3, DTS, WMA1, WMA2 -> 40;
+            default -> 33;
+        };
+    }
+
+    @ParameterizedTest
+    @MethodSource("formats")
+    void whatWasEncodedComesBack(AudioCodec codec, int rate, int channels, String extension) throws Exception {
+        byte[] pcm = Sounds.voice(rate, channels, FRAMES);
+        Path file = directory.resolve("sound." + extension);
+        try (AudioEncoder encoder = AudioEncoder.open(codec, rate, channels);
+                AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
+            List<Packet> packets = Sounds.encode(encoder, pcm);
+            assertThat(encoder.frames()).isEqualTo(FRAMES);
+            assertThat(packets.get(0).presentationTime()).isEqualTo(-encoder.initialPadding());
+            byte[] decoded = Sounds.decode(decoder, packets);
+            int padding = encoder.initialPadding() * channels;
+            assertThat(Sounds.signalToNoise(pcm, decoded, padding)).isGreaterThanOrEqualTo(quality(codec));
+            long packed = packets.stream().mapToLong(Packet::duration).sum();
+            assertThat(decoded).hasSize((int) packed * channels * Short.BYTES);
+
+            try (AudioFileWriter writer = AudioFileWriter.create(file, encoder.format(),
+                    AudioContainer.find(file.toString(), codec).orElseThrow())) {
+                writer.write(packets);
+                writer.finish(encoder.frames());
+            }
+            if (!extension.matches("al|ul|raw")) {
+                byte[] other = Sounds.decodedByFfmpeg(file);
+                // Newer decoders of WMA leave two frames out, of which only one is padding.
+                padding = codec == AudioCodec.WMA1 || codec == AudioCodec.WMA2 ? -padding : padding;
+                assertThat(Sounds.signalToNoise(pcm, other, padding)).isGreaterThanOrEqualTo(quality(codec));
+            }
+        }
+    }
+
+    @ParameterizedTest
+    @CsvSource({"AAC, 20", "AC3, 30", "DTS, 40", "MULAW, 30"})
+    void surroundChannelsStayWhereTheyAre(AudioCodec codec, double quality) {
+        byte[] pcm = Sounds.voice(48000, 6, FRAMES);
+        silenceChannel(pcm, 3);
+        int bitRate = codec == AudioCodec.AAC || codec == AudioCodec.AC3 ? 640_000 : AudioEncoder.DEFAULT_BIT_RATE;
+        try (AudioEncoder encoder = AudioEncoder.open(codec, 48000, 6, bitRate);
+                AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
+            byte[] decoded = Sounds.decode(decoder, Sounds.encode(encoder, pcm));
+            assertThat(Sounds.signalToNoise(pcm, decoded, encoder.initialPadding() * 6)).isGreaterThan(quality);
+        }
+    }
+
+    /** That of the low tones, which loses the high ones. */
+    private static void silenceChannel(byte[] pcm, int channel) {
+        for (int at = channel * Short.BYTES; at < pcm.length; at += 6 * Short.BYTES) {
+            pcm[at] = 0;
+            pcm[at + 1] = 0;
+        }
+    }
+
+    @Test
+    void theBitRateIsObeyed() {
+        byte[] pcm = Sounds.voice(44100, 2, FRAMES);
+        for (AudioCodec codec : List.of(AudioCodec.MP3, AudioCodec.AAC, AudioCodec.AC3, AudioCodec.WMA2)) {
+            try (AudioEncoder low = AudioEncoder.open(codec, 44100, 2, 64_000);
+                    AudioEncoder high = AudioEncoder.open(codec, 44100, 2, 256_000)) {
+                assertThat(low.bitRate()).isEqualTo(64_000);
+                assertThat(high.format().bytesPerSecond()).isEqualTo(32_000);
+                assertThat(size(Sounds.encode(high, pcm))).isGreaterThan(2 * size(Sounds.encode(low, pcm)));
+            }
+        }
+    }
+
+    private static int size(List<Packet> packets) {
+        return packets.stream().mapToInt(Packet::size).sum();
+    }
+
+    @Test
+    void silenceOrNothingMakesNoTrouble() {
+        for (AudioCodec codec : AudioCodec.values()) {
+            int rate = codec == AudioCodec.AMR_NB ? 8000 : 48000;
+            try (AudioEncoder encoder = AudioEncoder.open(codec, rate, 1)) {
+                assertThat(encoder.encode(new byte[0])).isEmpty();
+                assertThat(encoder.finish()).isEmpty();
+            }
+            try (AudioEncoder encoder = AudioEncoder.open(codec, rate, 1);
+                    AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
+                List<Packet> packets = Sounds.encode(encoder, new byte[2]);
+                assertThat(Sounds.decode(decoder, packets).length / Short.BYTES)
+                        .isGreaterThanOrEqualTo(encoder.initialPadding() + 1);
+            }
+        }
+    }
+
+    @Test
+    void misuseIsToldAndHarmsNothing() throws IOException {
+        assertThatThrownBy(() -> AudioEncoder.open(null, 8000, 1)).isInstanceOf(NullPointerException.class);
+        for (int[] wrong : new int[][] {{0, 1, 0}, {8000, 0, 0}, {8000, 65, 0}, {8000, 1, -1}, {8000, 1, 64_000}}) {
+            assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.ALAW, wrong[0], wrong[1], wrong[2]))
+                    .isInstanceOf(IllegalArgumentException.class);
+        }
+        assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.AMR_NB, 44100, 2))
+                .isInstanceOf(UnsupportedCodecException.class).hasMessageContaining("8000 Hz and 1 channel");
+        assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.WMA2, 44100, 2, 1000))
+                .isInstanceOf(UnsupportedCodecException.class).hasMessageContaining("1000 bit/s");
+        AudioEncoder encoder = AudioEncoder.open(AudioCodec.AAC, 44100, 2);
+        assertThatThrownBy(() -> encoder.encode(new byte[6])).isInstanceOf(IllegalArgumentException.class);
+        assertThatThrownBy(() -> encoder.encode((byte[]) null)).isInstanceOf(NullPointerException.class);
+        AudioBlock mono = new AudioBlock(new byte[4], 44100, 1, 0, new Rational(1, 44100));
+        assertThatThrownBy(() -> encoder.encode(mono)).isInstanceOf(IllegalArgumentException.class);
+        ByteBuffer readOnly = ByteBuffer.allocateDirect(44100 * 4).asReadOnlyBuffer();
+        assertThat(encoder.encode(readOnly)).isNotEmpty();
+        assertThat(readOnly.hasRemaining()).isFalse();
+        assertThat(encoder.finish()).isNotEmpty();
+        assertThatThrownBy(encoder::finish).isInstanceOf(MediaStateException.class);
+        assertThatThrownBy(() -> encoder.encode(new byte[4])).isInstanceOf(MediaStateException.class);
+        encoder.close();
+        encoder.close();
+        assertThatThrownBy(encoder::finish).isInstanceOf(MediaStateException.class).hasMessageContaining("closed");
+        assertThat(encoder.extradata()).hasSize(5);
+    }
+}

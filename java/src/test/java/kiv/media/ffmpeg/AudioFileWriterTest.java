@@ -1,0 +1,102 @@
+package kiv.media.ffmpeg;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+
+import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.file.FileSystemException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
+import java.util.stream.Stream;
+import javax.sound.sampled.AudioInputStream;
+import javax.sound.sampled.AudioSystem;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+class AudioFileWriterTest {
+
+    @TempDir
+    Path directory;
+
+    private static AudioBlock block(int bytes) {
+        return new AudioBlock(new byte[bytes], 8000, 1, 0, new Rational(1, 8000));
+    }
+
+    @Test
+    void javaSoundReadsWhatIsWritten() throws Exception {
+        Path file = Files.writeString(directory.resolve("a.wav"), "what was there before");
+        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 1), AudioContainer.WAV)) {
+            writer.write(block(1000));
+            writer.write(block(600));
+            assertThat(file).hasContent("what was there before");
+            writer.finish(0);
+            assertThatThrownBy(() -> writer.write(block(2))).isInstanceOf(MediaStateException.class);
+        }
+        assertThat(Files.size(file)).isEqualTo(44 + 1600);
+        try (AudioInputStream in = AudioSystem.getAudioInputStream(file.toFile())) {
+            assertThat(in.getFrameLength()).isEqualTo(800);
+            assertThat(in.getFormat().getSampleRate()).isEqualTo(8000);
+        }
+        assertThat(names()).containsExactly("a.wav");
+    }
+
+    @Test
+    void compressedSoundTellsItsLengthAndEndsEvenly() throws IOException {
+        Path file = directory.resolve("b.wav");
+        WaveFormat format = WaveFormat.of(WaveFormatTags.ALAW, 1, 8000, 8000, 1, 8, new byte[1]);
+        try (AudioFileWriter writer = AudioFileWriter.create(file, format, AudioContainer.WAV)) {
+            writer.write(List.of(Packet.of(new byte[] {1, 2, 3}, 0, 0, 0, true)));
+            writer.finish(3);
+        }
+        ByteBuffer bytes = ByteBuffer.wrap(Files.readAllBytes(file)).order(ByteOrder.LITTLE_ENDIAN);
+        assertThat(bytes.getInt(4)).isEqualTo(bytes.limit() - 8);
+        assertThat(bytes.getInt(16)).isEqualTo(19);
+        assertThat(bytes.getInt(40)).as("identifier of the chunk").isEqualTo(FourCharacterCode.of("fact"));
+        assertThat(bytes.getInt(48)).isEqualTo(3);
+        assertThat(bytes.getInt(56)).isEqualTo(3);
+        assertThat(bytes.limit()).isEqualTo(60 + 4);
+    }
+
+    @Test
+    void whatIsNotFinishedLeavesNothing() throws IOException {
+        Path file = directory.resolve("c.wav");
+        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 1), AudioContainer.WAV)) {
+            writer.write(block(100));
+            assertThatThrownBy(() -> writer.finish(-1)).isInstanceOf(IllegalArgumentException.class);
+        }
+        assertThat(names()).isEmpty();
+    }
+
+    @Test
+    void whatCannotBeIsRefused() throws IOException {
+        WaveFormat pcm = WaveFormat.pcm16(8000, 1);
+        WaveFormat aac = WaveFormat.of(WaveFormatTags.AAC, 1, 8000, 0, 0, 0, new byte[0]);
+        WaveFormat amr = WaveFormat.of(WaveFormatTags.AMR_NB, 1, 8000, 0, 0, 0, new byte[0]);
+        Path file = directory.resolve("d.wav");
+        for (AudioContainer container : new AudioContainer[] {AudioContainer.ADTS, AudioContainer.AMR}) {
+            assertThatThrownBy(() -> AudioFileWriter.create(file, pcm, container))
+                    .isInstanceOf(IllegalArgumentException.class);
+        }
+        assertThatThrownBy(() -> AudioFileWriter.create(file, amr, AudioContainer.WAV))
+                .isInstanceOf(IllegalArgumentException.class);
+        assertThatThrownBy(() -> AudioFileWriter.create(file, aac, AudioContainer.ADTS))
+                .isInstanceOf(IllegalArgumentException.class);
+        for (Path place : new Path[] {directory, directory.resolve("none/e.wav"), Path.of("/dev/null")}) {
+            assertThatThrownBy(() -> AudioFileWriter.create(place, pcm, AudioContainer.WAV))
+                    .isInstanceOf(FileSystemException.class).hasMessageContaining(place.toString());
+        }
+        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 2), AudioContainer.WAV)) {
+            assertThatThrownBy(() -> writer.write(block(4))).isInstanceOf(IllegalArgumentException.class);
+        }
+        assertThat(names()).isEmpty();
+    }
+
+    private List<String> names() throws IOException {
+        try (Stream<Path> files = Files.list(directory)) {
+            return files.map(file -> file.getFileName().toString()).toList();
+        }
+    }
+}

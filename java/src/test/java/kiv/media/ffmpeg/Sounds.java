@@ -1,0 +1,110 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.ShortBuffer;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.stream.Stream;
+
+/** Sound that tests encode, and how near to it what comes back is. */
+public final class Sounds {
+
+    private Sounds() {
+    }
+
+    /** A vowel whose pitch moves, another pitch on each channel, without repetition: PCM of 16 bits. */
+    public static byte[] voice(int sampleRate, int channels, int frames) {
+        ByteBuffer pcm = ByteBuffer.allocate(frames * channels * Short.BYTES).order(ByteOrder.LITTLE_ENDIAN);
+        double[] voice = new double[frames];
+        for (int channel = 0; channel < channels; channel++) {
+            double phase = 0;
+            double before = 0;
+            double[] throat = new double[2];
+            double[] mouth = new double[2];
+            for (int i = 0; i < frames; i++) {
+                double time = (double) i / sampleRate;
+                phase += (120 + 25 * channel + 30 * Math.sin(3 * time) + 7 * Math.sin(17 * time)) / sampleRate;
+                // Pulses without corners, and their slope, because codecs leave the lowest tones out.
+                double pulse = Math.pow(0.5 + 0.5 * Math.cos(2 * Math.PI * phase), 60);
+                voice[i] = (0.7 + 0.3 * Math.sin(9 * time)) * (resonate(throat, pulse - before, 500, sampleRate)
+                        + 0.3 * resonate(mouth, pulse - before, 1100, sampleRate));
+                before = pulse;
+            }
+            double loudest = Arrays.stream(voice).map(Math::abs).max().orElseThrow();
+            for (int i = 0; i < frames; i++) {
+                pcm.putShort((i * channels + channel) * Short.BYTES, (short) (20_000 * voice[i] / loudest));
+            }
+        }
+        return pcm.array();
+    }
+
+    private static double resonate(double[] state, double in, double frequency, int sampleRate) {
+        double decay = Math.exp(-2 * Math.PI * 60 / sampleRate);
+        double angle = 2 * Math.PI * frequency / sampleRate;
+        double out = angle * in + 2 * decay * Math.cos(angle) * state[0] - decay * decay * state[1];
+        state[1] = state[0];
+        state[0] = out;
+        return out;
+    }
+
+    /** All of an encoder's packets for some PCM, which it gets in pieces. */
+    static List<Packet> encode(AudioEncoder encoder, byte[] pcm) {
+        int piece = encoder.format().channels() * Short.BYTES * 777;
+        List<Packet> packets = new ArrayList<>();
+        for (int at = 0; at < pcm.length; at += piece) {
+            packets.addAll(encoder.encode(Arrays.copyOfRange(pcm, at, Math.min(pcm.length, at + piece))));
+        }
+        packets.addAll(encoder.finish());
+        return packets;
+    }
+
+    /** All the PCM of some packets. */
+    static byte[] decode(AudioDecoder decoder, List<Packet> packets) {
+        return join(Stream.concat(packets.stream().flatMap(packet -> decoder.decode(packet).stream()),
+                decoder.finish().stream()).toList());
+    }
+
+    /** The PCM of some blocks. */
+    static byte[] join(List<AudioBlock> blocks) {
+        ByteBuffer pcm = ByteBuffer.allocate(blocks.stream().mapToInt(block -> block.data().remaining()).sum());
+        blocks.forEach(block -> pcm.put(block.data()));
+        return pcm.array();
+    }
+
+    /** What the {@code ffmpeg} program makes of a file: PCM of 16 bits. */
+    public static byte[] decodedByFfmpeg(Path file) throws IOException, InterruptedException {
+        Process process = new ProcessBuilder("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f", "s16le",
+                "-").redirectError(ProcessBuilder.Redirect.INHERIT).start();
+        byte[] pcm = process.getInputStream().readAllBytes();
+        if (process.waitFor() != 0) {
+            throw new AssertionError("ffmpeg does not read " + file);
+        }
+        return pcm;
+    }
+
+    /**
+     * How much louder than the difference the sound is, in decibels.
+     *
+     * @param offset how many samples later it begins in what was decoded, or how many are missing there if negative
+     */
+    public static double signalToNoise(byte[] pcm, byte[] decoded, int offset) {
+        ShortBuffer expected = ByteBuffer.wrap(pcm).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();
+        ShortBuffer actual = ByteBuffer.wrap(decoded).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();
+        if (actual.limit() < expected.limit() + offset) {
+            throw new AssertionError("only " + actual.limit() + " of " + (expected.limit() + offset) + " samples");
+        }
+        double signal = 0;
+        double noise = 0;
+        for (int i = Math.max(0, -offset); i < expected.limit(); i++) {
+            double sample = expected.get(i);
+            double difference = actual.get(i + offset) - sample;
+            signal += sample * sample;
+            noise += difference * difference;
+        }
+        return 10 * Math.log10(signal / noise);
+    }
+}
