@@ -75,7 +75,7 @@ private:
     jmethodID amidc_seek = nullptr;
     jmethodID amidc_size = nullptr;
     uint64_t ulc_reads = 0;
-    int64_t ilc_known_size = -1;          // what Java said last; -1 for unknown
+    int64_t ilc_known_size = -1; // what Java said last; -1 for unknown
     bool bc_at_end = false;
     bool bc_behind_known_end = false;     // the position that FFmpeg is at, without Java's having been told
     const char *strc_complaint = nullptr; // a literal: what the source did wrong

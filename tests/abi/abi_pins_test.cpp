@@ -133,6 +133,7 @@ TEST_F(abi, fresh_contexts_and_codecs)
     avutil<int(void *, const char *, const char *, int)>("av_opt_set")(adsl_context, "video_size", "64x48", 0);
     EXPECT_EQ(adsl_context->width, 64);
     EXPECT_EQ(adsl_context->height, 48);
+    g_avcodec.avcodec_close(adsl_context); // frees the codec's private part
     g_avutil.av_freep(&adsl_context);
     // A decoder that takes the size from outside: MPEG-2's waits for the stream's.
     const AVCodec *adsl_cinepak = g_avcodec.avcodec_find_decoder(AV_CODEC_ID_CINEPAK);
@@ -146,14 +147,13 @@ TEST_F(abi, fresh_contexts_and_codecs)
     g_avutil.av_freep(&adsl_context);
 
     AVFormatContext *adsl_format = g_avformat.avformat_alloc_context();
-    // Streams that are read have a time base from the start.
     // Streams of a container that is read have a time base from the start.
     adsl_format->iformat =
         ffmpeg_function<AVInputFormat *(const char *)>(g_avformat.avc_handle, "av_find_input_format")("avi");
     const auto new_stream =
         ffmpeg_function<AVStream *(AVFormatContext *, const AVCodec *)>(g_avformat.avc_handle, "avformat_new_stream");
-    new_stream(adsl_format, adsl_codec);
-    const AVStream *adsl_stream = new_stream(adsl_format, adsl_codec);
+    g_avcodec.avcodec_close(new_stream(adsl_format, adsl_codec)->codec);
+    AVStream *adsl_stream = new_stream(adsl_format, adsl_codec);
     EXPECT_EQ(adsl_format->nb_streams, 2U);
     EXPECT_EQ(adsl_format->streams[1], adsl_stream);
     EXPECT_EQ(adsl_stream->index, 1);
@@ -162,6 +162,7 @@ TEST_F(abi, fresh_contexts_and_codecs)
     EXPECT_EQ(adsl_stream->start_time, AV_NOPTS_VALUE);
     EXPECT_EQ(adsl_stream->duration, AV_NOPTS_VALUE);
     EXPECT_EQ(adsl_stream->sample_aspect_ratio.den, 1);
+    g_avcodec.avcodec_close(adsl_stream->codec);
     g_avformat.avformat_free_context(adsl_format);
 }
 
