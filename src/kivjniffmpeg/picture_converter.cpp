@@ -4,7 +4,9 @@
 #include "kivjniffmpeg/ffmpeg_loader.h"
 #include "trace/trace.h"
 
+#include <algorithm>
 #include <climits>
+#include <cstddef>
 
 namespace
 {
@@ -19,6 +21,18 @@ int32_t rows_of(const AVPixFmtDescriptor &dsp_descriptor, size_t ump_plane, int3
 {
     const int inl_shift = ump_plane == 1 || ump_plane == 2 ? dsp_descriptor.log2_chroma_h : 0;
     return (imp_height + (1 << inl_shift) - 1) >> inl_shift;
+}
+
+/** Bytes from one pixel to the next; of pixels that share their colour, to the next pair. */
+int32_t largest_step(const AVPixFmtDescriptor &dsp_descriptor, size_t ump_plane)
+{
+    int32_t iml_step = 1;
+    for (size_t uml_component = 0; uml_component < dsp_descriptor.nb_components; ++uml_component) {
+        const AVComponentDescriptor &dsl_component = dsp_descriptor.comp[uml_component];
+        if (dsl_component.plane == ump_plane)
+            iml_step = std::max(iml_step, dsl_component.step_minus1 + 1);
+    }
+    return iml_step;
 }
 
 /** Memory with room behind every line and plane: vector code reads and writes whole registers. */
@@ -36,6 +50,22 @@ public:
             throw_ffmpeg_exception(1911, "picture too large to convert");
         dsc_memory = std::make_unique<c_native_buffer>(inl_total + in_line_alignment, in_line_alignment);
         g_avutil.av_image_fill_pointers(adsc_planes, dsp_format, imp_height, dsc_memory->data(), ainc_linesizes);
+    }
+
+    /** Repeats every line's last pixel behind it: libswscale counts the one after an odd width into its colours. */
+    void extend_lines(const AVPixFmtDescriptor &dsp_descriptor, AVPixelFormat dsp_format, int32_t imp_width,
+                      int32_t imp_height) noexcept
+    {
+        int ainl_row_bytes[4] = {};
+        g_avutil.av_image_fill_linesizes(ainl_row_bytes, dsp_format, imp_width);
+        for (size_t uml_plane = 0; uml_plane < 4 && ainl_row_bytes[uml_plane] > 0; ++uml_plane) {
+            const int32_t iml_step = std::min(largest_step(dsp_descriptor, uml_plane), ainl_row_bytes[uml_plane]);
+            for (int32_t iml_row = 0; iml_row < rows_of(dsp_descriptor, uml_plane, imp_height); ++iml_row) {
+                uint8_t *autl_row = adsc_planes[uml_plane] + ptrdiff_t{iml_row} * ainc_linesizes[uml_plane];
+                for (int inl_byte = ainl_row_bytes[uml_plane]; inl_byte < ainc_linesizes[uml_plane]; ++inl_byte)
+                    autl_row[inl_byte] = autl_row[inl_byte - iml_step];
+            }
+        }
     }
 
     uint8_t *const *planes() const noexcept { return adsc_planes; }
@@ -106,10 +136,12 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
         throw_ffmpeg_exception(1969, "libswscale does not convert from ", dsp_from.imc_width, "x", dsp_from.imc_height,
                                " of format ", static_cast<int>(dsp_from.dsc_format), " to ", dsp_to.imc_width, "x",
                                dsp_to.imc_height, " of format ", static_cast<int>(dsp_to.dsc_format));
-    const c_roomy_picture dsl_from(dsp_from.dsc_format, dsp_from.imc_width, dsp_from.imc_height);
+    c_roomy_picture dsl_from(dsp_from.dsc_format, dsp_from.imc_width, dsp_from.imc_height);
     const c_roomy_picture dsl_to(dsp_to.dsc_format, dsp_to.imc_width, dsp_to.imc_height);
     g_avutil.av_image_copy(dsl_from.planes(), dsl_from.linesizes(), autl_from.data(), dsp_from.aimc_linesizes.data(),
                            dsp_from.dsc_format, dsp_from.imc_width, dsp_from.imc_height);
+    dsl_from.extend_lines(*g_avutil.av_pix_fmt_desc_get(dsp_from.dsc_format), dsp_from.dsc_format, dsp_from.imc_width,
+                          dsp_from.imc_height);
     g_swscale.sws_scale(adsl_sws, dsl_from.planes(), dsl_from.linesizes(), 0, dsp_from.imc_height, dsl_to.planes(),
                         dsl_to.linesizes());
     g_avutil.av_image_copy(autl_to.data(), dsp_to.aimc_linesizes.data(), dsl_to.planes(), dsl_to.linesizes(),

@@ -1,47 +1,83 @@
 package kiv.media.ffmpeg;
 
 import java.awt.image.BufferedImage;
+import java.awt.image.DataBufferInt;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
 import java.time.Duration;
+import java.util.Arrays;
+import java.util.Objects;
 import java.util.Optional;
 
 /**
- * A decoded picture. It owns its memory, is independent of its decoder, and does not change; any thread may use it.
+ * A decoded picture in its decoder's own pixel format. It does not change and is independent of its decoder; any thread
+ * may use it.
+ *
+ * <pre>{@code
+ * try (Picture picture = pictures.next()) {
+ *     ImageIO.write(picture.toBufferedImage(), "png", file);
+ * }
+ * }</pre>
+ *
+ * <p>A picture may be forgotten like any other object. To {@linkplain #close() close} it is better where there are many:
+ * its memory is outside of the Java heap and can then be used for the next picture at once.
  */
-public final class Picture {
+public final class Picture implements AutoCloseable {
 
-    private final PictureMemory memory;
-    private final PictureFormat format;
+    private static final int LARGEST_SIDE = 1 << 15;
+    private static final int PALETTE_PLANE = 1;
+    private static final int PALETTE_ENTRIES = 256;
+    private static final String ARGB = "bgra";
+
+    private final PixelFormat format;
     private final int width;
     private final int height;
-    private final int[] planeOffsets;
-    private final PacketTimes.Times times;
-    private final Rational timeBase;
+    private final int[] offsets;
+    private final int[] lineSizes;
+    private final Details details;
+    private PictureMemory memory;
 
     /**
-     * Takes over a picture from the library.
+     * What is known of a picture beside its pixels.
      *
-     * @param width the shown width in pixels
-     * @param height the shown height in pixels
-     * @param planeOffsets where the planes begin in the array, in bytes
-     * @throws DecodeException when the planes are not within the array
+     * @param pixelShape width of a pixel divided by its height
      */
-    Picture(PictureMemory memory, int width, int height, int[] planeOffsets, PacketTimes.Times times,
-            Rational timeBase) {
+    record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced, boolean fullRange,
+            Rational pixelShape) {
+    }
+
+    /**
+     * Takes over one hold on the memory.
+     *
+     * @param offsets where the planes begin in the memory, in bytes
+     * @param lineSizes bytes from one row to the next
+     * @throws DecodeException when the planes are not within the memory, which is then let go
+     */
+    Picture(PictureMemory memory, PixelFormat format, int width, int height, int[] offsets, int[] lineSizes,
+            Details details) {
         this.memory = memory;
-        this.format = memory.format();
+        this.format = format;
         this.width = width;
         this.height = height;
-        this.planeOffsets = planeOffsets.clone();
-        this.times = times;
-        this.timeBase = timeBase;
+        this.offsets = offsets;
+        this.lineSizes = lineSizes;
+        this.details = details;
+        if (!isWithin(memory.buffer().capacity())) {
+            memory.release();
+            throw new DecodeException("a picture is not within its memory");
+        }
+    }
+
+    private boolean isWithin(int capacity) {
         for (int plane = 0; plane < format.planes(); plane++) {
-            long lineSize = memory.lineSize(plane);
-            long end = planeOffsets[plane] + lineSize * (format.rows(plane, height) - 1)
-                    + format.rowBytes(plane, width);
-            if (planeOffsets[plane] < 0 || lineSize < format.rowBytes(plane, width) || end > memory.sizeInBytes()) {
-                throw new DecodeException("plane " + plane + " of a picture is not within its memory");
+            int rowBytes = format.rowBytes(plane, width);
+            long end = offsets[plane] + (long) lineSizes[plane] * (format.rows(plane, height) - 1) + rowBytes;
+            if (offsets[plane] < 0 || lineSizes[plane] < rowBytes || end > capacity) {
+                return false;
             }
         }
+        return !format.reservesPalette() || offsets[PALETTE_PLANE] >= 0
+                && offsets[PALETTE_PLANE] + PALETTE_ENTRIES * Integer.BYTES <= capacity;
     }
 
     /** {@return width in pixels} */
@@ -55,37 +91,53 @@ public final class Picture {
     }
 
     /** {@return the format of its pixels} */
-    public PictureFormat format() {
+    public PixelFormat format() {
         return format;
     }
 
     /** {@return when it is shown, in the stream's time base, or {@link Packet#NO_TIME} when that is unknown} */
     public long timestamp() {
-        return times.timestamp();
+        return details.times.timestamp();
     }
 
     /** {@return how long its packet lasts, in units of the stream's time base; 0 when unknown} */
     public long duration() {
-        return times.duration();
-    }
-
-    /** {@return whether its packet was one where decoding can start} */
-    public boolean isKey() {
-        return times.key();
+        return details.times.duration();
     }
 
     /** {@return when it is shown, from the container's zero} */
     public Optional<Duration> time() {
-        return timestamp() == Packet.NO_TIME || !timeBase.isKnown() ? Optional.empty()
-                : Optional.of(timeBase.times(timestamp()));
+        return timestamp() == Packet.NO_TIME || !details.timeBase.isKnown() ? Optional.empty()
+                : Optional.of(details.timeBase.times(timestamp()));
+    }
+
+    /** {@return whether it was decoded without the help of other pictures} */
+    public boolean isKey() {
+        return details.keyFrame;
+    }
+
+    /** {@return whether its even and odd rows were taken one after the other} */
+    public boolean isInterlaced() {
+        return details.interlaced;
+    }
+
+    /** {@return whether brightness and colour use all values of a byte, and not only those of television} */
+    public boolean isFullRange() {
+        return details.fullRange;
+    }
+
+    /** {@return width of a pixel divided by its height; unknown for most files, which means square} */
+    public Rational pixelShape() {
+        return details.pixelShape;
     }
 
     /**
-     * A plane's bytes. Planes of {@link PictureFormat#YV12}, {@link PictureFormat#I420} and {@link PictureFormat#RGB8}
-     * are views; of the other formats they are copies, with multi-byte pixels as they are in memory.
+     * A view of a plane. It must not be used after {@link #close()}: the memory may be another picture's then.
      *
-     * @param index 0, or for planar formats 0 to 2
+     * @param index 0 to {@link PixelFormat#planes()} - 1
      * @return the plane
+     * @throws IllegalArgumentException when there is no such plane
+     * @throws MediaStateException when the picture is closed
      */
     public Plane plane(int index) {
         if (index < 0 || index >= format.planes()) {
@@ -93,34 +145,64 @@ public final class Picture {
         }
         int rows = format.rows(index, height);
         int rowBytes = format.rowBytes(index, width);
-        int lineSize = memory.lineSize(index);
         // The last row's padding need not exist.
-        int length = lineSize * (rows - 1) + rowBytes;
-        return new Plane(memory.bytes(planeOffsets[index], length), lineSize, rowBytes, rows);
+        ByteBuffer bytes = memory().buffer().slice(offsets[index], lineSizes[index] * (rows - 1) + rowBytes);
+        return new Plane(bytes.asReadOnlyBuffer(), lineSizes[index], rowBytes, rows);
+    }
+
+    /**
+     * The palette of a picture whose {@linkplain PixelFormat#hasPalette() format has one}.
+     *
+     * @return 256 colours as {@code 0xAARRGGBB}
+     * @throws UnsupportedOperationException when it has none
+     * @throws MediaStateException when the picture is closed
+     */
+    public int[] palette() {
+        if (!format.hasPalette()) {
+            throw new UnsupportedOperationException("a " + format + " picture has no palette");
+        }
+        int[] palette = new int[PALETTE_ENTRIES];
+        memory().buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES).order(ByteOrder.nativeOrder())
+                .asIntBuffer().get(palette);
+        return palette;
+    }
+
+    /**
+     * All planes one behind the other, without padding, and the palette if there is one.
+     *
+     * @return a new array
+     * @throws MediaStateException when the picture is closed
+     */
+    public byte[] toBytes() {
+        long size = format.hasPalette() ? PALETTE_ENTRIES * Integer.BYTES : 0;
+        for (int plane = 0; plane < format.planes(); plane++) {
+            size += (long) format.rows(plane, height) * format.rowBytes(plane, width);
+        }
+        ByteBuffer bytes = ByteBuffer.allocate(Math.toIntExact(size)).order(ByteOrder.nativeOrder());
+        for (int plane = 0; plane < format.planes(); plane++) {
+            bytes.put(plane(plane).packed());
+        }
+        if (format.hasPalette()) {
+            bytes.asIntBuffer().put(palette());
+        }
+        return bytes.array();
     }
 
     /**
      * The pixels as {@code 0xAARRGGBB}, row by row without padding.
      *
      * @return a new array of width times height elements
-     * @throws UnsupportedOperationException when the picture is not in an RGB format
+     * @throws MediaStateException when the picture is closed
      */
     public int[] toArgb() {
-        if (!format.isRgb()) {
-            throw new UnsupportedOperationException("a " + format + " picture is not converted to RGB; open the"
-                    + " decoder with PictureFormat.RGB32");
-        }
-        int[] pixels = new int[width * height];
-        int elementSize = format.elementSize();
-        for (int y = 0; y < height; y++) {
-            int from = (planeOffsets[0] + y * memory.lineSize(0)) / elementSize;
-            if (memory.array() instanceof int[] ints) {
-                System.arraycopy(ints, from, pixels, y * width, width);
-            } else {
-                for (int x = 0; x < width; x++) {
-                    pixels[y * width + x] = expand(smallPixel(from + x));
-                }
-            }
+        return toArgb(width, height);
+    }
+
+    private int[] toArgb(int wantedWidth, int wantedHeight) {
+        int[] pixels = new int[Math.multiplyExact(wantedWidth, wantedHeight)];
+        try (Picture argb = convert(PixelFormat.named(ARGB), wantedWidth, wantedHeight)) {
+            Plane plane = argb.plane(0);
+            plane.bytes().order(ByteOrder.LITTLE_ENDIAN).asIntBuffer().get(pixels);
         }
         return pixels;
     }
@@ -128,30 +210,117 @@ public final class Picture {
     /**
      * An image of the picture.
      *
-     * @return a new image of {@link BufferedImage#TYPE_INT_RGB}
-     * @throws UnsupportedOperationException when the picture is not in an RGB format
+     * @return a new image of {@link BufferedImage#TYPE_INT_RGB}, or {@link BufferedImage#TYPE_INT_ARGB} when pixels can be
+     *     transparent
+     * @throws MediaStateException when the picture is closed
      */
     public BufferedImage toBufferedImage() {
-        BufferedImage image = new BufferedImage(width, height, BufferedImage.TYPE_INT_RGB);
-        image.getRaster().setDataElements(0, 0, width, height, toArgb());
+        return toBufferedImage(width, height);
+    }
+
+    /**
+     * An image of the picture in another size.
+     *
+     * @param wantedWidth 1 to 32768 pixels
+     * @param wantedHeight 1 to 32768 pixels
+     * @return a new image as {@link #toBufferedImage()} gives it
+     * @throws IllegalArgumentException when it cannot have that size
+     * @throws MediaStateException when the picture is closed
+     */
+    public BufferedImage toBufferedImage(int wantedWidth, int wantedHeight) {
+        checkSize(wantedWidth, wantedHeight);
+        BufferedImage image = new BufferedImage(wantedWidth, wantedHeight,
+                format.hasAlpha() ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB);
+        int[] pixels = ((DataBufferInt) image.getRaster().getDataBuffer()).getData();
+        System.arraycopy(toArgb(wantedWidth, wantedHeight), 0, pixels, 0, pixels.length);
         return image;
     }
 
-    private int smallPixel(int index) {
-        // Pixels of two bytes have their high byte first, whatever the machine's order.
-        return memory.array() instanceof byte[] bytes ? bytes[index] & 0xFF
-                : Short.reverseBytes(((short[]) memory.array())[index]) & 0xFFFF;
+    /**
+     * The same picture with other pixels.
+     *
+     * @param wanted their format
+     * @return a new picture in memory of its own
+     * @throws UnsupportedOperationException when the formats cannot be converted
+     * @throws MediaStateException when the picture is closed
+     */
+    public Picture convert(PixelFormat wanted) {
+        return convert(wanted, width, height);
     }
 
-    private int expand(int pixel) {
-        return 0xFF000000 | component(pixel, format.redMask()) << 16 | component(pixel, format.greenMask()) << 8
-                | component(pixel, format.blueMask());
+    /**
+     * The same picture with other pixels and in another size, which is scaled to by cubic curves.
+     *
+     * @param wanted the format of the pixels
+     * @param wantedWidth 1 to 32768 pixels
+     * @param wantedHeight 1 to 32768 pixels
+     * @return a new picture in memory of its own
+     * @throws IllegalArgumentException when it cannot have that size
+     * @throws UnsupportedOperationException when the formats cannot be converted
+     * @throws MediaStateException when the picture is closed
+     */
+    public Picture convert(PixelFormat wanted, int wantedWidth, int wantedHeight) {
+        Objects.requireNonNull(wanted, "wanted");
+        checkSize(wantedWidth, wantedHeight);
+        int[] newOffsets = new int[offsets.length];
+        int[] newLineSizes = new int[lineSizes.length];
+        long size = 0;
+        for (int plane = 0; plane < wanted.planes(); plane++) {
+            newOffsets[plane] = Math.toIntExact(size);
+            newLineSizes[plane] = wanted.rowBytes(plane, wantedWidth);
+            size += (long) newLineSizes[plane] * wanted.rows(plane, wantedHeight);
+        }
+        if (wanted.reservesPalette()) {
+            newOffsets[PALETTE_PLANE] = Math.toIntExact(size);
+            size += PALETTE_ENTRIES * Integer.BYTES;
+        }
+        PictureMemory to = new PicturePool().take(Math.toIntExact(size));
+        PictureConverters.convert(hold(), place(format, width, height, offsets, lineSizes), to.buffer(),
+                place(wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes));
+        return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes, details);
     }
 
-    private static int component(int pixel, int mask) {
-        int shift = Integer.numberOfTrailingZeros(mask);
-        int largest = mask >>> shift;
-        return ((pixel & mask) >>> shift) * 255 / largest;
+    private static int[] place(PixelFormat format, int width, int height, int[] offsets, int[] lineSizes) {
+        int[] place = Arrays.copyOf(new int[] {format.number(), width, height}, 11);
+        System.arraycopy(offsets, 0, place, 3, 4);
+        System.arraycopy(lineSizes, 0, place, 7, 4);
+        return place;
+    }
+
+    private static void checkSize(int width, int height) {
+        if (width < 1 || width > LARGEST_SIDE || height < 1 || height > LARGEST_SIDE
+                || (long) width * height > Integer.MAX_VALUE / Long.BYTES) {
+            throw new IllegalArgumentException("no picture has " + width + "x" + height + " pixels");
+        }
+    }
+
+    /**
+     * Lets the memory go, so that another picture can have it; does nothing the second time. Images, arrays and pictures
+     * made of this one stay; its planes must not be looked at any more.
+     */
+    @Override
+    public void close() {
+        PictureMemory old;
+        synchronized (this) {
+            old = memory;
+            memory = null;
+        }
+        if (old != null) {
+            old.release();
+        }
+    }
+
+    private synchronized PictureMemory memory() {
+        if (memory == null) {
+            throw new MediaStateException("the picture is closed");
+        }
+        return memory;
+    }
+
+    /** The memory, which nobody else gets before it is released. */
+    private synchronized PictureMemory hold() {
+        memory().hold();
+        return memory;
     }
 
     @Override

@@ -3,8 +3,8 @@ package kiv.media.ffmpeg;
 import java.util.Optional;
 
 /**
- * The formats in which a {@link VideoDecoder} can give its pictures. A picture that the decoder makes in another
- * format, or in another size than the stream's, is converted by libswscale.
+ * The formats in which {@link c_multimediaapi_ffmpeg} can give pictures in arrays. A picture that the decoder makes in
+ * another format, or in another size than the stream's, is converted by libswscale.
  */
 public enum PictureFormat {
     /** Planar YUV 4:2:0, planes in the order Y, V, U. */
@@ -90,39 +90,9 @@ public enum PictureFormat {
         return fourcc == 0;
     }
 
-    /** Whether a decoder can write such pictures into arrays. */
-    boolean fitsArrays() {
-        return this != RGB8 && this != RGB24;
-    }
-
     /** Bytes in an element of the array that holds a picture: 1, 2 or 4, and 3 where no array fits. */
     int elementSize() {
         return elementSize;
-    }
-
-    /** Bytes that a line of a plane takes without padding; odd widths round up to whole chroma samples. */
-    int rowBytes(int plane, int width) {
-        if (this == YV12 || this == I420) {
-            return plane == 0 ? width : (width + 1) / 2;
-        }
-        if (this == YUY2 || this == UYVY) {
-            return (width + 1) / 2 * 4;
-        }
-        return width * elementSize;
-    }
-
-    /** Lines of a plane. */
-    int rows(int plane, int height) {
-        return (this == YV12 || this == I420) && plane > 0 ? (height + 1) / 2 : height;
-    }
-
-    /** Bytes of a picture whose lines have no padding. */
-    long packedSize(int width, int height) {
-        long size = 0;
-        for (int plane = 0; plane < planes; plane++) {
-            size += (long) rowBytes(plane, width) * rows(plane, height);
-        }
-        return size;
     }
 
     /** The colour model as the native side reads it: code, bits, depth and the four masks. */

@@ -4,6 +4,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Objects;
+import java.util.stream.Stream;
 
 /**
  * Decodes the packets of one video stream into pictures.
@@ -11,16 +12,14 @@ import java.util.Objects;
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("film.mp4"));
  *         VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
- *     reader.packets().filter(decoder::accepts).flatMap(packet -> decoder.decode(packet).stream())
- *             .forEach(picture -> show(picture.toBufferedImage()));
+ *     decoder.pictures(reader).forEach(picture -> show(picture.toBufferedImage()));
  * }
  * }</pre>
  *
+ * <p>Pictures come in the decoder's own pixel format, without any loss; {@link Picture} converts them.
+ *
  * <p>A decoder may move from thread to thread, but two threads must not call it at the same time: the second one gets a
  * {@link MediaStateException}, as does every use after {@link #close()}. Different decoders work in parallel.
- *
- * <p>Square pictures are not decoded yet, and pictures that a decoder still holds back at the end of a stream, for
- * their order, are not given out yet.
  */
 public final class VideoDecoder implements AutoCloseable {
 
@@ -31,28 +30,30 @@ public final class VideoDecoder implements AutoCloseable {
     private static final int CHANGED_PICTURE = 4;
     private static final int ERROR = 8;
 
+    private static final int DRAIN = 0x100;
+    private static final int PARAMS = 32;
+    private static final int FULL_RANGE = 2;
+    private static final Packet NO_PACKET = Packet.of(new byte[0], 0, Packet.NO_TIME, Packet.NO_TIME, false);
+
     private final NativeHandle handle;
-    private final DecoderBuffers buffers;
+    private final PicturePool pool;
     private final VideoFormat format;
-    private final PictureFormat pictureFormat;
     private final int streamIndex;
     private final PacketTimes times = new PacketTimes();
     private List<Picture> finished = new ArrayList<>();
 
-    private VideoDecoder(long address, DecoderBuffers buffers, VideoFormat format, PictureFormat pictureFormat,
-            int streamIndex) {
-        this.handle = new NativeHandle("decoder", this, address, dead -> BoundBuffers.with(buffers, () -> {
+    private VideoDecoder(long address, PicturePool pool, VideoFormat format, int streamIndex) {
+        this.handle = new NativeHandle("decoder", this, address, dead -> BoundBuffers.with(pool, () -> {
             c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
             return null;
         }));
-        this.buffers = buffers;
+        this.pool = pool;
         this.format = format;
-        this.pictureFormat = pictureFormat;
         this.streamIndex = streamIndex;
     }
 
     /**
-     * Opens a decoder that gives RGB pictures, ready for {@link Picture#toBufferedImage()}.
+     * Opens a decoder.
      *
      * @param stream a stream of pictures
      * @return the decoder, to be closed
@@ -60,58 +61,36 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
-        return open(stream, PictureFormat.RGB32);
-    }
-
-    /**
-     * Opens a decoder.
-     *
-     * @param stream a stream of pictures
-     * @param pictureFormat the format of the pictures; most video is decoded into {@link PictureFormat#I420} or
-     *     {@link PictureFormat#YV12} without any conversion
-     * @return the decoder, to be closed
-     * @throws UnsupportedCodecException when its video cannot be decoded
-     * @throws LibraryException when the library cannot be loaded
-     */
-    public static VideoDecoder open(MediaStream stream, PictureFormat pictureFormat) {
-        return open(VideoFormat.of(stream), pictureFormat, stream.index());
+        return open(VideoFormat.of(stream), stream.index());
     }
 
     /**
      * Opens a decoder for video that does not come from a {@link MediaReader}.
      *
      * @param format the compressed video
-     * @param pictureFormat the format of the pictures
      * @return the decoder, to be closed
      * @throws UnsupportedCodecException when the video cannot be decoded
      * @throws LibraryException when the library cannot be loaded
      */
-    public static VideoDecoder open(VideoFormat format, PictureFormat pictureFormat) {
-        return open(format, pictureFormat, ANY_STREAM);
+    public static VideoDecoder open(VideoFormat format) {
+        return open(format, ANY_STREAM);
     }
 
-    private static VideoDecoder open(VideoFormat format, PictureFormat pictureFormat, int streamIndex) {
-        if (!pictureFormat.fitsArrays()) {
-            throw new UnsupportedCodecException("pictures are not given as " + pictureFormat
-                    + ", which does not fit into an array; take RGB32");
-        }
-        if (format.width() == format.height()) {
-            throw new UnsupportedCodecException("square pictures (" + format.width() + "x" + format.height()
-                    + ") are not supported yet");
-        }
+    private static VideoDecoder open(VideoFormat format, int streamIndex) {
         long context = FfmpegLibrary.context();
-        DecoderBuffers buffers = new DecoderBuffers();
+        PicturePool pool = new PicturePool();
         long address;
         try {
             address = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, format.subtype(), format.toNative(),
-                    format.extradata(), new Object[] {pictureFormat.toColorModel()}, buffers);
+                    format.extradata(), null, pool);
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
-        VideoDecoder decoder = new VideoDecoder(address, buffers, format, pictureFormat, streamIndex);
+        VideoDecoder decoder = new VideoDecoder(address, pool, format, streamIndex);
         try {
             // A container's packet is a whole picture; told so, no decoder delays it to look for the picture's end.
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
+            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.NATIVE_FORMAT, 1);
             if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
                 throw new UnsupportedCodecException("the decoder does not open for " + format
                         + "; its private data may be missing or damaged");
@@ -126,11 +105,6 @@ public final class VideoDecoder implements AutoCloseable {
     /** {@return the compressed video} */
     public VideoFormat format() {
         return format;
-    }
-
-    /** {@return the format of the pictures} */
-    public PictureFormat pictureFormat() {
-        return pictureFormat;
     }
 
     /**
@@ -157,16 +131,52 @@ public final class VideoDecoder implements AutoCloseable {
         if (!accepts(packet)) {
             throw new IllegalArgumentException(packet + " is not of the decoder's stream " + streamIndex);
         }
-        return handle.call(address -> BoundBuffers.with(buffers, () -> {
+        return call(address -> {
             try {
                 decode(address, packet);
             } catch (RuntimeException | Error e) {
                 throw translate(e);
             }
-            List<Picture> pictures = finished;
-            finished = new ArrayList<>();
-            return pictures;
-        }));
+            return handOut();
+        });
+    }
+
+    /**
+     * Ends the stream: gives the pictures that the decoder holds back for their order, and leaves it ready for another
+     * stream of the same format.
+     *
+     * @return the last pictures; none from most codecs
+     */
+    public List<Picture> finish() {
+        return call(address -> {
+            try {
+                fetch(address, DRAIN, NO_PACKET);
+                c_multimediaapi_ffmpeg.n_vcodec_reset(address);
+            } catch (RuntimeException | Error e) {
+                throw translate(e);
+            }
+            times.forget();
+            return handOut();
+        });
+    }
+
+    /**
+     * Decodes everything that a reader still has of this decoder's stream, packet by packet as the pictures are asked for;
+     * damaged packets are left out.
+     *
+     * @param reader the reader that the stream is from
+     * @return the pictures, the last ones included; reading failures are thrown by the stream as
+     *     {@link java.io.UncheckedIOException}
+     */
+    public Stream<Picture> pictures(MediaReader reader) {
+        Stream<Picture> decoded = reader.packets().filter(this::accepts).flatMap(packet -> {
+            try {
+                return decode(packet).stream();
+            } catch (DecodeException e) {
+                return Stream.empty();
+            }
+        });
+        return Stream.concat(decoded, Stream.of(this).flatMap(decoder -> decoder.finish().stream()));
     }
 
     /**
@@ -175,12 +185,12 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws MediaStateException when the decoder is closed or in use
      */
     public void reset() {
-        handle.call(address -> BoundBuffers.with(buffers, () -> {
+        call(address -> {
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
             times.forget();
             finished.clear();
             return null;
-        }));
+        });
     }
 
     /**
@@ -193,51 +203,66 @@ public final class VideoDecoder implements AutoCloseable {
         handle.close();
     }
 
+    private <T> T call(NativeHandle.Call<T, RuntimeException> work) {
+        return handle.call(address -> {
+            try {
+                return BoundBuffers.with(pool, () -> work.on(address));
+            } finally {
+                pool.settle();
+            }
+        });
+    }
+
+    private List<Picture> handOut() {
+        List<Picture> pictures = finished;
+        finished = new ArrayList<>();
+        return pictures;
+    }
+
     private void decode(long address, Packet packet) {
         Object[] out = new Object[1];
-        int[] params = new int[16];
+        int[] params = new int[PARAMS];
         params[1] = packet.size();
         params[3] = times.remember(packet);
         int result = c_multimediaapi_ffmpeg.n_vcodec_process(address, packet.bytes(), out, params);
-        boolean failed = result == ERROR;
-        if (failed) {
-            // Pictures that were finished before the fault wait inside.
-            result = handOut(address, out, params);
+        take(result, out, params, packet);
+        if (result == ERROR || result == MORE_PICTURES) {
+            // Pictures that were finished before a fault wait inside.
+            fetch(address, 0, packet);
         }
-        while (result == MORE_PICTURES) {
-            take(out, params, packet);
-            result = handOut(address, out, params);
-        }
-        if (result == PICTURE || result == CHANGED_PICTURE) {
-            take(out, params, packet);
-        }
-        failed |= result == ERROR;
-        if (failed) {
+        if (result == ERROR) {
             throw new DecodeException("a packet cannot be decoded: " + packet);
         }
     }
 
-    private static int handOut(long address, Object[] out, int[] params) {
-        Arrays.fill(params, 0);
-        out[0] = null;
-        return c_multimediaapi_ffmpeg.n_vcodec_process(address, null, out, params);
+    /** Takes the pictures that wait. */
+    private void fetch(long address, int flags, Packet fed) {
+        int result;
+        do {
+            Object[] out = new Object[1];
+            int[] params = new int[PARAMS];
+            params[2] = flags;
+            result = c_multimediaapi_ffmpeg.n_vcodec_process(address, null, out, params);
+            take(result, out, params, fed);
+        } while (result == MORE_PICTURES);
     }
 
-    private void take(Object[] out, int[] params, Packet packet) {
-        PictureMemory memory = (PictureMemory) out[0];
-        int elementSize = memory.format().elementSize();
-        int[] planeOffsets = new int[4];
-        for (int plane = 0; plane < planeOffsets.length; plane++) {
-            planeOffsets[plane] = params[6] * elementSize + params[7 + plane];
+    private void take(int result, Object[] out, int[] params, Packet packet) {
+        if (result != PICTURE && result != MORE_PICTURES && result != CHANGED_PICTURE) {
+            return;
         }
-        // A picture that was converted has the stream's first size, though the decoder's may have changed since.
-        long shown = params[11];
-        boolean converted = pictureFormat.packedSize(memory.width(), memory.height()) / elementSize != shown
-                && pictureFormat.packedSize(format.width(), format.height()) / elementSize == shown;
-        int width = converted ? format.width() : memory.width();
-        int height = converted ? format.height() : memory.height();
+        PictureMemory memory = (PictureMemory) out[0];
+        memory.hold();
+        int[] offsets = new int[4];
+        for (int plane = 0; plane < offsets.length; plane++) {
+            offsets[plane] = params[6] + params[7 + plane];
+        }
         long key = params[13] & 0xFFFFFFFFL | (long) params[14] << 32;
-        finished.add(new Picture(memory, width, height, planeOffsets, times.of(key, packet), format.timeBase()));
+        PixelFormat pixels = PixelFormat.of(params[18])
+                .orElseThrow(() -> new DecodeException("pictures of FFmpeg's format " + params[18] + " are not in memory"));
+        finished.add(new Picture(memory, pixels, params[16], params[17], offsets, Arrays.copyOfRange(params, 22, 26),
+                new Picture.Details(times.of(key, packet), format.timeBase(), params[19] != 0, params[21] != 0,
+                        params[28] == FULL_RANGE, new Rational(params[26], params[27]))));
     }
 
     /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */

@@ -13,6 +13,15 @@ public final class c_codecoptions_ffmpeg {
      */
     public static final String WHOLE_PACKETS = "whole_packets";
 
+    /**
+     * Pictures lie in direct {@link java.nio.ByteBuffer}s instead of arrays (value 1): element 0 of what
+     * {@code m_vcodec_alloc_buffer} fills is one, and every buffer is given back exactly once.
+     */
+    public static final String DIRECT_BUFFERS = "direct_buffers";
+
+    /** Pictures come in the decoder's own pixel format, in direct buffers (value 1). */
+    public static final String NATIVE_FORMAT = "native_format";
+
     /** Bits a second of an audio codec, which some decoders need to know and encoders aim at. Settable. */
     public static final String BIT_RATE = "bit_rate";
 

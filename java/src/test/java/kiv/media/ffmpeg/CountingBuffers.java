@@ -16,7 +16,7 @@ class CountingBuffers implements VideoBuffers {
         lastBuffer = buffer.clone();
         lastSlots = slots;
         slots[0] = PictureArrays.allocate(layout, buffer);
-        slots[3] = new PictureMemory(slots[0], layout);
+        slots[3] = lastLayout;
         return true;
     }
 

@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.io.PrintWriter;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioDecoder;
@@ -145,20 +146,29 @@ final class DecodeCommand implements Callable<Integer> {
                 }
             }
         }
+        if (decoder != null && !done()) {
+            take(decoder.finish(), writer, progress);
+        }
     }
 
     private void decodePicture(Packet packet, VideoDecoder decoder, PictureWriter writer, Progress progress)
             throws IOException {
         try {
-            for (Picture picture : decoder.decode(packet)) {
-                if (decoded++ % every == 0 && !done()) {
-                    writer.write(picture, decoded);
-                    written++;
-                }
-                progress.at(decoded);
-            }
+            take(decoder.decode(packet), writer, progress);
         } catch (DecodeException e) {
             damaged++;
+        }
+    }
+
+    private void take(List<Picture> pictures, PictureWriter writer, Progress progress) throws IOException {
+        for (Picture picture : pictures) {
+            if (decoded++ % every == 0 && !done()) {
+                writer.write(picture, decoded);
+                written++;
+            } else {
+                picture.close();
+            }
+            progress.at(decoded);
         }
     }
 

@@ -40,7 +40,7 @@ final class PictureWriter implements AutoCloseable {
     }
 
     /**
-     * Takes a picture to write.
+     * Takes a picture to write, and closes it then.
      *
      * @param number its place in the stream, from 1
      * @throws IOException when an earlier one could not be written
@@ -49,7 +49,7 @@ final class PictureWriter implements AutoCloseable {
         throwFailure();
         Path file = directory.resolve(String.format(Locale.ROOT, "%s-%05d.png", baseName, number));
         workers.execute(() -> {
-            try {
+            try (picture) {
                 Files.write(file, encode(picture.toBufferedImage()));
             } catch (IOException | RuntimeException | OutOfMemoryError e) {
                 failure.compareAndSet(null, e);

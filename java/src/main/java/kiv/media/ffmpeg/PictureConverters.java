@@ -1,0 +1,41 @@
+package kiv.media.ffmpeg;
+
+import java.nio.ByteBuffer;
+import java.util.concurrent.ConcurrentLinkedDeque;
+
+/**
+ * The native converters, which know the tables of their last conversion: a thread takes one and gives it back, so there
+ * are as many as were ever needed at the same time.
+ */
+final class PictureConverters {
+
+    private static final ConcurrentLinkedDeque<Long> IDLE = new ConcurrentLinkedDeque<>();
+
+    private PictureConverters() {
+    }
+
+    /**
+     * Converts a picture.
+     *
+     * @param from held by the caller, and released here
+     * @param fromPlace as {@link c_pictureconverter_ffmpeg#n_convert} takes it
+     */
+    static void convert(PictureMemory from, int[] fromPlace, ByteBuffer to, int[] toPlace) {
+        Long converter = IDLE.poll();
+        try {
+            if (converter == null) {
+                converter = c_pictureconverter_ffmpeg.n_create_converter(FfmpegLibrary.context());
+            }
+            c_pictureconverter_ffmpeg.n_convert(converter, from.buffer(), fromPlace, to, toPlace,
+                    c_pictureconverter_ffmpeg.BICUBIC);
+        } catch (RuntimeException e) {
+            throw e.getClass() == RuntimeException.class
+                    ? new UnsupportedOperationException(MediaException.plain(e), e) : e;
+        } finally {
+            from.release();
+            if (converter != null) {
+                IDLE.push(converter);
+            }
+        }
+    }
+}

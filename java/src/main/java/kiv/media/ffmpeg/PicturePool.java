@@ -1,0 +1,63 @@
+package kiv.media.ffmpeg;
+
+import java.nio.ByteBuffer;
+import java.util.ArrayDeque;
+import java.util.ArrayList;
+import java.util.Deque;
+import java.util.List;
+
+/**
+ * Memory for the pictures of one decoder, used again when it comes back: fresh memory is cleared first, which costs as
+ * much as decoding some pictures does. Any thread may use it.
+ */
+final class PicturePool implements VideoBuffers {
+
+    /** As many as a program that closes its pictures has in use at a time, about. */
+    private static final int LARGEST = 8;
+
+    private final Deque<ByteBuffer> spare = new ArrayDeque<>();
+    private final List<PictureMemory> freed = new ArrayList<>();
+
+    /** Memory with the caller as its holder. */
+    PictureMemory take(int size) {
+        ByteBuffer buffer = null;
+        synchronized (this) {
+            while (buffer == null && !spare.isEmpty()) {
+                // Another size is that of pictures that will not come again.
+                ByteBuffer candidate = spare.pop();
+                buffer = candidate.capacity() == size ? candidate : null;
+            }
+        }
+        return new PictureMemory(this, buffer != null ? buffer : ByteBuffer.allocateDirect(size));
+    }
+
+    synchronized void takeBack(ByteBuffer buffer) {
+        if (spare.size() < LARGEST) {
+            spare.push(buffer);
+        }
+    }
+
+    @Override
+    public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
+        PictureMemory memory = take(buffer[1]);
+        slots[0] = memory.buffer();
+        slots[3] = memory;
+        return true;
+    }
+
+    /** Often called before the picture that was made of the memory is known to Java: {@link #settle} lets it go. */
+    @Override
+    public synchronized void free(Object[] slots) {
+        freed.add((PictureMemory) slots[3]);
+    }
+
+    /** After a native call, when its pictures hold their memory: lets go of what the library has given back. */
+    void settle() {
+        List<PictureMemory> unused;
+        synchronized (this) {
+            unused = List.copyOf(freed);
+            freed.clear();
+        }
+        unused.forEach(PictureMemory::release);
+    }
+}

@@ -1,0 +1,170 @@
+package kiv.media.ffmpeg;
+
+import java.util.List;
+import java.util.Optional;
+import java.util.concurrent.ConcurrentHashMap;
+import java.util.stream.IntStream;
+
+/**
+ * How the pixels of a {@link Picture} are stored: FFmpeg's formats, under FFmpeg's names, such as {@code yuv420p} (a plane
+ * of brightness and two smaller ones of colour), {@code bgra} (four bytes a pixel) or {@code pal8} (one byte that stands
+ * for an entry of the picture's palette). There is one object for each format of the loaded library.
+ */
+public final class PixelFormat {
+
+    /** Above every number in use. */
+    private static final int NUMBERS = 1024;
+    private static final int COMPONENTS = 4;
+    private static final int FIRST_COMPONENT = 6;
+    private static final int COMPONENT_LENGTH = 5;
+
+    private static final int BIG_ENDIAN = 1;
+    private static final int PALETTE = 2;
+    private static final int BITS = 4;
+    private static final int HARDWARE = 8;
+    private static final int RGB = 32;
+    private static final int UNUSED_PALETTE = 64;
+    private static final int ALPHA = 128;
+
+    private static final ConcurrentHashMap<Integer, Optional<PixelFormat>> FORMATS = new ConcurrentHashMap<>();
+
+    private final int number;
+    private final String name;
+    private final int[] description;
+
+    private PixelFormat(int number, String name, int[] description) {
+        this.number = number;
+        this.name = name;
+        this.description = description;
+    }
+
+    /** The format of FFmpeg's number, if there is one and its pixels are in memory. */
+    static Optional<PixelFormat> of(int number) {
+        return FORMATS.computeIfAbsent(number, unknown -> {
+            long context = FfmpegLibrary.context();
+            int[] description = c_pictureconverter_ffmpeg.n_pixel_format(context, unknown);
+            String name = c_pictureconverter_ffmpeg.n_pixel_format_name(context, unknown);
+            return description == null || name == null || (description[3] & HARDWARE) != 0 ? Optional.empty()
+                    : Optional.of(new PixelFormat(unknown, name, description));
+        });
+    }
+
+    /** {@return every format of the loaded library} */
+    public static List<PixelFormat> all() {
+        return IntStream.range(0, NUMBERS).mapToObj(PixelFormat::of).flatMap(Optional::stream).toList();
+    }
+
+    /**
+     * Finds a format.
+     *
+     * @param name FFmpeg's name
+     * @return the format
+     * @throws IllegalArgumentException when the loaded library has none of this name
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static PixelFormat named(String name) {
+        return all().stream().filter(format -> format.name.equals(name)).findFirst()
+                .orElseThrow(() -> new IllegalArgumentException("no pixel format is called \"" + name + "\""));
+    }
+
+    int number() {
+        return number;
+    }
+
+    /** {@return FFmpeg's name} */
+    public String name() {
+        return name;
+    }
+
+    /** {@return bits of a pixel on average, without padding} */
+    public int bitsPerPixel() {
+        return description[4];
+    }
+
+    /** {@return bits of a component, such as 8 or 10; the largest when they differ} */
+    public int depth() {
+        int depth = 0;
+        for (int component = 0; component < description[0]; component++) {
+            depth = Math.max(depth, of(component, 4));
+        }
+        return depth;
+    }
+
+    /** {@return number of planes, 1 to 4; a palette is none} */
+    public int planes() {
+        int planes = 0;
+        for (int component = 0; component < description[0]; component++) {
+            planes = Math.max(planes, of(component, 0) + 1);
+        }
+        return planes;
+    }
+
+    /** {@return whether the components are red, green and blue, also by way of a palette} */
+    public boolean isRgb() {
+        return (description[3] & (RGB | PALETTE)) != 0;
+    }
+
+    /** {@return whether pixels are entries of a palette} */
+    public boolean hasPalette() {
+        return (description[3] & PALETTE) != 0;
+    }
+
+    /** Whether memory has room for a palette, as FFmpeg wants it behind some formats that make no use of it too. */
+    boolean reservesPalette() {
+        return (description[3] & (PALETTE | UNUSED_PALETTE)) != 0;
+    }
+
+    /** {@return whether pixels tell how opaque they are} */
+    public boolean hasAlpha() {
+        return (description[3] & ALPHA) != 0;
+    }
+
+    /** {@return whether the high byte of larger values comes first} */
+    public boolean isBigEndian() {
+        return (description[3] & BIG_ENDIAN) != 0;
+    }
+
+    /**
+     * Bytes of a row that are picture.
+     *
+     * @param plane 0 to {@link #planes()} - 1
+     * @param width the picture's width in pixels
+     */
+    int rowBytes(int plane, int width) {
+        long largest = 0;
+        for (int component = 0; component < description[0]; component++) {
+            if (of(component, 0) == plane) {
+                long columns = isChroma(component) ? ceilShift(width, description[1]) : width;
+                largest = Math.max(largest, columns * of(component, 1));
+            }
+        }
+        return Math.toIntExact((description[3] & BITS) != 0 ? (largest + 7) / 8 : largest);
+    }
+
+    /**
+     * Rows of a plane.
+     *
+     * @param plane 0 to {@link #planes()} - 1
+     * @param height the picture's height in pixels
+     */
+    int rows(int plane, int height) {
+        return plane == 1 || plane == 2 ? ceilShift(height, description[2]) : height;
+    }
+
+    private static boolean isChroma(int component) {
+        return component == 1 || component == 2;
+    }
+
+    private static int ceilShift(int size, int shift) {
+        return -(-size >> shift);
+    }
+
+    private int of(int component, int field) {
+        return component < COMPONENTS ? description[FIRST_COMPONENT + COMPONENT_LENGTH * component + field] : 0;
+    }
+
+    @Override
+    public String toString() {
+        return name;
+    }
+}
