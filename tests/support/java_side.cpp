@@ -30,11 +30,24 @@ c_java_side::c_java_side()
              return ++inc_freed, jvalue{};
          }}};
     c_fake_jnienv dsl_env(dsc_vm);
-    ilc_context = NATIVE(init)(&dsl_env, dsl_env.local_class(strl_api_class), dsl_env.local_string(ffmpeg_directory()),
-                               dsl_env.local(c_fake_jnienv::make(strl_api_class)), 5);
-    EXPECT_NE(ilc_context, 0) << dsl_env.take_pending();
+    ilc_context = open_context(dsl_env);
     constexpr int inl_quiet = -8;
     g_avutil.av_log_set_level(inl_quiet); // damaged packets make FFmpeg talk
+}
+
+jlong c_java_side::open_context(c_fake_jnienv &dsp_env)
+{
+    const jlong ill_context =
+        NATIVE(init)(&dsp_env, dsp_env.local_class(strl_api_class), dsp_env.local_string(ffmpeg_directory()),
+                     dsp_env.local(c_fake_jnienv::make(strl_api_class)), 5);
+    EXPECT_NE(ill_context, 0) << dsp_env.take_pending();
+    return ill_context;
+}
+
+void c_java_side::open_and_close_another_context()
+{
+    c_fake_jnienv dsl_env(dsc_vm);
+    NATIVE(close)(&dsl_env, nullptr, open_context(dsl_env));
 }
 
 c_java_side::~c_java_side()

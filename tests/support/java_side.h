@@ -28,6 +28,8 @@ public:
     ~c_java_side();
 
     c_fake_vm &vm() { return dsc_vm; }
+    /** Of the same virtual machine, as all contexts of a process are. */
+    void open_and_close_another_context();
     jlong context() const { return ilc_context; }
     /** Lines that reached print_info. */
     int lines() const { return inc_lines; }
@@ -40,6 +42,8 @@ public:
 
 private:
     jvalue allocate(c_fake_jnienv &dsp_env, const std::vector<jvalue> &dsp_arguments);
+
+    jlong open_context(c_fake_jnienv &dsp_env);
 
     c_fake_vm dsc_vm;
     std::atomic<int> inc_lines{0}, inc_allocated{0}, inc_freed{0}, inc_pictures{0};

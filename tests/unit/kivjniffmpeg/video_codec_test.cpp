@@ -326,7 +326,7 @@ TEST_F(video_codec, threads_share_a_context)
             }
         });
     for (int inl_round = 0; inl_round < 20; ++inl_round)
-        c_java_side();
+        dsc_side.open_and_close_another_context();
     for (std::thread &dsl_thread : dsl_threads)
         dsl_thread.join();
 }
