@@ -52,6 +52,7 @@ void dsd_ffmpeg::load(const std::string &strp_directory)
     LOOK_UP(avutil, av_mallocz);
     LOOK_UP(avutil, av_freep);
     LOOK_UP(avutil, av_log_set_level);
+    LOOK_UP(avutil, av_md5_sum);
     LOOK_UP(avutil, av_strerror);
     LOOK_UP(avutil, av_get_sample_fmt_name);
     LOOK_UP(avutil, av_get_pix_fmt);

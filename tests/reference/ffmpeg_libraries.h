@@ -32,6 +32,7 @@ struct dsd_ffmpeg
     void *(*av_mallocz)(size_t);
     void (*av_freep)(void *);
     void (*av_log_set_level)(int);
+    void (*av_md5_sum)(uint8_t *, const uint8_t *, int);
     int (*av_strerror)(int, char *, size_t);
     const char *(*av_get_sample_fmt_name)(AVSampleFormat);
     AVPixelFormat (*av_get_pix_fmt)(const char *);

@@ -55,3 +55,14 @@ void open_codec(AVCodecContext &dsp_context, const AVCodec &dsp_codec)
     if (const int inl_error = g_ffmpeg.avcodec_open2(&dsp_context, &dsp_codec, nullptr); inl_error < 0)
         fail("avcodec_open2", inl_error);
 }
+
+std::string md5_of(std::span<const uint8_t> dsp_bytes)
+{
+    std::array<uint8_t, 16> byrl_sum{};
+    g_ffmpeg.av_md5_sum(byrl_sum.data(), dsp_bytes.data(), static_cast<int>(dsp_bytes.size()));
+    std::string strl_digits;
+    for (const uint8_t byl_byte : byrl_sum)
+        for (const int inl_digit : {byl_byte >> 4, byl_byte & 15})
+            strl_digits += "0123456789abcdef"[inl_digit];
+    return strl_digits;
+}

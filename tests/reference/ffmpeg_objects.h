@@ -77,3 +77,6 @@ context_ptr new_context(const AVCodec &dsp_codec, const AVCodecContext &dsp_stre
 
 /** @throws std::runtime_error with FFmpeg's reason */
 void open_codec(AVCodecContext &dsp_context, const AVCodec &dsp_codec);
+
+/** FFmpeg's MD5 of a block as 32 lower-case hexadecimal digits; Java has the JDK's. */
+std::string md5_of(std::span<const uint8_t> dsp_bytes);

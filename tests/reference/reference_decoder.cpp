@@ -19,7 +19,6 @@
  * With --pcm the first sound stream instead, see sound.h.
  */
 #include "ffmpeg_objects.h"
-#include "md5.h"
 #include "sound.h"
 
 #include <algorithm>
@@ -75,15 +74,16 @@ struct dsd_picture
     {
         std::array<int, 4> inl_bytes{};
         g_ffmpeg.av_image_fill_linesizes(inl_bytes.data(), dsc_format, inc_width);
-        c_md5 dsl_md5;
+        std::vector<uint8_t> byrl_packed;
         for (size_t ull_plane = 0; ull_plane < aubyc_data.size(); ++ull_plane) {
             if (inl_bytes[ull_plane] == 0)
                 continue;
             for (int inl_line = 0; inl_line < lines(ull_plane); ++inl_line)
-                dsl_md5.update({aubyc_data[ull_plane] + ptrdiff_t{inl_line} * inc_linesizes[ull_plane],
-                                static_cast<size_t>(inl_bytes[ull_plane])});
+                byrl_packed.insert(
+                    byrl_packed.end(), aubyc_data[ull_plane] + ptrdiff_t{inl_line} * inc_linesizes[ull_plane],
+                    aubyc_data[ull_plane] + ptrdiff_t{inl_line} * inc_linesizes[ull_plane] + inl_bytes[ull_plane]);
         }
-        return dsl_md5.finish();
+        return md5_of(byrl_packed);
     }
 };
 

@@ -1,7 +1,5 @@
 #include "sound.h"
 
-#include "md5.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>

@@ -11,6 +11,7 @@
 namespace
 {
 
+constexpr const char *strl_mpeg2_subtype = "e06d8026-db46-11cf-b4d1-00805f6cbbea";
 constexpr const char *strl_api_class = "kiv/media/ffmpeg/c_multimediaapi_ffmpeg";
 
 } // namespace
@@ -20,7 +21,7 @@ c_java_side::c_java_side()
     load_ffmpeg();
     dsc_vm.dsc_methods = {
         {"intValue", [](c_fake_jnienv &, const std::vector<jvalue> &) { return jvalue{}; }},
-        {"print_info", [this](c_fake_jnienv &, const std::vector<jvalue> &) { return ++inc_lines, jvalue{}; }},
+        {"print_info", [](c_fake_jnienv &, const std::vector<jvalue> &) { return jvalue{}; }},
         {"m_vcodec_alloc_buffer",
          [this](c_fake_jnienv &dsp_env, const std::vector<jvalue> &dsp_arguments) {
              return allocate(dsp_env, dsp_arguments);
@@ -59,27 +60,18 @@ c_java_side::~c_java_side()
 
 jvalue c_java_side::allocate(c_fake_jnienv &dsp_env, const std::vector<jvalue> &dsp_arguments)
 {
-    ++inc_allocator_calls;
-    const ie_allocator iel_behaviour = iec_allocator;
     jvalue dsl_result{};
-    if (iel_behaviour == ie_allocator::throws)
-        dsp_env.throw_java("java/lang/IllegalStateException", "no room");
-    if (iel_behaviour == ie_allocator::throws || iel_behaviour == ie_allocator::refuses)
+    if (iec_allocator == ie_allocator::refuses)
         return dsl_result;
     const std::vector<jint> aiml_model = dsp_env.ints(dsp_arguments[1].l);
     const std::vector<jint> aiml_sizes = dsp_env.ints(dsp_arguments[2].l);
     EXPECT_EQ(aiml_sizes.size(), 5U);
     constexpr jint iml_yuy2 = 0x32595559;
-    constexpr jint iml_uyvy = 0x59565955;
-    const bool bl_shorts =
-        aiml_model[8] == iml_yuy2 || aiml_model[8] == iml_uyvy || aiml_model[9] == 15 || aiml_model[9] == 16;
-    std::string strl_class = aiml_model[9] == 32 && aiml_model[8] == 0 ? "[I" : bl_shorts ? "[S" : "[B";
-    if (iel_behaviour == ie_allocator::gives_another_kind)
-        strl_class = strl_class == "[B" ? "[S" : "[B";
+    const std::string strl_class = aiml_model[9] == 32 && aiml_model[8] == 0 ? "[I"
+                                   : aiml_model[8] == iml_yuy2               ? "[S"
+                                                                             : "[B";
     const size_t uml_element = c_fake_jnienv::make(strl_class)->element_size();
-    size_t uml_length = (static_cast<size_t>(aiml_sizes[1]) + uml_element - 1) / uml_element;
-    if (iel_behaviour == ie_allocator::gives_too_little)
-        --uml_length;
+    const size_t uml_length = (static_cast<size_t>(aiml_sizes[1]) + uml_element - 1) / uml_element;
     auto &dsl_objects = dsp_env.object(dsp_arguments[3].l)->dsc_elements;
     dsl_objects.at(0) = c_fake_jnienv::make_array(strl_class, uml_length);
     // The object of the result: both arrays, for the tests to look into.
@@ -91,8 +83,7 @@ jvalue c_java_side::allocate(c_fake_jnienv &dsp_env, const std::vector<jvalue> &
 }
 
 c_java_decoder::c_java_decoder(c_java_side &dsp_side, int32_t imp_width, int32_t imp_height,
-                               const std::vector<std::pair<int32_t, int32_t>> &dsp_models,
-                               const std::string &strp_subtype)
+                               const std::vector<std::pair<int32_t, int32_t>> &dsp_models)
     : dsc_side(dsp_side), dsc_env(dsp_side.vm())
 {
     std::vector<jint> aiml_format(18);
@@ -101,21 +92,15 @@ c_java_decoder::c_java_decoder(c_java_side &dsp_side, int32_t imp_width, int32_t
     std::vector<fake_object> dsl_models;
     for (const auto &[iml_fourcc, iml_bpp] : dsp_models)
         dsl_models.push_back(dsc_env.object(dsc_env.local_ints({iml_fourcc, iml_bpp, 24, 0, 0, 0, 0})));
-    ilc_codec = NATIVE(create_1vcodec_1to_1raw)(
-        &dsc_env, nullptr, dsp_side.context(), dsc_env.local_string(strp_subtype), dsc_env.local_ints(aiml_format),
-        nullptr, dsp_models.empty() ? nullptr : dsc_env.local_objects(dsl_models),
-        dsc_env.local(c_fake_jnienv::make("java/lang/Object")));
+    ilc_codec =
+        NATIVE(create_1vcodec_1to_1raw)(&dsc_env, nullptr, dsp_side.context(), dsc_env.local_string(strl_mpeg2_subtype),
+                                        dsc_env.local_ints(aiml_format), nullptr, dsc_env.local_objects(dsl_models),
+                                        dsc_env.local(c_fake_jnienv::make("java/lang/Object")));
 }
 
 bool c_java_decoder::open()
 {
     return NATIVE(vcodec_1open)(&dsc_env, nullptr, ilc_codec) == JNI_TRUE;
-}
-
-void c_java_decoder::reset()
-{
-    dsc_env.take_calls();
-    NATIVE(vcodec_1reset)(&dsc_env, nullptr, ilc_codec);
 }
 
 void c_java_decoder::whole_packets()

@@ -14,10 +14,7 @@
 enum class ie_allocator
 {
     grants,
-    refuses,
-    throws,
-    gives_too_little,
-    gives_another_kind
+    refuses
 };
 
 /** A library context made by n_init, closed at the end, and the memory that Java counts. Threads share one. */
@@ -31,14 +28,11 @@ public:
     /** Of the same virtual machine, as all contexts of a process are. */
     void open_and_close_another_context();
     jlong context() const { return ilc_context; }
-    /** Lines that reached print_info. */
-    int lines() const { return inc_lines; }
     /** Arrays that the library has neither given back nor handed out as a picture. */
     int arrays_in_use() const { return inc_allocated - inc_freed - inc_pictures; }
     void count_picture() { ++inc_pictures; }
 
     std::atomic<ie_allocator> iec_allocator{ie_allocator::grants};
-    std::atomic<int> inc_allocator_calls{0};
 
 private:
     jvalue allocate(c_fake_jnienv &dsp_env, const std::vector<jvalue> &dsp_arguments);
@@ -46,11 +40,9 @@ private:
     jlong open_context(c_fake_jnienv &dsp_env);
 
     c_fake_vm dsc_vm;
-    std::atomic<int> inc_lines{0}, inc_allocated{0}, inc_freed{0}, inc_pictures{0};
+    std::atomic<int> inc_allocated{0}, inc_freed{0}, inc_pictures{0};
     jlong ilc_context = 0;
 };
-
-constexpr const char *strg_mpeg2_subtype = "e06d8026-db46-11cf-b4d1-00805f6cbbea";
 
 /** What one n_vcodec_process gave. */
 struct dsd_processed
@@ -61,20 +53,17 @@ struct dsd_processed
     fake_object dsc_model;         /**< int[16] that described it to Java */
 };
 
-/** A video decoder driven through the exported functions by one thread; deleted at the end. */
+/** An MPEG-2 decoder driven through the exported functions by one thread; deleted at the end. */
 class c_java_decoder
 {
 public:
-    /** @param dsp_models a four-character code and bits per pixel each; none stands for a null array */
+    /** @param dsp_models a four-character code and bits per pixel each */
     c_java_decoder(c_java_side &dsp_side, int32_t imp_width, int32_t imp_height,
-                   const std::vector<std::pair<int32_t, int32_t>> &dsp_models,
-                   const std::string &strp_subtype = strg_mpeg2_subtype);
+                   const std::vector<std::pair<int32_t, int32_t>> &dsp_models);
     ~c_java_decoder() { close(); }
 
     c_fake_jnienv &env() { return dsc_env; }
-    jlong handle() const { return ilc_codec; }
     bool open();
-    void reset();
     void whole_packets();
     /** Deletes the decoder; what Java did not get is then given back. */
     void close();

@@ -46,21 +46,6 @@ TEST(exceptions, become_java_exceptions_unless_one_is_pending)
     EXPECT_EQ(fatal_error_of(dsl_ffmpeg), "could not find class java.lang.RuntimeException");
 }
 
-TEST(exceptions, message_survives_its_source_and_a_copy)
-{
-    std::string strl_source = "message";
-    const auto adsl_first = std::make_unique<kiv::jni::c_jniexception>(strl_source.c_str());
-    strl_source.assign("changed");
-    auto adsl_second = std::make_unique<kiv::jni::c_jniexception>(*adsl_first);
-    EXPECT_NE(adsl_first->what(), adsl_second->what());
-    EXPECT_STREQ(adsl_second->what(), "message");
-    try {
-        throw_ffmpeg_exception(1424, "error=", -22, " bufsize=", 7U, std::string(" text"));
-    } catch (const c_ffmpeg_exception &dsl_exception) {
-        EXPECT_STREQ(dsl_exception.what(), "error=-22 bufsize=7 text in line 1424");
-    }
-}
-
 // The numbers are how a message is found in the source: one number, one text.
 TEST(exceptions, line_numbers_are_unique_to_their_messages)
 {

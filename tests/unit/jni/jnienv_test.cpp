@@ -122,20 +122,6 @@ TEST_F(jni, results_that_look_like_failures_are_none)
     dsc_checked.delete_global_ref(avol_global);
 }
 
-TEST_F(jni, arguments_reach_the_method)
-{
-    std::vector<jvalue> dsl_seen;
-    dsc_vm.dsc_methods["method"] = [&](c_fake_jnienv &, const std::vector<jvalue> &dsp_arguments) {
-        dsl_seen = dsp_arguments;
-        return jvalue{.z = JNI_TRUE};
-    };
-    EXPECT_TRUE(dsc_checked.call_static_boolean_method(avoc_class, dsc_method, -5, avoc_class, jlong{1} << 40));
-    ASSERT_EQ(dsl_seen.size(), 3U);
-    EXPECT_EQ(dsl_seen[0].i, -5);
-    EXPECT_EQ(dsl_seen[1].l, avoc_class);
-    EXPECT_EQ(dsl_seen[2].j, jlong{1} << 40);
-}
-
 // What the machine hands out is a copy, so that Java sees a write only if the release mode says so.
 TEST_F(jni, read_only_array_is_never_written_back)
 {

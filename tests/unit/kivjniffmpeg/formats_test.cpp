@@ -44,28 +44,6 @@ protected:
     kiv::jni::c_jnienv dsc_checked{&dsc_env};
 };
 
-TEST_F(formats, video_format_carries_everything_back)
-{
-    std::vector<jint> aiml_values(18);
-    for (size_t uml_index = 0; uml_index < aiml_values.size(); ++uml_index)
-        aiml_values[uml_index] = static_cast<jint>(1000 + uml_index);
-    aiml_values[13] = 3;
-    const auto dsl_format =
-        read<c_vformat>(dsc_env.local_ints(aiml_values), std::vector<uint8_t>{1, 2, 3, 4}, std::string(strl_h264));
-    EXPECT_EQ(dsl_format->codec_id(), AV_CODEC_ID_H264);
-    EXPECT_EQ(dsl_format->width(), 1004);
-    EXPECT_EQ(dsl_format->height(), 1005);
-    EXPECT_EQ(dsl_format->bitcount(), 1007);
-    EXPECT_THAT(dsl_format->extradata(), ElementsAre(1, 2, 3));
-    EXPECT_THAT(dsc_env.ints(dsl_format->export_to_java_array(&dsc_env)), ElementsAreArray(aiml_values));
-    aiml_values[13] = 6; // more than the array has
-    EXPECT_THAT(read<c_vformat>(dsc_env.local_ints(aiml_values), std::vector<uint8_t>{1}, std::string())->extradata(),
-                ElementsAre(1, 0, 0, 0, 0, 0));
-    aiml_values[13] = -1;
-    EXPECT_THROW(read<c_vformat>(dsc_env.local_ints(aiml_values), std::vector<uint8_t>{}, std::string()),
-                 std::bad_alloc);
-}
-
 TEST_F(formats, subtypes_are_compared_exactly)
 {
     EXPECT_EQ(subtype2codecid("e436eb81-524f-11ce-9f53-0020af0ba770"), AV_CODEC_ID_MPEG2VIDEO) << "MPEG-1";
