@@ -1,6 +1,8 @@
 #include "kivjniffmpeg/codec.h"
 
 #include "jni/exceptions.h"
+#include "kivjniffmpeg/codec_context.h"
+#include "kivjniffmpeg/ffmpeg_loader.h"
 #include "trace/trace.h"
 
 #include <utility>
@@ -26,4 +28,14 @@ void c_codec::throw_if_pending()
 {
     if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr && adsl_env->ExceptionCheck())
         throw kiv::jni::c_jniexception("java callback threw");
+}
+
+bool c_codec::open_in_ffmpeg(c_avcodec_ctx &dsp_context, const c_avcodec &dsp_codec, const c_trace &dsl_trace)
+{
+    const int inl_err = g_avcodec.avcodec_open2(dsp_context.context(), dsp_codec.codec(), nullptr);
+    if (inl_err < 0)
+        TRACE_LINE(im_level_error, "%s#%s(): avcodec_open2: inl_err=%08X codec_id=%s",
+                   static_cast<unsigned int>(inl_err), dsp_codec.display_name());
+    bc_open = inl_err >= 0;
+    return bc_open;
 }

@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <string>
 
+class c_avcodec;
+class c_avcodec_ctx;
+class c_trace;
 class ca_ffmpeg_buffer;
 
 /** Flag of a processing call without data: the stream ends, everything that is held back comes out. */
@@ -93,6 +96,8 @@ protected:
     c_codec(c_ffmpeg *adsp_ffmpeg, std::string strp_name);
 
     void set_open(bool bp_open) noexcept { bc_open = bp_open; }
+    /** What open() ends with; the failure is told in a line of @p dsl_trace. */
+    bool open_in_ffmpeg(c_avcodec_ctx &dsp_context, const c_avcodec &dsp_codec, const c_trace &dsl_trace);
 
 private:
     c_ffmpeg_reference dsc_ffmpeg;

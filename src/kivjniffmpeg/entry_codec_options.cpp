@@ -3,6 +3,7 @@
 #include "jni/string_holder.h"
 #include "kivjniffmpeg/audio_codec.h"
 #include "kivjniffmpeg/entry_boundary.h"
+#include "kivjniffmpeg/ffmpeg_loader.h"
 #include "kivjniffmpeg/video_codec.h"
 #include "trace/trace.h"
 
@@ -83,5 +84,16 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1ac
         const jbyteArray avol_array = dsp_env.new_jbyte_array(iml_size);
         dsp_env.set_array_region(avol_array, 0, iml_size, reinterpret_cast<const jbyte *>(utl_extradata.data()));
         return avol_array;
+    });
+}
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1set_1log_1level(JNIEnv *adsp_env, jclass,
+                                                                                        jlong ilp_hffmpeg,
+                                                                                        jint imp_level)
+{
+    TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1set_1log_1level", 1);
+    enter_library(adsp_env, [&](kiv::jni::c_jnienv &) {
+        from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2541); // there is FFmpeg as long as there is one
+        g_avutil.av_log_set_level(imp_level);
     });
 }

@@ -132,14 +132,7 @@ bool c_videocodec::open()
     TRACE_FUNCTION("open", 3);
     if (is_open())
         return true;
-    const int inl_err = g_avcodec.avcodec_open2(dsc_codec_ctx.context(), dsc_codec.codec(), nullptr);
-    if (inl_err < 0) {
-        TRACE_LINE(im_level_error, "%s#%s(): avcodec_open2: inl_err=%08X codec_id=%s",
-                   static_cast<unsigned int>(inl_err), dsc_codec.display_name());
-        return false;
-    }
-    set_open(true);
-    return true;
+    return open_in_ffmpeg(dsc_codec_ctx, dsc_codec, dsl_trace);
 }
 
 bool c_videocodec::close()

@@ -150,6 +150,10 @@ public final class FfmpegLibrary {
             throw failure;
         }
         loadedDirectory = directory;
+        if (!c_multimediaapi_ffmpeg.logs()) {
+            // What FFmpeg cannot decode is told by exceptions, not on the program's standard error.
+            c_codecoptions_ffmpeg.n_set_log_level(context, c_codecoptions_ffmpeg.LOG_QUIET);
+        }
     }
 
     /** Every line costs a string and a call, some for each packet: nobody gets them unless somebody looks. */

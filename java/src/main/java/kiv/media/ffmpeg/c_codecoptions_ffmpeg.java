@@ -37,6 +37,12 @@ public final class c_codecoptions_ffmpeg {
     /** Bits of a coded sample of an open audio codec; 0 when they are not of one size. */
     public static final String BITS_PER_CODED_SAMPLE = "bits_per_coded_sample";
 
+    /** FFmpeg prints nothing on the standard error. */
+    public static final int LOG_QUIET = -8;
+
+    /** FFmpeg prints what it cannot decode, and the like, on the standard error: the state after {@code n_init}. */
+    public static final int LOG_ERROR = 16;
+
     private c_codecoptions_ffmpeg() {
     }
 
@@ -79,4 +85,13 @@ public final class c_codecoptions_ffmpeg {
      * @return a new array, or null when there is none
      */
     public static native byte[] n_acodec_get_extradata(long codec);
+
+    /**
+     * Tells FFmpeg how much of its own to print on the process's standard error. The level is the process's, and every
+     * {@link c_multimediaapi_ffmpeg#n_init} sets it to {@link #LOG_ERROR}.
+     *
+     * @param context a handle of {@link c_multimediaapi_ffmpeg#n_init}
+     * @param level FFmpeg's number of the least important messages that are printed, such as {@link #LOG_QUIET}
+     */
+    public static native void n_set_log_level(long context, int level);
 }
