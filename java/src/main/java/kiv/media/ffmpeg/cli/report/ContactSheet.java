@@ -1,0 +1,135 @@
+package kiv.media.ffmpeg.cli.report;
+
+import java.awt.image.BufferedImage;
+import java.io.ByteArrayOutputStream;
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Base64;
+import java.util.List;
+import java.util.Optional;
+import java.util.function.Supplier;
+import java.util.stream.IntStream;
+import javax.imageio.IIOImage;
+import javax.imageio.ImageIO;
+import javax.imageio.ImageWriteParam;
+import javax.imageio.ImageWriter;
+import javax.imageio.stream.MemoryCacheImageOutputStream;
+import kiv.media.ffmpeg.Picture;
+import kiv.media.ffmpeg.Rational;
+
+/**
+ * Thumbnails of pictures, evenly spread over a film whose length is not known before. One is kept of each run of as
+ * many pictures; when there are too many runs, two become one.
+ */
+final class ContactSheet {
+
+    /** Even, so that the runs are equally long after two became one. */
+    static final int LARGEST = 48;
+    /** What a thumbnail fits in: about twice of what it measures on the page, for screens with fine pixels. */
+    static final int WIDTH = 288;
+    static final int HEIGHT = 216;
+    private static final float QUALITY = 0.82F;
+
+    private final List<Thumbnail> thumbnails = new ArrayList<>();
+    private long run = 1;
+    private long pictures;
+
+    /**
+     * A picture in small.
+     *
+     * @param image null when the picture's format could not be converted
+     * @param number its place among the pictures, from 1
+     * @param link its own file, or null
+     */
+    record Thumbnail(BufferedImage image, long number, Optional<Duration> time, String link) {
+
+        /** The image in a form that a page can hold. */
+        String toDataUri() {
+            // JPEG has no place for what is transparent.
+            String format = image.getColorModel().hasAlpha() ? "png" : "jpeg";
+            ByteArrayOutputStream bytes = new ByteArrayOutputStream();
+            ImageWriter writer = ImageIO.getImageWritersByFormatName(format).next();
+            try (var out = new MemoryCacheImageOutputStream(bytes)) {
+                ImageWriteParam how = writer.getDefaultWriteParam();
+                if (format.equals("jpeg")) {
+                    how.setCompressionMode(ImageWriteParam.MODE_EXPLICIT);
+                    how.setCompressionQuality(QUALITY);
+                }
+                writer.setOutput(out);
+                writer.write(null, new IIOImage(image, null, null), how);
+            } catch (IOException e) {
+                throw new UncheckedIOException(e);
+            } finally {
+                writer.dispose();
+            }
+            return "data:image/" + format + ";base64," + Base64.getEncoder().encodeToString(bytes.toByteArray());
+        }
+    }
+
+    /**
+     * Takes the next picture.
+     *
+     * @param thumbnail makes its thumbnail, if that is wanted
+     */
+    void add(Supplier<Thumbnail> thumbnail) {
+        // The first of a run stands for it.
+        if (pictures++ % run == 0) {
+            thumbnails.add(thumbnail.get());
+            if (thumbnails.size() > LARGEST) {
+                thinOut();
+            }
+        }
+    }
+
+    /**
+     * Makes a thumbnail.
+     *
+     * @param number the picture's place, from 1
+     * @param shape width of a pixel divided by its height
+     * @param link the picture's own file, or null
+     */
+    static Thumbnail thumbnail(Picture picture, long number, Rational shape, String link) {
+        // The longer way of a pixel keeps its count, so that nothing is enlarged before the page does it.
+        double stretch = shape.isKnown() && shape.toDouble() > 0 ? shape.toDouble() : 1;
+        double width = picture.width() * Math.max(1, stretch);
+        double height = picture.height() * Math.max(1, 1 / stretch);
+        double scale = Math.min(1, Math.min(WIDTH / width, HEIGHT / height));
+        BufferedImage image;
+        try {
+            image = picture.toBufferedImage((int) Math.max(1, Math.round(width * scale)),
+                    (int) Math.max(1, Math.round(height * scale)));
+        } catch (UnsupportedOperationException e) {
+            // The page tells of it; the decoding is not to end here.
+            image = null;
+        }
+        return new Thumbnail(image, number, time(picture), link);
+    }
+
+    /** When a picture is shown, unless that is unknown or, in a damaged file, beyond every clock. */
+    static Optional<Duration> time(Picture picture) {
+        try {
+            return picture.time();
+        } catch (ArithmeticException e) {
+            return Optional.empty();
+        }
+    }
+
+    private void thinOut() {
+        List<Thumbnail> fewer = IntStream.range(0, thumbnails.size()).filter(i -> i % 2 == 0)
+                .mapToObj(thumbnails::get).toList();
+        thumbnails.clear();
+        thumbnails.addAll(fewer);
+        run *= 2;
+    }
+
+    List<Thumbnail> thumbnails() {
+        return List.copyOf(thumbnails);
+    }
+
+    /** How many pictures there were. */
+    long pictures() {
+        return pictures;
+    }
+}

@@ -1,0 +1,230 @@
+package kiv.media.ffmpeg.cli.report;
+
+import java.io.BufferedWriter;
+import java.io.IOException;
+import java.io.OutputStreamWriter;
+import java.io.Writer;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.time.Duration;
+import java.util.List;
+import java.util.Objects;
+import java.util.Optional;
+import java.util.concurrent.atomic.AtomicReference;
+import java.util.function.Supplier;
+import kiv.media.ffmpeg.AudioBlock;
+import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.Picture;
+import kiv.media.ffmpeg.Rational;
+import kiv.media.ffmpeg.cli.report.ContactSheet.Thumbnail;
+
+/**
+ * Collects what is decoded of a file and shows it on a page of HTML: a contact sheet, the sound's waveform, tables of
+ * streams and timings. It keeps a few thumbnails and a few thousand samples, however long the film is.
+ *
+ * <pre>{@code
+ * DecodeReport report = new DecodeReport("film.mp4", reader, video, sound);
+ * report.picture(picture, "film-00001.png");
+ * report.sound(block);
+ * report.write(Path.of("out/index.html"), new Outcome(List.of(new Timing("Decoding", time)), 0, 0, List.of()));
+ * }</pre>
+ *
+ * <p>One thread at a time may use it.
+ */
+public final class DecodeReport {
+
+    private final String name;
+    private final MediaReader reader;
+    private final MediaStream video;
+    private final MediaStream audio;
+    private final ContactSheet all = new ContactSheet();
+    private final ContactSheet linked = new ContactSheet();
+    private Waveform waveform;
+    private double firstShown = Double.POSITIVE_INFINITY;
+    private double lastShown = Double.NEGATIVE_INFINITY;
+    private double soundBegins;
+
+    /**
+     * How long a part of the work took.
+     *
+     * @param what its name, such as {@code Decoding}
+     * @param time how long it took
+     */
+    public record Timing(String what, Duration time) {
+        public Timing {
+            Objects.requireNonNull(what, "what");
+            Objects.requireNonNull(time, "time");
+        }
+    }
+
+    /**
+     * How the decoding went.
+     *
+     * @param timings the parts of the work, the most interesting one first; may be empty
+     * @param damagedPictures packets of the pictures' stream that could not be decoded
+     * @param damagedSound packets of the sound's stream that could not be decoded
+     * @param warnings what else the reader of the page must know, in one sentence each
+     */
+    public record Outcome(List<Timing> timings, long damagedPictures, long damagedSound, List<String> warnings) {
+        public Outcome {
+            timings = List.copyOf(timings);
+            warnings = List.copyOf(warnings);
+        }
+    }
+
+    /**
+     * Begins.
+     *
+     * @param name the file's name; any characters
+     * @param reader its reader, which may be closed before the report is written
+     * @param video the stream whose pictures are decoded, or null
+     * @param audio the stream whose sound is decoded, or null
+     */
+    public DecodeReport(String name, MediaReader reader, MediaStream video, MediaStream audio) {
+        this.name = Objects.requireNonNull(name, "name");
+        this.reader = Objects.requireNonNull(reader, "reader");
+        this.video = video;
+        this.audio = audio;
+    }
+
+    /**
+     * Takes note of a decoded picture: to be called for every one, in their order. It is looked at before this returns.
+     *
+     * @param picture the picture, which stays the caller's
+     * @param link the picture's own file, relative to the page, or null when there is none
+     * @throws kiv.media.ffmpeg.MediaStateException when the picture is closed
+     */
+    public void picture(Picture picture, String link) {
+        Rational shape = picture.pixelShape().isKnown() || video == null ? picture.pixelShape()
+                : video.pixelAspectRatio();
+        long number = all.pictures() + 1;
+        Supplier<Thumbnail> thumbnail = once(() -> ContactSheet.thumbnail(picture, number, shape, link));
+        all.add(thumbnail);
+        if (link != null) {
+            linked.add(thumbnail);
+        }
+        ContactSheet.time(picture).ifPresent(time -> {
+            double begins = Texts.inSeconds(time);
+            firstShown = Math.min(firstShown, begins);
+            lastShown = Math.max(lastShown, begins + lengthOf(picture));
+        });
+    }
+
+    /** Both sheets may want the same thumbnail. */
+    private static <T> Supplier<T> once(Supplier<T> maker) {
+        AtomicReference<T> made = new AtomicReference<>();
+        return () -> made.updateAndGet(old -> old == null ? maker.get() : old);
+    }
+
+    private double lengthOf(Picture picture) {
+        return video == null ? 0 : picture.duration() > 0 && video.timeBase().isKnown()
+                ? picture.duration() * video.timeBase().toDouble() : secondsAPicture();
+    }
+
+    private double secondsAPicture() {
+        return video != null && video.frameRate().isKnown() ? 1 / video.frameRate().toDouble() : 0;
+    }
+
+    /**
+     * Takes note of decoded sound: to be called for every block, in their order.
+     *
+     * @param block the sound
+     * @throws IllegalArgumentException when it has other channels or another sample rate than the one before
+     */
+    public void sound(AudioBlock block) {
+        if (waveform == null) {
+            waveform = new Waveform(block.channels(), block.sampleRate());
+            soundBegins = begins(block);
+        }
+        waveform.add(block);
+    }
+
+    private static double begins(AudioBlock block) {
+        try {
+            return block.time().map(Texts::inSeconds).orElse(0.0);
+        } catch (ArithmeticException e) {
+            // A damaged file's time, which is beyond every clock.
+            return 0;
+        }
+    }
+
+    /**
+     * Writes the page. The file appears when it is complete; until then one beside it has a name of its own.
+     *
+     * @param page the file, which is replaced when it exists
+     * @param outcome how the decoding went
+     * @throws IOException when it cannot be written
+     */
+    public void write(Path page, Outcome outcome) throws IOException {
+        Path aside = page.resolveSibling("." + page.getFileName() + "." + ProcessHandle.current().pid() + ".part");
+        try {
+            try (Writer to = new BufferedWriter(
+                    new OutputStreamWriter(Files.newOutputStream(aside), StandardCharsets.UTF_8))) {
+                write(to, outcome);
+            }
+            Files.move(aside, page, StandardCopyOption.REPLACE_EXISTING, StandardCopyOption.ATOMIC_MOVE);
+        } finally {
+            Files.deleteIfExists(aside);
+        }
+    }
+
+    /**
+     * Writes the page.
+     *
+     * @param to what takes it, in UTF-8; it stays open
+     * @param outcome how the decoding went
+     * @throws IOException when it cannot be written
+     */
+    public void write(Appendable to, Outcome outcome) throws IOException {
+        Objects.requireNonNull(outcome, "outcome");
+        new ReportPage(this, outcome).render(to);
+    }
+
+    String name() {
+        return name;
+    }
+
+    MediaReader reader() {
+        return reader;
+    }
+
+    Optional<MediaStream> video() {
+        return Optional.ofNullable(video);
+    }
+
+    Optional<MediaStream> audio() {
+        return Optional.ofNullable(audio);
+    }
+
+    /** What stands for the film: pictures that have files, unless they are too few. */
+    ContactSheet sheet() {
+        return linked.pictures() >= ContactSheet.LARGEST / 4 ? linked : all;
+    }
+
+    long pictures() {
+        return all.pictures();
+    }
+
+    /** How many of the pictures have a file. */
+    long linkedPictures() {
+        return linked.pictures();
+    }
+
+    Optional<Waveform> waveform() {
+        return Optional.ofNullable(waveform);
+    }
+
+    /** Where the waveform begins on the container's clock, in seconds. */
+    double soundBegins() {
+        return soundBegins;
+    }
+
+    /** How many seconds what was decoded plays; 0 when that is not known. */
+    double played() {
+        double pictures = firstShown < lastShown ? lastShown - firstShown : all.pictures() * secondsAPicture();
+        return Math.max(pictures, waveform == null ? 0 : waveform.seconds());
+    }
+}

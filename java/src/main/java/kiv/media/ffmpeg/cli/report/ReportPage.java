@@ -1,0 +1,266 @@
+package kiv.media.ffmpeg.cli.report;
+
+import static j2html.TagCreator.a;
+import static j2html.TagCreator.bdi;
+import static j2html.TagCreator.body;
+import static j2html.TagCreator.caption;
+import static j2html.TagCreator.dd;
+import static j2html.TagCreator.div;
+import static j2html.TagCreator.dl;
+import static j2html.TagCreator.dt;
+import static j2html.TagCreator.each;
+import static j2html.TagCreator.figcaption;
+import static j2html.TagCreator.figure;
+import static j2html.TagCreator.footer;
+import static j2html.TagCreator.h1;
+import static j2html.TagCreator.h2;
+import static j2html.TagCreator.head;
+import static j2html.TagCreator.header;
+import static j2html.TagCreator.html;
+import static j2html.TagCreator.img;
+import static j2html.TagCreator.li;
+import static j2html.TagCreator.link;
+import static j2html.TagCreator.main;
+import static j2html.TagCreator.meta;
+import static j2html.TagCreator.ol;
+import static j2html.TagCreator.p;
+import static j2html.TagCreator.rawHtml;
+import static j2html.TagCreator.section;
+import static j2html.TagCreator.span;
+import static j2html.TagCreator.style;
+import static j2html.TagCreator.table;
+import static j2html.TagCreator.tbody;
+import static j2html.TagCreator.td;
+import static j2html.TagCreator.th;
+import static j2html.TagCreator.thead;
+import static j2html.TagCreator.title;
+import static j2html.TagCreator.tr;
+import static j2html.TagCreator.ul;
+
+import j2html.rendering.FlatHtml;
+import j2html.tags.DomContent;
+import j2html.tags.specialized.SectionTag;
+import j2html.tags.specialized.TableTag;
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.UncheckedIOException;
+import java.nio.charset.StandardCharsets;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Locale;
+import java.util.Optional;
+import java.util.stream.IntStream;
+import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.cli.report.ContactSheet.Thumbnail;
+import kiv.media.ffmpeg.cli.report.DecodeReport.Outcome;
+import kiv.media.ffmpeg.cli.report.DecodeReport.Timing;
+
+/** The page's HTML. */
+final class ReportPage {
+
+    /** Nothing is loaded, run or sent: only styles and images that are in the page itself. */
+    private static final String POLICY = "default-src 'none'; style-src 'unsafe-inline'; img-src data:; "
+            + "base-uri 'none'; form-action 'none'";
+    private static final String DASH = "\u2013";
+
+    private final DecodeReport report;
+    private final Outcome outcome;
+    private final List<Thumbnail> thumbnails;
+    /** Absent when there are no samples, too. */
+    private final Optional<Waveform> waveform;
+
+    ReportPage(DecodeReport report, Outcome outcome) {
+        this.report = report;
+        this.outcome = outcome;
+        this.thumbnails = report.sheet().thumbnails();
+        this.waveform = report.waveform().filter(sound -> sound.frames() > 0);
+    }
+
+    void render(Appendable to) throws IOException {
+        String name = Texts.visible(report.name());
+        to.append("<!DOCTYPE html>\n");
+        html(head(
+                meta().withCharset("utf-8"),
+                meta().attr("http-equiv", "Content-Security-Policy").withContent(POLICY),
+                meta().withName("viewport").withContent("width=device-width, initial-scale=1"),
+                meta().withName("color-scheme").withContent("light dark"),
+                meta().withName("referrer").withContent("no-referrer"),
+                title(name + " \u2013 decoded"),
+                // Or a server that the page lies on would be asked for one.
+                link().withRel("icon").withHref("data:,"),
+                style().with(rawHtml(stylesheet()))),
+                body(main(
+                        header(p("Decode report").withClass("kind"), h1(bdi(name)), p(about()).withClass("about")),
+                        keyFigures(), notes(), contactSheet(), sound(), streams(), timings()),
+                        footer(p("Made by kivjniffmpeg. This page is complete in itself: it loads nothing and runs"
+                                + " nothing.")))
+        ).withLang("en").render(FlatHtml.into(to));
+        to.append('\n');
+    }
+
+    private static String stylesheet() {
+        try (InputStream in = ReportPage.class.getResourceAsStream("report.css")) {
+            return new String(in.readAllBytes(), StandardCharsets.UTF_8);
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+    }
+
+    private String about() {
+        List<String> facts = new ArrayList<>();
+        facts.add(report.reader().formatName() + " container");
+        report.reader().duration().ifPresent(length -> facts.add(Texts.clock(length)));
+        report.reader().bitRate().ifPresent(rate -> facts.add(Texts.bitRate(rate)));
+        facts.add(Texts.count(report.reader().streams().size(), "stream"));
+        return Texts.visible(String.join(" \u00b7 ", facts));
+    }
+
+    private DomContent keyFigures() {
+        List<DomContent> figures = new ArrayList<>();
+        report.video().ifPresent(video -> {
+            figures.add(keyFigure(Texts.count(report.pictures()), "pictures decoded"));
+            figures.add(keyFigure(video.width() + "\u00d7" + video.height(), "pixels, " + video.codecName()));
+        });
+        report.audio().ifPresent(audio -> {
+            figures.add(keyFigure(Texts.count(waveform.map(Waveform::frames).orElse(0L)), "samples decoded"));
+            figures.add(keyFigure(Texts.figure(audio.sampleRate() / 1000.0) + " kHz", audio.codecName() + ", "
+                    + Texts.count(audio.channels(), "channel")));
+        });
+        outcome.timings().stream().findFirst().filter(timing -> speed(timing) > 0).ifPresent(timing ->
+                figures.add(keyFigure(Texts.figure(speed(timing)) + "\u00d7", "as fast as it plays")));
+        return dl(each(figures, f -> f)).withClass("figures");
+    }
+
+    private static DomContent keyFigure(String figure, String what) {
+        // The order that a list of terms wants; the style sheet shows the figure first.
+        return div(dt(Texts.visible(what)), dd(figure));
+    }
+
+    private DomContent notes() {
+        List<String> notes = new ArrayList<>();
+        if (outcome.damagedPictures() > 0) {
+            notes.add(damaged(outcome.damagedPictures(), "video"));
+        }
+        if (outcome.damagedSound() > 0) {
+            notes.add(damaged(outcome.damagedSound(), "sound"));
+        }
+        if (thumbnails.stream().anyMatch(thumbnail -> thumbnail.image() == null)) {
+            notes.add("Some pictures are in a pixel format that cannot be shown here.");
+        }
+        long fullScale = waveform.stream().flatMap(sound -> IntStream.range(0, sound.channels())
+                .mapToObj(sound::channel)).mapToLong(Waveform.Channel::fullScale).sum();
+        if (fullScale > 0) {
+            notes.add(Texts.count(fullScale, "sample") + (fullScale == 1 ? " is" : " are")
+                    + " at full scale, where sound is probably cut off; red marks show where.");
+        }
+        notes.addAll(outcome.warnings());
+        return notes.isEmpty() ? rawHtml("") : section(h2("Warnings").withId("warnings"),
+                ul(each(notes, note -> li(Texts.visible(note))))).withClass("warnings")
+                .attr("aria-labelledby", "warnings");
+    }
+
+    private static String damaged(long packets, String of) {
+        return Texts.count(packets, "damaged packet") + " of " + of + " could not be decoded and "
+                + (packets == 1 ? "was" : "were") + " left out.";
+    }
+
+    private DomContent contactSheet() {
+        if (thumbnails.isEmpty()) {
+            return rawHtml("");
+        }
+        long pictures = report.sheet().pictures();
+        boolean written = pictures == report.linkedPictures();
+        String of = Texts.count(pictures, written ? "written picture" : "decoded picture");
+        String text = thumbnails.size() == pictures ? of + "." : thumbnails.size() + " of " + of + ", evenly spread.";
+        boolean tall = thumbnails.stream().map(Thumbnail::image)
+                .allMatch(image -> image != null && image.getHeight() > image.getWidth());
+        return part("sheet", "Contact sheet", written ? text + " Each leads to its file." : text,
+                ol(each(thumbnails, thumbnail -> li(shown(thumbnail)))).withClass(tall ? "sheet tall" : "sheet"));
+    }
+
+    private static DomContent shown(Thumbnail thumbnail) {
+        String number = "#" + thumbnail.number();
+        String time = thumbnail.time().map(Texts::clock).orElse(DASH);
+        String alternative = "Picture " + thumbnail.number() + thumbnail.time().map(t -> " at " + Texts.clock(t)).orElse("");
+        DomContent picture = thumbnail.image() == null
+                ? div("not shown").withClass("missing").attr("role", "img").attr("aria-label", alternative)
+                : img().withSrc(thumbnail.toDataUri()).withAlt(alternative)
+                        .withWidth(Integer.toString(thumbnail.image().getWidth()))
+                        .withHeight(Integer.toString(thumbnail.image().getHeight()));
+        return figure(thumbnail.link() == null ? picture : a(picture).withHref(Texts.reference(thumbnail.link())),
+                figcaption(span(time), span(number).withClass("number")));
+    }
+
+    private DomContent sound() {
+        return waveform.map(this::sound).orElse(rawHtml(""));
+    }
+
+    private DomContent sound(Waveform sound) {
+        int zoom = WaveformDrawing.zoom(sound);
+        String text = Texts.count(sound.channels(), "channel") + ", " + Texts.figure(sound.seconds())
+                + " seconds. The outer band shows the extremes, the inner one the power"
+                + (zoom > 1 ? "; drawn " + zoom + " times as large, because the sound is soft." : ".");
+        String label = "Waveform of " + Texts.count(sound.channels(), "channel") + " over "
+                + Texts.figure(sound.seconds()) + " seconds; the table below tells the levels";
+        return part("sound", "Sound", text,
+                WaveformDrawing.draw(sound, report.soundBegins(), label),
+                grid("Levels of the channels", List.of("Channel", "Peak", "Power (RMS)", "Samples at full scale"),
+                        IntStream.range(0, sound.channels()).mapToObj(index -> {
+                            Waveform.Channel channel = sound.channel(index);
+                            return List.of(Texts.channel(index, sound.channels()), Texts.level(channel.peak()),
+                                    Texts.level(sound.rms(channel)), Texts.count(channel.fullScale()));
+                        }).toList()));
+    }
+
+    private DomContent streams() {
+        List<List<String>> rows = report.reader().streams().stream().map(stream -> List.of(
+                Integer.toString(stream.index()), stream.kind().name().toLowerCase(Locale.ROOT)
+                        + (stream.isAttachedPicture() ? " (attached picture)" : ""),
+                Texts.codec(stream), Texts.format(stream), Texts.bitRate(stream.bitRate()),
+                stream.duration().map(Texts::clock).orElse(DASH), decoded(stream))).toList();
+        return part("streams", "Streams", "What the container holds, and what was decoded of it.",
+                grid("Streams", List.of("Stream", "Kind", "Codec", "Format", "Bit rate", "Duration", "Decoded"), rows));
+    }
+
+    private String decoded(MediaStream stream) {
+        if (report.video().filter(video -> video.index() == stream.index()).isPresent()) {
+            return Texts.count(report.pictures(), "picture") + (report.linkedPictures() > 0
+                    ? ", " + Texts.count(report.linkedPictures()) + " written" : "");
+        }
+        return report.audio().filter(audio -> audio.index() == stream.index()).isPresent()
+                ? Texts.count(waveform.map(Waveform::frames).orElse(0L), "sample") : "no";
+    }
+
+    private DomContent timings() {
+        if (outcome.timings().isEmpty()) {
+            return rawHtml("");
+        }
+        long pictures = report.pictures();
+        List<List<String>> rows = outcome.timings().stream().map(timing -> List.of(timing.what(),
+                Texts.took(timing.time()),
+                pictures == 0 || timing.time().isZero() ? DASH
+                        : Texts.figure(pictures / Texts.inSeconds(timing.time())),
+                speed(timing) > 0 ? Texts.figure(speed(timing)) + "\u00d7" : DASH)).toList();
+        return part("timings", "Timings", report.played() > 0
+                ? Texts.figure(report.played()) + " seconds of film or sound were decoded." : "How long the work took.",
+                grid("Timings", List.of("Part", "Time", "Pictures a second", "Times real time"), rows));
+    }
+
+    /** How many times as fast as what was decoded plays; 0 when that is not known. */
+    private double speed(Timing timing) {
+        return timing.time().isZero() ? 0 : report.played() / Texts.inSeconds(timing.time());
+    }
+
+    private static SectionTag part(String id, String heading, String text, DomContent... contents) {
+        return section(h2(heading).withId(id), p(text).withClass("text"), each(List.of(contents), c -> c))
+                .attr("aria-labelledby", id);
+    }
+
+    /** A table whose cells know their columns' names, because on a narrow screen each row stands alone. */
+    private static TableTag grid(String name, List<String> columns, List<List<String>> rows) {
+        return table(caption(name), thead(tr(each(columns, column -> th(column).attr("scope", "col")))),
+                tbody(each(rows, row -> tr(each(IntStream.range(0, row.size()).boxed().toList(), i -> i == 0
+                        ? th(bdi(Texts.visible(row.get(0)))).attr("scope", "row").attr("data-column", columns.get(0))
+                        : td(Texts.visible(row.get(i))).attr("data-column", columns.get(i)))))));
+    }
+}

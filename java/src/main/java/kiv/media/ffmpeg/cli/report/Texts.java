@@ -1,0 +1,127 @@
+package kiv.media.ffmpeg.cli.report;
+
+import java.net.URI;
+import java.net.URISyntaxException;
+import java.time.Duration;
+import java.util.Locale;
+import kiv.media.ffmpeg.FourCharacterCode;
+import kiv.media.ffmpeg.MediaKind;
+import kiv.media.ffmpeg.MediaStream;
+
+/** Words and figures as people read them. */
+final class Texts {
+
+    private static final int CONTROL_PICTURES = 0x2400;
+    private static final int DELETE = 0x7F;
+    private static final int DELETE_PICTURE = 0x2421;
+    private static final int REPLACEMENT = 0xFFFD;
+    private static final double DECIBELS = 20;
+    private static final int KILO = 1000;
+
+    private Texts() {
+    }
+
+    /**
+     * A text with a sign in place of each character that is not seen, that no page may hold, or that turns the direction
+     * of what follows.
+     */
+    static String visible(String text) {
+        StringBuilder clean = new StringBuilder();
+        text.codePoints().forEach(c -> clean.appendCodePoint(c < ' ' ? CONTROL_PICTURES + c : c == DELETE
+                ? DELETE_PICTURE : isUnfit(c) ? REPLACEMENT : c));
+        return clean.toString();
+    }
+
+    private static boolean isUnfit(int c) {
+        return switch (Character.getType(c)) {
+            case Character.CONTROL, Character.SURROGATE, Character.LINE_SEPARATOR, Character.PARAGRAPH_SEPARATOR -> true;
+            default -> (c & 0xFFFE) == 0xFFFE || c >= 0xFDD0 && c <= 0xFDEF || c >= 0x202A && c <= 0x202E
+                    || c >= 0x2066 && c <= 0x2069;
+        };
+    }
+
+    /** The reference to a file beside the page, whatever its name is. */
+    static String reference(String link) {
+        try {
+            // With the dot in front, nothing before a colon is taken for a protocol.
+            return new URI(null, null, "./" + link, null).getRawPath();
+        } catch (URISyntaxException e) {
+            throw new IllegalArgumentException("no relative path: " + link, e);
+        }
+    }
+
+    static double inSeconds(Duration time) {
+        return time.getSeconds() + time.getNano() / 1e9;
+    }
+
+    /** Minutes, seconds and milliseconds, with hours where there are some. */
+    static String clock(Duration time) {
+        return seconds(time) + String.format(Locale.ROOT, ".%03d", time.abs().toMillisPart());
+    }
+
+    /** Minutes and seconds, with hours where there are some; a part of a second is left out. */
+    static String seconds(Duration time) {
+        Duration size = time.abs();
+        String sign = time.isNegative() ? "\u2212" : "";
+        return sign + (size.toHours() > 0
+                ? String.format(Locale.ROOT, "%d:%02d:%02d", size.toHours(), size.toMinutesPart(), size.toSecondsPart())
+                : String.format(Locale.ROOT, "%d:%02d", size.toMinutes(), size.toSecondsPart()));
+    }
+
+    /** A count, with its thousands set apart. */
+    static String count(long number) {
+        return String.format(Locale.ROOT, "%,d", number);
+    }
+
+    /** A count of things. */
+    static String count(long number, String thing) {
+        return count(number) + " " + thing + (number == 1 ? "" : "s");
+    }
+
+    /** A figure with about three digits. */
+    static String figure(double value) {
+        return value >= 100 ? count(Math.round(value)) : String.format(Locale.ROOT, value >= 10 ? "%.1f" : "%.2f", value);
+    }
+
+    /** How long something took. */
+    static String took(Duration time) {
+        double seconds = inSeconds(time);
+        return seconds < 1 ? figure(seconds * KILO) + " ms" : figure(seconds) + " s";
+    }
+
+    /** A level in decibels below the largest possible one. */
+    static String level(double size) {
+        return size <= 0 ? "silent" : String.format(Locale.ROOT, "%.1f dBFS",
+                Math.min(0, DECIBELS * Math.log10(size / Waveform.FULL_SCALE))).replace('-', '\u2212');
+    }
+
+    /** What a channel is called. */
+    static String channel(int index, int channels) {
+        return switch (channels) {
+            case 1 -> "Mono";
+            case 2 -> index == 0 ? "Left" : "Right";
+            default -> "Channel " + (index + 1);
+        };
+    }
+
+    /** The codec's name, with its four-character code when that is readable. */
+    static String codec(MediaStream stream) {
+        String code = FourCharacterCode.toText(stream.codecTag());
+        return visible(code.startsWith("0x") ? stream.codecName() : stream.codecName() + " (" + code + ")");
+    }
+
+    /** Size and rate. */
+    static String format(MediaStream stream) {
+        if (stream.kind() == MediaKind.VIDEO) {
+            return stream.width() + "\u00d7" + stream.height() + (stream.frameRate().isKnown()
+                    ? String.format(Locale.ROOT, ", %.4g pictures/s", stream.frameRate().toDouble()) : "");
+        }
+        return stream.kind() == MediaKind.AUDIO ? stream.sampleRate() + " Hz, " + count(stream.channels(), "channel")
+                : "\u2013";
+    }
+
+    /** A rate of bits, or a dash. */
+    static String bitRate(long rate) {
+        return rate > 0 ? count(Math.round((double) rate / KILO)) + " kbit/s" : "\u2013";
+    }
+}
