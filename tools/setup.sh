@@ -4,7 +4,7 @@
 #   tools/setup.sh [run|test|tidy]
 #
 # run   what ./run needs: compiler, CMake, Ninja, JDK, Maven
-# test  the same and what ./test needs: GoogleTest, clang-format, the ffmpeg program (it only makes test streams),
+# test  the same and what ./test needs: GoogleTest, clang-format, pip, the ffmpeg program (it only makes test streams),
 #       Chromium to look at the command line's page
 # tidy  the same as run and clang-tidy
 #
@@ -43,6 +43,7 @@ test)
     need libgmock-dev /usr/include/gmock/gmock.h
     need clang-format clang-format
     need ffmpeg ffmpeg
+    need python3-pip pip3
     need chromium chromium
     ;;
 tidy) need clang-tidy clang-tidy ;;

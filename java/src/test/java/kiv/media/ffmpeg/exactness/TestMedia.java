@@ -81,6 +81,13 @@ public final class TestMedia {
         clips.add(new Clip(media.resolve("Force_constante.avi"), "mpeg4", 400, 300, Set.of("b", "real", "xvid")));
         clips.add(new Clip(media.resolve("Principe_inertie.avi"), "mpeg4", 400, 300, Set.of("b", "real", "xvid")));
         clips.add(new Clip(media.resolve("g1.avi"), "mpeg4", 400, 300, Set.of("real")));
+        clips.add(new Clip(media.resolve("quicktime.mp4"), "mpeg4", 190, 240, Set.of("real")));
+        clips.add(new Clip(media.resolve("10min.mkv"), "h264", 384, 288, Set.of("real")));
+        clips.add(new Clip(media.resolve("flashmob.mkv"), "h264", 384, 288, Set.of("real")));
+        clips.add(new Clip(media.resolve("matrix_ping_pong.wmv"), "wmv1", 200, 150, Set.of("real")));
+        clips.add(new Clip(media.resolve("smallville.s03e02.avi"), "mpeg4", 640, 352, Set.of("real", "xvid")));
+        clips.add(new Clip(media.resolve("sample.ts"), "mpeg2video", 720, 576, Set.of("real")));
+        clips.add(new Clip(media.resolve("blue.mpg"), "mpeg1video", 320, 240, Set.of("real")));
         return clips;
     }
 
@@ -106,6 +113,16 @@ public final class TestMedia {
         sounds.add(new Sound(media.resolve("demo-congrats_g722.wav"), "adpcm_g722", List.of(0x28f)));
         sounds.add(new Sound(media.resolve("activated_g722.wav"), "adpcm_g722", List.of(0x65)));
         sounds.add(new Sound(media.resolve("pepnotify.wav"), "pcm_s16le", List.of(1)));
+        sounds.add(new Sound(media.resolve("secosmic_lo.wav"), "adpcm_ms", List.of(2)));
+        sounds.add(new Sound(media.resolve("silence-44-s.ac3"), "ac3", List.of(0x2000)));
+        sounds.add(new Sound(media.resolve("no-tags.m4a"), "aac", List.of(0xff)));
+        for (String wma : List.of("silence-1.wma", "matrix_ping_pong.wmv")) {
+            sounds.add(new Sound(media.resolve(wma), "wmav2", List.of(0x161)));
+        }
+        for (String mp3 : List.of("house_lo.mp3", "vbri.mp3", "sheep_on_drugs.mp3", "silence-44-s-mpeg25.mp3",
+                "breakdance.flv")) {
+            sounds.add(new Sound(media.resolve(mp3), "mp3", List.of(0x55)));
+        }
         return sounds;
     }
 
