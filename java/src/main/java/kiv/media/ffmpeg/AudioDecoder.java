@@ -4,6 +4,8 @@ import java.nio.ByteBuffer;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
+import javax.sound.sampled.AudioInputStream;
+import javax.sound.sampled.AudioSystem;
 
 /**
  * Decodes the packets of one audio stream into PCM of 16 bits, with the stream's channels and sample rate.
@@ -157,6 +159,20 @@ public final class AudioDecoder implements AutoCloseable {
         byte[] copy = new byte[bytes.remaining()];
         bytes.get(copy);
         return decode(copy);
+    }
+
+    /**
+     * The sound of a reader from its place on, to the end of the stream and what the decoder holds then. The decoder
+     * and the reader are used by nobody else meanwhile; closing the stream leaves them open. A packet that cannot be
+     * decoded is an {@link java.io.IOException} with the {@link DecodeException} as its cause, after which reading
+     * goes on behind it.
+     *
+     * @param reader the reader of the decoder's stream
+     * @return PCM of 16 bits, signed, little-endian, of unspecified length
+     * @see MediaAudio
+     */
+    public AudioInputStream sound(MediaReader reader) {
+        return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
     }
 
     /**

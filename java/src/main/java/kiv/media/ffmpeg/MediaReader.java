@@ -256,6 +256,16 @@ public final class MediaReader implements AutoCloseable {
         channel.close();
     }
 
+    /** Closes the reader but not its channel, for those who could not use it after all. */
+    void release() {
+        handle.close();
+    }
+
+    /** Closes the channel only, which ends a call that another thread is in. */
+    void interrupt() throws IOException {
+        channel.close();
+    }
+
     private void learnStreams(long address, long count) {
         for (int i = streams.size(); i < count; i++) {
             streams.add(new MediaStream(i, c_mediareader_ffmpeg.n_reader_get_stream(address, i),

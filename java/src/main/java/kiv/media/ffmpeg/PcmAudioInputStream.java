@@ -1,0 +1,29 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import javax.sound.sampled.AudioFormat;
+import javax.sound.sampled.AudioInputStream;
+
+/** Gives decoded sound to JavaSound, and refuses to be read when it is closed, also at its end. */
+final class PcmAudioInputStream extends AudioInputStream {
+
+    private final PcmInputStream sound;
+
+    /** @param frames length in frames, or {@link javax.sound.sampled.AudioSystem#NOT_SPECIFIED} */
+    PcmAudioInputStream(PcmInputStream sound, WaveFormat pcm, long frames) {
+        super(sound, new AudioFormat(pcm.sampleRate(), Short.SIZE, pcm.channels(), true, false), frames);
+        this.sound = sound;
+    }
+
+    @Override
+    public int read(byte[] to, int offset, int length) throws IOException {
+        sound.ensureOpen();
+        return super.read(to, offset, length);
+    }
+
+    @Override
+    public long skip(long bytes) throws IOException {
+        sound.ensureOpen();
+        return super.skip(bytes);
+    }
+}

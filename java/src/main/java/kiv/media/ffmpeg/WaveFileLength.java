@@ -1,0 +1,96 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.channels.SeekableByteChannel;
+import java.util.OptionalLong;
+
+/**
+ * Tells how long the sound of a WAV file is where that is certain: uncompressed sound that fills the file to its end.
+ * Other containers tell times that are rounded, estimated, or count sound that a decoder does not give.
+ */
+final class WaveFileLength {
+
+    private static final int RIFF = FourCharacterCode.of("RIFF");
+    private static final int WAVE = FourCharacterCode.of("WAVE");
+    private static final int FORMAT = FourCharacterCode.of("fmt ");
+    private static final int DATA = FourCharacterCode.of("data");
+    private static final int RIFF_HEADER = 12;
+    private static final int CHUNK_HEADER = 8;
+    /** With the first bytes of the identifier of the format proper, which are its tag. */
+    private static final int EXTENSIBLE_SIZE = 26;
+    private static final int EXTENSIBLE = 0xFFFE;
+    private static final int MOST_CHUNKS = 100;
+    private static final long UNSIGNED = 0xFFFFFFFFL;
+
+    private WaveFileLength() {
+    }
+
+    /**
+     * Looks at a file's chunks. The channel's position is somewhere else afterwards.
+     *
+     * @param channel the file
+     * @param sound the sound as its reader found it, with which the file must agree
+     * @return number of frames; empty when it is not certain
+     */
+    static OptionalLong frames(SeekableByteChannel channel, WaveFormat sound) throws IOException {
+        ByteBuffer riff = read(channel, 0, RIFF_HEADER);
+        if (riff == null || riff.getInt(0) != RIFF || riff.getInt(8) != WAVE) {
+            return OptionalLong.empty();
+        }
+        int frameSize = -1;
+        long at = RIFF_HEADER;
+        for (int i = 0; i < MOST_CHUNKS; i++) {
+            ByteBuffer chunk = read(channel, at, CHUNK_HEADER);
+            if (chunk == null) {
+                break;
+            }
+            long size = chunk.getInt(4) & UNSIGNED;
+            at += CHUNK_HEADER;
+            if (chunk.getInt(0) == DATA) {
+                long behind = channel.size() - at - size;
+                // One byte may follow an odd size. Another chunk could be sound as well.
+                boolean certain = size > 0 && behind >= 0 && behind <= size % 2 && frameSize > 0
+                        && size % frameSize == 0;
+                return certain ? OptionalLong.of(size / frameSize) : OptionalLong.empty();
+            }
+            if (chunk.getInt(0) == FORMAT && frameSize < 0) {
+                frameSize = frameSize(read(channel, at, (int) Math.min(size, EXTENSIBLE_SIZE)), sound);
+            }
+            at += size + size % 2;
+        }
+        return OptionalLong.empty();
+    }
+
+    /** 0 when the format is not the one that is decoded, or its frames are not of one size. */
+    private static int frameSize(ByteBuffer header, WaveFormat sound) {
+        if (header == null || header.limit() < 16) {
+            return 0;
+        }
+        int tag = header.getShort(0) & 0xFFFF;
+        if (tag == EXTENSIBLE && header.limit() == EXTENSIBLE_SIZE) {
+            tag = header.getShort(24) & 0xFFFF;
+        }
+        int bits = switch (tag) {
+            case WaveFormatTags.PCM -> Short.SIZE;
+            case WaveFormatTags.FLOAT -> Float.SIZE;
+            case WaveFormatTags.ALAW, WaveFormatTags.MULAW -> Byte.SIZE;
+            default -> 0;
+        };
+        int frameSize = sound.channels() * bits / Byte.SIZE;
+        return tag == sound.formatTag() && header.getShort(2) == sound.channels() && header.getShort(14) == bits
+                && header.getShort(12) == frameSize ? frameSize : 0;
+    }
+
+    private static ByteBuffer read(SeekableByteChannel channel, long position, int length) throws IOException {
+        ByteBuffer bytes = ByteBuffer.allocate(length).order(ByteOrder.LITTLE_ENDIAN);
+        channel.position(position);
+        while (bytes.hasRemaining()) {
+            if (channel.read(bytes) <= 0) {
+                return null;
+            }
+        }
+        return bytes;
+    }
+}

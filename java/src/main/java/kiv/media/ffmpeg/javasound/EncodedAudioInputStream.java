@@ -1,0 +1,173 @@
+package kiv.media.ffmpeg.javasound;
+
+import java.io.IOException;
+import java.io.InputStream;
+import java.nio.ByteBuffer;
+import java.nio.channels.Channel;
+import java.nio.channels.SeekableByteChannel;
+import java.util.Objects;
+import javax.sound.sampled.AudioInputStream;
+import javax.sound.sampled.AudioSystem;
+import kiv.media.ffmpeg.AudioDecoder;
+import kiv.media.ffmpeg.MediaAudio;
+import kiv.media.ffmpeg.MediaException;
+import kiv.media.ffmpeg.MediaFormatException;
+import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.Packet;
+
+/**
+ * Compressed sound as {@link AudioSystem} opens it: the packets of a medium's first stream of sound, their bytes one
+ * after the other. {@link AudioSystem#getAudioInputStream(javax.sound.sampled.AudioFormat.Encoding, AudioInputStream)}
+ * decodes it, by packets and with everything that the container tells of them; for most formats the bytes alone would
+ * not do. So convert this object itself, nothing that is wrapped around it.
+ *
+ * <pre>{@code
+ * AudioInputStream song = AudioSystem.getAudioInputStream(new File("song.m4a"));
+ * if (song instanceof EncodedAudioInputStream encoded) {
+ *     System.out.println(encoded.stream().codecName() + ", " + encoded.stream().channels() + " channels");
+ * }
+ * }</pre>
+ *
+ * <p>Its format's encoding has the name that FFmpeg has for the codec, in capital letters: {@code MP3}, {@code AAC},
+ * {@code WMAV2}. PCM, A-law and mu-law have the JDK's own encodings. The format's property {@code bitrate} is an
+ * {@link Integer} with bits a second, if that is known. The length in frames is not known.
+ *
+ * <p>Once it is converted, the sound is read from the result, which closes this stream as well, and is closed by it.
+ * What was read before is not decoded again. One thread at a time reads; any may close.
+ */
+public final class EncodedAudioInputStream extends AudioInputStream {
+
+    /** The bytes of the packets. */
+    private static final class Packets extends InputStream {
+        private final MediaReader reader;
+        private final MediaStream stream;
+        private final Channel channel;
+        private ByteBuffer current = ByteBuffer.allocate(0);
+        private volatile boolean closed;
+
+        Packets(MediaReader reader, MediaStream stream, Channel channel) {
+            this.reader = reader;
+            this.stream = stream;
+            this.channel = channel;
+        }
+
+        @Override
+        public int read() throws IOException {
+            byte[] one = new byte[1];
+            return read(one, 0, 1) < 0 ? -1 : one[0] & 0xFF;
+        }
+
+        @Override
+        public synchronized int read(byte[] to, int offset, int length) throws IOException {
+            Objects.checkFromIndexSize(offset, length, to.length);
+            if (closed) {
+                throw new IOException("the sound is closed");
+            }
+            while (length > 0 && !current.hasRemaining()) {
+                Packet packet;
+                try {
+                    packet = reader.read();
+                } catch (MediaException e) {
+                    throw new IOException("the sound cannot be read: " + e.getMessage(), e);
+                }
+                if (packet == null) {
+                    return -1;
+                }
+                if (packet.streamIndex() == stream.index()) {
+                    current = packet.data();
+                }
+            }
+            int count = Math.min(length, current.remaining());
+            current.get(to, offset, count);
+            return count;
+        }
+
+        @Override
+        public synchronized int available() {
+            return closed ? 0 : current.remaining();
+        }
+
+        @Override
+        public void close() throws IOException {
+            closed = true;
+            try {
+                // A thread that waits for bytes holds the lock; it stops waiting.
+                channel.close();
+            } finally {
+                release();
+            }
+        }
+
+        private synchronized void release() throws IOException {
+            try {
+                reader.close();
+            } catch (MediaException e) {
+                throw new IOException("the sound cannot be closed: " + e.getMessage(), e);
+            }
+        }
+    }
+
+    private final Packets packets;
+    private AudioInputStream decoded;
+
+    private EncodedAudioInputStream(Packets packets) {
+        super(packets, SoundFormats.of(packets.stream), AudioSystem.NOT_SPECIFIED);
+        this.packets = packets;
+    }
+
+    /**
+     * Opens the first sound of a medium.
+     *
+     * @param channel closed with the stream, and perhaps when this method throws
+     * @throws MediaException when there is no sound that can be decoded
+     */
+    static EncodedAudioInputStream open(SeekableByteChannel channel) throws IOException {
+        MediaReader reader = MediaReader.open(channel);
+        try {
+            MediaStream stream = reader.firstAudio()
+                    .orElseThrow(() -> new MediaFormatException("no audio stream"));
+            AudioDecoder.open(stream).close();
+            return new EncodedAudioInputStream(new Packets(reader, stream, channel));
+        } catch (Throwable e) {
+            reader.close();
+            throw e;
+        }
+    }
+
+    /** {@return the stream of sound in its container, which tells the codec, its private data and the times} */
+    public MediaStream stream() {
+        return packets.stream;
+    }
+
+    /**
+     * Closes the sound and the medium that it is from; does nothing the second time.
+     *
+     * @throws IOException when the medium cannot be closed
+     */
+    @Override
+    public void close() throws IOException {
+        AudioInputStream result;
+        synchronized (this) {
+            result = decoded;
+        }
+        if (result != null) {
+            packets.closed = true;
+            result.close();
+        } else {
+            super.close();
+        }
+    }
+
+    MediaReader reader() {
+        return packets.reader;
+    }
+
+    /** The sound as PCM of 16 bits; the same object each time, for there is one reader. */
+    synchronized AudioInputStream decoded() {
+        if (decoded == null) {
+            decoded = MediaAudio.open(packets.reader, packets.stream);
+        }
+        return decoded;
+    }
+}

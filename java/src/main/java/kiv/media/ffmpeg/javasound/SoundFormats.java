@@ -1,0 +1,99 @@
+package kiv.media.ffmpeg.javasound;
+
+import java.util.HashMap;
+import java.util.Locale;
+import java.util.Map;
+import java.util.Set;
+import java.util.stream.Stream;
+import javax.sound.sampled.AudioFileFormat;
+import javax.sound.sampled.AudioFormat;
+import javax.sound.sampled.AudioFormat.Encoding;
+import javax.sound.sampled.AudioSystem;
+import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.WaveFormat;
+import kiv.media.ffmpeg.WaveFormatTags;
+
+/** What JavaSound calls the containers and the sound in them. */
+final class SoundFormats {
+
+    /** The property of an {@link AudioFormat} that tells bits a second. */
+    static final String BIT_RATE = "bitrate";
+    /** The property with the {@link WaveFormat}, by which a format is known to be of this library. */
+    static final String WAVE_FORMAT = "kiv.media.ffmpeg.waveFormat";
+    /** The property of an {@link AudioFileFormat} that tells its length in microseconds. */
+    static final String DURATION = "duration";
+
+    /** Codecs whose frames tell where they begin and end, so that no container is needed. */
+    static final Set<String> SELF_FRAMING = Set.of("MP1", "MP2", "MP3", "AAC", "AC3", "DTS");
+    /** What else the providers give; {@link WaveFormatTags} decides. */
+    private static final Set<String> OTHERS = Set.of("WMAV1", "WMAV2", "WMAPRO", "WMALOSSLESS", "AMR_NB", "GSM_MS",
+            "ADPCM_G722", "ADPCM_MS", "ADPCM_IMA_WAV", "ADPCM_IMA_DK3", "ADPCM_IMA_DK4", "ADPCM_YAMAHA", "ADPCM_CT",
+            "TRUESPEECH", "SIPR", "ATRAC3");
+
+    private static final Map<String, AudioFileFormat.Type> TYPES = Map.of(
+            "wav", AudioFileFormat.Type.WAVE,
+            "aiff", AudioFileFormat.Type.AIFC,
+            "au", AudioFileFormat.Type.AU,
+            "mov", new AudioFileFormat.Type("MP4", "mp4"),
+            "matroska", new AudioFileFormat.Type("MATROSKA", "mkv"),
+            "mpeg", new AudioFileFormat.Type("MPEG", "mpg"),
+            "mpegts", new AudioFileFormat.Type("MPEGTS", "ts"));
+
+    private SoundFormats() {
+    }
+
+    /** The encodings that conversions start from. */
+    static Encoding[] encodings() {
+        return Stream.concat(SELF_FRAMING.stream(), OTHERS.stream()).sorted().map(Encoding::new)
+                .toArray(Encoding[]::new);
+    }
+
+    /** The format of a stream's packets. */
+    static AudioFormat of(MediaStream stream) {
+        WaveFormat wave = WaveFormat.of(stream);
+        return switch (wave.formatTag()) {
+            case WaveFormatTags.PCM -> plain(Encoding.PCM_SIGNED, wave, Short.SIZE);
+            case WaveFormatTags.FLOAT -> plain(Encoding.PCM_FLOAT, wave, Float.SIZE);
+            case WaveFormatTags.ALAW -> plain(Encoding.ALAW, wave, Byte.SIZE);
+            case WaveFormatTags.MULAW -> plain(Encoding.ULAW, wave, Byte.SIZE);
+            default -> compressed(stream, wave);
+        };
+    }
+
+    /** The JDK knows these and converts them; their packets are plain samples. */
+    private static AudioFormat plain(Encoding encoding, WaveFormat wave, int bits) {
+        return new AudioFormat(encoding, wave.sampleRate(), bits, wave.channels(),
+                wave.channels() * bits / Byte.SIZE, wave.sampleRate(), false);
+    }
+
+    private static AudioFormat compressed(MediaStream stream, WaveFormat wave) {
+        Map<String, Object> properties = new HashMap<>();
+        properties.put(WAVE_FORMAT, wave);
+        if (stream.bitRate() > 0 && stream.bitRate() <= Integer.MAX_VALUE) {
+            properties.put(BIT_RATE, (int) stream.bitRate());
+        }
+        return new AudioFormat(new Encoding(stream.codecName().toUpperCase(Locale.ROOT)), wave.sampleRate(),
+                AudioSystem.NOT_SPECIFIED, wave.channels(), AudioSystem.NOT_SPECIFIED, AudioSystem.NOT_SPECIFIED, false,
+                properties);
+    }
+
+    /** Whether sound of some format can be decoded here. */
+    static boolean isDecodable(AudioFormat format) {
+        return (format.getProperty(WAVE_FORMAT) instanceof WaveFormat
+                || SELF_FRAMING.contains(format.getEncoding().toString()))
+                && format.getSampleRate() > 0 && format.getChannels() > 0;
+    }
+
+    /** What decoding makes of a format. */
+    static AudioFormat decoded(AudioFormat format) {
+        return new AudioFormat(format.getSampleRate(), Short.SIZE, format.getChannels(), true, false);
+    }
+
+    /** The kind of a container. */
+    static AudioFileFormat.Type type(MediaReader reader) {
+        String name = reader.formatName().split(",")[0];
+        AudioFileFormat.Type known = TYPES.get(name);
+        return known != null ? known : new AudioFileFormat.Type(name.toUpperCase(Locale.ROOT), name);
+    }
+}

@@ -1,0 +1,245 @@
+package kiv.media.ffmpeg.javasound;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+
+import java.io.BufferedInputStream;
+import java.io.ByteArrayInputStream;
+import java.io.ByteArrayOutputStream;
+import java.io.File;
+import java.io.FileInputStream;
+import java.io.IOException;
+import java.io.InputStream;
+import java.net.URL;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.Arrays;
+import java.util.Random;
+import java.util.stream.Stream;
+import javax.imageio.ImageIO;
+import javax.sound.sampled.AudioFileFormat;
+import javax.sound.sampled.AudioFormat;
+import javax.sound.sampled.AudioFormat.Encoding;
+import javax.sound.sampled.AudioInputStream;
+import javax.sound.sampled.AudioSystem;
+import javax.sound.sampled.UnsupportedAudioFileException;
+import kiv.media.ffmpeg.FfmpegLibrary;
+import kiv.media.ffmpeg.MediaAudioTest;
+import kiv.media.ffmpeg.Sounds;
+import kiv.media.ffmpeg.TestMedia;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.MethodSource;
+
+class JavaSoundTest {
+
+    @TempDir
+    private Path directory;
+
+    static Stream<Path> encodedFiles() {
+        return MediaAudioTest.files().filter(file -> !file.toString().matches(".*/(pcm|alaw|mulaw|pepnotify).*"));
+    }
+
+    private static byte[] pcm(AudioInputStream encoded) throws IOException {
+        assertThat(encoded).isInstanceOf(EncodedAudioInputStream.class);
+        try (AudioInputStream pcm = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded)) {
+            return pcm.readAllBytes();
+        }
+    }
+
+    @ParameterizedTest
+    @MethodSource("encodedFiles")
+    void everyFormatIsOpenedAndDecoded(Path path) throws Exception {
+        byte[] expected = MediaAudioTest.decoded(path);
+        File file = path.toFile();
+        AudioFileFormat told = AudioSystem.getAudioFileFormat(file);
+        assertThat(told.getByteLength()).isEqualTo((int) file.length());
+        assertThat((Long) told.getProperty("duration")).isPositive();
+        assertThat(AudioSystem.getAudioFileFormat(path.toUri().toURL()).getType()).isEqualTo(told.getType());
+        assertThat(pcm(AudioSystem.getAudioInputStream(file))).isEqualTo(expected);
+        assertThat(pcm(AudioSystem.getAudioInputStream(path.toUri().toURL()))).isEqualTo(expected);
+        // From the middle of a stream whose length nobody knows, looked at before.
+        InputStream stream = new BufferedInputStream(
+                new ByteArrayInputStream(("before" + Files.readString(path, StandardCharsets.ISO_8859_1))
+                        .getBytes(StandardCharsets.ISO_8859_1)), 100);
+        stream.skipNBytes(6);
+        assertThat(AudioSystem.getAudioFileFormat(stream).getFormat()).hasToString(told.getFormat().toString());
+        assertThat(pcm(AudioSystem.getAudioInputStream(stream))).isEqualTo(expected);
+        assertThatThrownBy(stream::available).as("closed").isInstanceOf(IOException.class);
+        AudioFormat target = new AudioFormat(told.getFormat().getSampleRate(), 16, told.getFormat().getChannels(), true,
+                false);
+        try (AudioInputStream encoded = AudioSystem.getAudioInputStream(file);
+                AudioInputStream decoded = AudioSystem.getAudioInputStream(target, encoded)) {
+            assertThat(decoded.getFormat().matches(target)).isTrue();
+            assertThat(decoded.readAllBytes()).isEqualTo(expected);
+        }
+    }
+
+    @Test
+    void theRestIsConvertedByTheJdk() throws Exception {
+        Path mp3 = TestMedia.stream("mp3.mp3");
+        byte[] expected = MediaAudioTest.decoded(mp3);
+        AudioFormat bigEndian = new AudioFormat(44100, 16, 2, true, true);
+        AudioInputStream encoded = AudioSystem.getAudioInputStream(mp3.toFile());
+        assertThat(encoded.getFormat().getEncoding()).hasToString("MP3");
+        assertThat(encoded.getFormat().getProperty("bitrate")).isInstanceOf(Integer.class);
+        assertThat(AudioSystem.isConversionSupported(bigEndian, encoded.getFormat())).isFalse();
+        AudioInputStream decoded = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded);
+        assertThat(AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded)).isSameAs(decoded);
+        byte[] swapped = AudioSystem.getAudioInputStream(bigEndian, decoded).readAllBytes();
+        for (int i = 0; i + 1 < swapped.length; i += 2) {
+            byte high = swapped[i];
+            swapped[i] = swapped[i + 1];
+            swapped[i + 1] = high;
+        }
+        assertThat(swapped).isEqualTo(expected);
+        decoded = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, AudioSystem.getAudioInputStream(mp3.toFile()));
+        assertThat(AudioSystem.getAudioInputStream(new AudioFormat(44100, 8, 2, false, false), decoded).readAllBytes())
+                .hasSize(expected.length / 2);
+        AudioInputStream closed = AudioSystem.getAudioInputStream(mp3.toFile());
+        assertThat(closed.readAllBytes()).hasSizeGreaterThan(10_000);
+        closed.close();
+        closed.close();
+        assertThatThrownBy(() -> closed.read(new byte[9])).isInstanceOf(IOException.class);
+    }
+
+    @ParameterizedTest
+    @CsvSource({"WAVE, 16, true, false", "WAVE, 8, false, false", "AU, 16, true, true", "AIFF, 16, true, true"})
+    void theFormatsOfTheJdkStayItsOwn(String type, int bits, boolean signed, boolean bigEndian) throws Exception {
+        byte[] pcm = Sounds.voice(8000, 2, 4000);
+        AudioFormat format = new AudioFormat(8000, bits, 2, signed, bigEndian);
+        ByteArrayOutputStream written = new ByteArrayOutputStream();
+        long frames = pcm.length / format.getFrameSize();
+        AudioSystem.write(new AudioInputStream(new ByteArrayInputStream(pcm), format, frames),
+                Stream.of(AudioSystem.getAudioFileTypes()).filter(t -> t.toString().equals(type)).findFirst()
+                        .orElseThrow(), written);
+        Path file = Files.write(directory.resolve("sound"), written.toByteArray());
+        for (AudioInputStream sound : new AudioInputStream[] {AudioSystem.getAudioInputStream(file.toFile()),
+            AudioSystem.getAudioInputStream(new ByteArrayInputStream(written.toByteArray())),
+            AudioSystem.getAudioInputStream(file.toUri().toURL())}) {
+            assertThat(sound).isNotInstanceOf(EncodedAudioInputStream.class);
+            assertThat(sound.getFormat().matches(format)).isTrue();
+            assertThat(sound.getFrameLength()).isEqualTo(frames);
+            assertThat(sound.readAllBytes()).isEqualTo(pcm);
+        }
+        for (String name : new String[] {"pcm_s16.wav", "pcm_s16_5.1.wav", "pcm_f32.wav", "alaw.wav", "mulaw.wav"}) {
+            assertThat(AudioSystem.getAudioInputStream(TestMedia.stream(name).toFile()))
+                    .isNotInstanceOf(EncodedAudioInputStream.class);
+        }
+    }
+
+    static Stream<byte[]> othersBytes() throws IOException {
+        byte[] noise = new byte[3_000_000];
+        new Random(11).nextBytes(noise);
+        ByteArrayOutputStream png = new ByteArrayOutputStream();
+        ImageIO.write(new java.awt.image.BufferedImage(9, 9, 1), "png", png);
+        Stream<byte[]> made = Stream.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000), "ID3 explained",
+                "Gone with the wind".repeat(100), "....mdat", "\0\0\0\u0018ftypisom", "ID3\u0003\0\0\0\0\0\0",
+                "<html>").map(text -> text.getBytes(StandardCharsets.ISO_8859_1));
+        return Stream.concat(Stream.concat(made, Stream.of(noise, new byte[5000], png.toByteArray())),
+                Stream.of("vorbis.ogg", "flac.flac", "h264_320x240.h264", "h264_b_320x240.mp4", "h264_vorbis.mkv")
+                        .map(name -> bytes(TestMedia.stream(name))));
+    }
+
+    private static byte[] bytes(Path file) {
+        try {
+            return Files.readAllBytes(file);
+        } catch (IOException e) {
+            throw new java.io.UncheckedIOException(e);
+        }
+    }
+
+    @ParameterizedTest
+    @MethodSource("othersBytes")
+    void whatIsNotOursIsLeftAsItWas(byte[] bytes) throws IOException {
+        InputStream stream = new BufferedInputStream(new ByteArrayInputStream(bytes), 10);
+        FfmpegAudioFileReader reader = new FfmpegAudioFileReader();
+        assertThatThrownBy(() -> reader.getAudioInputStream(stream)).isInstanceOf(UnsupportedAudioFileException.class);
+        assertThatThrownBy(() -> reader.getAudioFileFormat(stream)).isInstanceOf(UnsupportedAudioFileException.class);
+        assertThatThrownBy(() -> AudioSystem.getAudioInputStream(stream))
+                .isInstanceOf(UnsupportedAudioFileException.class);
+        assertThat(stream.readAllBytes()).isEqualTo(bytes);
+        File file = Files.write(directory.resolve("other"), bytes).toFile();
+        assertThatThrownBy(() -> reader.getAudioInputStream(file)).isInstanceOf(UnsupportedAudioFileException.class);
+        assertThatThrownBy(() -> reader.getAudioFileFormat(file)).isInstanceOf(UnsupportedAudioFileException.class);
+    }
+
+    @Test
+    void filesThatEndTooEarlyAndStreamsWithoutMarkHarmNothing() throws Exception {
+        FfmpegAudioFileReader reader = new FfmpegAudioFileReader();
+        for (Path path : encodedFiles().toList()) {
+            byte[] bytes = Files.readAllBytes(path);
+            for (int size : new int[] {20, 3000, bytes.length / 2}) {
+                File cut = Files.write(directory.resolve("cut"), Arrays.copyOf(bytes, size)).toFile();
+                try {
+                    pcm(reader.getAudioInputStream(cut));
+                } catch (UnsupportedAudioFileException | IOException e) {
+                    assertThat(e.getMessage()).isNotBlank();
+                }
+            }
+        }
+        try (FileInputStream stream = new FileInputStream(TestMedia.stream("mp3.mp3").toFile())) {
+            assertThatThrownBy(() -> reader.getAudioInputStream(stream))
+                    .isInstanceOf(UnsupportedAudioFileException.class).hasMessageContaining("mark");
+            assertThat(stream.getChannel().position()).isZero();
+        }
+        for (File none : new File[] {directory.resolve("none").toFile(), directory.toFile(), new File("a\0b")}) {
+            assertThatThrownBy(() -> reader.getAudioInputStream(none))
+                    .isInstanceOf(UnsupportedAudioFileException.class);
+        }
+        assertThatThrownBy(() -> AudioSystem.getAudioInputStream(directory.resolve("none").toFile()))
+                .isInstanceOf(java.io.FileNotFoundException.class);
+        assertThatThrownBy(() -> reader.getAudioInputStream(new URL("file:/none/sound.mp3")))
+                .isInstanceOf(UnsupportedAudioFileException.class);
+    }
+
+    private static AudioInputStream foreign(String file, String encoding, float rate, int channels) throws IOException {
+        return new AudioInputStream(new FileInputStream(TestMedia.stream(file).toFile()),
+                new AudioFormat(new Encoding(encoding), rate, -1, channels, -1, -1, false), AudioSystem.NOT_SPECIFIED);
+    }
+
+    @Test
+    void streamsOfOthersAreDecodedIfTheirBytesAreEnough() throws Exception {
+        for (String file : new String[] {"mp3.mp3", "aac.aac", "ac3.ac3"}) {
+            AudioInputStream pcm = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED,
+                    foreign(file, file.substring(0, 3).toUpperCase(java.util.Locale.ROOT), 44100, 2));
+            assertThat(pcm.readAllBytes()).isEqualTo(MediaAudioTest.decoded(TestMedia.stream(file)));
+        }
+        AudioInputStream m4a = AudioSystem.getAudioInputStream(TestMedia.stream("aac.m4a").toFile());
+        AudioInputStream wma = AudioSystem.getAudioInputStream(TestMedia.stream("wma2.asf").toFile());
+        for (AudioInputStream wrong : new AudioInputStream[] {foreign("mp3.mp3", "AC3", 44100, 2),
+            foreign("mp3.mp3", "MP3", 48000, 2), foreign("mp3.mp3", "MP3", 44100, 1),
+            foreign("gsm.wav", "MP3", 8000, 1), foreign("wma2.asf", "WMAV2", 44100, 2),
+            new AudioInputStream(m4a, m4a.getFormat(), -1), new AudioInputStream(wma, wma.getFormat(), -1)}) {
+            assertThatThrownBy(() -> AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, wrong))
+                    .isInstanceOf(IllegalArgumentException.class);
+        }
+    }
+
+    @Test
+    void withoutTheLibraryTheProvidersStepAside() throws Exception {
+        Process process = new ProcessBuilder(ProcessHandle.current().info().command().orElseThrow(),
+                "-D" + FfmpegLibrary.LIBRARY_PROPERTY + "=/nowhere", "-cp", System.getProperty("java.class.path"),
+                WithoutLibrary.class.getName(), TestMedia.stream("pcm_s16.wav").toString(),
+                TestMedia.stream("mp3.mp3").toString()).redirectErrorStream(true).start();
+        assertThat(new String(process.getInputStream().readAllBytes(), StandardCharsets.UTF_8).lines())
+                .contains("176400 bytes", "unsupported");
+        assertThat(process.waitFor()).isZero();
+    }
+
+    /** Opens what can be opened without the library, and what cannot. */
+    static final class WithoutLibrary {
+        public static void main(String[] args) throws Exception {
+            for (String file : args) {
+                try (AudioInputStream sound = AudioSystem.getAudioInputStream(new File(file))) {
+                    System.out.println(sound.readAllBytes().length + " bytes");
+                } catch (UnsupportedAudioFileException e) {
+                    System.out.println("unsupported");
+                }
+            }
+        }
+    }
+}
