@@ -20,7 +20,18 @@ namespace
 {
 
 constexpr const char *strl_this_file = "src/kivjniffmpeg/buffer_callbacks.cpp";
-constexpr int in_grey = 0x80; // what shows where a damaged packet leaves the picture unwritten
+
+/**
+ * The byte that shows where a damaged packet leaves the picture unwritten: grey. Samples of 9 to 15 bits get one that
+ * keeps them within their depth, because libswscale takes such samples for places in its tables without a look.
+ */
+int grey_byte(AVPixelFormat dsp_format)
+{
+    constexpr int inl_grey = 0x80;
+    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(dsp_format);
+    const int inl_depth = adsl_descriptor == nullptr ? 8 : adsl_descriptor->comp[0].depth_minus1 + 1;
+    return inl_depth > 8 && inl_depth < 16 ? 1 << (inl_depth - 9) : inl_grey;
+}
 
 /** The frame holds a buffer, or nothing; its planes point nowhere. */
 void clear_planes(AVFrame *adsp_pic)
@@ -67,9 +78,10 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
 
     clear_planes(adsp_pic);
     std::ranges::fill(adsp_pic->base, nullptr);
+    const int inl_grey = grey_byte(dsl_format);
     for (size_t uml_plane = 0; uml_plane < static_cast<size_t>(dsl_layout->plane_count()); ++uml_plane) {
         uint8_t *autl_plane = dsl_buffer->data() + dsl_layout->aimc_plane_offsets[uml_plane];
-        std::memset(autl_plane, in_grey, static_cast<size_t>(dsl_layout->aimc_plane_sizes[uml_plane]));
+        std::memset(autl_plane, inl_grey, static_cast<size_t>(dsl_layout->aimc_plane_sizes[uml_plane]));
         adsp_pic->base[uml_plane] = autl_plane;
         adsp_pic->data[uml_plane] = autl_plane;
         adsp_pic->linesize[uml_plane] = dsl_layout->aimc_linesizes[uml_plane];

@@ -122,6 +122,7 @@ video h264_422_322x242.mp4 avc1 b,422 322x242 20 "${x264[@]}" -bf 2 -pix_fmt yuv
 # The old FFmpeg under test misreads the 8x8 transforms that today's x264 makes in 4:4:4.
 video h264_444_321x241.mp4 avc1 b,444,odd 321x241 20 "${x264[@]}" -bf 2 -pix_fmt yuv444p \
     -x264-params threads=1:lookahead-threads=1:8x8dct=0
+video h264_high10_320x240.mp4 avc1 b,high10 320x240 20 "${x264[@]}" -bf 2 -pix_fmt yuv420p10le
 video h264_cropped_224x208.h264 H264 cropped 352x288 20 "${x264[@]}" -bf 0 \
     -bsf:v h264_metadata=crop_left=16:crop_top=16:crop_right=112:crop_bottom=64
 video h264_small.h264 H264 - 176x144 10 "${x264[@]}" -bf 0

@@ -24,7 +24,8 @@ final class Scenarios {
 
     private static final List<String> SMALL = List.of("mpeg1_320x240.m1v", "mpeg2_320x240.m2v", "h264_b_322x242.h264",
             "h264_b_320x240.mp4", "msmpeg4v2_320x240.avi", "msmpeg4v3_321x241.avi", "mpeg4_b_322x242.avi",
-            "mpeg4_321x241.mkv", "h263_176x144.avi", "wmv1_322x242.asf", "wmv2_320x240.asf", "cinepak_160x120.avi");
+            "mpeg4_321x241.mkv", "h264_high10_320x240.mp4", "h263_176x144.avi", "wmv1_322x242.asf", "wmv2_320x240.asf",
+            "cinepak_160x120.avi");
     private static final int LARGEST_ARRAY = 32 << 20;
     /** A fraction of what the smallest known leak of a decoder comes to in the shortest run. */
     private static final int LARGEST_GROWTH = 2 << 20;
