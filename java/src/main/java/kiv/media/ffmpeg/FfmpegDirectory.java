@@ -1,6 +1,5 @@
 package kiv.media.ffmpeg;
 
-import java.io.IOException;
 import java.nio.file.Path;
 
 /** Finds the directory of FFmpeg's libraries when the program does not name one. */
@@ -23,30 +22,12 @@ final class FfmpegDirectory {
         if (own != null) {
             return Path.of(own).toAbsolutePath().normalize();
         }
-        ClassLoader loader = FfmpegDirectory.class.getClassLoader();
-        if (loader.getResource(PACKAGE + FfmpegLibrary.LIBRARIES.get(0)) == null) {
+        NativeLibrary.requirePlatform();
+        if (!PackagedFiles.exist(PACKAGE + FfmpegLibrary.LIBRARIES.get(0))) {
             throw new LibraryException("no FFmpeg: add org.bytedeco.javacpp-presets:ffmpeg:2.8.1-1.1 (classifier"
-                    + " linux-x86_64) to the class path or name a directory with -D"
-                    + FfmpegLibrary.DIRECTORY_PROPERTY + "=DIR");
+                    + " linux-x86_64) to the class path (on the module path with --add-modules ALL-MODULE-PATH) or name"
+                    + " a directory with -D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=DIR");
         }
-        Path root = cacheRoot();
-        try {
-            return new ResourceCache(root, "ffmpeg").unpack(loader, PACKAGE, FfmpegLibrary.LIBRARIES);
-        } catch (IOException e) {
-            throw new LibraryException("cannot unpack FFmpeg into " + root + ": " + e + "; name another directory with"
-                    + " -D" + FfmpegLibrary.CACHE_PROPERTY + "=DIR", e);
-        }
-    }
-
-    private static Path cacheRoot() {
-        String named = System.getProperty(FfmpegLibrary.CACHE_PROPERTY);
-        if (named != null) {
-            return Path.of(named).toAbsolutePath().normalize();
-        }
-        String shared = System.getenv("XDG_CACHE_HOME");
-        // A relative path there is invalid by the XDG rules and is to be ignored.
-        Path base = shared != null && shared.startsWith("/") ? Path.of(shared)
-                : Path.of(System.getProperty("user.home"), ".cache");
-        return base.resolve("kivjniffmpeg").toAbsolutePath().normalize();
+        return PackagedFiles.unpack("FFmpeg", "ffmpeg", PACKAGE, FfmpegLibrary.LIBRARIES);
     }
 }

@@ -10,9 +10,14 @@ import java.util.List;
  *
  * <p>FFmpeg's directory is, in this order: the one given to {@link #load(Path)}, the system property
  * {@value #DIRECTORY_PROPERTY}, the package {@code org.bytedeco.javacpp-presets:ffmpeg} (2.8.1-1.1,
- * {@code linux-x86_64}) on the class path, whose libraries are unpacked into a per-user cache. The native library is
- * the file named by the system property {@value #LIBRARY_PROPERTY}, else {@code libkivjniffmpeg.so} from
- * {@code java.library.path}.
+ * {@code linux-x86_64}) on the class path, whose libraries are unpacked. The native library is the file named by the
+ * system property {@value #LIBRARY_PROPERTY}, else the one in this project's jar with the classifier
+ * {@code linux-x86_64}, unpacked too, else {@code libkivjniffmpeg.so} from {@code java.library.path}.
+ *
+ * <p>Libraries are unpacked once for each user, into the directory named by the system property
+ * {@value #CACHE_PROPERTY}, else {@code $XDG_CACHE_HOME/kivjniffmpeg}, {@code ~/.cache/kivjniffmpeg} or, where neither can
+ * be used, a private directory under {@code java.io.tmpdir}. A directory in which others can write, or which belongs to
+ * another user than root, is refused, because they could put libraries of their own there. Damaged files are replaced.
  *
  * <p>All methods may be called by any thread.
  */
@@ -22,7 +27,7 @@ public final class FfmpegLibrary {
     public static final String LIBRARY_PROPERTY = "kiv.media.ffmpeg.library";
     /** The system property with the directory of FFmpeg's libraries. */
     public static final String DIRECTORY_PROPERTY = "kiv.media.ffmpeg.dir";
-    /** The system property with the directory under which FFmpeg's libraries are unpacked. */
+    /** The system property with the directory into which libraries are unpacked. */
     public static final String CACHE_PROPERTY = "kiv.media.ffmpeg.cache";
 
     /** FFmpeg's libraries. The first two come first because the others find them only when they are loaded already. */
@@ -78,17 +83,7 @@ public final class FfmpegLibrary {
         if (nativesLoaded) {
             return;
         }
-        String file = System.getProperty(LIBRARY_PROPERTY);
-        try {
-            if (file != null) {
-                System.load(Path.of(file).toAbsolutePath().toString());
-            } else {
-                System.loadLibrary("kivjniffmpeg");
-            }
-        } catch (UnsatisfiedLinkError e) {
-            throw new LibraryException("cannot load the native library: " + e.getMessage() + "; name its file with -D"
-                    + LIBRARY_PROPERTY + "=/path/libkivjniffmpeg.so", e);
-        }
+        NativeLibrary.load();
         nativesLoaded = true;
     }
 
@@ -121,7 +116,7 @@ public final class FfmpegLibrary {
             try {
                 System.load(absolute.resolve(name).toString());
             } catch (UnsatisfiedLinkError e) {
-                throw new LibraryException("cannot load FFmpeg: " + e.getMessage(), e);
+                throw new LibraryException("cannot load FFmpeg: " + e.getMessage() + PackagedFiles.hint(e), e);
             }
         }
     }

@@ -4,15 +4,17 @@ import java.io.FileNotFoundException;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.OutputStream;
-import java.io.UncheckedIOException;
 import java.net.JarURLConnection;
 import java.net.URL;
 import java.net.URLConnection;
 import java.nio.channels.FileChannel;
 import java.nio.channels.OverlappingFileLockException;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.DirectoryIteratorException;
+import java.nio.file.DirectoryStream;
 import java.nio.file.FileVisitResult;
 import java.nio.file.Files;
+import java.nio.file.LinkOption;
 import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.nio.file.SimpleFileVisitor;
@@ -21,9 +23,13 @@ import java.nio.file.StandardOpenOption;
 import java.nio.file.attribute.BasicFileAttributes;
 import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
+import java.time.Duration;
+import java.time.Instant;
 import java.util.ArrayList;
 import java.util.HexFormat;
 import java.util.List;
+import java.util.Set;
+import java.util.concurrent.locks.LockSupport;
 import java.util.jar.JarEntry;
 import java.util.zip.CRC32;
 import java.util.zip.CheckedInputStream;
@@ -36,6 +42,10 @@ import java.util.zip.CheckedInputStream;
 final class ResourceCache {
 
     private static final System.Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
+    private static final String ASIDE = ".unpacking-";
+    private static final Duration LEFT_BEHIND = Duration.ofHours(1);
+    private static final Duration PATIENCE = Duration.ofSeconds(30);
+    private static final Duration PAUSE = Duration.ofMillis(10);
 
     private final Path root;
     private final String name;
@@ -43,7 +53,7 @@ final class ResourceCache {
     /**
      * A cache.
      *
-     * @param root the directory that holds the sets; made when needed
+     * @param root the directory that holds the sets; made, for this user alone, when needed
      * @param name the first part of the sets' names
      */
     ResourceCache(Path root, String name) {
@@ -72,21 +82,25 @@ final class ResourceCache {
             }
         }
 
-        boolean matches(Path directory) throws IOException {
+        boolean matches(Path directory) {
             Path copy = directory.resolve(file);
-            if (!Files.isRegularFile(copy)) {
-                return false;
-            }
-            try (CheckedInputStream in = new CheckedInputStream(Files.newInputStream(copy), new CRC32())) {
-                return in.transferTo(OutputStream.nullOutputStream()) == size && in.getChecksum().getValue() == crc;
-            } catch (NoSuchFileException e) {
-                return false; // moved away by a virtual machine that repairs it
+            try {
+                if (!Files.isRegularFile(copy, LinkOption.NOFOLLOW_LINKS) || !Ownership.isSafe(copy)
+                        || Files.size(copy) != size) {
+                    return false;
+                }
+                try (CheckedInputStream in = new CheckedInputStream(Files.newInputStream(copy), new CRC32())) {
+                    return in.transferTo(OutputStream.nullOutputStream()) == size && in.getChecksum().getValue() == crc;
+                }
+            } catch (IOException e) {
+                return false; // unreadable, or moved away by a virtual machine that repairs it
             }
         }
 
         void copyTo(Path directory) throws IOException {
-            try (InputStream in = source.openStream()) {
-                Files.copy(in, directory.resolve(file));
+            Path copy = Files.createFile(directory.resolve(file), Ownership.PRIVATE_FILE);
+            try (InputStream in = source.openStream(); OutputStream out = Files.newOutputStream(copy)) {
+                in.transferTo(out);
             }
             if (!matches(directory)) {
                 throw new IOException(file + " was not written whole");
@@ -101,23 +115,25 @@ final class ResourceCache {
      * @param prefix their common path, ending in a slash
      * @param files their names
      * @return the directory with exactly these contents
-     * @throws IOException when a resource is missing or the cache cannot be written
+     * @throws IOException when a resource is missing, or the cache cannot be written or is not safe
      */
     Path unpack(ClassLoader loader, String prefix, List<String> files) throws IOException {
         List<Expected> expected = new ArrayList<>();
         for (String file : files) {
             expected.add(Expected.of(loader, prefix, file));
         }
-        Path target = root.resolve(name + "-" + key(expected));
+        Files.createDirectories(root, Ownership.PRIVATE_DIRECTORY);
+        Path directory = Ownership.requireSafe(root);
+        Path target = directory.resolve(name + "-" + key(expected));
         if (isWhole(target, expected)) {
             return target;
         }
-        Files.createDirectories(root);
         synchronized (ResourceCache.class) {
-            FileChannel lock = lock();
+            FileChannel lock = lock(directory);
             try {
                 // Whoever held the lock before may have done it already.
                 if (!isWhole(target, expected)) {
+                    sweep(directory);
                     replace(target, expected);
                 }
             } finally {
@@ -129,27 +145,54 @@ final class ResourceCache {
 
     /**
      * Keeps other virtual machines out until the channel is closed, so that none moves away a set which another has just
-     * put into place. Where files cannot be locked the moves alone must do: then a repair may have to be tried again.
+     * put into place. Where files cannot be locked, or somebody keeps the lock for ever, the moves alone must do: then a
+     * repair may have to be tried again.
      */
-    private FileChannel lock() throws IOException {
-        FileChannel channel = FileChannel.open(root.resolve(".lock"), StandardOpenOption.CREATE, StandardOpenOption.WRITE);
-        try {
-            channel.lock();
-        } catch (IOException | OverlappingFileLockException e) {
-            LOGGER.log(System.Logger.Level.DEBUG, "the cache is not locked", e);
+    private static FileChannel lock(Path directory) throws IOException {
+        FileChannel channel = FileChannel.open(directory.resolve(".lock"),
+                Set.of(StandardOpenOption.CREATE, StandardOpenOption.WRITE), Ownership.PRIVATE_FILE);
+        long end = System.nanoTime() + PATIENCE.toNanos();
+        while (!tryLock(channel) && System.nanoTime() < end) {
+            LockSupport.parkNanos(PAUSE.toNanos());
         }
         return channel;
     }
 
-    /** Writes the set aside and moves it into place when it is whole; a damaged one makes way. */
-    private void replace(Path target, List<Expected> expected) throws IOException {
-        Path aside = Files.createTempDirectory(root, ".unpacking-");
+    /** {@return whether there is nothing to wait for} */
+    private static boolean tryLock(FileChannel channel) {
         try {
-            Path written = Files.createDirectory(aside.resolve("new"));
+            return channel.tryLock() != null;
+        } catch (OverlappingFileLockException e) {
+            return false; // this class of another class loader has it
+        } catch (IOException e) {
+            LOGGER.log(System.Logger.Level.DEBUG, "the cache is not locked", e);
+            return true;
+        }
+    }
+
+    /** Removes what virtual machines that were killed left behind: nobody unpacks for so long. */
+    private static void sweep(Path directory) throws IOException {
+        Instant old = Instant.now().minus(LEFT_BEHIND);
+        try (DirectoryStream<Path> entries = Files.newDirectoryStream(directory, ASIDE + "*")) {
+            for (Path entry : entries) {
+                if (Files.getLastModifiedTime(entry, LinkOption.NOFOLLOW_LINKS).toInstant().isBefore(old)) {
+                    deleteTree(entry);
+                }
+            }
+        } catch (NoSuchFileException | DirectoryIteratorException e) {
+            LOGGER.log(System.Logger.Level.DEBUG, "somebody else sweeps the cache", e);
+        }
+    }
+
+    /** Writes the set aside and moves it into place when it is whole; a damaged one makes way. */
+    private static void replace(Path target, List<Expected> expected) throws IOException {
+        Path aside = Files.createTempDirectory(target.getParent(), ASIDE, Ownership.PRIVATE_DIRECTORY);
+        try {
+            Path written = Files.createDirectory(aside.resolve("new"), Ownership.PRIVATE_DIRECTORY);
             for (Expected file : expected) {
                 file.copyTo(written);
             }
-            if (Files.exists(target)) {
+            if (Files.exists(target, LinkOption.NOFOLLOW_LINKS) && !isWhole(target, expected)) {
                 // Whoever has its files open keeps them.
                 Files.move(target, aside.resolve("damaged"), StandardCopyOption.ATOMIC_MOVE);
             }
@@ -163,13 +206,13 @@ final class ResourceCache {
         }
     }
 
-    private static boolean isWhole(Path directory, List<Expected> expected) throws IOException {
-        for (Expected file : expected) {
-            if (!file.matches(directory)) {
-                return false;
-            }
+    private static boolean isWhole(Path directory, List<Expected> expected) {
+        try {
+            return Files.isDirectory(directory, LinkOption.NOFOLLOW_LINKS) && Ownership.isSafe(directory)
+                    && expected.stream().allMatch(file -> file.matches(directory));
+        } catch (IOException e) {
+            return false;
         }
-        return true;
     }
 
     private static String key(List<Expected> expected) {
@@ -205,7 +248,7 @@ final class ResourceCache {
                 }
             });
         } catch (IOException e) {
-            throw new UncheckedIOException("cannot remove " + directory, e);
+            LOGGER.log(System.Logger.Level.DEBUG, "cannot remove " + directory, e);
         }
     }
 }

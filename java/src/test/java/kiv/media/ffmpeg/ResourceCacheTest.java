@@ -2,14 +2,20 @@ package kiv.media.ffmpeg;
 
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
+import static org.assertj.core.api.Assumptions.assumeThat;
 
 import java.io.IOException;
 import java.io.OutputStream;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.file.Files;
+import java.nio.file.LinkOption;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
+import java.nio.file.attribute.FileTime;
+import java.nio.file.attribute.PosixFilePermissions;
+import java.time.Duration;
+import java.time.Instant;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Random;
@@ -24,6 +30,8 @@ import java.util.zip.ZipOutputStream;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 
 class ResourceCacheTest {
 
@@ -98,6 +106,48 @@ class ResourceCacheTest {
         Files.write(directory.resolve("one.so"), flipped);
         assertHolds(cache.unpack(jar(1), "libs/", FILES), 1);
         assertThat(inRoot()).hasSize(1);
+    }
+
+    /** What somebody else can write may hold anything, so it is not loaded. */
+    @ParameterizedTest
+    @CsvSource({"cache, rwxrwxrwx, others can write there", "cache, rwxrwx---, others can write there",
+        ", rwxrwxrwx, another directory into its place"})
+    void aDirectoryThatOthersCanWriteIsRefused(String at, String permissions, String message) throws IOException {
+        assertHolds(cache.unpack(jar(1), "libs/", FILES), 1);
+        assertThat(Files.getPosixFilePermissions(root)).isEqualTo(PosixFilePermissions.fromString("rwx------"));
+        Files.setPosixFilePermissions(at == null ? root.getParent() : root,
+                PosixFilePermissions.fromString(permissions));
+        assertThatThrownBy(() -> cache.unpack(jar(1), "libs/", FILES)).isInstanceOf(IOException.class)
+                .hasMessageContaining(message);
+    }
+
+    @Test
+    void whatAnotherUserMadeIsRefused() throws IOException {
+        assumeThat(Ownership.user()).as("only root can give files away").isZero();
+        Path directory = cache.unpack(jar(1), "libs/", FILES);
+        Files.setAttribute(directory.resolve("one.so"), "unix:uid", 12345);
+        assertHolds(cache.unpack(jar(1), "libs/", FILES), 1);
+        assertThat(Files.getAttribute(directory.resolve("one.so"), "unix:uid")).isEqualTo(0);
+        Path link = Files.createSymbolicLink(temp.resolve("link"), root);
+        assertThat(new ResourceCache(link, "set").unpack(jar(1), "libs/", FILES)).isEqualTo(directory);
+        Files.setAttribute(link, "unix:uid", 12345, LinkOption.NOFOLLOW_LINKS);
+        for (Path refused : List.of(link, root)) {
+            assertThatThrownBy(() -> new ResourceCache(refused, "set").unpack(jar(1), "libs/", FILES))
+                    .hasMessageContaining("belongs to user 12345");
+            Files.setAttribute(root, "unix:uid", 12345);
+        }
+    }
+
+    @Test
+    void whatKilledMachinesLeftBehindIsRemoved() throws IOException {
+        Path left = Files.createDirectories(root.resolve(".unpacking-1/new"));
+        Path atWork = Files.createDirectories(root.resolve(".unpacking-2/new"));
+        Files.setPosixFilePermissions(root, PosixFilePermissions.fromString("rwx------"));
+        Files.write(left.resolve("one.so"), new byte[10]);
+        Files.setLastModifiedTime(left.getParent(), FileTime.from(Instant.now().minus(Duration.ofDays(1))));
+        assertHolds(cache.unpack(jar(1), "libs/", FILES), 1);
+        assertThat(left.getParent()).doesNotExist();
+        assertThat(atWork).exists();
     }
 
     @Test

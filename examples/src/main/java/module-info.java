@@ -1,0 +1,4 @@
+/** Small programs that use kivjniffmpeg. */
+module kiv.media.examples {
+    requires kiv.media.ffmpeg;
+}

@@ -1,0 +1,65 @@
+package kiv.media.ffmpeg;
+
+import java.nio.file.Path;
+import java.util.List;
+
+/** Finds and loads the native library. */
+final class NativeLibrary {
+
+    private static final String FILE = "libkivjniffmpeg.so";
+    /** Where the natives jar keeps it: no module can hide it there, because this is no name of a Java package. */
+    private static final String PACKAGE = "kiv/media/ffmpeg/natives/linux-x86_64/";
+
+    private NativeLibrary() {
+    }
+
+    /**
+     * Loads it from the file that a property names, else out of the natives jar, else from {@code java.library.path}.
+     *
+     * @throws LibraryException when it is not found or does not load
+     */
+    static void load() {
+        String named = System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY);
+        if (named != null) {
+            load(Path.of(named).toAbsolutePath(), "; -D" + FfmpegLibrary.LIBRARY_PROPERTY + " names this file");
+            return;
+        }
+        requirePlatform();
+        if (PackagedFiles.exist(PACKAGE + FILE)) {
+            Path directory = PackagedFiles.unpack("the native library", "natives", PACKAGE, List.of(FILE));
+            load(directory.resolve(FILE), "");
+            return;
+        }
+        try {
+            System.loadLibrary("kivjniffmpeg");
+        } catch (UnsatisfiedLinkError e) {
+            throw new LibraryException("no native library: add kiv.media:kivjniffmpeg (classifier linux-x86_64) to the"
+                    + " class path (on the module path with --add-modules ALL-MODULE-PATH) or name its file with -D"
+                    + FfmpegLibrary.LIBRARY_PROPERTY + "=/path/" + FILE + " (" + e.getMessage() + ")", e);
+        }
+    }
+
+    /**
+     * Demands that the packaged libraries can run here.
+     *
+     * @throws LibraryException when they are made for another system or processor
+     */
+    static void requirePlatform() {
+        String system = System.getProperty("os.name", "");
+        String processor = System.getProperty("os.arch", "");
+        if (!system.equals("Linux") || !processor.equals("amd64") && !processor.equals("x86_64")) {
+            throw new LibraryException("the packaged libraries are made for Linux on x86-64, and this is " + system
+                    + " on " + processor);
+        }
+    }
+
+    private static void load(Path file, String hint) {
+        try {
+            System.load(file.toString());
+        } catch (UnsatisfiedLinkError e) {
+            String better = PackagedFiles.hint(e);
+            throw new LibraryException("cannot load the native library: " + e.getMessage()
+                    + (better.isEmpty() ? hint : better), e);
+        }
+    }
+}

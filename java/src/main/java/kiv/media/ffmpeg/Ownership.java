@@ -1,0 +1,97 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.nio.file.FileSystemException;
+import java.nio.file.Files;
+import java.nio.file.LinkOption;
+import java.nio.file.Path;
+import java.nio.file.attribute.FileAttribute;
+import java.nio.file.attribute.PosixFilePermission;
+import java.nio.file.attribute.PosixFilePermissions;
+import java.util.Map;
+import java.util.Set;
+
+/**
+ * Tells whether a place is safe to load libraries from: whoever can write there can run code in this process, so it has
+ * to be this user's or root's, and nobody else's to write.
+ */
+final class Ownership {
+
+    /** For a directory that nobody else may enter. */
+    static final FileAttribute<Set<PosixFilePermission>> PRIVATE_DIRECTORY =
+            PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rwx------"));
+    /** For a file that nobody else may open. */
+    static final FileAttribute<Set<PosixFilePermission>> PRIVATE_FILE =
+            PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rw-------"));
+
+    private static final int ROOT = 0;
+    private static final int WRITABLE_BY_GROUP = 0020;
+    private static final int WRITABLE_BY_ALL = 0002;
+    /** Entries of such a directory, like those of /tmp, can be renamed by their owners only. */
+    private static final int STICKY = 01000;
+
+    private Ownership() {
+    }
+
+    /**
+     * Demands that a directory is safe.
+     *
+     * @return its real path: a link on the way to it could lead elsewhere a moment later
+     * @throws IOException when it is not safe or not there
+     */
+    static Path requireSafe(Path directory) throws IOException {
+        // The entry itself, which may be a link that somebody else made in /tmp.
+        requireOwner(directory, read(directory).get("uid"));
+        Path real = directory.toRealPath();
+        Map<String, Object> attributes = read(real);
+        requireOwner(real, attributes.get("uid"));
+        if ((mode(attributes) & (WRITABLE_BY_GROUP | WRITABLE_BY_ALL)) != 0) {
+            throw new FileSystemException(real.toString(), null, "others can write there, so what it holds cannot be"
+                    + " trusted; remove it, or make it yours alone (chmod 700) when you trust what it holds");
+        }
+        for (Path above = real.getParent(); above != null; above = above.getParent()) {
+            int mode = mode(read(above));
+            if ((mode & WRITABLE_BY_ALL) != 0 && (mode & STICKY) == 0) {
+                throw new FileSystemException(real.toString(), null, "others can put another directory into its"
+                        + " place, because they can write in " + above);
+            }
+        }
+        return real;
+    }
+
+    /** {@return whether what lies there, not what a link there leads to, is this user's or root's alone to write} */
+    static boolean isSafe(Path file) throws IOException {
+        Map<String, Object> attributes = read(file);
+        return isOurs(attributes.get("uid")) && (mode(attributes) & (WRITABLE_BY_GROUP | WRITABLE_BY_ALL)) == 0;
+    }
+
+    /** {@return the number of the user whose rights this process has} */
+    static int user() throws IOException {
+        Path status = Path.of("/proc/self/status");
+        for (String line : Files.readAllLines(status)) {
+            if (line.startsWith("Uid:")) {
+                return (int) Long.parseLong(line.trim().split("\\s+")[2]); // real, effective, ...
+            }
+        }
+        throw new FileSystemException(status.toString(), null, "does not name the user");
+    }
+
+    private static void requireOwner(Path directory, Object owner) throws IOException {
+        if (!isOurs(owner)) {
+            throw new FileSystemException(directory.toString(), null, "belongs to user " + owner + ", not to user "
+                    + user() + " who runs this, so what it holds cannot be trusted");
+        }
+    }
+
+    private static boolean isOurs(Object owner) throws IOException {
+        return owner.equals(ROOT) || owner.equals(user());
+    }
+
+    private static int mode(Map<String, Object> attributes) {
+        return (Integer) attributes.get("mode");
+    }
+
+    private static Map<String, Object> read(Path file) throws IOException {
+        return Files.readAttributes(file, "unix:mode,uid", LinkOption.NOFOLLOW_LINKS);
+    }
+}

@@ -1,0 +1,119 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.nio.file.AccessDeniedException;
+import java.nio.file.FileAlreadyExistsException;
+import java.nio.file.FileSystemException;
+import java.nio.file.InvalidPathException;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.LinkedHashSet;
+import java.util.List;
+import java.util.Locale;
+import java.util.Set;
+
+/** Files of a jar that have to lie in the file system before they can be loaded. */
+final class PackagedFiles {
+
+    private static final System.Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
+    private static final String NAME = "kivjniffmpeg";
+    private static final ClassLoader LOADER = loader();
+
+    private PackagedFiles() {
+    }
+
+    /** {@return whether there is such a resource} */
+    static boolean exist(String resource) {
+        return LOADER.getResource(resource) != null;
+    }
+
+    /**
+     * Unpacks files into the first directory where that can be done.
+     *
+     * @param what what they are, for messages
+     * @param name the first part of the name of their directory
+     * @param prefix where they are, ending in a slash
+     * @param files their names
+     * @return the directory with exactly these files
+     * @throws LibraryException when it can be done nowhere
+     */
+    static Path unpack(String what, String name, String prefix, List<String> files) {
+        List<String> failures = new ArrayList<>();
+        Exception last = null;
+        // A thread that was interrupted before gets its library all the same.
+        boolean interrupted = Thread.interrupted();
+        try {
+            for (Path root : roots()) {
+                try {
+                    return new ResourceCache(root, name).unpack(LOADER, prefix, files);
+                } catch (IOException e) {
+                    LOGGER.log(System.Logger.Level.DEBUG, "cannot unpack into " + root, e);
+                    failures.add(root + " (" + reason(root, e) + ")");
+                    last = e;
+                }
+            }
+        } catch (IOException | InvalidPathException e) {
+            failures.add("no directory: " + e.getMessage());
+            last = e;
+        } finally {
+            if (interrupted) {
+                Thread.currentThread().interrupt();
+            }
+        }
+        throw new LibraryException("cannot unpack " + what + " into " + String.join(" or ", failures)
+                + "; name another directory with -D" + FfmpegLibrary.CACHE_PROPERTY + "=DIR", last);
+    }
+
+    /** What to do when a library is there and the system does not load it. */
+    static String hint(UnsatisfiedLinkError e) {
+        String message = String.valueOf(e.getMessage()).toLowerCase(Locale.ROOT);
+        if (message.contains("failed to map segment")) {
+            return "; its file system may be mounted noexec: name a directory elsewhere with -D"
+                    + FfmpegLibrary.CACHE_PROPERTY + "=DIR";
+        }
+        if (message.contains("another classloader")) {
+            return "; a process loads it once: let the class loader that the applications share have this jar";
+        }
+        return "";
+    }
+
+    /** Where to unpack: the place that was named and no other, else the user's cache, else a directory under /tmp. */
+    private static Set<Path> roots() throws IOException {
+        String named = System.getProperty(FfmpegLibrary.CACHE_PROPERTY, "");
+        if (!named.isEmpty()) {
+            return Set.of(Path.of(named).toAbsolutePath().normalize());
+        }
+        Set<Path> roots = new LinkedHashSet<>();
+        // A relative path in either is invalid and is to be ignored.
+        String shared = System.getenv().getOrDefault("XDG_CACHE_HOME", "");
+        if (shared.startsWith("/")) {
+            roots.add(Path.of(shared, NAME));
+        }
+        String home = System.getProperty("user.home", "");
+        if (home.startsWith("/")) {
+            roots.add(Path.of(home, ".cache", NAME));
+        }
+        roots.add(Path.of(System.getProperty("java.io.tmpdir", "/tmp"), NAME + "-" + Ownership.user())
+                .toAbsolutePath());
+        return roots;
+    }
+
+    private static String reason(Path root, IOException e) {
+        if (e instanceof AccessDeniedException) {
+            return "permission denied";
+        }
+        if (e instanceof FileAlreadyExistsException) {
+            return "a file is in its place";
+        }
+        if (e instanceof FileSystemException failure && failure.getReason() != null) {
+            boolean elsewhere = failure.getFile() != null && !failure.getFile().startsWith(root.toString());
+            return elsewhere ? failure.getFile() + ": " + failure.getReason() : failure.getReason();
+        }
+        return e.getMessage() == null ? e.toString() : e.getMessage();
+    }
+
+    private static ClassLoader loader() {
+        ClassLoader own = PackagedFiles.class.getClassLoader();
+        return own != null ? own : ClassLoader.getSystemClassLoader();
+    }
+}

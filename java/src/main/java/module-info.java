@@ -1,0 +1,29 @@
+/**
+ * FFmpeg's decoders and encoders for Java: containers, pictures and sound.
+ *
+ * <p>The native library and FFmpeg's package are resources of jars that no other module requires. On the module path
+ * they are found with {@code --add-modules ALL-MODULE-PATH}, or by themselves when they lie on the class path. The
+ * virtual machine is told that native code is wanted with {@code --enable-native-access=kiv.media.ffmpeg}.
+ */
+@SuppressWarnings("requires-automatic")
+module kiv.media.ffmpeg {
+    // The API gives images.
+    requires transitive java.desktop;
+
+    // For the command line only.
+    requires java.logging;
+    requires static info.picocli;
+    requires static me.tongfei.progressbar;
+    requires static pngj;
+    requires static com.j2html;
+
+    exports kiv.media.ffmpeg;
+    exports kiv.media.ffmpeg.javasound;
+
+    provides javax.sound.sampled.spi.AudioFileReader
+            with kiv.media.ffmpeg.javasound.FfmpegAudioFileReader;
+    provides javax.sound.sampled.spi.FormatConversionProvider
+            with kiv.media.ffmpeg.javasound.FfmpegFormatConversionProvider;
+
+    opens kiv.media.ffmpeg.cli to info.picocli;
+}

@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# tools/test_examples.sh: what a user of the artefacts does. Installs them into Maven's local repository, builds the
+# examples, which know nothing of this tree, and runs them on real files with nothing unpacked before, from the class path
+# and from the module path. The release library must have been built.
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+. "$root/tools/build.sh"
+
+# expect WHAT WANTED FOUND
+expect() { [[ $2 == "$3" ]] || die "examples: $1: $3 instead of $2"; }
+
+media=$("$root/tools/fetch_sample.sh")
+examples=$root/examples
+work=$build/examples
+rm -rf "$work"
+mkdir -p "$work"
+
+say "installing the artefacts and building the examples"
+maven java-install -q install -Dmaven.test.skip=true
+(cd "$examples" && logged examples-package mvn -B --no-transfer-progress -q clean package)
+
+# Quiet even on a Java that warns: nothing may be said.
+on_class_path() {
+    java --enable-native-access=ALL-UNNAMED "-Dkiv.media.ffmpeg.cache=$work/cache" \
+        -cp "$examples/target/examples.jar:$examples/target/lib/*" "kiv.media.examples.$1" "${@:2}" >>"$work/said" 2>&1
+}
+on_module_path() {
+    java --enable-native-access=kiv.media.ffmpeg "-Dkiv.media.ffmpeg.cache=$work/module-cache" \
+        --module-path "$examples/target/examples.jar:$examples/target/lib" --add-modules ALL-MODULE-PATH \
+        -m "kiv.media.examples/kiv.media.examples.$1" "${@:2}" >>"$work/said" 2>&1
+}
+run_examples() {
+    # 26 pictures.
+    on_class_path FilmToPictures "$media/Force_constante.avi" "$work/pictures"
+    # 255 pictures and 10.2 seconds of sound.
+    on_module_path FilmToY4m "$media/balle-jbart.mp4" "$work/film.y4m" 320 256
+    on_class_path SoundToMp3 "$media/balle-jbart.mp4" "$work/sound.mp3"
+}
+say "running the examples"
+run_examples || { cat "$work/said" >&2; die "an example failed"; }
+
+pictures=("$work"/pictures/*.png)
+expect "pictures" 26 "${#pictures[@]}"
+for picture in "${pictures[@]}"; do
+    # The signature, the header's length and name, 400 x 300.
+    expect "${picture##*/}" 89504e470d0a1a0a0000000d49484452000001900000012c "$(od -An -v -tx1 -N24 "$picture" | tr -d ' \n')"
+done
+header="YUV4MPEG2 W320 H256 F25:1 Ip A0:0 C420"
+expect "film.y4m" "$header" "$(head -n 1 "$work/film.y4m")"
+expect "bytes of film.y4m" $((${#header} + 1 + 255 * (6 + 320 * 256 * 3 / 2))) "$(stat -c %s "$work/film.y4m")"
+# A frame of MPEG audio begins with eleven set bits; at 128 kbit/s a second takes 16000 bytes.
+expect "sound.mp3" ff "$(od -An -tx1 -N1 "$work/sound.mp3" | tr -d ' ')"
+expect "seconds of sound.mp3" 10 $(($(stat -c %s "$work/sound.mp3") / 16000))
+for cache in cache module-cache; do
+    expect "unpacked libraries in $cache" 6 "$(find "$work/$cache" -name 'lib*.so*' | wc -l)"
+done
+[[ ! -s $work/said ]] || { cat "$work/said" >&2; die "the examples should say nothing"; }
