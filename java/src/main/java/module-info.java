@@ -15,6 +15,7 @@ module kiv.media.ffmpeg {
     requires static info.picocli;
     requires static me.tongfei.progressbar;
     requires static pngj;
+    requires static com.fasterxml.jackson.core;
     requires static com.j2html;
 
     exports kiv.media.ffmpeg;

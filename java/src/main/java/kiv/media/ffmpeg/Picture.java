@@ -42,8 +42,8 @@ public final class Picture implements AutoCloseable {
      *
      * @param pixelShape width of a pixel divided by its height
      */
-    record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced, boolean fullRange,
-            Rational pixelShape) {
+    record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
+            boolean topFieldFirst, boolean fullRange, Rational pixelShape) {
     }
 
     /**
@@ -119,6 +119,11 @@ public final class Picture implements AutoCloseable {
     /** {@return whether its even and odd rows were taken one after the other} */
     public boolean isInterlaced() {
         return details.interlaced;
+    }
+
+    /** {@return whether it is interlaced and its even rows, the first one's, were taken before the odd ones} */
+    public boolean isTopFieldFirst() {
+        return details.topFieldFirst;
     }
 
     /** {@return whether brightness and colour use all values of a byte, and not only those of television} */

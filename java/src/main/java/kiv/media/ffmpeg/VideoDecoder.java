@@ -33,6 +33,7 @@ public final class VideoDecoder implements AutoCloseable {
     private static final int DRAIN = 0x100;
     private static final int PARAMS = 32;
     private static final int FULL_RANGE = 2;
+    private static final int TOP_FIELD_FIRST = 3;
     private static final Packet NO_PACKET = Packet.of(new byte[0], 0, Packet.NO_TIME, Packet.NO_TIME, false);
 
     private final NativeHandle handle;
@@ -262,7 +263,7 @@ public final class VideoDecoder implements AutoCloseable {
                 .orElseThrow(() -> new DecodeException("pictures of FFmpeg's format " + params[18] + " are not in memory"));
         finished.add(new Picture(memory, pixels, params[16], params[17], offsets, Arrays.copyOfRange(params, 22, 26),
                 new Picture.Details(times.of(key, packet), format.timeBase(), params[19] != 0, params[21] != 0,
-                        params[28] == FULL_RANGE, new Rational(params[26], params[27]))));
+                        params[21] == TOP_FIELD_FIRST, params[28] == FULL_RANGE, new Rational(params[26], params[27]))));
     }
 
     /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */

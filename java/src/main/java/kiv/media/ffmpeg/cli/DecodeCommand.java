@@ -2,19 +2,18 @@ package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
 import java.io.PrintWriter;
+import java.nio.file.DirectoryNotEmptyException;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.List;
+import java.time.Duration;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioDecoder;
-import kiv.media.ffmpeg.DecodeException;
-import kiv.media.ffmpeg.MediaException;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
-import kiv.media.ffmpeg.Packet;
-import kiv.media.ffmpeg.Picture;
+import kiv.media.ffmpeg.PixelFormat;
+import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import kiv.media.ffmpeg.VideoDecoder;
 import picocli.CommandLine.Command;
@@ -25,21 +24,52 @@ import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.Spec;
 
 /** Writes a file's pictures and its sound. */
-@Command(name = "decode", mixinStandardHelpOptions = true, versionProvider = Main.Version.class, sortOptions = false,
-        description = "Decodes a media file into pictures and a WAV file.")
+@Command(name = "decode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
+        header = "Decodes a file's pictures and its sound.",
+        description = {"", "Pictures become PNG files, raw YUV or Y4M, and the sound a WAV file.", ""},
+        footer = {"", "Examples:",
+            "  kivjniffmpeg decode film.mp4 --every 25 --size 320x-1",
+            "  kivjniffmpeg decode film.mp4 --from 1:30 --to 1:35.5 -o part.y4m",
+            "  kivjniffmpeg decode film.mp4 --format y4m -o - | ffplay -",
+            "  kivjniffmpeg decode film.mp4 --no-pictures --out sounds"})
 final class DecodeCommand implements Callable<Integer> {
 
-    /** File formats of the pictures. */
-    enum ImageFormat {
-        PNG
+    /** What becomes of the pictures. */
+    enum Format {
+        PNG, YUV, Y4M
     }
 
     @Mixin
-    private CommonOptions common;
+    private InputOptions input;
 
     @Option(names = "--out", paramLabel = "DIR", defaultValue = "out",
             description = "Where pictures and sound go (default: ${DEFAULT-VALUE}); made when it does not exist.")
-    private Path out;
+    private Path directory;
+
+    @Option(names = {"-o", "--output"}, paramLabel = "FILE", description = "Write this file only: pictures when its"
+            + " name ends in .y4m or .yuv, sound when it ends in .wav; - writes the pictures to standard output.")
+    private Path file;
+
+    @Option(names = "--format", paramLabel = "FORMAT", description = "What pictures become: png, a file each (the"
+            + " default); y4m, one file that tells size and rate; yuv, one file of nothing but the planes.")
+    private Format format;
+
+    @Option(names = "--pixel-format", paramLabel = "NAME", description = "FFmpeg's name of the pixels in y4m and yuv,"
+            + " such as yuv420p or rgb24; the decoder's own by default.")
+    private String pixelFormat;
+
+    @Option(names = "--size", paramLabel = "WxH", converter = PictureSize.Converter.class,
+            description = "Scale the pictures to this size; -1 for a side that keeps the shape, as in 320x-1.")
+    private PictureSize size;
+
+    @Option(names = "--from", paramLabel = "TIME", converter = TimeRange.Converter.class,
+            description = "Begin with the first picture and sample at or after this time from the file's beginning, in"
+                + " seconds or as h:mm:ss.mmm.")
+    private Duration from;
+
+    @Option(names = "--to", paramLabel = "TIME", converter = TimeRange.Converter.class,
+            description = "Stop before this time.")
+    private Duration to;
 
     @Option(names = "--every", paramLabel = "N", defaultValue = "1",
             description = "Write only every Nth picture, beginning with the first.")
@@ -49,184 +79,223 @@ final class DecodeCommand implements Callable<Integer> {
             description = "Stop after writing N pictures; the sound stops there too.")
     private Long limit;
 
-    @Option(names = "--format", paramLabel = "FORMAT", defaultValue = "png",
-            description = "The pictures' file format: png.")
-    private ImageFormat format;
+    @Option(names = {"--no-pictures", "--no-video"}, description = "Leave the pictures out.")
+    private boolean noPictures;
 
-    @Option(names = "--no-video", description = "Leave the pictures out.")
-    private boolean noVideo;
+    @Option(names = {"--no-sound", "--no-audio"}, description = "Leave the sound out.")
+    private boolean noSound;
 
-    @Option(names = "--no-audio", description = "Leave the sound out.")
-    private boolean noAudio;
+    @Option(names = {"-q", "--quiet"}, description = "Show neither progress nor summary.")
+    private boolean quiet;
 
     @Spec
     private CommandSpec spec;
 
-    private long decoded;
-    private long written;
-    private long damaged;
+    /** Sees what is decoded. */
+    private final DecodeObserver observer = DecodeObserver.NONE;
+    private boolean madeDirectory;
 
     @Override
     public Integer call() throws IOException {
-        if (every < 1 || limit != null && limit < 1) {
-            throw new ParameterException(spec.commandLine(), "--every and --limit take a number from 1");
-        }
-        if (noVideo && noAudio) {
-            throw new ParameterException(spec.commandLine(), "--no-video and --no-audio leave nothing to decode");
-        }
-        long start = System.nanoTime();
-        try (MediaReader reader = common.open()) {
-            MediaStream video = noVideo ? null : reader.firstVideo().orElse(null);
-            MediaStream audio = noAudio ? null : reader.firstAudio().orElse(null);
-            if (video == null && audio == null) {
-                throw new MediaFormatException(common.file + ": no "
-                        + (noVideo ? "audio stream" : noAudio ? "video stream" : "video and no audio stream"));
-            }
-            try (VideoDecoder decoder = video == null ? null : openDecoder(video);
-                    SoundWriter sound = openSound(audio, video != null)) {
-                Files.createDirectories(out);
-                try (PictureWriter writer = video == null ? null : new PictureWriter(out, baseName(common.file));
-                        Progress progress = startProgress(reader, video, audio)) {
-                    decodeAll(reader, decoder, writer, sound, progress);
-                    if (writer != null) {
-                        writer.finish();
-                    }
-                }
-                if (sound != null) {
-                    sound.finish();
-                }
-                check(video, sound);
-                summarise(reader, video, sound, (System.nanoTime() - start) / 1e9);
+        settle();
+        boolean done = false;
+        try {
+            decode();
+            done = true;
+        } finally {
+            if (!done && madeDirectory) {
+                removeEmptyDirectory();
             }
         }
-        return 0;
+        return ExitStatus.OK;
     }
 
-    private VideoDecoder openDecoder(MediaStream video) {
+    private void removeEmptyDirectory() throws IOException {
         try {
-            return VideoDecoder.open(video);
-        } catch (UnsupportedCodecException e) {
-            throw new UnsupportedCodecException(common.file + ": " + e.getMessage(), e);
+            Files.deleteIfExists(directory);
+        } catch (DirectoryNotEmptyException e) {
+            // What is in there is whole.
+            madeDirectory = false;
         }
+    }
+
+    private void decode() throws IOException {
+        long start = System.nanoTime();
+        try (MediaReader reader = EntryPoint.open(input, noPictures ? null : from, !noSound)) {
+            MediaStream video = noPictures ? null : reader.firstVideo().orElse(null);
+            MediaStream audio = noSound ? null : reader.firstAudio().orElse(null);
+            if (video == null && (audio == null || file != null && !noPictures)) {
+                throw new MediaFormatException(input.about("no "
+                        + (noPictures ? "audio stream" : noSound ? "video stream" : "video and no audio stream")));
+            }
+            TimeRange range = new TimeRange(from, to);
+            try (VideoDecoder decoder = video == null ? null : Decoders.open(video, input);
+                    SoundWriter sound = openSound(reader, audio, range, video != null);
+                    PictureOutput pictures = video == null ? null : openPictures(video);
+                    Progress progress = startProgress(reader, video, audio, range)) {
+                DecodeJob job = new DecodeJob(input, range, every, limit, observer);
+                job.run(reader, video, decoder, pictures, sound, progress);
+                progress.finish();
+                DecodeObserver.Summary summary = job.summary(reader, video, pictures, sound,
+                        (System.nanoTime() - start) / 1e9);
+                observer.finished(summary);
+                if (!quiet) {
+                    print(summary, sound, job.damagedPictures());
+                }
+            }
+        }
+    }
+
+    /** Finds out what is wanted from the options together. */
+    private void settle() throws IOException {
+        require(every >= 1 && (limit == null || limit >= 1), "--every and --limit take a number from 1");
+        require(from == null || to == null || from.compareTo(to) < 0, "--from is not before --to");
+        if (file != null) {
+            settleFile();
+        }
+        require(!noPictures || !noSound, "--no-pictures and --no-sound leave nothing to decode");
+        format = format == null ? Format.PNG : format;
+        require(pixelFormat == null || format != Format.PNG, "--pixel-format is for --format y4m and yuv");
+    }
+
+    private void settleFile() throws IOException {
+        String name = file.toString().toLowerCase(Locale.ROOT);
+        Format named = name.endsWith(".y4m") ? Format.Y4M
+                : name.endsWith(".yuv") || name.endsWith(".raw") ? Format.YUV : null;
+        boolean wave = name.endsWith(".wav");
+        require(!input.isInput(file), file + " is the input itself");
+        require(!wave || format == null && !noSound, "-o with a name in .wav writes the sound only");
+        if (wave) {
+            noPictures = true;
+            return;
+        }
+        format = format == null ? named : format;
+        require(format != null, "-o " + file + ": the name does not tell what to write; end it in .y4m, .yuv or .wav,"
+                + " or add --format");
+        require(format != Format.PNG, "-o takes one file, and png makes many; name their directory with --out");
+        require(!noPictures, "--no-pictures leaves nothing for " + file);
+        noSound = true;
+    }
+
+    private void require(boolean fulfilled, String message) {
+        if (!fulfilled) {
+            throw new ParameterException(spec.commandLine(), message);
+        }
+    }
+
+    private boolean isStandardOutput() {
+        return file != null && file.toString().equals(OutputFile.STANDARD_OUTPUT);
+    }
+
+    private PictureOutput openPictures(MediaStream video) throws IOException {
+        if (format == Format.PNG) {
+            makeDirectory();
+            return new PngPictures(directory, input.baseName(), size);
+        }
+        Path target = file != null ? file
+                : directory.resolve(input.baseName() + "." + format.name().toLowerCase(Locale.ROOT));
+        require(!input.isInput(target), target + " is the input itself; name another directory with --out");
+        if (file == null) {
+            makeDirectory();
+        }
+        Rational rate = video.frameRate();
+        Y4mHeader.Stream stream = new Y4mHeader.Stream(video.codecName(),
+                new Rational(rate.numerator(), rate.denominator() * Math.min(every, Integer.MAX_VALUE)),
+                video.pixelAspectRatio());
+        return new RawPictures(isStandardOutput() ? OutputFile::standardOutput : () -> OutputFile.create(target),
+                isStandardOutput() ? "standard output" : target.toString(), format == Format.Y4M,
+                pixels(video.codecName()), size, stream, this::warn);
+    }
+
+    private PixelFormat pixels(String codec) {
+        if (pixelFormat == null) {
+            return null;
+        }
+        PixelFormat pixels;
+        try {
+            pixels = PixelFormat.named(pixelFormat);
+        } catch (IllegalArgumentException e) {
+            throw new ParameterException(spec.commandLine(), "--pixel-format: " + e.getMessage(), e);
+        }
+        require(format != Format.Y4M || Y4mHeader.colourSpace(pixels, codec).isPresent(),
+                "--pixel-format: Y4M does not hold " + pixels + "; it holds gray, yuv411p, and yuv420p, yuv422p,"
+                    + " yuv444p also with 9 to 16 bits");
+        return pixels;
     }
 
     /** Null when there is no sound, or none that can be decoded beside the pictures. */
-    private SoundWriter openSound(MediaStream audio, boolean optional) throws IOException {
+    private SoundWriter openSound(MediaReader reader, MediaStream audio, TimeRange range, boolean optional)
+            throws IOException {
         if (audio == null) {
             return null;
         }
         AudioDecoder decoder;
         try {
-            decoder = AudioDecoder.open(audio);
+            decoder = Decoders.openSound(audio, input);
         } catch (UnsupportedCodecException | MediaFormatException e) {
             if (!optional) {
-                throw new UnsupportedCodecException(common.file + ": " + e.getMessage(), e);
+                throw e;
             }
-            spec.commandLine().getErr().println("warning: the sound is left out: " + e.getMessage());
+            warn("the sound is left out: " + e.getMessage());
             return null;
         }
-        Path file = out.resolve(baseName(common.file) + ".wav");
-        if (Files.exists(file) && Files.isSameFile(file, common.file)) {
-            decoder.close();
-            throw new MediaException(file + ": is the input itself; name another directory with --out");
-        }
-        Files.createDirectories(out);
-        return new SoundWriter(audio, decoder, file);
-    }
-
-    private void decodeAll(MediaReader reader, VideoDecoder decoder, PictureWriter writer, SoundWriter sound,
-            Progress progress) throws IOException {
-        for (Packet packet = reader.read(); packet != null && !done(); packet = reader.read()) {
-            if (decoder != null && decoder.accepts(packet)) {
-                decodePicture(packet, decoder, writer, progress);
-            } else if (sound != null && sound.accepts(packet)) {
-                sound.write(packet);
-                if (decoder == null) {
-                    progress.at((long) sound.seconds());
-                }
-            }
-        }
-        if (decoder != null && !done()) {
-            take(decoder.finish(), writer, progress);
-        }
-    }
-
-    private void decodePicture(Packet packet, VideoDecoder decoder, PictureWriter writer, Progress progress)
-            throws IOException {
+        Path target = file != null ? file : directory.resolve(input.baseName() + ".wav");
         try {
-            take(decoder.decode(packet), writer, progress);
-        } catch (DecodeException e) {
-            damaged++;
-        }
-    }
-
-    private void take(List<Picture> pictures, PictureWriter writer, Progress progress) throws IOException {
-        for (Picture picture : pictures) {
-            if (decoded++ % every == 0 && !done()) {
-                writer.write(picture, decoded);
-                written++;
-            } else {
-                picture.close();
+            require(!input.isInput(target), target + " is the input itself; name another directory with --out");
+            if (file == null) {
+                makeDirectory();
             }
-            progress.at(decoded);
+        } catch (Throwable e) {
+            decoder.close();
+            throw e;
+        }
+        return new SoundWriter(audio, decoder, target, range, TimeRange.beginning(reader), observer);
+    }
+
+    private void makeDirectory() throws OutputException {
+        try {
+            madeDirectory |= !Files.exists(directory);
+            Files.createDirectories(directory);
+        } catch (IOException e) {
+            throw OutputException.of(directory, e);
         }
     }
 
-    private boolean done() {
-        return limit != null && written >= limit;
+    private void warn(String message) {
+        spec.commandLine().getErr().println("warning: " + message);
+        spec.commandLine().getErr().flush();
     }
 
-    private Progress startProgress(MediaReader reader, MediaStream video, MediaStream audio) {
-        return video != null ? Progress.start("decoding", "pictures", expectedPictures(reader, video))
-                : Progress.start("decoding", "seconds", (long) seconds(reader, audio));
-    }
-
-    /** How many pictures there will be, as far as the container knows; 0 when it does not. */
-    private long expectedPictures(MediaReader reader, MediaStream video) {
-        long all = video.frameCount();
-        if (all <= 0) {
-            all = Math.round(seconds(reader, video) * video.frameRate().toDouble());
+    private Progress startProgress(MediaReader reader, MediaStream video, MediaStream audio, TimeRange range) {
+        if (quiet) {
+            return Progress.NONE;
         }
-        // In this order, because the product of what a user typed may be too large for a number.
-        return limit != null && (limit - 1) < all / every ? Math.min(all, (limit - 1) * every + 1) : all;
+        return video != null
+                ? Progress.start("decoding", "pictures", DecodeJob.expected(reader, video, range, every, limit))
+                : Progress.start("decoding", "seconds", (long) DecodeJob.seconds(reader, audio, range));
     }
 
-    /** How long a stream is, as far as the container knows; 0 when it does not. */
-    static double seconds(MediaReader reader, MediaStream stream) {
-        return stream.duration().or(reader::duration).map(d -> d.toMillis() / 1000.0).orElse(0.0);
-    }
-
-    private void check(MediaStream video, SoundWriter sound) {
-        if (video != null && decoded == 0) {
-            throw new MediaFormatException(common.file + ": not one picture could be decoded");
+    private void print(DecodeObserver.Summary summary, SoundWriter sound, long damagedPictures) {
+        PrintWriter out = isStandardOutput() ? spec.commandLine().getErr() : spec.commandLine().getOut();
+        Table table = new Table();
+        table.row("file", summary.input().toString());
+        table.row("container", summary.container());
+        if (from != null || to != null) {
+            table.row("part", summary.range().toString());
         }
-        if (video == null && sound.frames() == 0) {
-            throw new MediaFormatException(common.file + ": no sound could be decoded");
-        }
-    }
-
-    private void summarise(MediaReader reader, MediaStream video, SoundWriter sound, double seconds) {
-        PrintWriter to = spec.commandLine().getOut();
-        to.println("file       " + common.file);
-        to.println("container  " + reader.formatName());
-        if (video != null) {
-            to.println("codec      " + InfoCommand.codec(video));
-            to.println("size       " + video.width() + "x" + video.height());
-            to.println("pictures   " + decoded + " decoded, " + written + " written to " + out
-                    + (damaged == 0 ? "" : "; " + damaged + " damaged packets skipped"));
-        }
+        summary.video().ifPresent(video -> {
+            table.row("codec", Texts.codec(video));
+            table.row("size", video.width() + "x" + video.height());
+            table.row("pictures", summary.pictures() + " decoded, " + summary.writtenPictures() + " written to "
+                    + summary.pictureTarget() + Texts.damaged(damagedPictures));
+        });
         if (sound != null) {
-            to.println("sound      " + sound.summary());
+            table.row("sound", sound.summary());
         }
-        to.println(String.format(Locale.ROOT, "time       %.1f s, ", seconds) + (video != null
-                ? String.format(Locale.ROOT, "%.0f pictures/s", decoded / seconds)
-                : String.format(Locale.ROOT, "%.0f times as fast as it plays", sound.seconds() / seconds)));
-        to.flush();
-    }
-
-    private static String baseName(Path file) {
-        String name = file.getFileName().toString();
-        int dot = name.lastIndexOf('.');
-        return dot > 0 ? name.substring(0, dot) : name;
+        table.row("time", String.format(Locale.ROOT, "%.1f s, ", summary.seconds()) + (summary.video().isPresent()
+                ? String.format(Locale.ROOT, "%.0f pictures/s", summary.pictures() / summary.seconds())
+                : String.format(Locale.ROOT, "%.0f times as fast as it plays", sound.seconds() / summary.seconds())));
+        table.print(out);
+        out.flush();
     }
 }

@@ -30,13 +30,15 @@ import picocli.CommandLine.Parameters;
 import picocli.CommandLine.Spec;
 
 /** Encodes a file's sound. */
-@Command(name = "encode", mixinStandardHelpOptions = true, versionProvider = Main.Version.class, sortOptions = false,
-        description = "Encodes a WAV file's sound, 16-bit PCM, into another format. Other files whose sound can be"
-                + " decoded are taken as well.")
+@Command(name = "encode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
+        header = "Encodes a file's sound into another format.",
+        description = {"", "Takes WAV files of 16-bit PCM, and every other file whose sound can be decoded.", ""},
+        footer = {"", "Examples:", "  kivjniffmpeg encode --format mp3 --bitrate 192000 song.wav song.mp3",
+            "  kivjniffmpeg encode --format adpcm-ima film.mp4 film.wav"})
 final class EncodeCommand implements Callable<Integer> {
 
     @Mixin
-    private CommonOptions common;
+    private InputOptions input;
 
     @Parameters(index = "1", paramLabel = "OUT", description = "The file to write. Its name says what kind it is: .wav"
             + " for every format but amr-nb; .mp3, .aac (ADTS), .ac3, .dts, .amr, .g722, .al (A-law), .ul (mu-law) and"
@@ -50,6 +52,9 @@ final class EncodeCommand implements Callable<Integer> {
     @Option(names = "--bitrate", paramLabel = "N", description = "Bits a second, such as 128000, for formats that"
             + " have a choice: amr-nb, mp3, aac, ac3, dts, wma1, wma2.")
     private Integer bitRate;
+
+    @Option(names = {"-q", "--quiet"}, description = "Show neither progress nor summary.")
+    private boolean quiet;
 
     @Spec
     private CommandSpec spec;
@@ -65,41 +70,37 @@ final class EncodeCommand implements Callable<Integer> {
             throw wrong(bitRate < 1 ? "--bitrate takes a number from 1" : format + " takes no --bitrate");
         }
         long start = System.nanoTime();
-        try (MediaReader reader = common.open()) {
+        try (MediaReader reader = input.open()) {
             MediaStream sound = reader.firstAudio()
-                    .orElseThrow(() -> new MediaFormatException(common.file + ": no audio stream"));
-            if (Files.exists(out) && Files.isSameFile(out, common.file)) {
-                throw wrong(out + ": is the input itself");
+                    .orElseThrow(() -> new MediaFormatException(input.about("no audio stream")));
+            if (input.isInput(out)) {
+                throw wrong(out + " is the input itself");
             }
-            try (AudioDecoder decoder = openDecoder(sound);
+            try (AudioDecoder decoder = Decoders.openSound(sound, input);
                     AudioEncoder encoder = openEncoder(decoder);
-                    AudioFileWriter writer = AudioFileWriter.create(out, encoder.format(), container);
-                    Progress progress = Progress.start("encoding", "seconds",
-                            (long) DecodeCommand.seconds(reader, sound))) {
+                    AudioFileWriter writer = create(encoder, container);
+                    Progress progress = quiet ? Progress.NONE : Progress.start("encoding", "seconds",
+                            (long) DecodeJob.seconds(reader, sound, TimeRange.ALL))) {
                 for (Packet packet = reader.read(); packet != null; packet = reader.read()) {
+                    Unfinished.check();
                     if (decoder.accepts(packet)) {
                         encode(decode(decoder, packet), encoder, writer);
                         progress.at(encoder.frames() / decoder.format().sampleRate());
                     }
                 }
                 encode(decoder.finish(), encoder, writer);
-                writer.write(encoder.finish());
+                write(encoder.finish(), writer);
                 if (encoder.frames() == 0) {
-                    throw new MediaFormatException(common.file + ": no sound could be decoded");
+                    throw new MediaFormatException(input.about("no sound could be decoded"));
                 }
-                writer.finish(encoder.frames());
-                summarise(sound, encoder, (System.nanoTime() - start) / 1e9);
+                finish(encoder, writer);
+                progress.finish();
+                if (!quiet) {
+                    summarise(sound, encoder, (System.nanoTime() - start) / 1e9);
+                }
             }
         }
-        return 0;
-    }
-
-    private AudioDecoder openDecoder(MediaStream sound) {
-        try {
-            return AudioDecoder.open(sound);
-        } catch (UnsupportedCodecException e) {
-            throw new UnsupportedCodecException(common.file + ": " + e.getMessage() + "; PCM has to have 16 bits", e);
-        }
+        return ExitStatus.OK;
     }
 
     private AudioEncoder openEncoder(AudioDecoder decoder) {
@@ -107,7 +108,16 @@ final class EncodeCommand implements Callable<Integer> {
             return AudioEncoder.open(format, decoder.format().sampleRate(), decoder.format().channels(),
                     bitRate == null ? AudioEncoder.DEFAULT_BIT_RATE : bitRate);
         } catch (UnsupportedCodecException e) {
-            throw wrong(e.getMessage());
+            // Another rate, another bit rate or another format would do.
+            throw e.getCause() == null ? wrong(e.getMessage()) : e;
+        }
+    }
+
+    private AudioFileWriter create(AudioEncoder encoder, AudioContainer container) throws OutputException {
+        try {
+            return Unfinished.open(() -> AudioFileWriter.create(out, encoder.format(), container));
+        } catch (IOException e) {
+            throw OutputException.of(out, e);
         }
     }
 
@@ -120,24 +130,45 @@ final class EncodeCommand implements Callable<Integer> {
         }
     }
 
-    private static void encode(List<AudioBlock> blocks, AudioEncoder encoder, AudioFileWriter writer)
-            throws IOException {
+    private void encode(List<AudioBlock> blocks, AudioEncoder encoder, AudioFileWriter writer) throws OutputException {
         for (AudioBlock block : blocks) {
-            writer.write(encoder.encode(block));
+            write(encoder.encode(block), writer);
+        }
+    }
+
+    private void write(List<Packet> packets, AudioFileWriter writer) throws OutputException {
+        try {
+            writer.write(packets);
+        } catch (IOException e) {
+            Unfinished.check();
+            throw OutputException.of(out, e);
+        }
+    }
+
+    private void finish(AudioEncoder encoder, AudioFileWriter writer) throws OutputException {
+        try {
+            writer.finish(encoder.frames());
+        } catch (IOException e) {
+            Unfinished.check();
+            throw OutputException.of(out, e);
+        } finally {
+            Unfinished.forget(writer);
         }
     }
 
     private void summarise(MediaStream sound, AudioEncoder encoder, double seconds) throws IOException {
         PrintWriter to = spec.commandLine().getOut();
         double length = (double) encoder.frames() / encoder.format().sampleRate();
-        to.println("file       " + common.file);
-        to.println("sound      " + InfoCommand.codec(sound) + ", " + InfoCommand.sound(sound) + ", " + encoder.frames()
-                + " samples (" + InfoCommand.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
-                + (damaged == 0 ? "" : "; " + damaged + " damaged packets skipped"));
-        to.println("format     " + format + (encoder.bitRate() == 0 ? "" : ", " + encoder.bitRate() + " bit/s"));
-        to.println("written    " + Files.size(out) + " bytes to " + out);
-        to.println(String.format(Locale.ROOT, "time       %.1f s, %.0f times as fast as it plays", seconds,
+        Table table = new Table();
+        table.row("file", input.file().toString());
+        table.row("sound", Texts.codec(sound) + ", " + Texts.sound(sound) + ", " + encoder.frames() + " samples ("
+                + Texts.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
+                + Texts.damaged(damaged));
+        table.row("format", format + (encoder.bitRate() == 0 ? "" : ", " + encoder.bitRate() + " bit/s"));
+        table.row("written", Files.size(out) + " bytes to " + out);
+        table.row("time", String.format(Locale.ROOT, "%.1f s, %.0f times as fast as it plays", seconds,
                 length / seconds));
+        table.print(to);
         to.flush();
     }
 

@@ -1,12 +1,15 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.io.PrintWriter;
 import java.io.UncheckedIOException;
 import java.nio.file.AccessDeniedException;
 import java.nio.file.FileAlreadyExistsException;
 import java.nio.file.FileSystemException;
 import java.nio.file.NoSuchFileException;
+import kiv.media.ffmpeg.LibraryException;
 import kiv.media.ffmpeg.MediaException;
+import kiv.media.ffmpeg.UnsupportedCodecException;
 import picocli.CommandLine;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ParseResult;
@@ -20,42 +23,81 @@ final class Failures {
     static int wrongUsage(ParameterException failure, String[] args) {
         CommandLine command = failure.getCommandLine();
         print(failure.getMessage().lines().findFirst().orElse("wrong usage") + " (try '"
-                + command.getCommandSpec().qualifiedName() + " --help')", command);
-        return CommandLine.ExitCode.USAGE;
+                + command.getCommandSpec().qualifiedName() + " --help')", command.getErr());
+        return ExitStatus.USAGE;
     }
 
     static int failed(Exception failure, CommandLine command, ParseResult parsed) {
+        if (Unfinished.isEnding()) {
+            // The signal's status counts, and what fails now fails because of it.
+            return ExitStatus.INPUT;
+        }
+        int status = status(failure);
         if (parsed.subcommand() != null && parsed.subcommand().hasMatchedOption("-v")) {
             failure.printStackTrace(command.getErr());
         }
-        print(describe(failure), command);
-        return CommandLine.ExitCode.SOFTWARE;
+        if (status != ExitStatus.CLOSED_PIPE) {
+            print(describe(failure), command.getErr());
+        }
+        return status;
     }
 
-    private static void print(String message, CommandLine command) {
-        command.getErr().println("error: " + message.replaceAll("\\R", " "));
-        command.getErr().flush();
+    /** What the virtual machine lacks, such as memory or a class. */
+    static int failed(Error failure) {
+        print(failure instanceof OutOfMemoryError ? "not enough memory (" + failure.getMessage() + ")"
+                : "unexpected: " + failure, new PrintWriter(System.err, true));
+        return ExitStatus.INTERNAL;
+    }
+
+    private static int status(Exception failure) {
+        if (failure instanceof UncheckedIOException wrapped) {
+            return status(wrapped.getCause());
+        }
+        if (failure instanceof OutputException) {
+            return failure instanceof OutputException.ClosedPipe ? ExitStatus.CLOSED_PIPE : ExitStatus.OUTPUT;
+        }
+        if (failure instanceof UnsupportedCodecException || failure instanceof UnsupportedOperationException) {
+            return ExitStatus.UNSUPPORTED;
+        }
+        if (failure instanceof LibraryException) {
+            return ExitStatus.LIBRARY;
+        }
+        return failure instanceof MediaException || failure instanceof IOException ? ExitStatus.INPUT
+                : ExitStatus.INTERNAL;
+    }
+
+    private static void print(String message, PrintWriter to) {
+        to.println("error: " + message.replaceAll("\\R", " "));
+        to.flush();
     }
 
     private static String describe(Exception failure) {
         if (failure instanceof UncheckedIOException wrapped) {
             return describe(wrapped.getCause());
         }
-        if (failure instanceof NoSuchFileException e) {
-            return e.getFile() + ": no such file";
-        }
-        if (failure instanceof AccessDeniedException e) {
-            return e.getFile() + ": permission denied";
-        }
-        if (failure instanceof FileAlreadyExistsException e) {
-            return e.getFile() + ": exists and is not a directory";
-        }
         if (failure instanceof FileSystemException e) {
-            return e.getFile() + ": " + (e.getReason() == null ? "cannot be used" : e.getReason());
+            return e.getFile() + ": " + reason(e);
         }
-        if (failure instanceof MediaException || failure instanceof IOException) {
-            return failure.getMessage() == null ? failure.toString() : failure.getMessage();
+        if (status(failure) != ExitStatus.INTERNAL) {
+            return reason(failure);
         }
         return "unexpected: " + failure + " (-v tells more)";
+    }
+
+    /** Why something failed, without the file's name where that is known apart from it. */
+    static String reason(Exception failure) {
+        if (failure instanceof NoSuchFileException) {
+            return "no such file";
+        }
+        if (failure instanceof AccessDeniedException) {
+            return "permission denied";
+        }
+        if (failure instanceof FileAlreadyExistsException) {
+            return "exists and is not a directory";
+        }
+        if (failure instanceof FileSystemException e) {
+            return e.getReason() == null ? "cannot be used" : e.getReason();
+        }
+        return failure.getMessage() == null ? failure.toString() : failure.getMessage();
     }
 }

@@ -1,98 +1,172 @@
 package kiv.media.ffmpeg.cli;
 
+import com.fasterxml.jackson.core.JsonGenerator;
 import java.io.IOException;
 import java.io.PrintWriter;
+import java.math.BigDecimal;
+import java.math.RoundingMode;
 import java.time.Duration;
 import java.util.Locale;
+import java.util.Optional;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.FourCharacterCode;
 import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.MediaSubtypes;
+import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.WaveFormatTags;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Option;
 import picocli.CommandLine.Spec;
 
 /** Tells what a file holds. */
-@Command(name = "info", mixinStandardHelpOptions = true, versionProvider = Main.Version.class,
-        description = "Tells what a media file holds.")
+@Command(name = "info", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
+        header = "Tells what a media file holds: its container and its streams.")
 final class InfoCommand implements Callable<Integer> {
 
+    private static final int NANOS = 9;
+    private static final int MICROS = 6;
+
     @Mixin
-    private CommonOptions common;
+    private InputOptions input;
+
+    @Option(names = "--json", description = "Write JSON. Times are in seconds, bit rates in bits a second; what the"
+            + " file does not tell is left out.")
+    private boolean json;
 
     @Spec
     private CommandSpec spec;
 
     @Override
     public Integer call() throws IOException {
-        try (MediaReader reader = common.open()) {
+        try (MediaReader reader = input.open()) {
             PrintWriter out = spec.commandLine().getOut();
-            out.println("file       " + common.file);
-            out.println("container  " + reader.formatName());
-            out.println("duration   " + reader.duration().map(InfoCommand::clock).orElse("unknown"));
-            reader.bitRate().ifPresent(rate -> out.println("bit rate   " + rate / 1000 + " kbit/s"));
-            for (MediaStream stream : reader.streams()) {
-                out.println("stream " + stream.index() + "   " + describe(stream));
+            if (json) {
+                Json.write(out, to -> describe(reader, to));
+            } else {
+                print(reader, out);
             }
             out.flush();
         }
-        return 0;
+        return ExitStatus.OK;
     }
 
-    /** A stream in one line. */
-    static String describe(MediaStream stream) {
-        StringBuilder text = new StringBuilder(stream.kind().name().toLowerCase(Locale.ROOT)).append(' ')
-                .append(codec(stream));
-        if (stream.kind() == MediaKind.VIDEO) {
-            text.append(", ").append(stream.width()).append('x').append(stream.height());
-            if (stream.frameRate().isKnown()) {
-                text.append(String.format(Locale.ROOT, ", %.4g pictures/s", stream.frameRate().toDouble()));
-            }
-            if (stream.frameCount() > 0) {
-                text.append(", ").append(stream.frameCount()).append(" pictures");
-            }
-            if (stream.isAttachedPicture()) {
-                text.append(", attached picture");
-            }
-        } else if (stream.kind() == MediaKind.AUDIO) {
-            text.append(", ").append(sound(stream));
-            if (stream.bitRate() > 0) {
-                text.append(", ").append(Math.round(stream.bitRate() / 1000.0)).append(" kbit/s");
-            }
+    private void print(MediaReader reader, PrintWriter out) {
+        Table head = new Table();
+        head.row("file", input.file().toString());
+        head.row("container", reader.formatName());
+        head.row("duration", reader.duration().map(Texts::clock).orElse("unknown"));
+        reader.startTime().filter(start -> !start.isZero()).ifPresent(start -> head.row("start", Texts.clock(start)));
+        reader.bitRate().ifPresent(rate -> head.row("bit rate", Texts.bitRate(rate)));
+        head.print(out);
+        out.println();
+        Table table = new Table();
+        table.row("stream", "kind", "codec", "bit rate", "length", "unit", "format");
+        for (MediaStream stream : reader.streams()) {
+            table.row(Integer.toString(stream.index()), kind(stream), Texts.codec(stream),
+                    stream.bitRate() > 0 ? Texts.bitRate(stream.bitRate()) : "-",
+                    stream.duration().map(Texts::clock).orElse("-"),
+                    stream.timeBase().isKnown() ? stream.timeBase() + " s" : "-", format(stream));
         }
-        stream.duration().ifPresent(duration -> text.append(", ").append(clock(duration)));
-        if (!isSupported(stream)) {
-            text.append(" (not supported)");
-        }
-        return text.toString();
+        table.print(out);
     }
 
-    /** Rate and channels. */
-    static String sound(MediaStream stream) {
-        return stream.sampleRate() + " Hz, " + stream.channels() + (stream.channels() == 1 ? " channel" : " channels");
+    private static String kind(MediaStream stream) {
+        return stream.kind().name().toLowerCase(Locale.ROOT);
     }
 
-    private static boolean isSupported(MediaStream stream) {
-        return switch (stream.kind()) {
-            case VIDEO -> MediaSubtypes.find(stream).isPresent();
-            case AUDIO -> stream.isDecodable() && WaveFormatTags.find(stream).isPresent();
-            default -> true;
+    private static String format(MediaStream stream) {
+        String text = switch (stream.kind()) {
+            case VIDEO -> Texts.pictures(stream);
+            case AUDIO -> Texts.sound(stream);
+            default -> "";
         };
+        return Texts.isMedia(stream) && !Texts.isSupported(stream) ? text + " (not supported)" : text;
     }
 
-    /** The codec's name, with its four-character code when it has a readable one. */
-    static String codec(MediaStream stream) {
-        String code = FourCharacterCode.toText(stream.codecTag());
-        return code.startsWith("0x") ? stream.codecName() : stream.codecName() + " (" + code + ")";
+    private void describe(MediaReader reader, JsonGenerator to) throws IOException {
+        to.writeStringField("file", input.file().toString());
+        to.writeStringField("container", reader.formatName());
+        seconds(to, "duration", reader.duration());
+        seconds(to, "start", reader.startTime());
+        if (reader.bitRate().isPresent()) {
+            to.writeNumberField("bitRate", reader.bitRate().getAsLong());
+        }
+        to.writeArrayFieldStart("streams");
+        for (MediaStream stream : reader.streams()) {
+            to.writeStartObject();
+            describe(stream, to);
+            to.writeEndObject();
+        }
+        to.writeEndArray();
     }
 
-    /** Hours, minutes, seconds and milliseconds. */
-    static String clock(Duration duration) {
-        return String.format(Locale.ROOT, "%d:%02d:%02d.%03d", duration.toHours(), duration.toMinutesPart(),
-                duration.toSecondsPart(), duration.toMillisPart());
+    private static void describe(MediaStream stream, JsonGenerator to) throws IOException {
+        to.writeNumberField("index", stream.index());
+        to.writeStringField("kind", kind(stream));
+        to.writeStringField("codec", stream.codecName());
+        if (stream.codecTag() != 0) {
+            to.writeNumberField("tag", stream.codecTag() & 0xFFFFFFFFL);
+            to.writeStringField("tagText", FourCharacterCode.toText(stream.codecTag()));
+        }
+        if (Texts.isMedia(stream)) {
+            to.writeBooleanField("supported", Texts.isSupported(stream));
+        }
+        number(to, "bitRate", stream.bitRate());
+        fraction(to, "timeBase", stream.timeBase());
+        seconds(to, "start", stream.startTime());
+        seconds(to, "duration", stream.duration());
+        if (stream.kind() == MediaKind.VIDEO) {
+            describePictures(stream, to);
+        } else if (stream.kind() == MediaKind.AUDIO) {
+            describeSound(stream, to);
+        }
+        number(to, "extradataSize", stream.extradata().length);
+    }
+
+    private static void describePictures(MediaStream stream, JsonGenerator to) throws IOException {
+        to.writeNumberField("width", stream.width());
+        to.writeNumberField("height", stream.height());
+        fraction(to, "frameRate", stream.frameRate());
+        fraction(to, "pixelAspectRatio", stream.pixelAspectRatio());
+        number(to, "pictures", stream.frameCount());
+        number(to, "bitsPerPixel", stream.bitsPerCodedSample());
+        to.writeBooleanField("attachedPicture", stream.isAttachedPicture());
+        Optional<String> subtype = MediaSubtypes.find(stream);
+        if (subtype.isPresent()) {
+            to.writeStringField("subtype", subtype.get());
+        }
+    }
+
+    private static void describeSound(MediaStream stream, JsonGenerator to) throws IOException {
+        to.writeNumberField("sampleRate", stream.sampleRate());
+        to.writeNumberField("channels", stream.channels());
+        number(to, "bitsPerSample", stream.bitsPerCodedSample());
+        number(to, "blockAlign", stream.blockAlign());
+        if (WaveFormatTags.find(stream).isPresent()) {
+            to.writeNumberField("formatTag", WaveFormatTags.find(stream).getAsInt());
+        }
+    }
+
+    private static void number(JsonGenerator to, String name, long value) throws IOException {
+        if (value > 0) {
+            to.writeNumberField(name, value);
+        }
+    }
+
+    private static void fraction(JsonGenerator to, String name, Rational value) throws IOException {
+        if (value.isKnown()) {
+            to.writeStringField(name, value.toString());
+        }
+    }
+
+    private static void seconds(JsonGenerator to, String name, Optional<Duration> time) throws IOException {
+        if (time.isPresent()) {
+            to.writeNumberField(name, BigDecimal.valueOf(time.get().getSeconds())
+                    .add(BigDecimal.valueOf(time.get().getNano(), NANOS)).setScale(MICROS, RoundingMode.HALF_UP));
+        }
     }
 }

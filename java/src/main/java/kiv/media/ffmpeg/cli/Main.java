@@ -1,18 +1,23 @@
 package kiv.media.ffmpeg.cli;
 
-import java.io.IOException;
-import java.io.InputStream;
-import java.util.Properties;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
-import picocli.CommandLine.IVersionProvider;
 
 /** The command line. */
-@Command(name = "kivjniffmpeg", mixinStandardHelpOptions = true, versionProvider = Main.Version.class,
-        subcommands = {DecodeCommand.class, EncodeCommand.class, InfoCommand.class},
-        description = "Looks into media files, decodes them and encodes sound with FFmpeg.",
+@Command(name = "kivjniffmpeg", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
+        subcommands = {InfoCommand.class, DecodeCommand.class, EncodeCommand.class, FramesMd5Command.class,
+            FormatsCommand.class, CompletionCommand.class, CommandLine.HelpCommand.class},
+        description = "Looks into media files, decodes them and encodes sound with FFmpeg's libraries.",
         exitCodeListHeading = "%nExit status:%n",
-        exitCodeList = {"0:done", "1:the input, the output or the library is not usable", "2:wrong usage"})
+        exitCodeList = {"0:Done.",
+            "1:The input cannot be read, is no media file, or nothing in it can be decoded.",
+            "2:Wrong usage.",
+            "3:The codec or the pixel format is not supported.",
+            "4:The output cannot be written.",
+            "5:The native library or FFmpeg is missing or does not load.",
+            "6:A fault of the program or of the virtual machine, such as too little memory.",
+            "130:Interrupted by Ctrl-C; 143 when it was another signal to end. What was not whole is removed.",
+            "141:The program that read standard output closed it."})
 public final class Main {
 
     private Main() {
@@ -26,14 +31,17 @@ public final class Main {
     public static void main(String[] args) {
         // No command shows a window, and the toolkit must not look for a display.
         System.setProperty("java.awt.headless", "true");
-        System.exit(run(args));
+        Unfinished.guard();
+        int status = run(args);
+        Unfinished.release();
+        System.exit(status);
     }
 
     /**
      * Runs a command.
      *
      * @param args the arguments
-     * @return the exit status: 0 done, 1 an unusable input, 2 wrong usage
+     * @return the {@linkplain ExitStatus exit status}
      */
     static int run(String... args) {
         CommandLine line = new CommandLine(new Main());
@@ -42,20 +50,12 @@ public final class Main {
         line.setExecutionExceptionHandler(Failures::failed);
         if (args.length == 0) {
             line.usage(System.err);
-            return CommandLine.ExitCode.USAGE;
+            return ExitStatus.USAGE;
         }
-        return line.execute(args);
-    }
-
-    /** Tells the version that the build wrote down. */
-    static final class Version implements IVersionProvider {
-        @Override
-        public String[] getVersion() throws IOException {
-            Properties properties = new Properties();
-            try (InputStream in = Main.class.getResourceAsStream("version.properties")) {
-                properties.load(in);
-            }
-            return new String[] {"kivjniffmpeg " + properties.getProperty("version")};
+        try {
+            return line.execute(args);
+        } catch (Error e) {
+            return Failures.failed(e);
         }
     }
 }

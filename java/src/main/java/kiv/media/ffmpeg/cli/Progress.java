@@ -11,8 +11,26 @@ import me.tongfei.progressbar.ProgressBarStyle;
 /** Shows on standard error how far the work is: a bar on a terminal, a line now and then elsewhere. */
 interface Progress extends AutoCloseable {
 
+    /** Shows nothing. */
+    Progress NONE = new Progress() {
+        @Override
+        public void at(long done) {
+            // Nobody is to be told.
+        }
+
+        @Override
+        public void close() {
+            // Nothing was opened.
+        }
+    };
+
     /** Tells how much is done. */
     void at(long done);
+
+    /** Everything is done; what is printed next does not get between the lines. */
+    default void finish() {
+        close();
+    }
 
     @Override
     void close();
@@ -42,6 +60,7 @@ interface Progress extends AutoCloseable {
     final class Bar implements Progress {
         private static final int UPDATE_MILLIS = 100;
         private final ProgressBar bar;
+        private boolean closed;
 
         Bar(String task, String unit, long expected) {
             bar = new ProgressBarBuilder().setTaskName(task).setInitialMax(expected > 0 ? expected : -1)
@@ -56,7 +75,10 @@ interface Progress extends AutoCloseable {
 
         @Override
         public void close() {
-            bar.close();
+            if (!closed) {
+                closed = true;
+                bar.close();
+            }
         }
     }
 

@@ -1,7 +1,10 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.nio.ByteBuffer;
 import java.nio.file.Path;
+import java.time.Duration;
+import java.util.List;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.AudioDecoder;
@@ -11,15 +14,28 @@ import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
 
-/** Decodes a stream of sound into a WAV file. */
+/** Decodes a stream of sound, or a part of it, into a WAV file. */
 final class SoundWriter implements AutoCloseable {
+
+    private static final long NANOS = 1_000_000_000;
+    private static final int LEAST_GAPS_A_SECOND = 20;
+    /** More samples than there are, from which any time can be subtracted. */
+    private static final long FOREVER = Long.MAX_VALUE / 2;
 
     private final MediaStream sound;
     private final Path file;
     private final AudioDecoder decoder;
     private final AudioFileWriter writer;
+    private final SampleClock clock;
+    private final DecodeObserver observer;
+    /** First sample of the part and the one behind it, from the container's zero. */
+    private final long begin;
+    private final long end;
     private long frames;
     private long damaged;
+    private long next;
+    private boolean started;
+    private boolean done;
 
     /**
      * Begins.
@@ -27,18 +43,35 @@ final class SoundWriter implements AutoCloseable {
      * @param sound the stream
      * @param decoder its decoder, which belongs to this object from now on
      * @param file the WAV file
-     * @throws IOException when the file cannot be written
+     * @param range the part to write
+     * @param start the file's beginning from the container's zero
+     * @param observer sees what is written
+     * @throws OutputException when the file cannot be written
      */
-    SoundWriter(MediaStream sound, AudioDecoder decoder, Path file) throws IOException {
+    SoundWriter(MediaStream sound, AudioDecoder decoder, Path file, TimeRange range, Duration start,
+            DecodeObserver observer) throws OutputException {
         this.sound = sound;
         this.file = file;
         this.decoder = decoder;
+        this.observer = observer;
+        this.clock = new SampleClock(sound.timeBase(), decoder.format().sampleRate());
+        this.begin = range.from() == null ? -FOREVER : samples(range.from().plus(start));
+        this.end = range.to() == null ? FOREVER : samples(range.to().plus(start));
         try {
-            this.writer = AudioFileWriter.create(file, decoder.pcmFormat(), AudioContainer.WAV);
+            this.writer = Unfinished.open(() -> AudioFileWriter.create(file, decoder.pcmFormat(), AudioContainer.WAV));
+        } catch (IOException e) {
+            decoder.close();
+            throw OutputException.of(file, e);
         } catch (Throwable e) {
             decoder.close();
             throw e;
         }
+    }
+
+    private long samples(Duration time) {
+        long rate = decoder.format().sampleRate();
+        return Math.addExact(Math.multiplyExact(time.getSeconds(), rate),
+                Math.round((double) time.getNano() * rate / NANOS));
     }
 
     boolean accepts(Packet packet) {
@@ -46,18 +79,37 @@ final class SoundWriter implements AutoCloseable {
     }
 
     /** Decodes and writes a packet; a damaged one is counted and left out. */
-    void write(Packet packet) throws IOException {
+    void write(Packet packet) throws OutputException {
+        List<AudioBlock> blocks;
+        clock.at(packet);
         try {
-            write(decoder.decode(packet));
+            blocks = decoder.decode(packet);
         } catch (DecodeException e) {
             damaged++;
+            return;
         }
+        write(blocks);
     }
 
     /** Writes what is left and gives the file its name. */
-    void finish() throws IOException {
-        write(decoder.finish());
-        writer.finish(frames);
+    void finish() throws OutputException {
+        if (!done) {
+            write(decoder.finish());
+        }
+        try {
+            writer.finish(frames);
+        } catch (IOException e) {
+            throw OutputException.of(file, e);
+        }
+    }
+
+    /** {@return whether the part's end is reached} */
+    boolean isDone() {
+        return done;
+    }
+
+    MediaStream stream() {
+        return sound;
     }
 
     /** Samples of a channel so far. */
@@ -65,15 +117,23 @@ final class SoundWriter implements AutoCloseable {
         return frames;
     }
 
+    long damaged() {
+        return damaged;
+    }
+
     double seconds() {
         return (double) frames / decoder.format().sampleRate();
     }
 
+    Path file() {
+        return file;
+    }
+
     /** What there was, in one line. */
     String summary() {
-        return InfoCommand.codec(sound) + ", " + InfoCommand.sound(sound) + ", " + frames + " samples ("
-                + InfoCommand.clock(new Rational(1, decoder.format().sampleRate()).times(frames)) + ") written to "
-                + file + (damaged == 0 ? "" : "; " + damaged + " damaged packets skipped");
+        return Texts.codec(sound) + ", " + Texts.sound(sound) + ", " + frames + " samples ("
+                + Texts.clock(new Rational(1, decoder.format().sampleRate()).times(frames)) + ") written to " + file
+                + Texts.damaged(damaged);
     }
 
     @Override
@@ -81,14 +141,51 @@ final class SoundWriter implements AutoCloseable {
         try {
             writer.close();
         } finally {
+            Unfinished.forget(writer);
             decoder.close();
         }
     }
 
-    private void write(Iterable<AudioBlock> blocks) throws IOException {
+    private void write(List<AudioBlock> blocks) throws OutputException {
         for (AudioBlock block : blocks) {
-            writer.write(block);
-            frames += block.frames();
+            long time = begin(block);
+            int first = within(begin - time, block);
+            int last = within(end - time, block);
+            done |= last < block.frames();
+            if (first < last) {
+                write(block, first, last);
+            }
         }
+    }
+
+    /** Blocks follow each other, whatever a container's rounding makes of it, unless there is a gap. */
+    private long begin(AudioBlock block) {
+        long told = clock.next(block);
+        if (!started || Math.abs(told - next) > block.sampleRate() / LEAST_GAPS_A_SECOND) {
+            next = told;
+            started = true;
+        }
+        long time = next;
+        next += block.frames();
+        return time;
+    }
+
+    private static int within(long frame, AudioBlock block) {
+        return (int) Math.max(0, Math.min(block.frames(), frame));
+    }
+
+    private void write(AudioBlock block, int first, int last) throws OutputException {
+        int size = block.channels() * Short.BYTES;
+        ByteBuffer part = block.data().slice(first * size, (last - first) * size);
+        byte[] pcm = new byte[part.remaining()];
+        part.duplicate().get(pcm);
+        try {
+            writer.write(List.of(Packet.of(pcm, 0, 0, 0, true)));
+        } catch (IOException e) {
+            Unfinished.check();
+            throw OutputException.of(file, e);
+        }
+        frames += last - first;
+        observer.sound(block.sampleRate(), block.channels(), part);
     }
 }

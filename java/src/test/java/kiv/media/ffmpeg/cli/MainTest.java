@@ -2,6 +2,8 @@ package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import com.fasterxml.jackson.core.JsonFactory;
+import com.fasterxml.jackson.core.JsonParser;
 import java.awt.image.BufferedImage;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
@@ -9,8 +11,11 @@ import java.io.PrintStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.HashMap;
 import java.util.List;
 import java.util.Locale;
+import java.util.Map;
 import java.util.stream.Stream;
 import javax.imageio.ImageIO;
 import kiv.media.ffmpeg.AudioCodec;
@@ -20,6 +25,7 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Sounds;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.WaveFormat;
+import kiv.media.ffmpeg.exactness.Reference;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -137,10 +143,10 @@ class MainTest {
         refuseToEncode(2, "8000 Hz and 1 channel", in, directory.resolve("a.amr"), "amr-nb");
         refuseToEncode(2, "another bit rate", in, directory.resolve("a.wav"), "wma2", "--bitrate", 7);
         refuseToEncode(2, "is the input itself", in, in, "alaw");
-        refuseToEncode(1, "pcm_s24le", deep, directory.resolve("a.wav"), "alaw");
+        refuseToEncode(3, "pcm_s24le", deep, directory.resolve("a.wav"), "alaw");
         refuseToEncode(1, "no sound", empty, directory.resolve("a.wav"), "alaw");
         refuseToEncode(1, "no audio stream", TestMedia.stream("mpeg4_320x240.avi"), directory.resolve("a.wav"), "alaw");
-        refuseToEncode(1, "directory does not exist", in, directory.resolve("none/a.wav"), "alaw");
+        refuseToEncode(4, "directory does not exist", in, directory.resolve("none/a.wav"), "alaw");
         assertThat(written(directory)).containsExactly("deep.wav", "empty.wav", "in.wav");
     }
 
@@ -152,18 +158,110 @@ class MainTest {
     }
 
     @Test
-    void aFileIsDescribed() {
+    void aFileIsDescribed() throws IOException {
         assertThat(run("info", TestMedia.film())).isZero();
         assertThat(output.lines()).anyMatch(line -> line.matches("container +.*mp4.*"))
-                .anyMatch(line -> line.matches("stream 0 +video h264 \\(avc1\\), 720x576, 25.* 255 pictures.*"))
-                .anyMatch(line -> line.matches("stream 1 +audio aac.*, 48000 Hz, 2 channels.*"));
-        assertThat(run("info", TestMedia.media("balle1-vp9.avi"))).isZero();
-        assertThat(output).contains("(not supported)");
-        assertThat(run("info", TestMedia.stream("mp3.mp3"))).isZero();
-        assertThat(output.lines())
-                .anyMatch(line -> line.matches("stream 0 +audio mp3, 44100 Hz, 2 channels, 128 kbit/s, .*"));
-        assertThat(run("info", TestMedia.stream("flac.flac"))).isZero();
-        assertThat(output).contains("(not supported)");
+                .anyMatch(line -> line.matches("0 +video +h264 \\(avc1\\) .* 1/12800 s +720x576, 25.* 255 pictures"))
+                .anyMatch(line -> line.matches("1 +audio +aac.* 1/48000 s +48000 Hz, 2 channels"));
+        for (Path unknown : List.of(TestMedia.media("balle1-vp9.avi"), TestMedia.stream("flac.flac"))) {
+            assertThat(run("info", unknown)).isZero();
+            assertThat(output).contains("(not supported)");
+        }
+        assertThat(run("info", "--json", TestMedia.stream("mp3.mp3"))).isZero();
+        assertThat(json(output)).containsEntry("/container", "mp3").containsEntry("/streams/kind", "audio")
+                .containsEntry("/streams/sampleRate", "44100").containsEntry("/streams/bitRate", "128000")
+                .containsEntry("/streams/supported", "true").containsEntry("/streams/timeBase", "1/14112000");
+    }
+
+    @Test
+    void formatsAreListed() throws IOException {
+        assertThat(run("formats")).isZero();
+        assertThat(errors).isEmpty();
+        assertThat(output.lines()).anyMatch(line -> line.matches("H.264, Annex B +H264 +34363248-.* yes"))
+                .anyMatch(line -> line.matches("MP3 +0x0055 +yes +yes +mp3"))
+                .anyMatch(line -> line.matches("VoxWare +0x0075 +no +no")).noneMatch(line -> line.contains("unnamed"));
+        assertThat(run("formats", "--json")).isZero();
+        assertThat(json(output)).containsEntry("/audio/tag", "27765").containsEntry("/audio/decode", "true");
+    }
+
+    /** The last value under each path of names. */
+    private static Map<String, String> json(String text) throws IOException {
+        Map<String, String> values = new HashMap<>();
+        try (JsonParser parser = new JsonFactory().createParser(text)) {
+            while (parser.nextToken() != null) {
+                if (parser.currentToken().isScalarValue()) {
+                    values.put(parser.getParsingContext().pathAsPointer().toString().replaceAll("/\\d+", ""),
+                            parser.getText());
+                }
+            }
+        }
+        return values;
+    }
+
+    @ParameterizedTest
+    @CsvSource({"h264_b_320x240.mp4", "h264_b_322x242.h264", "h264_444_321x241.mp4", "h264_sizechange.h264",
+        "h264_b_720x576.mkv", "mpeg1_b_321x241.mpg", "wmv2_wma2.asf", "cinepak_160x120.avi", "mpeg2_ac3.ts",
+        "mpeg2_ac3.ts --audio", "h264_aac.flv --audio", "ac3_5.1.ac3 --audio", "gsm.wav --stream 0"})
+    void hashesAreThoseOfTheProgramFfmpeg(String line) throws Exception {
+        List<String> words = List.of(line.split(" "));
+        Path file = TestMedia.stream(words.get(0));
+        List<Object> args = new ArrayList<>(List.of("frames-md5", file));
+        args.addAll(words.subList(1, words.size()));
+        assertThat(run(args.toArray())).as(errors).isZero();
+        String options = words.size() > 1 ? "-map 0:a:0 -c:a pcm_s16le"
+                : "-map 0:v:0 -fps_mode passthrough -enc_time_base -1 -autoscale 0";
+        assertThat(output).isEqualTo(new String(ffmpeg(file, options + " -fflags +bitexact -f framemd5")));
+    }
+
+    @Test
+    void hashesAreThoseOfTheSameLibrariesWhereNewerOnesGiveOtherBytes() {
+        for (String name : List.of("msmpeg4v2_320x240.avi", "wmv1_320x241.asf", "mpeg4_b_322x242.avi")) {
+            assertThat(run("frames-md5", TestMedia.stream(name))).isZero();
+            assertThat(output.lines().filter(line -> !line.startsWith("#")).map(line -> line.replaceAll(".* ", "")))
+                    .isEqualTo(Reference.decode(TestMedia.stream(name)).pictures().stream()
+                            .map(Reference.Picture::md5).toList());
+        }
+    }
+
+    private static byte[] ffmpeg(Path file, String options) throws IOException, InterruptedException {
+        List<String> command = new ArrayList<>(List.of("ffmpeg", "-nostdin", "-v", "error", "-copyts", "-i",
+                file.toString()));
+        command.addAll(List.of(options.split(" ")));
+        command.add("-");
+        Process process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
+        byte[] output = process.getInputStream().readAllBytes();
+        assertThat(process.waitFor()).isZero();
+        return output;
+    }
+
+    @ParameterizedTest
+    @CsvSource({"h264_422_322x242.mp4, a.y4m, -f yuv4mpegpipe", "h264_sizechange.h264, a.y4m, -f yuv4mpegpipe",
+        "cinepak_160x120.avi, a.yuv, -f rawvideo", "h264_b_320x240.mp4, a.yuv, -f rawvideo"})
+    void rawPicturesAreThoseOfTheProgramFfmpeg(String name, String file, String options) throws Exception {
+        Path out = directory.resolve(file);
+        assertThat(run("decode", "-q", TestMedia.stream(name), "-o", out)).as(errors).isZero();
+        assertThat(output).isEmpty();
+        assertThat(out).hasBinaryContent(ffmpeg(TestMedia.stream(name), "-fps_mode passthrough " + options));
+    }
+
+    @Test
+    void aTimeRangeIsCutExactly() throws IOException {
+        Path file = TestMedia.stream("h264_b_320x240.mp4");
+        Path whole = directory.resolve("whole.yuv");
+        assertThat(run("decode", "-q", file, "-o", whole, "--size", "32x-1", "--pixel-format", "gray")).isZero();
+        for (String range : List.of("--from 1.7 --to 0:00:02.1", "--from 2.35", "--to 0.25")) {
+            List<Object> args = new ArrayList<>(List.of("decode", "-q", file, "--out", directory, "--format", "yuv",
+                    "--size", "32x24", "--pixel-format", "gray"));
+            args.addAll(List.of(range.split(" ")));
+            assertThat(run(args.toArray())).as(errors).isZero();
+            int from = range.contains("1.7") ? 43 : range.contains("2.35") ? 59 : 0;
+            int to = range.contains("2.1") ? 53 : range.contains("0.25") ? 7 : 60;
+            assertThat(directory.resolve("h264_b_320x240.yuv")).hasBinaryContent(
+                    Arrays.copyOfRange(Files.readAllBytes(whole), from * 32 * 24, to * 32 * 24));
+        }
+        assertThat(run("decode", TestMedia.film(), "--from", 3.5, "--to", 3.75, "-o", directory.resolve("a.wav")))
+                .isZero();
+        assertThat(output.lines()).anyMatch(line -> line.matches("sound .*, 12000 samples \\(0:00:00.250\\).*"));
     }
 
     @Test
@@ -174,50 +272,74 @@ class MainTest {
     }
 
     @Test
-    void unusableInputIsToldInOneLine() throws IOException {
+    void whatIsUnusableIsToldInOneLine() throws IOException {
         Path text = Files.writeString(directory.resolve("text.mp4"), "no film");
-        refuse("no such file", directory.resolve("none.mp4"));
-        refuse("is a directory", directory);
-        refuse("not a media file", text);
-        refuse("no video stream", TestMedia.stream("pcm_s16.wav"), "--no-audio");
-        refuse("no audio stream", TestMedia.stream("h264_baseline_320x240.mp4"), "--no-video");
-        refuse("unsupported audio codec vorbis", TestMedia.stream("vorbis.ogg"));
-        refuse("unsupported video codec vp9", TestMedia.media("balle1-vp9.avi"));
-        refuse("unsupported video codec theora", TestMedia.media("Effet_force_magnetique.ogv"));
-        assertThat(run("decode", TestMedia.film(), "--out", text)).isEqualTo(1);
+        refuse(1, "no such file", directory.resolve("none.mp4"));
+        refuse(1, "is a directory", directory);
+        refuse(1, "not a media file", text);
+        refuse(1, "not a media file", Files.write(directory.resolve("empty.mp4"), new byte[0]));
+        refuse(1, "not a file", Path.of("/dev/null"));
+        refuse(1, "no video stream", TestMedia.stream("pcm_s16.wav"), "--no-sound");
+        refuse(1, "no audio stream", TestMedia.stream("h264_baseline_320x240.mp4"), "--no-pictures");
+        refuse(1, "no picture from 0:01:00.000", TestMedia.film(), "--from", "1:00");
+        refuse(3, "unsupported audio codec vorbis", TestMedia.stream("vorbis.ogg"));
+        refuse(3, "unsupported video codec vp9", TestMedia.media("balle1-vp9.avi"));
+        refuse(3, "unsupported video codec theora", TestMedia.media("Effet_force_magnetique.ogv"));
+        for (Path output : List.of(directory, directory.resolve("none/a.y4m"), Path.of("/dev/full"))) {
+            assertThat(run("decode", "-q", TestMedia.film(), "-o", output, "--format", "y4m")).isEqualTo(4);
+            assertThat(errors.lines()).singleElement().asString().startsWith("error: " + output + ": ");
+        }
+        assertThat(run("decode", TestMedia.film(), "--out", text)).isEqualTo(4);
         assertThat(errors.lines()).singleElement().asString().startsWith("error: " + text);
-        assertThat(run("info", TestMedia.film(), "--ffmpeg", directory)).isEqualTo(1);
+        assertThat(run("info", TestMedia.film(), "--ffmpeg", directory)).isEqualTo(5);
         assertThat(errors.lines()).singleElement().asString().contains("already loaded");
+        assertThat(written(directory)).containsExactly("empty.mp4", "text.mp4");
     }
 
-    private void refuse(String reason, Path file, Object... more) {
-        List<Object> args = new ArrayList<>(List.of("decode", file, "--out", directory.resolve("out")));
+    private void refuse(int status, String reason, Path file, Object... more) {
+        List<Object> args = new ArrayList<>(List.of("decode", file, "-q", "--out", directory.resolve("out")));
         args.addAll(List.of(more));
-        assertThat(run(args.toArray())).isEqualTo(1);
+        assertThat(run(args.toArray())).as(errors).isEqualTo(status);
         assertThat(errors.lines()).singleElement().asString().startsWith("error: " + file).contains(reason);
         assertThat(output).isEmpty();
     }
 
     @ParameterizedTest
     @CsvSource({"decode", "decode a b", "decode a --every 0", "decode a --limit x", "decode a --format bmp",
-        "decode a --no-audio --no-video", "encode a", "encode a b.wav", "encode a b.wav --format nonsense",
-        "encode a b.mp3 --format aac", "encode a b.wav --format amr-nb", "encode a b.wav --format alaw --bitrate 5",
-        "encode a b.mp3 --format mp3 --bitrate 0", "--nonsense"})
+        "decode a --no-audio --no-video", "decode a --from 5 --to 5", "decode a --from 1:60", "decode a --from -1",
+        "decode a --to 1e9", "decode a --size 0x1", "decode a --size -1x-1", "decode a -o b", "decode a -o b.png",
+        "decode a -o -", "decode a -o b.wav --no-sound", "decode a -o b.y4m --format png", "decode a --pixel-format x",
+        "frames-md5 a --audio --stream 1", "info a --jsn", "encode a", "encode a b.wav",
+        "encode a b.wav --format nonsense", "encode a b.mp3 --format aac", "encode a b.wav --format amr-nb",
+        "encode a b.wav --format alaw --bitrate 5", "encode a b.mp3 --format mp3 --bitrate 0", "--nonsense"})
     void wrongUsageIsToldInOneLine(String line) {
         assertThat(run((Object[]) line.split(" "))).isEqualTo(2);
         assertThat(errors.lines()).singleElement().asString().startsWith("error: ").contains("--help");
     }
 
     @Test
+    void wrongUsageThatOnlyTheFileTellsIsToldInOneLine() {
+        Path film = TestMedia.film();
+        for (Object[] args : new Object[][] {{"frames-md5", film, "--stream", 2}, {"decode", film, "-o", film,
+            "--format", "yuv"}, {"decode", film, "-o", directory.resolve("a.y4m"), "--pixel-format", "rgb24"},
+            {"decode", film, "-o", directory.resolve("a.yuv"), "--pixel-format", "nonsense"}}) {
+            assertThat(run(args)).isEqualTo(2);
+            assertThat(errors.lines()).singleElement().asString().startsWith("error: ");
+        }
+    }
+
+    @Test
     void helpAndVersionAreThere() {
-        assertThat(run("--help")).isZero();
-        assertThat(output).contains("decode", "encode", "info");
-        assertThat(run("decode", "--help")).isZero();
-        assertThat(output).contains("--every", "--limit", "--out", "--ffmpeg", "--format");
-        assertThat(run("encode", "--help")).isZero();
-        assertThat(output).contains("--bitrate", "adpcm-yamaha");
+        for (String command : List.of("info", "decode", "encode", "frames-md5", "formats", "completion", "help")) {
+            assertThat(run(command, "--help")).isZero();
+            assertThat(output.lines()).allMatch(line -> line.length() <= 80);
+            assertThat(run("--help")).isZero();
+            assertThat(output).contains("  " + command + " ", "141");
+        }
+        assertThat(run("completion")).isZero();
+        assertThat(output).contains("--pixel-format", "frames-md5");
         assertThat(run("--version")).isZero();
-        assertThat(output).matches("kivjniffmpeg \\d+\\.\\d+\\.\\d+\\R");
+        assertThat(output).matches("kivjniffmpeg \\d+\\.\\d+\\.\\d+\\RFFmpeg 2\\.\\d.*\\RJava .*\\R");
         assertThat(run()).isEqualTo(2);
         assertThat(errors).contains("Usage");
     }

@@ -81,6 +81,11 @@ public final class Reference {
         return DECODINGS.computeIfAbsent(arguments, Reference::decode);
     }
 
+    /** Decodes the first video stream to its end, in the decoder's own pixel format. */
+    public static Decoding decode(Path file) {
+        return decode(List.of(file.toString(), "--drain"));
+    }
+
     private static Decoding decode(List<String> arguments) {
         List<Picture> pictures = new ArrayList<>();
         Set<Integer> failed = new HashSet<>();

@@ -7,7 +7,6 @@ import ar.com.hjg.pngj.PngWriter;
 import java.awt.image.BufferedImage;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
-import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Locale;
 import java.util.concurrent.ArrayBlockingQueue;
@@ -20,52 +19,55 @@ import kiv.media.ffmpeg.Picture;
  * Writes pictures as PNG files with several threads, because packing a picture takes longer than decoding it. Few
  * pictures wait at a time; with more, the caller packs one itself.
  */
-final class PictureWriter implements AutoCloseable {
+final class PngPictures implements PictureOutput {
 
     private static final int BITS = 8;
     /** Little packing: the files grow somewhat and are done in a fraction of the time. */
     private static final int LEVEL = 1;
+    private static final int PATIENCE_MILLIS = 100;
 
     private final Path directory;
     private final String baseName;
+    private final PictureSize size;
     private final ThreadPoolExecutor workers;
     private final AtomicReference<Throwable> failure = new AtomicReference<>();
 
-    PictureWriter(Path directory, String baseName) {
+    /** @param size null for the pictures' own */
+    PngPictures(Path directory, String baseName, PictureSize size) {
         this.directory = directory;
         this.baseName = baseName;
+        this.size = size;
         int threads = Runtime.getRuntime().availableProcessors();
         workers = new ThreadPoolExecutor(threads, threads, 0, TimeUnit.SECONDS, new ArrayBlockingQueue<>(threads),
                 new ThreadPoolExecutor.CallerRunsPolicy());
     }
 
-    /**
-     * Takes a picture to write, and closes it then.
-     *
-     * @param number its place in the stream, from 1
-     * @throws IOException when an earlier one could not be written
-     */
-    void write(Picture picture, long number) throws IOException {
+    @Override
+    public void write(Picture picture, long number) throws IOException {
         throwFailure();
         Path file = directory.resolve(String.format(Locale.ROOT, "%s-%05d.png", baseName, number));
         workers.execute(() -> {
-            try (picture) {
-                Files.write(file, encode(picture.toBufferedImage()));
+            try (picture; OutputFile output = OutputFile.create(file)) {
+                output.write(encode(image(picture)));
+                output.finish();
             } catch (IOException | RuntimeException | OutOfMemoryError e) {
                 failure.compareAndSet(null, e);
             }
         });
     }
 
-    /**
-     * Waits until everything is written.
-     *
-     * @throws IOException when something could not be written
-     */
-    void finish() throws IOException {
+    private BufferedImage image(Picture picture) {
+        return size == null ? picture.toBufferedImage()
+                : picture.toBufferedImage(size.widthOf(picture.width(), picture.height()),
+                        size.heightOf(picture.width(), picture.height()));
+    }
+
+    @Override
+    public void finish() throws IOException {
         workers.shutdown();
         try {
-            while (!workers.awaitTermination(1, TimeUnit.MINUTES)) {
+            while (!workers.awaitTermination(PATIENCE_MILLIS, TimeUnit.MILLISECONDS)) {
+                Unfinished.check();
                 throwFailure();
             }
         } catch (InterruptedException e) {
@@ -78,6 +80,17 @@ final class PictureWriter implements AutoCloseable {
     @Override
     public void close() {
         workers.shutdownNow();
+        try {
+            // Those at work write files, which must be there or not when this returns.
+            workers.awaitTermination(1, TimeUnit.MINUTES);
+        } catch (InterruptedException e) {
+            Thread.currentThread().interrupt();
+        }
+    }
+
+    @Override
+    public String target() {
+        return directory.toString();
     }
 
     private void throwFailure() throws IOException {
@@ -85,8 +98,11 @@ final class PictureWriter implements AutoCloseable {
         if (first instanceof IOException e) {
             throw e;
         }
+        if (first instanceof RuntimeException e) {
+            throw e;
+        }
         if (first != null) {
-            throw new IOException("a picture could not be written: " + first, first);
+            throw (Error) first;
         }
     }
 

@@ -1,0 +1,110 @@
+package kiv.media.ffmpeg.cli;
+
+import java.io.IOException;
+import java.time.Duration;
+import java.util.List;
+import java.util.Optional;
+import java.util.Set;
+import kiv.media.ffmpeg.MediaException;
+import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.Packet;
+
+/** Finds the place in a file from which decoding gives a part of it as decoding the whole does. */
+final class EntryPoint {
+
+    /** Without a container the times of packets follow from their count, so nothing may be left out. */
+    private static final Set<String> COUNTED = Set.of("h264", "hevc", "mpegvideo", "m4v", "h263", "cavsvideo", "dirac",
+            "vc1", "dv", "mjpeg");
+    /** Tried one after the other: seeking goes by an index or by guessing, and may end too late for the decoder. */
+    private static final List<Duration> MARGINS = List.of(Duration.ofSeconds(1), Duration.ofSeconds(6),
+            Duration.ofSeconds(30));
+    /** What a decoder of sound needs before it has forgotten that it began in the middle. */
+    private static final Duration SOUND_MARGIN = Duration.ofMillis(250);
+    private static final int MOST_PACKETS = 5000;
+
+    private EntryPoint() {
+    }
+
+    /**
+     * Opens a file so that its next packets are those to decode.
+     *
+     * @param time the part's beginning from the file's beginning, or null
+     * @param withSound whether the sound is wanted too
+     * @return a reader, at the file's beginning when no place nearer to the part will do
+     */
+    static MediaReader open(InputOptions input, Duration time, boolean withSound) throws IOException {
+        MediaReader reader = input.open();
+        try {
+            Optional<MediaStream> video = reader.firstVideo();
+            // Sound alone is decoded faster than anyone looks.
+            if (time == null || video.isEmpty() || COUNTED.contains(reader.formatName())) {
+                return reader;
+            }
+            Duration wanted = time.plus(TimeRange.beginning(reader));
+            Optional<MediaStream> audio = withSound ? reader.firstAudio() : Optional.empty();
+            boolean moved = false;
+            for (Duration margin : MARGINS) {
+                if (margin.compareTo(time) >= 0) {
+                    break;
+                }
+                moved = true;
+                if (!seek(reader, wanted.minus(margin))) {
+                    break;
+                }
+                if (isEarlyEnough(reader, video.get(), audio.orElse(null), wanted)) {
+                    reader.seek(wanted.minus(margin));
+                    return reader;
+                }
+            }
+            if (!moved) {
+                return reader;
+            }
+        } catch (Throwable e) {
+            reader.close();
+            throw e;
+        }
+        reader.close();
+        return input.open();
+    }
+
+    private static boolean seek(MediaReader reader, Duration time) throws IOException {
+        try {
+            reader.seek(time);
+            return true;
+        } catch (MediaException e) {
+            return false;
+        }
+    }
+
+    private static boolean isEarlyEnough(MediaReader reader, MediaStream video, MediaStream audio, Duration wanted)
+            throws IOException {
+        boolean videoFits = false;
+        boolean soundFits = audio == null;
+        for (int packets = 0; packets < MOST_PACKETS && !(videoFits && soundFits); packets++) {
+            Packet packet = reader.read();
+            if (packet == null) {
+                return false;
+            }
+            Optional<Duration> time = time(reader, packet);
+            if (packet.streamIndex() == video.index() && packet.isKey() && !videoFits) {
+                if (time.isEmpty() || time.get().compareTo(wanted) > 0) {
+                    return false;
+                }
+                videoFits = true;
+            } else if (audio != null && packet.streamIndex() == audio.index() && !soundFits) {
+                if (time.isEmpty() || time.get().compareTo(wanted.minus(SOUND_MARGIN)) > 0) {
+                    return false;
+                }
+                soundFits = true;
+            }
+        }
+        return videoFits && soundFits;
+    }
+
+    private static Optional<Duration> time(MediaReader reader, Packet packet) {
+        MediaStream stream = reader.streams().get(packet.streamIndex());
+        return stream.time(packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime()
+                : packet.decodingTime());
+    }
+}

@@ -1,0 +1,101 @@
+package kiv.media.ffmpeg.cli;
+
+import com.fasterxml.jackson.core.JsonGenerator;
+import java.io.IOException;
+import java.io.PrintWriter;
+import java.util.List;
+import java.util.Locale;
+import java.util.concurrent.Callable;
+import kiv.media.ffmpeg.AudioCodec;
+import kiv.media.ffmpeg.FfmpegLibrary;
+import kiv.media.ffmpeg.FourCharacterCode;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Mixin;
+import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.Spec;
+
+/** Tells what can be decoded and encoded. */
+@Command(name = "formats", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
+        header = "Tells what can be decoded and encoded.",
+        description = {"", "These are the formats that the library knows. Whether the FFmpeg in use can decode and"
+            + " encode them is found out by opening each decoder and encoder.", ""})
+final class FormatsCommand implements Callable<Integer> {
+
+    @Mixin
+    private LibraryOptions library;
+
+    @Option(names = "--json", description = "Write JSON.")
+    private boolean json;
+
+    @Spec
+    private CommandSpec spec;
+
+    @Override
+    public Integer call() throws IOException {
+        library.apply();
+        FfmpegLibrary.load();
+        PrintWriter out = spec.commandLine().getOut();
+        if (json) {
+            Json.write(out, FormatsCommand::describe);
+        } else {
+            print(out);
+        }
+        out.flush();
+        return ExitStatus.OK;
+    }
+
+    private static void print(PrintWriter out) {
+        Table video = new Table();
+        video.row("video", "code", "subtype", "decode");
+        for (KnownFormats.Video format : KnownFormats.video()) {
+            video.row(format.codec(), format.code(), format.subtype(), yes(format.isDecodable()));
+        }
+        video.print(out);
+        out.println();
+        Table audio = new Table();
+        audio.row("audio", "tag", "decode", "encode", "--format");
+        for (KnownFormats.Audio format : KnownFormats.audio()) {
+            audio.row(format.codec(), tag(format.tag()), yes(format.isDecodable()), yes(format.isEncodable()),
+                    format.encoder().map(AudioCodec::toString).orElse(""));
+        }
+        audio.print(out);
+    }
+
+    private static String yes(boolean value) {
+        return value ? "yes" : "no";
+    }
+
+    private static String tag(int tag) {
+        return String.format(Locale.ROOT, "0x%04x", tag);
+    }
+
+    private static void describe(JsonGenerator to) throws IOException {
+        to.writeArrayFieldStart("video");
+        List<KnownFormats.Video> videos = KnownFormats.video();
+        for (KnownFormats.Video format : videos) {
+            to.writeStartObject();
+            to.writeStringField("codec", format.codec());
+            if (format.fourcc() != 0) {
+                to.writeStringField("code", FourCharacterCode.toText(format.fourcc()));
+            }
+            to.writeStringField("subtype", format.subtype());
+            to.writeBooleanField("decode", format.isDecodable());
+            to.writeEndObject();
+        }
+        to.writeEndArray();
+        to.writeArrayFieldStart("audio");
+        for (KnownFormats.Audio format : KnownFormats.audio()) {
+            to.writeStartObject();
+            to.writeStringField("codec", format.codec());
+            to.writeNumberField("tag", format.tag());
+            to.writeBooleanField("decode", format.isDecodable());
+            to.writeBooleanField("encode", format.isEncodable());
+            if (format.encoder().isPresent()) {
+                to.writeStringField("encoder", format.encoder().get().toString());
+            }
+            to.writeEndObject();
+        }
+        to.writeEndArray();
+    }
+}

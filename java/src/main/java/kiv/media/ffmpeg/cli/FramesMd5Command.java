@@ -1,0 +1,226 @@
+package kiv.media.ffmpeg.cli;
+
+import java.io.IOException;
+import java.io.PrintWriter;
+import java.security.MessageDigest;
+import java.security.NoSuchAlgorithmException;
+import java.util.HexFormat;
+import java.util.List;
+import java.util.Locale;
+import java.util.Set;
+import java.util.concurrent.Callable;
+import kiv.media.ffmpeg.AudioBlock;
+import kiv.media.ffmpeg.AudioDecoder;
+import kiv.media.ffmpeg.DecodeException;
+import kiv.media.ffmpeg.MediaFormatException;
+import kiv.media.ffmpeg.MediaKind;
+import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.Packet;
+import kiv.media.ffmpeg.Picture;
+import kiv.media.ffmpeg.Rational;
+import kiv.media.ffmpeg.VideoDecoder;
+import picocli.CommandLine.ArgGroup;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Mixin;
+import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.ParameterException;
+import picocli.CommandLine.Spec;
+
+/** Prints hashes of everything that is decoded. */
+@Command(name = "frames-md5", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
+        header = "Prints the MD5 of every picture or piece of sound.",
+        description = {"", "The table tells time, length, size and MD5 of each picture, all planes in the decoder's own"
+            + " pixel format without padding, or of each piece of sound as PCM of 16 bits. Without an option it is"
+            + " about the first stream of pictures, or of sound when there is none.", ""},
+        footer = {"", "The same table comes from:", "",
+            "  ffmpeg -copyts -i FILE -map 0:v:0 -fps_mode passthrough \\",
+            "      -enc_time_base -1 -autoscale 0 -fflags +bitexact -f framemd5 -",
+            "  ffmpeg -copyts -i FILE -map 0:a:0 -c:a pcm_s16le \\",
+            "      -fflags +bitexact -f framemd5 -"})
+final class FramesMd5Command implements Callable<Integer> {
+
+    private static final int FLUSHED_LINES = 64;
+    private static final int FOUR = 4;
+    /** The names by which FFmpeg calls the usual numbers of channels. */
+    private static final List<String> LAYOUTS = List.of("mono", "stereo", "3.0", "4.0", "5.0", "5.1");
+    /** Where the second pair of five or six loudspeakers stands at the sides. */
+    private static final Set<String> SIDE_CODECS = Set.of("ac3", "dca", "dts");
+
+    /** Which stream. */
+    private static final class Choice {
+        @Option(names = "--audio", description = "Take the first stream of sound.")
+        private boolean audio;
+
+        @Option(names = "--stream", paramLabel = "N", description = "Take the stream that 'info' shows as N.")
+        private Integer stream;
+    }
+
+    @Mixin
+    private InputOptions input;
+
+    @ArgGroup
+    private Choice choice;
+
+    @Spec
+    private CommandSpec spec;
+
+    private final MessageDigest md5 = md5();
+    private PrintWriter out;
+    private long lines;
+    private long damaged;
+
+    @Override
+    public Integer call() throws IOException {
+        out = spec.commandLine().getOut();
+        try (MediaReader reader = input.open()) {
+            MediaStream stream = choose(reader);
+            if (stream.kind() == MediaKind.VIDEO) {
+                pictures(reader, stream);
+            } else {
+                sound(reader, stream);
+            }
+            flush();
+            if (lines == 0) {
+                throw new MediaFormatException(input.about("nothing in the stream can be decoded"));
+            }
+            if (damaged > 0) {
+                spec.commandLine().getErr().println("warning: " + damaged + " damaged packets skipped");
+            }
+        }
+        return ExitStatus.OK;
+    }
+
+    private MediaStream choose(MediaReader reader) {
+        if (choice == null) {
+            return reader.firstVideo().or(reader::firstAudio).orElseThrow(
+                    () -> new MediaFormatException(input.about("no video and no audio stream")));
+        }
+        if (choice.audio) {
+            return reader.firstAudio().orElseThrow(() -> new MediaFormatException(input.about("no audio stream")));
+        }
+        List<MediaStream> streams = reader.streams();
+        if (choice.stream < 0 || choice.stream >= streams.size()) {
+            throw new ParameterException(spec.commandLine(), "--stream: the file has the streams 0 to "
+                    + (streams.size() - 1));
+        }
+        MediaStream stream = streams.get(choice.stream);
+        if (stream.kind() != MediaKind.VIDEO && stream.kind() != MediaKind.AUDIO) {
+            throw new ParameterException(spec.commandLine(), "--stream: " + choice.stream
+                    + " is neither pictures nor sound");
+        }
+        return stream;
+    }
+
+    private void pictures(MediaReader reader, MediaStream stream) throws IOException {
+        try (VideoDecoder decoder = Decoders.open(stream, input)) {
+            PictureClock clock = new PictureClock(stream);
+            for (Packet packet = reader.read(); packet != null; packet = reader.read()) {
+                Unfinished.check();
+                if (decoder.accepts(packet)) {
+                    try {
+                        print(decoder.decode(packet), stream, clock);
+                    } catch (DecodeException e) {
+                        damaged++;
+                    }
+                }
+            }
+            print(decoder.finish(), stream, clock);
+        }
+    }
+
+    private void print(List<Picture> pictures, MediaStream stream, PictureClock clock) throws IOException {
+        for (Picture picture : pictures) {
+            try (picture) {
+                if (lines == 0) {
+                    Rational shape = stream.pixelAspectRatio().isKnown() ? stream.pixelAspectRatio()
+                            : picture.pixelShape();
+                    header(stream.timeBase(), "video", "rawvideo");
+                    out.println("#dimensions 0: " + picture.width() + "x" + picture.height());
+                    out.println("#sar 0: " + (shape.isKnown() ? shape : "0/1"));
+                    columns();
+                }
+                clock.next(picture);
+                line(clock.timestamp(), clock.duration(), picture.toBytes());
+            }
+        }
+    }
+
+    private void sound(MediaReader reader, MediaStream stream) throws IOException {
+        try (AudioDecoder decoder = Decoders.openSound(stream, input)) {
+            Rational timeBase = new Rational(1, decoder.format().sampleRate());
+            SampleClock clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
+            for (Packet packet = reader.read(); packet != null; packet = reader.read()) {
+                Unfinished.check();
+                if (decoder.accepts(packet)) {
+                    clock.at(packet);
+                    try {
+                        print(decoder.decode(packet), stream.codecName(), timeBase, clock);
+                    } catch (DecodeException e) {
+                        damaged++;
+                    }
+                }
+            }
+            print(decoder.finish(), stream.codecName(), timeBase, clock);
+        }
+    }
+
+    private void print(List<AudioBlock> blocks, String codec, Rational timeBase, SampleClock clock) throws IOException {
+        for (AudioBlock block : blocks) {
+            if (lines == 0) {
+                header(timeBase, "audio", "pcm_s16le");
+                out.println("#sample_rate 0: " + block.sampleRate());
+                out.println("#channel_layout_name 0: " + layout(block.channels(), codec));
+                columns();
+            }
+            byte[] pcm = new byte[block.data().remaining()];
+            block.data().get(pcm);
+            line(clock.next(block), block.frames(), pcm);
+        }
+    }
+
+    private static String layout(int channels, String codec) {
+        if (channels > LAYOUTS.size()) {
+            return channels + " channels";
+        }
+        return LAYOUTS.get(channels - 1) + (channels > FOUR && SIDE_CODECS.contains(codec) ? "(side)" : "");
+    }
+
+    private void header(Rational timeBase, String kind, String codec) {
+        out.println("#format: frame checksums");
+        out.println("#version: 2");
+        out.println("#hash: MD5");
+        out.println("#tb 0: " + timeBase);
+        out.println("#media_type 0: " + kind);
+        out.println("#codec_id 0: " + codec);
+    }
+
+    private void columns() {
+        out.println("#stream#, dts,        pts, duration,     size, hash");
+    }
+
+    private void line(long time, long duration, byte[] bytes) throws IOException {
+        out.println(String.format(Locale.ROOT, "0, %10d, %10d, %8d, %8d, %s", time, time, duration, bytes.length,
+                HexFormat.of().formatHex(md5.digest(bytes))));
+        if (++lines % FLUSHED_LINES == 0) {
+            flush();
+        }
+    }
+
+    private void flush() throws OutputException {
+        out.flush();
+        // Printing keeps its troubles to itself until it is asked.
+        if (System.out.checkError()) {
+            throw new OutputException.ClosedPipe(null);
+        }
+    }
+
+    private static MessageDigest md5() {
+        try {
+            return MessageDigest.getInstance("MD5");
+        } catch (NoSuchAlgorithmException e) {
+            throw new IllegalStateException(e);
+        }
+    }
+}

@@ -1,0 +1,71 @@
+package kiv.media.ffmpeg.cli;
+
+import java.nio.file.Path;
+import java.util.logging.ConsoleHandler;
+import java.util.logging.Formatter;
+import java.util.logging.Handler;
+import java.util.logging.Level;
+import java.util.logging.LogRecord;
+import java.util.logging.Logger;
+import kiv.media.ffmpeg.FfmpegLibrary;
+import picocli.CommandLine.Option;
+
+/** What every command takes that uses the library. */
+final class LibraryOptions {
+
+    /** A reference of our own, because the log manager would let the logger and its level go. */
+    private static final Logger LIBRARY_LOG = Logger.getLogger("kiv.media.ffmpeg");
+
+    @Option(names = "--ffmpeg", paramLabel = "DIR",
+            description = "Take FFmpeg's libraries from this directory, not from the package that comes along.")
+    private Path ffmpeg;
+
+    @Option(names = {"-v", "--verbose"},
+            description = "Show the library's log on standard error, and where errors come from; -vv shows packets"
+                + " too.")
+    private boolean[] verbose = {};
+
+    /** Sets the log up and says where FFmpeg is. */
+    void apply() {
+        setUpLog();
+        if (ffmpeg != null) {
+            FfmpegLibrary.load(ffmpeg);
+        }
+    }
+
+    /** Replaces a message handler that an earlier command of the same process may have set. */
+    private void setUpLog() {
+        LIBRARY_LOG.setUseParentHandlers(false);
+        for (Handler handler : LIBRARY_LOG.getHandlers()) {
+            LIBRARY_LOG.removeHandler(handler);
+        }
+        // What goes wrong is told by the command itself, in one line.
+        Level level = switch (verbose.length) {
+            case 0 -> Level.OFF;
+            case 1 -> Level.FINE;
+            default -> Level.ALL;
+        };
+        LIBRARY_LOG.setLevel(level);
+        if (level == Level.OFF) {
+            return;
+        }
+        Handler handler = new ConsoleHandler();
+        handler.setLevel(Level.ALL);
+        handler.setFormatter(new Formatter() {
+            @Override
+            public String format(LogRecord line) {
+                return name(line.getLevel()) + ": " + formatMessage(line) + System.lineSeparator();
+            }
+        });
+        LIBRARY_LOG.addHandler(handler);
+    }
+
+    /** The levels by the names that the library knows them by. */
+    private static String name(Level level) {
+        if (level.intValue() <= Level.FINER.intValue()) {
+            return "trace";
+        }
+        return level.intValue() <= Level.CONFIG.intValue() ? "debug"
+                : level.intValue() >= Level.SEVERE.intValue() ? "error" : "info";
+    }
+}

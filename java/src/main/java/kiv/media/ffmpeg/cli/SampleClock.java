@@ -1,0 +1,69 @@
+package kiv.media.ffmpeg.cli;
+
+import java.math.BigInteger;
+import kiv.media.ffmpeg.AudioBlock;
+import kiv.media.ffmpeg.Packet;
+import kiv.media.ffmpeg.Rational;
+
+/**
+ * Tells in samples when blocks of sound begin. Where a container counts in coarser units, a block begins right behind
+ * the one before it if the container's time, which is rounded, may mean that: the program {@code ffmpeg} counts so too.
+ */
+final class SampleClock {
+
+    private final BigInteger factor;
+    private final BigInteger divisor;
+    private final boolean coarse;
+    private long next;
+    private boolean started;
+    private long packetTime = Packet.NO_TIME;
+
+    SampleClock(Rational timeBase, int sampleRate) {
+        factor = BigInteger.valueOf(timeBase.numerator()).multiply(BigInteger.valueOf(sampleRate));
+        divisor = BigInteger.valueOf(Math.max(1, timeBase.denominator()));
+        coarse = factor.compareTo(divisor) > 0;
+    }
+
+    /** A packet is decoded, whose blocks come next. */
+    void at(Packet packet) {
+        long time = packet.presentationTime();
+        if (packet.duration() > 0 && packetTime != Packet.NO_TIME && time != Packet.NO_TIME
+                && time - packetTime > packet.duration()) {
+            started = false;
+        }
+        packetTime = time;
+    }
+
+    /** When a block begins, in samples from the container's zero. */
+    long next(AudioBlock block) {
+        long begin = block.timestamp() == Packet.NO_TIME ? next : begin(BigInteger.valueOf(block.timestamp()));
+        started = true;
+        next = begin + block.frames();
+        return begin;
+    }
+
+    private long begin(BigInteger time) {
+        BigInteger doubled = time.shiftLeft(1);
+        if (coarse && started) {
+            // The container's time stands for everything from half a unit before it to half a unit behind it.
+            long first = floor(floor(doubled.subtract(BigInteger.ONE).multiply(factor), divisor), BigInteger.TWO)
+                    .longValueExact();
+            BigInteger above = ceiling(doubled.add(BigInteger.ONE).multiply(factor), divisor);
+            long last = floor(above.add(BigInteger.ONE), BigInteger.TWO).longValueExact();
+            long unit = last - first;
+            if (next >= first - unit && next <= last + unit) {
+                return Math.max(first, Math.min(last, next));
+            }
+        }
+        return floor(doubled.multiply(factor).add(divisor), divisor.shiftLeft(1)).longValueExact();
+    }
+
+    private static BigInteger floor(BigInteger value, BigInteger by) {
+        BigInteger[] parts = value.divideAndRemainder(by);
+        return parts[1].signum() < 0 ? parts[0].subtract(BigInteger.ONE) : parts[0];
+    }
+
+    private static BigInteger ceiling(BigInteger value, BigInteger by) {
+        return floor(value.negate(), by).negate();
+    }
+}
