@@ -73,7 +73,7 @@ class ProcessTest {
         assertThat(pictures).hasSize(60 * 320 * 240 * 3 / 2);
         assertThat(HexFormat.of().formatHex(MessageDigest.getInstance("MD5").digest(
                 Arrays.copyOf(pictures, 320 * 240 * 3 / 2)))).isEqualTo("33708506de735d1b123ce9ee552e06e8");
-        assertThat(directory.resolve("errors")).content().contains("decoding: 60 of 60 pictures", "written to standard");
+        assertThat(directory.resolve("errors")).content().contains("decoding: 60 of 60 pictures", "to standard output");
     }
 
     @ParameterizedTest
