@@ -78,9 +78,9 @@ case ${1:-} in
 test)
     bring psi-plus-sounds chess_start.wav pepnotify.wav reminder.wav
     bring asterisk-core-sounds-en-g722 activated.g722 demo-congrats.g722
-    bring_python hachoir==3.3.0 source 10min.mkv flashmob.mkv quicktime.mp4 matrix_ping_pong.wmv smallville.s03e02.avi \
-        sample.ts breakdance.flv sheep_on_drugs.mp3
-    bring_python mutagen==1.47.0 source silence-1.wma no-tags.m4a silence-44-s.ac3 silence-44-s-mpeg25.mp3 vbri.mp3
+    bring_python hachoir==3.3.0 source 10min.mkv flashmob.mkv quicktime.mp4 matrix_ping_pong.wmv breakdance.flv \
+        sheep_on_drugs.mp3
+    bring_python mutagen==1.47.0 source silence-1.wma no-tags.m4a silence-44-s.ac3 silence-44-s.mp3 silence-44-s-mpeg25.mp3
     bring_python pygame==1.9.6 3.7 blue.mpg house_lo.mp3 secosmic_lo.wav
     ;;
 *) die "usage: tools/fetch_sample.sh [test]" ;;

@@ -6,6 +6,8 @@ import java.nio.file.DirectoryNotEmptyException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
+import java.util.ArrayList;
+import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioDecoder;
@@ -16,6 +18,7 @@ import kiv.media.ffmpeg.PixelFormat;
 import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import kiv.media.ffmpeg.VideoDecoder;
+import kiv.media.ffmpeg.cli.report.DecodeReport;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Model.CommandSpec;
@@ -26,7 +29,8 @@ import picocli.CommandLine.Spec;
 /** Writes a file's pictures and its sound. */
 @Command(name = "decode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Decodes a file's pictures and its sound.",
-        description = {"", "Pictures become PNG files, raw YUV or Y4M, and the sound a WAV file.", ""},
+        description = {"", "Pictures become PNG files, raw YUV or Y4M, and the sound a WAV file. In a directory, index.html"
+            + " shows it all.", ""},
         footer = {"", "Examples:",
             "  kivjniffmpeg decode film.mp4 --every 25 --size 320x-1",
             "  kivjniffmpeg decode film.mp4 --from 1:30 --to 1:35.5 -o part.y4m",
@@ -91,8 +95,7 @@ final class DecodeCommand implements Callable<Integer> {
     @Spec
     private CommandSpec spec;
 
-    /** Sees what is decoded. */
-    private final DecodeObserver observer = DecodeObserver.NONE;
+    private final List<String> warnings = new ArrayList<>();
     private boolean madeDirectory;
 
     @Override
@@ -130,17 +133,22 @@ final class DecodeCommand implements Callable<Integer> {
             }
             TimeRange range = new TimeRange(from, to);
             try (VideoDecoder decoder = video == null ? null : Decoders.open(video, input);
-                    SoundWriter sound = openSound(reader, audio, range, video != null);
-                    PictureOutput pictures = video == null ? null : openPictures(video);
-                    Progress progress = startProgress(reader, video, audio, range)) {
-                DecodeJob job = new DecodeJob(input, range, every, limit, observer);
-                job.run(reader, video, decoder, pictures, sound, progress);
-                progress.finish();
-                DecodeObserver.Summary summary = job.summary(reader, video, pictures, sound,
-                        (System.nanoTime() - start) / 1e9);
-                observer.finished(summary);
-                if (!quiet) {
-                    print(summary, sound, job.damagedPictures());
+                    AudioDecoder heard = openSound(audio, video != null)) {
+                MediaStream sounding = heard == null ? null : audio;
+                DecodeObserver observer = openPage(reader, video, sounding);
+                try (SoundWriter sound = heard == null ? null
+                        : new SoundWriter(sounding, heard, soundFile(), range, TimeRange.beginning(reader), observer);
+                        PictureOutput pictures = video == null ? null : openPictures(video);
+                        Progress progress = startProgress(reader, video, audio, range)) {
+                    DecodeJob job = new DecodeJob(input, range, every, limit, observer);
+                    job.run(reader, video, decoder, pictures, sound, progress);
+                    progress.finish();
+                    DecodeObserver.Summary summary = job.summary(reader, video, pictures, sound,
+                            (System.nanoTime() - start) / 1e9);
+                    observer.finished(summary);
+                    if (!quiet) {
+                        print(summary, sound);
+                    }
                 }
             }
         }
@@ -224,14 +232,12 @@ final class DecodeCommand implements Callable<Integer> {
     }
 
     /** Null when there is no sound, or none that can be decoded beside the pictures. */
-    private SoundWriter openSound(MediaReader reader, MediaStream audio, TimeRange range, boolean optional)
-            throws IOException {
+    private AudioDecoder openSound(MediaStream audio, boolean optional) {
         if (audio == null) {
             return null;
         }
-        AudioDecoder decoder;
         try {
-            decoder = Decoders.openSound(audio, input);
+            return Decoders.openSound(audio, input);
         } catch (UnsupportedCodecException | MediaFormatException e) {
             if (!optional) {
                 throw e;
@@ -239,17 +245,24 @@ final class DecodeCommand implements Callable<Integer> {
             warn("the sound is left out: " + e.getMessage());
             return null;
         }
+    }
+
+    private Path soundFile() throws IOException {
         Path target = file != null ? file : directory.resolve(input.baseName() + ".wav");
-        try {
-            require(!input.isInput(target), target + " is the input itself; name another directory with --out");
-            if (file == null) {
-                makeDirectory();
-            }
-        } catch (Throwable e) {
-            decoder.close();
-            throw e;
+        require(!input.isInput(target), target + " is the input itself; name another directory with --out");
+        if (file == null) {
+            makeDirectory();
         }
-        return new SoundWriter(audio, decoder, target, range, TimeRange.beginning(reader), observer);
+        return target;
+    }
+
+    /** A single file stands for itself, a directory has a page that shows what is in it. */
+    private DecodeObserver openPage(MediaReader reader, MediaStream video, MediaStream audio) {
+        if (file != null) {
+            return DecodeObserver.NONE;
+        }
+        DecodeReport report = new DecodeReport(input.file().getFileName().toString(), reader, video, audio);
+        return new DecodePage(report, directory, format == Format.PNG ? input.baseName() : null, warnings);
     }
 
     private void makeDirectory() throws OutputException {
@@ -262,6 +275,7 @@ final class DecodeCommand implements Callable<Integer> {
     }
 
     private void warn(String message) {
+        warnings.add(message);
         spec.commandLine().getErr().println("warning: " + message);
         spec.commandLine().getErr().flush();
     }
@@ -275,7 +289,7 @@ final class DecodeCommand implements Callable<Integer> {
                 : Progress.start("decoding", "seconds", (long) DecodeJob.seconds(reader, audio, range));
     }
 
-    private void print(DecodeObserver.Summary summary, SoundWriter sound, long damagedPictures) {
+    private void print(DecodeObserver.Summary summary, SoundWriter sound) {
         PrintWriter out = isStandardOutput() ? spec.commandLine().getErr() : spec.commandLine().getOut();
         Table table = new Table();
         table.row("file", summary.input().toString());
@@ -287,7 +301,7 @@ final class DecodeCommand implements Callable<Integer> {
             table.row("codec", Texts.codec(video));
             table.row("size", video.width() + "x" + video.height());
             table.row("pictures", summary.pictures() + " decoded, " + summary.writtenPictures() + " written to "
-                    + summary.pictureTarget() + Texts.damaged(damagedPictures));
+                    + summary.pictureTarget() + Texts.damaged(summary.damagedPictures()));
         });
         if (sound != null) {
             table.row("sound", sound.summary());

@@ -98,7 +98,7 @@ final class DecodeJob {
                 continue;
             }
             if (decoded++ % every == 0) {
-                observer.picture(picture, decoded, time);
+                observer.picture(picture, decoded);
                 pictures.write(picture, decoded);
                 written++;
             } else {
@@ -126,10 +126,6 @@ final class DecodeJob {
         }
     }
 
-    long damagedPictures() {
-        return damaged;
-    }
-
     DecodeObserver.Summary summary(MediaReader reader, MediaStream pictureStream, PictureOutput pictures,
             SoundWriter sound, double seconds) {
         Optional<SoundWriter> heard = Optional.ofNullable(sound);
@@ -137,7 +133,7 @@ final class DecodeJob {
                 Optional.ofNullable(pictureStream), decoded, written, pictures == null ? "" : pictures.target(),
                 heard.map(SoundWriter::stream), heard.map(SoundWriter::frames).orElse(0L),
                 heard.map(SoundWriter::file).<Path>map(file -> file),
-                damaged + heard.map(SoundWriter::damaged).orElse(0L), range, seconds);
+                damaged, heard.map(SoundWriter::damaged).orElse(0L), range, seconds);
     }
 
     /** How many pictures there will be, as far as the container knows; 0 when it does not. */

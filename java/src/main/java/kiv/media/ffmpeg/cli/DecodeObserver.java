@@ -3,7 +3,6 @@ package kiv.media.ffmpeg.cli;
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.file.Path;
-import java.time.Duration;
 import java.util.List;
 import java.util.Optional;
 import kiv.media.ffmpeg.MediaStream;
@@ -19,19 +18,19 @@ interface DecodeObserver {
     /**
      * A decoded picture that will be written.
      *
-     * @param picture open during this call only, unless it is copied or converted
+     * @param picture the picture, to be looked at before this returns
      * @param number its place among the decoded pictures, from 1
-     * @param time when it is shown, from the file's beginning
      */
-    default void picture(Picture picture, long number, Duration time) throws IOException {
+    default void picture(Picture picture, long number) {
     }
 
     /**
      * Decoded sound that has been written.
      *
+     * @param seconds when it is heard, on the container's clock
      * @param pcm samples of 16 bits, those of a frame one after the other, little-endian; read-only
      */
-    default void sound(int sampleRate, int channels, ByteBuffer pcm) throws OutputException {
+    default void sound(double seconds, int sampleRate, int channels, ByteBuffer pcm) {
     }
 
     /** Everything is written. */
@@ -51,12 +50,13 @@ interface DecodeObserver {
      * @param audio the stream whose sound was decoded
      * @param samples samples of a channel that were written
      * @param soundFile where to
-     * @param damagedPackets packets that were left out
+     * @param damagedPictures packets of pictures that were left out
+     * @param damagedSound packets of sound that were left out
      * @param range the part of the file
      * @param seconds how long it took
      */
     record Summary(Path input, String container, List<MediaStream> streams, Optional<MediaStream> video, long pictures,
             long writtenPictures, String pictureTarget, Optional<MediaStream> audio, long samples,
-            Optional<Path> soundFile, long damagedPackets, TimeRange range, double seconds) {
+            Optional<Path> soundFile, long damagedPictures, long damagedSound, TimeRange range, double seconds) {
     }
 }

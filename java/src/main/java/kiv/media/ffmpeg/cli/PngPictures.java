@@ -42,10 +42,15 @@ final class PngPictures implements PictureOutput {
                 new ThreadPoolExecutor.CallerRunsPolicy());
     }
 
+    /** {@return the name of a picture's file} */
+    static String name(String baseName, long number) {
+        return String.format(Locale.ROOT, "%s-%05d.png", baseName, number);
+    }
+
     @Override
     public void write(Picture picture, long number) throws IOException {
         throwFailure();
-        Path file = directory.resolve(String.format(Locale.ROOT, "%s-%05d.png", baseName, number));
+        Path file = directory.resolve(name(baseName, number));
         workers.execute(() -> {
             try (picture; OutputFile output = OutputFile.create(file)) {
                 output.write(encode(image(picture)));

@@ -153,7 +153,7 @@ final class SoundWriter implements AutoCloseable {
             int last = within(end - time, block);
             done |= last < block.frames();
             if (first < last) {
-                write(block, first, last);
+                write(block, first, last, time);
             }
         }
     }
@@ -174,7 +174,7 @@ final class SoundWriter implements AutoCloseable {
         return (int) Math.max(0, Math.min(block.frames(), frame));
     }
 
-    private void write(AudioBlock block, int first, int last) throws OutputException {
+    private void write(AudioBlock block, int first, int last, long time) throws OutputException {
         int size = block.channels() * Short.BYTES;
         ByteBuffer part = block.data().slice(first * size, (last - first) * size);
         byte[] pcm = new byte[part.remaining()];
@@ -186,6 +186,6 @@ final class SoundWriter implements AutoCloseable {
             throw OutputException.of(file, e);
         }
         frames += last - first;
-        observer.sound(block.sampleRate(), block.channels(), part);
+        observer.sound((double) (time + first) / block.sampleRate(), block.sampleRate(), block.channels(), part);
     }
 }

@@ -68,8 +68,8 @@ class MainTest {
         Path to = directory.resolve("a/b");
         assertThat(run("decode", TestMedia.stream("h264_baseline_320x240.mp4"), "--out", to)).as(errors).isZero();
         List<String> files = written(to);
-        assertThat(files).hasSize(30).startsWith("h264_baseline_320x240-00001.png")
-                .endsWith("h264_baseline_320x240-00030.png");
+        assertThat(files).hasSize(31).startsWith("h264_baseline_320x240-00001.png")
+                .endsWith("h264_baseline_320x240-00030.png", "index.html");
         BufferedImage image = ImageIO.read(to.resolve(files.get(0)).toFile());
         assertThat(image.getWidth()).isEqualTo(320);
         assertThat(image.getHeight()).isEqualTo(240);
@@ -84,21 +84,22 @@ class MainTest {
     void onlySomePicturesAreWrittenOnDemand() throws IOException {
         assertThat(run("decode", TestMedia.film(), "--out", directory, "--every", 100, "--limit", 2, "--format", "PNG",
                 "--no-audio")).as(errors).isZero();
-        assertThat(written(directory)).containsExactly("balle-jbart-00001.png", "balle-jbart-00101.png");
+        assertThat(written(directory)).containsExactly("balle-jbart-00001.png", "balle-jbart-00101.png",
+                "index.html");
     }
 
     @Test
     void soundBecomesAFileBesideThePictures() throws Exception {
         assertThat(run("decode", TestMedia.stream("h264_aac.mp4"), "--out", directory, "--every", 1000)).as(errors)
                 .isZero();
-        assertThat(written(directory)).containsExactly("h264_aac-00001.png", "h264_aac.wav");
+        assertThat(written(directory)).containsExactly("h264_aac-00001.png", "h264_aac.wav", "index.html");
         assertThat(output.lines()).anyMatch(line -> line.matches("sound +aac \\(mp4a\\), 44100 Hz, 2 channels, "
                 + "46080 samples \\(0:00:01.044\\) written to .*h264_aac.wav"));
         byte[] whole = Files.readAllBytes(directory.resolve("h264_aac.wav"));
         assertThat(whole).hasSize(44 + 46080 * 4);
         assertThat(run("decode", TestMedia.stream("h264_aac.mp4"), "--out", directory.resolve("b"), "--no-video"))
                 .as(errors).isZero();
-        assertThat(written(directory.resolve("b"))).containsExactly("h264_aac.wav");
+        assertThat(written(directory.resolve("b"))).containsExactly("h264_aac.wav", "index.html");
         assertThat(directory.resolve("b/h264_aac.wav")).hasBinaryContent(whole);
         assertThat(output).doesNotContain("pictures");
         assertThat(run("decode", TestMedia.stream("wma2.asf"), "--out", directory)).as(errors).isZero();

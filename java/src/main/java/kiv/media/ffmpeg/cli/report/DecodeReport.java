@@ -1,20 +1,13 @@
 package kiv.media.ffmpeg.cli.report;
 
-import java.io.BufferedWriter;
 import java.io.IOException;
-import java.io.OutputStreamWriter;
-import java.io.Writer;
-import java.nio.charset.StandardCharsets;
-import java.nio.file.Files;
-import java.nio.file.Path;
-import java.nio.file.StandardCopyOption;
+import java.nio.ByteBuffer;
 import java.time.Duration;
 import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.concurrent.atomic.AtomicReference;
 import java.util.function.Supplier;
-import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Picture;
@@ -28,8 +21,8 @@ import kiv.media.ffmpeg.cli.report.ContactSheet.Thumbnail;
  * <pre>{@code
  * DecodeReport report = new DecodeReport("film.mp4", reader, video, sound);
  * report.picture(picture, "film-00001.png");
- * report.sound(block);
- * report.write(Path.of("out/index.html"), new Outcome(List.of(new Timing("Decoding", time)), 0, 0, List.of()));
+ * report.sound(0, 48_000, 2, pcm);
+ * report.write(page, new Outcome(List.of(new Timing("Decoding", time)), 0, 0, List.of()));
  * }</pre>
  *
  * <p>One thread at a time may use it.
@@ -129,46 +122,20 @@ public final class DecodeReport {
     }
 
     /**
-     * Takes note of decoded sound: to be called for every block, in their order.
+     * Takes note of decoded sound: to be called for all of it, in order.
      *
-     * @param block the sound
+     * @param seconds when it is heard, on the container's clock
+     * @param sampleRate samples of a channel a second
+     * @param channels how many samples stand together
+     * @param pcm samples of 16 bits, little-endian
      * @throws IllegalArgumentException when it has other channels or another sample rate than the one before
      */
-    public void sound(AudioBlock block) {
+    public void sound(double seconds, int sampleRate, int channels, ByteBuffer pcm) {
         if (waveform == null) {
-            waveform = new Waveform(block.channels(), block.sampleRate());
-            soundBegins = begins(block);
+            waveform = new Waveform(channels, sampleRate);
+            soundBegins = seconds;
         }
-        waveform.add(block);
-    }
-
-    private static double begins(AudioBlock block) {
-        try {
-            return block.time().map(Texts::inSeconds).orElse(0.0);
-        } catch (ArithmeticException e) {
-            // A damaged file's time, which is beyond every clock.
-            return 0;
-        }
-    }
-
-    /**
-     * Writes the page. The file appears when it is complete; until then one beside it has a name of its own.
-     *
-     * @param page the file, which is replaced when it exists
-     * @param outcome how the decoding went
-     * @throws IOException when it cannot be written
-     */
-    public void write(Path page, Outcome outcome) throws IOException {
-        Path aside = page.resolveSibling("." + page.getFileName() + "." + ProcessHandle.current().pid() + ".part");
-        try {
-            try (Writer to = new BufferedWriter(
-                    new OutputStreamWriter(Files.newOutputStream(aside), StandardCharsets.UTF_8))) {
-                write(to, outcome);
-            }
-            Files.move(aside, page, StandardCopyOption.REPLACE_EXISTING, StandardCopyOption.ATOMIC_MOVE);
-        } finally {
-            Files.deleteIfExists(aside);
-        }
+        waveform.add(sampleRate, channels, pcm);
     }
 
     /**

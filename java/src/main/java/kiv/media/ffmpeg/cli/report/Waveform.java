@@ -1,8 +1,9 @@
 package kiv.media.ffmpeg.cli.report;
 
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
 import java.nio.ShortBuffer;
 import java.util.Arrays;
-import kiv.media.ffmpeg.AudioBlock;
 
 /**
  * The outline of sound whose length is not known before: for each channel the extremes and the power of as many equally
@@ -98,12 +99,12 @@ final class Waveform {
         Arrays.setAll(this.channels, i -> new Channel(capacity));
     }
 
-    void add(AudioBlock block) {
-        if (block.channels() != channels.length || block.sampleRate() != sampleRate) {
-            throw new IllegalArgumentException(block + " follows sound of " + channels.length + " channels and "
-                    + sampleRate + " Hz");
+    void add(int rate, int channelCount, ByteBuffer pcm) {
+        if (channelCount != channels.length || rate != sampleRate) {
+            throw new IllegalArgumentException("sound of " + channelCount + " channels and " + rate
+                    + " Hz follows sound of " + channels.length + " channels and " + sampleRate + " Hz");
         }
-        ShortBuffer samples = block.samples();
+        ShortBuffer samples = pcm.duplicate().order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();
         while (samples.hasRemaining()) {
             if (frames == capacity * step) {
                 for (Channel channel : channels) {

@@ -1,0 +1,58 @@
+package kiv.media.ffmpeg.cli;
+
+import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.List;
+import kiv.media.ffmpeg.Picture;
+import kiv.media.ffmpeg.cli.report.DecodeReport;
+
+/** Writes the page that shows what is in the directory beside it. */
+final class DecodePage implements DecodeObserver {
+
+    private static final String NAME = "index.html";
+    private static final double NANOS = 1e9;
+
+    private final DecodeReport report;
+    private final Path directory;
+    private final String baseName;
+    private final List<String> warnings;
+
+    /**
+     * Begins.
+     *
+     * @param baseName of the pictures' files; null when they have none of their own
+     * @param warnings what there has been to warn of when it is finished
+     */
+    DecodePage(DecodeReport report, Path directory, String baseName, List<String> warnings) {
+        this.report = report;
+        this.directory = directory;
+        this.baseName = baseName;
+        this.warnings = warnings;
+    }
+
+    @Override
+    public void picture(Picture picture, long number) {
+        report.picture(picture, baseName == null ? null : PngPictures.name(baseName, number));
+    }
+
+    @Override
+    public void sound(double seconds, int sampleRate, int channels, ByteBuffer pcm) {
+        report.sound(seconds, sampleRate, channels, pcm);
+    }
+
+    @Override
+    public void finished(Summary summary) throws IOException {
+        StringBuilder page = new StringBuilder();
+        report.write(page, new DecodeReport.Outcome(
+                List.of(new DecodeReport.Timing("Decoding and writing",
+                        Duration.ofNanos(Math.round(summary.seconds() * NANOS)))),
+                summary.damagedPictures(), summary.damagedSound(), warnings));
+        try (OutputFile file = OutputFile.create(directory.resolve(NAME))) {
+            file.write(page.toString().getBytes(StandardCharsets.UTF_8));
+            file.finish();
+        }
+    }
+}
