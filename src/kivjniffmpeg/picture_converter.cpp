@@ -16,6 +16,7 @@ constexpr int32_t im_palette_bytes = 1024;
 constexpr int in_flag_palette = 2;         // AV_PIX_FMT_FLAG_PAL
 constexpr int in_flag_pseudo_palette = 64; // AV_PIX_FMT_FLAG_PSEUDOPAL
 constexpr int in_line_alignment = 64;
+constexpr int in_flag_big_endian = 1; // AV_PIX_FMT_FLAG_BE
 
 int32_t rows_of(const AVPixFmtDescriptor &dsp_descriptor, size_t ump_plane, int32_t imp_height)
 {
@@ -64,6 +65,28 @@ public:
                 uint8_t *autl_row = adsc_planes[uml_plane] + ptrdiff_t{iml_row} * ainc_linesizes[uml_plane];
                 for (int inl_byte = ainl_row_bytes[uml_plane]; inl_byte < ainc_linesizes[uml_plane]; ++inl_byte)
                     autl_row[inl_byte] = autl_row[inl_byte - iml_step];
+            }
+        }
+    }
+
+    /**
+     * Clears the bits above the depth of samples of 9 to 15 bits: libswscale takes them for places in its tables without a
+     * look, and memory that a damaged picture was not decoded into may hold anything.
+     */
+    void limit_samples(const AVPixFmtDescriptor &dsp_descriptor, int32_t imp_height) noexcept
+    {
+        const int inl_high_byte = (dsp_descriptor.flags & in_flag_big_endian) != 0 ? 0 : 1;
+        for (size_t uml_component = 0; uml_component < dsp_descriptor.nb_components; ++uml_component) {
+            const AVComponentDescriptor &dsl_component = dsp_descriptor.comp[uml_component];
+            const int inl_depth = dsl_component.depth_minus1 + 1;
+            if (inl_depth <= 8 || inl_depth >= 16 || dsl_component.step_minus1 != 1 || dsl_component.shift != 0)
+                continue;
+            const auto utl_mask = static_cast<uint8_t>((1 << (inl_depth - 8)) - 1);
+            const size_t uml_plane = dsl_component.plane;
+            for (int32_t iml_row = 0; iml_row < rows_of(dsp_descriptor, uml_plane, imp_height); ++iml_row) {
+                uint8_t *autl_row = adsc_planes[uml_plane] + ptrdiff_t{iml_row} * ainc_linesizes[uml_plane];
+                for (int inl_byte = inl_high_byte; inl_byte < ainc_linesizes[uml_plane]; inl_byte += 2)
+                    autl_row[inl_byte] &= utl_mask;
             }
         }
     }
@@ -140,8 +163,9 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
     const c_roomy_picture dsl_to(dsp_to.dsc_format, dsp_to.imc_width, dsp_to.imc_height);
     g_avutil.av_image_copy(dsl_from.planes(), dsl_from.linesizes(), autl_from.data(), dsp_from.aimc_linesizes.data(),
                            dsp_from.dsc_format, dsp_from.imc_width, dsp_from.imc_height);
-    dsl_from.extend_lines(*g_avutil.av_pix_fmt_desc_get(dsp_from.dsc_format), dsp_from.dsc_format, dsp_from.imc_width,
-                          dsp_from.imc_height);
+    const AVPixFmtDescriptor &dsl_descriptor = *g_avutil.av_pix_fmt_desc_get(dsp_from.dsc_format);
+    dsl_from.extend_lines(dsl_descriptor, dsp_from.dsc_format, dsp_from.imc_width, dsp_from.imc_height);
+    dsl_from.limit_samples(dsl_descriptor, dsp_from.imc_height);
     g_swscale.sws_scale(adsl_sws, dsl_from.planes(), dsl_from.linesizes(), 0, dsp_from.imc_height, dsl_to.planes(),
                         dsl_to.linesizes());
     g_avutil.av_image_copy(autl_to.data(), dsp_to.aimc_linesizes.data(), dsl_to.planes(), dsl_to.linesizes(),

@@ -3,6 +3,22 @@
 #include "kivjniffmpeg/ffmpeg_loader.h"
 #include "trace/trace.h"
 
+namespace
+{
+
+/** With so few rows, libswscale crashes when it makes another number of rows of them by cubic curves. */
+constexpr int im_too_few_rows = 4;
+constexpr int in_filters = 0x7FF;  // SWS_FAST_BILINEAR to SWS_SPLINE
+constexpr int in_bilinear = 0x002; // SWS_BILINEAR
+
+int safe_flags(int inp_flags, int imp_src_height, int imp_dst_height)
+{
+    const bool bl_too_few = imp_src_height <= im_too_few_rows && imp_dst_height != imp_src_height;
+    return bl_too_few ? (inp_flags & ~in_filters) | in_bilinear : inp_flags;
+}
+
+} // namespace
+
 c_sws_ctx::~c_sws_ctx()
 {
     TRACE_FUNCTION("~c_sws_ctx", 3);
@@ -18,7 +34,9 @@ SwsContext *c_sws_ctx::prepare(int imp_src_width, int imp_src_height, AVPixelFor
         return nullptr;
     // It frees the old state when the arguments differ, also when it then gives null: what it gives is all there is.
     adsc_sws = g_swscale.sws_getCachedContext(adsc_sws, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width,
-                                              imp_dst_height, dsp_dst_format, inp_flags, nullptr, nullptr, nullptr);
+                                              imp_dst_height, dsp_dst_format,
+                                              safe_flags(inp_flags, imp_src_height, imp_dst_height), nullptr, nullptr,
+                                              nullptr);
     return adsc_sws;
 }
 

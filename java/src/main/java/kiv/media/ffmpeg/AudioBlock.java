@@ -62,7 +62,11 @@ public final class AudioBlock {
         return timestamp;
     }
 
-    /** {@return when it begins, from the container's zero} */
+    /**
+     * {@return when it begins, from the container's zero}
+     *
+     * @throws ArithmeticException when the time is beyond what a duration can hold
+     */
     public Optional<Duration> time() {
         return timestamp == Packet.NO_TIME || !timeBase.isKnown() ? Optional.empty()
                 : Optional.of(timeBase.times(timestamp));

@@ -5,6 +5,9 @@ import java.math.BigInteger;
 /** Tells when decoded sound begins: by its packet's time, and by counting on where packets tell none. */
 final class AudioClock {
 
+    private static final BigInteger LATEST = BigInteger.valueOf(Long.MAX_VALUE);
+    private static final BigInteger EARLIEST = BigInteger.valueOf(Packet.NO_TIME + 1);
+
     private final Rational timeBase;
     private final int sampleRate;
     private final long start;
@@ -48,7 +51,7 @@ final class AudioClock {
         BigInteger units = BigInteger.valueOf(frames).multiply(BigInteger.valueOf(timeBase.denominator()))
                 .divide(BigInteger.valueOf(sampleRate).multiply(BigInteger.valueOf(timeBase.numerator())));
         BigInteger time = BigInteger.valueOf(anchor).add(units);
-        return time.bitLength() < Long.SIZE ? time.longValue() : Long.MAX_VALUE;
+        return time.min(LATEST).max(EARLIEST).longValue();
     }
 
     /** Another stream begins, or the same one elsewhere. */

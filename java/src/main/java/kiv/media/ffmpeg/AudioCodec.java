@@ -7,43 +7,43 @@ import java.util.stream.Collectors;
 /** The formats that an {@link AudioEncoder} can encode into, if the loaded FFmpeg has the encoder. */
 public enum AudioCodec {
     /** PCM of 16 bits, as it comes in. */
-    PCM("pcm", WaveFormatTags.PCM, false, Channels.ANY),
+    PCM("pcm", WaveFormatTags.PCM, 0, Channels.ANY),
     /** PCM in floating-point numbers of 32 bits. */
-    FLOAT("float", WaveFormatTags.FLOAT, false, Channels.ANY),
+    FLOAT("float", WaveFormatTags.FLOAT, 0, Channels.ANY),
     /** PCM of 8 bits with the A-law. */
-    ALAW("alaw", WaveFormatTags.ALAW, false, Channels.ANY),
+    ALAW("alaw", WaveFormatTags.ALAW, 0, Channels.ANY),
     /** PCM of 8 bits with the mu-law. */
-    MULAW("mulaw", WaveFormatTags.MULAW, false, Channels.ANY),
+    MULAW("mulaw", WaveFormatTags.MULAW, 0, Channels.ANY),
     /** ADPCM of Microsoft, 4 bits. */
-    ADPCM_MS("adpcm-ms", WaveFormatTags.ADPCM_MS, false, Channels.STEREO),
+    ADPCM_MS("adpcm-ms", WaveFormatTags.ADPCM_MS, 0, Channels.STEREO),
     /** ADPCM of the IMA, 4 bits. */
-    ADPCM_IMA("adpcm-ima", WaveFormatTags.ADPCM_IMA, false, Channels.STEREO),
+    ADPCM_IMA("adpcm-ima", WaveFormatTags.ADPCM_IMA, 0, Channels.STEREO),
     /** ADPCM of Yamaha, 4 bits. */
-    ADPCM_YAMAHA("adpcm-yamaha", WaveFormatTags.ADPCM_YAMAHA, false, Channels.STEREO),
+    ADPCM_YAMAHA("adpcm-yamaha", WaveFormatTags.ADPCM_YAMAHA, 0, Channels.STEREO),
     /** G.722, made for speech of 16000 Hz. */
-    G722("g722", WaveFormatTags.G722, false, Channels.MONO),
+    G722("g722", WaveFormatTags.G722, 0, Channels.MONO),
     /** AMR narrow-band, for speech: 4750 to 12200 bit/s. */
-    AMR_NB("amr-nb", WaveFormatTags.AMR_NB, true, Channels.MONO, 8000),
+    AMR_NB("amr-nb", WaveFormatTags.AMR_NB, 12_200, Channels.MONO, 8000),
     /** MPEG audio, layer 3. */
-    MP3("mp3", WaveFormatTags.MP3, true, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+    MP3("mp3", WaveFormatTags.MP3, 320_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
             48000),
     /** AAC, profile LC. */
-    AAC("aac", WaveFormatTags.AAC, true, Channels.SURROUND, 7350, 8000, 11025, 12000, 16000, 22050, 24000, 32000,
+    AAC("aac", WaveFormatTags.AAC, 3_456_000, Channels.SURROUND, 7350, 8000, 11025, 12000, 16000, 22050, 24000, 32000,
             44100, 48000, 64000, 88200, 96000),
     /** AC-3. */
-    AC3("ac3", WaveFormatTags.AC3, true, Channels.SURROUND, 32000, 44100, 48000),
+    AC3("ac3", WaveFormatTags.AC3, 640_000, Channels.SURROUND, 32000, 44100, 48000),
     /** DTS. */
-    DTS("dts", WaveFormatTags.DTS, true, Channels.DTS, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000),
+    DTS("dts", WaveFormatTags.DTS, 3_840_000, Channels.DTS, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000),
     /** Windows Media Audio, version 1. */
-    WMA1("wma1", WaveFormatTags.WMA1, true, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+    WMA1("wma1", WaveFormatTags.WMA1, 1_536_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
             48000),
     /** Windows Media Audio, version 2. */
-    WMA2("wma2", WaveFormatTags.WMA2, true, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+    WMA2("wma2", WaveFormatTags.WMA2, 1_536_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
             48000);
 
     /** How many channels a format takes. */
     private enum Channels {
-        ANY("any number of channels", count -> true),
+        ANY("1 to 64 channels", count -> count <= WaveFormat.MAX_CHANNELS),
         MONO("1 channel", count -> count == 1),
         STEREO("1 or 2 channels", count -> count <= 2),
         SURROUND("1 to 6 channels", count -> count <= 6),
@@ -66,15 +66,18 @@ public enum AudioCodec {
 
     private final String shortName;
     private final int formatTag;
-    private final boolean bitRate;
+    private final int highestBitRate;
     private final Channels channels;
     private final int[] sampleRates;
 
-    /** @param sampleRates the rates it takes; none means all */
-    AudioCodec(String shortName, int formatTag, boolean bitRate, Channels channels, int... sampleRates) {
+    /**
+     * @param highestBitRate far beyond it some encoders do not refuse, but fall over; 0 when there is no choice
+     * @param sampleRates the rates it takes; none means all
+     */
+    AudioCodec(String shortName, int formatTag, int highestBitRate, Channels channels, int... sampleRates) {
         this.shortName = shortName;
         this.formatTag = formatTag;
-        this.bitRate = bitRate;
+        this.highestBitRate = highestBitRate;
         this.channels = channels;
         this.sampleRates = sampleRates;
     }
@@ -86,7 +89,12 @@ public enum AudioCodec {
 
     /** {@return whether the bit rate can be chosen} */
     public boolean hasBitRate() {
-        return bitRate;
+        return highestBitRate > 0;
+    }
+
+    /** {@return the highest bit rate that can be chosen, in bits a second; 0 when there is no choice} */
+    public int highestBitRate() {
+        return highestBitRate;
     }
 
     /**
@@ -97,7 +105,8 @@ public enum AudioCodec {
      * @return whether it does
      */
     public boolean accepts(int sampleRate, int channelCount) {
-        return channels.fits.test(channelCount)
+        return sampleRate >= 1 && sampleRate <= WaveFormat.MAX_SAMPLE_RATE && channelCount >= 1
+                && channels.fits.test(channelCount)
                 && (sampleRates.length == 0 || Arrays.stream(sampleRates).anyMatch(rate -> rate == sampleRate));
     }
 

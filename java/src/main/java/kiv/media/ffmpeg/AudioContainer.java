@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.util.List;
 import java.util.Locale;
+import java.util.Objects;
 import java.util.Optional;
 import java.util.stream.Stream;
 
@@ -39,6 +40,8 @@ public enum AudioContainer {
      * @return the kind, or empty when such files do not hold that format
      */
     public static Optional<AudioContainer> find(String fileName, AudioCodec codec) {
+        Objects.requireNonNull(codec, "codec");
+        Objects.requireNonNull(fileName, "fileName");
         String extension = fileName.substring(fileName.lastIndexOf('.') + 1).toLowerCase(Locale.ROOT);
         if (extension.equals("wav")) {
             return codec == AudioCodec.AMR_NB ? Optional.empty() : Optional.of(WAV);
@@ -54,6 +57,7 @@ public enum AudioContainer {
      * @return the endings without the dot, the best first
      */
     public static List<String> extensions(AudioCodec codec) {
+        Objects.requireNonNull(codec, "codec");
         List<String> own = ROWS.stream().filter(row -> row.codec == codec).map(Row::extension).toList();
         return codec == AudioCodec.AMR_NB ? own : Stream.concat(own.stream(), Stream.of("wav")).toList();
     }

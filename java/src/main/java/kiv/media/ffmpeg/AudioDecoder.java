@@ -49,6 +49,8 @@ public final class AudioDecoder implements AutoCloseable {
      * @param stream a stream of sound
      * @return the decoder, to be closed
      * @throws UnsupportedCodecException when its sound cannot be decoded
+     * @throws MediaFormatException when its channels or its sample rate are not known
+     * @throws IllegalArgumentException when the stream is not one of sound
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(MediaStream stream) {
@@ -64,6 +66,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(WaveFormat format) {
+        Objects.requireNonNull(format, "format");
         return open(format, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()),
                 ANY_STREAM);
     }
@@ -116,6 +119,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @return whether {@link #decode(Packet)} takes it
      */
     public boolean accepts(Packet packet) {
+        Objects.requireNonNull(packet, "packet");
         return streamIndex == ANY_STREAM || packet.streamIndex() == streamIndex;
     }
 
@@ -126,9 +130,9 @@ public final class AudioDecoder implements AutoCloseable {
      * @return its sound, mostly as one block, which belongs to the caller
      * @throws DecodeException when the packet is damaged; the sound that was decoded before is given by the next call
      * @throws IllegalArgumentException when the packet is of another stream
+     * @throws MediaStateException when the decoder is closed or in use
      */
     public List<AudioBlock> decode(Packet packet) {
-        Objects.requireNonNull(packet, "packet");
         if (!accepts(packet)) {
             throw new IllegalArgumentException(packet + " is not of the decoder's stream " + streamIndex);
         }
@@ -142,8 +146,10 @@ public final class AudioDecoder implements AutoCloseable {
      * @param bytes whole frames or blocks of the codec, any number of them
      * @return their sound, mostly as one block, which belongs to the caller
      * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
+     * @throws MediaStateException when the decoder is closed or in use
      */
     public List<AudioBlock> decode(byte[] bytes) {
+        Objects.requireNonNull(bytes, "bytes");
         return decode(bytes, 0, bytes.length, Packet.NO_TIME, bytes.length + " bytes");
     }
 
@@ -154,11 +160,20 @@ public final class AudioDecoder implements AutoCloseable {
      *     becomes the position
      * @return their sound, mostly as one block, which belongs to the caller
      * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
+     * @throws MediaStateException when the decoder is closed or in use
      */
     public List<AudioBlock> decode(ByteBuffer bytes) {
+        Objects.requireNonNull(bytes, "bytes");
+        int start = bytes.position();
         byte[] copy = new byte[bytes.remaining()];
         bytes.get(copy);
-        return decode(copy);
+        try {
+            return decode(copy);
+        } catch (MediaStateException e) {
+            // Nothing was taken.
+            bytes.position(start);
+            throw e;
+        }
     }
 
     /**
@@ -179,6 +194,8 @@ public final class AudioDecoder implements AutoCloseable {
      * Ends the stream: gives what the decoder still holds, and leaves it ready for another stream of the same format.
      *
      * @return the rest of the sound; empty for most codecs
+     * @throws DecodeException when what it holds is damaged
+     * @throws MediaStateException when the decoder is closed or in use
      */
     public List<AudioBlock> finish() {
         return handle.call(address -> {

@@ -99,8 +99,9 @@ public final class AudioEncoder implements AutoCloseable {
      * @param channels number of channels
      * @param bitRate bits a second to aim at, of which most formats know only some, or {@link #DEFAULT_BIT_RATE}
      * @return the encoder, to be closed
-     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or it does not take such sound
-     * @throws IllegalArgumentException when the format has no bit rate to choose
+     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or it does not take such sound or bit
+     *     rate
+     * @throws IllegalArgumentException when the format has no bit rate to choose, or a number is out of its range
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels, int bitRate) {
@@ -110,6 +111,10 @@ public final class AudioEncoder implements AutoCloseable {
         if (bitRate < 0 || bitRate != DEFAULT_BIT_RATE && !codec.hasBitRate()) {
             throw new IllegalArgumentException(bitRate < 0 ? "negative bit rate " + bitRate
                     : codec + " has no bit rate to choose");
+        }
+        if (bitRate > codec.highestBitRate()) {
+            throw new UnsupportedCodecException(codec + " cannot be encoded at " + bitRate + " bit/s; it takes at most "
+                    + codec.highestBitRate());
         }
         if (!codec.accepts(sampleRate, channels)) {
             throw refused(codec, sampleRate, channels);
@@ -183,6 +188,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws MediaStateException when the encoder is finished, closed or in use
      */
     public List<Packet> encode(AudioBlock block) {
+        Objects.requireNonNull(block, "block");
         if (block.sampleRate() != format.sampleRate() || block.channels() != format.channels()) {
             throw new IllegalArgumentException(block + " is not " + format.sampleRate() + " Hz, " + format.channels()
                     + " channels");
@@ -200,7 +206,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws MediaStateException when the encoder is finished, closed or in use
      */
     public List<Packet> encode(byte[] pcm) {
-        return encode(ByteBuffer.wrap(pcm));
+        return encode(ByteBuffer.wrap(Objects.requireNonNull(pcm, "pcm")));
     }
 
     /**
@@ -214,20 +220,27 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws MediaStateException when the encoder is finished, closed or in use
      */
     public List<Packet> encode(ByteBuffer pcm) {
-        if (pcm.remaining() % bytesOfFrame() != 0) {
-            throw new IllegalArgumentException(pcm.remaining() + " bytes of PCM do not end with a frame of "
+        Objects.requireNonNull(pcm, "pcm");
+        // Position and limit of its own: whatever happens to the caller's meanwhile, frames stay whole.
+        ByteBuffer input = pcm.duplicate();
+        if (input.remaining() % bytesOfFrame() != 0) {
+            throw new IllegalArgumentException(input.remaining() + " bytes of PCM do not end with a frame of "
                     + bytesOfFrame() + " bytes");
         }
         return handle.call(address -> {
             throwIfFinished();
-            while (pcm.hasRemaining()) {
-                int taken = Math.min(pcm.remaining(), frame.length - filled);
-                pcm.get(frame, filled, taken);
-                filled += taken;
-                frames += taken / bytesOfFrame();
-                if (filled == frame.length) {
-                    encodeFrame(address);
+            try {
+                while (input.hasRemaining()) {
+                    int taken = Math.min(input.remaining(), frame.length - filled);
+                    input.get(frame, filled, taken);
+                    filled += taken;
+                    frames += taken / bytesOfFrame();
+                    if (filled == frame.length) {
+                        encodeFrame(address);
+                    }
                 }
+            } finally {
+                pcm.position(input.position());
             }
             return handOut();
         });

@@ -14,11 +14,21 @@ import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
 import java.nio.file.StandardOpenOption;
 import java.util.List;
+import java.util.Objects;
 import java.util.UUID;
 
 /**
  * Writes a file of sound. It is written under another name beside its place, which it takes when {@link #finish} is
- * called; closed before that, it leaves nothing behind. Used by one thread at a time.
+ * called; closed before that, it leaves nothing behind. Threads that use it at the same time wait for each other.
+ *
+ * <pre>{@code
+ * try (AudioFileWriter file = AudioFileWriter.create(Path.of("song.wav"), decoder.pcmFormat(), AudioContainer.WAV)) {
+ *     for (AudioBlock block : blocks) {
+ *         file.write(block);
+ *     }
+ *     file.finish(0);
+ * }
+ * }</pre>
  */
 public final class AudioFileWriter implements AutoCloseable {
 
@@ -61,7 +71,9 @@ public final class AudioFileWriter implements AutoCloseable {
      * @throws IllegalArgumentException when such a file does not hold such sound
      */
     public static AudioFileWriter create(Path file, WaveFormat format, AudioContainer container) throws IOException {
-        int tag = format.formatTag();
+        Objects.requireNonNull(file, "file");
+        Objects.requireNonNull(container, "container");
+        int tag = Objects.requireNonNull(format, "format").formatTag();
         if (container == AudioContainer.ADTS && tag != WaveFormatTags.AAC
                 || (container == AudioContainer.AMR) != (tag == WaveFormatTags.AMR_NB)) {
             throw new IllegalArgumentException(container + " does not hold " + format);
@@ -102,8 +114,14 @@ public final class AudioFileWriter implements AutoCloseable {
      *
      * @param packets packets of the format, in their order
      * @throws IOException when they cannot be written
+     * @throws IllegalArgumentException when a packet is longer than the container allows
+     * @throws MediaStateException when the file is finished or closed
      */
-    public void write(List<Packet> packets) throws IOException {
+    public synchronized void write(List<Packet> packets) throws IOException {
+        throwIfClosed();
+        Objects.requireNonNull(packets, "packets");
+        // All or none.
+        packets.forEach(packet -> Objects.requireNonNull(packet, "packet"));
         for (Packet packet : packets) {
             write(packet.bytes());
         }
@@ -114,8 +132,11 @@ public final class AudioFileWriter implements AutoCloseable {
      *
      * @param block sound of the file's channels and sample rate
      * @throws IOException when it cannot be written
+     * @throws IllegalArgumentException when the file is not one of such PCM
+     * @throws MediaStateException when the file is finished or closed
      */
-    public void write(AudioBlock block) throws IOException {
+    public synchronized void write(AudioBlock block) throws IOException {
+        Objects.requireNonNull(block, "block");
         if (!format.equals(WaveFormat.pcm16(block.sampleRate(), block.channels()))) {
             throw new IllegalArgumentException(block + " is not of the file's " + format);
         }
@@ -126,9 +147,11 @@ public final class AudioFileWriter implements AutoCloseable {
      * Gives the file its lengths and its name.
      *
      * @param frames the length of the sound in samples of a channel; the files of PCM know it by themselves
-     * @throws IOException when it cannot be written
+     * @throws IOException when it cannot be written; the file is dropped then
+     * @throws IllegalArgumentException when the length is negative
+     * @throws MediaStateException when the file is finished or closed
      */
-    public void finish(long frames) throws IOException {
+    public synchronized void finish(long frames) throws IOException {
         throwIfClosed();
         if (frames < 0) {
             throw new IllegalArgumentException("negative length " + frames);
@@ -154,7 +177,7 @@ public final class AudioFileWriter implements AutoCloseable {
 
     /** Ends the writing; without {@link #finish} before it, the file is dropped. Does nothing the second time. */
     @Override
-    public void close() throws IOException {
+    public synchronized void close() throws IOException {
         closed = true;
         channel.close();
         Files.deleteIfExists(aside);

@@ -19,6 +19,14 @@ import java.util.List;
  * be used, a private directory under {@code java.io.tmpdir}. A directory in which others can write, or which belongs to
  * another user than root, is refused, because they could put libraries of their own there. Damaged files are replaced.
  *
+ * <pre>{@code
+ * FfmpegLibrary.load(Path.of("/opt/ffmpeg-2.8/lib"));
+ * }</pre>
+ *
+ * <p>The {@link System.Logger} {@code kiv.media.ffmpeg} gets what the library logs: errors as ERROR, what it does as DEBUG,
+ * each encoded packet as TRACE. It gets nothing at all, errors included, and no line costs anything, unless DEBUG is on when
+ * the library is loaded: only then is the logger's level looked at. What fails is told by exceptions in any case.
+ *
  * <p>All methods may be called by any thread.
  */
 public final class FfmpegLibrary {

@@ -1,5 +1,7 @@
 package kiv.media.ffmpeg;
 
+import java.util.Objects;
+
 /** Conversions between a four-character code's text and its 32-bit value, whose low byte is the first character. */
 public final class FourCharacterCode {
 
@@ -11,9 +13,10 @@ public final class FourCharacterCode {
      *
      * @param text four characters of Latin-1
      * @return its value
+     * @throws IllegalArgumentException when it is none of four characters of Latin-1
      */
     public static int of(String text) {
-        if (text.length() != 4) {
+        if (Objects.requireNonNull(text, "text").length() != 4) {
             throw new IllegalArgumentException("a four-character code has four characters: \"" + text + "\"");
         }
         int code = 0;

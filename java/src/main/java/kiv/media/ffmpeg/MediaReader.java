@@ -2,12 +2,15 @@ package kiv.media.ffmpeg;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
+import java.lang.ref.Reference;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.attribute.BasicFileAttributes;
 import java.time.Duration;
 import java.util.List;
+import java.util.Objects;
 import java.util.Optional;
 import java.util.OptionalLong;
 import java.util.Spliterator;
@@ -39,15 +42,20 @@ public final class MediaReader implements AutoCloseable {
     private static final int ANY_STREAM = -1;
     private static final int PACKET_FIELDS = 6;
 
+    private static final int FILE_TYPE = 0xF000;
+    private static final int BLOCK_DEVICE = 0x6000;
+
     private final NativeHandle handle;
     private final SeekableByteChannel channel;
+    private final c_mediareader_source source;
     private final String formatName;
     private final long[] info;
     private final List<MediaStream> streams = new CopyOnWriteArrayList<>();
 
-    private MediaReader(long address, SeekableByteChannel channel) {
+    private MediaReader(long address, SeekableByteChannel channel, c_mediareader_source source) {
         this.handle = new NativeHandle("reader", this, address, c_mediareader_ffmpeg::n_reader_delete);
         this.channel = channel;
+        this.source = source;
         try {
             this.formatName = c_mediareader_ffmpeg.n_reader_get_format_name(address);
             this.info = c_mediareader_ffmpeg.n_reader_get_info(address);
@@ -59,7 +67,7 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Opens a file.
+     * Opens a file. Pipes and devices other than block devices are refused: a container is not read from front to back.
      *
      * @param file the file
      * @return its reader, to be closed
@@ -68,9 +76,7 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(Path file) throws IOException {
-        if (Files.isDirectory(file)) {
-            throw new FileSystemException(file.toString(), null, "is a directory");
-        }
+        checkKind(Objects.requireNonNull(file, "file"));
         SeekableByteChannel channel = Files.newByteChannel(file);
         try {
             return open(channel);
@@ -101,9 +107,25 @@ public final class MediaReader implements AutoCloseable {
         try {
             address = c_mediareader_ffmpeg.n_reader_open(context, source);
         } catch (RuntimeException e) {
-            throw failed("not a media file that can be read", e);
+            throw failed(source, "not a media file that can be read", e);
+        } finally {
+            // The source alone does not hold it.
+            Reference.reachabilityFence(channel);
         }
-        return new MediaReader(address, channel);
+        return new MediaReader(address, channel, source);
+    }
+
+    /** Opening a pipe waits for somebody to write into it, and neither pipes nor terminals can be read twice. */
+    private static void checkKind(Path file) throws IOException {
+        if (Files.isDirectory(file)) {
+            throw new FileSystemException(file.toString(), null, "is a directory");
+        }
+        if (file.getFileSystem().supportedFileAttributeViews().contains("unix")
+                && Files.readAttributes(file, BasicFileAttributes.class).isOther()
+                && ((Integer) Files.getAttribute(file, "unix:mode") & FILE_TYPE) != BLOCK_DEVICE) {
+            throw new FileSystemException(file.toString(), null, "is a pipe or a device, not a file; copy what comes out"
+                    + " of it into a file first");
+        }
     }
 
     /** {@return FFmpeg's short name of the container format, or several joined by commas, such as {@code mov,mp4}} */
@@ -152,6 +174,7 @@ public final class MediaReader implements AutoCloseable {
      * @return the packet, or null at the end
      * @throws IOException when the bytes cannot be read
      * @throws MediaFormatException when the container is damaged here
+     * @throws MediaStateException when the reader is closed or in use
      */
     public Packet read() throws IOException {
         return handle.call(address -> {
@@ -160,7 +183,7 @@ public final class MediaReader implements AutoCloseable {
             try {
                 bytes = c_mediareader_ffmpeg.n_reader_read(address, fields);
             } catch (RuntimeException e) {
-                throw failed("cannot read the next packet", e);
+                throw failed(source, "cannot read the next packet", e);
             }
             if (bytes == null) {
                 return null;
@@ -174,7 +197,8 @@ public final class MediaReader implements AutoCloseable {
 
     /**
      * The packets from here to the end, read as they are asked for. An {@link IOException} comes as
-     * {@link UncheckedIOException}.
+     * {@link UncheckedIOException}, damage as {@link MediaFormatException}. A stream that ends early leaves the other packets
+     * in the reader, for {@link #read()} or another stream.
      *
      * @return a sequential stream, which need not be closed
      */
@@ -201,17 +225,21 @@ public final class MediaReader implements AutoCloseable {
     /**
      * Moves to the last place at or before a time where decoding can start.
      *
-     * @param time from the container's zero
+     * @param time from the container's zero, in microseconds at the finest
+     * @throws IllegalArgumentException when the time is beyond 64 bits of microseconds
+     * @throws MediaStateException when the reader is closed or in use
      * @throws IOException when the bytes cannot be read
      * @throws MediaFormatException when the container cannot do it
      */
     public void seek(Duration time) throws IOException {
         long micros;
         try {
-            micros = Math.addExact(Math.multiplyExact(time.getSeconds(), 1_000_000L), time.getNano() / 1000);
+            micros = Math.addExact(Math.multiplyExact(Objects.requireNonNull(time, "time").getSeconds(), 1_000_000L),
+                    time.getNano() / 1000);
         } catch (ArithmeticException e) {
             throw new IllegalArgumentException("beyond the range of times: " + time, e);
         }
+        checkTime(micros);
         seek(ANY_STREAM, micros);
     }
 
@@ -220,17 +248,23 @@ public final class MediaReader implements AutoCloseable {
      *
      * @param stream a stream of this reader
      * @param time in units of the stream's time base
+     * @throws IllegalArgumentException when the stream is of another reader, or the time is {@link Packet#NO_TIME}
+     * @throws MediaStateException when the reader is closed or in use
      * @throws IOException when the bytes cannot be read
      * @throws MediaFormatException when the container cannot do it
      */
     public void seek(MediaStream stream, long time) throws IOException {
-        if (!streams.contains(stream)) {
+        if (!streams.contains(Objects.requireNonNull(stream, "stream"))) {
             throw new IllegalArgumentException(stream + " is not a stream of this reader");
         }
-        if (time == Packet.NO_TIME) {
-            throw new IllegalArgumentException("no time to seek to");
-        }
+        checkTime(time);
         seek(stream.index(), time);
+    }
+
+    private static void checkTime(long time) {
+        if (time == Packet.NO_TIME) {
+            throw new IllegalArgumentException("the smallest number stands for no time, there is no place to seek to");
+        }
     }
 
     private void seek(int stream, long time) throws IOException {
@@ -238,7 +272,7 @@ public final class MediaReader implements AutoCloseable {
             try {
                 c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SEEK_BACKWARD);
             } catch (RuntimeException e) {
-                throw failed("cannot seek", e);
+                throw failed(source, "cannot seek", e);
             }
             return null;
         });
@@ -275,8 +309,8 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /** A channel's own unchecked exceptions pass through the native call and are not the container's fault. */
-    private static RuntimeException failed(String what, RuntimeException cause) {
-        return cause.getClass() == RuntimeException.class
+    private static RuntimeException failed(c_mediareader_source source, String what, RuntimeException cause) {
+        return cause.getClass() == RuntimeException.class && !source.threw(cause)
                 ? new MediaFormatException(what + " (" + MediaException.plain(cause) + ")", cause)
                 : cause;
     }

@@ -5,7 +5,7 @@ import java.util.Optional;
 
 /**
  * One stream of a container: what it carries and how. Immutable, and usable after its {@link MediaReader} is closed.
- * Figures that the container does not tell are 0, unknown fractions have a 0 in them.
+ * Figures that the container does not tell are 0, unknown fractions have a 0 in them. Any thread may use it.
  */
 public final class MediaStream {
 
@@ -155,6 +155,7 @@ public final class MediaStream {
      *
      * @param time in units of {@link #timeBase()}, or {@link Packet#NO_TIME}
      * @return the duration; empty for no time or no time base
+     * @throws ArithmeticException when the time is beyond what a duration can hold
      */
     public Optional<Duration> time(long time) {
         return time == Packet.NO_TIME || !timeBase().isKnown() ? Optional.empty() : Optional.of(timeBase().times(time));

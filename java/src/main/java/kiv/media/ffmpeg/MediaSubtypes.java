@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.util.List;
+import java.util.Objects;
 import java.util.Optional;
 
 /**
@@ -73,6 +74,7 @@ public final class MediaSubtypes {
      * @return the subtype, or empty when the library has none for the codec
      */
     public static Optional<String> find(int codecId, int codecTag, byte[] extradata) {
+        Objects.requireNonNull(extradata, "extradata");
         if (codecId == H264) {
             // A configuration record begins with its version, 1; start codes begin with 0.
             return Optional.of(extradata.length > 0 && extradata[0] == 1 ? H264_AVC1 : H264_ANNEX_B);
@@ -89,7 +91,7 @@ public final class MediaSubtypes {
      * @return the subtype, or empty when the library has none for its codec
      */
     public static Optional<String> find(MediaStream stream) {
-        return stream.kind() == MediaKind.VIDEO
+        return Objects.requireNonNull(stream, "stream").kind() == MediaKind.VIDEO
                 ? find(stream.codecId(), stream.codecTag(), stream.extradata())
                 : Optional.empty();
     }

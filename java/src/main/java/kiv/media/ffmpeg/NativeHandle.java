@@ -69,7 +69,7 @@ final class NativeHandle {
         enter();
         try {
             if (target.address == 0) {
-                throw new MediaStateException("the " + what + " is closed");
+                throw new MediaStateException("the " + what + " is closed; open another one");
             }
             return call.on(target.address);
         } finally {
@@ -95,7 +95,8 @@ final class NativeHandle {
         Thread current = Thread.currentThread();
         Thread other = caller.compareAndExchange(null, current);
         if (other == current) {
-            throw new MediaStateException("the " + what + " is called out of its own callback");
+            throw new MediaStateException("the " + what + " is called out of its own callback;"
+                    + " let the call in progress return first");
         }
         if (other != null) {
             throw new MediaStateException("the " + what + " is in use by the thread \"" + other.getName()

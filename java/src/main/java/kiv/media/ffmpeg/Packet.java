@@ -6,7 +6,11 @@ import java.util.Objects;
 /**
  * A piece of one stream's compressed data as its container holds it: for video, one picture. Times are in the
  * {@linkplain MediaStream#timeBase() time base} of the stream, {@link #NO_TIME} where the container tells none.
- * Immutable.
+ * Immutable, for any thread.
+ *
+ * <pre>{@code
+ * Packet packet = Packet.of(bytes, 0, 40, Packet.NO_TIME, true);
+ * }</pre>
  */
 public final class Packet {
 
@@ -44,6 +48,7 @@ public final class Packet {
      * @param decodingTime when it is decoded, or {@link #NO_TIME}
      * @param key whether decoding can start with it
      * @return the packet
+     * @throws IllegalArgumentException when the index is negative
      */
     public static Packet of(byte[] bytes, int streamIndex, long presentationTime, long decodingTime, boolean key) {
         Objects.requireNonNull(bytes, "bytes");

@@ -8,6 +8,7 @@ import java.time.Duration;
 import java.util.Arrays;
 import java.util.Objects;
 import java.util.Optional;
+import java.util.function.Supplier;
 
 /**
  * A decoded picture in its decoder's own pixel format. It does not change and is independent of its decoder; any thread
@@ -18,6 +19,8 @@ import java.util.Optional;
  *     ImageIO.write(picture.toBufferedImage(), "png", file);
  * }
  * }</pre>
+ *
+ * <p>Methods that copy or convert throw a {@link MediaException} when there is no memory for it.
  *
  * <p>A picture may be forgotten like any other object. To {@linkplain #close() close} it is better where there are many:
  * its memory is outside of the Java heap and can then be used for the next picture at once.
@@ -105,7 +108,11 @@ public final class Picture implements AutoCloseable {
         return details.times.duration();
     }
 
-    /** {@return when it is shown, from the container's zero} */
+    /**
+     * {@return when it is shown, from the container's zero}
+     *
+     * @throws ArithmeticException when the time is beyond what a duration can hold
+     */
     public Optional<Duration> time() {
         return timestamp() == Packet.NO_TIME || !details.timeBase.isKnown() ? Optional.empty()
                 : Optional.of(details.timeBase.times(timestamp()));
@@ -146,12 +153,17 @@ public final class Picture implements AutoCloseable {
      */
     public Plane plane(int index) {
         if (index < 0 || index >= format.planes()) {
-            throw new IllegalArgumentException("plane " + index + " of " + format.planes());
+            throw new IllegalArgumentException("no plane " + index + ": " + format + " has planes 0 to "
+                    + (format.planes() - 1));
         }
+        return plane(memory(), index);
+    }
+
+    private Plane plane(PictureMemory held, int index) {
         int rows = format.rows(index, height);
         int rowBytes = format.rowBytes(index, width);
         // The last row's padding need not exist.
-        ByteBuffer bytes = memory().buffer().slice(offsets[index], lineSizes[index] * (rows - 1) + rowBytes);
+        ByteBuffer bytes = held.buffer().slice(offsets[index], lineSizes[index] * (rows - 1) + rowBytes);
         return new Plane(bytes.asReadOnlyBuffer(), lineSizes[index], rowBytes, rows);
     }
 
@@ -166,10 +178,15 @@ public final class Picture implements AutoCloseable {
         if (!format.hasPalette()) {
             throw new UnsupportedOperationException("a " + format + " picture has no palette");
         }
-        int[] palette = new int[PALETTE_ENTRIES];
-        memory().buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES).order(ByteOrder.nativeOrder())
-                .asIntBuffer().get(palette);
-        return palette;
+        PictureMemory held = hold();
+        try {
+            int[] palette = new int[PALETTE_ENTRIES];
+            held.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES).order(ByteOrder.nativeOrder())
+                    .asIntBuffer().get(palette);
+            return palette;
+        } finally {
+            held.release();
+        }
     }
 
     /**
@@ -183,14 +200,20 @@ public final class Picture implements AutoCloseable {
         for (int plane = 0; plane < format.planes(); plane++) {
             size += (long) format.rows(plane, height) * format.rowBytes(plane, width);
         }
-        ByteBuffer bytes = ByteBuffer.allocate(Math.toIntExact(size)).order(ByteOrder.nativeOrder());
-        for (int plane = 0; plane < format.planes(); plane++) {
-            bytes.put(plane(plane).packed());
+        int length = Math.toIntExact(size);
+        ByteBuffer bytes = allocated(() -> ByteBuffer.allocate(length), width, height);
+        PictureMemory held = hold();
+        try {
+            for (int plane = 0; plane < format.planes(); plane++) {
+                plane(held, plane).putInto(bytes);
+            }
+            if (format.hasPalette()) {
+                bytes.put(held.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES));
+            }
+            return bytes.array();
+        } finally {
+            held.release();
         }
-        if (format.hasPalette()) {
-            bytes.asIntBuffer().put(palette());
-        }
-        return bytes.array();
     }
 
     /**
@@ -204,7 +227,7 @@ public final class Picture implements AutoCloseable {
     }
 
     private int[] toArgb(int wantedWidth, int wantedHeight) {
-        int[] pixels = new int[Math.multiplyExact(wantedWidth, wantedHeight)];
+        int[] pixels = allocated(() -> new int[Math.multiplyExact(wantedWidth, wantedHeight)], wantedWidth, wantedHeight);
         try (Picture argb = convert(PixelFormat.named(ARGB), wantedWidth, wantedHeight)) {
             Plane plane = argb.plane(0);
             plane.bytes().order(ByteOrder.LITTLE_ENDIAN).asIntBuffer().get(pixels);
@@ -234,8 +257,8 @@ public final class Picture implements AutoCloseable {
      */
     public BufferedImage toBufferedImage(int wantedWidth, int wantedHeight) {
         checkSize(wantedWidth, wantedHeight);
-        BufferedImage image = new BufferedImage(wantedWidth, wantedHeight,
-                format.hasAlpha() ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB);
+        int type = format.hasAlpha() ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB;
+        BufferedImage image = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, type), wantedWidth, wantedHeight);
         int[] pixels = ((DataBufferInt) image.getRaster().getDataBuffer()).getData();
         System.arraycopy(toArgb(wantedWidth, wantedHeight), 0, pixels, 0, pixels.length);
         return image;
@@ -285,6 +308,16 @@ public final class Picture implements AutoCloseable {
         return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes, details);
     }
 
+    /** What the heap has no room for is the caller's wish, and nothing else suffers from it. */
+    private static <T> T allocated(Supplier<T> memory, int width, int height) {
+        try {
+            return memory.get();
+        } catch (OutOfMemoryError e) {
+            throw new MediaException("no memory for a copy of " + width + "x" + height
+                    + " pixels; ask for a smaller one, or raise -Xmx", e);
+        }
+    }
+
     private static int[] place(PixelFormat format, int width, int height, int[] offsets, int[] lineSizes) {
         int[] place = Arrays.copyOf(new int[] {format.number(), width, height}, 11);
         System.arraycopy(offsets, 0, place, 3, 4);
@@ -300,7 +333,8 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Lets the memory go, so that another picture can have it; does nothing the second time. Images, arrays and pictures
+     * Lets the memory go, so that another picture can have it; does nothing the second time. Calls that other threads are
+     * in the middle of end well. Images, arrays and pictures
      * made of this one stay; its planes must not be looked at any more.
      */
     @Override
@@ -317,7 +351,7 @@ public final class Picture implements AutoCloseable {
 
     private synchronized PictureMemory memory() {
         if (memory == null) {
-            throw new MediaStateException("the picture is closed");
+            throw new MediaStateException("the picture is closed; take what is needed of it before");
         }
         return memory;
     }

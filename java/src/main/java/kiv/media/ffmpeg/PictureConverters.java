@@ -1,15 +1,17 @@
 package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
-import java.util.concurrent.ConcurrentLinkedDeque;
+import java.util.concurrent.ArrayBlockingQueue;
 
 /**
  * The native converters, which know the tables of their last conversion: a thread takes one and gives it back, so there
- * are as many as were ever needed at the same time.
+ * are no more than were ever needed at the same time.
  */
 final class PictureConverters {
 
-    private static final ConcurrentLinkedDeque<Long> IDLE = new ConcurrentLinkedDeque<>();
+    /** As many as can be at work at the same time; those of a crowd of threads are deleted after use. */
+    private static final ArrayBlockingQueue<Long> IDLE =
+            new ArrayBlockingQueue<>(Math.max(2, Runtime.getRuntime().availableProcessors()));
 
     private PictureConverters() {
     }
@@ -33,8 +35,8 @@ final class PictureConverters {
                     ? new UnsupportedOperationException(MediaException.plain(e), e) : e;
         } finally {
             from.release();
-            if (converter != null) {
-                IDLE.push(converter);
+            if (converter != null && !IDLE.offer(converter)) {
+                c_pictureconverter_ffmpeg.n_delete_converter(converter);
             }
         }
     }

@@ -28,7 +28,16 @@ final class PicturePool implements VideoBuffers {
                 buffer = candidate.capacity() == size ? candidate : null;
             }
         }
-        return new PictureMemory(this, buffer != null ? buffer : ByteBuffer.allocateDirect(size));
+        return new PictureMemory(this, buffer != null ? buffer : fresh(size));
+    }
+
+    private static ByteBuffer fresh(int size) {
+        try {
+            return ByteBuffer.allocateDirect(size);
+        } catch (OutOfMemoryError e) {
+            throw new MediaException("no memory outside of the Java heap for a picture of " + size
+                    + " bytes; close pictures when done with them, or raise -XX:MaxDirectMemorySize", e);
+        }
     }
 
     synchronized void takeBack(ByteBuffer buffer) {

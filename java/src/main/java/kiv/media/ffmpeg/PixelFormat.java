@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.util.List;
+import java.util.Objects;
 import java.util.Optional;
 import java.util.concurrent.ConcurrentHashMap;
 import java.util.stream.IntStream;
@@ -8,7 +9,12 @@ import java.util.stream.IntStream;
 /**
  * How the pixels of a {@link Picture} are stored: FFmpeg's formats, under FFmpeg's names, such as {@code yuv420p} (a plane
  * of brightness and two smaller ones of colour), {@code bgra} (four bytes a pixel) or {@code pal8} (one byte that stands
- * for an entry of the picture's palette). There is one object for each format of the loaded library.
+ * for an entry of the picture's palette). There is one object for each format of the loaded library. Immutable, for any
+ * thread.
+ *
+ * <pre>{@code
+ * byte[] rgb = picture.convert(PixelFormat.named("rgb24")).toBytes();
+ * }</pre>
  */
 public final class PixelFormat {
 
@@ -63,10 +69,12 @@ public final class PixelFormat {
      * @throws LibraryException when the library cannot be loaded
      */
     public static PixelFormat named(String name) {
+        Objects.requireNonNull(name, "name");
         return all().stream().filter(format -> format.name.equals(name)).findFirst()
                 .orElseThrow(() -> new IllegalArgumentException("no pixel format is called \"" + name + "\""));
     }
 
+    /** FFmpeg's number. */
     int number() {
         return number;
     }

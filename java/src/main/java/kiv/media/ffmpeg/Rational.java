@@ -44,7 +44,10 @@ public record Rational(long numerator, long denominator) {
         BigInteger[] parts = product.divideAndRemainder(divisor);
         BigInteger nanos = parts[1].signum() < 0 ? parts[0].subtract(BigInteger.ONE) : parts[0];
         BigInteger[] split = nanos.divideAndRemainder(NANOS);
-        return Duration.ofSeconds(split[0].longValueExact(), split[1].longValueExact());
+        if (split[0].bitLength() >= Long.SIZE) {
+            throw new ArithmeticException(units + " times " + this + " seconds are more than a duration can hold");
+        }
+        return Duration.ofSeconds(split[0].longValue(), split[1].longValue());
     }
 
     @Override

@@ -1,10 +1,18 @@
 package kiv.media.ffmpeg;
 
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
+import java.util.Spliterator;
+import java.util.Spliterators;
+import java.util.function.Consumer;
 import java.util.stream.Stream;
+import java.util.stream.StreamSupport;
 
 /**
  * Decodes the packets of one video stream into pictures.
@@ -41,7 +49,7 @@ public final class VideoDecoder implements AutoCloseable {
     private final VideoFormat format;
     private final int streamIndex;
     private final PacketTimes times = new PacketTimes();
-    private List<Picture> finished = new ArrayList<>();
+    private final Deque<Picture> finished = new ArrayDeque<>();
 
     private VideoDecoder(long address, PicturePool pool, VideoFormat format, int streamIndex) {
         this.handle = new NativeHandle("decoder", this, address, dead -> BoundBuffers.with(pool, () -> {
@@ -59,6 +67,8 @@ public final class VideoDecoder implements AutoCloseable {
      * @param stream a stream of pictures
      * @return the decoder, to be closed
      * @throws UnsupportedCodecException when its video cannot be decoded
+     * @throws MediaFormatException when the size of its pictures is not known
+     * @throws IllegalArgumentException when the stream is not one of pictures
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
@@ -74,7 +84,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format) {
-        return open(format, ANY_STREAM);
+        return open(Objects.requireNonNull(format, "format"), ANY_STREAM);
     }
 
     private static VideoDecoder open(VideoFormat format, int streamIndex) {
@@ -115,6 +125,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @return whether {@link #decode} takes it
      */
     public boolean accepts(Packet packet) {
+        Objects.requireNonNull(packet, "packet");
         return streamIndex == ANY_STREAM || packet.streamIndex() == streamIndex;
     }
 
@@ -126,18 +137,15 @@ public final class VideoDecoder implements AutoCloseable {
      * @return the pictures that are ready, often exactly one; each belongs to the caller
      * @throws DecodeException when the packet is damaged; pictures finished before are given by the next call
      * @throws IllegalArgumentException when the packet is of another stream
+     * @throws MediaStateException when the decoder is closed or in use
+     * @throws MediaException when there is no memory left for a picture
      */
     public List<Picture> decode(Packet packet) {
-        Objects.requireNonNull(packet, "packet");
         if (!accepts(packet)) {
             throw new IllegalArgumentException(packet + " is not of the decoder's stream " + streamIndex);
         }
         return call(address -> {
-            try {
-                decode(address, packet);
-            } catch (RuntimeException | Error e) {
-                throw translate(e);
-            }
+            decode(address, packet);
             return handOut();
         });
     }
@@ -147,37 +155,72 @@ public final class VideoDecoder implements AutoCloseable {
      * stream of the same format.
      *
      * @return the last pictures; none from most codecs
+     * @throws DecodeException when what it holds is damaged
+     * @throws MediaStateException when the decoder is closed or in use
      */
     public List<Picture> finish() {
         return call(address -> {
-            try {
-                fetch(address, DRAIN, NO_PACKET);
-                c_multimediaapi_ffmpeg.n_vcodec_reset(address);
-            } catch (RuntimeException | Error e) {
-                throw translate(e);
-            }
-            times.forget();
+            end(address);
             return handOut();
         });
     }
 
     /**
      * Decodes everything that a reader still has of this decoder's stream, packet by packet as the pictures are asked for;
-     * damaged packets are left out.
+     * damaged packets are left out. A stream that ends early, be it by {@code limit} or by an exception, leaves the rest
+     * for the next call of this method or of {@link #decode}.
      *
      * @param reader the reader that the stream is from
      * @return the pictures, the last ones included; reading failures are thrown by the stream as
-     *     {@link java.io.UncheckedIOException}
+     *     {@link UncheckedIOException}, and the use of a reader or decoder that was closed meanwhile as
+     *     {@link MediaStateException}
      */
     public Stream<Picture> pictures(MediaReader reader) {
-        Stream<Picture> decoded = reader.packets().filter(this::accepts).flatMap(packet -> {
-            try {
-                return decode(packet).stream();
-            } catch (DecodeException e) {
-                return Stream.empty();
+        Objects.requireNonNull(reader, "reader");
+        var source = new Spliterators.AbstractSpliterator<Picture>(Long.MAX_VALUE,
+                Spliterator.ORDERED | Spliterator.NONNULL) {
+            private boolean ended;
+
+            @Override
+            public boolean tryAdvance(Consumer<? super Picture> action) {
+                Picture picture = nextWaiting();
+                while (picture == null && !ended) {
+                    ended = !decodeNext(reader);
+                    picture = nextWaiting();
+                }
+                if (picture != null) {
+                    action.accept(picture);
+                }
+                return picture != null;
             }
+        };
+        return StreamSupport.stream(source, false);
+    }
+
+    private Picture nextWaiting() {
+        return call(address -> finished.poll());
+    }
+
+    /** @return false at the end of the stream, when the last pictures wait as well */
+    private boolean decodeNext(MediaReader reader) {
+        Packet packet;
+        try {
+            packet = reader.read();
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+        return call(address -> {
+            if (packet == null) {
+                end(address);
+            } else if (accepts(packet)) {
+                try {
+                    decode(address, packet);
+                } catch (DecodeException e) {
+                    // The stream goes on without it.
+                }
+            }
+            return packet != null;
         });
-        return Stream.concat(decoded, Stream.of(this).flatMap(decoder -> decoder.finish().stream()));
     }
 
     /**
@@ -215,12 +258,30 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     private List<Picture> handOut() {
-        List<Picture> pictures = finished;
-        finished = new ArrayList<>();
+        List<Picture> pictures = new ArrayList<>(finished);
+        finished.clear();
         return pictures;
     }
 
     private void decode(long address, Packet packet) {
+        try {
+            process(address, packet);
+        } catch (RuntimeException | Error e) {
+            throw translate(e);
+        }
+    }
+
+    private void end(long address) {
+        try {
+            fetch(address, DRAIN, NO_PACKET);
+            c_multimediaapi_ffmpeg.n_vcodec_reset(address);
+        } catch (RuntimeException | Error e) {
+            throw translate(e);
+        }
+        times.forget();
+    }
+
+    private void process(long address, Packet packet) {
         Object[] out = new Object[1];
         int[] params = new int[PARAMS];
         params[1] = packet.size();

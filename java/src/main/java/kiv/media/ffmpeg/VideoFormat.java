@@ -1,9 +1,14 @@
 package kiv.media.ffmpeg;
 
 import java.util.Objects;
+import java.util.regex.Pattern;
 
 /**
- * Compressed video as a {@link VideoDecoder} needs to know it. Immutable.
+ * Compressed video as a {@link VideoDecoder} needs to know it. Immutable, for any thread.
+ *
+ * <pre>{@code
+ * VideoFormat film = VideoFormat.of(MediaSubtypes.H264_ANNEX_B, 320, 240, 0, new byte[0], new Rational(1, 25));
+ * }</pre>
  *
  * @see MediaSubtypes
  */
@@ -11,6 +16,7 @@ public final class VideoFormat {
 
     /** FFmpeg multiplies sizes in 32 bits; beyond this it refuses them anyway. */
     private static final int MAX_SIDE = 16384;
+    private static final Pattern GUID = Pattern.compile("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}");
 
     private final String subtype;
     private final int fourcc;
@@ -22,12 +28,12 @@ public final class VideoFormat {
 
     private VideoFormat(String subtype, int fourcc, int width, int height, int bitCount, byte[] extradata,
             Rational timeBase) {
-        this.subtype = Objects.requireNonNull(subtype, "subtype");
+        this.subtype = subtype;
         this.fourcc = fourcc;
         this.width = checkedSide("width", width);
         this.height = checkedSide("height", height);
         this.bitCount = bitCount;
-        this.extradata = extradata.clone();
+        this.extradata = Objects.requireNonNull(extradata, "extradata").clone();
         this.timeBase = Objects.requireNonNull(timeBase, "timeBase");
     }
 
@@ -41,9 +47,16 @@ public final class VideoFormat {
      * @param extradata the codec's private data, copied; may be empty
      * @param timeBase the unit of the packets' times in seconds, or a fraction with a 0 when they have no unit
      * @return the format
+     * @throws IllegalArgumentException when the subtype is no GUID, or a number is out of its range
      */
     public static VideoFormat of(String subtype, int width, int height, int bitCount, byte[] extradata,
             Rational timeBase) {
+        if (!GUID.matcher(Objects.requireNonNull(subtype, "subtype")).matches()) {
+            throw new IllegalArgumentException("no media subtype, such as those of MediaSubtypes: \"" + subtype + "\"");
+        }
+        if (bitCount < 0) {
+            throw new IllegalArgumentException("negative number of bits per pixel " + bitCount);
+        }
         return new VideoFormat(subtype, 0, width, height, bitCount, extradata, timeBase);
     }
 
@@ -54,9 +67,10 @@ public final class VideoFormat {
      * @return the format
      * @throws UnsupportedCodecException when the library has no subtype for its codec
      * @throws MediaFormatException when the size of its pictures is not known
+     * @throws IllegalArgumentException when the stream is not one of pictures
      */
     public static VideoFormat of(MediaStream stream) {
-        if (stream.kind() != MediaKind.VIDEO) {
+        if (Objects.requireNonNull(stream, "stream").kind() != MediaKind.VIDEO) {
             throw new IllegalArgumentException("no video: " + stream);
         }
         String subtype = MediaSubtypes.find(stream).orElseThrow(() -> new UnsupportedCodecException(

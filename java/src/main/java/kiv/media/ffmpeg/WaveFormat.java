@@ -3,17 +3,22 @@ package kiv.media.ffmpeg;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.Arrays;
+import java.util.Objects;
 
 /**
  * Sound in the terms of a WAVE header: what an {@link AudioDecoder} needs to know of compressed sound, and what a WAV
- * file says of its own. Immutable.
+ * file says of its own. Immutable, for any thread.
+ *
+ * <pre>{@code
+ * WaveFormat speech = WaveFormat.of(WaveFormatTags.MULAW, 1, 8000, 8000, 1, 8, new byte[0]);
+ * }</pre>
  *
  * @see WaveFormatTags
  */
 public final class WaveFormat {
 
-    private static final int MAX_CHANNELS = 64;
-    private static final int MAX_SAMPLE_RATE = 1_000_000;
+    static final int MAX_CHANNELS = 64;
+    static final int MAX_SAMPLE_RATE = 1_000_000;
     private static final int MAX_16 = 0xFFFF;
     private static final int PCM_BITS = 16;
 
@@ -37,7 +42,7 @@ public final class WaveFormat {
         this.bytesPerSecond = checked("number of bytes a second", bytesPerSecond, 0, Integer.MAX_VALUE);
         this.blockAlign = checked("block align", blockAlign, 0, MAX_16);
         this.bitsPerSample = checked("number of bits per sample", bitsPerSample, 0, MAX_16);
-        this.specificHeader = specificHeader.clone();
+        this.specificHeader = Objects.requireNonNull(specificHeader, "specificHeader").clone();
         checked("length of the specific header", specificHeader.length, 0, MAX_16);
     }
 
@@ -52,6 +57,7 @@ public final class WaveFormat {
      * @param bitsPerSample bits of a coded sample, or 0
      * @param specificHeader what the codec needs beyond that, copied; may be empty
      * @return the format
+     * @throws IllegalArgumentException when a number is out of its range
      */
     public static WaveFormat of(int formatTag, int channels, int sampleRate, int bytesPerSecond, int blockAlign,
             int bitsPerSample, byte[] specificHeader) {
@@ -65,6 +71,7 @@ public final class WaveFormat {
      * @param sampleRate samples a second and channel, 1 to 1000000
      * @param channels number of channels, 1 to 64
      * @return the format
+     * @throws IllegalArgumentException when a number is out of its range
      */
     public static WaveFormat pcm16(int sampleRate, int channels) {
         int blockAlign = channels * Short.BYTES;
@@ -79,9 +86,10 @@ public final class WaveFormat {
      * @return the format
      * @throws UnsupportedCodecException when the library has no format tag for its codec
      * @throws MediaFormatException when its channels or its sample rate are not known
+     * @throws IllegalArgumentException when the stream is not one of sound
      */
     public static WaveFormat of(MediaStream stream) {
-        if (stream.kind() != MediaKind.AUDIO) {
+        if (Objects.requireNonNull(stream, "stream").kind() != MediaKind.AUDIO) {
             throw new IllegalArgumentException("no sound: " + stream);
         }
         int tag = WaveFormatTags.find(stream).orElseThrow(() -> new UnsupportedCodecException(
@@ -103,7 +111,7 @@ public final class WaveFormat {
      * @throws MediaFormatException when it is none
      */
     public static WaveFormat parse(byte[] header) {
-        if (header.length < OLDEST_SIZE) {
+        if (Objects.requireNonNull(header, "header").length < OLDEST_SIZE) {
             throw new MediaFormatException("a WAVE format header has no " + header.length + " bytes");
         }
         ByteBuffer bytes = ByteBuffer.wrap(header).order(ByteOrder.LITTLE_ENDIAN);

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.util.List;
+import java.util.Objects;
 import java.util.OptionalInt;
 
 /**
@@ -110,6 +111,7 @@ public final class WaveFormatTags {
      * @return the tag, or empty when the library has none for its codec
      */
     public static OptionalInt find(MediaStream stream) {
+        Objects.requireNonNull(stream, "stream");
         return stream.kind() == MediaKind.AUDIO ? find(stream.codecId(), stream.codecTag()) : OptionalInt.empty();
     }
 

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.io.IOException;
+import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
 import java.nio.channels.SeekableByteChannel;
 import java.util.Objects;
@@ -17,11 +18,13 @@ final class c_mediareader_source {
     /** A channel that gives nothing so many times in a row is not going to give anything. */
     private static final int EMPTY_READS = 1000;
 
-    private final SeekableByteChannel channel;
+    /** Weak: native code keeps this source, and a channel that knows its reader would keep that from being collected. */
+    private final WeakReference<SeekableByteChannel> channel;
     private final ByteBuffer buffer = ByteBuffer.allocateDirect(BUFFER_SIZE);
+    private Throwable failure;
 
     c_mediareader_source(SeekableByteChannel channel) {
-        this.channel = Objects.requireNonNull(channel, "channel");
+        this.channel = new WeakReference<>(Objects.requireNonNull(channel, "channel"));
     }
 
     /** The buffer that {@link #m_read} fills from its start; it lives as long as the source. */
@@ -40,7 +43,7 @@ final class c_mediareader_source {
         }
         buffer.clear().limit(Math.min(length, BUFFER_SIZE));
         for (int attempt = 0; attempt < EMPTY_READS; attempt++) {
-            int count = channel.read(buffer);
+            int count = read();
             if (count != 0) {
                 return count;
             }
@@ -58,11 +61,51 @@ final class c_mediareader_source {
         if (position < 0) {
             throw new IOException("seek to the negative position " + position);
         }
-        return channel.position(position).position();
+        try {
+            channel().position(position);
+            return channel().position();
+        } catch (RuntimeException | Error e) {
+            failure = e;
+            throw e;
+        }
     }
 
     /** The channel's size in bytes, or -1 when it cannot tell. */
     long m_size() throws IOException {
-        return channel.size();
+        try {
+            return channel().size();
+        } catch (RuntimeException | Error e) {
+            failure = e;
+            throw e;
+        }
+    }
+
+    /** Whether the channel itself threw this. */
+    boolean threw(Throwable exception) {
+        return exception == failure;
+    }
+
+    private int read() throws IOException {
+        int count;
+        try {
+            count = channel().read(buffer);
+        } catch (RuntimeException | Error e) {
+            failure = e;
+            throw e;
+        }
+        // A count without bytes would hand out what an earlier read left in the buffer.
+        if (count < -1 || Math.max(count, 0) != buffer.position()) {
+            throw new IOException("the channel says that it read " + count + " bytes, but put " + buffer.position()
+                    + " into the buffer");
+        }
+        return count;
+    }
+
+    private SeekableByteChannel channel() throws IOException {
+        SeekableByteChannel open = channel.get();
+        if (open == null) {
+            throw new IOException("the channel is gone");
+        }
+        return open;
     }
 }

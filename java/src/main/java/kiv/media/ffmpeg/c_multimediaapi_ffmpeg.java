@@ -17,6 +17,7 @@ import java.lang.System.Logger.Level;
 public class c_multimediaapi_ffmpeg {
 
     private static final Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
+    private static final ThreadLocal<Boolean> LOGGING = new ThreadLocal<>();
 
     /** A log receiver that hands the library's lines to the {@link System.Logger} {@code kiv.media.ffmpeg}. */
     public c_multimediaapi_ffmpeg() {
@@ -241,14 +242,25 @@ public class c_multimediaapi_ffmpeg {
     }
 
     /**
-     * Receives one line of the library's log: level 1 becomes ERROR, 5 DEBUG and 6 TRACE.
+     * Receives one line of the library's log: level 1 becomes ERROR, 5 DEBUG and 6 TRACE. A logger that fails does not
+     * disturb the call that is logged, and what the library logs while a logger is at work on the same thread is dropped,
+     * because a logger may use the library itself.
      *
      * @param level the line's level
      * @param line the line, with the nesting depth as leading blanks
      */
     public void print_info(int level, String line) {
-        Level target = level <= 1 ? Level.ERROR : level <= 5 ? Level.DEBUG : Level.TRACE;
-        LOGGER.log(target, line);
+        if (LOGGING.get() != null) {
+            return;
+        }
+        LOGGING.set(Boolean.TRUE);
+        try {
+            LOGGER.log(level <= 1 ? Level.ERROR : level <= 5 ? Level.DEBUG : Level.TRACE, line);
+        } catch (RuntimeException | Error e) {
+            // Thrown on, it would fail the decoding of a picture that is all right.
+        } finally {
+            LOGGING.remove();
+        }
     }
 
     /** {@return whether the logger takes more than errors} */

@@ -4,6 +4,7 @@ import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.IOException;
+import java.lang.ref.Reference;
 import java.nio.ByteBuffer;
 import java.nio.channels.SeekableByteChannel;
 import org.junit.jupiter.api.Test;
@@ -14,7 +15,8 @@ class MediaReaderSourceTest {
     void readsWhatIsThereFromTheBuffersStart() throws IOException {
         byte[] bytes = new byte[100_000];
         bytes[99_999] = 42;
-        c_mediareader_source source = new c_mediareader_source(new MemoryChannel(bytes));
+        MemoryChannel channel = new MemoryChannel(bytes);
+        c_mediareader_source source = new c_mediareader_source(channel);
         assertThat(source.m_buffer().isDirect()).isTrue();
         assertThat(source.m_size()).isEqualTo(100_000);
         assertThat(source.m_read(1 << 20)).isEqualTo(c_mediareader_source.BUFFER_SIZE);
@@ -25,6 +27,8 @@ class MediaReaderSourceTest {
         assertThat(source.m_buffer().get(0)).isEqualTo((byte) 42);
         assertThat(source.m_seek(200_000)).isEqualTo(200_000);
         assertThat(source.m_read(10)).isEqualTo(-1);
+        // The source alone does not keep its channel.
+        Reference.reachabilityFence(channel);
     }
 
     @Test
@@ -40,7 +44,8 @@ class MediaReaderSourceTest {
 
     @Test
     void impossibleRequestsAreRefused() {
-        c_mediareader_source source = new c_mediareader_source(new MemoryChannel(new byte[1]));
+        MemoryChannel channel = new MemoryChannel(new byte[1]);
+        c_mediareader_source source = new c_mediareader_source(channel);
         assertThatThrownBy(() -> source.m_read(0)).isInstanceOf(IllegalArgumentException.class);
         assertThatThrownBy(() -> source.m_seek(-1)).isInstanceOf(IOException.class);
         assertThatThrownBy(() -> new c_mediareader_source(null)).isInstanceOf(NullPointerException.class);

@@ -3,7 +3,11 @@ package kiv.media.ffmpeg;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
+import java.io.IOException;
 import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
 import org.junit.jupiter.api.Test;
 
 class PacketTimesTest {
@@ -24,6 +28,40 @@ class PacketTimesTest {
         assertThat(times.of(first, third).timestamp()).isEqualTo(far);
         assertThat(times.of(thirdKey, third).timestamp()).isEqualTo(far + 1);
         assertThat(times.of(second, third).timestamp()).isEqualTo(far + 3);
+    }
+
+    /** Through the API: a stream of pictures out of order, and one of sound, under times of all sizes. */
+    @Test
+    void timesOfAnySizeBelongToTheirPicturesAndSound() throws IOException {
+        long[] picked = {Long.MIN_VALUE + 1, Long.MIN_VALUE + 0x8000_0000L, -0x8000_0000_0001L, -0x8000_0000L, -2, -1, 0, 1,
+            0x7FFF_FFFFL, 0x8000_0000L, 0xFFFF_FFFFL, 0x1_8000_0000L, Long.MAX_VALUE - 1, Long.MAX_VALUE};
+        try (MediaReader reader = MediaReader.open(TestMedia.stream("h264_b_320x240.mp4"));
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
+            List<Packet> packets = reader.packets().limit(picked.length).toList();
+            long[] order = packets.stream().mapToLong(Packet::presentationTime).sorted().toArray();
+            List<Picture> pictures = new ArrayList<>();
+            for (Packet packet : packets) {
+                // Only the times that are shown change, so their order is that of the pictures.
+                long shown = picked[Arrays.binarySearch(order, packet.presentationTime())];
+                pictures.addAll(decoder.decode(Packet.of(packet.bytes(), 0, shown, Packet.NO_TIME, packet.isKey())));
+            }
+            pictures.addAll(decoder.finish());
+            assertThat(pictures).extracting(Picture::timestamp).containsExactly(Arrays.stream(picked).boxed()
+                    .toArray(Long[]::new));
+        }
+        try (MediaReader reader = MediaReader.open(TestMedia.stream("aac.m4a"));
+                AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+            for (long time : picked) {
+                assertThat(decoder.decode(Packet.of(reader.read().bytes(), 0, time, Packet.NO_TIME, true)))
+                        .extracting(AudioBlock::timestamp).containsOnly(time);
+            }
+        }
+    }
+
+    @Test
+    void aPictureWithoutTimesHasNone() {
+        Packet packet = packet(Packet.NO_TIME, Packet.NO_TIME);
+        assertThat(times.of(times.remember(packet), packet).timestamp()).isEqualTo(Packet.NO_TIME);
     }
 
     @Test

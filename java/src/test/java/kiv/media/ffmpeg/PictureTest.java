@@ -62,6 +62,20 @@ class PictureTest {
         }
     }
 
+    /** libswscale itself does not survive some of these. */
+    @ParameterizedTest
+    @ValueSource(strings = {"yuv422p", "yuv444p", "argb"})
+    void picturesOfFewRowsAreScaled(String name) {
+        for (int rows = 1; rows <= 8; rows++) {
+            try (Picture picture = picture(64, rows, 0xFF848484); Picture other = picture.convert(PixelFormat.named(name))) {
+                for (int wanted : new int[] {1, 3, 5, 64}) {
+                    assertThat(other.toBufferedImage(64, wanted).getRGB(63, wanted - 1) >> 8 & 0xFF).isBetween(0x7C, 0x8C);
+                    assertThat(other.convert(PixelFormat.named("rgb24"), 60, wanted).toBytes()).hasSize(180 * wanted);
+                }
+            }
+        }
+    }
+
     @Test
     void closedPicturesAndImpossibleOnesAreRefused() {
         Picture picture = picture(4, 4, -1);
