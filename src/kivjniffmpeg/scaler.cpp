@@ -33,10 +33,9 @@ SwsContext *c_sws_ctx::prepare(int imp_src_width, int imp_src_height, AVPixelFor
         g_avutil.av_pix_fmt_desc_get(dsp_dst_format) == nullptr)
         return nullptr;
     // It frees the old state when the arguments differ, also when it then gives null: what it gives is all there is.
-    adsc_sws = g_swscale.sws_getCachedContext(adsc_sws, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width,
-                                              imp_dst_height, dsp_dst_format,
-                                              safe_flags(inp_flags, imp_src_height, imp_dst_height), nullptr, nullptr,
-                                              nullptr);
+    adsc_sws = g_swscale.sws_getCachedContext(
+        adsc_sws, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width, imp_dst_height, dsp_dst_format,
+        safe_flags(inp_flags, imp_src_height, imp_dst_height), nullptr, nullptr, nullptr);
     return adsc_sws;
 }
 

@@ -9,12 +9,14 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
 import java.util.stream.Stream;
+import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.MethodSource;
 
 /** Runs {@link Misuse} on every virtual machine at hand, which checks all use of JNI and whose end would be seen here. */
+@Tag("misuse")
 class MisuseTest {
 
     static Stream<Arguments> everythingOnEveryVirtualMachine() {
