@@ -18,17 +18,33 @@ namespace
 /** More pictures than any decoder keeps for their order, so that draining always ends. */
 constexpr int in_most_held_back = 64;
 
-/** Bytes at the end that may be the first, but not all, of a start code: 00 00 01 xx, or H.263's 00 00 8x. */
+/** Start codes that share bytes for longer than this are not waited for. */
+constexpr size_t um_longest_start_codes = 64;
+
+/**
+ * Bytes at the end that may be the first, but not all, of a start code: 00 00 01 xx, or H.263's 00 00 8x xx. Start codes
+ * that share a byte count as one.
+ */
 size_t begun_start_code_length(std::span<const uint8_t> utp_bytes)
 {
-    const auto is_zero = [utp_bytes](size_t ump_from_end) {
-        return utp_bytes.size() >= ump_from_end && utp_bytes[utp_bytes.size() - ump_from_end] == 0;
+    const auto may_begin_at = [utp_bytes](size_t ump_at) {
+        const auto is_there = [&](size_t ump_index, auto dsp_fits) {
+            return ump_at + ump_index >= utp_bytes.size() || dsp_fits(utp_bytes[ump_at + ump_index]);
+        };
+        const auto is_zero = [](uint8_t utp_byte) { return utp_byte == 0; };
+        const auto is_third = [](uint8_t utp_byte) { return utp_byte == 1 || (utp_byte & 0xFC) == 0x80; };
+        return is_there(0, is_zero) && is_there(1, is_zero) && is_there(2, is_third);
     };
-    if (is_zero(3) && is_zero(2))
-        return 3;
-    if (is_zero(1))
-        return is_zero(2) ? 2 : 1;
-    return 0;
+    size_t uml_whole = utp_bytes.size();
+    for (size_t uml_back = 3; uml_back > 0;) {
+        if (uml_whole >= uml_back && may_begin_at(uml_whole - uml_back)) {
+            uml_whole -= uml_back;
+            uml_back = 3;
+        } else {
+            --uml_back;
+        }
+    }
+    return utp_bytes.size() - uml_whole;
 }
 
 c_codec::dsd_picture_info describe(const AVFrame &dsp_frame)
@@ -316,6 +332,8 @@ std::span<uint8_t> c_videocodec::withhold_begun_start_code(std::span<uint8_t> ut
     std::ranges::copy(utp_packet, std::ranges::copy(utc_begun_start_code, utl_joined.begin()).out);
     const std::span utl_withheld = utl_joined.last(begun_start_code_length(utl_joined));
     utc_begun_start_code.assign(utl_withheld.begin(), utl_withheld.end());
+    if (utc_begun_start_code.size() > um_longest_start_codes)
+        utc_begun_start_code.clear();            // no stream looks like that
     std::ranges::fill(utl_withheld, uint8_t{0}); // padding, now
     return utl_joined.first(utl_joined.size() - utl_withheld.size());
 }

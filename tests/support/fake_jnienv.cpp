@@ -69,7 +69,7 @@ jobject c_fake_jnienv::reference(const fake_object &dsp_object, bool bp_global)
     if (dsp_object == nullptr)
         return nullptr;
     if (!bp_global)
-        umc_most_locals = std::max(umc_most_locals, ++umc_locals);
+        ++umc_locals;
     std::unique_ptr<c_fake_vm::dsd_reference> dsl_reference(new c_fake_vm::dsd_reference{dsp_object, bp_global});
     const auto avol_key = reinterpret_cast<jobject>(dsl_reference.get());
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);

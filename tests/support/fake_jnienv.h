@@ -113,7 +113,6 @@ public:
 
     std::string strc_failing; /**< the JNI function that fails from now on, with an OutOfMemoryError */
     size_t umc_locals = 0;
-    size_t umc_most_locals = 0;
 
 private:
     friend struct dsd_fake_functions;

@@ -1,11 +1,9 @@
-/** @file The real FFmpeg libraries for a test, and streams made with their encoders. */
+/** @file The real FFmpeg libraries for a test. */
 #pragma once
 
 #include "kivjniffmpeg/ffmpeg_loader.h"
 
-#include <cstdint>
 #include <string>
-#include <vector>
 
 /** The directory that KIV_FFMPEG_DIR names. @throws std::runtime_error without one */
 std::string ffmpeg_directory();
@@ -19,13 +17,3 @@ template <class FUNCTION> FUNCTION *ffmpeg_function(void *avp_library, const cha
 {
     return reinterpret_cast<FUNCTION *>(ffmpeg_symbol(avp_library, strp_name));
 }
-
-/** The grey and the colour of a picture of encode_flat_pictures(). */
-struct dsd_flat_color
-{
-    uint8_t utc_y, utc_u, utc_v;
-};
-dsd_flat_color flat_color(size_t ump_picture);
-
-/** An MPEG-2 stream of single-coloured pictures, each a key frame: one packet a picture, decoded to exactly its colour. */
-std::vector<std::vector<uint8_t>> encode_flat_pictures(int inp_width, int inp_height, size_t ump_count);

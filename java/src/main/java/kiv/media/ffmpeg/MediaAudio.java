@@ -2,8 +2,6 @@ package kiv.media.ffmpeg;
 
 import java.io.IOException;
 import java.nio.channels.SeekableByteChannel;
-import java.nio.file.FileSystemException;
-import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Objects;
 import java.util.OptionalLong;
@@ -52,10 +50,7 @@ public final class MediaAudio {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioInputStream open(Path file) throws IOException {
-        if (Files.isDirectory(file)) {
-            throw new FileSystemException(file.toString(), null, "is a directory");
-        }
-        SeekableByteChannel channel = Files.newByteChannel(file);
+        SeekableByteChannel channel = MediaReader.openFile(file);
         try {
             return open(channel);
         } catch (Throwable e) {

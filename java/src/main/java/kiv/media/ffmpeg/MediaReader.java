@@ -76,8 +76,7 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(Path file) throws IOException {
-        checkKind(Objects.requireNonNull(file, "file"));
-        SeekableByteChannel channel = Files.newByteChannel(file);
+        SeekableByteChannel channel = openFile(file);
         try {
             return open(channel);
         } catch (MediaFormatException e) {
@@ -115,9 +114,12 @@ public final class MediaReader implements AutoCloseable {
         return new MediaReader(address, channel, source);
     }
 
-    /** Opening a pipe waits for somebody to write into it, and neither pipes nor terminals can be read twice. */
-    private static void checkKind(Path file) throws IOException {
-        if (Files.isDirectory(file)) {
+    /**
+     * Opens a file that can be read at any place. Opening a pipe would wait for somebody to write into it, and neither
+     * pipes nor terminals can be read twice.
+     */
+    static SeekableByteChannel openFile(Path file) throws IOException {
+        if (Files.isDirectory(Objects.requireNonNull(file, "file"))) {
             throw new FileSystemException(file.toString(), null, "is a directory");
         }
         if (file.getFileSystem().supportedFileAttributeViews().contains("unix")
@@ -126,6 +128,7 @@ public final class MediaReader implements AutoCloseable {
             throw new FileSystemException(file.toString(), null, "is a pipe or a device, not a file; copy what comes out"
                     + " of it into a file first");
         }
+        return Files.newByteChannel(file);
     }
 
     /** {@return FFmpeg's short name of the container format, or several joined by commas, such as {@code mov,mp4}} */

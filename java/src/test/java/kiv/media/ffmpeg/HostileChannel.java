@@ -5,7 +5,7 @@ import java.nio.ByteBuffer;
 import java.nio.channels.ClosedChannelException;
 
 /** A channel over an array that does one thing which channels should not do, from some read on. */
-final class HostileChannel extends MediaReaderSourceTest.MemoryChannel {
+final class HostileChannel extends MemoryChannel {
 
     /** What it does. */
     enum Way {

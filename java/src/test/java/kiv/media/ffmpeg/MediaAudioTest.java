@@ -36,7 +36,9 @@ public class MediaAudioTest {
 
     /** Every file whose sound can be decoded, with and without pictures. */
     public static Stream<Path> files() {
-        return Stream.concat(kiv.media.ffmpeg.exactness.TestMedia.pcmSources().stream().map(Sound::file),
+        return Stream.concat(kiv.media.ffmpeg.exactness.TestMedia.pcmSources().stream().map(Sound::file)
+                        // This one ends in the middle of a packet.
+                        .filter(file -> !file.endsWith("matrix_ping_pong.wmv")),
                 Stream.of("h264_aac.mp4", "h264_aac.mov", "h264_aac.flv", "mpeg1_mp2.mpg", "mpeg2_ac3.ts",
                         "mpeg4_mp3.avi", "wmv2_wma2.asf").map(TestMedia::stream));
     }

@@ -23,8 +23,8 @@ import org.junit.jupiter.params.provider.MethodSource;
 
 class MediaReaderTest {
 
-    private static MediaReaderSourceTest.MemoryChannel channel(byte[] bytes) {
-        return new MediaReaderSourceTest.MemoryChannel(bytes);
+    private static MemoryChannel channel(byte[] bytes) {
+        return new MemoryChannel(bytes);
     }
 
     @ParameterizedTest
@@ -111,7 +111,7 @@ class MediaReaderTest {
         for (int seed = 0; seed < 20; seed++) {
             byte[] noise = new byte[50_000];
             new Random(seed).nextBytes(noise);
-            MediaReaderSourceTest.MemoryChannel channel = channel(noise);
+            MemoryChannel channel = channel(noise);
             // Some raw formats have so weak a mark that it turns up by chance.
             try (MediaReader reader = MediaReader.open(channel)) {
                 readAll(reader);
@@ -119,7 +119,7 @@ class MediaReaderTest {
                 assertThat(e).hasMessageNotContaining(" in line ");
             }
         }
-        MediaReaderSourceTest.MemoryChannel zeros = channel(new byte[50_000]);
+        MemoryChannel zeros = channel(new byte[50_000]);
         assertThatThrownBy(() -> MediaReader.open(zeros)).isInstanceOf(MediaFormatException.class);
         assertThat(zeros.open).as("a channel that was not taken over").isTrue();
     }
@@ -146,7 +146,7 @@ class MediaReaderTest {
         IOException broken = new IOException("the disk is gone");
         IllegalStateException unchecked = new IllegalStateException("a bug of the channel");
         Throwable[] next = {null};
-        MediaReaderSourceTest.MemoryChannel channel = new MediaReaderSourceTest.MemoryChannel(bytes) {
+        MemoryChannel channel = new MemoryChannel(bytes) {
             @Override
             public int read(ByteBuffer to) throws IOException {
                 if (next[0] instanceof IOException e) {
@@ -185,7 +185,7 @@ class MediaReaderTest {
     @Test
     void aChannelThatCallsItsReaderBackIsStopped() throws IOException {
         MediaReader[] reader = new MediaReader[1];
-        var channel = new MediaReaderSourceTest.MemoryChannel(Files.readAllBytes(TestMedia.film())) {
+        var channel = new MemoryChannel(Files.readAllBytes(TestMedia.film())) {
             @Override
             public int read(ByteBuffer to) throws IOException {
                 if (reader[0] != null) {

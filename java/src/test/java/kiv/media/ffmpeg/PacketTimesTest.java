@@ -18,18 +18,6 @@ class PacketTimesTest {
         return Packet.of(new byte[1], 0, presentation, decoding, presentation == 0);
     }
 
-    @Test
-    void aReorderedPictureHasItsOwnPacketsTime() {
-        long far = 0x7123_4567_89AB_CDEFL;
-        int first = times.remember(packet(far, far - 3));
-        int second = times.remember(packet(far + 3, far - 2));
-        Packet third = packet(far + 1, far - 1);
-        int thirdKey = times.remember(third);
-        assertThat(times.of(first, third).timestamp()).isEqualTo(far);
-        assertThat(times.of(thirdKey, third).timestamp()).isEqualTo(far + 1);
-        assertThat(times.of(second, third).timestamp()).isEqualTo(far + 3);
-    }
-
     /** Through the API: a stream of pictures out of order, and one of sound, under times of all sizes. */
     @Test
     void timesOfAnySizeBelongToTheirPicturesAndSound() throws IOException {

@@ -2,6 +2,8 @@ package kiv.media.ffmpeg.exactness;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import java.io.ByteArrayOutputStream;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Set;
@@ -15,6 +17,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.MethodSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 /** What Java gets is what FFmpeg decodes, byte for byte. */
 @Tag("exactness")
@@ -125,5 +128,37 @@ class ExactnessTest {
                 assertThat(decoder.allocated()).isZero();
             }
         }
+    }
+
+    /**
+     * As the interface is without options: a stream may be cut anywhere, also within a start code. FFmpeg's own handling
+     * of that writes through a null pointer where a new sequence begins.
+     */
+    @ParameterizedTest
+    @ValueSource(strings = {"mpeg1_320x240.m1v", "mpeg2_sizechange.m2v", "mpeg4_b_322x242.avi", "h263_176x144.avi"})
+    void aStreamMayBeCutAnywhere(String name) {
+        Track track = Track.of(TestMedia.clip(name).file());
+        ByteArrayOutputStream stream = new ByteArrayOutputStream();
+        track.packets().forEach(stream::writeBytes);
+        List<String> whole = picturesOfPieces(track, stream.toByteArray(), stream.size());
+        assertThat(whole).hasSizeGreaterThan(20);
+        for (int size : new int[] {1, 2, 3, 7, 64, 1000}) {
+            assertThat(picturesOfPieces(track, stream.toByteArray(), size)).as("pieces of %d bytes", size).isEqualTo(whole);
+        }
+    }
+
+    private static List<String> picturesOfPieces(Track track, byte[] stream, int size) {
+        List<String> pictures = new ArrayList<>();
+        try (NativeDecoder decoder = new NativeDecoder(track, false, 0, PictureModel.I420)) {
+            for (int at = 0; at < stream.length; at += size) {
+                byte[] piece = Arrays.copyOfRange(stream, at, Math.min(stream.length, at + size));
+                for (Result result = decoder.process(piece, 0, 0); result.out() != null;
+                        result = decoder.process(null, 0, 0)) {
+                    int[] layout = result.out().layout();
+                    pictures.add(Comparison.md5(result, PictureModel.I420, layout[0], layout[1]));
+                }
+            }
+        }
+        return pictures;
     }
 }

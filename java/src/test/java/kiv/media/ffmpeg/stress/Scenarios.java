@@ -188,14 +188,18 @@ final class Scenarios {
         }
     }
 
-    /** Many decoders, each with a few pictures and some that are never fetched. */
+    /** Many decoders, each with a few pictures, some that are never fetched and some that are damaged. */
     static void decoders(int count) {
         Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4").file());
+        Random random = new Random(1);
         flat(count, i -> {
             try (NativeDecoder decoder =
                     new NativeDecoder(track, true, 0, PictureModel.values()[i % PictureModel.values().length])) {
                 for (byte[] packet : track.packets().subList(0, 6)) {
                     decoder.process(packet, 0, 0);
+                }
+                for (byte[] packet : track.packets().subList(6, 9)) {
+                    decoder.process(damaged(packet, random), 0, 0);
                 }
             }
         });

@@ -105,7 +105,8 @@ class StressTest {
     /** In a process of its own, so that a crash is a failure and not the end of the tests. */
     @Test
     void damagedPacketsDoNoHarm() throws Exception {
-        child(System.getProperty("java.home"), "damage", 10_000);
+        // Checked JNI guards both ends of every array that the decoders write into.
+        child(System.getProperty("java.home"), "damage", 10_000, "-Xcheck:jni");
         child(System.getProperty("java.home"), "sound damage", FULL ? 10_000 : 500);
     }
 
