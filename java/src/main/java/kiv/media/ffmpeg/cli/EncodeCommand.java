@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.io.PrintWriter;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
@@ -22,12 +23,14 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.ITypeConverter;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.Parameters;
 import picocli.CommandLine.Spec;
+import picocli.CommandLine.TypeConversionException;
 
 /** Encodes a file's sound. */
 @Command(name = "encode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
@@ -37,6 +40,17 @@ import picocli.CommandLine.Spec;
             "  kivjniffmpeg encode --format adpcm-ima film.mp4 film.wav"})
 final class EncodeCommand implements Callable<Integer> {
 
+    /** By the names that are shown, in any case. */
+    static final class FormatConverter implements ITypeConverter<AudioCodec> {
+        @Override
+        public AudioCodec convert(String text) {
+            return Arrays.stream(AudioCodec.values()).filter(codec -> codec.toString().equalsIgnoreCase(text)
+                    || codec.name().equalsIgnoreCase(text)).findFirst()
+                    .orElseThrow(() -> new TypeConversionException("'" + text + "' is none of " + Arrays.stream(
+                            AudioCodec.values()).map(AudioCodec::toString).collect(Collectors.joining(", "))));
+        }
+    }
+
     @Mixin
     private InputOptions input;
 
@@ -45,7 +59,7 @@ final class EncodeCommand implements Callable<Integer> {
             + " .raw (PCM) for their own.")
     private Path out;
 
-    @Option(names = "--format", paramLabel = "FORMAT", required = true,
+    @Option(names = "--format", paramLabel = "FORMAT", required = true, converter = FormatConverter.class,
             description = "What to encode into: ${COMPLETION-CANDIDATES}.")
     private AudioCodec format;
 
