@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 namespace
 {
@@ -15,54 +16,28 @@ constexpr uint8_t utl_guard_byte = 0xA5;
 
 const JNINativeInterface_ &fake_functions();
 
-} // namespace
-
-size_t dsd_fake_object::element_size() const
+size_t element_size(const fake_object &dsp_array)
 {
-    if (strc_class == "[B")
-        return 1;
-    return strc_class == "[S" ? 2 : strc_class == "[I" ? 4 : strc_class == "[J" ? 8 : 0;
+    return dsp_array->strc_class == "[I" ? sizeof(jint) : 1;
 }
+
+/** A function's name as an argument of a template. */
+template <size_t LENGTH> struct dsd_name
+{
+    consteval dsd_name(const char (&strp_text)[LENGTH]) { std::copy_n(strp_text, LENGTH, strc_text); }
+    char strc_text[LENGTH];
+};
+
+} // namespace
 
 c_fake_vm::~c_fake_vm()
 {
-    EXPECT_EQ(pins(), 0U) << "arrays are still accessed";
-    EXPECT_EQ(global_references(), 0U) << "global references are left";
-}
-
-size_t c_fake_vm::pins()
-{
-    const std::lock_guard dsl_lock(dsc_lock);
-    return dsc_pins.size();
-}
-
-size_t c_fake_vm::global_references()
-{
-    const std::lock_guard dsl_lock(dsc_lock);
-    return static_cast<size_t>(
-        std::ranges::count_if(dsc_references, [](const auto &dsp_entry) { return dsp_entry.second->bc_global; }));
+    EXPECT_TRUE(dsc_pins.empty()) << "arrays are still accessed";
+    EXPECT_TRUE(std::ranges::none_of(dsc_references, [](const auto &dsp_entry) { return dsp_entry.second->bc_global; }))
+        << "global references are left";
 }
 
 c_fake_jnienv::c_fake_jnienv(c_fake_vm &dsp_vm) : JNIEnv_{&fake_functions()}, dsc_vm(dsp_vm) {}
-
-c_fake_jnienv::~c_fake_jnienv()
-{
-    EXPECT_EQ(inc_critical, 0) << "a critical pin is left";
-}
-
-fake_object c_fake_jnienv::make(const std::string &strp_class, const std::string &strp_text)
-{
-    return std::make_shared<dsd_fake_object>(dsd_fake_object{strp_class, strp_text, {}, {}});
-}
-
-fake_object c_fake_jnienv::make_array(const std::string &strp_class, size_t ump_length)
-{
-    const fake_object dsl_array = make(strp_class);
-    dsl_array->utc_bytes.resize(ump_length * dsl_array->element_size());
-    if (dsl_array->element_size() == 0)
-        dsl_array->dsc_elements.resize(ump_length);
-    return dsl_array;
-}
 
 jobject c_fake_jnienv::reference(const fake_object &dsp_object, bool bp_global)
 {
@@ -90,41 +65,34 @@ void c_fake_jnienv::forget(jobject avop_reference, bool bp_global)
         --umc_locals;
 }
 
-jobject c_fake_jnienv::local(const fake_object &dsp_object)
+jobject c_fake_jnienv::local(const std::string &strp_class, const std::string &strp_text)
 {
-    return reference(dsp_object, false);
+    return reference(std::make_shared<dsd_fake_object>(dsd_fake_object{strp_class, strp_text, {}}), false);
 }
 
 jclass c_fake_jnienv::local_class(const std::string &strp_name)
 {
-    return static_cast<jclass>(local(make("java/lang/Class", strp_name)));
+    return static_cast<jclass>(local("java/lang/Class", strp_name));
 }
 
 jstring c_fake_jnienv::local_string(const std::string &strp_text)
 {
-    return static_cast<jstring>(local(make("java/lang/String", strp_text)));
+    return static_cast<jstring>(local("java/lang/String", strp_text));
 }
 
 jintArray c_fake_jnienv::local_ints(const std::vector<jint> &aimp_values)
 {
-    const fake_object dsl_array = make_array("[I", aimp_values.size());
-    std::ranges::copy(std::as_bytes(std::span(aimp_values)),
-                      reinterpret_cast<std::byte *>(dsl_array->utc_bytes.data()));
-    return static_cast<jintArray>(local(dsl_array));
+    const auto avol_array = static_cast<jintArray>(local("[I"));
+    const auto *autl_values = reinterpret_cast<const uint8_t *>(aimp_values.data());
+    object(avol_array)->utc_bytes.assign(autl_values, autl_values + aimp_values.size() * sizeof(jint));
+    return avol_array;
 }
 
-jbyteArray c_fake_jnienv::local_bytes(std::span<const uint8_t> utp_values)
+jbyteArray c_fake_jnienv::local_bytes(size_t ump_length)
 {
-    const fake_object dsl_array = make_array("[B", utp_values.size());
-    std::ranges::copy(utp_values, dsl_array->utc_bytes.begin());
-    return static_cast<jbyteArray>(local(dsl_array));
-}
-
-jobjectArray c_fake_jnienv::local_objects(std::vector<fake_object> dsp_elements)
-{
-    const fake_object dsl_array = make("[Ljava/lang/Object;");
-    dsl_array->dsc_elements = std::move(dsp_elements);
-    return static_cast<jobjectArray>(local(dsl_array));
+    const auto avol_array = static_cast<jbyteArray>(local("[B"));
+    object(avol_array)->utc_bytes.resize(ump_length);
+    return avol_array;
 }
 
 fake_object c_fake_jnienv::object(jobject avop_reference)
@@ -134,7 +102,7 @@ fake_object c_fake_jnienv::object(jobject avop_reference)
     if (dsl_at != dsc_vm.dsc_references.end())
         return dsl_at->second->dsc_object;
     ADD_FAILURE() << "uses a reference that is dead or null";
-    return make_array("[B", 0);
+    return std::make_shared<dsd_fake_object>();
 }
 
 std::vector<jint> c_fake_jnienv::ints(jobject avop_array)
@@ -147,7 +115,7 @@ std::vector<jint> c_fake_jnienv::ints(jobject avop_array)
 
 void c_fake_jnienv::throw_java(const std::string &strp_class, const std::string &strp_message)
 {
-    dsc_pending = make(strp_class, strp_message);
+    dsc_pending = std::make_shared<dsd_fake_object>(dsd_fake_object{strp_class, strp_message, {}});
 }
 
 std::string c_fake_jnienv::take_pending()
@@ -156,7 +124,7 @@ std::string c_fake_jnienv::take_pending()
     return dsl_pending == nullptr ? "" : dsl_pending->strc_class + ": " + dsl_pending->strc_text;
 }
 
-/** The JNI functions; what is not here the library must not call. */
+/** The JNI functions; what is not here the tests do not reach. */
 struct dsd_fake_functions
 {
     enum class ie_permission
@@ -185,121 +153,56 @@ struct dsd_fake_functions
         return true;
     }
 
-    static jobject make_local(c_fake_jnienv &dsp_env, const fake_object &dsp_object)
+    /** A function that does nothing but fail when it is told to; its result is 0 or null in any case. */
+    template <dsd_name NAME, class RESULT, class... ARGUMENTS> static RESULT may_fail(JNIEnv *adsp_env, ARGUMENTS...)
     {
-        return fails(dsp_env) ? nullptr : dsp_env.local(dsp_object);
+        fails(enter(adsp_env, NAME.strc_text));
+        return RESULT();
     }
 
-    static jmethodID find_method(c_fake_jnienv &dsp_env, const char *strp_name, const char *strp_signature)
+    static jobject make_local(c_fake_jnienv &dsp_env, const char *strp_class, const char *strp_text)
     {
-        c_fake_vm &dsl_vm = dsp_env.dsc_vm;
-        const auto dsl_at = dsl_vm.dsc_methods.find(strp_name);
-        if (fails(dsp_env))
-            return nullptr;
-        if (dsl_at == dsl_vm.dsc_methods.end()) {
-            dsp_env.throw_java("java/lang/NoSuchMethodError", strp_name);
-            return nullptr;
-        }
-        const std::lock_guard dsl_lock(dsl_vm.dsc_lock);
-        dsl_vm.dsc_looked_up.emplace_back(new c_fake_vm::dsd_method{&dsl_at->second, strp_signature});
-        return reinterpret_cast<jmethodID>(dsl_vm.dsc_looked_up.back().get());
+        return fails(dsp_env) ? nullptr : dsp_env.local(strp_class, strp_text);
     }
 
-    static jvalue call(c_fake_jnienv &dsp_env, jmethodID adsp_method, va_list dsp_arguments)
+    static void *pin(JNIEnv *adsp_env, jarray avop_array, jboolean *)
     {
-        if (fails(dsp_env))
-            return {};
-        const auto &dsl_method = *reinterpret_cast<c_fake_vm::dsd_method *>(adsp_method);
-        std::vector<jvalue> dsl_values;
-        for (const char *strl_at = dsl_method.strc_signature.c_str() + 1; *strl_at != ')'; ++strl_at) {
-            jvalue dsl_value{};
-            if (*strl_at == 'I')
-                dsl_value.i = va_arg(dsp_arguments, jint);
-            else if (*strl_at == 'J')
-                dsl_value.j = va_arg(dsp_arguments, jlong);
-            else
-                dsl_value.l = va_arg(dsp_arguments, jobject);
-            dsl_values.push_back(dsl_value);
-            while (*strl_at == '[')
-                ++strl_at;
-            if (*strl_at == 'L')
-                strl_at = std::strchr(strl_at, ';');
-        }
-        return (*dsl_method.adsc_method)(dsp_env, dsl_values);
-    }
-
-    static uint8_t *pin(c_fake_jnienv &dsp_env, jobject avop_array)
-    {
-        if (fails(dsp_env))
+        c_fake_jnienv &dsl_env = enter(adsp_env, "GetPrimitiveArrayCritical");
+        if (fails(dsl_env))
             return nullptr;
-        const fake_object dsl_array = dsp_env.object(avop_array);
+        ++dsl_env.inc_critical;
+        const fake_object dsl_array = dsl_env.object(avop_array);
         const size_t uml_size = dsl_array->utc_bytes.size();
-        // Uninitialised on purpose beyond the guards: a decoder may not rely on what it finds.
         std::unique_ptr<uint8_t[]> autl_copy(new uint8_t[uml_size + 2 * um_guard]);
         uint8_t *autl_elements = autl_copy.get() + um_guard;
-        std::memset(autl_copy.get(), utl_guard_byte, um_guard);
-        std::memset(autl_elements + uml_size, utl_guard_byte, um_guard);
+        std::fill_n(autl_copy.get(), uml_size + 2 * um_guard, utl_guard_byte);
         std::ranges::copy(dsl_array->utc_bytes, autl_elements);
-        const std::lock_guard dsl_lock(dsp_env.dsc_vm.dsc_lock);
-        dsp_env.dsc_vm.dsc_pins.emplace(autl_elements, c_fake_vm::dsd_pin{dsl_array, std::move(autl_copy)});
+        const std::lock_guard dsl_lock(dsl_env.dsc_vm.dsc_lock);
+        dsl_env.dsc_vm.dsc_pins.emplace(autl_elements, c_fake_vm::dsd_pin{dsl_array, std::move(autl_copy)});
         return autl_elements;
     }
 
-    static void unpin(c_fake_jnienv &dsp_env, jobject avop_array, void *avp_elements, jint imp_mode)
+    static void unpin(JNIEnv *adsp_env, jarray avop_array, void *avp_elements, jint imp_mode)
     {
-        const fake_object dsl_array = dsp_env.object(avop_array);
-        const std::lock_guard dsl_lock(dsp_env.dsc_vm.dsc_lock);
-        const auto dsl_at = dsp_env.dsc_vm.dsc_pins.find(avp_elements);
-        if (dsl_at == dsp_env.dsc_vm.dsc_pins.end() || dsl_at->second.dsc_array != dsl_array) {
+        c_fake_jnienv &dsl_env =
+            enter(adsp_env, "ReleasePrimitiveArrayCritical:" + std::to_string(imp_mode), ie_permission::always);
+        --dsl_env.inc_critical;
+        const fake_object dsl_array = dsl_env.object(avop_array);
+        const std::lock_guard dsl_lock(dsl_env.dsc_vm.dsc_lock);
+        const auto dsl_at = dsl_env.dsc_vm.dsc_pins.find(avp_elements);
+        if (dsl_at == dsl_env.dsc_vm.dsc_pins.end() || dsl_at->second.dsc_array != dsl_array) {
             ADD_FAILURE() << "releases elements that this array does not have";
             return;
         }
         const auto *autl_elements = static_cast<const uint8_t *>(avp_elements);
         const size_t uml_size = dsl_array->utc_bytes.size();
-        for (size_t uml_at = 1; uml_at <= um_guard; ++uml_at)
-            if (autl_elements[-static_cast<std::ptrdiff_t>(uml_at)] != utl_guard_byte ||
-                autl_elements[uml_size + uml_at - 1] != utl_guard_byte) {
-                ADD_FAILURE() << "something was written outside of the array";
-                break;
-            }
+        const auto is_guard = [](uint8_t utp_byte) { return utp_byte == utl_guard_byte; };
+        EXPECT_TRUE(std::all_of(autl_elements - um_guard, autl_elements, is_guard) &&
+                    std::all_of(autl_elements + uml_size, autl_elements + uml_size + um_guard, is_guard))
+            << "something was written outside of the array";
         if (imp_mode != JNI_ABORT)
             std::copy_n(autl_elements, uml_size, dsl_array->utc_bytes.begin());
-        if (imp_mode != JNI_COMMIT)
-            dsp_env.dsc_vm.dsc_pins.erase(dsl_at);
-    }
-
-    template <class ELEMENT, class ARRAY> static ELEMENT *get_elements(JNIEnv *adsp_env, ARRAY avop_array, jboolean *)
-    {
-        return reinterpret_cast<ELEMENT *>(pin(enter(adsp_env, "GetElements"), avop_array));
-    }
-
-    template <class ELEMENT, class ARRAY>
-    static void release_elements(JNIEnv *adsp_env, ARRAY avop_array, ELEMENT *avp_elements, jint imp_mode)
-    {
-        unpin(enter(adsp_env, "ReleaseElements:" + std::to_string(imp_mode), ie_permission::always), avop_array,
-              avp_elements, imp_mode);
-    }
-
-    template <class ELEMENT, class ARRAY>
-    static void set_region(JNIEnv *adsp_env, ARRAY avop_array, jsize imp_start, jsize imp_length,
-                           const ELEMENT *avp_from)
-    {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "SetArrayRegion");
-        const fake_object dsl_array = dsl_env.object(avop_array);
-        const size_t uml_end = (static_cast<size_t>(imp_start) + static_cast<size_t>(imp_length)) * sizeof(ELEMENT);
-        if (fails(dsl_env))
-            return;
-        if (uml_end > dsl_array->utc_bytes.size())
-            return dsl_env.throw_java("java/lang/ArrayIndexOutOfBoundsException", "");
-        std::memcpy(dsl_array->utc_bytes.data() + static_cast<size_t>(imp_start) * sizeof(ELEMENT), avp_from,
-                    static_cast<size_t>(imp_length) * sizeof(ELEMENT));
-    }
-
-    template <class ARRAY, char TYPE> static ARRAY new_array(JNIEnv *adsp_env, jsize imp_length)
-    {
-        return static_cast<ARRAY>(
-            make_local(enter(adsp_env, "NewArray"),
-                       c_fake_jnienv::make_array(std::string("[") + TYPE, static_cast<size_t>(imp_length))));
+        dsl_env.dsc_vm.dsc_pins.erase(dsl_at);
     }
 
     static JNINativeInterface_ table();
@@ -309,19 +212,28 @@ JNINativeInterface_ dsd_fake_functions::table()
 {
     using enum ie_permission;
     JNINativeInterface_ dsl_table{};
+#define MAY_FAIL(name) dsl_table.name = &may_fail<#name>
+    MAY_FAIL(NewIntArray);
+    MAY_FAIL(NewByteArray);
+    MAY_FAIL(NewObjectArray);
+    MAY_FAIL(SetIntArrayRegion);
+    MAY_FAIL(SetByteArrayRegion);
+    MAY_FAIL(GetObjectArrayElement);
+    MAY_FAIL(SetObjectArrayElement);
+    MAY_FAIL(CallStaticBooleanMethodV);
+    MAY_FAIL(CallStaticVoidMethodV);
+    MAY_FAIL(CallIntMethodV);
+    MAY_FAIL(GetByteArrayElements);
+    MAY_FAIL(GetShortArrayElements);
+    MAY_FAIL(GetIntArrayElements);
+    MAY_FAIL(GetMethodID);
+    MAY_FAIL(GetStaticMethodID);
+#undef MAY_FAIL
     dsl_table.FindClass = [](JNIEnv *adsp_env, const char *strp_name) {
-        return static_cast<jclass>(
-            make_local(enter(adsp_env, "FindClass"), c_fake_jnienv::make("java/lang/Class", strp_name)));
+        return static_cast<jclass>(make_local(enter(adsp_env, "FindClass"), "java/lang/Class", strp_name));
     };
-    dsl_table.GetMethodID = [](JNIEnv *adsp_env, jclass, const char *strp_name, const char *strp_signature) {
-        return find_method(enter(adsp_env, "GetMethodID"), strp_name, strp_signature);
-    };
-    dsl_table.GetStaticMethodID = [](JNIEnv *adsp_env, jclass, const char *strp_name, const char *strp_signature) {
-        return find_method(enter(adsp_env, "GetStaticMethodID"), strp_name, strp_signature);
-    };
-    dsl_table.IsInstanceOf = [](JNIEnv *adsp_env, jobject avop_object, jclass avop_class) -> jboolean {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "IsInstanceOf");
-        return dsl_env.object(avop_object)->strc_class == dsl_env.object(avop_class)->strc_text;
+    dsl_table.NewStringUTF = [](JNIEnv *adsp_env, const char *strp_text) {
+        return static_cast<jstring>(make_local(enter(adsp_env, "NewStringUTF"), "java/lang/String", strp_text));
     };
     dsl_table.NewGlobalRef = [](JNIEnv *adsp_env, jobject avop_object) -> jobject {
         c_fake_jnienv &dsl_env = enter(adsp_env, "NewGlobalRef");
@@ -330,24 +242,12 @@ JNINativeInterface_ dsd_fake_functions::table()
     dsl_table.DeleteGlobalRef = [](JNIEnv *adsp_env, jobject avop_object) {
         enter(adsp_env, "DeleteGlobalRef", always).forget(avop_object, true);
     };
-    dsl_table.NewLocalRef = [](JNIEnv *adsp_env, jobject avop_object) -> jobject {
+    dsl_table.NewLocalRef = [](JNIEnv *adsp_env, jobject avop_object) {
         c_fake_jnienv &dsl_env = enter(adsp_env, "NewLocalRef");
-        return make_local(dsl_env, dsl_env.object(avop_object));
+        return dsl_env.reference(dsl_env.object(avop_object), false);
     };
     dsl_table.DeleteLocalRef = [](JNIEnv *adsp_env, jobject avop_object) {
         enter(adsp_env, "DeleteLocalRef", always).forget(avop_object, false);
-    };
-    dsl_table.NewIntArray = &new_array<jintArray, 'I'>;
-    dsl_table.NewByteArray = &new_array<jbyteArray, 'B'>;
-    dsl_table.NewLongArray = &new_array<jlongArray, 'J'>;
-    dsl_table.NewObjectArray = [](JNIEnv *adsp_env, jsize imp_length, jclass, jobject) {
-        return static_cast<jobjectArray>(
-            make_local(enter(adsp_env, "NewArray"),
-                       c_fake_jnienv::make_array("[Ljava/lang/Object;", static_cast<size_t>(imp_length))));
-    };
-    dsl_table.NewStringUTF = [](JNIEnv *adsp_env, const char *strp_text) {
-        return static_cast<jstring>(
-            make_local(enter(adsp_env, "NewStringUTF"), c_fake_jnienv::make("java/lang/String", strp_text)));
     };
     dsl_table.GetStringUTFChars = [](JNIEnv *adsp_env, jstring avop_string, jboolean *abp_is_copy) -> const char * {
         c_fake_jnienv &dsl_env = enter(adsp_env, "GetStringUTFChars");
@@ -358,67 +258,26 @@ JNINativeInterface_ dsd_fake_functions::table()
         c_fake_jnienv &dsl_env = enter(adsp_env, "ReleaseStringUTFChars", always);
         EXPECT_EQ(dsl_env.object(avop_string)->strc_text.c_str(), strp_text);
     };
-    dsl_table.SetIntArrayRegion = &set_region<jint, jintArray>;
-    dsl_table.SetByteArrayRegion = &set_region<jbyte, jbyteArray>;
-    dsl_table.SetLongArrayRegion = &set_region<jlong, jlongArray>;
     dsl_table.GetArrayLength = [](JNIEnv *adsp_env, jarray avop_array) {
         c_fake_jnienv &dsl_env = enter(adsp_env, "GetArrayLength");
         const fake_object dsl_array = dsl_env.object(avop_array);
         fails(dsl_env);
-        return static_cast<jsize>(dsl_array->element_size() == 0
-                                      ? dsl_array->dsc_elements.size()
-                                      : dsl_array->utc_bytes.size() / dsl_array->element_size());
+        return static_cast<jsize>(dsl_array->utc_bytes.size() / element_size(dsl_array));
     };
-    dsl_table.GetObjectArrayElement = [](JNIEnv *adsp_env, jobjectArray avop_array, jsize imp_index) -> jobject {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "GetObjectArrayElement");
-        return make_local(dsl_env, dsl_env.object(avop_array)->dsc_elements.at(static_cast<size_t>(imp_index)));
-    };
-    dsl_table.SetObjectArrayElement = [](JNIEnv *adsp_env, jobjectArray avop_array, jsize imp_index,
-                                         jobject avop_value) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "SetObjectArrayElement");
-        const fake_object dsl_value = avop_value == nullptr ? nullptr : dsl_env.object(avop_value);
-        if (!fails(dsl_env))
-            dsl_env.object(avop_array)->dsc_elements.at(static_cast<size_t>(imp_index)) = dsl_value;
-    };
-    dsl_table.CallStaticBooleanMethodV = [](JNIEnv *adsp_env, jclass, jmethodID adsp_method, va_list dsp_arguments) {
-        return call(enter(adsp_env, "CallMethod"), adsp_method, dsp_arguments).z;
-    };
-    dsl_table.CallStaticVoidMethodV = [](JNIEnv *adsp_env, jclass, jmethodID adsp_method, va_list dsp_arguments) {
-        call(enter(adsp_env, "CallMethod"), adsp_method, dsp_arguments);
-    };
-    dsl_table.CallVoidMethodV = [](JNIEnv *adsp_env, jobject avop_receiver, jmethodID adsp_method,
-                                   va_list dsp_arguments) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "CallMethod");
+    dsl_table.GetPrimitiveArrayCritical = &pin;
+    dsl_table.ReleasePrimitiveArrayCritical = &unpin;
+    dsl_table.CallVoidMethodV = [](JNIEnv *adsp_env, jobject avop_receiver, jmethodID, va_list dsp_arguments) {
+        c_fake_jnienv &dsl_env = enter(adsp_env, "CallVoidMethod");
         dsl_env.object(avop_receiver);
-        call(dsl_env, adsp_method, dsp_arguments);
-    };
-    dsl_table.CallIntMethodV = [](JNIEnv *adsp_env, jobject, jmethodID adsp_method, va_list dsp_arguments) {
-        return call(enter(adsp_env, "CallMethod"), adsp_method, dsp_arguments).i;
-    };
-    dsl_table.GetByteArrayElements = &get_elements<jbyte, jbyteArray>;
-    dsl_table.GetShortArrayElements = &get_elements<jshort, jshortArray>;
-    dsl_table.GetIntArrayElements = &get_elements<jint, jintArray>;
-    dsl_table.ReleaseByteArrayElements = &release_elements<jbyte, jbyteArray>;
-    dsl_table.ReleaseShortArrayElements = &release_elements<jshort, jshortArray>;
-    dsl_table.ReleaseIntArrayElements = &release_elements<jint, jintArray>;
-    dsl_table.GetPrimitiveArrayCritical = [](JNIEnv *adsp_env, jarray avop_array, jboolean *) -> void * {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "GetPrimitiveArrayCritical");
-        uint8_t *autl_elements = pin(dsl_env, avop_array);
-        dsl_env.inc_critical += autl_elements != nullptr;
-        return autl_elements;
-    };
-    dsl_table.ReleasePrimitiveArrayCritical = [](JNIEnv *adsp_env, jarray avop_array, void *avp_elements,
-                                                 jint imp_mode) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "ReleasePrimitiveArrayCritical:" + std::to_string(imp_mode), always);
-        --dsl_env.inc_critical;
-        unpin(dsl_env, avop_array, avp_elements, imp_mode);
+        const jint iml_level = va_arg(dsp_arguments, jint);
+        dsl_env.dsc_vm.dsc_print_info(dsl_env, iml_level, dsl_env.object(va_arg(dsp_arguments, jobject))->strc_text);
     };
     dsl_table.ExceptionCheck = [](JNIEnv *adsp_env) -> jboolean {
         return enter(adsp_env, "ExceptionCheck", always).dsc_pending != nullptr;
     };
     dsl_table.ExceptionOccurred = [](JNIEnv *adsp_env) {
         c_fake_jnienv &dsl_env = enter(adsp_env, "ExceptionOccurred", always);
-        return static_cast<jthrowable>(dsl_env.local(dsl_env.dsc_pending));
+        return static_cast<jthrowable>(dsl_env.reference(dsl_env.dsc_pending, false));
     };
     dsl_table.ExceptionClear = [](JNIEnv *adsp_env) {
         enter(adsp_env, "ExceptionClear", always).dsc_pending = nullptr;

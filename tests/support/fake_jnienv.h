@@ -1,6 +1,6 @@
 /**
  * @file
- * A Java virtual machine made of records, for what a real one does not show.
+ * A Java virtual machine made of records, for what a real one does not show: calls that fail, and what is called when.
  *
  * It copies on every access to array elements, so that only the release mode decides what Java sees; guards the ends of
  * these copies; and fails the running test when JNI is called while an array is pinned, while an exception is pending
@@ -15,8 +15,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,9 +27,6 @@ struct dsd_fake_object
     std::string strc_class;         /**< "java/lang/String", "[I" */
     std::string strc_text;          /**< characters, name of a class, message of a throwable */
     std::vector<uint8_t> utc_bytes; /**< elements of a primitive array */
-    std::vector<std::shared_ptr<dsd_fake_object>> dsc_elements; /**< of an object array */
-
-    size_t element_size() const;
 };
 using fake_object = std::shared_ptr<dsd_fake_object>;
 
@@ -39,20 +34,15 @@ using fake_object = std::shared_ptr<dsd_fake_object>;
 class c_fake_vm
 {
 public:
-    using java_method = std::function<jvalue(c_fake_jnienv &, const std::vector<jvalue> &)>;
-
     c_fake_vm() = default;
     ~c_fake_vm();
     c_fake_vm(const c_fake_vm &) = delete;
     c_fake_vm &operator=(const c_fake_vm &) = delete;
 
-    /** Methods by name; looking up another one fails as in Java. Set before any thread calls. */
-    std::map<std::string, java_method> dsc_methods;
+    /** The one void method that objects have; set before any thread calls. */
+    std::function<void(c_fake_jnienv &, jint, const std::string &)> dsc_print_info;
     /** Whether strings are copied for native code. */
     bool bc_copies_strings = true;
-
-    size_t pins();
-    size_t global_references();
 
 private:
     friend class c_fake_jnienv;
@@ -68,16 +58,10 @@ private:
         fake_object dsc_array;
         std::unique_ptr<uint8_t[]> autc_copy;
     };
-    struct dsd_method
-    {
-        const java_method *adsc_method;
-        std::string strc_signature;
-    };
 
     std::mutex dsc_lock;
     std::map<jobject, std::unique_ptr<dsd_reference>> dsc_references;
     std::map<void *, dsd_pin> dsc_pins;
-    std::vector<std::unique_ptr<dsd_method>> dsc_looked_up;
 };
 
 /** One thread's door to the machine. */
@@ -85,20 +69,13 @@ class c_fake_jnienv : public JNIEnv_
 {
 public:
     explicit c_fake_jnienv(c_fake_vm &dsp_vm);
-    ~c_fake_jnienv();
-    c_fake_jnienv(const c_fake_jnienv &) = delete;
-    c_fake_jnienv &operator=(const c_fake_jnienv &) = delete;
 
-    static fake_object make(const std::string &strp_class, const std::string &strp_text = {});
-    static fake_object make_array(const std::string &strp_class, size_t ump_length);
-
-    /** A local reference to an object; null for none. */
-    jobject local(const fake_object &dsp_object);
+    /** A local reference to a new object. */
+    jobject local(const std::string &strp_class, const std::string &strp_text = {});
     jclass local_class(const std::string &strp_name);
     jstring local_string(const std::string &strp_text);
     jintArray local_ints(const std::vector<jint> &aimp_values);
-    jbyteArray local_bytes(std::span<const uint8_t> utp_values);
-    jobjectArray local_objects(std::vector<fake_object> dsp_elements);
+    jbyteArray local_bytes(size_t ump_length);
 
     /** The object behind a living reference. */
     fake_object object(jobject avop_reference);
@@ -117,6 +94,7 @@ public:
 private:
     friend struct dsd_fake_functions;
 
+    /** Null for no object. */
     jobject reference(const fake_object &dsp_object, bool bp_global);
     void forget(jobject avop_reference, bool bp_global);
 

@@ -21,14 +21,6 @@ namespace
 class jni : public testing::Test
 {
 protected:
-    jni()
-    {
-        dsc_vm.dsc_methods["method"] = [this](c_fake_jnienv &, const std::vector<jvalue> &) { return dsc_result; };
-        avoc_class = dsc_env.local_class("C");
-        dsc_method = dsc_env.GetMethodID(avoc_class, "method", "(ILjava/lang/Object;J)Z");
-        dsc_env.take_calls();
-    }
-
     std::string failure_of(const std::function<void()> &dsp_operation)
     {
         try {
@@ -42,17 +34,16 @@ protected:
     c_fake_vm dsc_vm;
     c_fake_jnienv dsc_env{dsc_vm};
     c_jnienv dsc_checked{&dsc_env};
-    jclass avoc_class;
-    jmethodID dsc_method;
-    jvalue dsc_result{};
+    jclass avoc_class = dsc_env.local_class("C");
+    jmethodID dsc_method = nullptr; // the fake machine calls none
 };
 
 TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
 {
     const jintArray avol_ints = dsc_env.local_ints({1, 2});
-    const auto avol_bytes = static_cast<jbyteArray>(dsc_env.local(c_fake_jnienv::make_array("[B", 2)));
-    const auto avol_shorts = static_cast<jshortArray>(dsc_env.local(c_fake_jnienv::make_array("[S", 2)));
-    const jobjectArray avol_objects = dsc_env.local_objects({nullptr});
+    const jbyteArray avol_bytes = dsc_env.local_bytes(2);
+    const auto avol_shorts = static_cast<jshortArray>(dsc_env.local("[S"));
+    const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[Ljava/lang/Object;"));
     constexpr jint aiml_values[2] = {};
     constexpr jbyte autl_values[2] = {};
     const jobject avol_null = nullptr;
@@ -67,28 +58,31 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         {"GetStaticMethodID", "get_static_method_id",
          [&] { dsc_checked.get_static_method_id(avoc_class, "method", "()V"); }},
         {"NewGlobalRef", "NewGlobalRef", [&] { dsc_checked.NewGlobalRef(avoc_class); }},
-        {"NewArray", "new_jint_array", [&] { dsc_checked.new_jint_array(1); }},
-        {"NewArray", "new_jbyte_array", [&] { dsc_checked.new_jbyte_array(1); }},
-        {"NewArray", "new_jobject_array", [&] { dsc_checked.new_jobject_array(1, avoc_class, nullptr); }},
+        {"NewIntArray", "new_jint_array", [&] { dsc_checked.new_jint_array(1); }},
+        {"NewByteArray", "new_jbyte_array", [&] { dsc_checked.new_jbyte_array(1); }},
+        {"NewObjectArray", "new_jobject_array", [&] { dsc_checked.new_jobject_array(1, avoc_class, nullptr); }},
         {"NewStringUTF", "new_jstring_utf", [&] { dsc_checked.new_jstring_utf(""); }},
-        {"SetArrayRegion", "set_array_region(jint)",
+        {"SetIntArrayRegion", "set_array_region(jint)",
          [&] { dsc_checked.set_array_region(avol_ints, 0, 2, aiml_values); }},
-        {"SetArrayRegion", "set_array_region(jbyte)",
+        {"SetByteArrayRegion", "set_array_region(jbyte)",
          [&] { dsc_checked.set_array_region(avol_bytes, 0, 2, autl_values); }},
         {"GetArrayLength", "get_array_length", [&] { dsc_checked.get_array_length(avol_ints); }},
         {"GetObjectArrayElement", "get_jobject_array_element",
          [&] { dsc_checked.get_jobject_array_element(avol_objects, 0); }},
         {"SetObjectArrayElement", "set_jobject_array_element",
          [&] { dsc_checked.set_jobject_array_element(avol_objects, 0, avoc_class); }},
-        {"CallMethod", "call_static_boolean_method",
+        {"CallStaticBooleanMethodV", "call_static_boolean_method",
          [&] { dsc_checked.call_static_boolean_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"CallMethod", "call_static_void_method",
+        {"CallStaticVoidMethodV", "call_static_void_method",
          [&] { dsc_checked.call_static_void_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"CallMethod", "call_int_method",
+        {"CallIntMethodV", "call_int_method",
          [&] { dsc_checked.call_int_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"GetElements", "get_array_elements(jbyte)", [&] { dsc_checked.get_array_elements(avol_bytes, nullptr); }},
-        {"GetElements", "get_array_elements(jshort)", [&] { dsc_checked.get_array_elements(avol_shorts, nullptr); }},
-        {"GetElements", "get_array_elements(jint)", [&] { dsc_checked.get_array_elements(avol_ints, nullptr); }},
+        {"GetByteArrayElements", "get_array_elements(jbyte)",
+         [&] { dsc_checked.get_array_elements(avol_bytes, nullptr); }},
+        {"GetShortArrayElements", "get_array_elements(jshort)",
+         [&] { dsc_checked.get_array_elements(avol_shorts, nullptr); }},
+        {"GetIntArrayElements", "get_array_elements(jint)",
+         [&] { dsc_checked.get_array_elements(avol_ints, nullptr); }},
         {"GetPrimitiveArrayCritical", "get_array_critical(jint)",
          [&] { dsc_checked.get_array_critical(avol_ints, nullptr); }},
         {"GetPrimitiveArrayCritical", "get_array_critical(jbyte)",
@@ -111,7 +105,7 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
 
 TEST_F(jni, results_that_look_like_failures_are_none)
 {
-    const jobjectArray avol_objects = dsc_env.local_objects({nullptr});
+    const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[Ljava/lang/Object;"));
     EXPECT_EQ(dsc_checked.get_jobject_array_element(avol_objects, 0), nullptr);
     EXPECT_FALSE(dsc_checked.call_static_boolean_method(avoc_class, dsc_method, 1, avoc_class, jlong{2}));
     EXPECT_EQ(dsc_checked.call_int_method(avoc_class, dsc_method, 1, avoc_class, jlong{2}), 0);
@@ -163,7 +157,7 @@ TEST_F(jni, writable_array_is_written_back_only_after_a_write)
                 ElementsAre("ExceptionCheck", "GetArrayLength", "ExceptionCheck", "ExceptionCheck",
                             "GetPrimitiveArrayCritical", "ReleasePrimitiveArrayCritical:0", "ExceptionCheck",
                             "GetPrimitiveArrayCritical", "ReleasePrimitiveArrayCritical:2"));
-    const jbyteArray avol_bytes = dsc_env.local_bytes(std::vector<uint8_t>(4));
+    const jbyteArray avol_bytes = dsc_env.local_bytes(4);
     {
         c_jbytearray_rw dsl_array(dsc_checked, avol_bytes, 0);
         dsl_array.pin();

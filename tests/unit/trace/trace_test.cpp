@@ -23,15 +23,13 @@ class trace : public testing::Test
 protected:
     trace()
     {
-        dsc_vm.dsc_methods["print_info"] = [this](c_fake_jnienv &dsp_env, const std::vector<jvalue> &dsp_arguments) {
+        dsc_vm.dsc_print_info = [this](c_fake_jnienv &dsp_env, jint imp_level, const std::string &strp_line) {
             const std::lock_guard dsl_lock(dsc_lines_lock);
-            dsc_lines.emplace_back(dsp_arguments[0].i, dsp_env.object(dsp_arguments[1].l)->strc_text);
+            dsc_lines.emplace_back(imp_level, strp_line);
             if (bc_throws)
                 dsp_env.throw_java("java/lang/IllegalStateException", "receiver");
-            return jvalue{};
         };
-        avoc_receiver = dsc_env.NewGlobalRef(dsc_env.local(c_fake_jnienv::make("Receiver")));
-        dsc_method = dsc_env.GetMethodID(nullptr, "print_info", "(ILjava/lang/String;)V");
+        avoc_receiver = dsc_env.NewGlobalRef(dsc_env.local("Receiver"));
         trace_set_environment_hook([] { return g_env; });
         trace_set_receiver(avoc_receiver, dsc_method);
         g_env = &dsc_env;
@@ -54,7 +52,7 @@ protected:
     c_fake_vm dsc_vm;
     c_fake_jnienv dsc_env{dsc_vm};
     jobject avoc_receiver;
-    jmethodID dsc_method;
+    jmethodID dsc_method = reinterpret_cast<jmethodID>(this); // the fake machine knows one
     std::mutex dsc_lines_lock;
     std::vector<std::pair<jint, std::string>> dsc_lines;
     bool bc_throws = false;
@@ -148,7 +146,7 @@ TEST_F(trace, receiver_is_replaced_while_threads_print)
             EXPECT_EQ(dsl_env.umc_locals, 0U);
         });
     for (int inl_round = 0; inl_round < 300; ++inl_round) {
-        const jobject avol_next = dsc_env.NewGlobalRef(dsc_env.local(c_fake_jnienv::make("Receiver")));
+        const jobject avol_next = dsc_env.NewGlobalRef(dsc_env.local("Receiver"));
         trace_set_receiver(avol_next, dsc_method);
         dsc_env.DeleteGlobalRef(std::exchange(avoc_receiver, avol_next));
     }
