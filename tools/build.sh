@@ -28,8 +28,8 @@ build_java() {
     fi
     say "building the Java side"
     touch "$stamp.new"
-    # A jar of an earlier version must not stay beside the new one.
-    rm -f "$root"/java/target/kivjniffmpeg-*.jar
+    # What was built before is not taken for whole when this is interrupted, nor stays an earlier version's jar.
+    rm -rf "$stamp" "$root"/java/target/kivjniffmpeg-*.jar "$root/java/target/lib"
     maven java-package -q package -Dmaven.test.skip=true
     mv "$stamp.new" "$stamp"
 }

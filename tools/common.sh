@@ -22,3 +22,6 @@ logged() {
 }
 
 jobs=$(nproc)
+
+# Without a locale, Java cannot name files beyond ASCII.
+[[ $(locale charmap 2>/dev/null) == UTF-8 ]] || export LC_ALL=C.UTF-8

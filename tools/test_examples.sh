@@ -15,6 +15,7 @@ rm -rf "$work"
 mkdir -p "$work"
 
 say "installing the artefacts and building the examples"
+rm -f "$build/java.stamp" # the jars are made anew
 maven java-install -q install -Dmaven.test.skip=true
 (cd "$examples" && logged examples-package mvn -B --no-transfer-progress -q clean package)
 

@@ -4,7 +4,7 @@
 . "$root/tools/build.sh"
 
 "$root/tools/setup.sh" tidy
-build_native debug # for the generated headers and the compile commands
+build_native debug kivjniffmpeg # for the generated headers and the compile commands
 cd "$root"
 if (($# == 0)); then mapfile -t files < <(find src -name '*.cpp' | sort); else files=("$@"); fi
 # GCC's own warning flags mean nothing to clang.

@@ -6,6 +6,7 @@ import java.io.OutputStream;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Locale;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Picture;
@@ -28,7 +29,7 @@ public final class FilmToY4m {
         try (MediaReader reader = MediaReader.open(Path.of(args[0]));
                 OutputStream out = new BufferedOutputStream(Files.newOutputStream(Path.of(args[1])))) {
             MediaStream video = reader.firstVideo().orElseThrow();
-            out.write(ascii("YUV4MPEG2 W%d H%d F%d:%d Ip A0:0 C420\n".formatted(width, height,
+            out.write(ascii(String.format(Locale.ROOT, "YUV4MPEG2 W%d H%d F%d:%d Ip A0:0 C420\n", width, height,
                     video.frameRate().numerator(), video.frameRate().denominator())));
             try (VideoDecoder decoder = VideoDecoder.open(video)) {
                 for (Picture picture : (Iterable<Picture>) decoder.pictures(reader)::iterator) {

@@ -54,8 +54,9 @@ public final class AudioFileWriter implements AutoCloseable {
                 && (container == AudioContainer.ADTS || container == AudioContainer.WAV);
         this.adts = inAdts ? AdtsHeader.of(format.specificHeader()) : null;
         this.header = container == AudioContainer.WAV ? new WaveHeader(inAdts ? inAdts(format) : format) : null;
-        // A name of our own making, because files for temporary use are closed to other users.
-        this.aside = file.resolveSibling("." + file.getFileName() + "." + UUID.randomUUID() + ".part");
+        // A name of our own making, because files for temporary use are closed to other users; it is
+        // short, because the file's own may be as long as names can be.
+        this.aside = file.resolveSibling("." + UUID.randomUUID() + ".part");
         this.channel = FileChannel.open(aside, StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE);
         this.out = new BufferedOutputStream(Channels.newOutputStream(channel), BUFFER_SIZE);
     }
@@ -195,7 +196,7 @@ public final class AudioFileWriter implements AutoCloseable {
         throwIfClosed();
         byte[] before = adts == null ? new byte[0] : adts.before(bytes.length);
         if (header != null && !header.hasRoomFor(written + before.length + bytes.length)) {
-            throw new IOException(file + ": a WAV file holds no more than 4 GiB");
+            throw new FileSystemException(file.toString(), null, "a WAV file holds no more than 4 GiB");
         }
         out.write(before);
         out.write(bytes);

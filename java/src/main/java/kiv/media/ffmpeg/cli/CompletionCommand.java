@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.PrintWriter;
+import java.util.concurrent.Callable;
 import picocli.AutoComplete;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
@@ -12,16 +13,17 @@ import picocli.CommandLine.Spec;
         header = "Writes a script that lets bash or zsh complete commands.",
         description = {"", "It is for a program named kivjniffmpeg, and goes to standard output:", "",
             "  source <(kivjniffmpeg completion)", ""})
-final class CompletionCommand implements Runnable {
+final class CompletionCommand implements Callable<Integer> {
 
     @Spec
     private CommandSpec spec;
 
     @Override
-    public void run() {
+    public Integer call() throws OutputException {
         CommandLine root = spec.root().commandLine();
         PrintWriter out = spec.commandLine().getOut();
         out.print(AutoComplete.bash(root.getCommandName(), root));
-        out.flush();
+        OutputFile.flushStandardOutput(out);
+        return ExitStatus.OK;
     }
 }

@@ -2,7 +2,6 @@ package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
 import java.io.PrintWriter;
-import java.nio.file.DirectoryNotEmptyException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
@@ -46,8 +45,8 @@ final class DecodeCommand implements Callable<Integer> {
     @Mixin
     private InputOptions input;
 
-    @Option(names = "--out", paramLabel = "DIR", defaultValue = "out",
-            description = "Where pictures and sound go (default: ${DEFAULT-VALUE}); made when it does not exist.")
+    @Option(names = "--out", paramLabel = "DIR",
+            description = "Where pictures and sound go (default: out); made when it does not exist.")
     private Path directory;
 
     @Option(names = {"-o", "--output"}, paramLabel = "FILE", description = "Write this file only: pictures when its"
@@ -75,9 +74,9 @@ final class DecodeCommand implements Callable<Integer> {
             description = "Stop before this time.")
     private Duration to;
 
-    @Option(names = "--every", paramLabel = "N", defaultValue = "1",
+    @Option(names = "--every", paramLabel = "N",
             description = "Write only every Nth picture, beginning with the first.")
-    private long every;
+    private Long every;
 
     @Option(names = "--limit", paramLabel = "N",
             description = "Stop after writing N pictures; the sound stops there too.")
@@ -96,7 +95,8 @@ final class DecodeCommand implements Callable<Integer> {
     private CommandSpec spec;
 
     private final List<String> warnings = new ArrayList<>();
-    private boolean madeDirectory;
+    /** The first directory that had to be made on the way to the one for the outputs. */
+    private Path madeDirectory;
 
     @Override
     public Integer call() throws IOException {
@@ -106,19 +106,22 @@ final class DecodeCommand implements Callable<Integer> {
             decode();
             done = true;
         } finally {
-            if (!done && madeDirectory) {
-                removeEmptyDirectory();
+            if (!done && madeDirectory != null) {
+                removeEmptyDirectories();
             }
         }
         return ExitStatus.OK;
     }
 
-    private void removeEmptyDirectory() throws IOException {
+    private void removeEmptyDirectories() {
         try {
-            Files.deleteIfExists(directory);
-        } catch (DirectoryNotEmptyException e) {
-            // What is in there is whole.
-            madeDirectory = false;
+            Path last = madeDirectory.toAbsolutePath();
+            for (Path made = directory.toAbsolutePath(); made.startsWith(last); made = made.getParent()) {
+                Files.deleteIfExists(made);
+            }
+        } catch (IOException e) {
+            // What is in there is whole, and what failed before is what is told.
+            madeDirectory = null;
         }
     }
 
@@ -137,10 +140,11 @@ final class DecodeCommand implements Callable<Integer> {
                 MediaStream sounding = heard == null ? null : audio;
                 DecodeObserver observer = openPage(reader, video, sounding);
                 try (SoundWriter sound = heard == null ? null
-                        : new SoundWriter(sounding, heard, soundFile(), range, TimeRange.beginning(reader), observer);
+                        : new SoundWriter(sounding, heard, soundFile(), range, TimeRange.beginning(reader), observer,
+                                this::warn);
                         PictureOutput pictures = video == null ? null : openPictures(video);
                         Progress progress = startProgress(reader, video, audio, range)) {
-                    DecodeJob job = new DecodeJob(input, range, every, limit, observer);
+                    DecodeJob job = new DecodeJob(input, range, every, limit, observer, this::warn);
                     job.run(reader, video, decoder, pictures, sound, progress);
                     progress.finish();
                     DecodeObserver.Summary summary = job.summary(reader, video, pictures, sound,
@@ -156,12 +160,18 @@ final class DecodeCommand implements Callable<Integer> {
 
     /** Finds out what is wanted from the options together. */
     private void settle() throws IOException {
-        require(every >= 1 && (limit == null || limit >= 1), "--every and --limit take a number from 1");
+        require((every == null || every >= 1) && (limit == null || limit >= 1),
+                "--every and --limit take a number from 1");
         require(from == null || to == null || from.compareTo(to) < 0, "--from is not before --to");
         if (file != null) {
+            require(directory == null, "--out and -o exclude each other");
             settleFile();
         }
         require(!noPictures || !noSound, "--no-pictures and --no-sound leave nothing to decode");
+        require(!noPictures || every == null && limit == null && size == null && format == null && pixelFormat == null,
+                "--every, --limit, --size, --format and --pixel-format are for pictures, and none are wanted");
+        directory = directory == null ? Path.of("out") : directory;
+        every = every == null ? 1 : every;
         format = format == null ? Format.PNG : format;
         require(pixelFormat == null || format != Format.PNG, "--pixel-format is for --format y4m and yuv");
     }
@@ -267,7 +277,9 @@ final class DecodeCommand implements Callable<Integer> {
 
     private void makeDirectory() throws OutputException {
         try {
-            madeDirectory |= !Files.exists(directory);
+            for (Path missing = directory.toAbsolutePath(); !Files.exists(missing); missing = missing.getParent()) {
+                madeDirectory = missing;
+            }
             Files.createDirectories(directory);
         } catch (IOException e) {
             throw OutputException.of(directory, e);

@@ -1,10 +1,12 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
-import java.nio.file.Path;
 import java.time.Duration;
+import java.util.ArrayDeque;
+import java.util.Deque;
 import java.util.List;
 import java.util.Optional;
+import java.util.function.Consumer;
 import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
@@ -16,13 +18,16 @@ import kiv.media.ffmpeg.VideoDecoder;
 /** Decodes a part of a file and passes every picture and every piece of sound on that is wanted. */
 final class DecodeJob {
 
-    private static final double MILLIS = 1000;
+    private static final double NANOS = 1e9;
 
     private final InputOptions input;
     private final TimeRange range;
     private final long every;
     private final Long limit;
     private final DecodeObserver observer;
+    private final Consumer<String> warnings;
+    /** Where pictures are limited, sound waits until it is known that it plays beside them. */
+    private final Deque<Packet> heldSound = new ArrayDeque<>();
 
     private Duration start = Duration.ZERO;
     private MediaStream video;
@@ -33,8 +38,13 @@ final class DecodeJob {
     private long damaged;
     private boolean picturesDone;
 
-    /** @param limit null for no limit */
-    DecodeJob(InputOptions input, TimeRange range, long every, Long limit, DecodeObserver observer) {
+    /**
+     * @param limit null for no limit
+     * @param warnings told in a line when the file is not decoded to its end
+     */
+    DecodeJob(InputOptions input, TimeRange range, long every, Long limit, DecodeObserver observer,
+            Consumer<String> warnings) {
+        this.warnings = warnings;
         this.input = input;
         this.range = range;
         this.every = every;
@@ -49,35 +59,56 @@ final class DecodeJob {
         video = pictureStream;
         clock = video == null ? null : new PictureClock(video);
         picturesDone = video == null;
-        for (Packet packet = reader.read(); packet != null && !isDone(sound); packet = reader.read()) {
-            Unfinished.check();
+        Packets packets = new Packets(reader, warnings);
+        for (Packet packet; !isDone(sound) && (packet = packets.next()) != null;) {
             if (decoder != null && decoder.accepts(packet)) {
                 if (!picturesDone) {
-                    decode(packet, decoder, pictures, progress);
+                    decode(packet, decoder, pictures, sound, progress);
                 }
             } else if (sound != null && sound.accepts(packet) && !sound.isDone()) {
-                sound.write(packet);
+                hear(packet, sound);
                 if (decoder == null) {
                     progress.at((long) sound.seconds());
                 }
             }
         }
         if (decoder != null && !picturesDone) {
-            take(decoder.finish(), pictures, progress);
+            take(decoder.finish(), pictures, sound, progress);
+        }
+        while (!heldSound.isEmpty()) {
+            sound.write(heldSound.remove());
         }
         finish(pictures, sound);
     }
 
+    private void hear(Packet packet, SoundWriter sound) throws IOException {
+        if (limit != null && !picturesDone) {
+            heldSound.add(packet);
+        } else {
+            sound.write(packet);
+        }
+    }
+
+    /** Writes the sound beside the pictures so far, and with the last one of them ends it. */
+    private void hearUntil(Duration end, SoundWriter sound) throws IOException {
+        if (limitIsReached()) {
+            sound.endAt(end);
+        }
+        while (!heldSound.isEmpty() && (picturesDone || sound.beginsBefore(heldSound.element(), end))) {
+            sound.write(heldSound.remove());
+        }
+    }
+
     private boolean isDone(SoundWriter sound) {
-        return limitIsReached() || picturesDone && (sound == null || sound.isDone());
+        return picturesDone && (sound == null || sound.isDone());
     }
 
     private boolean limitIsReached() {
         return limit != null && written >= limit;
     }
 
-    private void decode(Packet packet, VideoDecoder decoder, PictureOutput pictures, Progress progress)
-            throws IOException {
+    private void decode(Packet packet, VideoDecoder decoder, PictureOutput pictures, SoundWriter sound,
+            Progress progress) throws IOException {
         List<Picture> ready;
         try {
             ready = decoder.decode(packet);
@@ -85,26 +116,32 @@ final class DecodeJob {
             damaged++;
             return;
         }
-        take(ready, pictures, progress);
+        take(ready, pictures, sound, progress);
     }
 
-    private void take(List<Picture> ready, PictureOutput pictures, Progress progress) throws IOException {
+    private void take(List<Picture> ready, PictureOutput pictures, SoundWriter sound, Progress progress)
+            throws IOException {
         for (Picture picture : ready) {
             clock.next(picture);
             Duration time = video.time(clock.timestamp()).orElse(Duration.ZERO).minus(start);
-            picturesDone |= range.endsBefore(time) || limitIsReached();
+            picturesDone |= range.endsBefore(time);
             if (picturesDone || !range.beginsBefore(time)) {
                 picture.close();
                 continue;
             }
-            if (decoded++ % every == 0) {
-                observer.picture(picture, decoded);
+            boolean wanted = decoded++ % every == 0;
+            observer.picture(picture, decoded, wanted);
+            if (wanted) {
                 pictures.write(picture, decoded);
                 written++;
             } else {
                 picture.close();
             }
             progress.at(decoded);
+            picturesDone |= limitIsReached();
+            if (limit != null && sound != null) {
+                hearUntil(video.time(clock.timestamp() + clock.duration()).orElse(time), sound);
+            }
         }
     }
 
@@ -128,12 +165,9 @@ final class DecodeJob {
 
     DecodeObserver.Summary summary(MediaReader reader, MediaStream pictureStream, PictureOutput pictures,
             SoundWriter sound, double seconds) {
-        Optional<SoundWriter> heard = Optional.ofNullable(sound);
-        return new DecodeObserver.Summary(input.file(), reader.formatName(), reader.streams(),
-                Optional.ofNullable(pictureStream), decoded, written, pictures == null ? "" : pictures.target(),
-                heard.map(SoundWriter::stream), heard.map(SoundWriter::frames).orElse(0L),
-                heard.map(SoundWriter::file).<Path>map(file -> file),
-                damaged, heard.map(SoundWriter::damaged).orElse(0L), range, seconds);
+        return new DecodeObserver.Summary(input.file(), reader.formatName(), Optional.ofNullable(pictureStream), decoded,
+                written, pictures == null ? "" : pictures.target(), damaged, sound == null ? 0 : sound.damaged(), range,
+                seconds);
     }
 
     /** How many pictures there will be, as far as the container knows; 0 when it does not. */
@@ -148,8 +182,12 @@ final class DecodeJob {
 
     /** How long a part of a stream is, as far as the container knows; 0 when it does not. */
     static double seconds(MediaReader reader, MediaStream stream, TimeRange range) {
-        double all = stream.duration().or(reader::duration).map(d -> d.toMillis() / MILLIS).orElse(0.0);
-        double end = range.to() == null ? all : Math.min(all, range.to().toMillis() / MILLIS);
-        return Math.max(0, end - (range.from() == null ? 0 : range.from().toMillis() / MILLIS));
+        double all = stream.duration().or(reader::duration).map(DecodeJob::inSeconds).orElse(0.0);
+        double end = range.to() == null ? all : Math.min(all, inSeconds(range.to()));
+        return Math.max(0, end - (range.from() == null ? 0 : inSeconds(range.from())));
+    }
+
+    private static double inSeconds(Duration time) {
+        return time.getSeconds() + time.getNano() / NANOS;
     }
 }

@@ -3,7 +3,6 @@ package kiv.media.ffmpeg.cli;
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.file.Path;
-import java.util.List;
 import java.util.Optional;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Picture;
@@ -16,12 +15,13 @@ interface DecodeObserver {
     };
 
     /**
-     * A decoded picture that will be written.
+     * A decoded picture: every one of the part, in their order.
      *
      * @param picture the picture, to be looked at before this returns
      * @param number its place among the decoded pictures, from 1
+     * @param written whether it will be written
      */
-    default void picture(Picture picture, long number) {
+    default void picture(Picture picture, long number, boolean written) {
     }
 
     /**
@@ -42,21 +42,16 @@ interface DecodeObserver {
      *
      * @param input the media file
      * @param container its format's name
-     * @param streams all streams of the file
      * @param video the stream whose pictures were decoded
      * @param pictures how many pictures were decoded
      * @param writtenPictures how many of them were written
      * @param pictureTarget where to
-     * @param audio the stream whose sound was decoded
-     * @param samples samples of a channel that were written
-     * @param soundFile where to
      * @param damagedPictures packets of pictures that were left out
      * @param damagedSound packets of sound that were left out
      * @param range the part of the file
      * @param seconds how long it took
      */
-    record Summary(Path input, String container, List<MediaStream> streams, Optional<MediaStream> video, long pictures,
-            long writtenPictures, String pictureTarget, Optional<MediaStream> audio, long samples,
-            Optional<Path> soundFile, long damagedPictures, long damagedSound, TimeRange range, double seconds) {
+    record Summary(Path input, String container, Optional<MediaStream> video, long pictures, long writtenPictures,
+            String pictureTarget, long damagedPictures, long damagedSound, TimeRange range, double seconds) {
     }
 }

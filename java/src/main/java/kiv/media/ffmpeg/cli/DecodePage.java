@@ -34,8 +34,8 @@ final class DecodePage implements DecodeObserver {
     }
 
     @Override
-    public void picture(Picture picture, long number) {
-        report.picture(picture, baseName == null ? null : PngPictures.name(baseName, number));
+    public void picture(Picture picture, long number, boolean written) {
+        report.picture(picture, baseName == null || !written ? null : PngPictures.name(baseName, number));
     }
 
     @Override

@@ -95,8 +95,8 @@ final class EncodeCommand implements Callable<Integer> {
                     AudioFileWriter writer = create(encoder, container);
                     Progress progress = quiet ? Progress.NONE : Progress.start("encoding", "seconds",
                             (long) DecodeJob.seconds(reader, sound, TimeRange.ALL))) {
-                for (Packet packet = reader.read(); packet != null; packet = reader.read()) {
-                    Unfinished.check();
+                Packets packets = new Packets(reader, this::warn);
+                for (Packet packet = packets.next(); packet != null; packet = packets.next()) {
                     if (decoder.accepts(packet)) {
                         encode(decode(decoder, packet), encoder, writer);
                         progress.at(encoder.frames() / decoder.format().sampleRate());
@@ -115,6 +115,11 @@ final class EncodeCommand implements Callable<Integer> {
             }
         }
         return ExitStatus.OK;
+    }
+
+    private void warn(String message) {
+        spec.commandLine().getErr().println("warning: " + message);
+        spec.commandLine().getErr().flush();
     }
 
     private AudioEncoder openEncoder(AudioDecoder decoder) {

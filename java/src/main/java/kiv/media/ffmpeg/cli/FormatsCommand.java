@@ -41,7 +41,7 @@ final class FormatsCommand implements Callable<Integer> {
         } else {
             print(out);
         }
-        out.flush();
+        OutputFile.flushStandardOutput(out);
         return ExitStatus.OK;
     }
 

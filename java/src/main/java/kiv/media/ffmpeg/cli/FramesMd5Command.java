@@ -42,9 +42,10 @@ import picocli.CommandLine.Spec;
 final class FramesMd5Command implements Callable<Integer> {
 
     private static final int FLUSHED_LINES = 64;
+    private static final int THREE = 3;
     private static final int FOUR = 4;
     /** The names by which FFmpeg calls the usual numbers of channels. */
-    private static final List<String> LAYOUTS = List.of("mono", "stereo", "3.0", "4.0", "5.0", "5.1");
+    private static final List<String> LAYOUTS = List.of("mono", "stereo", "3.0", "4.0", "5.0", "5.1", "6.1", "7.1");
     /** Where the second pair of five or six loudspeakers stands at the sides. */
     private static final Set<String> SIDE_CODECS = Set.of("ac3", "dca", "dts");
 
@@ -81,15 +82,20 @@ final class FramesMd5Command implements Callable<Integer> {
             } else {
                 sound(reader, stream);
             }
-            flush();
+            OutputFile.flushStandardOutput(out);
             if (lines == 0) {
                 throw new MediaFormatException(input.about("nothing in the stream can be decoded"));
             }
             if (damaged > 0) {
-                spec.commandLine().getErr().println("warning: " + damaged + " damaged packets skipped");
+                warn(damaged + " damaged packets skipped");
             }
         }
         return ExitStatus.OK;
+    }
+
+    private void warn(String message) {
+        spec.commandLine().getErr().println("warning: " + message);
+        spec.commandLine().getErr().flush();
     }
 
     private MediaStream choose(MediaReader reader) {
@@ -116,8 +122,8 @@ final class FramesMd5Command implements Callable<Integer> {
     private void pictures(MediaReader reader, MediaStream stream) throws IOException {
         try (VideoDecoder decoder = Decoders.open(stream, input)) {
             PictureClock clock = new PictureClock(stream);
-            for (Packet packet = reader.read(); packet != null; packet = reader.read()) {
-                Unfinished.check();
+            Packets packets = new Packets(reader, this::warn);
+            for (Packet packet = packets.next(); packet != null; packet = packets.next()) {
                 if (decoder.accepts(packet)) {
                     try {
                         print(decoder.decode(packet), stream, clock);
@@ -151,8 +157,8 @@ final class FramesMd5Command implements Callable<Integer> {
         try (AudioDecoder decoder = Decoders.openSound(stream, input)) {
             Rational timeBase = new Rational(1, decoder.format().sampleRate());
             SampleClock clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
-            for (Packet packet = reader.read(); packet != null; packet = reader.read()) {
-                Unfinished.check();
+            Packets packets = new Packets(reader, this::warn);
+            for (Packet packet = packets.next(); packet != null; packet = packets.next()) {
                 if (decoder.accepts(packet)) {
                     clock.at(packet);
                     try {
@@ -184,6 +190,10 @@ final class FramesMd5Command implements Callable<Integer> {
         if (channels > LAYOUTS.size()) {
             return channels + " channels";
         }
+        // What tells no loudspeakers has those that FFmpeg puts first.
+        if (channels == THREE && (codec.startsWith("pcm_") || codec.startsWith("adpcm_"))) {
+            return "2.1";
+        }
         return LAYOUTS.get(channels - 1) + (channels > FOUR && SIDE_CODECS.contains(codec) ? "(side)" : "");
     }
 
@@ -204,15 +214,7 @@ final class FramesMd5Command implements Callable<Integer> {
         out.println(String.format(Locale.ROOT, "0, %10d, %10d, %8d, %8d, %s", time, time, duration, bytes.length,
                 HexFormat.of().formatHex(md5.digest(bytes))));
         if (++lines % FLUSHED_LINES == 0) {
-            flush();
-        }
-    }
-
-    private void flush() throws OutputException {
-        out.flush();
-        // Printing keeps its troubles to itself until it is asked.
-        if (System.out.checkError()) {
-            throw new OutputException.ClosedPipe(null);
+            OutputFile.flushStandardOutput(out);
         }
     }
 

@@ -49,7 +49,7 @@ final class InfoCommand implements Callable<Integer> {
             } else {
                 print(reader, out);
             }
-            out.flush();
+            OutputFile.flushStandardOutput(out);
         }
         return ExitStatus.OK;
     }

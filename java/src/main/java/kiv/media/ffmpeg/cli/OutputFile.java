@@ -3,6 +3,7 @@ package kiv.media.ffmpeg.cli;
 import java.io.FileDescriptor;
 import java.io.FileOutputStream;
 import java.io.IOException;
+import java.io.PrintWriter;
 import java.nio.ByteBuffer;
 import java.nio.channels.FileChannel;
 import java.nio.charset.StandardCharsets;
@@ -45,8 +46,9 @@ final class OutputFile implements AutoCloseable {
                 throw new FileSystemException(file.toString(), null, "is a directory");
             }
             if (Files.exists(file) && !Files.isRegularFile(file)) {
-                return Unfinished.open(() -> new OutputFile(file.toString(), file, null,
-                        FileChannel.open(file, StandardOpenOption.WRITE)));
+                // Opened outside of the lock: a pipe waits for its reader, and nothing of it has to be removed.
+                FileChannel opened = FileChannel.open(file, StandardOpenOption.WRITE);
+                return Unfinished.open(() -> new OutputFile(file.toString(), file, null, opened));
             }
             Path directory = file.toAbsolutePath().getParent();
             if (directory == null || !Files.isDirectory(directory)) {
@@ -65,6 +67,15 @@ final class OutputFile implements AutoCloseable {
         // Never closed nor collected while it is in use: the descriptor is the process's.
         return Unfinished.open(() -> new OutputFile("standard output", null, null,
                 new FileOutputStream(FileDescriptor.out).getChannel()));
+    }
+
+    /** Writes what was printed there to standard output. Printing keeps its troubles to itself until it is asked. */
+    static void flushStandardOutput(PrintWriter printed) throws OutputException {
+        printed.flush();
+        if (System.out.checkError()) {
+            throw isPipe() ? new OutputException.ClosedPipe(null)
+                    : new OutputException("standard output: cannot be written", null);
+        }
     }
 
     /** Whether standard output leads to another program. */

@@ -55,7 +55,7 @@ final class PngPictures implements PictureOutput {
             try (picture; OutputFile output = OutputFile.create(file)) {
                 output.write(encode(image(picture)));
                 output.finish();
-            } catch (IOException | RuntimeException | OutOfMemoryError e) {
+            } catch (Throwable e) { // thrown again by the caller's thread
                 failure.compareAndSet(null, e);
             }
         });

@@ -11,6 +11,9 @@ import kiv.media.ffmpeg.Rational;
  */
 final class SampleClock {
 
+    /** Damaged files tell any times; with these there is room for sums. */
+    private static final BigInteger LATEST = BigInteger.ONE.shiftLeft(60);
+
     private final BigInteger factor;
     private final BigInteger divisor;
     private final boolean coarse;
@@ -46,16 +49,19 @@ final class SampleClock {
         BigInteger doubled = time.shiftLeft(1);
         if (coarse && started) {
             // The container's time stands for everything from half a unit before it to half a unit behind it.
-            long first = floor(floor(doubled.subtract(BigInteger.ONE).multiply(factor), divisor), BigInteger.TWO)
-                    .longValueExact();
+            long first = bounded(floor(floor(doubled.subtract(BigInteger.ONE).multiply(factor), divisor), BigInteger.TWO));
             BigInteger above = ceiling(doubled.add(BigInteger.ONE).multiply(factor), divisor);
-            long last = floor(above.add(BigInteger.ONE), BigInteger.TWO).longValueExact();
+            long last = bounded(floor(above.add(BigInteger.ONE), BigInteger.TWO));
             long unit = last - first;
             if (next >= first - unit && next <= last + unit) {
                 return Math.max(first, Math.min(last, next));
             }
         }
-        return floor(doubled.multiply(factor).add(divisor), divisor.shiftLeft(1)).longValueExact();
+        return bounded(floor(doubled.multiply(factor).add(divisor), divisor.shiftLeft(1)));
+    }
+
+    private static long bounded(BigInteger samples) {
+        return samples.min(LATEST).max(LATEST.negate()).longValue();
     }
 
     private static BigInteger floor(BigInteger value, BigInteger by) {

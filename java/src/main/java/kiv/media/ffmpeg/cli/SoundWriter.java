@@ -5,6 +5,7 @@ import java.nio.ByteBuffer;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.List;
+import java.util.function.Consumer;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.AudioDecoder;
@@ -21,6 +22,8 @@ final class SoundWriter implements AutoCloseable {
     private static final int LEAST_GAPS_A_SECOND = 20;
     /** More samples than there are, from which any time can be subtracted. */
     private static final long FOREVER = Long.MAX_VALUE / 2;
+    /** A WAV file's header tells lengths in 32 bits; with room for the header itself. */
+    private static final long MOST_BYTES = (1L << 32) - 128;
 
     private final MediaStream sound;
     private final Path file;
@@ -28,9 +31,10 @@ final class SoundWriter implements AutoCloseable {
     private final AudioFileWriter writer;
     private final SampleClock clock;
     private final DecodeObserver observer;
+    private final Consumer<String> warnings;
     /** First sample of the part and the one behind it, from the container's zero. */
     private final long begin;
-    private final long end;
+    private long end;
     private long frames;
     private long damaged;
     private long next;
@@ -46,14 +50,16 @@ final class SoundWriter implements AutoCloseable {
      * @param range the part to write
      * @param start the file's beginning from the container's zero
      * @param observer sees what is written
+     * @param warnings told in a line when the file is full
      * @throws OutputException when the file cannot be written
      */
     SoundWriter(MediaStream sound, AudioDecoder decoder, Path file, TimeRange range, Duration start,
-            DecodeObserver observer) throws OutputException {
+            DecodeObserver observer, Consumer<String> warnings) throws OutputException {
         this.sound = sound;
         this.file = file;
         this.decoder = decoder;
         this.observer = observer;
+        this.warnings = warnings;
         this.clock = new SampleClock(sound.timeBase(), decoder.format().sampleRate());
         this.begin = range.from() == null ? -FOREVER : samples(range.from().plus(start));
         this.end = range.to() == null ? FOREVER : samples(range.to().plus(start));
@@ -70,8 +76,20 @@ final class SoundWriter implements AutoCloseable {
 
     private long samples(Duration time) {
         long rate = decoder.format().sampleRate();
-        return Math.addExact(Math.multiplyExact(time.getSeconds(), rate),
-                Math.round((double) time.getNano() * rate / NANOS));
+        // Damaged files tell any times.
+        long seconds = Math.max(-FOREVER / rate, Math.min(FOREVER / rate, time.getSeconds()));
+        return seconds * rate + Math.round((double) time.getNano() * rate / NANOS);
+    }
+
+    /** Ends the part at some time from the container's zero, if not before. */
+    void endAt(Duration time) {
+        end = Math.min(end, samples(time));
+        done |= started && next >= end;
+    }
+
+    /** Whether some of a packet's sound is heard before a time from the container's zero, as far as it tells. */
+    boolean beginsBefore(Packet packet, Duration time) {
+        return sound.time(packet.presentationTime()).map(begins -> begins.compareTo(time) < 0).orElse(true);
     }
 
     boolean accepts(Packet packet) {
@@ -108,10 +126,6 @@ final class SoundWriter implements AutoCloseable {
         return done;
     }
 
-    MediaStream stream() {
-        return sound;
-    }
-
     /** Samples of a channel so far. */
     long frames() {
         return frames;
@@ -123,10 +137,6 @@ final class SoundWriter implements AutoCloseable {
 
     double seconds() {
         return (double) frames / decoder.format().sampleRate();
-    }
-
-    Path file() {
-        return file;
     }
 
     /** What there was, in one line. */
@@ -176,6 +186,11 @@ final class SoundWriter implements AutoCloseable {
 
     private void write(AudioBlock block, int first, int last, long time) throws OutputException {
         int size = block.channels() * Short.BYTES;
+        if ((frames + last - first) * size > MOST_BYTES) {
+            warnings.accept(file + ": a WAV file holds no more than 4 GiB, and the rest of the sound is left out");
+            done = true;
+            return;
+        }
         ByteBuffer part = block.data().slice(first * size, (last - first) * size);
         byte[] pcm = new byte[part.remaining()];
         part.duplicate().get(pcm);

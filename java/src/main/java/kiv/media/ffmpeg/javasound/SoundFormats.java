@@ -9,6 +9,8 @@ import javax.sound.sampled.AudioFileFormat;
 import javax.sound.sampled.AudioFormat;
 import javax.sound.sampled.AudioFormat.Encoding;
 import javax.sound.sampled.AudioSystem;
+import kiv.media.ffmpeg.FfmpegLibrary;
+import kiv.media.ffmpeg.LibraryException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.WaveFormat;
@@ -80,9 +82,24 @@ final class SoundFormats {
 
     /** Whether sound of some format can be decoded here. */
     static boolean isDecodable(AudioFormat format) {
-        return (format.getProperty(WAVE_FORMAT) instanceof WaveFormat
-                || SELF_FRAMING.contains(format.getEncoding().toString()))
-                && format.getSampleRate() > 0 && format.getChannels() > 0;
+        boolean ours = format.getProperty(WAVE_FORMAT) instanceof WaveFormat;
+        boolean known = ours || SELF_FRAMING.contains(format.getEncoding().toString());
+        // What others opened is left to others where nothing can be decoded here: the system asks only one provider.
+        return known && format.getSampleRate() > 0 && format.getChannels() > 0 && (ours || Library.IS_THERE);
+    }
+
+    /** Looked for when it is first needed. */
+    private static final class Library {
+        static final boolean IS_THERE = isThere();
+
+        private static boolean isThere() {
+            try {
+                FfmpegLibrary.load();
+                return true;
+            } catch (LibraryException e) {
+                return false;
+            }
+        }
     }
 
     /** What decoding makes of a format. */
