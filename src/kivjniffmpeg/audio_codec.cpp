@@ -28,10 +28,12 @@ c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp
     if (dsc_src_format->sample_rate() != dsc_dst_format->sample_rate())
         throw_ffmpeg_exception(1611, "audio formats have different sample rate: src=", dsc_src_format->sample_rate(),
                                " dst=", dsc_dst_format->sample_rate());
-    if (is_decoder())
+    if (is_decoder()) {
+        TRACE_LINE(im_level_debug, "%s#%s(): request_sample_fmt=%d", static_cast<int>(dsc_dst_format->sample_format()));
         dsc_codec_ctx.set_extradata(dsc_src_format->specific_hdr());
-    else
+    } else {
         choose_sample_format();
+    }
     trace_formats();
 }
 
@@ -84,7 +86,6 @@ void c_audiocodec::set_up_decoder()
     dsc_codec_ctx->sample_rate = dsl_src.sample_rate();
     dsc_codec_ctx->request_channel_layout = dsc_dst_format->channel_layout();
     dsc_codec_ctx->request_sample_fmt = dsc_dst_format->sample_format();
-    TRACE_LINE(im_level_debug, "%s#%s(): request_sample_fmt=%d", static_cast<int>(dsc_dst_format->sample_format()));
     dsc_codec_ctx->block_align = dsl_src.frame_size();
     dsc_codec_ctx->bits_per_coded_sample = dsl_src.bits_per_sample(); // the IMA ADPCM decoder does not open without it
 }
@@ -119,8 +120,7 @@ bool c_audiocodec::close()
     TRACE_FUNCTION("close", 3);
     reset();
     if (is_open()) {
-        set_open(false);
-        g_avcodec.avcodec_close(dsc_codec_ctx.context());
+        close_in_ffmpeg(dsc_codec_ctx);
         if (!is_decoder())
             dsc_codec_ctx->extradata_size = 0; // the bytes were the encoder's and are gone
     }

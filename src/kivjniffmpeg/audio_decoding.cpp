@@ -69,8 +69,8 @@ int32_t c_audiocodec::decode_frames(std::unique_ptr<c_avpacket> dsp_packet, cons
     TRACE_FUNCTION("decode", 3);
     c_decoder_progress dsl_progress;
     while (dsp_packet->size() > 0) {
-        TRACE_LINE(im_level_debug, "%s#%s(): bytes_in_queue=%u outlen=%u packet->size=%d", dsc_output_queue.bytes(),
-                   dsp_block.umc_outlen, dsp_packet->size());
+        TRACE_LINE(im_level_debug, "%s#%s(): bytes_in_queue=%u outlen=%u packet->size=%d",
+                   static_cast<uint32_t>(dsc_output_queue.bytes()), dsp_block.umc_outlen, dsp_packet->size());
         if (dsp_packet->size() <= in_incomplete && !dsp_block.bc_last) {
             keep_pending(*dsp_packet);
             return ie_audio_done;
@@ -97,6 +97,7 @@ int c_audiocodec::call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_bloc
         return in_error_not_open;
     // The caller gets a block's timestamp back with the block; the decoder is given none.
     dsp_packet.initialise();
+    dsp_packet.guard_side_data();
     c_avframe dsl_frame;
     int inl_got_frame = 0;
     const int inl_consumed = g_avcodec.avcodec_decode_audio4(dsc_codec_ctx.context(), dsl_frame.frame(), &inl_got_frame,
@@ -202,7 +203,6 @@ void c_audiocodec::convert(c_avframe &dsp_frame, const c_aformat &dsp_format)
     const auto iml_converted_size = static_cast<int32_t>(ill_size);
     TRACE_LINE(im_level_debug, "%s#%s(): iml_converted_size=%d", iml_converted_size);
     auto dsl_native = std::make_unique<c_native_buffer>(iml_converted_size, 16);
-    dsl_native->set_statistics_kind(ie_statistics_audio);
     dsl_native->add_reference();
     c_framebuffer_reference dsl_buffer(dsl_native.release());
     set_up_resampler(dsp_format);

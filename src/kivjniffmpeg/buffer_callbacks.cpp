@@ -139,6 +139,20 @@ template <class WORK> int without_exceptions(const char *strp_name, const char *
     }
 }
 
+void trace_video_buffers()
+{
+    TRACE_FUNCTION("avcodec_custom_release_buffer", 3);
+    TRACE_LINE(im_level_debug, "%s#%s(): vallocs=%d vfrees=%d vbuffers=%d", g_buffer_statistics.vallocs.load(),
+               g_buffer_statistics.vfrees.load(), g_buffer_statistics.vbuffers.load());
+}
+
+void trace_audio_buffers()
+{
+    TRACE_FUNCTION("avcodec_custom_release_buffer", 3);
+    TRACE_LINE(im_level_debug, "%s#%s(): aallocs=%d afrees=%d abuffers=%d", g_buffer_statistics.aallocs.load(),
+               g_buffer_statistics.afrees.load(), g_buffer_statistics.abuffers.load());
+}
+
 } // namespace
 
 int avcodec_custom_get_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
@@ -165,15 +179,9 @@ void avcodec_custom_release_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
     if (auto *adsl_buffer = static_cast<ca_ffmpeg_buffer *>(adsp_pic->opaque); adsl_buffer != nullptr) {
         TRACE_LINE(im_level_debug, "%s#%s(): ff_buf=%p ref=%d refcount=%d", static_cast<const void *>(adsl_buffer),
                    adsp_pic->reference, adsl_buffer->reference_count());
-        const bool bl_last = adsl_buffer->reference_count() == 1;
-        ffmpeg_release_framebuffer(adsl_buffer);
         adsp_pic->opaque = nullptr;
-        if (bl_last && adsp_s->codec_type != AVMEDIA_TYPE_AUDIO)
-            TRACE_LINE(im_level_debug, "%s#%s(): vallocs=%d vfrees=%d vbuffers=%d", g_buffer_statistics.vallocs.load(),
-                       g_buffer_statistics.vfrees.load(), g_buffer_statistics.vbuffers.load());
-        else if (bl_last)
-            TRACE_LINE(im_level_debug, "%s#%s(): aallocs=%d afrees=%d abuffers=%d", g_buffer_statistics.aallocs.load(),
-                       g_buffer_statistics.afrees.load(), g_buffer_statistics.abuffers.load());
+        ffmpeg_release_framebuffer(adsl_buffer, adsp_s->codec_type == AVMEDIA_TYPE_AUDIO ? &trace_audio_buffers
+                                                                                         : &trace_video_buffers);
     }
     ++g_buffer_statistics.buffer_release;
     TRACE_LINE(im_level_debug, "%s#%s(): buffer_get=%d buffer_release=%d", g_buffer_statistics.buffer_get.load(),

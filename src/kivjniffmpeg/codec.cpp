@@ -39,3 +39,9 @@ bool c_codec::open_in_ffmpeg(c_avcodec_ctx &dsp_context, const c_avcodec &dsp_co
     bc_open = inl_err >= 0;
     return bc_open;
 }
+
+void c_codec::close_in_ffmpeg(c_avcodec_ctx &dsp_context)
+{
+    bc_open = false;
+    g_avcodec.avcodec_close(dsp_context.context());
+}

@@ -95,9 +95,9 @@ protected:
 
     c_codec(c_ffmpeg *adsp_ffmpeg, std::string strp_name);
 
-    void set_open(bool bp_open) noexcept { bc_open = bp_open; }
     /** What open() ends with; the failure is told in a line of @p dsl_trace. */
     bool open_in_ffmpeg(c_avcodec_ctx &dsp_context, const c_avcodec &dsp_codec, const c_trace &dsl_trace);
+    void close_in_ffmpeg(c_avcodec_ctx &dsp_context);
 
 private:
     c_ffmpeg_reference dsc_ffmpeg;

@@ -37,7 +37,7 @@ std::unique_ptr<c_direct_buffer> c_direct_buffer::allocate(c_ffmpeg *adsp_ffmpeg
     const std::array<jint, 10> aiml_sizes{
         1,          iml_size,        dsp_layout.imc_align, imp_width,       dsp_layout.imc_scanheight,
         dsp_format, aiml_offsets[0], aiml_offsets[1],      aiml_offsets[2], aiml_offsets[3]};
-    dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_layout.get(), aiml_sizes);
+    dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_layout.get(), aiml_sizes, dsl_trace);
     dsl_buffer->take_memory(dsl_env, iml_size, dsp_layout.imc_align);
     return dsl_buffer;
 }

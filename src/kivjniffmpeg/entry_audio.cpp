@@ -9,7 +9,10 @@
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <memory>
+#include <utility>
 
 using kiv::jni::c_jbytearray;
 using kiv::jni::c_jbytearray_rw;
@@ -40,13 +43,16 @@ std::unique_ptr<c_aformat> read_format(const c_jnienv &dsp_env, jintArray avop_f
 }
 
 /** Makes an open codec; null when FFmpeg refuses to open it. */
-jlong create_codec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src, std::unique_ptr<c_aformat> dsp_dst)
+jlong create_codec(const c_jnienv &dsp_env, c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src,
+                   std::unique_ptr<c_aformat> dsp_dst)
 {
     auto dsl_codec = std::make_unique<c_audiocodec>(adsp_ffmpeg, std::move(dsp_src), std::move(dsp_dst));
     if (!dsl_codec->open()) {
         dsl_codec->close();
         return 0;
     }
+    if (dsp_env.exception_pending()) // of the receiver of trace lines; Java would never learn the handle
+        throw kiv::jni::c_jniexception("print_info");
     return to_handle(dsl_codec.release());
 }
 
@@ -108,7 +114,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
         auto dsl_src = read_format(dsp_env, avop_format, avop_header);
         TRACE_LINE(im_level_debug, "%s#%s(): src_format: %s", dsl_src->to_string().c_str());
         auto dsl_dst = c_aformat::pcm16(dsl_src->channels(), dsl_src->sample_rate());
-        return create_codec(adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
+        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
     });
 }
 
@@ -121,7 +127,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
         auto dsl_dst = read_format(dsp_env, avop_format, avop_header);
         TRACE_LINE(im_level_debug, "%s#%s(): dst_format: %s", dsl_dst->to_string().c_str());
         auto dsl_src = c_aformat::pcm16(dsl_dst->channels(), dsl_dst->sample_rate());
-        return create_codec(adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
+        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
     });
 }
 
@@ -181,9 +187,9 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_
             throw_ffmpeg_exception(2868, "corrupt processed_len=", dsl_out.imc_processed_len);
         dsl_params[0] += dsl_out.imc_processed_len;
         dsl_params[1] -= dsl_out.imc_processed_len;
-        if (iml_room < int64_t{dsl_queue.bytes()}) {
+        if (std::cmp_less(iml_room, dsl_queue.bytes())) {
             dsl_params[5] = 0;
-            dsl_params[6] = static_cast<jint>(dsl_queue.bytes());
+            dsl_params[6] = static_cast<jint>(std::min<uint64_t>(dsl_queue.bytes(), INT32_MAX));
             dsl_params.write();
             return ie_out_too_small;
         }
@@ -211,7 +217,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_
                                                                                         jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_1delete", 1);
-    delete_codec<c_audiocodec>(adsp_env, ilp_codec, dsl_trace);
+    delete_codec<c_audiocodec>(adsp_env, ilp_codec, dsl_trace, true);
 }
 
 JNIEXPORT jbyteArray JNICALL

@@ -33,8 +33,12 @@ template <class CODEC> jstring name_of(JNIEnv *adsp_env, jlong ilp_codec)
     });
 }
 
-/** Closes and deletes the codec, and with it the context if this was its last holder. */
-template <class CODEC> void delete_codec(JNIEnv *adsp_env, jlong ilp_codec, const c_trace &dsl_trace)
+/**
+ * Closes and deletes the codec, and with it the context if this was its last holder.
+ *
+ * @param bp_tells whether the end of the context is told in a line
+ */
+template <class CODEC> void delete_codec(JNIEnv *adsp_env, jlong ilp_codec, const c_trace &dsl_trace, bool bp_tells)
 {
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
         std::unique_ptr<c_codec> dsl_codec(codec_of<CODEC>(ilp_codec));
@@ -42,6 +46,8 @@ template <class CODEC> void delete_codec(JNIEnv *adsp_env, jlong ilp_codec, cons
         adsl_ffmpeg->add_holder(); // so that the last line below has a context to tell of
         dsl_codec->close();
         dsl_codec.reset();
+        if (bp_tells && adsl_ffmpeg->has_one_holder())
+            TRACE_LINE(im_level_debug, "%s#%s(): destroy ffmpeg structure%s", "");
         const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
         TRACE_LINE(im_level_debug, "%s#%s(): counter=%d", iml_counter);
     });

@@ -216,7 +216,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_
                                                                                         jlong ilp_codec)
 {
     TRACE_FUNCTION("Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_1delete", 1);
-    delete_codec<c_videocodec>(adsp_env, ilp_codec, dsl_trace);
+    delete_codec<c_videocodec>(adsp_env, ilp_codec, dsl_trace, false);
 }
 
 JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1get_1vcodec_1dst_1format(JNIEnv *adsp_env,

@@ -123,6 +123,7 @@ inline constexpr int FF_BUFFER_TYPE_USER = 2;           /**< the buffer came fro
 inline constexpr int FF_COMPLIANCE_EXPERIMENTAL = -2;   /**< experimental encoders may open */
 inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that FFmpeg wants behind its input */
 inline constexpr int SWS_FAST_BILINEAR = 1;
+inline constexpr int CODEC_FLAG2_SKIP_MANUAL = 1 << 29; /**< samples that packets call superfluous stay */
 inline constexpr int AVFMT_FLAG_CUSTOM_IO = 0x80; /**< pb is the caller's and stays when the container is closed */
 inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< packets get no side data appended to their bytes */
 inline constexpr int AVSEEK_SIZE = 0x10000;               /**< a seek callback is asked for the size instead */
@@ -205,6 +206,15 @@ struct AVFrame
     uint8_t autc_tail[16];
 };
 
+/** What comes with a packet's bytes. */
+struct AVPacketSideData
+{
+    uint8_t *data;
+    int size;
+    int type;
+};
+inline constexpr int AV_PKT_DATA_PALETTE = 0; /**< 256 colours of 32 bits */
+
 /** One compressed packet. The library allocates it with av_malloc, so the size is pinned too. */
 struct AVPacket
 {
@@ -250,6 +260,7 @@ struct AVCodecContext
     int bit_rate;
     uint8_t autc_gap3[12];
     int flags;
+    int flags2;
     uint8_t *extradata;
     int extradata_size;
     AVRational time_base;
@@ -335,7 +346,8 @@ struct AVStream
 {
     int index;
     AVCodecContext *codec;
-    uint8_t autc_gap0[32];
+    void *priv_data;
+    uint8_t autc_gap0[24];
     AVRational time_base;
     int64_t start_time;
     int64_t duration;
@@ -405,6 +417,10 @@ static_assert(offsetof(AVFrame, color_range) == 560);
 static_assert(offsetof(AVFrame, colorspace) == 572);
 static_assert(offsetof(AVFrame, channels) == 620);
 static_assert(sizeof(AVFrame) == 640);
+static_assert(offsetof(AVPacketSideData, data) == 0);
+static_assert(offsetof(AVPacketSideData, size) == 8);
+static_assert(offsetof(AVPacketSideData, type) == 12);
+static_assert(sizeof(AVPacketSideData) == 16);
 static_assert(offsetof(AVPacket, buf) == 0);
 static_assert(offsetof(AVPacket, pts) == 8);
 static_assert(offsetof(AVPacket, dts) == 16);
@@ -431,6 +447,7 @@ static_assert(offsetof(AVCodecContext, codec_tag) == 60);
 static_assert(offsetof(AVCodecContext, opaque) == 88);
 static_assert(offsetof(AVCodecContext, bit_rate) == 96);
 static_assert(offsetof(AVCodecContext, flags) == 112);
+static_assert(offsetof(AVCodecContext, flags2) == 116);
 static_assert(offsetof(AVCodecContext, extradata) == 120);
 static_assert(offsetof(AVCodecContext, extradata_size) == 128);
 static_assert(offsetof(AVCodecContext, time_base) == 132);
@@ -474,6 +491,7 @@ static_assert(offsetof(AVInputFormat, long_name) == 8);
 static_assert(offsetof(AVInputFormat, flags) == 16);
 static_assert(offsetof(AVStream, index) == 0);
 static_assert(offsetof(AVStream, codec) == 8);
+static_assert(offsetof(AVStream, priv_data) == 16);
 static_assert(offsetof(AVStream, time_base) == 48);
 static_assert(offsetof(AVStream, start_time) == 56);
 static_assert(offsetof(AVStream, duration) == 64);

@@ -53,11 +53,13 @@ void ca_ffmpeg_buffer::set_memory(uint8_t *autp_allocation, uint8_t *autp_data, 
     imc_data_size = imp_capacity;
 }
 
-void ffmpeg_release_framebuffer(ca_ffmpeg_buffer *adsp_buffer)
+void ffmpeg_release_framebuffer(ca_ffmpeg_buffer *adsp_buffer, void (*adsp_before_deletion)())
 {
     TRACE_FUNCTION("ffmpeg_release_framebuffer", 3);
     if (adsp_buffer == nullptr || adsp_buffer->drop_reference() != 0)
         return;
     count_freed(adsp_buffer->statistics_kind());
+    if (adsp_before_deletion != nullptr)
+        adsp_before_deletion();
     delete adsp_buffer;
 }

@@ -86,8 +86,12 @@ private:
     int32_t imc_reference_word;
 };
 
-/** Drops one reference; the last one counts the buffer as freed and deletes it. Null does nothing. */
-void ffmpeg_release_framebuffer(ca_ffmpeg_buffer *adsp_buffer);
+/**
+ * Drops one reference; the last one counts the buffer as freed and deletes it. Null does nothing.
+ *
+ * @param adsp_before_deletion called between the two, when it is not null
+ */
+void ffmpeg_release_framebuffer(ca_ffmpeg_buffer *adsp_buffer, void (*adsp_before_deletion)() = nullptr);
 
 /** Holds one reference to a buffer. */
 class c_framebuffer_reference

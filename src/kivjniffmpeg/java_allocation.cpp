@@ -25,9 +25,9 @@ c_java_allocation::~c_java_allocation()
         c_jnienv(adsl_env).delete_global_ref(avoc_objects);
 }
 
-void c_java_allocation::allocate(const c_jnienv &dsp_env, jintArray avop_layout, std::span<const jint> aimp_sizes)
+void c_java_allocation::allocate(const c_jnienv &dsp_env, jintArray avop_layout, std::span<const jint> aimp_sizes,
+                                 const c_trace &dsl_trace)
 {
-    TRACE_FUNCTION("allocate", 3);
     const auto iml_count = static_cast<jsize>(aimp_sizes.size());
     const c_local_ref dsl_sizes(dsp_env.raw(), dsp_env.new_jint_array(iml_count));
     dsp_env.set_array_region(dsl_sizes.get(), 0, iml_count, aimp_sizes.data());

@@ -7,6 +7,8 @@
 
 #include <span>
 
+class c_trace;
+
 /**
  * What one successful m_vcodec_alloc_buffer gave: an Object[4] that Java filled. Element 0 is the memory, element 3 the
  * object that the process call stores in its out array; 1 and 2 are Java's own.
@@ -27,10 +29,12 @@ public:
      *
      * @param avop_layout the description of the picture
      * @param aimp_sizes becomes the callback's second int array
+     * @param dsl_trace names who asks
      * @throws c_ffmpeg_exception "java buffer allocator failed" when Java says false
      * @throws kiv::jni::c_jniexception when Java threw, which is then pending
      */
-    void allocate(const kiv::jni::c_jnienv &dsp_env, jintArray avop_layout, std::span<const jint> aimp_sizes);
+    void allocate(const kiv::jni::c_jnienv &dsp_env, jintArray avop_layout, std::span<const jint> aimp_sizes,
+                  const c_trace &dsl_trace);
 
     /** Local reference to the memory, which may be anything that Java put there. */
     jobject memory(const kiv::jni::c_jnienv &dsp_env) const;

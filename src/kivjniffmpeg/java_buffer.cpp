@@ -61,7 +61,7 @@ std::unique_ptr<c_java_buffer> c_java_buffer::allocate(c_ffmpeg *adsp_ffmpeg, co
                                                                dsp_request.aimc_linesizes, dsp_request.imc_scanheight));
     const std::array<jint, 5> aiml_sizes{1, iml_size, dsp_request.imc_align, dsp_request.imc_width,
                                          dsp_request.imc_scanheight};
-    dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_model.get(), aiml_sizes);
+    dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_model.get(), aiml_sizes, dsl_trace);
     dsl_buffer->open_elements(dsl_env, iml_size, dsp_request.imc_align);
     return dsl_buffer;
 }

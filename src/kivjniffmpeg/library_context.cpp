@@ -116,6 +116,12 @@ void c_ffmpeg::add_holder()
     add_reference();
 }
 
+bool c_ffmpeg::has_one_holder() const
+{
+    const c_mutex_lock dsl_lock(s_library_mutex);
+    return reference_count() == 1;
+}
+
 int32_t c_ffmpeg::drop_holder(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env)
 {
     int32_t iml_left = 0;

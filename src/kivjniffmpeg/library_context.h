@@ -63,6 +63,8 @@ public:
 
     /** Takes a reference under the library mutex. */
     void add_holder();
+    /** Whether the caller's reference is the only one. */
+    bool has_one_holder() const;
     /**
      * Gives a reference back under the library mutex; the last one destroys and deletes the context.
      *

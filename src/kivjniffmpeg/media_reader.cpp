@@ -4,7 +4,11 @@
 #include "trace/trace.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -77,6 +81,9 @@ c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, job
     if (inl_result < 0)
         throw_ffmpeg_exception(2608, "opening as ", adsl_format->name, " failed: ", error_text(inl_result));
     forbid_nested_formats();
+    // Streams are looked at by decoding some of them, and what packets say of superfluous samples is not checked there.
+    for (AVStream *adsl_stream : std::span(dsc_format.context()->streams, dsc_format.context()->nb_streams))
+        adsl_stream->codec->flags2 |= CODEC_FLAG2_SKIP_MANUAL;
     examine_streams(dsp_env);
     TRACE_LINE(im_level_debug, "%s#%s(): format=%s streams=%u", format_name(), dsc_format.context()->nb_streams);
     dsc_source.check(dsp_env);
@@ -198,7 +205,27 @@ bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
         return false;
     if (inl_result < 0)
         throw_ffmpeg_exception(2612, "reading packet failed: ", error_text(inl_result));
+    dsp_packet.append_palette();
     return true;
+}
+
+// FFmpeg's reader of AVI ends the process when it seeks with units of time that a fraction of its own could not hold.
+bool c_mediareader::has_exact_time_bases() const noexcept
+{
+    if (std::string_view(format_name()) != "avi")
+        return true;
+    return std::ranges::all_of(
+        std::span(dsc_format.context()->streams, dsc_format.context()->nb_streams), [](const AVStream *adsp_stream) {
+            if (adsp_stream->priv_data == nullptr)
+                return true;
+            // What the reader keeps of a stream's header: a frame's offset, three integers, then the unit of time.
+            std::array<uint32_t, 2> auml_unit{};
+            constexpr size_t uml_offset = 20;
+            std::memcpy(auml_unit.data(), static_cast<const uint8_t *>(adsp_stream->priv_data) + uml_offset,
+                        sizeof auml_unit);
+            const double fll_base = static_cast<double>(adsp_stream->time_base.num) / adsp_stream->time_base.den;
+            return std::abs(fll_base - static_cast<double>(auml_unit[0]) / auml_unit[1]) < fll_base * 1e-8;
+        });
 }
 
 void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags)
@@ -208,6 +235,8 @@ void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t il
         static_cast<void>(stream_at(imp_stream));
     if ((imp_flags & ~(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY)) != 0)
         throw_ffmpeg_exception(2613, "unknown seek flags: ", imp_flags);
+    if (!has_exact_time_bases())
+        throw_ffmpeg_exception(2615, "cannot seek, the file's units of time are impossible");
     const int inl_result = g_avformat.av_seek_frame(dsc_format.context(), imp_stream, ilp_time, imp_flags);
     dsc_source.check(dsp_env);
     if (inl_result < 0)

@@ -56,7 +56,11 @@ public:
     /** The stream's own bytes, valid until the next call that reads. @throws c_ffmpeg_exception for an index out of range */
     std::span<const uint8_t> extradata(int32_t imp_index) const;
 
-    /** Fills @p dsp_packet, which must be empty; false at the end. @throws c_ffmpeg_exception when reading fails */
+    /**
+     * Fills @p dsp_packet, which must be empty; false at the end. Behind the bytes there is the palette that comes with
+     * them, if one does: decoders know it by its mark, and have no other from most containers.
+     *
+     * @throws c_ffmpeg_exception when reading fails */
     bool read(const kiv::jni::c_jnienv &dsp_env, c_avpacket &dsp_packet);
 
     /**
@@ -71,6 +75,7 @@ private:
     void forbid_nested_formats() const;
     void examine_streams(const kiv::jni::c_jnienv &dsp_env) const;
     const AVStream &stream_at(int32_t imp_index) const;
+    bool has_exact_time_bases() const noexcept;
 
     c_ffmpeg_reference dsc_ffmpeg;
     c_mediasource dsc_source; // outlives the format context, which reads it

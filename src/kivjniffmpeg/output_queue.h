@@ -20,9 +20,9 @@ public:
     /** Bytes in the first buffer; there must be one. */
     int32_t front_size() const noexcept { return dsc_buffers.front()->data_size(); }
     /** Bytes in all of them. */
-    uint32_t bytes() const noexcept { return umc_bytes; }
+    uint64_t bytes() const noexcept { return ulc_bytes; }
 
 private:
     std::deque<c_framebuffer_reference> dsc_buffers;
-    uint32_t umc_bytes = 0;
+    uint64_t ulc_bytes = 0;
 };

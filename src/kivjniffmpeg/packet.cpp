@@ -3,9 +3,42 @@
 #include "kivjniffmpeg/ffmpeg_loader.h"
 #include "trace/trace.h"
 
+#include <algorithm>
+#include <array>
 #include <climits>
 #include <cstring>
 #include <new>
+#include <span>
+
+namespace
+{
+
+/** Side data of a kind that there is not: with some already, FFmpeg does not look for more in the bytes. */
+AVPacketSideData g_no_side_data{nullptr, 0, INT_MAX};
+
+/** What FFmpeg writes behind a palette that is all of the side data: its size, its kind, the mark. */
+constexpr size_t um_palette_size = 256 * 4;
+constexpr std::array<uint8_t, 13> aut_palette_trailer{0,
+                                                      0,
+                                                      um_palette_size >> 8,
+                                                      um_palette_size & 0xFF,
+                                                      0x80 | AV_PKT_DATA_PALETTE,
+                                                      0x8C,
+                                                      0x4D,
+                                                      0x9D,
+                                                      0x10,
+                                                      0x8E,
+                                                      0x25,
+                                                      0xE9,
+                                                      0xFE};
+constexpr size_t um_mark_size = 8;
+
+bool ends_in(std::span<const uint8_t> utp_bytes, std::span<const uint8_t> utp_end)
+{
+    return utp_bytes.size() >= utp_end.size() && std::ranges::equal(utp_bytes.last(utp_end.size()), utp_end);
+}
+
+} // namespace
 
 c_avpacket::c_avpacket() : adsc_packet(static_cast<AVPacket *>(g_avutil.av_malloc(sizeof(AVPacket))))
 {
@@ -30,8 +63,38 @@ void c_avpacket::initialise() noexcept
     g_avcodec.av_init_packet(adsc_packet);
 }
 
+void c_avpacket::guard_side_data() noexcept
+{
+    const std::span utl_bytes(data(), static_cast<size_t>(size()));
+    if (!ends_in(utl_bytes, std::span(aut_palette_trailer).last(um_mark_size)) ||
+        (ends_in(utl_bytes, aut_palette_trailer) && utl_bytes.size() >= um_palette_size + aut_palette_trailer.size()))
+        return;
+    adsc_packet->side_data = &g_no_side_data;
+    adsc_packet->side_data_elems = 1;
+}
+
+void c_avpacket::append_palette()
+{
+    for (int inl_index = 0; inl_index < adsc_packet->side_data_elems; ++inl_index) {
+        const AVPacketSideData &dsl_data = adsc_packet->side_data[inl_index];
+        if (dsl_data.type != AV_PKT_DATA_PALETTE || dsl_data.size != um_palette_size)
+            continue;
+        std::array<uint8_t, um_palette_size + aut_palette_trailer.size()> autl_palette{};
+        std::ranges::copy(aut_palette_trailer, std::copy_n(dsl_data.data, um_palette_size, autl_palette.begin()));
+        c_avpacket dsl_palette;
+        dsl_palette.set_data(autl_palette.data());
+        dsl_palette.set_size(static_cast<int>(autl_palette.size()));
+        merge(dsl_palette);
+        return;
+    }
+}
+
 void c_avpacket::free_payload() noexcept
 {
+    if (adsc_packet->side_data == &g_no_side_data) {
+        adsc_packet->side_data = nullptr;
+        adsc_packet->side_data_elems = 0;
+    }
     g_avcodec.av_free_packet(adsc_packet);
 }
 

@@ -31,6 +31,11 @@ public:
 
     /** av_init_packet: everything but data and size back to its default. */
     void initialise() noexcept;
+    /**
+     * Keeps FFmpeg from taking the end of the bytes for side data, which it does whenever they end in its mark, whoever
+     * put it there, and believes unchecked. A palette of the right size stays one. To be called before each decoding.
+     */
+    void guard_side_data() noexcept;
     /** av_free_packet: frees what FFmpeg allocated for the packet. */
     void free_payload() noexcept;
 
@@ -43,6 +48,9 @@ public:
      * @throws std::bad_alloc also when the sum exceeds what a packet can say; nothing has changed then
      */
     void merge(const c_avpacket &dsp_other);
+
+    /** Appends the palette among the side data, if there is one, as FFmpeg's decoders look for it. @throws std::bad_alloc */
+    void append_palette();
 
 private:
     uint8_t *autc_owned = nullptr;

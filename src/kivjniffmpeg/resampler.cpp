@@ -88,7 +88,7 @@ int c_swr_ctx::init()
 
 int32_t c_swr_ctx::most_out(int32_t imp_in)
 {
-    constexpr auto dsl_round_up = static_cast<AVRounding>(3);
+    constexpr auto dsl_round_up = AV_ROUND_UP;
     const int64_t ill_delay = g_swresample.swr_get_delay(adsc_swr, imc_in_rate);
     const int64_t ill_most = g_avutil.av_rescale_rnd(ill_delay + imp_in, imc_out_rate, imc_in_rate, dsl_round_up);
     return static_cast<int32_t>(std::clamp<int64_t>(ill_most, 0, INT_MAX));

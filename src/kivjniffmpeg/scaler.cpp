@@ -6,15 +6,24 @@
 namespace
 {
 
+constexpr int in_filters = 0x7FF; // SWS_FAST_BILINEAR to SWS_SPLINE
+constexpr int in_bilinear = 0x002;
+constexpr int in_point = 0x010;
 /** With so few rows, libswscale crashes when it makes another number of rows of them by cubic curves. */
 constexpr int im_too_few_rows = 4;
-constexpr int in_filters = 0x7FF;  // SWS_FAST_BILINEAR to SWS_SPLINE
-constexpr int in_bilinear = 0x002; // SWS_BILINEAR
+/**
+ * Its fast way divides by the width, or half of it, less two. The slower ways shrink a wide picture so far in two steps
+ * only, and crash when they do not get all of its rows; all but the one that takes every so manieth pixel.
+ */
+constexpr int im_too_few_columns = 4;
 
-int safe_flags(int inp_flags, int imp_src_height, int imp_dst_height)
+int safe_flags(int inp_flags, int imp_src_height, int imp_dst_width, int imp_dst_height)
 {
-    const bool bl_too_few = imp_src_height <= im_too_few_rows && imp_dst_height != imp_src_height;
-    return bl_too_few ? (inp_flags & ~in_filters) | in_bilinear : inp_flags;
+    if ((inp_flags & SWS_FAST_BILINEAR) != 0)
+        return imp_dst_width <= im_too_few_columns ? (inp_flags & ~in_filters) | in_point : inp_flags;
+    return imp_src_height <= im_too_few_rows && imp_dst_height != imp_src_height
+               ? (inp_flags & ~in_filters) | in_bilinear
+               : inp_flags;
 }
 
 } // namespace
@@ -35,7 +44,7 @@ SwsContext *c_sws_ctx::prepare(int imp_src_width, int imp_src_height, AVPixelFor
     // It frees the old state when the arguments differ, also when it then gives null: what it gives is all there is.
     adsc_sws = g_swscale.sws_getCachedContext(
         adsc_sws, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width, imp_dst_height, dsp_dst_format,
-        safe_flags(inp_flags, imp_src_height, imp_dst_height), nullptr, nullptr, nullptr);
+        safe_flags(inp_flags, imp_src_height, imp_dst_width, imp_dst_height), nullptr, nullptr, nullptr);
     return adsc_sws;
 }
 

@@ -155,9 +155,8 @@ bool c_videocodec::close()
 {
     TRACE_FUNCTION("close", 3);
     if (is_open()) {
-        set_open(false);
         utc_begun_start_code.clear();
-        g_avcodec.avcodec_close(dsc_codec_ctx.context());
+        close_in_ffmpeg(dsc_codec_ctx);
         dsc_lent_pictures.clear();
     }
     return true;
@@ -288,6 +287,7 @@ bool c_videocodec::decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_
     while (dsl_packet.size() > 0) {
         throw_if_pending();
         auto dsl_frame = std::make_unique<c_avframe>();
+        dsl_packet.guard_side_data();
         const int inl_consumed =
             g_avcodec.avcodec_decode_video2(adsl_context, dsl_frame->frame(), &imc_got_picture, dsl_packet.packet());
         throw_if_pending();
@@ -475,15 +475,15 @@ int32_t c_videocodec::hand_out(int32_t imp_flags, dsd_out_params &dsp_out)
     dsd_picture dsl_picture = std::move(dsc_decoded_pictures.front());
     dsc_decoded_pictures.pop_front();
     dsl_picture.dsc_frame->draw_debug_area();
-    ca_ffmpeg_buffer *adsl_buffer = dsl_picture.dsc_buffer.pass_on();
+    const ca_ffmpeg_buffer *adsl_buffer = dsl_picture.dsc_buffer.get();
     dsp_out.imc_data_offset = adsl_buffer->data_offset();
     dsp_out.imc_data_size = adsl_buffer->data_size();
     dsp_out.imc_buffer_word = adsl_buffer->reference_word();
     dsp_out.ilc_timestamp = (*dsl_picture.dsc_frame)->pkt_pts;
     dsp_out.dsc_picture = describe(*dsl_picture.dsc_frame->frame());
-    dsp_out.adsc_buffer = adsl_buffer;
     if (takes_direct_buffers())
         dsc_lent_pictures.push_back(std::move(dsl_picture.dsc_frame));
+    dsp_out.adsc_buffer = dsl_picture.dsc_buffer.pass_on(); // last: nothing may fail behind it
     if (!dsc_decoded_pictures.empty())
         return ie_picture_and_more;
     return std::exchange(bc_dst_format_changed, false) ? ie_picture_model_changed : ie_picture;

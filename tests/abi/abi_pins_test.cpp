@@ -78,6 +78,7 @@ TEST_F(abi, option_tables_have_the_fields_where_the_header_has_them)
     expect_offsets(avcodec<const AVClass *()>("avcodec_get_class")(),
                    {FIELD(AVCodecContext, "b", bit_rate),
                     FIELD(AVCodecContext, "flags", flags),
+                    FIELD(AVCodecContext, "flags2", flags2),
                     FIELD(AVCodecContext, "time_base", time_base),
                     FIELD(AVCodecContext, "delay", delay),
                     FIELD(AVCodecContext, "video_size", width),
@@ -104,6 +105,7 @@ TEST_F(abi, option_tables_have_the_fields_where_the_header_has_them)
 #undef FIELD
     const auto dsl_constants = options_of(avcodec<const AVClass *()>("avcodec_get_class")(), true);
     EXPECT_EQ(dsl_constants.at("emu_edge").ilc_default, CODEC_FLAG_EMU_EDGE);
+    EXPECT_EQ(dsl_constants.at("skip_manual").ilc_default, CODEC_FLAG2_SKIP_MANUAL);
     EXPECT_EQ(dsl_constants.at("truncated").ilc_default, CODEC_FLAG_TRUNCATED);
     EXPECT_EQ(dsl_constants.at("experimental").ilc_default, FF_COMPLIANCE_EXPERIMENTAL);
 }
