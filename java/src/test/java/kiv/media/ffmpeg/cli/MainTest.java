@@ -3,18 +3,17 @@ package kiv.media.ffmpeg.cli;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import com.fasterxml.jackson.core.JsonFactory;
+import com.fasterxml.jackson.core.JsonGenerator;
 import com.fasterxml.jackson.core.JsonParser;
-import java.awt.image.BufferedImage;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.PrintStream;
+import java.io.StringWriter;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
-import java.util.HashMap;
 import java.util.List;
 import java.util.Locale;
-import java.util.Map;
 import java.util.stream.Stream;
 import javax.imageio.ImageIO;
 import kiv.media.ffmpeg.AudioCodec;
@@ -24,7 +23,6 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Sounds;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.WaveFormat;
-import kiv.media.ffmpeg.exactness.Reference;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -46,12 +44,6 @@ class MainTest {
                 .map(word -> word.startsWith("media/") ? TestMedia.media(word.substring("media/".length())).toString()
                         : word.startsWith("streams/") ? TestMedia.stream(word.substring("streams/".length())).toString()
                         : word.replaceFirst("^tmp", directory.toString())).toArray(String[]::new);
-    }
-
-    static List<String> files(Path in) throws IOException {
-        try (Stream<Path> files = Files.exists(in) ? Files.list(in) : Stream.empty()) {
-            return files.map(file -> file.getFileName().toString()).sorted().toList();
-        }
     }
 
     static void writeWave(Path file, WaveFormat format, byte[] sound) throws IOException {
@@ -82,6 +74,10 @@ class MainTest {
         assertThat(run(line)).as(() -> line + ": " + errors).isZero();
     }
 
+    private String[] list(String place) {
+        return directory.resolve(place).toFile().list();
+    }
+
     private void assertTold(String... lines) {
         for (String line : lines) {
             assertThat(output.lines()).anyMatch(told -> told.matches(line));
@@ -91,28 +87,26 @@ class MainTest {
     @Test
     void picturesBecomeFiles() throws IOException {
         succeed("decode streams/h264_baseline_320x240.mp4 --out tmp/a/b");
-        assertThat(files(directory.resolve("a/b"))).hasSize(31).startsWith("h264_baseline_320x240-00001.png")
-                .endsWith("h264_baseline_320x240-00030.png", "index.html");
-        BufferedImage image = ImageIO.read(directory.resolve("a/b/h264_baseline_320x240-00001.png").toFile());
-        assertThat(image.getWidth()).isEqualTo(320);
-        assertThat(image.getHeight()).isEqualTo(240);
+        assertThat(list("a/b")).hasSize(31).contains("h264_baseline_320x240-00001.png",
+                "h264_baseline_320x240-00030.png", "index.html");
+        assertThat(ImageIO.read(directory.resolve("a/b/h264_baseline_320x240-00001.png").toFile()))
+                .matches(image -> image.getWidth() == 320 && image.getHeight() == 240);
         assertTold("codec +h264 \\(avc1\\)", "size +320x240", "pictures +30 decoded, 30 written to .*",
                 "time +.* s, .*");
         assertThat(errors.lines()).isNotEmpty().allMatch(line -> line.matches("decoding: \\d+ of 30 pictures"));
         succeed("decode media/balle-jbart.mp4 --out tmp/c --every 100 --limit 2 --format PNG --no-audio");
-        assertThat(files(directory.resolve("c"))).containsExactly("balle-jbart-00001.png", "balle-jbart-00101.png",
-                "index.html");
+        assertThat(list("c")).containsExactlyInAnyOrder("balle-jbart-00001.png", "balle-jbart-00101.png", "index.html");
     }
 
     @Test
     void soundBecomesAFileBesideThePictures() throws Exception {
         succeed("decode streams/h264_aac.mp4 --out tmp --every 1000");
-        assertThat(files(directory)).containsExactly("h264_aac-00001.png", "h264_aac.wav", "index.html");
+        assertThat(list("")).containsExactlyInAnyOrder("h264_aac-00001.png", "h264_aac.wav", "index.html");
         assertTold("sound +aac \\(mp4a\\), 44100 Hz, 2 channels, 46080 samples \\(0:00:01.044\\) written to .*.wav");
         byte[] whole = Files.readAllBytes(directory.resolve("h264_aac.wav"));
         assertThat(whole).hasSize(44 + 46080 * 4);
         succeed("decode streams/h264_aac.mp4 --out tmp/b --no-video");
-        assertThat(files(directory.resolve("b"))).containsExactly("h264_aac.wav", "index.html");
+        assertThat(list("b")).containsExactlyInAnyOrder("h264_aac.wav", "index.html");
         assertThat(directory.resolve("b/h264_aac.wav")).hasBinaryContent(whole);
         assertThat(output).doesNotContain("pictures");
         succeed("decode streams/wma2.asf --out tmp");
@@ -137,7 +131,7 @@ class MainTest {
                 "written +" + Files.size(directory.resolve(out)) + " bytes to .*" + out);
         succeed("decode tmp/" + out + " --out tmp/back");
         assertThat(Files.size(directory.resolve("back/out.wav")) - 44).isBetween(2L * rate, 2L * rate + 4 * 2048 * 2);
-        assertThat(files(directory)).containsExactly("back", "in.wav", out);
+        assertThat(list("")).containsExactlyInAnyOrder("back", "in.wav", out);
     }
 
     @Test
@@ -150,9 +144,8 @@ class MainTest {
             assertThat(output).contains("(not supported)");
         }
         succeed("info --json streams/mp3.mp3");
-        assertThat(json(output)).containsEntry("/container", "mp3").containsEntry("/streams/kind", "audio")
-                .containsEntry("/streams/sampleRate", "44100").containsEntry("/streams/bitRate", "128000")
-                .containsEntry("/streams/supported", "true").containsEntry("/streams/timeBase", "1/14112000");
+        assertThat(compact(output)).startsWith("{").contains("\"container\":\"mp3\"", "\"streams\":[{", "\"kind\":\"audio\"",
+                "\"sampleRate\":44100", "\"bitRate\":128000", "\"supported\":true", "\"timeBase\":\"1/14112000\"");
     }
 
     @Test
@@ -162,21 +155,19 @@ class MainTest {
         assertTold("H.264, Annex B +H264 +34363248-.* yes", "MP3 +0x0055 +yes +yes +mp3", "VoxWare +0x0075 +no +no");
         assertThat(output).doesNotContain("unnamed");
         succeed("formats --json");
-        assertThat(json(output)).containsEntry("/audio/tag", "27765").containsEntry("/audio/decode", "true");
+        assertThat(compact(output)).contains("\"audio\":[{", "\"tag\":27765,", "\"decode\":true");
     }
 
-    /** The last value under each path of names. */
-    private static Map<String, String> json(String text) throws IOException {
-        Map<String, String> values = new HashMap<>();
-        try (JsonParser parser = new JsonFactory().createParser(text)) {
-            while (parser.nextToken() != null) {
-                if (parser.currentToken().isScalarValue()) {
-                    values.put(parser.getParsingContext().pathAsPointer().toString().replaceAll("/\\d+", ""),
-                            parser.getText());
-                }
-            }
+    /** What JSON says, without spaces between. */
+    private static String compact(String json) throws IOException {
+        StringWriter compact = new StringWriter();
+        try (JsonParser parser = new JsonFactory().createParser(json);
+                JsonGenerator generator = new JsonFactory().createGenerator(compact)) {
+            parser.nextToken();
+            generator.copyCurrentStructure(parser);
+            assertThat(parser.nextToken()).as("all of it").isNull();
         }
-        return values;
+        return compact.toString();
     }
 
     @ParameterizedTest
@@ -191,19 +182,10 @@ class MainTest {
                 new String(ffmpeg(line.split(" ")[0], options + " -fflags +bitexact -f framemd5")));
     }
 
-    @Test
-    void hashesAreThoseOfTheSameLibrariesWhereNewerOnesGiveOtherBytes() {
-        for (String name : List.of("msmpeg4v2_320x240.avi", "wmv1_320x241.asf", "mpeg4_b_322x242.avi")) {
-            succeed("frames-md5 streams/" + name);
-            assertThat(output.lines().filter(line -> !line.startsWith("#")).map(line -> line.replaceAll(".* ", "")))
-                    .isEqualTo(Reference.decode(TestMedia.stream(name)).pictures().stream()
-                            .map(Reference.Picture::md5).toList());
-        }
-    }
-
-    private byte[] ffmpeg(String file, String options) throws IOException, InterruptedException {
-        String line = "ffmpeg -nostdin -v error -copyts -i streams/" + file + " " + options + " -";
-        Process process = new ProcessBuilder(words(line, directory)).redirectError(ProcessBuilder.Redirect.INHERIT).start();
+    static byte[] ffmpeg(String stream, String options) throws IOException, InterruptedException {
+        String line = "ffmpeg -nostdin -v error -copyts -i streams/" + stream + " " + options + " -";
+        Process process = new ProcessBuilder(words(line, Path.of("/"))).redirectError(ProcessBuilder.Redirect.INHERIT)
+                .start();
         byte[] output = process.getInputStream().readAllBytes();
         assertThat(process.waitFor()).isZero();
         return output;
@@ -270,7 +252,7 @@ class MainTest {
         String named = status == 1 || status == 3 ? words[1] : status == 4 ? words[words.length - 1] : "";
         assertThat(errors.lines()).singleElement().asString().startsWith("error: " + named).contains(reason);
         assertThat(output).isEmpty();
-        assertThat(files(directory)).containsExactly("deep.wav", "empty.mp4", "empty.wav", "in.wav", "text.mp4");
+        assertThat(list("")).containsExactlyInAnyOrder("text.mp4", "empty.mp4", "in.wav", "deep.wav", "empty.wav");
     }
 
     @ParameterizedTest

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import java.io.File;
 import java.io.IOException;
 import java.io.InputStream;
 import java.nio.ByteBuffer;
@@ -9,11 +10,10 @@ import java.nio.channels.FileChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
-import java.security.MessageDigest;
 import java.util.ArrayList;
-import java.util.HexFormat;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
+import java.util.stream.Stream;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.WaveFormat;
 import org.junit.jupiter.api.Test;
@@ -48,10 +48,7 @@ class ProcessTest {
         Process process = start("decode -v streams/h264_b_320x240.mp4 --format yuv -o -");
         byte[] pictures = process.getInputStream().readAllBytes();
         assertThat(status(process)).isZero();
-        assertThat(pictures).hasSize(60 * 320 * 240 * 3 / 2);
-        MessageDigest md5 = MessageDigest.getInstance("MD5");
-        md5.update(pictures, 0, 320 * 240 * 3 / 2);
-        assertThat(HexFormat.of().formatHex(md5.digest())).isEqualTo("33708506de735d1b123ce9ee552e06e8");
+        assertThat(pictures).isEqualTo(MainTest.ffmpeg("h264_b_320x240.mp4", "-f rawvideo"));
         assertThat(directory.resolve("errors")).content().contains("decoding: 60 of 60 pictures", "to standard output",
                 "debug: ");
     }
@@ -73,7 +70,7 @@ class ProcessTest {
         "INT, 130, decode media/balle-jbart.mp4 --out tmp/out --format y4m",
         "INT, 130, encode tmp/long.wav tmp/out/a.wav --format mp3"})
     void aSignalLeavesNoHalfWrittenFile(String signal, int status, String line) throws Exception {
-        Path out = Files.createDirectory(directory.resolve("out"));
+        File out = Files.createDirectory(directory.resolve("out")).toFile();
         // Nineteen minutes of silence that take no room: a header without a length, and the rest of a sparse file.
         Path sound = directory.resolve("long.wav");
         MainTest.writeWave(sound, WaveFormat.pcm16(44100, 2), new byte[0]);
@@ -81,12 +78,12 @@ class ProcessTest {
             channel.write(ByteBuffer.allocate(1), 200_000_000);
         }
         Process process = start(line);
-        while (process.isAlive() && MainTest.files(out).stream().noneMatch(name -> name.endsWith(".part"))) {
+        while (process.isAlive() && Stream.of(out.list()).noneMatch(name -> name.endsWith(".part"))) {
             Thread.onSpinWait();
         }
         assertThat(new ProcessBuilder("kill", "-" + signal, Long.toString(process.pid())).start().waitFor()).isZero();
         assertThat(status(process)).isEqualTo(status);
-        assertThat(MainTest.files(out)).allMatch(name -> name.endsWith(".png")).hasSizeLessThan(255);
+        assertThat(out.list()).allMatch(name -> name.endsWith(".png")).hasSizeLessThan(255);
         assertThat(directory.resolve("errors")).content().doesNotContain("error");
     }
 }

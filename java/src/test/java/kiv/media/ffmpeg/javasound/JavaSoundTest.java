@@ -110,15 +110,13 @@ class JavaSoundTest {
     void theFormatsOfTheJdkStayItsOwn(String type, int bits, boolean signed, boolean bigEndian) throws Exception {
         byte[] pcm = Sounds.voice(8000, 2, 4000);
         AudioFormat format = new AudioFormat(8000, bits, 2, signed, bigEndian);
-        ByteArrayOutputStream written = new ByteArrayOutputStream();
+        File file = directory.resolve("sound").toFile();
         long frames = pcm.length / format.getFrameSize();
         AudioSystem.write(new AudioInputStream(new ByteArrayInputStream(pcm), format, frames),
-                Stream.of(AudioSystem.getAudioFileTypes()).filter(t -> t.toString().equals(type)).findFirst()
-                        .orElseThrow(), written);
-        Path file = Files.write(directory.resolve("sound"), written.toByteArray());
-        for (AudioInputStream sound : new AudioInputStream[] {AudioSystem.getAudioInputStream(file.toFile()),
-            AudioSystem.getAudioInputStream(new ByteArrayInputStream(written.toByteArray())),
-            AudioSystem.getAudioInputStream(file.toUri().toURL())}) {
+                new AudioFileFormat.Type(type, type), file);
+        for (AudioInputStream sound : List.of(AudioSystem.getAudioInputStream(file),
+                AudioSystem.getAudioInputStream(new BufferedInputStream(new FileInputStream(file))),
+                AudioSystem.getAudioInputStream(file.toURI().toURL()))) {
             assertThat(sound).isNotInstanceOf(EncodedAudioInputStream.class);
             assertThat(sound.getFormat().matches(format)).isTrue();
             assertThat(sound.getFrameLength()).isEqualTo(frames);
