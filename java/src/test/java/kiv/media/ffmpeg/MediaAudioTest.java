@@ -64,7 +64,6 @@ public class MediaAudioTest {
             int count = other.read(odd);
             assertThat(count).isPositive().isEqualTo(count / frame * frame);
             assertThat(odd).startsWith(Arrays.copyOfRange(expected, 100 * frame, 100 * frame + count));
-            assertThat(other.available()).isNotNegative();
         }
         // An end that is missing, and another chunk.
         byte[] bytes = Files.readAllBytes(file);
@@ -122,8 +121,6 @@ public class MediaAudioTest {
         waits.acquire();
         sound.close();
         assertThatThrownBy(() -> reading.get(1, TimeUnit.MINUTES)).hasCauseInstanceOf(IOException.class);
-        assertThatThrownBy(() -> sound.read(new byte[4])).isInstanceOf(IOException.class)
-                .hasMessageContaining("closed");
     }
 
     @Test

@@ -89,7 +89,7 @@ class PackagedFilesTest {
 
     private List<Path> unpacked() throws IOException {
         try (Stream<Path> files = Files.walk(cache)) {
-            return files.filter(file -> Files.isRegularFile(file) && !file.endsWith(".lock")).sorted().toList();
+            return files.filter(file -> Files.isRegularFile(file) && !file.endsWith(".lock")).toList();
         }
     }
 
@@ -136,7 +136,8 @@ class PackagedFilesTest {
         assertThat(outputOf(machine(options))).contains("loaded from " + cache.toRealPath());
         assertThat(unpacked()).hasSize(1 + FfmpegLibrary.LIBRARIES.size());
         Files.setPosixFilePermissions(cache, PosixFilePermissions.fromString("rwxrwxrwx"));
-        assertThat(outputOf(machine(options))).contains(home + "/.cache/kivjniffmpeg (", cache + " (others can write there");
+        assertThat(outputOf(machine(options)))
+                .contains(home + "/.cache/kivjniffmpeg (", cache + " (others can write there");
     }
 
     /** What goes wrong before the native library is called can be tried again; what goes wrong in it can not. */
@@ -152,10 +153,11 @@ class PackagedFilesTest {
         for (String library : FfmpegLibrary.LIBRARIES.subList(healthy, healthy + damaged)) {
             Files.writeString(broken.resolve(library), "not a library");
         }
-        String output = outputOf(machine(List.of(cacheIn(cache), "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken),
-                whole, whole, broken));
+        String property = "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken;
+        String output = outputOf(machine(List.of(cacheIn(cache), property), whole, whole, broken));
         assertThat(output).contains(message);
-        assertThat(output.split("loaded from " + whole, -1)).as(output).hasSize(thenAnother ? 4 : 1);
+        // Loaded, loaded again, and told to the one who wants yet another.
+        assertThat(output.split("loaded from " + whole, -1)).as(output).hasSize(thenAnother ? 1 + 3 : 1);
     }
 
     @Test

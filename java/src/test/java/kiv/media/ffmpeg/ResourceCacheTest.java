@@ -17,7 +17,6 @@ import java.time.Duration;
 import java.time.Instant;
 import java.util.List;
 import java.util.Random;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -30,17 +29,12 @@ class ResourceCacheTest {
     @TempDir
     Path temp;
 
-    private Path root;
-    private ResourceCache cache;
-
-    @BeforeEach
-    void makeCache() {
-        root = temp.resolve("a/cache");
-        cache = new ResourceCache(root, "set");
+    private Path root() {
+        return temp.resolve("a/cache");
     }
 
     /** Unpacks files of random bytes from a directory of the class path. */
-    private Path unpack(long seed) throws IOException {
+    private Path unpack(Path root, long seed) throws IOException {
         Path resources = Files.createDirectories(temp.resolve("resources-" + seed + "/libs"));
         Random random = new Random(seed);
         for (String file : FILES) {
@@ -48,8 +42,8 @@ class ResourceCacheTest {
             random.nextBytes(bytes);
             Files.write(resources.resolve(file), bytes);
         }
-        Path directory = cache.unpack(new URLClassLoader(new URL[] {resources.resolveSibling("").toUri().toURL()}, null),
-                "libs/", FILES);
+        ClassLoader loader = new URLClassLoader(new URL[] {resources.resolveSibling("").toUri().toURL()}, null);
+        Path directory = new ResourceCache(root, "set").unpack(loader, "libs/", FILES);
         for (String file : FILES) {
             assertThat(directory.resolve(file)).hasSameBinaryContentAs(resources.resolve(file));
         }
@@ -58,28 +52,34 @@ class ResourceCacheTest {
 
     @Test
     void aSetIsUnpackedOnceAndAnotherVersionBesideIt() throws IOException {
-        Path first = unpack(1);
+        Path first = unpack(root(), 1);
         Object written = Files.getLastModifiedTime(first.resolve("one.so"));
         Object inode = Files.getAttribute(first, "unix:ino");
-        assertThat(unpack(1)).isEqualTo(first);
+        assertThat(unpack(root(), 1)).isEqualTo(first);
         assertThat(Files.getLastModifiedTime(first.resolve("one.so"))).isEqualTo(written);
         assertThat(Files.getAttribute(first, "unix:ino")).isEqualTo(inode);
-        assertThat(unpack(2)).isNotEqualTo(first);
-        assertThat(root.toFile().list()).hasSize(3).contains(".lock", first.getFileName().toString());
+        assertThat(unpack(root(), 2)).isNotEqualTo(first);
+        assertThat(root().toFile().list()).hasSize(3).contains(".lock", first.getFileName().toString());
     }
 
     @Test
     void damagedCopiesAreReplaced() throws IOException {
-        Path directory = unpack(1);
+        Path directory = unpack(root(), 1);
         Files.delete(directory.resolve("one.so"));
-        unpack(1);
+        unpack(root(), 1);
         Files.write(directory.resolve("two.so"), new byte[10], StandardOpenOption.TRUNCATE_EXISTING);
-        unpack(1);
+        unpack(root(), 1);
         byte[] flipped = Files.readAllBytes(directory.resolve("one.so"));
         flipped[1000] ^= 1;
         Files.write(directory.resolve("one.so"), flipped);
-        unpack(1);
-        assertThat(root.toFile().list()).containsExactlyInAnyOrder(".lock", directory.getFileName().toString());
+        unpack(root(), 1);
+        assertThat(root().toFile().list()).containsExactlyInAnyOrder(".lock", directory.getFileName().toString());
+    }
+
+    @Test
+    void whatIsNotPackagedIsNamed() {
+        assertThatThrownBy(() -> new ResourceCache(root(), "set").unpack(getClass().getClassLoader(), "libs/", FILES))
+                .isInstanceOf(IOException.class).hasMessageContaining("libs/one.so");
     }
 
     /** What somebody else can write may hold anything, so it is not loaded. */
@@ -87,39 +87,37 @@ class ResourceCacheTest {
     @CsvSource({"cache, rwxrwxrwx, others can write there", "cache, rwxrwx---, others can write there",
         ", rwxrwxrwx, another directory into its place"})
     void aDirectoryThatOthersCanWriteIsRefused(String at, String permissions, String message) throws IOException {
-        unpack(1);
-        assertThat(Files.getPosixFilePermissions(root)).isEqualTo(PosixFilePermissions.fromString("rwx------"));
-        Files.setPosixFilePermissions(at == null ? root.getParent() : root,
+        unpack(root(), 1);
+        assertThat(Files.getPosixFilePermissions(root())).isEqualTo(PosixFilePermissions.fromString("rwx------"));
+        Files.setPosixFilePermissions(at == null ? root().getParent() : root(),
                 PosixFilePermissions.fromString(permissions));
-        assertThatThrownBy(() -> unpack(1)).isInstanceOf(IOException.class).hasMessageContaining(message);
+        assertThatThrownBy(() -> unpack(root(), 1)).isInstanceOf(IOException.class).hasMessageContaining(message);
     }
 
     @Test
     void whatAnotherUserMadeIsRefused() throws IOException {
         assumeThat(Ownership.user()).as("only root can give files away").isZero();
-        Path directory = unpack(1);
+        Path directory = unpack(root(), 1);
         Files.setAttribute(directory.resolve("one.so"), "unix:uid", 12345);
-        unpack(1);
+        unpack(root(), 1);
         assertThat(Files.getAttribute(directory.resolve("one.so"), "unix:uid")).isEqualTo(0);
-        Path link = Files.createSymbolicLink(temp.resolve("link"), root);
-        cache = new ResourceCache(link, "set");
-        assertThat(unpack(1)).isEqualTo(directory);
+        Path link = Files.createSymbolicLink(temp.resolve("link"), root());
+        assertThat(unpack(link, 1)).isEqualTo(directory);
         Files.setAttribute(link, "unix:uid", 12345, LinkOption.NOFOLLOW_LINKS);
-        for (Path refused : List.of(link, root)) {
-            cache = new ResourceCache(refused, "set");
-            assertThatThrownBy(() -> unpack(1)).hasMessageContaining("belongs to user 12345");
-            Files.setAttribute(root, "unix:uid", 12345);
+        for (Path refused : List.of(link, root())) {
+            assertThatThrownBy(() -> unpack(refused, 1)).hasMessageContaining("belongs to user 12345");
+            Files.setAttribute(root(), "unix:uid", 12345);
         }
     }
 
     @Test
     void whatKilledMachinesLeftBehindIsRemoved() throws IOException {
-        Path left = Files.createDirectories(root.resolve(".unpacking-1/new"));
-        Path atWork = Files.createDirectories(root.resolve(".unpacking-2/new"));
-        Files.setPosixFilePermissions(root, PosixFilePermissions.fromString("rwx------"));
+        Path left = Files.createDirectories(root().resolve(".unpacking-1/new"));
+        Path atWork = Files.createDirectories(root().resolve(".unpacking-2/new"));
+        Files.setPosixFilePermissions(root(), PosixFilePermissions.fromString("rwx------"));
         Files.write(left.resolve("one.so"), new byte[10]);
         Files.setLastModifiedTime(left.getParent(), FileTime.from(Instant.now().minus(Duration.ofDays(1))));
-        unpack(1);
+        unpack(root(), 1);
         assertThat(left.getParent()).doesNotExist();
         assertThat(atWork).exists();
     }

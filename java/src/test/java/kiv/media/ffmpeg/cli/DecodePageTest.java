@@ -44,8 +44,9 @@ class DecodePageTest {
     @BeforeAll
     static void showThePages() throws Exception {
         MainTest.writeWave(directory.resolve("sound.wav"), WaveFormat.pcm16(8000, 1), halfSilentHalfClipped());
-        for (String line : List.of("media/balle-jbart.mp4 --out tmp/film --size 72x58", "tmp/sound.wav --out tmp/sound")) {
-            assertThat(Main.run(MainTest.words("decode -q " + line, directory))).isZero();
+        for (String line : List.of("decode media/balle-jbart.mp4 -q --out tmp/film --size 72x58",
+                "decode tmp/sound.wav -q --out tmp/sound")) {
+            assertThat(Main.run(MainTest.words(line, directory))).isZero();
         }
         writeHostile(Files.createDirectory(directory.resolve("hostile")).resolve("index.html"));
         Files.writeString(directory.resolve("frames.html"), """

@@ -3,12 +3,10 @@ package kiv.media.ffmpeg.cli;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import com.fasterxml.jackson.core.JsonFactory;
-import com.fasterxml.jackson.core.JsonGenerator;
 import com.fasterxml.jackson.core.JsonParser;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.PrintStream;
-import java.io.StringWriter;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
@@ -144,8 +142,9 @@ class MainTest {
             assertThat(output).contains("(not supported)");
         }
         succeed("info --json streams/mp3.mp3");
-        assertThat(compact(output)).startsWith("{").contains("\"container\":\"mp3\"", "\"streams\":[{", "\"kind\":\"audio\"",
-                "\"sampleRate\":44100", "\"bitRate\":128000", "\"supported\":true", "\"timeBase\":\"1/14112000\"");
+        assertThat(compact(output)).contains("\"container\":\"mp3\"", "\"streams\":[{", "\"kind\":\"audio\"",
+                "\"sampleRate\":44100", "\"bitRate\":128000", "\"supported\":true",
+                "\"timeBase\":\"1/14112000\"");
     }
 
     @Test
@@ -158,16 +157,14 @@ class MainTest {
         assertThat(compact(output)).contains("\"audio\":[{", "\"tag\":27765,", "\"decode\":true");
     }
 
-    /** What JSON says, without spaces between. */
+    /** JSON, which must be valid, without its spaces. */
     private static String compact(String json) throws IOException {
-        StringWriter compact = new StringWriter();
-        try (JsonParser parser = new JsonFactory().createParser(json);
-                JsonGenerator generator = new JsonFactory().createGenerator(compact)) {
-            parser.nextToken();
-            generator.copyCurrentStructure(parser);
-            assertThat(parser.nextToken()).as("all of it").isNull();
+        try (JsonParser parser = new JsonFactory().createParser(json)) {
+            while (parser.nextToken() != null) {
+                parser.skipChildren();
+            }
         }
-        return compact.toString();
+        return json.replaceAll("\\s", "");
     }
 
     @ParameterizedTest

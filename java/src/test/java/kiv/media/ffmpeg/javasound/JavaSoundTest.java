@@ -3,16 +3,13 @@ package kiv.media.ffmpeg.javasound;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
-import java.awt.image.BufferedImage;
 import java.io.BufferedInputStream;
 import java.io.ByteArrayInputStream;
-import java.io.ByteArrayOutputStream;
 import java.io.File;
 import java.io.FileInputStream;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.SequenceInputStream;
-import java.net.URL;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
@@ -23,7 +20,6 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Random;
 import java.util.stream.Stream;
-import javax.imageio.ImageIO;
 import javax.sound.sampled.AudioFileFormat;
 import javax.sound.sampled.AudioFormat;
 import javax.sound.sampled.AudioFormat.Encoding;
@@ -65,7 +61,6 @@ class JavaSoundTest {
         assertThat((Long) told.getProperty("duration")).isPositive();
         assertThat(AudioSystem.getAudioFileFormat(path.toUri().toURL()).getType()).isEqualTo(told.getType());
         assertThat(pcm(AudioSystem.getAudioInputStream(file))).isEqualTo(expected);
-        assertThat(pcm(AudioSystem.getAudioInputStream(path.toUri().toURL()))).isEqualTo(expected);
         // From the middle of a stream whose length nobody knows, looked at before.
         InputStream stream = new BufferedInputStream(new SequenceInputStream(new ByteArrayInputStream(new byte[6]),
                 Files.newInputStream(path)), 100);
@@ -75,7 +70,7 @@ class JavaSoundTest {
         assertThatThrownBy(stream::available).as("closed").isInstanceOf(IOException.class);
         AudioFormat target = new AudioFormat(told.getFormat().getSampleRate(), 16, told.getFormat().getChannels(), true,
                 false);
-        try (AudioInputStream encoded = AudioSystem.getAudioInputStream(file);
+        try (AudioInputStream encoded = AudioSystem.getAudioInputStream(path.toUri().toURL());
                 AudioInputStream decoded = AudioSystem.getAudioInputStream(target, encoded)) {
             assertThat(decoded.getFormat().matches(target)).isTrue();
             assertThat(decoded.readAllBytes()).isEqualTo(expected);
@@ -95,9 +90,6 @@ class JavaSoundTest {
         assertThat(AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded)).isSameAs(decoded);
         assertThat(ByteBuffer.wrap(AudioSystem.getAudioInputStream(bigEndian, decoded).readAllBytes()).asShortBuffer())
                 .isEqualTo(ByteBuffer.wrap(expected).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer());
-        decoded = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, AudioSystem.getAudioInputStream(mp3.toFile()));
-        assertThat(AudioSystem.getAudioInputStream(new AudioFormat(44100, 8, 2, false, false), decoded).readAllBytes())
-                .hasSize(expected.length / 2);
         AudioInputStream closed = AudioSystem.getAudioInputStream(mp3.toFile());
         assertThat(closed.readAllBytes()).hasSizeGreaterThan(10_000);
         closed.close();
@@ -131,12 +123,10 @@ class JavaSoundTest {
     static List<byte[]> othersBytes() throws IOException {
         byte[] noise = new byte[3_000_000];
         new Random(11).nextBytes(noise);
-        ByteArrayOutputStream png = new ByteArrayOutputStream();
-        ImageIO.write(new BufferedImage(9, 9, BufferedImage.TYPE_INT_RGB), "png", png);
-        List<byte[]> others = new ArrayList<>(List.of(noise, new byte[5000], png.toByteArray()));
+        List<byte[]> others = new ArrayList<>(List.of(noise, new byte[5000]));
         for (String text : List.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000), "ID3 explained",
                 "Gone with the wind".repeat(100), "....mdat", "\0\0\0\u0018ftypisom", "ID3\u0003\0\0\0\0\0\0",
-                "<html>")) {
+                "<html>", "\u0089PNG\r\n\u001a\n\0\0\0\rIHDR\0\0\0\t\0\0\0\t\b\u0002\0\0\0")) {
             others.add(text.getBytes(StandardCharsets.ISO_8859_1));
         }
         for (String name : List.of("vorbis.ogg", "flac.flac", "h264_320x240.h264", "h264_b_320x240.mp4",
@@ -186,8 +176,6 @@ class JavaSoundTest {
         }
         assertThatThrownBy(() -> AudioSystem.getAudioInputStream(directory.resolve("none").toFile()))
                 .isInstanceOf(java.io.FileNotFoundException.class);
-        assertThatThrownBy(() -> reader.getAudioInputStream(new URL("file:/none/sound.mp3")))
-                .isInstanceOf(UnsupportedAudioFileException.class);
     }
 
     private static AudioInputStream foreign(String file, String encoding, float rate, int channels) throws IOException {
