@@ -10,8 +10,6 @@ import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
-import java.util.stream.Stream;
-import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -35,12 +33,8 @@ class AudioFileWriterTest {
             writer.finish(0);
             assertThatThrownBy(() -> writer.write(block(2))).isInstanceOf(MediaStateException.class);
         }
-        assertThat(Files.size(file)).isEqualTo(44 + 1600);
-        try (AudioInputStream in = AudioSystem.getAudioInputStream(file.toFile())) {
-            assertThat(in.getFrameLength()).isEqualTo(800);
-            assertThat(in.getFormat().getSampleRate()).isEqualTo(8000);
-        }
-        assertThat(names()).containsExactly("a.wav");
+        assertThat(AudioSystem.getAudioFileFormat(file.toFile()).getFrameLength()).isEqualTo(800);
+        assertThat(directory.toFile().list()).containsExactly("a.wav");
     }
 
     @Test
@@ -61,42 +55,22 @@ class AudioFileWriterTest {
     }
 
     @Test
-    void whatIsNotFinishedLeavesNothing() throws IOException {
-        Path file = directory.resolve("c.wav");
-        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 1), AudioContainer.WAV)) {
-            writer.write(block(100));
-            assertThatThrownBy(() -> writer.finish(-1)).isInstanceOf(IllegalArgumentException.class);
-        }
-        assertThat(names()).isEmpty();
-    }
-
-    @Test
-    void whatCannotBeIsRefused() throws IOException {
+    void whatCannotBeIsRefusedAndWhatIsNotFinishedLeavesNothing() throws IOException {
         WaveFormat pcm = WaveFormat.pcm16(8000, 1);
-        WaveFormat aac = WaveFormat.of(WaveFormatTags.AAC, 1, 8000, 0, 0, 0, new byte[0]);
-        WaveFormat amr = WaveFormat.of(WaveFormatTags.AMR_NB, 1, 8000, 0, 0, 0, new byte[0]);
-        Path file = directory.resolve("d.wav");
-        for (AudioContainer container : new AudioContainer[] {AudioContainer.ADTS, AudioContainer.AMR}) {
-            assertThatThrownBy(() -> AudioFileWriter.create(file, pcm, container))
+        for (WaveFormat format : List.of(pcm, WaveFormat.of(WaveFormatTags.AAC, 1, 8000, 0, 0, 0, new byte[0]))) {
+            assertThatThrownBy(() -> AudioFileWriter.create(directory.resolve("c"), format, AudioContainer.ADTS))
                     .isInstanceOf(IllegalArgumentException.class);
         }
-        assertThatThrownBy(() -> AudioFileWriter.create(file, amr, AudioContainer.WAV))
-                .isInstanceOf(IllegalArgumentException.class);
-        assertThatThrownBy(() -> AudioFileWriter.create(file, aac, AudioContainer.ADTS))
-                .isInstanceOf(IllegalArgumentException.class);
-        for (Path place : new Path[] {directory, directory.resolve("none/e.wav"), Path.of("/dev/null")}) {
+        for (Path place : List.of(directory, directory.resolve("none/c.wav"), Path.of("/dev/null"))) {
             assertThatThrownBy(() -> AudioFileWriter.create(place, pcm, AudioContainer.WAV))
                     .isInstanceOf(FileSystemException.class).hasMessageContaining(place.toString());
         }
-        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 2), AudioContainer.WAV)) {
-            assertThatThrownBy(() -> writer.write(block(4))).isInstanceOf(IllegalArgumentException.class);
+        try (AudioFileWriter writer = AudioFileWriter.create(directory.resolve("c"), pcm, AudioContainer.WAV)) {
+            writer.write(block(100));
+            assertThatThrownBy(() -> writer.write(new AudioBlock(new byte[4], 8000, 2, 0, new Rational(1, 8000))))
+                    .isInstanceOf(IllegalArgumentException.class);
+            assertThatThrownBy(() -> writer.finish(-1)).isInstanceOf(IllegalArgumentException.class);
         }
-        assertThat(names()).isEmpty();
-    }
-
-    private List<String> names() throws IOException {
-        try (Stream<Path> files = Files.list(directory)) {
-            return files.map(file -> file.getFileName().toString()).toList();
-        }
+        assertThat(directory).isEmptyDirectory();
     }
 }

@@ -3,16 +3,10 @@ package kiv.media.ffmpeg;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
-import java.io.IOException;
-import java.nio.file.Files;
-import java.nio.file.Path;
-import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.CopyOnWriteArrayList;
-import java.util.concurrent.TimeUnit;
 import org.junit.jupiter.api.BeforeAll;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.io.TempDir;
 
 class LifecycleTest {
 
@@ -76,78 +70,5 @@ class LifecycleTest {
                 .allMatch(line -> line.startsWith("5:    #Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1close()"));
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_get_name(codec)).isEqualTo("native videocodec");
         c_multimediaapi_ffmpeg.n_vcodec_delete(codec);
-    }
-
-    @Test
-    void aContextNeedsNoReceiver() {
-        long context = c_multimediaapi_ffmpeg.n_init(directory, null, 0);
-        c_multimediaapi_ffmpeg.n_vcodec_delete(createCodec(context));
-        c_multimediaapi_ffmpeg.n_close(context);
-    }
-
-    @Test
-    void oneFfmpegServesTheProcess(@TempDir Path other) {
-        FfmpegLibrary.load(Path.of(directory));
-        assertThatThrownBy(() -> FfmpegLibrary.load(other)).isInstanceOf(LibraryException.class)
-                .hasMessageContaining(directory).hasMessageContaining(other.toString());
-        assertThatThrownBy(() -> FfmpegLibrary.preload(other)).isInstanceOf(LibraryException.class)
-                .hasMessageContaining("libavutil.so.54");
-    }
-
-    @Test
-    void aFailedLoadStaysFailed(@TempDir Path empty) throws Exception {
-        assertThat(runInNewVm(FailingInit.class, empty.toString())).contains(
-                "first: java.lang.Error: failed to initialize ffmpeg",
-                "second: java.lang.Error: failed to initialize ffmpeg");
-    }
-
-    @Test
-    void aWrongDirectoryIsToldAndTheRightOneStillLoads(@TempDir Path wrong) throws Exception {
-        for (String library : FfmpegLibrary.LIBRARIES) {
-            Files.writeString(wrong.resolve(library), "not a library");
-        }
-        assertThat(runInNewVm(WrongThenRight.class, wrong.toString(), directory)).contains("cannot load FFmpeg",
-                "then: " + directory);
-    }
-
-    private static String runInNewVm(Class<?> main, String... args) throws IOException, InterruptedException {
-        List<String> command = new ArrayList<>(List.of(
-                ProcessHandle.current().info().command().orElseThrow(),
-                "-D" + FfmpegLibrary.LIBRARY_PROPERTY + "=" + System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY),
-                "-cp", System.getProperty("java.class.path"), main.getName()));
-        command.addAll(List.of(args));
-        Process process = new ProcessBuilder(command).redirectErrorStream(true).start();
-        process.getOutputStream().close();
-        String output = new String(process.getInputStream().readAllBytes());
-        assertThat(process.waitFor(1, TimeUnit.MINUTES)).isTrue();
-        assertThat(process.exitValue()).as(output).isZero();
-        return output;
-    }
-
-    /** Loads FFmpeg twice from where it is not. */
-    static final class FailingInit {
-        public static void main(String[] args) {
-            FfmpegLibrary.loadNatives();
-            for (String attempt : List.of("first", "second")) {
-                try {
-                    c_multimediaapi_ffmpeg.n_init(args[0], null, 0);
-                } catch (Error e) {
-                    System.out.println(attempt + ": " + e);
-                }
-            }
-        }
-    }
-
-    /** Loads FFmpeg from a wrong directory and then from a right one. */
-    static final class WrongThenRight {
-        public static void main(String[] args) {
-            try {
-                FfmpegLibrary.load(Path.of(args[0]));
-            } catch (LibraryException e) {
-                System.out.println(e.getMessage());
-            }
-            FfmpegLibrary.load(Path.of(args[1]));
-            System.out.println("then: " + FfmpegLibrary.directory());
-        }
     }
 }

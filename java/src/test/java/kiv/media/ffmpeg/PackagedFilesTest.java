@@ -3,6 +3,7 @@ package kiv.media.ffmpeg;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assumptions.assumeThat;
 
+import java.io.File;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -10,6 +11,8 @@ import java.nio.file.attribute.PosixFilePermissions;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.stream.Stream;
+import javax.sound.sampled.AudioSystem;
+import javax.sound.sampled.UnsupportedAudioFileException;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -34,30 +37,47 @@ class PackagedFilesTest {
         classPath = System.getProperty("java.class.path") + ":" + temp.resolve("natives");
     }
 
-    /** Loads everything, on a thread that somebody interrupted. */
+    /** Loads everything, on a thread that somebody interrupted; then FFmpeg from directories, or JavaSound's sounds. */
     static final class Load {
-        public static void main(String[] args) {
+        public static void main(String[] more) throws Exception {
             Thread.currentThread().interrupt();
-            try {
-                FfmpegLibrary.load();
-                System.out.println("loaded from " + FfmpegLibrary.directory() + ", " + Thread.interrupted());
-            } catch (LibraryException e) {
-                System.out.println(e);
+            for (String path : Stream.concat(Stream.of(""), Stream.of(more)).toList()) {
+                Object outcome;
+                try {
+                    outcome = loaded(path);
+                } catch (LibraryException | UnsupportedAudioFileException e) {
+                    outcome = e;
+                }
+                System.out.println(outcome + ", " + Thread.interrupted());
             }
+        }
+
+        private static String loaded(String path) throws Exception {
+            if (Files.isRegularFile(Path.of(path))) {
+                return AudioSystem.getAudioInputStream(new File(path)).readAllBytes().length + " bytes";
+            }
+            if (path.isEmpty()) {
+                FfmpegLibrary.load();
+            } else {
+                FfmpegLibrary.load(Path.of(path));
+            }
+            return "loaded from " + FfmpegLibrary.directory();
         }
     }
 
-    private Process start(String classPath, List<String> before, String... properties) throws IOException {
-        List<String> command = new ArrayList<>(before);
-        command.add(ProcessHandle.current().info().command().orElseThrow());
-        command.addAll(List.of(properties));
-        command.addAll(List.of("-XX:TieredStopAtLevel=1", "-cp", classPath, Load.class.getName()));
+    private ProcessBuilder machine(List<String> options, Object... arguments) {
+        List<String> command = new ArrayList<>(List.of(ProcessHandle.current().info().command().orElseThrow(),
+                "-XX:TieredStopAtLevel=1", "-cp", classPath));
+        command.addAll(options);
+        command.add(Load.class.getName());
+        Stream.of(arguments).map(Object::toString).forEach(command::add);
         ProcessBuilder builder = new ProcessBuilder(command).redirectErrorStream(true);
         builder.environment().remove("XDG_CACHE_HOME");
-        return builder.start();
+        return builder;
     }
 
-    private static String outputOf(Process process) throws Exception {
+    private static String outputOf(ProcessBuilder machine) throws Exception {
+        Process process = machine.start();
         String output = new String(process.getInputStream().readAllBytes());
         assertThat(process.waitFor()).as(output).isZero();
         return output;
@@ -69,7 +89,7 @@ class PackagedFilesTest {
 
     private List<Path> unpacked() throws IOException {
         try (Stream<Path> files = Files.walk(cache)) {
-            return files.filter(file -> Files.isRegularFile(file) && !file.endsWith(".lock")).sorted().toList();
+            return files.filter(file -> Files.isRegularFile(file) && !file.endsWith(".lock")).toList();
         }
     }
 
@@ -78,10 +98,12 @@ class PackagedFilesTest {
         for (int round = 0; round < 2; round++) {
             List<Process> machines = new ArrayList<>();
             for (int i = 0; i < 12; i++) {
-                machines.add(start(classPath, List.of(), cacheIn(cache)));
+                machines.add(machine(List.of(cacheIn(cache))).start());
             }
             for (Process machine : machines) {
-                assertThat(outputOf(machine)).contains("loaded from " + cache.toRealPath(), ", true");
+                assertThat(new String(machine.getInputStream().readAllBytes())).contains(
+                        "loaded from " + cache.toRealPath(), ", true");
+                assertThat(machine.waitFor()).isZero();
             }
             assertThat(unpacked()).hasSize(1 + FfmpegLibrary.LIBRARIES.size());
             // What a crash or a bad disk leaves: the second dozen has to mend it before loading it.
@@ -100,29 +122,53 @@ class PackagedFilesTest {
         List<String> probe = new ArrayList<>(mounted);
         probe.add("true");
         assumeThat(new ProcessBuilder(probe).start().waitFor()).as("mounting is allowed").isZero();
-        assertThat(outputOf(start(classPath, mounted, cacheIn(cache.resolve("here"))))).startsWith(
-                LibraryException.class.getName()).contains(cache.toString(), message, FfmpegLibrary.CACHE_PROPERTY);
+        ProcessBuilder machine = machine(List.of(cacheIn(cache.resolve("here"))));
+        machine.command().addAll(0, mounted);
+        assertThat(outputOf(machine)).startsWith(LibraryException.class.getName()).contains(cache.toString(),
+                message, FfmpegLibrary.CACHE_PROPERTY);
     }
 
     @Test
     void withoutAHomeItIsAPrivateDirectoryForTemporaryFiles() throws Exception {
         Path home = Files.writeString(temp.resolve("home"), "no directory");
         cache = temp.resolve("kivjniffmpeg-" + Ownership.user());
-        String[] properties = {"-Duser.home=" + home, "-Djava.io.tmpdir=" + temp};
-        assertThat(outputOf(start(classPath, List.of(), properties))).contains("loaded from " + cache.toRealPath());
+        List<String> options = List.of("-Duser.home=" + home, "-Djava.io.tmpdir=" + temp);
+        assertThat(outputOf(machine(options))).contains("loaded from " + cache.toRealPath());
         assertThat(unpacked()).hasSize(1 + FfmpegLibrary.LIBRARIES.size());
         Files.setPosixFilePermissions(cache, PosixFilePermissions.fromString("rwxrwxrwx"));
-        assertThat(outputOf(start(classPath, List.of(), properties))).contains(home + "/.cache/kivjniffmpeg (",
-                cache + " (others can write there");
+        assertThat(outputOf(machine(options)))
+                .contains(home + "/.cache/kivjniffmpeg (", cache + " (others can write there");
+    }
+
+    /** What goes wrong before the native library is called can be tried again; what goes wrong in it can not. */
+    @ParameterizedTest
+    @CsvSource({"0, 0, no libavutil.so.54 in the FFmpeg directory, true", "0, 5, cannot load FFmpeg: , true",
+        "2, 3, failed to initialize ffmpeg, false"})
+    void aBrokenFfmpegIsTold(int healthy, int damaged, String message, boolean thenAnother) throws Exception {
+        Path whole = FfmpegLibrary.directory();
+        Path broken = Files.createDirectory(temp.resolve("broken"));
+        for (String library : FfmpegLibrary.LIBRARIES.subList(0, healthy)) {
+            Files.createSymbolicLink(broken.resolve(library), whole.resolve(library));
+        }
+        for (String library : FfmpegLibrary.LIBRARIES.subList(healthy, healthy + damaged)) {
+            Files.writeString(broken.resolve(library), "not a library");
+        }
+        String property = "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken;
+        String output = outputOf(machine(List.of(cacheIn(cache), property), whole, whole, broken));
+        assertThat(output).contains(message);
+        // Loaded, loaded again, and told to the one who wants yet another.
+        assertThat(output.split("loaded from " + whole, -1)).as(output).hasSize(thenAnother ? 1 + 3 : 1);
     }
 
     @Test
-    void whatIsMissingIsNamed() throws Exception {
-        assertThat(outputOf(start(classPath, List.of(), "-Dos.arch=aarch64", cacheIn(cache)))).contains(
+    void whatIsMissingIsNamedAndJavaSoundDoesWithoutIt() throws Exception {
+        assertThat(outputOf(machine(List.of(cacheIn(cache), "-Dos.arch=aarch64")))).contains(
                 "made for Linux on x86-64, and this is Linux on aarch64");
-        assertThat(outputOf(start(System.getProperty("java.class.path"), List.of(), cacheIn(cache)))).contains(
-                "classifier linux-x86_64", FfmpegLibrary.LIBRARY_PROPERTY);
-        assertThat(outputOf(start(classPath, List.of(), "-D" + FfmpegLibrary.LIBRARY_PROPERTY + "=/none.so"))).contains(
-                "/none.so", FfmpegLibrary.LIBRARY_PROPERTY);
+        assertThat(outputOf(machine(List.of("-D" + FfmpegLibrary.LIBRARY_PROPERTY + "=/none.so"),
+                TestMedia.stream("pcm_s16.wav"), TestMedia.stream("mp3.mp3")))).contains("/none.so",
+                FfmpegLibrary.LIBRARY_PROPERTY, "176400 bytes", UnsupportedAudioFileException.class.getName());
+        classPath = System.getProperty("java.class.path");
+        assertThat(outputOf(machine(List.of(cacheIn(cache))))).contains("classifier linux-x86_64",
+                FfmpegLibrary.LIBRARY_PROPERTY);
     }
 }

@@ -5,26 +5,27 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.BufferedInputStream;
 import java.io.ByteArrayInputStream;
-import java.io.ByteArrayOutputStream;
 import java.io.File;
 import java.io.FileInputStream;
 import java.io.IOException;
 import java.io.InputStream;
-import java.net.URL;
+import java.io.SequenceInputStream;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.List;
 import java.util.Random;
 import java.util.stream.Stream;
-import javax.imageio.ImageIO;
 import javax.sound.sampled.AudioFileFormat;
 import javax.sound.sampled.AudioFormat;
 import javax.sound.sampled.AudioFormat.Encoding;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 import javax.sound.sampled.UnsupportedAudioFileException;
-import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.MediaAudioTest;
 import kiv.media.ffmpeg.Sounds;
 import kiv.media.ffmpeg.TestMedia;
@@ -60,18 +61,16 @@ class JavaSoundTest {
         assertThat((Long) told.getProperty("duration")).isPositive();
         assertThat(AudioSystem.getAudioFileFormat(path.toUri().toURL()).getType()).isEqualTo(told.getType());
         assertThat(pcm(AudioSystem.getAudioInputStream(file))).isEqualTo(expected);
-        assertThat(pcm(AudioSystem.getAudioInputStream(path.toUri().toURL()))).isEqualTo(expected);
         // From the middle of a stream whose length nobody knows, looked at before.
-        InputStream stream = new BufferedInputStream(
-                new ByteArrayInputStream(("before" + Files.readString(path, StandardCharsets.ISO_8859_1))
-                        .getBytes(StandardCharsets.ISO_8859_1)), 100);
+        InputStream stream = new BufferedInputStream(new SequenceInputStream(new ByteArrayInputStream(new byte[6]),
+                Files.newInputStream(path)), 100);
         stream.skipNBytes(6);
         assertThat(AudioSystem.getAudioFileFormat(stream).getFormat()).hasToString(told.getFormat().toString());
         assertThat(pcm(AudioSystem.getAudioInputStream(stream))).isEqualTo(expected);
         assertThatThrownBy(stream::available).as("closed").isInstanceOf(IOException.class);
         AudioFormat target = new AudioFormat(told.getFormat().getSampleRate(), 16, told.getFormat().getChannels(), true,
                 false);
-        try (AudioInputStream encoded = AudioSystem.getAudioInputStream(file);
+        try (AudioInputStream encoded = AudioSystem.getAudioInputStream(path.toUri().toURL());
                 AudioInputStream decoded = AudioSystem.getAudioInputStream(target, encoded)) {
             assertThat(decoded.getFormat().matches(target)).isTrue();
             assertThat(decoded.readAllBytes()).isEqualTo(expected);
@@ -89,16 +88,8 @@ class JavaSoundTest {
         assertThat(AudioSystem.isConversionSupported(bigEndian, encoded.getFormat())).isFalse();
         AudioInputStream decoded = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded);
         assertThat(AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded)).isSameAs(decoded);
-        byte[] swapped = AudioSystem.getAudioInputStream(bigEndian, decoded).readAllBytes();
-        for (int i = 0; i + 1 < swapped.length; i += 2) {
-            byte high = swapped[i];
-            swapped[i] = swapped[i + 1];
-            swapped[i + 1] = high;
-        }
-        assertThat(swapped).isEqualTo(expected);
-        decoded = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, AudioSystem.getAudioInputStream(mp3.toFile()));
-        assertThat(AudioSystem.getAudioInputStream(new AudioFormat(44100, 8, 2, false, false), decoded).readAllBytes())
-                .hasSize(expected.length / 2);
+        assertThat(ByteBuffer.wrap(AudioSystem.getAudioInputStream(bigEndian, decoded).readAllBytes()).asShortBuffer())
+                .isEqualTo(ByteBuffer.wrap(expected).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer());
         AudioInputStream closed = AudioSystem.getAudioInputStream(mp3.toFile());
         assertThat(closed.readAllBytes()).hasSizeGreaterThan(10_000);
         closed.close();
@@ -111,15 +102,13 @@ class JavaSoundTest {
     void theFormatsOfTheJdkStayItsOwn(String type, int bits, boolean signed, boolean bigEndian) throws Exception {
         byte[] pcm = Sounds.voice(8000, 2, 4000);
         AudioFormat format = new AudioFormat(8000, bits, 2, signed, bigEndian);
-        ByteArrayOutputStream written = new ByteArrayOutputStream();
+        File file = directory.resolve("sound").toFile();
         long frames = pcm.length / format.getFrameSize();
         AudioSystem.write(new AudioInputStream(new ByteArrayInputStream(pcm), format, frames),
-                Stream.of(AudioSystem.getAudioFileTypes()).filter(t -> t.toString().equals(type)).findFirst()
-                        .orElseThrow(), written);
-        Path file = Files.write(directory.resolve("sound"), written.toByteArray());
-        for (AudioInputStream sound : new AudioInputStream[] {AudioSystem.getAudioInputStream(file.toFile()),
-            AudioSystem.getAudioInputStream(new ByteArrayInputStream(written.toByteArray())),
-            AudioSystem.getAudioInputStream(file.toUri().toURL())}) {
+                new AudioFileFormat.Type(type, type), file);
+        for (AudioInputStream sound : List.of(AudioSystem.getAudioInputStream(file),
+                AudioSystem.getAudioInputStream(new BufferedInputStream(new FileInputStream(file))),
+                AudioSystem.getAudioInputStream(file.toURI().toURL()))) {
             assertThat(sound).isNotInstanceOf(EncodedAudioInputStream.class);
             assertThat(sound.getFormat().matches(format)).isTrue();
             assertThat(sound.getFrameLength()).isEqualTo(frames);
@@ -131,25 +120,20 @@ class JavaSoundTest {
         }
     }
 
-    static Stream<byte[]> othersBytes() throws IOException {
+    static List<byte[]> othersBytes() throws IOException {
         byte[] noise = new byte[3_000_000];
         new Random(11).nextBytes(noise);
-        ByteArrayOutputStream png = new ByteArrayOutputStream();
-        ImageIO.write(new java.awt.image.BufferedImage(9, 9, 1), "png", png);
-        Stream<byte[]> made = Stream.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000), "ID3 explained",
+        List<byte[]> others = new ArrayList<>(List.of(noise, new byte[5000]));
+        for (String text : List.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000), "ID3 explained",
                 "Gone with the wind".repeat(100), "....mdat", "\0\0\0\u0018ftypisom", "ID3\u0003\0\0\0\0\0\0",
-                "<html>").map(text -> text.getBytes(StandardCharsets.ISO_8859_1));
-        return Stream.concat(Stream.concat(made, Stream.of(noise, new byte[5000], png.toByteArray())),
-                Stream.of("vorbis.ogg", "flac.flac", "h264_320x240.h264", "h264_b_320x240.mp4", "h264_vorbis.mkv")
-                        .map(name -> bytes(TestMedia.stream(name))));
-    }
-
-    private static byte[] bytes(Path file) {
-        try {
-            return Files.readAllBytes(file);
-        } catch (IOException e) {
-            throw new java.io.UncheckedIOException(e);
+                "<html>", "\u0089PNG\r\n\u001a\n\0\0\0\rIHDR\0\0\0\t\0\0\0\t\b\u0002\0\0\0")) {
+            others.add(text.getBytes(StandardCharsets.ISO_8859_1));
         }
+        for (String name : List.of("vorbis.ogg", "flac.flac", "h264_320x240.h264", "h264_b_320x240.mp4",
+                "h264_vorbis.mkv")) {
+            others.add(Files.readAllBytes(TestMedia.stream(name)));
+        }
+        return others;
     }
 
     @ParameterizedTest
@@ -192,8 +176,6 @@ class JavaSoundTest {
         }
         assertThatThrownBy(() -> AudioSystem.getAudioInputStream(directory.resolve("none").toFile()))
                 .isInstanceOf(java.io.FileNotFoundException.class);
-        assertThatThrownBy(() -> reader.getAudioInputStream(new URL("file:/none/sound.mp3")))
-                .isInstanceOf(UnsupportedAudioFileException.class);
     }
 
     private static AudioInputStream foreign(String file, String encoding, float rate, int channels) throws IOException {
@@ -216,30 +198,6 @@ class JavaSoundTest {
             new AudioInputStream(m4a, m4a.getFormat(), -1), new AudioInputStream(wma, wma.getFormat(), -1)}) {
             assertThatThrownBy(() -> AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, wrong))
                     .isInstanceOf(IllegalArgumentException.class);
-        }
-    }
-
-    @Test
-    void withoutTheLibraryTheProvidersStepAside() throws Exception {
-        Process process = new ProcessBuilder(ProcessHandle.current().info().command().orElseThrow(),
-                "-D" + FfmpegLibrary.LIBRARY_PROPERTY + "=/nowhere", "-cp", System.getProperty("java.class.path"),
-                WithoutLibrary.class.getName(), TestMedia.stream("pcm_s16.wav").toString(),
-                TestMedia.stream("mp3.mp3").toString()).redirectErrorStream(true).start();
-        assertThat(new String(process.getInputStream().readAllBytes(), StandardCharsets.UTF_8).lines())
-                .contains("176400 bytes", "unsupported");
-        assertThat(process.waitFor()).isZero();
-    }
-
-    /** Opens what can be opened without the library, and what cannot. */
-    static final class WithoutLibrary {
-        public static void main(String[] args) throws Exception {
-            for (String file : args) {
-                try (AudioInputStream sound = AudioSystem.getAudioInputStream(new File(file))) {
-                    System.out.println(sound.readAllBytes().length + " bytes");
-                } catch (UnsupportedAudioFileException e) {
-                    System.out.println("unsupported");
-                }
-            }
         }
     }
 }

@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg.cli.report;
+package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
@@ -17,18 +17,12 @@ import java.util.Map;
 import java.util.concurrent.TimeUnit;
 import java.util.stream.Collectors;
 import java.util.stream.IntStream;
-import java.util.stream.LongStream;
 import javax.imageio.ImageIO;
-import kiv.media.ffmpeg.AudioContainer;
-import kiv.media.ffmpeg.AudioDecoder;
-import kiv.media.ffmpeg.AudioFileWriter;
 import kiv.media.ffmpeg.MediaReader;
-import kiv.media.ffmpeg.MediaStream;
-import kiv.media.ffmpeg.Packet;
-import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoDecoder;
 import kiv.media.ffmpeg.WaveFormat;
+import kiv.media.ffmpeg.cli.report.DecodeReport;
 import kiv.media.ffmpeg.cli.report.DecodeReport.Outcome;
 import kiv.media.ffmpeg.cli.report.DecodeReport.Timing;
 import org.junit.jupiter.api.BeforeAll;
@@ -36,7 +30,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
 /** Four pages side by side in frames of one page, which Chromium shows once: what it sees is told by a script there. */
-class DecodeReportTest {
+class DecodePageTest {
 
     private static final String HOSTILE = "<img src=x onerror=alert(1)>&amp;\"'\u202e\u0007\ud800\u00e9\u65e5.mp4";
     private static final String LINK = "javascript:alert(1)#x?%41 \"'<b>\u00e9\n.png";
@@ -46,17 +40,19 @@ class DecodeReportTest {
     private static Path directory;
     private static BufferedImage screen;
     private static Map<String, String> seen;
-    private static double[] filmColour;
 
     @BeforeAll
     static void showThePages() throws Exception {
-        write("film", HOSTILE, TestMedia.film(), 1);
-        write("video", "video", TestMedia.stream("dv_pal.dv"), 100);
-        write("sound", "sound", halfSilentHalfClipped(), 1);
+        MainTest.writeWave(directory.resolve("sound.wav"), WaveFormat.pcm16(8000, 1), halfSilentHalfClipped());
+        for (String line : List.of("decode media/balle-jbart.mp4 -q --out tmp/film --size 72x58",
+                "decode tmp/sound.wav -q --out tmp/sound")) {
+            assertThat(Main.run(MainTest.words(line, directory))).isZero();
+        }
+        writeHostile(Files.createDirectory(directory.resolve("hostile")).resolve("index.html"));
         Files.writeString(directory.resolve("frames.html"), """
                 <!DOCTYPE html><meta charset=utf-8><style>body{margin:0;display:flex}iframe{border:0;flex:none;height:%dpx}</style>
-                <iframe id=film width=1200 src=film.html></iframe><iframe id=phone width=360 src=film.html></iframe>
-                <iframe id=video width=700 src=video.html></iframe><iframe id=sound width=700 src=sound.html></iframe>
+                <iframe id=film width=1200 src=film/index.html></iframe><iframe id=phone width=360 src=film/index.html></iframe>
+                <iframe id=hostile width=700 src=hostile/index.html></iframe><iframe id=sound width=700 src=sound/index.html></iframe>
                 <script>onload = () => {
                   const lines = [''], place = e => { const r = e.getBoundingClientRect();
                     return [r.x + e.ownerDocument.defaultView.frameElement.offsetLeft, r.y, r.width, r.height].map(Math.floor); };
@@ -83,54 +79,24 @@ class DecodeReportTest {
         screen = ImageIO.read(directory.resolve("screen.png").toFile());
     }
 
-    /** Every picture comes as often as asked for; of the film, each has a file. */
-    private static void write(String page, String name, Path file, int times) throws IOException {
-        try (MediaReader reader = MediaReader.open(file)) {
-            MediaStream video = reader.firstVideo().orElse(null);
-            MediaStream audio = page.equals("video") ? null : reader.firstAudio().orElse(null);
-            DecodeReport report = new DecodeReport(name, reader, video, audio);
-            try (VideoDecoder pictures = video == null ? null : VideoDecoder.open(video);
-                    AudioDecoder sound = audio == null ? null : AudioDecoder.open(audio)) {
-                for (Packet packet; (packet = reader.read()) != null;) {
-                    if (video != null && pictures.accepts(packet)) {
-                        pictures.decode(packet).forEach(picture -> take(picture, report, page, times));
-                    } else if (audio != null && sound.accepts(packet)) {
-                        sound.decode(packet).forEach(block -> report.sound(block.time().map(Duration::toMillis).orElse(0L) / 1000.0,
-                                block.sampleRate(), block.channels(), block.data()));
-                    }
-                }
-                if (video != null) {
-                    pictures.finish().forEach(picture -> take(picture, report, page, times));
-                }
-            }
+    /** What somebody else who makes reports may say: any name, any link. */
+    private static void writeHostile(Path page) throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.stream("dv_pal.dv"));
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
+            DecodeReport report = new DecodeReport(HOSTILE, reader, reader.firstVideo().orElseThrow(), null);
+            decoder.pictures(reader).forEach(picture -> report.picture(picture, LINK));
             StringBuilder html = new StringBuilder();
-            report.write(html, new Outcome(List.of(new Timing("Decoding", Duration.ofSeconds(2))),
-                    page.equals("video") ? 3 : 0, 0, List.of()));
-            Files.writeString(directory.resolve(page + ".html"), html);
+            report.write(html, new Outcome(List.of(new Timing("Decoding", Duration.ofSeconds(2))), 3, 0, List.of()));
+            Files.writeString(page, html);
         }
     }
 
-    private static void take(Picture picture, DecodeReport report, String page, int times) {
-        if (page.equals("film") && filmColour == null) {
-            filmColour = colour(picture.toBufferedImage(), 0, 0, picture.width(), picture.height());
-        }
-        for (int i = 0; i < times; i++) {
-            report.picture(picture, page.equals("film") ? LINK : null);
-        }
-        picture.close();
-    }
-
-    private static Path halfSilentHalfClipped() throws IOException {
-        Path file = directory.resolve("sound.wav");
+    private static byte[] halfSilentHalfClipped() {
         ByteBuffer samples = ByteBuffer.allocate(160_000).order(ByteOrder.LITTLE_ENDIAN).position(80_000);
         while (samples.hasRemaining()) {
             samples.putShort(samples.position() / 2 % 20 < 10 ? Short.MAX_VALUE : Short.MIN_VALUE);
         }
-        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 1), AudioContainer.WAV)) {
-            writer.write(List.of(Packet.of(samples.array(), 0, 0, 0, true)));
-            writer.finish(0);
-        }
-        return file;
+        return samples.array();
     }
 
     private static String chromium() throws IOException, InterruptedException {
@@ -169,41 +135,41 @@ class DecodeReportTest {
     }
 
     @Test
-    void theFilmIsSeenOnABroadAndOnANarrowScreen() {
+    void theFilmIsSeenOnABroadAndOnANarrowScreen() throws IOException {
+        BufferedImage first = ImageIO.read(directory.resolve("film/balle-jbart-00001.png").toFile());
         for (String page : List.of("film", "phone")) {
             assertThat(seen).containsEntry(page + ".images", "32/32").containsEntry(page + ".size", "288x216")
-                    .containsEntry(page + ".wide", "false")
+                    .containsEntry(page + ".wide", "false").containsEntry(page + ".heading", "balle-jbart.mp4")
+                    .containsEntry(page + ".link", directory.toUri() + "film/balle-jbart-00001.png")
                     .containsEntry(page + ".parts", "Contact sheet,Sound,Streams,Timings");
             int[] image = place(page + ".img");
             assertThat(colour(screen, image[0] + 8, image[1] + 8, image[2] - 16, image[3] - 16))
-                    .usingComparatorWithPrecision(8.0).containsExactly(filmColour);
+                    .usingComparatorWithPrecision(8.0).containsExactly(colour(first, 0, 0, 72, 58));
             assertThat(distinctColours(image[0], image[1], image[2], image[3])).isGreaterThan(100);
         }
         assertThat(seen.get("film.text")).contains("255 pictures, 255 written", "490,496 samples", "h264 (avc1)",
-                "720\u00d7576, 25.00 pictures/s", "48000 Hz, 2 channels", "Decoding 2.00 s 128 5.1");
+                "720\u00d7576, 25.00 pictures/s", "48000 Hz, 2 channels", "Decoding and writing");
+        // Evenly spread over the film.
+        assertThat(seen.get("film.numbers")).isEqualTo(
+                IntStream.range(0, 32).mapToObj(i -> Integer.toString(1 + 8 * i)).collect(Collectors.joining(",")));
     }
 
     @Test
     void noNameOfAFileBecomesAnythingElse() {
-        assertThat(seen.get("film.heading"))
+        assertThat(seen.get("hostile.heading"))
                 .isEqualTo(HOSTILE.replace('\u202e', '\ufffd').replace('\u0007', '\u2407').replace('\ud800', '\ufffd'));
-        assertThat(URI.create(seen.get("film.link")).getPath()).isEqualTo(directory.toUri().getPath() + LINK);
+        assertThat(URI.create(seen.get("hostile.link")).getPath())
+                .isEqualTo(directory.toUri().getPath() + "hostile/" + LINK);
+        assertThat(seen).containsEntry("hostile.parts", "Warnings,Contact sheet,Streams,Timings");
+        assertThat(seen.get("hostile.text")).contains("3 damaged packets of video could not be decoded",
+                "Decoding 2.00 s 4.00 0.16");
     }
 
     @Test
     void nothingIsLoaded() throws IOException {
         assertThat(seen).containsEntry("film.loaded", "").containsEntry("sound.loaded", "");
-        assertThat(Files.readString(directory.resolve("video.html"))).contains("default-src &#x27;none&#x27;")
+        assertThat(directory.resolve("film/index.html")).content().contains("default-src &#x27;none&#x27;")
                 .doesNotContain("<script", "://", "url(", "@import");
-    }
-
-    @Test
-    void aLongFilmHasAsManyThumbnailsEvenlySpread() {
-        assertThat(seen).containsEntry("video.parts", "Warnings,Contact sheet,Streams,Timings");
-        assertThat(seen.get("video.text")).contains("3 damaged packets of video could not be decoded");
-        long[] numbers = Arrays.stream(seen.get("video.numbers").split(",")).mapToLong(Long::parseLong).toArray();
-        assertThat(numbers).hasSizeBetween(24, 48)
-                .isEqualTo(LongStream.range(0, numbers.length).map(i -> 1 + i * (numbers[1] - 1)).toArray());
     }
 
     @Test
