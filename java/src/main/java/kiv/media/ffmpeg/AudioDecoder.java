@@ -24,23 +24,21 @@ import javax.sound.sampled.AudioSystem;
  */
 public final class AudioDecoder implements AutoCloseable {
 
-    private static final int ANY_STREAM = -1;
-
     private final NativeHandle handle;
     private final AudioCalls calls;
     private final WaveFormat format;
     private final int bitRate;
     private final AudioClock clock;
-    private final int streamIndex;
+    private final StreamFilter filter;
     private List<AudioBlock> finished = new ArrayList<>();
 
-    private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, int streamIndex) {
+    private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         this.calls = new AudioCalls(isMpeg(format));
         this.format = format;
         this.bitRate = bitRate;
-        this.clock = new AudioClock(timeBase, format.sampleRate(), streamIndex == ANY_STREAM ? 0 : Packet.NO_TIME);
-        this.streamIndex = streamIndex;
+        this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME);
+        this.filter = new StreamFilter(stream);
     }
 
     /**
@@ -54,7 +52,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(MediaStream stream) {
-        return open(WaveFormat.of(stream), stream.bitRate(), stream.timeBase(), stream.index());
+        return open(WaveFormat.of(stream), stream.bitRate(), stream.timeBase(), stream);
     }
 
     /**
@@ -67,11 +65,10 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public static AudioDecoder open(WaveFormat format) {
         Objects.requireNonNull(format, "format");
-        return open(format, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()),
-                ANY_STREAM);
+        return open(format, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()), null);
     }
 
-    private static AudioDecoder open(WaveFormat format, long knownBitRate, Rational timeBase, int streamIndex) {
+    private static AudioDecoder open(WaveFormat format, long knownBitRate, Rational timeBase, MediaStream stream) {
         int bitRate = knownBitRate < 0 || knownBitRate > Integer.MAX_VALUE ? 0 : (int) knownBitRate;
         long context = FfmpegLibrary.context();
         long address;
@@ -84,7 +81,7 @@ public final class AudioDecoder implements AutoCloseable {
         if (address == 0) {
             throw doesNotOpen(format);
         }
-        AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, streamIndex);
+        AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, stream);
         try {
             if (bitRate > 0) {
                 // Some decoders take the layout of their packets from the bit rate, which nothing else tells them.
@@ -119,8 +116,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @return whether {@link #decode(Packet)} takes it
      */
     public boolean accepts(Packet packet) {
-        Objects.requireNonNull(packet, "packet");
-        return streamIndex == ANY_STREAM || packet.streamIndex() == streamIndex;
+        return filter.accepts(packet);
     }
 
     /**
@@ -133,9 +129,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws MediaStateException when the decoder is closed or in use
      */
     public List<AudioBlock> decode(Packet packet) {
-        if (!accepts(packet)) {
-            throw new IllegalArgumentException(packet + " is not of the decoder's stream " + streamIndex);
-        }
+        filter.check(packet);
         long time = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime() : packet.decodingTime();
         return decode(packet.bytes(), 0, packet.size(), time, packet);
     }
@@ -184,9 +178,12 @@ public final class AudioDecoder implements AutoCloseable {
      *
      * @param reader the reader of the decoder's stream
      * @return PCM of 16 bits, signed, little-endian, of unspecified length
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
+     *     reader's
      * @see MediaAudio
      */
     public AudioInputStream sound(MediaReader reader) {
+        filter.check(reader);
         return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
     }
 

@@ -3,7 +3,6 @@ package kiv.media.ffmpeg;
 import java.io.IOException;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Path;
-import java.util.Objects;
 import java.util.OptionalLong;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
@@ -109,10 +108,7 @@ public final class MediaAudio {
      * @throws IllegalArgumentException when the stream is not one of the reader's, or carries no sound
      */
     public static AudioInputStream open(MediaReader reader, MediaStream stream) {
-        Objects.requireNonNull(stream, "stream");
-        if (!reader.streams().contains(stream)) {
-            throw new IllegalArgumentException(stream + " is not a stream of this reader");
-        }
+        reader.check(stream);
         return stream(reader, AudioDecoder.open(stream), true, AudioSystem.NOT_SPECIFIED);
     }
 

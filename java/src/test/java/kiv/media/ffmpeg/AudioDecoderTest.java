@@ -190,4 +190,16 @@ class AudioDecoderTest {
                     .hasMessageContaining(format.toString());
         }
     }
+
+    @Test
+    void soundOfAReaderIsForTheDecoderOfItsStream() throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film());
+                AudioDecoder stranger = AudioDecoder.open(other.firstAudio().orElseThrow());
+                AudioDecoder homeless = AudioDecoder.open(stranger.format())) {
+            for (AudioDecoder decoder : List.of(stranger, homeless)) {
+                assertThatThrownBy(() -> decoder.sound(reader)).isInstanceOf(IllegalArgumentException.class)
+                        .hasMessageContaining("stream");
+            }
+        }
+    }
 }

@@ -219,4 +219,12 @@ class MediaReaderTest {
             assertThatThrownBy(() -> readAll(reader)).isInstanceOf(ClosedChannelException.class);
         }
     }
+
+    @Test
+    void packetsOfAParallelStreamAreTakenOneByOne() throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film())) {
+            assertThat(reader.packets().parallel().limit(3).toList()).hasSize(3);
+            assertThat(reader.read().data()).isEqualTo(other.packets().skip(3).findFirst().orElseThrow().data());
+        }
+    }
 }
