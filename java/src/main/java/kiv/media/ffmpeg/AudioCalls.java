@@ -53,20 +53,20 @@ final class AudioCalls {
         return c_multimediaapi_ffmpeg.n_acodec_open(address);
     }
 
-    /** Puts a block in and takes everything out that is ready. */
-    Result process(long address, byte[] in, int offset, int length) {
-        return call(address, in, offset, length, 0);
+    /** Puts the first bytes of an array in and takes everything out that is ready. */
+    Result process(long address, byte[] in, int length) {
+        return call(address, in, length, 0);
     }
 
     /** Has a decoder give what it still keeps, although no more comes. */
     Result drain(long address) {
-        return call(address, null, 0, 0, DRAIN);
+        return call(address, null, 0, DRAIN);
     }
 
-    private Result call(long address, byte[] in, int offset, int length, int flags) {
+    private Result call(long address, byte[] in, int length, int flags) {
         byte[] before = unsure ? fetch(address) : NOTHING;
         unsure = true;
-        int[] params = {offset, length, flags, 0, 0, 0, room.length, 0, 0, 0};
+        int[] params = {0, length, flags, 0, 0, 0, room.length, 0, 0, 0};
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, in, room, params);
         int rest = params[1];
         boolean failed = (result & FAILED) != 0;

@@ -1,9 +1,14 @@
 package kiv.media.ffmpeg;
 
+import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
+import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
+import java.util.stream.Stream;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 
@@ -13,9 +18,7 @@ import javax.sound.sampled.AudioSystem;
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("song.mp3"));
  *         AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
- *     reader.packets().filter(decoder::accepts).flatMap(packet -> decoder.decode(packet).stream())
- *             .forEach(block -> play(block.data()));
- *     decoder.finish().forEach(block -> play(block.data()));
+ *     decoder.blocks(reader).forEach(block -> play(block.samples()));
  * }
  * }</pre>
  *
@@ -24,13 +27,15 @@ import javax.sound.sampled.AudioSystem;
  */
 public final class AudioDecoder implements AutoCloseable {
 
+    private static final int MPEG_HEADER = 4;
+
     private final NativeHandle handle;
     private final AudioCalls calls;
     private final WaveFormat format;
     private final int bitRate;
     private final AudioClock clock;
     private final StreamFilter filter;
-    private List<AudioBlock> finished = new ArrayList<>();
+    private final Deque<AudioBlock> finished = new ArrayDeque<>();
 
     private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
@@ -130,8 +135,7 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public List<AudioBlock> decode(Packet packet) {
         filter.check(packet);
-        long time = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime() : packet.decodingTime();
-        return decode(packet.bytes(), 0, packet.size(), time, packet);
+        return decode(packet.bytes(), timeOf(packet), packet);
     }
 
     /**
@@ -144,7 +148,7 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public List<AudioBlock> decode(byte[] bytes) {
         Objects.requireNonNull(bytes, "bytes");
-        return decode(bytes, 0, bytes.length, Packet.NO_TIME, bytes.length + " bytes");
+        return decode(bytes, Packet.NO_TIME, bytes.length + " bytes");
     }
 
     /**
@@ -171,10 +175,42 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * The sound of a reader from its place on, to the end of the stream and what the decoder holds then. The decoder
-     * and the reader are used by nobody else meanwhile; closing the stream leaves them open. A packet that cannot be
-     * decoded is an {@link java.io.IOException} with the {@link DecodeException} as its cause, after which reading
-     * goes on behind it.
+     * Decodes everything that a reader still has of this decoder's stream, packet by packet as the sound is asked for;
+     * damaged packets are left out, packets of the reader's other streams are passed over and lost. A stream that ends
+     * early, be it by {@code limit} or by an exception, leaves the rest for the next call of this method or of
+     * {@link #decode(Packet)}. Made parallel it gives one block at a time all the same.
+     *
+     * @param reader the reader that the stream is from
+     * @return the sound, the last of it included. The stream throws {@link UncheckedIOException} when the bytes cannot be
+     *     read, {@link MediaFormatException} where the container is damaged, {@link MediaStateException} when the reader
+     *     or the decoder is closed or in use, and {@link MediaException} when there is no memory left for the sound
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
+     *     reader's
+     */
+    public Stream<AudioBlock> blocks(MediaReader reader) {
+        return source(reader).stream();
+    }
+
+    OneByOne<AudioBlock> source(MediaReader reader) {
+        filter.check(reader);
+        return new OneByOne<>() {
+            private boolean ended;
+
+            @Override
+            AudioBlock next() {
+                AudioBlock block = nextWaiting();
+                while (block == null && !ended) {
+                    ended = !decodeNext(reader);
+                    block = nextWaiting();
+                }
+                return block;
+            }
+        };
+    }
+
+    /**
+     * The sound of a reader as bytes, otherwise as {@link #blocks} gives it. The decoder and the reader are used by nobody
+     * else meanwhile; closing the stream leaves them open. Whatever {@link #blocks} throws comes as an {@link IOException}.
      *
      * @param reader the reader of the decoder's stream
      * @return PCM of 16 bits, signed, little-endian, of unspecified length
@@ -183,8 +219,33 @@ public final class AudioDecoder implements AutoCloseable {
      * @see MediaAudio
      */
     public AudioInputStream sound(MediaReader reader) {
-        filter.check(reader);
         return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
+    }
+
+    private AudioBlock nextWaiting() {
+        return handle.call(address -> finished.poll());
+    }
+
+    /** @return false at the end of the stream, when the last sound waits as well */
+    private boolean decodeNext(MediaReader reader) {
+        Packet packet;
+        try {
+            packet = reader.read();
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+        return handle.call(address -> {
+            try {
+                if (packet == null) {
+                    end(address);
+                } else if (accepts(packet)) {
+                    decode(address, packet.bytes(), timeOf(packet), packet);
+                }
+            } catch (DecodeException e) {
+                // The stream goes on without it.
+            }
+            return packet != null;
+        });
     }
 
     /**
@@ -196,12 +257,7 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public List<AudioBlock> finish() {
         return handle.call(address -> {
-            try {
-                take(calls.drain(address));
-                restart(address);
-            } catch (RuntimeException | Error e) {
-                throw translate(e);
-            }
+            end(address);
             return handOut();
         });
     }
@@ -237,25 +293,38 @@ public final class AudioDecoder implements AutoCloseable {
         clock.reset();
     }
 
-    private List<AudioBlock> decode(byte[] bytes, int offset, int length, long time, Object what) {
+    private void end(long address) {
+        try {
+            take(calls.drain(address));
+            restart(address);
+        } catch (RuntimeException | Error e) {
+            throw translate(e);
+        }
+    }
+
+    private List<AudioBlock> decode(byte[] bytes, long time, Object what) {
         return handle.call(address -> {
-            boolean damaged;
-            try {
-                clock.at(time);
-                damaged = decode(address, bytes, offset, length);
-            } catch (RuntimeException | Error e) {
-                throw translate(e);
-            }
-            if (damaged) {
-                throw new DecodeException("a packet cannot be decoded: " + what);
-            }
+            decode(address, bytes, time, what);
             return handOut();
         });
     }
 
+    private void decode(long address, byte[] bytes, long time, Object what) {
+        boolean damaged;
+        try {
+            clock.at(time);
+            damaged = decode(address, bytes);
+        } catch (RuntimeException | Error e) {
+            throw translate(e);
+        }
+        if (damaged) {
+            throw new DecodeException("a packet cannot be decoded: " + what);
+        }
+    }
+
     /** @return whether some of it could not be decoded */
-    private boolean decode(long address, byte[] bytes, int offset, int length) {
-        AudioCalls.Result result = calls.process(address, bytes, offset, length);
+    private boolean decode(long address, byte[] bytes) {
+        AudioCalls.Result result = calls.process(address, bytes, bytes.length);
         boolean silent = take(result) == 0;
         boolean failed = result.failed();
         if (result.rest() > 0 && !failed) {
@@ -264,7 +333,11 @@ public final class AudioDecoder implements AutoCloseable {
             silent &= take(rest) == 0;
             failed = rest.failed();
         }
-        return failed || silent && length > 0 && isMpeg(format) && !isTag(bytes, offset, length);
+        return failed || silent && isMpeg(format) && beginsFrame(bytes);
+    }
+
+    private static long timeOf(Packet packet) {
+        return packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime() : packet.decodingTime();
     }
 
     /** The decoder of MPEG audio reports no errors: it looks for the next frame and finds none. */
@@ -272,9 +345,12 @@ public final class AudioDecoder implements AutoCloseable {
         return format.formatTag() == WaveFormatTags.MPEG || format.formatTag() == WaveFormatTags.MP3;
     }
 
-    /** Whether this is the song's title and the like, which some containers do not take out. */
-    private static boolean isTag(byte[] bytes, int offset, int length) {
-        return length > 2 && bytes[offset] == 'T' && bytes[offset + 1] == 'A' && bytes[offset + 2] == 'G';
+    /**
+     * Whether a frame of MPEG audio begins here. Readers also give as packets what stands around the frames: tags with the
+     * song's title or words, zeros that fill up the file, a frame cut off within its header.
+     */
+    private static boolean beginsFrame(byte[] bytes) {
+        return bytes.length >= MPEG_HEADER && (bytes[0] & 0xFF) == 0xFF && (bytes[1] & 0xE0) == 0xE0;
     }
 
     private int take(AudioCalls.Result result) {
@@ -288,8 +364,8 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     private List<AudioBlock> handOut() {
-        List<AudioBlock> blocks = finished;
-        finished = new ArrayList<>();
+        List<AudioBlock> blocks = new ArrayList<>(finished);
+        finished.clear();
         return blocks;
     }
 

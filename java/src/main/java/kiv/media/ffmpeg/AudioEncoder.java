@@ -299,7 +299,7 @@ public final class AudioEncoder implements AutoCloseable {
         }
         byte[] bytes;
         try {
-            AudioCalls.Result result = calls.process(address, frame, 0, length);
+            AudioCalls.Result result = calls.process(address, frame, length);
             // PCM passes through a decoder, which keeps a few last bytes; an encoder takes a whole frame.
             bytes = result.rest() > 0 && codec == AudioCodec.PCM ? calls.drain(address).bytes() : result.bytes();
         } catch (RuntimeException | Error e) {

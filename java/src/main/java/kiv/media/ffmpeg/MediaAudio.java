@@ -25,8 +25,9 @@ import javax.sound.sampled.AudioSystem;
  * {@link AudioSystem#NOT_SPECIFIED}. It cannot be marked. As of every {@link AudioInputStream}, whole frames are read,
  * single bytes are not.
  *
- * <p>A packet that cannot be decoded is an {@link IOException} with the {@link DecodeException} as its cause; whoever
- * reads on gets the sound behind the damage. One thread at a time reads. Any thread may close a stream, also while
+ * <p>A packet that cannot be decoded is left out, and the sound goes on behind it; to learn of damage, decode
+ * {@linkplain AudioDecoder#decode(Packet) packet by packet}. Whatever else goes wrong is an {@link IOException}, with what
+ * this library throws by itself as its cause. One thread at a time reads. Any thread may close a stream, also while
  * another one reads, which then gets an {@link IOException}, as does everybody who reads later. Closing it again does
  * nothing.
  *

@@ -11,7 +11,6 @@ import java.nio.channels.SeekableByteChannel;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.concurrent.CountDownLatch;
@@ -168,7 +167,7 @@ public class MediaAudioTest {
     }
 
     @Test
-    void damageIsToldAndReadingGoesOn() throws IOException {
+    void damageIsLeftOut() throws IOException {
         Path m4a = TestMedia.stream("aac.m4a");
         byte[] bytes = Files.readAllBytes(m4a);
         List<Packet> packets;
@@ -177,25 +176,12 @@ public class MediaAudioTest {
         }
         int at = (int) packets.get(20).position();
         Arrays.fill(bytes, at, at + packets.get(20).size(), (byte) 0xFF);
-        List<IOException> complaints = new ArrayList<>();
-        ByteArrayOutputStream pcm = new ByteArrayOutputStream();
+        byte[] heard;
         try (AudioInputStream sound = MediaAudio.open(Files.write(directory.resolve("damaged.m4a"), bytes))) {
-            byte[] buffer = new byte[1 << 16];
-            for (int count = 0; count >= 0;) {
-                pcm.write(buffer, 0, count);
-                try {
-                    count = sound.read(buffer);
-                } catch (IOException e) {
-                    complaints.add(e);
-                    count = 0;
-                }
-            }
+            heard = sound.readAllBytes();
         }
-        assertThat(complaints).hasSize(1).allSatisfy(
-                e -> assertThat(e).hasMessageContaining("decoded").hasCauseInstanceOf(DecodeException.class));
         byte[] expected = decoded(m4a);
         int packet = 1024 * 4;
-        byte[] heard = pcm.toByteArray();
         assertThat(heard).hasSize(expected.length - packet);
         assertThat(Arrays.copyOf(heard, 19 * packet)).isEqualTo(Arrays.copyOf(expected, 19 * packet));
     }
