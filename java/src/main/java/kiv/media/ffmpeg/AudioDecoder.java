@@ -298,7 +298,7 @@ public final class AudioDecoder implements AutoCloseable {
             take(calls.drain(address));
             restart(address);
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            throw MediaException.of(e, "decoding", DecodeException::new);
         }
     }
 
@@ -315,7 +315,7 @@ public final class AudioDecoder implements AutoCloseable {
             clock.at(time);
             damaged = decode(address, bytes);
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            throw MediaException.of(e, "decoding", DecodeException::new);
         }
         if (damaged) {
             throw new DecodeException("a packet cannot be decoded: " + what);
@@ -367,16 +367,5 @@ public final class AudioDecoder implements AutoCloseable {
         List<AudioBlock> blocks = new ArrayList<>(finished);
         finished.clear();
         return blocks;
-    }
-
-    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
-    private static RuntimeException translate(Throwable e) {
-        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
-            return new DecodeException("decoding failed: " + MediaException.plain(e), e);
-        }
-        if (e instanceof Error error) {
-            throw error;
-        }
-        return (RuntimeException) e;
     }
 }

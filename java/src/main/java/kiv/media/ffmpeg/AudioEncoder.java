@@ -303,7 +303,7 @@ public final class AudioEncoder implements AutoCloseable {
             // PCM passes through a decoder, which keeps a few last bytes; an encoder takes a whole frame.
             bytes = result.rest() > 0 && codec == AudioCodec.PCM ? calls.drain(address).bytes() : result.bytes();
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            throw MediaException.of(e, "encoding", EncodeException::new);
         }
         if (bytes.length > 0) {
             long time = packed - initialPadding;
@@ -328,16 +328,5 @@ public final class AudioEncoder implements AutoCloseable {
         List<Packet> packets = ready;
         ready = new ArrayList<>();
         return packets;
-    }
-
-    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
-    private static RuntimeException translate(Throwable e) {
-        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
-            return new EncodeException("encoding failed: " + MediaException.plain(e), e);
-        }
-        if (e instanceof Error error) {
-            throw error;
-        }
-        return (RuntimeException) e;
     }
 }

@@ -48,6 +48,7 @@ public final class VideoDecoder implements AutoCloseable {
     private VideoDecoder(long address, PicturePool pool, VideoFormat format, MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, dead -> BoundBuffers.with(pool, () -> {
             c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
+            pool.close();
             return null;
         }));
         this.pool = pool;
@@ -221,6 +222,7 @@ public final class VideoDecoder implements AutoCloseable {
         call(address -> {
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
             times.forget();
+            finished.forEach(Picture::close);
             finished.clear();
             return null;
         });
@@ -256,7 +258,7 @@ public final class VideoDecoder implements AutoCloseable {
         try {
             process(address, packet);
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            throw MediaException.of(e, "decoding", DecodeException::new);
         }
     }
 
@@ -265,7 +267,7 @@ public final class VideoDecoder implements AutoCloseable {
             fetch(address, DRAIN, NO_PACKET);
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            throw MediaException.of(e, "decoding", DecodeException::new);
         }
         times.forget();
     }
@@ -314,16 +316,5 @@ public final class VideoDecoder implements AutoCloseable {
         finished.add(new Picture(memory, pixels, params[16], params[17], offsets, Arrays.copyOfRange(params, 22, 26),
                 new Picture.Details(times.of(key, packet), format.timeBase(), params[19] != 0, params[21] != 0,
                         params[21] == TOP_FIELD_FIRST, params[28] == FULL_RANGE, new Rational(params[26], params[27]))));
-    }
-
-    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
-    private static RuntimeException translate(Throwable e) {
-        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
-            return new DecodeException("decoding failed: " + MediaException.plain(e), e);
-        }
-        if (e instanceof Error error) {
-            throw error;
-        }
-        return (RuntimeException) e;
     }
 }

@@ -5,6 +5,7 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.awt.image.BufferedImage;
 import java.io.IOException;
+import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.ArrayList;
 import java.util.List;
@@ -134,5 +135,30 @@ class PictureTest {
                 .isEqualTo(type);
         layout[8] = FourCharacterCode.of("NV12");
         assertThatThrownBy(() -> PictureArrays.allocate(layout, new int[5])).hasMessageContaining("NV12");
+    }
+
+    @Test
+    void valuesOfTwoBytesAreReadAsTheyAre() {
+        try (Picture grey = picture(64, 2, 0xFF848484);
+                Picture little = grey.convert(PixelFormat.named("yuv420p10le"));
+                Picture big = grey.convert(PixelFormat.named("yuv420p10be"))) {
+            assertThat(little.plane(0).bytes().getShort(6)).isEqualTo(big.plane(0).bytes().getShort(6))
+                    .isBetween((short) 400, (short) 600);
+        }
+    }
+
+    @Test
+    void memoryIsUsedAgainUntilItsPoolIsClosed() {
+        PicturePool pool = new PicturePool();
+        PictureMemory memory = pool.take(64);
+        PictureMemory other = memory.another(99);
+        ByteBuffer buffer = memory.buffer();
+        memory.release();
+        other.release();
+        memory = pool.take(64);
+        assertThat(memory.buffer()).isSameAs(buffer);
+        pool.close();
+        memory.release();
+        assertThat(pool.take(64).buffer()).isNotSameAs(buffer);
     }
 }
