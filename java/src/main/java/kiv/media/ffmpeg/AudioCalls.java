@@ -82,8 +82,22 @@ final class AudioCalls {
         return new Result(join(before, bytes), failed, rest);
     }
 
-    /** Empties the queue, however long it is. */
+    /**
+     * Empties the queue, however long it is.
+     *
+     * @throws MediaException when no array holds it; it is dropped then, for nothing else could ever be decoded
+     */
     private byte[] fetch(long address) {
+        try {
+            return fetchAll(address);
+        } catch (MediaException | OutOfMemoryError e) {
+            c_multimediaapi_ffmpeg.n_acodec_reset(address);
+            unsure = false;
+            throw e;
+        }
+    }
+
+    private byte[] fetchAll(long address) {
         int[] params = {0, 0, 0, 0, 0, 0, room.length, 0, 0, 0};
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
         if ((result & TOO_SMALL) != 0) {
@@ -111,6 +125,9 @@ final class AudioCalls {
     }
 
     private static int grown(int needed) {
+        if (needed < 0) {
+            throw new MediaException("no array holds the sound of so much input; decode it in smaller pieces");
+        }
         return (int) Math.min(Integer.MAX_VALUE - 8L, needed + needed / 2L);
     }
 }

@@ -28,6 +28,8 @@ import javax.sound.sampled.AudioSystem;
 public final class AudioDecoder implements AutoCloseable {
 
     private static final int MPEG_HEADER = 4;
+    /** A minute and a half of uncompressed sound, hours of speech, whose PCM would be far more. */
+    private static final int MOST_BYTES = 16 << 20;
 
     private final NativeHandle handle;
     private final AudioCalls calls;
@@ -132,6 +134,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws DecodeException when the packet is damaged; the sound that was decoded before is given by the next call
      * @throws IllegalArgumentException when the packet is of another stream
      * @throws MediaStateException when the decoder is closed or in use
+     * @throws MediaException when there is no memory left for its sound
      */
     public List<AudioBlock> decode(Packet packet) {
         filter.check(packet);
@@ -141,27 +144,33 @@ public final class AudioDecoder implements AutoCloseable {
     /**
      * Decodes bytes that are no container's packet, which follow those of the call before.
      *
-     * @param bytes whole frames or blocks of the codec, any number of them
+     * @param bytes whole frames or blocks of the codec, any number of them, up to 16 MiB
      * @return their sound, mostly as one block, which belongs to the caller
+     * @throws IllegalArgumentException when they are more than 16 MiB
      * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
      * @throws MediaStateException when the decoder is closed or in use
+     * @throws MediaException when there is no memory left for their sound
      */
     public List<AudioBlock> decode(byte[] bytes) {
         Objects.requireNonNull(bytes, "bytes");
+        checkSize(bytes.length);
         return decode(bytes, Packet.NO_TIME, bytes.length + " bytes");
     }
 
     /**
      * Decodes bytes that are no container's packet, which follow those of the call before.
      *
-     * @param bytes whole frames or blocks of the codec, any number of them; read from its position to its limit, which
-     *     becomes the position
+     * @param bytes whole frames or blocks of the codec, any number of them, up to 16 MiB; read from its position to its
+     *     limit, which becomes the position
      * @return their sound, mostly as one block, which belongs to the caller
+     * @throws IllegalArgumentException when they are more than 16 MiB, of which none is taken then
      * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
      * @throws MediaStateException when the decoder is closed or in use
+     * @throws MediaException when there is no memory left for their sound
      */
     public List<AudioBlock> decode(ByteBuffer bytes) {
         Objects.requireNonNull(bytes, "bytes");
+        checkSize(bytes.remaining());
         int start = bytes.position();
         byte[] copy = new byte[bytes.remaining()];
         bytes.get(copy);
@@ -299,6 +308,13 @@ public final class AudioDecoder implements AutoCloseable {
             restart(address);
         } catch (RuntimeException | Error e) {
             throw MediaException.of(e, "decoding", DecodeException::new);
+        }
+    }
+
+    private static void checkSize(int bytes) {
+        if (bytes > MOST_BYTES) {
+            throw new IllegalArgumentException(bytes + " bytes are too many for one call; give at most " + MOST_BYTES
+                    + " at a time, cut between frames");
         }
     }
 

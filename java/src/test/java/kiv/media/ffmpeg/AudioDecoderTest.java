@@ -241,4 +241,15 @@ class AudioDecoderTest {
             }
         }
     }
+
+    @Test
+    void oneCallTakesNoMoreThanIsGoodForTheHeap() {
+        ByteBuffer bytes = ByteBuffer.allocate((16 << 20) + 1);
+        try (AudioDecoder decoder = AudioDecoder.open(WaveFormat.of(WaveFormatTags.MULAW, 1, 8000, 8000, 1, 8, new byte[0]))) {
+            assertThatThrownBy(() -> decoder.decode(bytes)).isInstanceOf(IllegalArgumentException.class)
+                    .hasMessageContaining("at most 16777216");
+            assertThat(bytes.position()).isZero();
+            assertThat(decoder.decode(bytes.limit(16 << 20))).singleElement().extracting(AudioBlock::frames).isEqualTo(16 << 20);
+        }
+    }
 }
