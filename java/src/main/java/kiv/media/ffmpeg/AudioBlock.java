@@ -62,14 +62,9 @@ public final class AudioBlock {
         return timestamp;
     }
 
-    /**
-     * {@return when it begins, from the container's zero}
-     *
-     * @throws ArithmeticException when the time is beyond what a duration can hold
-     */
+    /** {@return when it begins, from the container's zero; empty when unknown or beyond what a duration can hold} */
     public Optional<Duration> time() {
-        return timestamp == Packet.NO_TIME || !timeBase.isKnown() ? Optional.empty()
-                : Optional.of(timeBase.times(timestamp));
+        return timeBase.time(timestamp);
     }
 
     /** {@return how long it lasts} */

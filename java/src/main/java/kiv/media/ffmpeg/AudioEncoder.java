@@ -303,6 +303,8 @@ public final class AudioEncoder implements AutoCloseable {
             // PCM passes through a decoder, which keeps a few last bytes; an encoder takes a whole frame.
             bytes = result.rest() > 0 && codec == AudioCodec.PCM ? calls.drain(address).bytes() : result.bytes();
         } catch (RuntimeException | Error e) {
+            // Its time passes all the same: what comes next must not be heard too early.
+            packed += length / bytesOfFrame();
             throw MediaException.of(e, "encoding", EncodeException::new);
         }
         if (bytes.length > 0) {

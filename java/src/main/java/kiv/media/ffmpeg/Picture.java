@@ -108,14 +108,9 @@ public final class Picture implements AutoCloseable {
         return details.times.duration();
     }
 
-    /**
-     * {@return when it is shown, from the container's zero}
-     *
-     * @throws ArithmeticException when the time is beyond what a duration can hold
-     */
+    /** {@return when it is shown, from the container's zero; empty when unknown or beyond what a duration can hold} */
     public Optional<Duration> time() {
-        return timestamp() == Packet.NO_TIME || !details.timeBase.isKnown() ? Optional.empty()
-                : Optional.of(details.timeBase.times(timestamp()));
+        return details.timeBase.time(timestamp());
     }
 
     /** {@return whether it was decoded without the help of other pictures} */

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.math.BigInteger;
 import java.time.Duration;
+import java.util.Optional;
 
 /**
  * A fraction, as containers tell rates and time units.
@@ -48,6 +49,19 @@ public record Rational(long numerator, long denominator) {
             throw new ArithmeticException(units + " times " + this + " seconds are more than a duration can hold");
         }
         return Duration.ofSeconds(split[0].longValue(), split[1].longValue());
+    }
+
+    /** A time in units of this from the zero of a container, where both are known and a duration can hold it. */
+    Optional<Duration> time(long units) {
+        if (units == Packet.NO_TIME || !isKnown()) {
+            return Optional.empty();
+        }
+        try {
+            return Optional.of(times(units));
+        } catch (ArithmeticException e) {
+            // Damaged files tell such times.
+            return Optional.empty();
+        }
     }
 
     @Override

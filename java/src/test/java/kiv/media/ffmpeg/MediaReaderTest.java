@@ -227,4 +227,16 @@ class MediaReaderTest {
             assertThat(reader.read().data()).isEqualTo(other.packets().skip(3).findFirst().orElseThrow().data());
         }
     }
+
+    @Test
+    void aHostileTimeBaseTellsNoTimes() {
+        long[] fields = new long[23];
+        Arrays.fill(fields, 7, 11, Long.MAX_VALUE);
+        fields[8] = 1;
+        MediaStream stream = new MediaStream(0, fields, "none", new byte[0]);
+        assertThat(stream.duration()).isEmpty();
+        assertThat(stream.startTime()).isEmpty();
+        assertThat(stream.time(1)).contains(Duration.ofSeconds(Long.MAX_VALUE));
+        assertThat(stream.time(Packet.NO_TIME)).isEmpty();
+    }
 }

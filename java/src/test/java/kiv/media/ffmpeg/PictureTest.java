@@ -161,4 +161,9 @@ class PictureTest {
         memory.release();
         assertThat(pool.take(64).buffer()).isNotSameAs(buffer);
     }
+
+    @Test
+    void aFormatIsOneObjectWhoeverAsks() {
+        assertThat(PixelFormat.all()).allMatch(format -> PixelFormat.named(format.name()) == format);
+    }
 }
