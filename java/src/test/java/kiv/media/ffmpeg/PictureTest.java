@@ -16,7 +16,7 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 class PictureTest {
 
-    private static final Picture.Details DETAILS = new Picture.Details(new PacketTimes.Times(3, 1, true),
+    private static final Picture.Details DETAILS = new Picture.Details(new PacketTimes.Times(3, 1),
             new Rational(1, 25), true, false, false, false, new Rational(0, 1));
 
     /** A picture of one colour after the other, row by row, in lines with padding. */
