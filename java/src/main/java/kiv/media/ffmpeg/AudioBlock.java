@@ -9,6 +9,13 @@ import java.util.Optional;
 /**
  * A piece of decoded sound: interleaved PCM of 16 bits. A frame of it is one sample of each channel. It owns its
  * memory, is independent of its decoder, and does not change; any thread may use it.
+ *
+ * <pre>{@code
+ * ShortBuffer samples = block.samples();
+ * for (int frame = 0; frame < block.frames(); frame++) {
+ *     draw(samples.get(frame * block.channels())); // the first channel, on the left
+ * }
+ * }</pre>
  */
 public final class AudioBlock {
 

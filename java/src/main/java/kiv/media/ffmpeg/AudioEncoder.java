@@ -186,6 +186,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws IllegalArgumentException when its sample rate or channels are others
      * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> encode(AudioBlock block) {
         Objects.requireNonNull(block, "block");
@@ -204,6 +205,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws IllegalArgumentException when the last frame is not whole
      * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> encode(byte[] pcm) {
         return encode(ByteBuffer.wrap(Objects.requireNonNull(pcm, "pcm")));
@@ -218,6 +220,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws IllegalArgumentException when the last frame is not whole
      * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> encode(ByteBuffer pcm) {
         Objects.requireNonNull(pcm, "pcm");
@@ -253,6 +256,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @return the last packets
      * @throws EncodeException when they cannot be encoded
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> finish() {
         return handle.call(address -> {

@@ -5,6 +5,16 @@ import java.util.function.BiFunction;
 /**
  * The root of what this library throws by itself; unchecked. Failures of reading bytes are {@link java.io.IOException},
  * and null or out-of-range arguments are {@link NullPointerException} and {@link IllegalArgumentException}, as usual.
+ *
+ * <pre>{@code
+ * try {
+ *     play(Path.of("film.mp4"));
+ * } catch (UnsupportedCodecException e) {
+ *     show("Nothing here decodes the film: " + e.getMessage());
+ * } catch (MediaException e) {
+ *     show("The film cannot be played: " + e.getMessage());
+ * }
+ * }</pre>
  */
 public class MediaException extends RuntimeException {
 

@@ -6,6 +6,13 @@ import java.util.Optional;
 /**
  * One stream of a container: what it carries and how. Immutable, and usable after its {@link MediaReader} is closed.
  * Figures that the container does not tell are 0, unknown fractions have a 0 in them. Any thread may use it.
+ *
+ * <pre>{@code
+ * for (MediaStream stream : reader.streams()) {
+ *     System.out.println(stream.index() + ": " + stream.kind() + " " + stream.codecName()
+ *             + stream.duration().map(length -> ", " + length.toSeconds() + " s").orElse(""));
+ * }
+ * }</pre>
  */
 public final class MediaStream {
 

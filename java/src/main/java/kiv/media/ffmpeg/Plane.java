@@ -9,6 +9,13 @@ import java.util.Objects;
  * follows up to the next row is padding. The bytes are a picture's own memory, to be looked at only until that picture is
  * closed. Any thread may read them by index; position and limit belong to one thread at a time.
  *
+ * <pre>{@code
+ * Plane brightness = picture.plane(0);
+ * for (int y = 0; y < brightness.rows(); y++) {
+ *     System.out.println("leftmost: " + (brightness.bytes().get(y * brightness.lineSize()) & 0xFF));
+ * }
+ * }</pre>
+ *
  * @param bytes the plane, read-only, from the first byte of its first row; of a picture's plane in the byte order of its
  *     {@linkplain PixelFormat#isBigEndian() format}
  * @param lineSize distance of two rows in bytes

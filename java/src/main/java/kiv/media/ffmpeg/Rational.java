@@ -7,6 +7,12 @@ import java.util.Optional;
 /**
  * A fraction, as containers tell rates and time units.
  *
+ * <pre>{@code
+ * Rational tick = new Rational(1, 90_000); // seconds
+ * Duration tenMinutes = tick.times(54_000_000);
+ * double rate = stream.frameRate().toDouble();
+ * }</pre>
+ *
  * @param numerator above the line
  * @param denominator below the line; 0 when the value is unknown
  */
