@@ -9,6 +9,13 @@ import java.util.Optional;
 /**
  * A piece of decoded sound: interleaved PCM of 16 bits. A frame of it is one sample of each channel. It owns its
  * memory, is independent of its decoder, and does not change; any thread may use it.
+ *
+ * <pre>{@code
+ * ShortBuffer samples = block.samples();
+ * for (int frame = 0; frame < block.frames(); frame++) {
+ *     draw(samples.get(frame * block.channels())); // the first channel, on the left
+ * }
+ * }</pre>
  */
 public final class AudioBlock {
 
@@ -62,14 +69,9 @@ public final class AudioBlock {
         return timestamp;
     }
 
-    /**
-     * {@return when it begins, from the container's zero}
-     *
-     * @throws ArithmeticException when the time is beyond what a duration can hold
-     */
+    /** {@return when it begins, from the container's zero; empty when unknown or beyond what a duration can hold} */
     public Optional<Duration> time() {
-        return timestamp == Packet.NO_TIME || !timeBase.isKnown() ? Optional.empty()
-                : Optional.of(timeBase.times(timestamp));
+        return timeBase.time(timestamp);
     }
 
     /** {@return how long it lasts} */

@@ -53,20 +53,20 @@ final class AudioCalls {
         return c_multimediaapi_ffmpeg.n_acodec_open(address);
     }
 
-    /** Puts a block in and takes everything out that is ready. */
-    Result process(long address, byte[] in, int offset, int length) {
-        return call(address, in, offset, length, 0);
+    /** Puts the first bytes of an array in and takes everything out that is ready. */
+    Result process(long address, byte[] in, int length) {
+        return call(address, in, length, 0);
     }
 
     /** Has a decoder give what it still keeps, although no more comes. */
     Result drain(long address) {
-        return call(address, null, 0, 0, DRAIN);
+        return call(address, null, 0, DRAIN);
     }
 
-    private Result call(long address, byte[] in, int offset, int length, int flags) {
+    private Result call(long address, byte[] in, int length, int flags) {
         byte[] before = unsure ? fetch(address) : NOTHING;
         unsure = true;
-        int[] params = {offset, length, flags, 0, 0, 0, room.length, 0, 0, 0};
+        int[] params = {0, length, flags, 0, 0, 0, room.length, 0, 0, 0};
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, in, room, params);
         int rest = params[1];
         boolean failed = (result & FAILED) != 0;
@@ -82,8 +82,22 @@ final class AudioCalls {
         return new Result(join(before, bytes), failed, rest);
     }
 
-    /** Empties the queue, however long it is. */
+    /**
+     * Empties the queue, however long it is.
+     *
+     * @throws MediaException when no array holds it; it is dropped then, for nothing else could ever be decoded
+     */
     private byte[] fetch(long address) {
+        try {
+            return fetchAll(address);
+        } catch (MediaException | OutOfMemoryError e) {
+            c_multimediaapi_ffmpeg.n_acodec_reset(address);
+            unsure = false;
+            throw e;
+        }
+    }
+
+    private byte[] fetchAll(long address) {
         int[] params = {0, 0, 0, 0, 0, 0, room.length, 0, 0, 0};
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
         if ((result & TOO_SMALL) != 0) {
@@ -111,6 +125,9 @@ final class AudioCalls {
     }
 
     private static int grown(int needed) {
+        if (needed < 0) {
+            throw new MediaException("no array holds the sound of so much input; decode it in smaller pieces");
+        }
         return (int) Math.min(Integer.MAX_VALUE - 8L, needed + needed / 2L);
     }
 }

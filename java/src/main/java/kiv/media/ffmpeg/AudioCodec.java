@@ -4,7 +4,17 @@ import java.util.Arrays;
 import java.util.function.IntPredicate;
 import java.util.stream.Collectors;
 
-/** The formats that an {@link AudioEncoder} can encode into, if the loaded FFmpeg has the encoder. */
+/**
+ * The formats that an {@link AudioEncoder} can encode into, if the loaded FFmpeg has the encoder.
+ *
+ * <pre>{@code
+ * for (AudioCodec codec : AudioCodec.values()) {
+ *     if (codec.accepts(44_100, 2)) {
+ *         System.out.println(codec + " in files called " + AudioContainer.extensions(codec));
+ *     }
+ * }
+ * }</pre>
+ */
 public enum AudioCodec {
     /** PCM of 16 bits, as it comes in. */
     PCM("pcm", WaveFormatTags.PCM, 0, Channels.ANY),

@@ -6,7 +6,17 @@ import java.util.Objects;
 import java.util.Optional;
 import java.util.stream.Stream;
 
-/** The kinds of files that an {@link AudioFileWriter} makes. */
+/**
+ * The kinds of files that an {@link AudioFileWriter} makes.
+ *
+ * <pre>{@code
+ * AudioContainer container = AudioContainer.find("song.mp3", AudioCodec.MP3).orElseThrow();
+ * try (AudioFileWriter file = AudioFileWriter.create(Path.of("song.mp3"), encoder.format(), container)) {
+ *     file.write(packets);
+ *     file.finish(encoder.frames());
+ * }
+ * }</pre>
+ */
 public enum AudioContainer {
     /** A WAVE header with the lengths, and the sound behind it. */
     WAV,

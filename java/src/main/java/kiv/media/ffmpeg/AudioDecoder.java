@@ -1,9 +1,14 @@
 package kiv.media.ffmpeg;
 
+import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
+import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
+import java.util.stream.Stream;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 
@@ -13,9 +18,7 @@ import javax.sound.sampled.AudioSystem;
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("song.mp3"));
  *         AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
- *     reader.packets().filter(decoder::accepts).flatMap(packet -> decoder.decode(packet).stream())
- *             .forEach(block -> play(block.data()));
- *     decoder.finish().forEach(block -> play(block.data()));
+ *     decoder.blocks(reader).forEach(block -> play(block.samples()));
  * }
  * }</pre>
  *
@@ -24,23 +27,25 @@ import javax.sound.sampled.AudioSystem;
  */
 public final class AudioDecoder implements AutoCloseable {
 
-    private static final int ANY_STREAM = -1;
+    private static final int MPEG_HEADER = 4;
+    /** A minute and a half of uncompressed sound, hours of speech, whose PCM would be far more. */
+    private static final int MOST_BYTES = 16 << 20;
 
     private final NativeHandle handle;
     private final AudioCalls calls;
     private final WaveFormat format;
     private final int bitRate;
     private final AudioClock clock;
-    private final int streamIndex;
-    private List<AudioBlock> finished = new ArrayList<>();
+    private final StreamFilter filter;
+    private final Deque<AudioBlock> finished = new ArrayDeque<>();
 
-    private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, int streamIndex) {
+    private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         this.calls = new AudioCalls(isMpeg(format));
         this.format = format;
         this.bitRate = bitRate;
-        this.clock = new AudioClock(timeBase, format.sampleRate(), streamIndex == ANY_STREAM ? 0 : Packet.NO_TIME);
-        this.streamIndex = streamIndex;
+        this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME);
+        this.filter = new StreamFilter(stream);
     }
 
     /**
@@ -54,7 +59,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(MediaStream stream) {
-        return open(WaveFormat.of(stream), stream.bitRate(), stream.timeBase(), stream.index());
+        return open(WaveFormat.of(stream), stream.bitRate(), stream.timeBase(), stream);
     }
 
     /**
@@ -67,11 +72,10 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public static AudioDecoder open(WaveFormat format) {
         Objects.requireNonNull(format, "format");
-        return open(format, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()),
-                ANY_STREAM);
+        return open(format, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()), null);
     }
 
-    private static AudioDecoder open(WaveFormat format, long knownBitRate, Rational timeBase, int streamIndex) {
+    private static AudioDecoder open(WaveFormat format, long knownBitRate, Rational timeBase, MediaStream stream) {
         int bitRate = knownBitRate < 0 || knownBitRate > Integer.MAX_VALUE ? 0 : (int) knownBitRate;
         long context = FfmpegLibrary.context();
         long address;
@@ -84,7 +88,7 @@ public final class AudioDecoder implements AutoCloseable {
         if (address == 0) {
             throw doesNotOpen(format);
         }
-        AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, streamIndex);
+        AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, stream);
         try {
             if (bitRate > 0) {
                 // Some decoders take the layout of their packets from the bit rate, which nothing else tells them.
@@ -119,8 +123,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @return whether {@link #decode(Packet)} takes it
      */
     public boolean accepts(Packet packet) {
-        Objects.requireNonNull(packet, "packet");
-        return streamIndex == ANY_STREAM || packet.streamIndex() == streamIndex;
+        return filter.accepts(packet);
     }
 
     /**
@@ -131,39 +134,43 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws DecodeException when the packet is damaged; the sound that was decoded before is given by the next call
      * @throws IllegalArgumentException when the packet is of another stream
      * @throws MediaStateException when the decoder is closed or in use
+     * @throws MediaException when there is no memory left for its sound
      */
     public List<AudioBlock> decode(Packet packet) {
-        if (!accepts(packet)) {
-            throw new IllegalArgumentException(packet + " is not of the decoder's stream " + streamIndex);
-        }
-        long time = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime() : packet.decodingTime();
-        return decode(packet.bytes(), 0, packet.size(), time, packet);
+        filter.check(packet);
+        return decode(packet.bytes(), timeOf(packet), packet);
     }
 
     /**
      * Decodes bytes that are no container's packet, which follow those of the call before.
      *
-     * @param bytes whole frames or blocks of the codec, any number of them
+     * @param bytes whole frames or blocks of the codec, any number of them, up to 16 MiB
      * @return their sound, mostly as one block, which belongs to the caller
+     * @throws IllegalArgumentException when they are more than 16 MiB
      * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
      * @throws MediaStateException when the decoder is closed or in use
+     * @throws MediaException when there is no memory left for their sound
      */
     public List<AudioBlock> decode(byte[] bytes) {
         Objects.requireNonNull(bytes, "bytes");
-        return decode(bytes, 0, bytes.length, Packet.NO_TIME, bytes.length + " bytes");
+        checkSize(bytes.length);
+        return decode(bytes, Packet.NO_TIME, bytes.length + " bytes");
     }
 
     /**
      * Decodes bytes that are no container's packet, which follow those of the call before.
      *
-     * @param bytes whole frames or blocks of the codec, any number of them; read from its position to its limit, which
-     *     becomes the position
+     * @param bytes whole frames or blocks of the codec, any number of them, up to 16 MiB; read from its position to its
+     *     limit, which becomes the position
      * @return their sound, mostly as one block, which belongs to the caller
+     * @throws IllegalArgumentException when they are more than 16 MiB, of which none is taken then
      * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
      * @throws MediaStateException when the decoder is closed or in use
+     * @throws MediaException when there is no memory left for their sound
      */
     public List<AudioBlock> decode(ByteBuffer bytes) {
         Objects.requireNonNull(bytes, "bytes");
+        checkSize(bytes.remaining());
         int start = bytes.position();
         byte[] copy = new byte[bytes.remaining()];
         bytes.get(copy);
@@ -177,17 +184,77 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * The sound of a reader from its place on, to the end of the stream and what the decoder holds then. The decoder
-     * and the reader are used by nobody else meanwhile; closing the stream leaves them open. A packet that cannot be
-     * decoded is an {@link java.io.IOException} with the {@link DecodeException} as its cause, after which reading
-     * goes on behind it.
+     * Decodes everything that a reader still has of this decoder's stream, packet by packet as the sound is asked for;
+     * damaged packets are left out, packets of the reader's other streams are passed over and lost. A stream that ends
+     * early, be it by {@code limit} or by an exception, leaves the rest for the next call of this method or of
+     * {@link #decode(Packet)}. Made parallel it gives one block at a time all the same.
+     *
+     * @param reader the reader that the stream is from
+     * @return the sound, the last of it included. The stream throws {@link UncheckedIOException} when the bytes cannot be
+     *     read, {@link MediaFormatException} where the container is damaged, {@link MediaStateException} when the reader
+     *     or the decoder is closed or in use, and {@link MediaException} when there is no memory left for the sound
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
+     *     reader's
+     */
+    public Stream<AudioBlock> blocks(MediaReader reader) {
+        return source(reader).stream();
+    }
+
+    OneByOne<AudioBlock> source(MediaReader reader) {
+        filter.check(reader);
+        return new OneByOne<>() {
+            private boolean ended;
+
+            @Override
+            AudioBlock next() {
+                AudioBlock block = nextWaiting();
+                while (block == null && !ended) {
+                    ended = !decodeNext(reader);
+                    block = nextWaiting();
+                }
+                return block;
+            }
+        };
+    }
+
+    /**
+     * The sound of a reader as bytes, otherwise as {@link #blocks} gives it. The decoder and the reader are used by nobody
+     * else meanwhile; closing the stream leaves them open. Whatever {@link #blocks} throws comes as an {@link IOException}.
      *
      * @param reader the reader of the decoder's stream
      * @return PCM of 16 bits, signed, little-endian, of unspecified length
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
+     *     reader's
      * @see MediaAudio
      */
     public AudioInputStream sound(MediaReader reader) {
         return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
+    }
+
+    private AudioBlock nextWaiting() {
+        return handle.call(address -> finished.poll());
+    }
+
+    /** @return false at the end of the stream, when the last sound waits as well */
+    private boolean decodeNext(MediaReader reader) {
+        Packet packet;
+        try {
+            packet = reader.read();
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+        return handle.call(address -> {
+            try {
+                if (packet == null) {
+                    end(address);
+                } else if (accepts(packet)) {
+                    decode(address, packet.bytes(), timeOf(packet), packet);
+                }
+            } catch (DecodeException e) {
+                // The stream goes on without it.
+            }
+            return packet != null;
+        });
     }
 
     /**
@@ -199,12 +266,7 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public List<AudioBlock> finish() {
         return handle.call(address -> {
-            try {
-                take(calls.drain(address));
-                restart(address);
-            } catch (RuntimeException | Error e) {
-                throw translate(e);
-            }
+            end(address);
             return handOut();
         });
     }
@@ -240,25 +302,45 @@ public final class AudioDecoder implements AutoCloseable {
         clock.reset();
     }
 
-    private List<AudioBlock> decode(byte[] bytes, int offset, int length, long time, Object what) {
+    private void end(long address) {
+        try {
+            take(calls.drain(address));
+            restart(address);
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "decoding", DecodeException::new);
+        }
+    }
+
+    private static void checkSize(int bytes) {
+        if (bytes > MOST_BYTES) {
+            throw new IllegalArgumentException(bytes + " bytes are too many for one call; give at most " + MOST_BYTES
+                    + " at a time, cut between frames");
+        }
+    }
+
+    private List<AudioBlock> decode(byte[] bytes, long time, Object what) {
         return handle.call(address -> {
-            boolean damaged;
-            try {
-                clock.at(time);
-                damaged = decode(address, bytes, offset, length);
-            } catch (RuntimeException | Error e) {
-                throw translate(e);
-            }
-            if (damaged) {
-                throw new DecodeException("a packet cannot be decoded: " + what);
-            }
+            decode(address, bytes, time, what);
             return handOut();
         });
     }
 
+    private void decode(long address, byte[] bytes, long time, Object what) {
+        boolean damaged;
+        try {
+            clock.at(time);
+            damaged = decode(address, bytes);
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "decoding", DecodeException::new);
+        }
+        if (damaged) {
+            throw new DecodeException("a packet cannot be decoded: " + what);
+        }
+    }
+
     /** @return whether some of it could not be decoded */
-    private boolean decode(long address, byte[] bytes, int offset, int length) {
-        AudioCalls.Result result = calls.process(address, bytes, offset, length);
+    private boolean decode(long address, byte[] bytes) {
+        AudioCalls.Result result = calls.process(address, bytes, bytes.length);
         boolean silent = take(result) == 0;
         boolean failed = result.failed();
         if (result.rest() > 0 && !failed) {
@@ -267,7 +349,11 @@ public final class AudioDecoder implements AutoCloseable {
             silent &= take(rest) == 0;
             failed = rest.failed();
         }
-        return failed || silent && length > 0 && isMpeg(format) && !isTag(bytes, offset, length);
+        return failed || silent && isMpeg(format) && beginsFrame(bytes);
+    }
+
+    private static long timeOf(Packet packet) {
+        return packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime() : packet.decodingTime();
     }
 
     /** The decoder of MPEG audio reports no errors: it looks for the next frame and finds none. */
@@ -275,9 +361,12 @@ public final class AudioDecoder implements AutoCloseable {
         return format.formatTag() == WaveFormatTags.MPEG || format.formatTag() == WaveFormatTags.MP3;
     }
 
-    /** Whether this is the song's title and the like, which some containers do not take out. */
-    private static boolean isTag(byte[] bytes, int offset, int length) {
-        return length > 2 && bytes[offset] == 'T' && bytes[offset + 1] == 'A' && bytes[offset + 2] == 'G';
+    /**
+     * Whether a frame of MPEG audio begins here. Readers also give as packets what stands around the frames: tags with the
+     * song's title or words, zeros that fill up the file, a frame cut off within its header.
+     */
+    private static boolean beginsFrame(byte[] bytes) {
+        return bytes.length >= MPEG_HEADER && (bytes[0] & 0xFF) == 0xFF && (bytes[1] & 0xE0) == 0xE0;
     }
 
     private int take(AudioCalls.Result result) {
@@ -291,19 +380,8 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     private List<AudioBlock> handOut() {
-        List<AudioBlock> blocks = finished;
-        finished = new ArrayList<>();
+        List<AudioBlock> blocks = new ArrayList<>(finished);
+        finished.clear();
         return blocks;
-    }
-
-    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
-    private static RuntimeException translate(Throwable e) {
-        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
-            return new DecodeException("decoding failed: " + MediaException.plain(e), e);
-        }
-        if (e instanceof Error error) {
-            throw error;
-        }
-        return (RuntimeException) e;
     }
 }

@@ -186,6 +186,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws IllegalArgumentException when its sample rate or channels are others
      * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> encode(AudioBlock block) {
         Objects.requireNonNull(block, "block");
@@ -204,6 +205,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws IllegalArgumentException when the last frame is not whole
      * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> encode(byte[] pcm) {
         return encode(ByteBuffer.wrap(Objects.requireNonNull(pcm, "pcm")));
@@ -218,6 +220,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws IllegalArgumentException when the last frame is not whole
      * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> encode(ByteBuffer pcm) {
         Objects.requireNonNull(pcm, "pcm");
@@ -253,6 +256,7 @@ public final class AudioEncoder implements AutoCloseable {
      * @return the last packets
      * @throws EncodeException when they cannot be encoded
      * @throws MediaStateException when the encoder is finished, closed or in use
+     * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> finish() {
         return handle.call(address -> {
@@ -299,11 +303,13 @@ public final class AudioEncoder implements AutoCloseable {
         }
         byte[] bytes;
         try {
-            AudioCalls.Result result = calls.process(address, frame, 0, length);
+            AudioCalls.Result result = calls.process(address, frame, length);
             // PCM passes through a decoder, which keeps a few last bytes; an encoder takes a whole frame.
             bytes = result.rest() > 0 && codec == AudioCodec.PCM ? calls.drain(address).bytes() : result.bytes();
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            // Its time passes all the same: what comes next must not be heard too early.
+            packed += length / bytesOfFrame();
+            throw MediaException.of(e, "encoding", EncodeException::new);
         }
         if (bytes.length > 0) {
             long time = packed - initialPadding;
@@ -328,16 +334,5 @@ public final class AudioEncoder implements AutoCloseable {
         List<Packet> packets = ready;
         ready = new ArrayList<>();
         return packets;
-    }
-
-    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
-    private static RuntimeException translate(Throwable e) {
-        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
-            return new EncodeException("encoding failed: " + MediaException.plain(e), e);
-        }
-        if (e instanceof Error error) {
-            throw error;
-        }
-        return (RuntimeException) e;
     }
 }

@@ -13,6 +13,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
 import java.nio.file.StandardOpenOption;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
 import java.util.UUID;
@@ -26,7 +27,7 @@ import java.util.UUID;
  *     for (AudioBlock block : blocks) {
  *         file.write(block);
  *     }
- *     file.finish(0);
+ *     file.finish();
  * }
  * }</pre>
  */
@@ -45,6 +46,8 @@ public final class AudioFileWriter implements AutoCloseable {
     private final WaveHeader header;
     private long written;
     private boolean closed;
+    /** Something was left half-written. */
+    private boolean failed;
 
     private AudioFileWriter(Path file, WaveFormat format, AudioContainer container) throws IOException {
         this.file = file;
@@ -111,37 +114,59 @@ public final class AudioFileWriter implements AutoCloseable {
     }
 
     /**
-     * Writes packets.
+     * Writes packets, all or none of them.
      *
      * @param packets packets of the format, in their order
-     * @throws IOException when they cannot be written
+     * @throws IOException when they cannot be written; when that is because the container does not hold so much, the file
+     *     can be finished without them, else it is lost
      * @throws IllegalArgumentException when a packet is longer than the container allows
-     * @throws MediaStateException when the file is finished or closed
+     * @throws MediaStateException when the file is finished or closed, or could not be written before
      */
     public synchronized void write(List<Packet> packets) throws IOException {
         throwIfClosed();
         Objects.requireNonNull(packets, "packets");
-        // All or none.
-        packets.forEach(packet -> Objects.requireNonNull(packet, "packet"));
+        List<byte[]> pieces = new ArrayList<>();
         for (Packet packet : packets) {
-            write(packet.bytes());
+            byte[] bytes = Objects.requireNonNull(packet, "packet").bytes();
+            if (adts != null) {
+                pieces.add(adts.before(bytes.length));
+            }
+            pieces.add(bytes);
         }
+        writeAll(pieces);
     }
 
     /**
      * Writes decoded sound into a file of PCM.
      *
      * @param block sound of the file's channels and sample rate
-     * @throws IOException when it cannot be written
+     * @throws IOException when it cannot be written; when that is because the container does not hold so much, the file
+     *     can be finished without it, else it is lost
      * @throws IllegalArgumentException when the file is not one of such PCM
-     * @throws MediaStateException when the file is finished or closed
+     * @throws MediaStateException when the file is finished or closed, or could not be written before
      */
     public synchronized void write(AudioBlock block) throws IOException {
+        throwIfClosed();
         Objects.requireNonNull(block, "block");
         if (!format.equals(WaveFormat.pcm16(block.sampleRate(), block.channels()))) {
             throw new IllegalArgumentException(block + " is not of the file's " + format);
         }
-        write(block.pcm());
+        writeAll(List.of(block.pcm()));
+    }
+
+    /**
+     * Gives a file of PCM its lengths, which it knows by itself, and its name.
+     *
+     * @throws IOException when it cannot be written; the file is dropped then
+     * @throws UnsupportedOperationException when the file is not one of PCM; {@link #finish(long)} is told its length
+     * @throws MediaStateException when the file is finished or closed, or could not be written before
+     */
+    public synchronized void finish() throws IOException {
+        if (format.formatTag() != WaveFormatTags.PCM) {
+            throw new UnsupportedOperationException("the length of " + format + " in samples is not known; finish the file"
+                    + " with it, an encoder's frames()");
+        }
+        finish(0);
     }
 
     /**
@@ -150,7 +175,7 @@ public final class AudioFileWriter implements AutoCloseable {
      * @param frames the length of the sound in samples of a channel; the files of PCM know it by themselves
      * @throws IOException when it cannot be written; the file is dropped then
      * @throws IllegalArgumentException when the length is negative
-     * @throws MediaStateException when the file is finished or closed
+     * @throws MediaStateException when the file is finished or closed, or could not be written before
      */
     public synchronized void finish(long frames) throws IOException {
         throwIfClosed();
@@ -192,20 +217,26 @@ public final class AudioFileWriter implements AutoCloseable {
         }
     }
 
-    private void write(byte[] bytes) throws IOException {
-        throwIfClosed();
-        byte[] before = adts == null ? new byte[0] : adts.before(bytes.length);
-        if (header != null && !header.hasRoomFor(written + before.length + bytes.length)) {
+    private void writeAll(List<byte[]> pieces) throws IOException {
+        long size = pieces.stream().mapToLong(piece -> piece.length).sum();
+        if (header != null && !header.hasRoomFor(written + size)) {
             throw new FileSystemException(file.toString(), null, "a WAV file holds no more than 4 GiB");
         }
-        out.write(before);
-        out.write(bytes);
-        written += before.length + bytes.length;
+        failed = true;
+        for (byte[] piece : pieces) {
+            out.write(piece);
+        }
+        written += size;
+        failed = false;
     }
 
     private void throwIfClosed() {
         if (closed) {
             throw new MediaStateException("the file " + file + " is finished or closed");
+        }
+        if (failed) {
+            throw new MediaStateException("the file " + file + " could not be written and is lost; close it and write"
+                    + " another one");
         }
     }
 

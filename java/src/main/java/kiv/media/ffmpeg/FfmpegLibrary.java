@@ -149,7 +149,7 @@ public final class FfmpegLibrary {
             context = c_multimediaapi_ffmpeg.n_init(directory.toString(), logReceiver(), LOG_LEVEL);
         } catch (RuntimeException | Error e) {
             failure = new LibraryException("cannot load FFmpeg from " + directory + ": " + e.getMessage()
-                    + "; it takes FFmpeg 2.4 to 2.8", e);
+                    + "; it takes FFmpeg 2.5 to 2.8", e);
             throw failure;
         }
         loadedDirectory = directory;

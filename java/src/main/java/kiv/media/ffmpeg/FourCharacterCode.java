@@ -2,7 +2,15 @@ package kiv.media.ffmpeg;
 
 import java.util.Objects;
 
-/** Conversions between a four-character code's text and its 32-bit value, whose low byte is the first character. */
+/**
+ * Conversions between a four-character code's text and its 32-bit value, whose low byte is the first character.
+ *
+ * <pre>{@code
+ * if (stream.codecTag() != FourCharacterCode.of("avc1")) {
+ *     System.out.println("not avc1 but " + FourCharacterCode.toText(stream.codecTag()));
+ * }
+ * }</pre>
+ */
 public final class FourCharacterCode {
 
     private FourCharacterCode() {

@@ -3,7 +3,6 @@ package kiv.media.ffmpeg;
 import java.io.IOException;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Path;
-import java.util.Objects;
 import java.util.OptionalLong;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
@@ -26,8 +25,9 @@ import javax.sound.sampled.AudioSystem;
  * {@link AudioSystem#NOT_SPECIFIED}. It cannot be marked. As of every {@link AudioInputStream}, whole frames are read,
  * single bytes are not.
  *
- * <p>A packet that cannot be decoded is an {@link IOException} with the {@link DecodeException} as its cause; whoever
- * reads on gets the sound behind the damage. One thread at a time reads. Any thread may close a stream, also while
+ * <p>A packet that cannot be decoded is left out, and the sound goes on behind it; to learn of damage, decode
+ * {@linkplain AudioDecoder#decode(Packet) packet by packet}. Whatever else goes wrong is an {@link IOException}, with what
+ * this library throws by itself as its cause. One thread at a time reads. Any thread may close a stream, also while
  * another one reads, which then gets an {@link IOException}, as does everybody who reads later. Closing it again does
  * nothing.
  *
@@ -109,10 +109,7 @@ public final class MediaAudio {
      * @throws IllegalArgumentException when the stream is not one of the reader's, or carries no sound
      */
     public static AudioInputStream open(MediaReader reader, MediaStream stream) {
-        Objects.requireNonNull(stream, "stream");
-        if (!reader.streams().contains(stream)) {
-            throw new IllegalArgumentException(stream + " is not a stream of this reader");
-        }
+        reader.check(stream);
         return stream(reader, AudioDecoder.open(stream), true, AudioSystem.NOT_SPECIFIED);
     }
 

@@ -1,6 +1,12 @@
 package kiv.media.ffmpeg;
 
-/** What a stream carries. */
+/**
+ * What a stream carries.
+ *
+ * <pre>{@code
+ * boolean subtitled = reader.streams().stream().anyMatch(stream -> stream.kind() == MediaKind.SUBTITLE);
+ * }</pre>
+ */
 public enum MediaKind {
     /** Pictures. */
     VIDEO,

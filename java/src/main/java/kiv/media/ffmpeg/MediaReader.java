@@ -13,12 +13,8 @@ import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.OptionalLong;
-import java.util.Spliterator;
-import java.util.Spliterators;
 import java.util.concurrent.CopyOnWriteArrayList;
-import java.util.function.Consumer;
 import java.util.stream.Stream;
-import java.util.stream.StreamSupport;
 
 /**
  * Reads a media container: its streams and, one after the other, its packets.
@@ -201,28 +197,22 @@ public final class MediaReader implements AutoCloseable {
     /**
      * The packets from here to the end, read as they are asked for. An {@link IOException} comes as
      * {@link UncheckedIOException}, damage as {@link MediaFormatException}. A stream that ends early leaves the other packets
-     * in the reader, for {@link #read()} or another stream.
+     * in the reader, for {@link #read()} or another stream. Made parallel it gives one packet at a time all the same.
      *
-     * @return a sequential stream, which need not be closed
+     * @return a sequential stream, which need not be closed; it throws {@link MediaStateException} when the reader is closed
+     *     or in use, beside what was said
      */
     public Stream<Packet> packets() {
-        var source = new Spliterators.AbstractSpliterator<Packet>(Long.MAX_VALUE,
-                Spliterator.ORDERED | Spliterator.NONNULL) {
+        return new OneByOne<Packet>() {
             @Override
-            public boolean tryAdvance(Consumer<? super Packet> action) {
-                Packet packet;
+            Packet next() {
                 try {
-                    packet = read();
+                    return read();
                 } catch (IOException e) {
                     throw new UncheckedIOException(e);
                 }
-                if (packet != null) {
-                    action.accept(packet);
-                }
-                return packet != null;
             }
-        };
-        return StreamSupport.stream(source, false);
+        }.stream();
     }
 
     /**
@@ -257,11 +247,16 @@ public final class MediaReader implements AutoCloseable {
      * @throws MediaFormatException when the container cannot do it
      */
     public void seek(MediaStream stream, long time) throws IOException {
+        check(stream);
+        checkTime(time);
+        seek(stream.index(), time);
+    }
+
+    /** @throws IllegalArgumentException when a stream is not one of this reader's */
+    void check(MediaStream stream) {
         if (!streams.contains(Objects.requireNonNull(stream, "stream"))) {
             throw new IllegalArgumentException(stream + " is not a stream of this reader");
         }
-        checkTime(time);
-        seek(stream.index(), time);
     }
 
     private static void checkTime(long time) {

@@ -6,6 +6,13 @@ import java.util.Optional;
 /**
  * One stream of a container: what it carries and how. Immutable, and usable after its {@link MediaReader} is closed.
  * Figures that the container does not tell are 0, unknown fractions have a 0 in them. Any thread may use it.
+ *
+ * <pre>{@code
+ * for (MediaStream stream : reader.streams()) {
+ *     System.out.println(stream.index() + ": " + stream.kind() + " " + stream.codecName()
+ *             + stream.duration().map(length -> ", " + length.toSeconds() + " s").orElse(""));
+ * }
+ * }</pre>
  */
 public final class MediaStream {
 
@@ -80,12 +87,12 @@ public final class MediaStream {
         return new Rational(fields[7], fields[8]);
     }
 
-    /** {@return length of the stream} */
+    /** {@return length of the stream; empty when it is unknown or beyond what a duration can hold} */
     public Optional<Duration> duration() {
         return time(fields[9]);
     }
 
-    /** {@return where the stream's times begin} */
+    /** {@return where the stream's times begin; empty when it is unknown or beyond what a duration can hold} */
     public Optional<Duration> startTime() {
         return time(fields[10]);
     }
@@ -154,11 +161,10 @@ public final class MediaStream {
      * Turns a time of this stream into a duration from the container's zero.
      *
      * @param time in units of {@link #timeBase()}, or {@link Packet#NO_TIME}
-     * @return the duration; empty for no time or no time base
-     * @throws ArithmeticException when the time is beyond what a duration can hold
+     * @return the duration; empty for no time, no time base, or a time beyond what a duration can hold
      */
     public Optional<Duration> time(long time) {
-        return time == Packet.NO_TIME || !timeBase().isKnown() ? Optional.empty() : Optional.of(timeBase().times(time));
+        return timeBase().time(time);
     }
 
     @Override

@@ -7,6 +7,11 @@ import java.util.Optional;
 /**
  * The media subtypes by which the library knows compressed video: GUIDs in text form, most of them made of a
  * four-character code. The library decodes these and no others.
+ *
+ * <pre>{@code
+ * String subtype = MediaSubtypes.of(FourCharacterCode.of("MP4V"));
+ * VideoFormat film = VideoFormat.of(subtype, 320, 240, 0, extradata, new Rational(1, 25));
+ * }</pre>
  */
 public final class MediaSubtypes {
 

@@ -15,7 +15,7 @@ final class PacketTimes {
     private static final int KEY_LIMIT = 1 << 30;
 
     /** Times of a picture. */
-    record Times(long timestamp, long duration, boolean key) {
+    record Times(long timestamp, long duration) {
     }
 
     private final int[] keys = new int[SLOTS];
@@ -67,8 +67,7 @@ final class PacketTimes {
         }
         boolean believePresentation = presentation != Packet.NO_TIME
                 && (decoding == Packet.NO_TIME || presentationFaults <= decodingFaults);
-        return new Times(believePresentation ? presentation : decoding, own == null ? 0 : own.duration(),
-                own != null && own.isKey());
+        return new Times(believePresentation ? presentation : decoding, own == null ? 0 : own.duration());
     }
 
     /** Forgets the packets, for a jump in the stream. */

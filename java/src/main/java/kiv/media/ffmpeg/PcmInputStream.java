@@ -2,29 +2,29 @@ package kiv.media.ffmpeg;
 
 import java.io.IOException;
 import java.io.InputStream;
+import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
-import java.util.ArrayDeque;
-import java.util.Deque;
 import java.util.Objects;
 
 /**
- * The sound of one stream as bytes: what {@link AudioDecoder} gives packet by packet, its end included. One thread
- * reads; any thread may close, also in the middle of a read.
+ * The sound of one stream as bytes: what {@link AudioDecoder#blocks} gives. One thread reads; any thread may close, also in
+ * the middle of a read.
  */
 final class PcmInputStream extends InputStream {
 
     private final MediaReader reader;
     private final AudioDecoder decoder;
+    private final OneByOne<AudioBlock> blocks;
     private final boolean owner;
-    private final Deque<AudioBlock> waiting = new ArrayDeque<>();
     private ByteBuffer current = ByteBuffer.allocate(0);
     private boolean finished;
     private volatile boolean closed;
 
     /** @param owner whether closing the stream closes the decoder and the reader */
     PcmInputStream(MediaReader reader, AudioDecoder decoder, boolean owner) {
-        this.reader = Objects.requireNonNull(reader, "reader");
+        this.reader = reader;
         this.decoder = decoder;
+        this.blocks = decoder.source(reader);
         this.owner = owner;
     }
 
@@ -34,7 +34,7 @@ final class PcmInputStream extends InputStream {
         return read(one, 0, 1) < 0 ? -1 : one[0] & 0xFF;
     }
 
-    /** Gives bytes of one block at most, so that nothing is lost when the next packet turns out to be damaged. */
+    /** Gives bytes of one block at most, so that nothing is lost when what comes next cannot be read. */
     @Override
     public synchronized int read(byte[] to, int offset, int length) throws IOException {
         Objects.checkFromIndexSize(offset, length, to.length);
@@ -43,13 +43,12 @@ final class PcmInputStream extends InputStream {
             return 0;
         }
         while (!current.hasRemaining()) {
-            if (!waiting.isEmpty()) {
-                current = waiting.remove().data();
-            } else if (finished) {
+            AudioBlock block = finished ? null : decodeMore();
+            if (block == null) {
+                finished = true;
                 return -1;
-            } else {
-                decodeMore();
             }
+            current = block.data();
         }
         int count = Math.min(length, current.remaining());
         current.get(to, offset, count);
@@ -60,11 +59,7 @@ final class PcmInputStream extends InputStream {
     @Override
     public synchronized int available() throws IOException {
         ensureOpen();
-        long bytes = current.remaining();
-        for (AudioBlock block : waiting) {
-            bytes += block.pcm().length;
-        }
-        return (int) Math.min(Integer.MAX_VALUE, bytes);
+        return current.remaining();
     }
 
     @Override
@@ -87,7 +82,6 @@ final class PcmInputStream extends InputStream {
     }
 
     private synchronized void release() throws IOException {
-        waiting.clear();
         if (owner) {
             try (reader; decoder) {
                 finished = true;
@@ -97,15 +91,12 @@ final class PcmInputStream extends InputStream {
         }
     }
 
-    private void decodeMore() throws IOException {
+    /** @return the next block, or null at the end */
+    private AudioBlock decodeMore() throws IOException {
         try {
-            Packet packet = reader.read();
-            if (packet == null) {
-                finished = true;
-                waiting.addAll(decoder.finish());
-            } else if (decoder.accepts(packet)) {
-                waiting.addAll(decoder.decode(packet));
-            }
+            return blocks.next();
+        } catch (UncheckedIOException e) {
+            throw e.getCause();
         } catch (MediaException e) {
             throw new IOException("the sound cannot be decoded: " + e.getMessage(), e);
         }

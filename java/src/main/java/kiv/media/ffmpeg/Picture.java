@@ -108,14 +108,9 @@ public final class Picture implements AutoCloseable {
         return details.times.duration();
     }
 
-    /**
-     * {@return when it is shown, from the container's zero}
-     *
-     * @throws ArithmeticException when the time is beyond what a duration can hold
-     */
+    /** {@return when it is shown, from the container's zero; empty when unknown or beyond what a duration can hold} */
     public Optional<Duration> time() {
-        return timestamp() == Packet.NO_TIME || !details.timeBase.isKnown() ? Optional.empty()
-                : Optional.of(details.timeBase.times(timestamp()));
+        return details.timeBase.time(timestamp());
     }
 
     /** {@return whether it was decoded without the help of other pictures} */
@@ -144,7 +139,8 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * A view of a plane. It must not be used after {@link #close()}: the memory may be another picture's then.
+     * A view of a plane, in the byte order of the format, so that values of more than a byte can be read as they are. It
+     * must not be used after {@link #close()}: the memory may be another picture's then.
      *
      * @param index 0 to {@link PixelFormat#planes()} - 1
      * @return the plane
@@ -164,7 +160,8 @@ public final class Picture implements AutoCloseable {
         int rowBytes = format.rowBytes(index, width);
         // The last row's padding need not exist.
         ByteBuffer bytes = held.buffer().slice(offsets[index], lineSizes[index] * (rows - 1) + rowBytes);
-        return new Plane(bytes.asReadOnlyBuffer(), lineSizes[index], rowBytes, rows);
+        return new Plane(bytes.order(format.isBigEndian() ? ByteOrder.BIG_ENDIAN : ByteOrder.LITTLE_ENDIAN),
+                lineSizes[index], rowBytes, rows);
     }
 
     /**
@@ -223,16 +220,20 @@ public final class Picture implements AutoCloseable {
      * @throws MediaStateException when the picture is closed
      */
     public int[] toArgb() {
-        return toArgb(width, height);
+        int[] pixels = allocated(() -> new int[Math.multiplyExact(width, height)], width, height);
+        readArgb(width, height, pixels);
+        return pixels;
     }
 
-    private int[] toArgb(int wantedWidth, int wantedHeight) {
-        int[] pixels = allocated(() -> new int[Math.multiplyExact(wantedWidth, wantedHeight)], wantedWidth, wantedHeight);
-        try (Picture argb = convert(PixelFormat.named(ARGB), wantedWidth, wantedHeight)) {
-            Plane plane = argb.plane(0);
-            plane.bytes().order(ByteOrder.LITTLE_ENDIAN).asIntBuffer().get(pixels);
+    private void readArgb(int wantedWidth, int wantedHeight, int[] pixels) {
+        PictureMemory held = hold();
+        try {
+            PictureConverters.convert(held, place(format, width, height, offsets, lineSizes),
+                    place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[4],
+                            new int[] {wantedWidth * Integer.BYTES, 0, 0, 0}), pixels);
+        } finally {
+            held.release();
         }
-        return pixels;
     }
 
     /**
@@ -259,8 +260,7 @@ public final class Picture implements AutoCloseable {
         checkSize(wantedWidth, wantedHeight);
         int type = format.hasAlpha() ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB;
         BufferedImage image = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, type), wantedWidth, wantedHeight);
-        int[] pixels = ((DataBufferInt) image.getRaster().getDataBuffer()).getData();
-        System.arraycopy(toArgb(wantedWidth, wantedHeight), 0, pixels, 0, pixels.length);
+        readArgb(wantedWidth, wantedHeight, ((DataBufferInt) image.getRaster().getDataBuffer()).getData());
         return image;
     }
 
@@ -294,17 +294,32 @@ public final class Picture implements AutoCloseable {
         int[] newLineSizes = new int[lineSizes.length];
         long size = 0;
         for (int plane = 0; plane < wanted.planes(); plane++) {
-            newOffsets[plane] = Math.toIntExact(size);
+            newOffsets[plane] = (int) size;
             newLineSizes[plane] = wanted.rowBytes(plane, wantedWidth);
             size += (long) newLineSizes[plane] * wanted.rows(plane, wantedHeight);
         }
         if (wanted.reservesPalette()) {
-            newOffsets[PALETTE_PLANE] = Math.toIntExact(size);
+            newOffsets[PALETTE_PLANE] = (int) size;
             size += PALETTE_ENTRIES * Integer.BYTES;
         }
-        PictureMemory to = new PicturePool().take(Math.toIntExact(size));
-        PictureConverters.convert(hold(), place(format, width, height, offsets, lineSizes), to.buffer(),
-                place(wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes));
+        if (size > Integer.MAX_VALUE) {
+            throw new MediaException("no buffer holds " + wantedWidth + "x" + wantedHeight + " pixels of " + wanted
+                    + "; ask for a smaller size");
+        }
+        PictureMemory to;
+        PictureMemory held = hold();
+        try {
+            to = held.another((int) size);
+            try {
+                PictureConverters.convert(held, place(format, width, height, offsets, lineSizes), to.buffer(),
+                        place(wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes));
+            } catch (Throwable e) {
+                to.release();
+                throw e;
+            }
+        } finally {
+            held.release();
+        }
         return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes, details);
     }
 
@@ -325,10 +340,11 @@ public final class Picture implements AutoCloseable {
         return place;
     }
 
-    private static void checkSize(int width, int height) {
-        if (width < 1 || width > LARGEST_SIDE || height < 1 || height > LARGEST_SIDE
-                || (long) width * height > Integer.MAX_VALUE / Long.BYTES) {
-            throw new IllegalArgumentException("no picture has " + width + "x" + height + " pixels");
+    private void checkSize(int wantedWidth, int wantedHeight) {
+        boolean own = wantedWidth == width && wantedHeight == height;
+        if (!own && (wantedWidth < 1 || wantedWidth > LARGEST_SIDE || wantedHeight < 1 || wantedHeight > LARGEST_SIDE
+                || (long) wantedWidth * wantedHeight > Integer.MAX_VALUE / Long.BYTES)) {
+            throw new IllegalArgumentException("no picture has " + wantedWidth + "x" + wantedHeight + " pixels");
         }
     }
 

@@ -1,7 +1,10 @@
 package kiv.media.ffmpeg;
 
+import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
 import java.util.concurrent.ArrayBlockingQueue;
+import java.util.function.Consumer;
 
 /**
  * The native converters, which know the tables of their last conversion: a thread takes one and gives it back, so there
@@ -10,33 +13,70 @@ import java.util.concurrent.ArrayBlockingQueue;
 final class PictureConverters {
 
     /** As many as can be at work at the same time; those of a crowd of threads are deleted after use. */
-    private static final ArrayBlockingQueue<Long> IDLE =
+    private static final ArrayBlockingQueue<Converter> IDLE =
             new ArrayBlockingQueue<>(Math.max(2, Runtime.getRuntime().availableProcessors()));
 
     private PictureConverters() {
     }
 
+    /** One for a single thread at a time, with the memory of its last picture, unless somebody else needed it. */
+    private static final class Converter {
+        private final long address = c_pictureconverter_ffmpeg.n_create_converter(FfmpegLibrary.context());
+        private WeakReference<ByteBuffer> last = new WeakReference<>(null);
+
+        ByteBuffer scratch(int size) {
+            ByteBuffer scratch = last.get();
+            if (scratch == null || scratch.capacity() < size) {
+                scratch = PicturePool.fresh(size).order(ByteOrder.LITTLE_ENDIAN);
+                last = new WeakReference<>(scratch);
+            }
+            return scratch;
+        }
+
+        void convert(PictureMemory from, int[] fromPlace, ByteBuffer to, int[] toPlace) {
+            c_pictureconverter_ffmpeg.n_convert(address, from.buffer(), fromPlace, to, toPlace,
+                    c_pictureconverter_ffmpeg.BICUBIC);
+        }
+    }
+
     /**
      * Converts a picture.
      *
-     * @param from held by the caller, and released here
+     * @param from held by the caller
      * @param fromPlace as {@link c_pictureconverter_ffmpeg#n_convert} takes it
+     * @throws UnsupportedOperationException when the formats cannot be converted
+     * @throws MediaException when there is no memory for it
      */
     static void convert(PictureMemory from, int[] fromPlace, ByteBuffer to, int[] toPlace) {
-        Long converter = IDLE.poll();
+        with(converter -> converter.convert(from, fromPlace, to, toPlace));
+    }
+
+    /**
+     * Converts a picture into an array.
+     *
+     * @param from held by the caller
+     * @param toPlace a format of four bytes, from the low one on, in lines without padding
+     * @param pixels one element for each pixel
+     */
+    static void convert(PictureMemory from, int[] fromPlace, int[] toPlace, int[] pixels) {
+        with(converter -> {
+            ByteBuffer scratch = converter.scratch(Math.multiplyExact(pixels.length, Integer.BYTES));
+            converter.convert(from, fromPlace, scratch, toPlace);
+            scratch.asIntBuffer().get(pixels);
+        });
+    }
+
+    private static void with(Consumer<Converter> work) {
+        Converter converter = IDLE.poll();
         try {
-            if (converter == null) {
-                converter = c_pictureconverter_ffmpeg.n_create_converter(FfmpegLibrary.context());
-            }
-            c_pictureconverter_ffmpeg.n_convert(converter, from.buffer(), fromPlace, to, toPlace,
-                    c_pictureconverter_ffmpeg.BICUBIC);
-        } catch (RuntimeException e) {
-            throw e.getClass() == RuntimeException.class
-                    ? new UnsupportedOperationException(MediaException.plain(e), e) : e;
+            converter = converter == null ? new Converter() : converter;
+            work.accept(converter);
+        } catch (RuntimeException | Error e) {
+            throw e.getClass() == RuntimeException.class ? new UnsupportedOperationException(MediaException.plain(e), e)
+                    : MediaException.of(e, "converting a picture", MediaException::new);
         } finally {
-            from.release();
             if (converter != null && !IDLE.offer(converter)) {
-                c_pictureconverter_ffmpeg.n_delete_converter(converter);
+                c_pictureconverter_ffmpeg.n_delete_converter(converter.address);
             }
         }
     }

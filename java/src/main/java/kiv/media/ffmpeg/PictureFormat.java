@@ -5,6 +5,11 @@ import java.util.Optional;
 /**
  * The formats in which {@link c_multimediaapi_ffmpeg} can give pictures in arrays. A picture that the decoder makes in
  * another format, or in another size than the stream's, is converted by libswscale.
+ *
+ * <pre>{@code
+ * int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
+ * PictureFormat format = PictureFormat.of(layout[8], layout[9]).orElseThrow();
+ * }</pre>
  */
 public enum PictureFormat {
     /** Planar YUV 4:2:0, planes in the order Y, V, U. */

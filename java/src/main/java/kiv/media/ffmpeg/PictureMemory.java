@@ -18,6 +18,11 @@ final class PictureMemory {
         this.buffer = buffer;
     }
 
+    /** Memory for another picture, with one holder as well. */
+    PictureMemory another(int size) {
+        return pool.take(size);
+    }
+
     /** All of it, from the start of the allocation, whatever position and limit say. */
     ByteBuffer buffer() {
         return buffer;

@@ -4,11 +4,12 @@ import java.nio.ByteBuffer;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.Deque;
+import java.util.Iterator;
 import java.util.List;
 
 /**
- * Memory for the pictures of one decoder, used again when it comes back: fresh memory is cleared first, which costs as
- * much as decoding some pictures does. Any thread may use it.
+ * Memory for the pictures of one decoder and for what they are converted into, used again when it comes back: fresh memory
+ * is cleared first, which costs as much as decoding some pictures does. Any thread may use it.
  */
 final class PicturePool implements VideoBuffers {
 
@@ -18,20 +19,27 @@ final class PicturePool implements VideoBuffers {
     private final Deque<ByteBuffer> spare = new ArrayDeque<>();
     private final List<PictureMemory> freed = new ArrayList<>();
 
+    private boolean closed;
+
     /** Memory with the caller as its holder. */
     PictureMemory take(int size) {
-        ByteBuffer buffer = null;
-        synchronized (this) {
-            while (buffer == null && !spare.isEmpty()) {
-                // Another size is that of pictures that will not come again.
-                ByteBuffer candidate = spare.pop();
-                buffer = candidate.capacity() == size ? candidate : null;
-            }
-        }
+        ByteBuffer buffer = spare(size);
         return new PictureMemory(this, buffer != null ? buffer : fresh(size));
     }
 
-    private static ByteBuffer fresh(int size) {
+    /** What was used last is likeliest to be in the processor's cache. */
+    private synchronized ByteBuffer spare(int size) {
+        for (Iterator<ByteBuffer> buffers = spare.iterator(); buffers.hasNext();) {
+            ByteBuffer buffer = buffers.next();
+            if (buffer.capacity() == size) {
+                buffers.remove();
+                return buffer;
+            }
+        }
+        return null;
+    }
+
+    static ByteBuffer fresh(int size) {
         try {
             return ByteBuffer.allocateDirect(size);
         } catch (OutOfMemoryError e) {
@@ -41,8 +49,13 @@ final class PicturePool implements VideoBuffers {
     }
 
     synchronized void takeBack(ByteBuffer buffer) {
-        if (spare.size() < LARGEST) {
-            spare.push(buffer);
+        if (closed) {
+            return;
+        }
+        spare.push(buffer);
+        if (spare.size() > LARGEST) {
+            // A size that is not asked for any more gets here.
+            spare.removeLast();
         }
     }
 
@@ -57,7 +70,9 @@ final class PicturePool implements VideoBuffers {
     /** Often called before the picture that was made of the memory is known to Java: {@link #settle} lets it go. */
     @Override
     public synchronized void free(Object[] slots) {
-        freed.add((PictureMemory) slots[3]);
+        if (!closed) {
+            freed.add((PictureMemory) slots[3]);
+        }
     }
 
     /** After a native call, when its pictures hold their memory: lets go of what the library has given back. */
@@ -68,5 +83,12 @@ final class PicturePool implements VideoBuffers {
             freed.clear();
         }
         unused.forEach(PictureMemory::release);
+    }
+
+    /** Keeps nothing from now on: a picture that stays open must hold no memory but its own. */
+    synchronized void close() {
+        closed = true;
+        spare.clear();
+        freed.clear();
     }
 }

@@ -1,9 +1,12 @@
 package kiv.media.ffmpeg;
 
 import java.util.List;
+import java.util.Map;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.concurrent.ConcurrentHashMap;
+import java.util.function.Function;
+import java.util.stream.Collectors;
 import java.util.stream.IntStream;
 
 /**
@@ -34,6 +37,9 @@ public final class PixelFormat {
 
     private static final ConcurrentHashMap<Integer, Optional<PixelFormat>> FORMATS = new ConcurrentHashMap<>();
 
+    /** Null before it is asked for. */
+    private static volatile Map<String, PixelFormat> byName;
+
     private final int number;
     private final String name;
     private final int[] description;
@@ -46,13 +52,18 @@ public final class PixelFormat {
 
     /** The format of FFmpeg's number, if there is one and its pixels are in memory. */
     static Optional<PixelFormat> of(int number) {
-        return FORMATS.computeIfAbsent(number, unknown -> {
-            long context = FfmpegLibrary.context();
-            int[] description = c_pictureconverter_ffmpeg.n_pixel_format(context, unknown);
-            String name = c_pictureconverter_ffmpeg.n_pixel_format_name(context, unknown);
-            return description == null || name == null || (description[3] & HARDWARE) != 0 ? Optional.empty()
-                    : Optional.of(new PixelFormat(unknown, name, description));
-        });
+        Optional<PixelFormat> known = FORMATS.get(number);
+        if (known != null) {
+            return known;
+        }
+        // Loading the library logs, which runs code of others: no lock is held.
+        long context = FfmpegLibrary.context();
+        int[] description = c_pictureconverter_ffmpeg.n_pixel_format(context, number);
+        String name = c_pictureconverter_ffmpeg.n_pixel_format_name(context, number);
+        Optional<PixelFormat> found = description == null || name == null || (description[3] & HARDWARE) != 0
+                ? Optional.empty() : Optional.of(new PixelFormat(number, name, description));
+        known = FORMATS.putIfAbsent(number, found);
+        return known != null ? known : found;
     }
 
     /** {@return every format of the loaded library} */
@@ -70,8 +81,16 @@ public final class PixelFormat {
      */
     public static PixelFormat named(String name) {
         Objects.requireNonNull(name, "name");
-        return all().stream().filter(format -> format.name.equals(name)).findFirst()
-                .orElseThrow(() -> new IllegalArgumentException("no pixel format is called \"" + name + "\""));
+        Map<String, PixelFormat> names = byName;
+        if (names == null) {
+            names = all().stream().collect(Collectors.toMap(PixelFormat::name, Function.identity(), (first, other) -> first));
+            byName = names;
+        }
+        PixelFormat format = names.get(name);
+        if (format == null) {
+            throw new IllegalArgumentException("no pixel format is called \"" + name + "\"");
+        }
+        return format;
     }
 
     /** FFmpeg's number. */

@@ -9,7 +9,15 @@ import java.util.Objects;
  * follows up to the next row is padding. The bytes are a picture's own memory, to be looked at only until that picture is
  * closed. Any thread may read them by index; position and limit belong to one thread at a time.
  *
- * @param bytes the plane, read-only, from the first byte of its first row
+ * <pre>{@code
+ * Plane brightness = picture.plane(0);
+ * for (int y = 0; y < brightness.rows(); y++) {
+ *     System.out.println("leftmost: " + (brightness.bytes().get(y * brightness.lineSize()) & 0xFF));
+ * }
+ * }</pre>
+ *
+ * @param bytes the plane, read-only, from the first byte of its first row; of a picture's plane in the byte order of its
+ *     {@linkplain PixelFormat#isBigEndian() format}
  * @param lineSize distance of two rows in bytes
  * @param rowBytes bytes of a row that are picture
  * @param rows number of rows
@@ -19,7 +27,7 @@ public record Plane(ByteBuffer bytes, int lineSize, int rowBytes, int rows) {
     /**
      * Checks that the plane lies within its bytes.
      *
-     * @param bytes the plane, from the position to the limit; a read-only view of it is kept
+     * @param bytes the plane, from the position to the limit; a read-only view of it in the same byte order is kept
      * @param lineSize distance of two rows in bytes
      * @param rowBytes bytes of a row that are picture
      * @param rows number of rows

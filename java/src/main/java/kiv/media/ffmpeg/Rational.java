@@ -2,9 +2,16 @@ package kiv.media.ffmpeg;
 
 import java.math.BigInteger;
 import java.time.Duration;
+import java.util.Optional;
 
 /**
  * A fraction, as containers tell rates and time units.
+ *
+ * <pre>{@code
+ * Rational tick = new Rational(1, 90_000); // seconds
+ * Duration tenMinutes = tick.times(54_000_000);
+ * double rate = stream.frameRate().toDouble();
+ * }</pre>
  *
  * @param numerator above the line
  * @param denominator below the line; 0 when the value is unknown
@@ -48,6 +55,19 @@ public record Rational(long numerator, long denominator) {
             throw new ArithmeticException(units + " times " + this + " seconds are more than a duration can hold");
         }
         return Duration.ofSeconds(split[0].longValue(), split[1].longValue());
+    }
+
+    /** A time in units of this from the zero of a container, where both are known and a duration can hold it. */
+    Optional<Duration> time(long units) {
+        if (units == Packet.NO_TIME || !isKnown()) {
+            return Optional.empty();
+        }
+        try {
+            return Optional.of(times(units));
+        } catch (ArithmeticException e) {
+            // Damaged files tell such times.
+            return Optional.empty();
+        }
     }
 
     @Override

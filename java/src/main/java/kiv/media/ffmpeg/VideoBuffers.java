@@ -4,6 +4,17 @@ package kiv.media.ffmpeg;
  * Supplies the arrays into which a video decoder writes its pictures, for users of {@link c_multimediaapi_ffmpeg}: the
  * object passed to {@code n_create_vcodec_to_raw} is asked when it implements this interface. The methods are called
  * on the thread that is inside a native of the codec, and must not call the codec themselves.
+ *
+ * <pre>{@code
+ * VideoBuffers buffers = new VideoBuffers() {
+ *     public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
+ *         slots[0] = slots[3] = new byte[buffer[1]]; // the format is planar YUV
+ *         return true;
+ *     }
+ *     public void free(Object[] slots) {
+ *     }
+ * };
+ * }</pre>
  */
 public interface VideoBuffers {
 

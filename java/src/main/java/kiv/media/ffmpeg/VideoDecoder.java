@@ -8,11 +8,7 @@ import java.util.Arrays;
 import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
-import java.util.Spliterator;
-import java.util.Spliterators;
-import java.util.function.Consumer;
 import java.util.stream.Stream;
-import java.util.stream.StreamSupport;
 
 /**
  * Decodes the packets of one video stream into pictures.
@@ -31,8 +27,6 @@ import java.util.stream.StreamSupport;
  */
 public final class VideoDecoder implements AutoCloseable {
 
-    private static final int ANY_STREAM = -1;
-
     private static final int PICTURE = 0;
     private static final int MORE_PICTURES = 1;
     private static final int CHANGED_PICTURE = 4;
@@ -47,18 +41,19 @@ public final class VideoDecoder implements AutoCloseable {
     private final NativeHandle handle;
     private final PicturePool pool;
     private final VideoFormat format;
-    private final int streamIndex;
+    private final StreamFilter filter;
     private final PacketTimes times = new PacketTimes();
     private final Deque<Picture> finished = new ArrayDeque<>();
 
-    private VideoDecoder(long address, PicturePool pool, VideoFormat format, int streamIndex) {
+    private VideoDecoder(long address, PicturePool pool, VideoFormat format, MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, dead -> BoundBuffers.with(pool, () -> {
             c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
+            pool.close();
             return null;
         }));
         this.pool = pool;
         this.format = format;
-        this.streamIndex = streamIndex;
+        this.filter = new StreamFilter(stream);
     }
 
     /**
@@ -72,7 +67,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
-        return open(VideoFormat.of(stream), stream.index());
+        return open(VideoFormat.of(stream), stream);
     }
 
     /**
@@ -84,10 +79,10 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format) {
-        return open(Objects.requireNonNull(format, "format"), ANY_STREAM);
+        return open(Objects.requireNonNull(format, "format"), null);
     }
 
-    private static VideoDecoder open(VideoFormat format, int streamIndex) {
+    private static VideoDecoder open(VideoFormat format, MediaStream stream) {
         long context = FfmpegLibrary.context();
         PicturePool pool = new PicturePool();
         long address;
@@ -97,7 +92,7 @@ public final class VideoDecoder implements AutoCloseable {
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
-        VideoDecoder decoder = new VideoDecoder(address, pool, format, streamIndex);
+        VideoDecoder decoder = new VideoDecoder(address, pool, format, stream);
         try {
             // A container's packet is a whole picture; told so, no decoder delays it to look for the picture's end.
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
@@ -125,8 +120,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @return whether {@link #decode} takes it
      */
     public boolean accepts(Packet packet) {
-        Objects.requireNonNull(packet, "packet");
-        return streamIndex == ANY_STREAM || packet.streamIndex() == streamIndex;
+        return filter.accepts(packet);
     }
 
     /**
@@ -141,9 +135,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws MediaException when there is no memory left for a picture
      */
     public List<Picture> decode(Packet packet) {
-        if (!accepts(packet)) {
-            throw new IllegalArgumentException(packet + " is not of the decoder's stream " + streamIndex);
-        }
+        filter.check(packet);
         return call(address -> {
             decode(address, packet);
             return handOut();
@@ -167,34 +159,32 @@ public final class VideoDecoder implements AutoCloseable {
 
     /**
      * Decodes everything that a reader still has of this decoder's stream, packet by packet as the pictures are asked for;
-     * damaged packets are left out. A stream that ends early, be it by {@code limit} or by an exception, leaves the rest
-     * for the next call of this method or of {@link #decode}.
+     * damaged packets are left out, packets of the reader's other streams are passed over and lost. A stream that ends
+     * early, be it by {@code limit} or by an exception, leaves the rest for the next call of this method or of
+     * {@link #decode}. Made parallel it gives one picture at a time all the same.
      *
      * @param reader the reader that the stream is from
-     * @return the pictures, the last ones included; reading failures are thrown by the stream as
-     *     {@link UncheckedIOException}, and the use of a reader or decoder that was closed meanwhile as
-     *     {@link MediaStateException}
+     * @return the pictures, the last ones included. The stream throws {@link UncheckedIOException} when the bytes cannot
+     *     be read, {@link MediaFormatException} where the container is damaged, {@link MediaStateException} when the
+     *     reader or the decoder is closed or in use, and {@link MediaException} when there is no memory left for a picture
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
+     *     reader's
      */
     public Stream<Picture> pictures(MediaReader reader) {
-        Objects.requireNonNull(reader, "reader");
-        var source = new Spliterators.AbstractSpliterator<Picture>(Long.MAX_VALUE,
-                Spliterator.ORDERED | Spliterator.NONNULL) {
+        filter.check(reader);
+        return new OneByOne<Picture>() {
             private boolean ended;
 
             @Override
-            public boolean tryAdvance(Consumer<? super Picture> action) {
+            Picture next() {
                 Picture picture = nextWaiting();
                 while (picture == null && !ended) {
                     ended = !decodeNext(reader);
                     picture = nextWaiting();
                 }
-                if (picture != null) {
-                    action.accept(picture);
-                }
-                return picture != null;
+                return picture;
             }
-        };
-        return StreamSupport.stream(source, false);
+        }.stream();
     }
 
     private Picture nextWaiting() {
@@ -210,14 +200,14 @@ public final class VideoDecoder implements AutoCloseable {
             throw new UncheckedIOException(e);
         }
         return call(address -> {
-            if (packet == null) {
-                end(address);
-            } else if (accepts(packet)) {
-                try {
+            try {
+                if (packet == null) {
+                    end(address);
+                } else if (accepts(packet)) {
                     decode(address, packet);
-                } catch (DecodeException e) {
-                    // The stream goes on without it.
                 }
+            } catch (DecodeException e) {
+                // The stream goes on without it.
             }
             return packet != null;
         });
@@ -232,6 +222,7 @@ public final class VideoDecoder implements AutoCloseable {
         call(address -> {
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
             times.forget();
+            finished.forEach(Picture::close);
             finished.clear();
             return null;
         });
@@ -267,7 +258,7 @@ public final class VideoDecoder implements AutoCloseable {
         try {
             process(address, packet);
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            throw MediaException.of(e, "decoding", DecodeException::new);
         }
     }
 
@@ -276,7 +267,7 @@ public final class VideoDecoder implements AutoCloseable {
             fetch(address, DRAIN, NO_PACKET);
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
         } catch (RuntimeException | Error e) {
-            throw translate(e);
+            throw MediaException.of(e, "decoding", DecodeException::new);
         }
         times.forget();
     }
@@ -325,16 +316,5 @@ public final class VideoDecoder implements AutoCloseable {
         finished.add(new Picture(memory, pixels, params[16], params[17], offsets, Arrays.copyOfRange(params, 22, 26),
                 new Picture.Details(times.of(key, packet), format.timeBase(), params[19] != 0, params[21] != 0,
                         params[21] == TOP_FIELD_FIRST, params[28] == FULL_RANGE, new Rational(params[26], params[27]))));
-    }
-
-    /** The library's own failures become ours; what Java threw inside it, such as a lack of memory, passes through. */
-    private static RuntimeException translate(Throwable e) {
-        if (e.getClass() == RuntimeException.class || e.getClass() == Error.class) {
-            return new DecodeException("decoding failed: " + MediaException.plain(e), e);
-        }
-        if (e instanceof Error error) {
-            throw error;
-        }
-        return (RuntimeException) e;
     }
 }

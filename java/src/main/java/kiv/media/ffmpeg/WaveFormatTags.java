@@ -6,6 +6,13 @@ import java.util.OptionalInt;
 
 /**
  * The format tags of WAVE headers by which the library knows compressed sound. It decodes these and no others.
+ *
+ * <pre>{@code
+ * WaveFormat speech = WaveFormat.of(WaveFormatTags.ALAW, 1, 8000, 8000, 1, 8, new byte[0]);
+ * try (AudioDecoder decoder = AudioDecoder.open(speech)) {
+ *     decoder.decode(bytes).forEach(block -> play(block.samples()));
+ * }
+ * }</pre>
  */
 public final class WaveFormatTags {
 

@@ -6,6 +6,7 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.nio.ByteBuffer;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.time.Duration;
 import java.util.ArrayList;
@@ -100,8 +101,12 @@ class AudioDecoderTest {
         try (AudioDecoder decoder = decoderOf(codec, rate)) {
             for (Packet packet : packets) {
                 frames += decoder.decode(packet).stream().mapToInt(AudioBlock::frames).sum();
-                byte[] noise = new byte[1 + random.nextInt(300)];
+                byte[] noise = new byte[5 + random.nextInt(300)];
                 random.nextBytes(noise);
+                if (codec == AudioCodec.MP3) {
+                    // What begins with no frame is taken for a tag.
+                    noise[0] = noise[1] = -1;
+                }
                 try {
                     decoder.decode(Packet.of(noise, 0, 0, 0, true));
                 } catch (DecodeException e) {
@@ -188,6 +193,63 @@ class AudioDecoderTest {
             WaveFormat format = WaveFormat.of(tag, 2, 44100, 0, 0, 0, new byte[0]);
             assertThatThrownBy(() -> AudioDecoder.open(format)).isInstanceOf(UnsupportedCodecException.class)
                     .hasMessageContaining(format.toString());
+        }
+    }
+
+    @Test
+    void soundOfAReaderIsForTheDecoderOfItsStream() throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film());
+                AudioDecoder stranger = AudioDecoder.open(other.firstAudio().orElseThrow());
+                AudioDecoder homeless = AudioDecoder.open(stranger.format())) {
+            for (AudioDecoder decoder : List.of(stranger, homeless)) {
+                assertThatThrownBy(() -> decoder.sound(reader)).isInstanceOf(IllegalArgumentException.class)
+                        .hasMessageContaining("stream");
+            }
+        }
+    }
+
+    /** Readers give such ends as packets of their own. */
+    @ParameterizedTest
+    @CsvSource({"APETAGEX, 192, 0", "LYRICSBEGIN, 100, 0", "'', 3000, 0", "APETAGEX, 300, 100", "'', 0, 415"})
+    void whatFollowsTheLastFrameOfAnMp3IsNoDamage(String tag, int zeros, int cut) throws IOException {
+        byte[] song = Files.readAllBytes(TestMedia.stream("mp3.mp3"));
+        ByteArrayOutputStream bytes = new ByteArrayOutputStream();
+        bytes.write(song, 0, song.length - cut);
+        bytes.writeBytes(tag.getBytes(StandardCharsets.ISO_8859_1));
+        bytes.writeBytes(new byte[zeros]);
+        int frames = cut == 415 ? 44928 : 46080;
+        try (MediaReader reader = MediaReader.open(new MemoryChannel(bytes.toByteArray()));
+                AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+            assertThat(Sounds.decode(decoder, reader.packets().toList())).hasSize(frames * 4);
+        }
+    }
+
+    @Test
+    void blocksOfAReaderAreItsSoundWithoutTheDamage() throws IOException {
+        byte[] expected = MediaAudioTest.decoded(TestMedia.stream("aac.m4a"));
+        byte[] bytes = Files.readAllBytes(TestMedia.stream("aac.m4a"));
+        for (boolean damaged : new boolean[] {false, true}) {
+            try (MediaReader reader = MediaReader.open(new MemoryChannel(bytes));
+                    AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+                List<AudioBlock> blocks = new ArrayList<>(decoder.blocks(reader).parallel().limit(3).toList());
+                decoder.blocks(reader).forEach(blocks::add);
+                assertThat(Sounds.join(blocks)).hasSize(expected.length - (damaged ? 4096 : 0))
+                        .startsWith(Arrays.copyOf(expected, 19 * 4096));
+                reader.seek(Duration.ZERO);
+                Packet victim = reader.packets().skip(20).findFirst().orElseThrow();
+                Arrays.fill(bytes, (int) victim.position(), (int) victim.position() + victim.size(), (byte) 0xFF);
+            }
+        }
+    }
+
+    @Test
+    void oneCallTakesNoMoreThanIsGoodForTheHeap() {
+        ByteBuffer bytes = ByteBuffer.allocate((16 << 20) + 1);
+        try (AudioDecoder decoder = AudioDecoder.open(WaveFormat.of(WaveFormatTags.MULAW, 1, 8000, 8000, 1, 8, new byte[0]))) {
+            assertThatThrownBy(() -> decoder.decode(bytes)).isInstanceOf(IllegalArgumentException.class)
+                    .hasMessageContaining("at most 16777216");
+            assertThat(bytes.position()).isZero();
+            assertThat(decoder.decode(bytes.limit(16 << 20))).singleElement().extracting(AudioBlock::frames).isEqualTo(16 << 20);
         }
     }
 }

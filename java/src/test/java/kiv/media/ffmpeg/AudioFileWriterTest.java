@@ -10,6 +10,7 @@ import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
+import java.util.stream.Stream;
 import javax.sound.sampled.AudioSystem;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -30,7 +31,7 @@ class AudioFileWriterTest {
             writer.write(block(1000));
             writer.write(block(600));
             assertThat(file).hasContent("what was there before");
-            writer.finish(0);
+            writer.finish();
             assertThatThrownBy(() -> writer.write(block(2))).isInstanceOf(MediaStateException.class);
         }
         assertThat(AudioSystem.getAudioFileFormat(file.toFile()).getFrameLength()).isEqualTo(800);
@@ -70,6 +71,29 @@ class AudioFileWriterTest {
             assertThatThrownBy(() -> writer.write(new AudioBlock(new byte[4], 8000, 2, 0, new Rational(1, 8000))))
                     .isInstanceOf(IllegalArgumentException.class);
             assertThatThrownBy(() -> writer.finish(-1)).isInstanceOf(IllegalArgumentException.class);
+        }
+        assertThat(directory).isEmptyDirectory();
+    }
+
+    @Test
+    void packetsAreWrittenAllOrNoneAndNothingAfterAFailure() throws IOException {
+        Path file = directory.resolve("f.aac");
+        WaveFormat aac = WaveFormat.of(WaveFormatTags.AAC, 1, 8000, 0, 0, 0, new byte[] {0x15, (byte) 0x88});
+        try (AudioFileWriter writer = AudioFileWriter.create(file, aac, AudioContainer.ADTS)) {
+            List<Packet> packets = Stream.of(9, 9000).map(size -> Packet.of(new byte[size], 0, 0, 0, true)).toList();
+            assertThatThrownBy(() -> writer.write(packets)).isInstanceOf(IllegalArgumentException.class);
+            assertThatThrownBy(writer::finish).isInstanceOf(UnsupportedOperationException.class);
+            writer.finish(0);
+        }
+        assertThat(file).isEmptyFile();
+        Files.delete(file);
+        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 1), AudioContainer.RAW)) {
+            Thread.currentThread().interrupt();
+            assertThatThrownBy(() -> writer.write(block(1 << 17))).isInstanceOf(IOException.class);
+            assertThat(Thread.interrupted()).isTrue();
+            assertThatThrownBy(() -> writer.write(block(2))).isInstanceOf(MediaStateException.class)
+                    .hasMessageContaining("lost");
+            assertThatThrownBy(writer::finish).isInstanceOf(MediaStateException.class);
         }
         assertThat(directory).isEmptyDirectory();
     }

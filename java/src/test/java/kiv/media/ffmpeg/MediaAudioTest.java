@@ -124,7 +124,7 @@ public class MediaAudioTest {
     }
 
     @Test
-    void damageIsToldAndReadingGoesOn() throws IOException {
+    void damageIsLeftOut() throws IOException {
         Path m4a = TestMedia.stream("aac.m4a");
         byte[] expected = decoded(m4a);
         byte[] bytes = Files.readAllBytes(m4a);
@@ -135,8 +135,6 @@ public class MediaAudioTest {
         int packet = 1024 * 4;
         try (AudioInputStream sound = MediaAudio.open(Files.write(directory.resolve("damaged.m4a"), bytes))) {
             assertThat(sound.readNBytes(20 * packet)).isEqualTo(Arrays.copyOf(expected, 20 * packet));
-            assertThatThrownBy(() -> sound.read(new byte[packet])).isInstanceOf(IOException.class)
-                    .hasMessageContaining("decoded").hasCauseInstanceOf(DecodeException.class);
             assertThat(sound.readAllBytes()).hasSize(expected.length - 21 * packet);
         }
     }

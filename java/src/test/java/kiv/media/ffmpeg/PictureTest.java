@@ -5,6 +5,7 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.awt.image.BufferedImage;
 import java.io.IOException;
+import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.ArrayList;
 import java.util.List;
@@ -15,7 +16,7 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 class PictureTest {
 
-    private static final Picture.Details DETAILS = new Picture.Details(new PacketTimes.Times(3, 1, true),
+    private static final Picture.Details DETAILS = new Picture.Details(new PacketTimes.Times(3, 1),
             new Rational(1, 25), true, false, false, false, new Rational(0, 1));
 
     /** A picture of one colour after the other, row by row, in lines with padding. */
@@ -134,5 +135,35 @@ class PictureTest {
                 .isEqualTo(type);
         layout[8] = FourCharacterCode.of("NV12");
         assertThatThrownBy(() -> PictureArrays.allocate(layout, new int[5])).hasMessageContaining("NV12");
+    }
+
+    @Test
+    void valuesOfTwoBytesAreReadAsTheyAre() {
+        try (Picture grey = picture(64, 2, 0xFF848484);
+                Picture little = grey.convert(PixelFormat.named("yuv420p10le"));
+                Picture big = grey.convert(PixelFormat.named("yuv420p10be"))) {
+            assertThat(little.plane(0).bytes().getShort(6)).isEqualTo(big.plane(0).bytes().getShort(6))
+                    .isBetween((short) 400, (short) 600);
+        }
+    }
+
+    @Test
+    void memoryIsUsedAgainUntilItsPoolIsClosed() {
+        PicturePool pool = new PicturePool();
+        PictureMemory memory = pool.take(64);
+        PictureMemory other = memory.another(99);
+        ByteBuffer buffer = memory.buffer();
+        memory.release();
+        other.release();
+        memory = pool.take(64);
+        assertThat(memory.buffer()).isSameAs(buffer);
+        pool.close();
+        memory.release();
+        assertThat(pool.take(64).buffer()).isNotSameAs(buffer);
+    }
+
+    @Test
+    void aFormatIsOneObjectWhoeverAsks() {
+        assertThat(PixelFormat.all()).allMatch(format -> PixelFormat.named(format.name()) == format);
     }
 }

@@ -209,4 +209,21 @@ class VideoDecoderTest {
         assertThatThrownBy(() -> VideoFormat.of(MediaSubtypes.H264_AVC1, 320, 1 << 20, 0, none, unknown))
                 .isInstanceOf(IllegalArgumentException.class);
     }
+
+    @Test
+    void aStreamOfPicturesTakesNoMoreThanItGivesAndNothingForAStrangersDecoder() throws IOException {
+        List<Picture> all = decode(TestMedia.film());
+        try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film());
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
+                VideoDecoder stranger = VideoDecoder.open(other.firstVideo().orElseThrow());
+                VideoDecoder homeless = VideoDecoder.open(decoder.format())) {
+            assertThatThrownBy(() -> stranger.pictures(reader)).isInstanceOf(IllegalArgumentException.class)
+                    .hasMessageContaining("not a stream of this reader");
+            assertThatThrownBy(() -> homeless.pictures(reader)).isInstanceOf(IllegalArgumentException.class)
+                    .hasMessageContaining("without a stream");
+            assertThat(decoder.pictures(reader).parallel().limit(3).map(Picture::timestamp))
+                    .containsExactlyElementsOf(all.stream().limit(3).map(Picture::timestamp).toList());
+            assertThat(decoder.pictures(reader).findFirst().orElseThrow().timestamp()).isEqualTo(all.get(3).timestamp());
+        }
+    }
 }
