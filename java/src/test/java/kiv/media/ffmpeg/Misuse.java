@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
+import java.lang.ref.Reference;
 import java.lang.reflect.Constructor;
 import java.lang.reflect.Executable;
 import java.lang.reflect.InvocationTargetException;
@@ -432,9 +433,12 @@ final class Misuse {
         };
         c_multimediaapi_ffmpeg.n_init(FfmpegLibrary.directory().toString(), receiver, 0);
         int before = holdersNow(holders);
-        forget();
+        List<AutoCloseable> objects = forgotten();
         int most = holdersNow(holders);
-        check(most > before + 30, "nothing was counted: " + before + " to " + most);
+        check(most >= before + objects.size(), "not all were counted: " + before + " to " + most);
+        Reference.reachabilityFence(objects);
+        // Otherwise this call would hold them until its end.
+        objects = null;
         // One converter stays ready for the next picture.
         for (int attempt = 0; attempt < 200 && holdersNow(holders) > before + 1; attempt++) {
             System.gc();
@@ -443,7 +447,9 @@ final class Misuse {
         check(holdersNow(holders) <= before + 1, "never deleted: " + (holdersNow(holders) - before));
     }
 
-    private static void forget() throws IOException {
+    /** Each of the objects has something native. */
+    private static List<AutoCloseable> forgotten() throws IOException {
+        List<AutoCloseable> objects = new ArrayList<>();
         for (int i = 0; i < 20; i++) {
             HostileChannel channel = new HostileChannel(filmBytes, HostileChannel.Way.HONEST, 0);
             MediaReader reader = MediaReader.open(channel);
@@ -451,9 +457,11 @@ final class Misuse {
             channel.hook = reader::formatName;
             VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
             decoder.pictures(reader).limit(3).forEach(Picture::toBufferedImage);
-            AudioDecoder.open(reader.firstAudio().orElseThrow());
-            AudioEncoder.open(AudioCodec.MP3, 44_100, 2).encode(noise(40_000));
+            AudioEncoder encoder = AudioEncoder.open(AudioCodec.MP3, 44_100, 2);
+            encoder.encode(noise(40_000));
+            objects.addAll(List.of(reader, decoder, AudioDecoder.open(reader.firstAudio().orElseThrow()), encoder));
         }
+        return objects;
     }
 
     private static int holdersNow(int[] holders) throws IOException {
