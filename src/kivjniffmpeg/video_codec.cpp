@@ -415,9 +415,12 @@ std::unique_ptr<c_avframe> c_videocodec::convert(c_avframe &dsp_decoded, c_frame
     if (adsl_sws == nullptr)
         return nullptr;
     return make_picture(dsp_decoded, dsp_buffer, dsp_format, iml_width, iml_height, [&](AVFrame &dsp_to) {
-        // The slice is as high as the output; the source has no more lines than it has.
-        g_swscale.sws_scale(adsl_sws, dsl_from.data, dsl_from.linesize, 0, std::min(iml_height, dsl_from.height),
-                            dsp_to.data, dsp_to.linesize);
+        // The slice is as high as the output; the source has no more lines than it has. From colours, libswscale
+        // crashes when it gets a few lines of many.
+        constexpr int inl_colours = 2 | 32; // AV_PIX_FMT_FLAG_PAL, AV_PIX_FMT_FLAG_RGB
+        const bool bl_whole = (g_avutil.av_pix_fmt_desc_get(dsp_decoded.pixel_format())->flags & inl_colours) != 0;
+        const int inl_lines = bl_whole ? dsl_from.height : std::min(iml_height, dsl_from.height);
+        g_swscale.sws_scale(adsl_sws, dsl_from.data, dsl_from.linesize, 0, inl_lines, dsp_to.data, dsp_to.linesize);
     });
 }
 

@@ -3,9 +3,9 @@ package kiv.media.ffmpeg;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
-import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.file.Path;
+import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
@@ -77,20 +77,15 @@ class AudioEncoderTest {
     @CsvSource({"AAC, 20", "AC3, 30", "DTS, 40", "MULAW, 30"})
     void surroundChannelsStayWhereTheyAre(AudioCodec codec, double quality) {
         byte[] pcm = Sounds.voice(48000, 6, FRAMES);
-        silenceChannel(pcm, 3);
+        // The channel of the low tones loses the high ones, so it is silent.
+        for (int low = 3 * Short.BYTES; low < pcm.length; low += 6 * Short.BYTES) {
+            Arrays.fill(pcm, low, low + Short.BYTES, (byte) 0);
+        }
         int bitRate = codec == AudioCodec.AAC || codec == AudioCodec.AC3 ? 640_000 : AudioEncoder.DEFAULT_BIT_RATE;
         try (AudioEncoder encoder = AudioEncoder.open(codec, 48000, 6, bitRate);
                 AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
             byte[] decoded = Sounds.decode(decoder, Sounds.encode(encoder, pcm));
             assertThat(Sounds.signalToNoise(pcm, decoded, encoder.initialPadding() * 6)).isGreaterThan(quality);
-        }
-    }
-
-    /** That of the low tones, which loses the high ones. */
-    private static void silenceChannel(byte[] pcm, int channel) {
-        for (int at = channel * Short.BYTES; at < pcm.length; at += 6 * Short.BYTES) {
-            pcm[at] = 0;
-            pcm[at + 1] = 0;
         }
     }
 
@@ -102,25 +97,21 @@ class AudioEncoderTest {
                     AudioEncoder high = AudioEncoder.open(codec, 44100, 2, 256_000)) {
                 assertThat(low.bitRate()).isEqualTo(64_000);
                 assertThat(high.format().bytesPerSecond()).isEqualTo(32_000);
-                assertThat(size(Sounds.encode(high, pcm))).isGreaterThan(2 * size(Sounds.encode(low, pcm)));
+                int small = Sounds.encode(low, pcm).stream().mapToInt(Packet::size).sum();
+                assertThat(Sounds.encode(high, pcm).stream().mapToInt(Packet::size).sum()).isGreaterThan(2 * small);
             }
         }
-    }
-
-    private static int size(List<Packet> packets) {
-        return packets.stream().mapToInt(Packet::size).sum();
     }
 
     @Test
     void silenceOrNothingMakesNoTrouble() {
         for (AudioCodec codec : AudioCodec.values()) {
             int rate = codec == AudioCodec.AMR_NB ? 8000 : 48000;
-            try (AudioEncoder encoder = AudioEncoder.open(codec, rate, 1)) {
-                assertThat(encoder.encode(new byte[0])).isEmpty();
-                assertThat(encoder.finish()).isEmpty();
-            }
-            try (AudioEncoder encoder = AudioEncoder.open(codec, rate, 1);
+            try (AudioEncoder unused = AudioEncoder.open(codec, rate, 1);
+                    AudioEncoder encoder = AudioEncoder.open(codec, rate, 1);
                     AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
+                assertThat(unused.encode(new byte[0])).isEmpty();
+                assertThat(unused.finish()).isEmpty();
                 List<Packet> packets = Sounds.encode(encoder, new byte[2]);
                 assertThat(Sounds.decode(decoder, packets).length / Short.BYTES)
                         .isGreaterThanOrEqualTo(encoder.initialPadding() + 1);
@@ -129,19 +120,13 @@ class AudioEncoderTest {
     }
 
     @Test
-    void misuseIsToldAndHarmsNothing() throws IOException {
-        assertThatThrownBy(() -> AudioEncoder.open(null, 8000, 1)).isInstanceOf(NullPointerException.class);
-        for (int[] wrong : new int[][] {{0, 1, 0}, {8000, 0, 0}, {8000, 65, 0}, {8000, 1, -1}, {8000, 1, 64_000}}) {
-            assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.ALAW, wrong[0], wrong[1], wrong[2]))
-                    .isInstanceOf(IllegalArgumentException.class);
-        }
+    void whatCannotBeEncodedIsTold() {
         assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.AMR_NB, 44100, 2))
                 .isInstanceOf(UnsupportedCodecException.class).hasMessageContaining("8000 Hz and 1 channel");
         assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.WMA2, 44100, 2, 1000))
                 .isInstanceOf(UnsupportedCodecException.class).hasMessageContaining("1000 bit/s");
         AudioEncoder encoder = AudioEncoder.open(AudioCodec.AAC, 44100, 2);
         assertThatThrownBy(() -> encoder.encode(new byte[6])).isInstanceOf(IllegalArgumentException.class);
-        assertThatThrownBy(() -> encoder.encode((byte[]) null)).isInstanceOf(NullPointerException.class);
         AudioBlock mono = new AudioBlock(new byte[4], 44100, 1, 0, new Rational(1, 44100));
         assertThatThrownBy(() -> encoder.encode(mono)).isInstanceOf(IllegalArgumentException.class);
         ByteBuffer readOnly = ByteBuffer.allocateDirect(44100 * 4).asReadOnlyBuffer();
@@ -150,7 +135,6 @@ class AudioEncoderTest {
         assertThat(encoder.finish()).isNotEmpty();
         assertThatThrownBy(encoder::finish).isInstanceOf(MediaStateException.class);
         assertThatThrownBy(() -> encoder.encode(new byte[4])).isInstanceOf(MediaStateException.class);
-        encoder.close();
         encoder.close();
         assertThatThrownBy(encoder::finish).isInstanceOf(MediaStateException.class).hasMessageContaining("closed");
         assertThat(encoder.extradata()).hasSize(5);

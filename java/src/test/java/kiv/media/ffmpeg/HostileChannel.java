@@ -3,9 +3,10 @@ package kiv.media.ffmpeg;
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.channels.ClosedChannelException;
+import java.nio.channels.SeekableByteChannel;
 
-/** A channel over an array that does one thing which channels should not do, from some read on. */
-final class HostileChannel extends MemoryChannel {
+/** A channel over an array, which can do one thing that channels should not do, from some read on. */
+final class HostileChannel implements SeekableByteChannel {
 
     /** What it does. */
     enum Way {
@@ -18,11 +19,18 @@ final class HostileChannel extends MemoryChannel {
     }
 
     Hook hook;
+    boolean open = true;
+    private final byte[] bytes;
     private final Way way;
+    private long position;
     private int honestReads;
 
+    HostileChannel(byte[] bytes) {
+        this(bytes, Way.HONEST, 0);
+    }
+
     HostileChannel(byte[] bytes, Way way, int honestReads) {
-        super(bytes);
+        this.bytes = bytes;
         this.way = way;
         this.honestReads = honestReads;
     }
@@ -35,13 +43,15 @@ final class HostileChannel extends MemoryChannel {
         if (hook != null) {
             hook.run();
         }
+        if (position >= bytes.length) {
+            return -1;
+        }
         // Small reads, so that there are many.
-        int limit = to.limit();
-        to.limit(to.position() + Math.min(to.remaining(), 4096));
         int start = to.position();
-        int count = super.read(to);
-        to.limit(limit);
-        if (way == Way.HONEST || honestReads-- > 0 || count < 0) {
+        int count = (int) Math.min(Math.min(to.remaining(), 4096), bytes.length - position);
+        to.put(bytes, (int) position, count);
+        position += count;
+        if (way == Way.HONEST || honestReads-- > 0) {
             return count;
         }
         switch (way) {
@@ -64,11 +74,37 @@ final class HostileChannel extends MemoryChannel {
 
     @Override
     public long size() {
-        return way == Way.HUGE ? Long.MAX_VALUE : way == Way.NEGATIVE_SIZE ? Long.MIN_VALUE : super.size();
+        return way == Way.HUGE ? Long.MAX_VALUE : way == Way.NEGATIVE_SIZE ? Long.MIN_VALUE : bytes.length;
     }
 
     @Override
     public long position() {
-        return way == Way.ELSEWHERE ? -7 : super.position();
+        return way == Way.ELSEWHERE ? -7 : position;
+    }
+
+    @Override
+    public SeekableByteChannel position(long to) {
+        position = to;
+        return this;
+    }
+
+    @Override
+    public int write(ByteBuffer from) {
+        throw new UnsupportedOperationException();
+    }
+
+    @Override
+    public SeekableByteChannel truncate(long size) {
+        throw new UnsupportedOperationException();
+    }
+
+    @Override
+    public boolean isOpen() {
+        return open;
+    }
+
+    @Override
+    public void close() {
+        open = false;
     }
 }

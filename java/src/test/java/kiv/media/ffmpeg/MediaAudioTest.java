@@ -18,7 +18,7 @@ import java.util.stream.Stream;
 import javax.sound.sampled.AudioFormat;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
-import kiv.media.ffmpeg.exactness.TestMedia.Sound;
+import kiv.media.ffmpeg.TestMedia.Sound;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -31,7 +31,7 @@ public class MediaAudioTest {
 
     /** Every file whose sound can be decoded, with and without pictures. */
     public static Stream<Path> files() {
-        return Stream.concat(kiv.media.ffmpeg.exactness.TestMedia.pcmSources().stream().map(Sound::file)
+        return Stream.concat(TestMedia.pcmSources().stream().map(Sound::file)
                         // This one ends in the middle of a packet.
                         .filter(file -> !file.endsWith("matrix_ping_pong.wmv")),
                 Stream.of("h264_aac.mp4", "h264_aac.mov", "h264_aac.flv", "mpeg1_mp2.mpg", "mpeg2_ac3.ts",

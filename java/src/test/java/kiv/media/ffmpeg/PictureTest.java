@@ -8,10 +8,12 @@ import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Iterator;
 import java.util.List;
+import kiv.media.ffmpeg.exactness.Reference;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 class PictureTest {
@@ -43,98 +45,70 @@ class PictureTest {
         }
     }
 
-    /** There and back again; one colour has nothing to lose in formats with fewer of them. */
+    /** One colour has nothing to lose in formats with fewer of them; libswscale itself does not survive some of the sizes. */
     @ParameterizedTest
     @ValueSource(strings = {"yuv420p", "yuv422p", "yuv444p", "yuv411p", "rgb24", "yuyv422", "yuv420p10le", "rgb565le",
-        "nv12", "gray"})
-    void everyFormatHoldsAGreyPicture(String name) {
+        "nv12", "gray", "argb"})
+    void everyFormatHoldsAGreyPictureOfAnySize(String name) {
         PixelFormat format = PixelFormat.named(name);
-        for (int width : new int[] {64, 65, 97}) {
-            try (Picture grey = picture(width, 33, 0xFF848484);
-                    Picture converted = grey.convert(format);
-                    Picture larger = converted.convert(format, 2 * width, 50)) {
-                assertThat(converted.format()).isSameAs(format);
-                assertThat(converted.toBytes().length).isEqualTo(larger.convert(format, width, 33).toBytes().length);
-                for (int pixel : larger.toArgb()) {
-                    assertThat(pixel >> 8 & 0xFF).isBetween(0x7C, 0x8C);
-                    assertThat(pixel >>> 24).isEqualTo(0xFF);
-                }
-            }
-        }
-    }
-
-    /** libswscale itself does not survive some of these. */
-    @ParameterizedTest
-    @ValueSource(strings = {"yuv422p", "yuv444p", "argb"})
-    void picturesOfFewRowsAreScaled(String name) {
-        for (int rows = 1; rows <= 8; rows++) {
-            try (Picture picture = picture(64, rows, 0xFF848484); Picture other = picture.convert(PixelFormat.named(name))) {
-                for (int wanted : new int[] {1, 3, 5, 64}) {
-                    assertThat(other.toBufferedImage(64, wanted).getRGB(63, wanted - 1) >> 8 & 0xFF).isBetween(0x7C, 0x8C);
-                    assertThat(other.convert(PixelFormat.named("rgb24"), 60, wanted).toBytes()).hasSize(180 * wanted);
+        for (int rows : new int[] {1, 2, 3, 4, 5, 6, 7, 8, 33}) {
+            for (int width : new int[] {64, 65, 97}) {
+                try (Picture grey = picture(width, rows, 0xFF848484); Picture converted = grey.convert(format)) {
+                    assertThat(converted.format()).isSameAs(format);
+                    for (int wanted : new int[] {1, 3, 5, 64}) {
+                        Picture scaled = converted.convert(format, 2 * width, wanted);
+                        assertThat(Arrays.stream(scaled.toArgb()).allMatch(pixel ->
+                                Math.abs((pixel >> 8 & 0xFF) - 0x84) <= 8 && pixel >>> 24 == 0xFF)).isTrue();
+                        assertThat(scaled.convert(format, width, rows).toBytes()).hasSameSizeAs(converted.toBytes());
+                        assertThat(converted.toBufferedImage(64, wanted).getRGB(63, wanted - 1) >> 8 & 0xFF)
+                                .isBetween(0x7C, 0x8C);
+                    }
                 }
             }
         }
     }
 
     @Test
-    void closedPicturesAndImpossibleOnesAreRefused() {
+    void whatAPictureDoesNotHaveIsRefused() {
         Picture picture = picture(4, 4, -1);
-        PixelFormat format = picture.format();
-        for (int[] size : new int[][] {{0, 4}, {4, -1}, {1 << 20, 4}, {Integer.MAX_VALUE, Integer.MAX_VALUE}}) {
-            assertThatThrownBy(() -> picture.toBufferedImage(size[0], size[1])).isInstanceOf(IllegalArgumentException.class);
-            assertThatThrownBy(() -> picture.convert(format, size[0], size[1])).isInstanceOf(IllegalArgumentException.class);
-        }
-        assertThatThrownBy(() -> picture.convert(null)).isInstanceOf(NullPointerException.class);
+        assertThatThrownBy(() -> picture.convert(picture.format(), 1 << 20, 4)).isInstanceOf(IllegalArgumentException.class);
         assertThatThrownBy(() -> picture.plane(1)).isInstanceOf(IllegalArgumentException.class);
         assertThatThrownBy(picture::palette).isInstanceOf(UnsupportedOperationException.class);
-        assertThatThrownBy(() -> PixelFormat.named("mauve")).isInstanceOf(IllegalArgumentException.class);
         picture.close();
-        picture.close();
-        assertThatThrownBy(picture::toArgb).isInstanceOf(MediaStateException.class);
         assertThatThrownBy(() -> picture.plane(0)).isInstanceOf(MediaStateException.class);
-        assertThatThrownBy(() -> new Picture(new PicturePool().take(63), format, 4, 4, new int[4],
+        assertThatThrownBy(() -> new Picture(new PicturePool().take(63), picture.format(), 4, 4, new int[4],
                 new int[] {16, 0, 0, 0}, DETAILS)).isInstanceOf(DecodeException.class);
     }
 
-    /** Closing while decoding reuses memory, and no picture that is still open may change by it. */
+    /**
+     * Closing while decoding reuses memory, and no picture that is still open may change by it, nor by a newer decoder at
+     * work in between.
+     */
     @ParameterizedTest
     @ValueSource(strings = {"h264_b_320x240.mp4", "cinepak_160x120.avi", "mpeg4_b_320x240.mp4", "dv_pal.avi"})
     void openPicturesDoNotChange(String file) throws IOException {
         try (MediaReader reader = MediaReader.open(TestMedia.stream(file));
-                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
-            List<byte[]> expected;
-            try (MediaReader other = MediaReader.open(TestMedia.stream(file));
-                    VideoDecoder first = VideoDecoder.open(other.firstVideo().orElseThrow())) {
-                expected = first.pictures(other).map(Picture::toBytes).toList();
-            }
+                MediaReader other = MediaReader.open(TestMedia.stream("mpeg1_b_321x241.mpg"));
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
+                VideoDecoder newer = VideoDecoder.open(other.firstVideo().orElseThrow())) {
+            Iterator<Picture> others = newer.pictures(other).iterator();
             List<Picture> kept = new ArrayList<>();
             int[] number = {0};
             decoder.pictures(reader).forEach(picture -> {
-                assertThat(picture.toBytes()).isEqualTo(expected.get(number[0]));
+                if (others.hasNext()) {
+                    others.next();
+                }
                 if (number[0]++ % 3 == 0) {
                     kept.add(picture);
                 } else {
                     picture.close();
                 }
             });
+            List<Reference.Picture> expected = Reference.decode(TestMedia.stream(file)).pictures();
             for (int i = 0; i < kept.size(); i++) {
-                assertThat(kept.get(i).toBytes()).as("picture " + 3 * i).isEqualTo(expected.get(3 * i));
+                assertThat(Reference.md5(kept.get(i).toBytes())).as("picture " + 3 * i).isEqualTo(expected.get(3 * i).md5());
             }
         }
-    }
-
-    @ParameterizedTest
-    @CsvSource({"YV12, byte[]", "I420, byte[]", "RGB8, byte[]", "YUY2, short[]", "UYVY, short[]", "RGB15, short[]",
-        "RGB16, short[]", "RGB32, int[]"})
-    void arraysFollowThePixelStep(PictureFormat format, String type) {
-        int[] layout = new int[16];
-        layout[8] = format.fourcc();
-        layout[9] = format.bitsPerPixel();
-        assertThat(PictureArrays.allocate(layout, new int[] {1, 4099, 32, 64, 32}).getClass().getSimpleName())
-                .isEqualTo(type);
-        layout[8] = FourCharacterCode.of("NV12");
-        assertThatThrownBy(() -> PictureArrays.allocate(layout, new int[5])).hasMessageContaining("NV12");
     }
 
     @Test

@@ -1,6 +1,5 @@
 package kiv.media.ffmpeg;
 
-import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.ShortBuffer;
@@ -76,14 +75,8 @@ public final class Sounds {
     }
 
     /** What the {@code ffmpeg} program makes of a file: PCM of 16 bits. */
-    public static byte[] decodedByFfmpeg(Path file) throws IOException, InterruptedException {
-        Process process = new ProcessBuilder("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f", "s16le",
-                "-").redirectError(ProcessBuilder.Redirect.INHERIT).start();
-        byte[] pcm = process.getInputStream().readAllBytes();
-        if (process.waitFor() != 0) {
-            throw new AssertionError("ffmpeg does not read " + file);
-        }
-        return pcm;
+    public static byte[] decodedByFfmpeg(Path file) {
+        return Programs.output(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f", "s16le", "-"));
     }
 
     /**

@@ -5,6 +5,8 @@ import java.util.Collections;
 import java.util.IdentityHashMap;
 import java.util.List;
 import java.util.Set;
+import java.util.stream.Stream;
+import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoBuffers;
 import kiv.media.ffmpeg.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
@@ -51,24 +53,20 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
 
     /** Creates and opens a decoder. */
     public NativeDecoder(Track track, boolean whole, int subtype, PictureModel... models) {
-        this(track, whole, subtype, null, models);
+        this(track, whole, subtype, null, Stream.of(models).map(PictureModel::description).toArray(int[][]::new));
     }
 
-    /** Creates and opens a decoder whose log goes to a receiver. */
-    public NativeDecoder(Track track, boolean whole, int subtype, c_multimediaapi_ffmpeg receiver,
-            PictureModel... models) {
+    /** Creates and opens a decoder for colour models, whose log goes to a receiver. */
+    public NativeDecoder(Track track, boolean whole, int subtype, c_multimediaapi_ffmpeg receiver, int[]... models) {
         context = c_multimediaapi_ffmpeg.n_init(TestMedia.ffmpeg().toString(), receiver, 0);
+        byte[] extradata = track.stream().extradata();
         int[] format = new int[18];
-        format[4] = track.width();
-        format[5] = track.height();
-        format[7] = track.bits();
-        format[13] = track.extradata().length;
-        Object[] descriptions = new Object[models.length];
-        for (int i = 0; i < models.length; i++) {
-            descriptions[i] = models[i].description();
-        }
-        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, track.subtype(subtype), format,
-                track.extradata(), descriptions, this);
+        format[4] = track.stream().width();
+        format[5] = track.stream().height();
+        format[7] = track.stream().bitsPerCodedSample();
+        format[13] = extradata.length;
+        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, track.subtype(subtype), format, extradata, models,
+                this);
         if (whole) {
             c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
         }

@@ -24,6 +24,11 @@ public enum PictureModel {
         return description.clone();
     }
 
+    /** What a picture takes without padding. */
+    int bytes(int width, int height) {
+        return isPlanar() ? width * height + (width + 1) / 2 * ((height + 1) / 2) * 2 : 4 * width * height;
+    }
+
     boolean isPlanar() {
         return this != RGB32;
     }

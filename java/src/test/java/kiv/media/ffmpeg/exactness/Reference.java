@@ -1,18 +1,20 @@
 package kiv.media.ffmpeg.exactness;
 
 import java.io.IOException;
-import java.io.InterruptedIOException;
-import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.security.MessageDigest;
+import java.security.NoSuchAlgorithmException;
 import java.util.ArrayList;
 import java.util.HashSet;
+import java.util.HexFormat;
 import java.util.List;
 import java.util.Map;
 import java.util.Set;
 import java.util.concurrent.ConcurrentHashMap;
+import kiv.media.ffmpeg.Programs;
+import kiv.media.ffmpeg.TestMedia;
 
 /** What FFmpeg gives when it is called directly. */
 public final class Reference {
@@ -67,12 +69,12 @@ public final class Reference {
     /**
      * Decodes the first video stream.
      *
-     * @param track the same stream, for the decoder to use
+     * @param track the stream, for the decoder to use
      * @param format pixel format into which the pictures are converted if they have another one
      * @param whole whether each packet is known to be a whole picture
      */
-    public static Decoding decode(Path file, Track track, String format, boolean whole, String... more) {
-        List<String> arguments = new ArrayList<>(List.of(file.toString(), "--emu-edge", "--convert", format, "--codec",
+    public static Decoding decode(Track track, String format, boolean whole, String... more) {
+        List<String> arguments = new ArrayList<>(List.of(track.file().toString(), "--emu-edge", "--convert", format, "--codec",
                 Integer.toString(track.decoderId())));
         if (!whole) {
             arguments.add("--truncated");
@@ -104,33 +106,29 @@ public final class Reference {
     }
 
     /** Decodes the first stream of sound. @param cut the options that say what is a block */
-    public static Sound decodeSound(Path file, SoundTrack track, List<String> cut) {
+    public static Sound decodeSound(Track track, List<String> cut) throws IOException {
+        Path pcm = Files.createTempFile("kiv", ".pcm");
         try {
-            Path pcm = Files.createTempFile("kiv", ".pcm");
-            List<String> arguments = new ArrayList<>(List.of(file.toString(), "--pcm", pcm.toString(), "--codec",
+            List<String> arguments = new ArrayList<>(List.of(track.file().toString(), "--pcm", pcm.toString(), "--codec",
                     Integer.toString(track.decoderId())));
             arguments.addAll(cut);
+            List<String[]> rows = run(arguments);
+            ByteBuffer samples = ByteBuffer.wrap(Files.readAllBytes(pcm));
             List<Block> blocks = new ArrayList<>();
             boolean integer = false;
-            try {
-                List<String[]> rows = run(arguments);
-                ByteBuffer samples = ByteBuffer.wrap(Files.readAllBytes(pcm));
-                for (String[] row : rows) {
-                    if (row[0].equals("format")) {
-                        integer = row[1].startsWith("s");
-                        continue;
-                    }
-                    byte[] bytes = new byte[Integer.parseInt(row[6])];
-                    samples.get(bytes);
-                    blocks.add(new Block(Integer.parseInt(row[2]), row[3].equals("1"), Integer.parseInt(row[4]),
-                            row[8].equals("1") ? null : bytes));
+            for (String[] row : rows) {
+                if (row[0].equals("format")) {
+                    integer = row[1].startsWith("s");
+                    continue;
                 }
-            } finally {
-                Files.delete(pcm);
+                byte[] bytes = new byte[Integer.parseInt(row[6])];
+                samples.get(bytes);
+                blocks.add(new Block(Integer.parseInt(row[2]), row[3].equals("1"), Integer.parseInt(row[4]),
+                        row[8].equals("1") ? null : bytes));
             }
             return new Sound(blocks, integer);
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
+        } finally {
+            Files.delete(pcm);
         }
     }
 
@@ -139,34 +137,15 @@ public final class Reference {
         List<String> command = new ArrayList<>(
                 List.of(TestMedia.referenceDecoder().toString(), TestMedia.ffmpeg().toString()));
         command.addAll(arguments);
-        return lines(command).stream().map(line -> line.split("\t")).toList();
+        return Programs.lines(command).stream().map(line -> line.split("\t")).toList();
     }
 
-    private static ProcessBuilder builder(List<String> command) {
-        ProcessBuilder builder = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.DISCARD);
-        // A sanitizer that was put into this process has no business in a program that is not built for it.
-        builder.environment().remove("LD_PRELOAD");
-        return builder;
-    }
-
-    /** The lines that a program prints; it must succeed. */
-    static List<String> lines(List<String> command) {
-        return new String(output(command), StandardCharsets.UTF_8).lines().toList();
-    }
-
-    /** The bytes that a program prints; it must succeed. */
-    static byte[] output(List<String> command) {
+    /** The sum as the program prints it. */
+    public static String md5(byte[] bytes) {
         try {
-            Process process = builder(command).start();
-            byte[] output = process.getInputStream().readAllBytes();
-            if (process.waitFor() != 0) {
-                throw new IllegalStateException("failed: " + String.join(" ", command));
-            }
-            return output;
-        } catch (InterruptedException e) {
-            throw new UncheckedIOException((IOException) new InterruptedIOException().initCause(e));
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
+            return HexFormat.of().formatHex(MessageDigest.getInstance("MD5").digest(bytes));
+        } catch (NoSuchAlgorithmException e) {
+            throw new IllegalStateException(e);
         }
     }
 }

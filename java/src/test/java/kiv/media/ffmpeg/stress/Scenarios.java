@@ -1,31 +1,39 @@
 package kiv.media.ffmpeg.stress;
 
+import static kiv.media.ffmpeg.exactness.Comparison.check;
+
+import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.List;
 import java.util.Random;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
+import java.util.function.IntConsumer;
+import java.util.stream.IntStream;
+import kiv.media.ffmpeg.TestMedia;
+import kiv.media.ffmpeg.TestMedia.Clip;
+import kiv.media.ffmpeg.TestMedia.Sound;
 import kiv.media.ffmpeg.exactness.Comparison;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
+import kiv.media.ffmpeg.exactness.NativeSoundDecoder;
 import kiv.media.ffmpeg.exactness.PictureModel;
-import kiv.media.ffmpeg.exactness.TestMedia;
-import kiv.media.ffmpeg.exactness.TestMedia.Clip;
 import kiv.media.ffmpeg.exactness.Track;
 
-/** Hard uses of the decoder. Each ends normally or throws; {@link #main} runs one in a virtual machine of its own. */
+/** Hard uses of the decoders. Each ends normally or throws; {@link #main} runs one in a virtual machine of its own. */
 final class Scenarios {
 
     private static final List<String> SMALL = List.of("mpeg1_320x240.m1v", "mpeg2_320x240.m2v", "h264_b_322x242.h264",
             "h264_b_320x240.mp4", "msmpeg4v2_320x240.avi", "msmpeg4v3_321x241.avi", "mpeg4_b_322x242.avi",
             "mpeg4_321x241.mkv", "h264_high10_320x240.mp4", "h263_176x144.avi", "wmv1_322x242.asf", "wmv2_320x240.asf",
             "cinepak_160x120.avi");
+    private static final int ROOM_FOR_SOUND = 1 << 15;
     private static final int LARGEST_ARRAY = 32 << 20;
     /** A fraction of what the smallest known leak of a decoder comes to in the shortest run. */
     private static final int LARGEST_GROWTH = 2 << 20;
@@ -40,12 +48,12 @@ final class Scenarios {
             case "collections" -> collections();
             case "threads" -> threads(count);
             case "damage" -> damage(count, 1);
-            case "resets" -> resets(count);
-            case "pictures" -> pictures(count);
+            case "resets" -> pictures(count, PictureModel.RGB32);
+            case "pictures" -> pictures(count, PictureModel.I420);
             case "decoders" -> decoders(count);
-            case "sound damage" -> SoundScenarios.damage(count, 1);
-            case "sound seconds" -> SoundScenarios.seconds(count);
-            case "sound threads" -> SoundScenarios.threads(count);
+            case "sound damage" -> soundDamage(count, 1);
+            case "sound seconds" -> soundSeconds(count);
+            case "sound threads" -> soundThreads(count);
             default -> throw new IllegalArgumentException(arguments[0]);
         }
     }
@@ -55,7 +63,7 @@ final class Scenarios {
         for (String name : List.of("h264_b_320x240.mp4", "mpeg2_320x240.m2v", "h264_b_1920x1080.mp4")) {
             Clip clip = TestMedia.clip(name);
             for (PictureModel model : List.of(PictureModel.YV12, PictureModel.RGB32)) {
-                try (NativeDecoder decoder = new NativeDecoder(Track.of(clip.file()), true, 0, model) {
+                try (NativeDecoder decoder = new NativeDecoder(Track.of(clip), true, 0, model) {
                     @Override
                     public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
                         System.gc();
@@ -70,7 +78,7 @@ final class Scenarios {
                         super.free(slots);
                     }
                 }) {
-                    compare(decoder, clip, model);
+                    Comparison.run(decoder, clip, model);
                 }
             }
         }
@@ -78,25 +86,21 @@ final class Scenarios {
 
     /** Decodes different clips in eight threads at a time. */
     static void threads(int rounds) {
+        inEightThreads(i -> {
+            for (int round = 0; round < rounds; round++) {
+                Comparison.run(TestMedia.clip(SMALL.get(i)), PictureModel.values()[i % 3], true, round);
+            }
+        });
+    }
+
+    static void inEightThreads(IntConsumer step) {
         ExecutorService pool = Executors.newFixedThreadPool(8);
         try {
-            List<Future<?>> tasks = new ArrayList<>();
-            for (int i = 0; i < 8; i++) {
-                Clip clip = TestMedia.clip(SMALL.get(i));
-                PictureModel model = PictureModel.values()[i % 3];
-                tasks.add(pool.submit(() -> {
-                    for (int round = 0; round < rounds; round++) {
-                        Comparison.run(clip, model, true, round);
-                    }
-                }));
-            }
-            for (Future<?> task : tasks) {
+            for (Future<?> task : IntStream.range(0, 8).mapToObj(i -> pool.submit(() -> step.accept(i))).toList()) {
                 task.get();
             }
-        } catch (InterruptedException e) {
-            throw new IllegalStateException(e);
-        } catch (ExecutionException e) {
-            throw new AssertionError(e.getCause());
+        } catch (InterruptedException | ExecutionException e) {
+            throw new AssertionError(e);
         } finally {
             pool.shutdown();
         }
@@ -108,7 +112,7 @@ final class Scenarios {
         int pictures = 0;
         for (String name : SMALL) {
             Clip clip = TestMedia.clip(name);
-            Track track = Track.of(clip.file());
+            Track track = Track.of(clip);
             PictureModel model = PictureModel.values()[random.nextInt(2) * 2];
             boolean whole = random.nextBoolean();
             try (NativeDecoder decoder = new NativeDecoder(track, whole, 0, model) {
@@ -122,7 +126,7 @@ final class Scenarios {
                     byte[] packet = damaged(track.packets().get(random.nextInt(track.packets().size())), random);
                     Result result = decoder.process(packet, random.nextInt(50) == 0 ? 2 : 0, i);
                     while (result.code() == 0 || result.code() == 1 || result.code() == 4) {
-                        checkPlaces(result);
+                        Comparison.checkPlaces(result, result.out().layout()[0], result.out().layout()[1]);
                         pictures++;
                         result = decoder.process(null, 0, 0);
                     }
@@ -142,7 +146,7 @@ final class Scenarios {
         byte[] damaged = packet.clone();
         switch (random.nextInt(4)) {
             case 0 -> random.nextBytes(damaged);
-            case 1 -> damaged = java.util.Arrays.copyOf(damaged, random.nextInt(damaged.length) + 1);
+            case 1 -> damaged = Arrays.copyOf(damaged, random.nextInt(damaged.length) + 1);
             default -> {
                 for (int i = 1 << random.nextInt(6); i > 0; i--) {
                     // Most codecs have what matters most in front.
@@ -154,43 +158,24 @@ final class Scenarios {
         return damaged;
     }
 
-    private static void checkPlaces(Result result) {
-        int[] params = result.params();
-        int[] layout = result.out().layout();
-        int size = result.out().buffer()[1];
-        boolean planar = params[5] == 0;
-        for (int plane = 0; plane < (planar ? 3 : 1); plane++) {
-            int lines = plane == 0 ? layout[1] : (layout[1] + 1) / 2;
-            int from = (params[6] << params[5]) + params[7 + plane];
-            check(from >= 0 && from + layout[2 + plane] * lines <= size, "plane " + plane + " leaves the array");
-        }
-    }
-
-    /** Resets between pictures; the scaler is re-initialised each time. */
-    static void resets(int count) {
-        Track track = Track.of(TestMedia.clip("h263_176x144.avi").file());
-        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, PictureModel.RGB32)) {
+    /** Many pictures through one decoder; between those in RGB it is reset, which initialises the scaler each time. */
+    static void pictures(int count, PictureModel model) {
+        Track track = Track.of(TestMedia.clip("h263_176x144.avi"));
+        boolean resets = model == PictureModel.RGB32;
+        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, model)) {
             flat(count, i -> {
-                check(decoder.process(track.packets().get(0), 0, i).out() != null, "no picture after a reset");
-                decoder.reset();
-            });
-        }
-    }
-
-    /** Many pictures through one decoder. */
-    static void pictures(int count) {
-        Track track = Track.of(TestMedia.clip("h263_176x144.avi").file());
-        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, PictureModel.I420)) {
-            flat(count, i -> {
-                byte[] packet = track.packets().get(i % track.packets().size());
+                byte[] packet = track.packets().get(resets ? 0 : i % track.packets().size());
                 check(decoder.process(packet, 0, i).out() != null, "no picture");
+                if (resets) {
+                    decoder.reset();
+                }
             });
         }
     }
 
     /** Many decoders, each with a few pictures, some that are never fetched and some that are damaged. */
     static void decoders(int count) {
-        Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4").file());
+        Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4"));
         Random random = new Random(1);
         flat(count, i -> {
             try (NativeDecoder decoder =
@@ -205,18 +190,89 @@ final class Scenarios {
         });
     }
 
-    interface Step {
-        void run(int number);
+    /** Feeds damaged blocks to a decoder of every stream; afterwards the same one still decodes what is whole. */
+    static void soundDamage(int blocksPerStream, long seed) {
+        Random random = new Random(seed);
+        for (Sound sound : TestMedia.pcmSources()) {
+            Track track = Track.of(sound);
+            List<byte[]> packets = track.packets();
+            int tag = sound.tags().get(random.nextInt(sound.tags().size()));
+            byte[] whole;
+            try (NativeSoundDecoder decoder = new NativeSoundDecoder(track, tag)) {
+                whole = decodeAll(decoder, track);
+                decoder.reset();
+                for (int i = 0; i < blocksPerStream; i++) {
+                    byte[] block = damaged(packets.get(random.nextInt(packets.size())), random);
+                    // Any other code than these, and anything written where it must not be, throws.
+                    int code = code(decoder, block);
+                    check((code & ~(1 | 2 | NativeSoundDecoder.TOO_SMALL)) == 0, sound + ": code " + code);
+                    if (random.nextInt(200) == 0) {
+                        decoder.reset();
+                    }
+                }
+            }
+            try (NativeSoundDecoder decoder = new NativeSoundDecoder(track, tag)) {
+                check(Arrays.equals(whole, decodeAll(decoder, track)), sound + ": other samples afterwards");
+            }
+        }
+    }
+
+    /** Damage can ask for what the resampler cannot do, such as fourteen channels, and only that is an exception. */
+    private static int code(NativeSoundDecoder decoder, byte[] block) {
+        try {
+            return decoder.process(block, ROOM_FOR_SOUND).code();
+        } catch (RuntimeException e) {
+            check(e.getMessage().startsWith("swr_init failed"), e.toString());
+            return 1;
+        }
+    }
+
+    /** Many seconds of AC-3 through one decoder. */
+    static void soundSeconds(int count) {
+        Track track = Track.of(new Sound(TestMedia.stream("ac3.ac3"), "ac3", List.of(0x2000)));
+        try (NativeSoundDecoder decoder = new NativeSoundDecoder(track, 0x2000)) {
+            int[] packet = {0};
+            int perSecond = 2 * track.stream().channels() * track.stream().sampleRate();
+            flat(count, second -> {
+                for (int bytes = 0; bytes < perSecond;) {
+                    byte[] block = track.packets().get(packet[0]++ % track.packets().size());
+                    bytes += decoder.process(block, ROOM_FOR_SOUND).pcm().length;
+                }
+            });
+        }
+    }
+
+    /** Decodes different streams in eight threads at a time, and each gives the same samples every time. */
+    static void soundThreads(int rounds) {
+        List<Sound> sounds = TestMedia.pcmSources();
+        inEightThreads(i -> {
+            Sound sound = sounds.get(i * sounds.size() / 8);
+            byte[] first = null;
+            for (int round = 0; round < rounds; round++) {
+                try (NativeSoundDecoder decoder = new NativeSoundDecoder(Track.of(sound), sound.tags().get(0))) {
+                    byte[] all = decodeAll(decoder, Track.of(sound));
+                    check(first == null || Arrays.equals(first, all), "other samples");
+                    first = all;
+                }
+            }
+        });
+    }
+
+    private static byte[] decodeAll(NativeSoundDecoder decoder, Track track) {
+        ByteArrayOutputStream all = new ByteArrayOutputStream();
+        track.packets().forEach(packet -> all.writeBytes(decoder.process(packet, ROOM_FOR_SOUND).pcm()));
+        all.writeBytes(decoder.process(new byte[0], ROOM_FOR_SOUND).pcm());
+        return all.toByteArray();
     }
 
     /** Repeats a step; from a fifth of the way on the process may not grow. */
-    static void flat(int count, Step step) {
+    static void flat(int count, IntConsumer step) {
         long before = 0;
         for (int i = 0; i < count; i++) {
             if (i == count / 5) {
                 before = residentBytes();
             }
-            step.run(i);
+            step.accept(i);
         }
         long growth = residentBytes() - before;
         System.out.println("grown by " + (growth >> 10) + " KB");
@@ -229,16 +285,6 @@ final class Scenarios {
             return Long.parseLong(Files.readString(Path.of("/proc/self/statm")).split(" ")[1]) * 4096;
         } catch (IOException e) {
             throw new UncheckedIOException(e);
-        }
-    }
-
-    static void compare(NativeDecoder decoder, Clip clip, PictureModel model) {
-        Comparison.run(decoder, clip, model, true, number -> number, number -> number);
-    }
-
-    static void check(boolean right, String what) {
-        if (!right) {
-            throw new AssertionError(what);
         }
     }
 }

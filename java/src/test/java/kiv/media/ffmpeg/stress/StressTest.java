@@ -4,26 +4,24 @@ import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import static org.assertj.core.api.Assumptions.assumeThat;
 
-import java.lang.management.ManagementFactory;
-import java.nio.charset.StandardCharsets;
-import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
-import java.util.concurrent.TimeUnit;
 import java.util.regex.Pattern;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
+import kiv.media.ffmpeg.Programs;
+import kiv.media.ffmpeg.TestMedia;
+import kiv.media.ffmpeg.TestMedia.Clip;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
+import kiv.media.ffmpeg.exactness.Comparison;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
 import kiv.media.ffmpeg.exactness.PictureModel;
-import kiv.media.ffmpeg.exactness.TestMedia;
-import kiv.media.ffmpeg.exactness.TestMedia.Clip;
 import kiv.media.ffmpeg.exactness.Track;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.CsvSource;
@@ -38,18 +36,16 @@ import org.junit.jupiter.params.provider.MethodSource;
 class StressTest {
 
     private static final Pattern FFMPEG_LINE = Pattern.compile("^ *(\\[[a-z0-9]+ @ 0x|Last message repeated)");
-    private static final boolean FULL = "full".equals(setting("KIV_STRESS"));
+    private static final boolean FULL = "full".equals(System.getProperty("KIV_STRESS", System.getenv("KIV_STRESS")));
     private static final boolean SANITIZER = Objects.requireNonNullElse(System.getenv("LD_PRELOAD"), "").contains("san.so");
 
-    private static String setting(String name) {
-        return System.getProperty(name, System.getenv(name));
-    }
+    @TempDir
+    private Path directory;
 
     static Stream<Arguments> collectorsOfEveryVirtualMachine() {
-        Stream<String> homes = Stream.of(System.getProperty("java.home"), setting("KIV_JDK21"))
-                .filter(home -> home != null && !home.isEmpty());
-        return homes.flatMap(home -> Stream.of("-XX:+UseG1GC", "-XX:+UseSerialGC", "-XX:+UseParallelGC", "-XX:+UseZGC")
-                .map(collector -> Arguments.of(home, collector)));
+        return Programs.virtualMachines()
+                .flatMap(home -> Stream.of("-XX:+UseG1GC", "-XX:+UseSerialGC", "-XX:+UseParallelGC", "-XX:+UseZGC")
+                        .map(collector -> Arguments.of(home, collector)));
     }
 
     /** Collections inside the callbacks move or free everything that is not held as it should be. */
@@ -71,35 +67,11 @@ class StressTest {
                 "-Xmn24m", "-XX:+AlwaysPreTouch", "-XX:TieredStopAtLevel=1");
     }
 
-    private static void child(String home, String scenario, int count, String... jvmArguments) throws Exception {
-        List<String> command = new ArrayList<>(List.of(home + "/bin/java"));
-        command.addAll(List.of(jvmArguments));
-        ManagementFactory.getRuntimeMXBean().getInputArguments().stream().filter("-Xcheck:jni"::equals)
-                .forEach(command::add);
-        System.getProperties().stringPropertyNames().stream()
-                .filter(name -> name.startsWith("kiv.") || name.startsWith("KIV_"))
-                .forEach(name -> command.add("-D" + name + "=" + System.getProperty(name)));
-        command.addAll(List.of("-cp", System.getProperty("java.class.path"), Scenarios.class.getName(), scenario,
-                Integer.toString(count)));
-        Path log = Path.of("target", "stress-" + ProcessHandle.current().pid() + ".log");
-        Process process = new ProcessBuilder(command).redirectErrorStream(true).redirectOutput(log.toFile()).start();
-        boolean ended = process.waitFor(10, TimeUnit.MINUTES);
-        if (!ended) {
-            process.destroyForcibly();
-        }
+    private void child(String home, String scenario, int count, String... options) throws Exception {
+        List<String> lines = Programs.run(directory, home, List.of(options), Scenarios.class, scenario, "" + count);
         // What FFmpeg says about damaged packets is of no interest, what the virtual machine says is.
-        String output;
-        try (Stream<String> lines = Files.lines(log, StandardCharsets.ISO_8859_1)) {
-            output = lines.filter(line -> !FFMPEG_LINE.matcher(line).find()).collect(Collectors.joining("\n"));
-        }
-        System.out.println(scenario + " " + List.of(jvmArguments) + ": " + output);
-        assertThat(ended).as("%s hangs: %s", command, output).isTrue();
-        assertThat(process.exitValue()).as("%s: %s", command, output).isZero();
-    }
-
-    @Test
-    void eightDecodersWorkInEightThreads() {
-        Scenarios.threads(FULL ? 20 : 2);
+        System.out.println(scenario + " " + List.of(options) + ": " + lines.stream()
+                .filter(line -> !FFMPEG_LINE.matcher(line).find()).collect(Collectors.joining("\n")));
     }
 
     /** In a process of its own, so that a crash is a failure and not the end of the tests. */
@@ -123,8 +95,10 @@ class StressTest {
         private Refusal refusal;
         private int grace;
 
-        RefusingDecoder(Track track, PictureModel model) {
+        RefusingDecoder(Track track, PictureModel model, Refusal refusal, int grace) {
             super(track, true, 0, model);
+            this.refusal = refusal;
+            this.grace = grace;
         }
 
         @Override
@@ -156,12 +130,10 @@ class StressTest {
     void anAllocationMayFail(Refusal refusal) {
         for (String name : List.of("h264_320x240.h264", "mpeg4_320x240.avi")) {
             Clip clip = TestMedia.clip(name);
-            Track track = Track.of(clip.file());
+            Track track = Track.of(clip);
             for (PictureModel model : List.of(PictureModel.YV12, PictureModel.RGB32)) {
                 for (int grace : new int[] {0, 3}) {
-                    try (RefusingDecoder decoder = new RefusingDecoder(track, model)) {
-                        decoder.refusal = refusal;
-                        decoder.grace = grace;
+                    try (RefusingDecoder decoder = new RefusingDecoder(track, model, refusal, grace)) {
                         for (int i = 0; i < grace; i++) {
                             assertThat(decoder.process(track.packets().get(i), 0, i).out()).isNotNull();
                         }
@@ -176,20 +148,9 @@ class StressTest {
                         }
                         decoder.refusal = null;
                         decoder.reset();
-                        Scenarios.compare(decoder, clip, model);
+                        Comparison.run(decoder, clip, model);
                     }
                 }
-            }
-        }
-    }
-
-    private static final class ThrowingReceiver extends c_multimediaapi_ffmpeg {
-        private boolean throwing;
-
-        @Override
-        public void print_info(int level, String line) {
-            if (throwing) {
-                throw new Refused();
             }
         }
     }
@@ -198,22 +159,31 @@ class StressTest {
     @Test
     void theLogMayFail() {
         Clip clip = TestMedia.clip("h264_320x240.h264");
-        Track track = Track.of(clip.file());
+        Track track = Track.of(clip);
+        boolean[] throwing = new boolean[1];
+        c_multimediaapi_ffmpeg receiver = new c_multimediaapi_ffmpeg() {
+            @Override
+            public void print_info(int level, String line) {
+                if (throwing[0]) {
+                    throw new Refused();
+                }
+            }
+        };
         for (PictureModel model : PictureModel.values()) {
-            ThrowingReceiver receiver = new ThrowingReceiver();
-            NativeDecoder decoder = new NativeDecoder(track, true, 0, receiver, model);
+            NativeDecoder decoder = new NativeDecoder(track, true, 0, receiver, model.description());
             for (int round = 0; round < 2; round++) {
-                receiver.throwing = true;
+                throwing[0] = true;
                 for (byte[] packet : track.packets().subList(0, 5)) {
                     assertThatThrownBy(() -> decoder.process(packet, 0, 0)).isExactlyInstanceOf(Refused.class);
                 }
-                receiver.throwing = false;
+                throwing[0] = false;
                 decoder.reset();
             }
             Result result = decoder.process(track.packets().get(0), 0, 0);
             assertThat(result.out()).isNotNull();
-            receiver.throwing = true;
+            throwing[0] = true;
             assertThatThrownBy(decoder::close).isExactlyInstanceOf(Refused.class);
+            throwing[0] = false;
             assertThat(decoder.live()).isZero();
         }
     }
