@@ -18,7 +18,7 @@ using kiv::jni::c_jnienv;
 namespace
 {
 
-constexpr int32_t im_place_length = 11;
+constexpr int32_t im_place_length = 13;
 
 /** A converter that keeps the library loaded. */
 struct dsd_java_converter
@@ -38,6 +38,8 @@ dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintA
                                 dsl_values[2],
                                 {dsl_values[3], dsl_values[4], dsl_values[5], dsl_values[6]},
                                 {dsl_values[7], dsl_values[8], dsl_values[9], dsl_values[10]},
+                                dsl_values[11],
+                                dsl_values[12] != 0,
                                 {}};
     dsl_values.release();
     void *avl_memory = avop_buffer == nullptr ? nullptr : dsp_env.raw()->GetDirectBufferAddress(avop_buffer);

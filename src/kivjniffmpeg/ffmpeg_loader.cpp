@@ -61,6 +61,7 @@ constexpr dsd_symbol s_swscale_symbols[] = {KIV_SWSCALE_SYMBOLS(KIV_SWSCALE_SYMB
 constexpr dsd_symbol s_avcodec_extensions[] = {KIV_AVCODEC_EXTENSIONS(KIV_AVCODEC_SYMBOL)};
 constexpr dsd_symbol s_avformat_extensions[] = {KIV_AVFORMAT_EXTENSIONS(KIV_AVFORMAT_SYMBOL)};
 constexpr dsd_symbol s_avutil_extensions[] = {KIV_AVUTIL_EXTENSIONS(KIV_AVUTIL_SYMBOL)};
+constexpr dsd_symbol s_swscale_extensions[] = {KIV_SWSCALE_EXTENSIONS(KIV_SWSCALE_SYMBOL)};
 
 std::array<dsd_library, 5> s_libraries{{
     {"libavcodec.so.56", "error loading libavcodec in %s: %s\n", true, "error searching for libavcodec symbols: %s\n",
@@ -76,13 +77,8 @@ std::array<dsd_library, 5> s_libraries{{
      {}},
     {"libavutil.so.54", "error loading libavutil: %s\n", false, "error loading libavutil: %s\n", &g_avutil.avc_handle,
      s_avutil_symbols, s_avutil_extensions},
-    {"libswscale.so.3",
-     "error loading libswscale: %s\n",
-     false,
-     "error loading libswscale: %s\n",
-     &g_swscale.avc_handle,
-     s_swscale_symbols,
-     {}},
+    {"libswscale.so.3", "error loading libswscale: %s\n", false, "error loading libswscale: %s\n",
+     &g_swscale.avc_handle, s_swscale_symbols, s_swscale_extensions},
 }};
 
 bool s_all_loaded = false;

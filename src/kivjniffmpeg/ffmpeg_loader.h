@@ -49,6 +49,7 @@ struct c_swscale_table
 {
     void *avc_handle;
     KIV_SWSCALE_SYMBOLS(KIV_DECLARE_FUNCTION)
+    KIV_SWSCALE_EXTENSIONS(KIV_DECLARE_FUNCTION) // each may be null
 };
 
 #undef KIV_DECLARE_FUNCTION

@@ -89,4 +89,9 @@
                             int))                                                                                      \
     X(int, av_strerror, (int, char *, size_t))                                                                         \
     X(int, av_opt_set, (void *, const char *, const char *, int))
+
+#define KIV_SWSCALE_EXTENSIONS(X)                                                                                      \
+    X(const int *, sws_getCoefficients, (int))                                                                         \
+    X(int, sws_getColorspaceDetails, (SwsContext *, int **, int *, int **, int *, int *, int *, int *))                \
+    X(int, sws_setColorspaceDetails, (SwsContext *, const int *, int, const int *, int, int, int, int))
 // clang-format on

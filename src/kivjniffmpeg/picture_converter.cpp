@@ -18,6 +18,13 @@ constexpr int in_flag_pseudo_palette = 64; // AV_PIX_FMT_FLAG_PSEUDOPAL
 constexpr int in_line_alignment = 64;
 constexpr int in_flag_big_endian = 1; // AV_PIX_FMT_FLAG_BE
 
+/** Also for the colours of a palette. */
+bool is_rgb(AVPixelFormat dsp_format)
+{
+    constexpr int inl_flags = in_flag_palette | 32; // AV_PIX_FMT_FLAG_RGB
+    return (g_avutil.av_pix_fmt_desc_get(dsp_format)->flags & inl_flags) != 0;
+}
+
 int32_t rows_of(const AVPixFmtDescriptor &dsp_descriptor, size_t ump_plane, int32_t imp_height)
 {
     const int inl_shift = ump_plane == 1 || ump_plane == 2 ? dsp_descriptor.log2_chroma_h : 0;
@@ -159,6 +166,8 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
         throw_ffmpeg_exception(1969, "libswscale does not convert from ", dsp_from.imc_width, "x", dsp_from.imc_height,
                                " of format ", static_cast<int>(dsp_from.dsc_format), " to ", dsp_to.imc_width, "x",
                                dsp_to.imc_height, " of format ", static_cast<int>(dsp_to.dsc_format));
+    if (is_rgb(dsp_to.dsc_format) && !is_rgb(dsp_from.dsc_format))
+        dsc_sws_ctx.set_colours(dsp_from.imc_colorspace, dsp_from.bc_full_range);
     c_roomy_picture dsl_from(dsp_from.dsc_format, dsp_from.imc_width, dsp_from.imc_height);
     const c_roomy_picture dsl_to(dsp_to.dsc_format, dsp_to.imc_width, dsp_to.imc_height);
     g_avutil.av_image_copy(dsl_from.planes(), dsl_from.linesizes(), autl_from.data(), dsp_from.aimc_linesizes.data(),

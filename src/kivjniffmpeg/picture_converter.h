@@ -17,6 +17,8 @@ struct dsd_picture_place
     int32_t imc_height;
     std::array<int32_t, 4> aimc_offsets;   /**< bytes from the start of the block to each plane */
     std::array<int32_t, 4> aimc_linesizes; /**< bytes from one line to the next; 0 for a plane that does not exist */
+    int32_t imc_colorspace;                /**< FFmpeg's number of the matrix that YUV is to be understood by */
+    bool bc_full_range;                    /**< whether YUV uses all values */
     std::span<uint8_t> utc_block;
 
     /** @throws c_ffmpeg_exception unless every line of every plane lies within the block */

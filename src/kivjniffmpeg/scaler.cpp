@@ -41,11 +41,37 @@ SwsContext *c_sws_ctx::prepare(int imp_src_width, int imp_src_height, AVPixelFor
     if (g_avutil.av_pix_fmt_desc_get(dsp_src_format) == nullptr ||
         g_avutil.av_pix_fmt_desc_get(dsp_dst_format) == nullptr)
         return nullptr;
-    // It frees the old state when the arguments differ, also when it then gives null: what it gives is all there is.
+    const std::array<int, 7> ainl_asked{imp_src_width,  imp_src_height, dsp_src_format, imp_dst_width,
+                                        imp_dst_height, dsp_dst_format, inp_flags};
+    if (adsc_sws != nullptr && ainl_asked == ainc_asked)
+        return adsc_sws;
+    reset();
+    ainc_asked = ainl_asked;
     adsc_sws = g_swscale.sws_getCachedContext(
-        adsc_sws, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width, imp_dst_height, dsp_dst_format,
+        nullptr, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width, imp_dst_height, dsp_dst_format,
         safe_flags(inp_flags, imp_src_height, imp_dst_width, imp_dst_height), nullptr, nullptr, nullptr);
     return adsc_sws;
+}
+
+void c_sws_ctx::set_colours(int inp_colorspace, bool bp_full_range) noexcept
+{
+    const std::pair dsl_colours(inp_colorspace, bp_full_range);
+    if (dsc_colours == dsl_colours || g_swscale.sws_getCoefficients == nullptr ||
+        g_swscale.sws_getColorspaceDetails == nullptr || g_swscale.sws_setColorspaceDetails == nullptr)
+        return;
+    int *ainl_table = nullptr;
+    int inl_src_range = 0;
+    int inl_dst_range = 0;
+    int inl_brightness = 0;
+    int inl_contrast = 0;
+    int inl_saturation = 0;
+    if (g_swscale.sws_getColorspaceDetails(adsc_sws, &ainl_table, &inl_src_range, &ainl_table, &inl_dst_range,
+                                           &inl_brightness, &inl_contrast, &inl_saturation) < 0)
+        return;
+    const int *ainl_matrix = g_swscale.sws_getCoefficients(inp_colorspace);
+    g_swscale.sws_setColorspaceDetails(adsc_sws, ainl_matrix, bp_full_range ? 1 : inl_src_range, ainl_matrix,
+                                       inl_dst_range, inl_brightness, inl_contrast, inl_saturation);
+    dsc_colours = dsl_colours;
 }
 
 void c_sws_ctx::reset() noexcept
@@ -54,4 +80,5 @@ void c_sws_ctx::reset() noexcept
     if (adsc_sws != nullptr)
         g_swscale.sws_freeContext(adsc_sws);
     adsc_sws = nullptr;
+    dsc_colours.reset();
 }

@@ -3,6 +3,10 @@
 
 #include "kivjniffmpeg/ffmpeg_abi.h"
 
+#include <array>
+#include <optional>
+#include <utility>
+
 /** Owns libswscale's state, which is set up when a conversion first asks for it and kept while the questions are alike. */
 class c_sws_ctx
 {
@@ -23,9 +27,20 @@ public:
     SwsContext *prepare(int imp_src_width, int imp_src_height, AVPixelFormat dsp_src_format, int imp_dst_width,
                         int imp_dst_height, AVPixelFormat dsp_dst_format, int inp_flags = SWS_FAST_BILINEAR);
 
+    /**
+     * Says how the colours of YUV are to be understood that become RGB; by default as those of standard television. To be
+     * called between prepare and the scaling. An FFmpeg that cannot be told leaves it at that.
+     *
+     * @param inp_colorspace FFmpeg's number of the matrix; an unknown one is that of standard television
+     * @param bp_full_range whether all values are used
+     */
+    void set_colours(int inp_colorspace, bool bp_full_range) noexcept;
+
     /** Forgets what was set up: the next conversion starts as the first one did. */
     void reset() noexcept;
 
 private:
     SwsContext *adsc_sws = nullptr;
+    std::array<int, 7> ainc_asked{}; // what adsc_sws is for, in the words of prepare: it keeps changed ones itself
+    std::optional<std::pair<int, bool>> dsc_colours;
 };

@@ -44,9 +44,14 @@ public final class Picture implements AutoCloseable {
      * What is known of a picture beside its pixels.
      *
      * @param pixelShape width of a pixel divided by its height
+     * @param colorSpace FFmpeg's number of the matrix by which YUV becomes RGB
      */
     record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
-            boolean topFieldFirst, boolean fullRange, Rational pixelShape) {
+            boolean topFieldFirst, boolean fullRange, Rational pixelShape, int colorSpace) {
+
+        Details withFullRange(boolean wanted) {
+            return new Details(times, timeBase, keyFrame, interlaced, topFieldFirst, wanted, pixelShape, colorSpace);
+        }
     }
 
     /**
@@ -228,7 +233,7 @@ public final class Picture implements AutoCloseable {
     private void readArgb(int wantedWidth, int wantedHeight, int[] pixels) {
         PictureMemory held = hold();
         try {
-            PictureConverters.convert(held, place(format, width, height, offsets, lineSizes),
+            PictureConverters.convert(held, place(),
                     place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[4],
                             new int[] {wantedWidth * Integer.BYTES, 0, 0, 0}), pixels);
         } finally {
@@ -311,7 +316,7 @@ public final class Picture implements AutoCloseable {
         try {
             to = held.another((int) size);
             try {
-                PictureConverters.convert(held, place(format, width, height, offsets, lineSizes), to.buffer(),
+                PictureConverters.convert(held, place(), to.buffer(),
                         place(wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes));
             } catch (Throwable e) {
                 to.release();
@@ -320,7 +325,9 @@ public final class Picture implements AutoCloseable {
         } finally {
             held.release();
         }
-        return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes, details);
+        // Between kinds of YUV values stay what they are, but for the formats that are full by definition.
+        boolean full = wanted.isFullRange() || details.fullRange && !wanted.isRgb() && !format.isFullRange();
+        return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes, details.withFullRange(full));
     }
 
     /** What the heap has no room for is the caller's wish, and nothing else suffers from it. */
@@ -333,8 +340,15 @@ public final class Picture implements AutoCloseable {
         }
     }
 
+    private int[] place() {
+        int[] place = place(format, width, height, offsets, lineSizes);
+        place[11] = details.colorSpace;
+        place[12] = details.fullRange ? 1 : 0;
+        return place;
+    }
+
     private static int[] place(PixelFormat format, int width, int height, int[] offsets, int[] lineSizes) {
-        int[] place = Arrays.copyOf(new int[] {format.number(), width, height}, 11);
+        int[] place = Arrays.copyOf(new int[] {format.number(), width, height}, 13);
         System.arraycopy(offsets, 0, place, 3, 4);
         System.arraycopy(lineSizes, 0, place, 7, 4);
         return place;

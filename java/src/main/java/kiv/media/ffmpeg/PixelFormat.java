@@ -146,6 +146,11 @@ public final class PixelFormat {
         return (description[3] & ALPHA) != 0;
     }
 
+    /** Whether brightness and colour use all values by definition. */
+    boolean isFullRange() {
+        return name.startsWith("yuvj");
+    }
+
     /** {@return whether the high byte of larger values comes first} */
     public boolean isBigEndian() {
         return (description[3] & BIG_ENDIAN) != 0;

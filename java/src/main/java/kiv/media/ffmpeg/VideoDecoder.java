@@ -315,6 +315,7 @@ public final class VideoDecoder implements AutoCloseable {
                 .orElseThrow(() -> new DecodeException("pictures of FFmpeg's format " + params[18] + " are not in memory"));
         finished.add(new Picture(memory, pixels, params[16], params[17], offsets, Arrays.copyOfRange(params, 22, 26),
                 new Picture.Details(times.of(key, packet), format.timeBase(), params[19] != 0, params[21] != 0,
-                        params[21] == TOP_FIELD_FIRST, params[28] == FULL_RANGE, new Rational(params[26], params[27]))));
+                        params[21] == TOP_FIELD_FIRST, params[28] == FULL_RANGE, new Rational(params[26], params[27]),
+                        params[29])));
     }
 }

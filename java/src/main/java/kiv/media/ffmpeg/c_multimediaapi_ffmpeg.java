@@ -92,12 +92,15 @@ public class c_multimediaapi_ffmpeg {
      * Decodes one packet and hands out at most one picture.
      *
      * @param codec a codec's handle
-     * @param in the compressed bytes; null only hands out a waiting picture
+     * @param in the compressed bytes; null only hands out a waiting picture, or with flag 0x100 ends the stream: what
+     *     the decoder holds back comes out
      * @param out element 0 receives what the allocation callback put into element 3 of its slots
-     * @param params 16 integers. In: 0 offset and 1 length of the packet in bytes, 2 flags (2: discontinuity),
-     *     3 and 4 low and high word of the timestamp. Out: 5 kind of array (0 byte, 1 short, 2 int, -1 no picture),
-     *     6 offset of the picture's data in elements, 7 to 10 offsets of the planes in bytes from there, 11 size in
-     *     elements, 12 flags, 13 and 14 the picture's timestamp, 15 an opaque value
+     * @param params 16 integers. In: 0 offset and 1 length of the packet in bytes, 2 flags (2: discontinuity, 0x100:
+     *     end), 3 and 4 low and high word of the timestamp. Out: 5 kind of array (0 byte, 1 short, 2 int, -1 no
+     *     picture; 4 for a direct buffer, whose elements are bytes), 6 offset of the picture's data in elements, 7 to 10
+     *     offsets of the planes in bytes from there, 11 size in elements, 12 flags, 13 and 14 the picture's timestamp,
+     *     15 an opaque value. A decoder that takes direct buffers tells more of the picture in 16 to 31, if the array is
+     *     as long
      * @return 0 one picture, 1 one picture and more waiting, 2 none, 4 one picture whose format is new, 8 a decoding
      *     error
      */

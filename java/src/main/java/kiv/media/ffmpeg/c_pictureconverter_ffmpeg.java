@@ -44,8 +44,9 @@ final class c_pictureconverter_ffmpeg {
     static native long n_create_converter(long context);
 
     /**
-     * Converts and scales a picture. A place is 11 integers: 0 FFmpeg's number of the pixel format, 1 and 2 width and
-     * height, 3 to 6 where the planes begin in the buffer, 7 to 10 the bytes from one line to the next.
+     * Converts and scales a picture. A place is 13 integers: 0 FFmpeg's number of the pixel format, 1 and 2 width and
+     * height, 3 to 6 where the planes begin in the buffer, 7 to 10 the bytes from one line to the next, 11 FFmpeg's number
+     * of the colour matrix and 12 whether all values are used (1), both for YUV that becomes RGB.
      *
      * @param converter a converter's handle
      * @param from a direct buffer with the picture; its position and limit are of no account

@@ -14,12 +14,13 @@ import java.util.List;
 import kiv.media.ffmpeg.exactness.Reference;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 class PictureTest {
 
     private static final Picture.Details DETAILS = new Picture.Details(new PacketTimes.Times(3, 1),
-            new Rational(1, 25), true, false, false, false, new Rational(0, 1));
+            new Rational(1, 25), true, false, false, false, new Rational(0, 1), 2);
 
     /** A picture of one colour after the other, row by row, in lines with padding. */
     private static Picture picture(int width, int height, int... argb) {
@@ -118,6 +119,28 @@ class PictureTest {
                 Picture big = grey.convert(PixelFormat.named("yuv420p10be"))) {
             assertThat(little.plane(0).bytes().getShort(6)).isEqualTo(big.plane(0).bytes().getShort(6))
                     .isBetween((short) 400, (short) 600);
+        }
+    }
+
+    /** The same red in standard and in high definition, in the values of television and in all. */
+    @ParameterizedTest
+    @CsvSource({"2, false, 81, 90, 240", "5, true, 76, 85, 255", "1, false, 63, 102, 240", "1, true, 54, 99, 255"})
+    void coloursAreUnderstoodAsTheStreamSays(int space, boolean full, int luma, int blue, int red) {
+        byte[] values = {(byte) luma, (byte) blue, (byte) red};
+        PictureMemory memory = new PicturePool().take(3 * 256);
+        for (int i = 0; i < 3 * 256; i++) {
+            memory.buffer().put(i, values[i / 256]);
+        }
+        Picture.Details details = new Picture.Details(new PacketTimes.Times(0, 0), new Rational(1, 25), true, false, false,
+                full, new Rational(0, 1), space);
+        try (Picture picture = new Picture(memory, PixelFormat.named("yuv444p"), 16, 16, new int[] {0, 256, 512, 0},
+                new int[] {16, 16, 16, 0}, details); Picture rgb = picture.convert(PixelFormat.named("rgb24"), 8, 8)) {
+            assertThat(rgb.isFullRange()).isFalse();
+            for (int pixel : new int[] {picture.toArgb()[99], rgb.toArgb()[9]}) {
+                assertThat(pixel >> 16 & 0xFF).isGreaterThan(250);
+                assertThat(pixel >> 8 & 0xFF).isLessThan(5);
+                assertThat(pixel & 0xFF).isLessThan(5);
+            }
         }
     }
 

@@ -94,6 +94,7 @@ class MainTest {
         assertThat(errors.lines()).isNotEmpty().allMatch(line -> line.matches("decoding: \\d+ of 30 pictures"));
         succeed("decode media/balle-jbart.mp4 --out tmp/c --every 100 --limit 2 --format PNG --no-audio");
         assertThat(list("c")).containsExactlyInAnyOrder("balle-jbart-00001.png", "balle-jbart-00101.png", "index.html");
+        assertThat(directory.resolve("c/index.html")).content().contains("101 pictures, 2 written");
     }
 
     @Test
@@ -112,6 +113,9 @@ class MainTest {
         assertThat(Sounds.decodedByFfmpeg(directory.resolve("wma2.wav"))).hasSize(45056 * 4);
         succeed("decode media/balle-jbart.mp4 --from 3.5 --to 3.75 -o tmp/a.wav");
         assertTold("sound .*, 12000 samples \\(0:00:00.250\\).*");
+        // With the last wanted picture the sound ends as well, wherever the container put it.
+        succeed("decode media/balle-jbart.mp4 --limit 25 --format yuv --size 2x2 --out tmp/c");
+        assertTold("sound .*, 48000 samples \\(0:00:01.000\\).*");
         // Pictures are not refused because of the sound.
         succeed("decode streams/h264_vorbis.mkv --out tmp --limit 1");
         assertThat(errors.lines()).first().asString().matches("warning: .*vorbis");
@@ -256,7 +260,8 @@ class MainTest {
     @CsvSource({"decode", "decode a b", "decode a --every 0", "decode a --limit x", "decode a --format bmp",
         "decode a --no-audio --no-video", "decode a --from 5 --to 5", "decode a --from 1:60", "decode a --from -1",
         "decode a --to 1e9", "decode a --size 0x1", "decode a --size -1x-1", "decode a -o b", "decode a -o b.png",
-        "decode a -o -", "decode a -o b.wav --no-sound", "decode a -o b.y4m --format png", "decode a --pixel-format x",
+        "decode a -o -", "decode a -o b.wav --no-sound", "decode a -o b.wav --limit 10", "decode a -o b.y4m --out c",
+        "decode a --no-video --size 9x9", "decode a -o b.y4m --format png", "decode a --pixel-format x",
         "frames-md5 a --audio --stream 1", "info a --jsn", "encode a", "encode a b.wav",
         "encode a b.wav --format nonsense", "encode a b.mp3 --format aac", "encode a b.wav --format amr-nb",
         "encode a b.wav --format alaw --bitrate 5", "encode a b.mp3 --format mp3 --bitrate 0", "--nonsense"})

@@ -39,7 +39,7 @@ class ProcessTest {
     }
 
     private int status(Process process) throws InterruptedException {
-        assertThat(process.waitFor(1, TimeUnit.MINUTES)).isTrue();
+        assertThat(process.waitFor(5, TimeUnit.MINUTES)).isTrue();
         return process.exitValue();
     }
 
