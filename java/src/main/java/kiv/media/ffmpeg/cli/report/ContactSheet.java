@@ -104,16 +104,7 @@ final class ContactSheet {
             // The page tells of it; the decoding is not to end here.
             image = null;
         }
-        return new Thumbnail(image, number, time(picture), link);
-    }
-
-    /** When a picture is shown, unless that is unknown or, in a damaged file, beyond every clock. */
-    static Optional<Duration> time(Picture picture) {
-        try {
-            return picture.time();
-        } catch (ArithmeticException e) {
-            return Optional.empty();
-        }
+        return new Thumbnail(image, number, picture.time(), link);
     }
 
     private void thinOut() {

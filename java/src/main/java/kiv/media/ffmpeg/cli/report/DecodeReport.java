@@ -99,7 +99,7 @@ public final class DecodeReport {
         if (link != null) {
             linked.add(thumbnail);
         }
-        ContactSheet.time(picture).ifPresent(time -> {
+        picture.time().ifPresent(time -> {
             double begins = Texts.inSeconds(time);
             firstShown = Math.min(firstShown, begins);
             lastShown = Math.max(lastShown, begins + lengthOf(picture));
