@@ -38,6 +38,8 @@ public:
      */
     c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src, std::unique_ptr<c_aformat> dsp_dst);
     ~c_audiocodec() override;
+    c_audiocodec(const c_audiocodec &) = delete;
+    c_audiocodec &operator=(const c_audiocodec &) = delete;
 
     bool open() override;
     /** Resets first. */

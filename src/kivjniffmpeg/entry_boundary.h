@@ -48,5 +48,6 @@ template <class T> T *from_handle(jlong ilp_handle, const char *strp_message, in
 {
     if (ilp_handle == 0)
         throw_ffmpeg_exception(inp_line, strp_message);
+    // A Java long is what an address travels in. NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<T *>(static_cast<intptr_t>(ilp_handle));
 }

@@ -10,7 +10,6 @@
 #include <span>
 
 using kiv::jni::c_jnienv;
-using kiv::jni::c_local_ref;
 
 namespace
 {

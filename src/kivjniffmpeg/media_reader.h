@@ -39,6 +39,7 @@ public:
      * @throws c_ffmpeg_exception when the bytes are no such container
      */
     c_mediareader(c_ffmpeg *adsp_ffmpeg, const kiv::jni::c_jnienv &dsp_env, jobject avop_source);
+    ~c_mediareader() = default;
     c_mediareader(const c_mediareader &) = delete;
     c_mediareader &operator=(const c_mediareader &) = delete;
 

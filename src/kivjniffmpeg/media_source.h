@@ -28,6 +28,7 @@ public:
      * @throws std::bad_alloc
      */
     c_mediasource(const kiv::jni::c_jnienv &dsp_env, jobject avop_source);
+    ~c_mediasource() = default;
     c_mediasource(const c_mediasource &) = delete;
     c_mediasource &operator=(const c_mediasource &) = delete;
 

@@ -17,7 +17,7 @@ namespace
 AVPacketSideData g_no_side_data{nullptr, 0, INT_MAX};
 
 /** What FFmpeg writes behind a palette that is all of the side data: its size, its kind, the mark. */
-constexpr size_t um_palette_size = 256 * 4;
+constexpr size_t um_palette_size = size_t{256} * 4;
 constexpr std::array<uint8_t, 13> aut_palette_trailer{0,
                                                       0,
                                                       um_palette_size >> 8,
