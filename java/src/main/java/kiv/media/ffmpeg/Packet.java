@@ -98,7 +98,12 @@ public final class Packet {
         return bytes.length;
     }
 
-    /** {@return the compressed data, read-only and without a copy} */
+    /**
+     * The compressed data. Where the colours of a palette change, the new ones come behind it, in the form in which
+     * FFmpeg's decoders look for them.
+     *
+     * @return a read-only view, without a copy
+     */
     public ByteBuffer data() {
         return ByteBuffer.wrap(bytes).asReadOnlyBuffer();
     }
