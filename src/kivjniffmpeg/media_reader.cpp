@@ -214,18 +214,19 @@ bool c_mediareader::has_exact_time_bases() const noexcept
 {
     if (std::string_view(format_name()) != "avi")
         return true;
-    return std::ranges::all_of(
-        std::span(dsc_format.context()->streams, dsc_format.context()->nb_streams), [](const AVStream *adsp_stream) {
-            if (adsp_stream->priv_data == nullptr)
-                return true;
-            // What the reader keeps of a stream's header: a frame's offset, three integers, then the unit of time.
-            std::array<uint32_t, 2> auml_unit{};
-            constexpr size_t uml_offset = 20;
-            std::memcpy(auml_unit.data(), static_cast<const uint8_t *>(adsp_stream->priv_data) + uml_offset,
-                        sizeof auml_unit);
-            const double fll_base = static_cast<double>(adsp_stream->time_base.num) / adsp_stream->time_base.den;
-            return std::abs(fll_base - static_cast<double>(auml_unit[0]) / auml_unit[1]) < fll_base * 1e-8;
-        });
+    const std::span dsl_streams(dsc_format.context()->streams, dsc_format.context()->nb_streams);
+    // Sound that DV brings along within its pictures has nothing of the AVI's own; such files are sought in another way.
+    if (std::ranges::any_of(dsl_streams, [](const AVStream *adsp_stream) { return adsp_stream->priv_data == nullptr; }))
+        return true;
+    return std::ranges::all_of(dsl_streams, [](const AVStream *adsp_stream) {
+        // What the reader keeps of a stream's header: a frame's offset, three integers, then the unit of time.
+        std::array<uint32_t, 2> auml_unit{};
+        constexpr size_t uml_offset = 20;
+        std::memcpy(auml_unit.data(), static_cast<const uint8_t *>(adsp_stream->priv_data) + uml_offset,
+                    sizeof auml_unit);
+        const double fll_base = static_cast<double>(adsp_stream->time_base.num) / adsp_stream->time_base.den;
+        return std::abs(fll_base - static_cast<double>(auml_unit[0]) / auml_unit[1]) < fll_base * 1e-8;
+    });
 }
 
 void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags)

@@ -61,7 +61,8 @@ public:
      * Fills @p dsp_packet, which must be empty; false at the end. Behind the bytes there is the palette that comes with
      * them, if one does: decoders know it by its mark, and have no other from most containers.
      *
-     * @throws c_ffmpeg_exception when reading fails */
+     * @throws c_ffmpeg_exception when reading fails
+     */
     bool read(const kiv::jni::c_jnienv &dsp_env, c_avpacket &dsp_packet);
 
     /**
