@@ -1,10 +1,20 @@
 #!/usr/bin/env bash
-# Who may include whom: trace <- memory <- jni <- kivjniffmpeg; a file includes its own floor or a lower one, names the
-# floor in every include, and nothing but an entry point includes an entry point's header.
+# Who may include whom. The floors of src/ are trace <- memory <- jni <- kivjniffmpeg: a file includes its own floor or a
+# lower one. Inside kivjniffmpeg each room names the rooms below it; docs/architecture.md draws the same arrows.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-cd "$root/src"
+cd "${1:-$root/src}"
 
 floors=(trace memory jni kivjniffmpeg)
+declare -A below=(
+    [context]=''
+    [ffmpeg]=''
+    [formats]='ffmpeg'
+    [buffers]='context ffmpeg formats'
+    [codecs]='context ffmpeg formats buffers'
+    [pictures]='ffmpeg formats buffers'
+    [containers]='context ffmpeg'
+    [entries]='context ffmpeg formats buffers codecs pictures containers'
+)
 faults=0
 fault() {
     say "$1"
@@ -17,35 +27,45 @@ height_of() {
     printf '%d' -1
 }
 
+# room_of PATH: the folder inside kivjniffmpeg, empty for the other floors.
+room_of() {
+    local rest=${1#kivjniffmpeg/}
+    [[ $rest == "$1" ]] || printf '%s' "${rest%%/*}"
+}
+
 while IFS=: read -r file line include; do
     target=${include#*\"}
     target=${target%%\"*}
+    where="src/$file:$line"
     from=$(height_of "${file%%/*}")
     to=$(height_of "${target%%/*}")
-    where="src/$file:$line"
-    # The headers that javac makes of the Java classes lie beside the source tree.
-    if [[ $target == kiv_media_ffmpeg_c_*.h ]]; then
-        [[ $file == kivjniffmpeg/entry_*.cpp ]] || fault "$where: only entry points include a generated JNI header"
-        continue
-    fi
     if ((to < 0)); then
         fault "$where: \"$target\" does not begin with a floor (${floors[*]})"
-    elif ((to > from)); then
-        fault "$where: ${file%%/*} includes the higher floor ${target%%/*}"
+        continue
     fi
+    ((to <= from)) || fault "$where: ${file%%/*} includes the higher floor ${target%%/*}"
     [[ -e $target ]] || fault "$where: \"$target\" does not exist"
-    if [[ $target == kivjniffmpeg/entry_* && $file != kivjniffmpeg/entry_* ]]; then
-        fault "$where: only entry points include \"$target\""
+    room=$(room_of "$file")
+    other=$(room_of "$target")
+    if [[ -n $other && $other != "$room" && " ${below[$room]-} " != *" $other "* ]]; then
+        fault "$where: the room $room may not include $other (below it: ${below[$room]:-none})"
     fi
-done < <(grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' --include='*.h' --include='*.cpp' .  | sed 's|^\./||')
+done < <(grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' --include='*.h' --include='*.cpp' . | sed 's|^\./||')
 
-# Everything in the source tree stands on a floor.
+# Every file of the source tree lies on a floor, and in a room where the floor has rooms.
 for directory in */; do
     (($(height_of "${directory%/}") >= 0)) || fault "src/$directory is not a floor (${floors[*]})"
 done
-# FFmpeg's and the JDK's own headers come through one door each.
+for place in kivjniffmpeg/*; do
+    room=${place##*/}
+    case $place in
+    *.h | *.cpp) fault "src/$place lies in no room (${!below[*]})" ;;
+    *) [[ ! -d $place || -v below[$room] ]] || fault "src/$place is not a room (${!below[*]})" ;;
+    esac
+done
+# The headers that javac makes come with angle brackets, FFmpeg's and the JDK's own through one door each.
 while IFS= read -r match; do
-    fault "src/${match#./}: FFmpeg is known through kivjniffmpeg/ffmpeg_abi.h only"
+    fault "src/${match#./}: FFmpeg is known through kivjniffmpeg/ffmpeg/abi.h only"
 done < <(grep -rnE '#[[:space:]]*include[[:space:]]*<lib(av|sw)' . || true)
 
 exit "$faults"

@@ -39,20 +39,25 @@ private:
     int32_t imc_depth;
 };
 
-/** Opens the trace scope of a function. */
-#define TRACE_FUNCTION(name, depth) [[maybe_unused]] const c_trace dsl_trace(name, depth)
+/** Opens the trace scope of the function that it stands in: its lines carry the function's own name. */
+#define TRACE_FUNCTION(depth) TRACE_SCOPE(__func__, depth)
+
+/** Opens a trace scope whose lines carry another name than the function's own. */
+#define TRACE_SCOPE(name, depth) [[maybe_unused]] const c_trace dsl_trace(name, depth)
 
 /**
- * Writes a line: a level, a format that begins "%s#%s(): " (indent and name come from the scope) and its arguments, which
- * are evaluated only if somebody gets the line.
+ * Writes a line in the scope opened above: a level, a format that begins "%s#%s(): " (indent and name come from the
+ * scope) and its arguments, which are evaluated only if somebody gets the line.
  */
-#define TRACE_LINE(level, format, ...)                                                                                 \
+#define TRACE_LINE(level, format, ...) TRACE_LINE_IN(dsl_trace, level, format __VA_OPT__(, ) __VA_ARGS__)
+
+/** Writes a line in a scope that the caller opened. */
+#define TRACE_LINE_IN(scope, level, format, ...)                                                                       \
     do {                                                                                                               \
         if (JNIEnv *const adsl_trace_env = trace_environment(); adsl_trace_env == nullptr)                             \
-            trace_to_output(format, dsl_trace.indent(), dsl_trace.name() __VA_OPT__(, ) __VA_ARGS__);                  \
+            trace_to_output(format, (scope).indent(), (scope).name() __VA_OPT__(, ) __VA_ARGS__);                      \
         else if (trace_has_receiver())                                                                                 \
-            trace_print(adsl_trace_env, level, format, dsl_trace.indent(),                                             \
-                        dsl_trace.name() __VA_OPT__(, ) __VA_ARGS__);                                                  \
+            trace_print(adsl_trace_env, level, format, (scope).indent(), (scope).name() __VA_OPT__(, ) __VA_ARGS__);   \
     } while (false)
 
 /** Installs the function that knows the calling thread's environment; until then every line goes to standard output. */

@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg_abi.h"
+#include "kivjniffmpeg/ffmpeg/abi.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "support/real_ffmpeg.h"
 
-#include "kivjniffmpeg/library_context.h"
+#include "kivjniffmpeg/context/library_context.h"
 
 #include <dlfcn.h>
 

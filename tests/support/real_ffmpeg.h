@@ -1,7 +1,7 @@
 /** @file The real FFmpeg libraries for a test. */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg_loader.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
 
 #include <string>
 

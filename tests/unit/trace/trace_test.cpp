@@ -61,11 +61,11 @@ protected:
 TEST_F(trace, line_has_level_indent_and_name)
 {
     {
-        TRACE_FUNCTION("outer", 1);
+        TRACE_SCOPE("outer", 1);
         TRACE_LINE(im_level_error, "%s#%s(): n=%d", 7);
     }
     {
-        TRACE_FUNCTION("accessor", 4);
+        TRACE_SCOPE("accessor", 4);
         TRACE_LINE(im_level_verbose, "%s#%s(): no values");
     }
     EXPECT_THAT(dsc_lines,
@@ -84,7 +84,7 @@ TEST_F(trace, line_is_cut_and_well_formed)
 
 TEST_F(trace, outside_a_call_lines_go_to_standard_output_without_line_end)
 {
-    TRACE_FUNCTION("outside", 3);
+    TRACE_SCOPE("outside", 3);
     g_env = nullptr;
     testing::internal::CaptureStdout();
     TRACE_LINE(im_level_debug, "%s#%s(): a=%d", 1);
@@ -95,7 +95,7 @@ TEST_F(trace, outside_a_call_lines_go_to_standard_output_without_line_end)
 
 TEST_F(trace, without_receiver_a_line_costs_nothing_and_goes_nowhere)
 {
-    TRACE_FUNCTION("silent", 1);
+    TRACE_SCOPE("silent", 1);
     trace_forget_receiver();
     int inl_evaluated = 0;
     testing::internal::CaptureStdout();
@@ -140,7 +140,7 @@ TEST_F(trace, receiver_is_replaced_while_threads_print)
         dsl_threads.emplace_back([&] {
             c_fake_jnienv dsl_env(dsc_vm);
             g_env = &dsl_env;
-            TRACE_FUNCTION("thread", 1);
+            TRACE_SCOPE("thread", 1);
             while (!bl_end)
                 TRACE_LINE(im_level_debug, "%s#%s(): line");
             EXPECT_EQ(dsl_env.umc_locals, 0U);

@@ -1,0 +1,51 @@
+/** @file Picture memory in a direct java.nio buffer. */
+#pragma once
+
+#include "kivjniffmpeg/buffers/frame_buffer.h"
+#include "kivjniffmpeg/buffers/java_allocation.h"
+#include "kivjniffmpeg/formats/picture_layout.h"
+
+#include <jni.h>
+
+#include <cstdint>
+#include <memory>
+
+/**
+ * Memory outside of the Java heap that m_vcodec_alloc_buffer provided as a direct ByteBuffer: decoded into and read by
+ * Java in place. It is given back through m_vcodec_free_buffer exactly once, when nobody in the library uses it any more,
+ * whether a picture of it was handed out or not.
+ *
+ * Java is asked with an int[16] of width, height, four line sizes and the lines of the first plane, the rest 0, and with an
+ * int[10]: 1, the bytes needed, the alignment, width, lines of the first plane, FFmpeg's number of the pixel format, and the
+ * four planes' distances from the first.
+ */
+class c_direct_buffer final : public ca_ffmpeg_buffer
+{
+public:
+    /**
+     * @throws c_ffmpeg_exception when Java says false, or element 0 is not a direct buffer of the size asked for
+     * @throws kiv::jni::c_jniexception when Java threw, which is then pending
+     */
+    static std::unique_ptr<c_direct_buffer> allocate(c_ffmpeg *adsp_ffmpeg, int32_t imp_width, int32_t imp_height,
+                                                     AVPixelFormat dsp_format, const dsd_picture_layout &dsp_layout);
+
+    ~c_direct_buffer() override;
+    c_direct_buffer(const c_direct_buffer &) = delete;
+    c_direct_buffer &operator=(const c_direct_buffer &) = delete;
+
+    /** Nothing: Java sees the memory as it is. */
+    void commit() override {}
+    void release() override {}
+    jobject result_object(const kiv::jni::c_jnienv &dsp_env) const override
+    {
+        return dsc_allocation.result_object(dsp_env);
+    }
+
+private:
+    explicit c_direct_buffer(c_ffmpeg *adsp_ffmpeg) noexcept : dsc_allocation(adsp_ffmpeg) {}
+
+    void take_memory(const kiv::jni::c_jnienv &dsp_env, int32_t imp_size, int32_t imp_align);
+
+    c_java_allocation dsc_allocation;
+    jobject avoc_memory = nullptr; // global reference: keeps the buffer's memory while Java may have let go of it
+};

@@ -1,0 +1,131 @@
+/** @file Memory that FFmpeg decodes into, counted so that it lives as long as anybody needs it. */
+#pragma once
+
+#include "jni/jnienv.h"
+#include "kivjniffmpeg/buffers/buffer_statistics.h"
+#include "kivjniffmpeg/ffmpeg/frame.h"
+#include "memory/countable.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+/**
+ * A block of picture or sample memory: a Java array's (c_java_buffer) or the library's own (c_native_buffer).
+ *
+ * Made with count 0. The frame that FFmpeg decodes into holds one reference, and so does every listed picture, every
+ * entry of an output queue and every output record. All of them belong to the thread that runs the codec.
+ */
+class ca_ffmpeg_buffer : public kiv::memory::c_countable
+{
+public:
+    virtual ~ca_ffmpeg_buffer();
+    ca_ffmpeg_buffer(const ca_ffmpeg_buffer &) = delete;
+    ca_ffmpeg_buffer &operator=(const ca_ffmpeg_buffer &) = delete;
+
+    /** Ends the library's access to a Java array's elements. */
+    virtual void release() = 0;
+    /** Makes what was decoded visible in the Java array; the elements stay accessible. */
+    virtual void commit() = 0;
+
+    /** Local reference to the object that Java is to get for a picture in this memory; null for native memory. */
+    virtual jobject result_object(const kiv::jni::c_jnienv &) const { return nullptr; }
+
+    /**
+     * Copies data_size() bytes, from data_offset() bytes behind data() on.
+     *
+     * @return false, with nothing copied, when they do not fit
+     * @throws c_ffmpeg_exception "dst buffer == NULL"
+     */
+    bool copy_to(uint8_t *autp_dst, uint32_t ump_dst_size) const;
+
+    /** Bytes from data() to a plane. @throws c_ffmpeg_exception "index out of bounds in get_plane_offset" */
+    int32_t get_plane_offset(uint32_t ump_index) const;
+    void set_plane_offsets(const std::array<int32_t, 4> &aimp_offsets) noexcept { aimc_plane_offsets = aimp_offsets; }
+
+    /** What the memory is: a kind of Java array or native memory. */
+    kiv::jni::ie_array_kind kind() const noexcept { return dsc_kind; }
+    /** Bytes of the allocation that may be used. */
+    int32_t capacity() const noexcept { return imc_capacity; }
+    /** Bytes in use. */
+    int32_t data_size() const noexcept { return imc_data_size; }
+    void set_data_size(int32_t imp_size) noexcept { imc_data_size = imp_size; }
+    /** Bytes from the start of the allocation to data(). */
+    int32_t data_offset() const noexcept { return imc_data_offset; }
+    /** Where the first plane or sample lies. */
+    uint8_t *data() const noexcept { return autc_data; }
+
+    ie_statistics_kind statistics_kind() const noexcept { return dsc_statistics_kind; }
+    /** Counts the buffer as allocated; release_reference counts it as freed. */
+    void set_statistics_kind(ie_statistics_kind dsp_kind) noexcept;
+
+    /** Whether Java has got the memory as a picture; it is Java's from then on. */
+    bool handed_over() const noexcept { return bc_handed_over; }
+    void set_handed_over() noexcept { bc_handed_over = true; }
+
+    /** An opaque number, never 0, that stands for the buffer in the output record; its owner keeps nothing behind it. */
+    int32_t reference_word() const noexcept { return imc_reference_word; }
+
+protected:
+    ca_ffmpeg_buffer() noexcept;
+
+    void set_kind(kiv::jni::ie_array_kind dsp_kind) noexcept { dsc_kind = dsp_kind; }
+    /** Tells where the memory lies; the bytes in use are all of it at first. */
+    void set_memory(uint8_t *autp_allocation, uint8_t *autp_data, int32_t imp_capacity) noexcept;
+    uint8_t *allocation() const noexcept { return autc_allocation; }
+
+private:
+    std::array<int32_t, 4> aimc_plane_offsets{};
+    kiv::jni::ie_array_kind dsc_kind = kiv::jni::ie_array_invalid;
+    int32_t imc_capacity = 0;
+    int32_t imc_data_size = 0;
+    int32_t imc_data_offset = 0;
+    uint8_t *autc_allocation = nullptr;
+    uint8_t *autc_data = nullptr;
+    ie_statistics_kind dsc_statistics_kind = ie_statistics_none;
+    bool bc_handed_over = false;
+    int32_t imc_reference_word;
+};
+
+/**
+ * Drops one reference; the last one counts the buffer as freed and deletes it. Null does nothing.
+ *
+ * @param adsp_before_deletion called between the two, when it is not null
+ */
+void ffmpeg_release_framebuffer(ca_ffmpeg_buffer *adsp_buffer, void (*adsp_before_deletion)() = nullptr);
+
+/** Holds one reference to a buffer. */
+class c_framebuffer_reference
+{
+public:
+    c_framebuffer_reference() noexcept = default;
+    /** Takes over a reference that was taken already. */
+    explicit c_framebuffer_reference(ca_ffmpeg_buffer *adsp_buffer) noexcept : adsc_buffer(adsp_buffer) {}
+    c_framebuffer_reference(c_framebuffer_reference &&dsp_other) noexcept : adsc_buffer(dsp_other.pass_on()) {}
+    c_framebuffer_reference &operator=(c_framebuffer_reference &&dsp_other) noexcept
+    {
+        if (this != &dsp_other)
+            ffmpeg_release_framebuffer(std::exchange(adsc_buffer, dsp_other.pass_on()));
+        return *this;
+    }
+    c_framebuffer_reference(const c_framebuffer_reference &) = delete;
+    c_framebuffer_reference &operator=(const c_framebuffer_reference &) = delete;
+    ~c_framebuffer_reference() { ffmpeg_release_framebuffer(adsc_buffer); }
+
+    ca_ffmpeg_buffer *get() const noexcept { return adsc_buffer; }
+    ca_ffmpeg_buffer *operator->() const noexcept { return adsc_buffer; }
+    explicit operator bool() const noexcept { return adsc_buffer != nullptr; }
+
+    /** Gives the reference to the caller. */
+    ca_ffmpeg_buffer *pass_on() noexcept { return std::exchange(adsc_buffer, nullptr); }
+
+private:
+    ca_ffmpeg_buffer *adsc_buffer = nullptr;
+};
+
+/**
+ * Takes a reference to the buffer that the callbacks stored in the frame.
+ *
+ * @throws c_ffmpeg_exception "NULL pointer in AVFrame::ffmpeg_buffer" when there is none
+ */
+c_framebuffer_reference ffmpeg_get_framebuffer(c_avframe &dsp_frame);

@@ -1,0 +1,71 @@
+#include "kivjniffmpeg/buffers/java_allocation.h"
+
+#include "jni/exceptions.h"
+#include "trace/exception_aside.h"
+#include "trace/trace.h"
+
+#include <utility>
+
+using kiv::jni::c_jnienv;
+using kiv::jni::c_local_ref;
+
+namespace
+{
+
+constexpr jsize im_object_count = 4;
+constexpr jsize im_memory_element = 0;
+constexpr jsize im_result_element = 3;
+
+} // namespace
+
+c_java_allocation::~c_java_allocation()
+{
+    // Outside of any call there is no way to reach Java.
+    if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr)
+        c_jnienv(adsl_env).delete_global_ref(avoc_objects);
+}
+
+void c_java_allocation::allocate(const c_jnienv &dsp_env, jintArray avop_layout, std::span<const jint> aimp_sizes,
+                                 const c_trace &dsp_trace)
+{
+    const auto iml_count = static_cast<jsize>(aimp_sizes.size());
+    const c_local_ref dsl_sizes(dsp_env.raw(), dsp_env.new_jint_array(iml_count));
+    dsp_env.set_array_region(dsl_sizes.get(), 0, iml_count, aimp_sizes.data());
+    TRACE_LINE_IN(dsp_trace, im_level_debug, "%s#%s(): adsc_ffmpeg=%p, adsc_ffmpeg->avoc_jobject_class=%p",
+                  static_cast<const void *>(adsc_ffmpeg), static_cast<const void *>(adsc_ffmpeg->object_class()));
+    const c_local_ref dsl_objects(dsp_env.raw(),
+                                  dsp_env.new_jobject_array(im_object_count, adsc_ffmpeg->object_class(), nullptr));
+    // Before Java is asked: after it says true nothing must fail before the memory can be given back.
+    avoc_objects = dsp_env.NewGlobalRef(dsl_objects.get());
+    const c_local_ref dsl_codec(dsp_env.raw(), adsc_ffmpeg->vcodec_object(dsp_env));
+    bc_allocated =
+        dsp_env.call_static_boolean_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().amid_alloc_buffer,
+                                           dsl_codec.get(), avop_layout, dsl_sizes.get(), dsl_objects.get());
+    if (!bc_allocated)
+        throw_ffmpeg_exception(988, "java buffer allocator failed");
+}
+
+jobject c_java_allocation::memory(const c_jnienv &dsp_env) const
+{
+    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_memory_element);
+}
+
+jobject c_java_allocation::result_object(const c_jnienv &dsp_env) const
+{
+    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_result_element);
+}
+
+void c_java_allocation::give_back(JNIEnv *adsp_env) noexcept
+{
+    if (!std::exchange(bc_allocated, false))
+        return;
+    const kiv::jni::c_pending_exception_aside dsl_aside(adsp_env);
+    const c_jnienv dsl_env(adsp_env);
+    try {
+        const c_local_ref dsl_codec(adsp_env, adsc_ffmpeg->vcodec_object(dsl_env));
+        dsl_env.call_static_void_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().amid_free_buffer,
+                                        dsl_codec.get(), avoc_objects);
+    } catch (const kiv::jni::c_jniexception &) {
+        // What Java threw stays pending, unless an earlier exception takes its place.
+    }
+}

@@ -1,0 +1,41 @@
+#include "kivjniffmpeg/buffers/native_buffer.h"
+
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <new>
+
+namespace
+{
+
+/** Vector code reads whole registers at the end of a plane. */
+constexpr size_t um_read_slack = 64;
+
+} // namespace
+
+c_native_buffer::c_native_buffer(int32_t imp_size, int32_t imp_align)
+{
+    TRACE_FUNCTION(3);
+    if (imp_size < 0)
+        throw std::bad_alloc();
+    const auto uml_align = static_cast<size_t>(std::max(imp_align, im_minimum_alignment));
+    const size_t uml_wanted = static_cast<size_t>(imp_size) + um_read_slack;
+    const size_t uml_size = (uml_wanted + uml_align - 1) / uml_align * uml_align; // aligned_alloc wants a multiple
+    autc_memory.reset(static_cast<uint8_t *>(std::aligned_alloc(uml_align, uml_size)));
+    if (autc_memory == nullptr)
+        throw std::bad_alloc();
+    set_kind(kiv::jni::ie_native_memory);
+    set_memory(autc_memory.get(), autc_memory.get(), imp_size);
+}
+
+void c_native_buffer::release()
+{
+    TRACE_FUNCTION(3);
+    TRACE_LINE(im_level_error, "%s#%s(): %s", "MUST NOT HAPPEN!");
+}
+
+void c_native_buffer::commit()
+{
+    TRACE_FUNCTION(3);
+    TRACE_LINE(im_level_error, "%s#%s(): %s", "MUST NOT HAPPEN!");
+}

@@ -1,0 +1,192 @@
+#include "kivjniffmpeg/codecs/audio_codec.h"
+
+#include "jni/exceptions.h"
+#include "kivjniffmpeg/codecs/buffer_callbacks.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace
+{
+
+constexpr int32_t im_tag_mpeg = 0x50;
+constexpr int32_t im_tag_mp3 = 0x55;
+
+} // namespace
+
+c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src,
+                           std::unique_ptr<c_aformat> dsp_dst)
+    : c_codec(adsp_ffmpeg, "FFMPEG: audiocodec"),
+      dsc_src_format(std::move(dsp_src)),
+      dsc_dst_format(std::move(dsp_dst)),
+      dsc_codec(is_decoder() ? dsc_src_format->codec_id() : dsc_dst_format->codec_id(), is_decoder()),
+      dsc_codec_ctx(dsc_codec, ds_buffer_callbacks)
+{
+    TRACE_FUNCTION(3);
+    if (dsc_src_format->sample_rate() != dsc_dst_format->sample_rate())
+        throw_ffmpeg_exception(1611, "audio formats have different sample rate: src=", dsc_src_format->sample_rate(),
+                               " dst=", dsc_dst_format->sample_rate());
+    if (is_decoder()) {
+        TRACE_LINE(im_level_debug, "%s#%s(): request_sample_fmt=%d", static_cast<int>(dsc_dst_format->sample_format()));
+        dsc_codec_ctx.set_extradata(dsc_src_format->specific_hdr());
+    } else {
+        choose_sample_format();
+    }
+    trace_formats();
+}
+
+c_audiocodec::~c_audiocodec()
+{
+    TRACE_FUNCTION(3);
+}
+
+void c_audiocodec::choose_sample_format()
+{
+    TRACE_SCOPE("c_audiocodec", 3);
+    const c_aformat &dsl_dst = *dsc_dst_format;
+    if (dsl_dst.channels() < 1 || dsl_dst.sample_rate() < 1)
+        throw_ffmpeg_exception(1619, "cannot encode ", dsl_dst.channels(), " channels of ", dsl_dst.sample_rate(),
+                               " samples per second");
+    const AVSampleFormat dsl_source_format = dsc_src_format->sample_format();
+    if (dsc_codec.supports_sample_format(dsl_source_format)) {
+        dsc_codec_ctx->sample_fmt = dsl_source_format;
+        return;
+    }
+    const AVSampleFormat *adsl_formats = dsc_codec.codec()->sample_fmts;
+    if (adsl_formats == nullptr)
+        throw_ffmpeg_exception(1626, "Encoder does not support any sample format!");
+    if (*adsl_formats == AV_SAMPLE_FMT_NONE)
+        throw_ffmpeg_exception(1628, "Encoder does not support any sample format!");
+    const auto dsl_target =
+        c_aformat::of_samples(*adsl_formats, dsc_src_format->channels(), dsc_src_format->sample_rate());
+    const AVSampleFormat dsl_format = dsl_target->sample_format();
+    if (!dsc_codec.supports_sample_format(dsl_format))
+        throw_ffmpeg_exception(1633, "Encoder does not support sample format ", static_cast<int>(dsl_format));
+    dsc_codec_ctx->sample_fmt = dsl_format;
+    dsc_swr_ctx.set_src_format(*dsc_src_format);
+    dsc_swr_ctx.set_dst_format(*dsl_target);
+    dsc_swr_ctx.init();
+}
+
+void c_audiocodec::set_up_encoder()
+{
+    const c_aformat &dsl_dst = *dsc_dst_format;
+    dsc_codec_ctx->channels = dsl_dst.channels();
+    dsc_codec_ctx->sample_rate = dsl_dst.sample_rate();
+    dsc_codec_ctx->channel_layout = dsl_dst.channel_layout();
+}
+
+void c_audiocodec::set_up_decoder()
+{
+    TRACE_SCOPE("c_audiocodec", 3);
+    const c_aformat &dsl_src = *dsc_src_format;
+    dsc_codec_ctx->channels = dsl_src.channels();
+    dsc_codec_ctx->sample_rate = dsl_src.sample_rate();
+    dsc_codec_ctx->request_channel_layout = dsc_dst_format->channel_layout();
+    dsc_codec_ctx->request_sample_fmt = dsc_dst_format->sample_format();
+    dsc_codec_ctx->block_align = dsl_src.frame_size();
+    dsc_codec_ctx->bits_per_coded_sample = dsl_src.bits_per_sample(); // the IMA ADPCM decoder does not open without it
+}
+
+void c_audiocodec::trace_formats() const
+{
+    TRACE_SCOPE("c_audiocodec", 3);
+    TRACE_LINE(im_level_debug, "%s#%s(): src_format: %s", dsc_src_format->to_string().c_str());
+    TRACE_LINE(im_level_debug, "%s#%s(): dst_format: %s", dsc_dst_format->to_string().c_str());
+}
+
+bool c_audiocodec::is_mpeg_audio() const noexcept
+{
+    return dsc_src_format->format_tag() == im_tag_mpeg || dsc_src_format->format_tag() == im_tag_mp3;
+}
+
+bool c_audiocodec::open()
+{
+    TRACE_FUNCTION(3);
+    if (is_open())
+        return true;
+    // Here and not once for all: a codec in use overwrites these with what its stream says.
+    if (is_decoder())
+        set_up_decoder();
+    else
+        set_up_encoder();
+    return open_in_ffmpeg(dsc_codec_ctx, dsc_codec, dsl_trace);
+}
+
+bool c_audiocodec::close()
+{
+    TRACE_FUNCTION(3);
+    reset();
+    if (is_open()) {
+        close_in_ffmpeg(dsc_codec_ctx);
+        if (!is_decoder())
+            dsc_codec_ctx->extradata_size = 0; // the bytes were the encoder's and are gone
+    }
+    return true;
+}
+
+bool c_audiocodec::reset()
+{
+    TRACE_FUNCTION(3);
+    dsc_output_queue.clear();
+    dsc_pending_packet.reset();
+    dsc_resampled_format.reset();
+    if (is_open())
+        g_avcodec.avcodec_flush_buffers(dsc_codec_ctx.context());
+    return true;
+}
+
+int32_t c_audiocodec::process2(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, uint64_t ulp_timestamp,
+                               dsd_out_params &dsp_out, uint32_t ump_outlen)
+{
+    TRACE_FUNCTION(3);
+    if (imp_lendata < 0)
+        throw std::invalid_argument("imp_lendata=" + std::to_string(imp_lendata));
+    TRACE_LINE(im_level_debug, "%s#%s(): timestamp=%llu flags=%d im_lendata=%d format_tag=0x%x codec=%s",
+               static_cast<unsigned long long>(ulp_timestamp), imp_flags, imp_lendata,
+               static_cast<unsigned int>(dsc_src_format->format_tag()), dsc_codec.display_name());
+    trace_formats();
+    dsp_out = {};
+    dsp_out.imc_flags = imp_flags;
+    dsp_out.ilc_timestamp = static_cast<int64_t>(ulp_timestamp);
+    if (imp_lendata == 0)
+        return is_decoder() && (imp_flags & im_flag_drain) != 0 ? drain(dsp_out, ump_outlen) : ie_audio_done;
+    if (is_decoder())
+        return decode(autp_data, imp_lendata, ulp_timestamp, dsp_out, ump_outlen);
+    encode(autp_data, imp_lendata, dsp_out);
+    return ie_audio_done;
+}
+
+void c_audiocodec::set_bit_rate(int32_t imp_bits_per_second)
+{
+    TRACE_FUNCTION(3);
+    if (is_open())
+        throw_ffmpeg_exception(1661, "options are set before the codec is opened");
+    dsc_codec_ctx->bit_rate = imp_bits_per_second;
+}
+
+int64_t c_audiocodec::property(std::string_view strp_name) const
+{
+    if (strp_name == "bit_rate")
+        return dsc_codec_ctx->bit_rate;
+    if (strp_name == "block_align")
+        return dsc_codec_ctx->block_align;
+    if (strp_name == "frame_size")
+        return dsc_codec_ctx->frame_size;
+    if (strp_name == "initial_padding")
+        return dsc_codec_ctx->delay;
+    if (strp_name == "bits_per_coded_sample")
+        return dsc_codec_ctx->bits_per_coded_sample;
+    throw_ffmpeg_exception(1679, "no such codec option: ", strp_name);
+}
+
+std::span<const uint8_t> c_audiocodec::extradata() const
+{
+    const AVCodecContext *adsl_context = dsc_codec_ctx.context();
+    if (adsl_context->extradata == nullptr || adsl_context->extradata_size <= 0)
+        return {};
+    return {adsl_context->extradata, static_cast<size_t>(adsl_context->extradata_size)};
+}

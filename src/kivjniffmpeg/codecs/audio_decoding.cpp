@@ -1,0 +1,229 @@
+// c_audiocodec: packets to PCM.
+
+#include "jni/exceptions.h"
+#include "kivjniffmpeg/buffers/native_buffer.h"
+#include "kivjniffmpeg/codecs/audio_codec.h"
+#include "kivjniffmpeg/codecs/mpeg_audio_header.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+namespace
+{
+
+constexpr int32_t im_tag_gsm610 = 0x31;
+/** So few bytes wait for more, whatever they are. */
+constexpr int in_incomplete = 31;
+/** More than this never waits for a frame to become whole: what looks like its header is none. */
+constexpr int in_most_pending = 64 * 1024;
+
+std::span<const uint8_t> bytes_of(const c_avpacket &dsp_packet)
+{
+    return {dsp_packet.data(), static_cast<size_t>(dsp_packet.size())};
+}
+
+} // namespace
+
+/** One call's block of input, and how far it got. */
+struct c_audiocodec::dsd_block
+{
+    dsd_out_params &dsc_out;
+    int32_t imc_lendata;
+    uint32_t umc_outlen;
+    bool bc_last; // nothing comes after it: nothing is kept
+
+    /** Counts what is consumed of the new bytes; those that waited were counted when they came. */
+    void count_processed(int32_t imp_bytes) const
+    {
+        dsc_out.imc_processed_len += std::min(imp_bytes, imc_lendata - dsc_out.imc_processed_len);
+    }
+};
+
+int32_t c_audiocodec::decode(uint8_t *autp_data, int32_t imp_lendata, uint64_t ulp_timestamp, dsd_out_params &dsp_out,
+                             uint32_t ump_outlen)
+{
+    TRACE_FUNCTION(3);
+    auto dsl_packet = std::make_unique<c_avpacket>();
+    dsl_packet->set_data(autp_data);
+    dsl_packet->set_size(imp_lendata);
+    dsl_packet->set_pts(static_cast<int64_t>(ulp_timestamp));
+    if (is_mpeg_audio())
+        trace_mpeg_audio_headers(bytes_of(*dsl_packet));
+    if (dsc_pending_packet != nullptr) {
+        if (is_mpeg_audio())
+            trace_mpeg_audio_headers(bytes_of(*dsc_pending_packet));
+        dsc_pending_packet->merge(*dsl_packet);
+        dsp_out.imc_processed_len = imp_lendata;
+        dsl_packet = std::move(dsc_pending_packet);
+        if (is_mpeg_audio())
+            trace_mpeg_audio_headers(bytes_of(*dsl_packet));
+    }
+    return decode_frames(std::move(dsl_packet), {dsp_out, imp_lendata, ump_outlen, false});
+}
+
+int32_t c_audiocodec::decode_frames(std::unique_ptr<c_avpacket> dsp_packet, const dsd_block &dsp_block)
+{
+    TRACE_SCOPE("decode", 3);
+    c_decoder_progress dsl_progress;
+    while (dsp_packet->size() > 0) {
+        TRACE_LINE(im_level_debug, "%s#%s(): bytes_in_queue=%u outlen=%u packet->size=%d",
+                   static_cast<uint32_t>(dsc_output_queue.bytes()), dsp_block.umc_outlen, dsp_packet->size());
+        if (dsp_packet->size() <= in_incomplete && !dsp_block.bc_last) {
+            keep_pending(*dsp_packet);
+            return ie_audio_done;
+        }
+        const int inl_consumed = call_decoder(*dsp_packet, dsp_block, dsl_progress);
+        if (inl_consumed >= 0)
+            continue;
+        TRACE_LINE(im_level_error, "%s#%s(): Error while decoding audio frame. error=%d", inl_consumed);
+        if (!is_mpeg_audio())
+            return ie_audio_decoding_error;
+        if (!find_next_header(*dsp_packet, dsp_block))
+            return ie_audio_done;
+        dsl_progress = {};
+    }
+    return ie_audio_done;
+}
+
+/** Decodes one frame. @return the bytes consumed, or the decoder's error */
+int c_audiocodec::call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_block, c_decoder_progress &dsp_progress)
+{
+    TRACE_SCOPE("decode", 3);
+    throw_if_pending();
+    if (!is_open())
+        return in_error_not_open;
+    // The caller gets a block's timestamp back with the block; the decoder is given none.
+    dsp_packet.initialise();
+    dsp_packet.guard_side_data();
+    c_avframe dsl_frame;
+    int inl_got_frame = 0;
+    const int inl_consumed = g_avcodec.avcodec_decode_audio4(dsc_codec_ctx.context(), dsl_frame.frame(), &inl_got_frame,
+                                                             dsp_packet.packet());
+    if (inl_consumed < 0)
+        return inl_consumed;
+    TRACE_LINE(im_level_debug, "%s#%s(): decoding successful. processed=%d", inl_consumed);
+    dsp_block.count_processed(inl_consumed);
+    dsp_packet.inc_read_ptr(inl_consumed);
+    if (inl_got_frame == 0) {
+        TRACE_LINE(im_level_debug, "%s#%s(): %s", "got no audio frame");
+    } else {
+        TRACE_LINE(im_level_debug, "%s#%s(): %s", "decoding audio frame successful");
+        TRACE_LINE(im_level_debug, "%s#%s(): result: nb_samples=%d format=%d channel_layout=%d ref=%d",
+                   dsl_frame->nb_samples, dsl_frame->format, static_cast<int>(dsl_frame->channel_layout),
+                   dsl_frame->reference);
+        hand_on(dsl_frame);
+    }
+    return dsp_progress.is_stuck(inl_consumed, inl_got_frame != 0) ? in_error_not_open : inl_consumed;
+}
+
+/**
+ * After an error in MPEG audio: goes on to where the next frame may begin.
+ *
+ * @return false when the bytes are kept until more come, because a frame begins right here
+ */
+bool c_audiocodec::find_next_header(c_avpacket &dsp_packet, const dsd_block &dsp_block)
+{
+    TRACE_SCOPE("decode", 3);
+    if (!dsp_block.bc_last && (dsp_packet.size() < 1 || (starts_with_mpeg_audio_header(bytes_of(dsp_packet)) &&
+                                                         dsp_packet.size() <= in_most_pending))) {
+        keep_pending(dsp_packet);
+        return false;
+    }
+    TRACE_LINE(im_level_debug, "%s#%s(): searching for missing header rest_size=%d", dsp_packet.size());
+    do {
+        dsp_block.count_processed(1);
+        dsp_packet.inc_read_ptr(1);
+    } while (dsp_packet.size() > 0 && !starts_with_mpeg_audio_header(bytes_of(dsp_packet)));
+    return true;
+}
+
+/** The bytes are copied: the block that they are in is the caller's. */
+void c_audiocodec::keep_pending(const c_avpacket &dsp_packet)
+{
+    TRACE_SCOPE("decode", 3);
+    TRACE_LINE(im_level_debug, "%s#%s(): incomplete frame rest_size=%d", dsp_packet.size());
+    auto dsl_pending = std::make_unique<c_avpacket>();
+    dsl_pending->merge(dsp_packet);
+    dsc_pending_packet = std::move(dsl_pending);
+}
+
+int32_t c_audiocodec::drain(dsd_out_params &dsp_out, uint32_t ump_outlen)
+{
+    TRACE_FUNCTION(3);
+    const dsd_block dsl_block{dsp_out, 0, ump_outlen, true};
+    int32_t iml_result = ie_audio_done;
+    if (dsc_pending_packet != nullptr)
+        iml_result = decode_frames(std::move(dsc_pending_packet), dsl_block);
+    if (!is_open() || (dsc_codec.codec()->capabilities & CODEC_CAP_DELAY) == 0)
+        return iml_result;
+    c_avpacket dsl_nothing;
+    for (c_decoder_progress dsl_progress;;) {
+        const size_t uml_before = dsc_output_queue.size();
+        if (call_decoder(dsl_nothing, dsl_block, dsl_progress) < 0 || dsc_output_queue.size() == uml_before)
+            return iml_result;
+    }
+}
+
+void c_audiocodec::hand_on(c_avframe &dsp_frame)
+{
+    TRACE_SCOPE("decode", 3);
+    const auto dsl_format =
+        c_aformat::of_samples(dsp_frame.sample_format(), dsp_frame->channels, dsp_frame->sample_rate);
+    c_framebuffer_reference dsl_buffer = ffmpeg_get_framebuffer(dsp_frame);
+    const int64_t ill_bytes =
+        int64_t{dsp_frame->nb_samples} * dsl_format->channels() * (dsl_format->bits_per_sample() / 8);
+    dsl_buffer->set_data_size(static_cast<int32_t>(std::clamp<int64_t>(ill_bytes, 0, dsl_buffer->capacity())));
+    TRACE_LINE(im_level_debug, "%s#%s(): bufsize=%d channels=%d nb_samples=%d bits_per_sample=%d data_size=%d",
+               dsl_buffer->capacity(), dsl_format->channels(), dsp_frame->nb_samples, dsl_format->bits_per_sample(),
+               dsl_buffer->data_size());
+    if (dsc_src_format->format_tag() == im_tag_gsm610)
+        dsl_format->set_sample_rate(dsc_src_format->sample_rate());
+    // Planes one behind the other are not what the caller wants of several channels, although the formats compare equal.
+    const bool bl_planes = dsl_format->is_planar() && dsl_format->channels() > 1;
+    const bool bl_elsewhere = dsp_frame->data[0] != dsl_buffer->data();
+    if (c_aformat::needs_resampling(*dsl_format, *dsc_dst_format) || bl_planes || bl_elsewhere) {
+        convert(dsp_frame, *dsl_format);
+        return;
+    }
+    TRACE_LINE(im_level_debug, "%s#%s(): %s", "no conversion needed");
+    dsc_output_queue.pushback(std::move(dsl_buffer));
+}
+
+void c_audiocodec::convert(c_avframe &dsp_frame, const c_aformat &dsp_format)
+{
+    TRACE_SCOPE("decode", 3);
+    const c_aformat &dsl_dst = *dsc_dst_format;
+    TRACE_LINE(im_level_debug, "%s#%s(): need conversion from format a: %s", dsp_format.to_string().c_str());
+    TRACE_LINE(im_level_debug, "%s#%s(): to format b: %s", dsl_dst.to_string().c_str());
+    const int64_t ill_size = int64_t{dsl_dst.bits_per_sample() / 8} * dsl_dst.channels() * dsp_frame->nb_samples;
+    if (ill_size < 0 || ill_size > INT_MAX)
+        throw_ffmpeg_exception(1735, "a frame of ", dsp_frame->nb_samples, " samples is too large to convert");
+    const auto iml_converted_size = static_cast<int32_t>(ill_size);
+    TRACE_LINE(im_level_debug, "%s#%s(): iml_converted_size=%d", iml_converted_size);
+    auto dsl_native = std::make_unique<c_native_buffer>(iml_converted_size, 16);
+    dsl_native->add_reference();
+    c_framebuffer_reference dsl_buffer(dsl_native.release());
+    set_up_resampler(dsp_format);
+    dsc_swr_ctx.convert(dsp_frame, *dsl_buffer.get());
+    dsc_output_queue.pushback(std::move(dsl_buffer));
+}
+
+// As long as the rate stays what it is the resampler remembers nothing from one frame to the next, and setting it up
+// again for each would change no sample.
+void c_audiocodec::set_up_resampler(const c_aformat &dsp_format)
+{
+    TRACE_SCOPE("decode", 3);
+    const c_aformat *adsl_was = dsc_resampled_format.get();
+    if (adsl_was != nullptr && adsl_was->sample_rate() == dsc_dst_format->sample_rate() &&
+        adsl_was->is_planar() == dsp_format.is_planar() && !c_aformat::needs_resampling(*adsl_was, dsp_format))
+        return;
+    dsc_resampled_format.reset();
+    dsc_swr_ctx.set_src_format(dsp_format);
+    dsc_swr_ctx.set_dst_format(*dsc_dst_format);
+    dsc_swr_ctx.init();
+    dsc_resampled_format =
+        c_aformat::of_samples(dsp_format.sample_format(), dsp_format.channels(), dsp_format.sample_rate());
+}

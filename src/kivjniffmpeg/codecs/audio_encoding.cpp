@@ -1,0 +1,112 @@
+// c_audiocodec: PCM to packets.
+
+#include "jni/exceptions.h"
+#include "kivjniffmpeg/buffers/native_buffer.h"
+#include "kivjniffmpeg/codecs/audio_codec.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace
+{
+
+struct s_av_free
+{
+    void operator()(uint8_t *autp_block) const noexcept { g_avutil.av_freep(&autp_block); }
+};
+
+std::unique_ptr<uint8_t, s_av_free> allocate_samples(int32_t imp_size)
+{
+    std::unique_ptr<uint8_t, s_av_free> dsl_block(
+        static_cast<uint8_t *>(g_avutil.av_malloc(static_cast<size_t>(imp_size))));
+    if (dsl_block == nullptr)
+        throw_ffmpeg_exception(1823, "av_malloc failed");
+    return dsl_block;
+}
+
+/** Queues what the encoder made, in memory of its own. */
+void queue_packet(c_output_queue &dsp_queue, const c_avpacket &dsp_packet)
+{
+    auto dsl_native = std::make_unique<c_native_buffer>(dsp_packet.size(), 0);
+    std::copy_n(dsp_packet.data(), dsp_packet.size(), dsl_native->data());
+    dsl_native->add_reference();
+    dsp_queue.pushback(c_framebuffer_reference(dsl_native.release()));
+}
+
+} // namespace
+
+void c_audiocodec::encode(const uint8_t *autp_data, int32_t imp_lendata, dsd_out_params &dsp_out)
+{
+    TRACE_FUNCTION(3);
+    if (!is_open())
+        throw_ffmpeg_exception(1805, "the encoder is not open");
+    const AVCodecContext &dsl_context = *dsc_codec_ctx.context();
+    const AVSampleFormat dsl_source_format = dsc_src_format->sample_format();
+    const int32_t iml_source_size = g_avutil.av_get_bytes_per_sample(dsl_source_format);
+    const int32_t iml_codec_size = g_avutil.av_get_bytes_per_sample(dsl_context.sample_fmt);
+    if (dsl_context.channels < 1 || iml_source_size < 1 || iml_codec_size < 1)
+        throw_ffmpeg_exception(1809, "cannot encode ", dsl_context.channels, " channels of ", iml_source_size,
+                               " bytes");
+    int32_t iml_frame_size = dsl_context.frame_size;
+    if (iml_frame_size == 0) {
+        // Whatever comes is one frame.
+        iml_frame_size = static_cast<int32_t>(imp_lendata / (int64_t{dsl_context.channels} * iml_source_size));
+        TRACE_LINE(im_level_debug, "%s#%s(): variable frame size: ump_lendata=%d bps=%d channels=%d inl_frame_size=%d",
+                   imp_lendata, iml_source_size, dsl_context.channels, iml_frame_size);
+    }
+    TRACE_LINE(im_level_debug, "%s#%s(): sample_fmt=%d channel_layout=%d frame_size=%d channels=%d",
+               static_cast<int>(dsl_context.sample_fmt), static_cast<int>(dsl_context.channel_layout),
+               dsl_context.frame_size, dsl_context.channels);
+    const int32_t iml_buffer_size =
+        g_avutil.av_samples_get_buffer_size(nullptr, dsl_context.channels, iml_frame_size, dsl_context.sample_fmt, 0);
+    if (iml_buffer_size < 1)
+        throw_ffmpeg_exception(1819, "get_buffer_size failed error=", iml_buffer_size);
+    const auto dsl_block = allocate_samples(iml_buffer_size);
+    const bool bl_convert = dsl_context.sample_fmt != dsl_source_format;
+    // Bounded by the buffer size, which FFmpeg keeps within 31 bits, up to the ratio of the sample sizes.
+    const int64_t ill_consume_max = int64_t{dsl_context.channels} * iml_frame_size * iml_source_size;
+    TRACE_LINE(im_level_debug, "%s#%s(): buffer_size=%d consume_max=%d do_conversion=%d", iml_buffer_size,
+               static_cast<int>(ill_consume_max), bl_convert ? 1 : 0);
+    while (ill_consume_max <= imp_lendata - dsp_out.imc_processed_len) {
+        const int32_t iml_processed = dsp_out.imc_processed_len;
+        const auto iml_consume = static_cast<int32_t>(ill_consume_max);
+        dsp_out.imc_processed_len += iml_consume;
+        encode_frame({autp_data + iml_processed, static_cast<size_t>(iml_consume)},
+                     {dsl_block.get(), static_cast<size_t>(iml_buffer_size)}, iml_frame_size, bl_convert,
+                     iml_processed);
+    }
+}
+
+void c_audiocodec::encode_frame(std::span<const uint8_t> utp_samples, std::span<uint8_t> utp_block,
+                                int32_t imp_frame_size, bool bp_convert, int32_t imp_processed)
+{
+    TRACE_SCOPE("encode", 3);
+    throw_if_pending();
+    const AVCodecContext &dsl_context = *dsc_codec_ctx.context();
+    c_avframe dsl_frame;
+    dsl_frame->format = dsl_context.sample_fmt;
+    dsl_frame->channel_layout = dsl_context.channel_layout;
+    dsl_frame->channels = dsl_context.channels;
+    dsl_frame->sample_rate = dsl_context.sample_rate;
+    dsl_frame->nb_samples = imp_frame_size;
+    dsl_frame.set_samples(dsl_context.channels, dsl_context.sample_fmt, utp_block.data(),
+                          static_cast<int>(utp_block.size()), 0);
+    if (bp_convert)
+        dsc_swr_ctx.convert(utp_samples.data(), static_cast<uint32_t>(imp_frame_size), dsl_frame);
+    else
+        std::ranges::copy(utp_samples, utp_block.begin());
+    c_avpacket dsl_packet;
+    int inl_got_packet = 0;
+    const int inl_err = g_avcodec.avcodec_encode_audio2(dsc_codec_ctx.context(), dsl_packet.packet(), dsl_frame.frame(),
+                                                        &inl_got_packet);
+    if (inl_err != 0)
+        throw_ffmpeg_exception(1861, "Error encoding audio frame error=", inl_err);
+    if (inl_got_packet == 0)
+        return;
+    TRACE_LINE(im_level_verbose, "%s#%s(): encoded audio packet processed=%d pkt.size=%d", imp_processed,
+               dsl_packet.size());
+    queue_packet(dsc_output_queue, dsl_packet);
+}

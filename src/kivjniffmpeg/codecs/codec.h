@@ -1,0 +1,106 @@
+/** @file What video and audio codecs have in common. */
+#pragma once
+
+#include "kivjniffmpeg/context/library_context.h"
+
+#include <cstdint>
+#include <string>
+
+class c_avcodec;
+class c_avcodec_ctx;
+class c_trace;
+class ca_ffmpeg_buffer;
+
+/** Flag of a processing call without data: the stream ends, everything that is held back comes out. */
+inline constexpr int32_t im_flag_drain = 0x100;
+
+/** Notices a decoder that goes on for ever with the same bytes. */
+class c_decoder_progress
+{
+public:
+    /** Tells of one more call. @return whether the packet is to be given up */
+    bool is_stuck(int inp_consumed, bool bp_got_something) noexcept
+    {
+        inc_idle = inp_consumed > 0 || bp_got_something ? 0 : inc_idle + 1;
+        inc_unpaid = inp_consumed > 0 ? 0 : inc_unpaid + 1;
+        return inc_idle > in_idle_limit || inc_unpaid > in_unpaid_limit;
+    }
+
+private:
+    static constexpr int in_idle_limit = 32;    // calls in a row that neither consume nor return anything
+    static constexpr int in_unpaid_limit = 256; // results in a row for which nothing is consumed
+
+    int inc_idle = 0;
+    int inc_unpaid = 0;
+};
+
+/**
+ * A codec under a Java handle: keeps its library context alive, has a name and opens and closes.
+ *
+ * Used by one thread at a time.
+ */
+class c_codec
+{
+public:
+    /** What else is known of a picture; told to those who take pictures in direct buffers. */
+    struct dsd_picture_info
+    {
+        int32_t imc_width;              /**< pixels that are shown */
+        int32_t imc_height;             /**< pixels that are shown */
+        int32_t imc_pixel_format;       /**< FFmpeg's number */
+        int32_t imc_key_frame;          /**< 1 for a picture that needs no other */
+        int32_t imc_picture_type;       /**< FFmpeg's number: 1 intra, 2 predicted, 3 bidirectional, ... */
+        int32_t imc_interlaced;         /**< 0 progressive, 1 bottom field first, 3 top field first */
+        int32_t aimc_linesizes[4];      /**< bytes from one line to the next, by plane */
+        int32_t imc_aspect_numerator;   /**< width of a pixel; 0 when unknown */
+        int32_t imc_aspect_denominator; /**< height of a pixel */
+        int32_t imc_color_range;        /**< FFmpeg's number: 1 limited, 2 full */
+        int32_t imc_colorspace;         /**< FFmpeg's number */
+    };
+
+    /** What one processing call reports; all zero before the call. */
+    struct dsd_out_params
+    {
+        int32_t aimc_plane_offsets[4]; /**< bytes from the first plane to each plane */
+        int32_t imc_processed_len;     /**< audio: input bytes consumed */
+        int32_t imc_data_offset;       /**< bytes from the start of the buffer's memory to its data */
+        int32_t imc_data_size;         /**< bytes of data */
+        int32_t imc_flags;             /**< the flags of the call */
+        int64_t ilc_timestamp;         /**< of the picture or block returned */
+        int32_t imc_buffer_word;       /**< opaque and not 0 when there is a buffer */
+        dsd_picture_info dsc_picture;  /**< of the picture returned */
+        ca_ffmpeg_buffer
+            *adsc_buffer; /**< the picture's memory with one reference, which is the caller's now; or null */
+    };
+
+    virtual ~c_codec();
+    c_codec(const c_codec &) = delete;
+    c_codec &operator=(const c_codec &) = delete;
+
+    /** Opens; an open codec stays as it is. @return false when FFmpeg refuses */
+    virtual bool open() = 0;
+    virtual bool close() = 0;
+    /** Forgets everything that waits and starts afresh, keeping what was chosen. */
+    virtual bool reset() = 0;
+    virtual const std::string &get_name();
+
+    c_ffmpeg *get_ffmpeg() const noexcept { return dsc_ffmpeg.get(); }
+    bool is_open() const noexcept { return bc_open; }
+
+protected:
+    static constexpr int in_error_not_open = -22; // EINVAL, as FFmpeg writes it
+
+    /** Ends the call with the exception that a callback or a trace line's receiver left pending. */
+    static void throw_if_pending();
+
+    c_codec(c_ffmpeg *adsp_ffmpeg, std::string strp_name);
+
+    /** What open() ends with; the failure is told in a line of @p dsp_trace. */
+    bool open_in_ffmpeg(c_avcodec_ctx &dsp_context, const c_avcodec &dsp_codec, const c_trace &dsp_trace);
+    void close_in_ffmpeg(c_avcodec_ctx &dsp_context);
+
+private:
+    c_ffmpeg_reference dsc_ffmpeg;
+    std::string strc_name;
+    bool bc_open = false;
+};

@@ -1,0 +1,28 @@
+/** @file What a sound codec has ready for its caller. */
+#pragma once
+
+#include "kivjniffmpeg/buffers/frame_buffer.h"
+
+#include <cstdint>
+#include <deque>
+
+/** Buffers in the order in which they were made, each with one reference, and the sum of the bytes in use. */
+class c_output_queue
+{
+public:
+    void pushback(c_framebuffer_reference dsp_buffer);
+    /** Removes the first buffer and passes its reference on; there must be one. */
+    c_framebuffer_reference popfront();
+    void clear() noexcept;
+
+    bool empty() const noexcept { return dsc_buffers.empty(); }
+    size_t size() const noexcept { return dsc_buffers.size(); }
+    /** Bytes in the first buffer; there must be one. */
+    int32_t front_size() const noexcept { return dsc_buffers.front()->data_size(); }
+    /** Bytes in all of them. */
+    uint64_t bytes() const noexcept { return ulc_bytes; }
+
+private:
+    std::deque<c_framebuffer_reference> dsc_buffers;
+    uint64_t ulc_bytes = 0;
+};

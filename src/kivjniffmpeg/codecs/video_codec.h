@@ -1,0 +1,163 @@
+/** @file The video decoder behind a Java handle. */
+#pragma once
+
+#include "kivjniffmpeg/buffers/frame_buffer.h"
+#include "kivjniffmpeg/codecs/codec.h"
+#include "kivjniffmpeg/ffmpeg/codec_context.h"
+#include "kivjniffmpeg/ffmpeg/frame.h"
+#include "kivjniffmpeg/ffmpeg/padded_bytes.h"
+#include "kivjniffmpeg/ffmpeg/scaler.h"
+#include "kivjniffmpeg/formats/color_model.h"
+#include "kivjniffmpeg/formats/picture_layout.h"
+#include "kivjniffmpeg/formats/video_format.h"
+
+#include <jni.h>
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+/** What process() says; the numbers are Java's. */
+enum ie_process_result : int32_t
+{
+    ie_picture = 0,          /**< one picture, no more waiting */
+    ie_picture_and_more = 1, /**< one picture, more waiting: call again without data */
+    ie_no_picture = 2,       /**< nothing to hand out */
+    ie_picture_model_changed =
+        4,                /**< one picture, no more waiting, and the chosen model is new since the last report */
+    ie_decoding_error = 8 /**< the packet, or its rest, could not be decoded */
+};
+
+/** Flags of a process() call. */
+inline constexpr int32_t im_flag_discontinuity = 2; /**< the packet does not follow the one before it */
+
+/**
+ * Decodes packets into pictures in one of the colour models that Java takes.
+ *
+ * The decoder writes into Java's arrays where its pixel format is the model's; otherwise into native memory, from which
+ * the picture is converted into a Java array. Pictures wait in a list and are handed out one per call, oldest first.
+ *
+ * Every call comes from an entry point: Java is reached through the environment registered for the thread. A Java
+ * exception that a callback throws ends the call with a kiv::jni::c_jniexception and stays pending.
+ */
+class c_videocodec final : public c_codec
+{
+public:
+    /** @throws c_ffmpeg_exception when there is no decoder for the format */
+    c_videocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp_vformat);
+    ~c_videocodec() override;
+    c_videocodec(const c_videocodec &) = delete;
+    c_videocodec &operator=(const c_videocodec &) = delete;
+
+    /** @throws c_ffmpeg_exception "null pointer: c_colormodel" */
+    void append_dst_format(std::unique_ptr<c_colormodel> dsp_model);
+    bool has_dst_formats() const noexcept { return !dsc_dst_formats.empty(); }
+
+    /** Whether no output model has been chosen yet. */
+    bool unknown_dst_format() const noexcept { return imc_dst_format_idx < 0; }
+    /**
+     * Chooses the first model whose four-character code is that of the decoder's format.
+     *
+     * @return true when the choice changed, otherwise whether none is chosen
+     */
+    bool find_dst_format_for_pixfmt(AVPixelFormat dsp_format);
+    /** The chosen model; without a choice the first RGB one or else the first of all is chosen, for good. */
+    c_colormodel &get_current_dst_format();
+
+    /** @return false, after an error line, when FFmpeg refuses */
+    bool open() override;
+    bool close() override;
+    bool reset() override;
+
+    /**
+     * Decodes a packet and hands out at most one picture.
+     *
+     * @param autp_data null only hands out, with im_flag_drain after having fetched what the decoder holds back. FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes follow the @p imp_lendata.
+     * @param ilp_timestamp becomes the packet's, in units of the caller's
+     * @param dsp_out zeroed by the caller
+     * @return an ie_process_result
+     * @throws std::invalid_argument "imp_lendata" for a negative length
+     */
+    int32_t process(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp,
+                    dsd_out_params &dsp_out);
+
+    /** Called with every picture buffer: the layout that the format export tells. */
+    void remember_layout(const dsd_picture_layout &dsp_layout) noexcept;
+
+    /** Memory for a picture that FFmpeg or the conversion writes; Java is told the size. Throws as the kinds of buffers do. */
+    std::unique_ptr<ca_ffmpeg_buffer> allocate_picture(int32_t imp_width, int32_t imp_height, AVPixelFormat dsp_format,
+                                                       const dsd_picture_layout &dsp_layout);
+
+    /**
+     * Sets what the codec interface itself leaves fixed:
+     * - "whole_packets": packets are not cut anywhere, and each picture comes with its own packet.
+     * - "direct_buffers": pictures lie in direct buffers (c_direct_buffer) instead of arrays, and stay as they are until
+     *   Java lets go of them, whatever the decoder goes on with.
+     * - "native_format": pictures come in direct buffers in the decoder's own pixel format; no model is chosen.
+     *
+     * @throws c_ffmpeg_exception on an open codec, for another name, or when this FFmpeg cannot do it
+     */
+    void set_option(std::string_view strp_name, bool bp_on);
+    bool native_format() const noexcept { return bc_native_format; }
+    bool takes_direct_buffers() const noexcept { return bc_direct_buffers || bc_native_format; }
+
+    /** Describes the chosen model and the buffers last allocated, as a new int[16]; null while nothing is chosen. */
+    jintArray export_dst_format(JNIEnv *adsp_env);
+
+    /** Memory for the packet of the next process() call. */
+    c_padded_bytes &input() noexcept { return dsc_input; }
+
+private:
+    /** A decoded picture and the reference to its memory. */
+    struct dsd_picture
+    {
+        std::unique_ptr<c_avframe> dsc_frame;
+        c_framebuffer_reference dsc_buffer;
+    };
+
+    bool decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp);
+    std::span<uint8_t> withhold_begun_start_code(std::span<uint8_t> utp_packet);
+    void list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp);
+    /** A cropped picture begins inside its planes: the offsets that Java gets lead to what is shown. */
+    void tell_plane_offsets(const c_avframe &dsp_frame, ca_ffmpeg_buffer &dsp_buffer);
+    void drain(int32_t imp_flags, int64_t ilp_timestamp);
+    void set_whole_packets(bool bp_whole) noexcept;
+    /** Whether Java gets the V plane first. */
+    bool swaps_chroma();
+    /** Gives back the memory of pictures that were handed out and that the decoder does not need any more. */
+    void let_go_of_unused_pictures();
+    bool is_listed(const ca_ffmpeg_buffer *adsp_buffer) const;
+    std::unique_ptr<c_avframe> convert(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
+                                       AVPixelFormat dsp_format);
+    std::unique_ptr<c_avframe> duplicate(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer);
+    template <class FILL>
+    std::unique_ptr<c_avframe> make_picture(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
+                                            AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height,
+                                            FILL dsp_fill);
+    int32_t hand_out(int32_t imp_flags, dsd_out_params &dsp_out);
+
+    // The buffers of pictures and decoder are given back on destruction: the members that this needs stand before them.
+    std::unique_ptr<c_vformat> dsc_vformat;
+    std::vector<std::unique_ptr<c_colormodel>> dsc_dst_formats;
+    int32_t imc_dst_format_idx = -1;
+    bool bc_dst_format_changed = false;
+    c_avcodec dsc_codec;
+    c_avcodec_ctx dsc_codec_ctx;
+    bool bc_direct_buffers = false;
+    bool bc_native_format = false;
+    std::deque<dsd_picture> dsc_decoded_pictures;
+    std::vector<std::unique_ptr<c_avframe>>
+        dsc_lent_pictures; // handed out in direct buffers, in use by the decoder too
+    c_sws_ctx dsc_sws_ctx;
+    c_padded_bytes dsc_input;
+    c_padded_bytes dsc_joined;
+    std::vector<uint8_t> utc_begun_start_code; // of a packet that may be cut anywhere: what waits for the next one
+    int32_t imc_frame_count = 0;
+    int32_t imc_got_picture = 0;
+    std::array<int32_t, 4> aimc_linesizes{};
+    int32_t imc_scanheight = 0;
+};

@@ -1,0 +1,245 @@
+#include "kivjniffmpeg/containers/media_reader.h"
+
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+
+using kiv::jni::c_jnienv;
+
+namespace
+{
+
+/** The containers that are read, by the first of their names. */
+constexpr std::string_view s_formats[] = {
+    "avi", "mov", "matroska", "mpeg", "mpegts", "asf",  "flv",       "ogg",  "wav", "mp3",
+    "aac", "ac3", "dts",      "amr",  "flac",   "h264", "mpegvideo", "h263", "m4v", "dv",
+};
+
+/** How often FFmpeg may ask to be called again without having read anything: more than a buffer has units in it. */
+constexpr int im_idle_limit = 65536;
+
+/** Whether FFmpeg's name of a format, possibly several joined by commas, is on the list. */
+bool is_known_format(const char *strp_name)
+{
+    const std::string_view strl_names(strp_name);
+    return std::ranges::find(s_formats, strl_names.substr(0, strl_names.find(','))) != std::end(s_formats);
+}
+
+std::string error_text(int inp_error)
+{
+    if (inp_error == -1)
+        return "no reason given"; // its text would be that of EPERM, but FFmpeg's readers just say -1
+    char byrl_text[128];
+    if (g_avutil.av_strerror == nullptr || g_avutil.av_strerror(inp_error, byrl_text, sizeof byrl_text) < 0)
+        return "error " + std::to_string(inp_error);
+    return byrl_text;
+}
+
+/** Everything that is not in the loader's tables proper; the rest of the library works without it. */
+c_ffmpeg *require_functions(c_ffmpeg *adsp_ffmpeg)
+{
+    const struct
+    {
+        const char *strc_name;
+        bool bc_present;
+    } adsl_functions[] = {
+        {"avio_alloc_context", g_avformat.avio_alloc_context != nullptr},
+        {"av_probe_input_buffer2", g_avformat.av_probe_input_buffer2 != nullptr},
+        {"avformat_open_input", g_avformat.avformat_open_input != nullptr},
+        {"avformat_find_stream_info", g_avformat.avformat_find_stream_info != nullptr},
+        {"av_read_frame", g_avformat.av_read_frame != nullptr},
+        {"av_seek_frame", g_avformat.av_seek_frame != nullptr},
+        {"avformat_close_input", g_avformat.avformat_close_input != nullptr},
+        {"av_opt_set", g_avutil.av_opt_set != nullptr},
+    };
+    for (const auto &dsl_function : adsl_functions)
+        if (!dsl_function.bc_present)
+            throw_ffmpeg_exception(2602, "this FFmpeg cannot read containers, it lacks ", dsl_function.strc_name);
+    return adsp_ffmpeg;
+}
+
+} // namespace
+
+c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source)
+    : dsc_ffmpeg(require_functions(adsp_ffmpeg)), dsc_source(dsp_env, avop_source)
+{
+    TRACE_FUNCTION(3);
+    AVInputFormat *adsl_format = probe(dsp_env);
+    dsc_format.context()->pb = dsc_source.io();
+    // Side data would otherwise be appended to the bytes, where decoders of other libraries do not expect it.
+    dsc_format.context()->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_KEEP_SIDE_DATA;
+    const int inl_result = dsc_format.open_input(adsl_format);
+    dsc_source.check(dsp_env);
+    if (inl_result < 0)
+        throw_ffmpeg_exception(2608, "opening as ", adsl_format->name, " failed: ", error_text(inl_result));
+    forbid_nested_formats();
+    // Streams are looked at by decoding some of them, and what packets say of superfluous samples is not checked there.
+    for (AVStream *adsl_stream : std::span(dsc_format.context()->streams, dsc_format.context()->nb_streams))
+        adsl_stream->codec->flags2 |= CODEC_FLAG2_SKIP_MANUAL;
+    examine_streams(dsp_env);
+    TRACE_LINE(im_level_debug, "%s#%s(): format=%s streams=%u", format_name(), dsc_format.context()->nb_streams);
+    dsc_source.check(dsp_env);
+}
+
+AVInputFormat *c_mediareader::probe(const c_jnienv &dsp_env) const
+{
+    TRACE_FUNCTION(3);
+    AVInputFormat *adsl_format = nullptr;
+    // No name and the default limit of bytes. What was read is kept in the AVIOContext for the reader proper.
+    const int inl_result = g_avformat.av_probe_input_buffer2(dsc_source.io(), &adsl_format, "", nullptr, 0, 0);
+    dsc_source.check(dsp_env);
+    if (inl_result < 0 || adsl_format == nullptr || !is_known_format(adsl_format->name))
+        throw_ffmpeg_exception(2607, "not a known media file");
+    return adsl_format;
+}
+
+void c_mediareader::forbid_nested_formats() const
+{
+    // No format has this name. A release without the option would let an AVI's subtitles be anything.
+    if (const int inl_result = g_avutil.av_opt_set(dsc_format.context(), "format_whitelist", "none", 0); inl_result < 0)
+        throw_ffmpeg_exception(2609, "this FFmpeg cannot forbid nested formats: ", error_text(inl_result));
+}
+
+void c_mediareader::examine_streams(const c_jnienv &dsp_env) const
+{
+    TRACE_FUNCTION(3);
+    const int inl_result = g_avformat.avformat_find_stream_info(dsc_format.context(), nullptr);
+    dsc_source.check(dsp_env);
+    // A failure means that some parameters remain unknown, which a file that was cut short need not suffer from.
+    if (dsc_format.context()->nb_streams == 0)
+        throw_ffmpeg_exception(2610, "no streams found", inl_result < 0 ? ": " + error_text(inl_result) : "");
+}
+
+std::array<int64_t, c_mediareader::im_info_length> c_mediareader::info() const noexcept
+{
+    const AVFormatContext &dsl_context = *dsc_format.context();
+    return {dsl_context.nb_streams, dsl_context.duration, dsl_context.start_time, std::max(dsl_context.bit_rate, 0)};
+}
+
+const char *c_mediareader::format_name() const noexcept
+{
+    return dsc_format.context()->iformat->name;
+}
+
+const AVStream &c_mediareader::stream_at(int32_t imp_index) const
+{
+    const AVFormatContext &dsl_context = *dsc_format.context();
+    if (imp_index < 0 || static_cast<uint32_t>(imp_index) >= dsl_context.nb_streams)
+        throw_ffmpeg_exception(2611, "no such stream: ", imp_index);
+    return *dsl_context.streams[imp_index];
+}
+
+std::array<int64_t, c_mediareader::im_stream_info_length> c_mediareader::stream_info(int32_t imp_index) const
+{
+    const AVStream &dsl_stream = stream_at(imp_index);
+    const AVCodecContext &dsl_codec = *dsl_stream.codec;
+    const AVRational dsl_aspect =
+        dsl_stream.sample_aspect_ratio.num != 0 ? dsl_stream.sample_aspect_ratio : dsl_codec.sample_aspect_ratio;
+    int64_t ill_sample_format = AV_PIX_FMT_NONE;
+    if (dsl_codec.codec_type == AVMEDIA_TYPE_VIDEO)
+        ill_sample_format = dsl_codec.pix_fmt;
+    else if (dsl_codec.codec_type == AVMEDIA_TYPE_AUDIO)
+        ill_sample_format = dsl_codec.sample_fmt;
+    return {dsl_codec.codec_type,
+            dsl_codec.codec_id,
+            dsl_codec.codec_tag,
+            dsl_codec.width,
+            dsl_codec.height,
+            dsl_stream.avg_frame_rate.num,
+            dsl_stream.avg_frame_rate.den,
+            dsl_stream.time_base.num,
+            dsl_stream.time_base.den,
+            dsl_stream.duration,
+            dsl_stream.start_time,
+            std::max(dsl_codec.bit_rate, 0),
+            dsl_codec.sample_rate,
+            dsl_codec.channels,
+            dsl_codec.bits_per_coded_sample,
+            dsl_codec.block_align,
+            dsl_stream.nb_frames,
+            dsl_aspect.num,
+            dsl_aspect.den,
+            dsl_codec.profile,
+            dsl_stream.disposition,
+            ill_sample_format,
+            g_avcodec.avcodec_find_decoder(dsl_codec.codec_id) != nullptr};
+}
+
+const char *c_mediareader::codec_name(int32_t imp_index) const
+{
+    const AVCodecID iel_codec = stream_at(imp_index).codec->codec_id;
+    return g_avcodec.avcodec_get_name != nullptr ? g_avcodec.avcodec_get_name(iel_codec) : "unknown";
+}
+
+std::span<const uint8_t> c_mediareader::extradata(int32_t imp_index) const
+{
+    const AVCodecContext &dsl_codec = *stream_at(imp_index).codec;
+    if (dsl_codec.extradata == nullptr || dsl_codec.extradata_size <= 0)
+        return {};
+    return {dsl_codec.extradata, static_cast<size_t>(dsl_codec.extradata_size)};
+}
+
+bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
+{
+    TRACE_FUNCTION(3);
+    // Some readers ask to be called again after each unit that is no packet, for ever when they make no headway.
+    int inl_result = 0;
+    uint64_t ull_reads = dsc_source.reads();
+    int iml_idle = 0;
+    do {
+        inl_result = g_avformat.av_read_frame(dsc_format.context(), dsp_packet.packet());
+        dsc_source.check(dsp_env);
+        iml_idle = ull_reads == dsc_source.reads() ? iml_idle + 1 : 0;
+        ull_reads = dsc_source.reads();
+    } while (inl_result == -EAGAIN && iml_idle < im_idle_limit);
+    // FFmpeg's reader of AMR calls the end of its file a failed read.
+    if (inl_result == AVERROR_EOF || (inl_result == -EIO && dsc_source.at_end()))
+        return false;
+    if (inl_result < 0)
+        throw_ffmpeg_exception(2612, "reading packet failed: ", error_text(inl_result));
+    dsp_packet.append_palette();
+    return true;
+}
+
+// FFmpeg's reader of AVI ends the process when it seeks with units of time that a fraction of its own could not hold.
+bool c_mediareader::has_exact_time_bases() const noexcept
+{
+    if (std::string_view(format_name()) != "avi")
+        return true;
+    const std::span dsl_streams(dsc_format.context()->streams, dsc_format.context()->nb_streams);
+    // Sound that DV brings along within its pictures has nothing of the AVI's own; such files are sought in another way.
+    if (std::ranges::any_of(dsl_streams, [](const AVStream *adsp_stream) { return adsp_stream->priv_data == nullptr; }))
+        return true;
+    return std::ranges::all_of(dsl_streams, [](const AVStream *adsp_stream) {
+        // What the reader keeps of a stream's header: a frame's offset, three integers, then the unit of time.
+        std::array<uint32_t, 2> auml_unit{};
+        constexpr size_t uml_offset = 20;
+        std::memcpy(auml_unit.data(), static_cast<const uint8_t *>(adsp_stream->priv_data) + uml_offset,
+                    sizeof auml_unit);
+        const double fll_base = static_cast<double>(adsp_stream->time_base.num) / adsp_stream->time_base.den;
+        return std::abs(fll_base - static_cast<double>(auml_unit[0]) / auml_unit[1]) < fll_base * 1e-8;
+    });
+}
+
+void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags)
+{
+    TRACE_FUNCTION(3);
+    if (imp_stream != -1)
+        static_cast<void>(stream_at(imp_stream));
+    if ((imp_flags & ~(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY)) != 0)
+        throw_ffmpeg_exception(2613, "unknown seek flags: ", imp_flags);
+    if (!has_exact_time_bases())
+        throw_ffmpeg_exception(2615, "cannot seek, the file's units of time are impossible");
+    const int inl_result = g_avformat.av_seek_frame(dsc_format.context(), imp_stream, ilp_time, imp_flags);
+    dsc_source.check(dsp_env);
+    if (inl_result < 0)
+        throw_ffmpeg_exception(2614, "seek failed: ", error_text(inl_result));
+}

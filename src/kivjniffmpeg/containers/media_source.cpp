@@ -1,0 +1,153 @@
+#include "kivjniffmpeg/containers/media_source.h"
+
+#include "kivjniffmpeg/context/library_context.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+using kiv::jni::c_jnienv;
+using kiv::jni::c_local_ref;
+
+namespace
+{
+
+constexpr int im_io_buffer_size = 64 * 1024; // as large as the Java side's, so that one read fills it
+constexpr jint im_end = -1;                  // what m_read returns at the end
+
+} // namespace
+
+void c_mediasource::dsd_delete_global_ref::operator()(jobject avop_reference) const noexcept
+{
+    // Without an environment the thread is in no call of Java's, which cannot be; a leak is then the lesser evil.
+    if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr)
+        adsl_env->DeleteGlobalRef(avop_reference);
+}
+
+void c_mediasource::dsd_free_io::operator()(AVIOContext *adsp_io) const noexcept
+{
+    g_avutil.av_freep(&adsp_io->buffer); // probing may have replaced the one that it was made with
+    g_avutil.av_freep(&adsp_io);
+}
+
+c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source)
+{
+    TRACE_FUNCTION(3);
+    if (avop_source == nullptr)
+        throw_ffmpeg_exception(2601, "media source == NULL");
+    avoc_source.reset(dsp_env.NewGlobalRef(avop_source));
+    {
+        const c_local_ref dsl_class(dsp_env.raw(), dsp_env.raw()->GetObjectClass(avop_source));
+        amidc_read = dsp_env.get_method_id(dsl_class.get(), "m_read", "(I)I");
+        amidc_seek = dsp_env.get_method_id(dsl_class.get(), "m_seek", "(J)J");
+        amidc_size = dsp_env.get_method_id(dsl_class.get(), "m_size", "()J");
+        const jmethodID amidl_buffer = dsp_env.get_method_id(dsl_class.get(), "m_buffer", "()Ljava/nio/ByteBuffer;");
+        const c_local_ref dsl_buffer(dsp_env.raw(), dsp_env.call_object_method(avop_source, amidl_buffer));
+        avoc_buffer.reset(dsp_env.NewGlobalRef(dsl_buffer.get()));
+    }
+    find_buffer(dsp_env);
+    auto *autl_io_buffer = static_cast<unsigned char *>(g_avutil.av_malloc(im_io_buffer_size));
+    if (autl_io_buffer == nullptr)
+        throw std::bad_alloc();
+    adsc_io.reset(g_avformat.avio_alloc_context(autl_io_buffer, im_io_buffer_size, 0, this, &c_mediasource::read,
+                                                nullptr, &c_mediasource::seek));
+    if (adsc_io == nullptr) {
+        g_avutil.av_freep(&autl_io_buffer);
+        throw std::bad_alloc();
+    }
+}
+
+void c_mediasource::find_buffer(const c_jnienv &dsp_env)
+{
+    if (avoc_buffer == nullptr)
+        throw_ffmpeg_exception(2603, "buffer of the media source == NULL");
+    autc_bytes = static_cast<const uint8_t *>(dsp_env.raw()->GetDirectBufferAddress(avoc_buffer.get()));
+    ilc_capacity = dsp_env.raw()->GetDirectBufferCapacity(avoc_buffer.get());
+    if (autc_bytes == nullptr || ilc_capacity <= 0)
+        throw_ffmpeg_exception(2604, "buffer of the media source is not direct, or empty");
+}
+
+void c_mediasource::check(const c_jnienv &dsp_env) const
+{
+    if (dsp_env.exception_pending())
+        throw kiv::jni::c_jniexception("media source");
+    if (strc_complaint != nullptr)
+        throw_ffmpeg_exception(2605, "media source returned ", strc_complaint, ": ", ilc_complaint_value);
+}
+
+int64_t c_mediasource::reject(const char *strp_complaint, int64_t ilp_value) noexcept
+{
+    strc_complaint = strp_complaint;
+    ilc_complaint_value = ilp_value;
+    return AVERROR_EXIT;
+}
+
+/** Runs one request of FFmpeg's; what cannot be asked, or throws, is an error of FFmpeg's and no more. */
+template <class WORK> int64_t c_mediasource::ask(void *avp_source, WORK dsp_work) noexcept
+{
+    auto &dsl_source = *static_cast<c_mediasource *>(avp_source);
+    const c_jnienv dsl_env(c_ffmpeg::get_thread_env());
+    if (dsl_env.raw() == nullptr || dsl_source.strc_complaint != nullptr || dsl_env.exception_pending())
+        return AVERROR_EXIT;
+    try {
+        return dsp_work(dsl_source, dsl_env);
+    } catch (const std::exception &) {
+        return AVERROR_EXIT; // the Java exception is pending, for check() to find
+    }
+}
+
+int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept
+{
+    return static_cast<int>(ask(avp_source, [&](c_mediasource &dsp_source, const c_jnienv &dsp_env) -> int64_t {
+        dsp_source.bc_at_end = dsp_source.bc_behind_known_end;
+        if (dsp_source.bc_at_end)
+            return 0;
+        const auto iml_wanted = static_cast<jint>(std::min<int64_t>(inp_length, dsp_source.ilc_capacity));
+        ++dsp_source.ulc_reads;
+        const jint iml_count = dsp_env.call_int_method(dsp_source.avoc_source.get(), dsp_source.amidc_read, iml_wanted);
+        dsp_source.bc_at_end = iml_count == im_end;
+        if (dsp_source.bc_at_end)
+            return 0; // as FFmpeg's own files do: an error would stick to the AVIOContext when it seeks back
+        if (iml_count < 1 || iml_count > iml_wanted)
+            return dsp_source.reject("a count that cannot be", iml_count);
+        std::memcpy(autp_to, dsp_source.autc_bytes, static_cast<size_t>(iml_count));
+        return iml_count;
+    }));
+}
+
+int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept
+{
+    return ask(avp_source, [&](c_mediasource &dsp_source, const c_jnienv &dsp_env) -> int64_t {
+        const int inl_whence = inp_whence & ~AVSEEK_FORCE;
+        if (inl_whence == AVSEEK_SIZE) {
+            const int64_t ill_size = dsp_source.ask_size(dsp_env);
+            return ill_size < 0 ? -ENOSYS : ill_size;
+        }
+        // FFmpeg knows where it is, and asks for the end only when there is no size.
+        if (inl_whence != SEEK_SET || ilp_offset < 0)
+            return -EINVAL;
+        return dsp_source.move(dsp_env, ilp_offset);
+    });
+}
+
+int64_t c_mediasource::ask_size(const c_jnienv &dsp_env)
+{
+    ilc_known_size = dsp_env.call_long_method(avoc_source.get(), amidc_size);
+    return ilc_known_size;
+}
+
+int64_t c_mediasource::move(const c_jnienv &dsp_env, int64_t ilp_position)
+{
+    // A damaged size in the bytes leads anywhere. FFmpeg's readers rely on moving there and finding the end, as in a
+    // file, but channels refuse what their file system could never hold.
+    bc_behind_known_end = ilp_position > ilc_known_size && ask_size(dsp_env) >= 0 && ilp_position > ilc_known_size;
+    if (bc_behind_known_end)
+        return ilp_position;
+    const int64_t ill_position =
+        dsp_env.call_long_method(avoc_source.get(), amidc_seek, static_cast<jlong>(ilp_position));
+    return ill_position == ilp_position ? ill_position : reject("another position", ill_position);
+}

@@ -1,0 +1,69 @@
+/** @file What the exported functions of video and audio codecs share. */
+#pragma once
+
+#include "jni/array_holders.h"
+#include "kivjniffmpeg/codecs/codec.h"
+#include "kivjniffmpeg/entries/native_call.h"
+#include "kivjniffmpeg/ffmpeg/padded_bytes.h"
+#include "trace/trace.h"
+
+#include <jni.h>
+
+#include <cstdint>
+#include <memory>
+
+/** The codec of a handle. @throws c_ffmpeg_exception for a zero one */
+template <class CODEC> CODEC *codec_of(jlong ilp_handle)
+{
+    return from_handle<CODEC>(ilp_handle, "ilp_hcodec == 0", 2302);
+}
+
+/** Opens, closes or resets. */
+template <class CODEC> jboolean change_state(JNIEnv *adsp_env, jlong ilp_codec, bool (c_codec::*adsp_operation)())
+{
+    return enter_library(adsp_env, [&](kiv::jni::c_jnienv &) -> jboolean {
+        return (codec_of<CODEC>(ilp_codec)->*adsp_operation)() ? JNI_TRUE : JNI_FALSE;
+    });
+}
+
+template <class CODEC> jstring name_of(JNIEnv *adsp_env, jlong ilp_codec)
+{
+    return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jstring {
+        return dsp_env.new_jstring_utf(codec_of<CODEC>(ilp_codec)->get_name().c_str());
+    });
+}
+
+/**
+ * Closes and deletes the codec, and with it the context if this was its last holder.
+ *
+ * @param bp_tells whether the end of the context is told in a line
+ */
+template <class CODEC> void delete_codec(JNIEnv *adsp_env, jlong ilp_codec, const c_trace &dsp_trace, bool bp_tells)
+{
+    enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
+        std::unique_ptr<c_codec> dsl_codec(codec_of<CODEC>(ilp_codec));
+        c_ffmpeg *adsl_ffmpeg = dsl_codec->get_ffmpeg();
+        adsl_ffmpeg->add_holder(); // so that the last line below has a context to tell of
+        dsl_codec->close();
+        dsl_codec.reset();
+        if (bp_tells && adsl_ffmpeg->has_one_holder())
+            TRACE_LINE_IN(dsp_trace, im_level_debug, "%s#%s(): destroy ffmpeg structure%s", "");
+        const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
+        TRACE_LINE_IN(dsp_trace, im_level_debug, "%s#%s(): counter=%d", iml_counter);
+    });
+}
+
+/** The two words of a timestamp. The low one is signed: its top bit reaches the high word, which callers rely on. */
+inline int64_t timestamp_of(jint imp_low, jint imp_high) noexcept
+{
+    return int64_t{imp_low} | static_cast<int64_t>(static_cast<uint64_t>(imp_high) << 32);
+}
+
+/**
+ * Copies the caller's bytes into padded memory.
+ *
+ * @return null when there are none
+ * @throws c_ffmpeg_exception when they are not within the array
+ */
+uint8_t *copy_input(const kiv::jni::c_jnienv &dsp_env, c_padded_bytes &dsp_memory, jbyteArray avop_in,
+                    int32_t imp_offset, int32_t imp_length);

@@ -1,0 +1,99 @@
+// The exported functions that set what the codec interface itself leaves fixed.
+
+#include "jni/string_holder.h"
+#include "kivjniffmpeg/codecs/audio_codec.h"
+#include "kivjniffmpeg/codecs/video_codec.h"
+#include "kivjniffmpeg/entries/native_call.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <kiv_media_ffmpeg_c_codecoptions_ffmpeg.h>
+
+#include <algorithm>
+#include <climits>
+#include <string_view>
+
+namespace
+{
+
+c_audiocodec *audio_codec_of(jlong ilp_codec)
+{
+    return from_handle<c_audiocodec>(ilp_codec, "ilp_hcodec == 0", 2521);
+}
+
+/** Empty for null. Lives as long as the holder. */
+std::string_view text_of(const kiv::jni::c_jstring &dsp_name)
+{
+    return dsp_name.characters() == nullptr ? std::string_view() : std::string_view(dsp_name.characters());
+}
+
+} // namespace
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1vcodec_1set_1option(JNIEnv *adsp_env, jclass,
+                                                                                            jlong ilp_codec,
+                                                                                            jstring avop_name,
+                                                                                            jlong ilp_value)
+{
+    TRACE_FUNCTION(1);
+    enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
+        auto *adsl_codec = from_handle<c_videocodec>(ilp_codec, "ilp_hcodec == 0", 2502);
+        const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
+        adsl_codec->set_option(text_of(dsl_name), ilp_value != 0);
+    });
+}
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_1set_1option(JNIEnv *adsp_env, jclass,
+                                                                                            jlong ilp_codec,
+                                                                                            jstring avop_name,
+                                                                                            jlong ilp_value)
+{
+    TRACE_FUNCTION(1);
+    enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
+        c_audiocodec *adsl_codec = audio_codec_of(ilp_codec);
+        const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
+        if (text_of(dsl_name) != "bit_rate")
+            throw_ffmpeg_exception(2533, "no such codec option to set: ", text_of(dsl_name));
+        if (ilp_value < 0 || ilp_value > INT_MAX)
+            throw_ffmpeg_exception(2535, "no such bit rate: ", ilp_value);
+        adsl_codec->set_bit_rate(static_cast<int32_t>(ilp_value));
+    });
+}
+
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_1get_1option(JNIEnv *adsp_env, jclass,
+                                                                                             jlong ilp_codec,
+                                                                                             jstring avop_name)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jlong {
+        const c_audiocodec *adsl_codec = audio_codec_of(ilp_codec);
+        const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
+        return adsl_codec->property(text_of(dsl_name));
+    });
+}
+
+JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_1get_1extradata(JNIEnv *adsp_env,
+                                                                                                     jclass,
+                                                                                                     jlong ilp_codec)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jbyteArray {
+        const auto utl_extradata = audio_codec_of(ilp_codec)->extradata();
+        if (utl_extradata.empty())
+            return nullptr;
+        const auto iml_size = static_cast<jsize>(utl_extradata.size());
+        const jbyteArray avol_array = dsp_env.new_jbyte_array(iml_size);
+        dsp_env.set_array_region(avol_array, 0, iml_size, reinterpret_cast<const jbyte *>(utl_extradata.data()));
+        return avol_array;
+    });
+}
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1set_1log_1level(JNIEnv *adsp_env, jclass,
+                                                                                        jlong ilp_hffmpeg,
+                                                                                        jint imp_level)
+{
+    TRACE_FUNCTION(1);
+    enter_library(adsp_env, [&](kiv::jni::c_jnienv &) {
+        from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2541); // there is FFmpeg as long as there is one
+        g_avutil.av_log_set_level(imp_level);
+    });
+}

@@ -1,0 +1,53 @@
+/**
+ * @file
+ * What every exported function shares: one skeleton round the work, one place where C++ exceptions become Java's.
+ */
+#pragma once
+
+#include "jni/jnienv.h"
+#include "kivjniffmpeg/context/library_context.h"
+
+#include <jni.h>
+
+#include <cstdint>
+
+/**
+ * Turns the exception that is being handled into a pending Java exception; called from catch (...) only.
+ *
+ * c_jniexception and its kind raise their own class unless an exception is pending already, std::bad_alloc raises
+ * OutOfMemoryError "thrown from native code", any other std::exception java.lang.Error with its text, and anything else
+ * java.lang.Error without a message.
+ */
+void deliver_current_exception(JNIEnv *adsp_env);
+
+/**
+ * Runs @p dsp_work with the thread's environment registered and wrapped; when it throws, everything it held is given back
+ * first, then the exception is delivered, and the result is the zero of its type.
+ */
+template <class WORK>
+auto enter_library(JNIEnv *adsp_env, WORK dsp_work) -> decltype(dsp_work(std::declval<kiv::jni::c_jnienv &>()))
+{
+    try {
+        const c_register_threadlocal_env dsl_registration(adsp_env);
+        kiv::jni::c_jnienv dsl_env(adsp_env);
+        return dsp_work(dsl_env);
+    } catch (...) {
+        deliver_current_exception(adsp_env);
+    }
+    return decltype(dsp_work(std::declval<kiv::jni::c_jnienv &>()))();
+}
+
+/** Java's handle of a native object. */
+template <class T> jlong to_handle(T *adsp_object) noexcept
+{
+    return static_cast<jlong>(reinterpret_cast<intptr_t>(adsp_object));
+}
+
+/** The native object of a handle; a zero handle throws a c_ffmpeg_exception with @p strp_message and the line number. */
+template <class T> T *from_handle(jlong ilp_handle, const char *strp_message, int inp_line)
+{
+    if (ilp_handle == 0)
+        throw_ffmpeg_exception(inp_line, strp_message);
+    // A Java long is what an address travels in. NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return reinterpret_cast<T *>(static_cast<intptr_t>(ilp_handle));
+}

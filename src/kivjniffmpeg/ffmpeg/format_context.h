@@ -1,0 +1,33 @@
+/** @file One opened container. */
+#pragma once
+
+#include "kivjniffmpeg/ffmpeg/abi.h"
+
+/** Owns an AVFormatContext. */
+class c_avformat_ctx
+{
+public:
+    /** @throws std::bad_alloc */
+    c_avformat_ctx();
+    virtual ~c_avformat_ctx();
+    c_avformat_ctx(const c_avformat_ctx &) = delete;
+    c_avformat_ctx &operator=(const c_avformat_ctx &) = delete;
+
+    AVFormatContext *context() const noexcept { return adsc_context; }
+
+    /**
+     * Lets FFmpeg open the input that the context's pb reads.
+     *
+     * A failure frees the context, as FFmpeg's function does; context() is null then.
+     *
+     * Nothing that the bytes refer to is opened: a file name in them leads nowhere.
+     *
+     * @param adsp_format the container to take it for
+     * @return a negative FFmpeg error, otherwise 0
+     */
+    int open_input(AVInputFormat *adsp_format);
+
+private:
+    AVFormatContext *adsc_context;
+    bool bc_opened = false;
+};

@@ -1,0 +1,133 @@
+#include "kivjniffmpeg/ffmpeg/packet.h"
+
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstring>
+#include <new>
+#include <span>
+
+namespace
+{
+
+/** Side data of a kind that there is not: with some already, FFmpeg does not look for more in the bytes. */
+AVPacketSideData g_no_side_data{nullptr, 0, INT_MAX};
+
+/** What FFmpeg writes behind a palette that is all of the side data: its size, its kind, the mark. */
+constexpr size_t um_palette_size = size_t{256} * 4;
+constexpr std::array<uint8_t, 13> aut_palette_trailer{0,
+                                                      0,
+                                                      um_palette_size >> 8,
+                                                      um_palette_size & 0xFF,
+                                                      0x80 | AV_PKT_DATA_PALETTE,
+                                                      0x8C,
+                                                      0x4D,
+                                                      0x9D,
+                                                      0x10,
+                                                      0x8E,
+                                                      0x25,
+                                                      0xE9,
+                                                      0xFE};
+constexpr size_t um_mark_size = 8;
+
+bool ends_in(std::span<const uint8_t> utp_bytes, std::span<const uint8_t> utp_end)
+{
+    return utp_bytes.size() >= utp_end.size() && std::ranges::equal(utp_bytes.last(utp_end.size()), utp_end);
+}
+
+} // namespace
+
+c_avpacket::c_avpacket() : adsc_packet(static_cast<AVPacket *>(g_avutil.av_malloc(sizeof(AVPacket))))
+{
+    TRACE_FUNCTION(3);
+    if (adsc_packet == nullptr)
+        throw std::bad_alloc();
+    adsc_packet->data = nullptr;
+    adsc_packet->size = 0;
+    initialise();
+}
+
+c_avpacket::~c_avpacket()
+{
+    TRACE_FUNCTION(3);
+    g_avutil.av_freep(&autc_owned);
+    free_payload();
+    g_avutil.av_freep(&adsc_packet);
+}
+
+void c_avpacket::initialise() noexcept
+{
+    g_avcodec.av_init_packet(adsc_packet);
+}
+
+void c_avpacket::guard_side_data() noexcept
+{
+    const std::span utl_bytes(data(), static_cast<size_t>(size()));
+    if (!ends_in(utl_bytes, std::span(aut_palette_trailer).last(um_mark_size)) ||
+        (ends_in(utl_bytes, aut_palette_trailer) && utl_bytes.size() >= um_palette_size + aut_palette_trailer.size()))
+        return;
+    adsc_packet->side_data = &g_no_side_data;
+    adsc_packet->side_data_elems = 1;
+}
+
+void c_avpacket::append_palette()
+{
+    for (int inl_index = 0; inl_index < adsc_packet->side_data_elems; ++inl_index) {
+        const AVPacketSideData &dsl_data = adsc_packet->side_data[inl_index];
+        if (dsl_data.type != AV_PKT_DATA_PALETTE || dsl_data.size != um_palette_size)
+            continue;
+        std::array<uint8_t, um_palette_size + aut_palette_trailer.size()> autl_palette{};
+        std::ranges::copy(aut_palette_trailer, std::copy_n(dsl_data.data, um_palette_size, autl_palette.begin()));
+        c_avpacket dsl_palette;
+        dsl_palette.set_data(autl_palette.data());
+        dsl_palette.set_size(static_cast<int>(autl_palette.size()));
+        merge(dsl_palette);
+        return;
+    }
+}
+
+void c_avpacket::free_payload() noexcept
+{
+    if (adsc_packet->side_data == &g_no_side_data) {
+        adsc_packet->side_data = nullptr;
+        adsc_packet->side_data_elems = 0;
+    }
+    g_avcodec.av_free_packet(adsc_packet);
+}
+
+void c_avpacket::inc_read_ptr(int imp_bytes) noexcept
+{
+    if (imp_bytes > size()) {
+        set_size(0);
+        set_data(nullptr);
+        return;
+    }
+    adsc_packet->data += imp_bytes;
+    adsc_packet->size -= imp_bytes;
+}
+
+void c_avpacket::merge(const c_avpacket &dsp_other)
+{
+    TRACE_FUNCTION(3);
+    if (dsp_other.size() > INT_MAX - FF_INPUT_BUFFER_PADDING_SIZE - size())
+        throw std::bad_alloc();
+    const auto uml_first = static_cast<size_t>(size());
+    const auto uml_second = static_cast<size_t>(dsp_other.size());
+    auto *autl_merged =
+        static_cast<uint8_t *>(g_avutil.av_malloc(uml_first + uml_second + FF_INPUT_BUFFER_PADDING_SIZE));
+    if (autl_merged == nullptr)
+        throw std::bad_alloc();
+    if (uml_first != 0)
+        std::memcpy(autl_merged, data(), uml_first);
+    if (uml_second != 0)
+        std::memcpy(autl_merged + uml_first, dsp_other.data(), uml_second);
+    std::memset(autl_merged + uml_first + uml_second, 0, FF_INPUT_BUFFER_PADDING_SIZE);
+    // Only now: the bytes just copied may have lain in it.
+    g_avutil.av_freep(&autc_owned);
+    autc_owned = autl_merged;
+    set_data(autl_merged);
+    set_size(size() + dsp_other.size());
+}

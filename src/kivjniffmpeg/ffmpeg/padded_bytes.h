@@ -1,0 +1,24 @@
+/** @file Memory for input bytes, with the zeroed padding behind them that FFmpeg's readers rely on. */
+#pragma once
+
+#include "kivjniffmpeg/ffmpeg/abi.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+/** The library's copy of a caller's bytes; its memory is kept for the next packet. */
+class c_padded_bytes
+{
+public:
+    /** Makes room for @p ump_size bytes, zeroes the padding behind them and returns the room, to be filled. */
+    std::span<uint8_t> prepare(size_t ump_size)
+    {
+        utc_bytes.resize(ump_size + FF_INPUT_BUFFER_PADDING_SIZE);
+        std::fill(utc_bytes.begin() + static_cast<std::ptrdiff_t>(ump_size), utc_bytes.end(), uint8_t{0});
+        return std::span(utc_bytes).first(ump_size);
+    }
+
+private:
+    std::vector<uint8_t> utc_bytes;
+};

@@ -1,0 +1,84 @@
+#include "kivjniffmpeg/ffmpeg/scaler.h"
+
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+namespace
+{
+
+constexpr int in_filters = 0x7FF; // SWS_FAST_BILINEAR to SWS_SPLINE
+constexpr int in_bilinear = 0x002;
+constexpr int in_point = 0x010;
+/** With so few rows, libswscale crashes when it makes another number of rows of them by cubic curves. */
+constexpr int im_too_few_rows = 4;
+/**
+ * Its fast way divides by the width, or half of it, less two. The slower ways shrink a wide picture so far in two steps
+ * only, and crash when they do not get all of its rows; all but the one that takes every so manieth pixel.
+ */
+constexpr int im_too_few_columns = 4;
+
+int safe_flags(int inp_flags, int imp_src_height, int imp_dst_width, int imp_dst_height)
+{
+    if ((inp_flags & SWS_FAST_BILINEAR) != 0)
+        return imp_dst_width <= im_too_few_columns ? (inp_flags & ~in_filters) | in_point : inp_flags;
+    return imp_src_height <= im_too_few_rows && imp_dst_height != imp_src_height
+               ? (inp_flags & ~in_filters) | in_bilinear
+               : inp_flags;
+}
+
+} // namespace
+
+c_sws_ctx::~c_sws_ctx()
+{
+    TRACE_FUNCTION(3);
+    reset();
+}
+
+SwsContext *c_sws_ctx::prepare(int imp_src_width, int imp_src_height, AVPixelFormat dsp_src_format, int imp_dst_width,
+                               int imp_dst_height, AVPixelFormat dsp_dst_format, int inp_flags)
+{
+    TRACE_FUNCTION(3);
+    if (g_avutil.av_pix_fmt_desc_get(dsp_src_format) == nullptr ||
+        g_avutil.av_pix_fmt_desc_get(dsp_dst_format) == nullptr)
+        return nullptr;
+    const std::array<int, 7> ainl_asked{imp_src_width,  imp_src_height, dsp_src_format, imp_dst_width,
+                                        imp_dst_height, dsp_dst_format, inp_flags};
+    if (adsc_sws != nullptr && ainl_asked == ainc_asked)
+        return adsc_sws;
+    reset();
+    ainc_asked = ainl_asked;
+    adsc_sws = g_swscale.sws_getCachedContext(
+        nullptr, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width, imp_dst_height, dsp_dst_format,
+        safe_flags(inp_flags, imp_src_height, imp_dst_width, imp_dst_height), nullptr, nullptr, nullptr);
+    return adsc_sws;
+}
+
+void c_sws_ctx::set_colours(int inp_colorspace, bool bp_full_range) noexcept
+{
+    const std::pair dsl_colours(inp_colorspace, bp_full_range);
+    if (dsc_colours == dsl_colours || g_swscale.sws_getCoefficients == nullptr ||
+        g_swscale.sws_getColorspaceDetails == nullptr || g_swscale.sws_setColorspaceDetails == nullptr)
+        return;
+    int *ainl_table = nullptr;
+    int inl_src_range = 0;
+    int inl_dst_range = 0;
+    int inl_brightness = 0;
+    int inl_contrast = 0;
+    int inl_saturation = 0;
+    if (g_swscale.sws_getColorspaceDetails(adsc_sws, &ainl_table, &inl_src_range, &ainl_table, &inl_dst_range,
+                                           &inl_brightness, &inl_contrast, &inl_saturation) < 0)
+        return;
+    const int *ainl_matrix = g_swscale.sws_getCoefficients(inp_colorspace);
+    g_swscale.sws_setColorspaceDetails(adsc_sws, ainl_matrix, bp_full_range ? 1 : inl_src_range, ainl_matrix,
+                                       inl_dst_range, inl_brightness, inl_contrast, inl_saturation);
+    dsc_colours = dsl_colours;
+}
+
+void c_sws_ctx::reset() noexcept
+{
+    // sws_init_context on a scaler in use would leak its tables; a new one behaves the same.
+    if (adsc_sws != nullptr)
+        g_swscale.sws_freeContext(adsc_sws);
+    adsc_sws = nullptr;
+    dsc_colours.reset();
+}

@@ -1,0 +1,176 @@
+#include "kivjniffmpeg/formats/audio_format.h"
+
+#include "jni/exceptions.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <new>
+#include <sstream>
+
+namespace
+{
+
+/** Puts little-endian numbers and text one behind the other. */
+class c_little_endian_writer
+{
+public:
+    void put16(int32_t imp_value) { put(imp_value, 2); }
+    void put32(int32_t imp_value) { put(imp_value, 4); }
+    void put_text(std::string_view strp_text) { utc_bytes.insert(utc_bytes.end(), strp_text.begin(), strp_text.end()); }
+    void put_bytes(std::span<const uint8_t> utp_bytes)
+    {
+        utc_bytes.insert(utc_bytes.end(), utp_bytes.begin(), utp_bytes.end());
+    }
+
+    const std::vector<uint8_t> &bytes() const noexcept { return utc_bytes; }
+
+private:
+    void put(int32_t imp_value, int inp_width)
+    {
+        for (int inl_byte = 0; inl_byte < inp_width; ++inl_byte)
+            utc_bytes.push_back(static_cast<uint8_t>(static_cast<uint32_t>(imp_value) >> (8 * inl_byte)));
+    }
+
+    std::vector<uint8_t> utc_bytes;
+};
+
+/** Products of hostile header values stay defined; where they leave 32 bits they wrap as they always did. */
+int32_t wrapping_product(int32_t imp_a, int32_t imp_b)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(imp_a) * static_cast<uint32_t>(imp_b));
+}
+
+} // namespace
+
+c_aformat::c_aformat() = default;
+
+c_aformat::c_aformat(int32_t imp_format_tag, int32_t imp_channels, int32_t imp_sample_rate, int32_t imp_bits_per_sample,
+                     bool bp_planar, std::vector<uint8_t> utp_specific_hdr)
+    : imc_format_tag(imp_format_tag),
+      imc_channels(imp_channels),
+      imc_sample_rate(imp_sample_rate),
+      imc_bits_per_sample(imp_bits_per_sample),
+      imc_frame_size(wrapping_product(imp_bits_per_sample, imp_channels) / 8),
+      imc_bytes_per_second(wrapping_product(imc_frame_size, imp_sample_rate)),
+      utc_specific_hdr(std::move(utp_specific_hdr)),
+      bc_planar(bp_planar),
+      dsc_codec_id(format_tag2codecid(imp_format_tag))
+{
+    TRACE_FUNCTION(3);
+}
+
+c_aformat::~c_aformat() = default;
+
+std::unique_ptr<c_aformat> c_aformat::pcm16(int32_t imp_channels, int32_t imp_sample_rate)
+{
+    return std::make_unique<c_aformat>(im_tag_pcm, imp_channels, imp_sample_rate, 16, false, std::vector<uint8_t>());
+}
+
+std::unique_ptr<c_aformat> c_aformat::of_samples(AVSampleFormat dsp_format, int32_t imp_channels,
+                                                 int32_t imp_sample_rate)
+{
+    return std::make_unique<c_aformat>(format_tag_of(dsp_format), imp_channels, imp_sample_rate,
+                                       g_avutil.av_get_bytes_per_sample(dsp_format) * 8,
+                                       g_avutil.av_sample_fmt_is_planar(dsp_format) != 0, std::vector<uint8_t>());
+}
+
+std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarray &dsp_ints,
+                                                             kiv::jni::c_jbytearray &dsp_bytes)
+{
+    TRACE_FUNCTION(3);
+    auto dsl_format = std::make_unique<c_aformat>();
+    dsp_ints.pin();
+    dsl_format->imc_format_tag = dsp_ints[0];
+    dsl_format->imc_channels = dsp_ints[1];
+    dsl_format->imc_sample_rate = dsp_ints[2];
+    dsl_format->imc_bytes_per_second = dsp_ints[3];
+    dsl_format->imc_frame_size = dsp_ints[4];
+    dsl_format->imc_bits_per_sample = dsp_ints[5];
+    const int32_t iml_header_size = dsp_ints[6];
+    dsp_ints.release();
+    if (iml_header_size < 0)
+        throw std::bad_array_new_length();
+    dsl_format->utc_specific_hdr.resize(static_cast<size_t>(iml_header_size));
+    dsp_bytes.pin();
+    const auto utl_header = dsp_bytes.elements();
+    std::copy_n(utl_header.begin(), std::min(utl_header.size(), dsl_format->utc_specific_hdr.size()),
+                dsl_format->utc_specific_hdr.begin());
+    dsp_bytes.release();
+    dsl_format->dsc_codec_id = format_tag2codecid(dsl_format->imc_format_tag);
+    if (dsl_format->dsc_codec_id == AV_CODEC_ID_NONE)
+        TRACE_LINE(im_level_debug, "%s#%s(): cannot create audio codec to format 0x%x",
+                   static_cast<unsigned int>(dsl_format->imc_format_tag));
+    return dsl_format;
+}
+
+std::vector<uint8_t> c_aformat::wave_header() const
+{
+    c_little_endian_writer dsl_writer;
+    dsl_writer.put16(imc_format_tag);
+    dsl_writer.put16(imc_channels);
+    dsl_writer.put32(imc_sample_rate);
+    dsl_writer.put32(imc_bytes_per_second);
+    dsl_writer.put16(imc_frame_size);
+    dsl_writer.put16(imc_bits_per_sample);
+    dsl_writer.put16(static_cast<int32_t>(utc_specific_hdr.size()));
+    dsl_writer.put_bytes(utc_specific_hdr);
+    return dsl_writer.bytes();
+}
+
+jbyteArray c_aformat::export_to_java_array(const kiv::jni::c_jnienv &dsp_env) const
+{
+    TRACE_FUNCTION(3);
+    const std::vector<uint8_t> utl_header = wave_header();
+    const auto iml_size = static_cast<jsize>(utl_header.size());
+    const jbyteArray avol_array = dsp_env.new_jbyte_array(iml_size);
+    dsp_env.set_array_region(avol_array, 0, iml_size, reinterpret_cast<const jbyte *>(utl_header.data()));
+    return avol_array;
+}
+
+void c_aformat::get_riff_header(std::span<uint8_t, um_riff_header_size> utp_dst) const
+{
+    constexpr int32_t iml_data_size = 0x400000;
+    c_little_endian_writer dsl_writer;
+    dsl_writer.put_text("RIFF");
+    dsl_writer.put32(iml_data_size + static_cast<int32_t>(um_riff_header_size) - 8);
+    dsl_writer.put_text("WAVEfmt ");
+    dsl_writer.put32(16);
+    dsl_writer.put16(imc_format_tag);
+    dsl_writer.put16(imc_channels);
+    dsl_writer.put32(imc_sample_rate);
+    dsl_writer.put32(imc_bytes_per_second);
+    dsl_writer.put16(imc_frame_size);
+    dsl_writer.put16(imc_bits_per_sample);
+    dsl_writer.put_text("data");
+    dsl_writer.put32(iml_data_size);
+    std::ranges::copy(dsl_writer.bytes(), utp_dst.begin());
+}
+
+std::string c_aformat::to_string() const
+{
+    std::ostringstream dsl_text;
+    dsl_text << " format_tag=0x" << std::hex << imc_format_tag << std::dec << " channels=" << imc_channels
+             << " sample_rate=" << imc_sample_rate << " bytes_per_second=" << imc_bytes_per_second
+             << " frame_size=" << imc_frame_size << " bits_per_sample=" << imc_bits_per_sample
+             << " specific_hdr_size=" << utc_specific_hdr.size();
+    if (!utc_specific_hdr.empty()) {
+        dsl_text << " specific_hdr=0x" << std::hex;
+        for (const uint8_t utl_byte : utc_specific_hdr)
+            dsl_text << static_cast<unsigned int>(utl_byte);
+    }
+    return dsl_text.str();
+}
+
+bool c_aformat::needs_resampling(const c_aformat &dsp_src, const c_aformat &dsp_dst)
+{
+    TRACE_FUNCTION(3);
+    const auto is_uncompressed = [](const c_aformat &dsp_format) {
+        return dsp_format.imc_format_tag == im_tag_pcm || dsp_format.imc_format_tag == im_tag_float;
+    };
+    if (!is_uncompressed(dsp_src) && !is_uncompressed(dsp_dst))
+        throw_ffmpeg_exception(1252, "need decoding before resampling");
+    return dsp_src.imc_format_tag != dsp_dst.imc_format_tag || dsp_src.imc_channels != dsp_dst.imc_channels ||
+           dsp_src.imc_sample_rate != dsp_dst.imc_sample_rate ||
+           dsp_src.imc_bits_per_sample != dsp_dst.imc_bits_per_sample;
+}

@@ -1,0 +1,99 @@
+#include "kivjniffmpeg/formats/color_model.h"
+
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+namespace
+{
+
+constexpr int32_t im_any_bpp = -1;
+
+struct dsd_model
+{
+    int32_t imc_fourcc;
+    int32_t imc_bpp;
+    AVPixelFormat dsc_pixfmt;
+};
+
+// The 15- and 16-bit models are the big-endian formats: that is what Java's callers have always been given.
+constexpr dsd_model s_models[] = {
+    {0, 8, AV_PIX_FMT_RGB8},
+    {0, 15, AV_PIX_FMT_RGB555BE},
+    {0, 16, AV_PIX_FMT_RGB565BE},
+    {0, 24, AV_PIX_FMT_RGB24},
+    {0, 32, AV_PIX_FMT_BGRA},
+    {im_fourcc_yv12, im_any_bpp, AV_PIX_FMT_YUV420P},
+    {make_four_character_code("I420"), im_any_bpp, AV_PIX_FMT_YUV420P},
+    {make_four_character_code("YUY2"), im_any_bpp, AV_PIX_FMT_YUYV422},
+    {make_four_character_code("UYVY"), im_any_bpp, AV_PIX_FMT_UYVY422},
+};
+
+} // namespace
+
+c_colormodel::~c_colormodel() = default;
+
+std::unique_ptr<c_colormodel> c_colormodel::create_from_java_array(kiv::jni::c_jintarray &dsp_values)
+{
+    TRACE_FUNCTION(3);
+    auto dsl_model = std::make_unique<c_colormodel>();
+    dsp_values.pin();
+    dsl_model->imc_fourcc = dsp_values[0];
+    dsl_model->imc_bpp = dsp_values[1];
+    dsl_model->imc_depth = dsp_values[2];
+    dsl_model->imc_red = dsp_values[3];
+    dsl_model->imc_green = dsp_values[4];
+    dsl_model->imc_blue = dsp_values[5];
+    dsl_model->imc_alpha = dsp_values[6];
+    dsp_values.release();
+    const auto adsl_row = std::ranges::find_if(s_models, [&dsl_model](const dsd_model &dsp_row) {
+        return dsp_row.imc_fourcc == dsl_model->imc_fourcc &&
+               (dsp_row.imc_bpp == im_any_bpp || dsp_row.imc_bpp == dsl_model->imc_bpp);
+    });
+    if (adsl_row == std::end(s_models))
+        return nullptr;
+    dsl_model->dsc_pixfmt = adsl_row->dsc_pixfmt;
+    dsl_model->bc_is_rgb = adsl_row->imc_fourcc == 0;
+    return dsl_model;
+}
+
+jintArray c_colormodel::export_to_java_array(JNIEnv *adsp_env, jint imp_width, jint imp_height,
+                                             std::span<const int32_t, 4> aimp_linesizes, jint imp_scanheight) const
+{
+    TRACE_FUNCTION(3);
+    const std::array<jint, im_export_length> aiml_values{
+        imp_width,         imp_height,        aimp_linesizes[0], aimp_linesizes[1],
+        aimp_linesizes[2], aimp_linesizes[3], imp_scanheight,    0,
+        imc_fourcc,        imc_bpp,           imc_depth,         imc_red,
+        imc_green,         imc_blue,          imc_alpha,         0};
+    const kiv::jni::c_jnienv dsl_env(adsp_env);
+    const jintArray avol_array = dsl_env.new_jint_array(im_export_length);
+    dsl_env.set_array_region(avol_array, 0, im_export_length, aiml_values.data());
+    return avol_array;
+}
+
+void c_colormodel::print() const
+{
+    TRACE_FUNCTION(3);
+    TRACE_LINE(im_level_debug, "%s#%s(): fourcc=%s bpp=%d depth=%d red=%d green=%d blue=%d alpha=%d",
+               four_character_text(imc_fourcc).data(), imc_bpp, imc_depth, imc_red, imc_green, imc_blue, imc_alpha);
+}
+
+int32_t c_colormodel::get_buffer_size_in_bytes(int32_t imp_width, int32_t, int32_t imp_scanline, int32_t imp_scanheight,
+                                               int32_t imp_align) const
+{
+    TRACE_FUNCTION(3);
+    if (bc_is_rgb)
+        return g_avcodec.avpicture_get_size(dsc_pixfmt, imp_width, imp_scanheight) + imp_align;
+    // Where the product leaves 32 bits the layout has refused the picture before.
+    return static_cast<int32_t>(int64_t{imp_scanline} * imp_scanheight * 3 / 2) + imp_align;
+}
+
+const char *pixfmt2string(AVPixelFormat dsp_format)
+{
+    TRACE_FUNCTION(4);
+    return g_avutil.av_get_pix_fmt_name(dsp_format);
+}

@@ -1,0 +1,33 @@
+/** @file Where the lines and planes of a picture lie in a buffer: arithmetic only. */
+#pragma once
+
+#include "kivjniffmpeg/ffmpeg/abi.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+/** Line sizes, plane sizes and plane offsets of one picture; everything in bytes and within 31 bits. */
+struct dsd_picture_layout
+{
+    std::array<int32_t, 4> aimc_linesizes;   /**< bytes per line of each plane; 0 for a plane that does not exist */
+    std::array<int32_t, 4> aimc_plane_sizes; /**< bytes of each plane */
+    std::array<int32_t, 4>
+        aimc_plane_offsets; /**< distance of each plane from the first; 0 for one that does not exist */
+    int32_t imc_total;      /**< bytes of all planes */
+    int32_t imc_scanheight; /**< lines of the first plane */
+    int32_t imc_pixel_step; /**< bytes from one pixel to the next in the first plane */
+    int32_t imc_align;      /**< alignment that the first plane needs */
+
+    int32_t plane_count() const noexcept;
+};
+
+/**
+ * Lays a picture out so that the context's decoder may write its whole coded size into it.
+ *
+ * @param adsp_context asked for its alignment needs; its pix_fmt must be @p dsp_format
+ * @param imp_width,imp_height pixels, both positive: the larger of what is shown and what is coded
+ * @return nothing when the format does not exist, is not kept in memory, or the picture is too large to be addressed
+ */
+std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_context, AVPixelFormat dsp_format,
+                                                         int32_t imp_width, int32_t imp_height);

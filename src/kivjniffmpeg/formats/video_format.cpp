@@ -1,0 +1,54 @@
+#include "kivjniffmpeg/formats/video_format.h"
+
+#include "kivjniffmpeg/formats/four_character_code.h"
+#include "kivjniffmpeg/formats/media_subtypes.h"
+#include "trace/trace.h"
+
+#include <algorithm>
+#include <new>
+
+c_vformat::~c_vformat() = default;
+
+std::unique_ptr<c_vformat> c_vformat::create_from_java_array(const std::string &strp_guid,
+                                                             kiv::jni::c_jintarray &dsp_format,
+                                                             kiv::jni::c_jbytearray &dsp_extradata)
+{
+    TRACE_FUNCTION(3);
+    std::unique_ptr<c_vformat> dsl_format(new c_vformat);
+    dsl_format->strc_guid_subtype = strp_guid;
+    dsl_format->dsc_codecid = subtype2codecid(strp_guid.c_str());
+    dsp_format.pin();
+    for (int32_t iml_index = 0; iml_index < im_java_length; ++iml_index)
+        dsl_format->aimc_values[static_cast<size_t>(iml_index)] = dsp_format[iml_index];
+    dsp_format.release();
+    const int32_t iml_extradata_size = dsl_format->aimc_values[im_extradata_size];
+    if (iml_extradata_size < 0)
+        throw std::bad_array_new_length();
+    dsl_format->utc_extradata.resize(static_cast<size_t>(iml_extradata_size));
+    dsp_extradata.pin();
+    const auto utl_extradata = dsp_extradata.elements();
+    std::copy_n(utl_extradata.begin(), std::min(utl_extradata.size(), dsl_format->utc_extradata.size()),
+                dsl_format->utc_extradata.begin());
+    dsp_extradata.release();
+    return dsl_format;
+}
+
+jintArray c_vformat::export_to_java_array(JNIEnv *adsp_env) const
+{
+    TRACE_FUNCTION(3);
+    const kiv::jni::c_jnienv dsl_env(adsp_env);
+    const jintArray avol_array = dsl_env.new_jint_array(im_java_length);
+    dsl_env.set_array_region(avol_array, 0, im_java_length, aimc_values.data());
+    return avol_array;
+}
+
+void c_vformat::print() const
+{
+    TRACE_FUNCTION(3);
+    TRACE_LINE(
+        im_level_debug,
+        "%s#%s(): strc_guid_subtype=%s dsc_codecid=%d fourcc=%s imc_width=%d imc_height=%d bitcount=%d colors=%d "
+        "sample_size=%d",
+        strc_guid_subtype.c_str(), static_cast<int>(dsc_codecid), four_character_text(fourcc()).data(), width(),
+        height(), bitcount(), aimc_values[im_colors], aimc_values[im_sample_size]);
+}

@@ -1,0 +1,70 @@
+/** @file The compressed video that a decoder is made for, as Java describes it. */
+#pragma once
+
+#include "jni/array_holders.h"
+#include "kivjniffmpeg/ffmpeg/abi.h"
+
+#include <jni.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+/**
+ * A media subtype, the decoder that follows from it, Java's int[18] and the codec's set-up bytes.
+ *
+ * Only the four-character code, size, bit count, colours, sample size and the length of the set-up bytes mean anything
+ * here; every other number is Java's and is carried for the export.
+ */
+class c_vformat
+{
+public:
+    static constexpr int32_t im_java_length = 18;
+
+    virtual ~c_vformat();
+    c_vformat(const c_vformat &) = delete;
+    c_vformat &operator=(const c_vformat &) = delete;
+
+    /**
+     * Copies Java's arrays; set-up bytes that the array does not have are 0.
+     *
+     * @throws std::bad_alloc for a negative length of the set-up bytes
+     */
+    static std::unique_ptr<c_vformat> create_from_java_array(const std::string &strp_guid,
+                                                             kiv::jni::c_jintarray &dsp_format,
+                                                             kiv::jni::c_jbytearray &dsp_extradata);
+
+    /** The numbers as Java passed them, in a new array. @throws kiv::jni::c_jniexception */
+    jintArray export_to_java_array(JNIEnv *adsp_env) const;
+
+    /** One trace line. */
+    void print() const;
+
+    AVCodecID codec_id() const noexcept { return dsc_codecid; }
+    int32_t fourcc() const noexcept { return aimc_values[im_fourcc]; }
+    int32_t width() const noexcept { return aimc_values[im_width]; }
+    int32_t height() const noexcept { return aimc_values[im_height]; }
+    int32_t bitcount() const noexcept { return aimc_values[im_bitcount]; }
+    std::span<const uint8_t> extradata() const noexcept { return utc_extradata; }
+
+    /** Java's index of the length of the set-up bytes, which is needed before they can be read. */
+    static constexpr int32_t im_extradata_size = 13;
+
+private:
+    static constexpr size_t im_fourcc = 0;
+    static constexpr size_t im_width = 4;
+    static constexpr size_t im_height = 5;
+    static constexpr size_t im_bitcount = 7;
+    static constexpr size_t im_colors = 11;
+    static constexpr size_t im_sample_size = 15;
+
+    c_vformat() = default;
+
+    std::string strc_guid_subtype;
+    AVCodecID dsc_codecid = AV_CODEC_ID_NONE;
+    std::array<jint, im_java_length> aimc_values{};
+    std::vector<uint8_t> utc_extradata;
+};

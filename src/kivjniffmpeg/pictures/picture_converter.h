@@ -1,0 +1,43 @@
+/** @file Pictures that lie in memory of the caller's, and their conversion. */
+#pragma once
+
+#include "kivjniffmpeg/buffers/native_buffer.h"
+#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/scaler.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+/** A picture in a block of memory: what the pixels are and where. */
+struct dsd_picture_place
+{
+    AVPixelFormat dsc_format;
+    int32_t imc_width;
+    int32_t imc_height;
+    std::array<int32_t, 4> aimc_offsets;   /**< bytes from the start of the block to each plane */
+    std::array<int32_t, 4> aimc_linesizes; /**< bytes from one line to the next; 0 for a plane that does not exist */
+    int32_t imc_colorspace;                /**< FFmpeg's number of the matrix that YUV is to be understood by */
+    bool bc_full_range;                    /**< whether YUV uses all values */
+    std::span<uint8_t> utc_block;
+
+    /** @throws c_ffmpeg_exception unless every line of every plane lies within the block */
+    void check() const;
+    std::array<uint8_t *, 4> planes() const noexcept;
+};
+
+/** Converts and scales pictures with libswscale. Used by one thread at a time. */
+class c_picture_converter
+{
+public:
+    /**
+     * Converts one picture into another; the same format and size is a plain copy.
+     *
+     * @param inp_flags libswscale's, such as 4 for bicubic scaling
+     * @throws c_ffmpeg_exception when a picture is not within its block or libswscale cannot do it
+     */
+    void convert(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to, int inp_flags);
+
+private:
+    c_sws_ctx dsc_sws_ctx;
+};

@@ -1,0 +1,70 @@
+#include "kivjniffmpeg/entries/native_call.h"
+
+#include "support/fake_jnienv.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <new>
+#include <stdexcept>
+#include <thread>
+
+namespace
+{
+
+TEST(native_call, every_exception_becomes_its_java_exception)
+{
+    c_ffmpeg::static_init();
+    c_fake_vm dsl_vm;
+    c_fake_jnienv dsl_env(dsl_vm);
+    struct
+    {
+        std::function<void()> fail;
+        const char *strc_java;
+        bool bc_yields; // to an exception that is pending already
+    } const dsl_cases[] = {
+        {[] { throw kiv::jni::c_jniexception("find_class"); }, "java/lang/Error: find_class", true},
+        {[] { throw_ffmpeg_exception(1304, "dst"); }, "java/lang/RuntimeException: dst in line 1304", true},
+        {[] { throw std::bad_alloc(); }, "java/lang/OutOfMemoryError: thrown from native code", false},
+        {[] { throw std::bad_array_new_length(); }, "java/lang/OutOfMemoryError: thrown from native code", false},
+        {[] { throw std::invalid_argument("imp_lendata"); }, "java/lang/Error: imp_lendata", false},
+        {[] { throw 5; }, "java/lang/Error: (null)", false},
+    };
+    for (const auto &dsl_case : dsl_cases) {
+        for (const bool bl_pending : {false, true}) {
+            const jint iml_result = enter_library(&dsl_env, [&](kiv::jni::c_jnienv &) -> jint {
+                EXPECT_EQ(c_ffmpeg::get_thread_env(), &dsl_env);
+                if (bl_pending)
+                    dsl_env.throw_java("E", "earlier");
+                dsl_case.fail();
+                return 7;
+            });
+            EXPECT_EQ(iml_result, 0);
+            EXPECT_EQ(dsl_env.take_pending(), bl_pending && dsl_case.bc_yields ? "E: earlier" : dsl_case.strc_java);
+            EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr);
+        }
+    }
+    EXPECT_EQ(dsl_env.umc_locals, 0U);
+    EXPECT_EQ(enter_library(&dsl_env, [](kiv::jni::c_jnienv &) -> jint { return 7; }), 7);
+}
+
+TEST(native_call, registrations_nest_and_belong_to_their_thread)
+{
+    c_ffmpeg::static_init();
+    c_fake_vm dsl_vm;
+    c_fake_jnienv dsl_outer(dsl_vm);
+    c_fake_jnienv dsl_inner(dsl_vm);
+    EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr);
+    {
+        const c_register_threadlocal_env dsl_first(&dsl_outer);
+        std::thread([] { EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr); }).join();
+        {
+            const c_register_threadlocal_env dsl_second(&dsl_inner); // Java called us from a callback
+            EXPECT_EQ(c_ffmpeg::get_thread_env(), &dsl_inner);
+        }
+        EXPECT_EQ(c_ffmpeg::get_thread_env(), &dsl_outer);
+    }
+    EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,67 @@
+// Memory that FFmpeg reads from: it reads beyond what it is told, so zeroes must follow.
+
+#include "kivjniffmpeg/ffmpeg/packet.h"
+#include "kivjniffmpeg/ffmpeg/padded_bytes.h"
+#include "support/real_ffmpeg.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <new>
+
+using testing::Each;
+using testing::ElementsAre;
+
+namespace
+{
+
+class input_memory : public testing::Test
+{
+protected:
+    input_memory() { load_ffmpeg(); }
+};
+
+void set_bytes(c_avpacket &dsp_packet, std::vector<uint8_t> &utp_bytes)
+{
+    dsp_packet.set_data(utp_bytes.data());
+    dsp_packet.set_size(static_cast<int>(utp_bytes.size()));
+}
+
+TEST_F(input_memory, packet_merges_into_memory_of_its_own_with_padding)
+{
+    std::vector<uint8_t> utl_first{1, 2, 3};
+    std::vector<uint8_t> utl_second{4, 5};
+    c_avpacket dsl_packet;
+    c_avpacket dsl_first;
+    c_avpacket dsl_second;
+    set_bytes(dsl_first, utl_first);
+    set_bytes(dsl_second, utl_second);
+    dsl_packet.merge(dsl_first); // into an empty one
+    dsl_packet.inc_read_ptr(1);  // data now lies inside of the memory that the next merge replaces
+    dsl_packet.merge(dsl_second);
+    dsl_packet.merge(c_avpacket());
+    EXPECT_THAT(std::vector<uint8_t>(dsl_packet.data(), dsl_packet.data() + dsl_packet.size()),
+                ElementsAre(2, 3, 4, 5));
+    EXPECT_THAT(std::vector<uint8_t>(dsl_packet.data() + dsl_packet.size(),
+                                     dsl_packet.data() + dsl_packet.size() + FF_INPUT_BUFFER_PADDING_SIZE),
+                Each(0));
+    EXPECT_EQ(dsl_second.size(), 2);
+    dsl_second.set_size(INT_MAX - 10);
+    EXPECT_THROW(dsl_packet.merge(dsl_second), std::bad_alloc);
+    EXPECT_EQ(dsl_packet.size(), 4);
+    dsl_second.set_size(0);
+}
+
+TEST_F(input_memory, padding_is_zeroed_each_time)
+{
+    c_padded_bytes dsl_input;
+    for (const size_t uml_size : {100U, 10U, 60U, 0U}) {
+        const auto utl_room = dsl_input.prepare(uml_size);
+        ASSERT_EQ(utl_room.size(), uml_size);
+        std::ranges::fill(utl_room, uint8_t{0xFF});
+        EXPECT_THAT(std::span<const uint8_t>(utl_room.data() + uml_size, FF_INPUT_BUFFER_PADDING_SIZE), Each(0));
+    }
+}
+
+} // namespace
