@@ -11,6 +11,13 @@ execute_process(
 if(NOT result EQUAL 0)
     message(FATAL_ERROR "javac could not make the JNI headers:\n${output}")
 endif()
+# What an earlier build made of a class that is gone would be taken for the library's natives.
+file(GLOB headers RELATIVE "${header_dir}" "${header_dir}/*.h")
+foreach(header IN LISTS headers)
+    if(NOT EXISTS "${work_dir}/headers/${header}")
+        file(REMOVE "${header_dir}/${header}")
+    endif()
+endforeach()
 file(GLOB headers "${work_dir}/headers/*.h")
 foreach(header IN LISTS headers)
     get_filename_component(name "${header}" NAME)

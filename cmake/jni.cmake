@@ -11,38 +11,32 @@ find_path(KIV_JNI_MD_INCLUDE_DIR jni_md.h HINTS "${KIV_JNI_INCLUDE_DIR}/linux" R
 add_library(kiv_jni INTERFACE)
 target_include_directories(kiv_jni SYSTEM INTERFACE "${KIV_JNI_INCLUDE_DIR}" "${KIV_JNI_MD_INCLUDE_DIR}")
 
-# The classes that hold natives. An entry point that includes its generated header cannot differ from the Java
-# declaration without a compile error.
-set(kiv_native_classes c_multimediaapi_ffmpeg c_mediareader_ffmpeg c_codecoptions_ffmpeg
-    c_pictureconverter_ffmpeg)
+# The classes that hold natives or numbers shared with C++. An entry point that includes its generated header cannot
+# differ from the Java declaration without a compile error.
+set(kiv_java_root "${CMAKE_SOURCE_DIR}/java/src/main/java")
+file(GLOB kiv_native_classes CONFIGURE_DEPENDS
+    "${kiv_java_root}/kiv/media/ffmpeg/c_multimediaapi_ffmpeg.java"
+    "${kiv_java_root}/kiv/media/ffmpeg/natives/*.java")
+list(FILTER kiv_native_classes EXCLUDE REGEX "/(package-info|c_mediareader_source)\\.java$")
 
 function(kiv_generate_jni_headers target)
-    set(java_root "${CMAKE_SOURCE_DIR}/java/src/main/java")
-    set(package kiv/media/ffmpeg)
     set(header_dir "${CMAKE_BINARY_DIR}/generated/jni")
     set(headers)
-    set(sources)
-    foreach(class IN LISTS kiv_native_classes)
-        set(source "${java_root}/${package}/${class}.java")
-        # Looked at again at the next build when one of them appears.
-        file(GLOB found CONFIGURE_DEPENDS "${source}")
-        if(found)
-            list(APPEND sources "${source}")
-            list(APPEND headers "${header_dir}/kiv_media_ffmpeg_${class}.h")
-        endif()
+    foreach(source IN LISTS kiv_native_classes)
+        file(RELATIVE_PATH class "${kiv_java_root}" "${source}")
+        string(REGEX REPLACE "\\.java$" "" class "${class}")
+        string(REPLACE "/" "_" class "${class}")
+        list(APPEND headers "${header_dir}/${class}.h")
     endforeach()
     file(MAKE_DIRECTORY "${header_dir}")
     target_include_directories(${target} PUBLIC "${header_dir}")
-    if(NOT sources)
-        return()
-    endif()
     add_custom_command(
         OUTPUT ${headers}
         COMMAND "${CMAKE_COMMAND}"
-            "-Djavac=${Java_JAVAC_EXECUTABLE}" "-Dsourcepath=${java_root}" "-Dsources=${sources}"
+            "-Djavac=${Java_JAVAC_EXECUTABLE}" "-Dsourcepath=${kiv_java_root}" "-Dsources=${kiv_native_classes}"
             "-Dheader_dir=${header_dir}" "-Dwork_dir=${CMAKE_BINARY_DIR}/generated/work"
             -P "${CMAKE_SOURCE_DIR}/cmake/generate_jni_headers.cmake"
-        DEPENDS ${sources} "${CMAKE_SOURCE_DIR}/cmake/generate_jni_headers.cmake"
+        DEPENDS ${kiv_native_classes} "${CMAKE_SOURCE_DIR}/cmake/generate_jni_headers.cmake"
         COMMENT "Generating JNI headers"
         VERBATIM)
     add_custom_target(jni_headers DEPENDS ${headers})

@@ -7,7 +7,7 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
-#include <kiv_media_ffmpeg_c_codecoptions_ffmpeg.h>
+#include <kiv_media_ffmpeg_natives_c_codecoptions_ffmpeg.h>
 
 #include <algorithm>
 #include <climits>
@@ -29,10 +29,8 @@ std::string_view text_of(const kiv::jni::c_jstring &dsp_name)
 
 } // namespace
 
-JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1vcodec_1set_1option(JNIEnv *adsp_env, jclass,
-                                                                                            jlong ilp_codec,
-                                                                                            jstring avop_name,
-                                                                                            jlong ilp_value)
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1vcodec_1set_1option(
+    JNIEnv *adsp_env, jclass, jlong ilp_codec, jstring avop_name, jlong ilp_value)
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
@@ -42,10 +40,8 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1vcodec_1
     });
 }
 
-JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_1set_1option(JNIEnv *adsp_env, jclass,
-                                                                                            jlong ilp_codec,
-                                                                                            jstring avop_name,
-                                                                                            jlong ilp_value)
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1acodec_1set_1option(
+    JNIEnv *adsp_env, jclass, jlong ilp_codec, jstring avop_name, jlong ilp_value)
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
@@ -59,9 +55,10 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_1
     });
 }
 
-JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_1get_1option(JNIEnv *adsp_env, jclass,
-                                                                                             jlong ilp_codec,
-                                                                                             jstring avop_name)
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1acodec_1get_1option(JNIEnv *adsp_env,
+                                                                                                     jclass,
+                                                                                                     jlong ilp_codec,
+                                                                                                     jstring avop_name)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jlong {
@@ -71,9 +68,8 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_
     });
 }
 
-JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1acodec_1get_1extradata(JNIEnv *adsp_env,
-                                                                                                     jclass,
-                                                                                                     jlong ilp_codec)
+JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1acodec_1get_1extradata(
+    JNIEnv *adsp_env, jclass, jlong ilp_codec)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jbyteArray {
@@ -87,9 +83,10 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1ac
     });
 }
 
-JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1codecoptions_1ffmpeg_n_1set_1log_1level(JNIEnv *adsp_env, jclass,
-                                                                                        jlong ilp_hffmpeg,
-                                                                                        jint imp_level)
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1set_1log_1level(JNIEnv *adsp_env,
+                                                                                                jclass,
+                                                                                                jlong ilp_hffmpeg,
+                                                                                                jint imp_level)
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &) {

@@ -8,7 +8,7 @@
 #include "kivjniffmpeg/formats/color_model.h"
 #include "trace/trace.h"
 
-#include <kiv_media_ffmpeg_c_pictureconverter_ffmpeg.h>
+#include <kiv_media_ffmpeg_natives_c_pictureconverter_ffmpeg.h>
 
 #include <array>
 #include <memory>
@@ -52,9 +52,8 @@ dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintA
 
 } // namespace
 
-JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1pixel_1format(JNIEnv *adsp_env, jclass,
-                                                                                               jlong ilp_hffmpeg,
-                                                                                               jint imp_format)
+JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1pixel_1format(
+    JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg, jint imp_format)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jintArray {
@@ -81,10 +80,8 @@ JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_
     });
 }
 
-JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1pixel_1format_1name(JNIEnv *adsp_env,
-                                                                                                   jclass,
-                                                                                                   jlong ilp_hffmpeg,
-                                                                                                   jint imp_format)
+JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1pixel_1format_1name(
+    JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg, jint imp_format)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jstring {
@@ -94,8 +91,8 @@ JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1p
     });
 }
 
-JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1create_1converter(JNIEnv *adsp_env, jclass,
-                                                                                               jlong ilp_hffmpeg)
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1create_1converter(
+    JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &) -> jlong {
@@ -104,7 +101,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1cre
     });
 }
 
-JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1convert(
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1convert(
     JNIEnv *adsp_env, jclass, jlong ilp_converter, jobject avop_from, jintArray avop_from_place, jobject avop_to,
     jintArray avop_to_place, jint imp_flags)
 {
@@ -116,8 +113,8 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1conv
     });
 }
 
-JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1pictureconverter_1ffmpeg_n_1delete_1converter(JNIEnv *adsp_env, jclass,
-                                                                                              jlong ilp_converter)
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1delete_1converter(
+    JNIEnv *adsp_env, jclass, jlong ilp_converter)
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](c_jnienv &) {

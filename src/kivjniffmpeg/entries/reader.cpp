@@ -4,7 +4,7 @@
 #include "kivjniffmpeg/entries/native_call.h"
 #include "trace/trace.h"
 
-#include <kiv_media_ffmpeg_c_mediareader_ffmpeg.h>
+#include <kiv_media_ffmpeg_natives_c_mediareader_ffmpeg.h>
 
 #include <memory>
 #include <span>
@@ -40,9 +40,9 @@ jbyteArray to_java(const c_jnienv &dsp_env, std::span<const uint8_t> autp_bytes)
 
 } // namespace
 
-JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1open(JNIEnv *adsp_env, jclass,
-                                                                                     jlong ilp_hffmpeg,
-                                                                                     jobject avop_source)
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1open(JNIEnv *adsp_env, jclass,
+                                                                                             jlong ilp_hffmpeg,
+                                                                                             jobject avop_source)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
@@ -51,17 +51,17 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1
     });
 }
 
-JNIEXPORT jlongArray JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1get_1info(JNIEnv *adsp_env, jclass,
-                                                                                               jlong ilp_reader)
+JNIEXPORT jlongArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1get_1info(JNIEnv *adsp_env,
+                                                                                                       jclass,
+                                                                                                       jlong ilp_reader)
 {
     TRACE_FUNCTION(1);
     return enter_library(
         adsp_env, [&](c_jnienv &dsp_env) -> jlongArray { return to_java(dsp_env, reader_of(ilp_reader)->info()); });
 }
 
-JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1get_1format_1name(JNIEnv *adsp_env,
-                                                                                                    jclass,
-                                                                                                    jlong ilp_reader)
+JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1get_1format_1name(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jstring {
@@ -69,10 +69,8 @@ JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader
     });
 }
 
-JNIEXPORT jlongArray JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1get_1stream(JNIEnv *adsp_env,
-                                                                                                 jclass,
-                                                                                                 jlong ilp_reader,
-                                                                                                 jint imp_index)
+JNIEXPORT jlongArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1get_1stream(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader, jint imp_index)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlongArray {
@@ -80,10 +78,8 @@ JNIEXPORT jlongArray JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1rea
     });
 }
 
-JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1get_1codec_1name(JNIEnv *adsp_env,
-                                                                                                   jclass,
-                                                                                                   jlong ilp_reader,
-                                                                                                   jint imp_index)
+JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1get_1codec_1name(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader, jint imp_index)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jstring {
@@ -91,10 +87,8 @@ JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader
     });
 }
 
-JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1get_1extradata(JNIEnv *adsp_env,
-                                                                                                    jclass,
-                                                                                                    jlong ilp_reader,
-                                                                                                    jint imp_index)
+JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1get_1extradata(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader, jint imp_index)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jbyteArray {
@@ -102,9 +96,8 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1rea
     });
 }
 
-JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1read(JNIEnv *adsp_env, jclass,
-                                                                                          jlong ilp_reader,
-                                                                                          jlongArray avop_packet)
+JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1read(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader, jlongArray avop_packet)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jbyteArray {
@@ -123,17 +116,16 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1rea
     });
 }
 
-JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1seek(JNIEnv *adsp_env, jclass,
-                                                                                    jlong ilp_reader, jint imp_stream,
-                                                                                    jlong ilp_time, jint imp_flags)
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1seek(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader, jint imp_stream, jlong ilp_time, jint imp_flags)
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env,
                   [&](c_jnienv &dsp_env) { reader_of(ilp_reader)->seek(dsp_env, imp_stream, ilp_time, imp_flags); });
 }
 
-JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1mediareader_1ffmpeg_n_1reader_1delete(JNIEnv *adsp_env, jclass,
-                                                                                      jlong ilp_reader)
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1delete(JNIEnv *adsp_env, jclass,
+                                                                                              jlong ilp_reader)
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](c_jnienv &dsp_env) {

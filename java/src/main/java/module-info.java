@@ -20,6 +20,7 @@ module kiv.media.ffmpeg {
 
     exports kiv.media.ffmpeg;
     exports kiv.media.ffmpeg.javasound;
+    exports kiv.media.ffmpeg.natives;
 
     provides javax.sound.sampled.spi.AudioFileReader
             with kiv.media.ffmpeg.javasound.FfmpegAudioFileReader;

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.util.Arrays;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * The calls that move sound through one native codec. Every byte goes in once, and before each call nothing waits in

@@ -6,6 +6,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Objects;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * Encodes interleaved PCM of 16 bits into packets of a compressed format.

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /** The WAVE headers of what encoders make, as decoders and other programs expect them. */
 final class EncodedFormats {

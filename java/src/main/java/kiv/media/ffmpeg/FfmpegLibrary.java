@@ -3,6 +3,7 @@ package kiv.media.ffmpeg;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * The native library and FFmpeg, loaded once in a process. Readers, decoders and encoders load them by themselves; a

@@ -15,6 +15,8 @@ import java.util.Optional;
 import java.util.OptionalLong;
 import java.util.concurrent.CopyOnWriteArrayList;
 import java.util.stream.Stream;
+import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
+import kiv.media.ffmpeg.natives.c_mediareader_source;
 
 /**
  * Reads a media container: its streams and, one after the other, its packets.

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.time.Duration;
 import java.util.Optional;
+import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 
 /**
  * One stream of a container: what it carries and how. Immutable, and usable after its {@link MediaReader} is closed.

@@ -5,6 +5,7 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.concurrent.ArrayBlockingQueue;
 import java.util.function.Consumer;
+import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 
 /**
  * The native converters, which know the tables of their last conversion: a thread takes one and gives it back, so there

@@ -8,6 +8,7 @@ import java.util.concurrent.ConcurrentHashMap;
 import java.util.function.Function;
 import java.util.stream.Collectors;
 import java.util.stream.IntStream;
+import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 
 /**
  * How the pixels of a {@link Picture} are stored: FFmpeg's formats, under FFmpeg's names, such as {@code yuv420p} (a plane

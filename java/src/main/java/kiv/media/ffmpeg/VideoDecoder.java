@@ -9,6 +9,7 @@ import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
 import java.util.stream.Stream;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * Decodes the packets of one video stream into pictures.

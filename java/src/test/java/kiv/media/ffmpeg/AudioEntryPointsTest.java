@@ -4,6 +4,7 @@ import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.util.Arrays;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 

@@ -12,6 +12,7 @@ import java.util.Locale;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.exactness.Track;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;

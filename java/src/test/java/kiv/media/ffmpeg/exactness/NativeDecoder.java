@@ -8,7 +8,7 @@ import java.util.Set;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoBuffers;
-import kiv.media.ffmpeg.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
 
 /**

@@ -4,7 +4,7 @@ import static kiv.media.ffmpeg.exactness.Comparison.check;
 
 import java.util.Arrays;
 import kiv.media.ffmpeg.TestMedia;
-import kiv.media.ffmpeg.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
 
 /**

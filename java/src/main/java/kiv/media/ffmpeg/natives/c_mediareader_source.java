@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.natives;
 
 import java.io.IOException;
 import java.lang.ref.WeakReference;
@@ -11,33 +11,41 @@ import java.util.Objects;
  * while a channel is read. The library calls these methods by name, on the thread that is inside a native of the
  * reader, and what they throw is what that native's caller sees.
  */
-final class c_mediareader_source {
+public final class c_mediareader_source {
 
-    static final int BUFFER_SIZE = 64 * 1024;
+    /** Bytes that one call of {@link #m_read} gives at most. */
+    public static final int BUFFER_SIZE = 64 * 1024;
 
     /** A channel that gives nothing so many times in a row is not going to give anything. */
     private static final int EMPTY_READS = 1000;
 
-    /** Weak: native code keeps this source, and a channel that knows its reader would keep that from being collected. */
+    /** Weak: native code keeps this source, and through a channel that knows its reader it would keep the reader too. */
     private final WeakReference<SeekableByteChannel> channel;
     private final ByteBuffer buffer = ByteBuffer.allocateDirect(BUFFER_SIZE);
     private Throwable failure;
 
-    c_mediareader_source(SeekableByteChannel channel) {
+    /**
+     * Makes the bytes of a channel readable for one reader. The caller keeps the channel: this object does not.
+     *
+     * @param channel the container's bytes, used by this source alone
+     */
+    public c_mediareader_source(SeekableByteChannel channel) {
         this.channel = new WeakReference<>(Objects.requireNonNull(channel, "channel"));
     }
 
-    /** The buffer that {@link #m_read} fills from its start; it lives as long as the source. */
-    ByteBuffer m_buffer() {
+    /** {@return the buffer that {@link #m_read} fills from its start; it lives as long as the source} */
+    public ByteBuffer m_buffer() {
         return buffer;
     }
 
     /**
-     * Reads up to {@code length} bytes.
+     * Reads into the buffer.
      *
-     * @return how many, at least 1, or -1 at the end
+     * @param length the most bytes to read, at least 1
+     * @return how many were read, at least 1, or -1 at the end
+     * @throws IOException what the channel threw, or a complaint about what it returned
      */
-    int m_read(int length) throws IOException {
+    public int m_read(int length) throws IOException {
         if (length < 1) {
             throw new IllegalArgumentException("length to read: " + length);
         }
@@ -55,9 +63,11 @@ final class c_mediareader_source {
     /**
      * Moves to an absolute position, which may lie behind the end.
      *
+     * @param position in bytes from the start
      * @return the position
+     * @throws IOException what the channel threw
      */
-    long m_seek(long position) throws IOException {
+    public long m_seek(long position) throws IOException {
         if (position < 0) {
             throw new IOException("seek to the negative position " + position);
         }
@@ -70,8 +80,13 @@ final class c_mediareader_source {
         }
     }
 
-    /** The channel's size in bytes, or -1 when it cannot tell. */
-    long m_size() throws IOException {
+    /**
+     * Reports the channel's size.
+     *
+     * @return the size in bytes, or -1 when it is not known
+     * @throws IOException what the channel threw
+     */
+    public long m_size() throws IOException {
         try {
             return channel().size();
         } catch (RuntimeException | Error e) {
@@ -80,8 +95,13 @@ final class c_mediareader_source {
         }
     }
 
-    /** Whether the channel itself threw this. */
-    boolean threw(Throwable exception) {
+    /**
+     * Whether an exception that came out of a native of the reader is the channel's own.
+     *
+     * @param exception what was caught
+     * @return whether the channel threw it
+     */
+    public boolean threw(Throwable exception) {
         return exception == failure;
     }
 

@@ -1,11 +1,11 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.natives;
 
 import java.io.IOException;
 
 /**
- * The native entry points of the container reader, underneath {@link MediaReader}. As in
- * {@link c_multimediaapi_ffmpeg}, handles are not checked and a reader is used by one thread at a time. A stream index
- * out of range raises a {@link RuntimeException}. Absent times are {@link Long#MIN_VALUE}.
+ * The native entry points of the container reader, underneath {@link kiv.media.ffmpeg.MediaReader}. As in
+ * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg}, handles are not checked and a reader is used by one thread at a time.
+ * A stream index out of range raises a {@link RuntimeException}. Absent times are {@link Long#MIN_VALUE}.
  */
 public final class c_mediareader_ffmpeg {
 
@@ -15,8 +15,8 @@ public final class c_mediareader_ffmpeg {
     /**
      * Opens a container and examines its streams.
      *
-     * @param context a handle of {@link c_multimediaapi_ffmpeg#n_init}, which outlives the reader
-     * @param source the bytes, a {@code c_mediareader_source} that only this reader uses
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}, which outlives the reader
+     * @param source the bytes, a {@link c_mediareader_source} that only this reader uses
      * @return the reader's handle, never 0
      * @throws IOException what the source threw
      * @throws RuntimeException when the bytes are no known container

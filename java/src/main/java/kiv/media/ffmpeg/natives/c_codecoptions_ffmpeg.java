@@ -1,8 +1,8 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.natives;
 
 /**
- * Native settings of a codec beyond what the entry points of {@link c_multimediaapi_ffmpeg} take. The same care is
- * needed: handles are not checked.
+ * Native settings of a codec beyond what the entry points of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg} take. The
+ * same care is needed: handles are not checked.
  */
 public final class c_codecoptions_ffmpeg {
 
@@ -49,7 +49,7 @@ public final class c_codecoptions_ffmpeg {
     /**
      * Sets an option of a video codec that is not open.
      *
-     * @param codec a handle of {@link c_multimediaapi_ffmpeg#n_create_vcodec_to_raw}
+     * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_vcodec_to_raw}
      * @param name the option, such as {@link #WHOLE_PACKETS}
      * @param value the option's value
      * @throws RuntimeException when the option is not known or the codec is open
@@ -59,8 +59,8 @@ public final class c_codecoptions_ffmpeg {
     /**
      * Sets an option of an audio codec that is not open. Audio codecs are created open: close, set, open again.
      *
-     * @param codec a handle of {@link c_multimediaapi_ffmpeg#n_create_acodec_to_pcm} or
-     *     {@link c_multimediaapi_ffmpeg#n_create_acodec_from_pcm}
+     * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_to_pcm} or
+     *     {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_from_pcm}
      * @param name the option: {@link #BIT_RATE}
      * @param value the option's value
      * @throws RuntimeException when the option is not known or the codec is open
@@ -88,9 +88,9 @@ public final class c_codecoptions_ffmpeg {
 
     /**
      * Tells FFmpeg how much of its own to print on the process's standard error. The level is the process's, and every
-     * {@link c_multimediaapi_ffmpeg#n_init} sets it to {@link #LOG_ERROR}.
+     * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init} sets it to {@link #LOG_ERROR}.
      *
-     * @param context a handle of {@link c_multimediaapi_ffmpeg#n_init}
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
      * @param level FFmpeg's number of the least important messages that are printed, such as {@link #LOG_QUIET}
      */
     public static native void n_set_log_level(long context, int level);
