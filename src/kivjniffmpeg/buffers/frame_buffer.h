@@ -60,8 +60,8 @@ public:
     void set_statistics_kind(ie_statistics_kind dsp_kind) noexcept;
 
     /** Whether Java has got the memory as a picture; it is Java's from then on. */
-    bool handed_over() const noexcept { return bc_handed_over; }
-    void set_handed_over() noexcept { bc_handed_over = true; }
+    bool delivered() const noexcept { return bc_delivered; }
+    void set_delivered() noexcept { bc_delivered = true; }
 
     /** An opaque number, never 0, that stands for the buffer in the output record; its owner keeps nothing behind it. */
     int32_t reference_word() const noexcept { return imc_reference_word; }
@@ -83,7 +83,7 @@ private:
     uint8_t *autc_allocation = nullptr;
     uint8_t *autc_data = nullptr;
     ie_statistics_kind dsc_statistics_kind = ie_statistics_none;
-    bool bc_handed_over = false;
+    bool bc_delivered = false;
     int32_t imc_reference_word;
 };
 
@@ -101,11 +101,11 @@ public:
     c_framebuffer_reference() noexcept = default;
     /** Takes over a reference that was taken already. */
     explicit c_framebuffer_reference(ca_ffmpeg_buffer *adsp_buffer) noexcept : adsc_buffer(adsp_buffer) {}
-    c_framebuffer_reference(c_framebuffer_reference &&dsp_other) noexcept : adsc_buffer(dsp_other.pass_on()) {}
+    c_framebuffer_reference(c_framebuffer_reference &&dsp_other) noexcept : adsc_buffer(dsp_other.detach()) {}
     c_framebuffer_reference &operator=(c_framebuffer_reference &&dsp_other) noexcept
     {
         if (this != &dsp_other)
-            ffmpeg_release_framebuffer(std::exchange(adsc_buffer, dsp_other.pass_on()));
+            ffmpeg_release_framebuffer(std::exchange(adsc_buffer, dsp_other.detach()));
         return *this;
     }
     c_framebuffer_reference(const c_framebuffer_reference &) = delete;
@@ -117,7 +117,7 @@ public:
     explicit operator bool() const noexcept { return adsc_buffer != nullptr; }
 
     /** Gives the reference to the caller. */
-    ca_ffmpeg_buffer *pass_on() noexcept { return std::exchange(adsc_buffer, nullptr); }
+    ca_ffmpeg_buffer *detach() noexcept { return std::exchange(adsc_buffer, nullptr); }
 
 private:
     ca_ffmpeg_buffer *adsc_buffer = nullptr;

@@ -107,7 +107,7 @@ c_java_buffer::~c_java_buffer()
         return; // outside of any call there is no way to reach the array
     // The elements first: an array that Java has taken back must not be written any more.
     c_java_buffer::release();
-    if (!handed_over())
+    if (!delivered())
         dsc_allocation.give_back(adsl_env);
     c_jnienv(adsl_env).delete_global_ref(avoc_array);
 }
@@ -125,7 +125,7 @@ void c_java_buffer::release()
     JNIEnv *adsl_env = c_ffmpeg::get_thread_env();
     if (adsl_env == nullptr)
         return;
-    end_access(adsl_env, handed_over() ? JNI_ABORT : 0);
+    end_access(adsl_env, delivered() ? JNI_ABORT : 0);
     autc_elements = nullptr;
 }
 

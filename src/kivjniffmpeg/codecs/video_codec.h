@@ -3,10 +3,12 @@
 
 #include "kivjniffmpeg/buffers/frame_buffer.h"
 #include "kivjniffmpeg/codecs/codec.h"
+#include "kivjniffmpeg/codecs/picture_maker.h"
+#include "kivjniffmpeg/codecs/picture_queue.h"
+#include "kivjniffmpeg/codecs/start_code_guard.h"
 #include "kivjniffmpeg/ffmpeg/codec_context.h"
 #include "kivjniffmpeg/ffmpeg/frame.h"
 #include "kivjniffmpeg/ffmpeg/padded_bytes.h"
-#include "kivjniffmpeg/ffmpeg/scaler.h"
 #include "kivjniffmpeg/formats/color_model.h"
 #include "kivjniffmpeg/formats/picture_layout.h"
 #include "kivjniffmpeg/formats/video_format.h"
@@ -15,7 +17,6 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -112,35 +113,19 @@ public:
     c_padded_bytes &input() noexcept { return dsc_input; }
 
 private:
-    /** A decoded picture and the reference to its memory. */
-    struct dsd_picture
-    {
-        std::unique_ptr<c_avframe> dsc_frame;
-        c_framebuffer_reference dsc_buffer;
-    };
-
-    bool decode_packet(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp);
-    std::span<uint8_t> withhold_begun_start_code(std::span<uint8_t> utp_packet);
-    void list_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp);
-    /** A cropped picture begins inside its planes: the offsets that Java gets lead to what is shown. */
-    void tell_plane_offsets(const c_avframe &dsp_frame, ca_ffmpeg_buffer &dsp_buffer);
+    // video_decoding.cpp
+    bool decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags, int64_t ilp_timestamp);
     void drain(int32_t imp_flags, int64_t ilp_timestamp);
-    void set_whole_packets(bool bp_whole) noexcept;
+    void queue_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp);
+    /** The decoder's picture as Java takes it: in the format given and in memory that no other picture uses. */
+    dsd_decoded_picture make_deliverable(std::unique_ptr<c_avframe> dsp_frame, AVPixelFormat iep_format);
     /** Whether Java gets the V plane first. */
     bool swaps_chroma();
-    /** Gives back the memory of pictures that were handed out and that the decoder does not need any more. */
-    void let_go_of_unused_pictures();
-    bool is_listed(const ca_ffmpeg_buffer *adsp_buffer) const;
-    std::unique_ptr<c_avframe> convert(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
-                                       AVPixelFormat dsp_format);
-    std::unique_ptr<c_avframe> duplicate(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer);
-    template <class FILL>
-    std::unique_ptr<c_avframe> make_picture(c_avframe &dsp_decoded, c_framebuffer_reference &dsp_buffer,
-                                            AVPixelFormat dsp_format, int32_t imp_width, int32_t imp_height,
-                                            FILL dsp_fill);
-    int32_t hand_out(int32_t imp_flags, dsd_out_params &dsp_out);
+    int32_t deliver_picture(int32_t imp_flags, dsd_out_params &dsp_out);
 
-    // The buffers of pictures and decoder are given back on destruction: the members that this needs stand before them.
+    void set_whole_packets(bool bp_whole) noexcept;
+
+    // Pictures and decoder release their buffers on destruction, so the members that this needs stand before them.
     std::unique_ptr<c_vformat> dsc_vformat;
     std::vector<std::unique_ptr<c_colormodel>> dsc_dst_formats;
     int32_t imc_dst_format_idx = -1;
@@ -149,13 +134,10 @@ private:
     c_avcodec_ctx dsc_codec_ctx;
     bool bc_direct_buffers = false;
     bool bc_native_format = false;
-    std::deque<dsd_picture> dsc_decoded_pictures;
-    std::vector<std::unique_ptr<c_avframe>>
-        dsc_lent_pictures; // handed out in direct buffers, in use by the decoder too
-    c_sws_ctx dsc_sws_ctx;
+    c_picture_queue dsc_pictures;
+    c_picture_maker dsc_picture_maker;
     c_padded_bytes dsc_input;
-    c_padded_bytes dsc_joined;
-    std::vector<uint8_t> utc_begun_start_code; // of a packet that may be cut anywhere: what waits for the next one
+    c_start_code_guard dsc_start_code_guard; // of a decoder that takes packets cut anywhere
     int32_t imc_frame_count = 0;
     int32_t imc_got_picture = 0;
     std::array<int32_t, 4> aimc_linesizes{};

@@ -96,7 +96,7 @@ int32_t hand_over(const c_jnienv &dsp_env, jobjectArray avop_out, c_framebuffer_
         const c_local_ref dsl_result(dsp_env.raw(), dsp_buffer->result_object(dsp_env));
         dsp_env.set_jobject_array_element(avop_out, 0, dsl_result.get());
     }
-    dsp_buffer->set_handed_over();
+    dsp_buffer->set_delivered();
     dsp_out.imc_data_offset /= iml_element_size;
     dsp_out.imc_data_size /= iml_element_size;
     for (uint32_t uml_plane = 0; uml_plane < 4; ++uml_plane)

@@ -3,6 +3,8 @@
 
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -11,12 +13,12 @@
 class c_padded_bytes
 {
 public:
-    /** Makes room for @p ump_size bytes, zeroes the padding behind them and returns the room, to be filled. */
-    std::span<uint8_t> prepare(size_t ump_size)
+    /** Makes room for @p ulp_size bytes, zeroes the padding behind them and returns the room, to be filled. */
+    std::span<uint8_t> prepare(size_t ulp_size)
     {
-        utc_bytes.resize(ump_size + FF_INPUT_BUFFER_PADDING_SIZE);
-        std::fill(utc_bytes.begin() + static_cast<std::ptrdiff_t>(ump_size), utc_bytes.end(), uint8_t{0});
-        return std::span(utc_bytes).first(ump_size);
+        utc_bytes.resize(ulp_size + FF_INPUT_BUFFER_PADDING_SIZE);
+        std::fill(utc_bytes.begin() + static_cast<std::ptrdiff_t>(ulp_size), utc_bytes.end(), uint8_t{0});
+        return std::span(utc_bytes).first(ulp_size);
     }
 
 private:

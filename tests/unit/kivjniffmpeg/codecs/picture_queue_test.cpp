@@ -1,0 +1,84 @@
+#include "kivjniffmpeg/codecs/picture_queue.h"
+
+#include "kivjniffmpeg/buffers/native_buffer.h"
+#include "support/real_ffmpeg.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+class picture_queue : public testing::Test
+{
+protected:
+    picture_queue() { load_ffmpeg(); }
+
+    static dsd_decoded_picture picture(int64_t ilp_timestamp)
+    {
+        auto dsl_native = std::make_unique<c_native_buffer>(16, 0);
+        dsl_native->add_reference();
+        dsd_decoded_picture dsl_picture{std::make_unique<c_avframe>(), c_framebuffer_reference(dsl_native.release())};
+        (*dsl_picture.dsc_frame)->pts = ilp_timestamp;
+        return dsl_picture;
+    }
+
+    /** A frame whose memory belongs to FFmpeg; it counts itself when it is released. */
+    std::unique_ptr<c_avframe> shared_frame()
+    {
+        const auto release = [](void *adsp_released, uint8_t *) { ++*static_cast<int *>(adsp_released); };
+        auto dsl_frame = std::make_unique<c_avframe>();
+        (*dsl_frame)->buf[0] = ffmpeg_function<AVBufferRef *(uint8_t *, int, void (*)(void *, uint8_t *), void *, int)>(
+            g_avutil.avc_handle, "av_buffer_create")(&utc_memory, 1, release, &inc_released, 0);
+        return dsl_frame;
+    }
+
+    uint8_t utc_memory = 0;
+    int inc_released = 0;
+    c_picture_queue dsc_queue; // destroyed before what its frames use
+};
+
+TEST_F(picture_queue, oldest_picture_comes_first_and_is_held_until_then)
+{
+    dsd_decoded_picture dsl_first = picture(1);
+    const ca_ffmpeg_buffer *adsl_buffer = dsl_first.dsc_buffer.get();
+    EXPECT_FALSE(dsc_queue.holds(adsl_buffer));
+    dsc_queue.push(std::move(dsl_first));
+    dsc_queue.push(picture(2));
+    EXPECT_TRUE(dsc_queue.holds(adsl_buffer)) << "a second picture in this memory is another one";
+
+    const dsd_decoded_picture dsl_oldest = dsc_queue.pop();
+    EXPECT_EQ((*dsl_oldest.dsc_frame)->pts, 1);
+    EXPECT_EQ(dsl_oldest.dsc_buffer.get(), adsl_buffer);
+    EXPECT_EQ(adsl_buffer->reference_count(), 1);
+    EXPECT_FALSE(dsc_queue.holds(adsl_buffer));
+    EXPECT_FALSE(dsc_queue.empty());
+    dsc_queue.clear();
+    EXPECT_TRUE(dsc_queue.empty());
+}
+
+TEST_F(picture_queue, shared_pictures_are_released_when_the_decoder_does_not_use_them_any_more)
+{
+    auto dsl_frame = shared_frame();
+    const auto reference = ffmpeg_function<AVBufferRef *(AVBufferRef *)>(g_avutil.avc_handle, "av_buffer_ref");
+    const auto unreference = ffmpeg_function<void(AVBufferRef **)>(g_avutil.avc_handle, "av_buffer_unref");
+    AVBufferRef *adsl_decoders = reference((*dsl_frame)->buf[0]);
+    dsc_queue.share(std::move(dsl_frame));
+    dsc_queue.share(std::make_unique<c_avframe>()); // converted: its memory is no reference of FFmpeg's
+    dsc_queue.clear();
+    dsc_queue.release_unused_pictures();
+    EXPECT_EQ(inc_released, 0) << "the decoder still reads it";
+    unreference(&adsl_decoders);
+    EXPECT_EQ(inc_released, 0) << "Java may still read it";
+    dsc_queue.release_unused_pictures();
+    EXPECT_EQ(inc_released, 1);
+
+    dsl_frame = shared_frame();
+    adsl_decoders = reference((*dsl_frame)->buf[0]);
+    dsc_queue.share(std::move(dsl_frame));
+    dsc_queue.release_shared_pictures();
+    EXPECT_EQ(inc_released, 1) << "only the queue's reference is gone";
+    unreference(&adsl_decoders);
+    EXPECT_EQ(inc_released, 2);
+}
+
+} // namespace
