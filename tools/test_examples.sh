@@ -15,8 +15,8 @@ rm -rf "$work"
 mkdir -p "$work"
 
 say "installing the artefacts and building the examples"
-rm -f "$build/java.stamp" # the jars are made anew
-maven java-install -q install -Dmaven.test.skip=true
+build_java
+(cd "$root/java" && logged java-install mvn -B --no-transfer-progress -q install -DskipTests)
 (cd "$examples" && logged examples-package mvn -B --no-transfer-progress -q clean package)
 
 # Quiet even on a Java that warns: nothing may be said.

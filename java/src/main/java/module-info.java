@@ -5,18 +5,9 @@
  * they are found with {@code --add-modules ALL-MODULE-PATH}, or by themselves when they lie on the class path. The
  * virtual machine is told that native code is wanted with {@code --enable-native-access=kiv.media.ffmpeg}.
  */
-@SuppressWarnings("requires-automatic")
 module kiv.media.ffmpeg {
     // The API gives images.
     requires transitive java.desktop;
-
-    // For the command line only.
-    requires java.logging;
-    requires static info.picocli;
-    requires static me.tongfei.progressbar;
-    requires static pngj;
-    requires static com.fasterxml.jackson.core;
-    requires static com.j2html;
 
     exports kiv.media.ffmpeg;
     exports kiv.media.ffmpeg.javasound;
@@ -26,6 +17,4 @@ module kiv.media.ffmpeg {
             with kiv.media.ffmpeg.javasound.FfmpegAudioFileReader;
     provides javax.sound.sampled.spi.FormatConversionProvider
             with kiv.media.ffmpeg.javasound.FfmpegFormatConversionProvider;
-
-    opens kiv.media.ffmpeg.cli to info.picocli;
 }
