@@ -3,9 +3,12 @@
 
 # build_native PRESET TARGET: "kivjniffmpeg" for the library alone, "all" with the tests.
 build_native() {
-    # Anew also when it was configured before: the test framework may have been installed since.
-    if [[ ! -e $build/$1/build.ninja || $2 == all ]]; then
+    # The library alone is built without the test framework. Who asks for the tests gets them, however the directory was
+    # configured before.
+    if [[ $2 == all ]]; then
         (cd "$root" && logged "configure-$1" cmake --preset "$1")
+    elif [[ ! -e $build/$1/build.ninja ]]; then
+        (cd "$root" && logged "configure-$1" cmake --preset "$1" -DKIV_BUILD_TESTS=OFF)
     fi
     say "building the native library ($1)"
     (cd "$root" && logged "build-$1" cmake --build "$build/$1" --parallel "$jobs" --target "$2")

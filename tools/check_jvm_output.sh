@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # tools/check_jvm_output.sh LOG: what -Xcheck:jni said about our natives fails the tests.
-# HotSpot prints each complaint with the Java frames of the thread below it. The JDK's own natives (AWT, image output)
-# draw some too; those are told by their topmost frame. A complaint without frames counts as ours, and so does a fatal one.
+# HotSpot prints most complaints with the Java frames of the thread below them. The JDK's own natives (AWT, image output)
+# draw some too; their topmost frame is not ours. A complaint without frames counts as ours, and so does a fatal one.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 found=$(awk '
@@ -9,7 +9,7 @@ found=$(awk '
         if (complaint != "" && (fatal || frame == "" || frame ~ /at kiv\.media\./)) print complaint frame
         complaint = ""
     }
-    /FATAL ERROR in native method|WARNING in native method|WARNING: JNI/ {
+    /FATAL ERROR in native method|WARNING in native method|WARNING: JNI|Warning: Calling other JNI functions|Warning: SIG|warning: You have loaded library/ {
         judge(); complaint = $0; fatal = /FATAL ERROR/; frame = ""; next
     }
     complaint != "" && /^[[:space:]]+at / { if (frame == "") frame = $0; next }

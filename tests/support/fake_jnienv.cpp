@@ -215,14 +215,18 @@ JNINativeInterface_ dsd_fake_functions::table()
 #define MAY_FAIL(name) dsl_table.name = &may_fail<#name>
     MAY_FAIL(NewIntArray);
     MAY_FAIL(NewByteArray);
+    MAY_FAIL(NewLongArray);
     MAY_FAIL(NewObjectArray);
     MAY_FAIL(SetIntArrayRegion);
     MAY_FAIL(SetByteArrayRegion);
+    MAY_FAIL(SetLongArrayRegion);
     MAY_FAIL(GetObjectArrayElement);
     MAY_FAIL(SetObjectArrayElement);
     MAY_FAIL(CallStaticBooleanMethodV);
     MAY_FAIL(CallStaticVoidMethodV);
     MAY_FAIL(CallIntMethodV);
+    MAY_FAIL(CallLongMethodV);
+    MAY_FAIL(CallObjectMethodV);
     MAY_FAIL(GetByteArrayElements);
     MAY_FAIL(GetShortArrayElements);
     MAY_FAIL(GetIntArrayElements);

@@ -7,7 +7,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <functional>
+#include <iterator>
+#include <regex>
+#include <set>
 
 using namespace kiv::jni;
 using testing::Contains;
@@ -31,6 +35,19 @@ protected:
         return "";
     }
 
+    /** The names that the operations throw, as the source file of the class has them. */
+    static std::set<std::string> names_of_operations()
+    {
+        std::ifstream dsl_file(KIV_SOURCE_DIR "/jni/jnienv.cpp");
+        const std::string strl_source{std::istreambuf_iterator<char>(dsl_file), {}};
+        const std::regex dsl_check("check_(?:pending\\(|result\\([a-z_]+, )\"([^\"]+)\"");
+        std::set<std::string> dsl_names;
+        for (std::sregex_iterator dsl_at(strl_source.begin(), strl_source.end(), dsl_check);
+             dsl_at != std::sregex_iterator(); ++dsl_at)
+            dsl_names.insert((*dsl_at)[1]);
+        return dsl_names;
+    }
+
     c_fake_vm dsc_vm;
     c_fake_jnienv dsc_env{dsc_vm};
     c_jnienv dsc_checked{&dsc_env};
@@ -42,10 +59,12 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
 {
     const jintArray avol_ints = dsc_env.local_ints({1, 2});
     const jbyteArray avol_bytes = dsc_env.local_bytes(2);
+    const auto avol_longs = static_cast<jlongArray>(dsc_env.local("[J"));
     const auto avol_shorts = static_cast<jshortArray>(dsc_env.local("[S"));
     const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[Ljava/lang/Object;"));
     constexpr jint aiml_values[2] = {};
     constexpr jbyte autl_values[2] = {};
+    constexpr jlong aill_values[2] = {};
     const jobject avol_null = nullptr;
     struct
     {
@@ -60,12 +79,15 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         {"NewGlobalRef", "NewGlobalRef", [&] { dsc_checked.NewGlobalRef(avoc_class); }},
         {"NewIntArray", "new_jint_array", [&] { dsc_checked.new_jint_array(1); }},
         {"NewByteArray", "new_jbyte_array", [&] { dsc_checked.new_jbyte_array(1); }},
+        {"NewLongArray", "new_jlong_array", [&] { dsc_checked.new_jlong_array(1); }},
         {"NewObjectArray", "new_jobject_array", [&] { dsc_checked.new_jobject_array(1, avoc_class, nullptr); }},
         {"NewStringUTF", "new_jstring_utf", [&] { dsc_checked.new_jstring_utf(""); }},
         {"SetIntArrayRegion", "set_array_region(jint)",
          [&] { dsc_checked.set_array_region(avol_ints, 0, 2, aiml_values); }},
         {"SetByteArrayRegion", "set_array_region(jbyte)",
          [&] { dsc_checked.set_array_region(avol_bytes, 0, 2, autl_values); }},
+        {"SetLongArrayRegion", "set_array_region(jlong)",
+         [&] { dsc_checked.set_array_region(avol_longs, 0, 2, aill_values); }},
         {"GetArrayLength", "get_array_length", [&] { dsc_checked.get_array_length(avol_ints); }},
         {"GetObjectArrayElement", "get_jobject_array_element",
          [&] { dsc_checked.get_jobject_array_element(avol_objects, 0); }},
@@ -77,6 +99,10 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
          [&] { dsc_checked.call_static_void_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
         {"CallIntMethodV", "call_int_method",
          [&] { dsc_checked.call_int_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
+        {"CallLongMethodV", "call_long_method",
+         [&] { dsc_checked.call_long_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
+        {"CallObjectMethodV", "call_object_method",
+         [&] { dsc_checked.call_object_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
         {"GetByteArrayElements", "get_array_elements(jbyte)",
          [&] { dsc_checked.get_array_elements(avol_bytes, nullptr); }},
         {"GetShortArrayElements", "get_array_elements(jshort)",
@@ -101,6 +127,10 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         EXPECT_THAT(dsc_env.take_calls(), Not(Contains(dsl_operation.strc_function)));
         EXPECT_EQ(dsc_env.take_pending(), "E: earlier");
     }
+    std::set<std::string> dsl_tested;
+    for (const auto &dsl_operation : dsl_operations)
+        dsl_tested.insert(dsl_operation.strc_name);
+    EXPECT_EQ(dsl_tested, names_of_operations());
 }
 
 TEST_F(jni, results_that_look_like_failures_are_none)
