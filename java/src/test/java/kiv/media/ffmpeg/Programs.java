@@ -10,10 +10,15 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
+import java.util.regex.Pattern;
 import java.util.stream.Stream;
 
 /** Runs other programs, also virtual machines whose end would be seen here. */
 public final class Programs {
+
+    /** What HotSpot says of wrong uses of JNI; tools/check_jvm_output.sh knows the same. */
+    private static final Pattern COMPLAINT = Pattern.compile("in native method|WARNING: JNI"
+            + "|Warning: Calling other JNI functions|Warning: SIG|warning: You have loaded library");
 
     private Programs() {
     }
@@ -45,7 +50,7 @@ public final class Programs {
     }
 
     /**
-     * Runs a class in a virtual machine of its own, which has this one's settings and must succeed.
+     * Runs a class in a virtual machine of its own, which has this one's settings, must succeed and may not complain.
      *
      * @param directory where it runs and leaves its log
      * @param home the virtual machine's directory
@@ -74,6 +79,7 @@ public final class Programs {
         String tail = String.join("\n", lines.subList(Math.max(0, lines.size() - 60), lines.size()));
         assertThat(ended).as("%s hangs: %s", command, tail).isTrue();
         assertThat(process.exitValue()).as("%s: %s", command, tail).isZero();
+        assertThat(lines.stream().filter(line -> COMPLAINT.matcher(line).find()).distinct()).as(main.getName()).isEmpty();
         return lines;
     }
 }
