@@ -1,4 +1,5 @@
-# kiv_jni: the JDK's jni.h. kiv_generate_jni_headers(): our own headers, made from the Java classes by javac.
+# kiv_jni: the JDK's jni.h. kiv_generate_jni_headers(): our own headers, made from the Java classes by javac:
+# <kiv_media_ffmpeg_*.h> with the prototypes of natives, <natives/*.h> with the numbers that Java and C++ share.
 find_package(Java 17 REQUIRED COMPONENTS Development)
 if(NOT DEFINED ENV{JAVA_HOME} AND NOT DEFINED JAVA_HOME)
     # The JDK whose javac was found, so that compiler and headers belong together.
@@ -17,7 +18,7 @@ set(kiv_java_root "${CMAKE_SOURCE_DIR}/java/src/main/java")
 file(GLOB kiv_native_classes CONFIGURE_DEPENDS
     "${kiv_java_root}/kiv/media/ffmpeg/c_multimediaapi_ffmpeg.java"
     "${kiv_java_root}/kiv/media/ffmpeg/natives/*.java")
-list(FILTER kiv_native_classes EXCLUDE REGEX "/(package-info|c_mediareader_source)\\.java$")
+list(FILTER kiv_native_classes EXCLUDE REGEX "/package-info\\.java$")
 
 function(kiv_generate_jni_headers target)
     set(header_dir "${CMAKE_BINARY_DIR}/generated/jni")
@@ -25,10 +26,14 @@ function(kiv_generate_jni_headers target)
     foreach(source IN LISTS kiv_native_classes)
         file(RELATIVE_PATH class "${kiv_java_root}" "${source}")
         string(REGEX REPLACE "\\.java$" "" class "${class}")
+        get_filename_component(name "${class}" NAME)
         string(REPLACE "/" "_" class "${class}")
         list(APPEND headers "${header_dir}/${class}.h")
+        if(class MATCHES "_natives_")
+            list(APPEND headers "${header_dir}/natives/${name}.h")
+        endif()
     endforeach()
-    file(MAKE_DIRECTORY "${header_dir}")
+    file(MAKE_DIRECTORY "${header_dir}/natives")
     target_include_directories(${target} PUBLIC "${header_dir}")
     add_custom_command(
         OUTPUT ${headers}

@@ -1,6 +1,9 @@
 package kiv.media.ffmpeg;
 
 import java.util.Arrays;
+import kiv.media.ffmpeg.natives.AudioParams;
+import kiv.media.ffmpeg.natives.AudioStatus;
+import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
@@ -8,11 +11,6 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  * the codec's queue, so its input is always taken.
  */
 final class AudioCalls {
-
-    private static final int FAILED = 1;
-    private static final int LOST = 8;
-    private static final int TOO_SMALL = 16;
-    private static final int DRAIN = 0x100;
 
     /** So few bytes of input stay in the codec without an error. */
     private static final int INCOMPLETE = 31;
@@ -61,23 +59,26 @@ final class AudioCalls {
 
     /** Has a decoder give what it still keeps, although no more comes. */
     Result drain(long address) {
-        return call(address, null, 0, DRAIN);
+        return call(address, null, 0, ProcessFlags.DRAIN);
     }
 
     private Result call(long address, byte[] in, int length, int flags) {
         byte[] before = unsure ? fetch(address) : NOTHING;
         unsure = true;
-        int[] params = {0, length, flags, 0, 0, 0, room.length, 0, 0, 0};
+        int[] params = new int[AudioParams.SIZE];
+        params[AudioParams.LENGTH] = length;
+        params[AudioParams.FLAGS] = flags;
+        params[AudioParams.OUT_LENGTH] = room.length;
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, in, room, params);
-        int rest = params[1];
-        boolean failed = (result & FAILED) != 0;
+        int rest = params[AudioParams.LENGTH];
+        boolean failed = (result & AudioStatus.DECODING_ERROR) != 0;
         byte[] bytes;
-        if ((result & TOO_SMALL) != 0) {
+        if ((result & AudioStatus.OUTPUT_TOO_SMALL) != 0) {
             // The input is in; this result hides whether it failed, but what is left of it tells.
             failed = rest > INCOMPLETE && !keepsLargeRests;
             bytes = fetch(address);
         } else {
-            bytes = takeOut(result, params[6]);
+            bytes = takeOut(result, params[AudioParams.OUT_LENGTH]);
         }
         unsure = false;
         return new Result(join(before, bytes), failed, rest);
@@ -99,18 +100,19 @@ final class AudioCalls {
     }
 
     private byte[] fetchAll(long address) {
-        int[] params = {0, 0, 0, 0, 0, 0, room.length, 0, 0, 0};
+        int[] params = new int[AudioParams.SIZE];
+        params[AudioParams.OUT_LENGTH] = room.length;
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
-        if ((result & TOO_SMALL) != 0) {
-            room = new byte[grown(params[6])];
-            params = new int[] {0, 0, 0, 0, 0, 0, room.length, 0, 0, 0};
+        if ((result & AudioStatus.OUTPUT_TOO_SMALL) != 0) {
+            room = new byte[grown(params[AudioParams.OUT_LENGTH])];
+            params[AudioParams.OUT_LENGTH] = room.length;
             result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
         }
-        return takeOut(result, params[6]);
+        return takeOut(result, params[AudioParams.OUT_LENGTH]);
     }
 
     private byte[] takeOut(int result, int length) {
-        if ((result & (LOST | TOO_SMALL)) != 0) {
+        if ((result & (AudioStatus.OUTPUT_LOST | AudioStatus.OUTPUT_TOO_SMALL)) != 0) {
             throw new IllegalStateException("the library did not hand out its sound: " + result);
         }
         return length == 0 ? NOTHING : Arrays.copyOf(room, length);

@@ -38,8 +38,6 @@ public final class AudioEncoder implements AutoCloseable {
     private static final int FREE_FRAME_SIZE = 4096;
     /** No encoder holds back as many packets. */
     private static final int MOST_DELAYED = 64;
-    private static final int KEY = 1;
-    private static final int NO_POSITION = -1;
 
     /** FFmpeg's DTS encoder takes 5.1 channels in the order of the format, although they come in that of WAVE. */
     private static final int[] DTS_ORDER = {2, 0, 1, 4, 5, 3};
@@ -313,9 +311,8 @@ public final class AudioEncoder implements AutoCloseable {
             throw MediaException.of(e, "encoding", EncodeException::new);
         }
         if (bytes.length > 0) {
-            long time = packed - initialPadding;
             long duration = length / bytesOfFrame();
-            ready.add(Packet.ofNative(bytes, new long[] {0, time, time, duration, KEY, NO_POSITION}));
+            ready.add(Packet.ofEncoder(bytes, packed - initialPadding, duration));
             packed += duration;
         }
     }

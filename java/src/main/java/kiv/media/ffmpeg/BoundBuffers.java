@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.util.function.Supplier;
+import kiv.media.ffmpeg.natives.BufferSlots;
 
 /**
  * Knows whose buffers the allocation callbacks of the current thread are for. A library context remembers only the
@@ -43,8 +44,8 @@ final class BoundBuffers {
         @Override
         public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
             Object array = PictureArrays.allocate(layout, buffer);
-            slots[0] = array;
-            slots[3] = array;
+            slots[BufferSlots.MEMORY] = array;
+            slots[BufferSlots.RESULT] = array;
             return true;
         }
 

@@ -1,5 +1,8 @@
 package kiv.media.ffmpeg;
 
+import java.util.Arrays;
+import kiv.media.ffmpeg.natives.MediaType;
+
 /**
  * What a stream carries.
  *
@@ -9,19 +12,23 @@ package kiv.media.ffmpeg;
  */
 public enum MediaKind {
     /** Pictures. */
-    VIDEO,
+    VIDEO(MediaType.VIDEO),
     /** Sound. */
-    AUDIO,
+    AUDIO(MediaType.AUDIO),
     /** Data of some other sort. */
-    DATA,
+    DATA(MediaType.DATA),
     /** Subtitles. */
-    SUBTITLE,
+    SUBTITLE(MediaType.SUBTITLE),
     /** Not recognised. */
-    UNKNOWN;
+    UNKNOWN(MediaType.UNKNOWN);
 
-    private static final MediaKind[] BY_NUMBER = {VIDEO, AUDIO, DATA, SUBTITLE};
+    private final int type;
 
-    static MediaKind of(long number) {
-        return number >= 0 && number < BY_NUMBER.length ? BY_NUMBER[(int) number] : UNKNOWN;
+    MediaKind(int type) {
+        this.type = type;
+    }
+
+    static MediaKind of(long type) {
+        return Arrays.stream(values()).filter(kind -> kind.type == type).findFirst().orElse(UNKNOWN);
     }
 }

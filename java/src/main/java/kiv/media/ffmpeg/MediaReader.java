@@ -15,6 +15,9 @@ import java.util.Optional;
 import java.util.OptionalLong;
 import java.util.concurrent.CopyOnWriteArrayList;
 import java.util.stream.Stream;
+import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.ReaderInfo;
+import kiv.media.ffmpeg.natives.SeekFlags;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
 
@@ -36,10 +39,6 @@ import kiv.media.ffmpeg.natives.c_mediareader_source;
  */
 public final class MediaReader implements AutoCloseable {
 
-    private static final int SEEK_BACKWARD = 1;
-    private static final int ANY_STREAM = -1;
-    private static final int PACKET_FIELDS = 6;
-
     private static final int FILE_TYPE = 0xF000;
     private static final int BLOCK_DEVICE = 0x6000;
 
@@ -57,7 +56,7 @@ public final class MediaReader implements AutoCloseable {
         try {
             this.formatName = c_mediareader_ffmpeg.n_reader_get_format_name(address);
             this.info = c_mediareader_ffmpeg.n_reader_get_info(address);
-            learnStreams(address, info[0]);
+            learnStreams(address, info[ReaderInfo.STREAMS]);
         } catch (Throwable e) {
             handle.close();
             throw e;
@@ -136,17 +135,17 @@ public final class MediaReader implements AutoCloseable {
 
     /** {@return length of the whole} */
     public Optional<Duration> duration() {
-        return info[1] == Packet.NO_TIME ? Optional.empty() : Optional.of(microseconds(info[1]));
+        return time(ReaderInfo.DURATION);
     }
 
     /** {@return where the times begin} */
     public Optional<Duration> startTime() {
-        return info[2] == Packet.NO_TIME ? Optional.empty() : Optional.of(microseconds(info[2]));
+        return time(ReaderInfo.START_TIME);
     }
 
     /** {@return bits a second of the whole, when known} */
     public OptionalLong bitRate() {
-        return info[3] > 0 ? OptionalLong.of(info[3]) : OptionalLong.empty();
+        return info[ReaderInfo.BIT_RATE] > 0 ? OptionalLong.of(info[ReaderInfo.BIT_RATE]) : OptionalLong.empty();
     }
 
     /**
@@ -179,7 +178,7 @@ public final class MediaReader implements AutoCloseable {
      */
     public Packet read() throws IOException {
         return handle.call(address -> {
-            long[] fields = new long[PACKET_FIELDS];
+            long[] fields = new long[PacketFields.SIZE];
             byte[] bytes;
             try {
                 bytes = c_mediareader_ffmpeg.n_reader_read(address, fields);
@@ -189,8 +188,8 @@ public final class MediaReader implements AutoCloseable {
             if (bytes == null) {
                 return null;
             }
-            if (fields[0] >= streams.size()) {
-                learnStreams(address, fields[0] + 1);
+            if (fields[PacketFields.STREAM] >= streams.size()) {
+                learnStreams(address, fields[PacketFields.STREAM] + 1);
             }
             return Packet.ofNative(bytes, fields);
         });
@@ -235,7 +234,7 @@ public final class MediaReader implements AutoCloseable {
             throw new IllegalArgumentException("beyond the range of times: " + time, e);
         }
         checkTime(micros);
-        seek(ANY_STREAM, micros);
+        seek(c_mediareader_ffmpeg.NO_STREAM, micros);
     }
 
     /**
@@ -270,7 +269,7 @@ public final class MediaReader implements AutoCloseable {
     private void seek(int stream, long time) throws IOException {
         handle.call(address -> {
             try {
-                c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SEEK_BACKWARD);
+                c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SeekFlags.BACKWARD);
             } catch (RuntimeException e) {
                 throw failed(source, "cannot seek", e);
             }
@@ -315,7 +314,8 @@ public final class MediaReader implements AutoCloseable {
                 : cause;
     }
 
-    private static Duration microseconds(long micros) {
-        return new Rational(1, 1_000_000).times(micros);
+    private Optional<Duration> time(int field) {
+        long micros = info[field];
+        return micros == Packet.NO_TIME ? Optional.empty() : Optional.of(new Rational(1, 1_000_000).times(micros));
     }
 }

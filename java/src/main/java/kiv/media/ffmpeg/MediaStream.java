@@ -2,6 +2,8 @@ package kiv.media.ffmpeg;
 
 import java.time.Duration;
 import java.util.Optional;
+import kiv.media.ffmpeg.natives.Disposition;
+import kiv.media.ffmpeg.natives.StreamFields;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 
 /**
@@ -16,8 +18,6 @@ import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
  * }</pre>
  */
 public final class MediaStream {
-
-    private static final int ATTACHED_PICTURE = 0x400;
 
     private final int index;
     private final long[] fields;
@@ -46,12 +46,12 @@ public final class MediaStream {
 
     /** {@return what it carries} */
     public MediaKind kind() {
-        return MediaKind.of(fields[0]);
+        return MediaKind.of(fields[StreamFields.MEDIA_TYPE]);
     }
 
     /** {@return FFmpeg's number of the codec} */
     public int codecId() {
-        return (int) fields[1];
+        return (int) fields[StreamFields.CODEC_ID];
     }
 
     /** {@return FFmpeg's short name of the codec, such as {@code h264}} */
@@ -65,92 +65,92 @@ public final class MediaStream {
      * @see FourCharacterCode
      */
     public int codecTag() {
-        return (int) fields[2];
+        return (int) fields[StreamFields.CODEC_TAG];
     }
 
     /** {@return width of the pictures in pixels} */
     public int width() {
-        return (int) fields[3];
+        return (int) fields[StreamFields.WIDTH];
     }
 
     /** {@return height of the pictures in pixels} */
     public int height() {
-        return (int) fields[4];
+        return (int) fields[StreamFields.HEIGHT];
     }
 
     /** {@return pictures a second, on average} */
     public Rational frameRate() {
-        return new Rational(fields[5], fields[6]);
+        return new Rational(fields[StreamFields.FRAME_RATE_NUMERATOR], fields[StreamFields.FRAME_RATE_DENOMINATOR]);
     }
 
     /** {@return the unit of the stream's times, in seconds} */
     public Rational timeBase() {
-        return new Rational(fields[7], fields[8]);
+        return new Rational(fields[StreamFields.TIME_BASE_NUMERATOR], fields[StreamFields.TIME_BASE_DENOMINATOR]);
     }
 
     /** {@return length of the stream; empty when it is unknown or beyond what a duration can hold} */
     public Optional<Duration> duration() {
-        return time(fields[9]);
+        return time(fields[StreamFields.DURATION]);
     }
 
     /** {@return where the stream's times begin; empty when it is unknown or beyond what a duration can hold} */
     public Optional<Duration> startTime() {
-        return time(fields[10]);
+        return time(fields[StreamFields.START_TIME]);
     }
 
     /** {@return bits a second} */
     public long bitRate() {
-        return fields[11];
+        return fields[StreamFields.BIT_RATE];
     }
 
     /** {@return samples a second and channel} */
     public int sampleRate() {
-        return (int) fields[12];
+        return (int) fields[StreamFields.SAMPLE_RATE];
     }
 
     /** {@return number of sound channels} */
     public int channels() {
-        return (int) fields[13];
+        return (int) fields[StreamFields.CHANNELS];
     }
 
     /** {@return bits of a coded sample, or of a pixel for video} */
     public int bitsPerCodedSample() {
-        return (int) fields[14];
+        return (int) fields[StreamFields.BITS_PER_CODED_SAMPLE];
     }
 
     /** {@return bytes of the smallest unit of coded sound} */
     public int blockAlign() {
-        return (int) fields[15];
+        return (int) fields[StreamFields.BLOCK_ALIGN];
     }
 
     /** {@return how many pictures the container claims to hold} */
     public long frameCount() {
-        return fields[16];
+        return fields[StreamFields.FRAMES];
     }
 
     /** {@return width of a pixel to its height; unknown mostly means 1} */
     public Rational pixelAspectRatio() {
-        return new Rational(fields[17], fields[18]);
+        return new Rational(fields[StreamFields.PIXEL_WIDTH], fields[StreamFields.PIXEL_HEIGHT]);
     }
 
     /** {@return FFmpeg's number of the codec's profile; negative when unknown} */
     public int profile() {
-        return (int) fields[19];
+        return (int) fields[StreamFields.PROFILE];
     }
 
     /** {@return whether this is no film but a picture that goes with a sound file, such as a record's cover} */
     public boolean isAttachedPicture() {
-        return (fields[20] & ATTACHED_PICTURE) != 0;
+        return (fields[StreamFields.DISPOSITION] & Disposition.ATTACHED_PICTURE) != 0;
     }
 
     /** {@return FFmpeg's number of the pixel format or the sample format; -1 when unknown} */
     public int sampleFormat() {
-        return (int) fields[21];
+        return (int) fields[StreamFields.SAMPLE_FORMAT];
     }
 
     /** {@return whether the loaded FFmpeg has a decoder for the codec} */
     public boolean isDecodable() {
-        return fields[22] != 0;
+        return fields[StreamFields.DECODABLE] != 0;
     }
 
     /** {@return the codec's private data, as a new array; empty when there is none} */

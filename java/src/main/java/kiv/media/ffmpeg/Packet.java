@@ -2,6 +2,8 @@ package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
 import java.util.Objects;
+import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.PacketFlags;
 
 /**
  * A piece of one stream's compressed data as its container holds it: for video, one picture. Times are in the
@@ -17,7 +19,7 @@ public final class Packet {
     /** Stands for a time that is not known. */
     public static final long NO_TIME = Long.MIN_VALUE;
 
-    private static final int KEY = 1;
+    private static final long NO_POSITION = -1;
     private static final byte[] EMPTY = {};
 
     private final byte[] bytes;
@@ -55,12 +57,19 @@ public final class Packet {
         if (streamIndex < 0) {
             throw new IllegalArgumentException("negative stream index " + streamIndex);
         }
-        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, -1);
+        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, NO_POSITION);
+    }
+
+    /** A packet of an encoder: its bytes are not copied, and decoding can start with it. */
+    static Packet ofEncoder(byte[] bytes, long time, long duration) {
+        return new Packet(bytes, 0, time, time, duration, true, NO_POSITION);
     }
 
     /** Takes over what the native reader filled. */
     static Packet ofNative(byte[] bytes, long[] fields) {
-        return new Packet(bytes, (int) fields[0], fields[1], fields[2], fields[3], (fields[4] & KEY) != 0, fields[5]);
+        return new Packet(bytes, (int) fields[PacketFields.STREAM], fields[PacketFields.PRESENTATION_TIME],
+                fields[PacketFields.DECODING_TIME], fields[PacketFields.DURATION],
+                (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0, fields[PacketFields.POSITION]);
     }
 
     /** {@return the index of the stream in {@link MediaReader#streams()}} */

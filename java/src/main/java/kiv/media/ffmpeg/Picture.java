@@ -9,6 +9,7 @@ import java.util.Arrays;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.function.Supplier;
+import kiv.media.ffmpeg.natives.ConverterPlace;
 
 /**
  * A decoded picture in its decoder's own pixel format. It does not change and is independent of its decoder; any thread
@@ -234,8 +235,8 @@ public final class Picture implements AutoCloseable {
         PictureMemory held = hold();
         try {
             PictureConverters.convert(held, place(),
-                    place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[4],
-                            new int[] {wantedWidth * Integer.BYTES, 0, 0, 0}), pixels);
+                    place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[1],
+                            new int[] {wantedWidth * Integer.BYTES}), pixels);
         } finally {
             held.release();
         }
@@ -342,15 +343,18 @@ public final class Picture implements AutoCloseable {
 
     private int[] place() {
         int[] place = place(format, width, height, offsets, lineSizes);
-        place[11] = details.colorSpace;
-        place[12] = details.fullRange ? 1 : 0;
+        place[ConverterPlace.COLOR_SPACE] = details.colorSpace;
+        place[ConverterPlace.FULL_RANGE] = details.fullRange ? 1 : 0;
         return place;
     }
 
     private static int[] place(PixelFormat format, int width, int height, int[] offsets, int[] lineSizes) {
-        int[] place = Arrays.copyOf(new int[] {format.number(), width, height}, 13);
-        System.arraycopy(offsets, 0, place, 3, 4);
-        System.arraycopy(lineSizes, 0, place, 7, 4);
+        int[] place = new int[ConverterPlace.SIZE];
+        place[ConverterPlace.PIXEL_FORMAT] = format.number();
+        place[ConverterPlace.WIDTH] = width;
+        place[ConverterPlace.HEIGHT] = height;
+        System.arraycopy(offsets, 0, place, ConverterPlace.PLANE_OFFSETS, offsets.length);
+        System.arraycopy(lineSizes, 0, place, ConverterPlace.LINE_SIZES, lineSizes.length);
         return place;
     }
 

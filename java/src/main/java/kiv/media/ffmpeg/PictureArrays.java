@@ -1,5 +1,8 @@
 package kiv.media.ffmpeg;
 
+import kiv.media.ffmpeg.natives.BufferRequest;
+import kiv.media.ffmpeg.natives.PictureLayout;
+
 /** Allocates the array for a picture from what the library tells about it. */
 final class PictureArrays {
 
@@ -15,10 +18,11 @@ final class PictureArrays {
      * @throws IllegalArgumentException when no array fits the format
      */
     static Object allocate(int[] layout, int[] buffer) {
-        PictureFormat format = PictureFormat.of(layout[8], layout[9])
-                .orElseThrow(() -> new IllegalArgumentException("unknown picture format "
-                        + FourCharacterCode.toText(layout[8]) + " of " + layout[9] + " bits"));
-        int size = buffer[1];
+        int fourcc = layout[PictureLayout.FOURCC];
+        int bits = layout[PictureLayout.BITS_PER_PIXEL];
+        PictureFormat format = PictureFormat.of(fourcc, bits).orElseThrow(() -> new IllegalArgumentException(
+                "unknown picture format " + FourCharacterCode.toText(fourcc) + " of " + bits + " bits"));
+        int size = buffer[BufferRequest.BYTES];
         return switch (format.elementSize()) {
             case Byte.BYTES -> new byte[size];
             case Short.BYTES -> new short[ceilDiv(size, Short.BYTES)];

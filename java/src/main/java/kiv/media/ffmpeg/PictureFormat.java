@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.util.Optional;
+import kiv.media.ffmpeg.natives.ColorModelLayout;
 
 /**
  * The formats in which {@link c_multimediaapi_ffmpeg} can give pictures in arrays. A picture that the decoder makes in
@@ -8,7 +9,8 @@ import java.util.Optional;
  *
  * <pre>{@code
  * int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
- * PictureFormat format = PictureFormat.of(layout[8], layout[9]).orElseThrow();
+ * PictureFormat format = PictureFormat.of(layout[PictureLayout.FOURCC],
+ *         layout[PictureLayout.BITS_PER_PIXEL]).orElseThrow();
  * }</pre>
  */
 public enum PictureFormat {
@@ -100,9 +102,17 @@ public enum PictureFormat {
         return elementSize;
     }
 
-    /** The colour model as the native side reads it: code, bits, depth and the four masks. */
+    /** The colour model as the native side reads it. */
     int[] toColorModel() {
-        return new int[] {fourcc, bitsPerPixel, bitsPerPixel, redMask, greenMask, blueMask, alphaMask};
+        int[] model = new int[ColorModelLayout.SIZE];
+        model[ColorModelLayout.FOURCC] = fourcc;
+        model[ColorModelLayout.BITS_PER_PIXEL] = bitsPerPixel;
+        model[ColorModelLayout.DEPTH] = bitsPerPixel;
+        model[ColorModelLayout.RED_MASK] = redMask;
+        model[ColorModelLayout.GREEN_MASK] = greenMask;
+        model[ColorModelLayout.BLUE_MASK] = blueMask;
+        model[ColorModelLayout.ALPHA_MASK] = alphaMask;
+        return model;
     }
 
     /**

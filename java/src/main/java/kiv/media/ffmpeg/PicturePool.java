@@ -6,6 +6,8 @@ import java.util.ArrayList;
 import java.util.Deque;
 import java.util.Iterator;
 import java.util.List;
+import kiv.media.ffmpeg.natives.BufferRequest;
+import kiv.media.ffmpeg.natives.BufferSlots;
 
 /**
  * Memory for the pictures of one decoder and for what they are converted into, used again when it comes back: fresh memory
@@ -61,9 +63,9 @@ final class PicturePool implements VideoBuffers {
 
     @Override
     public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
-        PictureMemory memory = take(buffer[1]);
-        slots[0] = memory.buffer();
-        slots[3] = memory;
+        PictureMemory memory = take(buffer[BufferRequest.BYTES]);
+        slots[BufferSlots.MEMORY] = memory.buffer();
+        slots[BufferSlots.RESULT] = memory;
         return true;
     }
 
@@ -71,7 +73,7 @@ final class PicturePool implements VideoBuffers {
     @Override
     public synchronized void free(Object[] slots) {
         if (!closed) {
-            freed.add((PictureMemory) slots[3]);
+            freed.add((PictureMemory) slots[BufferSlots.RESULT]);
         }
     }
 

@@ -8,6 +8,9 @@ import java.util.concurrent.ConcurrentHashMap;
 import java.util.function.Function;
 import java.util.stream.Collectors;
 import java.util.stream.IntStream;
+import kiv.media.ffmpeg.natives.PixelComponent;
+import kiv.media.ffmpeg.natives.PixelFormatFields;
+import kiv.media.ffmpeg.natives.PixelFormatFlags;
 import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 
 /**
@@ -24,17 +27,6 @@ public final class PixelFormat {
 
     /** Above every number in use. */
     private static final int NUMBERS = 1024;
-    private static final int COMPONENTS = 4;
-    private static final int FIRST_COMPONENT = 6;
-    private static final int COMPONENT_LENGTH = 5;
-
-    private static final int BIG_ENDIAN = 1;
-    private static final int PALETTE = 2;
-    private static final int BITS = 4;
-    private static final int HARDWARE = 8;
-    private static final int RGB = 32;
-    private static final int UNUSED_PALETTE = 64;
-    private static final int ALPHA = 128;
 
     private static final ConcurrentHashMap<Integer, Optional<PixelFormat>> FORMATS = new ConcurrentHashMap<>();
 
@@ -61,7 +53,8 @@ public final class PixelFormat {
         long context = FfmpegLibrary.context();
         int[] description = c_pictureconverter_ffmpeg.n_pixel_format(context, number);
         String name = c_pictureconverter_ffmpeg.n_pixel_format_name(context, number);
-        Optional<PixelFormat> found = description == null || name == null || (description[3] & HARDWARE) != 0
+        Optional<PixelFormat> found = description == null || name == null
+                || (description[PixelFormatFields.FLAGS] & PixelFormatFlags.HARDWARE) != 0
                 ? Optional.empty() : Optional.of(new PixelFormat(number, name, description));
         known = FORMATS.putIfAbsent(number, found);
         return known != null ? known : found;
@@ -106,14 +99,14 @@ public final class PixelFormat {
 
     /** {@return bits of a pixel on average, without padding} */
     public int bitsPerPixel() {
-        return description[4];
+        return description[PixelFormatFields.BITS_PER_PIXEL];
     }
 
     /** {@return bits of a component, such as 8 or 10; the largest when they differ} */
     public int depth() {
         int depth = 0;
-        for (int component = 0; component < description[0]; component++) {
-            depth = Math.max(depth, of(component, 4));
+        for (int component = 0; component < description[PixelFormatFields.COMPONENTS]; component++) {
+            depth = Math.max(depth, of(component, PixelComponent.DEPTH));
         }
         return depth;
     }
@@ -121,30 +114,30 @@ public final class PixelFormat {
     /** {@return number of planes, 1 to 4; a palette is none} */
     public int planes() {
         int planes = 0;
-        for (int component = 0; component < description[0]; component++) {
-            planes = Math.max(planes, of(component, 0) + 1);
+        for (int component = 0; component < description[PixelFormatFields.COMPONENTS]; component++) {
+            planes = Math.max(planes, of(component, PixelComponent.PLANE) + 1);
         }
         return planes;
     }
 
     /** {@return whether the components are red, green and blue, also by way of a palette} */
     public boolean isRgb() {
-        return (description[3] & (RGB | PALETTE)) != 0;
+        return has(PixelFormatFlags.RGB | PixelFormatFlags.PALETTE);
     }
 
     /** {@return whether pixels are entries of a palette} */
     public boolean hasPalette() {
-        return (description[3] & PALETTE) != 0;
+        return has(PixelFormatFlags.PALETTE);
     }
 
     /** Whether memory has room for a palette, as FFmpeg wants it behind some formats that make no use of it too. */
     boolean reservesPalette() {
-        return (description[3] & (PALETTE | UNUSED_PALETTE)) != 0;
+        return has(PixelFormatFlags.PALETTE | PixelFormatFlags.UNUSED_PALETTE);
     }
 
     /** {@return whether pixels tell how opaque they are} */
     public boolean hasAlpha() {
-        return (description[3] & ALPHA) != 0;
+        return has(PixelFormatFlags.ALPHA);
     }
 
     /** Whether brightness and colour use all values by definition. */
@@ -154,7 +147,7 @@ public final class PixelFormat {
 
     /** {@return whether the high byte of larger values comes first} */
     public boolean isBigEndian() {
-        return (description[3] & BIG_ENDIAN) != 0;
+        return has(PixelFormatFlags.BIG_ENDIAN);
     }
 
     /**
@@ -165,13 +158,14 @@ public final class PixelFormat {
      */
     int rowBytes(int plane, int width) {
         long largest = 0;
-        for (int component = 0; component < description[0]; component++) {
-            if (of(component, 0) == plane) {
-                long columns = isChroma(component) ? ceilShift(width, description[1]) : width;
-                largest = Math.max(largest, columns * of(component, 1));
+        for (int component = 0; component < description[PixelFormatFields.COMPONENTS]; component++) {
+            if (of(component, PixelComponent.PLANE) == plane) {
+                int shift = isChroma(component) ? description[PixelFormatFields.CHROMA_SHIFT_X] : 0;
+                long columns = ceilShift(width, shift);
+                largest = Math.max(largest, columns * of(component, PixelComponent.STEP));
             }
         }
-        return Math.toIntExact((description[3] & BITS) != 0 ? (largest + 7) / 8 : largest);
+        return Math.toIntExact(has(PixelFormatFlags.BITS) ? (largest + 7) / 8 : largest);
     }
 
     /**
@@ -181,7 +175,7 @@ public final class PixelFormat {
      * @param height the picture's height in pixels
      */
     int rows(int plane, int height) {
-        return plane == 1 || plane == 2 ? ceilShift(height, description[2]) : height;
+        return plane == 1 || plane == 2 ? ceilShift(height, description[PixelFormatFields.CHROMA_SHIFT_Y]) : height;
     }
 
     private static boolean isChroma(int component) {
@@ -192,8 +186,14 @@ public final class PixelFormat {
         return -(-size >> shift);
     }
 
+    /** Whether the format has one of these flags. */
+    private boolean has(int flags) {
+        return (description[PixelFormatFields.FLAGS] & flags) != 0;
+    }
+
     private int of(int component, int field) {
-        return component < COMPONENTS ? description[FIRST_COMPONENT + COMPONENT_LENGTH * component + field] : 0;
+        return component < PixelComponent.COUNT
+                ? description[PixelFormatFields.COMPONENT_FIELDS + PixelComponent.SIZE * component + field] : 0;
     }
 
     @Override

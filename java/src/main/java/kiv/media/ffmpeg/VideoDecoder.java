@@ -9,6 +9,12 @@ import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
 import java.util.stream.Stream;
+import kiv.media.ffmpeg.natives.ColorRange;
+import kiv.media.ffmpeg.natives.Interlacing;
+import kiv.media.ffmpeg.natives.PictureLayout;
+import kiv.media.ffmpeg.natives.ProcessFlags;
+import kiv.media.ffmpeg.natives.ProcessResult;
+import kiv.media.ffmpeg.natives.VideoParams;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
@@ -28,15 +34,6 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  */
 public final class VideoDecoder implements AutoCloseable {
 
-    private static final int PICTURE = 0;
-    private static final int MORE_PICTURES = 1;
-    private static final int CHANGED_PICTURE = 4;
-    private static final int ERROR = 8;
-
-    private static final int DRAIN = 0x100;
-    private static final int PARAMS = 32;
-    private static final int FULL_RANGE = 2;
-    private static final int TOP_FIELD_FIRST = 3;
     private static final Packet NO_PACKET = Packet.of(new byte[0], 0, Packet.NO_TIME, Packet.NO_TIME, false);
 
     private final NativeHandle handle;
@@ -265,7 +262,7 @@ public final class VideoDecoder implements AutoCloseable {
 
     private void end(long address) {
         try {
-            fetch(address, DRAIN, NO_PACKET);
+            fetch(address, ProcessFlags.DRAIN, NO_PACKET);
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
         } catch (RuntimeException | Error e) {
             throw MediaException.of(e, "decoding", DecodeException::new);
@@ -275,16 +272,16 @@ public final class VideoDecoder implements AutoCloseable {
 
     private void process(long address, Packet packet) {
         Object[] out = new Object[1];
-        int[] params = new int[PARAMS];
-        params[1] = packet.size();
-        params[3] = times.remember(packet);
+        int[] params = new int[VideoParams.DIRECT_SIZE];
+        params[VideoParams.LENGTH] = packet.size();
+        params[VideoParams.TIME_LOW] = times.remember(packet);
         int result = c_multimediaapi_ffmpeg.n_vcodec_process(address, packet.bytes(), out, params);
         take(result, out, params, packet);
-        if (result == ERROR || result == MORE_PICTURES) {
+        if (result == ProcessResult.DECODING_ERROR || result == ProcessResult.PICTURE_AND_MORE) {
             // Pictures that were finished before a fault wait inside.
             fetch(address, 0, packet);
         }
-        if (result == ERROR) {
+        if (result == ProcessResult.DECODING_ERROR) {
             throw new DecodeException("a packet cannot be decoded: " + packet);
         }
     }
@@ -294,29 +291,40 @@ public final class VideoDecoder implements AutoCloseable {
         int result;
         do {
             Object[] out = new Object[1];
-            int[] params = new int[PARAMS];
-            params[2] = flags;
+            int[] params = new int[VideoParams.DIRECT_SIZE];
+            params[VideoParams.FLAGS] = flags;
             result = c_multimediaapi_ffmpeg.n_vcodec_process(address, null, out, params);
             take(result, out, params, fed);
-        } while (result == MORE_PICTURES);
+        } while (result == ProcessResult.PICTURE_AND_MORE);
     }
 
     private void take(int result, Object[] out, int[] params, Packet packet) {
-        if (result != PICTURE && result != MORE_PICTURES && result != CHANGED_PICTURE) {
+        if (result != ProcessResult.PICTURE && result != ProcessResult.PICTURE_AND_MORE
+                && result != ProcessResult.PICTURE_MODEL_CHANGED) {
             return;
         }
         PictureMemory memory = (PictureMemory) out[0];
         memory.hold();
-        int[] offsets = new int[4];
+        int[] offsets = new int[PictureLayout.PLANES];
         for (int plane = 0; plane < offsets.length; plane++) {
-            offsets[plane] = params[6] + params[7 + plane];
+            offsets[plane] = params[VideoParams.PICTURE_OFFSET] + params[VideoParams.PLANE_OFFSETS + plane];
         }
-        long key = params[13] & 0xFFFFFFFFL | (long) params[14] << 32;
-        PixelFormat pixels = PixelFormat.of(params[18])
-                .orElseThrow(() -> new DecodeException("pictures of FFmpeg's format " + params[18] + " are not in memory"));
-        finished.add(new Picture(memory, pixels, params[16], params[17], offsets, Arrays.copyOfRange(params, 22, 26),
-                new Picture.Details(times.of(key, packet), format.timeBase(), params[19] != 0, params[21] != 0,
-                        params[21] == TOP_FIELD_FIRST, params[28] == FULL_RANGE, new Rational(params[26], params[27]),
-                        params[29])));
+        int number = params[VideoParams.PIXEL_FORMAT];
+        PixelFormat pixels = PixelFormat.of(number)
+                .orElseThrow(() -> new DecodeException("pictures of FFmpeg's format " + number + " are not in memory"));
+        int[] lineSizes = Arrays.copyOfRange(params, VideoParams.LINE_SIZES, VideoParams.LINE_SIZES + offsets.length);
+        finished.add(new Picture(memory, pixels, params[VideoParams.WIDTH], params[VideoParams.HEIGHT], offsets,
+                lineSizes, details(params, packet)));
+    }
+
+    private Picture.Details details(int[] params, Packet packet) {
+        long key = params[VideoParams.PICTURE_TIME_LOW] & 0xFFFFFFFFL
+                | (long) params[VideoParams.PICTURE_TIME_HIGH] << 32;
+        int interlaced = params[VideoParams.INTERLACED];
+        return new Picture.Details(times.of(key, packet), format.timeBase(), params[VideoParams.KEY_PICTURE] != 0,
+                interlaced != Interlacing.PROGRESSIVE, interlaced == Interlacing.TOP_FIELD_FIRST,
+                params[VideoParams.COLOR_RANGE] == ColorRange.FULL,
+                new Rational(params[VideoParams.PIXEL_WIDTH], params[VideoParams.PIXEL_HEIGHT]),
+                params[VideoParams.COLOR_SPACE]);
     }
 }

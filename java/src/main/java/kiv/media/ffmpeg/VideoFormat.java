@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.util.Objects;
 import java.util.regex.Pattern;
+import kiv.media.ffmpeg.natives.VideoFormatLayout;
 
 /**
  * Compressed video as a {@link VideoDecoder} needs to know it. Immutable, for any thread.
@@ -110,12 +111,12 @@ public final class VideoFormat {
 
     /** The format as the native side reads it. */
     int[] toNative() {
-        int[] fields = new int[18];
-        fields[0] = fourcc;
-        fields[4] = width;
-        fields[5] = height;
-        fields[7] = bitCount;
-        fields[13] = extradata.length;
+        int[] fields = new int[VideoFormatLayout.SIZE];
+        fields[VideoFormatLayout.FOURCC] = fourcc;
+        fields[VideoFormatLayout.WIDTH] = width;
+        fields[VideoFormatLayout.HEIGHT] = height;
+        fields[VideoFormatLayout.BITS_PER_PIXEL] = bitCount;
+        fields[VideoFormatLayout.EXTRADATA_LENGTH] = extradata.length;
         return fields;
     }
 

@@ -4,6 +4,7 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.Arrays;
 import java.util.Objects;
+import kiv.media.ffmpeg.natives.AudioFormatLayout;
 
 /**
  * Sound in the terms of a WAVE header: what an {@link AudioDecoder} needs to know of compressed sound, and what a WAV
@@ -174,8 +175,15 @@ public final class WaveFormat {
 
     /** The format as the native side reads it. */
     int[] toNative() {
-        return new int[] {formatTag, channels, sampleRate, bytesPerSecond, blockAlign, bitsPerSample,
-            specificHeader.length};
+        int[] fields = new int[AudioFormatLayout.SIZE];
+        fields[AudioFormatLayout.FORMAT_TAG] = formatTag;
+        fields[AudioFormatLayout.CHANNELS] = channels;
+        fields[AudioFormatLayout.SAMPLE_RATE] = sampleRate;
+        fields[AudioFormatLayout.BYTES_PER_SECOND] = bytesPerSecond;
+        fields[AudioFormatLayout.BLOCK_ALIGN] = blockAlign;
+        fields[AudioFormatLayout.BITS_PER_SAMPLE] = bitsPerSample;
+        fields[AudioFormatLayout.HEADER_LENGTH] = specificHeader.length;
+        return fields;
     }
 
     private static int checked(String name, int value, int lowest, int highest) {

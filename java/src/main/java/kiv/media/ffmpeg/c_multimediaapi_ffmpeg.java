@@ -2,6 +2,17 @@ package kiv.media.ffmpeg;
 
 import java.lang.System.Logger;
 import java.lang.System.Logger.Level;
+import kiv.media.ffmpeg.natives.AudioFormatLayout;
+import kiv.media.ffmpeg.natives.AudioParams;
+import kiv.media.ffmpeg.natives.AudioStatus;
+import kiv.media.ffmpeg.natives.BufferSlots;
+import kiv.media.ffmpeg.natives.ColorModelLayout;
+import kiv.media.ffmpeg.natives.LogLevel;
+import kiv.media.ffmpeg.natives.PictureLayout;
+import kiv.media.ffmpeg.natives.ProcessFlags;
+import kiv.media.ffmpeg.natives.ProcessResult;
+import kiv.media.ffmpeg.natives.VideoFormatLayout;
+import kiv.media.ffmpeg.natives.VideoParams;
 
 /**
  * The native entry points of the library and the methods that it calls back.
@@ -45,11 +56,10 @@ public class c_multimediaapi_ffmpeg {
      *
      * @param context a handle of {@link #n_init}
      * @param subtype the media subtype, a GUID of 36 lower-case characters
-     * @param format 18 integers: 0 four-character code, 4 width, 5 height, 7 bits per pixel, 11 colours,
-     *     13 length of the extradata in bytes, 15 sample size; the others are carried along
-     * @param extradata the codec's private data, at least {@code format[13]} bytes, or null
-     * @param models the acceptable picture formats in order of preference, each an {@code int[7]}: four-character
-     *     code (0 for RGB), bits per pixel, depth, masks of red, green, blue and alpha; null for the library's default
+     * @param format the compressed video, laid out as {@link VideoFormatLayout}
+     * @param extradata the codec's private data, of at least the length that {@code format} says, or null
+     * @param models the acceptable picture formats in order of preference, each an {@code int[]} laid out as
+     *     {@link ColorModelLayout}; null for the library's default
      * @param codec the object given to the allocation callbacks, held until the codec is deleted
      * @return the codec's handle, never 0
      */
@@ -89,20 +99,14 @@ public class c_multimediaapi_ffmpeg {
     public static native String n_vcodec_get_name(long codec);
 
     /**
-     * Decodes one packet and hands out at most one picture.
+     * Decodes one packet and delivers at most one picture.
      *
      * @param codec a codec's handle
-     * @param in the compressed bytes; null only hands out a waiting picture, or with flag 0x100 ends the stream: what
-     *     the decoder holds back comes out
-     * @param out element 0 receives what the allocation callback put into element 3 of its slots
-     * @param params 16 integers. In: 0 offset and 1 length of the packet in bytes, 2 flags (2: discontinuity, 0x100:
-     *     end), 3 and 4 low and high word of the timestamp. Out: 5 kind of array (0 byte, 1 short, 2 int, -1 no
-     *     picture; 4 for a direct buffer, whose elements are bytes), 6 offset of the picture's data in elements, 7 to 10
-     *     offsets of the planes in bytes from there, 11 size in elements, 12 flags, 13 and 14 the picture's timestamp,
-     *     15 an opaque value. A decoder that takes direct buffers tells more of the picture in 16 to 31, if the array is
-     *     as long
-     * @return 0 one picture, 1 one picture and more waiting, 2 none, 4 one picture whose format is new, 8 a decoding
-     *     error
+     * @param in the compressed bytes; null only delivers a waiting picture, or with {@link ProcessFlags#DRAIN} ends
+     *     the stream: what the decoder holds back comes out
+     * @param out element 0 receives what the allocation callback put into {@link BufferSlots#RESULT}
+     * @param params laid out as {@link VideoParams}
+     * @return one of {@link ProcessResult}
      */
     public static native int n_vcodec_process(long codec, byte[] in, Object[] out, int[] params);
 
@@ -117,8 +121,7 @@ public class c_multimediaapi_ffmpeg {
      * Describes the pictures that a decoder gives.
      *
      * @param codec a codec's handle
-     * @return 16 integers (0 and 1 width and height, 2 to 5 line sizes of the planes in bytes, 6 lines allocated,
-     *     8 four-character code, 9 bits per pixel, 10 depth, 11 to 14 masks), or null before a format was chosen
+     * @return a new array, laid out as {@link PictureLayout}, or null before a format was chosen
      */
     public static native int[] n_get_vcodec_dst_format(long codec);
 
@@ -127,9 +130,8 @@ public class c_multimediaapi_ffmpeg {
      * source.
      *
      * @param context a handle of {@link #n_init}
-     * @param format the compressed sound, 7 integers: 0 WAVE format tag, 1 channels, 2 samples a second, 3 bytes a
-     *     second, 4 block align in bytes, 5 bits per sample, 6 length of the specific header in bytes
-     * @param header the specific header, at least {@code format[6]} bytes, or null
+     * @param format the compressed sound, laid out as {@link AudioFormatLayout}
+     * @param header the specific header, of at least the length that {@code format} says, or null
      * @return the codec's handle, or 0 when the decoder does not open
      * @throws RuntimeException when there is no decoder for the format
      */
@@ -141,7 +143,7 @@ public class c_multimediaapi_ffmpeg {
      *
      * @param context a handle of {@link #n_init}
      * @param format the target, as in {@link #n_create_acodec_to_pcm}
-     * @param header the target's specific header, at least {@code format[6]} bytes, or null
+     * @param header the target's specific header, of at least the length that {@code format} says, or null
      * @return the codec's handle, or 0 when the encoder does not open
      * @throws RuntimeException when there is no encoder for the format
      */
@@ -180,19 +182,16 @@ public class c_multimediaapi_ffmpeg {
     public static native String n_acodec_get_name(long codec);
 
     /**
-     * Decodes or encodes a block and hands out everything that is ready. While output of an earlier call waits, no
+     * Decodes or encodes a block and delivers everything that is ready. While output of an earlier call waits, no
      * input is taken. A decoder keeps input that it took but could not decode yet, even where {@code params} tells it
      * as not consumed, so it must not be given again; an encoder wants again what it did not consume.
      *
      * @param codec a codec's handle
      * @param in the compressed bytes or the PCM; null with a length of 0
      * @param out receives the PCM or the compressed packets, one behind the other
-     * @param params 10 integers. In: 0 offset and 1 length of the block in bytes, 2 flags (0x100 with a length of 0,
-     *     for a decoder: decode what is kept and drain), 3 and 4 low and high word of the timestamp, 5 offset and 6 room in
-     *     {@code out} in bytes. Out: 0 and 1 moved by what was consumed, 6 bytes written, 7 flags, 8 and 9 the
-     *     timestamp; when {@code out} is too small 5 is 0 and 6 the bytes needed
-     * @return the sum of 1 the block could not be decoded, 2 not all of it was consumed, or 8 output could not be
-     *     copied and is lost, or 16 {@code out} is too small and nothing was copied
+     * @param params laid out as {@link AudioParams}; with {@link ProcessFlags#DRAIN} and a length of 0 a decoder
+     *     decodes what it keeps and comes to its end
+     * @return the sum of {@link AudioStatus}
      */
     public static native int n_acodec_process(long codec, byte[] in, byte[] out, int[] params);
 
@@ -245,11 +244,11 @@ public class c_multimediaapi_ffmpeg {
     }
 
     /**
-     * Receives one line of the library's log: level 1 becomes ERROR, 5 DEBUG and 6 TRACE. A logger that fails does not
-     * disturb the call that is logged, and what the library logs while a logger is at work on the same thread is dropped,
-     * because a logger may use the library itself.
+     * Receives one line of the library's log: errors become ERROR, what is more than {@link LogLevel#DEBUG} TRACE and
+     * all else DEBUG. A logger that fails does not disturb the call that is logged, and what the library logs while a
+     * logger is at work on the same thread is dropped, because a logger may use the library itself.
      *
-     * @param level the line's level
+     * @param level one of {@link LogLevel}
      * @param line the line, with the nesting depth as leading blanks
      */
     public void print_info(int level, String line) {
@@ -258,7 +257,8 @@ public class c_multimediaapi_ffmpeg {
         }
         LOGGING.set(Boolean.TRUE);
         try {
-            LOGGER.log(level <= 1 ? Level.ERROR : level <= 5 ? Level.DEBUG : Level.TRACE, line);
+            LOGGER.log(level <= LogLevel.ERROR ? Level.ERROR
+                    : level <= LogLevel.DEBUG ? Level.DEBUG : Level.TRACE, line);
         } catch (RuntimeException | Error e) {
             // Thrown on, it would fail the decoding of a picture that is all right.
         } finally {

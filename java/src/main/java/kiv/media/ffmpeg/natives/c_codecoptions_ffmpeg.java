@@ -1,5 +1,7 @@
 package kiv.media.ffmpeg.natives;
 
+import java.lang.annotation.Native;
+
 /**
  * Native settings of a codec beyond what the entry points of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg} take. The
  * same care is needed: handles are not checked.
@@ -38,10 +40,10 @@ public final class c_codecoptions_ffmpeg {
     public static final String BITS_PER_CODED_SAMPLE = "bits_per_coded_sample";
 
     /** FFmpeg prints nothing on the standard error. */
-    public static final int LOG_QUIET = -8;
+    @Native public static final int LOG_QUIET = -8;
 
     /** FFmpeg prints what it cannot decode, and the like, on the standard error: the state after {@code n_init}. */
-    public static final int LOG_ERROR = 16;
+    @Native public static final int LOG_ERROR = 16;
 
     private c_codecoptions_ffmpeg() {
     }

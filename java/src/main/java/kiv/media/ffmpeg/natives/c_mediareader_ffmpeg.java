@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.natives;
 
 import java.io.IOException;
+import java.lang.annotation.Native;
 
 /**
  * The native entry points of the container reader, underneath {@link kiv.media.ffmpeg.MediaReader}. As in
@@ -8,6 +9,9 @@ import java.io.IOException;
  * A stream index out of range raises a {@link RuntimeException}. Absent times are {@link Long#MIN_VALUE}.
  */
 public final class c_mediareader_ffmpeg {
+
+    /** Instead of a stream: a time is in microseconds. */
+    @Native public static final int NO_STREAM = -1;
 
     private c_mediareader_ffmpeg() {
     }
@@ -27,7 +31,7 @@ public final class c_mediareader_ffmpeg {
      * Describes the container.
      *
      * @param reader a handle of {@link #n_reader_open}
-     * @return 0 number of streams, 1 duration and 2 start time in microseconds, 3 bit rate in bits a second (0 unknown)
+     * @return a new array, laid out as {@link ReaderInfo}
      */
     public static native long[] n_reader_get_info(long reader);
 
@@ -44,12 +48,7 @@ public final class c_mediareader_ffmpeg {
      *
      * @param reader a reader's handle
      * @param index the stream, from 0
-     * @return 0 media type (0 video, 1 audio, 2 data, 3 subtitle, -1 unknown), 1 codec identifier of FFmpeg, 2
-     *     four-character code or WAVE format tag, 3 width, 4 height, 5 and 6 average frame rate as a fraction, 7 and 8
-     *     time base in seconds as a fraction, 9 duration and 10 start time in time base units, 11 bit rate, 12 sample
-     *     rate, 13 channels, 14 bits per coded sample, 15 block align, 16 number of frames (0 unknown), 17 and 18
-     *     sample aspect ratio as a fraction, 19 profile, 20 disposition bits, 21 pixel or sample format, 22 whether
-     *     this FFmpeg has a decoder (1) or not (0)
+     * @return a new array, laid out as {@link StreamFields}
      */
     public static native long[] n_reader_get_stream(long reader, int index);
 
@@ -75,8 +74,7 @@ public final class c_mediareader_ffmpeg {
      * Reads the next packet of any stream.
      *
      * @param reader a reader's handle
-     * @param packet at least six elements that are filled: 0 stream, 1 presentation and 2 decoding time and 3 duration
-     *     in the stream's time base, 4 flags (bit 0: key), 5 position in bytes or -1
+     * @param packet at least {@link PacketFields#SIZE} elements, which are filled as {@link PacketFields} says
      * @return the packet's bytes, or null at the end
      * @throws IOException what the source threw
      */
@@ -86,9 +84,9 @@ public final class c_mediareader_ffmpeg {
      * Moves to a place in the container.
      *
      * @param reader a reader's handle
-     * @param stream the stream in whose time base the time is, or -1 for microseconds
+     * @param stream the stream in whose time base the time is, or {@link #NO_STREAM} for microseconds
      * @param timestamp the time
-     * @param flags 1: at or before the time, 4: also between key frames
+     * @param flags the sum of {@link SeekFlags}
      * @throws IOException what the source threw
      * @throws RuntimeException when the container cannot do it
      */

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.natives;
 
 import java.io.IOException;
+import java.lang.annotation.Native;
 import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
 import java.nio.channels.SeekableByteChannel;
@@ -13,8 +14,11 @@ import java.util.Objects;
  */
 public final class c_mediareader_source {
 
+    /** Returned by {@link #m_read} at the end. */
+    @Native public static final int END = -1;
+
     /** Bytes that one call of {@link #m_read} gives at most. */
-    public static final int BUFFER_SIZE = 64 * 1024;
+    @Native public static final int BUFFER_SIZE = 64 * 1024;
 
     /** A channel that gives nothing so many times in a row is not going to give anything. */
     private static final int EMPTY_READS = 1000;
@@ -42,7 +46,7 @@ public final class c_mediareader_source {
      * Reads into the buffer.
      *
      * @param length the most bytes to read, at least 1
-     * @return how many were read, at least 1, or -1 at the end
+     * @return how many were read, at least 1, or {@link #END}
      * @throws IOException what the channel threw, or a complaint about what it returned
      */
     public int m_read(int length) throws IOException {
@@ -114,7 +118,7 @@ public final class c_mediareader_source {
             throw e;
         }
         // A count without bytes would hand out what an earlier read left in the buffer.
-        if (count < -1 || Math.max(count, 0) != buffer.position()) {
+        if (count < END || Math.max(count, 0) != buffer.position()) {
             throw new IOException("the channel says that it read " + count + " bytes, but put " + buffer.position()
                     + " into the buffer");
         }

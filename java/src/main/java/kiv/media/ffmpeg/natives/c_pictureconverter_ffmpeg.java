@@ -1,5 +1,6 @@
 package kiv.media.ffmpeg.natives;
 
+import java.lang.annotation.Native;
 import java.nio.ByteBuffer;
 
 /**
@@ -9,7 +10,7 @@ import java.nio.ByteBuffer;
 public final class c_pictureconverter_ffmpeg {
 
     /** Scaling by cubic curves, as the {@code ffmpeg} program does unless told otherwise. */
-    public static final int BICUBIC = 4;
+    @Native public static final int BICUBIC = 4;
 
     private c_pictureconverter_ffmpeg() {
     }
@@ -19,10 +20,7 @@ public final class c_pictureconverter_ffmpeg {
      *
      * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
      * @param format FFmpeg's number
-     * @return 26 integers (0 number of components, 1 and 2 binary logarithms of the chroma planes' horizontal and
-     *     vertical subsampling, 3 FFmpeg's flags, 4 bits per pixel; from 6 on for each of four components its plane,
-     *     the bytes from one to the next, the first one's place, the bits to shift it right by, and its bits), or null
-     *     when there is no such format
+     * @return a new array, laid out as {@link PixelFormatFields}, or null when there is no such format
      */
     public static native int[] n_pixel_format(long context, int format);
 
@@ -44,9 +42,7 @@ public final class c_pictureconverter_ffmpeg {
     public static native long n_create_converter(long context);
 
     /**
-     * Converts and scales a picture. A place is 13 integers: 0 FFmpeg's number of the pixel format, 1 and 2 width and
-     * height, 3 to 6 where the planes begin in the buffer, 7 to 10 the bytes from one line to the next, 11 FFmpeg's
-     * number of the colour matrix and 12 whether all values are used (1), both for YUV that becomes RGB.
+     * Converts and scales a picture. Its places are laid out as {@link ConverterPlace}.
      *
      * @param converter a converter's handle
      * @param from a direct buffer with the picture; its position and limit are of no account

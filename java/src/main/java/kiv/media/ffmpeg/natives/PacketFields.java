@@ -1,0 +1,31 @@
+package kiv.media.ffmpeg.natives;
+
+import java.lang.annotation.Native;
+
+/** The {@code long[]} that describes a packet of a container, by index. */
+public final class PacketFields {
+
+    /** Elements of the array. */
+    @Native public static final int SIZE = 6;
+
+    /** Index of the stream. */
+    @Native public static final int STREAM = 0;
+
+    /** When it is shown, in the stream's unit of time; {@link Long#MIN_VALUE} when unknown. */
+    @Native public static final int PRESENTATION_TIME = 1;
+
+    /** When it is decoded, in the stream's unit of time; {@link Long#MIN_VALUE} when unknown. */
+    @Native public static final int DECODING_TIME = 2;
+
+    /** How long it lasts, in the stream's unit of time; 0 when unknown. */
+    @Native public static final int DURATION = 3;
+
+    /** The sum of {@link PacketFlags}. */
+    @Native public static final int FLAGS = 4;
+
+    /** Where it begins in the container, in bytes; -1 when unknown. */
+    @Native public static final int POSITION = 5;
+
+    private PacketFields() {
+    }
+}

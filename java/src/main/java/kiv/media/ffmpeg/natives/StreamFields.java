@@ -1,0 +1,82 @@
+package kiv.media.ffmpeg.natives;
+
+import java.lang.annotation.Native;
+
+/** The {@code long[]} that describes a stream of a container, by index. What is not known is 0. */
+public final class StreamFields {
+
+    /** Elements of the array. */
+    @Native public static final int SIZE = 23;
+
+    /** One of {@link MediaType}. */
+    @Native public static final int MEDIA_TYPE = 0;
+
+    /** FFmpeg's number of the codec. */
+    @Native public static final int CODEC_ID = 1;
+
+    /** Four-character code, its first character in the low byte, or WAVE format tag. */
+    @Native public static final int CODEC_TAG = 2;
+
+    /** Width of the pictures in pixels. */
+    @Native public static final int WIDTH = 3;
+
+    /** Height of the pictures in pixels. */
+    @Native public static final int HEIGHT = 4;
+
+    /** Pictures a second on average, numerator. */
+    @Native public static final int FRAME_RATE_NUMERATOR = 5;
+
+    /** Pictures a second on average, denominator. */
+    @Native public static final int FRAME_RATE_DENOMINATOR = 6;
+
+    /** Unit of the stream's times in seconds, numerator. */
+    @Native public static final int TIME_BASE_NUMERATOR = 7;
+
+    /** Unit of the stream's times in seconds, denominator. */
+    @Native public static final int TIME_BASE_DENOMINATOR = 8;
+
+    /** Length in the stream's unit of time; {@link Long#MIN_VALUE} when unknown. */
+    @Native public static final int DURATION = 9;
+
+    /** Where the times begin, in the stream's unit of time; {@link Long#MIN_VALUE} when unknown. */
+    @Native public static final int START_TIME = 10;
+
+    /** Bits a second. */
+    @Native public static final int BIT_RATE = 11;
+
+    /** Samples a second and channel. */
+    @Native public static final int SAMPLE_RATE = 12;
+
+    /** Number of channels. */
+    @Native public static final int CHANNELS = 13;
+
+    /** Bits of a coded sample, or of a pixel for video. */
+    @Native public static final int BITS_PER_CODED_SAMPLE = 14;
+
+    /** Bytes of the smallest unit of coded sound. */
+    @Native public static final int BLOCK_ALIGN = 15;
+
+    /** Number of pictures that the container claims to hold. */
+    @Native public static final int FRAMES = 16;
+
+    /** Width of a pixel in units of its height. */
+    @Native public static final int PIXEL_WIDTH = 17;
+
+    /** Height of a pixel in the same units. */
+    @Native public static final int PIXEL_HEIGHT = 18;
+
+    /** FFmpeg's number of the codec's profile; negative when unknown. */
+    @Native public static final int PROFILE = 19;
+
+    /** The sum of {@link Disposition}, and of other bits of FFmpeg's. */
+    @Native public static final int DISPOSITION = 20;
+
+    /** FFmpeg's number of the pixel format or the sample format; -1 when unknown. */
+    @Native public static final int SAMPLE_FORMAT = 21;
+
+    /** Whether this FFmpeg has a decoder (1) or not (0). */
+    @Native public static final int DECODABLE = 22;
+
+    private StreamFields() {
+    }
+}
