@@ -9,14 +9,6 @@
 #include <string>
 #include <utility>
 
-namespace
-{
-
-constexpr int32_t im_tag_mpeg = 0x50;
-constexpr int32_t im_tag_mp3 = 0x55;
-
-} // namespace
-
 c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src,
                            std::unique_ptr<c_aformat> dsp_dst)
     : c_codec(adsp_ffmpeg, "FFMPEG: audiocodec"),

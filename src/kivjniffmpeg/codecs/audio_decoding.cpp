@@ -14,7 +14,6 @@
 namespace
 {
 
-constexpr int32_t im_tag_gsm610 = 0x31;
 /** So few bytes wait for more, whatever they are. */
 constexpr int in_incomplete = 31;
 /** More than this never waits for a frame to become whole: what looks like its header is none. */

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kivjniffmpeg/context/library_context.h"
+#include "kivjniffmpeg/ffmpeg/abi.h"
 
 #include <cstdint>
 #include <string>
@@ -88,7 +89,7 @@ public:
     bool is_open() const noexcept { return bc_open; }
 
 protected:
-    static constexpr int in_error_not_open = -22; // EINVAL, as FFmpeg writes it
+    static constexpr int in_error_not_open = AVERROR(EINVAL);
 
     /** Ends the call with the exception that a callback or a trace line's receiver left pending. */
     static void throw_if_pending();

@@ -20,7 +20,7 @@ dsd_decoded_picture c_picture_maker::convert(c_avframe &dsp_decoded, AVPixelForm
     return make(dsl_from, iep_format, imp_width, imp_height, [&](AVFrame &dsp_to) {
         // The slice is as high as the output; the source has no more lines than it has. From colours, libswscale
         // crashes when it gets a few lines of many.
-        constexpr int inl_colours = 2 | 32; // AV_PIX_FMT_FLAG_PAL, AV_PIX_FMT_FLAG_RGB
+        constexpr int inl_colours = AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_RGB;
         const bool bl_whole = (g_avutil.av_pix_fmt_desc_get(dsp_decoded.pixel_format())->flags & inl_colours) != 0;
         const int inl_lines = bl_whole ? dsl_from.height : std::min(imp_height, dsl_from.height);
         g_swscale.sws_scale(adsl_sws, dsl_from.data, dsl_from.linesize, 0, inl_lines, dsp_to.data, dsp_to.linesize);

@@ -7,7 +7,6 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -35,8 +34,8 @@ bool is_known_format(const char *strp_name)
 
 std::string error_text(int inp_error)
 {
-    if (inp_error == -1)
-        return "no reason given"; // its text would be that of EPERM, but FFmpeg's readers just say -1
+    if (inp_error == AVERROR(EPERM))
+        return "no reason given"; // EPERM's number, but FFmpeg's readers just say -1
     char byrl_text[128];
     if (g_avutil.av_strerror == nullptr || g_avutil.av_strerror(inp_error, byrl_text, sizeof byrl_text) < 0)
         return "error " + std::to_string(inp_error);
@@ -199,9 +198,9 @@ bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
         dsc_source.check(dsp_env);
         iml_idle = ull_reads == dsc_source.reads() ? iml_idle + 1 : 0;
         ull_reads = dsc_source.reads();
-    } while (inl_result == -EAGAIN && iml_idle < im_idle_limit);
+    } while (inl_result == AVERROR(EAGAIN) && iml_idle < im_idle_limit);
     // FFmpeg's reader of AMR calls the end of its file a failed read.
-    if (inl_result == AVERROR_EOF || (inl_result == -EIO && dsc_source.at_end()))
+    if (inl_result == AVERROR_EOF || (inl_result == AVERROR(EIO) && dsc_source.at_end()))
         return false;
     if (inl_result < 0)
         throw_ffmpeg_exception(2612, "reading packet failed: ", error_text(inl_result));
@@ -219,13 +218,9 @@ bool c_mediareader::has_exact_time_bases() const noexcept
     if (std::ranges::any_of(dsl_streams, [](const AVStream *adsp_stream) { return adsp_stream->priv_data == nullptr; }))
         return true;
     return std::ranges::all_of(dsl_streams, [](const AVStream *adsp_stream) {
-        // What the reader keeps of a stream's header: a frame's offset, three integers, then the unit of time.
-        std::array<uint32_t, 2> auml_unit{};
-        constexpr size_t uml_offset = 20;
-        std::memcpy(auml_unit.data(), static_cast<const uint8_t *>(adsp_stream->priv_data) + uml_offset,
-                    sizeof auml_unit);
+        const auto &dsl_header = *static_cast<const AVIStream *>(adsp_stream->priv_data);
         const double fll_base = static_cast<double>(adsp_stream->time_base.num) / adsp_stream->time_base.den;
-        return std::abs(fll_base - static_cast<double>(auml_unit[0]) / auml_unit[1]) < fll_base * 1e-8;
+        return std::abs(fll_base - static_cast<double>(dsl_header.scale) / dsl_header.rate) < fll_base * 1e-8;
     });
 }
 

@@ -125,11 +125,11 @@ int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence
         const int inl_whence = inp_whence & ~AVSEEK_FORCE;
         if (inl_whence == AVSEEK_SIZE) {
             const int64_t ill_size = dsp_source.ask_size(dsp_env);
-            return ill_size < 0 ? -ENOSYS : ill_size;
+            return ill_size < 0 ? AVERROR(ENOSYS) : ill_size;
         }
         // FFmpeg knows where it is, and asks for the end only when there is no size.
         if (inl_whence != SEEK_SET || ilp_offset < 0)
-            return -EINVAL;
+            return AVERROR(EINVAL);
         return dsp_source.move(dsp_env, ilp_offset);
     });
 }

@@ -11,6 +11,7 @@
  */
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 
@@ -122,7 +123,6 @@ inline constexpr int CODEC_FLAG_EMU_EDGE = 0x4000;      /**< the decoder needs n
 inline constexpr int FF_BUFFER_TYPE_USER = 2;           /**< the buffer came from our callback */
 inline constexpr int FF_COMPLIANCE_EXPERIMENTAL = -2;   /**< experimental encoders may open */
 inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that FFmpeg wants behind its input */
-inline constexpr int SWS_FAST_BILINEAR = 1;
 inline constexpr int CODEC_FLAG2_SKIP_MANUAL = 1 << 29; /**< samples that packets call superfluous stay */
 inline constexpr int AVFMT_FLAG_CUSTOM_IO = 0x80; /**< pb is the caller's and stays when the container is closed */
 inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< packets get no side data appended to their bytes */
@@ -130,8 +130,38 @@ inline constexpr int AVSEEK_SIZE = 0x10000;               /**< a seek callback i
 inline constexpr int AVSEEK_FORCE = 0x20000;              /**< or-ed to a seek callback's whence */
 inline constexpr int AVSEEK_FLAG_BACKWARD = 1;            /**< seek to a place at or before the time */
 inline constexpr int AVSEEK_FLAG_ANY = 4;                 /**< seek to places between key frames too */
+
+// Errors.
 inline constexpr int AVERROR_EOF = -541478725;
 inline constexpr int AVERROR_EXIT = -1414092869;
+/** FFmpeg's form of an error of the operating system. */
+constexpr int AVERROR(int inp_errno) noexcept
+{
+    return -inp_errno;
+}
+static_assert(AVERROR(EINVAL) == -22);
+
+// AVPixFmtDescriptor::flags
+inline constexpr int AV_PIX_FMT_FLAG_BE = 1;         /**< big-endian */
+inline constexpr int AV_PIX_FMT_FLAG_PAL = 2;        /**< pixels are indices into a palette, the second plane */
+inline constexpr int AV_PIX_FMT_FLAG_RGB = 32;       /**< not YUV */
+inline constexpr int AV_PIX_FMT_FLAG_PSEUDOPAL = 64; /**< has a palette that nothing needs */
+inline constexpr int AVPALETTE_SIZE = 1024;          /**< bytes of 256 colours of 32 bits */
+
+// How libswscale scales.
+inline constexpr int SWS_FAST_BILINEAR = 1;
+inline constexpr int SWS_BILINEAR = 2;
+inline constexpr int SWS_POINT = 0x10;
+inline constexpr int SWS_SPLINE = 0x400;
+/** All ways to scale, of which one is set; FFmpeg has no name for them. */
+inline constexpr int in_sws_filters = 2 * SWS_SPLINE - SWS_FAST_BILINEAR;
+
+// Channel layouts.
+inline constexpr uint64_t AV_CH_LAYOUT_MONO = 0x4;
+inline constexpr uint64_t AV_CH_LAYOUT_STEREO = 0x3;
+inline constexpr uint64_t AV_CH_LAYOUT_QUAD = 0x33;
+inline constexpr uint64_t AV_CH_LAYOUT_5POINT1 = 0x60F;
+inline constexpr uint64_t AV_CH_LAYOUT_7POINT1 = 0x63F;
 
 struct AVCodecContext;
 struct AVFrame;
@@ -214,6 +244,11 @@ struct AVPacketSideData
     int type;
 };
 inline constexpr int AV_PKT_DATA_PALETTE = 0; /**< 256 colours of 32 bits */
+
+// Side data that is merged into a packet's bytes: for each element its bytes, its size in 32 bits and its type in 8, then
+// the marker in 64 bits, all big-endian. Private to libavcodec (avpacket.c).
+inline constexpr uint64_t FF_MERGE_MARKER = 0x8C4D9D108E25E9FE;
+inline constexpr int in_first_side_data = 0x80; /**< or-ed to the type of the first element, which is read last */
 
 /** One compressed packet. The library allocates it with av_malloc, so the size is pinned too. */
 struct AVPacket
@@ -377,6 +412,17 @@ struct AVFormatContext
     int flags;
 };
 
+/**
+ * What FFmpeg's AVI reader keeps in AVStream::priv_data; front part only. The structure is private to the reader
+ * (avidec.c), and 2.5 to 2.8 have it alike.
+ */
+struct AVIStream
+{
+    uint8_t autc_gap0[20]; // the frame's offset in 64 bits, then three integers of 32
+    uint32_t scale;        /**< the unit of time of the stream's header: scale / rate seconds */
+    uint32_t rate;
+};
+
 // The layout that the binaries have; a slip in a gap above does not compile.
 static_assert(offsetof(AVRational, num) == 0);
 static_assert(offsetof(AVRational, den) == 4);
@@ -500,6 +546,8 @@ static_assert(offsetof(AVStream, disposition) == 80);
 static_assert(offsetof(AVStream, discard) == 84);
 static_assert(offsetof(AVStream, sample_aspect_ratio) == 88);
 static_assert(offsetof(AVStream, avg_frame_rate) == 104);
+static_assert(offsetof(AVIStream, scale) == 20);
+static_assert(offsetof(AVIStream, rate) == 24);
 static_assert(offsetof(AVFormatContext, iformat) == 8);
 static_assert(offsetof(AVFormatContext, pb) == 32);
 static_assert(offsetof(AVFormatContext, nb_streams) == 44);

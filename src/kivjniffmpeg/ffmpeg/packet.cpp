@@ -16,22 +16,23 @@ namespace
 /** Side data of a kind that there is not: with some already, FFmpeg does not look for more in the bytes. */
 AVPacketSideData g_no_side_data{nullptr, 0, INT_MAX};
 
-/** What FFmpeg writes behind a palette that is all of the side data: its size, its kind, the mark. */
-constexpr size_t um_palette_size = size_t{256} * 4;
-constexpr std::array<uint8_t, 13> aut_palette_trailer{0,
-                                                      0,
-                                                      um_palette_size >> 8,
-                                                      um_palette_size & 0xFF,
-                                                      0x80 | AV_PKT_DATA_PALETTE,
-                                                      0x8C,
-                                                      0x4D,
-                                                      0x9D,
-                                                      0x10,
-                                                      0x8E,
-                                                      0x25,
-                                                      0xE9,
-                                                      0xFE};
-constexpr size_t um_mark_size = 8;
+/** Writes a number big-endian. */
+constexpr void put(uint64_t ulp_value, std::span<uint8_t> utp_to)
+{
+    for (auto dsl_byte = utp_to.rbegin(); dsl_byte != utp_to.rend(); ++dsl_byte, ulp_value >>= 8)
+        *dsl_byte = static_cast<uint8_t>(ulp_value);
+}
+
+/** What FFmpeg writes behind a palette that is all of the side data: its size, its type, the marker. */
+constexpr size_t ul_palette_size = AVPALETTE_SIZE;
+constexpr size_t ul_mark_size = sizeof FF_MERGE_MARKER;
+constexpr auto ut_palette_trailer = [] {
+    std::array<uint8_t, 5 + ul_mark_size> utl_trailer{};
+    put(AVPALETTE_SIZE, std::span(utl_trailer).first(4));
+    utl_trailer[4] = in_first_side_data | AV_PKT_DATA_PALETTE;
+    put(FF_MERGE_MARKER, std::span(utl_trailer).last(ul_mark_size));
+    return utl_trailer;
+}();
 
 bool ends_in(std::span<const uint8_t> utp_bytes, std::span<const uint8_t> utp_end)
 {
@@ -66,8 +67,8 @@ void c_avpacket::initialise() noexcept
 void c_avpacket::guard_side_data() noexcept
 {
     const std::span utl_bytes(data(), static_cast<size_t>(size()));
-    if (!ends_in(utl_bytes, std::span(aut_palette_trailer).last(um_mark_size)) ||
-        (ends_in(utl_bytes, aut_palette_trailer) && utl_bytes.size() >= um_palette_size + aut_palette_trailer.size()))
+    if (!ends_in(utl_bytes, std::span(ut_palette_trailer).last(ul_mark_size)) ||
+        (ends_in(utl_bytes, ut_palette_trailer) && utl_bytes.size() >= ul_palette_size + ut_palette_trailer.size()))
         return;
     adsc_packet->side_data = &g_no_side_data;
     adsc_packet->side_data_elems = 1;
@@ -77,10 +78,10 @@ void c_avpacket::append_palette()
 {
     for (int inl_index = 0; inl_index < adsc_packet->side_data_elems; ++inl_index) {
         const AVPacketSideData &dsl_data = adsc_packet->side_data[inl_index];
-        if (dsl_data.type != AV_PKT_DATA_PALETTE || dsl_data.size != um_palette_size)
+        if (dsl_data.type != AV_PKT_DATA_PALETTE || dsl_data.size != ul_palette_size)
             continue;
-        std::array<uint8_t, um_palette_size + aut_palette_trailer.size()> autl_palette{};
-        std::ranges::copy(aut_palette_trailer, std::copy_n(dsl_data.data, um_palette_size, autl_palette.begin()));
+        std::array<uint8_t, ul_palette_size + ut_palette_trailer.size()> autl_palette{};
+        std::ranges::copy(ut_palette_trailer, std::copy_n(dsl_data.data, ul_palette_size, autl_palette.begin()));
         c_avpacket dsl_palette;
         dsl_palette.set_data(autl_palette.data());
         dsl_palette.set_size(static_cast<int>(autl_palette.size()));

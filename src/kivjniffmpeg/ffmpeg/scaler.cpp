@@ -6,9 +6,6 @@
 namespace
 {
 
-constexpr int in_filters = 0x7FF; // SWS_FAST_BILINEAR to SWS_SPLINE
-constexpr int in_bilinear = 0x002;
-constexpr int in_point = 0x010;
 /** With so few rows, libswscale crashes when it makes another number of rows of them by cubic curves. */
 constexpr int im_too_few_rows = 4;
 /**
@@ -20,9 +17,9 @@ constexpr int im_too_few_columns = 4;
 int safe_flags(int inp_flags, int imp_src_height, int imp_dst_width, int imp_dst_height)
 {
     if ((inp_flags & SWS_FAST_BILINEAR) != 0)
-        return imp_dst_width <= im_too_few_columns ? (inp_flags & ~in_filters) | in_point : inp_flags;
+        return imp_dst_width <= im_too_few_columns ? (inp_flags & ~in_sws_filters) | SWS_POINT : inp_flags;
     return imp_src_height <= im_too_few_rows && imp_dst_height != imp_src_height
-               ? (inp_flags & ~in_filters) | in_bilinear
+               ? (inp_flags & ~in_sws_filters) | SWS_BILINEAR
                : inp_flags;
 }
 

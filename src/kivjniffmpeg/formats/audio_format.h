@@ -16,6 +16,9 @@
 /** WAVE format tags that the code itself names; audio_format_tables.cpp has them all. */
 inline constexpr int32_t im_tag_pcm = 1;
 inline constexpr int32_t im_tag_float = 3;
+inline constexpr int32_t im_tag_gsm610 = 0x31;
+inline constexpr int32_t im_tag_mpeg = 0x50;
+inline constexpr int32_t im_tag_mp3 = 0x55;
 
 /** The table: WAVE format tag to codec, AV_CODEC_ID_NONE for a tag that has none. */
 AVCodecID format_tag2codecid(int32_t imp_format_tag);

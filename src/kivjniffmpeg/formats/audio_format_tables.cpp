@@ -56,15 +56,15 @@ uint64_t channel_layout_of(int32_t imp_channels)
 {
     switch (imp_channels) {
     case 1:
-        return 0x4; // mono
+        return AV_CH_LAYOUT_MONO;
     case 2:
-        return 0x3; // stereo
+        return AV_CH_LAYOUT_STEREO;
     case 4:
-        return 0x33; // front and back pairs
+        return AV_CH_LAYOUT_QUAD;
     case 6:
-        return 0x60F; // 5.1, side
+        return AV_CH_LAYOUT_5POINT1;
     case 8:
-        return 0x63F; // 7.1
+        return AV_CH_LAYOUT_7POINT1;
     default:
         return 0;
     }

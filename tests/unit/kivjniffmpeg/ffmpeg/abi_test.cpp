@@ -1,9 +1,10 @@
-// What ffmpeg_abi.h says, asked of the libraries that are loaded: their own option tables, names and fresh objects.
+// What abi.h says, asked of the libraries that are loaded: their own option tables, names and fresh objects.
 
 #include "support/real_ffmpeg.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -108,6 +109,52 @@ TEST_F(abi, option_tables_have_the_fields_where_the_header_has_them)
     EXPECT_EQ(dsl_constants.at("skip_manual").ilc_default, CODEC_FLAG2_SKIP_MANUAL);
     EXPECT_EQ(dsl_constants.at("truncated").ilc_default, CODEC_FLAG_TRUNCATED);
     EXPECT_EQ(dsl_constants.at("experimental").ilc_default, FF_COMPLIANCE_EXPERIMENTAL);
+    const AVClass *adsl_scaler = ffmpeg_function<const AVClass *()>(g_swscale.avc_handle, "sws_get_class")();
+    const auto dsl_scaling = options_of(adsl_scaler, true);
+    EXPECT_EQ(dsl_scaling.at("fast_bilinear").ilc_default, SWS_FAST_BILINEAR);
+    EXPECT_EQ(dsl_scaling.at("bilinear").ilc_default, SWS_BILINEAR);
+    EXPECT_EQ(dsl_scaling.at("neighbor").ilc_default, SWS_POINT);
+    EXPECT_EQ(dsl_scaling.at("spline").ilc_default, SWS_SPLINE);
+    int64_t ill_filters = 0;
+    for (const char *strl_name : {"fast_bilinear", "bilinear", "bicubic", "experimental", "neighbor", "area",
+                                  "bicublin", "gauss", "sinc", "lanczos", "spline"})
+        ill_filters |= dsl_scaling.at(strl_name).ilc_default;
+    EXPECT_EQ(ill_filters, in_sws_filters);
+}
+
+TEST_F(abi, side_data_is_merged_as_the_header_says)
+{
+    AVPacket dsl_packet;
+    ASSERT_EQ((avcodec<int(AVPacket *, int)>("av_new_packet")(&dsl_packet, 1)), 0);
+    avcodec<uint8_t *(AVPacket *, int, int)>("av_packet_new_side_data")(&dsl_packet, AV_PKT_DATA_PALETTE,
+                                                                        AVPALETTE_SIZE);
+    ASSERT_EQ(avcodec<int(AVPacket *)>("av_packet_merge_side_data")(&dsl_packet), 1);
+    ASSERT_EQ(dsl_packet.size, 1 + AVPALETTE_SIZE + 4 + 1 + 8);
+    const uint8_t *autl_type = dsl_packet.data + dsl_packet.size - 9;
+    EXPECT_EQ(*autl_type, in_first_side_data | AV_PKT_DATA_PALETTE);
+    uint64_t ull_marker = 0;
+    for (int inl_byte = 1; inl_byte <= 8; ++inl_byte)
+        ull_marker = ull_marker << 8 | autl_type[inl_byte];
+    EXPECT_EQ(ull_marker, FF_MERGE_MARKER);
+    g_avcodec.av_free_packet(&dsl_packet);
+}
+
+TEST_F(abi, avi_streams_keep_their_unit_of_time)
+{
+    const char *strl_directory = std::getenv("KIV_STREAMS_DIR");
+    ASSERT_NE(strl_directory, nullptr);
+    AVFormatContext *adsl_format = nullptr;
+    const std::string strl_file = std::string(strl_directory) + "/mpeg4_mp3.avi";
+    ASSERT_EQ(g_avformat.avformat_open_input(&adsl_format, strl_file.c_str(), nullptr, nullptr), 0);
+    ASSERT_GE(adsl_format->nb_streams, 2U);
+    for (unsigned int unl_stream = 0; unl_stream < adsl_format->nb_streams; ++unl_stream) {
+        const AVStream &dsl_stream = *adsl_format->streams[unl_stream];
+        const auto &dsl_header = *static_cast<const AVIStream *>(dsl_stream.priv_data);
+        EXPECT_NE(dsl_header.scale, 0U);
+        EXPECT_EQ(int64_t{dsl_header.scale} * dsl_stream.time_base.den,
+                  int64_t{dsl_header.rate} * dsl_stream.time_base.num);
+    }
+    g_avformat.avformat_close_input(&adsl_format);
 }
 
 // Fields without options: objects that FFmpeg made show what it put where.
@@ -232,6 +279,22 @@ TEST_F(abi, numbers_have_the_names_that_the_header_gives_them)
     EXPECT_EQ(dsl_uyvy.comp[0].step_minus1 + 1, 2);
     EXPECT_EQ(dsl_uyvy.comp[0].offset_plus1, 2);
 
+    const auto flags_of = [](const char *strp_name) {
+        return g_avutil.av_pix_fmt_desc_get(avutil<AVPixelFormat(const char *)>("av_get_pix_fmt")(strp_name))->flags;
+    };
+    EXPECT_EQ(flags_of("rgb565be"), AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_RGB);
+    EXPECT_EQ(flags_of("rgb565le"), AV_PIX_FMT_FLAG_RGB);
+    EXPECT_EQ(flags_of("gray"), AV_PIX_FMT_FLAG_PSEUDOPAL);
+    EXPECT_TRUE(flags_of("pal8") & AV_PIX_FMT_FLAG_PAL);
+
+    const std::pair<uint64_t, const char *> dsl_layouts[] = {{AV_CH_LAYOUT_MONO, "mono"},
+                                                             {AV_CH_LAYOUT_STEREO, "stereo"},
+                                                             {AV_CH_LAYOUT_QUAD, "FL+FR+BL+BR"},
+                                                             {AV_CH_LAYOUT_5POINT1, "5.1(side)"},
+                                                             {AV_CH_LAYOUT_7POINT1, "7.1"}};
+    for (const auto &[ull_layout, strl_name] : dsl_layouts)
+        EXPECT_EQ(avutil<uint64_t(const char *)>("av_get_channel_layout")(strl_name), ull_layout) << strl_name;
+
     const std::pair<AVSampleFormat, std::string> dsl_sample_formats[] = {
         {AV_SAMPLE_FMT_U8, "u8"},     {AV_SAMPLE_FMT_S16, "s16"},   {AV_SAMPLE_FMT_S32, "s32"},
         {AV_SAMPLE_FMT_FLT, "flt"},   {AV_SAMPLE_FMT_DBL, "dbl"},   {AV_SAMPLE_FMT_U8P, "u8p"},
@@ -266,6 +329,8 @@ TEST_F(abi, numbers_have_the_names_that_the_header_gives_them)
     EXPECT_STREQ(byrl_text, "End of file");
     g_avutil.av_strerror(AVERROR_EXIT, byrl_text, sizeof byrl_text);
     EXPECT_STREQ(byrl_text, "Immediate exit requested");
+    g_avutil.av_strerror(AVERROR(EINVAL), byrl_text, sizeof byrl_text);
+    EXPECT_STREQ(byrl_text, std::strerror(EINVAL));
 }
 
 } // namespace
