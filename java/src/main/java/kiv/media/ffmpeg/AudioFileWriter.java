@@ -17,6 +17,8 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
 import java.util.UUID;
+import kiv.media.ffmpeg.headers.AdtsHeader;
+import kiv.media.ffmpeg.headers.WaveFileHeader;
 
 /**
  * Writes a file of sound. It is written under another name beside its place, which it takes when {@link #finish} is
@@ -43,7 +45,7 @@ public final class AudioFileWriter implements AutoCloseable {
     private final WaveFormat format;
     private final AudioContainer container;
     private final AdtsHeader adts;
-    private final WaveHeader header;
+    private final WaveFileHeader header;
     private long written;
     private boolean closed;
     /** Something was left half-written. */
@@ -56,7 +58,8 @@ public final class AudioFileWriter implements AutoCloseable {
         boolean inAdts = format.formatTag() == WaveFormatTags.AAC
                 && (container == AudioContainer.ADTS || container == AudioContainer.WAV);
         this.adts = inAdts ? AdtsHeader.of(format.specificHeader()) : null;
-        this.header = container == AudioContainer.WAV ? new WaveHeader(inAdts ? inAdts(format) : format) : null;
+        this.header = container == AudioContainer.WAV
+                ? new WaveFileHeader((inAdts ? inAdts(format) : format).toBytes()) : null;
         // A name of our own making, because files for temporary use are closed to other users; it is
         // short, because the file's own may be as long as names can be.
         this.aside = file.resolveSibling("." + UUID.randomUUID() + ".part");

@@ -1,8 +1,10 @@
 package kiv.media.ffmpeg;
 
-import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.List;
+import kiv.media.ffmpeg.loading.FfmpegDirectory;
+import kiv.media.ffmpeg.loading.LibraryProperties;
+import kiv.media.ffmpeg.loading.LoadingException;
+import kiv.media.ffmpeg.loading.NativeLibrary;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
@@ -33,16 +35,11 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 public final class FfmpegLibrary {
 
     /** The system property with the path of the native library. */
-    public static final String LIBRARY_PROPERTY = "kiv.media.ffmpeg.library";
+    public static final String LIBRARY_PROPERTY = LibraryProperties.LIBRARY;
     /** The system property with the directory of FFmpeg's libraries. */
-    public static final String DIRECTORY_PROPERTY = "kiv.media.ffmpeg.dir";
+    public static final String DIRECTORY_PROPERTY = LibraryProperties.DIRECTORY;
     /** The system property with the directory into which libraries are unpacked. */
-    public static final String CACHE_PROPERTY = "kiv.media.ffmpeg.cache";
-
-    /** FFmpeg's libraries. The first two come first because the others find them only when they are loaded already. */
-    static final List<String> LIBRARIES = List.of("libavutil.so.54", "libswresample.so.1", "libavcodec.so.56",
-            "libavformat.so.56", "libswscale.so.3");
-    private static final int PRELOADED = 2;
+    public static final String CACHE_PROPERTY = LibraryProperties.CACHE;
 
     /** The level is stored by the library but filters nothing. */
     private static final int LOG_LEVEL = 5;
@@ -92,7 +89,11 @@ public final class FfmpegLibrary {
         if (nativesLoaded) {
             return;
         }
-        NativeLibrary.load();
+        try {
+            NativeLibrary.load();
+        } catch (LoadingException e) {
+            throw reported(e);
+        }
         nativesLoaded = true;
     }
 
@@ -103,7 +104,14 @@ public final class FfmpegLibrary {
      * @throws LibraryException when there is none
      */
     public static synchronized Path directory() {
-        return loadedDirectory != null ? loadedDirectory : FfmpegDirectory.find();
+        if (loadedDirectory != null) {
+            return loadedDirectory;
+        }
+        try {
+            return FfmpegDirectory.find();
+        } catch (LoadingException e) {
+            throw reported(e);
+        }
     }
 
     /**
@@ -115,18 +123,10 @@ public final class FfmpegLibrary {
      * @throws LibraryException when a file is missing or does not load
      */
     public static void preload(Path directory) {
-        Path absolute = directory.toAbsolutePath().normalize();
-        for (String name : LIBRARIES) {
-            if (!Files.isRegularFile(absolute.resolve(name))) {
-                throw new LibraryException("no " + name + " in the FFmpeg directory " + absolute);
-            }
-        }
-        for (String name : LIBRARIES.subList(0, PRELOADED)) {
-            try {
-                System.load(absolute.resolve(name).toString());
-            } catch (UnsatisfiedLinkError e) {
-                throw new LibraryException("cannot load FFmpeg: " + e.getMessage() + PackagedFiles.hint(e), e);
-            }
+        try {
+            FfmpegDirectory.preload(directory.toAbsolutePath().normalize());
+        } catch (LoadingException e) {
+            throw reported(e);
         }
     }
 
@@ -143,7 +143,7 @@ public final class FfmpegLibrary {
             // What failed inside the native library fails for good: it tries FFmpeg once in a process.
             throw new LibraryException(failure.getMessage(), failure);
         }
-        Path directory = wanted != null ? wanted : FfmpegDirectory.find();
+        Path directory = wanted != null ? wanted : directory();
         loadNatives();
         preload(directory);
         try {
@@ -158,6 +158,10 @@ public final class FfmpegLibrary {
             // What FFmpeg cannot decode is told by exceptions, not on the program's standard error.
             c_codecoptions_ffmpeg.n_set_log_level(context, c_codecoptions_ffmpeg.LOG_QUIET);
         }
+    }
+
+    private static LibraryException reported(LoadingException e) {
+        return new LibraryException(e.getMessage(), e.getCause());
     }
 
     /** Every line costs a string and a call, some for each packet: nobody gets them unless somebody looks. */

@@ -6,6 +6,7 @@ import java.nio.file.Path;
 import java.util.OptionalLong;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
+import kiv.media.ffmpeg.headers.WaveFileLength;
 
 /**
  * Opens the sound of media for JavaSound: as PCM of 16 bits, signed, little-endian, the samples of a frame one after
@@ -84,7 +85,8 @@ public final class MediaAudio {
             try {
                 // The reader goes on where it is.
                 long position = channel.position();
-                OptionalLong frames = WaveFileLength.frames(channel, decoder.format());
+                WaveFormat format = decoder.format();
+                OptionalLong frames = WaveFileLength.frames(channel, format.formatTag(), format.channels());
                 channel.position(position);
                 return stream(reader, decoder, true, frames.orElse(AudioSystem.NOT_SPECIFIED));
             } catch (Throwable e) {

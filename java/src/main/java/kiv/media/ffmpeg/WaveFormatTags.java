@@ -3,6 +3,7 @@ package kiv.media.ffmpeg;
 import java.util.List;
 import java.util.Objects;
 import java.util.OptionalInt;
+import kiv.media.ffmpeg.headers.WaveTags;
 
 /**
  * The format tags of WAVE headers by which the library knows compressed sound. It decodes these and no others.
@@ -17,15 +18,15 @@ import java.util.OptionalInt;
 public final class WaveFormatTags {
 
     /** PCM of 16 bits. */
-    public static final int PCM = 0x0001;
+    public static final int PCM = WaveTags.PCM;
     /** ADPCM of Microsoft. */
     public static final int ADPCM_MS = 0x0002;
     /** PCM in floating-point numbers of 32 bits. */
-    public static final int FLOAT = 0x0003;
+    public static final int FLOAT = WaveTags.FLOAT;
     /** PCM of 8 bits with the A-law. */
-    public static final int ALAW = 0x0006;
+    public static final int ALAW = WaveTags.ALAW;
     /** PCM of 8 bits with the mu-law. */
-    public static final int MULAW = 0x0007;
+    public static final int MULAW = WaveTags.MULAW;
     /** ADPCM of the IMA. */
     public static final int ADPCM_IMA = 0x0011;
     /** ADPCM of Yamaha. */

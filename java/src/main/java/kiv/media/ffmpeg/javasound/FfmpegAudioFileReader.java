@@ -190,7 +190,7 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
         }
         FileChannel channel = new FileInputStream(file).getChannel();
         try {
-            if (!Signatures.mayBeOurs(Channels.newInputStream(channel))) {
+            if (!MediaFilter.mayBeOurs(Channels.newInputStream(channel))) {
                 throw notOurs();
             }
             return open(channel);
@@ -206,7 +206,7 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
             throw new UnsupportedAudioFileException("a stream without mark and reset is not looked at");
         }
         stream.mark(MARK_LIMIT);
-        boolean perhaps = Signatures.mayBeOurs(stream);
+        boolean perhaps = MediaFilter.mayBeOurs(stream);
         stream.reset();
         if (!perhaps) {
             throw notOurs();

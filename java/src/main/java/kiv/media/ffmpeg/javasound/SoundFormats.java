@@ -35,8 +35,6 @@ final class SoundFormats {
 
     private static final Map<String, AudioFileFormat.Type> TYPES = Map.of(
             "wav", AudioFileFormat.Type.WAVE,
-            "aiff", AudioFileFormat.Type.AIFC,
-            "au", AudioFileFormat.Type.AU,
             "mov", new AudioFileFormat.Type("MP4", "mp4"),
             "matroska", new AudioFileFormat.Type("MATROSKA", "mkv"),
             "mpeg", new AudioFileFormat.Type("MPEG", "mpg"),

@@ -1,12 +1,12 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.headers;
 
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 
-/** What stands before the sound in a WAV file. Its size does not depend on the lengths in it. */
-final class WaveHeader {
+/** The bytes before the sound in a WAV file. Their number does not depend on the lengths that they contain. */
+public final class WaveFileHeader {
 
     private static final int PCM_FORMAT_SIZE = 16;
     private static final int CHUNK_SIZE = 8;
@@ -16,28 +16,37 @@ final class WaveHeader {
     private final boolean pcm;
     private final int size;
 
-    /** @param format the sound's format */
-    WaveHeader(WaveFormat format) {
-        byte[] header = format.toBytes();
-        this.pcm = format.formatTag() == WaveFormatTags.PCM;
-        // The length of nothing is left out for PCM, as every program knows it.
-        this.format = pcm ? Arrays.copyOf(header, PCM_FORMAT_SIZE) : header;
+    /**
+     * A header.
+     *
+     * @param format the sound's WAVE format header: 18 bytes, little-endian, and behind them the specific ones
+     */
+    public WaveFileHeader(byte[] format) {
+        this.pcm = ByteBuffer.wrap(format).order(ByteOrder.LITTLE_ENDIAN).getShort(0) == WaveTags.PCM;
+        // PCM has no specific bytes, and every program knows it without their number, 0.
+        this.format = pcm ? Arrays.copyOf(format, PCM_FORMAT_SIZE) : format.clone();
         this.size = CHUNK_SIZE + Integer.BYTES + CHUNK_SIZE + even(this.format.length)
                 + (pcm ? 0 : CHUNK_SIZE + Integer.BYTES) + CHUNK_SIZE;
     }
 
-    /** Whether the lengths of so many bytes of sound fit into the header. */
-    boolean hasRoomFor(long bytes) {
+    /**
+     * Whether the header can say how long a sound is.
+     *
+     * @param bytes length of the sound in bytes
+     * @return whether the file's size stays below 4 GiB
+     */
+    public boolean hasRoomFor(long bytes) {
         return size + bytes <= LARGEST;
     }
 
     /**
-     * The header.
+     * Makes the header.
      *
      * @param bytes length of the sound in bytes
      * @param frames length of the sound in samples of a channel
+     * @return the bytes
      */
-    byte[] toBytes(long bytes, long frames) {
+    public byte[] toBytes(long bytes, long frames) {
         ByteBuffer header = ByteBuffer.allocate(size).order(ByteOrder.LITTLE_ENDIAN);
         header.put(ascii("RIFF")).putInt((int) (size - CHUNK_SIZE + bytes + bytes % 2)).put(ascii("WAVE"));
         header.put(ascii("fmt ")).putInt(format.length).put(format).position(header.position() + format.length % 2);

@@ -1,10 +1,10 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.loading;
 
 import java.nio.file.Path;
 import java.util.List;
 
 /** Finds and loads the native library. */
-final class NativeLibrary {
+public final class NativeLibrary {
 
     private static final String FILE = "libkivjniffmpeg.so";
     /** Where the natives jar keeps it: no module can hide it there, because this is no name of a Java package. */
@@ -16,12 +16,12 @@ final class NativeLibrary {
     /**
      * Loads it from the file that a property names, else out of the natives jar, else from {@code java.library.path}.
      *
-     * @throws LibraryException when it is not found or does not load
+     * @throws LoadingException when it is not found or does not load
      */
-    static void load() {
-        String named = System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY);
+    public static void load() throws LoadingException {
+        String named = System.getProperty(LibraryProperties.LIBRARY);
         if (named != null) {
-            load(Path.of(named).toAbsolutePath(), "; -D" + FfmpegLibrary.LIBRARY_PROPERTY + " names this file");
+            load(Path.of(named).toAbsolutePath(), "; -D" + LibraryProperties.LIBRARY + " names this file");
             return;
         }
         requirePlatform();
@@ -33,32 +33,32 @@ final class NativeLibrary {
         try {
             System.loadLibrary("kivjniffmpeg");
         } catch (UnsatisfiedLinkError e) {
-            throw new LibraryException("no native library: add kiv.media:kivjniffmpeg (classifier linux-x86_64) to the"
+            throw new LoadingException("no native library: add kiv.media:kivjniffmpeg (classifier linux-x86_64) to the"
                     + " class path (on the module path with --add-modules ALL-MODULE-PATH) or name its file with -D"
-                    + FfmpegLibrary.LIBRARY_PROPERTY + "=/path/" + FILE + " (" + e.getMessage() + ")", e);
+                    + LibraryProperties.LIBRARY + "=/path/" + FILE + " (" + e.getMessage() + ")", e);
         }
     }
 
     /**
      * Demands that the packaged libraries can run here.
      *
-     * @throws LibraryException when they are made for another system or processor
+     * @throws LoadingException when they are made for another system or processor
      */
-    static void requirePlatform() {
+    static void requirePlatform() throws LoadingException {
         String system = System.getProperty("os.name", "");
         String processor = System.getProperty("os.arch", "");
         if (!system.equals("Linux") || !processor.equals("amd64") && !processor.equals("x86_64")) {
-            throw new LibraryException("the packaged libraries are made for Linux on x86-64, and this is " + system
+            throw new LoadingException("the packaged libraries are made for Linux on x86-64, and this is " + system
                     + " on " + processor);
         }
     }
 
-    private static void load(Path file, String hint) {
+    private static void load(Path file, String hint) throws LoadingException {
         try {
             System.load(file.toString());
         } catch (UnsatisfiedLinkError e) {
             String better = PackagedFiles.hint(e);
-            throw new LibraryException("cannot load the native library: " + e.getMessage()
+            throw new LoadingException("cannot load the native library: " + e.getMessage()
                     + (better.isEmpty() ? hint : better), e);
         }
     }

@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.loading;
 
 import java.io.IOException;
 import java.nio.file.AccessDeniedException;
@@ -35,9 +35,9 @@ final class PackagedFiles {
      * @param prefix where they are, ending in a slash
      * @param files their names
      * @return the directory with exactly these files
-     * @throws LibraryException when it can be done nowhere
+     * @throws LoadingException when it can be done nowhere
      */
-    static Path unpack(String what, String name, String prefix, List<String> files) {
+    static Path unpack(String what, String name, String prefix, List<String> files) throws LoadingException {
         List<String> failures = new ArrayList<>();
         Exception last = null;
         // A thread that was interrupted before gets its library all the same.
@@ -60,8 +60,8 @@ final class PackagedFiles {
                 Thread.currentThread().interrupt();
             }
         }
-        throw new LibraryException("cannot unpack " + what + " into " + String.join(" or ", failures)
-                + "; name another directory with -D" + FfmpegLibrary.CACHE_PROPERTY + "=DIR", last);
+        throw new LoadingException("cannot unpack " + what + " into " + String.join(" or ", failures)
+                + "; name another directory with -D" + LibraryProperties.CACHE + "=DIR", last);
     }
 
     /** What to do when a library is there and the system does not load it. */
@@ -69,7 +69,7 @@ final class PackagedFiles {
         String message = String.valueOf(e.getMessage()).toLowerCase(Locale.ROOT);
         if (message.contains("failed to map segment")) {
             return "; its file system may be mounted noexec: name a directory elsewhere with -D"
-                    + FfmpegLibrary.CACHE_PROPERTY + "=DIR";
+                    + LibraryProperties.CACHE + "=DIR";
         }
         if (message.contains("another classloader")) {
             return "; a process loads it once: let the class loader that the applications share have this jar";
@@ -79,7 +79,7 @@ final class PackagedFiles {
 
     /** Where to unpack: the place that was named and no other, else the user's cache, else a directory under /tmp. */
     private static Set<Path> roots() throws IOException {
-        String named = System.getProperty(FfmpegLibrary.CACHE_PROPERTY, "");
+        String named = System.getProperty(LibraryProperties.CACHE, "");
         if (!named.isEmpty()) {
             return Set.of(Path.of(named).toAbsolutePath().normalize());
         }
@@ -93,7 +93,7 @@ final class PackagedFiles {
         if (home.startsWith("/")) {
             roots.add(Path.of(home, ".cache", NAME));
         }
-        roots.add(Path.of(System.getProperty("java.io.tmpdir", "/tmp"), NAME + "-" + Ownership.user())
+        roots.add(Path.of(System.getProperty("java.io.tmpdir", "/tmp"), NAME + "-" + TrustedDirectory.user())
                 .toAbsolutePath());
         return roots;
     }

@@ -1,26 +1,26 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.headers;
 
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.channels.SeekableByteChannel;
+import java.nio.charset.StandardCharsets;
 import java.util.OptionalLong;
 
 /**
- * Tells how long the sound of a WAV file is where that is certain: uncompressed sound that fills the file to its end.
- * Other containers tell times that are rounded, estimated, or count sound that a decoder does not give.
+ * Finds the length of a WAV file's sound where it is certain: uncompressed sound that fills the file to its end. Other
+ * containers contain times that are rounded, estimated, or count sound that a decoder does not deliver.
  */
-final class WaveFileLength {
+public final class WaveFileLength {
 
-    private static final int RIFF = FourCharacterCode.of("RIFF");
-    private static final int WAVE = FourCharacterCode.of("WAVE");
-    private static final int FORMAT = FourCharacterCode.of("fmt ");
-    private static final int DATA = FourCharacterCode.of("data");
+    private static final int RIFF = chunkName("RIFF");
+    private static final int WAVE = chunkName("WAVE");
+    private static final int FORMAT = chunkName("fmt ");
+    private static final int DATA = chunkName("data");
     private static final int RIFF_HEADER = 12;
     private static final int CHUNK_HEADER = 8;
     /** With the first bytes of the identifier of the format proper, which are its tag. */
     private static final int EXTENSIBLE_SIZE = 26;
-    private static final int EXTENSIBLE = 0xFFFE;
     private static final int MOST_CHUNKS = 100;
     private static final long UNSIGNED = 0xFFFFFFFFL;
 
@@ -28,13 +28,16 @@ final class WaveFileLength {
     }
 
     /**
-     * Looks at a file's chunks. The channel's position is somewhere else afterwards.
+     * Reads a file's chunks, which moves the channel's position. The length is certain only when the file names the same
+     * format as the reader of its sound.
      *
      * @param channel the file
-     * @param sound the sound as its reader found it, with which the file must agree
+     * @param formatTag the format tag that the reader found
+     * @param channels the number of channels that the reader found
      * @return number of frames; empty when it is not certain
+     * @throws IOException when the channel cannot be read
      */
-    static OptionalLong frames(SeekableByteChannel channel, WaveFormat sound) throws IOException {
+    public static OptionalLong frames(SeekableByteChannel channel, int formatTag, int channels) throws IOException {
         ByteBuffer riff = read(channel, 0, RIFF_HEADER);
         if (riff == null || riff.getInt(0) != RIFF || riff.getInt(8) != WAVE) {
             return OptionalLong.empty();
@@ -56,7 +59,7 @@ final class WaveFileLength {
                 return certain ? OptionalLong.of(size / frameSize) : OptionalLong.empty();
             }
             if (chunk.getInt(0) == FORMAT && frameSize < 0) {
-                frameSize = frameSize(read(channel, at, (int) Math.min(size, EXTENSIBLE_SIZE)), sound);
+                frameSize = frameSize(read(channel, at, (int) Math.min(size, EXTENSIBLE_SIZE)), formatTag, channels);
             }
             at += size + size % 2;
         }
@@ -64,23 +67,28 @@ final class WaveFileLength {
     }
 
     /** 0 when the format is not the one that is decoded, or its frames are not of one size. */
-    private static int frameSize(ByteBuffer header, WaveFormat sound) {
+    private static int frameSize(ByteBuffer header, int formatTag, int channels) {
         if (header == null || header.limit() < 16) {
             return 0;
         }
         int tag = header.getShort(0) & 0xFFFF;
-        if (tag == EXTENSIBLE && header.limit() == EXTENSIBLE_SIZE) {
+        if (tag == WaveTags.EXTENSIBLE && header.limit() == EXTENSIBLE_SIZE) {
             tag = header.getShort(24) & 0xFFFF;
         }
         int bits = switch (tag) {
-            case WaveFormatTags.PCM -> Short.SIZE;
-            case WaveFormatTags.FLOAT -> Float.SIZE;
-            case WaveFormatTags.ALAW, WaveFormatTags.MULAW -> Byte.SIZE;
+            case WaveTags.PCM -> Short.SIZE;
+            case WaveTags.FLOAT -> Float.SIZE;
+            case WaveTags.ALAW, WaveTags.MULAW -> Byte.SIZE;
             default -> 0;
         };
-        int frameSize = sound.channels() * bits / Byte.SIZE;
-        return tag == sound.formatTag() && header.getShort(2) == sound.channels() && header.getShort(14) == bits
+        int frameSize = channels * bits / Byte.SIZE;
+        return tag == formatTag && header.getShort(2) == channels && header.getShort(14) == bits
                 && header.getShort(12) == frameSize ? frameSize : 0;
+    }
+
+    /** The name as a number whose low byte is the first character. */
+    private static int chunkName(String name) {
+        return ByteBuffer.wrap(name.getBytes(StandardCharsets.US_ASCII)).order(ByteOrder.LITTLE_ENDIAN).getInt();
     }
 
     private static ByteBuffer read(SeekableByteChannel channel, long position, int length) throws IOException {

@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.loading;
 
 import java.io.FileNotFoundException;
 import java.io.IOException;
@@ -85,7 +85,7 @@ final class ResourceCache {
         boolean matches(Path directory) {
             Path copy = directory.resolve(file);
             try {
-                if (!Files.isRegularFile(copy, LinkOption.NOFOLLOW_LINKS) || !Ownership.isSafe(copy)
+                if (!Files.isRegularFile(copy, LinkOption.NOFOLLOW_LINKS) || !TrustedDirectory.isTrusted(copy)
                         || Files.size(copy) != size) {
                     return false;
                 }
@@ -98,7 +98,7 @@ final class ResourceCache {
         }
 
         void copyTo(Path directory) throws IOException {
-            Path copy = Files.createFile(directory.resolve(file), Ownership.PRIVATE_FILE);
+            Path copy = Files.createFile(directory.resolve(file), TrustedDirectory.PRIVATE_FILE);
             try (InputStream in = source.openStream(); OutputStream out = Files.newOutputStream(copy)) {
                 in.transferTo(out);
             }
@@ -115,15 +115,15 @@ final class ResourceCache {
      * @param prefix their common path, ending in a slash
      * @param files their names
      * @return the directory with exactly these contents
-     * @throws IOException when a resource is missing, or the cache cannot be written or is not safe
+     * @throws IOException when a resource is missing, or the cache cannot be written or trusted
      */
     Path unpack(ClassLoader loader, String prefix, List<String> files) throws IOException {
         List<Expected> expected = new ArrayList<>();
         for (String file : files) {
             expected.add(Expected.of(loader, prefix, file));
         }
-        Files.createDirectories(root, Ownership.PRIVATE_DIRECTORY);
-        Path directory = Ownership.requireSafe(root);
+        Files.createDirectories(root, TrustedDirectory.PRIVATE_DIRECTORY);
+        Path directory = TrustedDirectory.require(root);
         Path target = directory.resolve(name + "-" + key(expected));
         if (isWhole(target, expected)) {
             return target;
@@ -150,7 +150,7 @@ final class ResourceCache {
      */
     private static FileChannel lock(Path directory) throws IOException {
         FileChannel channel = FileChannel.open(directory.resolve(".lock"),
-                Set.of(StandardOpenOption.CREATE, StandardOpenOption.WRITE), Ownership.PRIVATE_FILE);
+                Set.of(StandardOpenOption.CREATE, StandardOpenOption.WRITE), TrustedDirectory.PRIVATE_FILE);
         long end = System.nanoTime() + PATIENCE.toNanos();
         while (!tryLock(channel) && System.nanoTime() < end) {
             LockSupport.parkNanos(PAUSE.toNanos());
@@ -186,9 +186,9 @@ final class ResourceCache {
 
     /** Writes the set aside and moves it into place when it is whole; a damaged one makes way. */
     private static void replace(Path target, List<Expected> expected) throws IOException {
-        Path aside = Files.createTempDirectory(target.getParent(), ASIDE, Ownership.PRIVATE_DIRECTORY);
+        Path aside = Files.createTempDirectory(target.getParent(), ASIDE, TrustedDirectory.PRIVATE_DIRECTORY);
         try {
-            Path written = Files.createDirectory(aside.resolve("new"), Ownership.PRIVATE_DIRECTORY);
+            Path written = Files.createDirectory(aside.resolve("new"), TrustedDirectory.PRIVATE_DIRECTORY);
             for (Expected file : expected) {
                 file.copyTo(written);
             }
@@ -208,7 +208,7 @@ final class ResourceCache {
 
     private static boolean isWhole(Path directory, List<Expected> expected) {
         try {
-            return Files.isDirectory(directory, LinkOption.NOFOLLOW_LINKS) && Ownership.isSafe(directory)
+            return Files.isDirectory(directory, LinkOption.NOFOLLOW_LINKS) && TrustedDirectory.isTrusted(directory)
                     && expected.stream().allMatch(file -> file.matches(directory));
         } catch (IOException e) {
             return false;

@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.loading;
 
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
@@ -96,7 +96,7 @@ class ResourceCacheTest {
 
     @Test
     void whatAnotherUserMadeIsRefused() throws IOException {
-        assumeThat(Ownership.user()).as("only root can give files away").isZero();
+        assumeThat(TrustedDirectory.user()).as("only root can give files away").isZero();
         Path directory = unpack(root(), 1);
         Files.setAttribute(directory.resolve("one.so"), "unix:uid", 12345);
         unpack(root(), 1);

@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.loading;
 
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assumptions.assumeThat;
@@ -13,6 +13,9 @@ import java.util.List;
 import java.util.stream.Stream;
 import javax.sound.sampled.AudioSystem;
 import javax.sound.sampled.UnsupportedAudioFileException;
+import kiv.media.ffmpeg.FfmpegLibrary;
+import kiv.media.ffmpeg.LibraryException;
+import kiv.media.ffmpeg.TestMedia;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -105,7 +108,7 @@ class PackagedFilesTest {
                         "loaded from " + cache.toRealPath(), ", true");
                 assertThat(machine.waitFor()).isZero();
             }
-            assertThat(unpacked()).hasSize(1 + FfmpegLibrary.LIBRARIES.size());
+            assertThat(unpacked()).hasSize(1 + FfmpegDirectory.LIBRARIES.size());
             // What a crash or a bad disk leaves: the second dozen has to mend it before loading it.
             for (Path file : unpacked()) {
                 Files.write(file, new byte[(int) Files.size(file) / 2]);
@@ -131,10 +134,10 @@ class PackagedFilesTest {
     @Test
     void withoutAHomeItIsAPrivateDirectoryForTemporaryFiles() throws Exception {
         Path home = Files.writeString(temp.resolve("home"), "no directory");
-        cache = temp.resolve("kivjniffmpeg-" + Ownership.user());
+        cache = temp.resolve("kivjniffmpeg-" + TrustedDirectory.user());
         List<String> options = List.of("-Duser.home=" + home, "-Djava.io.tmpdir=" + temp);
         assertThat(outputOf(machine(options))).contains("loaded from " + cache.toRealPath());
-        assertThat(unpacked()).hasSize(1 + FfmpegLibrary.LIBRARIES.size());
+        assertThat(unpacked()).hasSize(1 + FfmpegDirectory.LIBRARIES.size());
         Files.setPosixFilePermissions(cache, PosixFilePermissions.fromString("rwxrwxrwx"));
         assertThat(outputOf(machine(options)))
                 .contains(home + "/.cache/kivjniffmpeg (", cache + " (others can write there");
@@ -147,10 +150,10 @@ class PackagedFilesTest {
     void aBrokenFfmpegIsTold(int healthy, int damaged, String message, boolean thenAnother) throws Exception {
         Path whole = FfmpegLibrary.directory();
         Path broken = Files.createDirectory(temp.resolve("broken"));
-        for (String library : FfmpegLibrary.LIBRARIES.subList(0, healthy)) {
+        for (String library : FfmpegDirectory.LIBRARIES.subList(0, healthy)) {
             Files.createSymbolicLink(broken.resolve(library), whole.resolve(library));
         }
-        for (String library : FfmpegLibrary.LIBRARIES.subList(healthy, healthy + damaged)) {
+        for (String library : FfmpegDirectory.LIBRARIES.subList(healthy, healthy + damaged)) {
             Files.writeString(broken.resolve(library), "not a library");
         }
         String property = "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken;

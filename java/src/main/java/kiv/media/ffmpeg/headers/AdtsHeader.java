@@ -1,7 +1,7 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.headers;
 
 /** The seven bytes before each AAC packet in a stream that is not a container. */
-final class AdtsHeader {
+public final class AdtsHeader {
 
     private static final int SIZE = 7;
     private static final int LONGEST_FRAME = (1 << 13) - 1;
@@ -21,9 +21,10 @@ final class AdtsHeader {
      * Reads what the headers say from the codec's configuration.
      *
      * @param configuration an AudioSpecificConfig
+     * @return the headers of its packets
      * @throws IllegalArgumentException when the headers cannot say it
      */
-    static AdtsHeader of(byte[] configuration) {
+    public static AdtsHeader of(byte[] configuration) {
         if (configuration.length < 2) {
             throw new IllegalArgumentException("AAC without its configuration");
         }
@@ -39,11 +40,13 @@ final class AdtsHeader {
     }
 
     /**
-     * The header of a packet.
+     * Makes the header of a packet.
      *
      * @param packetSize the packet's size in bytes
+     * @return the header, to stand before the packet
+     * @throws IllegalArgumentException when the packet is too long
      */
-    byte[] before(int packetSize) {
+    public byte[] before(int packetSize) {
         int frame = packetSize + SIZE;
         if (frame > LONGEST_FRAME) {
             throw new IllegalArgumentException("an AAC packet of " + packetSize + " bytes is too long for ADTS");
@@ -55,7 +58,7 @@ final class AdtsHeader {
             (byte) (profile << 6 | rateIndex << 2 | channelConfiguration >> 2),
             (byte) ((channelConfiguration & 3) << 6 | frame >> 11),
             (byte) (frame >> 3),
-            // The fullness of the bit reservoir is not told: all ones.
+            // The fullness of the bit reservoir is unknown: all ones.
             (byte) ((frame & 7) << 5 | 0x1F),
             (byte) 0xFC
         };

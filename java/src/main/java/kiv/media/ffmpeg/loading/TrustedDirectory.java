@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.loading;
 
 import java.io.IOException;
 import java.nio.file.FileSystemException;
@@ -12,10 +12,10 @@ import java.util.Map;
 import java.util.Set;
 
 /**
- * Tells whether a place is safe to load libraries from: whoever can write there can run code in this process, so it has
- * to be this user's or root's, and nobody else's to write.
+ * Decides which places libraries may be loaded from: whoever can write there can run code in this process, so a trusted
+ * place belongs to this user or to root, and nobody else can write there.
  */
-final class Ownership {
+final class TrustedDirectory {
 
     /** For a directory that nobody else may enter. */
     static final FileAttribute<Set<PosixFilePermission>> PRIVATE_DIRECTORY =
@@ -30,16 +30,16 @@ final class Ownership {
     /** Entries of such a directory, like those of /tmp, can be renamed by their owners only. */
     private static final int STICKY = 01000;
 
-    private Ownership() {
+    private TrustedDirectory() {
     }
 
     /**
-     * Demands that a directory is safe.
+     * Demands that a directory can be trusted.
      *
      * @return its real path: a link on the way to it could lead elsewhere a moment later
-     * @throws IOException when it is not safe or not there
+     * @throws IOException when it cannot be trusted or is not there
      */
-    static Path requireSafe(Path directory) throws IOException {
+    static Path require(Path directory) throws IOException {
         // The entry itself, which may be a link that somebody else made in /tmp.
         requireOwner(directory, read(directory).get("uid"));
         Path real = directory.toRealPath();
@@ -60,7 +60,7 @@ final class Ownership {
     }
 
     /** {@return whether what lies there, not what a link there leads to, is this user's or root's alone to write} */
-    static boolean isSafe(Path file) throws IOException {
+    static boolean isTrusted(Path file) throws IOException {
         Map<String, Object> attributes = read(file);
         return isOurs(attributes.get("uid")) && (mode(attributes) & (WRITABLE_BY_GROUP | WRITABLE_BY_ALL)) == 0;
     }
