@@ -63,7 +63,15 @@ for place in kivjniffmpeg/*; do
     *) [[ ! -d $place || -v below[$room] ]] || fault "src/$place is not a room (${!below[*]})" ;;
     esac
 done
-# The headers that javac makes come with angle brackets, FFmpeg's and the JDK's own through one door each.
+# The headers that are made from the Java classes come with angle brackets: the prototypes of the natives for the entries,
+# the numbers that Java and C++ share for what speaks to Java.
+while IFS= read -r match; do
+    fault "src/${match#./}: only the entries export natives"
+done < <(grep -rn '<kiv_media_ffmpeg_' --exclude-dir=entries . || true)
+while IFS= read -r match; do
+    fault "src/${match#./}: this place does not speak to Java and knows no number of Java's"
+done < <(grep -rn '<natives/' memory kivjniffmpeg/{context,ffmpeg,pictures} || true)
+# FFmpeg's headers and the JDK's come through one door each.
 while IFS= read -r match; do
     fault "src/${match#./}: FFmpeg is known through kivjniffmpeg/ffmpeg/abi.h only"
 done < <(grep -rnE '#[[:space:]]*include[[:space:]]*<lib(av|sw)' . || true)

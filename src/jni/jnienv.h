@@ -4,6 +4,7 @@
 #include "jni/exceptions.h"
 
 #include <jni.h>
+#include <natives/ArrayKind.h>
 
 #include <utility>
 
@@ -71,23 +72,31 @@ private:
     JNIEnv *adsc_env;
 };
 
-/** Kinds of array that a picture buffer can be: the element-type codes that Java sees. */
+/** What the memory of a picture can be; Java sees all but native memory, which has a number between theirs. */
 enum ie_array_kind : int32_t
 {
-    ie_array_invalid = -1,
-    ie_array_byte = 0,
-    ie_array_short = 1,
-    ie_array_int = 2,
+    ie_array_invalid = natives::ArrayKind::NONE,
+    ie_array_byte = natives::ArrayKind::BYTE,
+    ie_array_short = natives::ArrayKind::SHORT,
+    ie_array_int = natives::ArrayKind::INT,
     ie_native_memory = 3,
-    ie_direct_buffer = 4 /**< a direct java.nio.ByteBuffer */
+    ie_direct_buffer = natives::ArrayKind::DIRECT /**< a direct java.nio.ByteBuffer */
 };
 
 /** Bytes of one element of an array kind (byte 1, short 2, int 4) or of a direct buffer (1); 0 for anything else. */
 constexpr jint get_element_size(jint imp_kind) noexcept
 {
-    if (imp_kind == ie_direct_buffer)
+    switch (imp_kind) {
+    case ie_array_byte:
+    case ie_direct_buffer:
         return 1;
-    return imp_kind >= ie_array_byte && imp_kind <= ie_array_int ? 1 << imp_kind : 0;
+    case ie_array_short:
+        return 2;
+    case ie_array_int:
+        return 4;
+    default:
+        return 0;
+    }
 }
 
 /** A local reference, deleted at the end of the scope: a call that makes many would fill the thread's table otherwise. */

@@ -8,13 +8,14 @@
 #pragma once
 
 #include <jni.h>
+#include <natives/LogLevel.h>
 
 #include <cstdint>
 
 /** Levels of lines, as Java's print_info gets them; none is filtered here. */
-inline constexpr int32_t im_level_error = 1;
-inline constexpr int32_t im_level_debug = 5;
-inline constexpr int32_t im_level_verbose = 6;
+inline constexpr int32_t im_level_error = natives::LogLevel::ERROR;
+inline constexpr int32_t im_level_debug = natives::LogLevel::DEBUG;
+inline constexpr int32_t im_level_verbose = natives::LogLevel::VERBOSE;
 
 /** The scope of one function: its name and how deep it stands below the Java call. */
 class c_trace

@@ -1,9 +1,16 @@
 #include "kivjniffmpeg/buffers/direct_buffer.h"
 
 #include "jni/exceptions.h"
+#include "jni/java_arrays.h"
 #include "trace/trace.h"
 
+#include <natives/PictureLayout.h>
+
+#include <algorithm>
 #include <array>
+
+namespace BufferRequest = natives::BufferRequest;
+namespace PictureLayout = natives::PictureLayout;
 
 using kiv::jni::c_jnienv;
 using kiv::jni::c_local_ref;
@@ -13,7 +20,6 @@ namespace
 
 /** Vector code reads and writes whole registers at the end of a plane. */
 constexpr int32_t im_slack = 64;
-constexpr jsize im_layout_length = 16;
 
 } // namespace
 
@@ -28,15 +34,16 @@ std::unique_ptr<c_direct_buffer> c_direct_buffer::allocate(c_ffmpeg *adsp_ffmpeg
     const c_jnienv dsl_env(adsl_env);
     std::unique_ptr<c_direct_buffer> dsl_buffer(new c_direct_buffer(adsp_ffmpeg));
     const int32_t iml_size = dsp_layout.imc_total + dsp_layout.imc_align + im_slack;
-    const auto &aiml_lines = dsp_layout.aimc_linesizes;
-    const auto &aiml_offsets = dsp_layout.aimc_plane_offsets;
-    const std::array<jint, im_layout_length> aiml_layout{
-        imp_width, imp_height, aiml_lines[0], aiml_lines[1], aiml_lines[2], aiml_lines[3], dsp_layout.imc_scanheight};
-    const c_local_ref dsl_layout(adsl_env, dsl_env.new_jint_array(im_layout_length));
-    dsl_env.set_array_region(dsl_layout.get(), 0, im_layout_length, aiml_layout.data());
-    const std::array<jint, 10> aiml_sizes{
-        1,          iml_size,        dsp_layout.imc_align, imp_width,       dsp_layout.imc_scanheight,
-        dsp_format, aiml_offsets[0], aiml_offsets[1],      aiml_offsets[2], aiml_offsets[3]};
+    std::array<jint, PictureLayout::SIZE> aiml_layout{};
+    aiml_layout[PictureLayout::WIDTH] = imp_width;
+    aiml_layout[PictureLayout::HEIGHT] = imp_height;
+    std::ranges::copy(dsp_layout.aimc_linesizes, &aiml_layout[PictureLayout::LINE_SIZES]);
+    aiml_layout[PictureLayout::SCAN_HEIGHT] = dsp_layout.imc_scanheight;
+    const c_local_ref dsl_layout(adsl_env, kiv::jni::to_java(dsl_env, aiml_layout));
+    auto aiml_sizes = buffer_request<BufferRequest::DIRECT_SIZE>(iml_size, dsp_layout.imc_align, imp_width,
+                                                                 dsp_layout.imc_scanheight);
+    aiml_sizes[BufferRequest::PIXEL_FORMAT] = dsp_format;
+    std::ranges::copy(dsp_layout.aimc_plane_offsets, &aiml_sizes[BufferRequest::PLANE_OFFSETS]);
     dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_layout.get(), aiml_sizes, dsl_trace);
     dsl_buffer->take_memory(dsl_env, iml_size, dsp_layout.imc_align);
     return dsl_buffer;

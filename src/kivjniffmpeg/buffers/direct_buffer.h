@@ -15,9 +15,7 @@
  * Java in place. It is given back through m_vcodec_free_buffer exactly once, when nobody in the library uses it any more,
  * whether a picture of it was handed out or not.
  *
- * Java is asked with an int[16] of width, height, four line sizes and the lines of the first plane, the rest 0, and with an
- * int[10]: 1, the bytes needed, the alignment, width, lines of the first plane, FFmpeg's number of the pixel format, and the
- * four planes' distances from the first.
+ * Java is asked with the sizes of a PictureLayout, the rest of which is 0, and with the longer BufferRequest.
  */
 class c_direct_buffer final : public ca_ffmpeg_buffer
 {

@@ -1,22 +1,16 @@
 #include "kivjniffmpeg/buffers/java_allocation.h"
 
 #include "jni/exceptions.h"
+#include "jni/java_arrays.h"
 #include "trace/exception_aside.h"
 #include "trace/trace.h"
+
+#include <natives/BufferSlots.h>
 
 #include <utility>
 
 using kiv::jni::c_jnienv;
 using kiv::jni::c_local_ref;
-
-namespace
-{
-
-constexpr jsize im_object_count = 4;
-constexpr jsize im_memory_element = 0;
-constexpr jsize im_result_element = 3;
-
-} // namespace
 
 c_java_allocation::~c_java_allocation()
 {
@@ -28,13 +22,11 @@ c_java_allocation::~c_java_allocation()
 void c_java_allocation::allocate(const c_jnienv &dsp_env, jintArray avop_layout, std::span<const jint> aimp_sizes,
                                  const c_trace &dsp_trace)
 {
-    const auto iml_count = static_cast<jsize>(aimp_sizes.size());
-    const c_local_ref dsl_sizes(dsp_env.raw(), dsp_env.new_jint_array(iml_count));
-    dsp_env.set_array_region(dsl_sizes.get(), 0, iml_count, aimp_sizes.data());
+    const c_local_ref dsl_sizes(dsp_env.raw(), kiv::jni::to_java(dsp_env, aimp_sizes));
     TRACE_LINE_IN(dsp_trace, im_level_debug, "%s#%s(): adsc_ffmpeg=%p, adsc_ffmpeg->avoc_jobject_class=%p",
                   static_cast<const void *>(adsc_ffmpeg), static_cast<const void *>(adsc_ffmpeg->object_class()));
-    const c_local_ref dsl_objects(dsp_env.raw(),
-                                  dsp_env.new_jobject_array(im_object_count, adsc_ffmpeg->object_class(), nullptr));
+    const c_local_ref dsl_objects(
+        dsp_env.raw(), dsp_env.new_jobject_array(natives::BufferSlots::SIZE, adsc_ffmpeg->object_class(), nullptr));
     // Before Java is asked: after it says true nothing must fail before the memory can be given back.
     avoc_objects = dsp_env.NewGlobalRef(dsl_objects.get());
     const c_local_ref dsl_codec(dsp_env.raw(), adsc_ffmpeg->vcodec_object(dsp_env));
@@ -47,12 +39,12 @@ void c_java_allocation::allocate(const c_jnienv &dsp_env, jintArray avop_layout,
 
 jobject c_java_allocation::memory(const c_jnienv &dsp_env) const
 {
-    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_memory_element);
+    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), natives::BufferSlots::MEMORY);
 }
 
 jobject c_java_allocation::result_object(const c_jnienv &dsp_env) const
 {
-    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), im_result_element);
+    return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), natives::BufferSlots::RESULT);
 }
 
 void c_java_allocation::give_back(JNIEnv *adsp_env) noexcept

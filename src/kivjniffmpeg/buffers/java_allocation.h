@@ -4,14 +4,30 @@
 #include "kivjniffmpeg/context/library_context.h"
 
 #include <jni.h>
+#include <natives/BufferRequest.h>
 
+#include <array>
+#include <cstdint>
 #include <span>
 
 class c_trace;
 
+/** The BufferRequest for a Java array; with a larger LENGTH the elements behind it are 0. */
+template <size_t LENGTH = natives::BufferRequest::SIZE>
+std::array<jint, LENGTH> buffer_request(int32_t imp_bytes, int32_t imp_align, int32_t imp_width,
+                                        int32_t imp_scanheight) noexcept
+{
+    std::array<jint, LENGTH> aiml_sizes{};
+    aiml_sizes[natives::BufferRequest::COUNT] = 1;
+    aiml_sizes[natives::BufferRequest::BYTES] = imp_bytes;
+    aiml_sizes[natives::BufferRequest::ALIGNMENT] = imp_align;
+    aiml_sizes[natives::BufferRequest::WIDTH] = imp_width;
+    aiml_sizes[natives::BufferRequest::SCAN_HEIGHT] = imp_scanheight;
+    return aiml_sizes;
+}
+
 /**
- * What one successful m_vcodec_alloc_buffer gave: an Object[4] that Java filled. Element 0 is the memory, element 3 the
- * object that the process call stores in its out array; 1 and 2 are Java's own.
+ * What one successful m_vcodec_alloc_buffer gave: the BufferSlots that Java filled.
  *
  * Works through the environment registered for the calling thread. Whoever owns it calls give_back where Java is to hear
  * of the memory again.
@@ -27,8 +43,8 @@ public:
     /**
      * Asks Java, at most once.
      *
-     * @param avop_layout the description of the picture
-     * @param aimp_sizes becomes the callback's second int array
+     * @param avop_layout laid out as PictureLayout
+     * @param aimp_sizes laid out as BufferRequest
      * @param dsp_trace names who asks
      * @throws c_ffmpeg_exception "java buffer allocator failed" when Java says false
      * @throws kiv::jni::c_jniexception when Java threw, which is then pending
@@ -46,6 +62,6 @@ public:
 
 private:
     c_ffmpeg *adsc_ffmpeg;          // the codec's, which outlives its buffers
-    jobject avoc_objects = nullptr; // global reference, Object[4]
+    jobject avoc_objects = nullptr; // global reference, BufferSlots
     bool bc_allocated = false;      // Java counts the memory as ours
 };

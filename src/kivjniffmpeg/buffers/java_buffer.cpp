@@ -13,9 +13,6 @@ using kiv::jni::c_local_ref;
 namespace
 {
 
-/** The array classes, by kind. */
-constexpr const char *strl_array_classes[] = {"[B", "[S", "[I"};
-
 kiv::jni::ie_array_kind kind_of_step(int32_t imp_pixel_step)
 {
     switch (imp_pixel_step) {
@@ -27,6 +24,19 @@ kiv::jni::ie_array_kind kind_of_step(int32_t imp_pixel_step)
         return kiv::jni::ie_array_int;
     default:
         return kiv::jni::ie_array_invalid;
+    }
+}
+
+/** The JNI name of a kind of array. */
+const char *class_of(kiv::jni::ie_array_kind iep_kind)
+{
+    switch (iep_kind) {
+    case kiv::jni::ie_array_byte:
+        return "[B";
+    case kiv::jni::ie_array_short:
+        return "[S";
+    default:
+        return "[I";
     }
 }
 
@@ -59,8 +69,8 @@ std::unique_ptr<c_java_buffer> c_java_buffer::allocate(c_ffmpeg *adsp_ffmpeg, co
     const c_local_ref dsl_model(adsl_env,
                                 dsp_model.export_to_java_array(adsl_env, dsp_request.imc_width, dsp_request.imc_height,
                                                                dsp_request.aimc_linesizes, dsp_request.imc_scanheight));
-    const std::array<jint, 5> aiml_sizes{1, iml_size, dsp_request.imc_align, dsp_request.imc_width,
-                                         dsp_request.imc_scanheight};
+    const auto aiml_sizes =
+        buffer_request(iml_size, dsp_request.imc_align, dsp_request.imc_width, dsp_request.imc_scanheight);
     dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_model.get(), aiml_sizes, dsl_trace);
     dsl_buffer->open_elements(dsl_env, iml_size, dsp_request.imc_align);
     return dsl_buffer;
@@ -72,9 +82,9 @@ void c_java_buffer::open_elements(const c_jnienv &dsp_env, int32_t imp_size, int
     if (kind() == kiv::jni::ie_array_invalid)
         throw std::runtime_error("invalid buffer type");
     const c_local_ref dsl_array(dsp_env.raw(), dsc_allocation.memory(dsp_env));
-    const c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class(strl_array_classes[kind()]));
+    const c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class(class_of(kind())));
     if (dsl_array.get() == nullptr || !dsp_env.raw()->IsInstanceOf(dsl_array.get(), dsl_class.get()))
-        throw_ffmpeg_exception(996, "java buffer allocator gave no ", strl_array_classes[kind()], " array");
+        throw_ffmpeg_exception(996, "java buffer allocator gave no ", class_of(kind()), " array");
     const int64_t ill_bytes =
         int64_t{dsp_env.get_array_length(static_cast<jarray>(dsl_array.get()))} * kiv::jni::get_element_size(kind());
     if (ill_bytes < imp_size)

@@ -11,6 +11,8 @@
 #include "kivjniffmpeg/ffmpeg/padded_bytes.h"
 #include "kivjniffmpeg/formats/audio_format.h"
 
+#include <natives/AudioStatus.h>
+
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -20,8 +22,8 @@
 enum ie_audio_result : int32_t
 {
     ie_audio_done = 0, /**< whatever there was is in the queue */
-    ie_audio_decoding_error =
-        1 /**< the decoder failed; what came before is in the queue, the rest of the block is lost */
+    ie_audio_decoding_error = natives::AudioStatus::
+        DECODING_ERROR /**< the decoder failed; what came before is in the queue, the rest of the block is lost */
 };
 
 /**

@@ -4,6 +4,8 @@
 #include "kivjniffmpeg/context/library_context.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
+#include <natives/ProcessFlags.h>
+
 #include <cstdint>
 #include <string>
 
@@ -13,7 +15,7 @@ class c_trace;
 class ca_ffmpeg_buffer;
 
 /** Flag of a processing call without data: the stream ends, everything that is held back comes out. */
-inline constexpr int32_t im_flag_drain = 0x100;
+inline constexpr int32_t im_flag_drain = natives::ProcessFlags::DRAIN;
 
 /** Notices a decoder that goes on for ever with the same bytes. */
 class c_decoder_progress
@@ -51,7 +53,7 @@ public:
         int32_t imc_pixel_format;       /**< FFmpeg's number */
         int32_t imc_key_frame;          /**< 1 for a picture that needs no other */
         int32_t imc_picture_type;       /**< FFmpeg's number: 1 intra, 2 predicted, 3 bidirectional, ... */
-        int32_t imc_interlaced;         /**< 0 progressive, 1 bottom field first, 3 top field first */
+        int32_t imc_interlaced;         /**< one of Interlacing */
         int32_t aimc_linesizes[4];      /**< bytes from one line to the next, by plane */
         int32_t imc_aspect_numerator;   /**< width of a pixel; 0 when unknown */
         int32_t imc_aspect_denominator; /**< height of a pixel */

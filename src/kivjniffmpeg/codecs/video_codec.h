@@ -14,6 +14,7 @@
 #include "kivjniffmpeg/formats/video_format.h"
 
 #include <jni.h>
+#include <natives/ProcessResult.h>
 
 #include <array>
 #include <cstdint>
@@ -25,16 +26,18 @@
 /** What process() says; the numbers are Java's. */
 enum ie_process_result : int32_t
 {
-    ie_picture = 0,          /**< one picture, no more waiting */
-    ie_picture_and_more = 1, /**< one picture, more waiting: call again without data */
-    ie_no_picture = 2,       /**< nothing to hand out */
-    ie_picture_model_changed =
-        4,                /**< one picture, no more waiting, and the chosen model is new since the last report */
-    ie_decoding_error = 8 /**< the packet, or its rest, could not be decoded */
+    ie_picture = natives::ProcessResult::PICTURE, /**< one picture, no more waiting */
+    ie_picture_and_more =
+        natives::ProcessResult::PICTURE_AND_MORE,       /**< one picture, more waiting: call again without data */
+    ie_no_picture = natives::ProcessResult::NO_PICTURE, /**< nothing to hand out */
+    ie_picture_model_changed = natives::ProcessResult::
+        PICTURE_MODEL_CHANGED, /**< one picture, no more waiting, and the chosen model is new since the last report */
+    ie_decoding_error = natives::ProcessResult::DECODING_ERROR /**< the packet, or its rest, could not be decoded */
 };
 
 /** Flags of a process() call. */
-inline constexpr int32_t im_flag_discontinuity = 2; /**< the packet does not follow the one before it */
+inline constexpr int32_t im_flag_discontinuity =
+    natives::ProcessFlags::DISCONTINUITY; /**< the packet does not follow the one before it */
 
 /**
  * Decodes packets into pictures in one of the colour models that Java takes.

@@ -6,6 +6,8 @@
 #include "kivjniffmpeg/ffmpeg/packet.h"
 #include "trace/trace.h"
 
+#include <natives/Interlacing.h>
+
 #include <array>
 #include <stdexcept>
 #include <utility>
@@ -18,14 +20,15 @@ constexpr int in_most_held_back = 64;
 
 c_codec::dsd_picture_info describe(const AVFrame &dsp_frame)
 {
-    const int32_t iml_fields = dsp_frame.top_field_first != 0 ? 3 : 1;
+    const int32_t iml_fields = dsp_frame.top_field_first != 0 ? natives::Interlacing::TOP_FIELD_FIRST
+                                                              : natives::Interlacing::BOTTOM_FIELD_FIRST;
     return {
         .imc_width = dsp_frame.width,
         .imc_height = dsp_frame.height,
         .imc_pixel_format = dsp_frame.format,
         .imc_key_frame = dsp_frame.key_frame,
         .imc_picture_type = dsp_frame.pict_type,
-        .imc_interlaced = dsp_frame.interlaced_frame != 0 ? iml_fields : 0,
+        .imc_interlaced = dsp_frame.interlaced_frame != 0 ? iml_fields : natives::Interlacing::PROGRESSIVE,
         .aimc_linesizes = {dsp_frame.linesize[0], dsp_frame.linesize[1], dsp_frame.linesize[2], dsp_frame.linesize[3]},
         .imc_aspect_numerator = dsp_frame.sample_aspect_ratio.num,
         .imc_aspect_denominator = dsp_frame.sample_aspect_ratio.den,

@@ -12,6 +12,7 @@
 #include <string_view>
 
 using kiv::jni::c_jnienv;
+namespace StreamFields = natives::StreamFields;
 
 namespace
 {
@@ -117,10 +118,15 @@ void c_mediareader::examine_streams(const c_jnienv &dsp_env) const
         throw_ffmpeg_exception(2610, "no streams found", inl_result < 0 ? ": " + error_text(inl_result) : "");
 }
 
-std::array<int64_t, c_mediareader::im_info_length> c_mediareader::info() const noexcept
+std::array<int64_t, natives::ReaderInfo::SIZE> c_mediareader::info() const noexcept
 {
     const AVFormatContext &dsl_context = *dsc_format.context();
-    return {dsl_context.nb_streams, dsl_context.duration, dsl_context.start_time, std::max(dsl_context.bit_rate, 0)};
+    std::array<int64_t, natives::ReaderInfo::SIZE> aill_info{};
+    aill_info[natives::ReaderInfo::STREAMS] = dsl_context.nb_streams;
+    aill_info[natives::ReaderInfo::DURATION] = dsl_context.duration;
+    aill_info[natives::ReaderInfo::START_TIME] = dsl_context.start_time;
+    aill_info[natives::ReaderInfo::BIT_RATE] = std::max(dsl_context.bit_rate, 0);
+    return aill_info;
 }
 
 const char *c_mediareader::format_name() const noexcept
@@ -136,7 +142,7 @@ const AVStream &c_mediareader::stream_at(int32_t imp_index) const
     return *dsl_context.streams[imp_index];
 }
 
-std::array<int64_t, c_mediareader::im_stream_info_length> c_mediareader::stream_info(int32_t imp_index) const
+std::array<int64_t, natives::StreamFields::SIZE> c_mediareader::stream_info(int32_t imp_index) const
 {
     const AVStream &dsl_stream = stream_at(imp_index);
     const AVCodecContext &dsl_codec = *dsl_stream.codec;
@@ -147,29 +153,31 @@ std::array<int64_t, c_mediareader::im_stream_info_length> c_mediareader::stream_
         ill_sample_format = dsl_codec.pix_fmt;
     else if (dsl_codec.codec_type == AVMEDIA_TYPE_AUDIO)
         ill_sample_format = dsl_codec.sample_fmt;
-    return {dsl_codec.codec_type,
-            dsl_codec.codec_id,
-            dsl_codec.codec_tag,
-            dsl_codec.width,
-            dsl_codec.height,
-            dsl_stream.avg_frame_rate.num,
-            dsl_stream.avg_frame_rate.den,
-            dsl_stream.time_base.num,
-            dsl_stream.time_base.den,
-            dsl_stream.duration,
-            dsl_stream.start_time,
-            std::max(dsl_codec.bit_rate, 0),
-            dsl_codec.sample_rate,
-            dsl_codec.channels,
-            dsl_codec.bits_per_coded_sample,
-            dsl_codec.block_align,
-            dsl_stream.nb_frames,
-            dsl_aspect.num,
-            dsl_aspect.den,
-            dsl_codec.profile,
-            dsl_stream.disposition,
-            ill_sample_format,
-            g_avcodec.avcodec_find_decoder(dsl_codec.codec_id) != nullptr};
+    std::array<int64_t, StreamFields::SIZE> aill_fields{};
+    aill_fields[StreamFields::MEDIA_TYPE] = dsl_codec.codec_type;
+    aill_fields[StreamFields::CODEC_ID] = dsl_codec.codec_id;
+    aill_fields[StreamFields::CODEC_TAG] = dsl_codec.codec_tag;
+    aill_fields[StreamFields::WIDTH] = dsl_codec.width;
+    aill_fields[StreamFields::HEIGHT] = dsl_codec.height;
+    aill_fields[StreamFields::FRAME_RATE_NUMERATOR] = dsl_stream.avg_frame_rate.num;
+    aill_fields[StreamFields::FRAME_RATE_DENOMINATOR] = dsl_stream.avg_frame_rate.den;
+    aill_fields[StreamFields::TIME_BASE_NUMERATOR] = dsl_stream.time_base.num;
+    aill_fields[StreamFields::TIME_BASE_DENOMINATOR] = dsl_stream.time_base.den;
+    aill_fields[StreamFields::DURATION] = dsl_stream.duration;
+    aill_fields[StreamFields::START_TIME] = dsl_stream.start_time;
+    aill_fields[StreamFields::BIT_RATE] = std::max(dsl_codec.bit_rate, 0);
+    aill_fields[StreamFields::SAMPLE_RATE] = dsl_codec.sample_rate;
+    aill_fields[StreamFields::CHANNELS] = dsl_codec.channels;
+    aill_fields[StreamFields::BITS_PER_CODED_SAMPLE] = dsl_codec.bits_per_coded_sample;
+    aill_fields[StreamFields::BLOCK_ALIGN] = dsl_codec.block_align;
+    aill_fields[StreamFields::FRAMES] = dsl_stream.nb_frames;
+    aill_fields[StreamFields::PIXEL_WIDTH] = dsl_aspect.num;
+    aill_fields[StreamFields::PIXEL_HEIGHT] = dsl_aspect.den;
+    aill_fields[StreamFields::PROFILE] = dsl_codec.profile;
+    aill_fields[StreamFields::DISPOSITION] = dsl_stream.disposition;
+    aill_fields[StreamFields::SAMPLE_FORMAT] = ill_sample_format;
+    aill_fields[StreamFields::DECODABLE] = g_avcodec.avcodec_find_decoder(dsl_codec.codec_id) != nullptr ? 1 : 0;
+    return aill_fields;
 }
 
 const char *c_mediareader::codec_name(int32_t imp_index) const

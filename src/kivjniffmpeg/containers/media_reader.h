@@ -7,6 +7,8 @@
 #include "kivjniffmpeg/ffmpeg/packet.h"
 
 #include <jni.h>
+#include <natives/ReaderInfo.h>
+#include <natives/StreamFields.h>
 
 #include <array>
 #include <cstdint>
@@ -30,9 +32,6 @@
 class c_mediareader
 {
 public:
-    static constexpr size_t im_info_length = 4;
-    static constexpr size_t im_stream_info_length = 23;
-
     /**
      * @param adsp_ffmpeg kept by a reference of its own
      * @param avop_source a c_mediareader_source
@@ -45,13 +44,13 @@ public:
 
     c_ffmpeg *get_ffmpeg() const noexcept { return dsc_ffmpeg.get(); }
 
-    /** Number of streams (it may grow while packets are read), duration and start in microseconds, bits a second. */
-    std::array<int64_t, im_info_length> info() const noexcept;
+    /** The container, laid out as ReaderInfo. */
+    std::array<int64_t, natives::ReaderInfo::SIZE> info() const noexcept;
     /** FFmpeg's short name. */
     const char *format_name() const noexcept;
 
-    /** What n_reader_get_stream promises, in its order. @throws c_ffmpeg_exception for an index out of range */
-    std::array<int64_t, im_stream_info_length> stream_info(int32_t imp_index) const;
+    /** A stream, laid out as StreamFields. @throws c_ffmpeg_exception for an index out of range */
+    std::array<int64_t, natives::StreamFields::SIZE> stream_info(int32_t imp_index) const;
     /** FFmpeg's short name. @throws c_ffmpeg_exception for an index out of range */
     const char *codec_name(int32_t imp_index) const;
     /** The stream's own bytes, valid until the next call that reads. @throws c_ffmpeg_exception for an index out of range */

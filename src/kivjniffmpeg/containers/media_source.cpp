@@ -4,6 +4,8 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
+#include <natives/c_mediareader_source.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -16,8 +18,8 @@ using kiv::jni::c_local_ref;
 namespace
 {
 
-constexpr int im_io_buffer_size = 64 * 1024; // as large as the Java side's, so that one read fills it
-constexpr jint im_end = -1;                  // what m_read returns at the end
+/** As large as the Java side's, so that one read fills it. */
+constexpr int32_t im_io_buffer_size = natives::c_mediareader_source::BUFFER_SIZE;
 
 } // namespace
 
@@ -109,7 +111,7 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
         const auto iml_wanted = static_cast<jint>(std::min<int64_t>(inp_length, dsp_source.ilc_capacity));
         ++dsp_source.ulc_reads;
         const jint iml_count = dsp_env.call_int_method(dsp_source.avoc_source.get(), dsp_source.amidc_read, iml_wanted);
-        dsp_source.bc_at_end = iml_count == im_end;
+        dsp_source.bc_at_end = iml_count == natives::c_mediareader_source::END;
         if (dsp_source.bc_at_end)
             return 0; // as FFmpeg's own files do: an error would stick to the AVIOContext when it seeks back
         if (iml_count < 1 || iml_count > iml_wanted)

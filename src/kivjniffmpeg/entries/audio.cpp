@@ -7,6 +7,9 @@
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
+#include <natives/AudioFormatLayout.h>
+#include <natives/AudioParams.h>
+#include <natives/AudioStatus.h>
 
 #include <algorithm>
 #include <array>
@@ -19,25 +22,17 @@ using kiv::jni::c_jbytearray_rw;
 using kiv::jni::c_jintarray;
 using kiv::jni::c_jintarray_rw;
 using kiv::jni::c_jnienv;
+namespace AudioParams = natives::AudioParams;
+namespace AudioStatus = natives::AudioStatus;
 
 namespace
 {
-
-constexpr int32_t im_format_length = 7;
-constexpr int32_t im_params_length = 10;
-
-enum ie_status_bits : jint
-{
-    ie_input_left = 2,    // not all input was consumed
-    ie_output_lost = 8,   // a buffer could not be copied and is gone
-    ie_out_too_small = 16 // everything waits until the caller comes with more room
-};
 
 std::unique_ptr<c_aformat> read_format(const c_jnienv &dsp_env, jintArray avop_format, jbyteArray avop_header)
 {
     if (avop_format == nullptr)
         throw_ffmpeg_exception(2821, "audio format == NULL");
-    c_jintarray dsl_format(dsp_env, avop_format, im_format_length);
+    c_jintarray dsl_format(dsp_env, avop_format, natives::AudioFormatLayout::SIZE);
     c_jbytearray dsl_header(dsp_env, avop_header, INT32_MAX);
     return c_aformat::create_from_java_array(dsl_format, dsl_header);
 }
@@ -51,7 +46,7 @@ jlong create_codec(const c_jnienv &dsp_env, c_ffmpeg *adsp_ffmpeg, std::unique_p
         dsl_codec->close();
         return 0;
     }
-    if (dsp_env.exception_pending()) // of the receiver of trace lines; Java would never learn the handle
+    if (dsp_env.exception_pending()) // the receiver of trace lines threw: Java would not get the handle
         throw kiv::jni::c_jniexception("print_info");
     return to_handle(dsl_codec.release());
 }
@@ -60,30 +55,31 @@ jlong create_codec(const c_jnienv &dsp_env, c_ffmpeg *adsp_ffmpeg, std::unique_p
 class c_audio_params
 {
 public:
-    c_audio_params(const c_jnienv &dsp_env, jintArray avop_params) : dsc_array(dsp_env, avop_params, im_params_length)
+    c_audio_params(const c_jnienv &dsp_env, jintArray avop_params) : dsc_array(dsp_env, avop_params, AudioParams::SIZE)
     {
         dsc_array.pin();
-        for (int32_t iml_index = 0; iml_index < im_params_length; ++iml_index)
-            aimc_values[static_cast<size_t>(iml_index)] = dsc_array[iml_index];
+        for (int32_t iml_index = 0; iml_index < AudioParams::SIZE; ++iml_index)
+            (*this)[iml_index] = dsc_array[iml_index];
         dsc_array.release();
     }
 
-    jint &operator[](size_t ump_index) noexcept { return aimc_values[ump_index]; }
+    /** @param imp_index one of AudioParams */
+    jint &operator[](int32_t imp_index) noexcept { return aimc_values[static_cast<size_t>(imp_index)]; }
 
     void write()
     {
         dsc_array.pin();
-        for (int32_t iml_index = 0; iml_index < im_params_length; ++iml_index)
-            dsc_array.set(iml_index, aimc_values[static_cast<size_t>(iml_index)]);
+        for (int32_t iml_index = 0; iml_index < AudioParams::SIZE; ++iml_index)
+            dsc_array.set(iml_index, (*this)[iml_index]);
         dsc_array.release();
     }
 
 private:
     c_jintarray_rw dsc_array;
-    std::array<jint, im_params_length> aimc_values{};
+    std::array<jint, AudioParams::SIZE> aimc_values{};
 };
 
-/** Copies one buffer into the output array. @return false when the array does not have the room that was told */
+/** Copies one buffer into the output array. @return false when the array is shorter than the caller said */
 bool copy_out(const c_jnienv &dsp_env, const ca_ffmpeg_buffer &dsp_buffer, jbyteArray avop_out, int64_t ilp_offset)
 {
     const int64_t ill_length = avop_out == nullptr ? 0 : dsp_env.get_array_length(avop_out);
@@ -110,7 +106,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
-        auto *adsl_ffmpeg = from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2831);
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2831);
         auto dsl_src = read_format(dsp_env, avop_format, avop_header);
         TRACE_LINE(im_level_debug, "%s#%s(): src_format: %s", dsl_src->to_string().c_str());
         auto dsl_dst = c_aformat::pcm16(dsl_src->channels(), dsl_src->sample_rate());
@@ -123,7 +119,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
-        auto *adsl_ffmpeg = from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2843);
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2843);
         auto dsl_dst = read_format(dsp_env, avop_format, avop_header);
         TRACE_LINE(im_level_debug, "%s#%s(): dst_format: %s", dsl_dst->to_string().c_str());
         auto dsl_src = c_aformat::pcm16(dsl_dst->channels(), dsl_dst->sample_rate());
@@ -167,49 +163,53 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_
         c_audiocodec &dsl_codec = *codec_of<c_audiocodec>(ilp_codec);
         c_output_queue &dsl_queue = dsl_codec.output();
         c_audio_params dsl_params(dsp_env, avop_params);
-        const jint iml_length = dsl_params[1];
-        const jint iml_room = dsl_params[6];
-        const int64_t ill_timestamp = timestamp_of(dsl_params[3], dsl_params[4]);
+        const jint iml_length = dsl_params[AudioParams::LENGTH];
+        const jint iml_room = dsl_params[AudioParams::OUT_LENGTH];
+        const int64_t ill_timestamp =
+            timestamp_of(dsl_params[AudioParams::TIME_LOW], dsl_params[AudioParams::TIME_HIGH]);
         c_codec::dsd_out_params dsl_out{};
         dsl_out.ilc_timestamp = ill_timestamp;
         jint iml_result = 0;
         // Input is taken only when the caller has fetched what came before.
         if (dsl_queue.empty()) {
-            uint8_t *autl_in = copy_input(dsp_env, dsl_codec.input(), avop_in, dsl_params[0], iml_length);
+            uint8_t *autl_in =
+                copy_input(dsp_env, dsl_codec.input(), avop_in, dsl_params[AudioParams::OFFSET], iml_length);
             if (autl_in == nullptr && iml_length > 0)
                 throw_ffmpeg_exception(2861, "input array == NULL");
-            iml_result = dsl_codec.process2(autl_in, iml_length, dsl_params[2], static_cast<uint64_t>(ill_timestamp),
-                                            dsl_out, static_cast<uint32_t>(iml_room));
+            iml_result =
+                dsl_codec.process2(autl_in, iml_length, dsl_params[AudioParams::FLAGS],
+                                   static_cast<uint64_t>(ill_timestamp), dsl_out, static_cast<uint32_t>(iml_room));
         }
         if (dsl_out.ilc_timestamp != ill_timestamp)
             throw_ffmpeg_exception(2866, "timestamp out corrupt");
         if (static_cast<uint32_t>(dsl_out.imc_processed_len) > static_cast<uint32_t>(iml_length))
             throw_ffmpeg_exception(2868, "corrupt processed_len=", dsl_out.imc_processed_len);
-        dsl_params[0] += dsl_out.imc_processed_len;
-        dsl_params[1] -= dsl_out.imc_processed_len;
+        dsl_params[AudioParams::OFFSET] += dsl_out.imc_processed_len;
+        dsl_params[AudioParams::LENGTH] -= dsl_out.imc_processed_len;
         if (std::cmp_less(iml_room, dsl_queue.bytes())) {
-            dsl_params[5] = 0;
-            dsl_params[6] = static_cast<jint>(std::min<uint64_t>(dsl_queue.bytes(), INT32_MAX));
+            dsl_params[AudioParams::OUT_OFFSET] = 0;
+            dsl_params[AudioParams::OUT_LENGTH] = static_cast<jint>(std::min<uint64_t>(dsl_queue.bytes(), INT32_MAX));
             dsl_params.write();
-            return ie_out_too_small;
+            return AudioStatus::OUTPUT_TOO_SMALL;
         }
         jint iml_written = 0;
         while (!dsl_queue.empty() && dsl_queue.front_size() <= iml_room - iml_written) {
             const c_framebuffer_reference dsl_buffer = dsl_queue.popfront();
-            if (!copy_out(dsp_env, *dsl_buffer.get(), avop_out, int64_t{dsl_params[5]} + iml_written)) {
+            if (!copy_out(dsp_env, *dsl_buffer.get(), avop_out,
+                          int64_t{dsl_params[AudioParams::OUT_OFFSET]} + iml_written)) {
                 dsl_params.write();
-                return ie_output_lost;
+                return AudioStatus::OUTPUT_LOST;
             }
             iml_written += dsl_buffer->data_size();
         }
         TRACE_LINE(im_level_debug, "%s#%s(): uml_cur_length_out=%d queue.length=%lu", iml_written,
                    static_cast<unsigned long>(dsl_queue.size()));
-        dsl_params[6] = iml_written;
-        dsl_params[7] = dsl_out.imc_flags;
-        dsl_params[8] = static_cast<jint>(dsl_out.ilc_timestamp);
-        dsl_params[9] = static_cast<jint>(dsl_out.ilc_timestamp >> 32);
+        dsl_params[AudioParams::OUT_LENGTH] = iml_written;
+        dsl_params[AudioParams::CALL_FLAGS] = dsl_out.imc_flags;
+        dsl_params[AudioParams::CALL_TIME_LOW] = static_cast<jint>(dsl_out.ilc_timestamp);
+        dsl_params[AudioParams::CALL_TIME_HIGH] = static_cast<jint>(dsl_out.ilc_timestamp >> 32);
         dsl_params.write();
-        return iml_result | (dsl_out.imc_processed_len < iml_length ? ie_input_left : 0);
+        return iml_result | (dsl_out.imc_processed_len < iml_length ? AudioStatus::INPUT_LEFT : 0);
     });
 }
 

@@ -12,10 +12,10 @@
 #include <cstdint>
 #include <memory>
 
-/** The codec of a handle. @throws c_ffmpeg_exception for a zero one */
-template <class CODEC> CODEC *codec_of(jlong ilp_handle)
+/** The codec of a handle. @throws c_ffmpeg_exception with the line number for a zero one */
+template <class CODEC> CODEC *codec_of(jlong ilp_hcodec, int inp_line = 2302)
 {
-    return from_handle<CODEC>(ilp_handle, "ilp_hcodec == 0", 2302);
+    return from_handle<CODEC>(ilp_hcodec, "ilp_hcodec == 0", inp_line);
 }
 
 /** Opens, closes or resets. */
@@ -36,34 +36,35 @@ template <class CODEC> jstring name_of(JNIEnv *adsp_env, jlong ilp_codec)
 /**
  * Closes and deletes the codec, and with it the context if this was its last holder.
  *
- * @param bp_tells whether the end of the context is told in a line
+ * @param dsp_trace the scope of the exported function, in which the lines are written
+ * @param bp_trace_end whether a line reports the end of the context
  */
-template <class CODEC> void delete_codec(JNIEnv *adsp_env, jlong ilp_codec, const c_trace &dsp_trace, bool bp_tells)
+template <class CODEC> void delete_codec(JNIEnv *adsp_env, jlong ilp_codec, const c_trace &dsp_trace, bool bp_trace_end)
 {
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
         std::unique_ptr<c_codec> dsl_codec(codec_of<CODEC>(ilp_codec));
         c_ffmpeg *adsl_ffmpeg = dsl_codec->get_ffmpeg();
-        adsl_ffmpeg->add_holder(); // so that the last line below has a context to tell of
+        adsl_ffmpeg->add_holder(); // the last line below reports on it
         dsl_codec->close();
         dsl_codec.reset();
-        if (bp_tells && adsl_ffmpeg->has_one_holder())
+        if (bp_trace_end && adsl_ffmpeg->has_one_holder())
             TRACE_LINE_IN(dsp_trace, im_level_debug, "%s#%s(): destroy ffmpeg structure%s", "");
         const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
         TRACE_LINE_IN(dsp_trace, im_level_debug, "%s#%s(): counter=%d", iml_counter);
     });
 }
 
-/** The two words of a timestamp. The low one is signed: its top bit reaches the high word, which callers rely on. */
+/** The two words of a timestamp. The low one is signed: with its top bit set the high word becomes all ones. */
 inline int64_t timestamp_of(jint imp_low, jint imp_high) noexcept
 {
     return int64_t{imp_low} | static_cast<int64_t>(static_cast<uint64_t>(imp_high) << 32);
 }
 
 /**
- * Copies the caller's bytes into padded memory.
+ * Copies the caller's bytes into memory with FFmpeg's padding behind them.
  *
  * @return null when there are none
- * @throws c_ffmpeg_exception when they are not within the array
+ * @throws c_ffmpeg_exception when the bytes are not within the array
  */
 uint8_t *copy_input(const kiv::jni::c_jnienv &dsp_env, c_padded_bytes &dsp_memory, jbyteArray avop_in,
                     int32_t imp_offset, int32_t imp_length);

@@ -1,9 +1,10 @@
 // The exported functions that set what the codec interface itself leaves fixed.
 
+#include "jni/java_arrays.h"
 #include "jni/string_holder.h"
 #include "kivjniffmpeg/codecs/audio_codec.h"
 #include "kivjniffmpeg/codecs/video_codec.h"
-#include "kivjniffmpeg/entries/native_call.h"
+#include "kivjniffmpeg/entries/codec_entry.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
@@ -15,11 +16,6 @@
 
 namespace
 {
-
-c_audiocodec *audio_codec_of(jlong ilp_codec)
-{
-    return from_handle<c_audiocodec>(ilp_codec, "ilp_hcodec == 0", 2521);
-}
 
 /** Empty for null. Lives as long as the holder. */
 std::string_view text_of(const kiv::jni::c_jstring &dsp_name)
@@ -34,7 +30,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
-        auto *adsl_codec = from_handle<c_videocodec>(ilp_codec, "ilp_hcodec == 0", 2502);
+        auto *adsl_codec = codec_of<c_videocodec>(ilp_codec, 2502);
         const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
         adsl_codec->set_option(text_of(dsl_name), ilp_value != 0);
     });
@@ -45,7 +41,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
-        c_audiocodec *adsl_codec = audio_codec_of(ilp_codec);
+        auto *adsl_codec = codec_of<c_audiocodec>(ilp_codec, 2521);
         const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
         if (text_of(dsl_name) != "bit_rate")
             throw_ffmpeg_exception(2533, "no such codec option to set: ", text_of(dsl_name));
@@ -62,7 +58,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jlong {
-        const c_audiocodec *adsl_codec = audio_codec_of(ilp_codec);
+        const auto *adsl_codec = codec_of<c_audiocodec>(ilp_codec, 2521);
         const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
         return adsl_codec->property(text_of(dsl_name));
     });
@@ -73,13 +69,8 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmp
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jbyteArray {
-        const auto utl_extradata = audio_codec_of(ilp_codec)->extradata();
-        if (utl_extradata.empty())
-            return nullptr;
-        const auto iml_size = static_cast<jsize>(utl_extradata.size());
-        const jbyteArray avol_array = dsp_env.new_jbyte_array(iml_size);
-        dsp_env.set_array_region(avol_array, 0, iml_size, reinterpret_cast<const jbyte *>(utl_extradata.data()));
-        return avol_array;
+        const auto utl_extradata = codec_of<c_audiocodec>(ilp_codec, 2521)->extradata();
+        return utl_extradata.empty() ? nullptr : kiv::jni::to_java(dsp_env, utl_extradata);
     });
 }
 
@@ -90,7 +81,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &) {
-        from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2541); // there is FFmpeg as long as there is one
+        context_of(ilp_hffmpeg, 2541); // FFmpeg is loaded while there is a context
         g_avutil.av_log_set_level(imp_level);
     });
 }

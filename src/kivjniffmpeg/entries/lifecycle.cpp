@@ -57,7 +57,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1close(J
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
-        auto *adsl_ffmpeg = from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2211);
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2211);
         const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
         // The last holder has silenced the log by now; its line goes nowhere on purpose.
         TRACE_LINE(im_level_debug, "%s#%s(): c_ffmpeg::n_close() counter=%d", iml_counter);

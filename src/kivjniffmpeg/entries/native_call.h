@@ -21,8 +21,8 @@
 void deliver_current_exception(JNIEnv *adsp_env);
 
 /**
- * Runs @p dsp_work with the thread's environment registered and wrapped; when it throws, everything it held is given back
- * first, then the exception is delivered, and the result is the zero of its type.
+ * Runs @p dsp_work with the thread's environment registered and wrapped. When it throws, everything that it held is
+ * released first. Then the exception is delivered, and the result is the zero of its type.
  */
 template <class WORK>
 auto enter_library(JNIEnv *adsp_env, WORK dsp_work) -> decltype(dsp_work(std::declval<kiv::jni::c_jnienv &>()))
@@ -43,11 +43,17 @@ template <class T> jlong to_handle(T *adsp_object) noexcept
     return static_cast<jlong>(reinterpret_cast<intptr_t>(adsp_object));
 }
 
-/** The native object of a handle; a zero handle throws a c_ffmpeg_exception with @p strp_message and the line number. */
+/** The native object of a handle. @throws c_ffmpeg_exception with @p strp_message and the line number for a zero one */
 template <class T> T *from_handle(jlong ilp_handle, const char *strp_message, int inp_line)
 {
     if (ilp_handle == 0)
         throw_ffmpeg_exception(inp_line, strp_message);
     // A Java long is what an address travels in. NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<T *>(static_cast<intptr_t>(ilp_handle));
+}
+
+/** The library context of a handle. @throws c_ffmpeg_exception with the line number for a zero one */
+inline c_ffmpeg *context_of(jlong ilp_hffmpeg, int inp_line)
+{
+    return from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", inp_line);
 }

@@ -3,22 +3,32 @@
 #include "kivjniffmpeg/pictures/picture_converter.h"
 #include "jni/array_holders.h"
 #include "jni/exceptions.h"
+#include "jni/java_arrays.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/formats/color_model.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_pictureconverter_ffmpeg.h>
+#include <natives/ConverterPlace.h>
+#include <natives/PixelComponent.h>
+#include <natives/PixelFormatFields.h>
 
 #include <array>
+#include <iterator>
 #include <memory>
 
 using kiv::jni::c_jnienv;
+namespace ConverterPlace = natives::ConverterPlace;
+namespace PixelComponent = natives::PixelComponent;
+namespace PixelFormatFields = natives::PixelFormatFields;
 
 namespace
 {
 
-constexpr int32_t im_place_length = 13;
+static_assert(PixelFormatFields::COMPONENT_FIELDS + PixelComponent::COUNT * PixelComponent::SIZE ==
+              PixelFormatFields::SIZE);
+static_assert(PixelComponent::COUNT == std::size(AVPixFmtDescriptor{}.comp));
 
 /** A converter that keeps the library loaded. */
 struct dsd_java_converter
@@ -31,15 +41,18 @@ struct dsd_java_converter
 
 dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintArray avop_place)
 {
-    kiv::jni::c_jintarray dsl_values(dsp_env, avop_place, im_place_length);
+    kiv::jni::c_jintarray dsl_values(dsp_env, avop_place, ConverterPlace::SIZE);
     dsl_values.pin();
-    dsd_picture_place dsl_place{static_cast<AVPixelFormat>(dsl_values[0]),
-                                dsl_values[1],
-                                dsl_values[2],
-                                {dsl_values[3], dsl_values[4], dsl_values[5], dsl_values[6]},
-                                {dsl_values[7], dsl_values[8], dsl_values[9], dsl_values[10]},
-                                dsl_values[11],
-                                dsl_values[12] != 0,
+    const auto planes_from = [&dsl_values](int32_t imp_index) -> std::array<int32_t, 4> {
+        return {dsl_values[imp_index], dsl_values[imp_index + 1], dsl_values[imp_index + 2], dsl_values[imp_index + 3]};
+    };
+    dsd_picture_place dsl_place{static_cast<AVPixelFormat>(dsl_values[ConverterPlace::PIXEL_FORMAT]),
+                                dsl_values[ConverterPlace::WIDTH],
+                                dsl_values[ConverterPlace::HEIGHT],
+                                planes_from(ConverterPlace::PLANE_OFFSETS),
+                                planes_from(ConverterPlace::LINE_SIZES),
+                                dsl_values[ConverterPlace::COLOR_SPACE],
+                                dsl_values[ConverterPlace::FULL_RANGE] != 0,
                                 {}};
     dsl_values.release();
     void *avl_memory = avop_buffer == nullptr ? nullptr : dsp_env.raw()->GetDirectBufferAddress(avop_buffer);
@@ -50,6 +63,12 @@ dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintA
     return dsl_place;
 }
 
+/** The converter of a handle. @throws c_ffmpeg_exception with the line number for a zero one */
+dsd_java_converter *converter_of(jlong ilp_hconverter, int inp_line)
+{
+    return from_handle<dsd_java_converter>(ilp_hconverter, "ilp_hconverter == 0", inp_line);
+}
+
 } // namespace
 
 JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1pixel_1format(
@@ -57,26 +76,27 @@ JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1f
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jintArray {
-        from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2921);
+        context_of(ilp_hffmpeg, 2921);
         const AVPixFmtDescriptor *adsl_descriptor =
             g_avutil.av_pix_fmt_desc_get(static_cast<AVPixelFormat>(imp_format));
         if (adsl_descriptor == nullptr)
             return nullptr;
-        std::array<jint, 26> aiml_values{adsl_descriptor->nb_components, adsl_descriptor->log2_chroma_w,
-                                         adsl_descriptor->log2_chroma_h, adsl_descriptor->flags,
-                                         g_avutil.av_get_bits_per_pixel(adsl_descriptor)};
-        size_t uml_at = 6;
+        std::array<jint, PixelFormatFields::SIZE> aiml_values{};
+        aiml_values[PixelFormatFields::COMPONENTS] = adsl_descriptor->nb_components;
+        aiml_values[PixelFormatFields::CHROMA_SHIFT_X] = adsl_descriptor->log2_chroma_w;
+        aiml_values[PixelFormatFields::CHROMA_SHIFT_Y] = adsl_descriptor->log2_chroma_h;
+        aiml_values[PixelFormatFields::FLAGS] = adsl_descriptor->flags;
+        aiml_values[PixelFormatFields::BITS_PER_PIXEL] = g_avutil.av_get_bits_per_pixel(adsl_descriptor);
+        jint *aiml_fields = &aiml_values[PixelFormatFields::COMPONENT_FIELDS];
         for (const AVComponentDescriptor &dsl_component : adsl_descriptor->comp) {
-            aiml_values[uml_at++] = dsl_component.plane;
-            aiml_values[uml_at++] = dsl_component.step_minus1 + 1;
-            aiml_values[uml_at++] = dsl_component.offset_plus1 - 1;
-            aiml_values[uml_at++] = dsl_component.shift;
-            aiml_values[uml_at++] = dsl_component.depth_minus1 + 1;
+            aiml_fields[PixelComponent::PLANE] = dsl_component.plane;
+            aiml_fields[PixelComponent::STEP] = dsl_component.step_minus1 + 1;
+            aiml_fields[PixelComponent::OFFSET] = dsl_component.offset_plus1 - 1;
+            aiml_fields[PixelComponent::SHIFT] = dsl_component.shift;
+            aiml_fields[PixelComponent::DEPTH] = dsl_component.depth_minus1 + 1;
+            aiml_fields += PixelComponent::SIZE;
         }
-        const auto iml_length = static_cast<jsize>(aiml_values.size());
-        const jintArray avol_array = dsp_env.new_jint_array(iml_length);
-        dsp_env.set_array_region(avol_array, 0, iml_length, aiml_values.data());
-        return avol_array;
+        return kiv::jni::to_java(dsp_env, aiml_values);
     });
 }
 
@@ -85,7 +105,7 @@ JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffm
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jstring {
-        from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2951);
+        context_of(ilp_hffmpeg, 2951);
         const char *strl_name = pixfmt2string(static_cast<AVPixelFormat>(imp_format));
         return strl_name == nullptr ? nullptr : dsp_env.new_jstring_utf(strl_name);
     });
@@ -96,7 +116,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpe
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &) -> jlong {
-        auto *adsl_ffmpeg = from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2961);
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2961);
         return to_handle(std::make_unique<dsd_java_converter>(adsl_ffmpeg).release());
     });
 }
@@ -107,7 +127,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](c_jnienv &dsp_env) {
-        auto *adsl_converter = from_handle<dsd_java_converter>(ilp_converter, "ilp_hconverter == 0", 2971);
+        auto *adsl_converter = converter_of(ilp_converter, 2971);
         adsl_converter->dsc_converter.convert(read_place(dsp_env, avop_from, avop_from_place),
                                               read_place(dsp_env, avop_to, avop_to_place), imp_flags);
     });
@@ -118,7 +138,6 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](c_jnienv &) {
-        const std::unique_ptr<dsd_java_converter> dsl_converter(
-            from_handle<dsd_java_converter>(ilp_converter, "ilp_hconverter == 0", 2981));
+        const std::unique_ptr<dsd_java_converter> dsl_converter(converter_of(ilp_converter, 2981));
     });
 }

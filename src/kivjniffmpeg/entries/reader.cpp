@@ -1,41 +1,27 @@
 // The exported functions of the container reader.
 
+#include "jni/java_arrays.h"
 #include "kivjniffmpeg/containers/media_reader.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_mediareader_ffmpeg.h>
+#include <natives/PacketFields.h>
 
+#include <array>
 #include <memory>
 #include <span>
 
 using kiv::jni::c_jnienv;
+using kiv::jni::to_java;
+namespace PacketFields = natives::PacketFields;
 
 namespace
 {
 
-constexpr jsize im_packet_fields = 6;
-
 c_mediareader *reader_of(jlong ilp_handle)
 {
     return from_handle<c_mediareader>(ilp_handle, "ilp_hreader == 0", 2701);
-}
-
-jlongArray to_java(const c_jnienv &dsp_env, std::span<const int64_t> ailp_values)
-{
-    const auto iml_length = static_cast<jsize>(ailp_values.size());
-    const jlongArray avol_array = dsp_env.new_jlong_array(iml_length);
-    dsp_env.set_array_region(avol_array, 0, iml_length, ailp_values.data());
-    return avol_array;
-}
-
-jbyteArray to_java(const c_jnienv &dsp_env, std::span<const uint8_t> autp_bytes)
-{
-    const auto iml_length = static_cast<jsize>(autp_bytes.size());
-    const jbyteArray avol_array = dsp_env.new_jbyte_array(iml_length);
-    if (iml_length > 0)
-        dsp_env.set_array_region(avol_array, 0, iml_length, reinterpret_cast<const jbyte *>(autp_bytes.data()));
-    return avol_array;
 }
 
 } // namespace
@@ -46,7 +32,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
-        auto *adsl_ffmpeg = from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2702);
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2702);
         return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source).release());
     });
 }
@@ -103,15 +89,20 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jbyteArray {
         c_mediareader &dsl_reader = *reader_of(ilp_reader);
         // Before anything is read: a packet that cannot be described would be lost.
-        if (avop_packet == nullptr || dsp_env.get_array_length(avop_packet) < im_packet_fields)
-            throw_ffmpeg_exception(2703, "packet array is null or shorter than ", im_packet_fields);
+        if (avop_packet == nullptr || dsp_env.get_array_length(avop_packet) < PacketFields::SIZE)
+            throw_ffmpeg_exception(2703, "packet array is null or shorter than ", PacketFields::SIZE);
         c_avpacket dsl_packet;
         if (!dsl_reader.read(dsp_env, dsl_packet))
             return nullptr;
-        const AVPacket &dsl_fields = *dsl_packet.packet();
-        const jlong ailr_fields[im_packet_fields] = {dsl_fields.stream_index, dsl_fields.pts,   dsl_fields.dts,
-                                                     dsl_fields.duration,     dsl_fields.flags, dsl_fields.pos};
-        dsp_env.set_array_region(avop_packet, 0, im_packet_fields, ailr_fields);
+        const AVPacket &dsl_avpacket = *dsl_packet.packet();
+        std::array<jlong, PacketFields::SIZE> aill_fields{};
+        aill_fields[PacketFields::STREAM] = dsl_avpacket.stream_index;
+        aill_fields[PacketFields::PRESENTATION_TIME] = dsl_avpacket.pts;
+        aill_fields[PacketFields::DECODING_TIME] = dsl_avpacket.dts;
+        aill_fields[PacketFields::DURATION] = dsl_avpacket.duration;
+        aill_fields[PacketFields::FLAGS] = dsl_avpacket.flags;
+        aill_fields[PacketFields::POSITION] = dsl_avpacket.pos;
+        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, aill_fields.data());
         return to_java(dsp_env, std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));
     });
 }
@@ -131,7 +122,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1r
     enter_library(adsp_env, [&](c_jnienv &dsp_env) {
         std::unique_ptr<c_mediareader> dsl_reader(reader_of(ilp_reader));
         c_ffmpeg *adsl_ffmpeg = dsl_reader->get_ffmpeg();
-        adsl_ffmpeg->add_holder(); // so that the last line below has a context to tell of
+        adsl_ffmpeg->add_holder(); // the last line below reports on it
         dsl_reader.reset();
         const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
         TRACE_LINE(im_level_debug, "%s#%s(): counter=%d", iml_counter);

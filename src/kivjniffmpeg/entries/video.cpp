@@ -7,6 +7,8 @@
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
+#include <natives/ColorModelLayout.h>
+#include <natives/VideoParams.h>
 
 #include <algorithm>
 #include <memory>
@@ -18,12 +20,10 @@ using kiv::jni::c_jintarray;
 using kiv::jni::c_jintarray_rw;
 using kiv::jni::c_jnienv;
 using kiv::jni::c_local_ref;
+namespace VideoParams = natives::VideoParams;
 
 namespace
 {
-
-constexpr int32_t im_params_length = 16;
-constexpr int32_t im_long_params_length = 32; // of those who take direct buffers
 
 /** What Java sets of the params array. */
 struct dsd_packet_params
@@ -42,7 +42,7 @@ std::unique_ptr<c_vformat> read_format(const c_jnienv &dsp_env, jstring avop_sub
     if (avop_format == nullptr)
         throw_ffmpeg_exception(2312, "video format == NULL");
     const kiv::jni::c_jstring dsl_subtype(dsp_env, avop_subtype);
-    c_jintarray dsl_format(dsp_env, avop_format, c_vformat::im_java_length);
+    c_jintarray dsl_format(dsp_env, avop_format, natives::VideoFormatLayout::SIZE);
     c_jbytearray dsl_extradata(dsp_env, avop_extradata, INT32_MAX);
     return c_vformat::create_from_java_array(dsl_subtype.characters(), dsl_format, dsl_extradata);
 }
@@ -59,10 +59,10 @@ void append_models(const c_jnienv &dsp_env, c_videocodec &dsp_codec, jobjectArra
         const c_local_ref dsl_element(dsp_env.raw(), dsp_env.get_jobject_array_element(avop_models, iml_index));
         if (dsl_element.get() != nullptr && !dsp_env.raw()->IsInstanceOf(dsl_element.get(), dsl_class.get()))
             throw_ffmpeg_exception(2333, "color model is not an int array");
-        c_jintarray dsl_values(dsp_env, static_cast<jintArray>(dsl_element.get()), c_colormodel::im_java_length);
+        c_jintarray dsl_values(dsp_env, static_cast<jintArray>(dsl_element.get()), natives::ColorModelLayout::SIZE);
         auto dsl_model = c_colormodel::create_from_java_array(dsl_values);
         if (dsl_model == nullptr)
-            continue; // Java may offer what this library cannot do
+            continue; // Java may offer models that the library does not have
         dsl_model->print();
         dsp_codec.append_dst_format(std::move(dsl_model));
     }
@@ -72,14 +72,19 @@ void append_models(const c_jnienv &dsp_env, c_videocodec &dsp_codec, jobjectArra
 
 dsd_packet_params read_params(const c_jnienv &dsp_env, jintArray avop_params)
 {
-    c_jintarray dsl_params(dsp_env, avop_params, im_params_length);
+    c_jintarray dsl_params(dsp_env, avop_params, VideoParams::SIZE);
     dsl_params.pin();
-    return {dsl_params[0], dsl_params[1], dsl_params[2], timestamp_of(dsl_params[3], dsl_params[4])};
+    return {dsl_params[VideoParams::OFFSET], dsl_params[VideoParams::LENGTH], dsl_params[VideoParams::FLAGS],
+            timestamp_of(dsl_params[VideoParams::TIME_LOW], dsl_params[VideoParams::TIME_HIGH])};
 }
 
-/** Makes the picture Java's and replaces the record's words by what Java reckons in; the kind of its array. */
-int32_t hand_over(const c_jnienv &dsp_env, jobjectArray avop_out, c_framebuffer_reference dsp_buffer,
-                  c_codec::dsd_out_params &dsp_out)
+/**
+ * Delivers the picture: it is Java's from then on. The record's offset and size become elements of its array.
+ *
+ * @return the kind of the array; ie_array_invalid when there is none, and nothing was delivered
+ */
+int32_t deliver_picture(const c_jnienv &dsp_env, jobjectArray avop_out, c_framebuffer_reference dsp_buffer,
+                        c_codec::dsd_out_params &dsp_out)
 {
     dsp_buffer->commit();
     const int32_t iml_kind = dsp_buffer->kind();
@@ -107,36 +112,36 @@ int32_t hand_over(const c_jnienv &dsp_env, jobjectArray avop_out, c_framebuffer_
 void write_params(const c_jnienv &dsp_env, jintArray avop_params, int32_t imp_kind,
                   const c_codec::dsd_out_params &dsp_out)
 {
-    c_jintarray_rw dsl_params(dsp_env, avop_params, im_params_length);
+    c_jintarray_rw dsl_params(dsp_env, avop_params, VideoParams::SIZE);
     dsl_params.pin();
-    dsl_params.set(5, imp_kind);
-    dsl_params.set(6, dsp_out.imc_data_offset);
+    dsl_params.set(VideoParams::ARRAY_KIND, imp_kind);
+    dsl_params.set(VideoParams::PICTURE_OFFSET, dsp_out.imc_data_offset);
     for (int32_t iml_plane = 0; iml_plane < 4; ++iml_plane)
-        dsl_params.set(7 + iml_plane, dsp_out.aimc_plane_offsets[iml_plane]);
-    dsl_params.set(11, dsp_out.imc_data_size);
-    dsl_params.set(12, dsp_out.imc_flags);
-    dsl_params.set(13, static_cast<jint>(dsp_out.ilc_timestamp));
-    dsl_params.set(14, static_cast<jint>(dsp_out.ilc_timestamp >> 32));
-    dsl_params.set(15, dsp_out.imc_buffer_word);
+        dsl_params.set(VideoParams::PLANE_OFFSETS + iml_plane, dsp_out.aimc_plane_offsets[iml_plane]);
+    dsl_params.set(VideoParams::PICTURE_SIZE, dsp_out.imc_data_size);
+    dsl_params.set(VideoParams::CALL_FLAGS, dsp_out.imc_flags);
+    dsl_params.set(VideoParams::PICTURE_TIME_LOW, static_cast<jint>(dsp_out.ilc_timestamp));
+    dsl_params.set(VideoParams::PICTURE_TIME_HIGH, static_cast<jint>(dsp_out.ilc_timestamp >> 32));
+    dsl_params.set(VideoParams::REFERENCE_WORD, dsp_out.imc_buffer_word);
 }
 
-/** What a picture in a direct buffer is; written only for codecs with that option, whatever the array's length. */
+/** Describes a picture in a direct buffer. Elements that the array does not have are not written. */
 void write_picture_info(const c_jnienv &dsp_env, jintArray avop_params, const c_codec::dsd_picture_info &dsp_picture)
 {
-    c_jintarray_rw dsl_params(dsp_env, avop_params, im_long_params_length);
+    c_jintarray_rw dsl_params(dsp_env, avop_params, VideoParams::DIRECT_SIZE);
     dsl_params.pin();
-    dsl_params.set(16, dsp_picture.imc_width);
-    dsl_params.set(17, dsp_picture.imc_height);
-    dsl_params.set(18, dsp_picture.imc_pixel_format);
-    dsl_params.set(19, dsp_picture.imc_key_frame);
-    dsl_params.set(20, dsp_picture.imc_picture_type);
-    dsl_params.set(21, dsp_picture.imc_interlaced);
+    dsl_params.set(VideoParams::WIDTH, dsp_picture.imc_width);
+    dsl_params.set(VideoParams::HEIGHT, dsp_picture.imc_height);
+    dsl_params.set(VideoParams::PIXEL_FORMAT, dsp_picture.imc_pixel_format);
+    dsl_params.set(VideoParams::KEY_PICTURE, dsp_picture.imc_key_frame);
+    dsl_params.set(VideoParams::PICTURE_TYPE, dsp_picture.imc_picture_type);
+    dsl_params.set(VideoParams::INTERLACED, dsp_picture.imc_interlaced);
     for (int32_t iml_plane = 0; iml_plane < 4; ++iml_plane)
-        dsl_params.set(22 + iml_plane, dsp_picture.aimc_linesizes[iml_plane]);
-    dsl_params.set(26, dsp_picture.imc_aspect_numerator);
-    dsl_params.set(27, dsp_picture.imc_aspect_denominator);
-    dsl_params.set(28, dsp_picture.imc_color_range);
-    dsl_params.set(29, dsp_picture.imc_colorspace);
+        dsl_params.set(VideoParams::LINE_SIZES + iml_plane, dsp_picture.aimc_linesizes[iml_plane]);
+    dsl_params.set(VideoParams::PIXEL_WIDTH, dsp_picture.imc_aspect_numerator);
+    dsl_params.set(VideoParams::PIXEL_HEIGHT, dsp_picture.imc_aspect_denominator);
+    dsl_params.set(VideoParams::COLOR_RANGE, dsp_picture.imc_color_range);
+    dsl_params.set(VideoParams::COLOR_SPACE, dsp_picture.imc_colorspace);
 }
 
 } // namespace
@@ -147,7 +152,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
-        auto *adsl_ffmpeg = from_handle<c_ffmpeg>(ilp_hffmpeg, "ilp_hffmpeg == 0", 2321);
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2321);
         auto dsl_format = read_format(dsp_env, avop_subtype, avop_format, avop_extradata);
         dsl_format->print();
         auto dsl_codec = std::make_unique<c_videocodec>(adsl_ffmpeg, std::move(dsl_format));
@@ -199,9 +204,9 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1vcodec_
         c_codec::dsd_out_params dsl_out{};
         const int32_t iml_result = dsl_codec.process(autl_packet, dsl_params.imc_length, dsl_params.imc_flags,
                                                      dsl_params.ilc_timestamp, dsl_out);
-        int32_t iml_kind = -1;
+        int32_t iml_kind = kiv::jni::ie_array_invalid;
         if (dsl_out.adsc_buffer != nullptr) {
-            iml_kind = hand_over(dsp_env, avop_out, c_framebuffer_reference(dsl_out.adsc_buffer), dsl_out);
+            iml_kind = deliver_picture(dsp_env, avop_out, c_framebuffer_reference(dsl_out.adsc_buffer), dsl_out);
             if (iml_kind == kiv::jni::ie_array_invalid)
                 return ie_decoding_error; // params keep what Java put there
         }

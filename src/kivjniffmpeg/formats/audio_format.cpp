@@ -1,12 +1,17 @@
 #include "kivjniffmpeg/formats/audio_format.h"
 
 #include "jni/exceptions.h"
+#include "jni/java_arrays.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
+
+#include <natives/AudioFormatLayout.h>
 
 #include <algorithm>
 #include <new>
 #include <sstream>
+
+namespace AudioFormatLayout = natives::AudioFormatLayout;
 
 namespace
 {
@@ -81,13 +86,13 @@ std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarr
     TRACE_FUNCTION(3);
     auto dsl_format = std::make_unique<c_aformat>();
     dsp_ints.pin();
-    dsl_format->imc_format_tag = dsp_ints[0];
-    dsl_format->imc_channels = dsp_ints[1];
-    dsl_format->imc_sample_rate = dsp_ints[2];
-    dsl_format->imc_bytes_per_second = dsp_ints[3];
-    dsl_format->imc_frame_size = dsp_ints[4];
-    dsl_format->imc_bits_per_sample = dsp_ints[5];
-    const int32_t iml_header_size = dsp_ints[6];
+    dsl_format->imc_format_tag = dsp_ints[AudioFormatLayout::FORMAT_TAG];
+    dsl_format->imc_channels = dsp_ints[AudioFormatLayout::CHANNELS];
+    dsl_format->imc_sample_rate = dsp_ints[AudioFormatLayout::SAMPLE_RATE];
+    dsl_format->imc_bytes_per_second = dsp_ints[AudioFormatLayout::BYTES_PER_SECOND];
+    dsl_format->imc_frame_size = dsp_ints[AudioFormatLayout::BLOCK_ALIGN];
+    dsl_format->imc_bits_per_sample = dsp_ints[AudioFormatLayout::BITS_PER_SAMPLE];
+    const int32_t iml_header_size = dsp_ints[AudioFormatLayout::HEADER_LENGTH];
     dsp_ints.release();
     if (iml_header_size < 0)
         throw std::bad_array_new_length();
@@ -121,11 +126,7 @@ std::vector<uint8_t> c_aformat::wave_header() const
 jbyteArray c_aformat::export_to_java_array(const kiv::jni::c_jnienv &dsp_env) const
 {
     TRACE_FUNCTION(3);
-    const std::vector<uint8_t> utl_header = wave_header();
-    const auto iml_size = static_cast<jsize>(utl_header.size());
-    const jbyteArray avol_array = dsp_env.new_jbyte_array(iml_size);
-    dsp_env.set_array_region(avol_array, 0, iml_size, reinterpret_cast<const jbyte *>(utl_header.data()));
-    return avol_array;
+    return kiv::jni::to_java(dsp_env, wave_header());
 }
 
 void c_aformat::get_riff_header(std::span<uint8_t, um_riff_header_size> utp_dst) const

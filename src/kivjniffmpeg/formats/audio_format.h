@@ -55,8 +55,7 @@ public:
                                                  int32_t imp_sample_rate);
 
     /**
-     * Reads Java's form: int[7] of format tag, channels, samples per second, bytes per second, frame size, bits per sample
-     * and length of the header bytes, which are the first of the byte[]. Nothing is recomputed.
+     * Reads Java's AudioFormatLayout; the header bytes are the first of the byte[]. Nothing is recomputed.
      *
      * @throws std::bad_alloc for a negative length
      */

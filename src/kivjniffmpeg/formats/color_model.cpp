@@ -1,11 +1,18 @@
 #include "kivjniffmpeg/formats/color_model.h"
 
+#include "jni/java_arrays.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
+
+#include <natives/ColorModelLayout.h>
+#include <natives/PictureLayout.h>
 
 #include <algorithm>
 #include <array>
 #include <iterator>
+
+namespace ColorModelLayout = natives::ColorModelLayout;
+namespace PictureLayout = natives::PictureLayout;
 
 namespace
 {
@@ -41,13 +48,13 @@ std::unique_ptr<c_colormodel> c_colormodel::create_from_java_array(kiv::jni::c_j
     TRACE_FUNCTION(3);
     auto dsl_model = std::make_unique<c_colormodel>();
     dsp_values.pin();
-    dsl_model->imc_fourcc = dsp_values[0];
-    dsl_model->imc_bpp = dsp_values[1];
-    dsl_model->imc_depth = dsp_values[2];
-    dsl_model->imc_red = dsp_values[3];
-    dsl_model->imc_green = dsp_values[4];
-    dsl_model->imc_blue = dsp_values[5];
-    dsl_model->imc_alpha = dsp_values[6];
+    dsl_model->imc_fourcc = dsp_values[ColorModelLayout::FOURCC];
+    dsl_model->imc_bpp = dsp_values[ColorModelLayout::BITS_PER_PIXEL];
+    dsl_model->imc_depth = dsp_values[ColorModelLayout::DEPTH];
+    dsl_model->imc_red = dsp_values[ColorModelLayout::RED_MASK];
+    dsl_model->imc_green = dsp_values[ColorModelLayout::GREEN_MASK];
+    dsl_model->imc_blue = dsp_values[ColorModelLayout::BLUE_MASK];
+    dsl_model->imc_alpha = dsp_values[ColorModelLayout::ALPHA_MASK];
     dsp_values.release();
     const auto adsl_row = std::ranges::find_if(s_models, [&dsl_model](const dsd_model &dsp_row) {
         return dsp_row.imc_fourcc == dsl_model->imc_fourcc &&
@@ -64,15 +71,19 @@ jintArray c_colormodel::export_to_java_array(JNIEnv *adsp_env, jint imp_width, j
                                              std::span<const int32_t, 4> aimp_linesizes, jint imp_scanheight) const
 {
     TRACE_FUNCTION(3);
-    const std::array<jint, im_export_length> aiml_values{
-        imp_width,         imp_height,        aimp_linesizes[0], aimp_linesizes[1],
-        aimp_linesizes[2], aimp_linesizes[3], imp_scanheight,    0,
-        imc_fourcc,        imc_bpp,           imc_depth,         imc_red,
-        imc_green,         imc_blue,          imc_alpha,         0};
-    const kiv::jni::c_jnienv dsl_env(adsp_env);
-    const jintArray avol_array = dsl_env.new_jint_array(im_export_length);
-    dsl_env.set_array_region(avol_array, 0, im_export_length, aiml_values.data());
-    return avol_array;
+    std::array<jint, PictureLayout::SIZE> aiml_values{};
+    aiml_values[PictureLayout::WIDTH] = imp_width;
+    aiml_values[PictureLayout::HEIGHT] = imp_height;
+    std::ranges::copy(aimp_linesizes, &aiml_values[PictureLayout::LINE_SIZES]);
+    aiml_values[PictureLayout::SCAN_HEIGHT] = imp_scanheight;
+    aiml_values[PictureLayout::FOURCC] = imc_fourcc;
+    aiml_values[PictureLayout::BITS_PER_PIXEL] = imc_bpp;
+    aiml_values[PictureLayout::DEPTH] = imc_depth;
+    aiml_values[PictureLayout::RED_MASK] = imc_red;
+    aiml_values[PictureLayout::GREEN_MASK] = imc_green;
+    aiml_values[PictureLayout::BLUE_MASK] = imc_blue;
+    aiml_values[PictureLayout::ALPHA_MASK] = imc_alpha;
+    return kiv::jni::to_java(kiv::jni::c_jnienv(adsp_env), aiml_values);
 }
 
 void c_colormodel::print() const

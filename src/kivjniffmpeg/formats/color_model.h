@@ -18,20 +18,17 @@ inline constexpr int32_t im_fourcc_yv12 = make_four_character_code("YV12");
 class c_colormodel
 {
 public:
-    static constexpr int32_t im_java_length = 7;
-    static constexpr int32_t im_export_length = 16;
-
     /** The model of a caller who names none: no pixel format, nothing set. */
     c_colormodel() noexcept = default;
     virtual ~c_colormodel();
     c_colormodel(const c_colormodel &) = delete;
     c_colormodel &operator=(const c_colormodel &) = delete;
 
-    /** Reads Java's int[7]. @return null when code and bits per pixel stand for no supported format */
+    /** Reads Java's ColorModelLayout. @return null when code and bits per pixel stand for no supported format */
     static std::unique_ptr<c_colormodel> create_from_java_array(kiv::jni::c_jintarray &dsp_values);
 
     /**
-     * Describes a picture buffer in this model: a new int[16].
+     * Describes a picture buffer in this model: a new array, laid out as PictureLayout.
      *
      * @param imp_width,imp_height pixels
      * @param aimp_linesizes bytes per line of each plane

@@ -1,11 +1,14 @@
 #include "kivjniffmpeg/formats/video_format.h"
 
+#include "jni/java_arrays.h"
 #include "kivjniffmpeg/formats/four_character_code.h"
 #include "kivjniffmpeg/formats/media_subtypes.h"
 #include "trace/trace.h"
 
 #include <algorithm>
 #include <new>
+
+namespace VideoFormatLayout = natives::VideoFormatLayout;
 
 c_vformat::~c_vformat() = default;
 
@@ -18,10 +21,10 @@ std::unique_ptr<c_vformat> c_vformat::create_from_java_array(const std::string &
     dsl_format->strc_guid_subtype = strp_guid;
     dsl_format->dsc_codecid = subtype2codecid(strp_guid.c_str());
     dsp_format.pin();
-    for (int32_t iml_index = 0; iml_index < im_java_length; ++iml_index)
+    for (int32_t iml_index = 0; iml_index < VideoFormatLayout::SIZE; ++iml_index)
         dsl_format->aimc_values[static_cast<size_t>(iml_index)] = dsp_format[iml_index];
     dsp_format.release();
-    const int32_t iml_extradata_size = dsl_format->aimc_values[im_extradata_size];
+    const int32_t iml_extradata_size = dsl_format->aimc_values[VideoFormatLayout::EXTRADATA_LENGTH];
     if (iml_extradata_size < 0)
         throw std::bad_array_new_length();
     dsl_format->utc_extradata.resize(static_cast<size_t>(iml_extradata_size));
@@ -36,10 +39,7 @@ std::unique_ptr<c_vformat> c_vformat::create_from_java_array(const std::string &
 jintArray c_vformat::export_to_java_array(JNIEnv *adsp_env) const
 {
     TRACE_FUNCTION(3);
-    const kiv::jni::c_jnienv dsl_env(adsp_env);
-    const jintArray avol_array = dsl_env.new_jint_array(im_java_length);
-    dsl_env.set_array_region(avol_array, 0, im_java_length, aimc_values.data());
-    return avol_array;
+    return kiv::jni::to_java(kiv::jni::c_jnienv(adsp_env), aimc_values);
 }
 
 void c_vformat::print() const
@@ -50,5 +50,5 @@ void c_vformat::print() const
         "%s#%s(): strc_guid_subtype=%s dsc_codecid=%d fourcc=%s imc_width=%d imc_height=%d bitcount=%d colors=%d "
         "sample_size=%d",
         strc_guid_subtype.c_str(), static_cast<int>(dsc_codecid), four_character_text(fourcc()).data(), width(),
-        height(), bitcount(), aimc_values[im_colors], aimc_values[im_sample_size]);
+        height(), bitcount(), aimc_values[VideoFormatLayout::COLORS], aimc_values[VideoFormatLayout::SAMPLE_SIZE]);
 }

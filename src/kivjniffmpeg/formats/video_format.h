@@ -5,6 +5,7 @@
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
 #include <jni.h>
+#include <natives/VideoFormatLayout.h>
 
 #include <array>
 #include <cstdint>
@@ -14,7 +15,7 @@
 #include <vector>
 
 /**
- * A media subtype, the decoder that follows from it, Java's int[18] and the codec's set-up bytes.
+ * A media subtype, the decoder that follows from it, Java's VideoFormatLayout and the codec's set-up bytes.
  *
  * Only the four-character code, size, bit count, colours, sample size and the length of the set-up bytes mean anything
  * here; every other number is Java's and is carried for the export.
@@ -22,8 +23,6 @@
 class c_vformat
 {
 public:
-    static constexpr int32_t im_java_length = 18;
-
     virtual ~c_vformat();
     c_vformat(const c_vformat &) = delete;
     c_vformat &operator=(const c_vformat &) = delete;
@@ -44,27 +43,17 @@ public:
     void print() const;
 
     AVCodecID codec_id() const noexcept { return dsc_codecid; }
-    int32_t fourcc() const noexcept { return aimc_values[im_fourcc]; }
-    int32_t width() const noexcept { return aimc_values[im_width]; }
-    int32_t height() const noexcept { return aimc_values[im_height]; }
-    int32_t bitcount() const noexcept { return aimc_values[im_bitcount]; }
+    int32_t fourcc() const noexcept { return aimc_values[natives::VideoFormatLayout::FOURCC]; }
+    int32_t width() const noexcept { return aimc_values[natives::VideoFormatLayout::WIDTH]; }
+    int32_t height() const noexcept { return aimc_values[natives::VideoFormatLayout::HEIGHT]; }
+    int32_t bitcount() const noexcept { return aimc_values[natives::VideoFormatLayout::BITS_PER_PIXEL]; }
     std::span<const uint8_t> extradata() const noexcept { return utc_extradata; }
 
-    /** Java's index of the length of the set-up bytes, which is needed before they can be read. */
-    static constexpr int32_t im_extradata_size = 13;
-
 private:
-    static constexpr size_t im_fourcc = 0;
-    static constexpr size_t im_width = 4;
-    static constexpr size_t im_height = 5;
-    static constexpr size_t im_bitcount = 7;
-    static constexpr size_t im_colors = 11;
-    static constexpr size_t im_sample_size = 15;
-
     c_vformat() = default;
 
     std::string strc_guid_subtype;
     AVCodecID dsc_codecid = AV_CODEC_ID_NONE;
-    std::array<jint, im_java_length> aimc_values{};
+    std::array<jint, natives::VideoFormatLayout::SIZE> aimc_values{};
     std::vector<uint8_t> utc_extradata;
 };

@@ -14,7 +14,7 @@ TEST(exceptions, line_numbers_are_unique_to_their_messages)
 {
     std::map<std::string, std::set<std::string>> dsl_texts;
     const std::regex dsl_throw(R"re(throw_ffmpeg_exception\(\s*(\d+),\s*"([^"]*)")re");
-    const std::regex dsl_handle(R"re(from_handle<\w+>\([^,]*,\s*"([^"]*)",\s*(\d+)\))re");
+    const std::regex dsl_handle(R"re((\w+_of(?:<\w+>)?|from_handle<\w+>)\([^()]*,\s*(\d+)\))re");
     for (const auto &dsl_entry : std::filesystem::recursive_directory_iterator(KIV_SOURCE_DIR)) {
         if (!dsl_entry.is_regular_file())
             continue;
