@@ -1,6 +1,5 @@
 package kiv.media.ffmpeg;
 
-import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
 import java.util.ArrayDeque;
@@ -32,20 +31,20 @@ public final class AudioDecoder implements AutoCloseable {
     private static final int MOST_BYTES = 16 << 20;
 
     private final NativeHandle handle;
-    private final AudioCalls calls;
+    private final NativeAudioCodec codec;
     private final WaveFormat format;
     private final int bitRate;
     private final AudioClock clock;
-    private final StreamFilter filter;
+    private final PacketFilter filter;
     private final Deque<AudioBlock> finished = new ArrayDeque<>();
 
     private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
-        this.calls = new AudioCalls(isMpeg(format));
+        this.codec = new NativeAudioCodec(isMpeg(format));
         this.format = format;
         this.bitRate = bitRate;
         this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME);
-        this.filter = new StreamFilter(stream);
+        this.filter = new PacketFilter(stream);
     }
 
     /**
@@ -200,21 +199,9 @@ public final class AudioDecoder implements AutoCloseable {
         return source(reader).stream();
     }
 
-    OneByOne<AudioBlock> source(MediaReader reader) {
+    PullSpliterator<AudioBlock> source(MediaReader reader) {
         filter.check(reader);
-        return new OneByOne<>() {
-            private boolean ended;
-
-            @Override
-            AudioBlock next() {
-                AudioBlock block = nextWaiting();
-                while (block == null && !ended) {
-                    ended = !decodeNext(reader);
-                    block = nextWaiting();
-                }
-                return block;
-            }
-        };
+        return new DecodingSpliterator<>(reader, this::decodeOrEnd, () -> handle.call(address -> finished.poll()));
     }
 
     /**
@@ -231,29 +218,15 @@ public final class AudioDecoder implements AutoCloseable {
         return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
     }
 
-    private AudioBlock nextWaiting() {
-        return handle.call(address -> finished.poll());
-    }
-
-    /** @return false at the end of the stream, when the last sound waits as well */
-    private boolean decodeNext(MediaReader reader) {
-        Packet packet;
-        try {
-            packet = reader.read();
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
-        }
-        return handle.call(address -> {
-            try {
-                if (packet == null) {
-                    end(address);
-                } else if (accepts(packet)) {
-                    decode(address, packet.bytes(), timeOf(packet), packet);
-                }
-            } catch (DecodeException e) {
-                // The stream goes on without it.
+    /** Skips packets of other streams. Null ends the stream. */
+    private void decodeOrEnd(Packet packet) {
+        handle.call(address -> {
+            if (packet == null) {
+                end(address);
+            } else if (accepts(packet)) {
+                decode(address, packet.bytes(), timeOf(packet), packet);
             }
-            return packet != null;
+            return null;
         });
     }
 
@@ -267,7 +240,7 @@ public final class AudioDecoder implements AutoCloseable {
     public List<AudioBlock> finish() {
         return handle.call(address -> {
             end(address);
-            return handOut();
+            return deliver();
         });
     }
 
@@ -296,19 +269,17 @@ public final class AudioDecoder implements AutoCloseable {
 
     /** Begins as a new decoder would: nothing of what came before is heard in what comes next. */
     private void restart(long address) {
-        if (!AudioCalls.reopen(address, bitRate)) {
+        if (!NativeAudioCodec.reopen(address, bitRate)) {
             throw doesNotOpen(format);
         }
         clock.reset();
     }
 
     private void end(long address) {
-        try {
-            take(calls.drain(address));
+        DecodeException.translate(() -> {
+            take(codec.drain(address));
             restart(address);
-        } catch (RuntimeException | Error e) {
-            throw MediaException.of(e, "decoding", DecodeException::new);
-        }
+        });
     }
 
     private static void checkSize(int bytes) {
@@ -321,31 +292,27 @@ public final class AudioDecoder implements AutoCloseable {
     private List<AudioBlock> decode(byte[] bytes, long time, Object what) {
         return handle.call(address -> {
             decode(address, bytes, time, what);
-            return handOut();
+            return deliver();
         });
     }
 
     private void decode(long address, byte[] bytes, long time, Object what) {
-        boolean damaged;
-        try {
+        DecodeException.translate(() -> {
             clock.at(time);
-            damaged = decode(address, bytes);
-        } catch (RuntimeException | Error e) {
-            throw MediaException.of(e, "decoding", DecodeException::new);
-        }
-        if (damaged) {
-            throw new DecodeException("a packet cannot be decoded: " + what);
-        }
+            if (isDamaged(address, bytes)) {
+                throw new DecodeException("a packet cannot be decoded: " + what);
+            }
+        });
     }
 
     /** @return whether some of it could not be decoded */
-    private boolean decode(long address, byte[] bytes) {
-        AudioCalls.Result result = calls.process(address, bytes, bytes.length);
+    private boolean isDamaged(long address, byte[] bytes) {
+        NativeAudioCodec.Result result = codec.process(address, bytes, bytes.length);
         boolean silent = take(result) == 0;
         boolean failed = result.failed();
         if (result.rest() > 0 && !failed) {
             // A few bytes, or what looks like the beginning of a frame, would wait for the next packet.
-            AudioCalls.Result rest = calls.drain(address);
+            NativeAudioCodec.Result rest = codec.drain(address);
             silent &= take(rest) == 0;
             failed = rest.failed();
         }
@@ -369,7 +336,7 @@ public final class AudioDecoder implements AutoCloseable {
         return bytes.length >= MPEG_HEADER && (bytes[0] & 0xFF) == 0xFF && (bytes[1] & 0xE0) == 0xE0;
     }
 
-    private int take(AudioCalls.Result result) {
+    private int take(NativeAudioCodec.Result result) {
         int frames = result.bytes().length / (format.channels() * Short.BYTES);
         if (frames > 0) {
             finished.add(new AudioBlock(result.bytes(), format.sampleRate(), format.channels(), clock.time(),
@@ -379,7 +346,7 @@ public final class AudioDecoder implements AutoCloseable {
         return frames;
     }
 
-    private List<AudioBlock> handOut() {
+    private List<AudioBlock> deliver() {
         List<AudioBlock> blocks = new ArrayList<>(finished);
         finished.clear();
         return blocks;

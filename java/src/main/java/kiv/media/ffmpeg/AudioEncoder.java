@@ -43,7 +43,7 @@ public final class AudioEncoder implements AutoCloseable {
     private static final int[] DTS_ORDER = {2, 0, 1, 4, 5, 3};
 
     private final NativeHandle handle;
-    private final AudioCalls calls = new AudioCalls(false);
+    private final NativeAudioCodec nativeCodec = new NativeAudioCodec(false);
     private final AudioCodec codec;
     private final WaveFormat format;
     private final int bitRate;
@@ -60,15 +60,15 @@ public final class AudioEncoder implements AutoCloseable {
     private AudioEncoder(long address, AudioCodec codec, int sampleRate, int channels, int wantedBitRate) {
         this.handle = new NativeHandle("encoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         try {
-            if (wantedBitRate != DEFAULT_BIT_RATE && !AudioCalls.reopen(address, wantedBitRate)) {
+            if (wantedBitRate != DEFAULT_BIT_RATE && !NativeAudioCodec.reopen(address, wantedBitRate)) {
                 throw new UnsupportedCodecException("the " + codec + " encoder does not open for " + sampleRate
                         + " Hz, " + channels + " channels and " + wantedBitRate + " bit/s; try another bit rate");
             }
             this.codec = codec;
-            this.bitRate = option(address, c_codecoptions_ffmpeg.BIT_RATE);
-            this.frameSize = option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
-            this.initialPadding = EncodedFormats.padding(codec, address);
-            this.format = EncodedFormats.of(codec, sampleRate, channels, address);
+            this.bitRate = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BIT_RATE);
+            this.frameSize = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
+            this.initialPadding = EncoderWaveFormats.padding(codec, address);
+            this.format = EncoderWaveFormats.of(codec, sampleRate, channels, address);
             this.frame = new byte[(frameSize == 0 ? FREE_FRAME_SIZE : frameSize) * channels * Short.BYTES];
         } catch (Throwable e) {
             handle.close();
@@ -136,10 +136,6 @@ public final class AudioEncoder implements AutoCloseable {
     private static UnsupportedCodecException refused(AudioCodec codec, int sampleRate, int channels) {
         return new UnsupportedCodecException(codec + " cannot be encoded from " + sampleRate + " Hz and " + channels
                 + (channels == 1 ? " channel" : " channels") + "; it takes " + codec.requirements());
-    }
-
-    private static int option(long address, String name) {
-        return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
     }
 
     /** {@return what it encodes into} */
@@ -244,7 +240,7 @@ public final class AudioEncoder implements AutoCloseable {
             } finally {
                 pcm.position(input.position());
             }
-            return handOut();
+            return deliver();
         });
     }
 
@@ -268,7 +264,7 @@ public final class AudioEncoder implements AutoCloseable {
                 encodeFrame(address);
             }
             finished = true;
-            return handOut();
+            return deliver();
         });
     }
 
@@ -302,9 +298,9 @@ public final class AudioEncoder implements AutoCloseable {
         }
         byte[] bytes;
         try {
-            AudioCalls.Result result = calls.process(address, frame, length);
+            NativeAudioCodec.Result result = nativeCodec.process(address, frame, length);
             // PCM passes through a decoder, which keeps a few last bytes; an encoder takes a whole frame.
-            bytes = result.rest() > 0 && codec == AudioCodec.PCM ? calls.drain(address).bytes() : result.bytes();
+            bytes = result.rest() > 0 && codec == AudioCodec.PCM ? nativeCodec.drain(address).bytes() : result.bytes();
         } catch (RuntimeException | Error e) {
             // Its time passes all the same: what comes next must not be heard too early.
             packed += length / bytesOfFrame();
@@ -328,7 +324,7 @@ public final class AudioEncoder implements AutoCloseable {
         }
     }
 
-    private List<Packet> handOut() {
+    private List<Packet> deliver() {
         List<Packet> packets = ready;
         ready = new ArrayList<>();
         return packets;

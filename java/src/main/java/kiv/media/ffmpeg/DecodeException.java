@@ -23,4 +23,13 @@ public class DecodeException extends MediaException {
     public DecodeException(String message, Throwable cause) {
         super(message, cause);
     }
+
+    /** Makes native calls of a decoder. What the library itself throws becomes an exception of this class. */
+    static void translate(Runnable calls) {
+        try {
+            calls.run();
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "decoding", DecodeException::new);
+        }
+    }
 }

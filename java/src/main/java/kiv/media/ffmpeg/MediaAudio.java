@@ -51,19 +51,7 @@ public final class MediaAudio {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioInputStream open(Path file) throws IOException {
-        SeekableByteChannel channel = MediaReader.openFile(file);
-        try {
-            return open(channel);
-        } catch (Throwable e) {
-            channel.close();
-            if (e instanceof MediaFormatException) {
-                throw new MediaFormatException(file + ": " + e.getMessage(), e);
-            }
-            if (e instanceof UnsupportedCodecException) {
-                throw new UnsupportedCodecException(file + ": " + e.getMessage(), e);
-            }
-            throw e;
-        }
+        return MediaReader.openFile(file, MediaAudio::open);
     }
 
     /**

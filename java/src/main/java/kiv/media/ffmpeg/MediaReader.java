@@ -73,16 +73,7 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(Path file) throws IOException {
-        SeekableByteChannel channel = openFile(file);
-        try {
-            return open(channel);
-        } catch (MediaFormatException e) {
-            channel.close();
-            throw new MediaFormatException(file + ": " + e.getMessage(), e);
-        } catch (Throwable e) {
-            channel.close();
-            throw e;
-        }
+        return openFile(file, MediaReader::open);
     }
 
     /**
@@ -111,11 +102,17 @@ public final class MediaReader implements AutoCloseable {
         return new MediaReader(address, channel, source);
     }
 
+    /** Opens something by its channel. */
+    @FunctionalInterface
+    interface Opening<T> {
+        T open(SeekableByteChannel channel) throws IOException;
+    }
+
     /**
      * Opens a file that can be read at any place. Opening a pipe would wait for somebody to write into it, and neither
-     * pipes nor terminals can be read twice.
+     * pipes nor terminals can be read twice. Messages about the content begin with the file's name.
      */
-    static SeekableByteChannel openFile(Path file) throws IOException {
+    static <T> T openFile(Path file, Opening<T> opening) throws IOException {
         if (Files.isDirectory(Objects.requireNonNull(file, "file"))) {
             throw new FileSystemException(file.toString(), null, "is a directory");
         }
@@ -125,7 +122,19 @@ public final class MediaReader implements AutoCloseable {
             throw new FileSystemException(file.toString(), null, "is a pipe or a device, not a file; copy what comes out"
                     + " of it into a file first");
         }
-        return Files.newByteChannel(file);
+        SeekableByteChannel channel = Files.newByteChannel(file);
+        try {
+            return opening.open(channel);
+        } catch (Throwable e) {
+            channel.close();
+            if (e instanceof MediaFormatException) {
+                throw new MediaFormatException(file + ": " + e.getMessage(), e);
+            }
+            if (e instanceof UnsupportedCodecException) {
+                throw new UnsupportedCodecException(file + ": " + e.getMessage(), e);
+            }
+            throw e;
+        }
     }
 
     /** {@return FFmpeg's short name of the container format, or several joined by commas, such as {@code mov,mp4}} */
@@ -204,7 +213,7 @@ public final class MediaReader implements AutoCloseable {
      *     or in use, beside what was said
      */
     public Stream<Packet> packets() {
-        return new OneByOne<Packet>() {
+        return new PullSpliterator<Packet>() {
             @Override
             Packet next() {
                 try {

@@ -22,6 +22,12 @@ final class PcmAudioInputStream extends AudioInputStream {
     }
 
     @Override
+    public int available() throws IOException {
+        sound.ensureOpen();
+        return super.available();
+    }
+
+    @Override
     public long skip(long bytes) throws IOException {
         sound.ensureOpen();
         return super.skip(bytes);

@@ -234,7 +234,7 @@ public final class Picture implements AutoCloseable {
     private void readArgb(int wantedWidth, int wantedHeight, int[] pixels) {
         PictureMemory held = hold();
         try {
-            PictureConverters.convert(held, place(),
+            ConverterPool.convert(held, place(),
                     place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[1],
                             new int[] {wantedWidth * Integer.BYTES}), pixels);
         } finally {
@@ -317,7 +317,7 @@ public final class Picture implements AutoCloseable {
         try {
             to = held.another((int) size);
             try {
-                PictureConverters.convert(held, place(), to.buffer(),
+                ConverterPool.convert(held, place(), to.buffer(),
                         place(wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes));
             } catch (Throwable e) {
                 to.release();

@@ -8,12 +8,12 @@ import java.nio.ByteBuffer;
  */
 final class PictureMemory {
 
-    private final PicturePool pool;
+    private final PictureMemoryPool pool;
     private final ByteBuffer buffer;
     private int holders = 1;
 
     /** Memory with one holder, which calls {@link #release} once. */
-    PictureMemory(PicturePool pool, ByteBuffer buffer) {
+    PictureMemory(PictureMemoryPool pool, ByteBuffer buffer) {
         this.pool = pool;
         this.buffer = buffer;
     }

@@ -1,6 +1,5 @@
 package kiv.media.ffmpeg;
 
-import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
@@ -37,21 +36,21 @@ public final class VideoDecoder implements AutoCloseable {
     private static final Packet NO_PACKET = Packet.of(new byte[0], 0, Packet.NO_TIME, Packet.NO_TIME, false);
 
     private final NativeHandle handle;
-    private final PicturePool pool;
+    private final PictureMemoryPool pool;
     private final VideoFormat format;
-    private final StreamFilter filter;
+    private final PacketFilter filter;
     private final PacketTimes times = new PacketTimes();
     private final Deque<Picture> finished = new ArrayDeque<>();
 
-    private VideoDecoder(long address, PicturePool pool, VideoFormat format, MediaStream stream) {
-        this.handle = new NativeHandle("decoder", this, address, dead -> BoundBuffers.with(pool, () -> {
+    private VideoDecoder(long address, PictureMemoryPool pool, VideoFormat format, MediaStream stream) {
+        this.handle = new NativeHandle("decoder", this, address, dead -> ThreadBuffers.with(pool, () -> {
             c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
             pool.close();
             return null;
         }));
         this.pool = pool;
         this.format = format;
-        this.filter = new StreamFilter(stream);
+        this.filter = new PacketFilter(stream);
     }
 
     /**
@@ -82,7 +81,7 @@ public final class VideoDecoder implements AutoCloseable {
 
     private static VideoDecoder open(VideoFormat format, MediaStream stream) {
         long context = FfmpegLibrary.context();
-        PicturePool pool = new PicturePool();
+        PictureMemoryPool pool = new PictureMemoryPool();
         long address;
         try {
             address = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, format.subtype(), format.toNative(),
@@ -136,7 +135,7 @@ public final class VideoDecoder implements AutoCloseable {
         filter.check(packet);
         return call(address -> {
             decode(address, packet);
-            return handOut();
+            return deliver();
         });
     }
 
@@ -151,7 +150,7 @@ public final class VideoDecoder implements AutoCloseable {
     public List<Picture> finish() {
         return call(address -> {
             end(address);
-            return handOut();
+            return deliver();
         });
     }
 
@@ -170,44 +169,18 @@ public final class VideoDecoder implements AutoCloseable {
      */
     public Stream<Picture> pictures(MediaReader reader) {
         filter.check(reader);
-        return new OneByOne<Picture>() {
-            private boolean ended;
-
-            @Override
-            Picture next() {
-                Picture picture = nextWaiting();
-                while (picture == null && !ended) {
-                    ended = !decodeNext(reader);
-                    picture = nextWaiting();
-                }
-                return picture;
-            }
-        }.stream();
+        return new DecodingSpliterator<>(reader, this::decodeOrEnd, () -> call(address -> finished.poll())).stream();
     }
 
-    private Picture nextWaiting() {
-        return call(address -> finished.poll());
-    }
-
-    /** @return false at the end of the stream, when the last pictures wait as well */
-    private boolean decodeNext(MediaReader reader) {
-        Packet packet;
-        try {
-            packet = reader.read();
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
-        }
-        return call(address -> {
-            try {
-                if (packet == null) {
-                    end(address);
-                } else if (accepts(packet)) {
-                    decode(address, packet);
-                }
-            } catch (DecodeException e) {
-                // The stream goes on without it.
+    /** Skips packets of other streams. Null ends the stream. */
+    private void decodeOrEnd(Packet packet) {
+        call(address -> {
+            if (packet == null) {
+                end(address);
+            } else if (accepts(packet)) {
+                decode(address, packet);
             }
-            return packet != null;
+            return null;
         });
     }
 
@@ -239,34 +212,28 @@ public final class VideoDecoder implements AutoCloseable {
     private <T> T call(NativeHandle.Call<T, RuntimeException> work) {
         return handle.call(address -> {
             try {
-                return BoundBuffers.with(pool, () -> work.on(address));
+                return ThreadBuffers.with(pool, () -> work.on(address));
             } finally {
                 pool.settle();
             }
         });
     }
 
-    private List<Picture> handOut() {
+    private List<Picture> deliver() {
         List<Picture> pictures = new ArrayList<>(finished);
         finished.clear();
         return pictures;
     }
 
     private void decode(long address, Packet packet) {
-        try {
-            process(address, packet);
-        } catch (RuntimeException | Error e) {
-            throw MediaException.of(e, "decoding", DecodeException::new);
-        }
+        DecodeException.translate(() -> process(address, packet));
     }
 
     private void end(long address) {
-        try {
+        DecodeException.translate(() -> {
             fetch(address, ProcessFlags.DRAIN, NO_PACKET);
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
-        } catch (RuntimeException | Error e) {
-            throw MediaException.of(e, "decoding", DecodeException::new);
-        }
+        });
         times.forget();
     }
 

@@ -230,7 +230,7 @@ public class c_multimediaapi_ffmpeg {
      * @return whether there is an array
      */
     static boolean m_vcodec_alloc_buffer(Object codec, int[] layout, int[] buffer, Object[] slots) {
-        return BoundBuffers.forCallback(codec).allocate(layout, buffer, slots);
+        return ThreadBuffers.forCallback(codec).allocate(layout, buffer, slots);
     }
 
     /**
@@ -240,7 +240,7 @@ public class c_multimediaapi_ffmpeg {
      * @param slots what {@link #m_vcodec_alloc_buffer} filled
      */
     static void m_vcodec_free_buffer(Object codec, Object[] slots) {
-        BoundBuffers.forCallback(codec).free(slots);
+        ThreadBuffers.forCallback(codec).free(slots);
     }
 
     /**

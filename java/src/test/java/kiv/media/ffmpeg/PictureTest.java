@@ -27,7 +27,7 @@ class PictureTest {
     private static Picture picture(int width, int height, int... argb) {
         PixelFormat format = PixelFormat.named("bgra");
         int lineSize = width * Integer.BYTES + 12;
-        PictureMemory memory = new PicturePool().take(8 + lineSize * height);
+        PictureMemory memory = new PictureMemoryPool().take(8 + lineSize * height);
         for (int i = 0; i < width * height; i++) {
             memory.buffer().order(ByteOrder.LITTLE_ENDIAN).putInt(
                     8 + i / width * lineSize + i % width * Integer.BYTES, argb[i % argb.length]);
@@ -78,7 +78,7 @@ class PictureTest {
         assertThatThrownBy(picture::palette).isInstanceOf(UnsupportedOperationException.class);
         picture.close();
         assertThatThrownBy(() -> picture.plane(0)).isInstanceOf(MediaStateException.class);
-        assertThatThrownBy(() -> new Picture(new PicturePool().take(63), picture.format(), 4, 4, new int[4],
+        assertThatThrownBy(() -> new Picture(new PictureMemoryPool().take(63), picture.format(), 4, 4, new int[4],
                 new int[] {16, 0, 0, 0}, DETAILS)).isInstanceOf(DecodeException.class);
     }
 
@@ -130,7 +130,7 @@ class PictureTest {
         "1, false, 60, 128, 128, 0x333333", "1, true, 60, 128, 128, 0x3C3C3C"})
     void coloursAreUnderstoodAsTheStreamSays(int space, boolean full, int luma, int blue, int red, int colour) {
         byte[] values = {(byte) luma, (byte) blue, (byte) red};
-        PictureMemory memory = new PicturePool().take(3 * 256);
+        PictureMemory memory = new PictureMemoryPool().take(3 * 256);
         for (int i = 0; i < 3 * 256; i++) {
             memory.buffer().put(i, values[i / 256]);
         }
@@ -149,7 +149,7 @@ class PictureTest {
 
     @Test
     void memoryIsUsedAgainUntilItsPoolIsClosed() {
-        PicturePool pool = new PicturePool();
+        PictureMemoryPool pool = new PictureMemoryPool();
         PictureMemory memory = pool.take(64);
         PictureMemory other = memory.another(99);
         ByteBuffer buffer = memory.buffer();

@@ -1,11 +1,9 @@
 package kiv.media.ffmpeg.javasound;
 
 import java.io.IOException;
-import java.io.InputStream;
 import java.nio.ByteBuffer;
 import java.nio.channels.Channel;
 import java.nio.channels.SeekableByteChannel;
-import java.util.Objects;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 import kiv.media.ffmpeg.AudioDecoder;
@@ -15,6 +13,7 @@ import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
+import kiv.media.ffmpeg.io.BlockInputStream;
 
 /**
  * Compressed sound as {@link AudioSystem} opens it: the packets of a medium's first stream of sound, their bytes one
@@ -38,68 +37,38 @@ import kiv.media.ffmpeg.Packet;
  */
 public final class EncodedAudioInputStream extends AudioInputStream {
 
-    /** The bytes of the packets. */
-    private static final class Packets extends InputStream {
+    /** The bytes of a stream's packets. */
+    private static final class PacketInputStream extends BlockInputStream {
         private final MediaReader reader;
         private final MediaStream stream;
         private final Channel channel;
-        private ByteBuffer current = ByteBuffer.allocate(0);
-        private volatile boolean closed;
 
-        Packets(MediaReader reader, MediaStream stream, Channel channel) {
+        PacketInputStream(MediaReader reader, MediaStream stream, Channel channel) {
             this.reader = reader;
             this.stream = stream;
             this.channel = channel;
         }
 
         @Override
-        public int read() throws IOException {
-            byte[] one = new byte[1];
-            return read(one, 0, 1) < 0 ? -1 : one[0] & 0xFF;
-        }
-
-        @Override
-        public synchronized int read(byte[] to, int offset, int length) throws IOException {
-            Objects.checkFromIndexSize(offset, length, to.length);
-            if (closed) {
-                throw new IOException("the sound is closed");
-            }
-            while (length > 0 && !current.hasRemaining()) {
-                Packet packet;
-                try {
-                    packet = reader.read();
-                } catch (MediaException e) {
-                    throw new IOException("the sound cannot be read: " + e.getMessage(), e);
-                }
-                if (packet == null) {
-                    return -1;
-                }
-                if (packet.streamIndex() == stream.index()) {
-                    current = packet.data();
-                }
-            }
-            int count = Math.min(length, current.remaining());
-            current.get(to, offset, count);
-            return count;
-        }
-
-        @Override
-        public synchronized int available() {
-            return closed ? 0 : current.remaining();
-        }
-
-        @Override
-        public void close() throws IOException {
-            closed = true;
+        protected ByteBuffer nextBlock() throws IOException {
             try {
-                // A thread that waits for bytes holds the lock; it stops waiting.
-                channel.close();
-            } finally {
-                release();
+                Packet packet = reader.read();
+                while (packet != null && packet.streamIndex() != stream.index()) {
+                    packet = reader.read();
+                }
+                return packet == null ? null : packet.data();
+            } catch (MediaException e) {
+                throw new IOException("the sound cannot be read: " + e.getMessage(), e);
             }
         }
 
-        private synchronized void release() throws IOException {
+        @Override
+        protected void interrupt() throws IOException {
+            channel.close();
+        }
+
+        @Override
+        protected void release() throws IOException {
             try {
                 reader.close();
             } catch (MediaException e) {
@@ -108,10 +77,10 @@ public final class EncodedAudioInputStream extends AudioInputStream {
         }
     }
 
-    private final Packets packets;
+    private final PacketInputStream packets;
     private AudioInputStream decoded;
 
-    private EncodedAudioInputStream(Packets packets) {
+    private EncodedAudioInputStream(PacketInputStream packets) {
         super(packets, SoundFormats.of(packets.stream), AudioSystem.NOT_SPECIFIED);
         this.packets = packets;
     }
@@ -125,14 +94,17 @@ public final class EncodedAudioInputStream extends AudioInputStream {
     static EncodedAudioInputStream open(SeekableByteChannel channel) throws IOException {
         MediaReader reader = MediaReader.open(channel);
         try {
-            MediaStream stream = reader.firstAudio()
-                    .orElseThrow(() -> new MediaFormatException("no audio stream"));
+            MediaStream stream = firstAudio(reader);
             AudioDecoder.open(stream).close();
-            return new EncodedAudioInputStream(new Packets(reader, stream, channel));
+            return new EncodedAudioInputStream(new PacketInputStream(reader, stream, channel));
         } catch (Throwable e) {
             reader.close();
             throw e;
         }
+    }
+
+    static MediaStream firstAudio(MediaReader reader) {
+        return reader.firstAudio().orElseThrow(() -> new MediaFormatException("no audio stream"));
     }
 
     /** {@return the stream of sound in its container, which tells the codec, its private data and the times} */
@@ -152,7 +124,7 @@ public final class EncodedAudioInputStream extends AudioInputStream {
             result = decoded;
         }
         if (result != null) {
-            packets.closed = true;
+            packets.refuseReads();
             result.close();
         } else {
             super.close();

@@ -113,8 +113,7 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
         SpoolChannel spool = new SpoolChannel(source);
         MediaReader reader = MediaReader.open(spool);
         try {
-            MediaStream stream = reader.firstAudio()
-                    .orElseThrow(() -> new MediaFormatException("no audio stream"));
+            MediaStream stream = EncodedAudioInputStream.firstAudio(reader);
             if (!stream.codecName().toUpperCase(Locale.ROOT).equals(encoding)
                     || stream.sampleRate() != claimed.getSampleRate() || stream.channels() != claimed.getChannels()) {
                 throw new MediaFormatException("the stream carries " + stream.codecName() + " of "

@@ -11,13 +11,13 @@ import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
  * The native converters, which know the tables of their last conversion: a thread takes one and gives it back, so there
  * are no more than were ever needed at the same time.
  */
-final class PictureConverters {
+final class ConverterPool {
 
     /** As many as can be at work at the same time; those of a crowd of threads are deleted after use. */
     private static final ArrayBlockingQueue<Converter> IDLE =
             new ArrayBlockingQueue<>(Math.max(2, Runtime.getRuntime().availableProcessors()));
 
-    private PictureConverters() {
+    private ConverterPool() {
     }
 
     /** One for a single thread at a time, with the memory of its last picture, unless somebody else needed it. */
@@ -28,7 +28,7 @@ final class PictureConverters {
         ByteBuffer scratch(int size) {
             ByteBuffer scratch = last.get();
             if (scratch == null || scratch.capacity() < size) {
-                scratch = PicturePool.fresh(size).order(ByteOrder.LITTLE_ENDIAN);
+                scratch = PictureMemoryPool.fresh(size).order(ByteOrder.LITTLE_ENDIAN);
                 last = new WeakReference<>(scratch);
             }
             return scratch;

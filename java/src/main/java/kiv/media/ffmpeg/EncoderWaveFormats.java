@@ -5,7 +5,7 @@ import java.nio.ByteOrder;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /** The WAVE headers of what encoders make, as decoders and other programs expect them. */
-final class EncodedFormats {
+final class EncoderWaveFormats {
 
     private static final int MP3_BITS = 144;
     private static final int MP3_HEADER_SIZE = 12;
@@ -17,7 +17,7 @@ final class EncodedFormats {
     private static final int DTS_PADDING = 512;
     private static final int AMR_PADDING = 40;
 
-    private EncodedFormats() {
+    private EncoderWaveFormats() {
     }
 
     /**
@@ -32,12 +32,12 @@ final class EncodedFormats {
         if (codec == AudioCodec.PCM) {
             return WaveFormat.pcm16(sampleRate, channels);
         }
-        int bitRate = option(address, c_codecoptions_ffmpeg.BIT_RATE);
-        int frameSize = option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
+        int bitRate = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BIT_RATE);
+        int frameSize = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
         int bits = codec == AudioCodec.G722 ? G722_BITS
-                : option(address, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
+                : NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
         // Where packets have no common size, the smallest unit is a byte.
-        int blockAlign = Math.max(1, option(address, c_codecoptions_ffmpeg.BLOCK_ALIGN));
+        int blockAlign = Math.max(1, NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BLOCK_ALIGN));
         long bytesPerSecond;
         if (codec.hasBitRate()) {
             bytesPerSecond = bitRate / Byte.SIZE;
@@ -55,7 +55,7 @@ final class EncodedFormats {
         return switch (codec) {
             case DTS -> DTS_PADDING;
             case AMR_NB -> AMR_PADDING;
-            default -> option(address, c_codecoptions_ffmpeg.INITIAL_PADDING);
+            default -> NativeAudioCodec.option(address, c_codecoptions_ffmpeg.INITIAL_PADDING);
         };
     }
 
@@ -74,9 +74,5 @@ final class EncodedFormats {
 
     private static ByteBuffer littleEndian(int size) {
         return ByteBuffer.allocate(size).order(ByteOrder.LITTLE_ENDIAN);
-    }
-
-    private static int option(long address, String name) {
-        return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
     }
 }

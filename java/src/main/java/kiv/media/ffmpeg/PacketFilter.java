@@ -7,7 +7,7 @@ import java.util.Objects;
  *
  * @param stream the stream, or null
  */
-record StreamFilter(MediaStream stream) {
+record PacketFilter(MediaStream stream) {
 
     boolean accepts(Packet packet) {
         Objects.requireNonNull(packet, "packet");

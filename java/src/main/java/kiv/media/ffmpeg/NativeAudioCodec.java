@@ -10,7 +10,7 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  * The calls that move sound through one native codec. Every byte goes in once, and before each call nothing waits in
  * the codec's queue, so its input is always taken.
  */
-final class AudioCalls {
+final class NativeAudioCodec {
 
     /** So few bytes of input stay in the codec without an error. */
     private static final int INCOMPLETE = 31;
@@ -34,7 +34,7 @@ final class AudioCalls {
     private boolean unsure;
 
     /** @param keepsLargeRests whether the codec waits for the rest of a frame, as that of MPEG audio does */
-    AudioCalls(boolean keepsLargeRests) {
+    NativeAudioCodec(boolean keepsLargeRests) {
         this.keepsLargeRests = keepsLargeRests;
     }
 
@@ -50,6 +50,11 @@ final class AudioCalls {
             c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.BIT_RATE, bitRate);
         }
         return c_multimediaapi_ffmpeg.n_acodec_open(address);
+    }
+
+    /** The value of one of the codec's options. */
+    static int option(long address, String name) {
+        return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
     }
 
     /** Puts the first bytes of an array in and takes everything out that is ready. */

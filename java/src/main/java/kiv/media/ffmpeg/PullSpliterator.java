@@ -7,12 +7,12 @@ import java.util.stream.Stream;
 import java.util.stream.StreamSupport;
 
 /**
- * What a stream takes its elements from, each when it is asked for. It is never split, since that would take a thousand
- * elements ahead: made parallel, the stream keeps to one thread at a time, and what it does not take stays where it is.
+ * The source of a stream that fetches each element only when the stream asks for it. A split would fetch a thousand
+ * elements ahead, so it never splits: a parallel stream reads one element at a time too, and leaves the rest unread.
  */
-abstract class OneByOne<T> extends Spliterators.AbstractSpliterator<T> {
+abstract class PullSpliterator<T> extends Spliterators.AbstractSpliterator<T> {
 
-    OneByOne() {
+    PullSpliterator() {
         super(Long.MAX_VALUE, Spliterator.ORDERED | Spliterator.NONNULL);
     }
 

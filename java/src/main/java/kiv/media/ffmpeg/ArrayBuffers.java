@@ -1,34 +1,34 @@
 package kiv.media.ffmpeg;
 
 import kiv.media.ffmpeg.natives.BufferRequest;
+import kiv.media.ffmpeg.natives.BufferSlots;
 import kiv.media.ffmpeg.natives.PictureLayout;
 
-/** Allocates the array for a picture from what the library tells about it. */
-final class PictureArrays {
+/** Allocates a new array for each picture and leaves it to the garbage collector. */
+final class ArrayBuffers implements VideoBuffers {
 
-    private PictureArrays() {
-    }
-
-    /**
-     * Allocates an array of the type that the layout's format calls for, and of at least the asked size.
-     *
-     * @param layout as in {@link VideoBuffers#allocate}
-     * @param buffer as in {@link VideoBuffers#allocate}
-     * @return a {@code byte[]}, {@code short[]} or {@code int[]}
-     * @throws IllegalArgumentException when no array fits the format
-     */
-    static Object allocate(int[] layout, int[] buffer) {
+    /** @throws IllegalArgumentException when no array fits the picture's format */
+    @Override
+    public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
         int fourcc = layout[PictureLayout.FOURCC];
         int bits = layout[PictureLayout.BITS_PER_PIXEL];
         PictureFormat format = PictureFormat.of(fourcc, bits).orElseThrow(() -> new IllegalArgumentException(
                 "unknown picture format " + FourCharacterCode.toText(fourcc) + " of " + bits + " bits"));
         int size = buffer[BufferRequest.BYTES];
-        return switch (format.elementSize()) {
+        Object array = switch (format.elementSize()) {
             case Byte.BYTES -> new byte[size];
             case Short.BYTES -> new short[ceilDiv(size, Short.BYTES)];
             case Integer.BYTES -> new int[ceilDiv(size, Integer.BYTES)];
             default -> throw new IllegalArgumentException("no Java array holds pixels of " + format);
         };
+        slots[BufferSlots.MEMORY] = array;
+        slots[BufferSlots.RESULT] = array;
+        return true;
+    }
+
+    @Override
+    public void free(Object[] slots) {
+        // The garbage collector frees the array.
     }
 
     /** Rounds up without leaving the range of {@code int}. */

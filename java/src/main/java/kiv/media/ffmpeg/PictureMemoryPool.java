@@ -13,7 +13,7 @@ import kiv.media.ffmpeg.natives.BufferSlots;
  * Memory for the pictures of one decoder and for what they are converted into, used again when it comes back: fresh memory
  * is cleared first, which costs as much as decoding some pictures does. Any thread may use it.
  */
-final class PicturePool implements VideoBuffers {
+final class PictureMemoryPool implements VideoBuffers {
 
     /** As many as a program that closes its pictures has in use at a time, about. */
     private static final int LARGEST = 8;

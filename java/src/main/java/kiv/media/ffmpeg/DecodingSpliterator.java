@@ -1,0 +1,51 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.util.function.Consumer;
+import java.util.function.Supplier;
+
+/** Reads and decodes the packets of one stream as its pictures or blocks are asked for. It skips damaged packets. */
+final class DecodingSpliterator<T> extends PullSpliterator<T> {
+
+    private final MediaReader reader;
+    private final Consumer<Packet> decoder;
+    private final Supplier<T> output;
+    private boolean ended;
+
+    /**
+     * @param decoder decodes a packet if it is of the decoder's stream; null ends the stream
+     * @param output returns what was decoded and not delivered yet, one element a call, then null
+     */
+    DecodingSpliterator(MediaReader reader, Consumer<Packet> decoder, Supplier<T> output) {
+        this.reader = reader;
+        this.decoder = decoder;
+        this.output = output;
+    }
+
+    @Override
+    T next() {
+        T element = output.get();
+        while (element == null && !ended) {
+            ended = !decodeNext();
+            element = output.get();
+        }
+        return element;
+    }
+
+    /** @return false when the stream has ended */
+    private boolean decodeNext() {
+        Packet packet;
+        try {
+            packet = reader.read();
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+        try {
+            decoder.accept(packet);
+        } catch (DecodeException e) {
+            // The stream goes on without it.
+        }
+        return packet != null;
+    }
+}
