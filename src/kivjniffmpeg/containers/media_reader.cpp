@@ -3,6 +3,8 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
+#include <natives/c_mediareader_ffmpeg.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -235,7 +237,7 @@ bool c_mediareader::has_exact_time_bases() const noexcept
 void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags)
 {
     TRACE_FUNCTION(3);
-    if (imp_stream != -1)
+    if (imp_stream != natives::c_mediareader_ffmpeg::NO_STREAM)
         static_cast<void>(stream_at(imp_stream));
     if ((imp_flags & ~(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY)) != 0)
         throw_ffmpeg_exception(2613, "unknown seek flags: ", imp_flags);

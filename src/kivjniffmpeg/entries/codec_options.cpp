@@ -9,6 +9,7 @@
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_codecoptions_ffmpeg.h>
+#include <natives/c_codecoptions_ffmpeg.h>
 
 #include <algorithm>
 #include <climits>
@@ -16,6 +17,8 @@
 
 namespace
 {
+
+static_assert(natives::c_codecoptions_ffmpeg::LOG_ERROR == AV_LOG_ERROR);
 
 /** Empty for null. Lives as long as the holder. */
 std::string_view text_of(const kiv::jni::c_jstring &dsp_name)

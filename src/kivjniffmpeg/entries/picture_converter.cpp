@@ -13,6 +13,7 @@
 #include <natives/ConverterPlace.h>
 #include <natives/PixelComponent.h>
 #include <natives/PixelFormatFields.h>
+#include <natives/PixelFormatFlags.h>
 
 #include <array>
 #include <iterator>
@@ -26,6 +27,11 @@ namespace PixelFormatFields = natives::PixelFormatFields;
 namespace
 {
 
+// Java knows FFmpeg's flags under names of its own.
+static_assert(natives::PixelFormatFlags::HIGH_BYTE_FIRST == AV_PIX_FMT_FLAG_BE);
+static_assert(natives::PixelFormatFlags::PALETTE == AV_PIX_FMT_FLAG_PAL);
+static_assert(natives::PixelFormatFlags::RGB == AV_PIX_FMT_FLAG_RGB);
+static_assert(natives::PixelFormatFlags::UNUSED_PALETTE == AV_PIX_FMT_FLAG_PSEUDOPAL);
 static_assert(PixelFormatFields::COMPONENT_FIELDS + PixelComponent::COUNT * PixelComponent::SIZE ==
               PixelFormatFields::SIZE);
 static_assert(PixelComponent::COUNT == std::size(AVPixFmtDescriptor{}.comp));

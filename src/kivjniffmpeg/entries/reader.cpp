@@ -6,7 +6,9 @@
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_mediareader_ffmpeg.h>
+#include <natives/MediaType.h>
 #include <natives/PacketFields.h>
+#include <natives/SeekFlags.h>
 
 #include <array>
 #include <memory>
@@ -18,6 +20,15 @@ namespace PacketFields = natives::PacketFields;
 
 namespace
 {
+
+// Java knows FFmpeg's numbers under names of its own.
+static_assert(natives::MediaType::UNKNOWN == AVMEDIA_TYPE_UNKNOWN);
+static_assert(natives::MediaType::VIDEO == AVMEDIA_TYPE_VIDEO);
+static_assert(natives::MediaType::AUDIO == AVMEDIA_TYPE_AUDIO);
+static_assert(natives::MediaType::DATA == AVMEDIA_TYPE_DATA);
+static_assert(natives::MediaType::SUBTITLE == AVMEDIA_TYPE_SUBTITLE);
+static_assert(natives::SeekFlags::BACKWARD == AVSEEK_FLAG_BACKWARD);
+static_assert(natives::SeekFlags::ANY == AVSEEK_FLAG_ANY);
 
 c_mediareader *reader_of(jlong ilp_handle)
 {

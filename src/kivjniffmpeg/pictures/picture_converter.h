@@ -1,4 +1,4 @@
-/** @file Pictures that lie in memory of the caller's, and their conversion. */
+/** @file Pictures in the caller's memory, and their conversion. */
 #pragma once
 
 #include "kivjniffmpeg/buffers/native_buffer.h"
@@ -9,15 +9,15 @@
 #include <cstdint>
 #include <span>
 
-/** A picture in a block of memory: what the pixels are and where. */
+/** A picture in a block of memory: its pixels' format and where they lie. */
 struct dsd_picture_place
 {
-    AVPixelFormat dsc_format;
+    AVPixelFormat iec_format;
     int32_t imc_width;
     int32_t imc_height;
     std::array<int32_t, 4> aimc_offsets;   /**< bytes from the start of the block to each plane */
     std::array<int32_t, 4> aimc_linesizes; /**< bytes from one line to the next; 0 for a plane that does not exist */
-    int32_t imc_colorspace;                /**< FFmpeg's number of the matrix that YUV is to be understood by */
+    int32_t imc_colorspace;                /**< FFmpeg's number of the matrix by which YUV becomes RGB */
     bool bc_full_range;                    /**< whether YUV uses all values */
     std::span<uint8_t> utc_block;
 

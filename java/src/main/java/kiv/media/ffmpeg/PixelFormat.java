@@ -147,7 +147,7 @@ public final class PixelFormat {
 
     /** {@return whether the high byte of larger values comes first} */
     public boolean isBigEndian() {
-        return has(PixelFormatFlags.BIG_ENDIAN);
+        return has(PixelFormatFlags.HIGH_BYTE_FIRST);
     }
 
     /**

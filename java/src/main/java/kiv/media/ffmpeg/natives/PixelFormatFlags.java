@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class PixelFormatFlags {
 
     /** Values of more than a byte begin with the high one. */
-    @Native public static final int BIG_ENDIAN = 1;
+    @Native public static final int HIGH_BYTE_FIRST = 1;
 
     /** Pixels are entries of a palette. */
     @Native public static final int PALETTE = 2;
