@@ -1,0 +1,57 @@
+package kiv.media.ffmpeg.natives;
+
+import static org.assertj.core.api.Assertions.assertThat;
+
+import java.lang.reflect.Field;
+import java.lang.reflect.Modifier;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.Test;
+
+class NumbersTest {
+
+    /** The head of a table names the class, each row a constant and its number. */
+    private static final Pattern HEAD_OR_ROW = Pattern.compile("\\| `(\\w+)` \\| (\\w+|-?\\d+|0x\\w+) \\| .*\\|");
+
+    @Test
+    void theDocumentHasARowForEveryNumber() throws Exception {
+        assertThat(documented()).containsExactlyInAnyOrderElementsOf(declared());
+    }
+
+    private static List<String> documented() throws Exception {
+        List<String> numbers = new ArrayList<>();
+        String table = "";
+        for (String line : Files.readAllLines(Path.of("../docs/java_surface.md"))) {
+            Matcher row = HEAD_OR_ROW.matcher(line);
+            if (row.matches()) {
+                boolean head = Character.isLetter(row.group(2).charAt(0));
+                table = head ? row.group(1) : table;
+                if (!head) {
+                    numbers.add(table + "." + row.group(1) + " = " + Integer.decode(row.group(2)));
+                }
+            }
+        }
+        return numbers;
+    }
+
+    private static List<String> declared() throws Exception {
+        List<String> numbers = new ArrayList<>();
+        Path root = Path.of(VideoParams.class.getProtectionDomain().getCodeSource().getLocation().toURI());
+        try (Stream<Path> files = Files.list(root.resolve("kiv/media/ffmpeg/natives"))) {
+            for (Path file : files.toList()) {
+                String name = file.getFileName().toString().replace(".class", "");
+                for (Field field : Class.forName("kiv.media.ffmpeg.natives." + name).getFields()) {
+                    if (field.getType() == int.class && Modifier.isStatic(field.getModifiers())) {
+                        numbers.add(name + "." + field.getName() + " = " + field.getInt(null));
+                    }
+                }
+            }
+        }
+        return numbers;
+    }
+}
