@@ -22,11 +22,13 @@ class ArchitectureTest {
             .layer("API").definedBy("kiv.media.ffmpeg")
             .layer("loading").definedBy("kiv.media.ffmpeg.loading")
             .layer("headers").definedBy("kiv.media.ffmpeg.headers")
+            .layer("io").definedBy("kiv.media.ffmpeg.io")
             .layer("natives").definedBy("kiv.media.ffmpeg.natives")
             .whereLayer("javasound").mayNotBeAccessedByAnyLayer()
             .whereLayer("API").mayOnlyBeAccessedByLayers("javasound")
             .whereLayer("loading").mayOnlyBeAccessedByLayers("API")
             .whereLayer("headers").mayOnlyBeAccessedByLayers("javasound", "API")
+            .whereLayer("io").mayOnlyBeAccessedByLayers("javasound", "API")
             .whereLayer("natives").mayOnlyBeAccessedByLayers("API")
             .ensureAllClassesAreContainedInArchitectureIgnoring(not(resideInAPackage("kiv.media..")));
 }
