@@ -40,8 +40,8 @@ public:
     ELEMENT operator[](int32_t imp_index) const noexcept
     {
         const auto dsl_view = view();
-        const auto uml_index = static_cast<size_t>(imp_index);
-        return uml_index < dsl_view.size() ? dsl_view[uml_index] : ELEMENT{};
+        const auto ull_index = static_cast<size_t>(imp_index);
+        return ull_index < dsl_view.size() ? dsl_view[ull_index] : ELEMENT{};
     }
 
 protected:
@@ -110,11 +110,11 @@ public:
     c_array_rw &operator=(const c_array_rw &) = delete;
 
     /** Writes one element; nothing happens beyond the end. */
-    void set(int32_t imp_index, ELEMENT ump_value) noexcept
+    void set(int32_t imp_index, ELEMENT imp_value) noexcept
     {
-        const auto uml_index = static_cast<size_t>(imp_index);
-        if (uml_index < this->view().size())
-            writable_elements()[uml_index] = ump_value;
+        const auto ull_index = static_cast<size_t>(imp_index);
+        if (ull_index < this->view().size())
+            writable_elements()[ull_index] = imp_value;
     }
 
     /** The elements, all to be counted as written. */

@@ -10,7 +10,7 @@
 namespace
 {
 
-constexpr size_t um_line_size = 512;
+constexpr size_t ul_line_size = 512;
 
 std::atomic<JNIEnv *(*)()> g_environment_hook{nullptr};
 
@@ -22,7 +22,7 @@ jmethodID g_print_info_method = nullptr;
 /** Bytes of the UTF-8 sequence that starts here if it is whole and Java takes it as it stands, otherwise 0. */
 size_t sequence_length(const unsigned char *autp_text)
 {
-    const auto is_follower = [autp_text](size_t ump_index) { return (autp_text[ump_index] & 0xC0) == 0x80; };
+    const auto is_follower = [autp_text](size_t ulp_index) { return (autp_text[ulp_index] & 0xC0) == 0x80; };
     if (autp_text[0] < 0x80)
         return 1;
     if (autp_text[0] >= 0xC2 && autp_text[0] < 0xE0 && is_follower(1))
@@ -37,10 +37,10 @@ void make_well_formed(char *strp_line)
 {
     auto *autl_at = reinterpret_cast<unsigned char *>(strp_line);
     while (*autl_at != 0) {
-        const size_t uml_length = sequence_length(autl_at);
-        if (uml_length == 0)
+        const size_t ull_length = sequence_length(autl_at);
+        if (ull_length == 0)
             *autl_at = '?';
-        autl_at += uml_length == 0 ? 1 : uml_length;
+        autl_at += ull_length == 0 ? 1 : ull_length;
     }
 }
 
@@ -85,7 +85,7 @@ void trace_to_output(const char *strp_format, ...)
 
 void trace_print(JNIEnv *adsp_env, int32_t imp_level, const char *strp_format, ...)
 {
-    char byrl_line[um_line_size];
+    char byrl_line[ul_line_size];
     va_list dsl_arguments;
     va_start(dsl_arguments, strp_format);
     std::vsnprintf(byrl_line, sizeof byrl_line, strp_format, dsl_arguments);

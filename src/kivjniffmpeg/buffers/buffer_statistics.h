@@ -23,6 +23,6 @@ struct dsd_buffer_statistics
 extern dsd_buffer_statistics g_buffer_statistics;
 
 /** Counts a buffer that came into being. */
-void count_allocated(ie_statistics_kind dsp_kind) noexcept;
+void count_allocated(ie_statistics_kind iep_kind) noexcept;
 /** Counts a buffer that went. */
-void count_freed(ie_statistics_kind dsp_kind) noexcept;
+void count_freed(ie_statistics_kind iep_kind) noexcept;

@@ -24,7 +24,7 @@ constexpr int32_t im_slack = 64;
 } // namespace
 
 std::unique_ptr<c_direct_buffer> c_direct_buffer::allocate(c_ffmpeg *adsp_ffmpeg, int32_t imp_width, int32_t imp_height,
-                                                           AVPixelFormat dsp_format,
+                                                           AVPixelFormat iep_format,
                                                            const dsd_picture_layout &dsp_layout)
 {
     TRACE_SCOPE("c_direct_buffer", 3);
@@ -42,7 +42,7 @@ std::unique_ptr<c_direct_buffer> c_direct_buffer::allocate(c_ffmpeg *adsp_ffmpeg
     const c_local_ref dsl_layout(adsl_env, kiv::jni::to_java(dsl_env, aiml_layout));
     auto aiml_sizes = buffer_request<BufferRequest::DIRECT_SIZE>(iml_size, dsp_layout.imc_align, imp_width,
                                                                  dsp_layout.imc_scanheight);
-    aiml_sizes[BufferRequest::PIXEL_FORMAT] = dsp_format;
+    aiml_sizes[BufferRequest::PIXEL_FORMAT] = iep_format;
     std::ranges::copy(dsp_layout.aimc_plane_offsets, &aiml_sizes[BufferRequest::PLANE_OFFSETS]);
     dsl_buffer->dsc_allocation.allocate(dsl_env, dsl_layout.get(), aiml_sizes, dsl_trace);
     dsl_buffer->take_memory(dsl_env, iml_size, dsp_layout.imc_align);

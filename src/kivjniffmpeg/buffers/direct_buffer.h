@@ -25,7 +25,7 @@ public:
      * @throws kiv::jni::c_jniexception when Java threw, which is then pending
      */
     static std::unique_ptr<c_direct_buffer> allocate(c_ffmpeg *adsp_ffmpeg, int32_t imp_width, int32_t imp_height,
-                                                     AVPixelFormat dsp_format, const dsd_picture_layout &dsp_layout);
+                                                     AVPixelFormat iep_format, const dsd_picture_layout &dsp_layout);
 
     ~c_direct_buffer() override;
     c_direct_buffer(const c_direct_buffer &) = delete;

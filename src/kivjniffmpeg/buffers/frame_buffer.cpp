@@ -8,12 +8,12 @@
 namespace
 {
 
-std::atomic<uint32_t> g_last_reference_word{0};
+std::atomic<uint32_t> s_last_reference_word{0};
 
 } // namespace
 
 ca_ffmpeg_buffer::ca_ffmpeg_buffer() noexcept
-    : imc_reference_word(static_cast<int32_t>((++g_last_reference_word << 1) | 1U))
+    : imc_reference_word(static_cast<int32_t>((++s_last_reference_word << 1) | 1U))
 {
 }
 
@@ -38,10 +38,10 @@ int32_t ca_ffmpeg_buffer::get_plane_offset(uint32_t ump_index) const
     return aimc_plane_offsets[ump_index];
 }
 
-void ca_ffmpeg_buffer::set_statistics_kind(ie_statistics_kind dsp_kind) noexcept
+void ca_ffmpeg_buffer::set_statistics_kind(ie_statistics_kind iep_kind) noexcept
 {
-    dsc_statistics_kind = dsp_kind;
-    count_allocated(dsp_kind);
+    iec_statistics_kind = iep_kind;
+    count_allocated(iep_kind);
 }
 
 void ca_ffmpeg_buffer::set_memory(uint8_t *autp_allocation, uint8_t *autp_data, int32_t imp_capacity) noexcept

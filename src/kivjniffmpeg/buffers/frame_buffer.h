@@ -44,7 +44,7 @@ public:
     void set_plane_offsets(const std::array<int32_t, 4> &aimp_offsets) noexcept { aimc_plane_offsets = aimp_offsets; }
 
     /** What the memory is: a kind of Java array or native memory. */
-    kiv::jni::ie_array_kind kind() const noexcept { return dsc_kind; }
+    kiv::jni::ie_array_kind kind() const noexcept { return iec_kind; }
     /** Bytes of the allocation that may be used. */
     int32_t capacity() const noexcept { return imc_capacity; }
     /** Bytes in use. */
@@ -55,9 +55,9 @@ public:
     /** Where the first plane or sample lies. */
     uint8_t *data() const noexcept { return autc_data; }
 
-    ie_statistics_kind statistics_kind() const noexcept { return dsc_statistics_kind; }
+    ie_statistics_kind statistics_kind() const noexcept { return iec_statistics_kind; }
     /** Counts the buffer as allocated; release_reference counts it as freed. */
-    void set_statistics_kind(ie_statistics_kind dsp_kind) noexcept;
+    void set_statistics_kind(ie_statistics_kind iep_kind) noexcept;
 
     /** Whether Java has got the memory as a picture; it is Java's from then on. */
     bool delivered() const noexcept { return bc_delivered; }
@@ -69,20 +69,20 @@ public:
 protected:
     ca_ffmpeg_buffer() noexcept;
 
-    void set_kind(kiv::jni::ie_array_kind dsp_kind) noexcept { dsc_kind = dsp_kind; }
+    void set_kind(kiv::jni::ie_array_kind iep_kind) noexcept { iec_kind = iep_kind; }
     /** Tells where the memory lies; the bytes in use are all of it at first. */
     void set_memory(uint8_t *autp_allocation, uint8_t *autp_data, int32_t imp_capacity) noexcept;
     uint8_t *allocation() const noexcept { return autc_allocation; }
 
 private:
     std::array<int32_t, 4> aimc_plane_offsets{};
-    kiv::jni::ie_array_kind dsc_kind = kiv::jni::ie_array_invalid;
+    kiv::jni::ie_array_kind iec_kind = kiv::jni::ie_array_invalid;
     int32_t imc_capacity = 0;
     int32_t imc_data_size = 0;
     int32_t imc_data_offset = 0;
     uint8_t *autc_allocation = nullptr;
     uint8_t *autc_data = nullptr;
-    ie_statistics_kind dsc_statistics_kind = ie_statistics_none;
+    ie_statistics_kind iec_statistics_kind = ie_statistics_none;
     bool bc_delivered = false;
     int32_t imc_reference_word;
 };

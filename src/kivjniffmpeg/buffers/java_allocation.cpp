@@ -31,7 +31,7 @@ void c_java_allocation::allocate(const c_jnienv &dsp_env, jintArray avop_layout,
     avoc_objects = dsp_env.NewGlobalRef(dsl_objects.get());
     const c_local_ref dsl_codec(dsp_env.raw(), adsc_ffmpeg->vcodec_object(dsp_env));
     bc_allocated =
-        dsp_env.call_static_boolean_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().amid_alloc_buffer,
+        dsp_env.call_static_boolean_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().adsc_alloc_buffer,
                                            dsl_codec.get(), avop_layout, dsl_sizes.get(), dsl_objects.get());
     if (!bc_allocated)
         throw_ffmpeg_exception(988, "java buffer allocator failed");
@@ -55,7 +55,7 @@ void c_java_allocation::give_back(JNIEnv *adsp_env) noexcept
     const c_jnienv dsl_env(adsp_env);
     try {
         const c_local_ref dsl_codec(adsp_env, adsc_ffmpeg->vcodec_object(dsl_env));
-        dsl_env.call_static_void_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().amid_free_buffer,
+        dsl_env.call_static_void_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().adsc_free_buffer,
                                         dsl_codec.get(), avoc_objects);
     } catch (const kiv::jni::c_jniexception &) {
         // What Java threw stays pending, unless an earlier exception takes its place.

@@ -9,7 +9,7 @@ namespace
 {
 
 /** Vector code reads whole registers at the end of a plane. */
-constexpr size_t um_read_slack = 64;
+constexpr size_t ul_read_slack = 64;
 
 } // namespace
 
@@ -18,10 +18,10 @@ c_native_buffer::c_native_buffer(int32_t imp_size, int32_t imp_align)
     TRACE_FUNCTION(3);
     if (imp_size < 0)
         throw std::bad_alloc();
-    const auto uml_align = static_cast<size_t>(std::max(imp_align, im_minimum_alignment));
-    const size_t uml_wanted = static_cast<size_t>(imp_size) + um_read_slack;
-    const size_t uml_size = (uml_wanted + uml_align - 1) / uml_align * uml_align; // aligned_alloc wants a multiple
-    autc_memory.reset(static_cast<uint8_t *>(std::aligned_alloc(uml_align, uml_size)));
+    const auto ull_align = static_cast<size_t>(std::max(imp_align, im_minimum_alignment));
+    const size_t ull_wanted = static_cast<size_t>(imp_size) + ul_read_slack;
+    const size_t ull_size = (ull_wanted + ull_align - 1) / ull_align * ull_align; // aligned_alloc wants a multiple
+    autc_memory.reset(static_cast<uint8_t *>(std::aligned_alloc(ull_align, ull_size)));
     if (autc_memory == nullptr)
         throw std::bad_alloc();
     set_kind(kiv::jni::ie_native_memory);

@@ -42,22 +42,22 @@ void c_audiocodec::choose_sample_format()
     if (dsl_dst.channels() < 1 || dsl_dst.sample_rate() < 1)
         throw_ffmpeg_exception(1619, "cannot encode ", dsl_dst.channels(), " channels of ", dsl_dst.sample_rate(),
                                " samples per second");
-    const AVSampleFormat dsl_source_format = dsc_src_format->sample_format();
-    if (dsc_codec.supports_sample_format(dsl_source_format)) {
-        dsc_codec_ctx->sample_fmt = dsl_source_format;
+    const AVSampleFormat iel_source_format = dsc_src_format->sample_format();
+    if (dsc_codec.supports_sample_format(iel_source_format)) {
+        dsc_codec_ctx->sample_fmt = iel_source_format;
         return;
     }
-    const AVSampleFormat *adsl_formats = dsc_codec.codec()->sample_fmts;
-    if (adsl_formats == nullptr)
+    const AVSampleFormat *aiel_formats = dsc_codec.codec()->sample_fmts;
+    if (aiel_formats == nullptr)
         throw_ffmpeg_exception(1626, "Encoder does not support any sample format!");
-    if (*adsl_formats == AV_SAMPLE_FMT_NONE)
+    if (*aiel_formats == AV_SAMPLE_FMT_NONE)
         throw_ffmpeg_exception(1628, "Encoder does not support any sample format!");
     const auto dsl_target =
-        c_aformat::of_samples(*adsl_formats, dsc_src_format->channels(), dsc_src_format->sample_rate());
-    const AVSampleFormat dsl_format = dsl_target->sample_format();
-    if (!dsc_codec.supports_sample_format(dsl_format))
-        throw_ffmpeg_exception(1633, "Encoder does not support sample format ", static_cast<int>(dsl_format));
-    dsc_codec_ctx->sample_fmt = dsl_format;
+        c_aformat::of_samples(*aiel_formats, dsc_src_format->channels(), dsc_src_format->sample_rate());
+    const AVSampleFormat iel_format = dsl_target->sample_format();
+    if (!dsc_codec.supports_sample_format(iel_format))
+        throw_ffmpeg_exception(1633, "Encoder does not support sample format ", static_cast<int>(iel_format));
+    dsc_codec_ctx->sample_fmt = iel_format;
     dsc_swr_ctx.set_src_format(*dsc_src_format);
     dsc_swr_ctx.set_dst_format(*dsl_target);
     dsc_swr_ctx.init();

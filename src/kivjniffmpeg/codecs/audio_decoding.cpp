@@ -160,8 +160,8 @@ int32_t c_audiocodec::drain(dsd_out_params &dsp_out, uint32_t ump_outlen)
         return iml_result;
     c_avpacket dsl_nothing;
     for (c_decoder_progress dsl_progress;;) {
-        const size_t uml_before = dsc_output_queue.size();
-        if (call_decoder(dsl_nothing, dsl_block, dsl_progress) < 0 || dsc_output_queue.size() == uml_before)
+        const size_t ull_before = dsc_output_queue.size();
+        if (call_decoder(dsl_nothing, dsl_block, dsl_progress) < 0 || dsc_output_queue.size() == ull_before)
             return iml_result;
     }
 }

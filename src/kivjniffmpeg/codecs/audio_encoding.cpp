@@ -44,8 +44,8 @@ void c_audiocodec::encode(const uint8_t *autp_data, int32_t imp_lendata, dsd_out
     if (!is_open())
         throw_ffmpeg_exception(1805, "the encoder is not open");
     const AVCodecContext &dsl_context = *dsc_codec_ctx.context();
-    const AVSampleFormat dsl_source_format = dsc_src_format->sample_format();
-    const int32_t iml_source_size = g_avutil.av_get_bytes_per_sample(dsl_source_format);
+    const AVSampleFormat iel_source_format = dsc_src_format->sample_format();
+    const int32_t iml_source_size = g_avutil.av_get_bytes_per_sample(iel_source_format);
     const int32_t iml_codec_size = g_avutil.av_get_bytes_per_sample(dsl_context.sample_fmt);
     if (dsl_context.channels < 1 || iml_source_size < 1 || iml_codec_size < 1)
         throw_ffmpeg_exception(1809, "cannot encode ", dsl_context.channels, " channels of ", iml_source_size,
@@ -65,7 +65,7 @@ void c_audiocodec::encode(const uint8_t *autp_data, int32_t imp_lendata, dsd_out
     if (iml_buffer_size < 1)
         throw_ffmpeg_exception(1819, "get_buffer_size failed error=", iml_buffer_size);
     const auto dsl_block = allocate_samples(iml_buffer_size);
-    const bool bl_convert = dsl_context.sample_fmt != dsl_source_format;
+    const bool bl_convert = dsl_context.sample_fmt != iel_source_format;
     // Bounded by the buffer size, which FFmpeg keeps within 31 bits, up to the ratio of the sample sizes.
     const int64_t ill_consume_max = int64_t{dsl_context.channels} * iml_frame_size * iml_source_size;
     TRACE_LINE(im_level_debug, "%s#%s(): buffer_size=%d consume_max=%d do_conversion=%d", iml_buffer_size,

@@ -23,10 +23,10 @@ namespace
  * The byte that shows where a damaged packet leaves the picture unwritten: grey. Samples of 9 to 15 bits get one that
  * keeps them within their depth, because libswscale takes such samples for places in its tables without a look.
  */
-int grey_byte(AVPixelFormat dsp_format)
+int grey_byte(AVPixelFormat iep_format)
 {
     constexpr int inl_grey = 0x80;
-    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(dsp_format);
+    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(iep_format);
     const int inl_depth = adsl_descriptor == nullptr ? 8 : adsl_descriptor->comp[0].depth_minus1 + 1;
     return inl_depth > 8 && inl_depth < 16 ? 1 << (inl_depth - 9) : inl_grey;
 }
@@ -52,37 +52,37 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
 {
     TRACE_SCOPE("avcodec_custom_get_buffer", 3);
     const c_avcodec_ctx_resetter dsl_resetter(adsp_s);
-    const auto dsl_format = static_cast<AVPixelFormat>(adsp_pic->format);
-    adsp_s->pix_fmt = dsl_format;
+    const auto iel_format = static_cast<AVPixelFormat>(adsp_pic->format);
+    adsp_s->pix_fmt = iel_format;
     auto &dsl_codec = *static_cast<c_videocodec *>(adsp_s->opaque);
     adsp_pic->reordered_opaque = adsp_s->reordered_opaque;
     if (adsp_s->width <= 0 || adsp_s->height <= 0)
         throw_ffmpeg_exception(2994, "video dimensions corrupt");
     const bool bl_native = dsl_codec.native_format();
     if (!bl_native && dsl_codec.unknown_dst_format())
-        dsl_codec.find_dst_format_for_pixfmt(dsl_format);
+        dsl_codec.find_dst_format_for_pixfmt(iel_format);
 
     // A decoder writes the whole coded picture, of which the context may show less, and a converted picture may be
     // larger than the stream's.
-    const auto dsl_layout = compute_picture_layout(adsp_s, dsl_format, std::max(adsp_s->width, adsp_pic->width),
+    const auto dsl_layout = compute_picture_layout(adsp_s, iel_format, std::max(adsp_s->width, adsp_pic->width),
                                                    std::max(adsp_s->height, adsp_pic->height));
     if (!dsl_layout)
         return -1;
     std::unique_ptr<ca_ffmpeg_buffer> dsl_buffer =
-        dsl_codec.allocate_picture(adsp_s->width, adsp_s->height, dsl_format, *dsl_layout);
+        dsl_codec.allocate_picture(adsp_s->width, adsp_s->height, iel_format, *dsl_layout);
     dsl_codec.remember_layout(*dsl_layout);
     if (!bl_native && dsl_layout->plane_count() == 2)
         throw_ffmpeg_exception(3141, "we do not support indexed color models");
 
     clear_planes(adsp_pic);
     std::ranges::fill(adsp_pic->base, nullptr);
-    const int inl_grey = grey_byte(dsl_format);
-    for (size_t uml_plane = 0; uml_plane < static_cast<size_t>(dsl_layout->plane_count()); ++uml_plane) {
-        uint8_t *autl_plane = dsl_buffer->data() + dsl_layout->aimc_plane_offsets[uml_plane];
-        std::memset(autl_plane, inl_grey, static_cast<size_t>(dsl_layout->aimc_plane_sizes[uml_plane]));
-        adsp_pic->base[uml_plane] = autl_plane;
-        adsp_pic->data[uml_plane] = autl_plane;
-        adsp_pic->linesize[uml_plane] = dsl_layout->aimc_linesizes[uml_plane];
+    const int inl_grey = grey_byte(iel_format);
+    for (size_t ull_plane = 0; ull_plane < static_cast<size_t>(dsl_layout->plane_count()); ++ull_plane) {
+        uint8_t *autl_plane = dsl_buffer->data() + dsl_layout->aimc_plane_offsets[ull_plane];
+        std::memset(autl_plane, inl_grey, static_cast<size_t>(dsl_layout->aimc_plane_sizes[ull_plane]));
+        adsp_pic->base[ull_plane] = autl_plane;
+        adsp_pic->data[ull_plane] = autl_plane;
+        adsp_pic->linesize[ull_plane] = dsl_layout->aimc_linesizes[ull_plane];
     }
     dsl_buffer->set_plane_offsets(dsl_layout->aimc_plane_offsets);
     if (!bl_native && dsl_codec.get_current_dst_format().fourcc() == im_fourcc_yv12) {

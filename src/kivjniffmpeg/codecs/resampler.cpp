@@ -88,9 +88,8 @@ int c_swr_ctx::init()
 
 int32_t c_swr_ctx::most_out(int32_t imp_in)
 {
-    constexpr auto dsl_round_up = AV_ROUND_UP;
     const int64_t ill_delay = g_swresample.swr_get_delay(adsc_swr, imc_in_rate);
-    const int64_t ill_most = g_avutil.av_rescale_rnd(ill_delay + imp_in, imc_out_rate, imc_in_rate, dsl_round_up);
+    const int64_t ill_most = g_avutil.av_rescale_rnd(ill_delay + imp_in, imc_out_rate, imc_in_rate, AV_ROUND_UP);
     return static_cast<int32_t>(std::clamp<int64_t>(ill_most, 0, INT_MAX));
 }
 
@@ -101,10 +100,10 @@ void c_swr_ctx::convert(c_avframe &dsp_in, ca_ffmpeg_buffer &dsp_out)
     const auto iml_room = static_cast<int32_t>(ill_sample_bytes <= 0 ? 0 : dsp_out.capacity() / ill_sample_bytes);
     uint8_t *autl_out = dsp_out.data();
     // The same as data, and all of the planes where there are more than data has room for.
-    uint8_t **adsl_planes = dsp_in->extended_data != nullptr ? dsp_in->extended_data : dsp_in->data;
+    uint8_t **aautl_planes = dsp_in->extended_data != nullptr ? dsp_in->extended_data : dsp_in->data;
     const int inl_samples =
         g_swresample.swr_convert(adsc_swr, &autl_out, std::min(most_out(dsp_in->nb_samples), iml_room),
-                                 const_cast<const uint8_t **>(adsl_planes), dsp_in->nb_samples);
+                                 const_cast<const uint8_t **>(aautl_planes), dsp_in->nb_samples);
     if (inl_samples < 0)
         throw_ffmpeg_exception(796, "sample rate conversion failed. err=", inl_samples);
     dsp_out.set_data_size(imc_out_channels * inl_samples * imc_out_sample_size);

@@ -51,18 +51,18 @@ void c_videocodec::append_dst_format(std::unique_ptr<c_colormodel> dsp_model)
     dsc_dst_formats.push_back(std::move(dsp_model));
 }
 
-bool c_videocodec::find_dst_format_for_pixfmt(AVPixelFormat dsp_format)
+bool c_videocodec::find_dst_format_for_pixfmt(AVPixelFormat iep_format)
 {
     TRACE_FUNCTION(3);
     const int32_t iml_old_idx = imc_dst_format_idx;
-    const unsigned int uml_tag = g_avcodec.avcodec_pix_fmt_to_codec_tag(dsp_format);
-    TRACE_LINE(im_level_debug, "%s#%s(): pixfmt_fourcc=0x%x", uml_tag);
-    for (size_t uml_idx = 0; uml_idx < dsc_dst_formats.size(); ++uml_idx) {
+    const unsigned int unl_tag = g_avcodec.avcodec_pix_fmt_to_codec_tag(iep_format);
+    TRACE_LINE(im_level_debug, "%s#%s(): pixfmt_fourcc=0x%x", unl_tag);
+    for (size_t ull_idx = 0; ull_idx < dsc_dst_formats.size(); ++ull_idx) {
         // An RGB model has code 0 and so matches every format that has no code.
-        const auto uml_fourcc = static_cast<unsigned int>(dsc_dst_formats[uml_idx]->fourcc());
-        TRACE_LINE(im_level_debug, "%s#%s(): test dst_format fourcc=0x%x", uml_fourcc);
-        if (uml_fourcc == uml_tag) {
-            imc_dst_format_idx = static_cast<int32_t>(uml_idx);
+        const auto unl_fourcc = static_cast<unsigned int>(dsc_dst_formats[ull_idx]->fourcc());
+        TRACE_LINE(im_level_debug, "%s#%s(): test dst_format fourcc=0x%x", unl_fourcc);
+        if (unl_fourcc == unl_tag) {
+            imc_dst_format_idx = static_cast<int32_t>(ull_idx);
             break;
         }
     }
@@ -155,17 +155,17 @@ void c_videocodec::set_whole_packets(bool bp_whole) noexcept
 }
 
 std::unique_ptr<ca_ffmpeg_buffer> c_videocodec::allocate_picture(int32_t imp_width, int32_t imp_height,
-                                                                 AVPixelFormat dsp_format,
+                                                                 AVPixelFormat iep_format,
                                                                  const dsd_picture_layout &dsp_layout)
 {
     TRACE_FUNCTION(3);
     if (bc_native_format)
-        return c_direct_buffer::allocate(get_ffmpeg(), imp_width, imp_height, dsp_format, dsp_layout);
+        return c_direct_buffer::allocate(get_ffmpeg(), imp_width, imp_height, iep_format, dsp_layout);
     const c_colormodel &dsl_model = get_current_dst_format();
-    if (dsl_model.pixel_format() != dsp_format)
+    if (dsl_model.pixel_format() != iep_format)
         return std::make_unique<c_native_buffer>(dsp_layout.imc_total, dsp_layout.imc_align);
     if (bc_direct_buffers)
-        return c_direct_buffer::allocate(get_ffmpeg(), imp_width, imp_height, dsp_format, dsp_layout);
+        return c_direct_buffer::allocate(get_ffmpeg(), imp_width, imp_height, iep_format, dsp_layout);
     return c_java_buffer::allocate(get_ffmpeg(), dsl_model,
                                    {.imc_width = imp_width,
                                     .imc_height = imp_height,

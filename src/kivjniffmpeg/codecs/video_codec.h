@@ -68,7 +68,7 @@ public:
      *
      * @return true when the choice changed, otherwise whether none is chosen
      */
-    bool find_dst_format_for_pixfmt(AVPixelFormat dsp_format);
+    bool find_dst_format_for_pixfmt(AVPixelFormat iep_format);
     /** The chosen model; without a choice the first RGB one or else the first of all is chosen, for good. */
     c_colormodel &get_current_dst_format();
 
@@ -93,7 +93,7 @@ public:
     void remember_layout(const dsd_picture_layout &dsp_layout) noexcept;
 
     /** Memory for a picture that FFmpeg or the conversion writes; Java is told the size. Throws as the kinds of buffers do. */
-    std::unique_ptr<ca_ffmpeg_buffer> allocate_picture(int32_t imp_width, int32_t imp_height, AVPixelFormat dsp_format,
+    std::unique_ptr<ca_ffmpeg_buffer> allocate_picture(int32_t imp_width, int32_t imp_height, AVPixelFormat iep_format,
                                                        const dsd_picture_layout &dsp_layout);
 
     /**

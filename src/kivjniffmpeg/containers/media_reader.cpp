@@ -26,7 +26,7 @@ constexpr std::string_view s_formats[] = {
 };
 
 /** How often FFmpeg may ask to be called again without having read anything: more than a buffer has units in it. */
-constexpr int im_idle_limit = 65536;
+constexpr int in_idle_limit = 65536;
 
 /** Whether FFmpeg's name of a format, possibly several joined by commas, is on the list. */
 bool is_known_format(const char *strp_name)
@@ -202,13 +202,13 @@ bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
     // Some readers ask to be called again after each unit that is no packet, for ever when they make no headway.
     int inl_result = 0;
     uint64_t ull_reads = dsc_source.reads();
-    int iml_idle = 0;
+    int inl_idle = 0;
     do {
         inl_result = g_avformat.av_read_frame(dsc_format.context(), dsp_packet.packet());
         dsc_source.check(dsp_env);
-        iml_idle = ull_reads == dsc_source.reads() ? iml_idle + 1 : 0;
+        inl_idle = ull_reads == dsc_source.reads() ? inl_idle + 1 : 0;
         ull_reads = dsc_source.reads();
-    } while (inl_result == AVERROR(EAGAIN) && iml_idle < im_idle_limit);
+    } while (inl_result == AVERROR(EAGAIN) && inl_idle < in_idle_limit);
     // FFmpeg's reader of AMR calls the end of its file a failed read.
     if (inl_result == AVERROR_EOF || (inl_result == AVERROR(EIO) && dsc_source.at_end()))
         return false;

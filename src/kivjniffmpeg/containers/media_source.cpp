@@ -44,11 +44,11 @@ c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source)
     avoc_source.reset(dsp_env.NewGlobalRef(avop_source));
     {
         const c_local_ref dsl_class(dsp_env.raw(), dsp_env.raw()->GetObjectClass(avop_source));
-        amidc_read = dsp_env.get_method_id(dsl_class.get(), "m_read", "(I)I");
-        amidc_seek = dsp_env.get_method_id(dsl_class.get(), "m_seek", "(J)J");
-        amidc_size = dsp_env.get_method_id(dsl_class.get(), "m_size", "()J");
-        const jmethodID amidl_buffer = dsp_env.get_method_id(dsl_class.get(), "m_buffer", "()Ljava/nio/ByteBuffer;");
-        const c_local_ref dsl_buffer(dsp_env.raw(), dsp_env.call_object_method(avop_source, amidl_buffer));
+        adsc_read = dsp_env.get_method_id(dsl_class.get(), "m_read", "(I)I");
+        adsc_seek = dsp_env.get_method_id(dsl_class.get(), "m_seek", "(J)J");
+        adsc_size = dsp_env.get_method_id(dsl_class.get(), "m_size", "()J");
+        const jmethodID adsl_buffer = dsp_env.get_method_id(dsl_class.get(), "m_buffer", "()Ljava/nio/ByteBuffer;");
+        const c_local_ref dsl_buffer(dsp_env.raw(), dsp_env.call_object_method(avop_source, adsl_buffer));
         avoc_buffer.reset(dsp_env.NewGlobalRef(dsl_buffer.get()));
     }
     find_buffer(dsp_env);
@@ -110,7 +110,7 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
             return 0;
         const auto iml_wanted = static_cast<jint>(std::min<int64_t>(inp_length, dsp_source.ilc_capacity));
         ++dsp_source.ulc_reads;
-        const jint iml_count = dsp_env.call_int_method(dsp_source.avoc_source.get(), dsp_source.amidc_read, iml_wanted);
+        const jint iml_count = dsp_env.call_int_method(dsp_source.avoc_source.get(), dsp_source.adsc_read, iml_wanted);
         dsp_source.bc_at_end = iml_count == natives::c_mediareader_source::END;
         if (dsp_source.bc_at_end)
             return 0; // as FFmpeg's own files do: an error would stick to the AVIOContext when it seeks back
@@ -138,7 +138,7 @@ int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence
 
 int64_t c_mediasource::ask_size(const c_jnienv &dsp_env)
 {
-    ilc_known_size = dsp_env.call_long_method(avoc_source.get(), amidc_size);
+    ilc_known_size = dsp_env.call_long_method(avoc_source.get(), adsc_size);
     return ilc_known_size;
 }
 
@@ -150,6 +150,6 @@ int64_t c_mediasource::move(const c_jnienv &dsp_env, int64_t ilp_position)
     if (bc_behind_known_end)
         return ilp_position;
     const int64_t ill_position =
-        dsp_env.call_long_method(avoc_source.get(), amidc_seek, static_cast<jlong>(ilp_position));
+        dsp_env.call_long_method(avoc_source.get(), adsc_seek, static_cast<jlong>(ilp_position));
     return ill_position == ilp_position ? ill_position : reject("another position", ill_position);
 }

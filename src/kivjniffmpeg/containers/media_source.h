@@ -72,9 +72,9 @@ private:
     c_global_ref avoc_buffer; // keeps the direct memory below
     const uint8_t *autc_bytes = nullptr;
     int64_t ilc_capacity = 0;
-    jmethodID amidc_read = nullptr;
-    jmethodID amidc_seek = nullptr;
-    jmethodID amidc_size = nullptr;
+    jmethodID adsc_read = nullptr;
+    jmethodID adsc_seek = nullptr;
+    jmethodID adsc_size = nullptr;
     uint64_t ulc_reads = 0;
     int64_t ilc_known_size = -1; // what Java said last; -1 for unknown
     bool bc_at_end = false;

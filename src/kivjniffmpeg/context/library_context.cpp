@@ -30,12 +30,12 @@ void c_ffmpeg::find_methods(const c_jnienv &dsp_env, jclass avop_api_class)
 {
     TRACE_FUNCTION(3);
     const kiv::jni::c_local_ref dsl_integer(dsp_env.raw(), dsp_env.find_class("java/lang/Integer"));
-    dsc_methods.amid_int_value = dsp_env.get_method_id(dsl_integer.get(), "intValue", "()I");
-    dsc_methods.amid_alloc_buffer = dsp_env.get_static_method_id(avop_api_class, "m_vcodec_alloc_buffer",
+    dsc_methods.adsc_int_value = dsp_env.get_method_id(dsl_integer.get(), "intValue", "()I");
+    dsc_methods.adsc_alloc_buffer = dsp_env.get_static_method_id(avop_api_class, "m_vcodec_alloc_buffer",
                                                                  "(Ljava/lang/Object;[I[I[Ljava/lang/Object;)Z");
-    dsc_methods.amid_free_buffer = dsp_env.get_static_method_id(avop_api_class, "m_vcodec_free_buffer",
+    dsc_methods.adsc_free_buffer = dsp_env.get_static_method_id(avop_api_class, "m_vcodec_free_buffer",
                                                                 "(Ljava/lang/Object;[Ljava/lang/Object;)V");
-    dsc_methods.amid_print_info = dsp_env.get_method_id(avop_api_class, "print_info", "(ILjava/lang/String;)V");
+    dsc_methods.adsc_print_info = dsp_env.get_method_id(avop_api_class, "print_info", "(ILjava/lang/String;)V");
 }
 
 void c_ffmpeg::take_references(const c_jnienv &dsp_env, jclass avop_api_class, jobject avop_receiver)
@@ -55,7 +55,7 @@ void c_ffmpeg::take_references(const c_jnienv &dsp_env, jclass avop_api_class, j
         delete_references(dsp_env);
         throw;
     }
-    trace_set_receiver(avoc_info_object, dsc_methods.amid_print_info);
+    trace_set_receiver(avoc_info_object, dsc_methods.adsc_print_info);
 }
 
 void c_ffmpeg::destroy(const c_jnienv &dsp_env)
@@ -80,25 +80,25 @@ void c_ffmpeg::init_logging(int32_t imp_level)
     imc_log_level = imp_level;
 }
 
-void c_ffmpeg::set_vcodec_object(const c_jnienv &dsp_env, jobject avop_object, const void *adsp_owner)
+void c_ffmpeg::set_vcodec_object(const c_jnienv &dsp_env, jobject avop_object, const void *avp_owner)
 {
     jobject avol_object = dsp_env.NewGlobalRef(avop_object);
     {
         const std::lock_guard dsl_lock(dsc_vcodec_object_lock);
         std::swap(avoc_vcodec_object, avol_object);
-        adsc_vcodec_owner = adsp_owner;
+        avc_vcodec_owner = avp_owner;
     }
     dsp_env.delete_global_ref(avol_object);
 }
 
-void c_ffmpeg::forget_vcodec_object(const c_jnienv &dsp_env, const void *adsp_owner)
+void c_ffmpeg::forget_vcodec_object(const c_jnienv &dsp_env, const void *avp_owner)
 {
     jobject avol_object = nullptr;
     {
         const std::lock_guard dsl_lock(dsc_vcodec_object_lock);
-        if (adsc_vcodec_owner == adsp_owner) {
+        if (avc_vcodec_owner == avp_owner) {
             std::swap(avoc_vcodec_object, avol_object);
-            adsc_vcodec_owner = nullptr;
+            avc_vcodec_owner = nullptr;
         }
     }
     dsp_env.delete_global_ref(avol_object);

@@ -23,10 +23,10 @@ public:
     /** Prescribed methods of the class that n_init gets. */
     struct dsd_methods
     {
-        jmethodID amid_int_value;    /**< Integer.intValue() */
-        jmethodID amid_alloc_buffer; /**< static m_vcodec_alloc_buffer */
-        jmethodID amid_free_buffer;  /**< static m_vcodec_free_buffer */
-        jmethodID amid_print_info;   /**< print_info of the log receiver */
+        jmethodID adsc_int_value;    /**< Integer.intValue() */
+        jmethodID adsc_alloc_buffer; /**< static m_vcodec_alloc_buffer */
+        jmethodID adsc_free_buffer;  /**< static m_vcodec_free_buffer */
+        jmethodID adsc_print_info;   /**< print_info of the log receiver */
     };
 
     c_ffmpeg();
@@ -53,11 +53,11 @@ public:
     /**
      * Remembers the Java object of the codec created last; buffer callbacks pass it to Java.
      *
-     * @param adsp_owner identifies the codec for forget_vcodec_object
+     * @param avp_owner identifies the codec for forget_vcodec_object
      */
-    void set_vcodec_object(const kiv::jni::c_jnienv &dsp_env, jobject avop_object, const void *adsp_owner);
+    void set_vcodec_object(const kiv::jni::c_jnienv &dsp_env, jobject avop_object, const void *avp_owner);
     /** Forgets the object if it still is that of this codec, which is being deleted. */
-    void forget_vcodec_object(const kiv::jni::c_jnienv &dsp_env, const void *adsp_owner);
+    void forget_vcodec_object(const kiv::jni::c_jnienv &dsp_env, const void *avp_owner);
     /** A local reference to the object, or null. */
     jobject vcodec_object(const kiv::jni::c_jnienv &dsp_env) const;
 
@@ -98,7 +98,7 @@ private:
 
     mutable std::mutex dsc_vcodec_object_lock; // codecs of several threads share the field
     jobject avoc_vcodec_object = nullptr;
-    const void *adsc_vcodec_owner = nullptr;
+    const void *avc_vcodec_owner = nullptr;
 };
 
 /**

@@ -9,14 +9,14 @@
 #include <cstring>
 #include <new>
 
-c_avcodec::c_avcodec(AVCodecID dsp_id, bool bp_decoder)
-    : adsc_codec(bp_decoder ? g_avcodec.avcodec_find_decoder(dsp_id) : g_avcodec.avcodec_find_encoder(dsp_id))
+c_avcodec::c_avcodec(AVCodecID iep_id, bool bp_decoder)
+    : adsc_codec(bp_decoder ? g_avcodec.avcodec_find_decoder(iep_id) : g_avcodec.avcodec_find_encoder(iep_id))
 {
     TRACE_FUNCTION(3);
     if (adsc_codec == nullptr && bp_decoder)
-        throw_ffmpeg_exception(495, "no decoder found for id=", static_cast<int>(dsp_id));
+        throw_ffmpeg_exception(495, "no decoder found for id=", static_cast<int>(iep_id));
     if (adsc_codec == nullptr)
-        throw_ffmpeg_exception(498, "no encoder found for id=", static_cast<int>(dsp_id));
+        throw_ffmpeg_exception(498, "no encoder found for id=", static_cast<int>(iep_id));
 }
 
 c_avcodec::~c_avcodec()
@@ -29,14 +29,14 @@ const char *c_avcodec::display_name() const noexcept
     return adsc_codec->long_name != nullptr ? adsc_codec->long_name : adsc_codec->name;
 }
 
-bool c_avcodec::supports_sample_format(AVSampleFormat dsp_format) const noexcept
+bool c_avcodec::supports_sample_format(AVSampleFormat iep_format) const noexcept
 {
-    const AVSampleFormat *adsl_format = adsc_codec->sample_fmts;
-    if (adsl_format == nullptr)
+    const AVSampleFormat *aiel_format = adsc_codec->sample_fmts;
+    if (aiel_format == nullptr)
         return false;
-    while (*adsl_format != AV_SAMPLE_FMT_NONE && *adsl_format != dsp_format)
-        ++adsl_format;
-    return *adsl_format != AV_SAMPLE_FMT_NONE;
+    while (*aiel_format != AV_SAMPLE_FMT_NONE && *aiel_format != iep_format)
+        ++aiel_format;
+    return *aiel_format != AV_SAMPLE_FMT_NONE;
 }
 
 c_avcodec_ctx::c_avcodec_ctx(const c_avcodec &dsp_codec, const dsd_buffer_callbacks &dsp_callbacks)

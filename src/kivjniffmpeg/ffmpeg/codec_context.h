@@ -16,7 +16,7 @@ public:
      * @param bp_decoder whether a decoder is meant, not an encoder
      * @throws c_ffmpeg_exception "no decoder found for id=" or "no encoder found for id=" with the number
      */
-    c_avcodec(AVCodecID dsp_id, bool bp_decoder);
+    c_avcodec(AVCodecID iep_id, bool bp_decoder);
     virtual ~c_avcodec();
     c_avcodec(const c_avcodec &) = delete;
     c_avcodec &operator=(const c_avcodec &) = delete;
@@ -27,7 +27,7 @@ public:
     const char *display_name() const noexcept;
 
     /** Whether the codec lists the sample format; false for a codec without a list. */
-    bool supports_sample_format(AVSampleFormat dsp_format) const noexcept;
+    bool supports_sample_format(AVSampleFormat iep_format) const noexcept;
 
 private:
     const AVCodec *adsc_codec;
@@ -80,14 +80,14 @@ class c_avcodec_ctx_resetter
 {
 public:
     explicit c_avcodec_ctx_resetter(AVCodecContext *adsp_context) noexcept
-        : adsc_context(adsp_context), dsc_pix_fmt(adsp_context->pix_fmt)
+        : adsc_context(adsp_context), iec_pix_fmt(adsp_context->pix_fmt)
     {
     }
-    virtual ~c_avcodec_ctx_resetter() { adsc_context->pix_fmt = dsc_pix_fmt; }
+    virtual ~c_avcodec_ctx_resetter() { adsc_context->pix_fmt = iec_pix_fmt; }
     c_avcodec_ctx_resetter(const c_avcodec_ctx_resetter &) = delete;
     c_avcodec_ctx_resetter &operator=(const c_avcodec_ctx_resetter &) = delete;
 
 private:
     AVCodecContext *adsc_context;
-    AVPixelFormat dsc_pix_fmt;
+    AVPixelFormat iec_pix_fmt;
 };

@@ -41,13 +41,13 @@ void c_avframe::free_attachments() noexcept
         g_avutil.av_frame_unref(adsc_frame);
 }
 
-void c_avframe::set_samples(int imp_channels, AVSampleFormat dsp_format, const uint8_t *autp_samples, int imp_size,
-                            int imp_align)
+void c_avframe::set_samples(int inp_channels, AVSampleFormat iep_format, const uint8_t *autp_samples, int inp_size,
+                            int inp_align)
 {
     const int inl_err =
-        g_avcodec.avcodec_fill_audio_frame(frame(), imp_channels, dsp_format, autp_samples, imp_size, imp_align);
+        g_avcodec.avcodec_fill_audio_frame(frame(), inp_channels, iep_format, autp_samples, inp_size, inp_align);
     if (inl_err < 0)
-        throw_ffmpeg_exception(1424, "Could not setup audio frame error=", inl_err, " bufsize=", imp_size,
+        throw_ffmpeg_exception(1424, "Could not setup audio frame error=", inl_err, " bufsize=", inp_size,
                                " nb_samples=", frame()->nb_samples);
 }
 

@@ -28,11 +28,11 @@ public:
     /**
      * Points the frame at interleaved or planar samples, which stay the caller's.
      *
-     * @param imp_align alignment that FFmpeg assumes of planes; 0 for its default
+     * @param inp_align alignment that FFmpeg assumes of planes; 0 for its default
      * @throws c_ffmpeg_exception "Could not setup audio frame error=" with the numbers
      */
-    void set_samples(int imp_channels, AVSampleFormat dsp_format, const uint8_t *autp_samples, int imp_size,
-                     int imp_align);
+    void set_samples(int inp_channels, AVSampleFormat iep_format, const uint8_t *autp_samples, int inp_size,
+                     int inp_align);
 
     /** Marks an area of the picture in debugging builds of the pipeline; draws nothing. */
     void draw_debug_area();

@@ -14,7 +14,7 @@ namespace
 {
 
 /** Side data of a kind that there is not: with some already, FFmpeg does not look for more in the bytes. */
-AVPacketSideData g_no_side_data{nullptr, 0, INT_MAX};
+AVPacketSideData s_no_side_data{nullptr, 0, INT_MAX};
 
 /** Writes a number big-endian. */
 constexpr void put(uint64_t ulp_value, std::span<uint8_t> utp_to)
@@ -70,7 +70,7 @@ void c_avpacket::guard_side_data() noexcept
     if (!ends_in(utl_bytes, std::span(ut_palette_trailer).last(ul_mark_size)) ||
         (ends_in(utl_bytes, ut_palette_trailer) && utl_bytes.size() >= ul_palette_size + ut_palette_trailer.size()))
         return;
-    adsc_packet->side_data = &g_no_side_data;
+    adsc_packet->side_data = &s_no_side_data;
     adsc_packet->side_data_elems = 1;
 }
 
@@ -80,11 +80,11 @@ void c_avpacket::append_palette()
         const AVPacketSideData &dsl_data = adsc_packet->side_data[inl_index];
         if (dsl_data.type != AV_PKT_DATA_PALETTE || dsl_data.size != ul_palette_size)
             continue;
-        std::array<uint8_t, ul_palette_size + ut_palette_trailer.size()> autl_palette{};
-        std::ranges::copy(ut_palette_trailer, std::copy_n(dsl_data.data, ul_palette_size, autl_palette.begin()));
+        std::array<uint8_t, ul_palette_size + ut_palette_trailer.size()> utl_palette{};
+        std::ranges::copy(ut_palette_trailer, std::copy_n(dsl_data.data, ul_palette_size, utl_palette.begin()));
         c_avpacket dsl_palette;
-        dsl_palette.set_data(autl_palette.data());
-        dsl_palette.set_size(static_cast<int>(autl_palette.size()));
+        dsl_palette.set_data(utl_palette.data());
+        dsl_palette.set_size(static_cast<int>(utl_palette.size()));
         merge(dsl_palette);
         return;
     }
@@ -92,22 +92,22 @@ void c_avpacket::append_palette()
 
 void c_avpacket::free_payload() noexcept
 {
-    if (adsc_packet->side_data == &g_no_side_data) {
+    if (adsc_packet->side_data == &s_no_side_data) {
         adsc_packet->side_data = nullptr;
         adsc_packet->side_data_elems = 0;
     }
     g_avcodec.av_free_packet(adsc_packet);
 }
 
-void c_avpacket::inc_read_ptr(int imp_bytes) noexcept
+void c_avpacket::inc_read_ptr(int inp_bytes) noexcept
 {
-    if (imp_bytes > size()) {
+    if (inp_bytes > size()) {
         set_size(0);
         set_data(nullptr);
         return;
     }
-    adsc_packet->data += imp_bytes;
-    adsc_packet->size -= imp_bytes;
+    adsc_packet->data += inp_bytes;
+    adsc_packet->size -= inp_bytes;
 }
 
 void c_avpacket::merge(const c_avpacket &dsp_other)
@@ -115,17 +115,17 @@ void c_avpacket::merge(const c_avpacket &dsp_other)
     TRACE_FUNCTION(3);
     if (dsp_other.size() > INT_MAX - FF_INPUT_BUFFER_PADDING_SIZE - size())
         throw std::bad_alloc();
-    const auto uml_first = static_cast<size_t>(size());
-    const auto uml_second = static_cast<size_t>(dsp_other.size());
+    const auto ull_first = static_cast<size_t>(size());
+    const auto ull_second = static_cast<size_t>(dsp_other.size());
     auto *autl_merged =
-        static_cast<uint8_t *>(g_avutil.av_malloc(uml_first + uml_second + FF_INPUT_BUFFER_PADDING_SIZE));
+        static_cast<uint8_t *>(g_avutil.av_malloc(ull_first + ull_second + FF_INPUT_BUFFER_PADDING_SIZE));
     if (autl_merged == nullptr)
         throw std::bad_alloc();
-    if (uml_first != 0)
-        std::memcpy(autl_merged, data(), uml_first);
-    if (uml_second != 0)
-        std::memcpy(autl_merged + uml_first, dsp_other.data(), uml_second);
-    std::memset(autl_merged + uml_first + uml_second, 0, FF_INPUT_BUFFER_PADDING_SIZE);
+    if (ull_first != 0)
+        std::memcpy(autl_merged, data(), ull_first);
+    if (ull_second != 0)
+        std::memcpy(autl_merged + ull_first, dsp_other.data(), ull_second);
+    std::memset(autl_merged + ull_first + ull_second, 0, FF_INPUT_BUFFER_PADDING_SIZE);
     // Only now: the bytes just copied may have lain in it.
     g_avutil.av_freep(&autc_owned);
     autc_owned = autl_merged;

@@ -25,7 +25,7 @@ public:
 
     /** @param autp_data stays the caller's; must have FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes behind the size set */
     void set_data(uint8_t *autp_data) noexcept { adsc_packet->data = autp_data; }
-    void set_size(int imp_size) noexcept { adsc_packet->size = imp_size; }
+    void set_size(int inp_size) noexcept { adsc_packet->size = inp_size; }
     void set_pts(int64_t ilp_pts) noexcept { adsc_packet->pts = ilp_pts; }
     void set_dts(int64_t ilp_dts) noexcept { adsc_packet->dts = ilp_dts; }
 
@@ -40,7 +40,7 @@ public:
     void free_payload() noexcept;
 
     /** Consumes bytes from the front; more than there are leave an empty packet without data. */
-    void inc_read_ptr(int imp_bytes) noexcept;
+    void inc_read_ptr(int inp_bytes) noexcept;
 
     /**
      * Appends the other packet's bytes behind this one's, into memory of this object with zeroed padding behind it.

@@ -7,18 +7,18 @@ namespace
 {
 
 /** With so few rows, libswscale crashes when it makes another number of rows of them by cubic curves. */
-constexpr int im_too_few_rows = 4;
+constexpr int in_too_few_rows = 4;
 /**
  * Its fast way divides by the width, or half of it, less two. The slower ways shrink a wide picture so far in two steps
  * only, and crash when they do not get all of its rows; all but the one that takes every so manieth pixel.
  */
-constexpr int im_too_few_columns = 4;
+constexpr int in_too_few_columns = 4;
 
-int safe_flags(int inp_flags, int imp_src_height, int imp_dst_width, int imp_dst_height)
+int safe_flags(int inp_flags, int inp_src_height, int inp_dst_width, int inp_dst_height)
 {
     if ((inp_flags & SWS_FAST_BILINEAR) != 0)
-        return imp_dst_width <= im_too_few_columns ? (inp_flags & ~in_sws_filters) | SWS_POINT : inp_flags;
-    return imp_src_height <= im_too_few_rows && imp_dst_height != imp_src_height
+        return inp_dst_width <= in_too_few_columns ? (inp_flags & ~in_sws_filters) | SWS_POINT : inp_flags;
+    return inp_src_height <= in_too_few_rows && inp_dst_height != inp_src_height
                ? (inp_flags & ~in_sws_filters) | SWS_BILINEAR
                : inp_flags;
 }
@@ -31,22 +31,22 @@ c_sws_ctx::~c_sws_ctx()
     reset();
 }
 
-SwsContext *c_sws_ctx::prepare(int imp_src_width, int imp_src_height, AVPixelFormat dsp_src_format, int imp_dst_width,
-                               int imp_dst_height, AVPixelFormat dsp_dst_format, int inp_flags)
+SwsContext *c_sws_ctx::prepare(int inp_src_width, int inp_src_height, AVPixelFormat iep_src_format, int inp_dst_width,
+                               int inp_dst_height, AVPixelFormat iep_dst_format, int inp_flags)
 {
     TRACE_FUNCTION(3);
-    if (g_avutil.av_pix_fmt_desc_get(dsp_src_format) == nullptr ||
-        g_avutil.av_pix_fmt_desc_get(dsp_dst_format) == nullptr)
+    if (g_avutil.av_pix_fmt_desc_get(iep_src_format) == nullptr ||
+        g_avutil.av_pix_fmt_desc_get(iep_dst_format) == nullptr)
         return nullptr;
-    const std::array<int, 7> ainl_asked{imp_src_width,  imp_src_height, dsp_src_format, imp_dst_width,
-                                        imp_dst_height, dsp_dst_format, inp_flags};
+    const std::array<int, 7> ainl_asked{inp_src_width,  inp_src_height, iep_src_format, inp_dst_width,
+                                        inp_dst_height, iep_dst_format, inp_flags};
     if (adsc_sws != nullptr && ainl_asked == ainc_asked)
         return adsc_sws;
     reset();
     ainc_asked = ainl_asked;
     adsc_sws = g_swscale.sws_getCachedContext(
-        nullptr, imp_src_width, imp_src_height, dsp_src_format, imp_dst_width, imp_dst_height, dsp_dst_format,
-        safe_flags(inp_flags, imp_src_height, imp_dst_width, imp_dst_height), nullptr, nullptr, nullptr);
+        nullptr, inp_src_width, inp_src_height, iep_src_format, inp_dst_width, inp_dst_height, iep_dst_format,
+        safe_flags(inp_flags, inp_src_height, inp_dst_width, inp_dst_height), nullptr, nullptr, nullptr);
     return adsc_sws;
 }
 

@@ -24,8 +24,8 @@ public:
      * @return borrowed until the next call; null when libswscale cannot do it or one of the formats does not exist (it
      *         would end the process over such a format)
      */
-    SwsContext *prepare(int imp_src_width, int imp_src_height, AVPixelFormat dsp_src_format, int imp_dst_width,
-                        int imp_dst_height, AVPixelFormat dsp_dst_format, int inp_flags = SWS_FAST_BILINEAR);
+    SwsContext *prepare(int inp_src_width, int inp_src_height, AVPixelFormat iep_src_format, int inp_dst_width,
+                        int inp_dst_height, AVPixelFormat iep_dst_format, int inp_flags = SWS_FAST_BILINEAR);
 
     /**
      * Says how the colours of YUV are to be understood that become RGB; by default as those of standard television. To be

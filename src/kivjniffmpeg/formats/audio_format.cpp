@@ -60,7 +60,7 @@ c_aformat::c_aformat(int32_t imp_format_tag, int32_t imp_channels, int32_t imp_s
       imc_bytes_per_second(wrapping_product(imc_frame_size, imp_sample_rate)),
       utc_specific_hdr(std::move(utp_specific_hdr)),
       bc_planar(bp_planar),
-      dsc_codec_id(format_tag2codecid(imp_format_tag))
+      iec_codec_id(format_tag2codecid(imp_format_tag))
 {
     TRACE_FUNCTION(3);
 }
@@ -72,12 +72,12 @@ std::unique_ptr<c_aformat> c_aformat::pcm16(int32_t imp_channels, int32_t imp_sa
     return std::make_unique<c_aformat>(im_tag_pcm, imp_channels, imp_sample_rate, 16, false, std::vector<uint8_t>());
 }
 
-std::unique_ptr<c_aformat> c_aformat::of_samples(AVSampleFormat dsp_format, int32_t imp_channels,
+std::unique_ptr<c_aformat> c_aformat::of_samples(AVSampleFormat iep_format, int32_t imp_channels,
                                                  int32_t imp_sample_rate)
 {
-    return std::make_unique<c_aformat>(format_tag_of(dsp_format), imp_channels, imp_sample_rate,
-                                       g_avutil.av_get_bytes_per_sample(dsp_format) * 8,
-                                       g_avutil.av_sample_fmt_is_planar(dsp_format) != 0, std::vector<uint8_t>());
+    return std::make_unique<c_aformat>(format_tag_of(iep_format), imp_channels, imp_sample_rate,
+                                       g_avutil.av_get_bytes_per_sample(iep_format) * 8,
+                                       g_avutil.av_sample_fmt_is_planar(iep_format) != 0, std::vector<uint8_t>());
 }
 
 std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarray &dsp_ints,
@@ -102,8 +102,8 @@ std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarr
     std::copy_n(utl_header.begin(), std::min(utl_header.size(), dsl_format->utc_specific_hdr.size()),
                 dsl_format->utc_specific_hdr.begin());
     dsp_bytes.release();
-    dsl_format->dsc_codec_id = format_tag2codecid(dsl_format->imc_format_tag);
-    if (dsl_format->dsc_codec_id == AV_CODEC_ID_NONE)
+    dsl_format->iec_codec_id = format_tag2codecid(dsl_format->imc_format_tag);
+    if (dsl_format->iec_codec_id == AV_CODEC_ID_NONE)
         TRACE_LINE(im_level_debug, "%s#%s(): cannot create audio codec to format 0x%x",
                    static_cast<unsigned int>(dsl_format->imc_format_tag));
     return dsl_format;
@@ -129,12 +129,12 @@ jbyteArray c_aformat::export_to_java_array(const kiv::jni::c_jnienv &dsp_env) co
     return kiv::jni::to_java(dsp_env, wave_header());
 }
 
-void c_aformat::get_riff_header(std::span<uint8_t, um_riff_header_size> utp_dst) const
+void c_aformat::get_riff_header(std::span<uint8_t, ul_riff_header_size> utp_dst) const
 {
     constexpr int32_t iml_data_size = 0x400000;
     c_little_endian_writer dsl_writer;
     dsl_writer.put_text("RIFF");
-    dsl_writer.put32(iml_data_size + static_cast<int32_t>(um_riff_header_size) - 8);
+    dsl_writer.put32(iml_data_size + static_cast<int32_t>(ul_riff_header_size) - 8);
     dsl_writer.put_text("WAVEfmt ");
     dsl_writer.put32(16);
     dsl_writer.put16(imc_format_tag);

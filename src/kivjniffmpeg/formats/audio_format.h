@@ -27,7 +27,7 @@ uint64_t channel_layout_of(int32_t imp_channels);
 /** FFmpeg's sample format; AV_SAMPLE_FMT_NONE where tag, bits and order have none. */
 AVSampleFormat sample_format_of(int32_t imp_format_tag, int32_t imp_bits_per_sample, bool bp_planar);
 /** im_tag_float for the floating-point sample formats, im_tag_pcm for all others. */
-int32_t format_tag_of(AVSampleFormat dsp_format);
+int32_t format_tag_of(AVSampleFormat iep_format);
 
 /**
  * Format tag, channels, rates, sizes, the codec's own header bytes, and the FFmpeg codec that follows from the tag.
@@ -37,7 +37,7 @@ int32_t format_tag_of(AVSampleFormat dsp_format);
 class c_aformat
 {
 public:
-    static constexpr size_t um_riff_header_size = 44;
+    static constexpr size_t ul_riff_header_size = 44;
 
     /** 16-bit stereo PCM of 48000 samples per second. */
     c_aformat();
@@ -51,7 +51,7 @@ public:
     /** Interleaved 16-bit PCM. */
     static std::unique_ptr<c_aformat> pcm16(int32_t imp_channels, int32_t imp_sample_rate);
     /** Uncompressed samples as FFmpeg has them. */
-    static std::unique_ptr<c_aformat> of_samples(AVSampleFormat dsp_format, int32_t imp_channels,
+    static std::unique_ptr<c_aformat> of_samples(AVSampleFormat iep_format, int32_t imp_channels,
                                                  int32_t imp_sample_rate);
 
     /**
@@ -68,7 +68,7 @@ public:
     jbyteArray export_to_java_array(const kiv::jni::c_jnienv &dsp_env) const;
 
     /** Writes a canonical RIFF/WAVE file header with a placeholder of 4 MiB for the data length. */
-    void get_riff_header(std::span<uint8_t, um_riff_header_size> utp_dst) const;
+    void get_riff_header(std::span<uint8_t, ul_riff_header_size> utp_dst) const;
 
     /** One line: every field by name. */
     std::string to_string() const;
@@ -87,7 +87,7 @@ public:
     int32_t frame_size() const noexcept { return imc_frame_size; }
     int32_t bytes_per_second() const noexcept { return imc_bytes_per_second; }
     std::span<const uint8_t> specific_hdr() const noexcept { return utc_specific_hdr; }
-    AVCodecID codec_id() const noexcept { return dsc_codec_id; }
+    AVCodecID codec_id() const noexcept { return iec_codec_id; }
 
     void set_format_tag(int32_t imp_value) noexcept { imc_format_tag = imp_value; }
     void set_channels(int32_t imp_value) noexcept { imc_channels = imp_value; }
@@ -97,7 +97,7 @@ public:
     void set_bytes_per_second(int32_t imp_value) noexcept { imc_bytes_per_second = imp_value; }
     void set_planar(bool bp_value) noexcept { bc_planar = bp_value; }
     void set_specific_hdr(std::vector<uint8_t> utp_value) noexcept { utc_specific_hdr = std::move(utp_value); }
-    void set_codec_id(AVCodecID dsp_value) noexcept { dsc_codec_id = dsp_value; }
+    void set_codec_id(AVCodecID iep_value) noexcept { iec_codec_id = iep_value; }
 
     bool is_float() const noexcept { return imc_format_tag == im_tag_float; }
     bool is_planar() const noexcept { return bc_planar; }
@@ -113,5 +113,5 @@ private:
     int32_t imc_bytes_per_second = 192000;
     std::vector<uint8_t> utc_specific_hdr;
     bool bc_planar = false;
-    AVCodecID dsc_codec_id = AV_CODEC_ID_PCM_S16LE;
+    AVCodecID iec_codec_id = AV_CODEC_ID_PCM_S16LE;
 };

@@ -12,7 +12,7 @@ namespace
 struct dsd_tag
 {
     int32_t imc_format_tag;
-    AVCodecID dsc_codec_id;
+    AVCodecID iec_codec_id;
 };
 
 constexpr dsd_tag s_tags[] = {
@@ -34,8 +34,8 @@ struct dsd_sample_format
 {
     bool bc_float;
     int32_t imc_bits_per_sample;
-    AVSampleFormat dsc_interleaved;
-    AVSampleFormat dsc_planar;
+    AVSampleFormat iec_interleaved;
+    AVSampleFormat iec_planar;
 };
 
 constexpr dsd_sample_format s_sample_formats[] = {
@@ -49,7 +49,7 @@ constexpr dsd_sample_format s_sample_formats[] = {
 AVCodecID format_tag2codecid(int32_t imp_format_tag)
 {
     const auto adsl_tag = std::ranges::find(s_tags, imp_format_tag, &dsd_tag::imc_format_tag);
-    return adsl_tag == std::end(s_tags) ? AV_CODEC_ID_NONE : adsl_tag->dsc_codec_id;
+    return adsl_tag == std::end(s_tags) ? AV_CODEC_ID_NONE : adsl_tag->iec_codec_id;
 }
 
 uint64_t channel_layout_of(int32_t imp_channels)
@@ -75,15 +75,15 @@ AVSampleFormat sample_format_of(int32_t imp_format_tag, int32_t imp_bits_per_sam
     for (const dsd_sample_format &dsl_format : s_sample_formats) {
         if (dsl_format.bc_float == (imp_format_tag == im_tag_float) &&
             dsl_format.imc_bits_per_sample == imp_bits_per_sample)
-            return bp_planar ? dsl_format.dsc_planar : dsl_format.dsc_interleaved;
+            return bp_planar ? dsl_format.iec_planar : dsl_format.iec_interleaved;
     }
     return AV_SAMPLE_FMT_NONE;
 }
 
-int32_t format_tag_of(AVSampleFormat dsp_format)
+int32_t format_tag_of(AVSampleFormat iep_format)
 {
-    const bool bl_float = std::ranges::any_of(s_sample_formats, [dsp_format](const dsd_sample_format &dsp_row) {
-        return dsp_row.bc_float && (dsp_row.dsc_interleaved == dsp_format || dsp_row.dsc_planar == dsp_format);
+    const bool bl_float = std::ranges::any_of(s_sample_formats, [iep_format](const dsd_sample_format &dsp_row) {
+        return dsp_row.bc_float && (dsp_row.iec_interleaved == iep_format || dsp_row.iec_planar == iep_format);
     });
     return bl_float ? im_tag_float : im_tag_pcm;
 }

@@ -23,7 +23,7 @@ struct dsd_model
 {
     int32_t imc_fourcc;
     int32_t imc_bpp;
-    AVPixelFormat dsc_pixfmt;
+    AVPixelFormat iec_pixfmt;
 };
 
 // The 15- and 16-bit models are the big-endian formats: that is what Java's callers have always been given.
@@ -62,7 +62,7 @@ std::unique_ptr<c_colormodel> c_colormodel::create_from_java_array(kiv::jni::c_j
     });
     if (adsl_row == std::end(s_models))
         return nullptr;
-    dsl_model->dsc_pixfmt = adsl_row->dsc_pixfmt;
+    dsl_model->iec_pixfmt = adsl_row->iec_pixfmt;
     dsl_model->bc_is_rgb = adsl_row->imc_fourcc == 0;
     return dsl_model;
 }
@@ -98,13 +98,13 @@ int32_t c_colormodel::get_buffer_size_in_bytes(int32_t imp_width, int32_t, int32
 {
     TRACE_FUNCTION(3);
     if (bc_is_rgb)
-        return g_avcodec.avpicture_get_size(dsc_pixfmt, imp_width, imp_scanheight) + imp_align;
+        return g_avcodec.avpicture_get_size(iec_pixfmt, imp_width, imp_scanheight) + imp_align;
     // Where the product leaves 32 bits the layout has refused the picture before.
     return static_cast<int32_t>(int64_t{imp_scanline} * imp_scanheight * 3 / 2) + imp_align;
 }
 
-const char *pixfmt2string(AVPixelFormat dsp_format)
+const char *pixfmt2string(AVPixelFormat iep_format)
 {
     TRACE_FUNCTION(4);
-    return g_avutil.av_get_pix_fmt_name(dsp_format);
+    return g_avutil.av_get_pix_fmt_name(iep_format);
 }

@@ -49,12 +49,12 @@ public:
     int32_t get_buffer_size_in_bytes(int32_t imp_width, int32_t imp_height, int32_t imp_scanline,
                                      int32_t imp_scanheight, int32_t imp_align) const;
 
-    AVPixelFormat pixel_format() const noexcept { return dsc_pixfmt; }
+    AVPixelFormat pixel_format() const noexcept { return iec_pixfmt; }
     bool is_rgb() const noexcept { return bc_is_rgb; }
     int32_t fourcc() const noexcept { return imc_fourcc; }
 
 private:
-    AVPixelFormat dsc_pixfmt = AV_PIX_FMT_NONE;
+    AVPixelFormat iec_pixfmt = AV_PIX_FMT_NONE;
     bool bc_is_rgb = false;
     int32_t imc_fourcc = 0;
     int32_t imc_bpp = 0;
@@ -66,4 +66,4 @@ private:
 };
 
 /** FFmpeg's name of a pixel format, or null. */
-const char *pixfmt2string(AVPixelFormat dsp_format);
+const char *pixfmt2string(AVPixelFormat iep_format);

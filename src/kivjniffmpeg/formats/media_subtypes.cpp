@@ -12,7 +12,7 @@ namespace
 struct dsd_subtype
 {
     std::string_view strc_guid;
-    AVCodecID dsc_codec_id;
+    AVCodecID iec_codec_id;
 };
 
 // Of the GUIDs that end alike the first group is a four-character code, read as a little-endian number.
@@ -48,5 +48,5 @@ AVCodecID subtype2codecid(const char *strp_guid)
     if (strp_guid == nullptr)
         return AV_CODEC_ID_NONE;
     const auto adsl_row = std::ranges::find(s_subtypes, std::string_view(strp_guid), &dsd_subtype::strc_guid);
-    return adsl_row == std::end(s_subtypes) ? AV_CODEC_ID_NONE : adsl_row->dsc_codec_id;
+    return adsl_row == std::end(s_subtypes) ? AV_CODEC_ID_NONE : adsl_row->iec_codec_id;
 }

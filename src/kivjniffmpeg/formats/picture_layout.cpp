@@ -13,11 +13,11 @@ namespace
 constexpr int32_t im_headroom = 1 << 20;
 
 /** Widens the line until each plane's line is aligned as wanted; false when that is impossible. */
-bool fill_aligned_linesizes(int *ainp_linesizes, const int *ainp_alignments, AVPixelFormat dsp_format, int inp_width)
+bool fill_aligned_linesizes(int *ainp_linesizes, const int *ainp_alignments, AVPixelFormat iep_format, int inp_width)
 {
     int inl_width = inp_width;
     for (;;) {
-        if (g_avutil.av_image_fill_linesizes(ainp_linesizes, dsp_format, inl_width) < 0)
+        if (g_avutil.av_image_fill_linesizes(ainp_linesizes, iep_format, inl_width) < 0)
             return false;
         if (std::equal(ainp_linesizes, ainp_linesizes + 4, ainp_alignments,
                        [](int inp_size, int inp_alignment) { return inp_size % inp_alignment == 0; }))
@@ -36,10 +36,10 @@ int32_t dsd_picture_layout::plane_count() const noexcept
     return static_cast<int32_t>(std::ranges::count_if(aimc_plane_sizes, std::bind_front(std::less<>(), 0)));
 }
 
-std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_context, AVPixelFormat dsp_format,
+std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_context, AVPixelFormat iep_format,
                                                          int32_t imp_width, int32_t imp_height)
 {
-    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(dsp_format);
+    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(iep_format);
     if (adsl_descriptor == nullptr || imp_width <= 0 || imp_height <= 0)
         return std::nullopt;
 
@@ -52,26 +52,27 @@ std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_co
 
     dsd_picture_layout dsl_layout{};
     int ainl_linesizes[4] = {};
-    if (!fill_aligned_linesizes(ainl_linesizes, ainl_alignments, dsp_format, inl_width))
+    if (!fill_aligned_linesizes(ainl_linesizes, ainl_alignments, iep_format, inl_width))
         return std::nullopt;
 
     // Without a buffer the "pointers" are distances from the start.
-    uint8_t *autl_planes[4] = {};
-    const int inl_total = g_avutil.av_image_fill_pointers(autl_planes, dsp_format, inl_height, nullptr, ainl_linesizes);
+    uint8_t *aautl_planes[4] = {};
+    const int inl_total =
+        g_avutil.av_image_fill_pointers(aautl_planes, iep_format, inl_height, nullptr, ainl_linesizes);
     if (inl_total < 0 || inl_total > INT_MAX - im_headroom ||
         int64_t{ainl_linesizes[0]} * inl_height * 3 / 2 > INT_MAX - im_headroom)
         return std::nullopt;
 
-    for (size_t uml_plane = 0; uml_plane < 4; ++uml_plane) {
-        const auto iml_offset = static_cast<int32_t>(reinterpret_cast<intptr_t>(autl_planes[uml_plane]));
-        if (uml_plane > 0 && iml_offset == 0)
+    for (size_t ull_plane = 0; ull_plane < 4; ++ull_plane) {
+        const auto iml_offset = static_cast<int32_t>(reinterpret_cast<intptr_t>(aautl_planes[ull_plane]));
+        if (ull_plane > 0 && iml_offset == 0)
             break;
-        const bool bl_last = uml_plane == 3 || autl_planes[uml_plane + 1] == nullptr;
+        const bool bl_last = ull_plane == 3 || aautl_planes[ull_plane + 1] == nullptr;
         const auto iml_end =
-            bl_last ? inl_total : static_cast<int32_t>(reinterpret_cast<intptr_t>(autl_planes[uml_plane + 1]));
-        dsl_layout.aimc_linesizes[uml_plane] = ainl_linesizes[uml_plane];
-        dsl_layout.aimc_plane_offsets[uml_plane] = iml_offset;
-        dsl_layout.aimc_plane_sizes[uml_plane] = iml_end - iml_offset;
+            bl_last ? inl_total : static_cast<int32_t>(reinterpret_cast<intptr_t>(aautl_planes[ull_plane + 1]));
+        dsl_layout.aimc_linesizes[ull_plane] = ainl_linesizes[ull_plane];
+        dsl_layout.aimc_plane_offsets[ull_plane] = iml_offset;
+        dsl_layout.aimc_plane_sizes[ull_plane] = iml_end - iml_offset;
     }
     dsl_layout.imc_total = inl_total;
     dsl_layout.imc_scanheight = inl_height;

@@ -25,9 +25,9 @@ struct dsd_picture_layout
 /**
  * Lays a picture out so that the context's decoder may write its whole coded size into it.
  *
- * @param adsp_context asked for its alignment needs; its pix_fmt must be @p dsp_format
+ * @param adsp_context asked for its alignment needs; its pix_fmt must be @p iep_format
  * @param imp_width,imp_height pixels, both positive: the larger of what is shown and what is coded
  * @return nothing when the format does not exist, is not kept in memory, or the picture is too large to be addressed
  */
-std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_context, AVPixelFormat dsp_format,
+std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_context, AVPixelFormat iep_format,
                                                          int32_t imp_width, int32_t imp_height);

@@ -12,7 +12,6 @@ namespace
 {
 
 constexpr int32_t im_largest_side = 1 << 15;
-constexpr int32_t im_palette_bytes = 1024;
 constexpr int in_line_alignment = 64;
 
 /** Whether pixels are red, green and blue; those of a palette are. */
@@ -49,11 +48,11 @@ public:
         for (int &inl_linesize : ainc_linesizes)
             inl_linesize = (inl_linesize + in_line_alignment - 1) / in_line_alignment * in_line_alignment;
         const int inl_total =
-            g_avutil.av_image_fill_pointers(adsc_planes, iep_format, imp_height, nullptr, ainc_linesizes);
+            g_avutil.av_image_fill_pointers(aautc_planes, iep_format, imp_height, nullptr, ainc_linesizes);
         if (inl_total < 0 || inl_total > INT_MAX - in_line_alignment)
             throw_ffmpeg_exception(1911, "picture too large to convert");
         dsc_memory = std::make_unique<c_native_buffer>(inl_total + in_line_alignment, in_line_alignment);
-        g_avutil.av_image_fill_pointers(adsc_planes, iep_format, imp_height, dsc_memory->data(), ainc_linesizes);
+        g_avutil.av_image_fill_pointers(aautc_planes, iep_format, imp_height, dsc_memory->data(), ainc_linesizes);
     }
 
     /** Repeats every line's last pixel behind it: of an odd width, libswscale mixes the next pixel into its colours. */
@@ -65,7 +64,7 @@ public:
         for (size_t ull_plane = 0; ull_plane < 4 && ainl_row_bytes[ull_plane] > 0; ++ull_plane) {
             const int32_t iml_step = std::min(largest_step(dsp_descriptor, ull_plane), ainl_row_bytes[ull_plane]);
             for (int32_t iml_row = 0; iml_row < rows_of(dsp_descriptor, ull_plane, imp_height); ++iml_row) {
-                uint8_t *autl_row = adsc_planes[ull_plane] + ptrdiff_t{iml_row} * ainc_linesizes[ull_plane];
+                uint8_t *autl_row = aautc_planes[ull_plane] + ptrdiff_t{iml_row} * ainc_linesizes[ull_plane];
                 for (int inl_byte = ainl_row_bytes[ull_plane]; inl_byte < ainc_linesizes[ull_plane]; ++inl_byte)
                     autl_row[inl_byte] = autl_row[inl_byte - iml_step];
             }
@@ -87,18 +86,18 @@ public:
             const auto utl_mask = static_cast<uint8_t>((1 << (inl_depth - 8)) - 1);
             const size_t ull_plane = dsl_component.plane;
             for (int32_t iml_row = 0; iml_row < rows_of(dsp_descriptor, ull_plane, imp_height); ++iml_row) {
-                uint8_t *autl_row = adsc_planes[ull_plane] + ptrdiff_t{iml_row} * ainc_linesizes[ull_plane];
+                uint8_t *autl_row = aautc_planes[ull_plane] + ptrdiff_t{iml_row} * ainc_linesizes[ull_plane];
                 for (int inl_byte = inl_high_byte; inl_byte < ainc_linesizes[ull_plane]; inl_byte += 2)
                     autl_row[inl_byte] &= utl_mask;
             }
         }
     }
 
-    uint8_t *const *planes() const noexcept { return adsc_planes; }
+    uint8_t *const *planes() const noexcept { return aautc_planes; }
     const int *linesizes() const noexcept { return ainc_linesizes; }
 
 private:
-    uint8_t *adsc_planes[4] = {};
+    uint8_t *aautc_planes[4] = {};
     int ainc_linesizes[4] = {};
     std::unique_ptr<c_native_buffer> dsc_memory;
 };
@@ -125,19 +124,19 @@ void dsd_picture_place::check() const
             throw_ffmpeg_exception(1934, "plane ", ull_plane, " of a picture lies outside of its memory");
     }
     if ((adsl_descriptor->flags & (AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_PSEUDOPAL)) != 0 &&
-        (aimc_offsets[1] == 0 || outside(aimc_offsets[1], int64_t{aimc_offsets[1]} + im_palette_bytes)))
+        (aimc_offsets[1] == 0 || outside(aimc_offsets[1], int64_t{aimc_offsets[1]} + AVPALETTE_SIZE)))
         throw_ffmpeg_exception(1938, "the palette of a picture lies outside of its memory");
 }
 
 std::array<uint8_t *, 4> dsd_picture_place::planes() const noexcept
 {
-    std::array<uint8_t *, 4> autl_planes{};
+    std::array<uint8_t *, 4> aautl_planes{};
     for (size_t ull_plane = 0; ull_plane < 4; ++ull_plane) {
         // A palette has an offset but no lines.
         if (aimc_linesizes[ull_plane] > 0 || aimc_offsets[ull_plane] > 0)
-            autl_planes[ull_plane] = utc_block.data() + aimc_offsets[ull_plane];
+            aautl_planes[ull_plane] = utc_block.data() + aimc_offsets[ull_plane];
     }
-    return autl_planes;
+    return aautl_planes;
 }
 
 void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to, int inp_flags)
@@ -147,11 +146,11 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
     dsp_to.check();
     if (g_avutil.av_image_copy == nullptr)
         throw_ffmpeg_exception(1957, "this FFmpeg cannot copy pictures");
-    const auto autl_from = dsp_from.planes();
-    const auto autl_to = dsp_to.planes();
+    const auto aautl_from = dsp_from.planes();
+    const auto aautl_to = dsp_to.planes();
     if (dsp_from.iec_format == dsp_to.iec_format && dsp_from.imc_width == dsp_to.imc_width &&
         dsp_from.imc_height == dsp_to.imc_height) {
-        g_avutil.av_image_copy(autl_to.data(), dsp_to.aimc_linesizes.data(), autl_from.data(),
+        g_avutil.av_image_copy(aautl_to.data(), dsp_to.aimc_linesizes.data(), aautl_from.data(),
                                dsp_from.aimc_linesizes.data(), dsp_from.iec_format, dsp_from.imc_width,
                                dsp_from.imc_height);
         return;
@@ -166,13 +165,13 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
         dsc_sws_ctx.set_colours(dsp_from.imc_colorspace, dsp_from.bc_full_range);
     c_padded_picture dsl_from(dsp_from.iec_format, dsp_from.imc_width, dsp_from.imc_height);
     const c_padded_picture dsl_to(dsp_to.iec_format, dsp_to.imc_width, dsp_to.imc_height);
-    g_avutil.av_image_copy(dsl_from.planes(), dsl_from.linesizes(), autl_from.data(), dsp_from.aimc_linesizes.data(),
+    g_avutil.av_image_copy(dsl_from.planes(), dsl_from.linesizes(), aautl_from.data(), dsp_from.aimc_linesizes.data(),
                            dsp_from.iec_format, dsp_from.imc_width, dsp_from.imc_height);
     const AVPixFmtDescriptor &dsl_descriptor = *g_avutil.av_pix_fmt_desc_get(dsp_from.iec_format);
     dsl_from.extend_lines(dsl_descriptor, dsp_from.iec_format, dsp_from.imc_width, dsp_from.imc_height);
     dsl_from.limit_samples(dsl_descriptor, dsp_from.imc_height);
     g_swscale.sws_scale(adsl_sws, dsl_from.planes(), dsl_from.linesizes(), 0, dsp_from.imc_height, dsl_to.planes(),
                         dsl_to.linesizes());
-    g_avutil.av_image_copy(autl_to.data(), dsp_to.aimc_linesizes.data(), dsl_to.planes(), dsl_to.linesizes(),
+    g_avutil.av_image_copy(aautl_to.data(), dsp_to.aimc_linesizes.data(), dsl_to.planes(), dsl_to.linesizes(),
                            dsp_to.iec_format, dsp_to.imc_width, dsp_to.imc_height);
 }
