@@ -12,6 +12,7 @@ import java.util.stream.Stream;
 import kiv.media.ffmpeg.Programs;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.TestMedia.Clip;
+import kiv.media.ffmpeg.Tier;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
 import kiv.media.ffmpeg.exactness.Reference.Picture;
 import org.junit.jupiter.api.Tag;
@@ -30,10 +31,10 @@ class ExactnessTest {
 
     /** Whole packets make a difference to some decoders only; with the others one of the models has them. */
     static Stream<Arguments> everyClipInEveryWay() {
-        return TestMedia.clips().stream().filter(clip -> clip.width() != clip.height())
-                .flatMap(clip -> Stream.of(PictureModel.values()).flatMap(model -> Stream.of(true, false)
+        return Tier.of(TestMedia.clips().stream().filter(clip -> clip.width() != clip.height()).toList(), Clip::codec,
+                clip -> Stream.of(PictureModel.values()).flatMap(model -> Stream.of(true, false)
                         .filter(whole -> TRUNCATED.contains(clip.codec()) || whole == (model == PictureModel.I420))
-                        .map(whole -> Arguments.of(clip, model, whole))));
+                        .map(whole -> Arguments.of(clip, model, whole))).toList());
     }
 
     @ParameterizedTest(name = "{0} as {1}, whole packets: {2}")
@@ -43,9 +44,13 @@ class ExactnessTest {
         assertThat(pictures).isPositive();
     }
 
+    static List<Clip> someClips() {
+        return Tier.of(TestMedia.clips(), Clip::codec);
+    }
+
     /** A newer FFmpeg has other inverse transforms for some codecs, but never another number of pictures. */
     @ParameterizedTest
-    @MethodSource("kiv.media.ffmpeg.TestMedia#clips")
+    @MethodSource("someClips")
     void theReferenceAgreesWithTheFfmpegProgram(Clip clip) {
         List<Picture> reference = Reference.decode(Track.of(clip), "yuv420p", true, "--drain").pictures();
         List<String> program = Programs.lines(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", clip.file().toString(),
