@@ -33,8 +33,10 @@ public final class Main {
         System.setProperty("java.awt.headless", "true");
         Unfinished.guard();
         int status = run(args);
-        Unfinished.release();
-        System.exit(status);
+        // Where a signal ends the process, another exit would replace its status once the shutdown hooks have run.
+        if (Unfinished.release()) {
+            System.exit(status);
+        }
     }
 
     /**

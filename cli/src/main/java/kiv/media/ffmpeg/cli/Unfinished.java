@@ -40,9 +40,14 @@ final class Unfinished {
         Runtime.getRuntime().addShutdownHook(new Thread(Unfinished::end, "unfinished outputs"));
     }
 
-    /** The work is over, well or not, and the process ends by itself. */
-    static void release() {
+    /**
+     * The work is over, well or not.
+     *
+     * @return whether the process is to be ended now; otherwise a signal does that, with a status of its own
+     */
+    static boolean release() {
         RETURNED.countDown();
+        return !ending;
     }
 
     /** {@return whether a signal ends the process} */
