@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# tools/test_examples.sh: what a user of the artefacts does. Installs them into Maven's local repository, builds the
-# examples, which know nothing of this tree, and runs them on real files with nothing unpacked before, from the class path
-# and from the module path. The release library must have been built.
+# tools/test_examples.sh [build | run]: what a user of the artefacts does. "build" installs them into Maven's local
+# repository and builds the examples, which know nothing of this tree; "run" runs these on real files with nothing unpacked
+# before, from the class path and from the module path. Without an argument it does both. The release library must have
+# been built.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 . "$root/tools/build.sh"
 
@@ -11,13 +12,31 @@ expect() { [[ $2 == "$3" ]] || die "examples: $1: $3 instead of $2"; }
 media=$("$root/tools/fetch_sample.sh")
 examples=$root/examples
 work=$build/examples
+
+build_examples() {
+    local stamp=$build/examples.stamp
+    build_java
+    if [[ -e $stamp && -e $examples/target/examples.jar &&
+        -z $(find "$build/java.stamp" "$examples/src" "$examples/pom.xml" -newer "$stamp" -print -quit) ]]; then
+        return
+    fi
+    say "installing the artefacts and building the examples"
+    rm -f "$stamp"
+    (cd "$root/java" && logged java-install mvn -B --no-transfer-progress -q install -DskipTests)
+    (cd "$examples" && logged examples-package mvn -B --no-transfer-progress -q clean package)
+    touch "$stamp"
+}
+case ${1:-} in
+build)
+    build_examples
+    exit
+    ;;
+run) ;;
+'') build_examples ;;
+*) die "usage: tools/test_examples.sh [build | run]" ;;
+esac
 rm -rf "$work"
 mkdir -p "$work"
-
-say "installing the artefacts and building the examples"
-build_java
-(cd "$root/java" && logged java-install mvn -B --no-transfer-progress -q install -DskipTests)
-(cd "$examples" && logged examples-package mvn -B --no-transfer-progress -q clean package)
 
 # Quiet even on a Java that warns: nothing may be said.
 on_class_path() {

@@ -50,9 +50,11 @@ class DecodePageTest {
         }
         writeHostile(Files.createDirectory(directory.resolve("hostile")).resolve("index.html"));
         Files.writeString(directory.resolve("frames.html"), """
-                <!DOCTYPE html><meta charset=utf-8><style>body{margin:0;display:flex}iframe{border:0;flex:none;height:%dpx}</style>
+                <!DOCTYPE html><meta charset=utf-8><style>body{margin:0;display:flex}
+                iframe{border:0;flex:none;height:%dpx}</style>
                 <iframe id=film width=1200 src=film/index.html></iframe><iframe id=phone width=360 src=film/index.html></iframe>
-                <iframe id=hostile width=700 src=hostile/index.html></iframe><iframe id=sound width=700 src=sound/index.html></iframe>
+                <iframe id=hostile width=700 src=hostile/index.html></iframe>
+                <iframe id=sound width=700 src=sound/index.html></iframe>
                 <script>onload = () => {
                   const lines = [''], place = e => { const r = e.getBoundingClientRect();
                     return [r.x + e.ownerDocument.defaultView.frameElement.offsetLeft, r.y, r.width, r.height].map(Math.floor); };
@@ -70,7 +72,8 @@ class DecodePageTest {
                     tell('link', page.querySelector('.sheet a')?.href);
                     for (const e of page.querySelectorAll('img, .waveform')) tell(e.tagName.toLowerCase(), place(e));
                   }
-                  document.body.append(Object.assign(document.createElement('pre'), {hidden: true, textContent: lines.join('\\n')}));
+                  document.body.append(Object.assign(document.createElement('pre'),
+                    {hidden: true, textContent: lines.join('\\n')}));
                 }</script>""".formatted(HEIGHT));
         String dom = chromium();
         seen = dom.substring(dom.indexOf("<pre"), dom.indexOf("</pre>")).replace("&lt;", "<").replace("&gt;", ">")

@@ -8,8 +8,8 @@ import java.util.Set;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoBuffers;
-import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * A video decoder driven through the bare natives, which keeps the books of the arrays: every one that it allocated is

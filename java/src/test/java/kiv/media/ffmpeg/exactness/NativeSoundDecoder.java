@@ -4,8 +4,8 @@ import static kiv.media.ffmpeg.exactness.Comparison.check;
 
 import java.util.Arrays;
 import kiv.media.ffmpeg.TestMedia;
-import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * A decoder of sound driven through the bare natives, which checks what every call leaves in its arrays. It has a
