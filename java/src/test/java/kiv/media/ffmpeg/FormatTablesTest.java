@@ -1,0 +1,127 @@
+package kiv.media.ffmpeg;
+
+import static org.assertj.core.api.Assertions.assertThat;
+
+import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
+import java.util.Map;
+import java.util.TreeSet;
+import java.util.concurrent.CopyOnWriteArrayList;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import kiv.media.ffmpeg.natives.AudioFormatLayout;
+import kiv.media.ffmpeg.natives.VideoFormatLayout;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** Every row of the tables, of which native code has its own: what the container's codec is, and the decoder. */
+class FormatTablesTest {
+
+    private static final int MPEG1 = 1;
+    private static final int MPEG2 = 2;
+    private static final int H264 = 28;
+    private static final int DTS = 86_020;
+    private static final int AAC = 86_018;
+    private static final int G722 = 69_660;
+    private static final int VOXWARE = 86_048;
+
+    @TempDir
+    Path temp;
+
+    @Test
+    void everyTagIsTheOneOfItsCodecAndNativeCodeKnowsNoOther() throws IOException {
+        // Tags that FFmpeg's readers do not know, or mean otherwise.
+        Map<Integer, Integer> own = Map.of(0x08, DTS, 0x65, G722, 0x75, VOXWARE, 0x1602, AAC, 0x1610, AAC);
+        for (int tag : WaveFormatTags.all()) {
+            int codec = own.containsKey(tag) ? own.get(tag) : codecOfWave(tag);
+            assertThat(WaveFormatTags.find(codec, tag)).as("0x%04x, codec %d", tag, codec).hasValue(tag);
+        }
+        TreeSet<Integer> known = new TreeSet<>();
+        for (int tag = 0; tag <= 0xFFFF; tag++) {
+            if (isKnown(tag)) {
+                known.add(tag);
+            }
+        }
+        assertThat(known).containsExactlyElementsOf(WaveFormatTags.all());
+    }
+
+    /** What FFmpeg's reader says of a file with the tag. */
+    private int codecOfWave(int tag) throws IOException {
+        int bits = tag == WaveFormatTags.FLOAT ? Float.SIZE : Short.SIZE;
+        byte[] format = WaveFormat.of(tag, 1, 8000, 8000, 32, bits, new byte[0]).toBytes();
+        int silence = 4096;
+        ByteBuffer wave = ByteBuffer.allocate(28 + format.length + silence).order(ByteOrder.LITTLE_ENDIAN)
+                .put(ascii("RIFF")).putInt(20 + format.length + silence).put(ascii("WAVEfmt ")).putInt(format.length)
+                .put(format).put(ascii("data")).putInt(silence);
+        Path file = Files.write(temp.resolve("tag.wav"), wave.array());
+        try (MediaReader reader = MediaReader.open(file)) {
+            return reader.streams().get(0).codecId();
+        }
+    }
+
+    private static byte[] ascii(String text) {
+        return text.getBytes(StandardCharsets.US_ASCII);
+    }
+
+    private static boolean isKnown(int tag) {
+        int[] format = new int[AudioFormatLayout.SIZE];
+        format[AudioFormatLayout.FORMAT_TAG] = tag;
+        try {
+            long codec = c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(FfmpegLibrary.context(), format, null);
+            if (codec != 0) {
+                c_multimediaapi_ffmpeg.n_acodec_delete(codec);
+            }
+            return true;
+        } catch (RuntimeException e) {
+            return !e.getMessage().contains("no decoder found for id=0 ");
+        }
+    }
+
+    @Test
+    void everySubtypeIsTheOneOfItsCodec() {
+        FfmpegLibrary.load();
+        // Of several subtypes of a codec without a code of their own, or of H.264, another one is found.
+        Map<String, String> found = Map.of(
+                MediaSubtypes.H264_AVC1, MediaSubtypes.H264_ANNEX_B,
+                MediaSubtypes.of(FourCharacterCode.of("VSSH")), MediaSubtypes.H264_ANNEX_B,
+                "68323633-767a-494d-b478-f29d25dc9037", MediaSubtypes.of(FourCharacterCode.of("H263")),
+                "e436eb80-524f-11ce-9f53-0020af0ba770", "e436eb81-524f-11ce-9f53-0020af0ba770");
+        for (String subtype : MediaSubtypes.all()) {
+            boolean coded = subtype.endsWith("-0000-0010-8000-00aa00389b71");
+            int code = coded ? Integer.parseUnsignedInt(subtype.substring(0, 8), 16) : 0;
+            int decoder = decoderOf(subtype);
+            // One decoder takes MPEG-1 and MPEG-2, and the reader tells them apart.
+            boolean mpeg1 = decoder == MPEG2 && !subtype.startsWith("e06d8026");
+            assertThat(MediaSubtypes.find(mpeg1 ? MPEG1 : decoder, code, new byte[0])).as("%s", subtype)
+                    .hasValue(found.getOrDefault(subtype, subtype));
+        }
+        assertThat(decoderOf(MediaSubtypes.H264_AVC1)).isEqualTo(H264);
+    }
+
+    /** FFmpeg's number of the decoder that native code takes, which only its log shows. */
+    private static int decoderOf(String subtype) {
+        List<String> lines = new CopyOnWriteArrayList<>();
+        c_multimediaapi_ffmpeg receiver = new c_multimediaapi_ffmpeg() {
+            @Override
+            public void print_info(int level, String line) {
+                lines.add(line);
+            }
+        };
+        long context = c_multimediaapi_ffmpeg.n_init(FfmpegLibrary.directory().toString(), receiver, 0);
+        try {
+            c_multimediaapi_ffmpeg.n_vcodec_delete(c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, subtype,
+                    new int[VideoFormatLayout.SIZE], null, null, null));
+        } finally {
+            c_multimediaapi_ffmpeg.n_close(context);
+        }
+        Matcher number = Pattern.compile(".* dsc_codecid=(\\d+) .*").matcher(
+                lines.stream().filter(line -> line.contains(" dsc_codecid=")).findFirst().orElseThrow());
+        assertThat(number.matches()).isTrue();
+        return Integer.parseInt(number.group(1));
+    }
+}
