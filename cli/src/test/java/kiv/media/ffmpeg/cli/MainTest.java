@@ -158,7 +158,8 @@ class MainTest {
         assertTold("H.264, Annex B +H264 +34363248-.* yes", "MP3 +0x0055 +yes +yes +mp3", "VoxWare +0x0075 +no +no");
         assertThat(output).doesNotContain("unnamed");
         succeed("formats --json");
-        assertThat(compact(output)).contains("\"audio\":[{", "\"tag\":27765,", "\"decode\":true");
+        assertThat(compact(output)).contains("\"audio\":[{", "\"tag\":27765,", "\"decode\":true")
+                .as("only VoxWare is not decoded").containsOnlyOnce("\"decode\":false");
     }
 
     /** JSON, which must be valid, without its spaces. */
