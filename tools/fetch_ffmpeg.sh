@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Brings the five FFmpeg libraries that the native tests open into build/ffmpeg/ and prints that directory.
-# They come out of the same Maven artifact that the Java side depends on; pom.xml has its version. They are fetched for use on this machine
-# only: their build may not be redistributed, so they are never committed and never packed into anything of ours.
+# They come out of the same Maven artifact that the Java side depends on: pom.xml has its version, FfmpegDirectory.java
+# the names. They are fetched for use on this machine only: their build may not be redistributed, so they are never
+# committed and never packed into anything of ours.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 version=$(sed -n 's:.*<ffmpeg\.version>\(.*\)</ffmpeg\.version>.*:\1:p' "$root/pom.xml")
@@ -9,7 +10,9 @@ version=$(sed -n 's:.*<ffmpeg\.version>\(.*\)</ffmpeg\.version>.*:\1:p' "$root/p
 classifier=linux-x86_64
 group=org.bytedeco.javacpp-presets
 plugin=org.apache.maven.plugins:maven-dependency-plugin:3.8.1
-libraries=(libavutil.so.54 libswresample.so.1 libavcodec.so.56 libavformat.so.56 libswscale.so.3)
+mapfile -t libraries < <(grep -oE '"lib[a-z]+\.so\.[0-9]+"' \
+    "$root/java/src/main/java/kiv/media/ffmpeg/loading/FfmpegDirectory.java" | tr -d '"')
+((${#libraries[@]} == 5)) || die "FfmpegDirectory.java does not name FFmpeg's libraries"
 
 target=$build/ffmpeg
 if [[ ! -e $target/.complete-$version ]]; then
