@@ -213,10 +213,8 @@ JNINativeInterface_ dsd_fake_functions::table()
     using enum ie_permission;
     JNINativeInterface_ dsl_table{};
 #define MAY_FAIL(name) dsl_table.name = &may_fail<#name>
-    MAY_FAIL(NewIntArray);
     MAY_FAIL(NewByteArray);
     MAY_FAIL(NewLongArray);
-    MAY_FAIL(NewObjectArray);
     MAY_FAIL(SetIntArrayRegion);
     MAY_FAIL(SetByteArrayRegion);
     MAY_FAIL(SetLongArrayRegion);
@@ -233,6 +231,12 @@ JNINativeInterface_ dsd_fake_functions::table()
     MAY_FAIL(GetMethodID);
     MAY_FAIL(GetStaticMethodID);
 #undef MAY_FAIL
+    dsl_table.NewIntArray = [](JNIEnv *adsp_env, jsize) {
+        return static_cast<jintArray>(make_local(enter(adsp_env, "NewIntArray"), "[I", ""));
+    };
+    dsl_table.NewObjectArray = [](JNIEnv *adsp_env, jsize, jclass, jobject) {
+        return static_cast<jobjectArray>(make_local(enter(adsp_env, "NewObjectArray"), "[Ljava/lang/Object;", ""));
+    };
     dsl_table.FindClass = [](JNIEnv *adsp_env, const char *strp_name) {
         return static_cast<jclass>(make_local(enter(adsp_env, "FindClass"), "java/lang/Class", strp_name));
     };

@@ -1,5 +1,6 @@
 // Memory that FFmpeg reads from: it reads beyond what it is told, so zeroes must follow.
 
+#include "kivjniffmpeg/ffmpeg/codec_context.h"
 #include "kivjniffmpeg/ffmpeg/packet.h"
 #include "kivjniffmpeg/ffmpeg/padded_bytes.h"
 #include "support/real_ffmpeg.h"
@@ -8,7 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
 #include <new>
+#include <utility>
 
 using testing::Each;
 using testing::ElementsAre;
@@ -62,6 +65,21 @@ TEST_F(input_memory, padding_is_zeroed_each_time)
         std::ranges::fill(utl_room, uint8_t{0xFF});
         EXPECT_THAT(std::span<const uint8_t>(utl_room.data() + uml_size, FF_INPUT_BUFFER_PADDING_SIZE), Each(0));
     }
+}
+
+TEST_F(input_memory, extradata_has_padding)
+{
+    const c_avcodec dsl_codec(AV_CODEC_ID_H264, true);
+    c_avcodec_ctx dsl_context(dsl_codec, {});
+    const auto allocate = std::exchange(g_avutil.av_malloc, [](size_t ulp_size) {
+        return std::memset(ffmpeg_function<void *(size_t)>(g_avutil.avc_handle, "av_malloc")(ulp_size), 0xFF, ulp_size);
+    });
+    dsl_context.set_extradata(std::vector<uint8_t>{1, 2, 3});
+    g_avutil.av_malloc = allocate;
+    const std::span<const uint8_t> utl_extradata(dsl_context->extradata, 3 + FF_INPUT_BUFFER_PADDING_SIZE);
+    EXPECT_EQ(dsl_context->extradata_size, 3);
+    EXPECT_THAT(utl_extradata.first(3), ElementsAre(1, 2, 3));
+    EXPECT_THAT(utl_extradata.subspan(3), Each(0));
 }
 
 } // namespace
