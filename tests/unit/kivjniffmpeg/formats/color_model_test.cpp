@@ -31,7 +31,7 @@ TEST(color_model, code_and_bits_stand_for_a_pixel_format)
     for (const auto &dsl_row : dsl_models) {
         kiv::jni::c_jintarray dsl_values(kiv::jni::c_jnienv(&dsl_env),
                                          dsl_env.local_ints({dsl_row.imc_fourcc, dsl_row.imc_bits, 24, 3, 4, 5, 6}),
-                                         c_colormodel::im_java_length);
+                                         16);
         const auto dsl_model = c_colormodel::create_from_java_array(dsl_values);
         ASSERT_NE(dsl_model, nullptr);
         EXPECT_EQ(dsl_model->pixel_format(), dsl_row.iec_format);
