@@ -7,8 +7,8 @@ import java.time.Duration;
 import java.util.Optional;
 
 /**
- * A piece of decoded sound: interleaved PCM of 16 bits. A frame of it is one sample of each channel. It owns its
- * memory, is independent of its decoder, and does not change; any thread may use it.
+ * A block of decoded sound: interleaved PCM of 16 bits. A frame is one sample of each channel. A block is immutable,
+ * owns its memory and does not depend on its decoder. Any thread may use it.
  *
  * <pre>{@code
  * ShortBuffer samples = block.samples();
@@ -26,10 +26,10 @@ public final class AudioBlock {
     private final Rational timeBase;
 
     /**
-     * Takes over sound from the library.
+     * Keeps the array without a copy.
      *
-     * @param pcm whole frames, each sample with its low byte first
-     * @param timestamp when the first frame is heard, in units of the time base, or {@link Packet#NO_TIME}
+     * @param pcm whole frames, little-endian
+     * @param timestamp when the first frame starts, in units of the time base, or {@link Packet#NO_TIME}
      */
     AudioBlock(byte[] pcm, int sampleRate, int channels, long timestamp, Rational timeBase) {
         this.pcm = pcm;
@@ -39,7 +39,7 @@ public final class AudioBlock {
         this.timeBase = timeBase;
     }
 
-    /** {@return samples a second and channel} */
+    /** {@return samples per second and channel} */
     public int sampleRate() {
         return sampleRate;
     }
@@ -49,37 +49,37 @@ public final class AudioBlock {
         return channels;
     }
 
-    /** {@return number of frames, that is of samples of each channel} */
+    /** {@return number of frames, which is the number of samples of each channel} */
     public int frames() {
         return pcm.length / (channels * Short.BYTES);
     }
 
-    /** {@return the PCM as bytes, the low byte of a sample first, read-only and without a copy} */
+    /** {@return a read-only view of the PCM in bytes, little-endian} */
     public ByteBuffer data() {
         return ByteBuffer.wrap(pcm).asReadOnlyBuffer().order(ByteOrder.LITTLE_ENDIAN);
     }
 
-    /** {@return the samples, those of a frame one after the other, read-only and without a copy} */
+    /** {@return a read-only view of the samples, interleaved} */
     public ShortBuffer samples() {
         return data().asShortBuffer();
     }
 
-    /** {@return when it begins, in the stream's time base, or {@link Packet#NO_TIME} when that is unknown} */
+    /** {@return when it starts, in units of the stream's time base, or {@link Packet#NO_TIME} when that is unknown} */
     public long timestamp() {
         return timestamp;
     }
 
-    /** {@return when it begins, from the container's zero; empty when unknown or beyond what a duration can hold} */
+    /** {@return when it starts on the container's time line; empty when unknown or beyond the range of a duration} */
     public Optional<Duration> time() {
         return timeBase.time(timestamp);
     }
 
-    /** {@return how long it lasts} */
+    /** {@return its duration} */
     public Duration duration() {
         return new Rational(1, sampleRate).times(frames());
     }
 
-    /** The array itself, for those who only read it. */
+    /** The array itself, which callers only read. */
     byte[] pcm() {
         return pcm;
     }

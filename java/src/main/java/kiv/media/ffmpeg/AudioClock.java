@@ -2,7 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.math.BigInteger;
 
-/** Tells when decoded sound begins: by its packet's time, and by counting on where packets tell none. */
+/** Computes when decoded sound starts: at its packet's time, plus the frames that were delivered since that time. */
 final class AudioClock {
 
     private static final BigInteger LATEST = BigInteger.valueOf(Long.MAX_VALUE);
@@ -16,8 +16,8 @@ final class AudioClock {
 
     /**
      * @param timeBase the unit of the packets' times
-     * @param sampleRate samples a second and channel
-     * @param start when sound begins whose packets have told no time yet; may be {@link Packet#NO_TIME}
+     * @param sampleRate samples per second and channel
+     * @param start when the sound starts if its packets have no time; may be {@link Packet#NO_TIME}
      */
     AudioClock(Rational timeBase, int sampleRate, long start) {
         this.timeBase = timeBase;
@@ -30,7 +30,7 @@ final class AudioClock {
         return timeBase;
     }
 
-    /** A packet begins. */
+    /** Starts a packet. A packet without a time continues the one before it. */
     void at(long packetTime) {
         if (packetTime != Packet.NO_TIME) {
             anchor = packetTime;
@@ -38,12 +38,12 @@ final class AudioClock {
         }
     }
 
-    /** Sound was given out. */
-    void advance(int given) {
-        frames += given;
+    /** Counts delivered frames. */
+    void advance(int delivered) {
+        frames += delivered;
     }
 
-    /** When the next sound begins; the end of the time's range is not passed. */
+    /** When the next frame starts, rounded down and limited to the range of times. */
     long time() {
         if (anchor == Packet.NO_TIME || frames == 0 || !timeBase.isKnown()) {
             return anchor;
@@ -54,7 +54,7 @@ final class AudioClock {
         return time.min(LATEST).max(EARLIEST).longValue();
     }
 
-    /** Another stream begins, or the same one elsewhere. */
+    /** Starts another stream, or continues the same one at another position. */
     void reset() {
         anchor = start;
         frames = 0;

@@ -5,7 +5,7 @@ import java.util.function.IntPredicate;
 import java.util.stream.Collectors;
 
 /**
- * The formats that an {@link AudioEncoder} can encode into, if the loaded FFmpeg has the encoder.
+ * The formats of {@link AudioEncoder}. The loaded FFmpeg must have the encoder.
  *
  * <pre>{@code
  * for (AudioCodec codec : AudioCodec.values()) {
@@ -16,7 +16,7 @@ import java.util.stream.Collectors;
  * }</pre>
  */
 public enum AudioCodec {
-    /** PCM of 16 bits, as it comes in. */
+    /** PCM of 16 bits, the same as the input. */
     PCM("pcm", WaveFormatTags.PCM, 0, Channels.ANY),
     /** PCM in floating-point numbers of 32 bits. */
     FLOAT("float", WaveFormatTags.FLOAT, 0, Channels.ANY),
@@ -30,7 +30,7 @@ public enum AudioCodec {
     ADPCM_IMA("adpcm-ima", WaveFormatTags.ADPCM_IMA, 0, Channels.STEREO),
     /** ADPCM of Yamaha, 4 bits. */
     ADPCM_YAMAHA("adpcm-yamaha", WaveFormatTags.ADPCM_YAMAHA, 0, Channels.STEREO),
-    /** G.722, made for speech of 16000 Hz. */
+    /** G.722, designed for speech at 16000 Hz. */
     G722("g722", WaveFormatTags.G722, 0, Channels.MONO),
     /** AMR narrow-band, for speech: 4750 to 12200 bit/s. */
     AMR_NB("amr-nb", WaveFormatTags.AMR_NB, 12_200, Channels.MONO, 8000),
@@ -51,7 +51,7 @@ public enum AudioCodec {
     WMA2("wma2", WaveFormatTags.WMA2, 1_536_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
             48000);
 
-    /** How many channels a format takes. */
+    /** The numbers of channels that a format supports. */
     private enum Channels {
         ANY("1 to 64 channels", count -> count <= WaveFormat.MAX_CHANNELS),
         MONO("1 channel", count -> count == 1),
@@ -71,7 +71,7 @@ public enum AudioCodec {
     private static final int AMR_BIT_RATE = 12_200;
     private static final int MP3_BIT_RATE = 64_000;
     private static final int MP3_HALF_BIT_RATE = 32_000;
-    /** Below it, MPEG audio knows only the lower half of its bit rates. */
+    /** Below this sample rate, MPEG audio has only the lower half of its bit rates. */
     private static final int LOWEST_FULL_RATE = 32_000;
 
     private final String shortName;
@@ -81,8 +81,8 @@ public enum AudioCodec {
     private final int[] sampleRates;
 
     /**
-     * @param highestBitRate far beyond it some encoders do not refuse, but fall over; 0 when there is no choice
-     * @param sampleRates the rates it takes; none means all
+     * @param highestBitRate some encoders crash far above it instead of refusing; 0 for a fixed bit rate
+     * @param sampleRates the supported rates; none means all
      */
     AudioCodec(String shortName, int formatTag, int highestBitRate, Channels channels, int... sampleRates) {
         this.shortName = shortName;
@@ -97,22 +97,22 @@ public enum AudioCodec {
         return formatTag;
     }
 
-    /** {@return whether the bit rate can be chosen} */
+    /** {@return whether callers can choose the bit rate} */
     public boolean hasBitRate() {
         return highestBitRate > 0;
     }
 
-    /** {@return the highest bit rate that can be chosen, in bits a second; 0 when there is no choice} */
+    /** {@return the highest bit rate in bits per second; 0 for a fixed bit rate} */
     public int highestBitRate() {
         return highestBitRate;
     }
 
     /**
-     * Whether the format takes sound of some kind.
+     * Checks whether the format supports a sample rate and a number of channels.
      *
-     * @param sampleRate samples a second and channel
+     * @param sampleRate samples per second and channel
      * @param channelCount number of channels
-     * @return whether it does
+     * @return whether it supports them
      */
     public boolean accepts(int sampleRate, int channelCount) {
         return sampleRate >= 1 && sampleRate <= WaveFormat.MAX_SAMPLE_RATE && channelCount >= 1
@@ -120,14 +120,14 @@ public enum AudioCodec {
                 && (sampleRates.length == 0 || Arrays.stream(sampleRates).anyMatch(rate -> rate == sampleRate));
     }
 
-    /** {@return in words what sound the format takes, such as {@code "8000 Hz and 1 channel"}} */
+    /** {@return the supported sound in words, such as {@code "8000 Hz and 1 channel"}} */
     public String requirements() {
         String rates = sampleRates.length == 0 ? "any sample rate"
                 : Arrays.stream(sampleRates).mapToObj(Integer::toString).collect(Collectors.joining(", ")) + " Hz";
         return rates + " and " + channels.text;
     }
 
-    /** The bit rate where an encoder has no choice of its own or leaves its choice unsaid, else 0. */
+    /** The bit rate for encoders that do not choose one or do not report their choice; else 0. */
     int defaultBitRate(int sampleRate, int channelCount) {
         if (this == AMR_NB) {
             return AMR_BIT_RATE;
@@ -135,7 +135,7 @@ public enum AudioCodec {
         return this == MP3 ? channelCount * (sampleRate < LOWEST_FULL_RATE ? MP3_HALF_BIT_RATE : MP3_BIT_RATE) : 0;
     }
 
-    /** {@return its short name in small letters, such as {@code adpcm-ms}} */
+    /** {@return its short name in lower case, such as {@code adpcm-ms}} */
     @Override
     public String toString() {
         return shortName;

@@ -7,7 +7,7 @@ import java.util.Optional;
 import java.util.stream.Stream;
 
 /**
- * The kinds of files that an {@link AudioFileWriter} makes.
+ * The kinds of files that an {@link AudioFileWriter} writes.
  *
  * <pre>{@code
  * AudioContainer container = AudioContainer.find("song.mp3", AudioCodec.MP3).orElseThrow();
@@ -18,16 +18,16 @@ import java.util.stream.Stream;
  * }</pre>
  */
 public enum AudioContainer {
-    /** A WAVE header with the lengths, and the sound behind it. */
+    /** A WAVE header with the lengths, then the sound. */
     WAV,
-    /** AAC packets, each with a header of its own. */
+    /** AAC packets, each with an ADTS header. */
     ADTS,
-    /** The AMR storage format: a line of text, and the packets behind it. */
+    /** The AMR storage format: a line of text, then the packets. */
     AMR,
-    /** Nothing but the packets, for formats whose packets tell what they are or need no telling. */
+    /** The packets alone, for formats whose packets describe themselves or need no description. */
     RAW;
 
-    /** A name's ending, the format that goes with it, and the kind of file that it stands for. */
+    /** A file name extension, its format, and its kind of file. */
     private record Row(String extension, AudioCodec codec, AudioContainer container) {
     }
 
@@ -43,10 +43,10 @@ public enum AudioContainer {
             new Row("raw", AudioCodec.PCM, RAW));
 
     /**
-     * Finds the kind of file that a name's ending asks for.
+     * Finds the kind of file by the extension of its name.
      *
      * @param fileName a file's name
-     * @param codec what is to be written into it
+     * @param codec the format of the sound
      * @return the kind, or empty when such files do not hold that format
      */
     public static Optional<AudioContainer> find(String fileName, AudioCodec codec) {
@@ -61,10 +61,10 @@ public enum AudioContainer {
     }
 
     /**
-     * Tells which names suit a format.
+     * Lists the file name extensions for a format.
      *
-     * @param codec what is to be written
-     * @return the endings without the dot, the best first
+     * @param codec the format of the sound
+     * @return the extensions without the dot, the best first
      */
     public static List<String> extensions(AudioCodec codec) {
         Objects.requireNonNull(codec, "codec");

@@ -22,12 +22,12 @@ import javax.sound.sampled.AudioSystem;
  * }</pre>
  *
  * <p>A decoder may move from thread to thread, but two threads must not call it at the same time: the second one gets a
- * {@link MediaStateException}, as does every use after {@link #close()}. Different decoders work in parallel.
+ * {@link MediaStateException}. So does each call after {@link #close()}. Different decoders work in parallel.
  */
 public final class AudioDecoder implements AutoCloseable {
 
     private static final int MPEG_HEADER = 4;
-    /** A minute and a half of uncompressed sound, hours of speech, whose PCM would be far more. */
+    /** A minute and a half of PCM, or hours of compressed speech, whose PCM is far larger. */
     private static final int MOST_BYTES = 16 << 20;
 
     private final NativeHandle handle;
@@ -50,11 +50,11 @@ public final class AudioDecoder implements AutoCloseable {
     /**
      * Opens a decoder.
      *
-     * @param stream a stream of sound
+     * @param stream an audio stream
      * @return the decoder, to be closed
-     * @throws UnsupportedCodecException when its sound cannot be decoded
-     * @throws MediaFormatException when its channels or its sample rate are not known
-     * @throws IllegalArgumentException when the stream is not one of sound
+     * @throws UnsupportedCodecException when the library has no decoder for the stream
+     * @throws MediaFormatException when the number of channels or the sample rate is unknown
+     * @throws IllegalArgumentException when the stream is not an audio stream
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(MediaStream stream) {
@@ -62,11 +62,11 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * Opens a decoder for sound that does not come from a {@link MediaReader}. Its times are counted in samples.
+     * Opens a decoder for packets that no {@link MediaReader} reads. Its times count samples.
      *
      * @param format the compressed sound
      * @return the decoder, to be closed
-     * @throws UnsupportedCodecException when the sound cannot be decoded
+     * @throws UnsupportedCodecException when the library has no decoder for the format
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(WaveFormat format) {
@@ -90,7 +90,7 @@ public final class AudioDecoder implements AutoCloseable {
         AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, stream);
         try {
             if (bitRate > 0) {
-                // Some decoders take the layout of their packets from the bit rate, which nothing else tells them.
+                // Some decoders derive the layout of their packets from the bit rate.
                 decoder.restart(address);
             }
             return decoder;
@@ -116,10 +116,10 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * Whether a packet is of this decoder's stream.
+     * Checks whether a packet belongs to this decoder's stream.
      *
-     * @param packet any packet of the reader that the stream is from
-     * @return whether {@link #decode(Packet)} takes it
+     * @param packet any packet of the stream's reader
+     * @return whether {@link #decode(Packet)} accepts it
      */
     public boolean accepts(Packet packet) {
         return filter.accepts(packet);
@@ -129,9 +129,9 @@ public final class AudioDecoder implements AutoCloseable {
      * Decodes a packet.
      *
      * @param packet the stream's next packet
-     * @return its sound, mostly as one block, which belongs to the caller
-     * @throws DecodeException when the packet is damaged; the sound that was decoded before is given by the next call
-     * @throws IllegalArgumentException when the packet is of another stream
+     * @return its sound, mostly one block; the caller owns it
+     * @throws DecodeException when the packet is damaged; the next call returns the sound that was decoded before
+     * @throws IllegalArgumentException when the packet belongs to another stream
      * @throws MediaStateException when the decoder is closed or in use
      * @throws MediaException when there is no memory left for its sound
      */
@@ -141,12 +141,12 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * Decodes bytes that are no container's packet, which follow those of the call before.
+     * Decodes bytes without a container. They continue the bytes of the previous call.
      *
-     * @param bytes whole frames or blocks of the codec, any number of them, up to 16 MiB
-     * @return their sound, mostly as one block, which belongs to the caller
+     * @param bytes any number of whole frames or blocks of the codec, up to 16 MiB
+     * @return their sound, mostly one block; the caller owns it
      * @throws IllegalArgumentException when they are more than 16 MiB
-     * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
+     * @throws DecodeException when they are damaged; the next call returns the sound that was decoded before
      * @throws MediaStateException when the decoder is closed or in use
      * @throws MediaException when there is no memory left for their sound
      */
@@ -157,13 +157,13 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * Decodes bytes that are no container's packet, which follow those of the call before.
+     * Decodes bytes without a container. They continue the bytes of the previous call.
      *
-     * @param bytes whole frames or blocks of the codec, any number of them, up to 16 MiB; read from its position to its
-     *     limit, which becomes the position
-     * @return their sound, mostly as one block, which belongs to the caller
-     * @throws IllegalArgumentException when they are more than 16 MiB, of which none is taken then
-     * @throws DecodeException when they are damaged; the sound that was decoded before is given by the next call
+     * @param bytes any number of whole frames or blocks of the codec, up to 16 MiB, from the position to the limit;
+     *     the position moves to the limit
+     * @return their sound, mostly one block; the caller owns it
+     * @throws IllegalArgumentException when they are more than 16 MiB; the position then stays
+     * @throws DecodeException when they are damaged; the next call returns the sound that was decoded before
      * @throws MediaStateException when the decoder is closed or in use
      * @throws MediaException when there is no memory left for their sound
      */
@@ -176,24 +176,25 @@ public final class AudioDecoder implements AutoCloseable {
         try {
             return decode(copy);
         } catch (MediaStateException e) {
-            // Nothing was taken.
+            // The decoder did not read them.
             bytes.position(start);
             throw e;
         }
     }
 
     /**
-     * Decodes everything that a reader still has of this decoder's stream, packet by packet as the sound is asked for;
-     * damaged packets are left out, packets of the reader's other streams are passed over and lost. A stream that ends
-     * early, be it by {@code limit} or by an exception, leaves the rest for the next call of this method or of
-     * {@link #decode(Packet)}. Made parallel it gives one block at a time all the same.
+     * Decodes the rest of this decoder's stream. Each packet is read only when a block is asked for. Damaged packets
+     * are skipped. Packets of the reader's other streams are read too, and lost. When the stream of blocks ends early,
+     * by {@code limit} or by an exception, the rest stays for the next call of this method or of
+     * {@link #decode(Packet)}. A parallel stream delivers one block at a time too.
      *
-     * @param reader the reader that the stream is from
-     * @return the sound, the last of it included. The stream throws {@link UncheckedIOException} when the bytes cannot be
-     *     read, {@link MediaFormatException} where the container is damaged, {@link MediaStateException} when the reader
-     *     or the decoder is closed or in use, and {@link MediaException} when there is no memory left for the sound
-     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
-     *     reader's
+     * @param reader the reader of the decoder's stream
+     * @return the blocks up to the end, with those that {@link #finish} returns. The stream throws
+     *     {@link UncheckedIOException} when the bytes cannot be read, {@link MediaFormatException} where the container
+     *     is damaged, {@link MediaStateException} when the reader or the decoder is closed or in use, and
+     *     {@link MediaException} when there is no memory left for the sound
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream belongs to another
+     *     reader
      */
     public Stream<AudioBlock> blocks(MediaReader reader) {
         return source(reader).stream();
@@ -205,13 +206,14 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * The sound of a reader as bytes, otherwise as {@link #blocks} gives it. The decoder and the reader are used by nobody
-     * else meanwhile; closing the stream leaves them open. Whatever {@link #blocks} throws comes as an {@link IOException}.
+     * Returns the sound that {@link #blocks} delivers as a stream of bytes. The stream uses the decoder and the reader
+     * alone. Closing it leaves both open. Where {@link #blocks} throws, the stream throws an
+     * {@link java.io.IOException}.
      *
      * @param reader the reader of the decoder's stream
-     * @return PCM of 16 bits, signed, little-endian, of unspecified length
-     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
-     *     reader's
+     * @return signed little-endian PCM of 16 bits, of unspecified length
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream belongs to another
+     *     reader
      * @see MediaAudio
      */
     public AudioInputStream sound(MediaReader reader) {
@@ -231,10 +233,11 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * Ends the stream: gives what the decoder still holds, and leaves it ready for another stream of the same format.
+     * Ends the stream. The decoder delivers the sound that it still holds, and is then ready for another stream of the
+     * same format.
      *
-     * @return the rest of the sound; empty for most codecs
-     * @throws DecodeException when what it holds is damaged
+     * @return the rest of the sound; most codecs hold none back
+     * @throws DecodeException when the remaining data is damaged
      * @throws MediaStateException when the decoder is closed or in use
      */
     public List<AudioBlock> finish() {
@@ -245,7 +248,8 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * Forgets what the decoder holds. Call it after a seek, before the first packet from the new place.
+     * Drops the data and the sound that the decoder holds. Call it after a seek, before the first packet from the new
+     * position.
      *
      * @throws MediaStateException when the decoder is closed or in use
      */
@@ -258,16 +262,16 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /**
-     * Frees the decoder; does nothing the second time. Its blocks stay usable.
+     * Frees the decoder. A second call does nothing. Its blocks stay usable.
      *
-     * @throws MediaStateException when another thread is inside a call
+     * @throws MediaStateException when another thread calls the decoder
      */
     @Override
     public void close() {
         handle.close();
     }
 
-    /** Begins as a new decoder would: nothing of what came before is heard in what comes next. */
+    /** Restores the state of a new decoder, so that earlier packets do not affect later ones. */
     private void restart(long address) {
         if (!NativeAudioCodec.reopen(address, bitRate)) {
             throw doesNotOpen(format);
@@ -305,13 +309,13 @@ public final class AudioDecoder implements AutoCloseable {
         });
     }
 
-    /** @return whether some of it could not be decoded */
+    /** Decodes all bytes. Returns whether a part of them could not be decoded. */
     private boolean isDamaged(long address, byte[] bytes) {
         NativeAudioCodec.Result result = codec.process(address, bytes, bytes.length);
         boolean silent = take(result) == 0;
         boolean failed = result.failed();
         if (result.rest() > 0 && !failed) {
-            // A few bytes, or what looks like the beginning of a frame, would wait for the next packet.
+            // Otherwise the last few bytes, or the start of a frame, would wait for the next packet.
             NativeAudioCodec.Result rest = codec.drain(address);
             silent &= take(rest) == 0;
             failed = rest.failed();
@@ -323,14 +327,14 @@ public final class AudioDecoder implements AutoCloseable {
         return packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime() : packet.decodingTime();
     }
 
-    /** The decoder of MPEG audio reports no errors: it looks for the next frame and finds none. */
+    /** The decoder of MPEG audio reports no errors. It searches for the next frame instead. */
     private static boolean isMpeg(WaveFormat format) {
         return format.formatTag() == WaveFormatTags.MPEG || format.formatTag() == WaveFormatTags.MP3;
     }
 
     /**
-     * Whether a frame of MPEG audio begins here. Readers also give as packets what stands around the frames: tags with the
-     * song's title or words, zeros that fill up the file, a frame cut off within its header.
+     * Whether a frame of MPEG audio begins here. Readers also deliver the bytes around the frames as packets: tags with
+     * the title or the lyrics, zeros up to the end of the file, a frame that ends within its header.
      */
     private static boolean beginsFrame(byte[] bytes) {
         return bytes.length >= MPEG_HEADER && (bytes[0] & 0xFF) == 0xFF && (bytes[1] & 0xE0) == 0xE0;

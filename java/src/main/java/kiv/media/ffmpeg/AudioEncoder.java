@@ -22,24 +22,24 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  * }
  * }</pre>
  *
- * <p>The packets' times count samples: their unit is one divided by the sample rate, and the sound given first begins
- * at 0. Many formats put some silence in front of it, the {@linkplain #initialPadding() padding}, so that the first
- * packet begins before 0.
+ * <p>The packets' times count samples: their unit is one divided by the sample rate, and the first sample has the time
+ * 0. Many formats put silence before it, the {@linkplain #initialPadding() padding}. Their first packet has a time
+ * below 0.
  *
  * <p>An encoder may move from thread to thread, but two threads must not call it at the same time: the second one gets
- * a {@link MediaStateException}, as does every use after {@link #close()}. Different encoders work in parallel.
+ * a {@link MediaStateException}. So does each call after {@link #close()}. Different encoders work in parallel.
  */
 public final class AudioEncoder implements AutoCloseable {
 
-    /** Lets the encoder choose its bit rate. */
+    /** Stands for the encoder's own choice of bit rate. */
     public static final int DEFAULT_BIT_RATE = 0;
 
-    /** Frames in a packet of an encoder that takes any number. */
+    /** Frames in a packet when the encoder accepts any number. */
     private static final int FREE_FRAME_SIZE = 4096;
-    /** No encoder holds back as many packets. */
+    /** More packets than any encoder holds back. */
     private static final int MOST_DELAYED = 64;
 
-    /** FFmpeg's DTS encoder takes 5.1 channels in the order of the format, although they come in that of WAVE. */
+    /** FFmpeg's DTS encoder expects 5.1 channels in the order of DTS. PCM has them in the order of WAVE. */
     private static final int[] DTS_ORDER = {2, 0, 1, 4, 5, 3};
 
     private final NativeHandle handle;
@@ -52,7 +52,7 @@ public final class AudioEncoder implements AutoCloseable {
     private final byte[] frame;
     private int filled;
     private long frames;
-    /** Frames in the packets so far, silence included. */
+    /** Frames in the packets so far, with the padding. */
     private long packed;
     private List<Packet> ready = new ArrayList<>();
     private boolean finished;
@@ -77,13 +77,14 @@ public final class AudioEncoder implements AutoCloseable {
     }
 
     /**
-     * Opens an encoder with its own choice of bit rate.
+     * Opens an encoder with the bit rate that it chooses itself.
      *
      * @param codec the format to encode into
-     * @param sampleRate samples a second and channel
+     * @param sampleRate samples per second and channel
      * @param channels number of channels
      * @return the encoder, to be closed
-     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or it does not take such sound
+     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or the encoder does not accept such
+     *     sound
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels) {
@@ -94,13 +95,13 @@ public final class AudioEncoder implements AutoCloseable {
      * Opens an encoder.
      *
      * @param codec the format to encode into
-     * @param sampleRate samples a second and channel
+     * @param sampleRate samples per second and channel
      * @param channels number of channels
-     * @param bitRate bits a second to aim at, of which most formats know only some, or {@link #DEFAULT_BIT_RATE}
+     * @param bitRate target in bits per second, or {@link #DEFAULT_BIT_RATE}; most formats support only certain rates
      * @return the encoder, to be closed
-     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or it does not take such sound or bit
-     *     rate
-     * @throws IllegalArgumentException when the format has no bit rate to choose, or a number is out of its range
+     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or the encoder does not accept such
+     *     sound or bit rate
+     * @throws IllegalArgumentException when the format has a fixed bit rate, or a number is out of its range
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels, int bitRate) {
@@ -138,12 +139,12 @@ public final class AudioEncoder implements AutoCloseable {
                 + (channels == 1 ? " channel" : " channels") + "; it takes " + codec.requirements());
     }
 
-    /** {@return what it encodes into} */
+    /** {@return the format that it encodes into} */
     public AudioCodec codec() {
         return codec;
     }
 
-    /** {@return the format of the packets, with what a decoder needs to know} */
+    /** {@return the format of the packets, complete for a decoder} */
     public WaveFormat format() {
         return format;
     }
@@ -153,22 +154,22 @@ public final class AudioEncoder implements AutoCloseable {
         return format.specificHeader();
     }
 
-    /** {@return bits a second; 0 when the format has none to choose} */
+    /** {@return bits per second; 0 when the format has a fixed bit rate} */
     public int bitRate() {
         return codec.hasBitRate() ? bitRate : 0;
     }
 
-    /** {@return frames of sound in a packet, a frame being one sample of each channel; 0 when that is free} */
+    /** {@return frames of sound in a packet, a frame being one sample of each channel; 0 when any number fits} */
     public int frameSize() {
         return frameSize;
     }
 
-    /** {@return frames of silence that the packets hold before the sound begins} */
+    /** {@return frames of silence in the packets before the sound begins} */
     public int initialPadding() {
         return initialPadding;
     }
 
-    /** {@return how many frames of sound were given to be encoded so far} */
+    /** {@return how many frames of sound it has received so far} */
     public long frames() {
         return frames;
     }
@@ -176,10 +177,10 @@ public final class AudioEncoder implements AutoCloseable {
     /**
      * Encodes decoded sound.
      *
-     * @param block sound of the encoder's sample rate and channels
+     * @param block sound with the encoder's sample rate and channels
      * @return the packets that are ready, often none or one
-     * @throws IllegalArgumentException when its sample rate or channels are others
-     * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
+     * @throws IllegalArgumentException when its sample rate or its number of channels differs
+     * @throws EncodeException when it cannot be encoded; the next call returns the packets that were made before
      * @throws MediaStateException when the encoder is finished, closed or in use
      * @throws MediaException when there is no memory left for the packets
      */
@@ -195,10 +196,10 @@ public final class AudioEncoder implements AutoCloseable {
     /**
      * Encodes PCM.
      *
-     * @param pcm any number of whole frames, the low byte of a sample first
+     * @param pcm any number of whole frames, little-endian
      * @return the packets that are ready
      * @throws IllegalArgumentException when the last frame is not whole
-     * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
+     * @throws EncodeException when it cannot be encoded; the next call returns the packets that were made before
      * @throws MediaStateException when the encoder is finished, closed or in use
      * @throws MediaException when there is no memory left for the packets
      */
@@ -209,17 +210,17 @@ public final class AudioEncoder implements AutoCloseable {
     /**
      * Encodes PCM.
      *
-     * @param pcm any number of whole frames, the low byte of a sample first whatever the buffer's order; read from its
-     *     position to its limit, which becomes the position
+     * @param pcm any number of whole frames from the position to the limit, little-endian whatever the buffer's order;
+     *     the position moves to the limit
      * @return the packets that are ready
      * @throws IllegalArgumentException when the last frame is not whole
-     * @throws EncodeException when it cannot be encoded; packets made before are given by the next call
+     * @throws EncodeException when it cannot be encoded; the next call returns the packets that were made before
      * @throws MediaStateException when the encoder is finished, closed or in use
      * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> encode(ByteBuffer pcm) {
         Objects.requireNonNull(pcm, "pcm");
-        // Position and limit of its own: whatever happens to the caller's meanwhile, frames stay whole.
+        // With a position and a limit of its own, frames stay whole even if the caller moves the buffer's.
         ByteBuffer input = pcm.duplicate();
         if (input.remaining() % bytesOfFrame() != 0) {
             throw new IllegalArgumentException(input.remaining() + " bytes of PCM do not end with a frame of "
@@ -245,11 +246,11 @@ public final class AudioEncoder implements AutoCloseable {
     }
 
     /**
-     * Ends the sound: fills the last packet up with silence where packets are of one size, and gives what the encoder
-     * holds back. {@link #frames()} is the length of the sound without that silence.
+     * Ends the sound. Where packets have a fixed size, silence fills the last one. The encoder delivers the packets
+     * that it holds back. {@link #frames()} is the length of the sound without that silence.
      *
      * @return the last packets
-     * @throws EncodeException when they cannot be encoded
+     * @throws EncodeException when the rest cannot be encoded
      * @throws MediaStateException when the encoder is finished, closed or in use
      * @throws MediaException when there is no memory left for the packets
      */
@@ -269,9 +270,10 @@ public final class AudioEncoder implements AutoCloseable {
     }
 
     /**
-     * Frees the encoder; does nothing the second time. What it still holds is lost: call {@link #finish()} before.
+     * Frees the encoder. A second call does nothing. Packets that it still holds are lost: call {@link #finish()}
+     * first.
      *
-     * @throws MediaStateException when another thread is inside a call
+     * @throws MediaStateException when another thread calls the encoder
      */
     @Override
     public void close() {
@@ -288,7 +290,7 @@ public final class AudioEncoder implements AutoCloseable {
         return format.channels() * Short.BYTES;
     }
 
-    /** Encodes what the frame is filled with; the packet comes out now or, from some encoders, some frames later. */
+    /** Encodes the collected frames. Some encoders deliver the packet a few calls later. */
     private void encodeFrame(long address) {
         int length = frameSize == 0 ? filled : frame.length;
         Arrays.fill(frame, filled, length, (byte) 0);
@@ -299,10 +301,10 @@ public final class AudioEncoder implements AutoCloseable {
         byte[] bytes;
         try {
             NativeAudioCodec.Result result = nativeCodec.process(address, frame, length);
-            // PCM passes through a decoder, which keeps a few last bytes; an encoder takes a whole frame.
+            // The native codec for PCM is a decoder, which keeps the last few bytes. Encoders consume whole frames.
             bytes = result.rest() > 0 && codec == AudioCodec.PCM ? nativeCodec.drain(address).bytes() : result.bytes();
         } catch (RuntimeException | Error e) {
-            // Its time passes all the same: what comes next must not be heard too early.
+            // The lost frames still take their time, so that the next packet keeps its own.
             packed += length / bytesOfFrame();
             throw MediaException.of(e, "encoding", EncodeException::new);
         }

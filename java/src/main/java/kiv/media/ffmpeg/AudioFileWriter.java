@@ -21,8 +21,8 @@ import kiv.media.ffmpeg.headers.AdtsHeader;
 import kiv.media.ffmpeg.headers.WaveFileHeader;
 
 /**
- * Writes a file of sound. It is written under another name beside its place, which it takes when {@link #finish} is
- * called; closed before that, it leaves nothing behind. Threads that use it at the same time wait for each other.
+ * Writes an audio file. It writes under a temporary name in the same directory; {@link #finish} gives the file its
+ * name. When it is closed before that, it leaves no file. Threads that use it at the same time wait for each other.
  *
  * <pre>{@code
  * try (AudioFileWriter file = AudioFileWriter.create(Path.of("song.wav"), decoder.pcmFormat(), AudioContainer.WAV)) {
@@ -48,7 +48,7 @@ public final class AudioFileWriter implements AutoCloseable {
     private final WaveFileHeader header;
     private long written;
     private boolean closed;
-    /** Something was left half-written. */
+    /** A write has failed, so the file is incomplete. */
     private boolean failed;
 
     private AudioFileWriter(Path file, WaveFormat format, AudioContainer container) throws IOException {
@@ -60,22 +60,22 @@ public final class AudioFileWriter implements AutoCloseable {
         this.adts = inAdts ? AdtsHeader.of(format.specificHeader()) : null;
         this.header = container == AudioContainer.WAV
                 ? new WaveFileHeader((inAdts ? inAdts(format) : format).toBytes()) : null;
-        // A name of our own making, because files for temporary use are closed to other users; it is
-        // short, because the file's own may be as long as names can be.
+        // Not a file of createTempFile, which other users cannot read. The name is short, because the file's own may be
+        // as long as names can be.
         this.aside = file.resolveSibling("." + UUID.randomUUID() + ".part");
         this.channel = FileChannel.open(aside, StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE);
         this.out = new BufferedOutputStream(Channels.newOutputStream(channel), BUFFER_SIZE);
     }
 
     /**
-     * Begins a file.
+     * Creates a writer.
      *
-     * @param file the file, which is replaced when it exists
-     * @param format the sound that is to be written
+     * @param file the file, which {@link #finish} replaces when it exists
+     * @param format the format of the sound
      * @param container the kind of file
-     * @return the writer, to be finished and closed
+     * @return the writer, which the caller finishes and closes
      * @throws IOException when the file cannot be written
-     * @throws IllegalArgumentException when such a file does not hold such sound
+     * @throws IllegalArgumentException when the container does not hold the format
      */
     public static AudioFileWriter create(Path file, WaveFormat format, AudioContainer container) throws IOException {
         Objects.requireNonNull(file, "file");
@@ -99,7 +99,7 @@ public final class AudioFileWriter implements AutoCloseable {
         try {
             writer = new AudioFileWriter(file, format, container);
         } catch (AccessDeniedException e) {
-            // Of the file that was asked for, not of the one beside it.
+            // The exception names the caller's file, not the temporary one.
             throw new AccessDeniedException(file.toString());
         }
         try {
@@ -117,13 +117,13 @@ public final class AudioFileWriter implements AutoCloseable {
     }
 
     /**
-     * Writes packets, all or none of them.
+     * Writes all packets, or none.
      *
      * @param packets packets of the format, in their order
-     * @throws IOException when they cannot be written; when that is because the container does not hold so much, the file
-     *     can be finished without them, else it is lost
+     * @throws IOException when they cannot be written; the file is then lost, unless they exceed the largest size of
+     *     the container: such a file can be finished without them
      * @throws IllegalArgumentException when a packet is longer than the container allows
-     * @throws MediaStateException when the file is finished or closed, or could not be written before
+     * @throws MediaStateException when the file is finished or closed, or an earlier write failed
      */
     public synchronized void write(List<Packet> packets) throws IOException {
         throwIfClosed();
@@ -140,13 +140,13 @@ public final class AudioFileWriter implements AutoCloseable {
     }
 
     /**
-     * Writes decoded sound into a file of PCM.
+     * Writes decoded sound into a PCM file.
      *
-     * @param block sound of the file's channels and sample rate
-     * @throws IOException when it cannot be written; when that is because the container does not hold so much, the file
-     *     can be finished without it, else it is lost
-     * @throws IllegalArgumentException when the file is not one of such PCM
-     * @throws MediaStateException when the file is finished or closed, or could not be written before
+     * @param block sound with the file's number of channels and sample rate
+     * @throws IOException when it cannot be written; the file is then lost, unless the block exceeds the largest size
+     *     of the container: such a file can be finished without it
+     * @throws IllegalArgumentException when the file's format is not the PCM of the block
+     * @throws MediaStateException when the file is finished or closed, or an earlier write failed
      */
     public synchronized void write(AudioBlock block) throws IOException {
         throwIfClosed();
@@ -158,11 +158,11 @@ public final class AudioFileWriter implements AutoCloseable {
     }
 
     /**
-     * Gives a file of PCM its lengths, which it knows by itself, and its name.
+     * Writes the lengths of a PCM file and gives it its name.
      *
-     * @throws IOException when it cannot be written; the file is dropped then
-     * @throws UnsupportedOperationException when the file is not one of PCM; {@link #finish(long)} is told its length
-     * @throws MediaStateException when the file is finished or closed, or could not be written before
+     * @throws IOException when it cannot be written; the writer then removes the file
+     * @throws UnsupportedOperationException when the format is not PCM; use {@link #finish(long)}
+     * @throws MediaStateException when the file is finished or closed, or an earlier write failed
      */
     public synchronized void finish() throws IOException {
         if (format.formatTag() != WaveFormatTags.PCM) {
@@ -173,12 +173,12 @@ public final class AudioFileWriter implements AutoCloseable {
     }
 
     /**
-     * Gives the file its lengths and its name.
+     * Writes the lengths of the file and gives it its name.
      *
-     * @param frames the length of the sound in samples of a channel; the files of PCM know it by themselves
-     * @throws IOException when it cannot be written; the file is dropped then
+     * @param frames the length of the sound in samples of a channel; ignored for PCM
+     * @throws IOException when it cannot be written; the writer then removes the file
      * @throws IllegalArgumentException when the length is negative
-     * @throws MediaStateException when the file is finished or closed, or could not be written before
+     * @throws MediaStateException when the file is finished or closed, or an earlier write failed
      */
     public synchronized void finish(long frames) throws IOException {
         throwIfClosed();
@@ -204,7 +204,7 @@ public final class AudioFileWriter implements AutoCloseable {
         }
     }
 
-    /** Ends the writing; without {@link #finish} before it, the file is dropped. Does nothing the second time. */
+    /** Closes the writer and removes the file, unless {@link #finish} gave it its name. A second call does nothing. */
     @Override
     public synchronized void close() throws IOException {
         closed = true;
@@ -243,7 +243,7 @@ public final class AudioFileWriter implements AutoCloseable {
         }
     }
 
-    /** Nothing in a WAV file tells where bare AAC packets begin. */
+    /** A WAV file does not record where AAC packets start, so each needs its own header. */
     private static WaveFormat inAdts(WaveFormat format) {
         return WaveFormat.of(WaveFormatTags.AAC_ADTS, format.channels(), format.sampleRate(), format.bytesPerSecond(),
                 format.blockAlign(), format.bitsPerSample(), new byte[0]);

@@ -8,19 +8,19 @@ import java.util.function.Consumer;
 import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 
 /**
- * The native converters, which know the tables of their last conversion: a thread takes one and gives it back, so there
- * are no more than were ever needed at the same time.
+ * Keeps native converters for the next conversion, because a converter caches the tables of its last one. One thread
+ * uses a converter at a time.
  */
 final class ConverterPool {
 
-    /** As many as can be at work at the same time; those of a crowd of threads are deleted after use. */
+    /** At most one for each processor, and at least two. Further converters are deleted after use. */
     private static final ArrayBlockingQueue<Converter> IDLE =
             new ArrayBlockingQueue<>(Math.max(2, Runtime.getRuntime().availableProcessors()));
 
     private ConverterPool() {
     }
 
-    /** One for a single thread at a time, with the memory of its last picture, unless somebody else needed it. */
+    /** A converter with the memory of its last picture, unless the garbage collector freed that. */
     private static final class Converter {
         private final long address = c_pictureconverter_ffmpeg.n_create_converter(FfmpegLibrary.context());
         private WeakReference<ByteBuffer> last = new WeakReference<>(null);
@@ -43,10 +43,10 @@ final class ConverterPool {
     /**
      * Converts a picture.
      *
-     * @param from held by the caller
-     * @param fromPlace as {@link c_pictureconverter_ffmpeg#n_convert} takes it
+     * @param from the source, which the caller uses and releases
+     * @param fromPlace as for {@link c_pictureconverter_ffmpeg#n_convert}
      * @throws UnsupportedOperationException when the formats cannot be converted
-     * @throws MediaException when there is no memory for it
+     * @throws MediaException when there is no memory left
      */
     static void convert(PictureMemory from, int[] fromPlace, ByteBuffer to, int[] toPlace) {
         with(converter -> converter.convert(from, fromPlace, to, toPlace));
@@ -55,8 +55,8 @@ final class ConverterPool {
     /**
      * Converts a picture into an array.
      *
-     * @param from held by the caller
-     * @param toPlace a format of four bytes, from the low one on, in lines without padding
+     * @param from the source, which the caller uses and releases
+     * @param toPlace a little-endian format of four bytes, in rows without padding
      * @param pixels one element for each pixel
      */
     static void convert(PictureMemory from, int[] fromPlace, int[] toPlace, int[] pixels) {

@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg;
 
-/** A packet could not be decoded. The decoder stays usable: go on with the next packet. */
+/** A packet cannot be decoded. The decoder stays usable: continue with the next packet. */
 public class DecodeException extends MediaException {
 
     private static final long serialVersionUID = 1L;
@@ -8,16 +8,16 @@ public class DecodeException extends MediaException {
     /**
      * Creates an exception.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      */
     public DecodeException(String message) {
         super(message);
     }
 
     /**
-     * Creates an exception that another one caused.
+     * Creates an exception with a cause.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      * @param cause the cause
      */
     public DecodeException(String message, Throwable cause) {

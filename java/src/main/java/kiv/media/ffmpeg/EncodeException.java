@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg;
 
-/** Sound could not be encoded. */
+/** Sound cannot be encoded. */
 public class EncodeException extends MediaException {
 
     private static final long serialVersionUID = 1L;
@@ -8,16 +8,16 @@ public class EncodeException extends MediaException {
     /**
      * Creates an exception.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      */
     public EncodeException(String message) {
         super(message);
     }
 
     /**
-     * Creates an exception that another one caused.
+     * Creates an exception with a cause.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      * @param cause the cause
      */
     public EncodeException(String message, Throwable cause) {

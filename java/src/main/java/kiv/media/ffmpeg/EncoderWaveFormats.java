@@ -4,7 +4,7 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
-/** The WAVE headers of what encoders make, as decoders and other programs expect them. */
+/** Derives the WAVE format of an encoder's packets in the form that decoders and other programs expect. */
 final class EncoderWaveFormats {
 
     private static final int MP3_BITS = 144;
@@ -13,7 +13,7 @@ final class EncoderWaveFormats {
     private static final int MP3_NEVER_PADDED = 2;
     private static final int G722_BITS = 4;
 
-    /** FFmpeg says 0 and 50, but so much later does the sound come out of a decoder. */
+    /** FFmpeg reports 0 and 50, but decoders deliver the sound this many frames later. */
     private static final int DTS_PADDING = 512;
     private static final int AMR_PADDING = 40;
 
@@ -21,10 +21,10 @@ final class EncoderWaveFormats {
     }
 
     /**
-     * Describes what an open encoder makes.
+     * Describes the packets of an open encoder.
      *
      * @param codec the encoder's format
-     * @param sampleRate samples a second and channel
+     * @param sampleRate samples per second and channel
      * @param channels number of channels
      * @param address the encoder's native handle
      */
@@ -36,7 +36,7 @@ final class EncoderWaveFormats {
         int frameSize = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
         int bits = codec == AudioCodec.G722 ? G722_BITS
                 : NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
-        // Where packets have no common size, the smallest unit is a byte.
+        // Packets of varying size have one byte as their smallest unit.
         int blockAlign = Math.max(1, NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BLOCK_ALIGN));
         long bytesPerSecond;
         if (codec.hasBitRate()) {
@@ -50,7 +50,7 @@ final class EncoderWaveFormats {
                 specificHeader(codec, address, sampleRate, bitRate, frameSize));
     }
 
-    /** Frames of silence that an open encoder puts in front of the sound. */
+    /** Frames of silence that an open encoder puts before the sound. */
     static int padding(AudioCodec codec, long address) {
         return switch (codec) {
             case DTS -> DTS_PADDING;

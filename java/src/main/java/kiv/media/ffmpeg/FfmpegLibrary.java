@@ -8,27 +8,28 @@ import kiv.media.ffmpeg.loading.NativeLibrary;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
- * The native library and FFmpeg, loaded once in a process. Readers, decoders and encoders load them by themselves; a
- * program calls {@link #load(Path)} first when it wants a certain FFmpeg.
+ * The native library and FFmpeg, which a process loads once. Readers, decoders and encoders load them on first use. A
+ * program that needs a particular FFmpeg calls {@link #load(Path)} first.
  *
- * <p>FFmpeg's directory is, in this order: the one given to {@link #load(Path)}, the system property
+ * <p>FFmpeg's directory is the first of these: the argument of {@link #load(Path)}, the system property
  * {@value #DIRECTORY_PROPERTY}, the package {@code org.bytedeco.javacpp-presets:ffmpeg} (2.8.1-1.1,
- * {@code linux-x86_64}) on the class path, whose libraries are unpacked. The native library is the file named by the
- * system property {@value #LIBRARY_PROPERTY}, else the one in this project's jar with the classifier
- * {@code linux-x86_64}, unpacked too, else {@code libkivjniffmpeg.so} from {@code java.library.path}.
+ * {@code linux-x86_64}) on the class path, whose libraries are unpacked. The native library is the first of these: the
+ * file that the system property {@value #LIBRARY_PROPERTY} names, the one in this project's jar with the classifier
+ * {@code linux-x86_64}, which is unpacked too, {@code libkivjniffmpeg.so} from {@code java.library.path}.
  *
- * <p>Libraries are unpacked once for each user, into the directory named by the system property
- * {@value #CACHE_PROPERTY}, else {@code $XDG_CACHE_HOME/kivjniffmpeg}, {@code ~/.cache/kivjniffmpeg} or, where neither can
- * be used, a private directory under {@code java.io.tmpdir}. A directory in which others can write, or which belongs to
- * another user than root, is refused, because they could put libraries of their own there. Damaged files are replaced.
+ * <p>Libraries are unpacked once for each user. The directory is the one that the system property
+ * {@value #CACHE_PROPERTY} names; without it {@code $XDG_CACHE_HOME/kivjniffmpeg}, {@code ~/.cache/kivjniffmpeg} or,
+ * where neither is usable, a private directory under {@code java.io.tmpdir}. A directory is refused when other users
+ * can write there, or when it belongs to another user who is not root: they could replace the libraries. Damaged files
+ * are replaced.
  *
  * <pre>{@code
  * FfmpegLibrary.load(Path.of("/opt/ffmpeg-2.8/lib"));
  * }</pre>
  *
- * <p>The {@link System.Logger} {@code kiv.media.ffmpeg} gets what the library logs: errors as ERROR, what it does as DEBUG,
- * each encoded packet as TRACE. It gets nothing at all, errors included, and no line costs anything, unless DEBUG is on when
- * the library is loaded: only then is the logger's level looked at. What fails is told by exceptions in any case.
+ * <p>The library logs to the {@link System.Logger} {@code kiv.media.ffmpeg}: errors as ERROR, its actions as DEBUG,
+ * each encoded packet as TRACE. It reads the logger's level once, when it is loaded. If DEBUG is off then, it logs
+ * nothing, not even errors, and logging costs no time. Exceptions report every failure in any case.
  *
  * <p>All methods may be called by any thread.
  */
@@ -41,7 +42,7 @@ public final class FfmpegLibrary {
     /** The system property with the directory into which libraries are unpacked. */
     public static final String CACHE_PROPERTY = LibraryProperties.CACHE;
 
-    /** The level is stored by the library but filters nothing. */
+    /** The library stores the level but does not filter by it. */
     private static final int LOG_LEVEL = 5;
 
     private static boolean nativesLoaded;
@@ -55,7 +56,7 @@ public final class FfmpegLibrary {
     /**
      * Loads the native library and FFmpeg, unless they are loaded.
      *
-     * @throws LibraryException when something is missing or does not load
+     * @throws LibraryException when a library is missing or does not load
      */
     public static void load() {
         context();
@@ -64,9 +65,9 @@ public final class FfmpegLibrary {
     /**
      * Loads the native library and FFmpeg from a directory.
      *
-     * @param directory where the five libraries are: {@code libavcodec.so.56}, {@code libavformat.so.56},
+     * @param directory the directory of the five libraries: {@code libavcodec.so.56}, {@code libavformat.so.56},
      *     {@code libavutil.so.54}, {@code libswresample.so.1}, {@code libswscale.so.3}
-     * @throws LibraryException when something is missing or does not load, or when FFmpeg is already loaded from
+     * @throws LibraryException when a library is missing or does not load, or when FFmpeg is already loaded from
      *     another directory
      */
     public static synchronized void load(Path directory) {
@@ -80,10 +81,10 @@ public final class FfmpegLibrary {
     }
 
     /**
-     * Loads only the native library, without FFmpeg, for users of {@link c_multimediaapi_ffmpeg} that call its
-     * {@code n_init} themselves.
+     * Loads the native library without FFmpeg, for users of {@link c_multimediaapi_ffmpeg} who call {@code n_init}
+     * themselves.
      *
-     * @throws LibraryException when it is not found or does not load
+     * @throws LibraryException when it is missing or does not load
      */
     public static synchronized void loadNatives() {
         if (nativesLoaded) {
@@ -98,10 +99,11 @@ public final class FfmpegLibrary {
     }
 
     /**
-     * Tells which FFmpeg a program would use, or uses: unpacks the class-path package when it is the one.
+     * Finds the FFmpeg that is loaded, or that {@link #load()} would load. It unpacks the class-path package if that is
+     * the one.
      *
      * @return the absolute path of its directory
-     * @throws LibraryException when there is none
+     * @throws LibraryException when there is no FFmpeg
      */
     public static synchronized Path directory() {
         if (loadedDirectory != null) {
@@ -115,11 +117,11 @@ public final class FfmpegLibrary {
     }
 
     /**
-     * Makes FFmpeg's base libraries of a directory known to the dynamic loader. The libraries do not say where the
-     * others are, so loading {@code libavcodec} fails, or takes another copy of them from elsewhere, unless they are in
-     * the process already; then they are matched by name.
+     * Loads FFmpeg's base libraries from a directory. FFmpeg's libraries have no run path, so the dynamic loader does
+     * not find the libraries that {@code libavcodec} needs, or finds another copy of them. Loaded libraries are matched
+     * by name.
      *
-     * @param directory the directory that is then given to {@code n_init}
+     * @param directory the later argument of {@code n_init}
      * @throws LibraryException when a file is missing or does not load
      */
     public static void preload(Path directory) {
@@ -130,7 +132,7 @@ public final class FfmpegLibrary {
         }
     }
 
-    /** The process-wide library context, which is never closed. */
+    /** The library context of the process, which is never closed. */
     static synchronized long context() {
         if (context == 0) {
             open(null);
@@ -140,7 +142,7 @@ public final class FfmpegLibrary {
 
     private static void open(Path wanted) {
         if (failure != null) {
-            // What failed inside the native library fails for good: it tries FFmpeg once in a process.
+            // The native library tries to load FFmpeg once in a process, so the failure is permanent.
             throw new LibraryException(failure.getMessage(), failure);
         }
         Path directory = wanted != null ? wanted : directory();
@@ -155,7 +157,7 @@ public final class FfmpegLibrary {
         }
         loadedDirectory = directory;
         if (!c_multimediaapi_ffmpeg.logs()) {
-            // What FFmpeg cannot decode is told by exceptions, not on the program's standard error.
+            // Exceptions report what FFmpeg cannot decode. It does not print on the program's standard error.
             c_codecoptions_ffmpeg.n_set_log_level(context, c_codecoptions_ffmpeg.LOG_QUIET);
         }
     }
@@ -164,7 +166,7 @@ public final class FfmpegLibrary {
         return new LibraryException(e.getMessage(), e.getCause());
     }
 
-    /** Every line costs a string and a call, some for each packet: nobody gets them unless somebody looks. */
+    /** Null when the logger is off: each line costs a string and a call, some of them for each packet. */
     private static c_multimediaapi_ffmpeg logReceiver() {
         return c_multimediaapi_ffmpeg.logs() ? new c_multimediaapi_ffmpeg() : null;
     }

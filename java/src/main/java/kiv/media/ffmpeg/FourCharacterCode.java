@@ -3,7 +3,7 @@ package kiv.media.ffmpeg;
 import java.util.Objects;
 
 /**
- * Conversions between a four-character code's text and its 32-bit value, whose low byte is the first character.
+ * Converts four-character codes between text and 32-bit values. The low byte holds the first character.
  *
  * <pre>{@code
  * if (stream.codecTag() != FourCharacterCode.of("avc1")) {
@@ -17,11 +17,11 @@ public final class FourCharacterCode {
     }
 
     /**
-     * Packs a text.
+     * Converts a text.
      *
      * @param text four characters of Latin-1
      * @return its value
-     * @throws IllegalArgumentException when it is none of four characters of Latin-1
+     * @throws IllegalArgumentException when the text does not consist of four characters of Latin-1
      */
     public static int of(String text) {
         if (Objects.requireNonNull(text, "text").length() != 4) {
@@ -39,7 +39,7 @@ public final class FourCharacterCode {
     }
 
     /**
-     * Writes a code for people: its four characters, or a hexadecimal number when one of them cannot be printed.
+     * Formats a code for display: its four characters, or a hexadecimal number when one of them is not printable.
      *
      * @param code the code
      * @return the text

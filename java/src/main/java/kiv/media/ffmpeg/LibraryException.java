@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg;
 
-/** FFmpeg or this library's native part cannot be found, unpacked or loaded. */
+/** FFmpeg or the native library is missing, or cannot be unpacked or loaded. */
 public class LibraryException extends MediaException {
 
     private static final long serialVersionUID = 1L;
@@ -8,16 +8,16 @@ public class LibraryException extends MediaException {
     /**
      * Creates an exception.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      */
     public LibraryException(String message) {
         super(message);
     }
 
     /**
-     * Creates an exception that another one caused.
+     * Creates an exception with a cause.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      * @param cause the cause
      */
     public LibraryException(String message, Throwable cause) {

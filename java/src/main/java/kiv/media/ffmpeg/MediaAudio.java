@@ -9,8 +9,8 @@ import javax.sound.sampled.AudioSystem;
 import kiv.media.ffmpeg.headers.WaveFileLength;
 
 /**
- * Opens the sound of media for JavaSound: as PCM of 16 bits, signed, little-endian, the samples of a frame one after
- * the other, with the channels and the sample rate of the first stream of sound.
+ * Opens the sound of media for JavaSound: interleaved signed little-endian PCM of 16 bits, with the channels and the
+ * sample rate of the first audio stream.
  *
  * <pre>{@code
  * try (AudioInputStream sound = MediaAudio.open(Path.of("song.mp3"));
@@ -21,18 +21,17 @@ import kiv.media.ffmpeg.headers.WaveFileLength;
  * }
  * }</pre>
  *
- * <p>A stream gives every sample that {@link AudioDecoder} gives, those at the end included. It knows its length only
- * where that is certain, which it is in WAV files of uncompressed sound; otherwise its frame length is
- * {@link AudioSystem#NOT_SPECIFIED}. It cannot be marked. As of every {@link AudioInputStream}, whole frames are read,
- * single bytes are not.
+ * <p>A stream delivers every sample that {@link AudioDecoder} delivers, up to the last one. It reports its length only
+ * for WAV files of uncompressed sound, where the length is certain. Otherwise its frame length is
+ * {@link AudioSystem#NOT_SPECIFIED}. It does not support marks. Like every {@link AudioInputStream} it reads whole
+ * frames, not single bytes.
  *
- * <p>A packet that cannot be decoded is left out, and the sound goes on behind it; to learn of damage, decode
- * {@linkplain AudioDecoder#decode(Packet) packet by packet}. Whatever else goes wrong is an {@link IOException}, with what
- * this library throws by itself as its cause. One thread at a time reads. Any thread may close a stream, also while
- * another one reads, which then gets an {@link IOException}, as does everybody who reads later. Closing it again does
- * nothing.
+ * <p>A stream skips damaged packets. To learn of damage, decode
+ * {@linkplain AudioDecoder#decode(Packet) packet by packet}. Every other failure is an {@link IOException}; its cause
+ * is the exception of this library, if there is one. One thread at a time reads. Any thread may close a stream, also
+ * while another one reads: that read, and each later one, throws an {@link IOException}. A second close does nothing.
  *
- * <p>Programs that know nothing of this class get the same sound from {@link AudioSystem}, by the service providers in
+ * <p>Programs that do not know this class get the same sound from {@link AudioSystem}, through the service providers in
  * {@link kiv.media.ffmpeg.javasound}.
  */
 public final class MediaAudio {
@@ -44,10 +43,10 @@ public final class MediaAudio {
      * Opens the sound of a file.
      *
      * @param file the file
-     * @return its sound, to be closed
+     * @return its sound, which the caller closes
      * @throws IOException when the file cannot be read
-     * @throws MediaFormatException when it is no media file of a known kind, or one without sound
-     * @throws UnsupportedCodecException when its sound cannot be decoded
+     * @throws MediaFormatException when it is no media file of a known kind, or has no sound
+     * @throws UnsupportedCodecException when the library has no decoder for its sound
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioInputStream open(Path file) throws IOException {
@@ -55,14 +54,14 @@ public final class MediaAudio {
     }
 
     /**
-     * Opens the sound of a channel, from its first byte. The stream uses the channel alone and closes it at the end;
-     * when this method throws, it stays open.
+     * Opens the sound of a channel, from its first byte. The stream uses the channel alone and closes it. When this
+     * method throws, the channel stays open.
      *
      * @param channel the bytes of a media file
-     * @return its sound, to be closed
+     * @return its sound, which the caller closes
      * @throws IOException when the channel cannot be read
-     * @throws MediaFormatException when the bytes are no media of a known kind, or without sound
-     * @throws UnsupportedCodecException when their sound cannot be decoded
+     * @throws MediaFormatException when the bytes are no media of a known kind, or have no sound
+     * @throws UnsupportedCodecException when the library has no decoder for their sound
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioInputStream open(SeekableByteChannel channel) throws IOException {
@@ -71,7 +70,7 @@ public final class MediaAudio {
             AudioDecoder decoder = AudioDecoder.open(
                     reader.firstAudio().orElseThrow(() -> new MediaFormatException("no audio stream")));
             try {
-                // The reader goes on where it is.
+                // The reader continues at its own position.
                 long position = channel.position();
                 WaveFormat format = decoder.format();
                 OptionalLong frames = WaveFileLength.frames(channel, format.formatTag(), format.channels());
@@ -88,15 +87,15 @@ public final class MediaAudio {
     }
 
     /**
-     * Opens the sound of one of a reader's streams, from the reader's place on. The stream uses the reader alone and
-     * closes it at the end; when this method throws, it stays open. {@link AudioDecoder#sound(MediaReader)} leaves the
-     * reader to its owner.
+     * Opens the sound of one of a reader's streams, from the reader's position. The returned stream uses the reader
+     * alone and closes it. When this method throws, the reader stays open. {@link AudioDecoder#sound(MediaReader)} does
+     * not close the reader.
      *
      * @param reader a reader
-     * @param stream one of its streams of sound
-     * @return its sound, to be closed
-     * @throws UnsupportedCodecException when the sound cannot be decoded
-     * @throws IllegalArgumentException when the stream is not one of the reader's, or carries no sound
+     * @param stream one of its audio streams
+     * @return its sound, which the caller closes
+     * @throws UnsupportedCodecException when the library has no decoder for the sound
+     * @throws IllegalArgumentException when the stream belongs to another reader, or is no audio stream
      */
     public static AudioInputStream open(MediaReader reader, MediaStream stream) {
         reader.check(stream);

@@ -3,8 +3,9 @@ package kiv.media.ffmpeg;
 import java.util.function.BiFunction;
 
 /**
- * The root of what this library throws by itself; unchecked. Failures of reading bytes are {@link java.io.IOException},
- * and null or out-of-range arguments are {@link NullPointerException} and {@link IllegalArgumentException}, as usual.
+ * The superclass of the exceptions that this library declares; unchecked. Where bytes cannot be read, methods throw an
+ * {@link java.io.IOException}. For null or out-of-range arguments they throw a {@link NullPointerException} or an
+ * {@link IllegalArgumentException}.
  *
  * <pre>{@code
  * try {
@@ -23,33 +24,33 @@ public class MediaException extends RuntimeException {
     /**
      * Creates an exception.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      */
     public MediaException(String message) {
         super(message);
     }
 
     /**
-     * Creates an exception that another one caused.
+     * Creates an exception with a cause.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      * @param cause the cause
      */
     public MediaException(String message, Throwable cause) {
         super(message, cause);
     }
 
-    /** A native failure's message without the place in the native code, which the cause still tells. */
+    /** A native failure's message without its line number, which stays in the cause. */
     static String plain(Throwable failure) {
         return String.valueOf(failure.getMessage()).replaceFirst(" in line \\d+$", "");
     }
 
     /**
-     * What a native call threw, as what its caller is told: the library's own failures and a lack of memory become ours,
-     * what Java code threw inside the call passes through.
+     * Translates what a native call threw. The library's own failures and a lack of memory become exceptions of this
+     * API. What Java code threw inside the call stays as it is.
      *
-     * @param what what was tried, such as "decoding"
-     * @param ours makes an exception of a message and a cause
+     * @param what the operation, such as "decoding"
+     * @param ours creates an exception from a message and a cause
      */
     static RuntimeException of(Throwable failure, String what, BiFunction<String, Throwable, MediaException> ours) {
         if (failure instanceof OutOfMemoryError) {

@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg;
 
-/** The bytes are not media that can be read: no known container, or one without the wanted stream. */
+/** The bytes are no readable media: an unknown or damaged container, or one without the wanted stream. */
 public class MediaFormatException extends MediaException {
 
     private static final long serialVersionUID = 1L;
@@ -8,16 +8,16 @@ public class MediaFormatException extends MediaException {
     /**
      * Creates an exception.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      */
     public MediaFormatException(String message) {
         super(message);
     }
 
     /**
-     * Creates an exception that another one caused.
+     * Creates an exception with a cause.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      * @param cause the cause
      */
     public MediaFormatException(String message, Throwable cause) {

@@ -4,7 +4,7 @@ import java.util.Arrays;
 import kiv.media.ffmpeg.natives.MediaType;
 
 /**
- * What a stream carries.
+ * The kind of data in a stream.
  *
  * <pre>{@code
  * boolean subtitled = reader.streams().stream().anyMatch(stream -> stream.kind() == MediaKind.SUBTITLE);
@@ -15,11 +15,11 @@ public enum MediaKind {
     VIDEO(MediaType.VIDEO),
     /** Sound. */
     AUDIO(MediaType.AUDIO),
-    /** Data of some other sort. */
+    /** Other data. */
     DATA(MediaType.DATA),
     /** Subtitles. */
     SUBTITLE(MediaType.SUBTITLE),
-    /** Not recognised. */
+    /** Unknown. */
     UNKNOWN(MediaType.UNKNOWN);
 
     private final int type;

@@ -22,7 +22,7 @@ import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
 
 /**
- * Reads a media container: its streams and, one after the other, its packets.
+ * Reads the streams and the packets of a media container.
  *
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("film.mp4"))) {
@@ -33,9 +33,9 @@ import kiv.media.ffmpeg.natives.c_mediareader_source;
  * }
  * }</pre>
  *
- * <p>The bytes come from one file or channel only; nothing in it can make the process open anything else. A reader may
- * move from thread to thread, but two threads must not call it at the same time: the second one gets a
- * {@link MediaStateException}, as does every use after {@link #close()}.
+ * <p>A reader reads one file or channel only. No content can make the process open anything else. A reader may move
+ * from thread to thread, but two threads must not call it at the same time: the second one gets a
+ * {@link MediaStateException}. So does each call after {@link #close()}.
  */
 public final class MediaReader implements AutoCloseable {
 
@@ -64,10 +64,10 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Opens a file. Pipes and devices other than block devices are refused: a container is not read from front to back.
+     * Opens a file. It refuses pipes, and devices other than block devices, because readers seek.
      *
      * @param file the file
-     * @return its reader, to be closed
+     * @return its reader, which the caller closes
      * @throws IOException when the file cannot be read
      * @throws MediaFormatException when it is no media file of a known kind
      * @throws LibraryException when the library cannot be loaded
@@ -77,11 +77,11 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Opens a channel, from its first byte. The reader uses the channel alone and closes it at the end; when this
-     * method throws, it stays open.
+     * Opens a channel, from its first byte. The reader uses the channel alone and closes it. When this method throws,
+     * the channel stays open.
      *
      * @param channel the bytes
-     * @return its reader, to be closed
+     * @return its reader, which the caller closes
      * @throws IOException when the channel cannot be read
      * @throws MediaFormatException when the bytes are no media of a known kind
      * @throws LibraryException when the library cannot be loaded
@@ -96,21 +96,21 @@ public final class MediaReader implements AutoCloseable {
         } catch (RuntimeException e) {
             throw failed(source, "not a media file that can be read", e);
         } finally {
-            // The source alone does not hold it.
+            // The source alone does not keep the channel reachable.
             Reference.reachabilityFence(channel);
         }
         return new MediaReader(address, channel, source);
     }
 
-    /** Opens something by its channel. */
+    /** Opens the bytes of a channel. */
     @FunctionalInterface
     interface Opening<T> {
         T open(SeekableByteChannel channel) throws IOException;
     }
 
     /**
-     * Opens a file that can be read at any place. Opening a pipe would wait for somebody to write into it, and neither
-     * pipes nor terminals can be read twice. Messages about the content begin with the file's name.
+     * Opens a seekable file. Opening a pipe would wait for its writer, and neither pipes nor terminals can be read
+     * twice. Messages about the content start with the file's name.
      */
     static <T> T openFile(Path file, Opening<T> opening) throws IOException {
         if (Files.isDirectory(Objects.requireNonNull(file, "file"))) {
@@ -137,29 +137,31 @@ public final class MediaReader implements AutoCloseable {
         }
     }
 
-    /** {@return FFmpeg's short name of the container format, or several joined by commas, such as {@code mov,mp4}} */
+    /**
+     * {@return FFmpeg's short name of the container format; several are separated by commas, such as {@code mov,mp4}}
+     */
     public String formatName() {
         return formatName;
     }
 
-    /** {@return length of the whole} */
+    /** {@return the duration of the medium; empty when unknown} */
     public Optional<Duration> duration() {
         return time(ReaderInfo.DURATION);
     }
 
-    /** {@return where the times begin} */
+    /** {@return the time at which the medium starts; empty when unknown} */
     public Optional<Duration> startTime() {
         return time(ReaderInfo.START_TIME);
     }
 
-    /** {@return bits a second of the whole, when known} */
+    /** {@return bits per second of all streams together; empty when unknown} */
     public OptionalLong bitRate() {
         return info[ReaderInfo.BIT_RATE] > 0 ? OptionalLong.of(info[ReaderInfo.BIT_RATE]) : OptionalLong.empty();
     }
 
     /**
-     * The streams by index. Some containers show a stream only with its first packet; it is here when that packet was
-     * read.
+     * Returns the streams by index. Some containers declare a stream only at its first packet. Such a stream appears
+     * here after that packet was read.
      *
      * @return a snapshot
      */
@@ -167,22 +169,22 @@ public final class MediaReader implements AutoCloseable {
         return List.copyOf(streams);
     }
 
-    /** {@return the first stream of pictures that is not just a cover, if there is one} */
+    /** {@return the first video stream that is not an attached picture, if there is one} */
     public Optional<MediaStream> firstVideo() {
         return streams.stream().filter(s -> s.kind() == MediaKind.VIDEO && !s.isAttachedPicture()).findFirst();
     }
 
-    /** {@return the first stream of sound, if there is one} */
+    /** {@return the first audio stream, if there is one} */
     public Optional<MediaStream> firstAudio() {
         return streams.stream().filter(s -> s.kind() == MediaKind.AUDIO).findFirst();
     }
 
     /**
-     * Reads the next packet, of whatever stream.
+     * Reads the next packet of any stream.
      *
      * @return the packet, or null at the end
      * @throws IOException when the bytes cannot be read
-     * @throws MediaFormatException when the container is damaged here
+     * @throws MediaFormatException when the container is damaged at this position
      * @throws MediaStateException when the reader is closed or in use
      */
     public Packet read() throws IOException {
@@ -205,12 +207,13 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * The packets from here to the end, read as they are asked for. An {@link IOException} comes as
-     * {@link UncheckedIOException}, damage as {@link MediaFormatException}. A stream that ends early leaves the other packets
-     * in the reader, for {@link #read()} or another stream. Made parallel it gives one packet at a time all the same.
+     * Returns the packets from here to the end. Each packet is read only when it is asked for. When the stream of
+     * packets ends early, the rest stays in the reader, for {@link #read()} or another stream. A parallel stream
+     * delivers one packet at a time too.
      *
-     * @return a sequential stream, which need not be closed; it throws {@link MediaStateException} when the reader is closed
-     *     or in use, beside what was said
+     * @return a sequential stream, which need not be closed. It throws {@link UncheckedIOException} when the bytes
+     *     cannot be read, {@link MediaFormatException} where the container is damaged, and {@link MediaStateException}
+     *     when the reader is closed or in use
      */
     public Stream<Packet> packets() {
         return new PullSpliterator<Packet>() {
@@ -226,13 +229,13 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Moves to the last place at or before a time where decoding can start.
+     * Moves to the last position at or before a time where decoding can start.
      *
-     * @param time from the container's zero, in microseconds at the finest
+     * @param time on the container's time line, cut to microseconds
      * @throws IllegalArgumentException when the time is beyond 64 bits of microseconds
      * @throws MediaStateException when the reader is closed or in use
      * @throws IOException when the bytes cannot be read
-     * @throws MediaFormatException when the container cannot do it
+     * @throws MediaFormatException when the container does not support it
      */
     public void seek(Duration time) throws IOException {
         long micros;
@@ -247,14 +250,14 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Moves to the last place at or before a stream's time where decoding of that stream can start.
+     * Moves to the last position at or before a stream's time where decoding of that stream can start.
      *
      * @param stream a stream of this reader
      * @param time in units of the stream's time base
-     * @throws IllegalArgumentException when the stream is of another reader, or the time is {@link Packet#NO_TIME}
+     * @throws IllegalArgumentException when the stream belongs to another reader, or the time is {@link Packet#NO_TIME}
      * @throws MediaStateException when the reader is closed or in use
      * @throws IOException when the bytes cannot be read
-     * @throws MediaFormatException when the container cannot do it
+     * @throws MediaFormatException when the container does not support it
      */
     public void seek(MediaStream stream, long time) throws IOException {
         check(stream);
@@ -262,7 +265,7 @@ public final class MediaReader implements AutoCloseable {
         seek(stream.index(), time);
     }
 
-    /** @throws IllegalArgumentException when a stream is not one of this reader's */
+    /** @throws IllegalArgumentException when the stream belongs to another reader */
     void check(MediaStream stream) {
         if (!streams.contains(Objects.requireNonNull(stream, "stream"))) {
             throw new IllegalArgumentException(stream + " is not a stream of this reader");
@@ -287,10 +290,10 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Closes the reader and its channel; does nothing the second time. Streams and packets stay usable.
+     * Closes the reader and its channel. A second call does nothing. Streams and packets stay usable.
      *
      * @throws IOException when the channel cannot be closed
-     * @throws MediaStateException when another thread is inside a call
+     * @throws MediaStateException when another thread calls the reader
      */
     @Override
     public void close() throws IOException {
@@ -298,12 +301,12 @@ public final class MediaReader implements AutoCloseable {
         channel.close();
     }
 
-    /** Closes the reader but not its channel, for those who could not use it after all. */
+    /** Closes the reader but not its channel. */
     void release() {
         handle.close();
     }
 
-    /** Closes the channel only, which ends a call that another thread is in. */
+    /** Closes the channel only, which ends the call of another thread. */
     void interrupt() throws IOException {
         channel.close();
     }
@@ -316,7 +319,7 @@ public final class MediaReader implements AutoCloseable {
         }
     }
 
-    /** A channel's own unchecked exceptions pass through the native call and are not the container's fault. */
+    /** Unchecked exceptions of the channel stay as they are. The others report a damaged container. */
     private static RuntimeException failed(c_mediareader_source source, String what, RuntimeException cause) {
         return cause.getClass() == RuntimeException.class && !source.threw(cause)
                 ? new MediaFormatException(what + " (" + MediaException.plain(cause) + ")", cause)

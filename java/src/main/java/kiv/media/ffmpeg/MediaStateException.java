@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg;
 
-/** An object was used after it was closed, by a second thread while a call was running, or out of its own callback. */
+/** A closed object was called, or one that is inside a call: by a second thread, or by its own callback. */
 public class MediaStateException extends MediaException {
 
     private static final long serialVersionUID = 1L;
@@ -8,16 +8,16 @@ public class MediaStateException extends MediaException {
     /**
      * Creates an exception.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      */
     public MediaStateException(String message) {
         super(message);
     }
 
     /**
-     * Creates an exception that another one caused.
+     * Creates an exception with a cause.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      * @param cause the cause
      */
     public MediaStateException(String message, Throwable cause) {

@@ -7,8 +7,8 @@ import kiv.media.ffmpeg.natives.StreamFields;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 
 /**
- * One stream of a container: what it carries and how. Immutable, and usable after its {@link MediaReader} is closed.
- * Figures that the container does not tell are 0, unknown fractions have a 0 in them. Any thread may use it.
+ * Describes one stream of a container. Immutable, and usable after its {@link MediaReader} is closed. Numbers that the
+ * container does not state are 0, and unknown fractions contain a 0. Any thread may use it.
  *
  * <pre>{@code
  * for (MediaStream stream : reader.streams()) {
@@ -25,7 +25,7 @@ public final class MediaStream {
     private final byte[] extradata;
 
     /**
-     * Takes over what the native reader tells.
+     * Copies what the native reader reports.
      *
      * @param index the stream's index
      * @param fields as in {@link c_mediareader_ffmpeg#n_reader_get_stream}
@@ -39,12 +39,12 @@ public final class MediaStream {
         this.extradata = extradata.clone();
     }
 
-    /** {@return the stream's place in {@link MediaReader#streams()}, from 0} */
+    /** {@return the stream's index in {@link MediaReader#streams()}, from 0} */
     public int index() {
         return index;
     }
 
-    /** {@return what it carries} */
+    /** {@return the kind of its data} */
     public MediaKind kind() {
         return MediaKind.of(fields[StreamFields.MEDIA_TYPE]);
     }
@@ -78,7 +78,7 @@ public final class MediaStream {
         return (int) fields[StreamFields.HEIGHT];
     }
 
-    /** {@return pictures a second, on average} */
+    /** {@return pictures per second on average} */
     public Rational frameRate() {
         return new Rational(fields[StreamFields.FRAME_RATE_NUMERATOR], fields[StreamFields.FRAME_RATE_DENOMINATOR]);
     }
@@ -88,27 +88,27 @@ public final class MediaStream {
         return new Rational(fields[StreamFields.TIME_BASE_NUMERATOR], fields[StreamFields.TIME_BASE_DENOMINATOR]);
     }
 
-    /** {@return length of the stream; empty when it is unknown or beyond what a duration can hold} */
+    /** {@return duration of the stream; empty when unknown or beyond the range of a duration} */
     public Optional<Duration> duration() {
         return time(fields[StreamFields.DURATION]);
     }
 
-    /** {@return where the stream's times begin; empty when it is unknown or beyond what a duration can hold} */
+    /** {@return the time at which the stream starts; empty when unknown or beyond the range of a duration} */
     public Optional<Duration> startTime() {
         return time(fields[StreamFields.START_TIME]);
     }
 
-    /** {@return bits a second} */
+    /** {@return bits per second} */
     public long bitRate() {
         return fields[StreamFields.BIT_RATE];
     }
 
-    /** {@return samples a second and channel} */
+    /** {@return samples per second and channel} */
     public int sampleRate() {
         return (int) fields[StreamFields.SAMPLE_RATE];
     }
 
-    /** {@return number of sound channels} */
+    /** {@return number of audio channels} */
     public int channels() {
         return (int) fields[StreamFields.CHANNELS];
     }
@@ -123,12 +123,12 @@ public final class MediaStream {
         return (int) fields[StreamFields.BLOCK_ALIGN];
     }
 
-    /** {@return how many pictures the container claims to hold} */
+    /** {@return the number of pictures that the container states} */
     public long frameCount() {
         return fields[StreamFields.FRAMES];
     }
 
-    /** {@return width of a pixel to its height; unknown mostly means 1} */
+    /** {@return width of a pixel divided by its height; when unknown, pixels are mostly square} */
     public Rational pixelAspectRatio() {
         return new Rational(fields[StreamFields.PIXEL_WIDTH], fields[StreamFields.PIXEL_HEIGHT]);
     }
@@ -138,7 +138,7 @@ public final class MediaStream {
         return (int) fields[StreamFields.PROFILE];
     }
 
-    /** {@return whether this is no film but a picture that goes with a sound file, such as a record's cover} */
+    /** {@return whether the stream is a single picture that belongs to a sound file, such as a cover} */
     public boolean isAttachedPicture() {
         return (fields[StreamFields.DISPOSITION] & Disposition.ATTACHED_PICTURE) != 0;
     }
@@ -159,10 +159,10 @@ public final class MediaStream {
     }
 
     /**
-     * Turns a time of this stream into a duration from the container's zero.
+     * Converts a time of this stream into a duration on the container's time line.
      *
      * @param time in units of {@link #timeBase()}, or {@link Packet#NO_TIME}
-     * @return the duration; empty for no time, no time base, or a time beyond what a duration can hold
+     * @return the duration; empty without a time or a time base, and beyond the range of a duration
      */
     public Optional<Duration> time(long time) {
         return timeBase().time(time);

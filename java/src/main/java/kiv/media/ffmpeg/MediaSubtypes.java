@@ -5,8 +5,7 @@ import java.util.Objects;
 import java.util.Optional;
 
 /**
- * The media subtypes by which the library knows compressed video: GUIDs in text form, most of them made of a
- * four-character code. The library decodes these and no others.
+ * The media subtypes that the library decodes: GUIDs in text form, most of them derived from a four-character code.
  *
  * <pre>{@code
  * String subtype = MediaSubtypes.of(FourCharacterCode.of("MP4V"));
@@ -18,12 +17,12 @@ public final class MediaSubtypes {
     private static final String SUFFIX = "-0000-0010-8000-00aa00389b71";
     private static final int H264 = 28;
 
-    /** H.264 with start codes between its parts (Annex B). */
+    /** H.264 with start codes between its units (Annex B). */
     public static final String H264_ANNEX_B = of(FourCharacterCode.of("H264"));
-    /** H.264 with lengths before its parts and a configuration record as extradata. */
+    /** H.264 with lengths before its units and a configuration record as extradata. */
     public static final String H264_AVC1 = of(FourCharacterCode.of("avc1"));
 
-    /** A subtype, the code that may name it, and FFmpeg's number of the codec as a container reader reports it. */
+    /** A subtype, its four-character code or 0, and FFmpeg's number of the codec. */
     private record Row(String subtype, int fourcc, int codecId) {
 
         static Row of(String code, int codecId) {
@@ -32,7 +31,7 @@ public final class MediaSubtypes {
         }
     }
 
-    /** Of several rows for a codec, the first serves streams whose own code names none of them. */
+    /** The first row of a codec serves streams whose code is in none of its rows. */
     private static final List<Row> ROWS = List.of(
             new Row("e06d8026-db46-11cf-b4d1-00805f6cbbea", 0, 2),
             Row.of("H264", H264),
@@ -60,9 +59,9 @@ public final class MediaSubtypes {
     }
 
     /**
-     * The GUID that a four-character code (or a compression number) stands for, whether or not the library decodes it.
+     * Derives the GUID of a four-character code or a compression number, whether or not the library decodes it.
      *
-     * @param fourcc the code, its first character in the low byte
+     * @param fourcc the code, with its first character in the low byte
      * @return 36 lower-case characters
      */
     public static String of(int fourcc) {
@@ -70,8 +69,8 @@ public final class MediaSubtypes {
     }
 
     /**
-     * Finds the subtype for a stream: by its four-character code when that is one of the codec's, else by its codec.
-     * H.264 goes by its extradata, because containers give both kinds under the same code.
+     * Finds the subtype for a stream: by its four-character code if that is one of the codec's, else by its codec. For
+     * H.264 the extradata decides, because containers use one code for both kinds.
      *
      * @param codecId FFmpeg's number of the codec
      * @param codecTag the four-character code, or 0
@@ -81,7 +80,7 @@ public final class MediaSubtypes {
     public static Optional<String> find(int codecId, int codecTag, byte[] extradata) {
         Objects.requireNonNull(extradata, "extradata");
         if (codecId == H264) {
-            // A configuration record begins with its version, 1; start codes begin with 0.
+            // A configuration record starts with its version, 1. Start codes start with 0.
             return Optional.of(extradata.length > 0 && extradata[0] == 1 ? H264_AVC1 : H264_ANNEX_B);
         }
         Optional<Row> named = ROWS.stream()
@@ -101,7 +100,7 @@ public final class MediaSubtypes {
                 : Optional.empty();
     }
 
-    /** {@return every subtype that the library knows} */
+    /** {@return every subtype that the library decodes} */
     public static List<String> all() {
         return ROWS.stream().map(Row::subtype).toList();
     }

@@ -7,22 +7,22 @@ import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
- * The calls that move sound through one native codec. Every byte goes in once, and before each call nothing waits in
- * the codec's queue, so its input is always taken.
+ * Processes sound with one native codec. Each call empties the codec's output queue, because a codec with waiting
+ * output reads no input.
  */
 final class NativeAudioCodec {
 
-    /** So few bytes of input stay in the codec without an error. */
+    /** The largest rest of input that a codec keeps without an error. */
     private static final int INCOMPLETE = 31;
-    /** A second of stereo; what is larger makes the room grow. */
+    /** One second of stereo. Larger output makes the array grow. */
     private static final int FIRST_ROOM = 192 * 1024;
     private static final byte[] NOTHING = {};
 
     /**
-     * What came of a call.
+     * The result of a call.
      *
-     * @param bytes the output, owned by the receiver
-     * @param failed whether the input could not be decoded to its end
+     * @param bytes the output, which the caller owns
+     * @param failed whether a part of the input could not be decoded
      * @param rest bytes of the input that were not consumed
      */
     record Result(byte[] bytes, boolean failed, int rest) {
@@ -30,19 +30,19 @@ final class NativeAudioCodec {
 
     private final boolean keepsLargeRests;
     private byte[] room = new byte[FIRST_ROOM];
-    /** The last call ended with an exception, so something may wait in the queue, and no input is taken before it. */
+    /** The last call ended with an exception, so output may wait in the queue. */
     private boolean unsure;
 
-    /** @param keepsLargeRests whether the codec waits for the rest of a frame, as that of MPEG audio does */
+    /** @param keepsLargeRests whether the codec keeps incomplete frames, as that of MPEG audio does */
     NativeAudioCodec(boolean keepsLargeRests) {
         this.keepsLargeRests = keepsLargeRests;
     }
 
     /**
-     * Opens a codec anew, for nothing can be set on an open one, and many decoders keep something over a reset.
+     * Reopens a codec. An open codec accepts no options, and a reset does not restore the state of every decoder.
      *
-     * @param bitRate bits a second, or 0 to leave them as they are
-     * @return whether it is open again
+     * @param bitRate bits per second, or 0 for no change
+     * @return whether the codec is open
      */
     static boolean reopen(long address, int bitRate) {
         c_multimediaapi_ffmpeg.n_acodec_close(address);
@@ -52,17 +52,17 @@ final class NativeAudioCodec {
         return c_multimediaapi_ffmpeg.n_acodec_open(address);
     }
 
-    /** The value of one of the codec's options. */
+    /** The value of an option, one of {@link c_codecoptions_ffmpeg}. */
     static int option(long address, String name) {
         return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
     }
 
-    /** Puts the first bytes of an array in and takes everything out that is ready. */
+    /** Processes the first {@code length} bytes of an array and returns the output that is ready. */
     Result process(long address, byte[] in, int length) {
         return call(address, in, length, 0);
     }
 
-    /** Has a decoder give what it still keeps, although no more comes. */
+    /** Ends a decoder's stream and returns the output that it held back. */
     Result drain(long address) {
         return call(address, null, 0, ProcessFlags.DRAIN);
     }
@@ -79,7 +79,7 @@ final class NativeAudioCodec {
         boolean failed = (result & AudioStatus.DECODING_ERROR) != 0;
         byte[] bytes;
         if ((result & AudioStatus.OUTPUT_TOO_SMALL) != 0) {
-            // The input is in; this result hides whether it failed, but what is left of it tells.
+            // This result hides a decoding error, but the rest of the input reveals it.
             failed = rest > INCOMPLETE && !keepsLargeRests;
             bytes = fetch(address);
         } else {
@@ -90,9 +90,10 @@ final class NativeAudioCodec {
     }
 
     /**
-     * Empties the queue, however long it is.
+     * Empties the queue, of any length.
      *
-     * @throws MediaException when no array holds it; it is dropped then, for nothing else could ever be decoded
+     * @throws MediaException when no array holds its output. The output is dropped, because a full queue blocks the
+     *     codec
      */
     private byte[] fetch(long address) {
         try {

@@ -6,20 +6,21 @@ import java.util.concurrent.atomic.AtomicReference;
 import java.util.function.LongConsumer;
 
 /**
- * Owns a native object: lets one thread at a time at it, none after it was closed, and deletes it exactly once, at the
- * latest when its owner has become unreachable. Native code trusts its handle, so every call goes through here.
+ * Owns a native object. It admits one thread at a time, and none after the close. It deletes the object exactly once:
+ * at the close, or after its owner became unreachable. Native code does not check handles, so every call goes through
+ * here.
  */
 final class NativeHandle {
 
     private static final Cleaner CLEANER = Cleaner.create();
 
-    /** A native call on the object's address. */
+    /** A native call with the object's address. */
     @FunctionalInterface
     interface Call<T, X extends Exception> {
         T on(long address) throws X;
     }
 
-    /** What the cleaner needs; it must not refer to the owner. */
+    /** The cleaner's action, which must not refer to the owner. */
     private static final class Target implements Runnable {
         private final LongConsumer deleter;
         private long address;
@@ -46,12 +47,12 @@ final class NativeHandle {
     private final AtomicReference<Thread> caller = new AtomicReference<>();
 
     /**
-     * Takes a native object over.
+     * Becomes the owner of a native object.
      *
-     * @param what how messages name it
-     * @param owner the Java object that stands for it
-     * @param address its handle
-     * @param deleter deletes it; must not refer to the owner, and runs on any thread
+     * @param what its name in messages
+     * @param owner the Java object that represents it
+     * @param address its address
+     * @param deleter deletes it on any thread; must not refer to the owner
      */
     NativeHandle(String what, Object owner, long address, LongConsumer deleter) {
         this.what = what;
@@ -78,7 +79,7 @@ final class NativeHandle {
     }
 
     /**
-     * Deletes the object; does nothing the second time.
+     * Deletes the object. A second call does nothing.
      *
      * @throws MediaStateException when another call is running
      */
@@ -106,7 +107,7 @@ final class NativeHandle {
 
     private void leave() {
         caller.set(null);
-        // Keeps the cleaner away while native code is at work on the object.
+        // The cleaner must not delete the object during a native call.
         Reference.reachabilityFence(owner);
     }
 }

@@ -6,8 +6,8 @@ import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.PacketFlags;
 
 /**
- * A piece of one stream's compressed data as its container holds it: for video, one picture. Times are in the
- * {@linkplain MediaStream#timeBase() time base} of the stream, {@link #NO_TIME} where the container tells none.
+ * A unit of a stream's compressed data as its container holds it; for video, one picture. Times are in units of the
+ * stream's {@linkplain MediaStream#timeBase() time base}, or {@link #NO_TIME} where the container states none.
  * Immutable, for any thread.
  *
  * <pre>{@code
@@ -16,7 +16,7 @@ import kiv.media.ffmpeg.natives.PacketFlags;
  */
 public final class Packet {
 
-    /** Stands for a time that is not known. */
+    /** Stands for an unknown time. */
     public static final long NO_TIME = Long.MIN_VALUE;
 
     private static final long NO_POSITION = -1;
@@ -42,12 +42,12 @@ public final class Packet {
     }
 
     /**
-     * Makes a packet of bytes that did not come from a {@link MediaReader}.
+     * Creates a packet that no {@link MediaReader} read.
      *
      * @param bytes the compressed data, copied
-     * @param streamIndex the index of the stream that it belongs to, at least 0
-     * @param presentationTime when it is shown, or {@link #NO_TIME}
-     * @param decodingTime when it is decoded, or {@link #NO_TIME}
+     * @param streamIndex the index of its stream, at least 0
+     * @param presentationTime its presentation time, or {@link #NO_TIME}
+     * @param decodingTime its decoding time, or {@link #NO_TIME}
      * @param key whether decoding can start with it
      * @return the packet
      * @throws IllegalArgumentException when the index is negative
@@ -60,12 +60,12 @@ public final class Packet {
         return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, NO_POSITION);
     }
 
-    /** A packet of an encoder: its bytes are not copied, and decoding can start with it. */
+    /** Creates a packet of an encoder without copying its bytes. Decoding can start with it. */
     static Packet ofEncoder(byte[] bytes, long time, long duration) {
         return new Packet(bytes, 0, time, time, duration, true, NO_POSITION);
     }
 
-    /** Takes over what the native reader filled. */
+    /** Creates a packet of the native reader without copying its bytes. */
     static Packet ofNative(byte[] bytes, long[] fields) {
         return new Packet(bytes, (int) fields[PacketFields.STREAM], fields[PacketFields.PRESENTATION_TIME],
                 fields[PacketFields.DECODING_TIME], fields[PacketFields.DURATION],
@@ -77,17 +77,17 @@ public final class Packet {
         return streamIndex;
     }
 
-    /** {@return when it is shown, in units of the stream's time base, or {@link #NO_TIME}} */
+    /** {@return its presentation time in units of the stream's time base, or {@link #NO_TIME}} */
     public long presentationTime() {
         return presentationTime;
     }
 
-    /** {@return when it is decoded, in units of the stream's time base, or {@link #NO_TIME}} */
+    /** {@return its decoding time in units of the stream's time base, or {@link #NO_TIME}} */
     public long decodingTime() {
         return decodingTime;
     }
 
-    /** {@return how long it lasts, in units of the stream's time base; 0 when unknown} */
+    /** {@return its duration in units of the stream's time base; 0 when unknown} */
     public long duration() {
         return duration;
     }
@@ -97,7 +97,7 @@ public final class Packet {
         return key;
     }
 
-    /** {@return where it begins in the container, in bytes, or -1 when unknown} */
+    /** {@return its position in the container in bytes; -1 when unknown} */
     public long position() {
         return position;
     }
@@ -108,21 +108,21 @@ public final class Packet {
     }
 
     /**
-     * The compressed data. Where the colours of a palette change, the new ones come behind it, in the form in which
-     * FFmpeg's decoders look for them.
+     * Returns the compressed data. Where a palette changes, the new palette follows the data, in the form that FFmpeg's
+     * decoders expect.
      *
-     * @return a read-only view, without a copy
+     * @return a read-only view
      */
     public ByteBuffer data() {
         return ByteBuffer.wrap(bytes).asReadOnlyBuffer();
     }
 
-    /** The array itself, for the native calls, which only read it. */
+    /** The array itself, which native calls only read. */
     byte[] bytes() {
         return bytes;
     }
 
-    /** The same packet without its bytes, for those who need its times longer than its data. */
+    /** The same packet without its bytes, for callers that keep its times only. */
     Packet withoutData() {
         return new Packet(EMPTY, streamIndex, presentationTime, decodingTime, duration, key, position);
     }

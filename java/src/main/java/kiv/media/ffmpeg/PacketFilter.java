@@ -3,9 +3,9 @@ package kiv.media.ffmpeg;
 import java.util.Objects;
 
 /**
- * Which packets a decoder takes: those of its stream, or all when it does not know of one.
+ * Selects the packets of a decoder's stream.
  *
- * @param stream the stream, or null
+ * @param stream the stream, or null to accept all packets
  */
 record PacketFilter(MediaStream stream) {
 
@@ -14,7 +14,7 @@ record PacketFilter(MediaStream stream) {
         return stream == null || packet.streamIndex() == stream.index();
     }
 
-    /** @throws IllegalArgumentException when the packet is of another stream */
+    /** @throws IllegalArgumentException when the packet belongs to another stream */
     void check(Packet packet) {
         if (!accepts(packet)) {
             throw new IllegalArgumentException(packet + " is not of the decoder's stream " + stream.index());
@@ -22,9 +22,9 @@ record PacketFilter(MediaStream stream) {
     }
 
     /**
-     * The reader's packets are all lost to everybody else, so it had better be the right one.
+     * Checks that the reader has the stream. A decoder that pulls from a reader consumes all its packets.
      *
-     * @throws IllegalArgumentException when the stream is not one of the reader's
+     * @throws IllegalArgumentException when the stream is unknown or belongs to another reader
      */
     void check(MediaReader reader) {
         Objects.requireNonNull(reader, "reader");

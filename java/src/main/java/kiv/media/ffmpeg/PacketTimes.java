@@ -3,18 +3,18 @@ package kiv.media.ffmpeg;
 import java.util.Arrays;
 
 /**
- * Finds the times of the packet that a picture was made of, and from them the picture's.
+ * Computes the times of a picture from the times of its packet.
  *
- * <p>A native call carries a 64-bit time in two words of which a negative low one spoils the high one, so times do not
- * go through it: each packet gets a small key in their place, and the picture comes back with its packet's key.
+ * <p>A native call passes a 64-bit time in two words, and a negative low word overwrites the high one. So each packet
+ * passes a small key instead of its time, and the picture returns with the key of its packet.
  */
 final class PacketTimes {
 
-    /** Far more packets than any decoder delays a picture by. */
+    /** More packets than any decoder delays a picture by. */
     private static final int SLOTS = 1024;
     private static final int KEY_LIMIT = 1 << 30;
 
-    /** Times of a picture. */
+    /** The times of a picture. */
     record Times(long timestamp, long duration) {
     }
 
@@ -31,7 +31,7 @@ final class PacketTimes {
         forget();
     }
 
-    /** Notes a packet and gives its key. */
+    /** Stores a packet's times and returns its key. */
     int remember(Packet packet) {
         int key = nextKey;
         nextKey = key + 1 == KEY_LIMIT ? 0 : key + 1;
@@ -41,13 +41,13 @@ final class PacketTimes {
     }
 
     /**
-     * Tells the times of a picture.
+     * Computes the times of a picture.
      *
-     * <p>Containers such as AVI tell no presentation times, or wrong ones, but decoding times that come at the same
-     * pace as the pictures do. Whichever of the two has so far stepped back less often is believed.
+     * <p>Containers such as AVI state no presentation times, or wrong ones, but decoding times at the rate of the
+     * pictures. Of the two kinds of times, the one that has decreased less often so far is used.
      *
-     * @param key what the picture came with; any value
-     * @param fed the packet whose decoding gave the picture
+     * @param key the key that the picture returned with; any value
+     * @param fed the packet whose decoding delivered the picture
      */
     Times of(long key, Packet fed) {
         Packet own = find(key);
@@ -70,7 +70,7 @@ final class PacketTimes {
         return new Times(believePresentation ? presentation : decoding, own == null ? 0 : own.duration());
     }
 
-    /** Forgets the packets, for a jump in the stream. */
+    /** Drops all packets, for a jump in the stream. */
     void forget() {
         Arrays.fill(keys, -1);
         Arrays.fill(packets, null);

@@ -4,7 +4,7 @@ import java.io.IOException;
 import javax.sound.sampled.AudioFormat;
 import javax.sound.sampled.AudioInputStream;
 
-/** Gives decoded sound to JavaSound, and refuses to be read when it is closed, also at its end. */
+/** Decoded sound for JavaSound. After the close every read throws, also at the end, where the superclass returns -1. */
 final class PcmAudioInputStream extends AudioInputStream {
 
     private final PcmInputStream sound;

@@ -11,7 +11,7 @@ import java.util.function.Supplier;
 import kiv.media.ffmpeg.natives.ConverterPlace;
 
 /**
- * A decoded picture in its decoder's own pixel format. It does not change and is independent of its decoder; any thread
+ * A decoded picture in its decoder's own pixel format. It is immutable and does not depend on its decoder. Any thread
  * may use it.
  *
  * <pre>{@code
@@ -20,10 +20,10 @@ import kiv.media.ffmpeg.natives.ConverterPlace;
  * }
  * }</pre>
  *
- * <p>Methods that copy or convert throw a {@link MediaException} when there is no memory for it.
+ * <p>Methods that copy or convert throw a {@link MediaException} when there is no memory left.
  *
- * <p>A picture may be forgotten like any other object. To {@linkplain #close() close} it is better where there are many:
- * its memory is outside of the Java heap and can then be used for the next picture at once.
+ * <p>The garbage collector frees a picture that is not closed. A program with many pictures should {@linkplain #close()
+ * close} them: their memory is outside of the Java heap, and the next picture can then use it at once.
  */
 public final class Picture implements AutoCloseable {
 
@@ -41,10 +41,10 @@ public final class Picture implements AutoCloseable {
     private PictureMemory memory;
 
     /**
-     * What is known of a picture beside its pixels.
+     * The properties of a picture beside its pixels.
      *
      * @param pixelShape width of a pixel divided by its height
-     * @param colorSpace FFmpeg's number of the matrix by which YUV becomes RGB
+     * @param colorSpace FFmpeg's number of the matrix that converts YUV into RGB
      */
     record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
             boolean topFieldFirst, boolean fullRange, Rational pixelShape, int colorSpace) {
@@ -55,11 +55,11 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Takes over one hold on the memory.
+     * Becomes one user of the memory, which it releases when it is closed.
      *
-     * @param offsets where the planes begin in the memory, in bytes
+     * @param offsets where the planes start in the memory, in bytes
      * @param lineSizes bytes from one row to the next
-     * @throws DecodeException when the planes are not within the memory, which is then let go
+     * @throws DecodeException when the planes are not within the memory; the memory is then released
      */
     Picture(PictureMemory memory, PixelFormat format, int width, int height, int[] offsets, int[] lineSizes,
             Details details) {
@@ -103,49 +103,52 @@ public final class Picture implements AutoCloseable {
         return format;
     }
 
-    /** {@return when it is shown, in the stream's time base, or {@link Packet#NO_TIME} when that is unknown} */
+    /** {@return its presentation time in units of the stream's time base, or {@link Packet#NO_TIME} when unknown} */
     public long timestamp() {
         return details.times.timestamp();
     }
 
-    /** {@return how long its packet lasts, in units of the stream's time base; 0 when unknown} */
+    /** {@return the duration of its packet in units of the stream's time base; 0 when unknown} */
     public long duration() {
         return details.times.duration();
     }
 
-    /** {@return when it is shown, from the container's zero; empty when unknown or beyond what a duration can hold} */
+    /**
+     * {@return its presentation time on the container's time line; empty when unknown or beyond the range of a
+     * duration}
+     */
     public Optional<Duration> time() {
         return details.timeBase.time(timestamp());
     }
 
-    /** {@return whether it was decoded without the help of other pictures} */
+    /** {@return whether it was decoded without reference to other pictures} */
     public boolean isKey() {
         return details.keyFrame;
     }
 
-    /** {@return whether its even and odd rows were taken one after the other} */
+    /** {@return whether its even and odd rows are two fields, recorded one after the other} */
     public boolean isInterlaced() {
         return details.interlaced;
     }
 
-    /** {@return whether it is interlaced and its even rows, the first one's, were taken before the odd ones} */
+    /** {@return whether it is interlaced and the field with the first row was recorded first} */
     public boolean isTopFieldFirst() {
         return details.topFieldFirst;
     }
 
-    /** {@return whether brightness and colour use all values of a byte, and not only those of television} */
+    /** {@return whether luma and chroma use the full range of values instead of the limited range of television} */
     public boolean isFullRange() {
         return details.fullRange;
     }
 
-    /** {@return width of a pixel divided by its height; unknown for most files, which means square} */
+    /** {@return width of a pixel divided by its height; unknown for most files, whose pixels are square} */
     public Rational pixelShape() {
         return details.pixelShape;
     }
 
     /**
-     * A view of a plane, in the byte order of the format, so that values of more than a byte can be read as they are. It
-     * must not be used after {@link #close()}: the memory may be another picture's then.
+     * Returns a view of a plane. It has the byte order of the format, so that values of more than one byte can be read
+     * directly. It must not be used after {@link #close()}, when another picture may use the memory.
      *
      * @param index 0 to {@link PixelFormat#planes()} - 1
      * @return the plane
@@ -160,39 +163,39 @@ public final class Picture implements AutoCloseable {
         return plane(memory(), index);
     }
 
-    private Plane plane(PictureMemory held, int index) {
+    private Plane plane(PictureMemory shared, int index) {
         int rows = format.rows(index, height);
         int rowBytes = format.rowBytes(index, width);
-        // The last row's padding need not exist.
-        ByteBuffer bytes = held.buffer().slice(offsets[index], lineSizes[index] * (rows - 1) + rowBytes);
+        // The last row may have no padding.
+        ByteBuffer bytes = shared.buffer().slice(offsets[index], lineSizes[index] * (rows - 1) + rowBytes);
         return new Plane(bytes.order(format.isBigEndian() ? ByteOrder.BIG_ENDIAN : ByteOrder.LITTLE_ENDIAN),
                 lineSizes[index], rowBytes, rows);
     }
 
     /**
-     * The palette of a picture whose {@linkplain PixelFormat#hasPalette() format has one}.
+     * Returns the palette of a picture whose {@linkplain PixelFormat#hasPalette() format has one}.
      *
      * @return 256 colours as {@code 0xAARRGGBB}
-     * @throws UnsupportedOperationException when it has none
+     * @throws UnsupportedOperationException when the format has none
      * @throws MediaStateException when the picture is closed
      */
     public int[] palette() {
         if (!format.hasPalette()) {
             throw new UnsupportedOperationException("a " + format + " picture has no palette");
         }
-        PictureMemory held = hold();
+        PictureMemory shared = share();
         try {
             int[] palette = new int[PALETTE_ENTRIES];
-            held.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES).order(ByteOrder.nativeOrder())
+            shared.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES).order(ByteOrder.nativeOrder())
                     .asIntBuffer().get(palette);
             return palette;
         } finally {
-            held.release();
+            shared.release();
         }
     }
 
     /**
-     * All planes one behind the other, without padding, and the palette if there is one.
+     * Copies all planes without padding, one after the other, and then the palette if there is one.
      *
      * @return a new array
      * @throws MediaStateException when the picture is closed
@@ -204,22 +207,22 @@ public final class Picture implements AutoCloseable {
         }
         int length = Math.toIntExact(size);
         ByteBuffer bytes = allocated(() -> ByteBuffer.allocate(length), width, height);
-        PictureMemory held = hold();
+        PictureMemory shared = share();
         try {
             for (int plane = 0; plane < format.planes(); plane++) {
-                plane(held, plane).putInto(bytes);
+                plane(shared, plane).putInto(bytes);
             }
             if (format.hasPalette()) {
-                bytes.put(held.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES));
+                bytes.put(shared.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES));
             }
             return bytes.array();
         } finally {
-            held.release();
+            shared.release();
         }
     }
 
     /**
-     * The pixels as {@code 0xAARRGGBB}, row by row without padding.
+     * Converts the pixels to {@code 0xAARRGGBB}, row by row without padding.
      *
      * @return a new array of width times height elements
      * @throws MediaStateException when the picture is closed
@@ -231,21 +234,21 @@ public final class Picture implements AutoCloseable {
     }
 
     private void readArgb(int wantedWidth, int wantedHeight, int[] pixels) {
-        PictureMemory held = hold();
+        PictureMemory shared = share();
         try {
-            ConverterPool.convert(held, place(),
+            ConverterPool.convert(shared, place(),
                     place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[1],
                             new int[] {wantedWidth * Integer.BYTES}), pixels);
         } finally {
-            held.release();
+            shared.release();
         }
     }
 
     /**
-     * An image of the picture.
+     * Converts the picture into an image.
      *
-     * @return a new image of {@link BufferedImage#TYPE_INT_RGB}, or {@link BufferedImage#TYPE_INT_ARGB} when pixels can be
-     *     transparent
+     * @return a new image of type {@link BufferedImage#TYPE_INT_RGB}, or {@link BufferedImage#TYPE_INT_ARGB} when the
+     *     format has alpha
      * @throws MediaStateException when the picture is closed
      */
     public BufferedImage toBufferedImage() {
@@ -253,12 +256,12 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * An image of the picture in another size.
+     * Converts the picture into an image of another size.
      *
      * @param wantedWidth 1 to 32768 pixels
      * @param wantedHeight 1 to 32768 pixels
-     * @return a new image as {@link #toBufferedImage()} gives it
-     * @throws IllegalArgumentException when it cannot have that size
+     * @return a new image of the same type as {@link #toBufferedImage()}
+     * @throws IllegalArgumentException when a picture cannot have that size
      * @throws MediaStateException when the picture is closed
      */
     public BufferedImage toBufferedImage(int wantedWidth, int wantedHeight) {
@@ -270,10 +273,10 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * The same picture with other pixels.
+     * Converts the picture into another pixel format.
      *
-     * @param wanted their format
-     * @return a new picture in memory of its own
+     * @param wanted the pixel format
+     * @return a new picture with its own memory
      * @throws UnsupportedOperationException when the formats cannot be converted
      * @throws MediaStateException when the picture is closed
      */
@@ -282,13 +285,13 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * The same picture with other pixels and in another size, which is scaled to by cubic curves.
+     * Converts the picture into another pixel format and scales it with bicubic interpolation.
      *
-     * @param wanted the format of the pixels
+     * @param wanted the pixel format
      * @param wantedWidth 1 to 32768 pixels
      * @param wantedHeight 1 to 32768 pixels
-     * @return a new picture in memory of its own
-     * @throws IllegalArgumentException when it cannot have that size
+     * @return a new picture with its own memory
+     * @throws IllegalArgumentException when a picture cannot have that size
      * @throws UnsupportedOperationException when the formats cannot be converted
      * @throws MediaStateException when the picture is closed
      */
@@ -312,25 +315,26 @@ public final class Picture implements AutoCloseable {
                     + "; ask for a smaller size");
         }
         PictureMemory to;
-        PictureMemory held = hold();
+        PictureMemory shared = share();
         try {
-            to = held.another((int) size);
+            to = shared.another((int) size);
             try {
-                ConverterPool.convert(held, place(), to.buffer(),
+                ConverterPool.convert(shared, place(), to.buffer(),
                         place(wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes));
             } catch (Throwable e) {
                 to.release();
                 throw e;
             }
         } finally {
-            held.release();
+            shared.release();
         }
-        // Between kinds of YUV values stay what they are, but for the formats that are full by definition.
+        // Conversions between YUV formats keep the range of values, except for formats that are full range by
+        // definition.
         boolean full = wanted.isFullRange() || details.fullRange && !wanted.isRgb() && !format.isFullRange();
         return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes, details.withFullRange(full));
     }
 
-    /** What the heap has no room for is the caller's wish, and nothing else suffers from it. */
+    /** Reports a lack of heap as an exception. Only the caller's large request has failed, not the process. */
     private static <T> T allocated(Supplier<T> memory, int width, int height) {
         try {
             return memory.get();
@@ -366,9 +370,9 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Lets the memory go, so that another picture can have it; does nothing the second time. Calls that other threads are
-     * in the middle of end well. Images, arrays and pictures
-     * made of this one stay; its planes must not be looked at any more.
+     * Releases the memory, so that another picture can use it. A second call does nothing. Calls of other threads that
+     * are running complete. Images, arrays and pictures that were made of this one stay usable. Its planes must not be
+     * read any more.
      */
     @Override
     public void close() {
@@ -389,9 +393,9 @@ public final class Picture implements AutoCloseable {
         return memory;
     }
 
-    /** The memory, which nobody else gets before it is released. */
-    private synchronized PictureMemory hold() {
-        memory().hold();
+    /** Becomes another user of the memory, which releases it. */
+    private synchronized PictureMemory share() {
+        memory().share();
         return memory;
     }
 

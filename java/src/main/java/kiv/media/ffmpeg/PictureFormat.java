@@ -4,8 +4,8 @@ import java.util.Optional;
 import kiv.media.ffmpeg.natives.ColorModelLayout;
 
 /**
- * The formats in which {@link c_multimediaapi_ffmpeg} can give pictures in arrays. A picture that the decoder makes in
- * another format, or in another size than the stream's, is converted by libswscale.
+ * The formats in which {@link c_multimediaapi_ffmpeg} delivers pictures in arrays. libswscale converts pictures that
+ * the decoder produces in another format, or in another size than the stream's.
  *
  * <pre>{@code
  * int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
@@ -23,17 +23,17 @@ public enum PictureFormat {
     /** Packed YUV 4:2:2, bytes in the order U Y0 V Y1. */
     UYVY(fourcc("UYVY"), 16, 1, Short.BYTES, 0, 0, 0, 0),
     /**
-     * RGB in one byte: three bits red, three green, two blue. FFmpeg keeps a palette beside it, for which an array
-     * has no place, so decoders refuse it.
+     * RGB in one byte: three bits red, three green, two blue. FFmpeg adds a palette, for which an array has no room, so
+     * decoders refuse it.
      */
     RGB8(0, 8, 1, Byte.BYTES, 0xE0, 0x1C, 0x03, 0),
-    /** RGB with five bits each in two bytes, the high byte first. */
+    /** RGB with five bits each in two bytes, big-endian. */
     RGB15(0, 15, 1, Short.BYTES, 0x7C00, 0x03E0, 0x001F, 0),
-    /** RGB with five, six and five bits in two bytes, the high byte first. */
+    /** RGB with five, six and five bits in two bytes, big-endian. */
     RGB16(0, 16, 1, Short.BYTES, 0xF800, 0x07E0, 0x001F, 0),
     /** RGB in three bytes: red, green, blue. No Java array has elements of that size, so decoders refuse it. */
     RGB24(0, 24, 1, 3, 0xFF0000, 0x00FF00, 0x0000FF, 0),
-    /** RGB in an {@code int} of the form {@code 0xAARRGGBB}, as {@code BufferedImage} has it. */
+    /** RGB in an {@code int} of the form {@code 0xAARRGGBB}, like that of a {@code BufferedImage}. */
     RGB32(0, 32, 1, Integer.BYTES, 0xFF0000, 0x00FF00, 0x0000FF, 0xFF000000);
 
     private final int fourcc;
@@ -62,7 +62,7 @@ public enum PictureFormat {
         return fourcc;
     }
 
-    /** {@return bits that a pixel takes on average} */
+    /** {@return bits of a pixel on average} */
     public int bitsPerPixel() {
         return bitsPerPixel;
     }
@@ -92,17 +92,17 @@ public enum PictureFormat {
         return alphaMask;
     }
 
-    /** {@return whether a pixel is a red, a green and a blue value} */
+    /** {@return whether a pixel consists of red, green and blue} */
     public boolean isRgb() {
         return fourcc == 0;
     }
 
-    /** Bytes in an element of the array that holds a picture: 1, 2 or 4, and 3 where no array fits. */
+    /** Bytes in an element of a picture's array: 1, 2 or 4; 3 where no array fits. */
     int elementSize() {
         return elementSize;
     }
 
-    /** The colour model as the native side reads it. */
+    /** The colour model laid out as {@link ColorModelLayout}. */
     int[] toColorModel() {
         int[] model = new int[ColorModelLayout.SIZE];
         model[ColorModelLayout.FOURCC] = fourcc;
@@ -119,7 +119,7 @@ public enum PictureFormat {
      * Finds the format that a layout of the library describes.
      *
      * @param fourcc its four-character code, 0 for RGB
-     * @param bitsPerPixel its bits per pixel, which only RGB formats are told apart by
+     * @param bitsPerPixel its bits per pixel; ignored for YUV
      * @return the format, or empty when there is none
      */
     public static Optional<PictureFormat> of(int fourcc, int bitsPerPixel) {

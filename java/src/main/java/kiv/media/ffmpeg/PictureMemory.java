@@ -3,43 +3,43 @@ package kiv.media.ffmpeg;
 import java.nio.ByteBuffer;
 
 /**
- * The memory of one picture, outside of the Java heap. The decoder and the picture may both hold it; when neither does any
- * more it goes back to its pool. A picture that nobody closes keeps it, and then the garbage collector frees it.
+ * The memory of one picture, outside of the Java heap. The decoder and pictures may share it. When the last user
+ * releases it, it returns to its pool. With a picture that is never closed, the garbage collector frees it instead.
  */
 final class PictureMemory {
 
     private final PictureMemoryPool pool;
     private final ByteBuffer buffer;
-    private int holders = 1;
+    private int users = 1;
 
-    /** Memory with one holder, which calls {@link #release} once. */
+    /** Memory with one user, the caller. */
     PictureMemory(PictureMemoryPool pool, ByteBuffer buffer) {
         this.pool = pool;
         this.buffer = buffer;
     }
 
-    /** Memory for another picture, with one holder as well. */
+    /** Memory of the same pool for another picture, with one user, the caller. */
     PictureMemory another(int size) {
         return pool.take(size);
     }
 
-    /** All of it, from the start of the allocation, whatever position and limit say. */
+    /** The whole memory. Position and limit have no meaning. */
     ByteBuffer buffer() {
         return buffer;
     }
 
-    /** One more holder. */
-    synchronized void hold() {
-        holders++;
+    /** Adds a user. */
+    synchronized void share() {
+        users++;
     }
 
-    /** One holder less. */
+    /** Removes a user. Each user calls this once. */
     void release() {
         synchronized (this) {
-            if (--holders != 0) {
+            if (--users != 0) {
                 return;
             }
         }
-        pool.takeBack(buffer);
+        pool.recycle(buffer);
     }
 }

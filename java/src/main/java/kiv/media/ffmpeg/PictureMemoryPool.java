@@ -10,12 +10,12 @@ import kiv.media.ffmpeg.natives.BufferRequest;
 import kiv.media.ffmpeg.natives.BufferSlots;
 
 /**
- * Memory for the pictures of one decoder and for what they are converted into, used again when it comes back: fresh memory
- * is cleared first, which costs as much as decoding some pictures does. Any thread may use it.
+ * Provides the memory for the pictures of one decoder and for their conversions. It reuses released memory, because the
+ * virtual machine clears new memory, which takes about as long as decoding a small picture. Any thread may use it.
  */
 final class PictureMemoryPool implements VideoBuffers {
 
-    /** As many as a program that closes its pictures has in use at a time, about. */
+    /** About as many as a program that closes its pictures uses at a time. */
     private static final int LARGEST = 8;
 
     private final Deque<ByteBuffer> spare = new ArrayDeque<>();
@@ -23,13 +23,13 @@ final class PictureMemoryPool implements VideoBuffers {
 
     private boolean closed;
 
-    /** Memory with the caller as its holder. */
+    /** Memory with one user, the caller. */
     PictureMemory take(int size) {
         ByteBuffer buffer = spare(size);
         return new PictureMemory(this, buffer != null ? buffer : fresh(size));
     }
 
-    /** What was used last is likeliest to be in the processor's cache. */
+    /** Prefers the memory that was released last, which is most likely in the processor's cache. */
     private synchronized ByteBuffer spare(int size) {
         for (Iterator<ByteBuffer> buffers = spare.iterator(); buffers.hasNext();) {
             ByteBuffer buffer = buffers.next();
@@ -50,13 +50,13 @@ final class PictureMemoryPool implements VideoBuffers {
         }
     }
 
-    synchronized void takeBack(ByteBuffer buffer) {
+    synchronized void recycle(ByteBuffer buffer) {
         if (closed) {
             return;
         }
         spare.push(buffer);
         if (spare.size() > LARGEST) {
-            // A size that is not asked for any more gets here.
+            // The oldest one has a size that nobody requests any more.
             spare.removeLast();
         }
     }
@@ -69,7 +69,7 @@ final class PictureMemoryPool implements VideoBuffers {
         return true;
     }
 
-    /** Often called before the picture that was made of the memory is known to Java: {@link #settle} lets it go. */
+    /** Often called before Java has the picture in this memory, so {@link #releaseFreed} releases it later. */
     @Override
     public synchronized void free(Object[] slots) {
         if (!closed) {
@@ -77,8 +77,8 @@ final class PictureMemoryPool implements VideoBuffers {
         }
     }
 
-    /** After a native call, when its pictures hold their memory: lets go of what the library has given back. */
-    void settle() {
+    /** Releases what the library has freed. Called after a native call, when its pictures are users of their memory. */
+    void releaseFreed() {
         List<PictureMemory> unused;
         synchronized (this) {
             unused = List.copyOf(freed);
@@ -87,7 +87,7 @@ final class PictureMemoryPool implements VideoBuffers {
         unused.forEach(PictureMemory::release);
     }
 
-    /** Keeps nothing from now on: a picture that stays open must hold no memory but its own. */
+    /** Drops all spare memory and keeps none from now on, so that open pictures keep no memory but their own. */
     synchronized void close() {
         closed = true;
         spare.clear();

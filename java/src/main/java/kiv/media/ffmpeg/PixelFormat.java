@@ -14,10 +14,10 @@ import kiv.media.ffmpeg.natives.PixelFormatFlags;
 import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 
 /**
- * How the pixels of a {@link Picture} are stored: FFmpeg's formats, under FFmpeg's names, such as {@code yuv420p} (a plane
- * of brightness and two smaller ones of colour), {@code bgra} (four bytes a pixel) or {@code pal8} (one byte that stands
- * for an entry of the picture's palette). There is one object for each format of the loaded library. Immutable, for any
- * thread.
+ * The layout of a {@link Picture}'s pixels in memory. The formats and their names are FFmpeg's, such as {@code yuv420p}
+ * (one luma plane and two smaller chroma planes), {@code bgra} (four bytes per pixel) or {@code pal8} (one byte per
+ * pixel, an index into the picture's palette). There is one object for each format of the loaded library. Immutable,
+ * for any thread.
  *
  * <pre>{@code
  * byte[] rgb = picture.convert(PixelFormat.named("rgb24")).toBytes();
@@ -25,12 +25,12 @@ import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
  */
 public final class PixelFormat {
 
-    /** Above every number in use. */
+    /** Above the number of every format. */
     private static final int NUMBERS = 1024;
 
     private static final ConcurrentHashMap<Integer, Optional<PixelFormat>> FORMATS = new ConcurrentHashMap<>();
 
-    /** Null before it is asked for. */
+    /** Null before the first call of {@link #named}. */
     private static volatile Map<String, PixelFormat> byName;
 
     private final int number;
@@ -43,13 +43,13 @@ public final class PixelFormat {
         this.description = description;
     }
 
-    /** The format of FFmpeg's number, if there is one and its pixels are in memory. */
+    /** The format of FFmpeg's number; empty for formats of hardware, whose pixels are not in memory. */
     static Optional<PixelFormat> of(int number) {
         Optional<PixelFormat> known = FORMATS.get(number);
         if (known != null) {
             return known;
         }
-        // Loading the library logs, which runs code of others: no lock is held.
+        // No lock is held: loading the library logs, and a logger runs foreign code.
         long context = FfmpegLibrary.context();
         int[] description = c_pictureconverter_ffmpeg.n_pixel_format(context, number);
         String name = c_pictureconverter_ffmpeg.n_pixel_format_name(context, number);
@@ -70,7 +70,7 @@ public final class PixelFormat {
      *
      * @param name FFmpeg's name
      * @return the format
-     * @throws IllegalArgumentException when the loaded library has none of this name
+     * @throws IllegalArgumentException when the loaded library has no format of this name
      * @throws LibraryException when the library cannot be loaded
      */
     public static PixelFormat named(String name) {
@@ -111,7 +111,7 @@ public final class PixelFormat {
         return depth;
     }
 
-    /** {@return number of planes, 1 to 4; a palette is none} */
+    /** {@return number of planes, 1 to 4, without the palette} */
     public int planes() {
         int planes = 0;
         for (int component = 0; component < description[PixelFormatFields.COMPONENTS]; component++) {
@@ -120,38 +120,38 @@ public final class PixelFormat {
         return planes;
     }
 
-    /** {@return whether the components are red, green and blue, also by way of a palette} */
+    /** {@return whether the components are red, green and blue, directly or through a palette} */
     public boolean isRgb() {
         return has(PixelFormatFlags.RGB | PixelFormatFlags.PALETTE);
     }
 
-    /** {@return whether pixels are entries of a palette} */
+    /** {@return whether pixels are indices into a palette} */
     public boolean hasPalette() {
         return has(PixelFormatFlags.PALETTE);
     }
 
-    /** Whether memory has room for a palette, as FFmpeg wants it behind some formats that make no use of it too. */
+    /** Whether FFmpeg needs room for a palette after the pixels, which it also does for some formats without one. */
     boolean reservesPalette() {
         return has(PixelFormatFlags.PALETTE | PixelFormatFlags.UNUSED_PALETTE);
     }
 
-    /** {@return whether pixels tell how opaque they are} */
+    /** {@return whether pixels have an alpha component} */
     public boolean hasAlpha() {
         return has(PixelFormatFlags.ALPHA);
     }
 
-    /** Whether brightness and colour use all values by definition. */
+    /** Whether luma and chroma use the full range of values by definition. */
     boolean isFullRange() {
         return name.startsWith("yuvj");
     }
 
-    /** {@return whether the high byte of larger values comes first} */
+    /** {@return whether values of more than one byte are big-endian} */
     public boolean isBigEndian() {
         return has(PixelFormatFlags.HIGH_BYTE_FIRST);
     }
 
     /**
-     * Bytes of a row that are picture.
+     * Bytes of a row without padding.
      *
      * @param plane 0 to {@link #planes()} - 1
      * @param width the picture's width in pixels
@@ -169,7 +169,7 @@ public final class PixelFormat {
     }
 
     /**
-     * Rows of a plane.
+     * Number of rows of a plane.
      *
      * @param plane 0 to {@link #planes()} - 1
      * @param height the picture's height in pixels

@@ -5,9 +5,9 @@ import java.nio.ByteOrder;
 import java.util.Objects;
 
 /**
- * One plane of a picture: row {@code y} begins at the byte {@code y * lineSize} and has {@code rowBytes} bytes; what
- * follows up to the next row is padding. The bytes are a picture's own memory, to be looked at only until that picture is
- * closed. Any thread may read them by index; position and limit belong to one thread at a time.
+ * One plane of a picture. Row {@code y} starts at byte {@code y * lineSize} and has {@code rowBytes} bytes; padding
+ * follows up to the next row. The bytes are a view of the picture's memory and must not be read after the picture is
+ * closed. Any thread may read them by index. Position and limit are for one thread at a time.
  *
  * <pre>{@code
  * Plane brightness = picture.plane(0);
@@ -16,10 +16,10 @@ import java.util.Objects;
  * }
  * }</pre>
  *
- * @param bytes the plane, read-only, from the first byte of its first row; of a picture's plane in the byte order of its
+ * @param bytes the plane, read-only, from the first byte of its first row; a picture's plane has the byte order of its
  *     {@linkplain PixelFormat#isBigEndian() format}
- * @param lineSize distance of two rows in bytes
- * @param rowBytes bytes of a row that are picture
+ * @param lineSize bytes from one row to the next
+ * @param rowBytes bytes of a row without padding
  * @param rows number of rows
  */
 public record Plane(ByteBuffer bytes, int lineSize, int rowBytes, int rows) {
@@ -27,9 +27,9 @@ public record Plane(ByteBuffer bytes, int lineSize, int rowBytes, int rows) {
     /**
      * Checks that the plane lies within its bytes.
      *
-     * @param bytes the plane, from the position to the limit; a read-only view of it in the same byte order is kept
-     * @param lineSize distance of two rows in bytes
-     * @param rowBytes bytes of a row that are picture
+     * @param bytes the plane, from the position to the limit; the record keeps a read-only view in the same byte order
+     * @param lineSize bytes from one row to the next
+     * @param rowBytes bytes of a row without padding
      * @param rows number of rows
      * @throws IllegalArgumentException when the rows are not within the bytes
      */
@@ -44,16 +44,16 @@ public record Plane(ByteBuffer bytes, int lineSize, int rowBytes, int rows) {
         bytes = bytes.slice().asReadOnlyBuffer().order(order);
     }
 
-    /** {@return the rows without padding, one after the other} */
+    /** {@return a copy of the rows without padding, one after the other} */
     public byte[] packed() {
         ByteBuffer packed = ByteBuffer.allocate(rowBytes * rows);
         putInto(packed);
         return packed.array();
     }
 
-    /** Puts the rows without padding. */
+    /** Copies the rows without padding. */
     void putInto(ByteBuffer to) {
-        // Whoever looked at the plane may have moved its limit.
+        // Readers of the plane may have moved its limit.
         ByteBuffer all = bytes.duplicate().clear();
         for (int row = 0; row < rows; row++) {
             to.put(all.slice(row * lineSize, rowBytes));

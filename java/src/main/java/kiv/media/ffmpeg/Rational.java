@@ -5,7 +5,7 @@ import java.time.Duration;
 import java.util.Optional;
 
 /**
- * A fraction, as containers tell rates and time units.
+ * A fraction, such as a rate or a unit of time.
  *
  * <pre>{@code
  * Rational tick = new Rational(1, 90_000); // seconds
@@ -13,14 +13,14 @@ import java.util.Optional;
  * double rate = stream.frameRate().toDouble();
  * }</pre>
  *
- * @param numerator above the line
- * @param denominator below the line; 0 when the value is unknown
+ * @param numerator the numerator
+ * @param denominator the denominator; 0 when the value is unknown
  */
 public record Rational(long numerator, long denominator) {
 
     private static final BigInteger NANOS = BigInteger.valueOf(1_000_000_000L);
 
-    /** {@return whether this says something: neither part is 0} */
+    /** {@return whether the value is known: neither part is 0} */
     public boolean isKnown() {
         return numerator != 0 && denominator != 0;
     }
@@ -31,12 +31,11 @@ public record Rational(long numerator, long denominator) {
     }
 
     /**
-     * Turns a count of units, this being the length of one in seconds, into a duration: exactly, but for a part below a
-     * nanosecond, which is cut off towards the past.
+     * Multiplies this unit of time, in seconds, by a number of units. The result is rounded down to nanoseconds.
      *
-     * @param units how many units
-     * @return their length
-     * @throws ArithmeticException when this is unknown or the result is beyond a duration
+     * @param units number of units
+     * @return their duration
+     * @throws ArithmeticException when this value is unknown or the result is beyond the range of a duration
      */
     public Duration times(long units) {
         if (!isKnown()) {
@@ -57,7 +56,7 @@ public record Rational(long numerator, long denominator) {
         return Duration.ofSeconds(split[0].longValue(), split[1].longValue());
     }
 
-    /** A time in units of this from the zero of a container, where both are known and a duration can hold it. */
+    /** A time in these units as a duration; empty when either is unknown or the result is beyond its range. */
     Optional<Duration> time(long units) {
         if (units == Packet.NO_TIME || !isKnown()) {
             return Optional.empty();
@@ -65,7 +64,7 @@ public record Rational(long numerator, long denominator) {
         try {
             return Optional.of(times(units));
         } catch (ArithmeticException e) {
-            // Damaged files tell such times.
+            // Damaged files contain such times.
             return Optional.empty();
         }
     }

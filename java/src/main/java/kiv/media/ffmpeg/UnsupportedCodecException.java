@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg;
 
-/** There is no decoder for a stream, or none for the wanted pictures, or no encoder for a format. */
+/** The library has no decoder for a stream, or no encoder for a format. */
 public class UnsupportedCodecException extends MediaException {
 
     private static final long serialVersionUID = 1L;
@@ -8,16 +8,16 @@ public class UnsupportedCodecException extends MediaException {
     /**
      * Creates an exception.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      */
     public UnsupportedCodecException(String message) {
         super(message);
     }
 
     /**
-     * Creates an exception that another one caused.
+     * Creates an exception with a cause.
      *
-     * @param message what went wrong and what to do
+     * @param message what failed, and what to do about it
      * @param cause the cause
      */
     public UnsupportedCodecException(String message, Throwable cause) {

@@ -5,9 +5,9 @@ import kiv.media.ffmpeg.natives.BufferSlots;
 import kiv.media.ffmpeg.natives.PictureLayout;
 
 /**
- * Supplies the arrays into which a video decoder writes its pictures, for users of {@link c_multimediaapi_ffmpeg}: the
- * object passed to {@code n_create_vcodec_to_raw} is asked when it implements this interface. The methods are called
- * on the thread that is inside a native of the codec, and must not call the codec themselves.
+ * Provides the arrays into which a video decoder writes its pictures, for users of {@link c_multimediaapi_ffmpeg}. The
+ * library calls the object passed to {@code n_create_vcodec_to_raw} if it implements this interface. It calls on the
+ * thread that is inside a native of the codec. The methods must not call the codec.
  *
  * <pre>{@code
  * VideoBuffers buffers = new VideoBuffers() {
@@ -25,20 +25,20 @@ public interface VideoBuffers {
 
     /**
      * Provides the array for one picture. Its type follows from the picture format: {@code byte[]} for planar YUV and
-     * 8-bit RGB, {@code short[]} for YUY2, UYVY and 15 or 16 bits, {@code int[]} for 32 bits. What this throws ends the
+     * 8-bit RGB, {@code short[]} for YUY2, UYVY and 15 or 16 bits, {@code int[]} for 32 bits. An exception ends the
      * decoding call and reaches its caller.
      *
      * @param layout the picture, laid out as {@link PictureLayout}
-     * @param buffer what the array must be able to hold, laid out as {@link BufferRequest}
+     * @param buffer the required size, laid out as {@link BufferRequest}
      * @param slots the elements to fill, laid out as {@link BufferSlots}
-     * @return whether the array was provided; false fails the packet
+     * @return whether there is an array; false fails the packet
      */
     boolean allocate(int[] layout, int[] buffer, Object[] slots);
 
     /**
-     * Takes back an array whose picture was never handed out; a picture that was handed out belongs to its receiver.
+     * Receives an array whose picture was never delivered. The array of a delivered picture belongs to its receiver.
      *
-     * @param slots what {@link #allocate} filled
+     * @param slots the elements that {@link #allocate} filled
      */
     void free(Object[] slots);
 }

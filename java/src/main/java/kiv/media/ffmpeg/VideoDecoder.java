@@ -26,10 +26,10 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  * }
  * }</pre>
  *
- * <p>Pictures come in the decoder's own pixel format, without any loss; {@link Picture} converts them.
+ * <p>The pictures have the decoder's own pixel format and lose nothing. {@link Picture} converts them.
  *
  * <p>A decoder may move from thread to thread, but two threads must not call it at the same time: the second one gets a
- * {@link MediaStateException}, as does every use after {@link #close()}. Different decoders work in parallel.
+ * {@link MediaStateException}. So does each call after {@link #close()}. Different decoders work in parallel.
  */
 public final class VideoDecoder implements AutoCloseable {
 
@@ -56,11 +56,11 @@ public final class VideoDecoder implements AutoCloseable {
     /**
      * Opens a decoder.
      *
-     * @param stream a stream of pictures
+     * @param stream a video stream
      * @return the decoder, to be closed
-     * @throws UnsupportedCodecException when its video cannot be decoded
-     * @throws MediaFormatException when the size of its pictures is not known
-     * @throws IllegalArgumentException when the stream is not one of pictures
+     * @throws UnsupportedCodecException when the library has no decoder for the stream
+     * @throws MediaFormatException when the size of the pictures is unknown
+     * @throws IllegalArgumentException when the stream is not a video stream
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
@@ -68,11 +68,11 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Opens a decoder for video that does not come from a {@link MediaReader}.
+     * Opens a decoder for packets that no {@link MediaReader} reads.
      *
      * @param format the compressed video
      * @return the decoder, to be closed
-     * @throws UnsupportedCodecException when the video cannot be decoded
+     * @throws UnsupportedCodecException when the library has no decoder for the format
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format) {
@@ -91,7 +91,7 @@ public final class VideoDecoder implements AutoCloseable {
         }
         VideoDecoder decoder = new VideoDecoder(address, pool, format, stream);
         try {
-            // A container's packet is a whole picture; told so, no decoder delays it to look for the picture's end.
+            // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.NATIVE_FORMAT, 1);
             if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
@@ -111,23 +111,23 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Whether a packet is of this decoder's stream.
+     * Checks whether a packet belongs to this decoder's stream.
      *
-     * @param packet any packet of the reader that the stream is from
-     * @return whether {@link #decode} takes it
+     * @param packet any packet of the stream's reader
+     * @return whether {@link #decode} accepts it
      */
     public boolean accepts(Packet packet) {
         return filter.accepts(packet);
     }
 
     /**
-     * Decodes a packet. Pictures come in the order in which they are shown, which may be some packets later than the
-     * packet that they are made of.
+     * Decodes a packet. The decoder delivers pictures in the order in which they are shown, so a picture may come some
+     * packets later than its own packet.
      *
      * @param packet the stream's next packet
-     * @return the pictures that are ready, often exactly one; each belongs to the caller
-     * @throws DecodeException when the packet is damaged; pictures finished before are given by the next call
-     * @throws IllegalArgumentException when the packet is of another stream
+     * @return the pictures that are ready, often exactly one; the caller owns each of them
+     * @throws DecodeException when the packet is damaged; the next call returns the pictures that were finished before
+     * @throws IllegalArgumentException when the packet belongs to another stream
      * @throws MediaStateException when the decoder is closed or in use
      * @throws MediaException when there is no memory left for a picture
      */
@@ -140,11 +140,11 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Ends the stream: gives the pictures that the decoder holds back for their order, and leaves it ready for another
-     * stream of the same format.
+     * Ends the stream. The decoder delivers the pictures that it holds back for their order, and is then ready for
+     * another stream of the same format.
      *
-     * @return the last pictures; none from most codecs
-     * @throws DecodeException when what it holds is damaged
+     * @return the last pictures; most codecs hold none back
+     * @throws DecodeException when the remaining data is damaged
      * @throws MediaStateException when the decoder is closed or in use
      */
     public List<Picture> finish() {
@@ -155,17 +155,18 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Decodes everything that a reader still has of this decoder's stream, packet by packet as the pictures are asked for;
-     * damaged packets are left out, packets of the reader's other streams are passed over and lost. A stream that ends
-     * early, be it by {@code limit} or by an exception, leaves the rest for the next call of this method or of
-     * {@link #decode}. Made parallel it gives one picture at a time all the same.
+     * Decodes the rest of this decoder's stream. Each packet is read only when a picture is asked for. Damaged packets
+     * are skipped. Packets of the reader's other streams are read too, and lost. When the stream of pictures ends
+     * early, by {@code limit} or by an exception, the rest stays for the next call of this method or of
+     * {@link #decode}. A parallel stream delivers one picture at a time too.
      *
-     * @param reader the reader that the stream is from
-     * @return the pictures, the last ones included. The stream throws {@link UncheckedIOException} when the bytes cannot
-     *     be read, {@link MediaFormatException} where the container is damaged, {@link MediaStateException} when the
-     *     reader or the decoder is closed or in use, and {@link MediaException} when there is no memory left for a picture
-     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream is not one of the
-     *     reader's
+     * @param reader the reader of the decoder's stream
+     * @return the pictures up to the end, with those that {@link #finish} returns. The stream throws
+     *     {@link UncheckedIOException} when the bytes cannot be read, {@link MediaFormatException} where the container
+     *     is damaged, {@link MediaStateException} when the reader or the decoder is closed or in use, and
+     *     {@link MediaException} when there is no memory left for a picture
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream belongs to another
+     *     reader
      */
     public Stream<Picture> pictures(MediaReader reader) {
         filter.check(reader);
@@ -185,7 +186,8 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Forgets what the decoder holds. Call it after a seek, before the first packet from the new place.
+     * Drops the data and the pictures that the decoder holds. Call it after a seek, before the first packet from the
+     * new position.
      *
      * @throws MediaStateException when the decoder is closed or in use
      */
@@ -200,9 +202,9 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Frees the decoder; does nothing the second time. Its pictures stay usable.
+     * Frees the decoder. A second call does nothing. Its pictures stay usable.
      *
-     * @throws MediaStateException when another thread is inside a call
+     * @throws MediaStateException when another thread calls the decoder
      */
     @Override
     public void close() {
@@ -214,7 +216,7 @@ public final class VideoDecoder implements AutoCloseable {
             try {
                 return ThreadBuffers.with(pool, () -> work.on(address));
             } finally {
-                pool.settle();
+                pool.releaseFreed();
             }
         });
     }
@@ -245,7 +247,7 @@ public final class VideoDecoder implements AutoCloseable {
         int result = c_multimediaapi_ffmpeg.n_vcodec_process(address, packet.bytes(), out, params);
         take(result, out, params, packet);
         if (result == ProcessResult.DECODING_ERROR || result == ProcessResult.PICTURE_AND_MORE) {
-            // Pictures that were finished before a fault wait inside.
+            // Pictures that were finished before the fault wait in the native queue.
             fetch(address, 0, packet);
         }
         if (result == ProcessResult.DECODING_ERROR) {
@@ -253,7 +255,7 @@ public final class VideoDecoder implements AutoCloseable {
         }
     }
 
-    /** Takes the pictures that wait. */
+    /** Takes the pictures that wait in the native queue. */
     private void fetch(long address, int flags, Packet fed) {
         int result;
         do {
@@ -271,7 +273,7 @@ public final class VideoDecoder implements AutoCloseable {
             return;
         }
         PictureMemory memory = (PictureMemory) out[0];
-        memory.hold();
+        memory.share();
         int[] offsets = new int[PictureLayout.PLANES];
         for (int plane = 0; plane < offsets.length; plane++) {
             offsets[plane] = params[VideoParams.PICTURE_OFFSET] + params[VideoParams.PLANE_OFFSETS + plane];

@@ -5,7 +5,7 @@ import java.util.regex.Pattern;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
 
 /**
- * Compressed video as a {@link VideoDecoder} needs to know it. Immutable, for any thread.
+ * Describes compressed video for a {@link VideoDecoder}. Immutable, for any thread.
  *
  * <pre>{@code
  * VideoFormat film = VideoFormat.of(MediaSubtypes.H264_ANNEX_B, 320, 240, 0, new byte[0], new Rational(1, 25));
@@ -15,7 +15,7 @@ import kiv.media.ffmpeg.natives.VideoFormatLayout;
  */
 public final class VideoFormat {
 
-    /** FFmpeg multiplies sizes in 32 bits; beyond this it refuses them anyway. */
+    /** FFmpeg refuses larger pictures, because it multiplies sizes in 32 bits. */
     private static final int MAX_SIDE = 16384;
     private static final Pattern GUID = Pattern.compile("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}");
 
@@ -39,14 +39,14 @@ public final class VideoFormat {
     }
 
     /**
-     * Describes video that does not come from a {@link MediaReader}.
+     * Describes video that no {@link MediaReader} reads.
      *
      * @param subtype the media subtype, a GUID of 36 lower-case characters
      * @param width the pictures' width in pixels, 1 to 16384
      * @param height the pictures' height in pixels, 1 to 16384
-     * @param bitCount bits per pixel as the container tells, or 0; some codecs need it
+     * @param bitCount bits per pixel that the container states, or 0; some codecs need it
      * @param extradata the codec's private data, copied; may be empty
-     * @param timeBase the unit of the packets' times in seconds, or a fraction with a 0 when they have no unit
+     * @param timeBase the unit of the packets' times in seconds; a fraction with a 0 when unknown
      * @return the format
      * @throws IllegalArgumentException when the subtype is no GUID, or a number is out of its range
      */
@@ -64,11 +64,11 @@ public final class VideoFormat {
     /**
      * Describes the video of a stream.
      *
-     * @param stream a stream of pictures
+     * @param stream a video stream
      * @return the format
      * @throws UnsupportedCodecException when the library has no subtype for its codec
-     * @throws MediaFormatException when the size of its pictures is not known
-     * @throws IllegalArgumentException when the stream is not one of pictures
+     * @throws MediaFormatException when the size of its pictures is unknown
+     * @throws IllegalArgumentException when the stream is not a video stream
      */
     public static VideoFormat of(MediaStream stream) {
         if (Objects.requireNonNull(stream, "stream").kind() != MediaKind.VIDEO) {
@@ -109,7 +109,7 @@ public final class VideoFormat {
         return extradata.clone();
     }
 
-    /** The format as the native side reads it. */
+    /** The format laid out as {@link VideoFormatLayout}. */
     int[] toNative() {
         int[] fields = new int[VideoFormatLayout.SIZE];
         fields[VideoFormatLayout.FOURCC] = fourcc;

@@ -7,8 +7,8 @@ import java.util.Objects;
 import kiv.media.ffmpeg.natives.AudioFormatLayout;
 
 /**
- * Sound in the terms of a WAVE header: what an {@link AudioDecoder} needs to know of compressed sound, and what a WAV
- * file says of its own. Immutable, for any thread.
+ * Describes sound by the fields of a WAVE format header, for an {@link AudioDecoder} and for WAV files. Immutable, for
+ * any thread.
  *
  * <pre>{@code
  * WaveFormat speech = WaveFormat.of(WaveFormatTags.MULAW, 1, 8000, 8000, 1, 8, new byte[0]);
@@ -50,13 +50,13 @@ public final class WaveFormat {
     /**
      * Describes sound of any format.
      *
-     * @param formatTag the format tag, one of {@link WaveFormatTags} to be decoded
+     * @param formatTag the format tag; decoders support those of {@link WaveFormatTags}
      * @param channels number of channels, 1 to 64
-     * @param sampleRate samples a second and channel, 1 to 1000000
-     * @param bytesPerSecond bytes a second on average, or 0 when unknown
+     * @param sampleRate samples per second and channel, 1 to 1000000
+     * @param bytesPerSecond bytes per second on average, or 0 when unknown
      * @param blockAlign bytes of the smallest unit of compressed sound, or 0
      * @param bitsPerSample bits of a coded sample, or 0
-     * @param specificHeader what the codec needs beyond that, copied; may be empty
+     * @param specificHeader further bytes for the codec, copied; may be empty
      * @return the format
      * @throws IllegalArgumentException when a number is out of its range
      */
@@ -67,9 +67,9 @@ public final class WaveFormat {
     }
 
     /**
-     * Describes interleaved PCM of 16 bits, which is what decoders give and encoders take.
+     * Describes interleaved PCM of 16 bits, the format of decoded sound.
      *
-     * @param sampleRate samples a second and channel, 1 to 1000000
+     * @param sampleRate samples per second and channel, 1 to 1000000
      * @param channels number of channels, 1 to 64
      * @return the format
      * @throws IllegalArgumentException when a number is out of its range
@@ -83,11 +83,11 @@ public final class WaveFormat {
     /**
      * Describes the sound of a stream.
      *
-     * @param stream a stream of sound
+     * @param stream an audio stream
      * @return the format
      * @throws UnsupportedCodecException when the library has no format tag for its codec
-     * @throws MediaFormatException when its channels or its sample rate are not known
-     * @throws IllegalArgumentException when the stream is not one of sound
+     * @throws MediaFormatException when its number of channels or its sample rate is unknown
+     * @throws IllegalArgumentException when the stream is not an audio stream
      */
     public static WaveFormat of(MediaStream stream) {
         if (Objects.requireNonNull(stream, "stream").kind() != MediaKind.AUDIO) {
@@ -105,11 +105,11 @@ public final class WaveFormat {
     }
 
     /**
-     * Reads the header that {@link #toBytes()} writes, or the shorter ones of 14 and 16 bytes.
+     * Parses the header that {@link #toBytes()} returns, or the shorter ones of 14 and 16 bytes.
      *
-     * @param header a WAVE format header, as in the chunk {@code "fmt "} of a WAV file; what follows it is ignored
+     * @param header a WAVE format header, as in the chunk {@code "fmt "} of a WAV file; further bytes are ignored
      * @return the format
-     * @throws MediaFormatException when it is none
+     * @throws MediaFormatException when the bytes are no such header
      */
     public static WaveFormat parse(byte[] header) {
         if (Objects.requireNonNull(header, "header").length < OLDEST_SIZE) {
@@ -130,7 +130,7 @@ public final class WaveFormat {
         }
     }
 
-    /** {@return the WAVE format header: 18 bytes, little-endian, and behind them the specific header} */
+    /** {@return the WAVE format header: 18 bytes, little-endian, followed by the specific header} */
     public byte[] toBytes() {
         return ByteBuffer.allocate(FULL_SIZE + specificHeader.length).order(ByteOrder.LITTLE_ENDIAN)
                 .putShort((short) formatTag).putShort((short) channels).putInt(sampleRate).putInt(bytesPerSecond)
@@ -148,12 +148,12 @@ public final class WaveFormat {
         return channels;
     }
 
-    /** {@return samples a second and channel} */
+    /** {@return samples per second and channel} */
     public int sampleRate() {
         return sampleRate;
     }
 
-    /** {@return bytes a second on average; 0 when unknown} */
+    /** {@return bytes per second on average; 0 when unknown} */
     public int bytesPerSecond() {
         return bytesPerSecond;
     }
@@ -163,17 +163,17 @@ public final class WaveFormat {
         return blockAlign;
     }
 
-    /** {@return bits of a coded sample; 0 when they are not of one size} */
+    /** {@return bits of a coded sample; 0 when their size varies} */
     public int bitsPerSample() {
         return bitsPerSample;
     }
 
-    /** {@return what the codec needs beyond the rest, as a new array; empty when there is nothing} */
+    /** {@return the further bytes for the codec, as a new array; may be empty} */
     public byte[] specificHeader() {
         return specificHeader.clone();
     }
 
-    /** The format as the native side reads it. */
+    /** The format laid out as {@link AudioFormatLayout}. */
     int[] toNative() {
         int[] fields = new int[AudioFormatLayout.SIZE];
         fields[AudioFormatLayout.FORMAT_TAG] = formatTag;

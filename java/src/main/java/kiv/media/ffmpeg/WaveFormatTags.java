@@ -6,7 +6,7 @@ import java.util.OptionalInt;
 import kiv.media.ffmpeg.headers.WaveTags;
 
 /**
- * The format tags of WAVE headers by which the library knows compressed sound. It decodes these and no others.
+ * The format tags of WAVE headers that the library decodes.
  *
  * <pre>{@code
  * WaveFormat speech = WaveFormat.of(WaveFormatTags.ALAW, 1, 8000, 8000, 1, 8, new byte[0]);
@@ -37,7 +37,7 @@ public final class WaveFormatTags {
     public static final int MPEG = 0x0050;
     /** MPEG audio, layer 3. */
     public static final int MP3 = 0x0055;
-    /** AAC, its configuration as specific header. */
+    /** AAC with its configuration as specific header. */
     public static final int AAC = 0x00FF;
     /** Windows Media Audio, version 1. */
     public static final int WMA1 = 0x0160;
@@ -52,11 +52,11 @@ public final class WaveFormatTags {
     /** DTS. */
     public static final int DTS = 0x2001;
 
-    /** A tag and FFmpeg's number of the codec as a container reader reports it. */
+    /** A tag and FFmpeg's number of the codec. */
     private record Row(int tag, int codecId) {
     }
 
-    /** Of several rows for a codec, the first serves streams whose own code names none of them. */
+    /** The first row of a codec serves streams whose tag is in none of its rows. */
     private static final List<Row> ROWS = List.of(
             new Row(PCM, 65536),
             new Row(ADPCM_MS, 69638),
@@ -74,7 +74,7 @@ public final class WaveFormatTags {
             new Row(0x1500, 86046),
             new Row(AMR_NB, 73728),
             new Row(MP3, 86017),
-            // One decoder takes all three layers.
+            // One decoder decodes all three layers.
             new Row(MPEG, 86016),
             new Row(MPEG, 86059),
             new Row(0x0061, 69635),
@@ -99,10 +99,10 @@ public final class WaveFormatTags {
     }
 
     /**
-     * Finds the tag for a stream: its own when that is one of the codec's, else the codec's first.
+     * Finds the tag for a stream: its own tag if that is one of the codec's, else the codec's first.
      *
      * @param codecId FFmpeg's number of the codec
-     * @param codecTag the tag or four-character code that the container tells, or 0
+     * @param codecTag the tag or four-character code that the container states, or 0
      * @return the tag, or empty when the library has none for the codec
      */
     public static OptionalInt find(int codecId, int codecTag) {
@@ -123,7 +123,7 @@ public final class WaveFormatTags {
         return stream.kind() == MediaKind.AUDIO ? find(stream.codecId(), stream.codecTag()) : OptionalInt.empty();
     }
 
-    /** {@return every tag that the library knows} */
+    /** {@return every tag that the library decodes} */
     public static List<Integer> all() {
         return ROWS.stream().map(Row::tag).distinct().sorted().toList();
     }

@@ -16,10 +16,10 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.io.BlockInputStream;
 
 /**
- * Compressed sound as {@link AudioSystem} opens it: the packets of a medium's first stream of sound, their bytes one
- * after the other. {@link AudioSystem#getAudioInputStream(javax.sound.sampled.AudioFormat.Encoding, AudioInputStream)}
- * decodes it, by packets and with everything that the container tells of them; for most formats the bytes alone would
- * not do. So convert this object itself, nothing that is wrapped around it.
+ * Compressed sound that {@link AudioSystem} opens: the bytes of the packets of a medium's first audio stream.
+ * {@link AudioSystem#getAudioInputStream(javax.sound.sampled.AudioFormat.Encoding, AudioInputStream)} decodes it packet
+ * by packet, with the properties that the container states. For most formats the bytes alone are not enough, so convert
+ * this object itself, not a stream that wraps it.
  *
  * <pre>{@code
  * AudioInputStream song = AudioSystem.getAudioInputStream(new File("song.m4a"));
@@ -28,12 +28,12 @@ import kiv.media.ffmpeg.io.BlockInputStream;
  * }
  * }</pre>
  *
- * <p>Its format's encoding has the name that FFmpeg has for the codec, in capital letters: {@code MP3}, {@code AAC},
+ * <p>The encoding of its format has FFmpeg's name of the codec in capital letters: {@code MP3}, {@code AAC},
  * {@code WMAV2}. PCM, A-law and mu-law have the JDK's own encodings. The format's property {@code bitrate} is an
- * {@link Integer} with bits a second, if that is known. The length in frames is not known.
+ * {@link Integer} with bits per second, if it is known. The length in frames is unknown.
  *
- * <p>Once it is converted, the sound is read from the result, which closes this stream as well, and is closed by it.
- * What was read before is not decoded again. One thread at a time reads; any may close.
+ * <p>After a conversion, read the sound from the result. Closing either stream closes the other. Packets that were read
+ * before the conversion are not decoded again. One thread at a time reads. Any thread may close.
  */
 public final class EncodedAudioInputStream extends AudioInputStream {
 
@@ -88,8 +88,8 @@ public final class EncodedAudioInputStream extends AudioInputStream {
     /**
      * Opens the first sound of a medium.
      *
-     * @param channel closed with the stream, and perhaps when this method throws
-     * @throws MediaException when there is no sound that can be decoded
+     * @param channel the stream closes it; it may be closed when this method throws
+     * @throws MediaException when the library has no decoder for its sound
      */
     static EncodedAudioInputStream open(SeekableByteChannel channel) throws IOException {
         MediaReader reader = MediaReader.open(channel);
@@ -107,13 +107,13 @@ public final class EncodedAudioInputStream extends AudioInputStream {
         return reader.firstAudio().orElseThrow(() -> new MediaFormatException("no audio stream"));
     }
 
-    /** {@return the stream of sound in its container, which tells the codec, its private data and the times} */
+    /** {@return the audio stream of the container, with its codec, its private data and its times} */
     public MediaStream stream() {
         return packets.stream;
     }
 
     /**
-     * Closes the sound and the medium that it is from; does nothing the second time.
+     * Closes the sound and its medium. A second call does nothing.
      *
      * @throws IOException when the medium cannot be closed
      */
@@ -135,7 +135,7 @@ public final class EncodedAudioInputStream extends AudioInputStream {
         return packets.reader;
     }
 
-    /** The sound as PCM of 16 bits; the same object each time, for there is one reader. */
+    /** The sound as PCM of 16 bits. Each call returns the same stream, because there is one reader. */
     synchronized AudioInputStream decoded() {
         if (decoded == null) {
             decoded = MediaAudio.open(packets.reader, packets.stream);

@@ -23,29 +23,29 @@ import javax.sound.sampled.UnsupportedAudioFileException;
 import javax.sound.sampled.spi.AudioFileReader;
 
 /**
- * Opens the sound of media for {@link AudioSystem}, which finds this class by itself. It gives
+ * Opens the sound of media for {@link AudioSystem}, which finds this class as a service provider. It returns
  * {@link EncodedAudioInputStream}s.
  *
- * <p>A medium is taken when it begins as one, is none that the JDK reads, and its first stream of sound can be decoded.
- * Everything else, a library that cannot be loaded included, is an {@link UnsupportedAudioFileException}, after which
- * {@link AudioSystem} asks the next provider.
+ * <p>The provider accepts a medium when its first bytes are those of a known format, the JDK does not read it, and the
+ * library has a decoder for its first audio stream. Otherwise, or when the library cannot be loaded, it throws an
+ * {@link UnsupportedAudioFileException}, and {@link AudioSystem} asks the next provider.
  *
- * <p>Files are read in place. Other streams are read on as the sound is; as containers are not read strictly forwards,
- * up to 8 MiB of what was read stay in memory, and what is older in a temporary file that vanishes with the stream.
- * Formats without a container, such as MP3, and MPEG transport streams need no such file, and may be without an end. An
- * {@link InputStream} must support {@link InputStream#mark(int)}, as {@link BufferedInputStream} does: others cannot be
- * looked at and handed on to the next provider, so they are not looked at. Whether a stream is taken is mostly known
- * from its first kilobytes, though not for an MP4 whose directory is at the end. A stream that is refused only after
- * more than 64 MiB cannot be put back to where it was, which is an {@link IOException}, and so it is when
- * {@link #getAudioFileFormat(InputStream)} needs more of it.
+ * <p>Files are read in place. Other streams are read while the sound is read. Readers of containers also go back: the
+ * last 8 MiB stay in memory, and older bytes in a temporary file, which is removed with the stream. Formats without a
+ * container, such as MP3, and MPEG transport streams need no such file and may be endless. An {@link InputStream} must
+ * support {@link InputStream#mark(int)}, as {@link BufferedInputStream} does. Without it the next provider could not
+ * read the first bytes again, so the provider refuses such a stream without reading it. The first kilobytes mostly
+ * decide whether the provider accepts a stream, but not for an MP4 with its directory at the end. A stream that is
+ * refused only after 64 MiB cannot be reset, and the provider throws an {@link IOException}. So does
+ * {@link #getAudioFileFormat(InputStream)} when it has to read more.
  *
- * <p>Any thread may call, and several at once.
+ * <p>Any number of threads may call at the same time.
  */
 public final class FfmpegAudioFileReader extends AudioFileReader {
 
     private static final int MARK_LIMIT = 64 * 1024 * 1024;
 
-    /** Containers that are read straight on once they are open. */
+    /** Containers that are read forward only once they are open. */
     private static final Set<String> FORWARD_ONLY = Set.of("mp3", "aac", "ac3", "dts", "amr", "mpegts", "mpeg");
 
     private static final class MediumFormat extends AudioFileFormat {
@@ -72,18 +72,18 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
         }
     }
 
-    /** Creates the provider; {@link java.util.ServiceLoader} does that. */
+    /** Creates the provider, for {@link java.util.ServiceLoader}. */
     public FfmpegAudioFileReader() {
     }
 
     /**
-     * Tells what sound a stream carries. The stream is where it was afterwards.
+     * Describes the sound of a stream and resets the stream to its position.
      *
-     * @param stream a stream that can be marked
-     * @return the container, the sound's encoding, sample rate and channels, and as property {@code duration} the
-     *     length in microseconds, a {@link Long}, as far as it is known; it may be an estimate
-     * @throws UnsupportedAudioFileException when it is not for this provider
-     * @throws IOException when the stream cannot be read or not be reset
+     * @param stream a stream that supports marks
+     * @return the container, the sound's encoding, sample rate and channels. The property {@code duration} is a
+     *     {@link Long} with the duration in microseconds, if it is known; it may be an estimate
+     * @throws UnsupportedAudioFileException when the provider refuses the stream
+     * @throws IOException when the stream cannot be read or reset
      */
     @Override
     public AudioFileFormat getAudioFileFormat(InputStream stream) throws UnsupportedAudioFileException, IOException {
@@ -95,11 +95,11 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
     }
 
     /**
-     * Tells what sound there is.
+     * Describes the sound of a medium.
      *
-     * @param url the place of a medium
+     * @param url the address of a medium
      * @return as for {@linkplain #getAudioFileFormat(InputStream) streams}
-     * @throws UnsupportedAudioFileException when it is not for this provider
+     * @throws UnsupportedAudioFileException when the provider refuses the medium
      * @throws IOException when it cannot be read
      */
     @Override
@@ -114,11 +114,11 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
     }
 
     /**
-     * Tells what sound is in a file.
+     * Describes the sound of a file.
      *
      * @param file the file
      * @return as for {@linkplain #getAudioFileFormat(InputStream) streams}
-     * @throws UnsupportedAudioFileException when it is not for this provider
+     * @throws UnsupportedAudioFileException when the provider refuses the medium
      * @throws IOException when it cannot be read
      */
     @Override
@@ -129,20 +129,20 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
     }
 
     /**
-     * Opens the sound in a stream, which is closed with it. When this method throws an
-     * {@link UnsupportedAudioFileException}, the stream is where it was.
+     * Opens the sound of a stream. Closing the sound closes the stream. When this method throws an
+     * {@link UnsupportedAudioFileException}, it has reset the stream to its position.
      *
-     * @param stream a stream that can be marked
+     * @param stream a stream that supports marks
      * @return its sound
-     * @throws UnsupportedAudioFileException when it is not for this provider
-     * @throws IOException when the stream cannot be read or not be reset
+     * @throws UnsupportedAudioFileException when the provider refuses the stream
+     * @throws IOException when the stream cannot be read or reset
      */
     @Override
     public EncodedAudioInputStream getAudioInputStream(InputStream stream)
             throws UnsupportedAudioFileException, IOException {
         SpoolChannel spool = new SpoolChannel(stream);
         EncodedAudioInputStream sound = openMarked(stream, spool);
-        // The mark would keep up to its limit in memory.
+        // Otherwise the stream would keep all bytes since the mark, up to the limit.
         stream.mark(0);
         spool.adoptSource();
         if (FORWARD_ONLY.contains(sound.reader().formatName())) {
@@ -154,9 +154,9 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
     /**
      * Opens the sound of a medium.
      *
-     * @param url the place of a medium
+     * @param url the address of a medium
      * @return its sound
-     * @throws UnsupportedAudioFileException when it is not for this provider
+     * @throws UnsupportedAudioFileException when the provider refuses the medium
      * @throws IOException when it cannot be read
      */
     @Override
@@ -175,17 +175,17 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
     }
 
     /**
-     * Opens the sound in a file.
+     * Opens the sound of a file.
      *
      * @param file the file
      * @return its sound
-     * @throws UnsupportedAudioFileException when it is not for this provider
+     * @throws UnsupportedAudioFileException when the provider refuses the medium
      * @throws IOException when it cannot be read
      */
     @Override
     public EncodedAudioInputStream getAudioInputStream(File file) throws UnsupportedAudioFileException, IOException {
         if (!file.isFile()) {
-            // The JDK's readers say what is wrong with it, or read it: a pipe can be looked at only once.
+            // The JDK's readers report what is wrong with it, or read it. A pipe can be read only once.
             throw new UnsupportedAudioFileException("not a regular file: " + file);
         }
         FileChannel channel = new FileInputStream(file).getChannel();
@@ -219,7 +219,7 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
         }
     }
 
-    /** Whatever is wrong here must not keep other providers from being asked. */
+    /** A failure here must not keep {@link AudioSystem} from asking other providers. */
     private static EncodedAudioInputStream open(SeekableByteChannel channel)
             throws UnsupportedAudioFileException, IOException {
         try {

@@ -14,20 +14,20 @@ import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 
 /**
- * Decodes for {@link AudioSystem}, which finds this class by itself: compressed sound into PCM of 16 bits, signed,
- * little-endian, with the same sample rate and channels.
+ * Decodes compressed sound for {@link AudioSystem}, which finds this class as a service provider. The result is signed
+ * little-endian PCM of 16 bits with the same sample rate and channels.
  *
- * <p>It decodes every {@link EncodedAudioInputStream}. Streams from elsewhere are decoded, too, if they claim one of
- * the encodings {@code MP1}, {@code MP2}, {@code MP3}, {@code AAC} (in ADTS frames), {@code AC3} or {@code DTS} and
- * their bytes are just that; these formats need no container. Whatever cannot be decoded is an
- * {@link IllegalArgumentException}. Reading the result tells of damage as {@link MediaAudio} describes it, and closing
- * it closes the source. PCM, A-law and mu-law are left to the JDK's own converters.
+ * <p>It decodes every {@link EncodedAudioInputStream}. It also decodes streams of other providers with one of the
+ * encodings {@code MP1}, {@code MP2}, {@code MP3}, {@code AAC} (in ADTS frames), {@code AC3} or {@code DTS}, which need
+ * no container, if their bytes have that encoding. For all others it throws an {@link IllegalArgumentException}.
+ * {@link MediaAudio} describes how the result reports damage. Closing the result closes the source. The JDK's own
+ * converters convert PCM, A-law and mu-law.
  *
- * <p>Any thread may call, and several at once.
+ * <p>Any number of threads may call at the same time.
  */
 public final class FfmpegFormatConversionProvider extends FormatConversionProvider {
 
-    /** Creates the provider; {@link java.util.ServiceLoader} does that. */
+    /** Creates the provider, for {@link java.util.ServiceLoader}. */
     public FfmpegFormatConversionProvider() {
     }
 
@@ -52,19 +52,19 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
                 ? new AudioFormat[] {SoundFormats.decoded(sourceFormat)} : new AudioFormat[0];
     }
 
-    /** {@return whether the target is PCM of 16 bits as described above; what it leaves unspecified fits} */
+    /** {@return whether the target is PCM of 16 bits as described above; unspecified properties match} */
     @Override
     public boolean isConversionSupported(AudioFormat targetFormat, AudioFormat sourceFormat) {
         return SoundFormats.isDecodable(sourceFormat) && SoundFormats.decoded(sourceFormat).matches(targetFormat);
     }
 
     /**
-     * Decodes.
+     * Decodes compressed sound.
      *
      * @param targetEncoding PCM_SIGNED
-     * @param sourceStream compressed sound, which nobody else reads any more
+     * @param sourceStream compressed sound, which only the result reads from now on
      * @return the PCM
-     * @throws IllegalArgumentException when it cannot be decoded into that
+     * @throws IllegalArgumentException when the provider does not support the conversion
      */
     @Override
     public AudioInputStream getAudioInputStream(Encoding targetEncoding, AudioInputStream sourceStream) {
@@ -75,12 +75,12 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
     }
 
     /**
-     * Decodes.
+     * Decodes compressed sound.
      *
      * @param targetFormat PCM_SIGNED of 16 bits, little-endian, with the source's sample rate and channels
-     * @param sourceStream compressed sound, which nobody else reads any more
+     * @param sourceStream compressed sound, which only the result reads from now on
      * @return the PCM
-     * @throws IllegalArgumentException when it cannot be decoded into that
+     * @throws IllegalArgumentException when the provider does not support the conversion
      */
     @Override
     public AudioInputStream getAudioInputStream(AudioFormat targetFormat, AudioInputStream sourceStream) {

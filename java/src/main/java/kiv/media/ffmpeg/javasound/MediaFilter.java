@@ -8,8 +8,8 @@ import kiv.media.ffmpeg.headers.MediaSignatures;
 import kiv.media.ffmpeg.headers.WaveTags;
 
 /**
- * Decides by its first bytes whether a stream is for this library. What the JDK's own readers take is not, although
- * providers of the class path are asked before them.
+ * Decides by the first bytes whether this library opens a stream. It leaves the formats of the JDK's own readers to
+ * them, although the JDK asks other providers first.
  */
 final class MediaFilter {
 
@@ -21,9 +21,9 @@ final class MediaFilter {
     }
 
     /**
-     * Reads the beginning of a stream, at most 16384 bytes and mostly much less.
+     * Reads the first bytes of a stream, at most 16384 and mostly far fewer.
      *
-     * @return whether FFmpeg is to look at it
+     * @return whether FFmpeg may know the format
      */
     static boolean mayBeOurs(InputStream in) throws IOException {
         LeadingBytes head = new LeadingBytes(in);
@@ -33,7 +33,7 @@ final class MediaFilter {
         return MediaSignatures.match(head);
     }
 
-    /** Where the format is not found, the JDK looks farther. */
+    /** True also when the first bytes do not contain the format, because the JDK reads more of them. */
     private static boolean isWaveOfTheJdk(LeadingBytes head) throws IOException {
         int format = head.riffChunk("fmt ");
         if (format < 0 || !head.has(format + 2)) {

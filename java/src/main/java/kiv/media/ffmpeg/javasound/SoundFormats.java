@@ -16,19 +16,19 @@ import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.WaveFormat;
 import kiv.media.ffmpeg.WaveFormatTags;
 
-/** What JavaSound calls the containers and the sound in them. */
+/** Maps containers and their sound to the types and formats of JavaSound. */
 final class SoundFormats {
 
-    /** The property of an {@link AudioFormat} that tells bits a second. */
+    /** The property of an {@link AudioFormat} with the bits per second. */
     static final String BIT_RATE = "bitrate";
-    /** The property with the {@link WaveFormat}, by which a format is known to be of this library. */
+    /** The property with the {@link WaveFormat}, which only formats of this library have. */
     static final String WAVE_FORMAT = "kiv.media.ffmpeg.waveFormat";
-    /** The property of an {@link AudioFileFormat} that tells its length in microseconds. */
+    /** The property of an {@link AudioFileFormat} with the duration in microseconds. */
     static final String DURATION = "duration";
 
-    /** Codecs whose frames tell where they begin and end, so that no container is needed. */
+    /** Codecs whose frames mark their start and length, so that they need no container. */
     static final Set<String> SELF_FRAMING = Set.of("MP1", "MP2", "MP3", "AAC", "AC3", "DTS");
-    /** What else the providers give; {@link WaveFormatTags} decides. */
+    /** The other codecs of the providers, those of {@link WaveFormatTags}. */
     private static final Set<String> OTHERS = Set.of("WMAV1", "WMAV2", "WMAPRO", "WMALOSSLESS", "AMR_NB", "GSM_MS",
             "ADPCM_G722", "ADPCM_MS", "ADPCM_IMA_WAV", "ADPCM_IMA_DK3", "ADPCM_IMA_DK4", "ADPCM_YAMAHA", "ADPCM_CT",
             "TRUESPEECH", "SIPR", "ATRAC3");
@@ -43,7 +43,7 @@ final class SoundFormats {
     private SoundFormats() {
     }
 
-    /** The encodings that conversions start from. */
+    /** The source encodings of conversions. */
     static Encoding[] encodings() {
         return Stream.concat(SELF_FRAMING.stream(), OTHERS.stream()).sorted().map(Encoding::new)
                 .toArray(Encoding[]::new);
@@ -61,7 +61,7 @@ final class SoundFormats {
         };
     }
 
-    /** The JDK knows these and converts them; their packets are plain samples. */
+    /** A format whose packets are plain samples, which the JDK converts. */
     private static AudioFormat plain(Encoding encoding, WaveFormat wave, int bits) {
         return new AudioFormat(encoding, wave.sampleRate(), bits, wave.channels(),
                 wave.channels() * bits / Byte.SIZE, wave.sampleRate(), false);
@@ -78,15 +78,15 @@ final class SoundFormats {
                 properties);
     }
 
-    /** Whether sound of some format can be decoded here. */
+    /** Whether the library decodes a format. */
     static boolean isDecodable(AudioFormat format) {
         boolean ours = format.getProperty(WAVE_FORMAT) instanceof WaveFormat;
         boolean known = ours || SELF_FRAMING.contains(format.getEncoding().toString());
-        // What others opened is left to others where nothing can be decoded here: the system asks only one provider.
+        // Without the library, other providers must decode what they opened: the system asks only one.
         return known && format.getSampleRate() > 0 && format.getChannels() > 0 && (ours || Library.IS_THERE);
     }
 
-    /** Looked for when it is first needed. */
+    /** Loads the library on first use. */
     private static final class Library {
         static final boolean IS_THERE = isThere();
 
@@ -100,12 +100,12 @@ final class SoundFormats {
         }
     }
 
-    /** What decoding makes of a format. */
+    /** The format of the decoded sound. */
     static AudioFormat decoded(AudioFormat format) {
         return new AudioFormat(format.getSampleRate(), Short.SIZE, format.getChannels(), true, false);
     }
 
-    /** The kind of a container. */
+    /** The type of a container. */
     static AudioFileFormat.Type type(MediaReader reader) {
         String name = reader.formatName().split(",")[0];
         AudioFileFormat.Type known = TYPES.get(name);

@@ -13,11 +13,11 @@ import java.nio.file.StandardOpenOption;
 import java.util.Objects;
 
 /**
- * Lets a container's reader move to and fro in a stream that can only be read on. The stream is read no farther than
- * the reader goes. Its last 8 MiB stay in memory; what is older goes into a temporary file that has no name any more,
- * or is dropped where nobody goes back so far, so that broadcasts without an end can be heard.
+ * Makes a forward-only stream seekable for the reader of a container. It reads no more of the stream than the reader
+ * needs. The last 8 MiB stay in memory. Older bytes go into a temporary file, or are dropped when the reader does not
+ * go back so far, as in an endless broadcast.
  *
- * <p>One thread uses it; any may close it.
+ * <p>One thread uses it. Any thread may close it.
  */
 final class SpoolChannel implements SeekableByteChannel {
 
@@ -26,7 +26,7 @@ final class SpoolChannel implements SeekableByteChannel {
 
     private final InputStream source;
     private final byte[][] memory = new byte[CHUNKS][];
-    /** Where memory begins and ends in the stream. */
+    /** The range of the stream that is in memory. */
     private long begin;
     private long end;
     private long position;
@@ -36,17 +36,17 @@ final class SpoolChannel implements SeekableByteChannel {
     private volatile boolean ownsSource;
     private volatile boolean closed;
 
-    /** @param source the stream, left open until {@link #adoptSource()} */
+    /** @param source the stream; closing the channel leaves it open before {@link #adoptSource()} */
     SpoolChannel(InputStream source) {
         this.source = Objects.requireNonNull(source, "source");
     }
 
-    /** From now on closing the channel closes the stream. */
+    /** Makes {@link #close()} close the stream too. */
     void adoptSource() {
         ownsSource = true;
     }
 
-    /** From now on nobody goes back farther than memory reaches. */
+    /** Keeps no more bytes than memory holds from now on. */
     void goForwardOnly() throws IOException {
         forwardOnly = true;
         if (older != null) {
@@ -91,7 +91,7 @@ final class SpoolChannel implements SeekableByteChannel {
         }
     }
 
-    /** @return false when the stream gives nothing although it is not at its end */
+    /** @return false when the stream delivers no bytes although it has not ended */
     private boolean fetch() throws IOException {
         int slot = slot(end);
         int from = (int) (end % CHUNK);
@@ -99,7 +99,7 @@ final class SpoolChannel implements SeekableByteChannel {
             if (memory[slot] == null) {
                 memory[slot] = new byte[CHUNK];
             } else {
-                giveUp(memory[slot]);
+                evict(memory[slot]);
             }
         }
         int count = source.read(memory[slot], from, CHUNK - from);
@@ -108,9 +108,9 @@ final class SpoolChannel implements SeekableByteChannel {
         return count != 0;
     }
 
-    private void giveUp(byte[] oldest) throws IOException {
+    private void evict(byte[] oldest) throws IOException {
         if (end - begin < (long) CHUNKS * CHUNK) {
-            return; // given up already, but then the stream gave nothing
+            return; // evicted by an earlier call, which then got no bytes from the stream
         }
         if (!forwardOnly) {
             if (older == null) {
@@ -151,7 +151,7 @@ final class SpoolChannel implements SeekableByteChannel {
         return this;
     }
 
-    /** {@return the size, or -1 while the stream's end has not been seen} */
+    /** {@return the size, or -1 before the end of the stream was read} */
     @Override
     public long size() throws IOException {
         ensureOpen();
