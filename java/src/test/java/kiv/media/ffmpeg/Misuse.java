@@ -4,6 +4,9 @@ import static kiv.media.ffmpeg.exactness.Comparison.check;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
+import java.lang.module.ModuleDescriptor;
+import java.lang.module.ModuleFinder;
+import java.lang.module.ModuleReference;
 import java.lang.ref.Reference;
 import java.lang.reflect.Constructor;
 import java.lang.reflect.Executable;
@@ -140,18 +143,23 @@ final class Misuse {
 
     private static List<Class<?>> publicTypes() throws Exception {
         Path root = Path.of(MediaReader.class.getProtectionDomain().getCodeSource().getLocation().toURI());
-        try (Stream<Path> files = Files.walk(root.resolve("kiv/media/ffmpeg"))) {
-            List<Class<?>> types = new ArrayList<>();
-            for (Path file : files.sorted().toList()) {
-                String name = root.relativize(file).toString().replace('/', '.');
-                if (name.endsWith(".class") && !name.endsWith("-info.class") && !name.contains(".cli.")) {
-                    types.add(Class.forName(name.replace(".class", ""), false, Misuse.class.getClassLoader()));
+        List<Class<?>> types = new ArrayList<>();
+        for (ModuleReference module : ModuleFinder.of(root).findAll()) {
+            for (ModuleDescriptor.Exports exported : module.descriptor().exports()) {
+                try (Stream<Path> files = Files.list(root.resolve(exported.source().replace('.', '/')))) {
+                    for (String name : files.map(file -> file.getFileName().toString()).sorted().toList()) {
+                        if (name.endsWith(".class") && !name.endsWith("-info.class")) {
+                            types.add(Class.forName(exported.source() + "." + name.replace(".class", ""), false,
+                                    Misuse.class.getClassLoader()));
+                        }
+                    }
                 }
             }
-            types.removeIf(type -> !Modifier.isPublic(type.getModifiers()));
-            check(types.size() > 25, "where is the API? " + types);
-            return types;
         }
+        types.removeIf(type -> !Modifier.isPublic(type.getModifiers()));
+        types.sort((a, b) -> a.getName().compareTo(b.getName()));
+        check(types.size() > 25, "where is the API? " + types);
+        return types;
     }
 
     private static List<Executable> members(Class<?> type) {
