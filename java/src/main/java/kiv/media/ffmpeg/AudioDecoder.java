@@ -201,8 +201,8 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     PullSpliterator<AudioBlock> source(MediaReader reader) {
-        filter.check(reader);
-        return new DecodingSpliterator<>(reader, this::decodeOrEnd, () -> handle.call(address -> finished.poll()));
+        return new DecodingSpliterator<>(reader, filter, this::decodeOrEnd,
+                () -> handle.call(address -> finished.poll()));
     }
 
     /**
@@ -220,12 +220,12 @@ public final class AudioDecoder implements AutoCloseable {
         return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
     }
 
-    /** Skips packets of other streams. Null ends the stream. */
+    /** Null ends the stream. */
     private void decodeOrEnd(Packet packet) {
         handle.call(address -> {
             if (packet == null) {
                 end(address);
-            } else if (accepts(packet)) {
+            } else {
                 decode(address, packet.bytes(), timeOf(packet), packet);
             }
             return null;

@@ -9,16 +9,21 @@ import java.util.function.Supplier;
 final class DecodingSpliterator<T> extends PullSpliterator<T> {
 
     private final MediaReader reader;
+    private final PacketFilter filter;
     private final Consumer<Packet> decoder;
     private final Supplier<T> output;
     private boolean ended;
 
     /**
-     * @param decoder decodes a packet if it is of the decoder's stream; null ends the stream
+     * @param filter selects the packets of the decoder's stream
+     * @param decoder decodes a packet; null ends the stream
      * @param output returns what was decoded and not delivered yet, one element a call, then null
+     * @throws IllegalArgumentException when the stream is unknown or belongs to another reader
      */
-    DecodingSpliterator(MediaReader reader, Consumer<Packet> decoder, Supplier<T> output) {
+    DecodingSpliterator(MediaReader reader, PacketFilter filter, Consumer<Packet> decoder, Supplier<T> output) {
+        filter.check(reader);
         this.reader = reader;
+        this.filter = filter;
         this.decoder = decoder;
         this.output = output;
     }
@@ -42,7 +47,9 @@ final class DecodingSpliterator<T> extends PullSpliterator<T> {
             throw new UncheckedIOException(e);
         }
         try {
-            decoder.accept(packet);
+            if (packet == null || filter.accepts(packet)) {
+                decoder.accept(packet);
+            }
         } catch (DecodeException e) {
             // The stream goes on without it.
         }

@@ -169,16 +169,16 @@ public final class VideoDecoder implements AutoCloseable {
      *     reader
      */
     public Stream<Picture> pictures(MediaReader reader) {
-        filter.check(reader);
-        return new DecodingSpliterator<>(reader, this::decodeOrEnd, () -> call(address -> finished.poll())).stream();
+        return new DecodingSpliterator<>(reader, filter, this::decodeOrEnd, () -> call(address -> finished.poll()))
+                .stream();
     }
 
-    /** Skips packets of other streams. Null ends the stream. */
+    /** Null ends the stream. */
     private void decodeOrEnd(Packet packet) {
         call(address -> {
             if (packet == null) {
                 end(address);
-            } else if (accepts(packet)) {
+            } else {
                 decode(address, packet);
             }
             return null;

@@ -116,18 +116,6 @@ class AudioDecoderTest {
         }
     }
 
-    @Test
-    void soundOfAReaderIsForTheDecoderOfItsStream() throws IOException {
-        try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film());
-                AudioDecoder stranger = AudioDecoder.open(other.firstAudio().orElseThrow());
-                AudioDecoder homeless = AudioDecoder.open(stranger.format())) {
-            for (AudioDecoder decoder : List.of(stranger, homeless)) {
-                assertThatThrownBy(() -> decoder.sound(reader)).isInstanceOf(IllegalArgumentException.class)
-                        .hasMessageContaining("stream");
-            }
-        }
-    }
-
     /** Readers give such ends as packets of their own. */
     @ParameterizedTest
     @CsvSource({"APETAGEX, 192, 0", "LYRICSBEGIN, 100, 0", "'', 3000, 0", "APETAGEX, 300, 100", "'', 0, 415"})

@@ -113,24 +113,4 @@ class MediaReaderTest {
             // What the packets are does not matter.
         }
     }
-
-    @Test
-    void packetsOfAParallelStreamAreTakenOneByOne() throws IOException {
-        try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film())) {
-            assertThat(reader.packets().parallel().limit(3).toList()).hasSize(3);
-            assertThat(reader.read().data()).isEqualTo(other.packets().skip(3).findFirst().orElseThrow().data());
-        }
-    }
-
-    @Test
-    void aHostileTimeBaseTellsNoTimes() {
-        long[] fields = new long[23];
-        Arrays.fill(fields, 7, 11, Long.MAX_VALUE);
-        fields[8] = 1;
-        MediaStream stream = new MediaStream(0, fields, "none", new byte[0]);
-        assertThat(stream.duration()).isEmpty();
-        assertThat(stream.startTime()).isEmpty();
-        assertThat(stream.time(1)).contains(Duration.ofSeconds(Long.MAX_VALUE));
-        assertThat(stream.time(Packet.NO_TIME)).isEmpty();
-    }
 }
