@@ -21,7 +21,7 @@ class c_direct_buffer final : public ca_ffmpeg_buffer
 {
 public:
     /**
-     * @throws c_ffmpeg_exception when Java says false, or element 0 is not a direct buffer of the size asked for
+     * @throws c_ffmpeg_exception when Java says false, or its memory is not a direct buffer of the size asked for
      * @throws kiv::jni::c_jniexception when Java threw, which is then pending
      */
     static std::unique_ptr<c_direct_buffer> allocate(c_ffmpeg *adsp_ffmpeg, int32_t imp_width, int32_t imp_height,

@@ -41,7 +41,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1init(J
         }
         dsl_ffmpeg->take_references(dsp_env, avop_class, avop_receiver);
         {
-            // FFmpeg skips a second registration, but two at a time make its list of codecs a ring.
+            // FFmpeg ignores a second registration, but two at the same time damage its list of codecs.
             const c_mutex_lock dsl_lock(c_ffmpeg::library_mutex());
             g_avutil.av_log_set_level(AV_LOG_ERROR);
             g_avcodec.avcodec_register_all();
@@ -59,7 +59,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1close(J
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2211);
         const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
-        // The last holder has silenced the log by now; its line goes nowhere on purpose.
+        // The last holder silences the log, so this line then reaches nobody, on purpose.
         TRACE_LINE(im_level_debug, "%s#%s(): c_ffmpeg::n_close() counter=%d", iml_counter);
     });
 }

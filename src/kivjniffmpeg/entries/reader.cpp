@@ -99,7 +99,7 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jbyteArray {
         c_mediareader &dsl_reader = *reader_of(ilp_reader);
-        // Before anything is read: a packet that cannot be described would be lost.
+        // Checked before anything is read: a packet that cannot be described would be lost.
         if (avop_packet == nullptr || dsp_env.get_array_length(avop_packet) < PacketFields::SIZE)
             throw_ffmpeg_exception(2703, "packet array is null or shorter than ", PacketFields::SIZE);
         c_avpacket dsl_packet;

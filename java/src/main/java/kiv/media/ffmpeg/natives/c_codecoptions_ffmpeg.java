@@ -16,8 +16,8 @@ public final class c_codecoptions_ffmpeg {
     public static final String WHOLE_PACKETS = "whole_packets";
 
     /**
-     * Pictures lie in direct {@link java.nio.ByteBuffer}s instead of arrays (value 1): element 0 of what
-     * {@code m_vcodec_alloc_buffer} fills is one, and every buffer is given back exactly once.
+     * Pictures lie in direct {@link java.nio.ByteBuffer}s instead of arrays (value 1): the allocation
+     * callback puts one into {@link BufferSlots#MEMORY}, and every buffer is released exactly once.
      */
     public static final String DIRECT_BUFFERS = "direct_buffers";
 
@@ -70,7 +70,7 @@ public final class c_codecoptions_ffmpeg {
     public static native void n_acodec_set_option(long codec, String name, long value);
 
     /**
-     * Tells an option of an audio codec. What an encoder decides by itself is known while it is open.
+     * Reports an option of an audio codec. What an encoder decides by itself is known while it is open.
      *
      * @param codec an audio codec's handle
      * @param name the option: {@link #BIT_RATE}, {@link #BLOCK_ALIGN}, {@link #FRAME_SIZE}, {@link #INITIAL_PADDING} or
@@ -89,7 +89,7 @@ public final class c_codecoptions_ffmpeg {
     public static native byte[] n_acodec_get_extradata(long codec);
 
     /**
-     * Tells FFmpeg how much of its own to print on the process's standard error. The level is the process's, and every
+     * Sets how much of its own FFmpeg prints on the process's standard error. The level is the process's, and every
      * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init} sets it to {@link #LOG_ERROR}.
      *
      * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}

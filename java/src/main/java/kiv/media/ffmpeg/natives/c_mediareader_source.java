@@ -117,7 +117,7 @@ public final class c_mediareader_source {
             failure = e;
             throw e;
         }
-        // A count without bytes would hand out what an earlier read left in the buffer.
+        // A count without bytes would deliver what an earlier read left in the buffer.
         if (count < END || Math.max(count, 0) != buffer.position()) {
             throw new IOException("the channel says that it read " + count + " bytes, but put " + buffer.position()
                     + " into the buffer");
