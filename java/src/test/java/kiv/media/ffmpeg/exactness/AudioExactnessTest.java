@@ -16,6 +16,7 @@ import kiv.media.ffmpeg.TestMedia.Sound;
 import kiv.media.ffmpeg.Tier;
 import kiv.media.ffmpeg.WaveFormat;
 import kiv.media.ffmpeg.exactness.NativeSoundDecoder.Result;
+import kiv.media.ffmpeg.natives.AudioStatus;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
@@ -68,7 +69,7 @@ class AudioExactnessTest {
                 boolean tooSmall = i % 3 == 2 && block.pcm() != null && block.pcm().length > 0;
                 Result result = decoder.process(bytes, block.pcm() == null ? 1 << 20 : block.pcm().length - (tooSmall ? 1 : 0));
                 assertThat(result.code()).as("result of " + where)
-                        .isEqualTo(tooSmall ? NativeSoundDecoder.TOO_SMALL : code);
+                        .isEqualTo(tooSmall ? AudioStatus.OUTPUT_TOO_SMALL : code);
                 assertThat(result.consumed()).as("consumed of " + where).isEqualTo(block.consumed());
                 if (block.pcm() != null) {
                     assertThat(result.pcm().length).as("PCM of " + where).isEqualTo(block.pcm().length);

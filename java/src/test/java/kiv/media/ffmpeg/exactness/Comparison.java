@@ -9,19 +9,15 @@ import java.util.List;
 import java.util.function.LongUnaryOperator;
 import kiv.media.ffmpeg.TestMedia.Clip;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
+import kiv.media.ffmpeg.natives.ArrayKind;
+import kiv.media.ffmpeg.natives.ProcessResult;
 
 /** Holds every result of a decoder against the reference: codes, timestamps, places of the planes and each byte. */
 public final class Comparison {
 
-    private static final int ONE = 0;
-    private static final int MORE = 1;
-    private static final int NONE = 2;
-    private static final int CHANGED = 4;
-    private static final int ERROR = 8;
 
     /** Any bits but that of a discontinuity. */
     private static final int FLAGS = 0x41;
-    private static final int NO_PICTURE = -1;
 
     private final NativeDecoder decoder;
     private final PictureModel model;
@@ -84,12 +80,12 @@ public final class Comparison {
         waiting.addAll(expected.of(number));
         Result result = decoder.process(bytes, FLAGS, sent.applyAsLong(number));
         if (expected.failed().contains(number)) {
-            check(result.code() == ERROR, "code " + result.code() + " instead of an error");
+            check(result.code() == ProcessResult.DECODING_ERROR, "code " + result.code() + " instead of an error");
             checkEmpty(result);
             return;
         }
         picture(result);
-        while (result.code() == MORE) {
+        while (result.code() == ProcessResult.PICTURE_AND_MORE) {
             result = decoder.process(null, FLAGS, -1);
             picture(result);
         }
@@ -97,13 +93,15 @@ public final class Comparison {
 
     private void picture(Result result) {
         Reference.Picture expected = waiting.poll();
-        int code = expected == null ? NONE : !waiting.isEmpty() ? MORE : announced ? ONE : CHANGED;
+        int code = expected == null ? ProcessResult.NO_PICTURE
+                : !waiting.isEmpty() ? ProcessResult.PICTURE_AND_MORE
+                : announced ? ProcessResult.PICTURE : ProcessResult.PICTURE_MODEL_CHANGED;
         check(result.code() == code, "code " + result.code() + " instead of " + code);
         if (expected == null) {
             checkEmpty(result);
             return;
         }
-        announced |= code == CHANGED;
+        announced |= code == ProcessResult.PICTURE_MODEL_CHANGED;
         check(result.out() != null, "no array");
         long time = sent.applyAsLong(expected.time());
         // A low half with its top bit set comes back with all bits of the high half set.
@@ -175,7 +173,7 @@ public final class Comparison {
 
     private static void checkEmpty(Result result) {
         int[] params = result.params();
-        check(result.out() == null && params[5] == NO_PICTURE && params[15] == 0, "a picture with code " + result.code());
+        check(result.out() == null && params[5] == ArrayKind.NONE && params[15] == 0, "a picture with code " + result.code());
         check(params[12] == FLAGS || params[12] == 0, "flags: " + params[12]);
         for (int i : new int[] {6, 7, 8, 9, 10, 11, 13, 14}) {
             check(params[i] == 0, "index " + i + " without a picture: " + params[i]);

@@ -5,6 +5,8 @@ import static kiv.media.ffmpeg.exactness.Comparison.check;
 import java.util.Arrays;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
+import kiv.media.ffmpeg.natives.AudioStatus;
+import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
@@ -13,13 +15,6 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  */
 public final class NativeSoundDecoder implements AutoCloseable {
 
-    /** Ends the stream, in a call without input. */
-    static final int DRAIN = 0x100;
-
-    /** The output array had too little room at first. */
-    public static final int TOO_SMALL = 16;
-
-    private static final int MORE_INPUT = 2;
     private static final int UNTOUCHED = 0x5a5a5a5a;
     private static final byte GUARD = (byte) 0xa5;
     /** A timestamp whose low half reaches into the high one. */
@@ -61,7 +56,7 @@ public final class NativeSoundDecoder implements AutoCloseable {
      * @param room bytes of the output array at first; a larger one is taken when the library asks for it
      */
     public Result process(byte[] block, int room) {
-        int flags = block.length == 0 ? DRAIN : 0x41;
+        int flags = block.length == 0 ? ProcessFlags.DRAIN : 0x41;
         int offset = 3;
         // What is around the block is not zero, and none of it may show.
         byte[] in = new byte[block.length + 2 * offset + 40];
@@ -72,14 +67,14 @@ public final class NativeSoundDecoder implements AutoCloseable {
         int code = params[10];
         int consumed = params[0] - offset;
         check(params[1] == block.length - consumed && consumed >= 0, "consumed: " + Arrays.toString(params));
-        if (code == TOO_SMALL) {
+        if (code == AudioStatus.OUTPUT_TOO_SMALL) {
             check(params[5] == 0 && params[6] > room && params[7] == UNTOUCHED,
                     "too small: " + Arrays.toString(params));
             int needed = params[6];
             // What waits is fetched first: no input is taken.
             params = call(in, offset, block.length, 0, needed);
-            check(params[10] == (block.length > 0 ? MORE_INPUT : 0) && params[0] == offset && params[1] == block.length
-                    && params[6] == needed, "fetching: " + Arrays.toString(params));
+            check(params[10] == (block.length > 0 ? AudioStatus.INPUT_LEFT : 0) && params[0] == offset
+                    && params[1] == block.length && params[6] == needed, "fetching: " + Arrays.toString(params));
         } else {
             check(params[7] == flags && params[8] == TIME_LOW && params[9] == -1, "told: " + Arrays.toString(params));
         }
@@ -94,7 +89,7 @@ public final class NativeSoundDecoder implements AutoCloseable {
         Arrays.fill(out, GUARD);
         byte[] expected = out.clone();
         int code = c_multimediaapi_ffmpeg.n_acodec_process(codec, in, out, params);
-        int written = code == TOO_SMALL ? 0 : params[6];
+        int written = code == AudioStatus.OUTPUT_TOO_SMALL ? 0 : params[6];
         check(written <= room, "more written than there is room for: " + Arrays.toString(params));
         System.arraycopy(out, offset, expected, offset, written);
         check(Arrays.equals(out, expected), "written outside: " + Arrays.toString(params));

@@ -25,6 +25,7 @@ import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
 import kiv.media.ffmpeg.exactness.NativeSoundDecoder;
 import kiv.media.ffmpeg.exactness.PictureModel;
 import kiv.media.ffmpeg.exactness.Track;
+import kiv.media.ffmpeg.natives.AudioStatus;
 
 /** Hard uses of the decoders. Each ends normally or throws; {@link #main} runs one in a virtual machine of its own. */
 final class Scenarios {
@@ -205,7 +206,7 @@ final class Scenarios {
                     byte[] block = damaged(packets.get(random.nextInt(packets.size())), random);
                     // Any other code than these, and anything written where it must not be, throws.
                     int code = code(decoder, block);
-                    check((code & ~(1 | 2 | NativeSoundDecoder.TOO_SMALL)) == 0, sound + ": code " + code);
+                    check((code & ~(1 | 2 | AudioStatus.OUTPUT_TOO_SMALL)) == 0, sound + ": code " + code);
                     if (random.nextInt(200) == 0) {
                         decoder.reset();
                     }
