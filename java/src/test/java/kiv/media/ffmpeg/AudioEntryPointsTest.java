@@ -7,6 +7,8 @@ import java.util.Arrays;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 
 /** The audio natives called as no careful caller would, and what they answer. */
 class AudioEntryPointsTest {
@@ -72,9 +74,32 @@ class AudioEntryPointsTest {
     }
 
     @Test
+    void aResetForgetsBytesThatWait() {
+        codec = toPcm(PCM, 1, 16);
+        byte[] out = new byte[200];
+        assertThat(process(new byte[20], out, 0, 20, 0, 0, 0, 0, 200, 0, 0, 0)).isEqualTo(2);
+        c_multimediaapi_ffmpeg.n_acodec_reset(codec);
+        int[] params = {0, 100, 0, 0, 0, 0, 200, 0, 0, 0};
+        assertThat(c_multimediaapi_ffmpeg.n_acodec_process(codec, new byte[100], out, params)).isZero();
+        assertThat(params[6]).isEqualTo(100);
+    }
+
+    @ParameterizedTest
+    @CsvSource({"32, 0", "33, 3"})
+    void soundHasUpTo32Channels(int channels, int result) {
+        codec = toPcm(PCM, channels, 16);
+        assertThat(process(new byte[channels * 20], new byte[2000], 0, channels * 20, 0, 0, 0, 0, 2000, 0, 0, 0))
+                .isEqualTo(result);
+    }
+
+    @Test
     void aClosedCodecFailsAndCanBeOpenedAgain() {
         codec = toPcm(MS_ADPCM, 1, 4);
         assertThat(c_multimediaapi_ffmpeg.n_acodec_close(codec)).isTrue();
+        for (long rate : new long[] {-1, 1L << 31, 1L << 32}) {
+            assertThatThrownBy(() -> c_codecoptions_ffmpeg.n_acodec_set_option(codec, "bit_rate", rate))
+                    .hasMessage("no such bit rate: " + rate + " in line 2535");
+        }
         byte[] out = new byte[10000];
         assertThat(process(new byte[256], out, 0, 256, 0, 0, 0, 0, out.length, 0, 0, 0)).isEqualTo(1 | 2);
         assertThat(c_multimediaapi_ffmpeg.n_acodec_open(codec)).isTrue();
@@ -110,6 +135,8 @@ class AudioEntryPointsTest {
         long context = FfmpegLibrary.context();
         assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, null, null))
                 .isExactlyInstanceOf(RuntimeException.class);
+        assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, new int[] {PCM, 1, RATE, 0, 2, 16, -1},
+                null)).isInstanceOf(OutOfMemoryError.class);
         assertThatThrownBy(() -> toPcm(4, 1, 16)).hasMessageContaining("no decoder found for id=0");
         assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, new int[] {0x31, 1, RATE}, null))
                 .hasMessageContaining("no encoder found");

@@ -7,11 +7,14 @@ import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Random;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
@@ -74,6 +77,68 @@ class HostileBytesTest {
         try (VideoDecoder decoder = VideoDecoder.open(format)) {
             assertThat(decoder.decode(Packet.of(packet, 0, 0, 0, true))).singleElement()
                     .extracting(picture -> picture.toArgb()[0]).isEqualTo(0xFF112233);
+        }
+    }
+
+    /** An AVI's subtitles may be a file of their own, of any kind, which nobody has looked at. */
+    @Test
+    void subtitlesAreNoFileOfTheirOwn() throws IOException {
+        int riff = list("RIFF", "AVI ");
+        int headers = list("LIST", "hdrl");
+        chunk("avih", 56).position(avi.position() + 56);
+        int stream = list("LIST", "strl");
+        chunk("strh", 56).put("txts".getBytes(StandardCharsets.US_ASCII)).position(avi.position() + 16);
+        avi.putInt(1).putInt(25).position(avi.position() + 28);
+        chunk("strf", 4).putInt(0);
+        end(stream);
+        end(headers);
+        int movie = list("LIST", "movi");
+        byte[] subtitles = "1\n00:00:00,000 --> 00:00:01,000\nnested\n\n2\n00:00:01,000 --> 00:00:02,000\nagain\n\n"
+                .getBytes(StandardCharsets.US_ASCII);
+        chunk("00tx", 17 + subtitles.length).put("GAB2\0".getBytes(StandardCharsets.US_ASCII)).putShort((short) 2).putInt(0)
+                .putShort((short) 4).putInt(subtitles.length).put(subtitles);
+        end(movie);
+        end(riff);
+        try (MediaReader reader = MediaReader.open(new HostileChannel(Arrays.copyOf(avi.array(), avi.position())))) {
+            reader.packets().forEach(packet -> assertThat(packet.streamIndex()).isZero());
+            assertThat(reader.streams().get(0).codecName()).isNotEqualTo("subrip");
+        }
+    }
+
+    /** The frame's end says, where FFmpeg decodes one to know the stream, that far fewer samples than none are superfluous. */
+    @Test
+    void streamsAreExaminedWithoutHarm() throws IOException {
+        byte[] aac = Files.readAllBytes(TestMedia.stream("aac.aac"));
+        int frame = (aac[3] & 3) << 11 | (aac[4] & 0xFF) << 3 | (aac[5] & 0xFF) >> 5;
+        int size = frame + 23;
+        ByteBuffer bytes = ByteBuffer.allocate(aac.length + 23).put(aac, 0, frame).order(ByteOrder.LITTLE_ENDIAN)
+                .putInt(-100_000_000).putInt(0).putShort((short) 0).order(ByteOrder.BIG_ENDIAN).putInt(10)
+                .put((byte) (0x80 | 70)).put(MARK).put(aac, frame, aac.length - frame);
+        bytes.put(3, (byte) (aac[3] & 0xFC | size >> 11)).put(4, (byte) (size >> 3)).put(5, (byte) (aac[5] & 31 | size << 5));
+        try (MediaReader reader = MediaReader.open(new HostileChannel(bytes.array()))) {
+            assertThat(reader.read().size()).isEqualTo(size);
+        }
+    }
+
+    /** A track of a MOV may name the file that it is in, as seen from the MOV's directory. */
+    @Test
+    void noOtherFileIsOpened(@TempDir Path directory) throws IOException {
+        byte[] mov = Files.readAllBytes(TestMedia.stream("h264_aac.mov"));
+        Path other = Files.write(directory.resolve("other"), new byte[mov.length]);
+        byte[] path = other.toString().getBytes(StandardCharsets.US_ASCII);
+        String text = new String(mov, StandardCharsets.ISO_8859_1);
+        int entry = text.indexOf("dref") + 12;
+        int added = 162 + 4 + path.length - 12;
+        ByteBuffer bytes = ByteBuffer.allocate(mov.length + added).put(mov).position(entry);
+        bytes.putInt(12 + added).put("alis".getBytes(StandardCharsets.US_ASCII)).putInt(0).position(entry + 12 + 130);
+        bytes.putShort((short) 50).putShort((short) (other.getNameCount())).position(entry + 162);
+        bytes.putShort((short) 2).putShort((short) path.length).put(path).put(mov, entry + 12, mov.length - entry - 12);
+        for (String box : List.of("moov", "trak", "mdia", "minf", "dinf", "dref")) {
+            int at = text.lastIndexOf(box, entry) - 4;
+            bytes.putInt(at, bytes.getInt(at) + added);
+        }
+        try (MediaReader reader = MediaReader.open(new HostileChannel(bytes.array()))) {
+            assertThat(reader.packets()).isNotEmpty().noneMatch(packet -> packet.streamIndex() == 0);
         }
     }
 

@@ -5,12 +5,16 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
+import java.nio.ByteBuffer;
 import java.nio.file.Files;
 import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
+import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
+import kiv.media.ffmpeg.natives.c_mediareader_source;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -82,6 +86,47 @@ class MediaReaderTest {
         byte[] whole = Files.readAllBytes(TestMedia.stream("mpeg4_320x240.avi"));
         try (MediaReader reader = MediaReader.open(new HostileChannel(Arrays.copyOf(whole, whole.length / 2)))) {
             assertThat(reader.packets().count()).isBetween(5L, 29L);
+        }
+    }
+
+    /** From a channel that gives one byte at a time, and in between none. */
+    @Test
+    void bytesMayComeOneByOne() throws IOException {
+        byte[] bytes = Files.readAllBytes(TestMedia.stream("mp3_mono.mp3"));
+        boolean[] pause = {false};
+        HostileChannel slow = new HostileChannel(bytes) {
+            @Override
+            public int read(ByteBuffer to) throws IOException {
+                pause[0] = !pause[0];
+                int limit = to.limit();
+                to.limit(to.position() + (pause[0] ? 0 : 1));
+                try {
+                    return super.read(to);
+                } finally {
+                    to.limit(limit);
+                }
+            }
+        };
+        try (MediaReader reader = MediaReader.open(slow); MediaReader other = MediaReader.open(new HostileChannel(bytes))) {
+            assertThat(reader.packets().map(Packet::data)).containsExactlyElementsOf(other.packets().map(Packet::data).toList());
+        }
+    }
+
+    @Test
+    void nativesCheckTheirArguments() throws IOException {
+        HostileChannel channel = new HostileChannel(Files.readAllBytes(TestMedia.stream("mp3_mono.mp3")));
+        long reader = c_mediareader_ffmpeg.n_reader_open(FfmpegLibrary.context(), new c_mediareader_source(channel));
+        try {
+            for (int stream : new int[] {-1, 1, Integer.MAX_VALUE}) {
+                assertThatThrownBy(() -> c_mediareader_ffmpeg.n_reader_get_stream(reader, stream))
+                        .hasMessage("no such stream: " + stream + " in line 2611");
+            }
+            assertThatThrownBy(() -> c_mediareader_ffmpeg.n_reader_read(reader, new long[PacketFields.SIZE - 1]))
+                    .hasMessageContaining("shorter than 6 in line 2703");
+            assertThatThrownBy(() -> c_mediareader_ffmpeg.n_reader_seek(reader, 1, 0, 0)).hasMessageContaining("2611");
+            assertThatThrownBy(() -> c_mediareader_ffmpeg.n_reader_seek(reader, 0, 0, 2)).hasMessageContaining("2613");
+        } finally {
+            c_mediareader_ffmpeg.n_reader_delete(reader);
         }
     }
 

@@ -46,6 +46,18 @@ class PacketTimesTest {
     }
 
     @Test
+    void aClockThatIsMissingGoesOnWithTheOtherOne() {
+        long[][] told = {{10, Packet.NO_TIME, 10}, {20, 5, 20}, {15, 6, 15}, {14, 7, 7}, {Packet.NO_TIME, 30, 30}, {25, 31, 31}};
+        for (long[] row : told) {
+            Packet packet = packet(row[0], row[1]);
+            assertThat(times.of(times.remember(packet), packet).timestamp()).isEqualTo(row[2]);
+        }
+        times.forget();
+        Packet packet = packet(3, 1);
+        assertThat(times.of(times.remember(packet), packet).timestamp()).as("of another place nothing is known").isEqualTo(3);
+    }
+
+    @Test
     void aForeignOrForgottenKeyHasNoPacket() {
         assertThat(times.of(0, packet(Packet.NO_TIME, 3)).timestamp()).as("the pace of decoding").isEqualTo(3);
         Packet packet = packet(4, Packet.NO_TIME);

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatCode;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import static org.assertj.core.api.Assertions.within;
 
@@ -12,7 +13,10 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Iterator;
 import java.util.List;
+import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.Reference;
+import kiv.media.ffmpeg.natives.ConverterPlace;
+import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
@@ -80,6 +84,11 @@ class PictureTest {
         assertThatThrownBy(() -> picture.plane(0)).isInstanceOf(MediaStateException.class);
         assertThatThrownBy(() -> new Picture(new PictureMemoryPool().take(63), picture.format(), 4, 4, new int[4],
                 new int[] {16, 0, 0, 0}, DETAILS)).isInstanceOf(DecodeException.class);
+        int palette = 4 * 4 + 1024;
+        for (int size : new int[] {palette - 1, palette}) {
+            assertThatCode(() -> new Picture(new PictureMemoryPool().take(size), PixelFormat.named("pal8"), 4, 4,
+                    new int[] {0, 16, 0, 0}, new int[] {4, 0, 0, 0}, DETAILS)).matches(e -> e == null == (size == palette));
+        }
     }
 
     /**
@@ -123,6 +132,57 @@ class PictureTest {
         }
     }
 
+    @Test
+    void oddWidthsHaveTheirLastColumn() {
+        try (Picture red = picture(65, 2, 0xFFFF0000)) {
+            assertThat(red.convert(PixelFormat.named("monow")).plane(0).rowBytes()).isEqualTo(9);
+            byte[] chroma = red.convert(PixelFormat.named("yuv420p")).plane(2).packed();
+            assertThat(chroma).hasSize(33).containsOnly(chroma[0]);
+        }
+    }
+
+    @Test
+    void valuesBeyondTheirDepthAreCut() {
+        int[] pixels = {0, 0};
+        for (int i = 0; i < 2; i++) {
+            PictureMemory memory = new PictureMemoryPool().take(64 * 2 * 2 * 2);
+            while (memory.buffer().hasRemaining()) {
+                memory.buffer().putShort(i == 0 ? (short) -1 : (short) 0xFF03);
+            }
+            pixels[i] = new Picture(memory, PixelFormat.named("yuv420p10le"), 64, 2, new int[] {0, 256, 320, 0},
+                    new int[] {128, 64, 64, 0}, DETAILS).toArgb()[70];
+        }
+        assertThat(pixels[0]).isEqualTo(pixels[1]);
+    }
+
+    @Test
+    void theRangeOfAllValuesIsToldOnce() {
+        try (Picture grey = picture(16, 2, 0xFF848484); Picture full = grey.convert(PixelFormat.named("yuvj420p"))) {
+            assertThat(full.isFullRange()).isTrue();
+            assertThat(full.convert(PixelFormat.named("yuv420p")).isFullRange()).isFalse();
+        }
+    }
+
+    @ParameterizedTest
+    @CsvSource({"0, 0, 1923", "4, 4, 1934", "16, 0, 1938", "16, 17, 1938", "16, 16, 0"})
+    void convertersStayWithinMemory(int lineSize, int palette, int line) {
+        PixelFormat pal8 = PixelFormat.named("pal8");
+        int[] place = new int[ConverterPlace.SIZE];
+        place[ConverterPlace.PIXEL_FORMAT] = pal8.number();
+        place[ConverterPlace.WIDTH] = lineSize == 0 ? 0 : 16;
+        place[ConverterPlace.HEIGHT] = 1;
+        place[ConverterPlace.LINE_SIZES] = lineSize;
+        place[ConverterPlace.PLANE_OFFSETS + 1] = palette;
+        ByteBuffer memory = ByteBuffer.allocateDirect(16 + 1024);
+        long converter = c_pictureconverter_ffmpeg.n_create_converter(FfmpegLibrary.context());
+        try {
+            assertThatCode(() -> c_pictureconverter_ffmpeg.n_convert(converter, memory, place, memory.duplicate(), place, 0))
+                    .matches(e -> line == 0 ? e == null : e.getMessage().endsWith(" in line " + line));
+        } finally {
+            c_pictureconverter_ffmpeg.n_delete_converter(converter);
+        }
+    }
+
     /** A red that tells standard from high definition, and a grey that tells the values of television from all. */
     @ParameterizedTest
     @CsvSource({"2, false, 81, 90, 240, 0xFF0000", "5, true, 76, 85, 255, 0xFF0000", "1, false, 63, 102, 240, 0xFF0000",
@@ -157,6 +217,11 @@ class PictureTest {
         other.release();
         memory = pool.take(64);
         assertThat(memory.buffer()).isSameAs(buffer);
+        List<PictureMemory> many = Stream.generate(() -> pool.take(9)).limit(10).toList();
+        many.forEach(PictureMemory::release);
+        List<ByteBuffer> old = many.stream().map(PictureMemory::buffer).toList();
+        assertThat(Stream.generate(() -> pool.take(9).buffer()).limit(10).filter(taken -> old.stream()
+                .anyMatch(one -> one == taken))).as("what is kept for the next pictures").hasSize(8);
         pool.close();
         memory.release();
         assertThat(pool.take(64).buffer()).isNotSameAs(buffer);

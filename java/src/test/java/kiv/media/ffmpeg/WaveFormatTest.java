@@ -17,6 +17,8 @@ class WaveFormatTest {
         WaveFormat aac = WaveFormat.of(0xFF, 6, 96000, 40_000, 1, 0, new byte[] {0x10, 0x30});
         assertThat(WaveFormat.parse(aac.toBytes())).isEqualTo(aac).hasSameHashCodeAs(aac)
                 .isNotEqualTo(WaveFormat.pcm16(96000, 6));
+        WaveFormat large = WaveFormat.of(0xFFFE, 64, 8000, 0, 65_535, 65_535, new byte[40_000]);
+        assertThat(WaveFormat.parse(large.toBytes())).isEqualTo(large);
         byte[] pcm = WaveFormat.pcm16(8000, 1).toBytes();
         assertThat(WaveFormat.parse(Arrays.copyOf(pcm, 16))).isEqualTo(WaveFormat.pcm16(8000, 1));
         assertThat(WaveFormat.parse(Arrays.copyOf(pcm, 14)).bitsPerSample()).isZero();

@@ -77,6 +77,19 @@ class JavaSoundTest {
         }
     }
 
+    /** More than is kept in memory lies between the sound and the directory at the end. */
+    @Test
+    void aStreamWithItsDirectoryAtTheEndIsReadAgain() throws Exception {
+        byte[] m4a = Files.readAllBytes(TestMedia.stream("aac.m4a"));
+        int directoryAt = new String(m4a, StandardCharsets.ISO_8859_1).indexOf("moov") - 4;
+        int unused = SpoolChannel.CHUNKS * SpoolChannel.CHUNK + 1000;
+        ByteBuffer bytes = ByteBuffer.allocate(m4a.length + unused).put(m4a, 0, directoryAt).putInt(unused)
+                .put("free".getBytes(StandardCharsets.US_ASCII)).position(directoryAt + unused)
+                .put(m4a, directoryAt, m4a.length - directoryAt);
+        assertThat(pcm(AudioSystem.getAudioInputStream(new ByteArrayInputStream(bytes.array()))))
+                .isEqualTo(MediaAudioTest.decoded(TestMedia.stream("aac.m4a")));
+    }
+
     @Test
     void theRestIsConvertedByTheJdk() throws Exception {
         Path mp3 = TestMedia.stream("mp3.mp3");

@@ -108,6 +108,8 @@ class ResourceCacheTest {
             assertThatThrownBy(() -> unpack(refused, 1)).hasMessageContaining("belongs to user 12345");
             Files.setAttribute(root(), "unix:uid", 12345);
         }
+        Path ours = Files.createSymbolicLink(temp.resolve("ours"), root());
+        assertThatThrownBy(() -> unpack(ours, 1)).hasMessageContaining("belongs to user 12345");
     }
 
     @Test

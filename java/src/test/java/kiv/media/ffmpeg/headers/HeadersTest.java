@@ -1,0 +1,54 @@
+package kiv.media.ffmpeg.headers;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+
+import java.io.ByteArrayInputStream;
+import java.io.IOException;
+import java.nio.charset.StandardCharsets;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
+
+class HeadersTest {
+
+    private static LeadingBytes head(byte[] bytes) {
+        return new LeadingBytes(new ByteArrayInputStream(bytes));
+    }
+
+    @Test
+    void adtsHeadersHoldSevenChannelsAndFramesOf13Bits() {
+        // Object type 2, the rate of number 4, configuration 7.
+        AdtsHeader header = AdtsHeader.of(new byte[] {0x12, 0x38});
+        assertThat(header.before(8184)).containsExactly(0xFF, 0xF1, 0x51, 0xC3, 0xFF, 0xFF, 0xFC);
+        assertThatThrownBy(() -> header.before(8185)).isInstanceOf(IllegalArgumentException.class);
+        for (int[] configuration : new int[][] {{0x12}, {0x12, 0x40}, {0x12, 0}, {0x17, 0x90}, {0x2A, 0x10}, {2, 0x10}}) {
+            byte[] bytes = new byte[configuration.length];
+            for (int i = 0; i < bytes.length; i++) {
+                bytes[i] = (byte) configuration[i];
+            }
+            assertThatThrownBy(() -> AdtsHeader.of(bytes)).isInstanceOf(IllegalArgumentException.class);
+        }
+    }
+
+    @Test
+    void chunksOfOddSizesAreFollowedByAByte() throws IOException {
+        byte[] wave = "RIFF....WAVEodd \3\0\0\0abc\0fmt \2\0\0\0xy".getBytes(StandardCharsets.US_ASCII);
+        assertThat(head(wave).riffChunk("fmt ")).isEqualTo(32);
+        assertThat(head(wave).riffChunk("odd ")).isEqualTo(20);
+        assertThat(head(wave).riffChunk("data")).isEqualTo(-1);
+        assertThat(head(wave).has(wave.length + 1)).isFalse();
+        assertThat(head(new byte[16 * 1024 + 1]).has(16 * 1024 + 1)).as("beyond what is looked at").isFalse();
+    }
+
+    /** Packets with a mark every so many bytes. */
+    @ParameterizedTest
+    @CsvSource({"0, 188, true", "4, 192, true", "0, 204, true", "0, 192, false", "4, 188, false"})
+    void transportStreamsAreKnownByTheirPackets(int first, int size, boolean known) throws IOException {
+        byte[] stream = new byte[first + 5 * size];
+        for (int at = first; at < stream.length; at += size) {
+            stream[at] = 0x47;
+        }
+        assertThat(MediaSignatures.match(head(stream))).isEqualTo(known);
+    }
+}
