@@ -34,8 +34,6 @@ public:
             avc_critical = dsc_env.get_array_critical(avoc_array, nullptr);
     }
 
-    bool is_null() const noexcept { return avoc_array == nullptr; }
-
     /** One element; 0 beyond the end and while not pinned. */
     ELEMENT operator[](int32_t imp_index) const noexcept
     {

@@ -1,10 +1,14 @@
-/** @file New Java arrays of what native code has. */
+/** @file Java arrays made of what native code has, and read as a whole. */
 #pragma once
 
+#include "jni/array_holders.h"
 #include "jni/jnienv.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <new>
 #include <span>
+#include <vector>
 
 namespace kiv::jni
 {
@@ -35,6 +39,25 @@ inline jbyteArray to_java(const c_jnienv &dsp_env, std::span<const uint8_t> utp_
     if (iml_length > 0)
         dsp_env.set_array_region(avol_array, 0, iml_length, reinterpret_cast<const jbyte *>(utp_bytes.data()));
     return avol_array;
+}
+
+/**
+ * The first bytes of the array; 0 for those that it does not have.
+ *
+ * @param imp_length how many
+ * @throws std::bad_alloc for a negative length
+ * @throws c_jniexception when the virtual machine has no memory for the array
+ */
+inline std::vector<uint8_t> from_java(c_jbytearray &dsp_array, int32_t imp_length)
+{
+    if (imp_length < 0)
+        throw std::bad_array_new_length();
+    std::vector<uint8_t> utl_bytes(static_cast<size_t>(imp_length));
+    dsp_array.pin();
+    const auto utl_elements = dsp_array.elements();
+    std::copy_n(utl_elements.begin(), std::min(utl_elements.size(), utl_bytes.size()), utl_bytes.begin());
+    dsp_array.release();
+    return utl_bytes;
 }
 
 } // namespace kiv::jni

@@ -6,6 +6,7 @@
 #include <jni.h>
 #include <natives/ArrayKind.h>
 
+#include <type_traits>
 #include <utility>
 
 namespace kiv::jni
@@ -53,11 +54,33 @@ public:
     jobject get_jobject_array_element(jobjectArray avop_array, jsize imp_index) const;
     void set_jobject_array_element(jobjectArray avop_array, jsize imp_index, jobject avop_value) const;
 
-    bool call_static_boolean_method(jclass avop_class, jmethodID adsp_method, ...) const;
-    void call_static_void_method(jclass avop_class, jmethodID adsp_method, ...) const;
-    jint call_int_method(jobject avop_object, jmethodID adsp_method, ...) const;
-    jlong call_long_method(jobject avop_object, jmethodID adsp_method, ...) const;
-    jobject call_object_method(jobject avop_object, jmethodID adsp_method, ...) const;
+    template <class... ARGUMENTS>
+    bool call_static_boolean_method(jclass avop_class, jmethodID adsp_method, ARGUMENTS... dsp_arguments) const
+    {
+        return run(__func__, [&] {
+            return adsc_env->CallStaticBooleanMethod(avop_class, adsp_method, dsp_arguments...) == JNI_TRUE;
+        });
+    }
+    template <class... ARGUMENTS>
+    void call_static_void_method(jclass avop_class, jmethodID adsp_method, ARGUMENTS... dsp_arguments) const
+    {
+        run(__func__, [&] { adsc_env->CallStaticVoidMethod(avop_class, adsp_method, dsp_arguments...); });
+    }
+    template <class... ARGUMENTS>
+    jint call_int_method(jobject avop_object, jmethodID adsp_method, ARGUMENTS... dsp_arguments) const
+    {
+        return run(__func__, [&] { return adsc_env->CallIntMethod(avop_object, adsp_method, dsp_arguments...); });
+    }
+    template <class... ARGUMENTS>
+    jlong call_long_method(jobject avop_object, jmethodID adsp_method, ARGUMENTS... dsp_arguments) const
+    {
+        return run(__func__, [&] { return adsc_env->CallLongMethod(avop_object, adsp_method, dsp_arguments...); });
+    }
+    template <class... ARGUMENTS>
+    jobject call_object_method(jobject avop_object, jmethodID adsp_method, ARGUMENTS... dsp_arguments) const
+    {
+        return run(__func__, [&] { return adsc_env->CallObjectMethod(avop_object, adsp_method, dsp_arguments...); });
+    }
 
     jbyte *get_array_elements(jbyteArray avop_array, jboolean *abp_is_copy) const;
     jshort *get_array_elements(jshortArray avop_array, jboolean *abp_is_copy) const;
@@ -66,8 +89,25 @@ public:
     jbyte *get_array_critical(jbyteArray avop_array, jboolean *abp_is_copy) const;
 
 private:
-    /** Throws when a Java exception is pending: asked before every call that is then forbidden, and after it. */
+    /** Throws when a Java exception is pending: before every call that it forbids, and after it. */
     void check_pending(const char *strp_operation) const;
+
+    /** Calls a JNI function that returns null when it fails. */
+    template <class CALL> auto make(const char *strp_operation, CALL dsp_call) const;
+
+    /** Calls a JNI function that leaves an exception pending when it fails, whatever it returns. */
+    template <class CALL> auto run(const char *strp_operation, CALL dsp_call) const
+    {
+        check_pending(strp_operation);
+        if constexpr (std::is_void_v<decltype(dsp_call())>) {
+            dsp_call();
+            check_pending(strp_operation);
+        } else {
+            const auto dsl_result = dsp_call();
+            check_pending(strp_operation);
+            return dsl_result;
+        }
+    }
 
     JNIEnv *adsc_env;
 };

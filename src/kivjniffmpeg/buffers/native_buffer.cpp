@@ -28,6 +28,13 @@ c_native_buffer::c_native_buffer(int32_t imp_size, int32_t imp_align)
     set_memory(autc_memory.get(), autc_memory.get(), imp_size);
 }
 
+c_framebuffer_reference c_native_buffer::make(int32_t imp_size, int32_t imp_align)
+{
+    auto dsl_buffer = std::make_unique<c_native_buffer>(imp_size, imp_align);
+    dsl_buffer->add_reference();
+    return c_framebuffer_reference(dsl_buffer.release());
+}
+
 void c_native_buffer::release()
 {
     TRACE_FUNCTION(3);

@@ -20,6 +20,9 @@ public:
      */
     c_native_buffer(int32_t imp_size, int32_t imp_align);
 
+    /** A new buffer with one reference. Throws as the constructor does. */
+    static c_framebuffer_reference make(int32_t imp_size, int32_t imp_align);
+
     /** Must never be called: the memory is not Java's. Says so in an error line. */
     void release() override;
     /** As release(). */

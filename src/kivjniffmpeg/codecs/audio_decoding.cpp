@@ -202,9 +202,7 @@ void c_audiocodec::convert(c_avframe &dsp_frame, const c_aformat &dsp_format)
         throw_ffmpeg_exception(1735, "a frame of ", dsp_frame->nb_samples, " samples is too large to convert");
     const auto iml_converted_size = static_cast<int32_t>(ill_size);
     TRACE_LINE(im_level_debug, "%s#%s(): iml_converted_size=%d", iml_converted_size);
-    auto dsl_native = std::make_unique<c_native_buffer>(iml_converted_size, 16);
-    dsl_native->add_reference();
-    c_framebuffer_reference dsl_buffer(dsl_native.release());
+    c_framebuffer_reference dsl_buffer = c_native_buffer::make(iml_converted_size, 16);
     set_up_resampler(dsp_format);
     dsc_swr_ctx.convert(dsp_frame, *dsl_buffer.get());
     dsc_output_queue.pushback(std::move(dsl_buffer));

@@ -30,10 +30,9 @@ std::unique_ptr<uint8_t, s_av_free> allocate_samples(int32_t imp_size)
 /** Queues what the encoder made, in memory of its own. */
 void queue_packet(c_output_queue &dsp_queue, const c_avpacket &dsp_packet)
 {
-    auto dsl_native = std::make_unique<c_native_buffer>(dsp_packet.size(), 0);
-    std::copy_n(dsp_packet.data(), dsp_packet.size(), dsl_native->data());
-    dsl_native->add_reference();
-    dsp_queue.pushback(c_framebuffer_reference(dsl_native.release()));
+    c_framebuffer_reference dsl_buffer = c_native_buffer::make(dsp_packet.size(), 0);
+    std::copy_n(dsp_packet.data(), dsp_packet.size(), dsl_buffer->data());
+    dsp_queue.pushback(std::move(dsl_buffer));
 }
 
 } // namespace

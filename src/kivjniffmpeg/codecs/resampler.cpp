@@ -19,6 +19,13 @@ void check_samples(const c_aformat &dsp_format)
         throw_ffmpeg_exception(737, "no conversion at a sample rate of ", dsp_format.sample_rate());
 }
 
+/** Sets one option; @p inp_line is the number of the message. */
+void set_option(SwrContext *adsp_swr, const char *strp_option, int64_t ilp_value, int inp_line)
+{
+    if (g_avutil.av_opt_set_int(adsp_swr, strp_option, ilp_value, 0) != 0)
+        throw_ffmpeg_exception(inp_line, "set ", strp_option, " failed");
+}
+
 } // namespace
 
 c_swr_ctx::c_swr_ctx() : adsc_swr(g_swresample.swr_alloc())
@@ -39,11 +46,9 @@ void c_swr_ctx::set_src_format(const c_aformat &dsp_format)
     TRACE_FUNCTION(3);
     check_samples(dsp_format);
     imc_in_rate = dsp_format.sample_rate();
-    if (g_avutil.av_opt_set_int(adsc_swr, "in_channel_layout", static_cast<int64_t>(dsp_format.channel_layout()), 0) !=
-        0)
-        throw_ffmpeg_exception(743, "set in_channel_layout failed");
-    if (g_avutil.av_opt_set_int(adsc_swr, "in_sample_rate", imc_in_rate, 0) != 0)
-        throw_ffmpeg_exception(745, "set in_sample_rate failed");
+    const auto ill_layout = static_cast<int64_t>(dsp_format.channel_layout());
+    set_option(adsc_swr, "in_channel_layout", ill_layout, 743);
+    set_option(adsc_swr, "in_sample_rate", imc_in_rate, 745);
     if (g_avutil.av_opt_set_sample_fmt(adsc_swr, "in_sample_fmt", dsp_format.sample_format(), 0) != 0)
         throw_ffmpeg_exception(747, "av_opt_set_sample_fmt failed");
     set_channel_count("in_channel_count", dsp_format, imc_in_count_set);
@@ -56,11 +61,9 @@ void c_swr_ctx::set_dst_format(const c_aformat &dsp_format)
     imc_out_channels = dsp_format.channels();
     imc_out_sample_size = dsp_format.bits_per_sample() / 8;
     imc_out_rate = dsp_format.sample_rate();
-    if (g_avutil.av_opt_set_int(adsc_swr, "out_channel_layout", static_cast<int64_t>(dsp_format.channel_layout()), 0) !=
-        0)
-        throw_ffmpeg_exception(770, "set out_channel_layout failed");
-    if (g_avutil.av_opt_set_int(adsc_swr, "out_sample_rate", imc_out_rate, 0) != 0)
-        throw_ffmpeg_exception(772, "set out_sample_rate failed");
+    const auto ill_layout = static_cast<int64_t>(dsp_format.channel_layout());
+    set_option(adsc_swr, "out_channel_layout", ill_layout, 770);
+    set_option(adsc_swr, "out_sample_rate", imc_out_rate, 772);
     if (g_avutil.av_opt_set_sample_fmt(adsc_swr, "out_sample_fmt", dsp_format.sample_format(), 0) != 0)
         throw_ffmpeg_exception(774, "av_opt_set_sample_fmt failed");
     set_channel_count("out_channel_count", dsp_format, imc_out_count_set);
@@ -68,12 +71,10 @@ void c_swr_ctx::set_dst_format(const c_aformat &dsp_format)
 
 void c_swr_ctx::set_channel_count(const char *strp_option, const c_aformat &dsp_format, int32_t &imp_set)
 {
-    // Three, five and seven channels have no layout here, and without either libswresample cannot begin.
+    // Three, five and seven channels have no layout here, and libswresample needs one of the two.
     const int32_t iml_count = dsp_format.channel_layout() == 0 ? dsp_format.channels() : 0;
-    if (iml_count == imp_set)
-        return;
-    if (g_avutil.av_opt_set_int(adsc_swr, strp_option, iml_count, 0) != 0)
-        throw_ffmpeg_exception(752, "set ", strp_option, " failed");
+    if (iml_count != imp_set)
+        set_option(adsc_swr, strp_option, iml_count, 752);
     imp_set = iml_count;
 }
 

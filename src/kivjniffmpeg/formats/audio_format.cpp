@@ -8,16 +8,12 @@
 #include <natives/AudioFormatLayout.h>
 
 #include <algorithm>
-#include <new>
 #include <sstream>
 
 namespace AudioFormatLayout = natives::AudioFormatLayout;
 
-namespace
-{
-
-/** Puts little-endian numbers and text one behind the other. */
-class c_little_endian_writer
+/** Little-endian numbers, text and bytes, one behind the other. */
+class c_aformat::c_little_endian_writer
 {
 public:
     void put16(int32_t imp_value) { put(imp_value, 2); }
@@ -39,6 +35,9 @@ private:
 
     std::vector<uint8_t> utc_bytes;
 };
+
+namespace
+{
 
 /** Products of hostile header values stay defined; where they leave 32 bits they wrap as they always did. */
 int32_t wrapping_product(int32_t imp_a, int32_t imp_b)
@@ -94,14 +93,7 @@ std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarr
     dsl_format->imc_bits_per_sample = dsp_ints[AudioFormatLayout::BITS_PER_SAMPLE];
     const int32_t iml_header_size = dsp_ints[AudioFormatLayout::HEADER_LENGTH];
     dsp_ints.release();
-    if (iml_header_size < 0)
-        throw std::bad_array_new_length();
-    dsl_format->utc_specific_hdr.resize(static_cast<size_t>(iml_header_size));
-    dsp_bytes.pin();
-    const auto utl_header = dsp_bytes.elements();
-    std::copy_n(utl_header.begin(), std::min(utl_header.size(), dsl_format->utc_specific_hdr.size()),
-                dsl_format->utc_specific_hdr.begin());
-    dsp_bytes.release();
+    dsl_format->utc_specific_hdr = kiv::jni::from_java(dsp_bytes, iml_header_size);
     dsl_format->iec_codec_id = format_tag2codecid(dsl_format->imc_format_tag);
     if (dsl_format->iec_codec_id == AV_CODEC_ID_NONE)
         TRACE_LINE(im_level_debug, "%s#%s(): cannot create audio codec to format 0x%x",
@@ -109,15 +101,20 @@ std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarr
     return dsl_format;
 }
 
+void c_aformat::write_fields(c_little_endian_writer &dsp_writer) const
+{
+    dsp_writer.put16(imc_format_tag);
+    dsp_writer.put16(imc_channels);
+    dsp_writer.put32(imc_sample_rate);
+    dsp_writer.put32(imc_bytes_per_second);
+    dsp_writer.put16(imc_frame_size);
+    dsp_writer.put16(imc_bits_per_sample);
+}
+
 std::vector<uint8_t> c_aformat::wave_header() const
 {
     c_little_endian_writer dsl_writer;
-    dsl_writer.put16(imc_format_tag);
-    dsl_writer.put16(imc_channels);
-    dsl_writer.put32(imc_sample_rate);
-    dsl_writer.put32(imc_bytes_per_second);
-    dsl_writer.put16(imc_frame_size);
-    dsl_writer.put16(imc_bits_per_sample);
+    write_fields(dsl_writer);
     dsl_writer.put16(static_cast<int32_t>(utc_specific_hdr.size()));
     dsl_writer.put_bytes(utc_specific_hdr);
     return dsl_writer.bytes();
@@ -137,12 +134,7 @@ void c_aformat::get_riff_header(std::span<uint8_t, ul_riff_header_size> utp_dst)
     dsl_writer.put32(iml_data_size + static_cast<int32_t>(ul_riff_header_size) - 8);
     dsl_writer.put_text("WAVEfmt ");
     dsl_writer.put32(16);
-    dsl_writer.put16(imc_format_tag);
-    dsl_writer.put16(imc_channels);
-    dsl_writer.put32(imc_sample_rate);
-    dsl_writer.put32(imc_bytes_per_second);
-    dsl_writer.put16(imc_frame_size);
-    dsl_writer.put16(imc_bits_per_sample);
+    write_fields(dsl_writer);
     dsl_writer.put_text("data");
     dsl_writer.put32(iml_data_size);
     std::ranges::copy(dsl_writer.bytes(), utp_dst.begin());

@@ -105,6 +105,11 @@ public:
     AVSampleFormat sample_format() const { return sample_format_of(imc_format_tag, imc_bits_per_sample, bc_planar); }
 
 private:
+    class c_little_endian_writer;
+
+    /** Writes the 16 bytes with which the header of WAVE begins. */
+    void write_fields(c_little_endian_writer &dsp_writer) const;
+
     int32_t imc_format_tag = im_tag_pcm;
     int32_t imc_channels = 2;
     int32_t imc_sample_rate = 48000;

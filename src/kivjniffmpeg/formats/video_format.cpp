@@ -5,9 +5,6 @@
 #include "kivjniffmpeg/formats/media_subtypes.h"
 #include "trace/trace.h"
 
-#include <algorithm>
-#include <new>
-
 namespace VideoFormatLayout = natives::VideoFormatLayout;
 
 c_vformat::~c_vformat() = default;
@@ -24,15 +21,8 @@ std::unique_ptr<c_vformat> c_vformat::create_from_java_array(const std::string &
     for (int32_t iml_index = 0; iml_index < VideoFormatLayout::SIZE; ++iml_index)
         dsl_format->aimc_values[static_cast<size_t>(iml_index)] = dsp_format[iml_index];
     dsp_format.release();
-    const int32_t iml_extradata_size = dsl_format->aimc_values[VideoFormatLayout::EXTRADATA_LENGTH];
-    if (iml_extradata_size < 0)
-        throw std::bad_array_new_length();
-    dsl_format->utc_extradata.resize(static_cast<size_t>(iml_extradata_size));
-    dsp_extradata.pin();
-    const auto utl_extradata = dsp_extradata.elements();
-    std::copy_n(utl_extradata.begin(), std::min(utl_extradata.size(), dsl_format->utc_extradata.size()),
-                dsl_format->utc_extradata.begin());
-    dsp_extradata.release();
+    dsl_format->utc_extradata =
+        kiv::jni::from_java(dsp_extradata, dsl_format->aimc_values[VideoFormatLayout::EXTRADATA_LENGTH]);
     return dsl_format;
 }
 

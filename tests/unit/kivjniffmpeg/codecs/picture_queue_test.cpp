@@ -15,9 +15,7 @@ protected:
 
     static dsd_decoded_picture picture(int64_t ilp_timestamp)
     {
-        auto dsl_native = std::make_unique<c_native_buffer>(16, 0);
-        dsl_native->add_reference();
-        dsd_decoded_picture dsl_picture{std::make_unique<c_avframe>(), c_framebuffer_reference(dsl_native.release())};
+        dsd_decoded_picture dsl_picture{std::make_unique<c_avframe>(), c_native_buffer::make(16, 0)};
         (*dsl_picture.dsc_frame)->pts = ilp_timestamp;
         return dsl_picture;
     }
