@@ -1,12 +1,12 @@
 /**
  * FFmpeg's decoders and encoders for Java: containers, pictures and sound.
  *
- * <p>The native library and FFmpeg's package are resources of jars that no other module requires. On the module path
- * they are found with {@code --add-modules ALL-MODULE-PATH}, or by themselves when they lie on the class path. The
- * virtual machine is told that native code is wanted with {@code --enable-native-access=kiv.media.ffmpeg}.
+ * <p>The native library and FFmpeg's package are in jars that no module requires. Put them on the class path, or on the
+ * module path with {@code --add-modules ALL-MODULE-PATH}. The option
+ * {@code --enable-native-access=kiv.media.ffmpeg} permits native code.
  */
 module kiv.media.ffmpeg {
-    // The API gives images.
+    // The API returns images.
     requires transitive java.desktop;
 
     exports kiv.media.ffmpeg;

@@ -210,8 +210,8 @@ public final class AudioEncoder implements AutoCloseable {
     /**
      * Encodes PCM.
      *
-     * @param pcm any number of whole frames from the position to the limit, little-endian whatever the buffer's order;
-     *     the position moves to the limit
+     * @param pcm any number of whole frames from the position to the limit, little-endian regardless of the buffer's
+     *     order; the position moves to the limit
      * @return the packets that are ready
      * @throws IllegalArgumentException when the last frame is not whole
      * @throws EncodeException when it cannot be encoded; the next call returns the packets that were made before

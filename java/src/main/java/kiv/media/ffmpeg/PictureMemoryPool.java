@@ -56,7 +56,7 @@ final class PictureMemoryPool implements VideoBuffers {
         }
         spare.push(buffer);
         if (spare.size() > LARGEST) {
-            // The oldest one has a size that nobody requests any more.
+            // The oldest one has a size that no picture needs any more.
             spare.removeLast();
         }
     }

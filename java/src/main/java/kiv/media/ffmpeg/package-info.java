@@ -1,23 +1,22 @@
 /**
- * Pictures and sound out of media files, and sound into them, with FFmpeg's codecs.
+ * Decodes the pictures and the sound of media files, and encodes sound, with FFmpeg's codecs.
  *
- * <p>Welcome. Four classes do most of the work: a {@link kiv.media.ffmpeg.MediaReader} takes a file apart into
- * packets, a {@link kiv.media.ffmpeg.VideoDecoder} or an {@link kiv.media.ffmpeg.AudioDecoder} turns the packets of
- * one stream into {@link kiv.media.ffmpeg.Picture}s or {@link kiv.media.ffmpeg.AudioBlock}s. The other way,
- * {@link kiv.media.ffmpeg.AudioEncoder} and {@link kiv.media.ffmpeg.AudioFileWriter} make files of sound. Everything
- * that can be opened is to be closed, and nothing has to be set up before: the libraries load themselves
- * ({@link kiv.media.ffmpeg.FfmpegLibrary} says from where).
+ * <p>Welcome. A {@link kiv.media.ffmpeg.MediaReader} reads the packets of a file. A
+ * {@link kiv.media.ffmpeg.VideoDecoder} decodes the packets of a video stream into {@link kiv.media.ffmpeg.Picture}s, an
+ * {@link kiv.media.ffmpeg.AudioDecoder} those of an audio stream into {@link kiv.media.ffmpeg.AudioBlock}s. An
+ * {@link kiv.media.ffmpeg.AudioEncoder} and an {@link kiv.media.ffmpeg.AudioFileWriter} produce audio files. Close every
+ * object that you open. The libraries need no set-up: they are loaded on first use, and
+ * {@link kiv.media.ffmpeg.FfmpegLibrary} describes from where.
  *
- * <p>What cannot be done is an unchecked {@link kiv.media.ffmpeg.MediaException} that says why, and what cannot be
- * read an {@link java.io.IOException}; no input and no misuse harms the virtual machine. Each object is used by one
- * thread at a time, and different ones work side by side. Times are {@link java.time.Duration}s where people read
- * them, and whole numbers of a stream's unit ({@link kiv.media.ffmpeg.MediaStream#timeBase()}) where they have to be
- * exact.
+ * <p>Failures are unchecked {@link kiv.media.ffmpeg.MediaException}s that state the reason, or an
+ * {@link java.io.IOException} where bytes cannot be read. No input and no misuse crashes the virtual machine. One thread
+ * at a time uses an object, and different objects work in parallel. Times for people are {@link java.time.Duration}s.
+ * Exact times are whole numbers in the unit of their stream, {@link kiv.media.ffmpeg.MediaStream#timeBase()}.
  *
  * <h2>Recipes</h2>
  *
- * <p>Thumbnails, spread evenly over a film. Seeking goes to the last place before a time where decoding can start, and
- * the decoder is to forget what came before it:
+ * <p>Thumbnails at equal distances in a film. A seek moves to the last position at or before a time where decoding can
+ * start. The reset then drops the decoder's data from before the seek:
  *
  * <pre>{@code
  * static void thumbnails(Path film, Path directory, int count) throws IOException {
@@ -35,7 +34,7 @@
  * }
  * }</pre>
  *
- * <p>The sound of any medium as a WAV file. The file appears under its name when it is whole:
+ * <p>The sound of any medium as a WAV file. The file gets its name when it is complete:
  *
  * <pre>{@code
  * static void soundToWav(Path medium, Path wav) throws IOException {
@@ -50,8 +49,8 @@
  * }
  * }</pre>
  *
- * <p>Raw H.264 with start codes, as a camera sends it: no container, so the program says what a container would have
- * said. Closing a picture lets the next one have its memory:
+ * <p>Raw H.264 with start codes, such as that of a camera. Without a container, the program states the format itself.
+ * Closing a picture releases its memory for the next one:
  *
  * <pre>{@code
  * static void rawH264(Iterable<byte[]> units, Consumer<BufferedImage> screen) {
@@ -72,8 +71,8 @@
  * }
  * }</pre>
  *
- * <p>Playing an MP3, or the sound of any other medium, on the line that
- * {@link javax.sound.sampled.AudioSystem#getSourceDataLine(javax.sound.sampled.AudioFormat)} gives:
+ * <p>Playing an MP3, or the sound of any other medium, on a line of
+ * {@link javax.sound.sampled.AudioSystem#getSourceDataLine(javax.sound.sampled.AudioFormat)}:
  *
  * <pre>{@code
  * static void play(Path song, SourceDataLine line) throws IOException, LineUnavailableException {
@@ -89,7 +88,7 @@
  * }
  * }</pre>
  *
- * <p>Many files in many threads. Readers and decoders share nothing, so each file has its own:
+ * <p>Many files in many threads. Each file has its own reader and decoder, which share no state:
  *
  * <pre>{@code
  * static Map<Path, Duration> lengths(List<Path> files) {
@@ -104,7 +103,6 @@
  * }
  * }</pre>
  *
- * <p>Programs that want sound from JavaSound alone need nothing of this package: see
- * {@link kiv.media.ffmpeg.javasound}.
+ * <p>Programs that read sound through JavaSound do not need this package: see {@link kiv.media.ffmpeg.javasound}.
  */
 package kiv.media.ffmpeg;

@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg.headers;
 
-/** The seven bytes before each AAC packet in a stream that is not a container. */
+/** The header of seven bytes before each AAC packet in a stream without a container. */
 public final class AdtsHeader {
 
     private static final int SIZE = 7;
@@ -18,11 +18,11 @@ public final class AdtsHeader {
     }
 
     /**
-     * Reads what the headers say from the codec's configuration.
+     * Derives the headers from the codec's configuration.
      *
      * @param configuration an AudioSpecificConfig
      * @return the headers of its packets
-     * @throws IllegalArgumentException when the headers cannot say it
+     * @throws IllegalArgumentException when ADTS does not support the configuration
      */
     public static AdtsHeader of(byte[] configuration) {
         if (configuration.length < 2) {
@@ -40,10 +40,10 @@ public final class AdtsHeader {
     }
 
     /**
-     * Makes the header of a packet.
+     * Returns the header of a packet.
      *
      * @param packetSize the packet's size in bytes
-     * @return the header, to stand before the packet
+     * @return the header, which precedes the packet
      * @throws IllegalArgumentException when the packet is too long
      */
     public byte[] before(int packetSize) {

@@ -4,7 +4,7 @@ import java.io.IOException;
 import java.io.InputStream;
 import java.nio.charset.StandardCharsets;
 
-/** The first bytes of a stream, read only as far as somebody asks, because more may take long to arrive. */
+/** The first bytes of a stream. It reads no more than a caller needs, because further bytes may arrive late. */
 public final class LeadingBytes {
 
     private static final int MOST = 16 * 1024;
@@ -19,17 +19,17 @@ public final class LeadingBytes {
     /**
      * Reads nothing yet.
      *
-     * @param in the stream, whose next bytes are the first
+     * @param in the stream, at its first byte
      */
     public LeadingBytes(InputStream in) {
         this.in = in;
     }
 
     /**
-     * Reads as far as needed.
+     * Reads up to a number of bytes.
      *
      * @param length number of bytes
-     * @return whether the stream has as many; false beyond 16384
+     * @return whether the stream has that many; false beyond 16384
      * @throws IOException when the stream cannot be read
      */
     public boolean has(int length) throws IOException {
@@ -42,9 +42,9 @@ public final class LeadingBytes {
     }
 
     /**
-     * An unsigned byte.
+     * Returns an unsigned byte.
      *
-     * @param index its place, which {@link #has} has reached
+     * @param index its index, which {@link #has} has reached
      * @return 0 to 255
      */
     public int at(int index) {
@@ -52,9 +52,9 @@ public final class LeadingBytes {
     }
 
     /**
-     * An unsigned number of two bytes, the low one first.
+     * Returns an unsigned little-endian number of two bytes.
      *
-     * @param index its place, which {@link #has} has reached
+     * @param index its index, which {@link #has} has reached
      * @return the number
      */
     public int littleEndian16(int index) {
@@ -62,9 +62,9 @@ public final class LeadingBytes {
     }
 
     /**
-     * An unsigned number of four bytes, the low one first.
+     * Returns an unsigned little-endian number of four bytes.
      *
-     * @param index its place, which {@link #has} has reached
+     * @param index its index, which {@link #has} has reached
      * @return the number
      */
     public long littleEndian32(int index) {
@@ -74,7 +74,7 @@ public final class LeadingBytes {
     /**
      * Compares bytes with a text.
      *
-     * @param index where to look
+     * @param index the index of the first byte
      * @param text characters of Latin-1
      * @return whether the stream has the text there
      * @throws IOException when the stream cannot be read
@@ -88,7 +88,7 @@ public final class LeadingBytes {
      * Finds a chunk of a RIFF file.
      *
      * @param name four characters
-     * @return where its content begins, or -1 when it is not among the first bytes
+     * @return the index of its content, or -1 when it is not among the first bytes
      * @throws IOException when the stream cannot be read
      */
     public int riffChunk(String name) throws IOException {

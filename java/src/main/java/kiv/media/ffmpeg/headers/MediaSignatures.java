@@ -4,13 +4,13 @@ import java.io.IOException;
 import java.util.List;
 
 /**
- * Recognizes by their first bytes the containers that FFmpeg reads here, and streams of frames without a container.
- * FFmpeg's own search is too thorough for whoever asks about everything: given enough of it, garbage and text become
- * some medium.
+ * Recognizes the containers that FFmpeg reads here, and streams of frames without a container, by their first bytes.
+ * FFmpeg's own probing is too lenient for arbitrary bytes: it takes garbage and text for some medium if it reads
+ * enough.
  */
 public final class MediaSignatures {
 
-    /** A text at a place, and perhaps another one at a second place. */
+    /** A text at an index, and perhaps a second text at a second index. */
     private record Signature(int at, String text, int then, String more) {
         Signature(int at, String text) {
             this(at, text, at, "");
@@ -45,7 +45,7 @@ public final class MediaSignatures {
             new Signature(0, "\u00fe\u007f\u0001\u0080"),
             new Signature(0, "\u001f\u00ff\u00e8\0"),
             new Signature(0, "\u00ff\u001f\0\u00e8"),
-            // The title and so on before MP3 and AAC.
+            // Tags before MP3 and AAC.
             new Signature(0, "ID3\u0002"),
             new Signature(0, "ID3\u0003"),
             new Signature(0, "ID3\u0004"));
@@ -54,10 +54,10 @@ public final class MediaSignatures {
     private static final int[][] TRANSPORT_STREAMS = {{0, 188}, {4, 192}, {0, 204}};
     private static final int TRANSPORT_SYNC = 0x47;
 
-    /** So many frames in a row are no accident. */
+    /** This many frames in a row are no coincidence. */
     private static final int FRAMES = 4;
 
-    /** The length of the frame whose first bytes are at a place, or 0 when there is none. */
+    /** The length of the frame that starts at an index, or 0 when there is none. */
     @FunctionalInterface
     private interface FrameLength {
         int at(LeadingBytes head, int at);
@@ -67,7 +67,7 @@ public final class MediaSignatures {
     private static final int ADTS_HEADER = 7;
     private static final int AC3_HEADER = 6;
 
-    /** In 1000 bits a second: layers 1, 2, 3 of MPEG-1, then layer 1 and the others of MPEG-2. */
+    /** In 1000 bits per second: layers 1, 2, 3 of MPEG-1, then layer 1 and the others of MPEG-2. */
     private static final int[][] MPEG_BIT_RATES = {
         {32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
         {32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
@@ -83,10 +83,10 @@ public final class MediaSignatures {
     }
 
     /**
-     * Looks at the beginning of a stream, mostly at a few bytes. WAV files are left to the caller.
+     * Checks the first bytes of a stream, mostly only a few. The caller checks WAV files itself.
      *
      * @param head the stream's first bytes
-     * @return whether FFmpeg is likely to know them
+     * @return whether FFmpeg is likely to read them
      * @throws IOException when the stream cannot be read
      */
     public static boolean match(LeadingBytes head) throws IOException {
@@ -100,7 +100,7 @@ public final class MediaSignatures {
                 return true;
             }
         }
-        // Many files begin with a few zeros.
+        // Many files start with a few zeros.
         int start = 0;
         while (head.has(start + 1) && head.at(start) == 0) {
             start++;

@@ -5,7 +5,7 @@ import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 
-/** The bytes before the sound in a WAV file. Their number does not depend on the lengths that they contain. */
+/** The header of a WAV file. Its size does not depend on the lengths that it contains. */
 public final class WaveFileHeader {
 
     private static final int PCM_FORMAT_SIZE = 16;
@@ -17,20 +17,20 @@ public final class WaveFileHeader {
     private final int size;
 
     /**
-     * A header.
+     * Creates a header.
      *
-     * @param format the sound's WAVE format header: 18 bytes, little-endian, and behind them the specific ones
+     * @param format the sound's WAVE format header: 18 bytes, little-endian, followed by the specific header
      */
     public WaveFileHeader(byte[] format) {
         this.pcm = ByteBuffer.wrap(format).order(ByteOrder.LITTLE_ENDIAN).getShort(0) == WaveTags.PCM;
-        // PCM has no specific bytes, and every program knows it without their number, 0.
+        // PCM has no specific header, so its length is left out, as in most files.
         this.format = pcm ? Arrays.copyOf(format, PCM_FORMAT_SIZE) : format.clone();
         this.size = CHUNK_SIZE + Integer.BYTES + CHUNK_SIZE + even(this.format.length)
                 + (pcm ? 0 : CHUNK_SIZE + Integer.BYTES) + CHUNK_SIZE;
     }
 
     /**
-     * Whether the header can say how long a sound is.
+     * Checks whether the header can state the length of a sound.
      *
      * @param bytes length of the sound in bytes
      * @return whether the file's size stays below 4 GiB
@@ -40,7 +40,7 @@ public final class WaveFileHeader {
     }
 
     /**
-     * Makes the header.
+     * Returns the header for a length.
      *
      * @param bytes length of the sound in bytes
      * @param frames length of the sound in samples of a channel

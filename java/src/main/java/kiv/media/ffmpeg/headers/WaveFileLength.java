@@ -8,8 +8,8 @@ import java.nio.charset.StandardCharsets;
 import java.util.OptionalLong;
 
 /**
- * Finds the length of a WAV file's sound where it is certain: uncompressed sound that fills the file to its end. Other
- * containers contain times that are rounded, estimated, or count sound that a decoder does not deliver.
+ * Determines the length of a WAV file's sound where it is certain: for uncompressed sound up to the end of the file.
+ * Times in other containers are rounded, estimated, or include sound that a decoder does not deliver.
  */
 public final class WaveFileLength {
 
@@ -19,7 +19,7 @@ public final class WaveFileLength {
     private static final int DATA = chunkName("data");
     private static final int RIFF_HEADER = 12;
     private static final int CHUNK_HEADER = 8;
-    /** With the first bytes of the identifier of the format proper, which are its tag. */
+    /** Up to the first bytes of the subformat, which are its tag. */
     private static final int EXTENSIBLE_SIZE = 26;
     private static final int MOST_CHUNKS = 100;
     private static final long UNSIGNED = 0xFFFFFFFFL;
@@ -28,7 +28,7 @@ public final class WaveFileLength {
     }
 
     /**
-     * Reads a file's chunks, which moves the channel's position. The length is certain only when the file names the same
+     * Reads a file's chunks and moves the channel's position. The length is certain only if the file states the same
      * format as the reader of its sound.
      *
      * @param channel the file

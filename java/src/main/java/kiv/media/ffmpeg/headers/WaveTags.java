@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg.headers;
 
-/** The format tags of WAVE headers that mean plain samples, and the one that says where the tag is instead. */
+/** The format tags of WAVE headers for plain samples, and the one for a tag at another place. */
 public final class WaveTags {
 
     /** PCM. */
@@ -11,7 +11,7 @@ public final class WaveTags {
     public static final int ALAW = 0x0006;
     /** PCM of 8 bits with the mu-law. */
     public static final int MULAW = 0x0007;
-    /** The tag stands at byte 24 of the header. */
+    /** The tag is at byte 24 of the header. */
     public static final int EXTENSIBLE = 0xFFFE;
 
     private WaveTags() {

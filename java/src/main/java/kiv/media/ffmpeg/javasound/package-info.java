@@ -9,14 +9,14 @@
  * }
  * }</pre>
  *
- * <p>As JavaSound has it, opening gives compressed sound, an
- * {@link kiv.media.ffmpeg.javasound.EncodedAudioInputStream}, and a conversion decodes it: into PCM of 16 bits, signed,
- * little-endian, with the same sample rate and channels. Everything else, such as big-endian samples or 8 bits, is a
- * second conversion, by the JDK's own converters. Programs that use the library directly need none of this:
- * {@link kiv.media.ffmpeg.MediaAudio} gives the PCM at once.
+ * <p>In JavaSound, opening returns compressed sound, here an
+ * {@link kiv.media.ffmpeg.javasound.EncodedAudioInputStream}. A conversion decodes it into signed little-endian PCM of
+ * 16 bits with the same sample rate and channels. A second conversion, by the JDK's own converters, produces other
+ * formats, such as big-endian samples or 8 bits. Programs that use the library directly do not need this package:
+ * {@link kiv.media.ffmpeg.MediaAudio} returns the PCM at once.
  *
- * <p>What the JDK reads itself (WAV, AU and AIFF files of the kinds it knows, and MIDI) stays with the JDK. FFmpeg is
- * loaded only when bytes begin as a medium of another kind does, and where it cannot be loaded these providers know no
- * format at all, which leaves all others as they are.
+ * <p>The JDK keeps the formats that it reads itself: MIDI, and WAV, AU and AIFF files of the kinds that it knows.
+ * FFmpeg is loaded only when the first bytes are those of another medium. Without FFmpeg these providers support no
+ * format and do not affect other providers.
  */
 package kiv.media.ffmpeg.javasound;

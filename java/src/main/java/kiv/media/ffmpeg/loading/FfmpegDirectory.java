@@ -10,19 +10,20 @@ import java.util.Properties;
 /** Finds the directory of FFmpeg's libraries and prepares the process for them. */
 public final class FfmpegDirectory {
 
-    /** FFmpeg's libraries. The first two come first because the others find them only when they are loaded already. */
+    /** FFmpeg's libraries. The others find the first two only when these are already loaded. */
     static final List<String> LIBRARIES = List.of("libavutil.so.54", "libswresample.so.1", "libavcodec.so.56",
             "libavformat.so.56", "libswscale.so.3");
     private static final int PRELOADED = 2;
 
-    /** Where the class-path package keeps its libraries. */
+    /** The directory of the libraries in the class-path package. */
     private static final String PACKAGE = "org/bytedeco/javacpp/linux-x86_64/";
 
     private FfmpegDirectory() {
     }
 
     /**
-     * Finds the directory when the program does not name one: the user's own, else the unpacked class-path package.
+     * Finds the directory when the program names none: the one of the system property, else the unpacked class-path
+     * package.
      *
      * @return its absolute path
      * @throws LoadingException when there is none
@@ -63,7 +64,7 @@ public final class FfmpegDirectory {
         }
     }
 
-    /** The build writes the package's coordinates down. */
+    /** The coordinates of the package, which the build writes. */
     private static Properties packageProperties() {
         Properties properties = new Properties();
         try (InputStream in = FfmpegDirectory.class.getResourceAsStream("ffmpeg.properties")) {

@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg.loading;
 
-/** The names of the system properties that say where libraries are. */
+/** The names of the system properties for the places of libraries. */
 public final class LibraryProperties {
 
     /** The file of the native library. */

@@ -1,24 +1,24 @@
 package kiv.media.ffmpeg.loading;
 
-/** A library is missing, cannot be unpacked or does not load. The message is meant for users of the API. */
+/** A library is missing, cannot be unpacked or does not load. The message is for users of the API. */
 public final class LoadingException extends Exception {
 
     private static final long serialVersionUID = 1L;
 
     /**
-     * A failure.
+     * Creates an exception with a cause.
      *
-     * @param message what failed and what to do
-     * @param cause why, or null
+     * @param message what failed, and what to do about it
+     * @param cause the cause, or null
      */
     LoadingException(String message, Throwable cause) {
         super(message, cause);
     }
 
     /**
-     * A failure without a cause.
+     * Creates an exception without a cause.
      *
-     * @param message what failed and what to do
+     * @param message what failed, and what to do about it
      */
     LoadingException(String message) {
         this(message, null);

@@ -7,14 +7,14 @@ import java.util.List;
 public final class NativeLibrary {
 
     private static final String FILE = "libkivjniffmpeg.so";
-    /** Where the natives jar keeps it: no module can hide it there, because this is no name of a Java package. */
+    /** Its directory in the natives jar. It is no name of a Java package, so no module can hide it. */
     private static final String PACKAGE = "kiv/media/ffmpeg/natives/linux-x86_64/";
 
     private NativeLibrary() {
     }
 
     /**
-     * Loads it from the file that a property names, else out of the natives jar, else from {@code java.library.path}.
+     * Loads it from the file of the system property, else from the natives jar, else from {@code java.library.path}.
      *
      * @throws LoadingException when it is not found or does not load
      */
@@ -40,9 +40,9 @@ public final class NativeLibrary {
     }
 
     /**
-     * Demands that the packaged libraries can run here.
+     * Checks that the packaged libraries run here.
      *
-     * @throws LoadingException when they are made for another system or processor
+     * @throws LoadingException when they are for another system or processor
      */
     static void requirePlatform() throws LoadingException {
         String system = System.getProperty("os.name", "");

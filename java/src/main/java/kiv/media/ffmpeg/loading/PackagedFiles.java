@@ -12,7 +12,7 @@ import java.util.List;
 import java.util.Locale;
 import java.util.Set;
 
-/** Files of a jar that have to lie in the file system before they can be loaded. */
+/** Unpacks files of a jar, because only files of the file system can be loaded. */
 final class PackagedFiles {
 
     private static final System.Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
@@ -28,19 +28,19 @@ final class PackagedFiles {
     }
 
     /**
-     * Unpacks files into the first directory where that can be done.
+     * Unpacks files into the first directory where that works.
      *
-     * @param what what they are, for messages
+     * @param what the name of the files in messages
      * @param name the first part of the name of their directory
-     * @param prefix where they are, ending in a slash
+     * @param prefix their common path in the jar, ending in a slash
      * @param files their names
      * @return the directory with exactly these files
-     * @throws LoadingException when it can be done nowhere
+     * @throws LoadingException when it works nowhere
      */
     static Path unpack(String what, String name, String prefix, List<String> files) throws LoadingException {
         List<String> failures = new ArrayList<>();
         Exception last = null;
-        // A thread that was interrupted before gets its library all the same.
+        // An interrupted thread can load its library too.
         boolean interrupted = Thread.interrupted();
         try {
             for (Path root : roots()) {
@@ -64,7 +64,7 @@ final class PackagedFiles {
                 + "; name another directory with -D" + LibraryProperties.CACHE + "=DIR", last);
     }
 
-    /** What to do when a library is there and the system does not load it. */
+    /** Advice for a library that exists but that the system does not load. */
     static String hint(UnsatisfiedLinkError e) {
         String message = String.valueOf(e.getMessage()).toLowerCase(Locale.ROOT);
         if (message.contains("failed to map segment")) {
@@ -77,14 +77,14 @@ final class PackagedFiles {
         return "";
     }
 
-    /** Where to unpack: the place that was named and no other, else the user's cache, else a directory under /tmp. */
+    /** The directories to try: only the one of the system property, else the user's cache, then one under /tmp. */
     private static Set<Path> roots() throws IOException {
         String named = System.getProperty(LibraryProperties.CACHE, "");
         if (!named.isEmpty()) {
             return Set.of(Path.of(named).toAbsolutePath().normalize());
         }
         Set<Path> roots = new LinkedHashSet<>();
-        // A relative path in either is invalid and is to be ignored.
+        // A relative path in either is invalid and ignored.
         String shared = System.getenv().getOrDefault("XDG_CACHE_HOME", "");
         if (shared.startsWith("/")) {
             roots.add(Path.of(shared, NAME));

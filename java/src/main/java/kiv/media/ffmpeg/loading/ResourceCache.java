@@ -35,9 +35,9 @@ import java.util.zip.CRC32;
 import java.util.zip.CheckedInputStream;
 
 /**
- * Unpacks files from the class path to where the dynamic loader can open them. A set of files lives in a directory
- * named by its contents, which is written under another name and moved into place when it is whole: any number of
- * virtual machines may do this at the same time, and what an interrupted one leaves behind is never used.
+ * Unpacks files from the class path for the dynamic loader. A set of files has a directory whose name is derived from
+ * their contents. It is written under a temporary name and renamed when it is complete. Any number of virtual machines
+ * may unpack at the same time. Incomplete directories of interrupted ones are never used.
  */
 final class ResourceCache {
 
@@ -51,9 +51,9 @@ final class ResourceCache {
     private final String name;
 
     /**
-     * A cache.
+     * Creates a cache.
      *
-     * @param root the directory that holds the sets; made, for this user alone, when needed
+     * @param root the directory of the sets; created for this user alone when needed
      * @param name the first part of the sets' names
      */
     ResourceCache(Path root, String name) {
@@ -61,7 +61,7 @@ final class ResourceCache {
         this.name = name;
     }
 
-    /** What a file must be, so that neither another version nor a damaged copy is taken for it. */
+    /** The size and checksum of a file, which other versions and damaged copies do not match. */
     private record Expected(URL source, String file, long size, long crc) {
 
         static Expected of(ClassLoader loader, String prefix, String file) throws IOException {
@@ -109,9 +109,9 @@ final class ResourceCache {
     }
 
     /**
-     * Makes sure that a set of files is unpacked, and unpacks it anew when a copy is damaged.
+     * Unpacks a set of files, unless a complete and undamaged copy exists.
      *
-     * @param loader where the files are resources
+     * @param loader the class loader of the files
      * @param prefix their common path, ending in a slash
      * @param files their names
      * @return the directory with exactly these contents
@@ -131,7 +131,7 @@ final class ResourceCache {
         synchronized (ResourceCache.class) {
             FileChannel lock = lock(directory);
             try {
-                // Whoever held the lock before may have done it already.
+                // The previous owner of the lock may have unpacked the set.
                 if (!isWhole(target, expected)) {
                     sweep(directory);
                     replace(target, expected);
@@ -144,9 +144,9 @@ final class ResourceCache {
     }
 
     /**
-     * Keeps other virtual machines out until the channel is closed, so that none moves away a set which another has just
-     * put into place. Where files cannot be locked, or somebody keeps the lock for ever, the moves alone must do: then a
-     * repair may have to be tried again.
+     * Locks out other virtual machines until the channel is closed, so that none moves away a set that another one has
+     * just put into place. Without file locks, or when a process keeps the lock for ever, the atomic moves alone
+     * protect the cache, and a repair may have to be repeated.
      */
     private static FileChannel lock(Path directory) throws IOException {
         FileChannel channel = FileChannel.open(directory.resolve(".lock"),
@@ -158,19 +158,19 @@ final class ResourceCache {
         return channel;
     }
 
-    /** {@return whether there is nothing to wait for} */
+    /** {@return whether waiting is over} */
     private static boolean tryLock(FileChannel channel) {
         try {
             return channel.tryLock() != null;
         } catch (OverlappingFileLockException e) {
-            return false; // this class of another class loader has it
+            return false; // this class in another class loader has it
         } catch (IOException e) {
             LOGGER.log(System.Logger.Level.DEBUG, "the cache is not locked", e);
             return true;
         }
     }
 
-    /** Removes what virtual machines that were killed left behind: nobody unpacks for so long. */
+    /** Removes the directories of killed virtual machines. No unpacking takes that long. */
     private static void sweep(Path directory) throws IOException {
         Instant old = Instant.now().minus(LEFT_BEHIND);
         try (DirectoryStream<Path> entries = Files.newDirectoryStream(directory, ASIDE + "*")) {
@@ -184,7 +184,7 @@ final class ResourceCache {
         }
     }
 
-    /** Writes the set aside and moves it into place when it is whole; a damaged one makes way. */
+    /** Writes the set under a temporary name and renames it when it is complete. It moves a damaged set away first. */
     private static void replace(Path target, List<Expected> expected) throws IOException {
         Path aside = Files.createTempDirectory(target.getParent(), ASIDE, TrustedDirectory.PRIVATE_DIRECTORY);
         try {
@@ -193,7 +193,7 @@ final class ResourceCache {
                 file.copyTo(written);
             }
             if (Files.exists(target, LinkOption.NOFOLLOW_LINKS) && !isWhole(target, expected)) {
-                // Whoever has its files open keeps them.
+                // Processes that have its files open keep them.
                 Files.move(target, aside.resolve("damaged"), StandardCopyOption.ATOMIC_MOVE);
             }
             Files.move(written, target, StandardCopyOption.ATOMIC_MOVE);

@@ -12,35 +12,35 @@ import java.util.Map;
 import java.util.Set;
 
 /**
- * Decides which places libraries may be loaded from: whoever can write there can run code in this process, so a trusted
- * place belongs to this user or to root, and nobody else can write there.
+ * Decides from which directories libraries may be loaded. A user who can write there can run code in this process, so a
+ * trusted directory belongs to this user or to root, and no other user can write there.
  */
 final class TrustedDirectory {
 
-    /** For a directory that nobody else may enter. */
+    /** For a directory that no other user may enter. */
     static final FileAttribute<Set<PosixFilePermission>> PRIVATE_DIRECTORY =
             PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rwx------"));
-    /** For a file that nobody else may open. */
+    /** For a file that no other user may open. */
     static final FileAttribute<Set<PosixFilePermission>> PRIVATE_FILE =
             PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rw-------"));
 
     private static final int ROOT = 0;
     private static final int WRITABLE_BY_GROUP = 0020;
     private static final int WRITABLE_BY_ALL = 0002;
-    /** Entries of such a directory, like those of /tmp, can be renamed by their owners only. */
+    /** In such a directory, like /tmp, only owners can rename their entries. */
     private static final int STICKY = 01000;
 
     private TrustedDirectory() {
     }
 
     /**
-     * Demands that a directory can be trusted.
+     * Checks that a directory is trusted.
      *
-     * @return its real path: a link on the way to it could lead elsewhere a moment later
-     * @throws IOException when it cannot be trusted or is not there
+     * @return its real path, because a link on its path could change later
+     * @throws IOException when it is not trusted or does not exist
      */
     static Path require(Path directory) throws IOException {
-        // The entry itself, which may be a link that somebody else made in /tmp.
+        // The entry itself, which may be a link that another user made in /tmp.
         requireOwner(directory, read(directory).get("uid"));
         Path real = directory.toRealPath();
         Map<String, Object> attributes = read(real);
@@ -59,13 +59,13 @@ final class TrustedDirectory {
         return real;
     }
 
-    /** {@return whether what lies there, not what a link there leads to, is this user's or root's alone to write} */
+    /** {@return whether only this user or root can write the file itself, not the target of a link} */
     static boolean isTrusted(Path file) throws IOException {
         Map<String, Object> attributes = read(file);
         return isOurs(attributes.get("uid")) && (mode(attributes) & (WRITABLE_BY_GROUP | WRITABLE_BY_ALL)) == 0;
     }
 
-    /** {@return the number of the user whose rights this process has} */
+    /** {@return the number of the user of this process} */
     static int user() throws IOException {
         Path status = Path.of("/proc/self/status");
         for (String line : Files.readAllLines(status)) {

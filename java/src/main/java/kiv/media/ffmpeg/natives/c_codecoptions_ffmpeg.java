@@ -3,15 +3,15 @@ package kiv.media.ffmpeg.natives;
 import java.lang.annotation.Native;
 
 /**
- * Native settings of a codec beyond what the entry points of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg} take. The
- * same care is needed: handles are not checked.
+ * Natives for codec options that the entry points of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg} do not have. The
+ * library does not check handles.
  */
 public final class c_codecoptions_ffmpeg {
 
     /**
-     * Every call's data is exactly one picture's packet (value 1), as containers give it, and so a picture comes with
-     * its own packet and timestamp. With 0, the initial state, some decoders take pieces of a stream cut anywhere and
-     * give each picture one packet late.
+     * With the value 1, the data of each call is the whole packet of one picture, as in containers, and each picture
+     * comes with its own packet and timestamp. With 0, the initial value, some decoders accept pieces of a stream that
+     * are cut anywhere and deliver each picture one packet late.
      */
     public static final String WHOLE_PACKETS = "whole_packets";
 
@@ -21,28 +21,30 @@ public final class c_codecoptions_ffmpeg {
      */
     public static final String DIRECT_BUFFERS = "direct_buffers";
 
-    /** Pictures come in the decoder's own pixel format, in direct buffers (value 1). */
+    /** With the value 1, pictures have the decoder's own pixel format and are in direct buffers. */
     public static final String NATIVE_FORMAT = "native_format";
 
-    /** Bits a second of an audio codec, which some decoders need to know and encoders aim at. Settable. */
+    /** Bits per second of an audio codec. Some decoders need it. It is the target of encoders. Settable. */
     public static final String BIT_RATE = "bit_rate";
 
-    /** Bytes of the smallest unit that an open audio codec's compressed data comes in; 0 when there is none. */
+    /** Bytes of the smallest unit of an open audio codec's compressed data; 0 when there is none. */
     public static final String BLOCK_ALIGN = "block_align";
 
     /** Samples of a channel in a packet of an open audio codec; 0 when a packet may have any number. */
     public static final String FRAME_SIZE = "frame_size";
 
-    /** Samples of a channel that an open audio encoder puts in front of the sound. */
+    /** Samples of silence per channel that an open audio encoder puts before the sound. */
     public static final String INITIAL_PADDING = "initial_padding";
 
-    /** Bits of a coded sample of an open audio codec; 0 when they are not of one size. */
+    /** Bits of a coded sample of an open audio codec; 0 when their size varies. */
     public static final String BITS_PER_CODED_SAMPLE = "bits_per_coded_sample";
 
     /** FFmpeg prints nothing on the standard error. */
     @Native public static final int LOG_QUIET = -8;
 
-    /** FFmpeg prints what it cannot decode, and the like, on the standard error: the state after {@code n_init}. */
+    /**
+     * FFmpeg prints errors, such as data that it cannot decode, on the standard error: the level after {@code n_init}.
+     */
     @Native public static final int LOG_ERROR = 16;
 
     private c_codecoptions_ffmpeg() {
@@ -54,18 +56,18 @@ public final class c_codecoptions_ffmpeg {
      * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_vcodec_to_raw}
      * @param name the option, such as {@link #WHOLE_PACKETS}
      * @param value the option's value
-     * @throws RuntimeException when the option is not known or the codec is open
+     * @throws RuntimeException when the option is unknown or the codec is open
      */
     public static native void n_vcodec_set_option(long codec, String name, long value);
 
     /**
-     * Sets an option of an audio codec that is not open. Audio codecs are created open: close, set, open again.
+     * Sets an option of an audio codec that is not open. New audio codecs are open: close, set, open again.
      *
      * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_to_pcm} or
      *     {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_from_pcm}
      * @param name the option: {@link #BIT_RATE}
      * @param value the option's value
-     * @throws RuntimeException when the option is not known or the codec is open
+     * @throws RuntimeException when the option is unknown or the codec is open
      */
     public static native void n_acodec_set_option(long codec, String name, long value);
 
@@ -76,12 +78,12 @@ public final class c_codecoptions_ffmpeg {
      * @param name the option: {@link #BIT_RATE}, {@link #BLOCK_ALIGN}, {@link #FRAME_SIZE}, {@link #INITIAL_PADDING} or
      *     {@link #BITS_PER_CODED_SAMPLE}
      * @return the option's value
-     * @throws RuntimeException when the option is not known
+     * @throws RuntimeException when the option is unknown
      */
     public static native long n_acodec_get_option(long codec, String name);
 
     /**
-     * Gives an audio codec's private data, which an encoder makes when it opens and a decoder needs to open.
+     * Returns an audio codec's private data. An encoder creates it when it opens. A decoder needs it to open.
      *
      * @param codec an audio codec's handle
      * @return a new array, or null when there is none

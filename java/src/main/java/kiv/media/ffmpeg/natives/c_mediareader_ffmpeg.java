@@ -4,13 +4,13 @@ import java.io.IOException;
 import java.lang.annotation.Native;
 
 /**
- * The native entry points of the container reader, underneath {@link kiv.media.ffmpeg.MediaReader}. As in
- * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg}, handles are not checked and a reader is used by one thread at a time.
- * A stream index out of range raises a {@link RuntimeException}. Absent times are {@link Long#MIN_VALUE}.
+ * The native entry points of the container reader, below {@link kiv.media.ffmpeg.MediaReader}. As in
+ * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg}, the library does not check handles, and one thread at a time uses a
+ * reader. A stream index out of range raises a {@link RuntimeException}. Unknown times are {@link Long#MIN_VALUE}.
  */
 public final class c_mediareader_ffmpeg {
 
-    /** Instead of a stream: a time is in microseconds. */
+    /** Stands for no stream: the time is in microseconds. */
     @Native public static final int NO_STREAM = -1;
 
     private c_mediareader_ffmpeg() {
@@ -22,7 +22,7 @@ public final class c_mediareader_ffmpeg {
      * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}, which outlives the reader
      * @param source the bytes, a {@link c_mediareader_source} that only this reader uses
      * @return the reader's handle, never 0
-     * @throws IOException what the source threw
+     * @throws IOException when the source throws it
      * @throws RuntimeException when the bytes are no known container
      */
     public static native long n_reader_open(long context, Object source) throws IOException;
@@ -36,10 +36,10 @@ public final class c_mediareader_ffmpeg {
     public static native long[] n_reader_get_info(long reader);
 
     /**
-     * Names the container format.
+     * Returns the name of the container format.
      *
      * @param reader a reader's handle
-     * @return FFmpeg's short name, possibly several joined by commas
+     * @return FFmpeg's short name; several are separated by commas
      */
     public static native String n_reader_get_format_name(long reader);
 
@@ -53,7 +53,7 @@ public final class c_mediareader_ffmpeg {
     public static native long[] n_reader_get_stream(long reader, int index);
 
     /**
-     * Names a stream's codec.
+     * Returns the name of a stream's codec.
      *
      * @param reader a reader's handle
      * @param index the stream, from 0
@@ -62,7 +62,7 @@ public final class c_mediareader_ffmpeg {
     public static native String n_reader_get_codec_name(long reader, int index);
 
     /**
-     * Gives a stream's private codec data.
+     * Returns a stream's private codec data.
      *
      * @param reader a reader's handle
      * @param index the stream, from 0
@@ -74,28 +74,28 @@ public final class c_mediareader_ffmpeg {
      * Reads the next packet of any stream.
      *
      * @param reader a reader's handle
-     * @param packet at least {@link PacketFields#SIZE} elements, which are filled as {@link PacketFields} says
+     * @param packet receives {@link PacketFields#SIZE} elements, laid out as {@link PacketFields}
      * @return the packet's bytes, or null at the end
-     * @throws IOException what the source threw
+     * @throws IOException when the source throws it
      */
     public static native byte[] n_reader_read(long reader, long[] packet) throws IOException;
 
     /**
-     * Moves to a place in the container.
+     * Moves to a position in the container.
      *
      * @param reader a reader's handle
-     * @param stream the stream in whose time base the time is, or {@link #NO_STREAM} for microseconds
+     * @param stream the stream whose time base is the unit of the time, or {@link #NO_STREAM} for microseconds
      * @param timestamp the time
      * @param flags the sum of {@link SeekFlags}
-     * @throws IOException what the source threw
-     * @throws RuntimeException when the container cannot do it
+     * @throws IOException when the source throws it
+     * @throws RuntimeException when the container does not support it
      */
     public static native void n_reader_seek(long reader, int stream, long timestamp, int flags) throws IOException;
 
     /**
-     * Deletes a reader; its source is no longer used.
+     * Deletes a reader. It does not use its source any more.
      *
-     * @param reader a reader's handle, dead afterwards
+     * @param reader a reader's handle, invalid after the call
      */
     public static native void n_reader_delete(long reader);
 }

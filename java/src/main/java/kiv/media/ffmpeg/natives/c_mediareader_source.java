@@ -8,28 +8,30 @@ import java.nio.channels.SeekableByteChannel;
 import java.util.Objects;
 
 /**
- * The bytes of a container as the native reader asks for them: through one direct buffer, so that nothing is pinned
- * while a channel is read. The library calls these methods by name, on the thread that is inside a native of the
- * reader, and what they throw is what that native's caller sees.
+ * Provides the bytes of a container to the native reader, through one direct buffer, so that no array is pinned while a
+ * channel is read. The library calls these methods by name, on the thread that is inside a native of the reader. Their
+ * exceptions reach the caller of that native.
  */
 public final class c_mediareader_source {
 
     /** Returned by {@link #m_read} at the end. */
     @Native public static final int END = -1;
 
-    /** Bytes that one call of {@link #m_read} gives at most. */
+    /** The most bytes that one call of {@link #m_read} reads. */
     @Native public static final int BUFFER_SIZE = 64 * 1024;
 
-    /** A channel that gives nothing so many times in a row is not going to give anything. */
+    /** A channel that returns no bytes this many times in a row has failed. */
     private static final int EMPTY_READS = 1000;
 
-    /** Weak: native code keeps this source, and through a channel that knows its reader it would keep the reader too. */
+    /**
+     * Weak, because native code keeps this source, and a channel that refers to its reader would keep the reader too.
+     */
     private final WeakReference<SeekableByteChannel> channel;
     private final ByteBuffer buffer = ByteBuffer.allocateDirect(BUFFER_SIZE);
     private Throwable failure;
 
     /**
-     * Makes the bytes of a channel readable for one reader. The caller keeps the channel: this object does not.
+     * Creates the source for one reader. The caller keeps the channel reachable: this object does not.
      *
      * @param channel the container's bytes, used by this source alone
      */
@@ -47,7 +49,7 @@ public final class c_mediareader_source {
      *
      * @param length the most bytes to read, at least 1
      * @return how many were read, at least 1, or {@link #END}
-     * @throws IOException what the channel threw, or a complaint about what it returned
+     * @throws IOException when the channel throws it or returns an impossible count
      */
     public int m_read(int length) throws IOException {
         if (length < 1) {
@@ -65,11 +67,11 @@ public final class c_mediareader_source {
     }
 
     /**
-     * Moves to an absolute position, which may lie behind the end.
+     * Moves to an absolute position, which may be beyond the end.
      *
      * @param position in bytes from the start
      * @return the position
-     * @throws IOException what the channel threw
+     * @throws IOException when the channel throws it
      */
     public long m_seek(long position) throws IOException {
         if (position < 0) {
@@ -87,8 +89,8 @@ public final class c_mediareader_source {
     /**
      * Reports the channel's size.
      *
-     * @return the size in bytes, or -1 when it is not known
-     * @throws IOException what the channel threw
+     * @return the size in bytes; -1 when unknown
+     * @throws IOException when the channel throws it
      */
     public long m_size() throws IOException {
         try {
@@ -100,9 +102,9 @@ public final class c_mediareader_source {
     }
 
     /**
-     * Whether an exception that came out of a native of the reader is the channel's own.
+     * Checks whether the channel threw an exception that a native of the reader threw.
      *
-     * @param exception what was caught
+     * @param exception the exception of the native
      * @return whether the channel threw it
      */
     public boolean threw(Throwable exception) {

@@ -4,12 +4,12 @@ import java.lang.annotation.Native;
 import java.nio.ByteBuffer;
 
 /**
- * Natives about pictures in direct buffers: what FFmpeg's pixel formats are, and conversion between them. Handles are
- * not checked; everything else is.
+ * Natives that describe FFmpeg's pixel formats and convert pictures in direct buffers. The library checks all arguments
+ * except handles.
  */
 public final class c_pictureconverter_ffmpeg {
 
-    /** Scaling by cubic curves, as the {@code ffmpeg} program does unless told otherwise. */
+    /** Bicubic interpolation, the default of the {@code ffmpeg} program. */
     @Native public static final int BICUBIC = 4;
 
     private c_pictureconverter_ffmpeg() {
@@ -25,7 +25,7 @@ public final class c_pictureconverter_ffmpeg {
     public static native int[] n_pixel_format(long context, int format);
 
     /**
-     * Names a pixel format.
+     * Returns the name of a pixel format.
      *
      * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
      * @param format FFmpeg's number
@@ -34,7 +34,7 @@ public final class c_pictureconverter_ffmpeg {
     public static native String n_pixel_format_name(long context, int format);
 
     /**
-     * Creates a converter, for one thread at a time; it remembers the tables of its last conversion.
+     * Creates a converter for one thread at a time. It caches the tables of its last conversion.
      *
      * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
      * @return the converter's handle
@@ -45,11 +45,11 @@ public final class c_pictureconverter_ffmpeg {
      * Converts and scales a picture. Its places are laid out as {@link ConverterPlace}.
      *
      * @param converter a converter's handle
-     * @param from a direct buffer with the picture; its position and limit are of no account
-     * @param fromPlace where it is
+     * @param from a direct buffer with the picture; its position and limit are ignored
+     * @param fromPlace the place of the picture
      * @param to a direct buffer for the new picture
-     * @param toPlace where it goes
-     * @param flags how to scale: {@link #BICUBIC}
+     * @param toPlace the place of the new picture
+     * @param flags the way of scaling: {@link #BICUBIC}
      * @throws RuntimeException when a picture is not within its buffer, or the formats cannot be converted
      */
     public static native void n_convert(long converter, ByteBuffer from, int[] fromPlace, ByteBuffer to, int[] toPlace,
@@ -58,7 +58,7 @@ public final class c_pictureconverter_ffmpeg {
     /**
      * Deletes a converter.
      *
-     * @param converter its handle, dead afterwards
+     * @param converter its handle, invalid after the call
      */
     public static native void n_delete_converter(long converter);
 }

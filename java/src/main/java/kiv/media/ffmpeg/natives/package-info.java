@@ -1,16 +1,16 @@
 /**
  * The natives under the public API, for one careful caller at a time.
  *
- * <p>Welcome, if {@link kiv.media.ffmpeg} is not enough for you: if you want the very arrays that decoders write into, or
- * a codec option that the API does not have. Programs are better off with the API. It checks what it is given, knows
- * which thread is inside a codec, and frees what is forgotten.
+ * <p>Welcome. This package is for programs that need the arrays that decoders write into, or a codec option that the
+ * API does not have. Most programs should use the API in {@link kiv.media.ffmpeg}: it checks arguments and threads, and
+ * frees objects that were not closed.
  *
- * <p>Nothing is checked twice here. A handle is an address: 0 raises an exception, a stale or a foreign one crashes the
- * virtual machine. A codec, a reader or a converter is used by one thread at a time and deleted exactly once.
+ * <p>The natives check little. A handle is an address: 0 raises an exception, a stale or foreign one crashes the
+ * virtual machine. One thread at a time uses a codec, a reader or a converter. The caller deletes each of them exactly
+ * once.
  *
- * <p>Natives take and fill plain arrays. The other classes here name their elements, lengths, codes and flags: one class
- * of constants for each array. They are the one home of these numbers; the build generates the names that C++ uses from
- * them.
+ * <p>Natives read and fill plain arrays. The other classes of this package name the elements, lengths, codes and flags,
+ * one class of constants for each array. The build generates the names that C++ uses from these classes.
  *
  * <pre>{@code
  * int[] params = new int[VideoParams.SIZE];
