@@ -25,7 +25,7 @@ import picocli.CommandLine.Option;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.Spec;
 
-/** Writes a file's pictures and its sound. */
+/** Decodes a file's pictures and its sound into files. */
 @Command(name = "decode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Decodes a file's pictures and its sound.",
         description = {"", "Pictures become PNG files, raw YUV or Y4M, and the sound a WAV file. In a directory, index.html"
@@ -37,13 +37,13 @@ import picocli.CommandLine.Spec;
             "  kivjniffmpeg decode film.mp4 --no-pictures --out sounds"})
 final class DecodeCommand implements Callable<Integer> {
 
-    /** What becomes of the pictures. */
+    /** What pictures are written as. */
     enum Format {
         PNG, YUV, Y4M
     }
 
     @Mixin
-    private InputOptions input;
+    private MediaInput input;
 
     @Option(names = "--out", paramLabel = "DIR",
             description = "Where pictures and sound go (default: out); made when it does not exist.")
@@ -95,12 +95,12 @@ final class DecodeCommand implements Callable<Integer> {
     private CommandSpec spec;
 
     private final List<String> warnings = new ArrayList<>();
-    /** The first directory that had to be made on the way to the one for the outputs. */
+    /** The outermost directory that this command made for the outputs, or null. */
     private Path madeDirectory;
 
     @Override
     public Integer call() throws IOException {
-        settle();
+        checkOptions();
         boolean done = false;
         try {
             decode();
@@ -120,14 +120,14 @@ final class DecodeCommand implements Callable<Integer> {
                 Files.deleteIfExists(made);
             }
         } catch (IOException e) {
-            // What is in there is whole, and what failed before is what is told.
+            // A directory that is not empty stays, and the failure before this one is what the user must know.
             madeDirectory = null;
         }
     }
 
     private void decode() throws IOException {
         long start = System.nanoTime();
-        try (MediaReader reader = EntryPoint.open(input, noPictures ? null : from, !noSound)) {
+        try (MediaReader reader = VerifiedSeek.open(input, noPictures ? null : from, !noSound)) {
             MediaStream video = noPictures ? null : reader.firstVideo().orElse(null);
             MediaStream audio = noSound ? null : reader.firstAudio().orElse(null);
             if (video == null && (audio == null || file != null && !noPictures)) {
@@ -135,12 +135,12 @@ final class DecodeCommand implements Callable<Integer> {
                         + (noPictures ? "audio stream" : noSound ? "video stream" : "video and no audio stream")));
             }
             TimeRange range = new TimeRange(from, to);
-            try (VideoDecoder decoder = video == null ? null : Decoders.open(video, input);
-                    AudioDecoder heard = openSound(audio, video != null)) {
-                MediaStream sounding = heard == null ? null : audio;
-                DecodeObserver observer = openPage(reader, video, sounding);
-                try (SoundWriter sound = heard == null ? null
-                        : new SoundWriter(sounding, heard, soundFile(), range, TimeRange.beginning(reader), observer,
+            try (VideoDecoder decoder = video == null ? null : input.openVideoDecoder(video);
+                    AudioDecoder audioDecoder = openSound(audio, video != null)) {
+                MediaStream decodedAudio = audioDecoder == null ? null : audio;
+                DecodeObserver observer = openPage(reader, video, decodedAudio);
+                try (SoundWriter sound = audioDecoder == null ? null
+                        : new SoundWriter(audio, audioDecoder, soundFile(), range, TimeRange.beginning(reader), observer,
                                 this::warn);
                         PictureOutput pictures = video == null ? null : openPictures(video);
                         Progress progress = startProgress(reader, video, audio, range)) {
@@ -158,14 +158,14 @@ final class DecodeCommand implements Callable<Integer> {
         }
     }
 
-    /** Finds out what is wanted from the options together. */
-    private void settle() throws IOException {
+    /** Checks the options together, and fills those in that follow from others. */
+    private void checkOptions() throws IOException {
         require((every == null || every >= 1) && (limit == null || limit >= 1),
                 "--every and --limit take a number from 1");
         require(from == null || to == null || from.compareTo(to) < 0, "--from is not before --to");
         if (file != null) {
             require(directory == null, "--out and -o exclude each other");
-            settleFile();
+            checkFile();
         }
         require(!noPictures || !noSound, "--no-pictures and --no-sound leave nothing to decode");
         require(!noPictures || every == null && limit == null && size == null && format == null && pixelFormat == null,
@@ -176,7 +176,7 @@ final class DecodeCommand implements Callable<Integer> {
         require(pixelFormat == null || format != Format.PNG, "--pixel-format is for --format y4m and yuv");
     }
 
-    private void settleFile() throws IOException {
+    private void checkFile() throws IOException {
         String name = file.toString().toLowerCase(Locale.ROOT);
         Format named = name.endsWith(".y4m") ? Format.Y4M
                 : name.endsWith(".yuv") || name.endsWith(".raw") ? Format.YUV : null;
@@ -241,13 +241,13 @@ final class DecodeCommand implements Callable<Integer> {
         return pixels;
     }
 
-    /** Null when there is no sound, or none that can be decoded beside the pictures. */
+    /** Returns null when there is no sound, or when it cannot be decoded and pictures remain. */
     private AudioDecoder openSound(MediaStream audio, boolean optional) {
         if (audio == null) {
             return null;
         }
         try {
-            return Decoders.openSound(audio, input);
+            return input.openAudioDecoder(audio);
         } catch (UnsupportedCodecException | MediaFormatException e) {
             if (!optional) {
                 throw e;
@@ -266,7 +266,7 @@ final class DecodeCommand implements Callable<Integer> {
         return target;
     }
 
-    /** A single file stands for itself, a directory has a page that shows what is in it. */
+    /** Returns what writes the page of a directory; a single file has none. */
     private DecodeObserver openPage(MediaReader reader, MediaStream video, MediaStream audio) {
         if (file != null) {
             return DecodeObserver.NONE;
@@ -288,8 +288,7 @@ final class DecodeCommand implements Callable<Integer> {
 
     private void warn(String message) {
         warnings.add(message);
-        spec.commandLine().getErr().println("warning: " + message);
-        spec.commandLine().getErr().flush();
+        FailureReport.warn(spec.commandLine(), message);
     }
 
     private Progress startProgress(MediaReader reader, MediaStream video, MediaStream audio, TimeRange range) {
@@ -310,10 +309,10 @@ final class DecodeCommand implements Callable<Integer> {
             table.row("part", summary.range().toString());
         }
         summary.video().ifPresent(video -> {
-            table.row("codec", Texts.codec(video));
+            table.row("codec", ConsoleText.codec(video));
             table.row("size", video.width() + "x" + video.height());
             table.row("pictures", summary.pictures() + " decoded, " + summary.writtenPictures() + " written to "
-                    + summary.pictureTarget() + Texts.damaged(summary.damagedPictures()));
+                    + summary.pictureTarget() + ConsoleText.damaged(summary.damagedPictures()));
         });
         if (sound != null) {
             table.row("sound", sound.summary());

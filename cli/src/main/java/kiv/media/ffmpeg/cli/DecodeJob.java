@@ -15,24 +15,24 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.VideoDecoder;
 
-/** Decodes a part of a file and passes every picture and every piece of sound on that is wanted. */
+/** Decodes a part of a file and writes the pictures and the sound that are wanted. */
 final class DecodeJob {
 
     private static final double NANOS = 1e9;
 
-    private final InputOptions input;
+    private final MediaInput input;
     private final TimeRange range;
     private final long every;
     private final Long limit;
     private final DecodeObserver observer;
     private final Consumer<String> warnings;
-    /** Where pictures are limited, sound waits until it is known that it plays beside them. */
+    /** With a limit of pictures, sound waits until the pictures that it plays beside are known. */
     private final Deque<Packet> heldSound = new ArrayDeque<>();
 
     private Duration start = Duration.ZERO;
     private MediaStream video;
     private PictureClock clock;
-    /** Pictures of the part. */
+    /** Pictures of the part so far. */
     private long decoded;
     private long written;
     private long damaged;
@@ -40,9 +40,9 @@ final class DecodeJob {
 
     /**
      * @param limit null for no limit
-     * @param warnings told in a line when the file is not decoded to its end
+     * @param warnings receives a line when the file is not decoded to its end
      */
-    DecodeJob(InputOptions input, TimeRange range, long every, Long limit, DecodeObserver observer,
+    DecodeJob(MediaInput input, TimeRange range, long every, Long limit, DecodeObserver observer,
             Consumer<String> warnings) {
         this.warnings = warnings;
         this.input = input;
@@ -52,28 +52,28 @@ final class DecodeJob {
         this.observer = observer;
     }
 
-    /** Does it all; what is not wanted is null. */
+    /** Decodes and writes everything. An argument for what is not wanted is null. */
     void run(MediaReader reader, MediaStream pictureStream, VideoDecoder decoder, PictureOutput pictures,
             SoundWriter sound, Progress progress) throws IOException {
         start = TimeRange.beginning(reader);
         video = pictureStream;
-        clock = video == null ? null : new PictureClock(video);
+        clock = video == null ? null : new PictureClock(video.frameRate(), video.timeBase());
         picturesDone = video == null;
-        Packets packets = new Packets(reader, warnings);
+        PacketSource packets = new PacketSource(reader, warnings);
         for (Packet packet; !isDone(sound) && (packet = packets.next()) != null;) {
             if (decoder != null && decoder.accepts(packet)) {
                 if (!picturesDone) {
                     decode(packet, decoder, pictures, sound, progress);
                 }
             } else if (sound != null && sound.accepts(packet) && !sound.isDone()) {
-                hear(packet, sound);
+                takeSound(packet, sound);
                 if (decoder == null) {
                     progress.at((long) sound.seconds());
                 }
             }
         }
         if (decoder != null && !picturesDone) {
-            take(decoder.finish(), pictures, sound, progress);
+            takePictures(decoder.finish(), pictures, sound, progress);
         }
         while (!heldSound.isEmpty()) {
             sound.write(heldSound.remove());
@@ -81,7 +81,7 @@ final class DecodeJob {
         finish(pictures, sound);
     }
 
-    private void hear(Packet packet, SoundWriter sound) throws IOException {
+    private void takeSound(Packet packet, SoundWriter sound) throws IOException {
         if (limit != null && !picturesDone) {
             heldSound.add(packet);
         } else {
@@ -89,8 +89,8 @@ final class DecodeJob {
         }
     }
 
-    /** Writes the sound beside the pictures so far, and with the last one of them ends it. */
-    private void hearUntil(Duration end, SoundWriter sound) throws IOException {
+    /** Writes the sound that plays beside the pictures so far, and ends it with the last of them. */
+    private void writeSoundUntil(Duration end, SoundWriter sound) throws IOException {
         if (limitIsReached()) {
             sound.endAt(end);
         }
@@ -116,13 +116,13 @@ final class DecodeJob {
             damaged++;
             return;
         }
-        take(ready, pictures, sound, progress);
+        takePictures(ready, pictures, sound, progress);
     }
 
-    private void take(List<Picture> ready, PictureOutput pictures, SoundWriter sound, Progress progress)
+    private void takePictures(List<Picture> ready, PictureOutput pictures, SoundWriter sound, Progress progress)
             throws IOException {
         for (Picture picture : ready) {
-            clock.next(picture);
+            clock.next(picture.timestamp(), picture.duration());
             Duration time = video.time(clock.timestamp()).orElse(Duration.ZERO).minus(start);
             picturesDone |= range.endsBefore(time);
             if (picturesDone || !range.beginsBefore(time)) {
@@ -140,7 +140,7 @@ final class DecodeJob {
             progress.at(decoded);
             picturesDone |= limitIsReached();
             if (limit != null && sound != null) {
-                hearUntil(video.time(clock.timestamp() + clock.duration()).orElse(time), sound);
+                writeSoundUntil(video.time(clock.timestamp() + clock.duration()).orElse(time), sound);
             }
         }
     }
@@ -170,17 +170,17 @@ final class DecodeJob {
                 seconds);
     }
 
-    /** How many pictures there will be, as far as the container knows; 0 when it does not. */
+    /** Returns how many pictures there will be according to the container; 0 when it does not say. */
     static long expected(MediaReader reader, MediaStream video, TimeRange range, long every, Long limit) {
         double seconds = seconds(reader, video, range);
         boolean whole = range.from() == null && range.to() == null;
         long all = whole && video.frameCount() > 0 ? video.frameCount()
                 : Math.round(seconds * video.frameRate().toDouble());
-        // In this order, because the product of what a user typed may be too large for a number.
+        // Compared by division, because the product of what a user typed may overflow.
         return limit != null && (limit - 1) < all / every ? Math.min(all, (limit - 1) * every + 1) : all;
     }
 
-    /** How long a part of a stream is, as far as the container knows; 0 when it does not. */
+    /** Returns how long a part of a stream is according to the container; 0 when it does not say. */
     static double seconds(MediaReader reader, MediaStream stream, TimeRange range) {
         double all = stream.duration().or(reader::duration).map(DecodeJob::inSeconds).orElse(0.0);
         double end = range.to() == null ? all : Math.min(all, inSeconds(range.to()));

@@ -7,17 +7,17 @@ import java.util.Optional;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Picture;
 
-/** Sees what is decoded and written, for a report on it. Called by the thread that decodes. */
+/** Receives what is decoded and written, for a report on it. Called by the thread that decodes. */
 interface DecodeObserver {
 
-    /** Looks away. */
+    /** Ignores everything. */
     DecodeObserver NONE = new DecodeObserver() {
     };
 
     /**
-     * A decoded picture: every one of the part, in their order.
+     * Receives each decoded picture of the part, in order.
      *
-     * @param picture the picture, to be looked at before this returns
+     * @param picture the picture, which may be used until this returns
      * @param number its place among the decoded pictures, from 1
      * @param written whether it will be written
      */
@@ -25,29 +25,29 @@ interface DecodeObserver {
     }
 
     /**
-     * Decoded sound that has been written.
+     * Receives decoded sound that has been written.
      *
      * @param seconds when it is heard, on the container's clock
-     * @param pcm samples of 16 bits, those of a frame one after the other, little-endian; read-only
+     * @param pcm interleaved samples of 16 bits, little-endian; read-only
      */
     default void sound(double seconds, int sampleRate, int channels, ByteBuffer pcm) {
     }
 
-    /** Everything is written. */
+    /** Receives the summary when everything is written. */
     default void finished(Summary summary) throws IOException {
     }
 
     /**
-     * What there was.
+     * What was decoded and written.
      *
      * @param input the media file
      * @param container its format's name
      * @param video the stream whose pictures were decoded
      * @param pictures how many pictures were decoded
      * @param writtenPictures how many of them were written
-     * @param pictureTarget where to
-     * @param damagedPictures packets of pictures that were left out
-     * @param damagedSound packets of sound that were left out
+     * @param pictureTarget where they were written to
+     * @param damagedPictures damaged packets of pictures, which were left out
+     * @param damagedSound damaged packets of sound, which were left out
      * @param range the part of the file
      * @param seconds how long it took
      */

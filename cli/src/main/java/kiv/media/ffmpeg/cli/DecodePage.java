@@ -9,7 +9,7 @@ import java.util.List;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.cli.report.DecodeReport;
 
-/** Writes the page that shows what is in the directory beside it. */
+/** Writes the page {@code index.html} that shows what lies in its directory. */
 final class DecodePage implements DecodeObserver {
 
     private static final String NAME = "index.html";
@@ -21,10 +21,10 @@ final class DecodePage implements DecodeObserver {
     private final List<String> warnings;
 
     /**
-     * Begins.
+     * Begins a page.
      *
-     * @param baseName of the pictures' files; null when they have none of their own
-     * @param warnings what there has been to warn of when it is finished
+     * @param baseName of the pictures' files; null when a picture has no file of its own
+     * @param warnings the list of warnings, read when everything is written
      */
     DecodePage(DecodeReport report, Path directory, String baseName, List<String> warnings) {
         this.report = report;

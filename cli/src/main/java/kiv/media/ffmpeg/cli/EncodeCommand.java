@@ -14,7 +14,6 @@ import kiv.media.ffmpeg.AudioCodec;
 import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.AudioEncoder;
-import kiv.media.ffmpeg.AudioFileWriter;
 import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
@@ -40,7 +39,7 @@ import picocli.CommandLine.TypeConversionException;
             "  kivjniffmpeg encode --format adpcm-ima film.mp4 film.wav"})
 final class EncodeCommand implements Callable<Integer> {
 
-    /** By the names that are shown, in any case. */
+    /** Reads a format's name as the help shows it, in upper or lower case. */
     static final class FormatConverter implements ITypeConverter<AudioCodec> {
         @Override
         public AudioCodec convert(String text) {
@@ -52,7 +51,7 @@ final class EncodeCommand implements Callable<Integer> {
     }
 
     @Mixin
-    private InputOptions input;
+    private MediaInput input;
 
     @Parameters(index = "1", paramLabel = "OUT", description = "The file to write. Its name says what kind it is: .wav"
             + " for every format but amr-nb; .mp3, .aac (ADTS), .ac3, .dts, .amr, .g722, .al (A-law), .ul (mu-law) and"
@@ -77,37 +76,35 @@ final class EncodeCommand implements Callable<Integer> {
 
     @Override
     public Integer call() throws IOException {
-        AudioContainer container = AudioContainer.find(out.toString(), format).orElseThrow(() -> wrong(out + ": "
+        AudioContainer container = AudioContainer.find(out.toString(), format).orElseThrow(() -> wrongUsage(out + ": "
                 + format + " goes into a file whose name ends in " + AudioContainer.extensions(format).stream()
                         .map(extension -> "." + extension).collect(Collectors.joining(" or "))));
         if (bitRate != null && (bitRate < 1 || !format.hasBitRate())) {
-            throw wrong(bitRate < 1 ? "--bitrate takes a number from 1" : format + " takes no --bitrate");
+            throw wrongUsage(bitRate < 1 ? "--bitrate takes a number from 1" : format + " takes no --bitrate");
         }
         long start = System.nanoTime();
         try (MediaReader reader = input.open()) {
             MediaStream sound = reader.firstAudio()
                     .orElseThrow(() -> new MediaFormatException(input.about("no audio stream")));
             if (input.isInput(out)) {
-                throw wrong(out + " is the input itself");
+                throw wrongUsage(out + " is the input itself");
             }
-            try (AudioDecoder decoder = Decoders.openSound(sound, input);
+            try (AudioDecoder decoder = input.openAudioDecoder(sound);
                     AudioEncoder encoder = openEncoder(decoder);
-                    AudioFileWriter writer = create(encoder, container);
+                    SoundFile file = SoundFile.create(out, encoder.format(), container);
                     Progress progress = quiet ? Progress.NONE : Progress.start("encoding", "seconds",
                             (long) DecodeJob.seconds(reader, sound, TimeRange.ALL))) {
-                Packets packets = new Packets(reader, this::warn);
-                for (Packet packet = packets.next(); packet != null; packet = packets.next()) {
-                    if (decoder.accepts(packet)) {
-                        encode(decode(decoder, packet), encoder, writer);
-                        progress.at(encoder.frames() / decoder.format().sampleRate());
-                    }
+                PacketSource packets = new PacketSource(reader, this::warn);
+                for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
+                    encode(decode(decoder, packet), encoder, file);
+                    progress.at(encoder.frames() / decoder.format().sampleRate());
                 }
-                encode(decoder.finish(), encoder, writer);
-                write(encoder.finish(), writer);
+                encode(decoder.finish(), encoder, file);
+                file.write(encoder.finish());
                 if (encoder.frames() == 0) {
                     throw new MediaFormatException(input.about("no sound could be decoded"));
                 }
-                finish(encoder, writer);
+                file.finish(encoder.frames());
                 progress.finish();
                 if (!quiet) {
                     summarise(sound, encoder, (System.nanoTime() - start) / 1e9);
@@ -118,8 +115,7 @@ final class EncodeCommand implements Callable<Integer> {
     }
 
     private void warn(String message) {
-        spec.commandLine().getErr().println("warning: " + message);
-        spec.commandLine().getErr().flush();
+        FailureReport.warn(spec.commandLine(), message);
     }
 
     private AudioEncoder openEncoder(AudioDecoder decoder) {
@@ -127,16 +123,8 @@ final class EncodeCommand implements Callable<Integer> {
             return AudioEncoder.open(format, decoder.format().sampleRate(), decoder.format().channels(),
                     bitRate == null ? AudioEncoder.DEFAULT_BIT_RATE : bitRate);
         } catch (UnsupportedCodecException e) {
-            // Another rate, another bit rate or another format would do.
-            throw e.getCause() == null ? wrong(e.getMessage()) : e;
-        }
-    }
-
-    private AudioFileWriter create(AudioEncoder encoder, AudioContainer container) throws OutputException {
-        try {
-            return Unfinished.open(() -> AudioFileWriter.create(out, encoder.format(), container));
-        } catch (IOException e) {
-            throw OutputException.of(out, e);
+            // Without a cause it is the choice of rate, bit rate or format that is refused, and another one may do.
+            throw e.getCause() == null ? wrongUsage(e.getMessage()) : e;
         }
     }
 
@@ -149,29 +137,9 @@ final class EncodeCommand implements Callable<Integer> {
         }
     }
 
-    private void encode(List<AudioBlock> blocks, AudioEncoder encoder, AudioFileWriter writer) throws OutputException {
+    private static void encode(List<AudioBlock> blocks, AudioEncoder encoder, SoundFile file) throws OutputException {
         for (AudioBlock block : blocks) {
-            write(encoder.encode(block), writer);
-        }
-    }
-
-    private void write(List<Packet> packets, AudioFileWriter writer) throws OutputException {
-        try {
-            writer.write(packets);
-        } catch (IOException e) {
-            Unfinished.check();
-            throw OutputException.of(out, e);
-        }
-    }
-
-    private void finish(AudioEncoder encoder, AudioFileWriter writer) throws OutputException {
-        try {
-            writer.finish(encoder.frames());
-        } catch (IOException e) {
-            Unfinished.check();
-            throw OutputException.of(out, e);
-        } finally {
-            Unfinished.forget(writer);
+            file.write(encoder.encode(block));
         }
     }
 
@@ -180,9 +148,9 @@ final class EncodeCommand implements Callable<Integer> {
         double length = (double) encoder.frames() / encoder.format().sampleRate();
         Table table = new Table();
         table.row("file", input.file().toString());
-        table.row("sound", Texts.codec(sound) + ", " + Texts.sound(sound) + ", " + encoder.frames() + " samples ("
-                + Texts.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
-                + Texts.damaged(damaged));
+        table.row("sound", ConsoleText.codec(sound) + ", " + ConsoleText.sound(sound) + ", " + encoder.frames() + " samples ("
+                + ConsoleText.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
+                + ConsoleText.damaged(damaged));
         table.row("format", format + (encoder.bitRate() == 0 ? "" : ", " + encoder.bitRate() + " bit/s"));
         table.row("written", Files.size(out) + " bytes to " + out);
         table.row("time", String.format(Locale.ROOT, "%.1f s, %.0f times as fast as it plays", seconds,
@@ -191,7 +159,7 @@ final class EncodeCommand implements Callable<Integer> {
         to.flush();
     }
 
-    private ParameterException wrong(String message) {
+    private ParameterException wrongUsage(String message) {
         return new ParameterException(spec.commandLine(), message);
     }
 }

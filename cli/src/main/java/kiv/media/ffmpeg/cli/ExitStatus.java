@@ -1,6 +1,6 @@
 package kiv.media.ffmpeg.cli;
 
-/** What the process tells its caller. The signals' and the pipe's numbers are those that a shell gives. */
+/** The exit statuses of the process. The number of a closed pipe is the one that a shell reports for its signal. */
 final class ExitStatus {
 
     static final int OK = 0;
@@ -13,7 +13,7 @@ final class ExitStatus {
     static final int OUTPUT = 4;
     /** The native library or FFmpeg is missing or does not load. */
     static final int LIBRARY = 5;
-    /** The fault is the program's own. */
+    /** A fault of the program or of the virtual machine. */
     static final int INTERNAL = 6;
     static final int CLOSED_PIPE = 141;
 

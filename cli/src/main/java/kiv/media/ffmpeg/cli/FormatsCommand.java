@@ -3,7 +3,6 @@ package kiv.media.ffmpeg.cli;
 import com.fasterxml.jackson.core.JsonGenerator;
 import java.io.IOException;
 import java.io.PrintWriter;
-import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioCodec;
@@ -15,7 +14,7 @@ import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Spec;
 
-/** Tells what can be decoded and encoded. */
+/** Lists what can be decoded and encoded. */
 @Command(name = "formats", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Tells what can be decoded and encoded.",
         description = {"", "These are the formats that the library knows. Whether the FFmpeg in use can decode and"
@@ -72,8 +71,7 @@ final class FormatsCommand implements Callable<Integer> {
 
     private static void describe(JsonGenerator to) throws IOException {
         to.writeArrayFieldStart("video");
-        List<KnownFormats.Video> videos = KnownFormats.video();
-        for (KnownFormats.Video format : videos) {
+        for (KnownFormats.Video format : KnownFormats.video()) {
             to.writeStartObject();
             to.writeStringField("codec", format.codec());
             if (format.fourcc() != 0) {

@@ -44,12 +44,12 @@ final class FramesMd5Command implements Callable<Integer> {
     private static final int FLUSHED_LINES = 64;
     private static final int THREE = 3;
     private static final int FOUR = 4;
-    /** The names by which FFmpeg calls the usual numbers of channels. */
+    /** FFmpeg's names of the usual layouts, by number of channels. */
     private static final List<String> LAYOUTS = List.of("mono", "stereo", "3.0", "4.0", "5.0", "5.1", "6.1", "7.1");
-    /** Where the second pair of five or six loudspeakers stands at the sides. */
+    /** Codecs whose second pair of loudspeakers stands at the sides. */
     private static final Set<String> SIDE_CODECS = Set.of("ac3", "dca", "dts");
 
-    /** Which stream. */
+    /** The options that choose a stream. */
     private static final class Choice {
         @Option(names = "--audio", description = "Take the first stream of sound.")
         private boolean audio;
@@ -59,7 +59,7 @@ final class FramesMd5Command implements Callable<Integer> {
     }
 
     @Mixin
-    private InputOptions input;
+    private MediaInput input;
 
     @ArgGroup
     private Choice choice;
@@ -94,8 +94,7 @@ final class FramesMd5Command implements Callable<Integer> {
     }
 
     private void warn(String message) {
-        spec.commandLine().getErr().println("warning: " + message);
-        spec.commandLine().getErr().flush();
+        FailureReport.warn(spec.commandLine(), message);
     }
 
     private MediaStream choose(MediaReader reader) {
@@ -120,16 +119,14 @@ final class FramesMd5Command implements Callable<Integer> {
     }
 
     private void pictures(MediaReader reader, MediaStream stream) throws IOException {
-        try (VideoDecoder decoder = Decoders.open(stream, input)) {
-            PictureClock clock = new PictureClock(stream);
-            Packets packets = new Packets(reader, this::warn);
-            for (Packet packet = packets.next(); packet != null; packet = packets.next()) {
-                if (decoder.accepts(packet)) {
-                    try {
-                        print(decoder.decode(packet), stream, clock);
-                    } catch (DecodeException e) {
-                        damaged++;
-                    }
+        try (VideoDecoder decoder = input.openVideoDecoder(stream)) {
+            PictureClock clock = new PictureClock(stream.frameRate(), stream.timeBase());
+            PacketSource packets = new PacketSource(reader, this::warn);
+            for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
+                try {
+                    print(decoder.decode(packet), stream, clock);
+                } catch (DecodeException e) {
+                    damaged++;
                 }
             }
             print(decoder.finish(), stream, clock);
@@ -147,25 +144,23 @@ final class FramesMd5Command implements Callable<Integer> {
                     out.println("#sar 0: " + (shape.isKnown() ? shape : "0/1"));
                     columns();
                 }
-                clock.next(picture);
+                clock.next(picture.timestamp(), picture.duration());
                 line(clock.timestamp(), clock.duration(), picture.toBytes());
             }
         }
     }
 
     private void sound(MediaReader reader, MediaStream stream) throws IOException {
-        try (AudioDecoder decoder = Decoders.openSound(stream, input)) {
+        try (AudioDecoder decoder = input.openAudioDecoder(stream)) {
             Rational timeBase = new Rational(1, decoder.format().sampleRate());
             SampleClock clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
-            Packets packets = new Packets(reader, this::warn);
-            for (Packet packet = packets.next(); packet != null; packet = packets.next()) {
-                if (decoder.accepts(packet)) {
-                    clock.at(packet);
-                    try {
-                        print(decoder.decode(packet), stream.codecName(), timeBase, clock);
-                    } catch (DecodeException e) {
-                        damaged++;
-                    }
+            PacketSource packets = new PacketSource(reader, this::warn);
+            for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
+                clock.at(packet);
+                try {
+                    print(decoder.decode(packet), stream.codecName(), timeBase, clock);
+                } catch (DecodeException e) {
+                    damaged++;
                 }
             }
             print(decoder.finish(), stream.codecName(), timeBase, clock);
@@ -182,7 +177,7 @@ final class FramesMd5Command implements Callable<Integer> {
             }
             byte[] pcm = new byte[block.data().remaining()];
             block.data().get(pcm);
-            line(clock.next(block), block.frames(), pcm);
+            line(clock.next(block.timestamp(), block.frames()), block.frames(), pcm);
         }
     }
 
@@ -190,7 +185,7 @@ final class FramesMd5Command implements Callable<Integer> {
         if (channels > LAYOUTS.size()) {
             return channels + " channels";
         }
-        // What tells no loudspeakers has those that FFmpeg puts first.
+        // A stream that names no loudspeakers has the layout that FFmpeg lists first.
         if (channels == THREE && (codec.startsWith("pcm_") || codec.startsWith("adpcm_"))) {
             return "2.1";
         }

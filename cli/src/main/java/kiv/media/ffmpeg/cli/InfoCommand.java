@@ -22,7 +22,7 @@ import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Spec;
 
-/** Tells what a file holds. */
+/** Shows what a file holds. */
 @Command(name = "info", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Tells what a media file holds: its container and its streams.")
 final class InfoCommand implements Callable<Integer> {
@@ -31,7 +31,7 @@ final class InfoCommand implements Callable<Integer> {
     private static final int MICROS = 6;
 
     @Mixin
-    private InputOptions input;
+    private MediaInput input;
 
     @Option(names = "--json", description = "Write JSON. Times are in seconds, bit rates in bits a second; what the"
             + " file does not tell is left out.")
@@ -58,17 +58,17 @@ final class InfoCommand implements Callable<Integer> {
         Table head = new Table();
         head.row("file", input.file().toString());
         head.row("container", reader.formatName());
-        head.row("duration", reader.duration().map(Texts::clock).orElse("unknown"));
-        reader.startTime().filter(start -> !start.isZero()).ifPresent(start -> head.row("start", Texts.clock(start)));
-        reader.bitRate().ifPresent(rate -> head.row("bit rate", Texts.bitRate(rate)));
+        head.row("duration", reader.duration().map(ConsoleText::clock).orElse("unknown"));
+        reader.startTime().filter(start -> !start.isZero()).ifPresent(start -> head.row("start", ConsoleText.clock(start)));
+        reader.bitRate().ifPresent(rate -> head.row("bit rate", ConsoleText.bitRate(rate)));
         head.print(out);
         out.println();
         Table table = new Table();
         table.row("stream", "kind", "codec", "bit rate", "length", "unit", "format");
         for (MediaStream stream : reader.streams()) {
-            table.row(Integer.toString(stream.index()), kind(stream), Texts.codec(stream),
-                    stream.bitRate() > 0 ? Texts.bitRate(stream.bitRate()) : "-",
-                    stream.duration().map(Texts::clock).orElse("-"),
+            table.row(Integer.toString(stream.index()), kind(stream), ConsoleText.codec(stream),
+                    stream.bitRate() > 0 ? ConsoleText.bitRate(stream.bitRate()) : "-",
+                    stream.duration().map(ConsoleText::clock).orElse("-"),
                     stream.timeBase().isKnown() ? stream.timeBase() + " s" : "-", format(stream));
         }
         table.print(out);
@@ -80,11 +80,24 @@ final class InfoCommand implements Callable<Integer> {
 
     private static String format(MediaStream stream) {
         String text = switch (stream.kind()) {
-            case VIDEO -> Texts.pictures(stream);
-            case AUDIO -> Texts.sound(stream);
+            case VIDEO -> ConsoleText.pictures(stream);
+            case AUDIO -> ConsoleText.sound(stream);
             default -> "";
         };
-        return Texts.isMedia(stream) && !Texts.isSupported(stream) ? text + " (not supported)" : text;
+        return isMedia(stream) && !isSupported(stream) ? text + " (not supported)" : text;
+    }
+
+    private static boolean isMedia(MediaStream stream) {
+        return stream.kind() == MediaKind.VIDEO || stream.kind() == MediaKind.AUDIO;
+    }
+
+    /** Returns whether a decoder of this library takes the stream. */
+    private static boolean isSupported(MediaStream stream) {
+        return stream.isDecodable() && switch (stream.kind()) {
+            case VIDEO -> MediaSubtypes.find(stream).isPresent();
+            case AUDIO -> WaveFormatTags.find(stream).isPresent();
+            default -> false;
+        };
     }
 
     private void describe(MediaReader reader, JsonGenerator to) throws IOException {
@@ -112,8 +125,8 @@ final class InfoCommand implements Callable<Integer> {
             to.writeNumberField("tag", stream.codecTag() & 0xFFFFFFFFL);
             to.writeStringField("tagText", FourCharacterCode.toText(stream.codecTag()));
         }
-        if (Texts.isMedia(stream)) {
-            to.writeBooleanField("supported", Texts.isSupported(stream));
+        if (isMedia(stream)) {
+            to.writeBooleanField("supported", isSupported(stream));
         }
         number(to, "bitRate", stream.bitRate());
         fraction(to, "timeBase", stream.timeBase());

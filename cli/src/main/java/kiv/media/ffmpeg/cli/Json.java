@@ -7,7 +7,7 @@ import com.fasterxml.jackson.core.util.DefaultPrettyPrinter;
 import java.io.IOException;
 import java.io.PrintWriter;
 
-/** Writes an object for other programs, in lines that people can read too. */
+/** Writes a JSON object for other programs, in lines that people can read too. */
 final class Json {
 
     /** Writes the object's fields. */

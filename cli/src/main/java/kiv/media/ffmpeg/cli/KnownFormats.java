@@ -17,7 +17,7 @@ import kiv.media.ffmpeg.VideoFormat;
 import kiv.media.ffmpeg.WaveFormat;
 import kiv.media.ffmpeg.WaveFormatTags;
 
-/** The library's tables by the names that people know, and the loaded FFmpeg asked about each line. */
+/** Names the rows of the library's tables for people, and finds out what the loaded FFmpeg can open of each. */
 final class KnownFormats {
 
     private static final int WIDTH = 352;
@@ -30,7 +30,7 @@ final class KnownFormats {
     private static final int WIDE_SPEECH_RATE = 16_000;
     private static final int BYTES_PER_SECOND = 8000;
 
-    /** A subtype that is made of a code ends so. */
+    /** The end of a subtype that is made of a four-character code. */
     private static final String CODE_SUFFIX = MediaSubtypes.of(0).substring(GUID_DATA);
 
     private static final Map<String, String> VIDEO_NAMES = Map.ofEntries(
@@ -46,10 +46,10 @@ final class KnownFormats {
             Map.entry("0x00000001", "MS run-length"), Map.entry("MPG1", "MPEG-1"), Map.entry("cvid", "Cinepak"),
             Map.entry("IV32", "Indeo 3"));
 
-    /** What the decoder of WMV 9 wants to know before anything else. */
+    /** The sequence header without which the decoder of WMV 9 does not open. */
     private static final byte[] WMV3_HEADER = HexFormat.of().parseHex("4ed11a01");
 
-    /** A tag's name, and what sound its decoder opens for. */
+    /** A tag's name, and a format of sound for which its decoder opens. */
     private record Sound(int tag, String name, int channels, int sampleRate, int blockAlign, int bits, String header) {
 
         static Sound of(int tag, String name) {
@@ -76,19 +76,19 @@ final class KnownFormats {
 
     private static final String WMA_PRO_HEADER = "100004000000" + "00".repeat(12);
     private static final List<Sound> SOUNDS = List.of(
-            Sound.of(0x0001, "PCM, 16 bits", 2, 16),
-            Sound.of(0x0002, "MS ADPCM", 1024, 4),
-            Sound.of(0x0003, "PCM, 32-bit float", 4, 32),
-            Sound.of(0x0006, "A-law", 1, 8),
-            Sound.of(0x0007, "mu-law", 1, 8),
+            Sound.of(WaveFormatTags.PCM, "PCM, 16 bits", 2, 16),
+            Sound.of(WaveFormatTags.ADPCM_MS, "MS ADPCM", 1024, 4),
+            Sound.of(WaveFormatTags.FLOAT, "PCM, 32-bit float", 4, 32),
+            Sound.of(WaveFormatTags.ALAW, "A-law", 1, 8),
+            Sound.of(WaveFormatTags.MULAW, "mu-law", 1, 8),
             Sound.of(0x0008, "DTS"),
-            Sound.of(0x0011, "IMA ADPCM", 1024, 4),
-            Sound.of(0x0020, "Yamaha ADPCM", 1024, 4),
+            Sound.of(WaveFormatTags.ADPCM_IMA, "IMA ADPCM", 1024, 4),
+            Sound.of(WaveFormatTags.ADPCM_YAMAHA, "Yamaha ADPCM", 1024, 4),
             Sound.speech(0x0022, "TrueSpeech", 32),
             Sound.speech(0x0031, "GSM 6.10", 65),
-            Sound.speech(0x0038, "AMR-NB", 0),
-            Sound.of(0x0050, "MPEG layer 1, 2"),
-            Sound.of(0x0055, "MP3"),
+            Sound.speech(WaveFormatTags.AMR_NB, "AMR-NB", 0),
+            Sound.of(WaveFormatTags.MPEG, "MPEG layer 1, 2"),
+            Sound.of(WaveFormatTags.MP3, "MP3"),
             Sound.of(0x0061, "Duck DK4 ADPCM", 1024, 4),
             Sound.of(0x0062, "Duck DK3 ADPCM", 1024, 4),
             Sound.of(0x0065, "G.722"),
@@ -96,13 +96,13 @@ final class KnownFormats {
             Sound.of(0x0075, "VoxWare"),
             Sound.of(WaveFormatTags.AAC, "AAC"),
             Sound.speech(0x0130, "Sipro ACELP", 20),
-            Sound.of(0x0160, "WMA 1", 1024, 16, "00000000"),
-            Sound.of(0x0161, "WMA 2", 1024, 16, "000000000000"),
+            Sound.of(WaveFormatTags.WMA1, "WMA 1", 1024, 16, "00000000"),
+            Sound.of(WaveFormatTags.WMA2, "WMA 2", 1024, 16, "000000000000"),
             Sound.of(0x0162, "WMA Pro", 1024, 16, WMA_PRO_HEADER),
             Sound.of(0x0163, "WMA Lossless", 1024, 16, WMA_PRO_HEADER),
             Sound.of(0x0200, "Creative ADPCM", 1024, 4),
             new Sound(0x0270, "ATRAC3", 2, FULL_RATE, 384, 0, "0100001000000000000001000000"),
-            Sound.of(0x028F, "G.722"),
+            Sound.of(WaveFormatTags.G722, "G.722"),
             Sound.speech(0x1500, "GSM 6.10", 65),
             Sound.of(WaveFormatTags.AAC_ADTS, "AAC in ADTS"),
             Sound.of(0x1602, "AAC"),
@@ -111,7 +111,12 @@ final class KnownFormats {
             Sound.of(WaveFormatTags.DTS, "DTS"),
             Sound.of(0x6C75, "mu-law", 1, 8));
 
-    /** @param subtype the GUID */
+    /**
+     * A row of the table of subtypes.
+     *
+     * @param fourcc 0 when the subtype is not made of a four-character code
+     * @param subtype the GUID
+     */
     record Video(String codec, int fourcc, String subtype) {
 
         String code() {
@@ -129,7 +134,11 @@ final class KnownFormats {
         }
     }
 
-    /** @param encoder what encodes into it */
+    /**
+     * A row of the table of format tags.
+     *
+     * @param encoder the codec that encodes into the format
+     */
     record Audio(int tag, Optional<AudioCodec> encoder) {
 
         String codec() {

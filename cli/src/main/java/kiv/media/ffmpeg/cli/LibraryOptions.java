@@ -10,10 +10,10 @@ import java.util.logging.Logger;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import picocli.CommandLine.Option;
 
-/** What every command takes that uses the library. */
+/** The options of every command that uses the library. */
 final class LibraryOptions {
 
-    /** A reference of our own, because the log manager would let the logger and its level go. */
+    /** A strong reference, because the log manager's is weak and the logger's level would be lost with the logger. */
     private static final Logger LIBRARY_LOG = Logger.getLogger("kiv.media.ffmpeg");
 
     @Option(names = "--ffmpeg", paramLabel = "DIR",
@@ -25,7 +25,7 @@ final class LibraryOptions {
                 + " too.")
     private boolean[] verbose = {};
 
-    /** Sets the log up and says where FFmpeg is. */
+    /** Sets the log up and loads FFmpeg from the directory that was named. */
     void apply() {
         setUpLog();
         if (ffmpeg != null) {
@@ -33,13 +33,13 @@ final class LibraryOptions {
         }
     }
 
-    /** Replaces a message handler that an earlier command of the same process may have set. */
+    /** Replaces the handlers that an earlier command of the same process may have set. */
     private void setUpLog() {
         LIBRARY_LOG.setUseParentHandlers(false);
         for (Handler handler : LIBRARY_LOG.getHandlers()) {
             LIBRARY_LOG.removeHandler(handler);
         }
-        // What goes wrong is told by the command itself, in one line.
+        // The command itself reports a failure, in one line.
         Level level = switch (verbose.length) {
             case 0 -> Level.OFF;
             case 1 -> Level.FINE;
@@ -60,7 +60,7 @@ final class LibraryOptions {
         LIBRARY_LOG.addHandler(handler);
     }
 
-    /** The levels by the names that the library knows them by. */
+    /** Returns the library's name of a level. */
     private static String name(Level level) {
         if (level.intValue() <= Level.FINER.intValue()) {
             return "trace";

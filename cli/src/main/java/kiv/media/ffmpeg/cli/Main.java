@@ -3,7 +3,7 @@ package kiv.media.ffmpeg.cli;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 
-/** The command line. */
+/** The command line: its commands, its exit statuses and the entry of the process. */
 @Command(name = "kivjniffmpeg", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         subcommands = {InfoCommand.class, DecodeCommand.class, EncodeCommand.class, FramesMd5Command.class,
             FormatsCommand.class, CompletionCommand.class, CommandLine.HelpCommand.class},
@@ -31,10 +31,10 @@ public final class Main {
     public static void main(String[] args) {
         // No command shows a window, and the toolkit must not look for a display.
         System.setProperty("java.awt.headless", "true");
-        Unfinished.guard();
+        ShutdownGuard.install();
         int status = run(args);
         // Where a signal ends the process, another exit would replace its status once the shutdown hooks have run.
-        if (Unfinished.release()) {
+        if (ShutdownGuard.workReturned()) {
             System.exit(status);
         }
     }
@@ -48,8 +48,8 @@ public final class Main {
     static int run(String... args) {
         CommandLine line = new CommandLine(new Main());
         line.setCaseInsensitiveEnumValuesAllowed(true);
-        line.setParameterExceptionHandler(Failures::wrongUsage);
-        line.setExecutionExceptionHandler(Failures::failed);
+        line.setParameterExceptionHandler(FailureReport::wrongUsage);
+        line.setExecutionExceptionHandler(FailureReport::failed);
         if (args.length == 0) {
             line.usage(System.err);
             return ExitStatus.USAGE;
@@ -57,7 +57,7 @@ public final class Main {
         try {
             return line.execute(args);
         } catch (Error e) {
-            return Failures.failed(e);
+            return FailureReport.failed(e);
         }
     }
 }

@@ -11,7 +11,7 @@ class OutputException extends IOException {
         super(message, cause);
     }
 
-    /** The one who read the output has enough of it, which is nobody's fault. */
+    /** The program that reads the output has closed it, which is no failure. */
     static final class ClosedPipe extends OutputException {
         private static final long serialVersionUID = 1;
 
@@ -20,9 +20,9 @@ class OutputException extends IOException {
         }
     }
 
-    /** Says which output failed, unless that is said already. */
+    /** Names the output that failed, unless the cause names it already. */
     static OutputException of(Object output, IOException cause) {
         return cause instanceof OutputException own ? own
-                : new OutputException(output + ": " + Failures.reason(cause), cause);
+                : new OutputException(output + ": " + FailureReport.reason(cause), cause);
     }
 }

@@ -15,8 +15,8 @@ import java.nio.file.StandardOpenOption;
 import java.util.UUID;
 
 /**
- * A file of bytes that appears under its name when it is whole: it is written under another name beside its place. What
- * is no regular file, such as a pipe or a device, is written as it is. Used by one thread at a time; closed by any.
+ * A file of bytes that appears under its name when it is whole: until then it has a temporary name in the same
+ * directory. A pipe or a device is written directly. One thread at a time may use it; any thread may close it.
  */
 final class OutputFile implements AutoCloseable {
 
@@ -25,13 +25,13 @@ final class OutputFile implements AutoCloseable {
 
     private final String name;
     private final Path file;
-    private final Path aside;
+    private final Path temporary;
     private final FileChannel channel;
 
-    private OutputFile(String name, Path file, Path aside, FileChannel channel) {
+    private OutputFile(String name, Path file, Path temporary, FileChannel channel) {
         this.name = name;
         this.file = file;
-        this.aside = aside;
+        this.temporary = temporary;
         this.channel = channel;
     }
 
@@ -46,17 +46,17 @@ final class OutputFile implements AutoCloseable {
                 throw new FileSystemException(file.toString(), null, "is a directory");
             }
             if (Files.exists(file) && !Files.isRegularFile(file)) {
-                // Opened outside of the lock: a pipe waits for its reader, and nothing of it has to be removed.
+                // Opened before the lock is taken: opening a pipe waits for its reader, and leaves nothing to remove.
                 FileChannel opened = FileChannel.open(file, StandardOpenOption.WRITE);
-                return Unfinished.open(() -> new OutputFile(file.toString(), file, null, opened));
+                return ShutdownGuard.open(() -> new OutputFile(file.toString(), file, null, opened));
             }
             Path directory = file.toAbsolutePath().getParent();
             if (directory == null || !Files.isDirectory(directory)) {
                 throw new FileSystemException(file.toString(), null, "its directory does not exist");
             }
-            Path aside = file.resolveSibling("." + UUID.randomUUID() + ".part");
-            return Unfinished.open(() -> new OutputFile(file.toString(), file, aside,
-                    FileChannel.open(aside, StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE)));
+            Path temporary = file.resolveSibling("." + UUID.randomUUID() + ".part");
+            return ShutdownGuard.open(() -> new OutputFile(file.toString(), file, temporary,
+                    FileChannel.open(temporary, StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE)));
         } catch (IOException e) {
             throw OutputException.of(file, e);
         }
@@ -64,12 +64,12 @@ final class OutputFile implements AutoCloseable {
 
     /** Begins to write to standard output, which is not closed. */
     static OutputFile standardOutput() throws IOException {
-        // Never closed nor collected while it is in use: the descriptor is the process's.
-        return Unfinished.open(() -> new OutputFile("standard output", null, null,
+        // Never closed, because the descriptor belongs to the process.
+        return ShutdownGuard.open(() -> new OutputFile("standard output", null, null,
                 new FileOutputStream(FileDescriptor.out).getChannel()));
     }
 
-    /** Writes what was printed there to standard output. Printing keeps its troubles to itself until it is asked. */
+    /** Flushes what was printed to standard output and reports a failure, which printing itself does not. */
     static void flushStandardOutput(PrintWriter printed) throws OutputException {
         printed.flush();
         if (System.out.checkError()) {
@@ -78,7 +78,7 @@ final class OutputFile implements AutoCloseable {
         }
     }
 
-    /** Whether standard output leads to another program. */
+    /** Returns whether standard output leads to another program. */
     private static boolean isPipe() {
         try {
             String target = Files.readSymbolicLink(Path.of("/proc/self/fd/1")).toString();
@@ -103,41 +103,41 @@ final class OutputFile implements AutoCloseable {
                 channel.write(bytes);
             }
         } catch (IOException e) {
-            Unfinished.check();
-            // A pipe fails in no other way, and the system's message is in the user's language.
+            ShutdownGuard.throwIfEnding();
+            // A pipe fails in no other way; the system's message is in the user's language.
             throw file == null && isPipe() ? new OutputException.ClosedPipe(e) : OutputException.of(name, e);
         }
     }
 
-    /** Gives the file its name. */
+    /** Gives the file its name, which replaces an existing file in one step. */
     void finish() throws OutputException {
         try {
-            if (aside != null) {
+            if (temporary != null) {
                 channel.close();
-                Files.move(aside, file, StandardCopyOption.REPLACE_EXISTING, StandardCopyOption.ATOMIC_MOVE);
+                Files.move(temporary, file, StandardCopyOption.REPLACE_EXISTING, StandardCopyOption.ATOMIC_MOVE);
             }
         } catch (IOException e) {
-            Unfinished.check();
+            ShutdownGuard.throwIfEnding();
             throw OutputException.of(name, e);
         } finally {
             close();
         }
     }
 
-    /** Ends the writing; without {@link #finish} before it, the file is dropped. Does nothing the second time. */
+    /** Ends the writing; without {@link #finish} before it, the file is removed. Does nothing the second time. */
     @Override
     public void close() throws OutputException {
         try {
             if (file != null) {
                 channel.close();
             }
-            if (aside != null) {
-                Files.deleteIfExists(aside);
+            if (temporary != null) {
+                Files.deleteIfExists(temporary);
             }
         } catch (IOException e) {
             throw OutputException.of(name, e);
         } finally {
-            Unfinished.forget(this);
+            ShutdownGuard.forget(this);
         }
     }
 }

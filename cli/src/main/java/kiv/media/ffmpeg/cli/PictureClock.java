@@ -1,36 +1,38 @@
 package kiv.media.ffmpeg.cli;
 
-import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
-import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.Rational;
 
-/** Tells when pictures are shown, also where a stream without container does not: there they follow each other. */
+/** Counts when pictures are shown. Pictures of a stream without container have no times; each follows the one before. */
 final class PictureClock {
 
     private final long usual;
     private long timestamp = Packet.NO_TIME;
     private long duration;
 
-    PictureClock(MediaStream stream) {
-        Rational rate = stream.frameRate();
-        Rational unit = stream.timeBase();
-        usual = rate.isKnown() && unit.isKnown() ? Math.max(1, Math.round(1 / (rate.toDouble() * unit.toDouble()))) : 1;
+    PictureClock(Rational frameRate, Rational timeBase) {
+        usual = frameRate.isKnown() && timeBase.isKnown()
+                ? Math.max(1, Math.round(1 / (frameRate.toDouble() * timeBase.toDouble()))) : 1;
     }
 
-    /** Another picture comes. */
-    void next(Picture picture) {
+    /**
+     * Moves to the next picture.
+     *
+     * @param known its own time, or {@link Packet#NO_TIME}
+     * @param knownDuration its own duration; not positive when that is unknown
+     */
+    void next(long known, long knownDuration) {
         long following = timestamp == Packet.NO_TIME ? 0 : timestamp + duration;
-        timestamp = picture.timestamp() == Packet.NO_TIME ? following : picture.timestamp();
-        duration = picture.duration() > 0 ? picture.duration() : usual;
+        timestamp = known == Packet.NO_TIME ? following : known;
+        duration = knownDuration > 0 ? knownDuration : usual;
     }
 
-    /** When it is shown, in the stream's time base. */
+    /** Returns when the picture is shown, in the stream's time base. */
     long timestamp() {
         return timestamp;
     }
 
-    /** How long it is shown, in the stream's time base. */
+    /** Returns how long the picture is shown, in the stream's time base. */
     long duration() {
         return duration;
     }

@@ -3,11 +3,11 @@ package kiv.media.ffmpeg.cli;
 import java.io.IOException;
 import kiv.media.ffmpeg.Picture;
 
-/** Where decoded pictures go. Closed before it is finished, it leaves no half-written file behind. */
+/** Writes decoded pictures. Closed before it is finished, it leaves no half-written file behind. */
 interface PictureOutput extends AutoCloseable {
 
     /**
-     * Takes a picture to write, and closes it then.
+     * Takes a picture, writes it and closes it, perhaps after this call has returned.
      *
      * @param number its place in the stream, from 1
      * @throws IOException when this one or an earlier one cannot be written
@@ -20,6 +20,6 @@ interface PictureOutput extends AutoCloseable {
     @Override
     void close() throws IOException;
 
-    /** {@return where they go, for the summary} */
+    /** {@return where the pictures are written to, for the summary} */
     String target();
 }

@@ -6,23 +6,23 @@ import picocli.CommandLine.ITypeConverter;
 import picocli.CommandLine.TypeConversionException;
 
 /**
- * The size that pictures are wanted in.
+ * The size that pictures are scaled to.
  *
  * @param width in pixels, or {@link #KEEP}
  * @param height in pixels, or {@link #KEEP}; not both
  */
 record PictureSize(int width, int height) {
 
-    /** Stands for the side that follows from the other one. */
+    /** Stands for the side that follows from the other side and the picture's shape. */
     static final int KEEP = -1;
     private static final int LARGEST = 16384;
 
-    /** The width for pictures of some size. */
+    /** Returns the width for pictures of some size. */
     int widthOf(int pictureWidth, int pictureHeight) {
         return width != KEEP ? width : follow(height, pictureWidth, pictureHeight);
     }
 
-    /** The height for pictures of some size. */
+    /** Returns the height for pictures of some size. */
     int heightOf(int pictureWidth, int pictureHeight) {
         return height != KEEP ? height : follow(width, pictureHeight, pictureWidth);
     }

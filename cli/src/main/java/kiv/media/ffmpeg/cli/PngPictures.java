@@ -16,15 +16,15 @@ import java.util.concurrent.atomic.AtomicReference;
 import kiv.media.ffmpeg.Picture;
 
 /**
- * Writes pictures as PNG files with several threads, because packing a picture takes longer than decoding it. Few
- * pictures wait at a time; with more, the caller packs one itself.
+ * Writes pictures as PNG files with several threads, because compressing a picture takes longer than decoding it. When
+ * the queue is full, the caller's thread compresses the picture itself.
  */
 final class PngPictures implements PictureOutput {
 
     private static final int BITS = 8;
-    /** Little packing: the files grow somewhat and are done in a fraction of the time. */
+    /** Fast compression: the files are somewhat larger and take a fraction of the time. */
     private static final int LEVEL = 1;
-    private static final int PATIENCE_MILLIS = 100;
+    private static final int POLL_MILLIS = 100;
 
     private final Path directory;
     private final String baseName;
@@ -32,7 +32,7 @@ final class PngPictures implements PictureOutput {
     private final ThreadPoolExecutor workers;
     private final AtomicReference<Throwable> failure = new AtomicReference<>();
 
-    /** @param size null for the pictures' own */
+    /** @param size null for the pictures' own size */
     PngPictures(Path directory, String baseName, PictureSize size) {
         this.directory = directory;
         this.baseName = baseName;
@@ -71,8 +71,8 @@ final class PngPictures implements PictureOutput {
     public void finish() throws IOException {
         workers.shutdown();
         try {
-            while (!workers.awaitTermination(PATIENCE_MILLIS, TimeUnit.MILLISECONDS)) {
-                Unfinished.check();
+            while (!workers.awaitTermination(POLL_MILLIS, TimeUnit.MILLISECONDS)) {
+                ShutdownGuard.throwIfEnding();
                 throwFailure();
             }
         } catch (InterruptedException e) {
@@ -86,7 +86,7 @@ final class PngPictures implements PictureOutput {
     public void close() {
         workers.shutdownNow();
         try {
-            // Those at work write files, which must be there or not when this returns.
+            // When this returns, each file is either there or not, and no thread still writes one.
             workers.awaitTermination(1, TimeUnit.MINUTES);
         } catch (InterruptedException e) {
             Thread.currentThread().interrupt();

@@ -15,7 +15,7 @@ interface Progress extends AutoCloseable {
     Progress NONE = new Progress() {
         @Override
         public void at(long done) {
-            // Nobody is to be told.
+            // Nothing is shown.
         }
 
         @Override
@@ -24,10 +24,10 @@ interface Progress extends AutoCloseable {
         }
     };
 
-    /** Tells how much is done. */
+    /** Takes how much is done. */
     void at(long done);
 
-    /** Everything is done; what is printed next does not get between the lines. */
+    /** Ends the display, so that what is printed next begins on a line of its own. */
     default void finish() {
         close();
     }
@@ -36,17 +36,17 @@ interface Progress extends AutoCloseable {
     void close();
 
     /**
-     * Begins.
+     * Begins to show progress.
      *
      * @param task what is done, such as {@code decoding}
      * @param unit what is counted, such as {@code pictures}
-     * @param expected how many there will be, 0 when that is not known
+     * @param expected how many there will be, or 0 when that is unknown
      */
     static Progress start(String task, String unit, long expected) {
         return isTerminal() ? new Bar(task, unit, expected) : new Lines(task, unit, expected, System.err);
     }
 
-    /** The console of Java would answer for all three standard streams at once. */
+    /** Checks standard error alone, because Java's console stands for all three standard streams at once. */
     private static boolean isTerminal() {
         try {
             String target = Files.readSymbolicLink(Path.of("/proc/self/fd/2")).toString();
@@ -82,7 +82,7 @@ interface Progress extends AutoCloseable {
         }
     }
 
-    /** A line for every tenth of the whole, or for every few hundred units when that is not known. */
+    /** A line for every tenth of the whole, or for every few hundred units when the whole is unknown. */
     final class Lines implements Progress {
         private static final long TENTH = 10;
         private static final long UNKNOWN_STEP = 250;
@@ -103,7 +103,7 @@ interface Progress extends AutoCloseable {
 
         @Override
         public void at(long done) {
-            // Seconds are told more often than they pass.
+            // The same number of seconds may come several times.
             if (done / step > last / step) {
                 to.println(task + ": " + done + (expected > 0 ? " of " + expected : "") + " " + unit);
             }

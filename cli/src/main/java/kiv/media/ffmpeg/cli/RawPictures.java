@@ -12,8 +12,8 @@ import kiv.media.ffmpeg.Rational;
  */
 final class RawPictures implements PictureOutput {
 
-    /** Opens the file when the first picture is there, because nothing is written when there is none. */
-    private final Unfinished.Opening<OutputFile> opening;
+    /** Opens the file when the first picture comes, so that a file without pictures is never made. */
+    private final ShutdownGuard.Opening<OutputFile> opening;
     private final String target;
     private final boolean y4m;
     private final PixelFormat wanted;
@@ -28,14 +28,14 @@ final class RawPictures implements PictureOutput {
     private boolean scales;
 
     /**
-     * @param target the file's name for people
+     * @param target the file's name for messages
      * @param y4m whether there are headers
      * @param wanted the format of the pixels, or null for the decoder's own
-     * @param size null for the pictures' own
-     * @param stream what Y4M tells of the stream
-     * @param warnings told in a line when pictures are not written as they were decoded
+     * @param size null for the first picture's own size
+     * @param stream what Y4M's header says of the stream
+     * @param warnings receives a line when pictures are not written as they were decoded
      */
-    RawPictures(Unfinished.Opening<OutputFile> opening, String target, boolean y4m, PixelFormat wanted,
+    RawPictures(ShutdownGuard.Opening<OutputFile> opening, String target, boolean y4m, PixelFormat wanted,
             PictureSize size, Y4mHeader.Stream stream, Consumer<String> warnings) {
         this.opening = opening;
         this.target = target;
@@ -84,7 +84,7 @@ final class RawPictures implements PictureOutput {
         }
     }
 
-    /** The shape of a pixel that has been scaled: the picture's own shape stays. */
+    /** Returns the shape of a scaled pixel, with which the picture keeps its own shape. */
     private Rational scaled(Rational shape, Picture first) {
         return new Rational(shape.numerator() * first.width() * height, shape.denominator() * first.height() * width);
     }

@@ -1,17 +1,16 @@
 package kiv.media.ffmpeg.cli;
 
 import java.math.BigInteger;
-import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
 
 /**
- * Tells in samples when blocks of sound begin. Where a container counts in coarser units, a block begins right behind
- * the one before it if the container's time, which is rounded, may mean that: the program {@code ffmpeg} counts so too.
+ * Counts in samples when blocks of sound begin. Many containers count in coarser units and round their times. There a
+ * block begins right behind the one before it if the rounded time allows that, as in the program {@code ffmpeg}.
  */
 final class SampleClock {
 
-    /** Damaged files tell any times; with these there is room for sums. */
+    /** Damaged files hold any times; these bounds leave room for sums. */
     private static final BigInteger LATEST = BigInteger.ONE.shiftLeft(60);
 
     private final BigInteger factor;
@@ -27,7 +26,7 @@ final class SampleClock {
         coarse = factor.compareTo(divisor) > 0;
     }
 
-    /** A packet is decoded, whose blocks come next. */
+    /** Takes the packet that is decoded next. A gap before it makes the clock trust the packet's time again. */
     void at(Packet packet) {
         long time = packet.presentationTime();
         if (packet.duration() > 0 && packetTime != Packet.NO_TIME && time != Packet.NO_TIME
@@ -37,18 +36,23 @@ final class SampleClock {
         packetTime = time;
     }
 
-    /** When a block begins, in samples from the container's zero. */
-    long next(AudioBlock block) {
-        long begin = block.timestamp() == Packet.NO_TIME ? next : begin(BigInteger.valueOf(block.timestamp()));
+    /**
+     * Returns when the next block begins, in samples from the container's zero.
+     *
+     * @param timestamp the block's own time in the time base, or {@link Packet#NO_TIME}
+     * @param frames the block's length
+     */
+    long next(long timestamp, int frames) {
+        long begin = timestamp == Packet.NO_TIME ? next : begin(BigInteger.valueOf(timestamp));
         started = true;
-        next = begin + block.frames();
+        next = begin + frames;
         return begin;
     }
 
     private long begin(BigInteger time) {
         BigInteger doubled = time.shiftLeft(1);
         if (coarse && started) {
-            // The container's time stands for everything from half a unit before it to half a unit behind it.
+            // A rounded time stands for all times from half a unit before it to half a unit behind it.
             long first = bounded(floor(floor(doubled.subtract(BigInteger.ONE).multiply(factor), divisor), BigInteger.TWO));
             BigInteger above = ceiling(doubled.add(BigInteger.ONE).multiply(factor), divisor);
             long last = bounded(floor(above.add(BigInteger.ONE), BigInteger.TWO));

@@ -9,7 +9,6 @@ import java.util.function.Consumer;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.AudioDecoder;
-import kiv.media.ffmpeg.AudioFileWriter;
 import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
@@ -20,19 +19,19 @@ final class SoundWriter implements AutoCloseable {
 
     private static final long NANOS = 1_000_000_000;
     private static final int LEAST_GAPS_A_SECOND = 20;
-    /** More samples than there are, from which any time can be subtracted. */
+    /** Larger than any number of samples; any time can be subtracted from it. */
     private static final long FOREVER = Long.MAX_VALUE / 2;
-    /** A WAV file's header tells lengths in 32 bits; with room for the header itself. */
+    /** A WAV file's header holds lengths in 32 bits; this leaves room for the header itself. */
     private static final long MOST_BYTES = (1L << 32) - 128;
 
-    private final MediaStream sound;
+    private final MediaStream stream;
     private final Path file;
     private final AudioDecoder decoder;
-    private final AudioFileWriter writer;
+    private final SoundFile output;
     private final SampleClock clock;
     private final DecodeObserver observer;
     private final Consumer<String> warnings;
-    /** First sample of the part and the one behind it, from the container's zero. */
+    /** First sample of the part and the first one behind it, from the container's zero. */
     private final long begin;
     private long end;
     private long frames;
@@ -42,32 +41,29 @@ final class SoundWriter implements AutoCloseable {
     private boolean done;
 
     /**
-     * Begins.
+     * Begins to write.
      *
-     * @param sound the stream
-     * @param decoder its decoder, which belongs to this object from now on
+     * @param stream the stream
+     * @param decoder its decoder, which this object owns from now on
      * @param file the WAV file
      * @param range the part to write
      * @param start the file's beginning from the container's zero
-     * @param observer sees what is written
-     * @param warnings told in a line when the file is full
+     * @param observer receives what is written
+     * @param warnings receives a line when the file is full
      * @throws OutputException when the file cannot be written
      */
-    SoundWriter(MediaStream sound, AudioDecoder decoder, Path file, TimeRange range, Duration start,
+    SoundWriter(MediaStream stream, AudioDecoder decoder, Path file, TimeRange range, Duration start,
             DecodeObserver observer, Consumer<String> warnings) throws OutputException {
-        this.sound = sound;
+        this.stream = stream;
         this.file = file;
         this.decoder = decoder;
         this.observer = observer;
         this.warnings = warnings;
-        this.clock = new SampleClock(sound.timeBase(), decoder.format().sampleRate());
+        this.clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
         this.begin = range.from() == null ? -FOREVER : samples(range.from().plus(start));
         this.end = range.to() == null ? FOREVER : samples(range.to().plus(start));
         try {
-            this.writer = Unfinished.open(() -> AudioFileWriter.create(file, decoder.pcmFormat(), AudioContainer.WAV));
-        } catch (IOException e) {
-            decoder.close();
-            throw OutputException.of(file, e);
+            this.output = SoundFile.create(file, decoder.pcmFormat(), AudioContainer.WAV);
         } catch (Throwable e) {
             decoder.close();
             throw e;
@@ -76,27 +72,27 @@ final class SoundWriter implements AutoCloseable {
 
     private long samples(Duration time) {
         long rate = decoder.format().sampleRate();
-        // Damaged files tell any times.
+        // Damaged files hold any times.
         long seconds = Math.max(-FOREVER / rate, Math.min(FOREVER / rate, time.getSeconds()));
         return seconds * rate + Math.round((double) time.getNano() * rate / NANOS);
     }
 
-    /** Ends the part at some time from the container's zero, if not before. */
+    /** Ends the part at a time from the container's zero, unless it ends earlier. */
     void endAt(Duration time) {
         end = Math.min(end, samples(time));
         done |= started && next >= end;
     }
 
-    /** Whether some of a packet's sound is heard before a time from the container's zero, as far as it tells. */
+    /** Returns whether a packet begins before a time from the container's zero; true when its time is unknown. */
     boolean beginsBefore(Packet packet, Duration time) {
-        return sound.time(packet.presentationTime()).map(begins -> begins.compareTo(time) < 0).orElse(true);
+        return stream.time(packet.presentationTime()).map(begins -> begins.compareTo(time) < 0).orElse(true);
     }
 
     boolean accepts(Packet packet) {
         return decoder.accepts(packet);
     }
 
-    /** Decodes and writes a packet; a damaged one is counted and left out. */
+    /** Decodes and writes a packet; counts a damaged one and leaves it out. */
     void write(Packet packet) throws OutputException {
         List<AudioBlock> blocks;
         clock.at(packet);
@@ -109,16 +105,12 @@ final class SoundWriter implements AutoCloseable {
         write(blocks);
     }
 
-    /** Writes what is left and gives the file its name. */
+    /** Writes what the decoder still holds and gives the file its name. */
     void finish() throws OutputException {
         if (!done) {
             write(decoder.finish());
         }
-        try {
-            writer.finish(frames);
-        } catch (IOException e) {
-            throw OutputException.of(file, e);
-        }
+        output.finish(frames);
     }
 
     /** {@return whether the part's end is reached} */
@@ -126,7 +118,7 @@ final class SoundWriter implements AutoCloseable {
         return done;
     }
 
-    /** Samples of a channel so far. */
+    /** Returns how many samples of each channel are written so far. */
     long frames() {
         return frames;
     }
@@ -139,19 +131,18 @@ final class SoundWriter implements AutoCloseable {
         return (double) frames / decoder.format().sampleRate();
     }
 
-    /** What there was, in one line. */
+    /** Returns what was decoded and written, in one line. */
     String summary() {
-        return Texts.codec(sound) + ", " + Texts.sound(sound) + ", " + frames + " samples ("
-                + Texts.clock(new Rational(1, decoder.format().sampleRate()).times(frames)) + ") written to " + file
-                + Texts.damaged(damaged);
+        return ConsoleText.codec(stream) + ", " + ConsoleText.sound(stream) + ", " + frames + " samples ("
+                + ConsoleText.clock(new Rational(1, decoder.format().sampleRate()).times(frames)) + ") written to " + file
+                + ConsoleText.damaged(damaged);
     }
 
     @Override
     public void close() throws IOException {
         try {
-            writer.close();
+            output.close();
         } finally {
-            Unfinished.forget(writer);
             decoder.close();
         }
     }
@@ -168,11 +159,11 @@ final class SoundWriter implements AutoCloseable {
         }
     }
 
-    /** Blocks follow each other, whatever a container's rounding makes of it, unless there is a gap. */
+    /** Returns when a block begins. Blocks follow each other, whatever the container's rounding says, except after a gap. */
     private long begin(AudioBlock block) {
-        long told = clock.next(block);
-        if (!started || Math.abs(told - next) > block.sampleRate() / LEAST_GAPS_A_SECOND) {
-            next = told;
+        long counted = clock.next(block.timestamp(), block.frames());
+        if (!started || Math.abs(counted - next) > block.sampleRate() / LEAST_GAPS_A_SECOND) {
+            next = counted;
             started = true;
         }
         long time = next;
@@ -184,9 +175,14 @@ final class SoundWriter implements AutoCloseable {
         return (int) Math.max(0, Math.min(block.frames(), frame));
     }
 
+    /** Returns whether a WAV file holds so many frames of so many bytes. */
+    static boolean holds(long frames, int size) {
+        return frames * size <= MOST_BYTES;
+    }
+
     private void write(AudioBlock block, int first, int last, long time) throws OutputException {
         int size = block.channels() * Short.BYTES;
-        if ((frames + last - first) * size > MOST_BYTES) {
+        if (!holds(frames + last - first, size)) {
             warnings.accept(file + ": a WAV file holds no more than 4 GiB, and the rest of the sound is left out");
             done = true;
             return;
@@ -194,12 +190,7 @@ final class SoundWriter implements AutoCloseable {
         ByteBuffer part = block.data().slice(first * size, (last - first) * size);
         byte[] pcm = new byte[part.remaining()];
         part.duplicate().get(pcm);
-        try {
-            writer.write(List.of(Packet.of(pcm, 0, 0, 0, true)));
-        } catch (IOException e) {
-            Unfinished.check();
-            throw OutputException.of(file, e);
-        }
+        output.write(List.of(Packet.of(pcm, 0, 0, 0, true)));
         frames += last - first;
         observer.sound((double) (time + first) / block.sampleRate(), block.sampleRate(), block.channels(), part);
     }

@@ -16,12 +16,12 @@ import picocli.CommandLine.TypeConversionException;
  */
 record TimeRange(Duration from, Duration to) {
 
-    /** Containers round their times and the file's beginning, to microseconds at worst. */
+    /** Containers round times and the file's beginning, to microseconds at worst. */
     private static final Duration ROUNDING = Duration.ofNanos(1000);
 
     static final TimeRange ALL = new TimeRange(null, null);
 
-    /** Where a file begins for people, from its container's zero; what lies before that is not meant to be heard. */
+    /** Returns the time on the container's clock from which people count; what lies before it is not meant to be heard. */
     static Duration beginning(MediaReader reader) {
         return reader.startTime().filter(start -> !start.isNegative()).orElse(Duration.ZERO);
     }
@@ -36,8 +36,8 @@ record TimeRange(Duration from, Duration to) {
 
     @Override
     public String toString() {
-        return (from == null ? "from the beginning" : "from " + Texts.clock(from))
-                + (to == null ? "" : " to " + Texts.clock(to));
+        return (from == null ? "from the beginning" : "from " + ConsoleText.clock(from))
+                + (to == null ? "" : " to " + ConsoleText.clock(to));
     }
 
     /** Reads {@code 12}, {@code 12.5}, {@code 1:02.5} or {@code 1:02:03.456}. */

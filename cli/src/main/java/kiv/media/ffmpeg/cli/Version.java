@@ -12,10 +12,10 @@ import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.MediaException;
 import picocli.CommandLine.IVersionProvider;
 
-/** Tells the version that the build wrote down, and that of the FFmpeg which would be used. */
+/** Shows the version that the build recorded, and that of the FFmpeg which would be used. */
 final class Version implements IVersionProvider {
 
-    /** Every FFmpeg build writes it into each library, for such questions. */
+    /** Every build of FFmpeg writes its version into each library in this form. */
     private static final Pattern MARK = Pattern.compile("FFmpeg version ([0-9N][!-~]*)");
     private static final String BASE_LIBRARY = "libavutil.so.54";
 
@@ -42,7 +42,7 @@ final class Version implements IVersionProvider {
                     + "avcodec 56, avformat 56, avutil 54, swresample 1, swscale 3"
                     + ")";
         } catch (MediaException | IOException e) {
-            return "FFmpeg: " + Failures.reason(e).replaceAll("\\R", " ");
+            return "FFmpeg: " + FailureReport.reason(e).replaceAll("\\R", " ");
         }
     }
 }

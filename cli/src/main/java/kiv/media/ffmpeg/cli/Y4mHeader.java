@@ -13,14 +13,14 @@ import kiv.media.ffmpeg.Rational;
 /** The lines of text in a YUV4MPEG2 file. */
 final class Y4mHeader {
 
-    /** In front of each picture. */
+    /** The line in front of each picture. */
     static final String FRAME = "FRAME\n";
 
     /**
-     * What the stream tells.
+     * What the header says of the stream.
      *
      * @param codec FFmpeg's name of the codec
-     * @param rate pictures a second that are written
+     * @param rate written pictures a second
      * @param pixelShape width of a pixel to its height
      */
     record Stream(String codec, Rational rate, Rational pixelShape) {
@@ -35,9 +35,9 @@ final class Y4mHeader {
     }
 
     /**
-     * The name of a format in a file.
+     * Returns the header's name of a pixel format.
      *
-     * @param codec the codec decides where the colours of 4:2:0 are taken
+     * @param codec decides at which places 4:2:0 samples the colours
      * @return the name, or empty when there is none
      */
     static Optional<String> colourSpace(PixelFormat format, String codec) {
@@ -56,13 +56,13 @@ final class Y4mHeader {
         return Optional.ofNullable(name.equals("gray16le") ? "mono16" : OF_8_BITS.get(name));
     }
 
-    /** The format with a name that a picture loses least in. */
+    /** Returns the format with a name in which a picture loses least. */
     static PixelFormat nearest(PixelFormat format) {
         String name = format.name();
         if (name.startsWith("yuv4") && name.endsWith("be")) {
-            PixelFormat turned = PixelFormat.named(name.replaceAll("be$", "le"));
-            if (colourSpace(turned, "").isPresent()) {
-                return turned;
+            PixelFormat littleEndian = PixelFormat.named(name.replaceAll("be$", "le"));
+            if (colourSpace(littleEndian, "").isPresent()) {
+                return littleEndian;
             }
         }
         if (format.isRgb() || name.contains("444") || name.contains("440")) {
@@ -75,10 +75,10 @@ final class Y4mHeader {
     }
 
     /**
-     * The file's first line.
+     * Returns the file's first line.
      *
-     * @param format the pixels that are written, whose format has a name
-     * @param first the first picture
+     * @param format the format of the written pixels, which must have a name
+     * @param first the first picture, as decoded
      * @param shape width of a written pixel to its height
      */
     static String of(int width, int height, PixelFormat format, Picture first, Rational shape, Stream stream) {

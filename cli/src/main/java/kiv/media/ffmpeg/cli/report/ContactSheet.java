@@ -20,14 +20,14 @@ import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.Rational;
 
 /**
- * Thumbnails of pictures, evenly spread over a film whose length is not known before. One is kept of each run of as
- * many pictures; when there are too many runs, two become one.
+ * Thumbnails of pictures, evenly spread over a film whose length is not known before. The pictures form runs of equal
+ * length, and the sheet keeps the first picture of each. When there are too many runs, two become one.
  */
 final class ContactSheet {
 
-    /** Even, so that the runs are equally long after two became one. */
+    /** The most thumbnails: an even number, so that all runs are equally long after two became one. */
     static final int LARGEST = 48;
-    /** What a thumbnail fits in: about twice of what it measures on the page, for screens with fine pixels. */
+    /** The largest thumbnail in pixels: about twice its size on the page, for screens of high resolution. */
     static final int WIDTH = 288;
     static final int HEIGHT = 216;
     private static final float QUALITY = 0.82F;
@@ -37,17 +37,17 @@ final class ContactSheet {
     private long pictures;
 
     /**
-     * A picture in small.
+     * A small copy of a picture.
      *
      * @param image null when the picture's format could not be converted
-     * @param number its place among the pictures, from 1
-     * @param link its own file, or null
+     * @param number the picture's place among the pictures, from 1
+     * @param link the picture's own file, or null
      */
     record Thumbnail(BufferedImage image, long number, Optional<Duration> time, String link) {
 
-        /** The image in a form that a page can hold. */
+        /** Returns the image as a URI that a page can contain. */
         String toDataUri() {
-            // JPEG has no place for what is transparent.
+            // JPEG has no transparency.
             String format = image.getColorModel().hasAlpha() ? "png" : "jpeg";
             ByteArrayOutputStream bytes = new ByteArrayOutputStream();
             ImageWriter writer = ImageIO.getImageWritersByFormatName(format).next();
@@ -71,10 +71,10 @@ final class ContactSheet {
     /**
      * Takes the next picture.
      *
-     * @param thumbnail makes its thumbnail, if that is wanted
+     * @param thumbnail makes the picture's thumbnail; called only when the sheet keeps it
      */
     void add(Supplier<Thumbnail> thumbnail) {
-        // The first of a run stands for it.
+        // The first picture of a run represents it.
         if (pictures++ % run == 0) {
             thumbnails.add(thumbnail.get());
             if (thumbnails.size() > LARGEST) {
@@ -91,7 +91,7 @@ final class ContactSheet {
      * @param link the picture's own file, or null
      */
     static Thumbnail thumbnail(Picture picture, long number, Rational shape, String link) {
-        // The longer way of a pixel keeps its count, so that nothing is enlarged before the page does it.
+        // One side keeps its number of pixels, so that nothing is enlarged before the page does it.
         double stretch = shape.isKnown() && shape.toDouble() > 0 ? shape.toDouble() : 1;
         double width = picture.width() * Math.max(1, stretch);
         double height = picture.height() * Math.max(1, 1 / stretch);
@@ -101,7 +101,7 @@ final class ContactSheet {
             image = picture.toBufferedImage((int) Math.max(1, Math.round(width * scale)),
                     (int) Math.max(1, Math.round(height * scale)));
         } catch (UnsupportedOperationException e) {
-            // The page tells of it; the decoding is not to end here.
+            // The page says so, and decoding goes on.
             image = null;
         }
         return new Thumbnail(image, number, picture.time(), link);
@@ -119,7 +119,7 @@ final class ContactSheet {
         return List.copyOf(thumbnails);
     }
 
-    /** How many pictures there were. */
+    /** Returns how many pictures there were. */
     long pictures() {
         return pictures;
     }

@@ -69,7 +69,7 @@ public final class DecodeReport {
     }
 
     /**
-     * Begins.
+     * Begins a report.
      *
      * @param name the file's name; any characters
      * @param reader its reader, which may be closed before the report is written
@@ -84,7 +84,7 @@ public final class DecodeReport {
     }
 
     /**
-     * Takes note of a decoded picture: to be called for every one, in their order. It is looked at before this returns.
+     * Takes a decoded picture. Call it for every picture, in order; the picture is used only until this returns.
      *
      * @param picture the picture, which stays the caller's
      * @param link the picture's own file, relative to the page, or null when there is none
@@ -100,13 +100,13 @@ public final class DecodeReport {
             linked.add(thumbnail);
         }
         picture.time().ifPresent(time -> {
-            double begins = Texts.inSeconds(time);
+            double begins = PageText.inSeconds(time);
             firstShown = Math.min(firstShown, begins);
             lastShown = Math.max(lastShown, begins + lengthOf(picture));
         });
     }
 
-    /** Both sheets may want the same thumbnail. */
+    /** Makes a value when it is first wanted, because both sheets may want the same thumbnail. */
     private static <T> Supplier<T> once(Supplier<T> maker) {
         AtomicReference<T> made = new AtomicReference<>();
         return () -> made.updateAndGet(old -> old == null ? maker.get() : old);
@@ -122,12 +122,12 @@ public final class DecodeReport {
     }
 
     /**
-     * Takes note of decoded sound: to be called for all of it, in order.
+     * Takes decoded sound. Call it for all of the sound, in order.
      *
      * @param seconds when it is heard, on the container's clock
      * @param sampleRate samples of a channel a second
-     * @param channels how many samples stand together
-     * @param pcm samples of 16 bits, little-endian
+     * @param channels number of channels
+     * @param pcm interleaved samples of 16 bits, little-endian
      * @throws IllegalArgumentException when it has other channels or another sample rate than the one before
      */
     public void sound(double seconds, int sampleRate, int channels, ByteBuffer pcm) {
@@ -141,7 +141,7 @@ public final class DecodeReport {
     /**
      * Writes the page.
      *
-     * @param to what takes it, in UTF-8; it stays open
+     * @param to receives the page, whose text must be encoded in UTF-8; it stays open
      * @param outcome how the decoding went
      * @throws IOException when it cannot be written
      */
@@ -166,7 +166,7 @@ public final class DecodeReport {
         return Optional.ofNullable(audio);
     }
 
-    /** What stands for the film: pictures that have files, unless they are too few. */
+    /** Returns the sheet that represents the film: of the pictures that have files, unless they are too few. */
     ContactSheet sheet() {
         return linked.pictures() >= ContactSheet.LARGEST / 4 ? linked : all;
     }
@@ -175,7 +175,7 @@ public final class DecodeReport {
         return all.pictures();
     }
 
-    /** How many of the pictures have a file. */
+    /** Returns how many of the pictures have a file. */
     long linkedPictures() {
         return linked.pictures();
     }
@@ -184,12 +184,12 @@ public final class DecodeReport {
         return Optional.ofNullable(waveform);
     }
 
-    /** Where the waveform begins on the container's clock, in seconds. */
+    /** Returns when the waveform begins on the container's clock, in seconds. */
     double soundBegins() {
         return soundBegins;
     }
 
-    /** How many seconds what was decoded plays; 0 when that is not known. */
+    /** Returns how many seconds of film or sound were decoded; 0 when that is unknown. */
     double played() {
         double pictures = firstShown < lastShown ? lastShown - firstShown : all.pictures() * secondsAPicture();
         return Math.max(pictures, waveform == null ? 0 : waveform.seconds());

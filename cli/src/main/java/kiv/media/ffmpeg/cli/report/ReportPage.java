@@ -55,10 +55,10 @@ import kiv.media.ffmpeg.cli.report.ContactSheet.Thumbnail;
 import kiv.media.ffmpeg.cli.report.DecodeReport.Outcome;
 import kiv.media.ffmpeg.cli.report.DecodeReport.Timing;
 
-/** The page's HTML. */
+/** Renders a report as HTML. */
 final class ReportPage {
 
-    /** Nothing is loaded, run or sent: only styles and images that are in the page itself. */
+    /** The page loads, runs and sends nothing: it may use only styles and images that it contains. */
     private static final String POLICY = "default-src 'none'; style-src 'unsafe-inline'; img-src data:; "
             + "base-uri 'none'; form-action 'none'";
     private static final String DASH = "\u2013";
@@ -66,7 +66,7 @@ final class ReportPage {
     private final DecodeReport report;
     private final Outcome outcome;
     private final List<Thumbnail> thumbnails;
-    /** Absent when there are no samples, too. */
+    /** Also absent when there are no samples. */
     private final Optional<Waveform> waveform;
 
     ReportPage(DecodeReport report, Outcome outcome) {
@@ -77,7 +77,7 @@ final class ReportPage {
     }
 
     void render(Appendable to) throws IOException {
-        String name = Texts.visible(report.name());
+        String name = PageText.visible(report.name());
         to.append("<!DOCTYPE html>\n");
         html(head(
                 meta().withCharset("utf-8"),
@@ -86,7 +86,7 @@ final class ReportPage {
                 meta().withName("color-scheme").withContent("light dark"),
                 meta().withName("referrer").withContent("no-referrer"),
                 title(name + " \u2013 decoded"),
-                // Or a server that the page lies on would be asked for one.
+                // Without an icon of its own, the browser would ask the page's server for one.
                 link().withRel("icon").withHref("data:,"),
                 style().with(rawHtml(stylesheet()))),
                 body(main(
@@ -109,31 +109,31 @@ final class ReportPage {
     private String about() {
         List<String> facts = new ArrayList<>();
         facts.add(report.reader().formatName() + " container");
-        report.reader().duration().ifPresent(length -> facts.add(Texts.clock(length)));
-        report.reader().bitRate().ifPresent(rate -> facts.add(Texts.bitRate(rate)));
-        facts.add(Texts.count(report.reader().streams().size(), "stream"));
-        return Texts.visible(String.join(" \u00b7 ", facts));
+        report.reader().duration().ifPresent(length -> facts.add(PageText.clock(length)));
+        report.reader().bitRate().ifPresent(rate -> facts.add(PageText.bitRate(rate)));
+        facts.add(PageText.count(report.reader().streams().size(), "stream"));
+        return PageText.visible(String.join(" \u00b7 ", facts));
     }
 
     private DomContent keyFigures() {
         List<DomContent> figures = new ArrayList<>();
         report.video().ifPresent(video -> {
-            figures.add(keyFigure(Texts.count(report.pictures()), "pictures decoded"));
+            figures.add(keyFigure(PageText.count(report.pictures()), "pictures decoded"));
             figures.add(keyFigure(video.width() + "\u00d7" + video.height(), "pixels, " + video.codecName()));
         });
         report.audio().ifPresent(audio -> {
-            figures.add(keyFigure(Texts.count(waveform.map(Waveform::frames).orElse(0L)), "samples decoded"));
-            figures.add(keyFigure(Texts.figure(audio.sampleRate() / 1000.0) + " kHz", audio.codecName() + ", "
-                    + Texts.count(audio.channels(), "channel")));
+            figures.add(keyFigure(PageText.count(waveform.map(Waveform::frames).orElse(0L)), "samples decoded"));
+            figures.add(keyFigure(PageText.figure(audio.sampleRate() / 1000.0) + " kHz", audio.codecName() + ", "
+                    + PageText.count(audio.channels(), "channel")));
         });
         outcome.timings().stream().findFirst().filter(timing -> speed(timing) > 0).ifPresent(timing ->
-                figures.add(keyFigure(Texts.figure(speed(timing)) + "\u00d7", "as fast as it plays")));
+                figures.add(keyFigure(PageText.figure(speed(timing)) + "\u00d7", "as fast as it plays")));
         return dl(each(figures, f -> f)).withClass("figures");
     }
 
     private static DomContent keyFigure(String figure, String what) {
-        // The order that a list of terms wants; the style sheet shows the figure first.
-        return div(dt(Texts.visible(what)), dd(figure));
+        // A list of terms demands this order; the style sheet shows the figure first.
+        return div(dt(PageText.visible(what)), dd(figure));
     }
 
     private DomContent notes() {
@@ -150,17 +150,17 @@ final class ReportPage {
         long fullScale = waveform.stream().flatMap(sound -> IntStream.range(0, sound.channels())
                 .mapToObj(sound::channel)).mapToLong(Waveform.Channel::fullScale).sum();
         if (fullScale > 0) {
-            notes.add(Texts.count(fullScale, "sample") + (fullScale == 1 ? " is" : " are")
+            notes.add(PageText.count(fullScale, "sample") + (fullScale == 1 ? " is" : " are")
                     + " at full scale, where sound is probably cut off; red marks show where.");
         }
         notes.addAll(outcome.warnings());
         return notes.isEmpty() ? rawHtml("") : section(h2("Warnings").withId("warnings"),
-                ul(each(notes, note -> li(Texts.visible(note))))).withClass("warnings")
+                ul(each(notes, note -> li(PageText.visible(note))))).withClass("warnings")
                 .attr("aria-labelledby", "warnings");
     }
 
     private static String damaged(long packets, String of) {
-        return Texts.count(packets, "damaged packet") + " of " + of + " could not be decoded and "
+        return PageText.count(packets, "damaged packet") + " of " + of + " could not be decoded and "
                 + (packets == 1 ? "was" : "were") + " left out.";
     }
 
@@ -170,7 +170,7 @@ final class ReportPage {
         }
         long pictures = report.sheet().pictures();
         boolean written = pictures == report.linkedPictures();
-        String of = Texts.count(pictures, written ? "written picture" : "decoded picture");
+        String of = PageText.count(pictures, written ? "written picture" : "decoded picture");
         String text = thumbnails.size() == pictures ? of + "." : thumbnails.size() + " of " + of + ", evenly spread.";
         boolean tall = thumbnails.stream().map(Thumbnail::image)
                 .allMatch(image -> image != null && image.getHeight() > image.getWidth());
@@ -180,14 +180,14 @@ final class ReportPage {
 
     private static DomContent shown(Thumbnail thumbnail) {
         String number = "#" + thumbnail.number();
-        String time = thumbnail.time().map(Texts::clock).orElse(DASH);
-        String alternative = "Picture " + thumbnail.number() + thumbnail.time().map(t -> " at " + Texts.clock(t)).orElse("");
+        String time = thumbnail.time().map(PageText::clock).orElse(DASH);
+        String alternative = "Picture " + thumbnail.number() + thumbnail.time().map(t -> " at " + PageText.clock(t)).orElse("");
         DomContent picture = thumbnail.image() == null
                 ? div("not shown").withClass("missing").attr("role", "img").attr("aria-label", alternative)
                 : img().withSrc(thumbnail.toDataUri()).withAlt(alternative)
                         .withWidth(Integer.toString(thumbnail.image().getWidth()))
                         .withHeight(Integer.toString(thumbnail.image().getHeight()));
-        return figure(thumbnail.link() == null ? picture : a(picture).withHref(Texts.reference(thumbnail.link())),
+        return figure(thumbnail.link() == null ? picture : a(picture).withHref(PageText.reference(thumbnail.link())),
                 figcaption(span(time), span(number).withClass("number")));
     }
 
@@ -197,18 +197,18 @@ final class ReportPage {
 
     private DomContent sound(Waveform sound) {
         int zoom = WaveformDrawing.zoom(sound);
-        String text = Texts.count(sound.channels(), "channel") + ", " + Texts.figure(sound.seconds())
+        String text = PageText.count(sound.channels(), "channel") + ", " + PageText.figure(sound.seconds())
                 + " seconds. The outer band shows the extremes, the inner one the power"
                 + (zoom > 1 ? "; drawn " + zoom + " times as large, because the sound is soft." : ".");
-        String label = "Waveform of " + Texts.count(sound.channels(), "channel") + " over "
-                + Texts.figure(sound.seconds()) + " seconds; the table below tells the levels";
+        String label = "Waveform of " + PageText.count(sound.channels(), "channel") + " over "
+                + PageText.figure(sound.seconds()) + " seconds; the table below tells the levels";
         return part("sound", "Sound", text,
                 WaveformDrawing.draw(sound, report.soundBegins(), label),
                 grid("Levels of the channels", List.of("Channel", "Peak", "Power (RMS)", "Samples at full scale"),
                         IntStream.range(0, sound.channels()).mapToObj(index -> {
                             Waveform.Channel channel = sound.channel(index);
-                            return List.of(Texts.channel(index, sound.channels()), Texts.level(channel.peak()),
-                                    Texts.level(sound.rms(channel)), Texts.count(channel.fullScale()));
+                            return List.of(PageText.channel(index, sound.channels()), PageText.level(channel.peak()),
+                                    PageText.level(sound.rms(channel)), PageText.count(channel.fullScale()));
                         }).toList()));
     }
 
@@ -216,19 +216,19 @@ final class ReportPage {
         List<List<String>> rows = report.reader().streams().stream().map(stream -> List.of(
                 Integer.toString(stream.index()), stream.kind().name().toLowerCase(Locale.ROOT)
                         + (stream.isAttachedPicture() ? " (attached picture)" : ""),
-                Texts.codec(stream), Texts.format(stream), Texts.bitRate(stream.bitRate()),
-                stream.duration().map(Texts::clock).orElse(DASH), decoded(stream))).toList();
+                PageText.codec(stream), PageText.format(stream), PageText.bitRate(stream.bitRate()),
+                stream.duration().map(PageText::clock).orElse(DASH), decoded(stream))).toList();
         return part("streams", "Streams", "What the container holds, and what was decoded of it.",
                 grid("Streams", List.of("Stream", "Kind", "Codec", "Format", "Bit rate", "Duration", "Decoded"), rows));
     }
 
     private String decoded(MediaStream stream) {
         if (report.video().filter(video -> video.index() == stream.index()).isPresent()) {
-            return Texts.count(report.pictures(), "picture") + (report.linkedPictures() > 0
-                    ? ", " + Texts.count(report.linkedPictures()) + " written" : "");
+            return PageText.count(report.pictures(), "picture") + (report.linkedPictures() > 0
+                    ? ", " + PageText.count(report.linkedPictures()) + " written" : "");
         }
         return report.audio().filter(audio -> audio.index() == stream.index()).isPresent()
-                ? Texts.count(waveform.map(Waveform::frames).orElse(0L), "sample") : "no";
+                ? PageText.count(waveform.map(Waveform::frames).orElse(0L), "sample") : "no";
     }
 
     private DomContent timings() {
@@ -237,18 +237,18 @@ final class ReportPage {
         }
         long pictures = report.pictures();
         List<List<String>> rows = outcome.timings().stream().map(timing -> List.of(timing.what(),
-                Texts.took(timing.time()),
+                PageText.took(timing.time()),
                 pictures == 0 || timing.time().isZero() ? DASH
-                        : Texts.figure(pictures / Texts.inSeconds(timing.time())),
-                speed(timing) > 0 ? Texts.figure(speed(timing)) + "\u00d7" : DASH)).toList();
+                        : PageText.figure(pictures / PageText.inSeconds(timing.time())),
+                speed(timing) > 0 ? PageText.figure(speed(timing)) + "\u00d7" : DASH)).toList();
         return part("timings", "Timings", report.played() > 0
-                ? Texts.figure(report.played()) + " seconds of film or sound were decoded." : "How long the work took.",
+                ? PageText.figure(report.played()) + " seconds of film or sound were decoded." : "How long the work took.",
                 grid("Timings", List.of("Part", "Time", "Pictures a second", "Times real time"), rows));
     }
 
-    /** How many times as fast as what was decoded plays; 0 when that is not known. */
+    /** Returns how many times faster than real time the decoding was; 0 when that is unknown. */
     private double speed(Timing timing) {
-        return timing.time().isZero() ? 0 : report.played() / Texts.inSeconds(timing.time());
+        return timing.time().isZero() ? 0 : report.played() / PageText.inSeconds(timing.time());
     }
 
     private static SectionTag part(String id, String heading, String text, DomContent... contents) {
@@ -256,11 +256,11 @@ final class ReportPage {
                 .attr("aria-labelledby", id);
     }
 
-    /** A table whose cells know their columns' names, because on a narrow screen each row stands alone. */
+    /** Makes a table whose cells carry their columns' names, because a narrow screen shows each row by itself. */
     private static TableTag grid(String name, List<String> columns, List<List<String>> rows) {
         return table(caption(name), thead(tr(each(columns, column -> th(column).attr("scope", "col")))),
                 tbody(each(rows, row -> tr(each(IntStream.range(0, row.size()).boxed().toList(), i -> i == 0
-                        ? th(bdi(Texts.visible(row.get(0)))).attr("scope", "row").attr("data-column", columns.get(0))
-                        : td(Texts.visible(row.get(i))).attr("data-column", columns.get(i)))))));
+                        ? th(bdi(PageText.visible(row.get(0)))).attr("scope", "row").attr("data-column", columns.get(0))
+                        : td(PageText.visible(row.get(i))).attr("data-column", columns.get(i)))))));
     }
 }

@@ -6,12 +6,12 @@ import java.nio.ShortBuffer;
 import java.util.Arrays;
 
 /**
- * The outline of sound whose length is not known before: for each channel the extremes and the power of as many equally
- * long pieces as a screen can show. When there are too many, two become one.
+ * The outline of sound whose length is not known before. It keeps the extremes and the power of equally long pieces of
+ * each channel, as many as a screen can show. When there are too many pieces, two become one.
  */
 final class Waveform {
 
-    /** Of all channels together; even for each. */
+    /** Of all channels together; each channel has an even number of them. */
     private static final int MOST_PIECES = 1 << 14;
     private static final int MOST_PIECES_OF_A_CHANNEL = 1 << 11;
     static final double FULL_SCALE = 32768;
@@ -81,12 +81,12 @@ final class Waveform {
             return clipped[piece];
         }
 
-        /** How many samples are as large as a number of 16 bits can be. */
+        /** Returns how many samples are the largest or the smallest number of 16 bits. */
         long fullScale() {
             return fullScale;
         }
 
-        /** The largest sample's size, 0 to 32768. */
+        /** Returns the largest absolute value of a sample, 0 to 32768. */
         int peak() {
             return peak;
         }
@@ -121,7 +121,7 @@ final class Waveform {
         }
     }
 
-    /** How many channels there are. */
+    /** Returns the number of channels. */
     int channels() {
         return channels.length;
     }
@@ -130,27 +130,27 @@ final class Waveform {
         return channels[index];
     }
 
-    /** How many pieces there are; the last one may be shorter. */
+    /** Returns the number of pieces; the last one may be shorter. */
     int pieces() {
         return (int) ((frames + step - 1) / step);
     }
 
-    /** How many pieces the sound is long, a part of one included. */
+    /** Returns the length of the sound in pieces, with the fraction of the last one. */
     double length() {
         return (double) frames / step;
     }
 
-    /** The root of a piece's mean square. */
+    /** Returns the root mean square of a piece. */
     double rms(Channel channel, int piece) {
         return Math.sqrt(channel.power[piece] / Math.min(step, frames - piece * step));
     }
 
-    /** The root of the whole channel's mean square. */
+    /** Returns the root mean square of a whole channel. */
     double rms(Channel channel) {
         return frames == 0 ? 0 : Math.sqrt(channel.energy / frames);
     }
 
-    /** How many samples of each channel there were. */
+    /** Returns how many samples of each channel there were. */
     long frames() {
         return frames;
     }

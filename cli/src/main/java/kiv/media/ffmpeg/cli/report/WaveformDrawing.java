@@ -10,12 +10,13 @@ import java.util.Locale;
 import java.util.stream.IntStream;
 
 /**
- * A waveform as SVG that stretches to the width of the page: one lane for each channel, and below them the time. What
- * stretches is measured in pieces and samples, what must keep its form, such as text, in per cent and pixels.
+ * Draws a waveform as SVG that stretches to the width of the page: one lane for each channel, and the time below them.
+ * Units of what stretches are pieces and samples; units of what must keep its form, such as text, are per cent and
+ * pixels.
  */
 final class WaveformDrawing {
 
-    /** The height that a lane has by its own measure, small enough for short numbers. */
+    /** Half of a lane's height in its own units, small enough for short numbers. */
     private static final int HALF = 500;
     private static final int MOST_ZOOM = 64;
     private static final int CLIP_MARK = 90;
@@ -40,7 +41,7 @@ final class WaveformDrawing {
                 : waveform.channels() <= 8 ? 60 : 32;
     }
 
-    /** How many times larger than it is sound is drawn, so that the soft one can be seen too: a power of two. */
+    /** Returns how many times the drawing enlarges the sound, so that soft sound can be seen too: a power of two. */
     static int zoom(Waveform waveform) {
         int peak = IntStream.range(0, waveform.channels()).map(i -> waveform.channel(i).peak()).max().orElse(0);
         int zoom = 1;
@@ -51,10 +52,10 @@ final class WaveformDrawing {
     }
 
     /**
-     * Draws.
+     * Draws a waveform.
      *
-     * @param begins the time of its beginning, in seconds
-     * @param label what it shows, for those who do not see it
+     * @param begins when the waveform begins, in seconds
+     * @param label a description for those who do not see the drawing
      */
     static ContainerTag<?> draw(Waveform waveform, double begins, String label) {
         return new WaveformDrawing(waveform, begins).draw(label);
@@ -70,7 +71,7 @@ final class WaveformDrawing {
         }
         for (int i = 0; i < ticks.size(); i++) {
             Tick tick = ticks.get(i);
-            // A narrow screen has room for every second one.
+            // A narrow screen has room for every second mark only.
             svg.with(tag("text").withCondClass(i % 2 != 0, "second").attr("x", percent(tick.place)).attr("y", lanes + 14)
                     .attr("text-anchor", tick.place < 1 - RIGHT_EDGE ? "start" : tick.place > RIGHT_EDGE ? "end" : "middle")
                     .withText(tick.text));
@@ -92,7 +93,7 @@ final class WaveformDrawing {
                 .attr("preserveAspectRatio", "none").with(path("peaks", extremes(channel)),
                         path("power", power(channel)), path("clipping", clipping(channel))));
         svg.with(tag("text").withClass("channel").attr("x", 8).attr("y", top + 15)
-                .withText(Texts.channel(index, waveform.channels())));
+                .withText(PageText.channel(index, waveform.channels())));
     }
 
     private static ContainerTag<?> path(String kind, String outline) {
@@ -104,7 +105,7 @@ final class WaveformDrawing {
     }
 
     private String power(Waveform.Channel channel) {
-        // No further than the extremes, which differ in size where there is an offset.
+        // Limited by the extremes, because with an offset one of them is smaller than the root mean square.
         return outline(piece -> -scaled(Math.min(waveform.rms(channel, piece), Math.max(0, channel.high(piece)))),
                 piece -> -scaled(Math.max(-waveform.rms(channel, piece), Math.min(0, channel.low(piece)))));
     }
@@ -119,12 +120,12 @@ final class WaveformDrawing {
         return marks.toString();
     }
 
-    /** A size at each piece. */
+    /** The height of an outline at a piece. */
     private interface Height {
         long of(int piece);
     }
 
-    /** Along one edge and back along the other. */
+    /** Returns a path along the upper edge and back along the lower one. */
     private String outline(Height upper, Height lower) {
         int pieces = waveform.pieces();
         StringBuilder path = new StringBuilder("M0 ").append(upper.of(0));
@@ -160,8 +161,8 @@ final class WaveformDrawing {
         List<Tick> ticks = new ArrayList<>();
         for (long at = (long) Math.ceil(begins * 1000 / step) * step; at <= (begins + seconds) * 1000; at += step) {
             Duration time = Duration.ofMillis(at);
-            ticks.add(new Tick((at / 1000.0 - begins) / seconds, step % 1000 == 0 ? Texts.seconds(time)
-                    : Texts.clock(time)));
+            ticks.add(new Tick((at / 1000.0 - begins) / seconds, step % 1000 == 0 ? PageText.seconds(time)
+                    : PageText.clock(time)));
         }
         return ticks;
     }

@@ -8,8 +8,8 @@ import kiv.media.ffmpeg.FourCharacterCode;
 import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaStream;
 
-/** Words and figures as people read them. */
-final class Texts {
+/** Formats texts, figures and streams for the page. */
+final class PageText {
 
     private static final int CONTROL_PICTURES = 0x2400;
     private static final int DELETE = 0x7F;
@@ -18,12 +18,12 @@ final class Texts {
     private static final double DECIBELS = 20;
     private static final int KILO = 1000;
 
-    private Texts() {
+    private PageText() {
     }
 
     /**
-     * A text with a sign in place of each character that is not seen, that no page may hold, or that turns the direction
-     * of what follows.
+     * Replaces each character that is invisible, that no page may contain, or that turns the direction of the text behind
+     * it, with a visible sign.
      */
     static String visible(String text) {
         StringBuilder clean = new StringBuilder();
@@ -40,10 +40,10 @@ final class Texts {
         };
     }
 
-    /** The reference to a file beside the page, whatever its name is. */
+    /** Returns the reference to a file beside the page, whatever its name is. */
     static String reference(String link) {
         try {
-            // With the dot in front, nothing before a colon is taken for a protocol.
+            // With the dot in front, no browser takes what stands before a colon for a protocol.
             return new URI(null, null, "./" + link, null).getRawPath();
         } catch (URISyntaxException e) {
             throw new IllegalArgumentException("no relative path: " + link, e);
@@ -54,12 +54,12 @@ final class Texts {
         return time.getSeconds() + time.getNano() / 1e9;
     }
 
-    /** Minutes, seconds and milliseconds, with hours where there are some. */
+    /** Returns minutes, seconds and milliseconds, and hours when there are any. */
     static String clock(Duration time) {
         return seconds(time) + String.format(Locale.ROOT, ".%03d", time.abs().toMillisPart());
     }
 
-    /** Minutes and seconds, with hours where there are some; a part of a second is left out. */
+    /** Returns minutes and whole seconds, and hours when there are any. */
     static String seconds(Duration time) {
         Duration size = time.abs();
         String sign = time.isNegative() ? "\u2212" : "";
@@ -68,34 +68,34 @@ final class Texts {
                 : String.format(Locale.ROOT, "%d:%02d", size.toMinutes(), size.toSecondsPart()));
     }
 
-    /** A count, with its thousands set apart. */
+    /** Returns a count with separators between the thousands. */
     static String count(long number) {
         return String.format(Locale.ROOT, "%,d", number);
     }
 
-    /** A count of things. */
+    /** Returns a count of things. */
     static String count(long number, String thing) {
         return count(number) + " " + thing + (number == 1 ? "" : "s");
     }
 
-    /** A figure with about three digits. */
+    /** Returns a figure with about three digits. */
     static String figure(double value) {
         return value >= 100 ? count(Math.round(value)) : String.format(Locale.ROOT, value >= 10 ? "%.1f" : "%.2f", value);
     }
 
-    /** How long something took. */
+    /** Returns how long something took. */
     static String took(Duration time) {
         double seconds = inSeconds(time);
         return seconds < 1 ? figure(seconds * KILO) + " ms" : figure(seconds) + " s";
     }
 
-    /** A level in decibels below the largest possible one. */
+    /** Returns a level in decibels relative to full scale. */
     static String level(double size) {
         return size <= 0 ? "silent" : String.format(Locale.ROOT, "%.1f dBFS",
                 Math.min(0, DECIBELS * Math.log10(size / Waveform.FULL_SCALE))).replace('-', '\u2212');
     }
 
-    /** What a channel is called. */
+    /** Returns a channel's name. */
     static String channel(int index, int channels) {
         return switch (channels) {
             case 1 -> "Mono";
@@ -104,13 +104,13 @@ final class Texts {
         };
     }
 
-    /** The codec's name, with its four-character code when that is readable. */
+    /** Returns the codec's name, with its four-character code when that is readable. */
     static String codec(MediaStream stream) {
         String code = FourCharacterCode.toText(stream.codecTag());
         return visible(code.startsWith("0x") ? stream.codecName() : stream.codecName() + " (" + code + ")");
     }
 
-    /** Size and rate. */
+    /** Returns the size and rate of pictures, or the rate and channels of sound. */
     static String format(MediaStream stream) {
         if (stream.kind() == MediaKind.VIDEO) {
             return stream.width() + "\u00d7" + stream.height() + (stream.frameRate().isKnown()
@@ -120,7 +120,7 @@ final class Texts {
                 : "\u2013";
     }
 
-    /** A rate of bits, or a dash. */
+    /** Returns a bit rate, or a dash when it is unknown. */
     static String bitRate(long rate) {
         return rate > 0 ? count(Math.round((double) rate / KILO)) + " kbit/s" : "\u2013";
     }

@@ -14,10 +14,10 @@ import picocli.CommandLine;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ParseResult;
 
-/** Turns every failure into one line on standard error and an exit status. */
-final class Failures {
+/** Reports a failure as one line on standard error and an exit status, and a warning as a line. */
+final class FailureReport {
 
-    private Failures() {
+    private FailureReport() {
     }
 
     static int wrongUsage(ParameterException failure, String[] args) {
@@ -28,8 +28,8 @@ final class Failures {
     }
 
     static int failed(Exception failure, CommandLine command, ParseResult parsed) {
-        if (Unfinished.isEnding()) {
-            // The signal's status counts, and what fails now fails because of it.
+        if (ShutdownGuard.isEnding()) {
+            // The work fails because of the signal, which has a status of its own.
             return ExitStatus.INPUT;
         }
         int status = status(failure);
@@ -42,11 +42,16 @@ final class Failures {
         return status;
     }
 
-    /** What the virtual machine lacks, such as memory or a class. */
+    /** Reports what the virtual machine lacks, such as memory or a class. */
     static int failed(Error failure) {
         print(failure instanceof OutOfMemoryError ? "not enough memory (" + failure.getMessage() + ")"
                 : "unexpected: " + failure, new PrintWriter(System.err, true));
         return ExitStatus.INTERNAL;
+    }
+
+    static void warn(CommandLine command, String message) {
+        command.getErr().println("warning: " + message);
+        command.getErr().flush();
     }
 
     private static int status(Exception failure) {
@@ -84,7 +89,7 @@ final class Failures {
         return "unexpected: " + failure + " (-v tells more)";
     }
 
-    /** Why something failed, without the file's name where that is known apart from it. */
+    /** Returns why something failed, without the file's name where the exception holds that apart. */
     static String reason(Exception failure) {
         if (failure instanceof NoSuchFileException) {
             return "no such file";

@@ -9,10 +9,10 @@ import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.TimeUnit;
 
 /**
- * What is being written. An output that is closed before it is finished leaves nothing behind; here they are closed too
- * when a signal ends the process. All methods may be called by any thread.
+ * Ends the work in order when a signal ends the process, and closes the outputs that are still being written. An output
+ * that is closed before it is finished leaves no file behind. Any thread may call any method.
  */
-final class Unfinished {
+final class ShutdownGuard {
 
     /** The work ends because the process does. */
     static final class InterruptedWorkException extends RuntimeException {
@@ -25,52 +25,52 @@ final class Unfinished {
         T open() throws IOException;
     }
 
-    /** A picture is decoded and packed in less, and nobody wants to wait longer for a Ctrl-C. */
-    private static final int PATIENCE_SECONDS = 2;
+    /** Decoding and packing a picture takes less, and nobody wants to wait longer for a Ctrl-C. */
+    private static final int GRACE_SECONDS = 2;
 
     private static final Set<AutoCloseable> OUTPUTS = Collections.newSetFromMap(new IdentityHashMap<>());
     private static final CountDownLatch RETURNED = new CountDownLatch(1);
     private static volatile boolean ending;
 
-    private Unfinished() {
+    private ShutdownGuard() {
     }
 
-    /** Has outputs closed at the process's end. Called once, by the thread that then works and returns. */
-    static void guard() {
-        Runtime.getRuntime().addShutdownHook(new Thread(Unfinished::end, "unfinished outputs"));
+    /** Installs the shutdown hook. Called once, by the thread that then works and reports its return. */
+    static void install() {
+        Runtime.getRuntime().addShutdownHook(new Thread(ShutdownGuard::end, "shutdown guard"));
     }
 
     /**
-     * The work is over, well or not.
+     * Reports that the work is over, whether or not it succeeded.
      *
-     * @return whether the process is to be ended now; otherwise a signal does that, with a status of its own
+     * @return whether the caller is to end the process; otherwise a signal ends it, with a status of its own
      */
-    static boolean release() {
+    static boolean workReturned() {
         RETURNED.countDown();
         return !ending;
     }
 
-    /** {@return whether a signal ends the process} */
+    /** {@return whether the process is ending} */
     static boolean isEnding() {
-        return ending && RETURNED.getCount() > 0;
+        return ending;
     }
 
-    /** Leaves the work when a signal ends the process. Called often. */
-    static void check() {
+    /** Leaves the work when a signal ends the process. Called for every packet. */
+    static void throwIfEnding() {
         if (ending) {
             throw new InterruptedWorkException();
         }
     }
 
-    /** Opens an output, of which nothing can remain then that nobody knows of. */
+    /** Opens an output and registers it. Both happen under one lock, so that the shutdown hook misses no output. */
     static synchronized <T extends AutoCloseable> T open(Opening<T> opening) throws IOException {
-        check();
+        throwIfEnding();
         T output = opening.open();
         OUTPUTS.add(output);
         return output;
     }
 
-    /** An output is finished or was closed. */
+    /** Forgets an output that was finished or closed. */
     static synchronized void forget(AutoCloseable output) {
         OUTPUTS.remove(output);
     }
@@ -78,17 +78,17 @@ final class Unfinished {
     private static void end() {
         ending = true;
         try {
-            // Left in order, native code is not at work while the process takes its libraries down.
-            RETURNED.await(PATIENCE_SECONDS, TimeUnit.SECONDS);
+            // Native code must not be running while the process unloads its libraries.
+            RETURNED.await(GRACE_SECONDS, TimeUnit.SECONDS);
         } catch (InterruptedException e) {
             Thread.currentThread().interrupt();
         }
-        synchronized (Unfinished.class) {
+        synchronized (ShutdownGuard.class) {
             for (AutoCloseable output : List.copyOf(OUTPUTS)) {
                 try {
                     output.close();
                 } catch (Exception e) {
-                    // The others are to be closed nevertheless.
+                    // The others must be closed nevertheless.
                     System.err.println("warning: " + e.getMessage());
                 }
             }

@@ -3,35 +3,28 @@ package kiv.media.ffmpeg.cli;
 import java.time.Duration;
 import java.util.Locale;
 import kiv.media.ffmpeg.FourCharacterCode;
-import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaStream;
-import kiv.media.ffmpeg.MediaSubtypes;
-import kiv.media.ffmpeg.WaveFormatTags;
 
-/** How things are put into words. */
-final class Texts {
+/** Formats streams, sizes and times for the lines that commands print. */
+final class ConsoleText {
 
     private static final int BITS_PER_KILOBIT = 1000;
 
-    private Texts() {
+    private ConsoleText() {
     }
 
-    /** The codec's name, with its four-character code when it has a readable one. */
+    /** Returns the codec's name, with its four-character code when that is readable. */
     static String codec(MediaStream stream) {
         String code = FourCharacterCode.toText(stream.codecTag());
         return code.startsWith("0x") ? stream.codecName() : stream.codecName() + " (" + code + ")";
     }
 
-    /** Rate and channels. */
+    /** Returns sample rate and channels. */
     static String sound(MediaStream stream) {
-        return sound(stream.sampleRate(), stream.channels());
+        return stream.sampleRate() + " Hz, " + stream.channels() + (stream.channels() == 1 ? " channel" : " channels");
     }
 
-    static String sound(int sampleRate, int channels) {
-        return sampleRate + " Hz, " + channels + (channels == 1 ? " channel" : " channels");
-    }
-
-    /** Size, rate and number. */
+    /** Returns size, rate and number of the pictures. */
     static String pictures(MediaStream stream) {
         StringBuilder text = new StringBuilder().append(stream.width()).append('x').append(stream.height());
         if (stream.isAttachedPicture()) {
@@ -46,25 +39,12 @@ final class Texts {
         return text.toString();
     }
 
-    /** Whether a decoder of this library takes the stream. */
-    static boolean isSupported(MediaStream stream) {
-        return stream.isDecodable() && switch (stream.kind()) {
-            case VIDEO -> MediaSubtypes.find(stream).isPresent();
-            case AUDIO -> WaveFormatTags.find(stream).isPresent();
-            default -> false;
-        };
-    }
-
-    static boolean isMedia(MediaStream stream) {
-        return stream.kind() == MediaKind.VIDEO || stream.kind() == MediaKind.AUDIO;
-    }
-
     static String bitRate(long bitsPerSecond) {
         return bitsPerSecond < BITS_PER_KILOBIT ? bitsPerSecond + " bit/s"
                 : Math.round((double) bitsPerSecond / BITS_PER_KILOBIT) + " kbit/s";
     }
 
-    /** Hours, minutes, seconds and milliseconds. */
+    /** Returns hours, minutes, seconds and milliseconds. */
     static String clock(Duration duration) {
         return (duration.isNegative() ? "-" : "") + clockOf(duration.abs());
     }
@@ -74,7 +54,7 @@ final class Texts {
                 duration.toSecondsPart(), duration.toMillisPart());
     }
 
-    /** Damaged packets as the end of a line, or nothing. */
+    /** Returns the number of damaged packets as the end of a line, or nothing when there are none. */
     static String damaged(long packets) {
         return packets == 0 ? "" : "; " + packets + (packets == 1 ? " damaged packet" : " damaged packets")
                 + " skipped";

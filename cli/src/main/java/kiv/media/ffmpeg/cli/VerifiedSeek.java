@@ -10,34 +10,37 @@ import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 
-/** Finds the place in a file from which decoding gives a part of it as decoding the whole does. */
-final class EntryPoint {
+/**
+ * Opens a file near the beginning of a part, so that decoding from there gives the part exactly as decoding the whole
+ * file does. It seeks and then verifies that the packets there begin early enough.
+ */
+final class VerifiedSeek {
 
-    /** Without a container the times of packets follow from their count, so nothing may be left out. */
+    /** Without a container the times of packets follow from their count, so no packet may be left out. */
     private static final Set<String> COUNTED = Set.of("h264", "hevc", "mpegvideo", "m4v", "h263", "cavsvideo", "dirac",
             "vc1", "dv", "mjpeg");
-    /** Tried one after the other: seeking goes by an index or by guessing, and may end too late for the decoder. */
+    /** Tried one after the other: seeking uses an index or a guess, and may end too late for the decoder. */
     private static final List<Duration> MARGINS = List.of(Duration.ofSeconds(1), Duration.ofSeconds(6),
             Duration.ofSeconds(30));
-    /** What a decoder of sound needs before it has forgotten that it began in the middle. */
+    /** How early an audio decoder must begin so that its samples no longer depend on where it began. */
     private static final Duration SOUND_MARGIN = Duration.ofMillis(250);
     private static final int MOST_PACKETS = 5000;
 
-    private EntryPoint() {
+    private VerifiedSeek() {
     }
 
     /**
-     * Opens a file so that its next packets are those to decode.
+     * Opens a file so that its next packets are the ones to decode.
      *
-     * @param time the part's beginning from the file's beginning, or null
+     * @param time the part's beginning, counted from the file's beginning, or null
      * @param withSound whether the sound is wanted too
-     * @return a reader, at the file's beginning when no place nearer to the part will do
+     * @return a reader, at the file's beginning when no later place is early enough
      */
-    static MediaReader open(InputOptions input, Duration time, boolean withSound) throws IOException {
+    static MediaReader open(MediaInput input, Duration time, boolean withSound) throws IOException {
         MediaReader reader = input.open();
         try {
             Optional<MediaStream> video = reader.firstVideo();
-            // Sound alone is decoded faster than anyone looks.
+            // Decoding sound alone is fast, so seeking would gain nothing.
             if (time == null || video.isEmpty() || COUNTED.contains(reader.formatName())) {
                 return reader;
             }
