@@ -2,16 +2,17 @@
  * Decodes the pictures and the sound of media files, and encodes sound, with FFmpeg's codecs.
  *
  * <p>Welcome. A {@link kiv.media.ffmpeg.MediaReader} reads the packets of a file. A
- * {@link kiv.media.ffmpeg.VideoDecoder} decodes the packets of a video stream into {@link kiv.media.ffmpeg.Picture}s, an
- * {@link kiv.media.ffmpeg.AudioDecoder} those of an audio stream into {@link kiv.media.ffmpeg.AudioBlock}s. An
- * {@link kiv.media.ffmpeg.AudioEncoder} and an {@link kiv.media.ffmpeg.AudioFileWriter} produce audio files. Close every
- * object that you open. The libraries need no set-up: they are loaded on first use, and
+ * {@link kiv.media.ffmpeg.VideoDecoder} decodes the packets of a video stream into {@link kiv.media.ffmpeg.Picture}s,
+ * an {@link kiv.media.ffmpeg.AudioDecoder} those of an audio stream into {@link kiv.media.ffmpeg.AudioBlock}s. An
+ * {@link kiv.media.ffmpeg.AudioEncoder} and an {@link kiv.media.ffmpeg.AudioFileWriter} produce audio files. Close
+ * every object that you open. The libraries need no set-up: they are loaded on first use, and
  * {@link kiv.media.ffmpeg.FfmpegLibrary} describes from where.
  *
  * <p>Failures are unchecked {@link kiv.media.ffmpeg.MediaException}s that state the reason, or an
- * {@link java.io.IOException} where bytes cannot be read. No input and no misuse crashes the virtual machine. One thread
- * at a time uses an object, and different objects work in parallel. Times for people are {@link java.time.Duration}s.
- * Exact times are whole numbers in the unit of their stream, {@link kiv.media.ffmpeg.MediaStream#timeBase()}.
+ * {@link java.io.IOException} where bytes cannot be read. No input and no misuse crashes the virtual machine. One
+ * thread at a time uses an object, and different objects work in parallel. Times for people are
+ * {@link java.time.Duration}s. Exact times are whole numbers in the unit of their stream,
+ * {@link kiv.media.ffmpeg.MediaStream#timeBase()}.
  *
  * <h2>Recipes</h2>
  *
