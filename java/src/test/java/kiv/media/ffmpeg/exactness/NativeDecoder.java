@@ -1,51 +1,41 @@
 package kiv.media.ffmpeg.exactness;
 
 import java.util.ArrayList;
-import java.util.Collections;
-import java.util.IdentityHashMap;
+import java.util.Arrays;
+import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoBuffers;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
+import kiv.media.ffmpeg.natives.BufferRequest;
+import kiv.media.ffmpeg.natives.BufferSlots;
+import kiv.media.ffmpeg.natives.PictureLayout;
+import kiv.media.ffmpeg.natives.VideoFormatLayout;
+import kiv.media.ffmpeg.natives.VideoParams;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
- * A video decoder driven through the bare natives, which keeps the books of the arrays: every one that it allocated is
- * given back exactly once or handed out exactly once. It has a library context of its own, so that several decoders
- * can work at once.
+ * A video decoder driven through the bare natives, with a library context of its own. It keeps the books of the arrays:
+ * each that it allocated is freed exactly once or delivered exactly once.
  */
 public class NativeDecoder implements VideoBuffers, AutoCloseable {
 
-    private static final int KIND = 5;
     private static final int UNTOUCHED = 0x5a5a5a5a;
 
-    /**
-     * An array that was allocated for a picture; what the process call hands out.
-     *
-     * @param layout what the library told about the picture
-     * @param buffer what it told about the array
-     */
-    public record Buffer(Object array, int[] layout, int[] buffer) {
+    /** An array, and what the library said of its picture and of the array. */
+    public record Buffer(Object array, int[] layout, int[] request) {
     }
 
-    /**
-     * What a process call left.
-     *
-     * @param out the handed-out buffer, or null
-     */
+    /** What a call left; without a picture there is no buffer. */
     public record Result(int code, Buffer out, int[] params) {
-        long time() {
-            return (long) params[14] << 32 | params[13] & 0xffffffffL;
-        }
-
         int elementSize() {
-            return 1 << params[KIND];
+            return 1 << params[VideoParams.ARRAY_KIND];
         }
     }
 
-    private final Set<Buffer> live = Collections.newSetFromMap(new IdentityHashMap<>());
+    private final Set<Buffer> live = new HashSet<>();
     private final List<String> faults = new ArrayList<>();
     private final long context;
     private long codec;
@@ -60,11 +50,11 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
     public NativeDecoder(Track track, boolean whole, int subtype, c_multimediaapi_ffmpeg receiver, int[]... models) {
         context = c_multimediaapi_ffmpeg.n_init(TestMedia.ffmpeg().toString(), receiver, 0);
         byte[] extradata = track.stream().extradata();
-        int[] format = new int[18];
-        format[4] = track.stream().width();
-        format[5] = track.stream().height();
-        format[7] = track.stream().bitsPerCodedSample();
-        format[13] = extradata.length;
+        int[] format = new int[VideoFormatLayout.SIZE];
+        format[VideoFormatLayout.WIDTH] = track.stream().width();
+        format[VideoFormatLayout.HEIGHT] = track.stream().height();
+        format[VideoFormatLayout.BITS_PER_PIXEL] = track.stream().bitsPerCodedSample();
+        format[VideoFormatLayout.EXTRADATA_LENGTH] = extradata.length;
         codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, track.subtype(subtype), format, extradata, models,
                 this);
         if (whole) {
@@ -78,23 +68,21 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
 
     /** Decodes a packet; null only asks for a picture that is waiting. */
     public final Result process(byte[] packet, int flags, long time) {
-        int length = packet == null ? 0 : packet.length;
-        int[] params = {0, length, flags, (int) time, (int) (time >>> 32), UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED,
-            UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED};
+        int[] params = new int[VideoParams.SIZE];
+        Arrays.fill(params, VideoParams.ARRAY_KIND, params.length, UNTOUCHED);
+        params[VideoParams.LENGTH] = packet == null ? 0 : packet.length;
+        params[VideoParams.FLAGS] = flags;
+        params[VideoParams.TIME_LOW] = (int) time;
+        params[VideoParams.TIME_HIGH] = (int) (time >>> 32);
         Object[] out = new Object[1];
-        int code;
         try {
-            code = c_multimediaapi_ffmpeg.n_vcodec_process(codec, packet, out, params);
+            int code = c_multimediaapi_ffmpeg.n_vcodec_process(codec, packet, out, params);
+            book(out[0] == null || live.remove(out[0]), "an array was delivered that was not the decoder's");
+            return new Result(code, (Buffer) out[0], params);
         } catch (RuntimeException | Error e) {
-            if (params[KIND] != UNTOUCHED) {
-                faults.add("params were written although a call failed: " + e);
-            }
+            book(params[VideoParams.ARRAY_KIND] == UNTOUCHED, "parameters were written although a call failed: " + e);
             throw e;
         }
-        if (out[0] != null && !live.remove(out[0])) {
-            faults.add("an array was handed out that was not the decoder's");
-        }
-        return new Result(code, (Buffer) out[0], params);
     }
 
     /** Forgets what the decoder holds. */
@@ -112,57 +100,46 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
         return allocated;
     }
 
-    /** Arrays that the library has and must still give back. */
-    public final int live() {
-        return live.size();
-    }
-
     /** Makes the array of a buffer; tests make others. */
-    protected Object newArray(int[] layout, int[] buffer) {
-        return layout[8] == 0 ? new int[(buffer[1] + 3) / 4] : new byte[buffer[1]];
+    protected Object newArray(int[] layout, int[] request) {
+        int bytes = request[BufferRequest.BYTES];
+        return layout[PictureLayout.FOURCC] == 0 ? new int[(bytes + 3) / 4] : new byte[bytes];
     }
 
     @Override
-    public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
-        Object array = newArray(layout, buffer);
-        Buffer made = new Buffer(array, layout, buffer);
-        slots[0] = array;
-        slots[3] = made;
-        live.add(made);
+    public boolean allocate(int[] layout, int[] request, Object[] slots) {
+        Buffer made = new Buffer(newArray(layout, request), layout, request);
+        slots[BufferSlots.MEMORY] = made.array();
+        slots[BufferSlots.RESULT] = made;
         allocated++;
-        return true;
+        return live.add(made);
     }
 
     @Override
     public void free(Object[] slots) {
-        if (!live.remove(slots[3])) {
-            faults.add("an array came back that was not the decoder's: twice, or after it was handed out");
+        book(live.remove(slots[BufferSlots.RESULT]), "an array was freed twice, or after it was delivered");
+    }
+
+    private void book(boolean right, String fault) {
+        if (!right) {
+            faults.add(fault);
         }
     }
 
-    /**
-     * Deletes the decoder.
-     *
-     * @throws AssertionError when the books do not balance
-     */
+    /** Deletes the decoder, after which the books have to balance. */
     @Override
     public final void close() {
-        if (codec == 0) {
-            return;
-        }
         long dead = codec;
         codec = 0;
-        try {
-            // In this order, so that the codec is what keeps the context.
-            c_multimediaapi_ffmpeg.n_close(context);
-        } finally {
-            c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
+        if (dead != 0) {
+            try {
+                // In this order, so that the codec is what keeps the context.
+                c_multimediaapi_ffmpeg.n_close(context);
+            } finally {
+                c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
+            }
         }
-        if (!live.isEmpty()) {
-            faults.add(live.size() + " arrays never came back");
-        }
-        if (!faults.isEmpty()) {
-            throw new AssertionError(String.join("; ", faults));
-        }
+        book(live.isEmpty(), live.size() + " arrays were never freed");
+        Comparison.check(faults.isEmpty(), String.join("; ", faults));
     }
 }

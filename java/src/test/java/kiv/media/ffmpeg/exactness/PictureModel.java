@@ -2,21 +2,17 @@ package kiv.media.ffmpeg.exactness;
 
 /** A kind of picture that the tests ask for. */
 public enum PictureModel {
-    YV12("yuv420p", 0x32315659, 12, 0, 0, 0),
-    I420("yuv420p", 0x30323449, 12, 0, 0, 0),
-    RGB32("bgra", 0, 32, 0xff0000, 0xff00, 0xff);
+    YV12(0x32315659, 12, 12, 0, 0, 0, 0), I420(0x30323449, 12, 12, 0, 0, 0, 0), RGB32(0, 32, 24, 0xff0000, 0xff00, 0xff, 0);
 
-    private final String format;
     private final int[] description;
 
-    PictureModel(String format, int fourCc, int bits, int red, int green, int blue) {
-        this.format = format;
-        this.description = new int[] {fourCc, bits, bits == 32 ? 24 : bits, red, green, blue, 0};
+    PictureModel(int... description) {
+        this.description = description;
     }
 
     /** FFmpeg's name of its pixel format. */
-    public String format() {
-        return format;
+    String format() {
+        return isPlanar() ? "yuv420p" : "bgra";
     }
 
     /** The seven integers that stand for it. */
