@@ -1,6 +1,7 @@
 #include "jni/jnienv.h"
 
 #include "jni/array_holders.h"
+#include "jni/java_arrays.h"
 #include "jni/string_holder.h"
 #include "support/fake_jnienv.h"
 
@@ -205,6 +206,9 @@ TEST_F(jni, arrays_that_are_null_or_shorter_than_declared)
     dsl_null.pin();
     EXPECT_TRUE(dsl_null.elements().empty());
     EXPECT_THAT(dsc_env.take_calls(), Not(Contains(StartsWith("GetPrimitiveArrayCritical"))));
+    c_jbytearray dsl_short(dsc_checked, dsc_env.local_bytes(2), INT32_MAX);
+    EXPECT_THAT(from_java(dsl_short, 4), ElementsAre(0, 0, 0, 0));
+    EXPECT_THROW(from_java(dsl_short, -1), std::bad_alloc);
     const jintArray avol_array = dsc_env.local_ints({1, 2});
     const std::pair<int32_t, int32_t> aiml_views[] = {{18, 0}, {5, 2}, {5, 9}, {-3, 0}, {5, -1}, {INT32_MAX, 1}};
     for (const auto &[iml_count, iml_start] : aiml_views) {
