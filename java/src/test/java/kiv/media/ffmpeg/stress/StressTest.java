@@ -1,24 +1,43 @@
 package kiv.media.ffmpeg.stress;
 
+import static kiv.media.ffmpeg.exactness.Comparison.check;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import static org.assertj.core.api.Assumptions.assumeThat;
 
+import java.io.ByteArrayOutputStream;
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Arrays;
 import java.util.List;
 import java.util.Objects;
+import java.util.Random;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+import java.util.function.IntConsumer;
+import java.util.function.ObjIntConsumer;
 import java.util.regex.Pattern;
 import java.util.stream.Collectors;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.Programs;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.TestMedia.Clip;
+import kiv.media.ffmpeg.TestMedia.Sound;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
 import kiv.media.ffmpeg.exactness.Comparison;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
+import kiv.media.ffmpeg.exactness.NativeSoundDecoder;
 import kiv.media.ffmpeg.exactness.PictureModel;
 import kiv.media.ffmpeg.exactness.Track;
+import kiv.media.ffmpeg.natives.AudioStatus;
+import kiv.media.ffmpeg.natives.BufferRequest;
+import kiv.media.ffmpeg.natives.ProcessFlags;
+import kiv.media.ffmpeg.natives.ProcessResult;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -29,8 +48,9 @@ import org.junit.jupiter.params.provider.EnumSource;
 import org.junit.jupiter.params.provider.MethodSource;
 
 /**
- * The decoder under stress: small heaps under every collector, many threads, callbacks that fail, damaged packets, long
- * runs. {@code KIV_STRESS=full} makes the long ones as long as they should be before a release.
+ * The decoders under stress: small heaps under every collector, many threads, callbacks that fail, damaged packets, long
+ * runs. {@code KIV_STRESS=full} makes the long ones as long as they should be before a release. A scenario runs in a
+ * virtual machine of its own, so that a crash is a failure and not the end of the tests.
  */
 @Tag("stress")
 class StressTest {
@@ -38,6 +58,15 @@ class StressTest {
     private static final Pattern FFMPEG_LINE = Pattern.compile("^ *(\\[[a-z0-9]+ @ 0x|Last message repeated)");
     private static final boolean FULL = "full".equals(System.getProperty("KIV_STRESS", System.getenv("KIV_STRESS")));
     private static final boolean SANITIZER = Objects.requireNonNullElse(System.getenv("LD_PRELOAD"), "").contains("san.so");
+    private static final List<String> SMALL = List.of("mpeg1_320x240.m1v", "mpeg2_320x240.m2v", "h264_b_322x242.h264",
+            "h264_b_320x240.mp4", "msmpeg4v2_320x240.avi", "msmpeg4v3_321x241.avi", "mpeg4_b_322x242.avi",
+            "mpeg4_321x241.mkv", "h264_high10_320x240.mp4", "h263_176x144.avi", "wmv1_322x242.asf", "wmv2_320x240.asf",
+            "cinepak_160x120.avi");
+    private static final int ROOM_FOR_SOUND = 1 << 15;
+    /** Damage can ask for pictures of hundreds of megabytes. */
+    private static final int LARGEST_ARRAY = 32 << 20;
+    /** A fraction of what the smallest known leak of a decoder comes to in the shortest run. */
+    private static final int LARGEST_GROWTH = 2 << 20;
 
     @TempDir
     private Path directory;
@@ -53,13 +82,13 @@ class StressTest {
     @MethodSource("collectorsOfEveryVirtualMachine")
     void aSmallHeapIsCollectedInEveryCallback(String home, String collector) throws Exception {
         assumeThat(SANITIZER && collector.contains("UseZGC")).as("addresses that sanitizers take for themselves").isFalse();
-        child(home, "collections", 0, collector, "-Xmx64m");
+        child(home, "collections", 1, collector, "-Xmx64m");
         child(home, "threads", 2, collector, "-Xmx96m");
-        child(home, "sound threads", 3, collector, "-Xmx96m");
+        child(home, "soundThreads", 3, collector, "-Xmx96m");
     }
 
     @ParameterizedTest
-    @CsvSource({"resets, 1000, 10000", "pictures, 10000, 100000", "decoders, 200, 5000", "sound seconds, 300, 3600"})
+    @CsvSource({"resets, 1000, 10000", "pictures, 10000, 100000", "decoders, 200, 5000", "soundSeconds, 300, 3600"})
     void memoryStaysFlat(String scenario, int quick, int full) throws Exception {
         assumeThat(SANITIZER).as("freed memory that a sanitizer keeps").isFalse();
         // Nothing but native memory can make this process grow.
@@ -67,19 +96,238 @@ class StressTest {
                 "-Xmn24m", "-XX:+AlwaysPreTouch", "-XX:TieredStopAtLevel=1");
     }
 
+    @Test
+    void damagedPacketsDoNoHarm() throws Exception {
+        // Checked JNI guards both ends of every array that the decoders write into.
+        child(System.getProperty("java.home"), "damage", 10_000, "-Xcheck:jni");
+        child(System.getProperty("java.home"), "soundDamage", FULL ? 10_000 : 500);
+    }
+
     private void child(String home, String scenario, int count, String... options) throws Exception {
-        List<String> lines = Programs.run(directory, home, List.of(options), Scenarios.class, scenario, "" + count);
+        List<String> lines = Programs.run(directory, home, List.of(options), StressTest.class, scenario, "" + count);
         // What FFmpeg says about damaged packets is of no interest, what the virtual machine says is.
         System.out.println(scenario + " " + List.of(options) + ": " + lines.stream()
                 .filter(line -> !FFMPEG_LINE.matcher(line).find()).collect(Collectors.joining("\n")));
     }
 
-    /** In a process of its own, so that a crash is a failure and not the end of the tests. */
-    @Test
-    void damagedPacketsDoNoHarm() throws Exception {
-        // Checked JNI guards both ends of every array that the decoders write into.
-        child(System.getProperty("java.home"), "damage", 10_000, "-Xcheck:jni");
-        child(System.getProperty("java.home"), "sound damage", FULL ? 10_000 : 500);
+    /** Runs a scenario; the second argument is its count. */
+    public static void main(String[] arguments) throws Exception {
+        StressTest.class.getDeclaredMethod(arguments[0], int.class).invoke(null, Integer.parseInt(arguments[1]));
+    }
+
+    /** Decodes while the heap is collected inside every callback. */
+    static void collections(int rounds) {
+        for (String name : List.of("h264_b_320x240.mp4", "mpeg2_320x240.m2v", "h264_b_1920x1080.mp4")) {
+            for (PictureModel model : List.of(PictureModel.YV12, PictureModel.RGB32)) {
+                try (NativeDecoder decoder = new NativeDecoder(Track.of(TestMedia.clip(name)), true, 0, model) {
+                    @Override
+                    public boolean allocate(int[] layout, int[] request, Object[] slots) {
+                        System.gc();
+                        boolean done = super.allocate(layout, request, slots);
+                        System.gc();
+                        return done;
+                    }
+
+                    @Override
+                    public void free(Object[] slots) {
+                        System.gc();
+                        super.free(slots);
+                    }
+                }) {
+                    Comparison.run(decoder, TestMedia.clip(name), model);
+                }
+            }
+        }
+    }
+
+    /** Decodes different clips in eight threads at a time. */
+    static void threads(int rounds) throws Exception {
+        inEightThreads(rounds, (i, round) ->
+                Comparison.run(TestMedia.clip(SMALL.get(i)), PictureModel.values()[i % 3], true, round));
+    }
+
+    /** Decodes different streams in eight threads at a time, and each gives the same samples every time. */
+    static void soundThreads(int rounds) throws Exception {
+        List<Sound> sounds = TestMedia.pcmSources();
+        byte[][] first = new byte[8][];
+        inEightThreads(rounds, (i, round) -> {
+            Sound sound = sounds.get(i * sounds.size() / 8);
+            byte[] samples = samples(sound, sound.tags().get(0));
+            check(round == 0 || Arrays.equals(first[i], samples), "other samples");
+            first[i] = samples;
+        });
+    }
+
+    private static void inEightThreads(int rounds, ObjIntConsumer<Integer> step) throws Exception {
+        ExecutorService pool = Executors.newFixedThreadPool(8);
+        for (Future<?> task : IntStream.range(0, 8).mapToObj(i -> pool.submit(() ->
+                IntStream.range(0, rounds).forEach(round -> step.accept(i, round)))).toList()) {
+            task.get();
+        }
+        pool.shutdown();
+    }
+
+    /** Feeds damaged packets to decoders of every codec; some pictures come of them nevertheless. */
+    static void damage(int packets) {
+        Random random = new Random(1);
+        int pictures = 0;
+        for (String name : SMALL) {
+            Track track = Track.of(TestMedia.clip(name));
+            PictureModel model = PictureModel.values()[random.nextInt(2) * 2];
+            try (NativeDecoder decoder = new NativeDecoder(track, random.nextBoolean(), 0, model) {
+                @Override
+                public boolean allocate(int[] layout, int[] request, Object[] slots) {
+                    return request[BufferRequest.BYTES] <= LARGEST_ARRAY && super.allocate(layout, request, slots);
+                }
+            }) {
+                for (int i = 0; i < packets / SMALL.size(); i++) {
+                    byte[] packet = damaged(track.packets().get(random.nextInt(track.packets().size())), random);
+                    Result result = decoder.process(packet, random.nextInt(50) == 0 ? ProcessFlags.DISCONTINUITY : 0, i);
+                    for (; result.out() != null; result = decoder.process(null, 0, 0)) {
+                        Comparison.checkPlaces(result, result.out().layout()[0], result.out().layout()[1]);
+                        pictures++;
+                    }
+                    check(result.code() == ProcessResult.NO_PICTURE || result.code() == ProcessResult.DECODING_ERROR,
+                            "code " + result.code());
+                    if (random.nextInt(100) == 0) {
+                        decoder.reset();
+                    }
+                }
+            }
+            // The same process still decodes what is whole.
+            Comparison.run(TestMedia.clip(name), model, true, 0);
+        }
+        check(pictures > packets / 10, "only " + pictures + " pictures");
+    }
+
+    private static byte[] damaged(byte[] packet, Random random) {
+        byte[] damaged = packet.clone();
+        switch (random.nextInt(4)) {
+            case 0 -> random.nextBytes(damaged);
+            case 1 -> damaged = Arrays.copyOf(damaged, random.nextInt(damaged.length) + 1);
+            default -> {
+                for (int i = 1 << random.nextInt(6); i > 0; i--) {
+                    // Most codecs have what matters most in front.
+                    int range = random.nextBoolean() ? Math.min(damaged.length, 32) : damaged.length;
+                    damaged[random.nextInt(range)] ^= (byte) (1 << random.nextInt(8));
+                }
+            }
+        }
+        return damaged;
+    }
+
+    /** Many pictures of one decoder. */
+    static void pictures(int count) {
+        Track track = Track.of(TestMedia.clip("h263_176x144.avi"));
+        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, PictureModel.I420)) {
+            flat(count, i -> check(decoder.process(track.packets().get(i % track.packets().size()), 0, i).out() != null,
+                    "no picture"));
+        }
+    }
+
+    /** Many pictures in RGB of one decoder, which a reset before each makes initialise its scaler. */
+    static void resets(int count) {
+        Track track = Track.of(TestMedia.clip("h263_176x144.avi"));
+        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, PictureModel.RGB32)) {
+            flat(count, i -> {
+                decoder.reset();
+                check(decoder.process(track.packets().get(0), 0, i).out() != null, "no picture");
+            });
+        }
+    }
+
+    /** Many decoders, each with a few pictures, some that are never fetched and some that are damaged. */
+    static void decoders(int count) {
+        Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4"));
+        Random random = new Random(1);
+        flat(count, i -> {
+            try (NativeDecoder decoder =
+                    new NativeDecoder(track, true, 0, PictureModel.values()[i % PictureModel.values().length])) {
+                for (byte[] packet : track.packets().subList(0, 6)) {
+                    decoder.process(packet, 0, 0);
+                }
+                for (byte[] packet : track.packets().subList(6, 9)) {
+                    decoder.process(damaged(packet, random), 0, 0);
+                }
+            }
+        });
+    }
+
+    /** Feeds damaged blocks to a decoder of every stream; afterwards another one still decodes what is whole. */
+    static void soundDamage(int blocksPerStream) {
+        Random random = new Random(1);
+        for (Sound sound : TestMedia.pcmSources()) {
+            Track track = Track.of(sound);
+            int tag = sound.tags().get(random.nextInt(sound.tags().size()));
+            byte[] whole = samples(sound, tag);
+            try (NativeSoundDecoder decoder = new NativeSoundDecoder(track, tag)) {
+                track.packets().forEach(packet -> decoder.process(packet, ROOM_FOR_SOUND));
+                decoder.reset();
+                for (int i = 0; i < blocksPerStream; i++) {
+                    byte[] block = damaged(track.packets().get(random.nextInt(track.packets().size())), random);
+                    // Any other code than these, and anything written where it must not be, throws.
+                    int code = code(decoder, block);
+                    check((code & ~(AudioStatus.DECODING_ERROR | AudioStatus.INPUT_LEFT | AudioStatus.OUTPUT_TOO_SMALL)) == 0,
+                            sound + ": code " + code);
+                    if (random.nextInt(200) == 0) {
+                        decoder.reset();
+                    }
+                }
+            }
+            check(Arrays.equals(whole, samples(sound, tag)), sound + ": other samples afterwards");
+        }
+    }
+
+    /** Damage can ask for what the resampler cannot do, such as fourteen channels, and only that is an exception. */
+    private static int code(NativeSoundDecoder decoder, byte[] block) {
+        try {
+            return decoder.process(block, ROOM_FOR_SOUND).code();
+        } catch (RuntimeException e) {
+            check(e.getMessage().startsWith("swr_init failed"), e.toString());
+            return AudioStatus.DECODING_ERROR;
+        }
+    }
+
+    /** Many seconds of AC-3 through one decoder. */
+    static void soundSeconds(int count) {
+        Track track = Track.of(new Sound(TestMedia.stream("ac3.ac3"), "ac3", List.of(0x2000)));
+        try (NativeSoundDecoder decoder = new NativeSoundDecoder(track, 0x2000)) {
+            int perSecond = track.stream().sampleRate() / 1536;
+            flat(count * perSecond, i ->
+                    decoder.process(track.packets().get(i % track.packets().size()), ROOM_FOR_SOUND));
+        }
+    }
+
+    private static byte[] samples(Sound sound, int tag) {
+        ByteArrayOutputStream all = new ByteArrayOutputStream();
+        try (NativeSoundDecoder decoder = new NativeSoundDecoder(Track.of(sound), tag)) {
+            Stream.concat(Track.of(sound).packets().stream(), Stream.of(new byte[0]))
+                    .forEach(packet -> all.writeBytes(decoder.process(packet, ROOM_FOR_SOUND).pcm()));
+        }
+        return all.toByteArray();
+    }
+
+    /** Repeats a step; from a fifth of the way on the process may not grow. */
+    private static void flat(int count, IntConsumer step) {
+        long before = 0;
+        for (int i = 0; i < count; i++) {
+            if (i == count / 5) {
+                before = residentBytes();
+            }
+            step.accept(i);
+        }
+        long growth = residentBytes() - before;
+        System.out.println("grown by " + (growth >> 10) + " KB");
+        check(growth < LARGEST_GROWTH, "the process has grown by " + growth + " bytes");
+    }
+
+    private static long residentBytes() {
+        System.gc();
+        try {
+            return Long.parseLong(Files.readString(Path.of("/proc/self/statm")).split(" ")[1]) * 4096;
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
     }
 
     /** How an allocation callback can fail. */
@@ -93,34 +341,27 @@ class StressTest {
 
     private static final class RefusingDecoder extends NativeDecoder {
         private Refusal refusal;
-        private int grace;
 
-        RefusingDecoder(Track track, PictureModel model, Refusal refusal, int grace) {
+        RefusingDecoder(Track track, PictureModel model) {
             super(track, true, 0, model);
-            this.refusal = refusal;
-            this.grace = grace;
         }
 
         @Override
-        protected Object newArray(int[] layout, int[] buffer) {
-            Object array = super.newArray(layout, buffer);
-            return refusal == null || grace > 0 ? array : switch (refusal) {
+        protected Object newArray(int[] layout, int[] request) {
+            Object array = super.newArray(layout, request);
+            int size = request[BufferRequest.BYTES];
+            return refusal == null ? array : switch (refusal) {
                 case THROWS -> throw new Refused();
-                case TOO_SMALL -> array instanceof int[] ? new int[buffer[1] / 4 - 1] : new byte[buffer[1] - 1];
-                case WRONG_KIND -> array instanceof int[] ? new byte[buffer[1]] : new int[buffer[1]];
+                case TOO_SMALL -> array instanceof int[] ? new int[size / 4 - 1] : new byte[size - 1];
+                case WRONG_KIND -> array instanceof int[] ? new byte[size] : new int[size];
                 case NO_ARRAY_OBJECT -> "no array";
                 default -> null;
             };
         }
 
         @Override
-        public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
-            if (refusal == Refusal.FALSE && grace <= 0) {
-                return false;
-            }
-            boolean done = super.allocate(layout, buffer, slots);
-            grace--;
-            return done;
+        public boolean allocate(int[] layout, int[] request, Object[] slots) {
+            return refusal != Refusal.FALSE && super.allocate(layout, request, slots);
         }
     }
 
@@ -132,18 +373,20 @@ class StressTest {
             Clip clip = TestMedia.clip(name);
             Track track = Track.of(clip);
             for (PictureModel model : List.of(PictureModel.YV12, PictureModel.RGB32)) {
-                for (int grace : new int[] {0, 3}) {
-                    try (RefusingDecoder decoder = new RefusingDecoder(track, model, refusal, grace)) {
-                        for (int i = 0; i < grace; i++) {
+                for (int before : new int[] {0, 3}) {
+                    try (RefusingDecoder decoder = new RefusingDecoder(track, model)) {
+                        for (int i = 0; i < before; i++) {
                             assertThat(decoder.process(track.packets().get(i), 0, i).out()).isNotNull();
                         }
-                        byte[] packet = track.packets().get(grace);
+                        decoder.refusal = refusal;
                         if (refusal == Refusal.THROWS) {
-                            assertThatThrownBy(() -> decoder.process(packet, 0, 0)).isExactlyInstanceOf(Refused.class);
+                            assertThatThrownBy(() -> decoder.process(track.packets().get(before), 0, 0))
+                                    .isExactlyInstanceOf(Refused.class);
                         } else {
-                            Result result = decoder.process(packet, 0, 0);
+                            Result result = decoder.process(track.packets().get(before), 0, 0);
                             // Without memory the decoder fails; without an array the converted picture is dropped.
-                            assertThat(result.code()).isEqualTo(model == PictureModel.RGB32 ? 2 : 8);
+                            assertThat(result.code()).isEqualTo(model == PictureModel.RGB32 ? ProcessResult.NO_PICTURE
+                                    : ProcessResult.DECODING_ERROR);
                             assertThat(result.out()).isNull();
                         }
                         decoder.refusal = null;
@@ -179,8 +422,7 @@ class StressTest {
                 throwing[0] = false;
                 decoder.reset();
             }
-            Result result = decoder.process(track.packets().get(0), 0, 0);
-            assertThat(result.out()).isNotNull();
+            assertThat(decoder.process(track.packets().get(0), 0, 0).out()).isNotNull();
             throwing[0] = true;
             assertThatThrownBy(decoder::close).isExactlyInstanceOf(Refused.class);
             throwing[0] = false;
