@@ -7,6 +7,8 @@
 build_native release kivjniffmpeg # for the generated headers and the compile commands
 cd "$root"
 if (($# == 0)); then mapfile -t files < <(find src -name '*.cpp' | sort); else files=("$@"); fi
+say "clang-tidy"
+printf '%s\0' "${files[@]}" >"$build/tidy.files"
 # GCC's own warning flags mean nothing to clang.
-printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "$jobs" clang-tidy --quiet -p "$build/release" \
+logged clang-tidy xargs -0 -a "$build/tidy.files" -n 1 -P "$jobs" clang-tidy --quiet -p "$build/release" \
     --extra-arg=-Wno-unknown-warning-option
