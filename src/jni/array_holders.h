@@ -1,13 +1,13 @@
 /**
  * @file
- * Java int[] and byte[] seen from native code, for as long as it takes to copy a few values in or out.
+ * Views of Java's int[] and byte[], for the time that it takes to copy a few values in or out.
  *
- * A holder is made first (which may call the virtual machine) and pinned afterwards. While anything is pinned no other
- * JNI call, no lock and nothing that waits may run: a collector may be stopped for exactly that long. So pin, copy,
- * release; the destructor releases what was forgotten.
+ * Making a view may call the virtual machine, so make it first and pin it afterwards. A pin may stop the garbage
+ * collector: while anything is pinned make no JNI call, take no lock and wait for nothing. Pin, copy, release. The
+ * destructor releases a view that is still pinned.
  *
- * Values beyond the end of a Java array that is shorter than declared read as 0 and are not written: the callers'
- * arrays are declared by length and not checked, and no call may leave its array.
+ * A Java array may be shorter than its view is declared. Values beyond its end read as 0, and writing them does
+ * nothing.
  */
 #pragma once
 
@@ -20,14 +20,14 @@
 namespace kiv::jni
 {
 
-/** What both kinds of view share: the array, the part of it that is seen, and the pin. */
+/** What both kinds of view have in common: the array, the part of it that is seen, and the pin. */
 template <class ELEMENT, class ARRAY> class c_array_pin
 {
 public:
     c_array_pin(const c_array_pin &) = delete;
     c_array_pin &operator=(const c_array_pin &) = delete;
 
-    /** Pins the array; null stays unpinned. @throws c_jniexception when the virtual machine has no memory for it */
+    /** Pins the array unless it is null. @throws c_jniexception when the virtual machine has no memory for it */
     void pin()
     {
         if (avoc_array != nullptr && avc_critical == nullptr)
@@ -45,7 +45,7 @@ public:
 protected:
     /**
      * @param avop_array may be null: an empty view
-     * @param imp_count elements that the view is declared to have, from @p imp_start on; negative counts as 0
+     * @param imp_count elements of the view, from @p imp_start on; a negative number counts as 0
      */
     c_array_pin(const c_jnienv &dsp_env, ARRAY avop_array, int32_t imp_count, int32_t imp_start)
         : dsc_env(dsp_env), avoc_array(avop_array), imc_start(std::max(imp_start, 0))
@@ -55,7 +55,7 @@ protected:
     }
     ~c_array_pin() = default;
 
-    /** The elements that the array really has of the view; empty unless pinned. */
+    /** The elements of the view that the array has; empty while it is not pinned. */
     std::span<ELEMENT> view() const noexcept
     {
         if (avc_critical == nullptr)
@@ -77,7 +77,7 @@ private:
     ELEMENT *avc_critical = nullptr;
 };
 
-/** Read-only view: released with JNI_ABORT always, so that nothing is ever copied back. */
+/** Read-only view: always released with JNI_ABORT, so that nothing is copied back. */
 template <class ELEMENT, class ARRAY> class c_array : public c_array_pin<ELEMENT, ARRAY>
 {
 public:
@@ -91,11 +91,11 @@ public:
 
     std::span<const ELEMENT> elements() const noexcept { return this->view(); }
 
-    /** Gives the array back; a second time does nothing. */
+    /** Releases the array; a second call does nothing. */
     void release() noexcept { this->unpin(JNI_ABORT); }
 };
 
-/** Writable view: committed (mode 0) when something was written through it, otherwise released with JNI_ABORT. */
+/** Writable view: released with mode 0 after a write, which commits it, otherwise with JNI_ABORT. */
 template <class ELEMENT, class ARRAY> class c_array_rw : public c_array_pin<ELEMENT, ARRAY>
 {
 public:
@@ -107,7 +107,7 @@ public:
     c_array_rw(const c_array_rw &) = delete;
     c_array_rw &operator=(const c_array_rw &) = delete;
 
-    /** Writes one element; nothing happens beyond the end. */
+    /** Writes one element; beyond the end nothing happens. */
     void set(int32_t imp_index, ELEMENT imp_value) noexcept
     {
         const auto ull_index = static_cast<size_t>(imp_index);
@@ -115,14 +115,14 @@ public:
             writable_elements()[ull_index] = imp_value;
     }
 
-    /** The elements, all to be counted as written. */
+    /** All elements, which count as written from then on. */
     std::span<ELEMENT> writable_elements() noexcept
     {
         bc_modified = !this->view().empty();
         return this->view();
     }
 
-    /** Gives the array back; a second time does nothing. */
+    /** Releases the array; a second call does nothing. */
     void release() noexcept { this->unpin(std::exchange(bc_modified, false) ? 0 : JNI_ABORT); }
 
 private:

@@ -1,4 +1,4 @@
-/** @file The exceptions that travel from native code up to the exported functions, and what Java gets of them. */
+/** @file The exceptions that native code throws, and the Java exceptions that they become. */
 #pragma once
 
 #include <jni.h>
@@ -13,14 +13,15 @@ namespace kiv::jni
 {
 
 /**
- * A failure of a call into the virtual machine; Java sees a java.lang.Error, or the exception that the call left pending.
+ * A failure of a call into the virtual machine. Java sees the exception that the call left pending, or a
+ * java.lang.Error.
  *
- * Making and throwing one calls nothing in the virtual machine, so it is safe while arrays are pinned.
+ * Creating and throwing one makes no JNI call, so it is safe while arrays are pinned.
  */
 class c_jniexception : public std::exception
 {
 public:
-    /** @param strp_message copied; for a failed operation of c_jnienv its name */
+    /** @param strp_message copied; of a failed operation of c_jnienv the operation's name */
     explicit c_jniexception(const char *strp_message) noexcept;
     c_jniexception(const c_jniexception &dsp_other) noexcept;
     c_jniexception &operator=(const c_jniexception &) = delete;
@@ -29,11 +30,11 @@ public:
     /** The message; empty if there was no memory for its copy. */
     const char *what() const noexcept override;
 
-    /** Makes Java see the failure: a pending exception stays, otherwise the matching class is thrown with what(). */
+    /** Throws the matching Java class with what(), unless a Java exception is pending already. */
     virtual void throw_java_exception(JNIEnv *adsp_env) const;
 
 protected:
-    /** Throws @p strp_class with what() unless an exception is pending already. */
+    /** Throws @p strp_class with what() unless a Java exception is pending already. */
     void throw_unless_pending(JNIEnv *adsp_env, const char *strp_class, const char *strp_not_found) const;
 
 private:
@@ -45,7 +46,7 @@ private:
 };
 
 /**
- * Throws java.lang.Error with @p strp_message (null for none), replacing an exception that is pending.
+ * Throws java.lang.Error with @p strp_message (null for none) and replaces an exception that is pending.
  *
  * @param strp_class slash form of another class to throw instead
  * @param strp_not_found text of the fatal error that ends the virtual machine when the class cannot be found
@@ -65,9 +66,9 @@ public:
 };
 
 /**
- * Throws a c_ffmpeg_exception whose message is the parts run together, then " in line " and the number.
+ * Throws a c_ffmpeg_exception. Its message is the parts joined, then " in line " and the number.
  *
- * The number is part of the text that Java programs see and may look for; it stays what it is when the source moves.
+ * The number is part of a text that Java programs may compare: it stays the same when the source moves.
  */
 template <class... T> [[noreturn]] void throw_ffmpeg_exception(int inp_line, const T &...dsp_parts)
 {

@@ -1,4 +1,4 @@
-/** @file Java arrays made of what native code has, and read as a whole. */
+/** @file New Java arrays from native values, and native copies of whole Java arrays. */
 #pragma once
 
 #include "jni/array_holders.h"

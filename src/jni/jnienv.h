@@ -1,4 +1,4 @@
-/** @file The checked door to the Java virtual machine. */
+/** @file The JNI functions that the library calls, with their failures as exceptions. */
 #pragma once
 
 #include "jni/exceptions.h"
@@ -13,12 +13,12 @@ namespace kiv::jni
 {
 
 /**
- * A JNIEnv whose operations throw when JNI fails: kiv::jni::c_jniexception with the operation's own name as the message.
+ * A JNIEnv whose operations throw when JNI fails: a c_jniexception with the operation's own name as the message.
  *
- * The Java exception that the failing call raised stays pending and is what Java sees in the end. An operation that is
- * begun while one is pending (a trace line's receiver may have thrown it) throws too, without calling JNI.
+ * The Java exception that the failing call raised stays pending, and Java sees that one. An operation also throws,
+ * without calling JNI, when an exception is pending already: the receiver of a trace line may have thrown it.
  *
- * Owns nothing; belongs to the thread of its JNIEnv and is made on the stack of one call.
+ * Owns nothing. It lives on the stack of one call and is used by the thread of its JNIEnv.
  */
 class c_jnienv
 {
@@ -27,16 +27,16 @@ public:
 
     JNIEnv *raw() const noexcept { return adsc_env; }
 
-    /** Whether a Java exception is pending; while one is, only few JNI functions may be called. */
+    /** Whether a Java exception is pending. Few JNI functions may be called while one is. */
     bool exception_pending() const { return adsc_env->ExceptionCheck() == JNI_TRUE; }
 
     jclass find_class(const char *strp_name) const;
     jmethodID get_method_id(jclass avop_class, const char *strp_name, const char *strp_signature) const;
     jmethodID get_static_method_id(jclass avop_class, const char *strp_name, const char *strp_signature) const;
 
-    /** A null reference gives null. */
+    /** A new global reference; null for null. */
     jobject NewGlobalRef(jobject avop_object) const;
-    /** Deletes the reference and sets the field to null; a null field stays null. Never throws. */
+    /** Deletes the reference, unless it is null, and sets the field to null. Never throws. */
     void delete_global_ref(jobject &avop_field) const noexcept;
 
     jintArray new_jint_array(jsize imp_length) const;
@@ -50,7 +50,7 @@ public:
     void set_array_region(jbyteArray avop_array, jsize imp_start, jsize imp_length, const jbyte *autp_from) const;
     void set_array_region(jlongArray avop_array, jsize imp_start, jsize imp_length, const jlong *ailp_from) const;
     jsize get_array_length(jarray avop_array) const;
-    /** Null for a null element. */
+    /** A local reference to the element, which may be null. */
     jobject get_jobject_array_element(jobjectArray avop_array, jsize imp_index) const;
     void set_jobject_array_element(jobjectArray avop_array, jsize imp_index, jobject avop_value) const;
 
@@ -112,7 +112,7 @@ private:
     JNIEnv *adsc_env;
 };
 
-/** What the memory of a picture can be; Java sees all but native memory, which has a number between theirs. */
+/** Kinds of picture memory. Java knows all but native memory, which has a number between the others. */
 enum ie_array_kind : int32_t
 {
     ie_array_invalid = natives::ArrayKind::NONE,
@@ -139,7 +139,7 @@ constexpr jint get_element_size(jint imp_kind) noexcept
     }
 }
 
-/** A local reference, deleted at the end of the scope: a call that makes many would fill the thread's table otherwise. */
+/** A local reference that is deleted at the end of the scope; a call that makes many would fill the thread's table. */
 template <class T> class c_local_ref
 {
 public:

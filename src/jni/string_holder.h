@@ -1,4 +1,4 @@
-/** @file The characters of a Java string for the length of one call. */
+/** @file The characters of a Java string during one call. */
 #pragma once
 
 #include "jni/jnienv.h"
@@ -6,7 +6,7 @@
 namespace kiv::jni
 {
 
-/** Modified UTF-8 of a string; null for a null string. */
+/** The modified UTF-8 of a string; null for a null string. */
 class c_jstring
 {
 public:
@@ -19,7 +19,7 @@ public:
         if (strc_characters == nullptr)
             throw c_jniexception("GetStringUTFChars");
     }
-    /** Only a copy is given back: characters that the virtual machine lent in place cost nothing to keep. */
+    /** Releases the characters if they are a copy; the virtual machine's own need no release. */
     ~c_jstring()
     {
         if (bc_is_copy)

@@ -7,23 +7,23 @@ namespace kiv::memory
 {
 
 /**
- * A plain count inside the object that it keeps alive.
+ * A count of references inside the object that they keep alive.
  *
- * The count starts at 0: every holder takes its own reference. It is an ordinary integer; whoever shares an object
- * between threads guards the count with a lock (library contexts do, frame buffers belong to one thread).
+ * The count starts at 0; every holder adds its own reference. It is a plain integer: whoever shares an object between
+ * threads guards the count with a lock. Library contexts have the library mutex; a frame buffer belongs to one thread.
  *
- * A deriving class has a virtual destructor, through which the last release deletes it.
+ * A deriving class has a virtual destructor, through which the last release deletes the object.
  */
 class c_countable
 {
 public:
-    /** Takes one reference. */
+    /** Adds one reference. */
     void add_reference() noexcept { ++imc_count; }
 
-    /** Gives one reference back without deleting. @return the references that are left */
+    /** Releases one reference and deletes nothing. @return the references that are left */
     int32_t drop_reference() noexcept { return --imc_count; }
 
-    /** References held now. */
+    /** The references that are held now. */
     int32_t reference_count() const noexcept { return imc_count; }
 
 protected:
@@ -36,7 +36,7 @@ private:
     int32_t imc_count = 0;
 };
 
-/** Gives one reference to @p adsp_object back and deletes it when that was the last one; null does nothing. */
+/** Releases one reference to @p adsp_object; the last one deletes the object. Null does nothing. */
 template <class T> void release(T *adsp_object)
 {
     if (adsp_object != nullptr && adsp_object->drop_reference() == 0)

@@ -1,4 +1,4 @@
-/** @file A mutex that start-up creates, and its scoped lock. */
+/** @file A mutex that is created at start-up, and its scoped lock. */
 #pragma once
 
 #include <pthread.h>
@@ -6,8 +6,7 @@
 /**
  * A POSIX mutex that does not exist before init().
  *
- * The library's one instance is created by JNI_OnLoad, so that a call which comes too early fails instead of going on
- * unguarded.
+ * JNI_OnLoad creates the library's one mutex, so a call that comes before it fails instead of running unguarded.
  */
 class c_mutex
 {
@@ -17,7 +16,7 @@ public:
     c_mutex(const c_mutex &) = delete;
     c_mutex &operator=(const c_mutex &) = delete;
 
-    /** Creates the mutex; one that exists is destroyed first. @throws std::runtime_error "pthread_mutex_init() failure" */
+    /** Creates the mutex and destroys the one that exists. @throws std::runtime_error "pthread_mutex_init() failure" */
     void init();
 
     /** Destroys the mutex if it exists. */
@@ -41,7 +40,7 @@ public:
     /** Locks. @throws std::runtime_error as c_mutex::lock */
     explicit c_mutex_lock(c_mutex &dsp_mutex) : dsc_mutex(dsp_mutex) { dsc_mutex.lock(); }
 
-    /** Unlocks; a failure has nowhere to go and is dropped. */
+    /** Unlocks and ignores a failure, which a destructor cannot report. */
     ~c_mutex_lock();
     c_mutex_lock(const c_mutex_lock &) = delete;
     c_mutex_lock &operator=(const c_mutex_lock &) = delete;

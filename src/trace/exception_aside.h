@@ -1,4 +1,4 @@
-/** @file A scope in which JNI may be used although a Java exception is pending. */
+/** @file A scope that clears a pending Java exception and throws it again at its end. */
 #pragma once
 
 #include <jni.h>
@@ -7,9 +7,9 @@ namespace kiv::jni
 {
 
 /**
- * Puts a pending Java exception aside for a scope and throws it again at the end.
+ * Clears a pending Java exception, so that JNI may be used, and throws it again at the end of the scope.
  *
- * An exception that comes up inside the scope gives way to the one put aside; without one it stays pending.
+ * It then replaces an exception that was thrown inside the scope. When none was pending before, that exception stays.
  */
 class c_pending_exception_aside
 {

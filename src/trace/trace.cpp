@@ -14,12 +14,12 @@ constexpr size_t ul_line_size = 512;
 
 std::atomic<JNIEnv *(*)()> g_environment_hook{nullptr};
 
-// The receiver and its method belong together; the lock is held to take a reference of one's own, never during a call.
+// The lock keeps the receiver and its method together. It is held to make a local reference, never during a call.
 std::mutex g_receiver_lock;
 std::atomic<jobject> g_log_receiver{nullptr};
 jmethodID g_print_info_method = nullptr;
 
-/** Bytes of the UTF-8 sequence that starts here if it is whole and Java takes it as it stands, otherwise 0. */
+/** Bytes of the UTF-8 sequence that starts here; 0 when it is cut or not valid in Java's modified UTF-8. */
 size_t sequence_length(const unsigned char *autp_text)
 {
     const auto is_follower = [autp_text](size_t ulp_index) { return (autp_text[ulp_index] & 0xC0) == 0x80; };
@@ -32,7 +32,7 @@ size_t sequence_length(const unsigned char *autp_text)
     return 0;
 }
 
-/** Lines may hold any four-character code, but NewStringUTF only well-formed text: other bytes become '?'. */
+/** A line may hold any four-character code, but NewStringUTF needs well-formed text: other bytes become '?'. */
 void make_well_formed(char *strp_line)
 {
     auto *autl_at = reinterpret_cast<unsigned char *>(strp_line);
@@ -103,7 +103,7 @@ void trace_print(JNIEnv *adsp_env, int32_t imp_level, const char *strp_format, .
     }
     if (avol_receiver == nullptr)
         return;
-    // Without memory for the string the line is dropped and the OutOfMemoryError stays.
+    // Without memory for the string the line is dropped and the OutOfMemoryError stays pending.
     if (const jstring avol_line = adsp_env->NewStringUTF(byrl_line); avol_line != nullptr) {
         adsp_env->CallVoidMethod(avol_receiver, adsl_method, static_cast<jint>(imp_level), avol_line);
         adsp_env->ExceptionCheck(); // an exception of the receiver stays pending for the caller

@@ -12,17 +12,17 @@ enum ie_statistics_kind : int32_t
     ie_statistics_video = 2
 };
 
-/** Library-wide and never reset; codecs on any thread count. */
+/** Of the whole process, and never reset. Codecs on all threads count here. */
 struct dsd_buffer_statistics
 {
     std::atomic<int32_t> vallocs, vfrees, vbuffers;  /**< video buffers made, freed, alive */
-    std::atomic<int32_t> aallocs, afrees, abuffers;  /**< the same of audio */
-    std::atomic<int32_t> buffer_get, buffer_release; /**< callbacks that handed out or took back a buffer */
+    std::atomic<int32_t> aallocs, afrees, abuffers;  /**< the same for audio buffers */
+    std::atomic<int32_t> buffer_get, buffer_release; /**< callbacks that provided or released a buffer */
 };
 
 extern dsd_buffer_statistics g_buffer_statistics;
 
-/** Counts a buffer that came into being. */
+/** Counts a buffer that was made. */
 void count_allocated(ie_statistics_kind iep_kind) noexcept;
-/** Counts a buffer that went. */
+/** Counts a buffer that is freed. */
 void count_freed(ie_statistics_kind iep_kind) noexcept;

@@ -56,7 +56,7 @@ void c_direct_buffer::take_memory(const c_jnienv &dsp_env, int32_t imp_size, int
     const c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class("java/nio/ByteBuffer"));
     if (dsl_memory.get() == nullptr || !dsp_env.raw()->IsInstanceOf(dsl_memory.get(), dsl_class.get()))
         throw_ffmpeg_exception(1043, "java buffer allocator gave no ByteBuffer");
-    // Of another buffer than a direct one JNI says null and -1.
+    // For a buffer that is not direct, JNI returns null and -1.
     auto *autl_memory = static_cast<uint8_t *>(dsp_env.raw()->GetDirectBufferAddress(dsl_memory.get()));
     const jlong ill_capacity = dsp_env.raw()->GetDirectBufferCapacity(dsl_memory.get());
     if (autl_memory == nullptr || ill_capacity < imp_size)
@@ -74,6 +74,6 @@ c_direct_buffer::~c_direct_buffer()
     JNIEnv *adsl_env = c_ffmpeg::get_thread_env();
     if (adsl_env == nullptr)
         return;
-    dsc_allocation.give_back(adsl_env);
+    dsc_allocation.release_memory(adsl_env);
     c_jnienv(adsl_env).delete_global_ref(avoc_memory);
 }

@@ -11,17 +11,19 @@
 #include <memory>
 
 /**
- * Memory outside of the Java heap that m_vcodec_alloc_buffer provided as a direct ByteBuffer: decoded into and read by
- * Java in place. It is given back through m_vcodec_free_buffer exactly once, when nobody in the library uses it any more,
- * whether a picture of it was handed out or not.
+ * Memory outside the Java heap that m_vcodec_alloc_buffer provided as a direct ByteBuffer. The decoder and Java share
+ * it.
  *
- * Java is asked with the sizes of a PictureLayout, the rest of which is 0, and with the longer BufferRequest.
+ * It is released through m_vcodec_free_buffer exactly once, when the library does not use it any more, whether its
+ * picture was delivered or not.
+ *
+ * The request has the sizes of a PictureLayout, whose other elements are 0, and the longer BufferRequest.
  */
 class c_direct_buffer final : public ca_ffmpeg_buffer
 {
 public:
     /**
-     * @throws c_ffmpeg_exception when Java says false, or its memory is not a direct buffer of the size asked for
+     * @throws c_ffmpeg_exception when Java returns false, or its memory is not a direct buffer of the requested size
      * @throws kiv::jni::c_jniexception when Java threw, which is then pending
      */
     static std::unique_ptr<c_direct_buffer> allocate(c_ffmpeg *adsp_ffmpeg, int32_t imp_width, int32_t imp_height,
@@ -31,7 +33,7 @@ public:
     c_direct_buffer(const c_direct_buffer &) = delete;
     c_direct_buffer &operator=(const c_direct_buffer &) = delete;
 
-    /** Nothing: Java sees the memory as it is. */
+    /** Does nothing: Java shares the memory. */
     void commit() override {}
     void release() override {}
     jobject result_object(const kiv::jni::c_jnienv &dsp_env) const override
@@ -45,5 +47,5 @@ private:
     void take_memory(const kiv::jni::c_jnienv &dsp_env, int32_t imp_size, int32_t imp_align);
 
     c_java_allocation dsc_allocation;
-    jobject avoc_memory = nullptr; // global reference: keeps the buffer's memory while Java may have let go of it
+    jobject avoc_memory = nullptr; // global reference, which keeps the memory when Java has released its own
 };

@@ -1,4 +1,4 @@
-/** @file Memory that FFmpeg decodes into, counted so that it lives as long as anybody needs it. */
+/** @file Counted memory that FFmpeg decodes into. */
 #pragma once
 
 #include "jni/jnienv.h"
@@ -11,10 +11,10 @@
 #include <span>
 
 /**
- * A block of picture or sample memory: a Java array's (c_java_buffer) or the library's own (c_native_buffer).
+ * A block of memory for a picture or samples: Java's (c_java_buffer, c_direct_buffer) or native (c_native_buffer).
  *
- * Made with count 0. The frame that FFmpeg decodes into holds one reference, and so does every listed picture, every
- * entry of an output queue and every output record. All of them belong to the thread that runs the codec.
+ * Its count starts at 0. The frame that FFmpeg decodes into holds one reference, and so does every waiting picture,
+ * every entry of an output queue and every output record. All of them are used by the thread that runs the codec.
  */
 class ca_ffmpeg_buffer : public kiv::memory::c_countable
 {
@@ -25,14 +25,14 @@ public:
 
     /** Ends the library's access to a Java array's elements. */
     virtual void release() = 0;
-    /** Makes what was decoded visible in the Java array; the elements stay accessible. */
+    /** Copies what was decoded into the Java array; the elements stay accessible. */
     virtual void commit() = 0;
 
-    /** Local reference to the object that Java is to get for a picture in this memory; null for native memory. */
+    /** Local reference to the object that Java gets for a picture in this memory; null for native memory. */
     virtual jobject result_object(const kiv::jni::c_jnienv &) const { return nullptr; }
 
     /**
-     * Copies data_size() bytes, from data_offset() bytes behind data() on.
+     * Copies data_size() bytes from data() + data_offset().
      *
      * @return false, with nothing copied, when they do not fit
      * @throws c_ffmpeg_exception "dst buffer == NULL"
@@ -43,7 +43,7 @@ public:
     int32_t get_plane_offset(uint32_t ump_index) const;
     void set_plane_offsets(const std::array<int32_t, 4> &aimp_offsets) noexcept { aimc_plane_offsets = aimp_offsets; }
 
-    /** What the memory is: a kind of Java array or native memory. */
+    /** The kind of Java's memory, or native memory. */
     kiv::jni::ie_array_kind kind() const noexcept { return iec_kind; }
     /** Bytes of the allocation that may be used. */
     int32_t capacity() const noexcept { return imc_capacity; }
@@ -56,21 +56,21 @@ public:
     uint8_t *data() const noexcept { return autc_data; }
 
     ie_statistics_kind statistics_kind() const noexcept { return iec_statistics_kind; }
-    /** Counts the buffer as allocated; release_reference counts it as freed. */
+    /** Counts the buffer as allocated; ffmpeg_release_framebuffer counts it as freed. */
     void set_statistics_kind(ie_statistics_kind iep_kind) noexcept;
 
-    /** Whether Java has got the memory as a picture; it is Java's from then on. */
+    /** Whether the memory was delivered as a picture; it is Java's from then on. */
     bool delivered() const noexcept { return bc_delivered; }
     void set_delivered() noexcept { bc_delivered = true; }
 
-    /** An opaque number, never 0, that stands for the buffer in the output record; its owner keeps nothing behind it. */
+    /** An opaque number for the output record, never 0. Nothing can be looked up by it. */
     int32_t reference_word() const noexcept { return imc_reference_word; }
 
 protected:
     ca_ffmpeg_buffer() noexcept;
 
     void set_kind(kiv::jni::ie_array_kind iep_kind) noexcept { iec_kind = iep_kind; }
-    /** Tells where the memory lies; the bytes in use are all of it at first. */
+    /** Sets where the memory lies. All of it is in use at first. */
     void set_memory(uint8_t *autp_allocation, uint8_t *autp_data, int32_t imp_capacity) noexcept;
     uint8_t *allocation() const noexcept { return autc_allocation; }
 
@@ -88,9 +88,9 @@ private:
 };
 
 /**
- * Drops one reference; the last one counts the buffer as freed and deletes it. Null does nothing.
+ * Releases one reference; the last one counts the buffer as freed and deletes it. Null does nothing.
  *
- * @param adsp_before_deletion called between the two, when it is not null
+ * @param adsp_before_deletion called before the deletion, unless null
  */
 void ffmpeg_release_framebuffer(ca_ffmpeg_buffer *adsp_buffer, void (*adsp_before_deletion)() = nullptr);
 
@@ -99,7 +99,7 @@ class c_framebuffer_reference
 {
 public:
     c_framebuffer_reference() noexcept = default;
-    /** Takes over a reference that was taken already. */
+    /** Owns a reference that was added before. */
     explicit c_framebuffer_reference(ca_ffmpeg_buffer *adsp_buffer) noexcept : adsc_buffer(adsp_buffer) {}
     c_framebuffer_reference(c_framebuffer_reference &&dsp_other) noexcept : adsc_buffer(dsp_other.detach()) {}
     c_framebuffer_reference &operator=(c_framebuffer_reference &&dsp_other) noexcept
@@ -116,7 +116,7 @@ public:
     ca_ffmpeg_buffer *operator->() const noexcept { return adsc_buffer; }
     explicit operator bool() const noexcept { return adsc_buffer != nullptr; }
 
-    /** Gives the reference to the caller. */
+    /** Leaves the reference to the caller. */
     ca_ffmpeg_buffer *detach() noexcept { return std::exchange(adsc_buffer, nullptr); }
 
 private:
@@ -124,7 +124,7 @@ private:
 };
 
 /**
- * Takes a reference to the buffer that the callbacks stored in the frame.
+ * Adds a reference to the buffer that the callbacks stored in the frame.
  *
  * @throws c_ffmpeg_exception "NULL pointer in AVFrame::ffmpeg_buffer" when there is none
  */

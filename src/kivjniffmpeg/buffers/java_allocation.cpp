@@ -14,7 +14,7 @@ using kiv::jni::c_local_ref;
 
 c_java_allocation::~c_java_allocation()
 {
-    // Outside of any call there is no way to reach Java.
+    // Outside a call Java cannot be reached.
     if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr)
         c_jnienv(adsl_env).delete_global_ref(avoc_objects);
 }
@@ -27,7 +27,7 @@ void c_java_allocation::allocate(const c_jnienv &dsp_env, jintArray avop_layout,
                   static_cast<const void *>(adsc_ffmpeg), static_cast<const void *>(adsc_ffmpeg->object_class()));
     const c_local_ref dsl_objects(
         dsp_env.raw(), dsp_env.new_jobject_array(natives::BufferSlots::SIZE, adsc_ffmpeg->object_class(), nullptr));
-    // Before Java is asked: after it says true nothing must fail before the memory can be given back.
+    // Made before Java is asked: once it has returned true, nothing may fail that prevents the release.
     avoc_objects = dsp_env.NewGlobalRef(dsl_objects.get());
     const c_local_ref dsl_codec(dsp_env.raw(), adsc_ffmpeg->vcodec_object(dsp_env));
     bc_allocated =
@@ -47,7 +47,7 @@ jobject c_java_allocation::result_object(const c_jnienv &dsp_env) const
     return dsp_env.get_jobject_array_element(static_cast<jobjectArray>(avoc_objects), natives::BufferSlots::RESULT);
 }
 
-void c_java_allocation::give_back(JNIEnv *adsp_env) noexcept
+void c_java_allocation::release_memory(JNIEnv *adsp_env) noexcept
 {
     if (!std::exchange(bc_allocated, false))
         return;
@@ -58,6 +58,6 @@ void c_java_allocation::give_back(JNIEnv *adsp_env) noexcept
         dsl_env.call_static_void_method(adsc_ffmpeg->api_class(), adsc_ffmpeg->methods().adsc_free_buffer,
                                         dsl_codec.get(), avoc_objects);
     } catch (const kiv::jni::c_jniexception &) {
-        // What Java threw stays pending, unless an earlier exception takes its place.
+        // What Java threw stays pending, unless an earlier exception replaces it.
     }
 }

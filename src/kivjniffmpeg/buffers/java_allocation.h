@@ -1,4 +1,4 @@
-/** @file Picture memory as Java provides it: the call for it, and the call that gives it back. */
+/** @file The calls by which Java provides and releases picture memory. */
 #pragma once
 
 #include "kivjniffmpeg/context/library_context.h"
@@ -12,7 +12,7 @@
 
 class c_trace;
 
-/** The BufferRequest for a Java array; with a larger LENGTH the elements behind it are 0. */
+/** The BufferRequest for a Java array; further elements of a larger LENGTH are 0. */
 template <size_t LENGTH = natives::BufferRequest::SIZE>
 std::array<jint, LENGTH> buffer_request(int32_t imp_bytes, int32_t imp_align, int32_t imp_width,
                                         int32_t imp_scanheight) noexcept
@@ -27,10 +27,10 @@ std::array<jint, LENGTH> buffer_request(int32_t imp_bytes, int32_t imp_align, in
 }
 
 /**
- * What one successful m_vcodec_alloc_buffer gave: the BufferSlots that Java filled.
+ * The memory of one successful m_vcodec_alloc_buffer: the BufferSlots that Java filled.
  *
- * Works through the environment registered for the calling thread. Whoever owns it calls give_back where Java is to hear
- * of the memory again.
+ * Uses the environment registered for the calling thread. The owner calls release_memory when the library does not
+ * use the memory any more; an array that was delivered is Java's without it.
  */
 class c_java_allocation
 {
@@ -41,27 +41,27 @@ public:
     c_java_allocation &operator=(const c_java_allocation &) = delete;
 
     /**
-     * Asks Java, at most once.
+     * Asks Java for memory. Called at most once.
      *
      * @param avop_layout laid out as PictureLayout
      * @param aimp_sizes laid out as BufferRequest
-     * @param dsp_trace names who asks
-     * @throws c_ffmpeg_exception "java buffer allocator failed" when Java says false
+     * @param dsp_trace the scope of the trace line
+     * @throws c_ffmpeg_exception "java buffer allocator failed" when Java returns false
      * @throws kiv::jni::c_jniexception when Java threw, which is then pending
      */
     void allocate(const kiv::jni::c_jnienv &dsp_env, jintArray avop_layout, std::span<const jint> aimp_sizes,
                   const c_trace &dsp_trace);
 
-    /** Local reference to the memory, which may be anything that Java put there. */
+    /** Local reference to the memory, an object of any class. */
     jobject memory(const kiv::jni::c_jnienv &dsp_env) const;
-    /** Local reference to the object that Java wants to find in the process call's out array. */
+    /** Local reference to the object that the process call stores in its out array. */
     jobject result_object(const kiv::jni::c_jnienv &dsp_env) const;
 
-    /** Tells Java, also while an exception is pending, if it was asked with success before. */
-    void give_back(JNIEnv *adsp_env) noexcept;
+    /** Calls m_vcodec_free_buffer if Java provided memory, also while a Java exception is pending. */
+    void release_memory(JNIEnv *adsp_env) noexcept;
 
 private:
     c_ffmpeg *adsc_ffmpeg;          // the codec's, which outlives its buffers
     jobject avoc_objects = nullptr; // global reference, BufferSlots
-    bool bc_allocated = false;      // Java counts the memory as ours
+    bool bc_allocated = false;      // Java expects the release
 };

@@ -114,11 +114,11 @@ c_java_buffer::~c_java_buffer()
     TRACE_FUNCTION(3);
     JNIEnv *adsl_env = c_ffmpeg::get_thread_env();
     if (adsl_env == nullptr)
-        return; // outside of any call there is no way to reach the array
-    // The elements first: an array that Java has taken back must not be written any more.
+        return; // outside a call the array cannot be reached
+    // The elements first: nothing may write to an array that was released to Java.
     c_java_buffer::release();
     if (!delivered())
-        dsc_allocation.give_back(adsl_env);
+        dsc_allocation.release_memory(adsl_env);
     c_jnienv(adsl_env).delete_global_ref(avoc_array);
 }
 

@@ -20,7 +20,7 @@ c_native_buffer::c_native_buffer(int32_t imp_size, int32_t imp_align)
         throw std::bad_alloc();
     const auto ull_align = static_cast<size_t>(std::max(imp_align, im_minimum_alignment));
     const size_t ull_wanted = static_cast<size_t>(imp_size) + ul_read_slack;
-    const size_t ull_size = (ull_wanted + ull_align - 1) / ull_align * ull_align; // aligned_alloc wants a multiple
+    const size_t ull_size = (ull_wanted + ull_align - 1) / ull_align * ull_align; // aligned_alloc needs a multiple
     autc_memory.reset(static_cast<uint8_t *>(std::aligned_alloc(ull_align, ull_size)));
     if (autc_memory == nullptr)
         throw std::bad_alloc();

@@ -80,7 +80,8 @@ void c_audiocodec::set_up_decoder()
     dsc_codec_ctx->request_channel_layout = dsc_dst_format->channel_layout();
     dsc_codec_ctx->request_sample_fmt = dsc_dst_format->sample_format();
     dsc_codec_ctx->block_align = dsl_src.frame_size();
-    dsc_codec_ctx->bits_per_coded_sample = dsl_src.bits_per_sample(); // the IMA ADPCM decoder does not open without it
+    dsc_codec_ctx->bits_per_coded_sample =
+        dsl_src.bits_per_sample(); // the decoder of IMA ADPCM does not open without it
 }
 
 void c_audiocodec::trace_formats() const
@@ -100,7 +101,7 @@ bool c_audiocodec::open()
     TRACE_FUNCTION(3);
     if (is_open())
         return true;
-    // Here and not once for all: a codec in use overwrites these with what its stream says.
+    // At every opening, because the codec overwrites these fields with those of its stream.
     if (is_decoder())
         set_up_decoder();
     else
@@ -115,7 +116,7 @@ bool c_audiocodec::close()
     if (is_open()) {
         close_in_ffmpeg(dsc_codec_ctx);
         if (!is_decoder())
-            dsc_codec_ctx->extradata_size = 0; // the bytes were the encoder's and are gone
+            dsc_codec_ctx->extradata_size = 0; // the encoder owned the bytes and has freed them
     }
     return true;
 }

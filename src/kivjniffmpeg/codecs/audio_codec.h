@@ -1,4 +1,4 @@
-/** @file A decoder or an encoder of sound. */
+/** @file The audio decoder or encoder behind a Java handle. */
 #pragma once
 
 #include "kivjniffmpeg/buffers/frame_buffer.h"
@@ -21,14 +21,14 @@
 /** What c_audiocodec::process2 returns. */
 enum ie_audio_result : int32_t
 {
-    ie_audio_done = 0, /**< whatever there was is in the queue */
+    ie_audio_done = 0, /**< all output is in the queue */
     ie_audio_decoding_error = natives::AudioStatus::
-        DECODING_ERROR /**< the decoder failed; what came before is in the queue, the rest of the block is lost */
+        DECODING_ERROR /**< the decoder failed; the output before is in the queue, the rest of the block is dropped */
 };
 
 /**
- * Moves sound from a source format to a destination format: packets to PCM when the destination is PCM (format tag 1),
- * PCM to packets otherwise. What comes out waits in a queue. Used by one thread at a time.
+ * Converts sound from a source to a destination format: it decodes packets when the destination is PCM (format tag 1),
+ * and encodes PCM otherwise. The output waits in a queue. Used by one thread at a time.
  */
 class c_audiocodec final : public c_codec
 {
@@ -36,8 +36,8 @@ public:
     /**
      * Finds the codec and sets it up; it is not opened yet.
      *
-     * @throws c_ffmpeg_exception when there is no codec, the formats' sample rates differ, or the encoder takes no sample
-     *         format that the source can become
+     * @throws c_ffmpeg_exception when there is no codec, the formats' sample rates differ, or the encoder supports no
+     *         sample format
      */
     c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src, std::unique_ptr<c_aformat> dsp_dst);
     ~c_audiocodec() override;
@@ -47,37 +47,37 @@ public:
     bool open() override;
     /** Resets first. */
     bool close() override;
-    /** Drops the queue and what is pending, and has FFmpeg forget what it holds. */
+    /** Drops the queue and the pending bytes, and flushes the codec. */
     bool reset() override;
 
-    /** Of the bytes that come in. */
+    /** The format of the input. */
     const c_aformat &get_src_format() const noexcept { return *dsc_src_format; }
-    /** Of the bytes that come out. */
+    /** The format of the output. */
     const c_aformat &get_dst_format() const noexcept { return *dsc_dst_format; }
 
     /**
      * Takes one block of input.
      *
      * @param autp_data FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes follow the @p imp_lendata; not used after the call
-     * @param ump_outlen bytes that the caller has room for; only told in trace lines
-     * @param dsp_out cleared, then filled with flags, timestamp and the bytes that were processed: a decoder keeps what it
-     *        could not decode yet, an encoder only takes whole frames
+     * @param ump_outlen size of the caller's output in bytes, for trace lines only
+     * @param dsp_out cleared, then filled with flags, timestamp and the number of input bytes consumed: a decoder keeps
+     *        an incomplete frame, an encoder consumes whole frames only
      * @return an ie_audio_result; always ie_audio_done from an encoder
      * @throws std::invalid_argument "imp_lendata=" and the length, when it is negative
      */
     int32_t process2(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, uint64_t ulp_timestamp,
                      dsd_out_params &dsp_out, uint32_t ump_outlen);
 
-    /** What is ready. */
+    /** The output that is ready. */
     c_output_queue &output() noexcept { return dsc_output_queue; }
     /** Memory for the block of the next process2() call. */
     c_padded_bytes &input() noexcept { return dsc_input; }
 
-    /** Bits per second that the packets have, or shall have. @throws c_ffmpeg_exception on an open codec */
+    /** Sets the bits per second of the packets. @throws c_ffmpeg_exception on an open codec */
     void set_bit_rate(int32_t imp_bits_per_second);
-    /** What FFmpeg says of the codec; @p strp_name as in c_codecoptions_ffmpeg. @throws c_ffmpeg_exception for another name */
+    /** A number of FFmpeg's; @p strp_name as in c_codecoptions_ffmpeg. @throws c_ffmpeg_exception for another name */
     int64_t property(std::string_view strp_name) const;
-    /** The set-up bytes that an open encoder made, or a decoder was given. */
+    /** The extradata that an open encoder made, or that a decoder was created with. */
     std::span<const uint8_t> extradata() const;
 
 private:
@@ -85,7 +85,7 @@ private:
     bool is_mpeg_audio() const noexcept;
     void set_up_decoder();
     void set_up_encoder();
-    /** Picks the encoder's sample format, and sets the resampler up when that is not the source's. */
+    /** Chooses the encoder's sample format, and sets the resampler up when the source has another. */
     void choose_sample_format();
     void trace_formats() const;
 
@@ -98,7 +98,7 @@ private:
     int call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_block, c_decoder_progress &dsp_progress);
     bool find_next_header(c_avpacket &dsp_packet, const dsd_block &dsp_block);
     void keep_pending(const c_avpacket &dsp_packet);
-    void hand_on(c_avframe &dsp_frame);
+    void queue_samples(c_avframe &dsp_frame);
     void convert(c_avframe &dsp_frame, const c_aformat &dsp_format);
     void set_up_resampler(const c_aformat &dsp_format);
 
@@ -113,7 +113,7 @@ private:
     c_avcodec dsc_codec;
     c_avcodec_ctx dsc_codec_ctx;
     c_swr_ctx dsc_swr_ctx;
-    std::unique_ptr<c_aformat> dsc_resampled_format; // what the resampler is set up to read while decoding
-    std::unique_ptr<c_avpacket> dsc_pending_packet;  // bytes of its own that could not be decoded yet
+    std::unique_ptr<c_aformat> dsc_resampled_format; // the resampler's input while decoding
+    std::unique_ptr<c_avpacket> dsc_pending_packet;  // an incomplete frame, in memory of its own
     c_padded_bytes dsc_input;
 };

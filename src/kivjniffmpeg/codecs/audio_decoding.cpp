@@ -14,9 +14,9 @@
 namespace
 {
 
-/** So few bytes wait for more, whatever they are. */
+/** Up to this many bytes wait for more bytes. */
 constexpr int in_incomplete = 31;
-/** More than this never waits for a frame to become whole: what looks like its header is none. */
+/** More bytes than this do not wait for the rest of a frame: what looks like its header is none. */
 constexpr int in_most_pending = 64 * 1024;
 
 std::span<const uint8_t> bytes_of(const c_avpacket &dsp_packet)
@@ -26,15 +26,15 @@ std::span<const uint8_t> bytes_of(const c_avpacket &dsp_packet)
 
 } // namespace
 
-/** One call's block of input, and how far it got. */
+/** The input of one call, and how much of it is consumed. */
 struct c_audiocodec::dsd_block
 {
     dsd_out_params &dsc_out;
     int32_t imc_lendata;
     uint32_t umc_outlen;
-    bool bc_last; // nothing comes after it: nothing is kept
+    bool bc_last; // no input follows, so nothing is kept for later
 
-    /** Counts what is consumed of the new bytes; those that waited were counted when they came. */
+    /** Counts consumed bytes of this call. Bytes that were pending were counted by the call that brought them. */
     void count_processed(int32_t imp_bytes) const
     {
         dsc_out.imc_processed_len += std::min(imp_bytes, imc_lendata - dsc_out.imc_processed_len);
@@ -94,7 +94,7 @@ int c_audiocodec::call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_bloc
     throw_if_pending();
     if (!is_open())
         return in_error_not_open;
-    // The caller gets a block's timestamp back with the block; the decoder is given none.
+    // The decoder gets no timestamp: the output has that of its block.
     dsp_packet.initialise();
     dsp_packet.guard_side_data();
     c_avframe dsl_frame;
@@ -113,15 +113,15 @@ int c_audiocodec::call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_bloc
         TRACE_LINE(im_level_debug, "%s#%s(): result: nb_samples=%d format=%d channel_layout=%d ref=%d",
                    dsl_frame->nb_samples, dsl_frame->format, static_cast<int>(dsl_frame->channel_layout),
                    dsl_frame->reference);
-        hand_on(dsl_frame);
+        queue_samples(dsl_frame);
     }
     return dsp_progress.is_stuck(inl_consumed, inl_got_frame != 0) ? in_error_not_open : inl_consumed;
 }
 
 /**
- * After an error in MPEG audio: goes on to where the next frame may begin.
+ * After an error in MPEG audio: skips to where the next frame may begin.
  *
- * @return false when the bytes are kept until more come, because a frame begins right here
+ * @return false when a frame may begin right here, and the bytes are kept until more come
  */
 bool c_audiocodec::find_next_header(c_avpacket &dsp_packet, const dsd_block &dsp_block)
 {
@@ -139,7 +139,7 @@ bool c_audiocodec::find_next_header(c_avpacket &dsp_packet, const dsd_block &dsp
     return true;
 }
 
-/** The bytes are copied: the block that they are in is the caller's. */
+/** Copies the bytes, because the block is the caller's. */
 void c_audiocodec::keep_pending(const c_avpacket &dsp_packet)
 {
     TRACE_SCOPE("decode", 3);
@@ -166,7 +166,7 @@ int32_t c_audiocodec::drain(dsd_out_params &dsp_out, uint32_t ump_outlen)
     }
 }
 
-void c_audiocodec::hand_on(c_avframe &dsp_frame)
+void c_audiocodec::queue_samples(c_avframe &dsp_frame)
 {
     TRACE_SCOPE("decode", 3);
     const auto dsl_format =
@@ -180,7 +180,7 @@ void c_audiocodec::hand_on(c_avframe &dsp_frame)
                dsl_buffer->data_size());
     if (dsc_src_format->format_tag() == im_tag_gsm610)
         dsl_format->set_sample_rate(dsc_src_format->sample_rate());
-    // Planes one behind the other are not what the caller wants of several channels, although the formats compare equal.
+    // The caller needs interleaved channels; needs_resampling does not compare that.
     const bool bl_planes = dsl_format->is_planar() && dsl_format->channels() > 1;
     const bool bl_elsewhere = dsp_frame->data[0] != dsl_buffer->data();
     if (c_aformat::needs_resampling(*dsl_format, *dsc_dst_format) || bl_planes || bl_elsewhere) {
@@ -208,8 +208,8 @@ void c_audiocodec::convert(c_avframe &dsp_frame, const c_aformat &dsp_format)
     dsc_output_queue.pushback(std::move(dsl_buffer));
 }
 
-// As long as the rate stays what it is the resampler remembers nothing from one frame to the next, and setting it up
-// again for each would change no sample.
+// While the rate stays the same the resampler keeps no state between frames, so it is set up again only for another
+// format.
 void c_audiocodec::set_up_resampler(const c_aformat &dsp_format)
 {
     TRACE_SCOPE("decode", 3);

@@ -27,7 +27,7 @@ std::unique_ptr<uint8_t, s_av_free> allocate_samples(int32_t imp_size)
     return dsl_block;
 }
 
-/** Queues what the encoder made, in memory of its own. */
+/** Queues a copy of the encoder's packet. */
 void queue_packet(c_output_queue &dsp_queue, const c_avpacket &dsp_packet)
 {
     c_framebuffer_reference dsl_buffer = c_native_buffer::make(dsp_packet.size(), 0);
@@ -51,7 +51,7 @@ void c_audiocodec::encode(const uint8_t *autp_data, int32_t imp_lendata, dsd_out
                                " bytes");
     int32_t iml_frame_size = dsl_context.frame_size;
     if (iml_frame_size == 0) {
-        // Whatever comes is one frame.
+        // The whole input is one frame.
         iml_frame_size = static_cast<int32_t>(imp_lendata / (int64_t{dsl_context.channels} * iml_source_size));
         TRACE_LINE(im_level_debug, "%s#%s(): variable frame size: ump_lendata=%d bps=%d channels=%d inl_frame_size=%d",
                    imp_lendata, iml_source_size, dsl_context.channels, iml_frame_size);
@@ -65,7 +65,7 @@ void c_audiocodec::encode(const uint8_t *autp_data, int32_t imp_lendata, dsd_out
         throw_ffmpeg_exception(1819, "get_buffer_size failed error=", iml_buffer_size);
     const auto dsl_block = allocate_samples(iml_buffer_size);
     const bool bl_convert = dsl_context.sample_fmt != iel_source_format;
-    // Bounded by the buffer size, which FFmpeg keeps within 31 bits, up to the ratio of the sample sizes.
+    // No overflow: FFmpeg keeps the buffer size within 31 bits, and this is at most a few times as large.
     const int64_t ill_consume_max = int64_t{dsl_context.channels} * iml_frame_size * iml_source_size;
     TRACE_LINE(im_level_debug, "%s#%s(): buffer_size=%d consume_max=%d do_conversion=%d", iml_buffer_size,
                static_cast<int>(ill_consume_max), bl_convert ? 1 : 0);

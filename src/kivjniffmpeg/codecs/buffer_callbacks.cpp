@@ -20,8 +20,8 @@ namespace
 {
 
 /**
- * The byte that shows where a damaged packet leaves the picture unwritten: grey. Samples of 9 to 15 bits get one that
- * keeps them within their depth, because libswscale takes such samples for places in its tables without a look.
+ * The byte that fills a picture before it is decoded: grey, which stays where a damaged packet leaves gaps. For samples
+ * of 9 to 15 bits it is small enough for their depth, because libswscale uses such samples as indices unchecked.
  */
 int grey_byte(AVPixelFormat iep_format)
 {
@@ -31,14 +31,14 @@ int grey_byte(AVPixelFormat iep_format)
     return inl_depth > 8 && inl_depth < 16 ? 1 << (inl_depth - 9) : inl_grey;
 }
 
-/** The frame holds a buffer, or nothing; its planes point nowhere. */
+/** Clears the pointers and line sizes of all planes. */
 void clear_planes(AVFrame *adsp_pic)
 {
     std::ranges::fill(adsp_pic->data, nullptr);
     std::ranges::fill(adsp_pic->linesize, 0);
 }
 
-/** Both kinds of memory end alike: the frame takes its reference. */
+/** Stores the buffer in the frame, with one reference for the frame. */
 int store_buffer(AVFrame *adsp_pic, std::unique_ptr<ca_ffmpeg_buffer> dsp_buffer)
 {
     ++g_buffer_statistics.buffer_get;
@@ -62,7 +62,7 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
     if (!bl_native && dsl_codec.unknown_dst_format())
         dsl_codec.find_dst_format_for_pixfmt(iel_format);
 
-    // A decoder writes the whole coded picture, of which the context may show less, and a converted picture may be
+    // A decoder writes the whole coded picture, which may be larger than the shown one, and a converted picture may be
     // larger than the stream's.
     const auto dsl_layout = compute_picture_layout(adsp_s, iel_format, std::max(adsp_s->width, adsp_pic->width),
                                                    std::max(adsp_s->height, adsp_pic->height));
@@ -122,7 +122,7 @@ int get_sample_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
     return store_buffer(adsp_pic, std::move(dsl_buffer));
 }
 
-/** Runs a callback's work; what it throws becomes an error line and the failure value. */
+/** Runs a callback's work. An exception becomes an error line and the failure value. */
 template <class WORK> int without_exceptions(const char *strp_name, const char *strp_line, WORK dsp_work) noexcept
 {
     try {

@@ -1,33 +1,32 @@
 /**
  * @file
- * The callbacks through which FFmpeg gets the memory of every frame.
+ * The callbacks that FFmpeg calls to get and release the memory of every frame.
  *
- * FFmpeg calls them on the thread that decodes, flushes or closes, inside those calls; they find Java through the
- * environment registered for that thread. The _nothrow functions are what a context is given: nothing escapes them.
+ * FFmpeg calls them while it decodes, flushes or closes, on the thread of that call. They reach Java through the
+ * environment registered for the thread. A context gets the _nothrow functions, which let no exception out.
  */
 #pragma once
 
 #include "kivjniffmpeg/ffmpeg/codec_context.h"
 
 /**
- * Provides memory for the frame: for a picture whose format is the chosen colour model's a Java array, otherwise native
- * memory. Stores the buffer in the frame's opaque, with one reference on the frame's behalf.
+ * Provides memory for the frame: Java's for a picture in the format that Java takes, otherwise native memory. Stores
+ * the buffer in the frame's opaque, with one reference for the frame.
  *
- * @return 0; -1 when the picture cannot be laid out; -2 for a medium that is neither picture nor sound
- * @throws c_ffmpeg_exception and others when memory cannot be had; nothing is left behind then
+ * @return 0; -1 when the picture cannot be laid out; -2 when the codec is neither video nor audio
+ * @throws c_ffmpeg_exception and others when there is no memory; the frame has no buffer then
  */
 int avcodec_custom_get_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic);
 
 /**
- * Drops the frame's reference to its buffer and clears the frame's planes.
+ * Releases the frame's reference to its buffer and clears its planes.
  *
- * @throws std::runtime_error for a frame whose memory came from elsewhere
+ * @throws std::runtime_error for a frame whose memory is not from these callbacks
  */
 void avcodec_custom_release_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic);
 
 /**
- * FFmpeg never calls it since it counts references itself. A picture that still has its buffer keeps it, one without
- * gets one.
+ * Keeps the picture's buffer, or provides one when there is none. FFmpeg 2.5 to 2.8 do not call it.
  *
  * @throws c_ffmpeg_exception for null arguments and for sound
  */
@@ -40,6 +39,6 @@ void avcodec_custom_release_buffer_nothrow(AVCodecContext *adsp_s, AVFrame *adsp
 /** As avcodec_custom_reget_buffer; an exception becomes an error line and -1. */
 int avcodec_custom_reget_buffer_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pic);
 
-/** What every codec context of the library is given. */
+/** The callbacks of every codec context. */
 inline constexpr dsd_buffer_callbacks ds_buffer_callbacks{
     avcodec_custom_get_buffer_nothrow, avcodec_custom_release_buffer_nothrow, avcodec_custom_reget_buffer_nothrow};

@@ -14,44 +14,42 @@ class c_avcodec_ctx;
 class c_trace;
 class ca_ffmpeg_buffer;
 
-/** Flag of a processing call without data: the stream ends, everything that is held back comes out. */
+/** Flag of a processing call without data: the stream ends, and the codec is drained. */
 inline constexpr int32_t im_flag_drain = natives::ProcessFlags::DRAIN;
 
-/** Notices a decoder that goes on for ever with the same bytes. */
+/** Detects a decoder that makes no progress. */
 class c_decoder_progress
 {
 public:
-    /** Tells of one more call. @return whether the packet is to be given up */
+    /** Counts one more call. @return whether the packet has to be dropped */
     bool is_stuck(int inp_consumed, bool bp_got_something) noexcept
     {
         inc_idle = inp_consumed > 0 || bp_got_something ? 0 : inc_idle + 1;
-        inc_unpaid = inp_consumed > 0 ? 0 : inc_unpaid + 1;
-        return inc_idle > in_idle_limit || inc_unpaid > in_unpaid_limit;
+        inc_unconsumed = inp_consumed > 0 ? 0 : inc_unconsumed + 1;
+        return inc_idle > in_idle_limit || inc_unconsumed > in_unconsumed_limit;
     }
 
 private:
-    static constexpr int in_idle_limit = 32;    // calls in a row that neither consume nor return anything
-    static constexpr int in_unpaid_limit = 256; // results in a row for which nothing is consumed
+    static constexpr int in_idle_limit = 32;        // calls in a row that neither consume nor return anything
+    static constexpr int in_unconsumed_limit = 256; // results in a row for which nothing is consumed
 
     int inc_idle = 0;
-    int inc_unpaid = 0;
+    int inc_unconsumed = 0;
 };
 
 /**
- * A codec under a Java handle: keeps its library context alive, has a name and opens and closes.
- *
- * Used by one thread at a time.
+ * A codec behind a Java handle. It keeps its library context alive. Used by one thread at a time.
  */
 class c_codec
 {
 public:
-    /** What else is known of a picture; told to those who take pictures in direct buffers. */
+    /** A description of a picture, for codecs that deliver direct buffers. */
     struct dsd_picture_info
     {
         int32_t imc_width;              /**< pixels that are shown */
         int32_t imc_height;             /**< pixels that are shown */
         int32_t imc_pixel_format;       /**< FFmpeg's number */
-        int32_t imc_key_frame;          /**< 1 for a picture that needs no other */
+        int32_t imc_key_frame;          /**< 1 for a picture that is decoded without others */
         int32_t imc_picture_type;       /**< FFmpeg's number: 1 intra, 2 predicted, 3 bidirectional, ... */
         int32_t imc_interlaced;         /**< one of Interlacing */
         int32_t aimc_linesizes[4];      /**< bytes from one line to the next, by plane */
@@ -69,21 +67,20 @@ public:
         int32_t imc_data_offset;       /**< bytes from the start of the buffer's memory to its data */
         int32_t imc_data_size;         /**< bytes of data */
         int32_t imc_flags;             /**< the flags of the call */
-        int64_t ilc_timestamp;         /**< of the picture or block returned */
+        int64_t ilc_timestamp;         /**< of the picture or block that is delivered */
         int32_t imc_buffer_word;       /**< opaque and not 0 when there is a buffer */
-        dsd_picture_info dsc_picture;  /**< of the picture returned */
-        ca_ffmpeg_buffer
-            *adsc_buffer; /**< the picture's memory with one reference, which is the caller's now; or null */
+        dsd_picture_info dsc_picture;  /**< of the picture that is delivered */
+        ca_ffmpeg_buffer *adsc_buffer; /**< the picture's memory with one reference, which the caller owns; or null */
     };
 
     virtual ~c_codec();
     c_codec(const c_codec &) = delete;
     c_codec &operator=(const c_codec &) = delete;
 
-    /** Opens; an open codec stays as it is. @return false when FFmpeg refuses */
+    /** Opens a codec that is not open. @return false when FFmpeg refuses */
     virtual bool open() = 0;
     virtual bool close() = 0;
-    /** Forgets everything that waits and starts afresh, keeping what was chosen. */
+    /** Drops all waiting output and flushes the codec. The chosen colour model stays. */
     virtual bool reset() = 0;
     virtual const std::string &get_name();
 
@@ -93,12 +90,12 @@ public:
 protected:
     static constexpr int in_error_not_open = AVERROR(EINVAL);
 
-    /** Ends the call with the exception that a callback or a trace line's receiver left pending. */
+    /** Throws a c_jniexception when a Java exception is pending: of a callback or of the receiver of trace lines. */
     static void throw_if_pending();
 
     c_codec(c_ffmpeg *adsp_ffmpeg, std::string strp_name);
 
-    /** What open() ends with; the failure is told in a line of @p dsp_trace. */
+    /** Opens the context. A failure is reported in a line of @p dsp_trace. */
     bool open_in_ffmpeg(c_avcodec_ctx &dsp_context, const c_avcodec &dsp_codec, const c_trace &dsp_trace);
     void close_in_ffmpeg(c_avcodec_ctx &dsp_context);
 

@@ -1,4 +1,4 @@
-/** @file What a sound codec has ready for its caller. */
+/** @file The finished output of an audio codec. */
 #pragma once
 
 #include "kivjniffmpeg/buffers/frame_buffer.h"
@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <deque>
 
-/** Buffers in the order in which they were made, each with one reference, and the sum of the bytes in use. */
+/** Buffers, oldest first, each with one reference, and the sum of their bytes. */
 class c_output_queue
 {
 public:
     void pushback(c_framebuffer_reference dsp_buffer);
-    /** Removes the first buffer and passes its reference on; there must be one. */
+    /** Removes the first buffer and returns its reference; there must be one. */
     c_framebuffer_reference popfront();
     void clear() noexcept;
 
@@ -19,7 +19,7 @@ public:
     size_t size() const noexcept { return dsc_buffers.size(); }
     /** Bytes in the first buffer; there must be one. */
     int32_t front_size() const noexcept { return dsc_buffers.front()->data_size(); }
-    /** Bytes in all of them. */
+    /** Bytes in all buffers. */
     uint64_t bytes() const noexcept { return ulc_bytes; }
 
 private:

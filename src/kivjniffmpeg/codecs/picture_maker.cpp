@@ -18,8 +18,8 @@ dsd_decoded_picture c_picture_maker::convert(c_avframe &dsp_decoded, AVPixelForm
     if (adsl_sws == nullptr)
         return {};
     return make(dsl_from, iep_format, imp_width, imp_height, [&](AVFrame &dsp_to) {
-        // The slice is as high as the output; the source has no more lines than it has. From colours, libswscale
-        // crashes when it gets a few lines of many.
+        // kept on purpose: the slice has as many lines as the output, if the source has them. For RGB and palettes
+        // libswscale crashes when the slice is much lower than the source.
         constexpr int inl_colours = AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_RGB;
         const bool bl_whole = (g_avutil.av_pix_fmt_desc_get(dsp_decoded.pixel_format())->flags & inl_colours) != 0;
         const int inl_lines = bl_whole ? dsl_from.height : std::min(imp_height, dsl_from.height);

@@ -1,4 +1,4 @@
-/** @file Pictures made from the decoder's: converted to another format, or duplicated. */
+/** @file Conversion and duplication of decoded pictures. */
 #pragma once
 
 #include "kivjniffmpeg/codecs/picture_queue.h"
@@ -10,8 +10,8 @@
 /**
  * Makes pictures in memory that the context's buffer callback provides, as it does for the decoder's own.
  *
- * Both functions return no frame when there is no memory for the picture or FFmpeg cannot make it. Used by the thread that
- * runs the codec.
+ * Both functions return a picture without a frame when there is no memory for it or FFmpeg cannot make it. Used by the
+ * thread that runs the codec.
  */
 class c_picture_maker
 {
@@ -19,13 +19,13 @@ public:
     /** @param dsp_codec_ctx must outlive this object */
     explicit c_picture_maker(c_avcodec_ctx &dsp_codec_ctx) noexcept : dsc_codec_ctx(dsp_codec_ctx) {}
 
-    /** The same picture in another format and size (pixels). */
+    /** The picture in another format and size (pixels). */
     dsd_decoded_picture convert(c_avframe &dsp_decoded, AVPixelFormat iep_format, int32_t imp_width,
                                 int32_t imp_height);
-    /** The same picture in memory of its own, its lines from the top down. */
+    /** The picture in memory of its own, top-down. */
     dsd_decoded_picture duplicate(c_avframe &dsp_decoded);
 
-    /** Forgets the scaler: the next conversion starts as the first one did. */
+    /** Releases the scaler: the next conversion starts as the first one did. */
     void reset() noexcept { dsc_sws_ctx.reset(); }
 
 private:

@@ -1,4 +1,4 @@
-/** @file The pictures that a video codec holds: those that wait for Java, and those that it shares with Java. */
+/** @file The pictures that a video codec holds: those that wait, and those that Java and the decoder share. */
 #pragma once
 
 #include "kivjniffmpeg/buffers/frame_buffer.h"
@@ -16,10 +16,10 @@ struct dsd_decoded_picture
 };
 
 /**
- * Decoded pictures in the order in which they came, and the frames of delivered pictures that the decoder may still read.
+ * Decoded pictures that wait, oldest first, and the frames of delivered pictures that the decoder may still read.
  *
- * Java sees a direct buffer as it is. The frame kept here counts as one more user of the picture, so no decoder goes on
- * writing into it. Used by the thread that runs the codec, and cleared while that thread's environment is registered.
+ * Java shares the memory of a direct buffer. The frame that is kept here counts as one more user of the picture, so
+ * that no decoder writes into it again. Used by the thread that runs the codec, while its environment is registered.
  */
 class c_picture_queue
 {
@@ -35,11 +35,11 @@ public:
     /** Releases the waiting pictures. */
     void clear() noexcept { dsc_waiting.clear(); }
 
-    /** Keeps the frame of a picture that was delivered in memory which Java and the decoder share. */
+    /** Keeps the frame of a delivered picture whose memory Java and the decoder share. */
     void share(std::unique_ptr<c_avframe> dsp_frame) { dsc_shared.push_back(std::move(dsp_frame)); }
-    /** Releases the shared frames that nothing in FFmpeg refers to any more. */
+    /** Releases the shared frames that the decoder does not use any more. */
     void release_unused_pictures();
-    /** Releases every shared frame: the decoder is closed. */
+    /** Releases all shared frames, when the decoder is closed. */
     void release_shared_pictures() noexcept { dsc_shared.clear(); }
 
 private:

@@ -100,7 +100,7 @@ void c_swr_ctx::convert(c_avframe &dsp_in, ca_ffmpeg_buffer &dsp_out)
     const int64_t ill_sample_bytes = int64_t{imc_out_sample_size} * imc_out_channels;
     const auto iml_room = static_cast<int32_t>(ill_sample_bytes <= 0 ? 0 : dsp_out.capacity() / ill_sample_bytes);
     uint8_t *autl_out = dsp_out.data();
-    // The same as data, and all of the planes where there are more than data has room for.
+    // extended_data has all planes, also when there are more than data can hold.
     uint8_t **aautl_planes = dsp_in->extended_data != nullptr ? dsp_in->extended_data : dsp_in->data;
     const int inl_samples =
         g_swresample.swr_convert(adsc_swr, &autl_out, std::min(most_out(dsp_in->nb_samples), iml_room),

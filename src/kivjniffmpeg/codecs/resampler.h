@@ -9,8 +9,8 @@
 #include <cstdint>
 
 /**
- * Owns libswresample's state. Both formats are set, then init(), then any number of conversions; what a change of rate
- * holds back waits inside for the next one. Every failure is a c_ffmpeg_exception.
+ * Owns libswresample's state. Set both formats, call init(), then convert any number of times. Samples that a change of
+ * rate holds back come with the next conversion. Every failure is a c_ffmpeg_exception.
  */
 class c_swr_ctx
 {
@@ -20,22 +20,22 @@ public:
     c_swr_ctx(const c_swr_ctx &) = delete;
     c_swr_ctx &operator=(const c_swr_ctx &) = delete;
 
-    /** What comes in. A format without a rate or without a sample format is refused: libswresample would crash on it. */
+    /** Sets the input. Throws for a format without a rate or a sample format, with which libswresample would crash. */
     void set_src_format(const c_aformat &dsp_format);
-    /** What goes out, which is always interleaved unless a frame is the destination. Refuses as set_src_format. */
+    /** Sets the output, which is interleaved unless it is a frame. Throws as set_src_format. */
     void set_dst_format(const c_aformat &dsp_format);
     /** @return libswresample's result, not negative */
     int init();
 
-    /** Converts a frame into the buffer, as many samples as fit; the buffer's data size tells how many bytes came. */
+    /** Converts a frame into the buffer, as many samples as fit, and sets the buffer's data size. */
     void convert(c_avframe &dsp_in, ca_ffmpeg_buffer &dsp_out);
-    /** Converts interleaved samples, @p ump_nb_samples per channel, into the frame, whose nb_samples tells what came. */
+    /** Converts interleaved samples, @p ump_nb_samples per channel, into the frame and sets its nb_samples. */
     void convert(const uint8_t *autp_in, uint32_t ump_nb_samples, c_avframe &dsp_out);
 
 private:
-    /** Tells the channel count where no layout does, and takes it back where one does again. */
+    /** Sets the channel count of a format without a channel layout, and resets it for one with a layout. */
     void set_channel_count(const char *strp_option, const c_aformat &dsp_format, int32_t &imp_set);
-    /** Samples per channel that this many more of input can give. */
+    /** The most samples per channel that the output can have after @p imp_in more of input. */
     int32_t most_out(int32_t imp_in);
 
     SwrContext *adsc_swr;

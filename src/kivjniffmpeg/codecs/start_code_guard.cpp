@@ -5,7 +5,7 @@
 namespace
 {
 
-/** Whether a start code, 00 00 01 xx or H.263's 00 00 8x xx, may begin here, as far as its first bytes are known. */
+/** Whether the bytes may begin a start code, 00 00 01 xx or H.263's 00 00 8x xx; they may be fewer than its four. */
 bool may_begin_start_code(std::span<const uint8_t> utp_bytes)
 {
     const auto is_unknown_or = [utp_bytes](size_t ulp_index, auto dsp_fits) {

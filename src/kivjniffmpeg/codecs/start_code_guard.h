@@ -8,16 +8,16 @@
 #include <vector>
 
 /**
- * Withholds a start code that begins at the end of a packet and puts it before the next packet.
+ * Withholds the beginning of a start code at the end of a packet, and puts it before the next packet.
  *
- * A start code that is cut in two makes FFmpeg's splitter go back into its memory, which 2.8.1 has lost when the picture
- * between the two packets began a new sequence. The splitter finds a code with its last byte, so it finds the same
- * pictures as before. Used by the thread that runs the codec.
+ * When a start code is cut in two, FFmpeg's splitter reads its beginning again from its own memory, which 2.8.1 has
+ * lost if the picture in between began a new sequence. The splitter reports a start code at its last byte, so
+ * withholding the others changes no picture. Used by the thread that runs the codec.
  */
 class c_start_code_guard
 {
 public:
-    /** Start codes that share bytes over more than this many bytes are dropped: no stream looks like that. */
+    /** A longer chain of start codes that share bytes is dropped, because no stream has one. */
     static constexpr size_t ul_longest_start_codes = 64;
 
     /**

@@ -37,7 +37,7 @@ c_videocodec::~c_videocodec()
         c_videocodec::reset();
         c_videocodec::close();
     } catch (...) {
-        // Nothing of it throws but trace lines' own failures; the members are freed below all the same.
+        // Only trace lines can throw here. The destructors of the members free everything.
     }
     if (dsl_env.raw() != nullptr)
         get_ffmpeg()->forget_vcodec_object(dsl_env, this);
@@ -58,7 +58,7 @@ bool c_videocodec::find_dst_format_for_pixfmt(AVPixelFormat iep_format)
     const unsigned int unl_tag = g_avcodec.avcodec_pix_fmt_to_codec_tag(iep_format);
     TRACE_LINE(im_level_debug, "%s#%s(): pixfmt_fourcc=0x%x", unl_tag);
     for (size_t ull_idx = 0; ull_idx < dsc_dst_formats.size(); ++ull_idx) {
-        // An RGB model has code 0 and so matches every format that has no code.
+        // kept on purpose: an RGB model has code 0 and matches every format without a code.
         const auto unl_fourcc = static_cast<unsigned int>(dsc_dst_formats[ull_idx]->fourcc());
         TRACE_LINE(im_level_debug, "%s#%s(): test dst_format fourcc=0x%x", unl_fourcc);
         if (unl_fourcc == unl_tag) {
@@ -142,7 +142,7 @@ void c_videocodec::set_option(std::string_view strp_name, bool bp_on)
         throw_ffmpeg_exception(1345, "no such codec option: ", strp_name);
     if (takes_direct_buffers() && g_avutil.av_buffer_get_ref_count == nullptr)
         throw_ffmpeg_exception(1346, "this FFmpeg cannot decode into direct buffers");
-    // So that a picture which Java reads counts as in use, and no decoder goes on writing into it.
+    // So that a shared picture counts as in use, and no decoder writes into it again.
     dsc_codec_ctx->refcounted_frames = takes_direct_buffers() ? 1 : 0;
 }
 

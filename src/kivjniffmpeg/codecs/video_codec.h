@@ -23,15 +23,15 @@
 #include <string_view>
 #include <vector>
 
-/** What process() says; the numbers are Java's. */
+/** What process() returns; the numbers are Java's. */
 enum ie_process_result : int32_t
 {
     ie_picture = natives::ProcessResult::PICTURE, /**< one picture, no more waiting */
     ie_picture_and_more =
         natives::ProcessResult::PICTURE_AND_MORE,       /**< one picture, more waiting: call again without data */
-    ie_no_picture = natives::ProcessResult::NO_PICTURE, /**< nothing to hand out */
+    ie_no_picture = natives::ProcessResult::NO_PICTURE, /**< no picture to deliver */
     ie_picture_model_changed = natives::ProcessResult::
-        PICTURE_MODEL_CHANGED, /**< one picture, no more waiting, and the chosen model is new since the last report */
+        PICTURE_MODEL_CHANGED, /**< one picture, no more waiting, and another model was chosen since the last report */
     ie_decoding_error = natives::ProcessResult::DECODING_ERROR /**< the packet, or its rest, could not be decoded */
 };
 
@@ -42,11 +42,11 @@ inline constexpr int32_t im_flag_discontinuity =
 /**
  * Decodes packets into pictures in one of the colour models that Java takes.
  *
- * The decoder writes into Java's arrays where its pixel format is the model's; otherwise into native memory, from which
- * the picture is converted into a Java array. Pictures wait in a list and are handed out one per call, oldest first.
+ * If the decoder's pixel format is the model's, it writes into Java's arrays. Otherwise it writes into native memory,
+ * and the picture is converted into a Java array. Pictures wait in a queue; each call delivers one, the oldest.
  *
- * Every call comes from an entry point: Java is reached through the environment registered for the thread. A Java
- * exception that a callback throws ends the call with a kiv::jni::c_jniexception and stays pending.
+ * Java is reached through the environment that the exported function registered. A Java exception that a callback
+ * throws ends the call with a kiv::jni::c_jniexception and stays pending.
  */
 class c_videocodec final : public c_codec
 {
@@ -61,7 +61,7 @@ public:
     void append_dst_format(std::unique_ptr<c_colormodel> dsp_model);
     bool has_dst_formats() const noexcept { return !dsc_dst_formats.empty(); }
 
-    /** Whether no output model has been chosen yet. */
+    /** Whether no output model is chosen yet. */
     bool unknown_dst_format() const noexcept { return imc_dst_format_idx < 0; }
     /**
      * Chooses the first model whose four-character code is that of the decoder's format.
@@ -69,7 +69,7 @@ public:
      * @return true when the choice changed, otherwise whether none is chosen
      */
     bool find_dst_format_for_pixfmt(AVPixelFormat iep_format);
-    /** The chosen model; without a choice the first RGB one or else the first of all is chosen, for good. */
+    /** The chosen model. Without a choice this chooses the first RGB model, or the first of all if there is none. */
     c_colormodel &get_current_dst_format();
 
     /** @return false, after an error line, when FFmpeg refuses */
@@ -78,10 +78,11 @@ public:
     bool reset() override;
 
     /**
-     * Decodes a packet and hands out at most one picture.
+     * Decodes a packet and delivers at most one picture.
      *
-     * @param autp_data null only hands out, with im_flag_drain after having fetched what the decoder holds back. FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes follow the @p imp_lendata.
-     * @param ilp_timestamp becomes the packet's, in units of the caller's
+     * @param autp_data the packet, followed by FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes. With null nothing is decoded;
+     *        im_flag_drain then drains the decoder.
+     * @param ilp_timestamp the packet's, in units of the caller's choice
      * @param dsp_out zeroed by the caller
      * @return an ie_process_result
      * @throws std::invalid_argument "imp_lendata" for a negative length
@@ -89,27 +90,27 @@ public:
     int32_t process(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp,
                     dsd_out_params &dsp_out);
 
-    /** Called with every picture buffer: the layout that the format export tells. */
+    /** Keeps the layout of the newest picture buffer for export_dst_format. */
     void remember_layout(const dsd_picture_layout &dsp_layout) noexcept;
 
-    /** Memory for a picture that FFmpeg or the conversion writes; Java is told the size. Throws as the kinds of buffers do. */
+    /** Memory of the kind that the picture needs. Throws as the constructors of the buffers do. */
     std::unique_ptr<ca_ffmpeg_buffer> allocate_picture(int32_t imp_width, int32_t imp_height, AVPixelFormat iep_format,
                                                        const dsd_picture_layout &dsp_layout);
 
     /**
-     * Sets what the codec interface itself leaves fixed:
+     * Sets an option:
      * - "whole_packets": packets are not cut anywhere, and each picture comes with its own packet.
-     * - "direct_buffers": pictures lie in direct buffers (c_direct_buffer) instead of arrays, and stay as they are until
-     *   Java lets go of them, whatever the decoder goes on with.
-     * - "native_format": pictures come in direct buffers in the decoder's own pixel format; no model is chosen.
+     * - "direct_buffers": pictures lie in direct buffers (c_direct_buffer) instead of arrays, and do not change until
+     *   Java releases them.
+     * - "native_format": pictures lie in direct buffers in the decoder's own pixel format; no model is chosen.
      *
-     * @throws c_ffmpeg_exception on an open codec, for another name, or when this FFmpeg cannot do it
+     * @throws c_ffmpeg_exception on an open codec, for another name, or when this FFmpeg lacks what the option needs
      */
     void set_option(std::string_view strp_name, bool bp_on);
     bool native_format() const noexcept { return bc_native_format; }
     bool takes_direct_buffers() const noexcept { return bc_direct_buffers || bc_native_format; }
 
-    /** Describes the chosen model and the buffers last allocated, as a new int[16]; null while nothing is chosen. */
+    /** The chosen model and the newest picture buffer, laid out as PictureLayout; null before a model is chosen. */
     jintArray export_dst_format(JNIEnv *adsp_env);
 
     /** Memory for the packet of the next process() call. */
@@ -120,7 +121,7 @@ private:
     bool decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags, int64_t ilp_timestamp);
     void drain(int32_t imp_flags, int64_t ilp_timestamp);
     void queue_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t imp_flags, int64_t ilp_timestamp);
-    /** The decoder's picture as Java takes it: in the format given and in memory that no other picture uses. */
+    /** The decoder's picture as Java takes it: in this format, in memory that no other picture uses, and top-down. */
     dsd_decoded_picture make_deliverable(std::unique_ptr<c_avframe> dsp_frame, AVPixelFormat iep_format);
     /** Whether Java gets the V plane first. */
     bool swaps_chroma();
@@ -140,7 +141,7 @@ private:
     c_picture_queue dsc_pictures;
     c_picture_maker dsc_picture_maker;
     c_padded_bytes dsc_input;
-    c_start_code_guard dsc_start_code_guard; // of a decoder that takes packets cut anywhere
+    c_start_code_guard dsc_start_code_guard; // for a decoder that takes packets cut anywhere
     int32_t imc_frame_count = 0;
     int32_t imc_got_picture = 0;
     std::array<int32_t, 4> aimc_linesizes{};

@@ -15,7 +15,7 @@
 namespace
 {
 
-/** More pictures than any decoder holds back, so that draining always ends. */
+/** More pictures than any decoder can delay, so that draining always ends. */
 constexpr int in_most_held_back = 64;
 
 c_codec::dsd_picture_info describe(const AVFrame &dsp_frame)
@@ -36,7 +36,7 @@ c_codec::dsd_picture_info describe(const AVFrame &dsp_frame)
         .imc_colorspace = dsp_frame.colorspace};
 }
 
-/** A cropped picture begins inside its planes: the offsets that Java gets lead to what is shown. */
+/** Sets the offsets of the shown picture: a cropped picture begins inside its planes. */
 void set_plane_offsets_from(const AVFrame &dsp_frame, bool bp_swapped_chroma, ca_ffmpeg_buffer &dsp_buffer)
 {
     std::array<int32_t, 4> aiml_offsets{};
@@ -115,7 +115,7 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
     return true;
 }
 
-/** Fetches what the decoder holds back until its stream ends. */
+/** Queues the pictures that the decoder delays until its stream ends. */
 void c_videocodec::drain(int32_t imp_flags, int64_t ilp_timestamp)
 {
     TRACE_FUNCTION(3);
@@ -161,8 +161,8 @@ dsd_decoded_picture c_videocodec::make_deliverable(std::unique_ptr<c_avframe> ds
     if (iep_format != dsp_frame->pixel_format())
         return dsc_picture_maker.convert(*dsp_frame, iep_format, dsc_vformat->width(), dsc_vformat->height());
     c_framebuffer_reference dsl_buffer = ffmpeg_get_framebuffer(*dsp_frame);
-    // A decoder may return a buffer once more, as a picture that repeats another one or after a flush. That memory is
-    // another picture's, so this one gets its own. So does a bottom-up picture.
+    // A decoder may return a buffer again, for a picture that repeats another one or after a flush. That memory is the
+    // other picture's, so this one gets its own. So does a bottom-up picture.
     if (dsl_buffer->delivered() || dsc_pictures.holds(dsl_buffer.get()) || (*dsp_frame)->linesize[0] < 0)
         return dsc_picture_maker.duplicate(*dsp_frame);
     set_plane_offsets_from(*dsp_frame->frame(), swaps_chroma(), *dsl_buffer.get());

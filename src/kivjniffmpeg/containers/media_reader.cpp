@@ -19,16 +19,16 @@ namespace StreamFields = natives::StreamFields;
 namespace
 {
 
-/** The containers that are read, by the first of their names. */
+/** The first name of each container that is read. */
 constexpr std::string_view s_formats[] = {
     "avi", "mov", "matroska", "mpeg", "mpegts", "asf",  "flv",       "ogg",  "wav", "mp3",
     "aac", "ac3", "dts",      "amr",  "flac",   "h264", "mpegvideo", "h263", "m4v", "dv",
 };
 
-/** How often FFmpeg may ask to be called again without having read anything: more than a buffer has units in it. */
+/** How often in a row FFmpeg may ask for another call without reading: a buffer has fewer units. */
 constexpr int in_idle_limit = 65536;
 
-/** Whether FFmpeg's name of a format, possibly several joined by commas, is on the list. */
+/** Whether the list has the first of FFmpeg's names of a format, which are joined by commas. */
 bool is_known_format(const char *strp_name)
 {
     const std::string_view strl_names(strp_name);
@@ -38,14 +38,14 @@ bool is_known_format(const char *strp_name)
 std::string error_text(int inp_error)
 {
     if (inp_error == AVERROR(EPERM))
-        return "no reason given"; // EPERM's number, but FFmpeg's readers just say -1
+        return "no reason given"; // the number of EPERM, but FFmpeg's readers return a plain -1
     char byrl_text[128];
     if (g_avutil.av_strerror == nullptr || g_avutil.av_strerror(inp_error, byrl_text, sizeof byrl_text) < 0)
         return "error " + std::to_string(inp_error);
     return byrl_text;
 }
 
-/** Everything that is not in the loader's tables proper; the rest of the library works without it. */
+/** Throws if a function is missing that only containers need. */
 c_ffmpeg *require_functions(c_ffmpeg *adsp_ffmpeg)
 {
     const struct
@@ -76,14 +76,14 @@ c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, job
     TRACE_FUNCTION(3);
     AVInputFormat *adsl_format = probe(dsp_env);
     dsc_format.context()->pb = dsc_source.io();
-    // Side data would otherwise be appended to the bytes, where decoders of other libraries do not expect it.
+    // Otherwise side data is merged into the bytes, where decoders of other libraries do not expect it.
     dsc_format.context()->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_KEEP_SIDE_DATA;
     const int inl_result = dsc_format.open_input(adsl_format);
     dsc_source.check(dsp_env);
     if (inl_result < 0)
         throw_ffmpeg_exception(2608, "opening as ", adsl_format->name, " failed: ", error_text(inl_result));
     forbid_nested_formats();
-    // Streams are looked at by decoding some of them, and what packets say of superfluous samples is not checked there.
+    // FFmpeg examines streams by decoding them, and does not check the samples to skip that packets name there.
     for (AVStream *adsl_stream : std::span(dsc_format.context()->streams, dsc_format.context()->nb_streams))
         adsl_stream->codec->flags2 |= CODEC_FLAG2_SKIP_MANUAL;
     examine_streams(dsp_env);
@@ -95,7 +95,7 @@ AVInputFormat *c_mediareader::probe(const c_jnienv &dsp_env) const
 {
     TRACE_FUNCTION(3);
     AVInputFormat *adsl_format = nullptr;
-    // No name and the default limit of bytes. What was read is kept in the AVIOContext for the reader proper.
+    // No name, and the default limit of bytes. The AVIOContext keeps what was read for the reader.
     const int inl_result = g_avformat.av_probe_input_buffer2(dsc_source.io(), &adsl_format, "", nullptr, 0, 0);
     dsc_source.check(dsp_env);
     if (inl_result < 0 || adsl_format == nullptr || !is_known_format(adsl_format->name))
@@ -105,7 +105,7 @@ AVInputFormat *c_mediareader::probe(const c_jnienv &dsp_env) const
 
 void c_mediareader::forbid_nested_formats() const
 {
-    // No format has this name. A release without the option would let an AVI's subtitles be anything.
+    // No format has this name. Without the option an AVI's subtitles could be of any format.
     if (const int inl_result = g_avutil.av_opt_set(dsc_format.context(), "format_whitelist", "none", 0); inl_result < 0)
         throw_ffmpeg_exception(2609, "this FFmpeg cannot forbid nested formats: ", error_text(inl_result));
 }
@@ -115,7 +115,7 @@ void c_mediareader::examine_streams(const c_jnienv &dsp_env) const
     TRACE_FUNCTION(3);
     const int inl_result = g_avformat.avformat_find_stream_info(dsc_format.context(), nullptr);
     dsc_source.check(dsp_env);
-    // A failure means that some parameters remain unknown, which a file that was cut short need not suffer from.
+    // After a failure some parameters are unknown, but a file that was cut short may still be readable.
     if (dsc_format.context()->nb_streams == 0)
         throw_ffmpeg_exception(2610, "no streams found", inl_result < 0 ? ": " + error_text(inl_result) : "");
 }
@@ -199,7 +199,7 @@ std::span<const uint8_t> c_mediareader::extradata(int32_t imp_index) const
 bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
 {
     TRACE_FUNCTION(3);
-    // Some readers ask to be called again after each unit that is no packet, for ever when they make no headway.
+    // Some readers ask for another call after each unit that is no packet, endlessly when they make no progress.
     int inl_result = 0;
     uint64_t ull_reads = dsc_source.reads();
     int inl_idle = 0;
@@ -209,7 +209,7 @@ bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
         inl_idle = ull_reads == dsc_source.reads() ? inl_idle + 1 : 0;
         ull_reads = dsc_source.reads();
     } while (inl_result == AVERROR(EAGAIN) && inl_idle < in_idle_limit);
-    // FFmpeg's reader of AMR calls the end of its file a failed read.
+    // FFmpeg's reader of AMR reports the end of the file as a failed read.
     if (inl_result == AVERROR_EOF || (inl_result == AVERROR(EIO) && dsc_source.at_end()))
         return false;
     if (inl_result < 0)
@@ -218,13 +218,13 @@ bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
     return true;
 }
 
-// FFmpeg's reader of AVI ends the process when it seeks with units of time that a fraction of its own could not hold.
+// FFmpeg's reader of AVI ends the process when it seeks and a stream's time base is not exactly its header's.
 bool c_mediareader::has_exact_time_bases() const noexcept
 {
     if (std::string_view(format_name()) != "avi")
         return true;
     const std::span dsl_streams(dsc_format.context()->streams, dsc_format.context()->nb_streams);
-    // Sound that DV brings along within its pictures has nothing of the AVI's own; such files are sought in another way.
+    // Sound within DV pictures has no header of the AVI's. FFmpeg seeks in such files in another way.
     if (std::ranges::any_of(dsl_streams, [](const AVStream *adsp_stream) { return adsp_stream->priv_data == nullptr; }))
         return true;
     return std::ranges::all_of(dsl_streams, [](const AVStream *adsp_stream) {

@@ -1,4 +1,4 @@
-/** @file A container that is being read: its streams and packets. */
+/** @file The container reader behind a Java handle. */
 #pragma once
 
 #include "kivjniffmpeg/containers/media_source.h"
@@ -15,25 +15,24 @@
 #include <span>
 
 /**
- * Opens what a Java source reads, if it is one of the plain containers, and hands out its packets.
+ * Opens a container of a fixed list of formats from a Java source, and reads its packets.
  *
- * One thread at a time. Every function that reads may call Java; what Java throws there is pending when the function
- * throws kiv::jni::c_jniexception.
+ * Used by one thread at a time. Every function that reads may call Java. An exception that Java throws there is pending
+ * when the function throws kiv::jni::c_jniexception.
  *
  * The bytes are not trusted. Nothing in them makes the process open a file or a connection:
- * - Only the formats of a fixed list are read, none of which is a playlist, a description of a session, or a list of
- *   pictures. The format is guessed by FFmpeg over all it knows, so that such a file is recognised, and refused before
- *   its reader runs.
+ * - No format of the list is a playlist, a session description or a list of pictures. FFmpeg probes all formats that it
+ *   knows, so that it recognises such a file, which is refused before its reader runs.
  * - An MP4 or MOV track may refer to another file: see c_avformat_ctx::open_input.
- * - A subtitle packet of an AVI may hold a file of any format, which is opened in memory with an empty name: forbidden by
- *   an empty list of formats, set as soon as the outer reader, which must not be on it, has been opened.
- * - The other readers of the list open nothing but memory of their own.
+ * - A subtitle packet of an AVI may hold a file of any format, which FFmpeg opens in memory. An empty list of formats
+ *   forbids this. It is set once the outer reader is open, because the outer format must not be on the list.
+ * - The other readers of the list open nothing.
  */
 class c_mediareader
 {
 public:
     /**
-     * @param adsp_ffmpeg kept by a reference of its own
+     * @param adsp_ffmpeg the reader holds a reference to it
      * @param avop_source a c_mediareader_source
      * @throws c_ffmpeg_exception when the bytes are no such container
      */
@@ -44,30 +43,31 @@ public:
 
     c_ffmpeg *get_ffmpeg() const noexcept { return dsc_ffmpeg.get(); }
 
-    /** The container, laid out as ReaderInfo. */
+    /** What is known of the container, laid out as ReaderInfo. */
     std::array<int64_t, natives::ReaderInfo::SIZE> info() const noexcept;
     /** FFmpeg's short name. */
     const char *format_name() const noexcept;
 
-    /** A stream, laid out as StreamFields. @throws c_ffmpeg_exception for an index out of range */
+    /** What is known of a stream, laid out as StreamFields. @throws c_ffmpeg_exception for an index out of range */
     std::array<int64_t, natives::StreamFields::SIZE> stream_info(int32_t imp_index) const;
     /** FFmpeg's short name. @throws c_ffmpeg_exception for an index out of range */
     const char *codec_name(int32_t imp_index) const;
-    /** The stream's own bytes, valid until the next call that reads. @throws c_ffmpeg_exception for an index out of range */
+    /** Extradata, valid until the next call that reads. @throws c_ffmpeg_exception for an index out of range */
     std::span<const uint8_t> extradata(int32_t imp_index) const;
 
     /**
-     * Fills @p dsp_packet, which must be empty; false at the end. Behind the bytes there is the palette that comes with
-     * them, if one does: decoders know it by its mark, and have no other from most containers.
+     * Reads the next packet into @p dsp_packet, which must be empty. A palette in its side data is merged into the
+     * bytes, because most containers store it nowhere else.
      *
+     * @return false at the end
      * @throws c_ffmpeg_exception when reading fails
      */
     bool read(const kiv::jni::c_jnienv &dsp_env, c_avpacket &dsp_packet);
 
     /**
-     * @param imp_stream the stream in whose time base the time is, -1 for microseconds
+     * @param imp_stream the stream in whose time base the time is; -1 for microseconds
      * @param imp_flags AVSEEK_FLAG_BACKWARD and AVSEEK_FLAG_ANY
-     * @throws c_ffmpeg_exception when the container cannot do it
+     * @throws c_ffmpeg_exception when the container cannot seek there
      */
     void seek(const kiv::jni::c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags);
 

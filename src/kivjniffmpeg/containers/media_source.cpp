@@ -18,21 +18,21 @@ using kiv::jni::c_local_ref;
 namespace
 {
 
-/** As large as the Java side's, so that one read fills it. */
+/** As large as Java's buffer, so that one read fills it. */
 constexpr int32_t im_io_buffer_size = natives::c_mediareader_source::BUFFER_SIZE;
 
 } // namespace
 
 void c_mediasource::dsd_delete_global_ref::operator()(jobject avop_reference) const noexcept
 {
-    // Without an environment the thread is in no call of Java's, which cannot be; a leak is then the lesser evil.
+    // Sources are destroyed inside a call. Outside one, the reference would leak.
     if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr)
         adsl_env->DeleteGlobalRef(avop_reference);
 }
 
 void c_mediasource::dsd_free_io::operator()(AVIOContext *adsp_io) const noexcept
 {
-    g_avutil.av_freep(&adsp_io->buffer); // probing may have replaced the one that it was made with
+    g_avutil.av_freep(&adsp_io->buffer); // probing may have replaced the first buffer
     g_avutil.av_freep(&adsp_io);
 }
 
@@ -88,7 +88,7 @@ int64_t c_mediasource::reject(const char *strp_complaint, int64_t ilp_value) noe
     return AVERROR_EXIT;
 }
 
-/** Runs one request of FFmpeg's; what cannot be asked, or throws, is an error of FFmpeg's and no more. */
+/** Runs one request of FFmpeg's. A failure or an exception becomes an FFmpeg error. */
 template <class WORK> int64_t c_mediasource::ask(void *avp_source, WORK dsp_work) noexcept
 {
     auto &dsl_source = *static_cast<c_mediasource *>(avp_source);
@@ -98,7 +98,7 @@ template <class WORK> int64_t c_mediasource::ask(void *avp_source, WORK dsp_work
     try {
         return dsp_work(dsl_source, dsl_env);
     } catch (const std::exception &) {
-        return AVERROR_EXIT; // the Java exception is pending, for check() to find
+        return AVERROR_EXIT; // check() finds the pending Java exception
     }
 }
 
@@ -113,7 +113,7 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
         const jint iml_count = dsp_env.call_int_method(dsp_source.avoc_source.get(), dsp_source.adsc_read, iml_wanted);
         dsp_source.bc_at_end = iml_count == natives::c_mediareader_source::END;
         if (dsp_source.bc_at_end)
-            return 0; // as FFmpeg's own files do: an error would stick to the AVIOContext when it seeks back
+            return 0; // as for FFmpeg's own files: an AVIOContext would keep an error even after seeking back
         if (iml_count < 1 || iml_count > iml_wanted)
             return dsp_source.reject("a count that cannot be", iml_count);
         std::memcpy(autp_to, dsp_source.autc_bytes, static_cast<size_t>(iml_count));
@@ -129,7 +129,7 @@ int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence
             const int64_t ill_size = dsp_source.ask_size(dsp_env);
             return ill_size < 0 ? AVERROR(ENOSYS) : ill_size;
         }
-        // FFmpeg knows where it is, and asks for the end only when there is no size.
+        // FFmpeg knows its position, and seeks to the end only when there is no size.
         if (inl_whence != SEEK_SET || ilp_offset < 0)
             return AVERROR(EINVAL);
         return dsp_source.move(dsp_env, ilp_offset);
@@ -144,8 +144,8 @@ int64_t c_mediasource::ask_size(const c_jnienv &dsp_env)
 
 int64_t c_mediasource::move(const c_jnienv &dsp_env, int64_t ilp_position)
 {
-    // A damaged size in the bytes leads anywhere. FFmpeg's readers rely on moving there and finding the end, as in a
-    // file, but channels refuse what their file system could never hold.
+    // A damaged size may lead to any position. As with a file, FFmpeg's readers expect to seek there and find the end,
+    // but a channel refuses positions that no file can have.
     bc_behind_known_end = ilp_position > ilc_known_size && ask_size(dsp_env) >= 0 && ilp_position > ilc_known_size;
     if (bc_behind_known_end)
         return ilp_position;

@@ -1,4 +1,4 @@
-/** @file The bytes of a container, which come from Java. */
+/** @file The bytes of a container, read by Java. */
 #pragma once
 
 #include "jni/jnienv.h"
@@ -10,21 +10,21 @@
 #include <memory>
 
 /**
- * A Java object that reads, seeks and knows its size (c_mediareader_source), seen as FFmpeg's AVIOContext.
+ * FFmpeg's AVIOContext on a Java object that reads, seeks and knows its size (c_mediareader_source).
  *
- * The bytes pass through the object's one direct buffer, so no array is pinned while Java or FFmpeg work. Works through
- * the environment registered for the calling thread; made, used and destroyed inside entry points only.
+ * The bytes come through the object's one direct buffer, so no array is pinned while Java or FFmpeg works. Uses the
+ * environment registered for the calling thread: it is made, used and destroyed inside exported functions only.
  *
- * FFmpeg cannot carry a Java exception. While one is pending Java is not asked again: every further read fails at once,
- * and check() brings the exception to the surface when FFmpeg has returned.
+ * FFmpeg cannot transport a Java exception. While one is pending every further read fails without calling Java, and
+ * check() throws when FFmpeg has returned.
  */
 class c_mediasource
 {
 public:
     /**
-     * @param avop_source kept by a global reference
-     * @throws c_ffmpeg_exception when there is no source, or no direct buffer in it
-     * @throws kiv::jni::c_jniexception when it lacks a method, or throws; the Java exception is then pending
+     * @param avop_source kept in a global reference
+     * @throws c_ffmpeg_exception when the source is null or has no direct buffer
+     * @throws kiv::jni::c_jniexception when the source lacks a method or throws; the Java exception is then pending
      * @throws std::bad_alloc
      */
     c_mediasource(const kiv::jni::c_jnienv &dsp_env, jobject avop_source);
@@ -32,20 +32,20 @@ public:
     c_mediasource(const c_mediasource &) = delete;
     c_mediasource &operator=(const c_mediasource &) = delete;
 
-    /** Stays this object's. */
+    /** The AVIOContext, which this object owns. */
     AVIOContext *io() const noexcept { return adsc_io.get(); }
 
-    /** How often Java was asked for bytes: what does not change while FFmpeg works on what it has. */
+    /** How often Java was asked for bytes. */
     uint64_t reads() const noexcept { return ulc_reads; }
 
     /** Whether the last read found the end. */
     bool at_end() const noexcept { return bc_at_end; }
 
     /**
-     * To be called whenever FFmpeg returns.
+     * Called whenever FFmpeg has returned.
      *
      * @throws kiv::jni::c_jniexception when a Java exception is pending
-     * @throws c_ffmpeg_exception when the source returned what it must not; it stays unusable
+     * @throws c_ffmpeg_exception when the source returned an invalid value; it is unusable from then on
      */
     void check(const kiv::jni::c_jnienv &dsp_env) const;
 
@@ -69,17 +69,17 @@ private:
     int64_t reject(const char *strp_complaint, int64_t ilp_value) noexcept;
 
     c_global_ref avoc_source;
-    c_global_ref avoc_buffer; // keeps the direct memory below
+    c_global_ref avoc_buffer; // keeps the memory below
     const uint8_t *autc_bytes = nullptr;
     int64_t ilc_capacity = 0;
     jmethodID adsc_read = nullptr;
     jmethodID adsc_seek = nullptr;
     jmethodID adsc_size = nullptr;
     uint64_t ulc_reads = 0;
-    int64_t ilc_known_size = -1; // what Java said last; -1 for unknown
+    int64_t ilc_known_size = -1; // as Java returned it last; -1 for unknown
     bool bc_at_end = false;
-    bool bc_behind_known_end = false;     // the position that FFmpeg is at, without Java's having been told
-    const char *strc_complaint = nullptr; // a literal: what the source did wrong
+    bool bc_behind_known_end = false;     // FFmpeg is behind the end, and Java was not told
+    const char *strc_complaint = nullptr; // a literal that names the invalid value
     int64_t ilc_complaint_value = 0;
     std::unique_ptr<AVIOContext, dsd_free_io> adsc_io;
 };

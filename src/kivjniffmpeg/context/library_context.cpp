@@ -12,7 +12,7 @@ namespace
 {
 
 c_mutex s_library_mutex;
-std::optional<pthread_key_t> s_env_key; // none before start-up
+std::optional<pthread_key_t> s_env_key; // empty before start-up
 
 } // namespace
 
@@ -41,7 +41,7 @@ void c_ffmpeg::find_methods(const c_jnienv &dsp_env, jclass avop_api_class)
 void c_ffmpeg::take_references(const c_jnienv &dsp_env, jclass avop_api_class, jobject avop_receiver)
 {
     TRACE_FUNCTION(3);
-    // print_info was looked up in the class: calling it on an object of another one would be undefined.
+    // print_info is a method of this class: calling it on an object of another class would be undefined.
     if (avop_receiver != nullptr && !dsp_env.raw()->IsInstanceOf(avop_receiver, avop_api_class))
         throw_ffmpeg_exception(2127, "log receiver is not an instance of the api class");
     const kiv::jni::c_local_ref dsl_object(dsp_env.raw(), dsp_env.find_class("java/lang/Object"));
@@ -155,7 +155,7 @@ c_mutex &c_ffmpeg::library_mutex()
 void c_ffmpeg::register_threadlocal_env(c_register_threadlocal_env *adsp_registration)
 {
     TRACE_FUNCTION(3);
-    // Before start-up there is no key; the library mutex, which then does not exist either, is what fails the call.
+    // Before start-up there is no key. The call then fails at the library mutex, which does not exist either.
     if (s_env_key && pthread_setspecific(*s_env_key, adsp_registration) != 0)
         throw kiv::jni::c_jniexception("pthread_setspecific failed");
 }
@@ -182,7 +182,7 @@ c_register_threadlocal_env::~c_register_threadlocal_env()
     try {
         c_ffmpeg::register_threadlocal_env(adsc_outer);
     } catch (const kiv::jni::c_jniexception &) {
-        // Only the first registration of a thread can want memory; this one replaces it.
+        // Only the first registration of a thread may need memory; this one replaces it.
     }
 }
 

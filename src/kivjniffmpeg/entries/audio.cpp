@@ -1,4 +1,4 @@
-// The exported functions of sound codecs.
+// The exported functions of audio codecs.
 
 #include "jni/array_holders.h"
 #include "jni/exceptions.h"

@@ -1,4 +1,4 @@
-/** @file What the exported functions of video and audio codecs share. */
+/** @file What the exported functions of video and audio codecs have in common. */
 #pragma once
 
 #include "jni/array_holders.h"

@@ -1,4 +1,4 @@
-// The exported functions that set what the codec interface itself leaves fixed.
+// The exported functions of codec options.
 
 #include "jni/java_arrays.h"
 #include "jni/string_holder.h"
@@ -20,7 +20,7 @@ namespace
 
 static_assert(natives::c_codecoptions_ffmpeg::LOG_ERROR == AV_LOG_ERROR);
 
-/** Empty for null. Lives as long as the holder. */
+/** The text, valid as long as the holder; empty for null. */
 std::string_view text_of(const kiv::jni::c_jstring &dsp_name)
 {
     return dsp_name.characters() == nullptr ? std::string_view() : std::string_view(dsp_name.characters());

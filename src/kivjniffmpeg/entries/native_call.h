@@ -1,6 +1,6 @@
 /**
  * @file
- * What every exported function shares: one skeleton round the work, one place where C++ exceptions become Java's.
+ * What all exported functions have in common: their skeleton, and the place where C++ exceptions become Java's.
  */
 #pragma once
 
@@ -14,7 +14,7 @@
 /**
  * Turns the exception that is being handled into a pending Java exception; called from catch (...) only.
  *
- * c_jniexception and its kind raise their own class unless an exception is pending already, std::bad_alloc raises
+ * A c_jniexception throws its own class unless a Java exception is pending already, std::bad_alloc throws
  * OutOfMemoryError "thrown from native code", any other std::exception java.lang.Error with its text, and anything else
  * java.lang.Error without a message.
  */
@@ -48,7 +48,7 @@ template <class T> T *from_handle(jlong ilp_handle, const char *strp_message, in
 {
     if (ilp_handle == 0)
         throw_ffmpeg_exception(inp_line, strp_message);
-    // A Java long is what an address travels in. NOLINTNEXTLINE(performance-no-int-to-ptr)
+    // A Java long holds the address. NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<T *>(static_cast<intptr_t>(ilp_handle));
 }
 

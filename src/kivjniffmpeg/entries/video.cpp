@@ -25,7 +25,7 @@ namespace VideoParams = natives::VideoParams;
 namespace
 {
 
-/** What Java sets of the params array. */
+/** The elements of the params array that Java sets. */
 struct dsd_packet_params
 {
     int32_t imc_offset;

@@ -1,13 +1,13 @@
 /**
  * @file
- * The only door to FFmpeg's types and constants.
+ * All that the library knows of FFmpeg's types and constants.
  *
- * FFmpeg is opened at run time and its headers are not needed to build, so this file declares what the library uses of
- * libavcodec 56, libavformat 56, libavutil 54, libswresample 1 and libswscale 3 on x86-64: each structure as far as it
- * is touched, with gaps in between. The offsets hold for FFmpeg 2.5 to 2.8; the assertions below pin them, and the tests
- * compare them with the option tables of the libraries that are loaded.
+ * FFmpeg is opened at run time, and the build does not need its headers. So this file declares what the library uses of
+ * libavcodec 56, libavformat 56, libavutil 54, libswresample 1 and libswscale 3 on x86-64. A structure has the fields
+ * that are used, with gaps in between. The offsets hold for FFmpeg 2.5 to 2.8; the assertions below pin them, and the
+ * tests compare them with the option tables of the loaded libraries.
  *
- * Names are FFmpeg's own, because they are FFmpeg's things.
+ * The names are FFmpeg's own.
  */
 #pragma once
 
@@ -15,7 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// Only ever handled through pointers.
+// Used through pointers only.
 struct AVBufferRef;
 struct AVDictionary;
 struct AVPacketSideData;
@@ -116,17 +116,17 @@ enum AVCodecID : int
 inline constexpr int64_t AV_NOPTS_VALUE = INT64_MIN; /**< no timestamp */
 inline constexpr int AV_NUM_DATA_POINTERS = 8;
 inline constexpr int AV_LOG_ERROR = 16;
-inline constexpr int CODEC_CAP_DELAY = 0x20;            /**< the codec gives what it holds back for empty input */
+inline constexpr int CODEC_CAP_DELAY = 0x20;            /**< empty input drains the codec */
 inline constexpr int CODEC_CAP_TRUNCATED = 0x8;         /**< the decoder takes packets that are cut anywhere */
 inline constexpr int CODEC_FLAG_TRUNCATED = 0x10000;    /**< packets are cut anywhere */
-inline constexpr int CODEC_FLAG_EMU_EDGE = 0x4000;      /**< the decoder needs no edges round its pictures */
+inline constexpr int CODEC_FLAG_EMU_EDGE = 0x4000;      /**< the decoder needs no edges around its pictures */
 inline constexpr int FF_BUFFER_TYPE_USER = 2;           /**< the buffer came from our callback */
 inline constexpr int FF_COMPLIANCE_EXPERIMENTAL = -2;   /**< experimental encoders may open */
-inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that FFmpeg wants behind its input */
-inline constexpr int CODEC_FLAG2_SKIP_MANUAL = 1 << 29; /**< samples that packets call superfluous stay */
+inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that FFmpeg needs behind its input */
+inline constexpr int CODEC_FLAG2_SKIP_MANUAL = 1 << 29; /**< samples that a packet marks to be skipped are kept */
 inline constexpr int AVFMT_FLAG_CUSTOM_IO = 0x80; /**< pb is the caller's and stays when the container is closed */
-inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< packets get no side data appended to their bytes */
-inline constexpr int AVSEEK_SIZE = 0x10000;               /**< a seek callback is asked for the size instead */
+inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< side data is not merged into the packet's bytes */
+inline constexpr int AVSEEK_SIZE = 0x10000;               /**< whence of a seek callback that asks for the size */
 inline constexpr int AVSEEK_FORCE = 0x20000;              /**< or-ed to a seek callback's whence */
 inline constexpr int AVSEEK_FLAG_BACKWARD = 1;            /**< seek to a place at or before the time */
 inline constexpr int AVSEEK_FLAG_ANY = 4;                 /**< seek to places between key frames too */
@@ -174,7 +174,7 @@ struct AVRational
     int den;
 };
 
-/** What FFmpeg tells about the options of an object. */
+/** FFmpeg's description of the options of an object. */
 struct AVClass
 {
     const char *class_name;
@@ -183,7 +183,7 @@ struct AVClass
     uint8_t autc_tail[56];
 };
 
-/** One option: where its value lies in the object. Used to check the offsets of this header against the loaded binaries. */
+/** One option and the offset of its value in the object. The tests check the offsets of this header against it. */
 struct AVOption
 {
     const char *name;
@@ -236,7 +236,7 @@ struct AVFrame
     uint8_t autc_tail[16];
 };
 
-/** What comes with a packet's bytes. */
+/** Data that accompanies a packet's bytes. */
 struct AVPacketSideData
 {
     uint8_t *data;
@@ -245,8 +245,8 @@ struct AVPacketSideData
 };
 inline constexpr int AV_PKT_DATA_PALETTE = 0; /**< 256 colours of 32 bits */
 
-// Side data that is merged into a packet's bytes: for each element its bytes, its size in 32 bits and its type in 8, then
-// the marker in 64 bits, all big-endian. Private to libavcodec (avpacket.c).
+// Side data that is merged into a packet's bytes: for each element its bytes, its size in 32 bits and its type in 8. The
+// marker of 64 bits is last. All numbers are big-endian. Private to libavcodec (avpacket.c).
 inline constexpr uint64_t FF_MERGE_MARKER = 0x8C4D9D108E25E9FE;
 inline constexpr int in_first_side_data = 0x80; /**< or-ed to the type of the first element, which is read last */
 
@@ -280,7 +280,7 @@ struct AVCodec
     const AVSampleFormat *sample_fmts;
 };
 
-/** The state of one decoder or encoder. Its tail moves between releases: only this front part is declared, and FFmpeg allocates it. */
+/** The state of one decoder or encoder. Front part only: the rest differs between releases. FFmpeg allocates it. */
 struct AVCodecContext
 {
     const AVClass *av_class;
@@ -339,7 +339,7 @@ struct AVCodecContext
     int profile;
 };
 
-/** Where one component of a pixel format lies. Bit fields, first one in the low bits. */
+/** Where one component of a pixel format lies. Bit fields, the first one in the low bits. */
 struct AVComponentDescriptor
 {
     uint16_t plane : 2;
@@ -349,7 +349,7 @@ struct AVComponentDescriptor
     uint16_t depth_minus1 : 4;
 };
 
-/** What one pixel format looks like; element of the table av_pix_fmt_descriptors, so the size is pinned too. */
+/** One pixel format; an element of the table av_pix_fmt_descriptors, so the size is pinned too. */
 struct AVPixFmtDescriptor
 {
     const char *name;
@@ -414,7 +414,7 @@ struct AVFormatContext
 
 /**
  * What FFmpeg's AVI reader keeps in AVStream::priv_data; front part only. The structure is private to the reader
- * (avidec.c), and 2.5 to 2.8 have it alike.
+ * (avidec.c), and it is the same in 2.5 to 2.8.
  */
 struct AVIStream
 {
@@ -423,7 +423,7 @@ struct AVIStream
     uint32_t rate;
 };
 
-// The layout that the binaries have; a slip in a gap above does not compile.
+// The layout of the binaries. A gap of a wrong size above does not compile.
 static_assert(offsetof(AVRational, num) == 0);
 static_assert(offsetof(AVRational, den) == 4);
 static_assert(sizeof(AVRational) == 8);

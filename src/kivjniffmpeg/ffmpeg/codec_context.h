@@ -8,12 +8,12 @@
 
 class c_avframe;
 
-/** A registered decoder or encoder. Borrowed from FFmpeg for ever. */
+/** A registered decoder or encoder, which FFmpeg owns and never frees. */
 class c_avcodec
 {
 public:
     /**
-     * @param bp_decoder whether a decoder is meant, not an encoder
+     * @param bp_decoder true for a decoder, false for an encoder
      * @throws c_ffmpeg_exception "no decoder found for id=" or "no encoder found for id=" with the number
      */
     c_avcodec(AVCodecID iep_id, bool bp_decoder);
@@ -33,7 +33,7 @@ private:
     const AVCodec *adsc_codec;
 };
 
-/** The functions through which FFmpeg gets the memory of every frame and gives it back. No exception may leave them. */
+/** The functions that FFmpeg calls to get and release the memory of every frame. No exception may leave them. */
 struct dsd_buffer_callbacks
 {
     decltype(AVCodecContext::get_buffer) adsc_get_buffer;
@@ -42,9 +42,9 @@ struct dsd_buffer_callbacks
 };
 
 /**
- * The state of one decoder or encoder: owned, closed and freed with everything in it.
+ * Owns the state of one decoder or encoder, and closes and frees it.
  *
- * The buffer callbacks are installed from the start, so that every frame lies in memory of ours.
+ * The buffer callbacks are installed from the start, so that every frame lies in the library's memory.
  */
 class c_avcodec_ctx
 {
@@ -60,22 +60,22 @@ public:
     AVCodecContext *operator->() const { return context(); }
 
     /**
-     * Gives the decoder its set-up bytes, with zeroed padding behind them. Without memory for them it goes without.
+     * Copies the decoder's extradata, with zeroed padding behind it. Without memory for the copy there is none.
      *
      * Called at most once, before the codec is opened.
      */
     void set_extradata(std::span<const uint8_t> utp_extradata);
 
-    /** Has the installed callback provide memory for a frame. @return false when it could not */
+    /** Has the installed callback provide memory for a frame. @return false when it fails */
     bool get_buffer(c_avframe &dsp_frame);
-    /** Has the installed callback take back the frame's reference to its memory. */
+    /** Has the installed callback release the frame's reference to its memory. */
     void release_buffer(c_avframe &dsp_frame);
 
 private:
     AVCodecContext *adsc_context;
 };
 
-/** Puts a context's pixel format back at the end of a scope in which a buffer callback changes it. */
+/** Restores a context's pixel format at the end of the scope in which a buffer callback changes it. */
 class c_avcodec_ctx_resetter
 {
 public:

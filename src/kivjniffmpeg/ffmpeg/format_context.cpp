@@ -9,9 +9,9 @@ namespace
 {
 
 /**
- * The name that the input goes by. FFmpeg does not open it, as pb is set, but the reader of MP4 and MOV looks for the
- * files that a track refers to relative to it, and with an empty name would open them in the working directory. Below
- * this one, which is no directory, the system finds nothing, whatever follows, ".." included.
+ * The name of the input. FFmpeg does not open it, because pb is set. But the reader of MP4 and MOV opens the files that
+ * a track refers to relative to it; with an empty name it would look in the working directory. This name is no
+ * directory, so the system finds no file below it, whatever follows, ".." included.
  */
 constexpr const char *s_input_name = "/dev/null/";
 

@@ -16,13 +16,11 @@ public:
     AVFormatContext *context() const noexcept { return adsc_context; }
 
     /**
-     * Lets FFmpeg open the input that the context's pb reads.
+     * Has FFmpeg open the input that the context's pb reads.
      *
-     * A failure frees the context, as FFmpeg's function does; context() is null then.
+     * A failure frees the context; context() is null then. No file that the bytes refer to is opened.
      *
-     * Nothing that the bytes refer to is opened: a file name in them leads nowhere.
-     *
-     * @param adsp_format the container to take it for
+     * @param adsp_format the container's format
      * @return a negative FFmpeg error, otherwise 0
      */
     int open_input(AVInputFormat *adsp_format);

@@ -36,7 +36,7 @@ void c_avframe::reset()
 
 void c_avframe::free_attachments() noexcept
 {
-    // The defaults only overwrite: side data and tables that a decoder hung on the frame would be lost for ever.
+    // Setting the defaults frees nothing, and the side data and tables that a decoder attached would leak.
     if (g_avutil.av_frame_unref != nullptr && adsc_frame != nullptr)
         g_avutil.av_frame_unref(adsc_frame);
 }

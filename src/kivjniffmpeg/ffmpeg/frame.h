@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-/** Owns an AVFrame and what decoders attach to it; the memory behind its planes belongs to its frame buffer. */
+/** Owns an AVFrame and what decoders attach to it. The memory of its planes belongs to its frame buffer. */
 class c_avframe
 {
 public:
@@ -19,7 +19,7 @@ public:
     AVFrame *frame() const;
     AVFrame *operator->() const { return frame(); }
 
-    /** Back to FFmpeg's defaults; what a decoder attached is freed. */
+    /** Sets FFmpeg's defaults and frees what a decoder attached. */
     void reset();
 
     AVPixelFormat pixel_format() const { return static_cast<AVPixelFormat>(frame()->format); }
@@ -28,13 +28,13 @@ public:
     /**
      * Points the frame at interleaved or planar samples, which stay the caller's.
      *
-     * @param inp_align alignment that FFmpeg assumes of planes; 0 for its default
+     * @param inp_align alignment of the planes; 0 for FFmpeg's default
      * @throws c_ffmpeg_exception "Could not setup audio frame error=" with the numbers
      */
     void set_samples(int inp_channels, AVSampleFormat iep_format, const uint8_t *autp_samples, int inp_size,
                      int inp_align);
 
-    /** Marks an area of the picture in debugging builds of the pipeline; draws nothing. */
+    /** Draws nothing: a place for marks in the picture while debugging. */
     void draw_debug_area();
 
 private:

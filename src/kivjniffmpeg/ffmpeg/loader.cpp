@@ -31,11 +31,11 @@ enum class ie_state
     failed
 };
 
-/** How one library is opened and what is said when that fails. */
+/** How one library is opened, and the messages when that fails. */
 struct dsd_library
 {
     const char *strc_file;
-    const char *strc_open_message; // the reason, and for libavcodec the file before it
+    const char *strc_open_message; // with the reason, and before it the file of libavcodec
     bool bc_message_names_file;
     const char *strc_symbol_message;
     void **aavc_handle;
@@ -83,7 +83,7 @@ std::array<dsd_library, 5> s_libraries{{
 
 bool s_all_loaded = false;
 
-/** Reports a failure on standard error; @p strp_file is null where the message does not name the file. */
+/** Reports a failure on standard error. @p strp_file is null when the message does not name the file. */
 void report(const char *strp_message, const char *strp_file)
 {
     const char *strl_reason = dlerror();
@@ -99,7 +99,7 @@ void report(const char *strp_message, const char *strp_file)
 #pragma GCC diagnostic pop
 }
 
-/** Opens one library and fills its table; false after a message. */
+/** Opens one library and fills its table. @return false after a message */
 bool open_library(dsd_library &dsp_library, const char *strp_dir)
 {
     char byrl_path[4096];

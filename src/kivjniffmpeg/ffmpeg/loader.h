@@ -1,6 +1,6 @@
 /**
  * @file
- * Opens FFmpeg's five libraries and keeps one table of functions for each; nothing else calls FFmpeg but through these.
+ * Opens FFmpeg's five libraries and keeps a table of functions for each. All calls of FFmpeg go through the tables.
  *
  * The tables are plain records in static storage, all null at first. ffmpeg_loader::load fills them once per process
  * with the library mutex held; afterwards they are only read, on any thread, without a lock. The libraries stay open
@@ -64,13 +64,13 @@ namespace ffmpeg_loader
 {
 
 /**
- * Opens the libraries and resolves their functions; returns at once when that has been done before.
+ * Opens the libraries and resolves their functions. Does nothing when that has succeeded before.
  *
- * A library is tried at most once per process: one that could not be opened, or that lacked a function, fails every
- * later call too, whatever directory is then named, and without a further message.
+ * A library is tried once per process. If it cannot be opened or lacks a function, every later call fails too, whatever
+ * directory it names, and without a further message.
  *
- * @param strp_dir directory of the five files (UTF-8), or null for the dynamic linker's own search. A joined path longer
- *                 than 4095 bytes is cut.
+ * @param strp_dir directory of the five files (UTF-8), or null for the dynamic linker's search. The joined path is cut
+ *                 to 4095 bytes.
  * @throws kiv::jni::c_jniexception "failed to initialize ffmpeg", after one line about the cause on standard error
  * @pre the library mutex is held
  */

@@ -13,7 +13,7 @@
 namespace
 {
 
-/** Side data of a kind that there is not: with some already, FFmpeg does not look for more in the bytes. */
+/** Side data of a type that does not exist. FFmpeg looks for side data in the bytes only when a packet has none. */
 AVPacketSideData s_no_side_data{nullptr, 0, INT_MAX};
 
 /** Writes a number big-endian. */
@@ -126,7 +126,7 @@ void c_avpacket::merge(const c_avpacket &dsp_other)
     if (ull_second != 0)
         std::memcpy(autl_merged + ull_first, dsp_other.data(), ull_second);
     std::memset(autl_merged + ull_first + ull_second, 0, FF_INPUT_BUFFER_PADDING_SIZE);
-    // Only now: the bytes just copied may have lain in it.
+    // After the copy, because the copied bytes may lie in it.
     g_avutil.av_freep(&autc_owned);
     autc_owned = autl_merged;
     set_data(autl_merged);

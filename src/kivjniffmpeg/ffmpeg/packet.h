@@ -7,8 +7,8 @@
 #include <span>
 
 /**
- * Owns an AVPacket. The bytes are the caller's (set_data) or this object's own (merge); FFmpeg's payload, if it made one,
- * is freed with the packet.
+ * Owns an AVPacket. Its bytes are the caller's (set_data) or its own (merge). Bytes that FFmpeg allocated are freed
+ * with the packet.
  */
 class c_avpacket
 {
@@ -23,33 +23,33 @@ public:
     uint8_t *data() const noexcept { return adsc_packet->data; }
     int size() const noexcept { return adsc_packet->size; }
 
-    /** @param autp_data stays the caller's; must have FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes behind the size set */
+    /** @param autp_data stays the caller's; FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes must follow its size */
     void set_data(uint8_t *autp_data) noexcept { adsc_packet->data = autp_data; }
     void set_size(int inp_size) noexcept { adsc_packet->size = inp_size; }
     void set_pts(int64_t ilp_pts) noexcept { adsc_packet->pts = ilp_pts; }
     void set_dts(int64_t ilp_dts) noexcept { adsc_packet->dts = ilp_dts; }
 
-    /** av_init_packet: everything but data and size back to its default. */
+    /** av_init_packet: sets the defaults of everything but data and size. */
     void initialise() noexcept;
     /**
-     * Keeps FFmpeg from taking the end of the bytes for side data, which it does whenever they end in its mark, whoever
-     * put it there, and believes unchecked. A palette of the right size stays one. To be called before each decoding.
+     * Prevents FFmpeg from reading side data out of the bytes, which it does, without a check, whenever they end in its
+     * marker. A palette of the right size remains side data. Called before each decoding.
      */
     void guard_side_data() noexcept;
     /** av_free_packet: frees what FFmpeg allocated for the packet. */
     void free_payload() noexcept;
 
-    /** Consumes bytes from the front; more than there are leave an empty packet without data. */
+    /** Consumes bytes from the front. Consuming more than there are leaves an empty packet without data. */
     void inc_read_ptr(int inp_bytes) noexcept;
 
     /**
-     * Appends the other packet's bytes behind this one's, into memory of this object with zeroed padding behind it.
+     * Appends the other packet's bytes, in memory of this packet's own with zeroed padding behind it.
      *
-     * @throws std::bad_alloc also when the sum exceeds what a packet can say; nothing has changed then
+     * @throws std::bad_alloc also when the sum is larger than a packet's size can be; nothing has changed then
      */
     void merge(const c_avpacket &dsp_other);
 
-    /** Appends the palette among the side data, if there is one, as FFmpeg's decoders look for it. @throws std::bad_alloc */
+    /** Merges a palette in the side data into the bytes, where FFmpeg's decoders look for it. @throws std::bad_alloc */
     void append_palette();
 
 private:

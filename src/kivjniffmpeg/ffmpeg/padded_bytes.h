@@ -1,4 +1,4 @@
-/** @file Memory for input bytes, with the zeroed padding behind them that FFmpeg's readers rely on. */
+/** @file Memory for input bytes, with the zeroed padding that FFmpeg reads behind them. */
 #pragma once
 
 #include "kivjniffmpeg/ffmpeg/abi.h"
@@ -9,11 +9,11 @@
 #include <span>
 #include <vector>
 
-/** The library's copy of a caller's bytes; its memory is kept for the next packet. */
+/** The library's copy of a caller's bytes. The memory is used again for the next packet. */
 class c_padded_bytes
 {
 public:
-    /** Makes room for @p ulp_size bytes, zeroes the padding behind them and returns the room, to be filled. */
+    /** Memory for @p ulp_size bytes, to be filled, with zeroed padding behind them. Valid until the next call. */
     std::span<uint8_t> prepare(size_t ulp_size)
     {
         utc_bytes.resize(ulp_size + FF_INPUT_BUFFER_PADDING_SIZE);

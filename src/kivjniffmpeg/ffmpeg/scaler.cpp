@@ -6,11 +6,11 @@
 namespace
 {
 
-/** With so few rows, libswscale crashes when it makes another number of rows of them by cubic curves. */
+/** Up to this many rows, libswscale crashes when it scales them to another number of rows with cubic curves. */
 constexpr int in_too_few_rows = 4;
 /**
- * Its fast way divides by the width, or half of it, less two. The slower ways shrink a wide picture so far in two steps
- * only, and crash when they do not get all of its rows; all but the one that takes every so manieth pixel.
+ * Up to this width, SWS_FAST_BILINEAR may divide by zero. The other filters shrink a wide picture that far in two
+ * steps, and crash unless they get all its rows at once. SWS_POINT is safe.
  */
 constexpr int in_too_few_columns = 4;
 
@@ -73,7 +73,7 @@ void c_sws_ctx::set_colours(int inp_colorspace, bool bp_full_range) noexcept
 
 void c_sws_ctx::reset() noexcept
 {
-    // sws_init_context on a scaler in use would leak its tables; a new one behaves the same.
+    // sws_init_context would leak the tables of a scaler that was used; a new scaler behaves the same.
     if (adsc_sws != nullptr)
         g_swscale.sws_freeContext(adsc_sws);
     adsc_sws = nullptr;

@@ -1,10 +1,9 @@
 /**
  * @file
- * Every FFmpeg function that the library calls, each named once: X(result, name, parameters).
+ * Every FFmpeg function that the library calls, each once: X(result, name, parameters).
  *
- * The five lists of the first kind are the loader's tables; their order is the order of resolution, and a missing one
- * fails the load. The lists called EXTENSIONS name functions that are looked up afterwards; where one is missing, the
- * feature that needs it says so, and everything else works.
+ * The functions of the five lists called SYMBOLS are resolved in this order, and the load fails if one is missing.
+ * Those called EXTENSIONS are looked up afterwards; if one is missing, only the feature that needs it fails.
  */
 #pragma once
 
@@ -44,7 +43,7 @@
     X(int64_t, swr_get_delay, (SwrContext *, int64_t))                                                                 \
     X(int, swr_convert, (SwrContext *, uint8_t **, int, const uint8_t **, int))
 
-// av_pix_fmt_descriptors, the last of this library, is a table of data and stands in c_avutil_table itself.
+// av_pix_fmt_descriptors, the last symbol of this library, is data and is declared in c_avutil_table itself.
 #define KIV_AVUTIL_SYMBOLS(X)                                                                                          \
     X(int, av_get_bytes_per_sample, (AVSampleFormat))                                                                  \
     X(int, av_sample_fmt_is_planar, (AVSampleFormat))                                                                  \

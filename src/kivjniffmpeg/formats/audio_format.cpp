@@ -39,7 +39,7 @@ private:
 namespace
 {
 
-/** Products of hostile header values stay defined; where they leave 32 bits they wrap as they always did. */
+/** A product that is defined for hostile header values too: it wraps at 32 bits. */
 int32_t wrapping_product(int32_t imp_a, int32_t imp_b)
 {
     return static_cast<int32_t>(static_cast<uint32_t>(imp_a) * static_cast<uint32_t>(imp_b));

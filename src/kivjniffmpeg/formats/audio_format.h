@@ -1,4 +1,4 @@
-/** @file One audio format, in the terms of the WAVE format header. */
+/** @file An audio format with the fields of the WAVE format header. */
 #pragma once
 
 #include "jni/array_holders.h"
@@ -13,26 +13,26 @@
 #include <string>
 #include <vector>
 
-/** WAVE format tags that the code itself names; audio_format_tables.cpp has them all. */
+/** The WAVE format tags that other files need; audio_format_tables.cpp has them all. */
 inline constexpr int32_t im_tag_pcm = 1;
 inline constexpr int32_t im_tag_float = 3;
 inline constexpr int32_t im_tag_gsm610 = 0x31;
 inline constexpr int32_t im_tag_mpeg = 0x50;
 inline constexpr int32_t im_tag_mp3 = 0x55;
 
-/** The table: WAVE format tag to codec, AV_CODEC_ID_NONE for a tag that has none. */
+/** The codec of a WAVE format tag; AV_CODEC_ID_NONE for an unknown tag. */
 AVCodecID format_tag2codecid(int32_t imp_format_tag);
 /** FFmpeg's channel layout of a channel count: 1, 2, 4, 6 or 8; otherwise 0. */
 uint64_t channel_layout_of(int32_t imp_channels);
-/** FFmpeg's sample format; AV_SAMPLE_FMT_NONE where tag, bits and order have none. */
+/** FFmpeg's sample format; AV_SAMPLE_FMT_NONE if there is none of this tag and size. */
 AVSampleFormat sample_format_of(int32_t imp_format_tag, int32_t imp_bits_per_sample, bool bp_planar);
 /** im_tag_float for the floating-point sample formats, im_tag_pcm for all others. */
 int32_t format_tag_of(AVSampleFormat iep_format);
 
 /**
- * Format tag, channels, rates, sizes, the codec's own header bytes, and the FFmpeg codec that follows from the tag.
+ * Format tag, channels, rates, sizes, the codec's own header bytes, and FFmpeg's codec for the tag.
  *
- * Fields are kept as they are set; only the constructors derive one from another.
+ * Setting a field changes no other field; only the constructors derive fields from others.
  */
 class c_aformat
 {
@@ -41,7 +41,7 @@ public:
 
     /** 16-bit stereo PCM of 48000 samples per second. */
     c_aformat();
-    /** Frame size and byte rate follow from the arguments. */
+    /** Derives the frame size, the byte rate and the codec. */
     c_aformat(int32_t imp_format_tag, int32_t imp_channels, int32_t imp_sample_rate, int32_t imp_bits_per_sample,
               bool bp_planar, std::vector<uint8_t> utp_specific_hdr);
     virtual ~c_aformat();
@@ -50,12 +50,12 @@ public:
 
     /** Interleaved 16-bit PCM. */
     static std::unique_ptr<c_aformat> pcm16(int32_t imp_channels, int32_t imp_sample_rate);
-    /** Uncompressed samples as FFmpeg has them. */
+    /** Uncompressed samples in FFmpeg's format. */
     static std::unique_ptr<c_aformat> of_samples(AVSampleFormat iep_format, int32_t imp_channels,
                                                  int32_t imp_sample_rate);
 
     /**
-     * Reads Java's AudioFormatLayout; the header bytes are the first of the byte[]. Nothing is recomputed.
+     * Reads Java's AudioFormatLayout; the byte[] begins with the header bytes. Nothing is recomputed.
      *
      * @throws std::bad_alloc for a negative length
      */
@@ -67,14 +67,14 @@ public:
     /** wave_header() as a new Java array. @throws kiv::jni::c_jniexception */
     jbyteArray export_to_java_array(const kiv::jni::c_jnienv &dsp_env) const;
 
-    /** Writes a canonical RIFF/WAVE file header with a placeholder of 4 MiB for the data length. */
+    /** Writes a canonical RIFF/WAVE file header. Its data length is a placeholder of 4 MiB. */
     void get_riff_header(std::span<uint8_t, ul_riff_header_size> utp_dst) const;
 
-    /** One line: every field by name. */
+    /** All fields by name, in one line. */
     std::string to_string() const;
 
     /**
-     * Whether samples of one format must be converted to become the other: tag, channels, rate or bits differ.
+     * Whether samples of one format need a conversion to the other: tag, channels, rate or bits differ.
      *
      * @throws c_ffmpeg_exception "need decoding before resampling" when neither format is uncompressed
      */
@@ -107,7 +107,7 @@ public:
 private:
     class c_little_endian_writer;
 
-    /** Writes the 16 bytes with which the header of WAVE begins. */
+    /** Writes the first 16 bytes of the WAVE format header. */
     void write_fields(c_little_endian_writer &dsp_writer) const;
 
     int32_t imc_format_tag = im_tag_pcm;

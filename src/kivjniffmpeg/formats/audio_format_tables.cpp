@@ -1,4 +1,4 @@
-// What belongs to what among WAVE format tags, channel counts and FFmpeg's codecs, layouts and sample formats.
+// Tables of c_aformat: FFmpeg's codecs, channel layouts and sample formats.
 
 #include "kivjniffmpeg/formats/audio_format.h"
 

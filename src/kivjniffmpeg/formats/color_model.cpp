@@ -26,7 +26,7 @@ struct dsd_model
     AVPixelFormat iec_pixfmt;
 };
 
-// The 15- and 16-bit models are the big-endian formats: that is what Java's callers have always been given.
+// kept on purpose: 15 and 16 bits are big-endian, as Java's callers have always received them.
 constexpr dsd_model s_models[] = {
     {0, 8, AV_PIX_FMT_RGB8},
     {0, 15, AV_PIX_FMT_RGB555BE},
@@ -99,7 +99,7 @@ int32_t c_colormodel::get_buffer_size_in_bytes(int32_t imp_width, int32_t, int32
     TRACE_FUNCTION(3);
     if (bc_is_rgb)
         return g_avcodec.avpicture_get_size(iec_pixfmt, imp_width, imp_scanheight) + imp_align;
-    // Where the product leaves 32 bits the layout has refused the picture before.
+    // The layout refuses pictures whose product exceeds 32 bits.
     return static_cast<int32_t>(int64_t{imp_scanline} * imp_scanheight * 3 / 2) + imp_align;
 }
 

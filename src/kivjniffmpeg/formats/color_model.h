@@ -11,20 +11,20 @@
 #include <memory>
 #include <span>
 
-/** In this model Java gets Y, V, U although FFmpeg writes Y, U, V. */
+/** In this model Java gets the planes Y, V, U, although FFmpeg writes Y, U, V. */
 inline constexpr int32_t im_fourcc_yv12 = make_four_character_code("YV12");
 
-/** A four-character code, bits per pixel and colour masks, with the FFmpeg pixel format that they stand for. */
+/** A four-character code, bits per pixel and colour masks, with FFmpeg's pixel format for them. */
 class c_colormodel
 {
 public:
-    /** The model of a caller who names none: no pixel format, nothing set. */
+    /** The model of a caller who names none: it has no pixel format, and everything is 0. */
     c_colormodel() noexcept = default;
     virtual ~c_colormodel();
     c_colormodel(const c_colormodel &) = delete;
     c_colormodel &operator=(const c_colormodel &) = delete;
 
-    /** Reads Java's ColorModelLayout. @return null when code and bits per pixel stand for no supported format */
+    /** Reads Java's ColorModelLayout. @return null when code and bits per pixel are those of no supported format */
     static std::unique_ptr<c_colormodel> create_from_java_array(kiv::jni::c_jintarray &dsp_values);
 
     /**
@@ -42,9 +42,11 @@ public:
     void print() const;
 
     /**
-     * Bytes that Java is asked for, for one picture: FFmpeg's size for RGB models, the 4:2:0 size for all others, and the
-     * room for alignment. Packed 4:2:2 models need more for their planes alone than the plain size would give only when
-     * lines are padded; whoever allocates takes the larger of this and the planes' need.
+     * Bytes that Java is asked for, for one picture: FFmpeg's size for an RGB model, the size of 4:2:0 for all others,
+     * and room for the alignment.
+     *
+     * kept on purpose: the size of 4:2:0 is too small for some packed 4:2:2 pictures. Whoever allocates takes the
+     * larger of this and the size of the planes.
      */
     int32_t get_buffer_size_in_bytes(int32_t imp_width, int32_t imp_height, int32_t imp_scanline,
                                      int32_t imp_scanheight, int32_t imp_align) const;

@@ -15,7 +15,7 @@ struct dsd_subtype
     AVCodecID iec_codec_id;
 };
 
-// Of the GUIDs that end alike the first group is a four-character code, read as a little-endian number.
+// The first group of the GUIDs with the common end is a four-character code, read as a little-endian number.
 constexpr dsd_subtype s_subtypes[] = {
     {"e06d8026-db46-11cf-b4d1-00805f6cbbea", AV_CODEC_ID_MPEG2VIDEO}, // MPEG-2 video
     {"34363248-0000-0010-8000-00aa00389b71", AV_CODEC_ID_H264},       // H264
@@ -27,7 +27,7 @@ constexpr dsd_subtype s_subtypes[] = {
     {"5634504d-0000-0010-8000-00aa00389b71", AV_CODEC_ID_MPEG4},      // MP4V
     {"30355844-0000-0010-8000-00aa00389b71", AV_CODEC_ID_MPEG4},      // DX50
     {"33363248-0000-0010-8000-00aa00389b71", AV_CODEC_ID_H263},       // H263
-    {"68323633-767a-494d-b478-f29d25dc9037", AV_CODEC_ID_H263},       // H.263, a form of its own
+    {"68323633-767a-494d-b478-f29d25dc9037", AV_CODEC_ID_H263},       // H.263, with a GUID of its own
     {"31564d57-0000-0010-8000-00aa00389b71", AV_CODEC_ID_WMV1},       // WMV1
     {"32564d57-0000-0010-8000-00aa00389b71", AV_CODEC_ID_WMV2},       // WMV2
     {"33564d57-0000-0010-8000-00aa00389b71", AV_CODEC_ID_WMV3},       // WMV3

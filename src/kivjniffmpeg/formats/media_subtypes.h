@@ -4,8 +4,8 @@
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
 /**
- * The decoder that a media subtype stands for.
+ * The decoder of a media subtype.
  *
- * @param strp_guid 36 lower-case characters; compared exactly. Null or unknown gives AV_CODEC_ID_NONE.
+ * @param strp_guid 36 lower-case characters, compared exactly; null or an unknown GUID gives AV_CODEC_ID_NONE
  */
 AVCodecID subtype2codecid(const char *strp_guid);

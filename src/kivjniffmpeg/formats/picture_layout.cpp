@@ -9,10 +9,10 @@
 namespace
 {
 
-/** Room behind the planes for alignment and for what the size formulas add, so that no later sum leaves 31 bits. */
+/** Room for the alignment and for what the size formulas add, so that no later sum exceeds 31 bits. */
 constexpr int32_t im_headroom = 1 << 20;
 
-/** Widens the line until each plane's line is aligned as wanted; false when that is impossible. */
+/** Widens the line until the lines of all planes are aligned. @return false when that is impossible */
 bool fill_aligned_linesizes(int *ainp_linesizes, const int *ainp_alignments, AVPixelFormat iep_format, int inp_width)
 {
     int inl_width = inp_width;
@@ -55,7 +55,7 @@ std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_co
     if (!fill_aligned_linesizes(ainl_linesizes, ainl_alignments, iep_format, inl_width))
         return std::nullopt;
 
-    // Without a buffer the "pointers" are distances from the start.
+    // Without a buffer the "pointers" are offsets from its start.
     uint8_t *aautl_planes[4] = {};
     const int inl_total =
         g_avutil.av_image_fill_pointers(aautl_planes, iep_format, inl_height, nullptr, ainl_linesizes);

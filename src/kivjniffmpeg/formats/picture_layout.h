@@ -1,4 +1,4 @@
-/** @file Where the lines and planes of a picture lie in a buffer: arithmetic only. */
+/** @file Where the lines and planes of a picture lie in a buffer. */
 #pragma once
 
 #include "kivjniffmpeg/ffmpeg/abi.h"
@@ -13,7 +13,7 @@ struct dsd_picture_layout
     std::array<int32_t, 4> aimc_linesizes;   /**< bytes per line of each plane; 0 for a plane that does not exist */
     std::array<int32_t, 4> aimc_plane_sizes; /**< bytes of each plane */
     std::array<int32_t, 4>
-        aimc_plane_offsets; /**< distance of each plane from the first; 0 for one that does not exist */
+        aimc_plane_offsets; /**< bytes from the first plane to each plane; 0 for one that does not exist */
     int32_t imc_total;      /**< bytes of all planes */
     int32_t imc_scanheight; /**< lines of the first plane */
     int32_t imc_pixel_step; /**< bytes from one pixel to the next in the first plane */
@@ -23,11 +23,11 @@ struct dsd_picture_layout
 };
 
 /**
- * Lays a picture out so that the context's decoder may write its whole coded size into it.
+ * Computes a layout in which the context's decoder may write the whole coded picture.
  *
- * @param adsp_context asked for its alignment needs; its pix_fmt must be @p iep_format
- * @param imp_width,imp_height pixels, both positive: the larger of what is shown and what is coded
- * @return nothing when the format does not exist, is not kept in memory, or the picture is too large to be addressed
+ * @param adsp_context decides the alignment; its pix_fmt must be @p iep_format
+ * @param imp_width,imp_height pixels, both positive: the larger of the shown and the coded size
+ * @return nothing when the format does not exist, has no pixels in memory, or the picture is too large
  */
 std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_context, AVPixelFormat iep_format,
                                                          int32_t imp_width, int32_t imp_height);

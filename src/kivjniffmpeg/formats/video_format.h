@@ -1,4 +1,4 @@
-/** @file The compressed video that a decoder is made for, as Java describes it. */
+/** @file Java's description of the compressed video. */
 #pragma once
 
 #include "jni/array_holders.h"
@@ -15,10 +15,10 @@
 #include <vector>
 
 /**
- * A media subtype, the decoder that follows from it, Java's VideoFormatLayout and the codec's set-up bytes.
+ * A media subtype and its decoder, Java's VideoFormatLayout and the extradata.
  *
- * Only the four-character code, size, bit count, colours, sample size and the length of the set-up bytes mean anything
- * here; every other number is Java's and is carried for the export.
+ * The library reads the four-character code, size, bit count, colours, sample size and the length of the extradata. The
+ * other numbers are kept for the export.
  */
 class c_vformat
 {
@@ -28,15 +28,15 @@ public:
     c_vformat &operator=(const c_vformat &) = delete;
 
     /**
-     * Copies Java's arrays; set-up bytes that the array does not have are 0.
+     * Copies Java's arrays. Extradata bytes that the array does not have are 0.
      *
-     * @throws std::bad_alloc for a negative length of the set-up bytes
+     * @throws std::bad_alloc for a negative length of the extradata
      */
     static std::unique_ptr<c_vformat> create_from_java_array(const std::string &strp_guid,
                                                              kiv::jni::c_jintarray &dsp_format,
                                                              kiv::jni::c_jbytearray &dsp_extradata);
 
-    /** The numbers as Java passed them, in a new array. @throws kiv::jni::c_jniexception */
+    /** Java's numbers in a new array. @throws kiv::jni::c_jniexception */
     jintArray export_to_java_array(JNIEnv *adsp_env) const;
 
     /** One trace line. */
