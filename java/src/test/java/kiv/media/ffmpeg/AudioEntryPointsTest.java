@@ -1,9 +1,11 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
-import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.util.Arrays;
+import kiv.media.ffmpeg.natives.AudioParams;
+import kiv.media.ffmpeg.natives.AudioStatus;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
@@ -18,15 +20,23 @@ class AudioEntryPointsTest {
     private static final int MPEG_LAYER_3 = 0x55;
     private static final int RATE = 8000;
 
+    private final byte[] in = new byte[1000];
+    private final byte[] out = new byte[1000];
+    private int[] params;
     private long codec;
 
-    private long toPcm(int tag, int channels, int bits) {
+    private static long toPcm(int tag, int channels, int bits, int extradata) {
         return c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(FfmpegLibrary.context(),
-                new int[] {tag, channels, RATE, 0, channels * bits / 8, bits, 0}, null);
+                new int[] {tag, channels, RATE, 0, channels * bits / 8, bits, extradata}, null);
     }
 
-    private int process(byte[] in, byte[] out, int... params) {
-        return c_multimediaapi_ffmpeg.n_acodec_process(codec, in, out, params);
+    private static long fromPcm(int... format) {
+        return c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(FfmpegLibrary.context(), format, null);
+    }
+
+    private int process(byte[] from, int offset, int length, byte[] to, int outOffset, int outLength) {
+        params = new int[] {offset, length, 5, 3, 0, outOffset, outLength, 0, 0, 0};
+        return c_multimediaapi_ffmpeg.n_acodec_process(codec, from, to, params);
     }
 
     @AfterEach
@@ -36,115 +46,92 @@ class AudioEntryPointsTest {
         }
     }
 
-    @Test
-    void outputNeverLeavesItsArray() {
-        codec = toPcm(PCM, 1, 16);
-        byte[] in = new byte[100];
+    /** The array is shorter than told, or there is nothing at the offset: the sound is lost, nothing else. */
+    @ParameterizedTest
+    @CsvSource({"910, 200", "1000, 200", "5000, 200", "-1, 200", "2147483647, 200"})
+    void outputNeverLeavesItsArray(int offset, int length) {
+        codec = toPcm(PCM, 1, 16, 0);
         Arrays.fill(in, (byte) 7);
-        byte[] out = new byte[150];
-        // The array is shorter than told, or there is nothing at the offset: the sound is lost, nothing else.
-        for (int[] place : new int[][] {{60, 200}, {150, 200}, {500, 200}, {-1, 200}, {Integer.MAX_VALUE, 200}}) {
-            assertThat(process(in, out, 0, 100, 0, 0, 0, place[0], place[1], 0, 0, 0)).isEqualTo(8);
-            assertThat(out).containsOnly(0);
-        }
-        assertThatThrownBy(() -> process(in, null, 0, 100, 0, 0, 0, 0, 200, 0, 0, 0))
-                .hasMessageContaining("dst buffer == NULL");
-        int[] params = {0, 100, 5, 3, 0, 50, 100, 0, 0, 0};
-        assertThat(c_multimediaapi_ffmpeg.n_acodec_process(codec, in, out, params)).isZero();
-        assertThat(params).containsExactly(100, 0, 5, 3, 0, 50, 100, 5, 3, 0);
-        assertThat(Arrays.copyOfRange(out, 50, 150)).containsOnly(7);
+        assertThat(process(in, 0, 100, out, offset, length)).isEqualTo(AudioStatus.OUTPUT_LOST);
+        assertThat(out).containsOnly(0);
+        refused(RuntimeException.class, "dst buffer == NULL", () -> process(in, 0, 100, null, 0, 200));
+        assertThat(process(in, 0, 100, out, 900, 100)).isZero();
+        assertThat(params).containsExactly(100, 0, 5, 3, 0, 900, 100, 5, 3, 0);
+        assertThat(Arrays.copyOfRange(out, 900, 1000)).containsOnly(7);
         // Without room everything waits, and no input is taken meanwhile.
-        assertThat(process(in, out, 0, 100, 0, 0, 0, 0, -5, 0, 0, 0)).isEqualTo(16);
-        assertThat(process(in, out, 0, 100, 0, 0, 0, 0, 150, 0, 0, 0)).isEqualTo(2);
+        assertThat(process(in, 0, 100, out, 0, -5)).isEqualTo(AudioStatus.OUTPUT_TOO_SMALL);
+        assertThat(process(in, 0, 100, out, 0, 150)).isEqualTo(AudioStatus.INPUT_LEFT);
     }
 
-    @Test
-    void inputIsLookedForInItsArrayOnly() {
-        codec = toPcm(PCM, 1, 16);
-        byte[] out = new byte[1000];
-        for (int[] place : new int[][] {{-1, 10}, {0, 101}, {100, 1}, {50, Integer.MAX_VALUE}}) {
-            assertThatThrownBy(() -> process(new byte[100], out, place[0], place[1], 0, 0, 0, 0, 1000, 0, 0, 0))
-                    .isExactlyInstanceOf(RuntimeException.class).hasMessageContaining("outside");
-        }
-        assertThatThrownBy(() -> process(null, out, 0, 10, 0, 0, 0, 0, 1000, 0, 0, 0))
-                .isExactlyInstanceOf(RuntimeException.class);
-        assertThatThrownBy(() -> process(new byte[100], out, 0, -1, 0, 0, 0, 0, 1000, 0, 0, 0))
-                .isExactlyInstanceOf(Error.class).hasMessage("imp_lendata=-1");
-        assertThat(process(new byte[100], out)).isZero();
+    @ParameterizedTest
+    @CsvSource({"-1, 10", "0, 1001", "1000, 1", "50, 2147483647"})
+    void inputIsLookedForInItsArrayOnly(int offset, int length) {
+        codec = toPcm(PCM, 1, 16, 0);
+        refused(RuntimeException.class, "outside", () -> process(in, offset, length, out, 0, 1000));
+        refused(RuntimeException.class, "", () -> process(null, 0, 10, out, 0, 1000));
+        refused(Error.class, "imp_lendata=-1", () -> process(in, 0, -1, out, 0, 1000));
+        assertThat(c_multimediaapi_ffmpeg.n_acodec_process(codec, in, out, new int[0])).isZero();
     }
 
     @Test
     void aResetForgetsBytesThatWait() {
-        codec = toPcm(PCM, 1, 16);
-        byte[] out = new byte[200];
-        assertThat(process(new byte[20], out, 0, 20, 0, 0, 0, 0, 200, 0, 0, 0)).isEqualTo(2);
+        codec = toPcm(PCM, 1, 16, 0);
+        assertThat(process(in, 0, 20, out, 0, 200)).isEqualTo(AudioStatus.INPUT_LEFT);
         c_multimediaapi_ffmpeg.n_acodec_reset(codec);
-        int[] params = {0, 100, 0, 0, 0, 0, 200, 0, 0, 0};
-        assertThat(c_multimediaapi_ffmpeg.n_acodec_process(codec, new byte[100], out, params)).isZero();
-        assertThat(params[6]).isEqualTo(100);
+        assertThat(process(in, 0, 100, out, 0, 200)).isZero();
+        assertThat(params[AudioParams.OUT_LENGTH]).isEqualTo(100);
     }
 
     @ParameterizedTest
     @CsvSource({"32, 0", "33, 3"})
     void soundHasUpTo32Channels(int channels, int result) {
-        codec = toPcm(PCM, channels, 16);
-        assertThat(process(new byte[channels * 20], new byte[2000], 0, channels * 20, 0, 0, 0, 0, 2000, 0, 0, 0))
-                .isEqualTo(result);
+        codec = toPcm(PCM, channels, 16, 0);
+        assertThat(process(in, 0, channels * 20, out, 0, 1000)).isEqualTo(result);
     }
 
     @Test
     void aClosedCodecFailsAndCanBeOpenedAgain() {
-        codec = toPcm(MS_ADPCM, 1, 4);
+        codec = toPcm(MS_ADPCM, 1, 4, 0);
         assertThat(c_multimediaapi_ffmpeg.n_acodec_close(codec)).isTrue();
         for (long rate : new long[] {-1, 1L << 31, 1L << 32}) {
-            assertThatThrownBy(() -> c_codecoptions_ffmpeg.n_acodec_set_option(codec, "bit_rate", rate))
-                    .hasMessage("no such bit rate: " + rate + " in line 2535");
+            refused(RuntimeException.class, "no such bit rate: " + rate + " in line 2535",
+                    () -> c_codecoptions_ffmpeg.n_acodec_set_option(codec, "bit_rate", rate));
         }
-        byte[] out = new byte[10000];
-        assertThat(process(new byte[256], out, 0, 256, 0, 0, 0, 0, out.length, 0, 0, 0)).isEqualTo(1 | 2);
+        assertThat(process(in, 0, 256, out, 0, 1000)).isEqualTo(AudioStatus.DECODING_ERROR | AudioStatus.INPUT_LEFT);
         assertThat(c_multimediaapi_ffmpeg.n_acodec_open(codec)).isTrue();
         assertThat(c_multimediaapi_ffmpeg.n_acodec_open(codec)).isTrue();
-        assertThatThrownBy(() -> c_codecoptions_ffmpeg.n_acodec_set_option(codec, "bit_rate", 64000))
-                .hasMessageContaining("before the codec is opened");
+        refused(RuntimeException.class, "before the codec is opened",
+                () -> c_codecoptions_ffmpeg.n_acodec_set_option(codec, "bit_rate", 64000));
         delete();
-        codec = c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(FfmpegLibrary.context(),
-                new int[] {MS_ADPCM, 1, RATE, 0, 0, 4, 0}, null);
+        codec = fromPcm(MS_ADPCM, 1, RATE, 0, 0, 4, 0);
         c_multimediaapi_ffmpeg.n_acodec_close(codec);
-        assertThatThrownBy(() -> process(new byte[100], out, 0, 100, 0, 0, 0, 0, 1000, 0, 0, 0))
-                .hasMessageContaining("not open");
+        refused(RuntimeException.class, "not open", () -> process(in, 0, 100, out, 0, 1000));
     }
 
     /** What looks like a frame that never becomes whole does not keep everything behind it for ever. */
     @Test
     void aFalseHeaderKeepsOnlySoMuchWaiting() {
-        codec = toPcm(MPEG_LAYER_3, 2, 0);
-        byte[] header = new byte[1000];
-        header[0] = (byte) 0xFF;
-        header[1] = (byte) 0xFB;
+        codec = toPcm(MPEG_LAYER_3, 2, 0, 0);
+        in[0] = (byte) 0xFF;
+        in[1] = (byte) 0xFB;
         int consumed = 0;
         for (int i = 0; i < 100; i++) {
-            int[] params = {0, header.length, 0, 0, 0, 0, 0, 0, 0, 0};
-            c_multimediaapi_ffmpeg.n_acodec_process(codec, header, new byte[0], params);
+            process(in, 0, in.length, out, 0, 0);
             consumed += params[0];
         }
-        assertThat(consumed).isGreaterThan(30 * header.length);
+        assertThat(consumed).isGreaterThan(30 * in.length);
     }
 
     @Test
     void formatsThatCannotBeAreRefused() {
-        long context = FfmpegLibrary.context();
-        assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, null, null))
-                .isExactlyInstanceOf(RuntimeException.class);
-        assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, new int[] {PCM, 1, RATE, 0, 2, 16, -1},
-                null)).isInstanceOf(OutOfMemoryError.class);
-        assertThatThrownBy(() -> toPcm(4, 1, 16)).hasMessageContaining("no decoder found for id=0");
-        assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, new int[] {0x31, 1, RATE}, null))
-                .hasMessageContaining("no encoder found");
+        refused(RuntimeException.class, "",
+                () -> c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(FfmpegLibrary.context(), null, null));
+        refused(OutOfMemoryError.class, "", () -> toPcm(PCM, 1, 16, -1));
+        refused(RuntimeException.class, "no decoder found for id=0", () -> toPcm(4, 1, 16, 0));
+        refused(RuntimeException.class, "no encoder found", () -> fromPcm(0x31, 1, RATE));
         for (int channels : new int[] {0, -1, 33, Integer.MAX_VALUE}) {
-            int[] format = {MS_ADPCM, channels, RATE};
             // A codec that does not open is 0.
-            assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_acodec_open(c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(
-                    context, format, null))).isExactlyInstanceOf(RuntimeException.class);
+            refused(RuntimeException.class, "", () -> c_multimediaapi_ffmpeg.n_acodec_open(fromPcm(MS_ADPCM, channels, RATE)));
         }
     }
 }

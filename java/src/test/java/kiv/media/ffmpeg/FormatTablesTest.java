@@ -1,11 +1,9 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.Chunks.chunk;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import java.io.IOException;
-import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
@@ -54,18 +52,11 @@ class FormatTablesTest {
     private int codecOfWave(int tag) throws IOException {
         int bits = tag == WaveFormatTags.FLOAT ? Float.SIZE : Short.SIZE;
         byte[] format = WaveFormat.of(tag, 1, 8000, 8000, 32, bits, new byte[0]).toBytes();
-        int silence = 4096;
-        ByteBuffer wave = ByteBuffer.allocate(28 + format.length + silence).order(ByteOrder.LITTLE_ENDIAN)
-                .put(ascii("RIFF")).putInt(20 + format.length + silence).put(ascii("WAVEfmt ")).putInt(format.length)
-                .put(format).put(ascii("data")).putInt(silence);
-        Path file = Files.write(temp.resolve("tag.wav"), wave.array());
+        byte[] wave = chunk("RIFF", "WAVE", chunk("fmt ", format), chunk("data", new byte[4096]));
+        Path file = Files.write(temp.resolve("tag.wav"), wave);
         try (MediaReader reader = MediaReader.open(file)) {
             return reader.streams().get(0).codecId();
         }
-    }
-
-    private static byte[] ascii(String text) {
-        return text.getBytes(StandardCharsets.US_ASCII);
     }
 
     private static boolean isKnown(int tag) {

@@ -10,8 +10,11 @@ import java.nio.file.Files;
 import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.time.Duration;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.stream.Stream;
+import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
@@ -19,24 +22,39 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.MethodSource;
 
 class MediaReaderTest {
 
-    @Test
-    void aRealFilmIsDescribed() throws IOException {
-        try (MediaReader reader = MediaReader.open(TestMedia.film())) {
-            assertThat(reader.formatName()).contains("mp4");
-            assertThat(reader.duration().orElseThrow()).isBetween(Duration.ofSeconds(8), Duration.ofSeconds(12));
-            assertThat(reader.bitRate().orElseThrow()).isPositive();
-            MediaStream video = reader.streams().get(0);
-            assertThat(video).hasToString("MediaStream[0: VIDEO h264 720x576]");
-            assertThat(video.frameCount()).isEqualTo(255);
-            assertThat(video.frameRate().toDouble()).isBetween(24.0, 26.0);
-            MediaStream sound = reader.streams().get(1);
-            assertThat(sound).hasToString("MediaStream[1: AUDIO aac]");
-            assertThat(sound.channels()).isEqualTo(2);
-            assertThat(sound.sampleRate()).isEqualTo(48000);
+    static Stream<Path> files() {
+        return Stream.of(TestMedia.clips().stream().map(TestMedia.Clip::file), Stream.of("vorbis.ogg", "flac.flac")
+                .map(TestMedia::stream), TestMedia.pcmSources().stream().map(TestMedia.Sound::file)).flatMap(all -> all);
+    }
+
+    @ParameterizedTest
+    @MethodSource("files")
+    void everyPacketIsThatOfFfmpeg(Path file) throws IOException {
+        List<String> expected = Reference.run(List.of(file.toString(), "--list-packets")).stream()
+                .map(row -> String.join(" ", row)).toList();
+        try (MediaReader reader = MediaReader.open(file)) {
+            List<String> lines = new ArrayList<>(reader.streams().stream().map(MediaReaderTest::line).toList());
+            reader.packets().map(MediaReaderTest::line).forEach(lines::add);
+            assertThat(lines).isEqualTo(expected);
+            assertThat(reader.read()).as("after the end").isNull();
         }
+    }
+
+    private static String line(MediaStream stream) {
+        return "stream " + stream.index() + " " + stream.kind().ordinal() + " " + stream.codecId() + " "
+                + Integer.toUnsignedString(stream.codecTag()) + " " + stream.width() + " " + stream.height() + " "
+                + stream.timeBase().toString().replace('/', ' ') + " " + stream.extradata().length + " "
+                + Reference.md5(stream.extradata());
+    }
+
+    private static String line(Packet packet) {
+        return "packet " + packet.streamIndex() + " " + packet.presentationTime() + " " + packet.decodingTime() + " "
+                + packet.duration() + " " + (packet.isKey() ? 1 : 0) + " " + packet.size() + " "
+                + Reference.md5(packet.bytes());
     }
 
     @Test

@@ -1,7 +1,7 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
-import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
@@ -9,17 +9,24 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
+import java.util.concurrent.CopyOnWriteArrayList;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.exactness.Track;
+import kiv.media.ffmpeg.natives.ArrayKind;
+import kiv.media.ffmpeg.natives.BufferRequest;
+import kiv.media.ffmpeg.natives.BufferSlots;
+import kiv.media.ffmpeg.natives.ProcessFlags;
+import kiv.media.ffmpeg.natives.ProcessResult;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
+import kiv.media.ffmpeg.natives.VideoParams;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
-/** The natives with arrays that the library allocates, on a stream whose pictures come one a packet and in order. */
+/** The natives of contexts and of video: with arrays that the library allocates, wrong ones, and in the wrong order. */
 class VideoEntryPointsTest {
 
     private static final int WIDTH = 320;
@@ -27,46 +34,52 @@ class VideoEntryPointsTest {
     private static final Track TRACK = Track.of(TestMedia.clip("h264_baseline_320x240.mp4"));
 
     private final Object[] out = new Object[1];
-    private final int[] params = new int[16];
+    private final int[] params = new int[VideoParams.SIZE];
     private long codec;
 
     @AfterEach
     void delete() {
         if (codec != 0) {
             c_multimediaapi_ffmpeg.n_vcodec_delete(codec);
+            codec = 0;
         }
     }
 
-    private void create(PictureFormat model) {
-        create(VideoFormat.of(TRACK.stream()), model);
-    }
-
-    private void create(VideoFormat format, PictureFormat model) {
-        create(format, model, null);
-    }
-
-    private void create(VideoFormat format, PictureFormat model, VideoBuffers buffers) {
+    private void create(VideoFormat format, PictureFormat model, VideoBuffers buffers, String... options) {
+        delete();
         codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), format.subtype(), format.toNative(),
                 format.extradata(), new Object[] {model.toColorModel()}, buffers);
         c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
+        for (String option : options) {
+            c_codecoptions_ffmpeg.n_vcodec_set_option(codec, option, 1);
+        }
     }
 
     private int process(byte[] data, int length) {
         Arrays.fill(params, 0);
-        params[1] = length;
+        params[VideoParams.LENGTH] = length;
         return c_multimediaapi_ffmpeg.n_vcodec_process(codec, data, out, params);
+    }
+
+    private int process(Track track, int packet) {
+        return process(track.packets().get(packet), track.packets().get(packet).length);
+    }
+
+    /** Opens the decoder, and decodes a first packet. */
+    private int first() {
+        assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
+        return process(TRACK, 0);
     }
 
     /** Every stream is compared in bytes and ints elsewhere. */
     @ParameterizedTest
     @CsvSource({"YUY2, yuyv422", "UYVY, uyvy422", "RGB15, rgb555be", "RGB16, rgb565be"})
     void modelsOfTwoBytesComeInShorts(PictureFormat model, String pixels) {
-        create(model);
-        assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
+        create(VideoFormat.of(TRACK.stream()), model, null);
         List<String> pictures = new ArrayList<>();
-        for (byte[] packet : TRACK.packets()) {
-            assertThat(process(packet, packet.length)).isIn(0, 4);
-            assertThat(params[5]).isEqualTo(1);
+        for (int i = 0; i < TRACK.packets().size(); i++) {
+            assertThat(i == 0 ? first() : process(TRACK, i)).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
+            assertThat(params[VideoParams.ARRAY_KIND]).isEqualTo(ArrayKind.SHORT);
             assertThat(Arrays.copyOfRange(params, 7, 11)).containsOnly(0);
             int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
             assertThat(layout).startsWith(WIDTH, HEIGHT).hasSize(16);
@@ -77,8 +90,7 @@ class VideoEntryPointsTest {
             }
             pictures.add(Reference.md5(bytes.array()));
         }
-        assertThat(pictures).isEqualTo(Reference.decode(TRACK, pixels, true).pictures().stream()
-                .map(Reference.Picture::md5).toList());
+        assertThat(Reference.decode(TRACK, pixels, true).pictures()).extracting(Reference.Picture::md5).isEqualTo(pictures);
     }
 
     /** The scaler by itself divides by zero, or runs out of rows, for some of these. */
@@ -87,11 +99,8 @@ class VideoEntryPointsTest {
     void pictureMayBeOfAnotherSizeThanTheFormat(int width, int height) {
         VideoFormat told = VideoFormat.of(TRACK.stream());
         for (PictureFormat model : List.of(PictureFormat.RGB32, PictureFormat.YUY2)) {
-            create(VideoFormat.of(told.subtype(), width, height, 0, told.extradata(), new Rational(1, 25)), model);
-            assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
-            assertThat(process(TRACK.packets().get(0), TRACK.packets().get(0).length)).isIn(0, 4);
-            delete();
-            codec = 0;
+            create(VideoFormat.of(told.subtype(), width, height, 0, told.extradata(), new Rational(1, 25)), model, null);
+            assertThat(first()).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
         }
     }
 
@@ -100,74 +109,66 @@ class VideoEntryPointsTest {
         int[] format = VideoFormat.of(TRACK.stream()).toNative();
         String h264 = MediaSubtypes.H264_ANNEX_B;
         Object[] models = {PictureFormat.I420.toColorModel()};
-        refuse(h264, format, new Object[0]);
-        refuse(h264, format, new Object[] {new int[] {FourCharacterCode.of("NV12"), 12, 12, 0, 0, 0, 0}});
-        refuse(null, format, models);
-        refuse(h264, null, models);
-        refuse(h264.toUpperCase(Locale.ROOT).replace("34363248", "3436324A"), format, models);
-        refuse("nonsense", format, models);
+        refused(RuntimeException.class, " in line ", () -> createNative(h264, format, new Object[0]),
+                () -> createNative(h264, format, new Object[] {new int[] {FourCharacterCode.of("NV12"), 12, 12, 0, 0, 0, 0}}),
+                () -> createNative(null, format, models), () -> createNative(h264, null, models),
+                () -> createNative(h264.toUpperCase(Locale.ROOT).replace("34363248", "3436324A"), format, models),
+                () -> createNative("nonsense", format, models));
         format[VideoFormatLayout.EXTRADATA_LENGTH] = -1;
-        assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), h264, format, null,
-                models, null)).isInstanceOf(OutOfMemoryError.class).hasMessage("thrown from native code");
+        refused(OutOfMemoryError.class, "thrown from native code", () -> createNative(h264, format, models));
+        refused(RuntimeException.class, "ilp_hffmpeg == 0 in line 2211", () -> c_multimediaapi_ffmpeg.n_close(0));
     }
 
-    private static void refuse(String subtype, int[] format, Object[] models) {
-        assertThatThrownBy(() -> c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), subtype, format, null,
-                models, null)).isExactlyInstanceOf(RuntimeException.class).hasMessageContaining(" in line ");
+    private static void createNative(String subtype, int[] format, Object[] models) {
+        c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), subtype, format, null, models, null);
     }
 
     @Test
     void callsInTheWrongOrderAreToldAndHarmNothing() {
-        byte[] first = TRACK.packets().get(0);
-        create(PictureFormat.I420);
-        assertThat(process(first, first.length)).as("not open").isEqualTo(8);
-        assertThatThrownBy(() -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec, "nonsense", 1))
-                .isExactlyInstanceOf(RuntimeException.class).hasMessageContaining("nonsense");
+        create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, null);
+        assertThat(process(TRACK, 0)).as("not open").isEqualTo(ProcessResult.DECODING_ERROR);
+        refused(RuntimeException.class, "nonsense", () -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec, "nonsense", 1));
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
-        assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
-        assertThatThrownBy(() -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec,
-                c_codecoptions_ffmpeg.WHOLE_PACKETS, 1)).isExactlyInstanceOf(RuntimeException.class);
-        assertThatThrownBy(() -> process(first, -1)).isExactlyInstanceOf(Error.class).hasMessage("imp_lendata");
-        assertThat(process(first, first.length)).isEqualTo(4);
+        refused(RuntimeException.class, "", () -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec,
+                c_codecoptions_ffmpeg.WHOLE_PACKETS, 1));
+        refused(Error.class, "imp_lendata", () -> process(TRACK.packets().get(0), -1));
+        assertThat(first()).isEqualTo(ProcessResult.PICTURE_MODEL_CHANGED);
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_close(codec)).isTrue();
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_close(codec)).isTrue();
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_reset(codec)).isTrue();
-        assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).as("again").isTrue();
-        assertThat(process(first, first.length)).isZero();
+        assertThat(first()).as("opened again").isEqualTo(ProcessResult.PICTURE);
     }
 
     /** Of a decoder that changes its mind about the order of pictures, which then come again in the memory of before. */
     @Test
     void aPictureThatComesAgainHasMemoryOfItsOwn() {
         Track track = Track.of(TestMedia.clip("mpeg2_320x240.m2v"));
-        create(VideoFormat.of(track.stream()), PictureFormat.I420);
+        create(VideoFormat.of(track.stream()), PictureFormat.I420, null);
         c_multimediaapi_ffmpeg.n_vcodec_open(codec);
         byte[] inOrder = track.packets().get(0).clone();
-        for (int i = 0; i < inOrder.length - 10; i++) {
-            if (inOrder[i] == 0 && inOrder[i + 1] == 0 && inOrder[i + 2] == 1 && (inOrder[i + 3] & 0xFF) == 0xB5
-                    && inOrder[i + 4] >> 4 == 1) {
-                inOrder[i + 9] |= (byte) 0x80; // the sequence has no pictures of two directions
-                break;
-            }
+        int extension = 0;
+        while (ByteBuffer.wrap(inOrder).getInt(extension) != 0x1B5 || inOrder[extension + 4] >> 4 != 1) {
+            extension++;
         }
+        inOrder[extension + 9] |= (byte) 0x80; // the sequence has no pictures of two directions
         byte[] last = {};
-        Object lastArray = null;
+        List<byte[]> arrays = new ArrayList<>();
         for (int i = 0; i <= 12; i++) {
-            byte[] packet = i == 0 ? inOrder : track.packets().get(i);
-            assertThat(process(packet, packet.length)).as("packet %d", i).isIn(0, 4);
-            if (i == 12) {
-                assertThat(out[0]).isNotSameAs(lastArray);
-                assertThat(Arrays.copyOfRange((byte[]) out[0], params[6], params[6] + params[11])).isEqualTo(last);
-            }
-            last = Arrays.copyOfRange((byte[]) out[0], params[6], params[6] + params[11]);
-            lastArray = out[0];
-            Arrays.fill((byte[]) lastArray, (byte) 7); // it is Java's
+            assertThat(i == 0 ? process(inOrder, inOrder.length) : process(track, i)).as("packet %d", i).isIn(0, 4);
+            byte[] array = (byte[]) out[0];
+            byte[] picture = Arrays.copyOfRange(array, params[6], params[6] + params[VideoParams.PICTURE_SIZE]);
+            assertThat(arrays).noneMatch(before -> before == array);
+            assertThat(i < 12 || Arrays.equals(picture, last)).isTrue();
+            last = picture;
+            // It is Java's, although the decoder refers to the picture for long after.
+            Arrays.fill(array, (byte) 7);
+            arrays.add(array);
         }
         delete();
-        codec = 0;
-        assertThat((byte[]) lastArray).as("not written any more").containsOnly(7);
+        assertThat(arrays).as("not written any more").allSatisfy(array -> assertThat(array).containsOnly(7));
     }
 
+    /** Allocates direct memory or arrays, of some bytes too little. */
     private static final class Memory implements VideoBuffers {
         private final int missing;
         private final boolean direct;
@@ -180,27 +181,25 @@ class VideoEntryPointsTest {
         }
 
         @Override
-        public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
-            block = ByteBuffer.allocateDirect(buffer[1] - missing);
+        public boolean allocate(int[] layout, int[] request, Object[] slots) {
+            block = ByteBuffer.allocateDirect(request[BufferRequest.BYTES] - missing);
             lineSize = layout[2];
-            slots[0] = direct ? block : new byte[buffer[1] - missing];
-            slots[3] = slots[0];
+            slots[BufferSlots.MEMORY] = slots[BufferSlots.RESULT] = direct ? block : new byte[block.capacity()];
             return true;
         }
 
         @Override
         public void free(Object[] slots) {
-            assertThat(slots[3]).isNotNull();
+            assertThat(slots[BufferSlots.RESULT]).isNotNull();
         }
     }
 
     @ParameterizedTest
-    @CsvSource({"0, true", "1, true", "0, false", "1, false"})
-    void memoryOfOneByteTooLittleIsRefused(int missing, boolean direct) {
-        create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, new Memory(missing, direct));
-        c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.DIRECT_BUFFERS, direct ? 1 : 0);
-        assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
-        assertThat(process(TRACK.packets().get(0), TRACK.packets().get(0).length)).isEqualTo(missing == 0 ? 4 : 8);
+    @CsvSource({"0, true, 4", "1, true, 8", "0, false, 4", "1, false, 8"})
+    void memoryOfOneByteTooLittleIsRefused(int missing, boolean direct, int result) {
+        create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, new Memory(missing, direct),
+                direct ? c_codecoptions_ffmpeg.DIRECT_BUFFERS : c_codecoptions_ffmpeg.WHOLE_PACKETS);
+        assertThat(first()).isEqualTo(result);
     }
 
     /** The lines below the picture show what memory holds where nothing is decoded: a grey that fits the depth. */
@@ -209,10 +208,9 @@ class VideoEntryPointsTest {
     void memoryIsGreyBeforeAnythingIsDecoded(String clip, int grey) {
         Track track = Track.of(TestMedia.clip(clip));
         Memory memory = new Memory(0, true);
-        create(VideoFormat.of(track.stream()), PictureFormat.I420, memory);
-        c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.NATIVE_FORMAT, 1);
+        create(VideoFormat.of(track.stream()), PictureFormat.I420, memory, c_codecoptions_ffmpeg.NATIVE_FORMAT);
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
-        process(track.packets().get(0), track.packets().get(0).length);
+        process(track, 0);
         assertThat(memory.block.getShort(memory.lineSize * (HEIGHT + 1) + WIDTH) & 0xFFFF).isEqualTo(grey);
     }
 
@@ -220,11 +218,11 @@ class VideoEntryPointsTest {
     void aDiscontinuityDropsWhatTheDecoderHoldsBack() {
         Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4"));
         int[] pictures = new int[2];
-        for (int flags : new int[] {0, 2}) {
+        for (int run = 0; run < 2; run++) {
             try (NativeDecoder decoder = new NativeDecoder(track, true, 0, null, PictureFormat.I420.toColorModel())) {
                 for (int i = 0; i < 12; i++) {
-                    int code = decoder.process(track.packets().get(i % 6), i == 6 ? flags : 0, i).code();
-                    pictures[flags / 2] += code == 2 ? 0 : 1;
+                    int flags = i == 6 ? run * ProcessFlags.DISCONTINUITY : 0;
+                    pictures[run] += decoder.process(track.packets().get(i % 6), flags, i).out() == null ? 0 : 1;
                 }
             }
         }
@@ -239,5 +237,48 @@ class VideoEntryPointsTest {
                 assertThat(TRACK.packets()).allMatch(packet -> decoder.process(packet, 0, 0).code() == 2);
             }
         }
+    }
+
+    /** Keeps what the library logs. */
+    private static final class Receiver extends c_multimediaapi_ffmpeg {
+        private final List<String> lines = new CopyOnWriteArrayList<>();
+        private final long context = n_init(TestMedia.ffmpeg().toString(), this, 5);
+
+        @Override
+        public void print_info(int level, String line) {
+            lines.add(level + ":" + line);
+        }
+
+        long createCodec() {
+            lines.clear();
+            return n_create_vcodec_to_raw(context, MediaSubtypes.H264_ANNEX_B, VideoFormat.of(TRACK.stream()).toNative(),
+                    TRACK.stream().extradata(), null, null);
+        }
+    }
+
+    @Test
+    void theNewestContextsReceiverHearsUntilAContextIsClosed() {
+        Receiver first = new Receiver();
+        Receiver second = new Receiver();
+        c_multimediaapi_ffmpeg.n_vcodec_delete(first.createCodec());
+        assertThat(first.lines).isEmpty();
+        assertThat(second.lines).anyMatch(line -> line.startsWith("5:") && line.contains("imc_width=320"));
+        // The end of any context silences them all.
+        c_multimediaapi_ffmpeg.n_close(first.context);
+        c_multimediaapi_ffmpeg.n_vcodec_delete(second.createCodec());
+        assertThat(second.lines).isEmpty();
+        c_multimediaapi_ffmpeg.n_close(second.context);
+    }
+
+    @Test
+    void aContextOutlivesItsCloseUntilItsLastCodecIsDeleted() {
+        Receiver receiver = new Receiver();
+        long last = receiver.createCodec();
+        c_multimediaapi_ffmpeg.n_close(receiver.context);
+        assertThat(receiver.lines).filteredOn(line -> line.contains("n_close() counter")).isNotEmpty()
+                .anyMatch(line -> line.endsWith("c_ffmpeg::n_close() counter=2"))
+                .allMatch(line -> line.startsWith("5:    #Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1close()"));
+        assertThat(c_multimediaapi_ffmpeg.n_vcodec_get_name(last)).isEqualTo("native videocodec");
+        c_multimediaapi_ffmpeg.n_vcodec_delete(last);
     }
 }

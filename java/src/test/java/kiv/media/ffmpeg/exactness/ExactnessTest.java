@@ -6,7 +6,6 @@ import java.io.ByteArrayOutputStream;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
-import java.util.Objects;
 import java.util.Set;
 import java.util.function.LongUnaryOperator;
 import java.util.stream.Stream;
@@ -64,20 +63,6 @@ class ExactnessTest {
                 Stream.of(models.split(" ")).map(PictureModel::valueOf).toArray(PictureModel[]::new))) {
             Comparison.run(decoder, clip, chosen);
         }
-    }
-
-    /** The decoder refers to the picture's pixels for long after, but in its own memory. */
-    @Test
-    void deliveredArraysAreLeftAlone() {
-        Track track = Track.of(TestMedia.clip("mpeg2_320x240.m2v"));
-        List<byte[]> arrays;
-        try (NativeDecoder decoder = new NativeDecoder(track, true, 0, PictureModel.I420)) {
-            arrays = track.packets().stream().map(packet -> decoder.process(packet, 0, 0).out()).filter(Objects::nonNull)
-                    .map(out -> (byte[]) out.array()).peek(array -> Arrays.fill(array, (byte) 7)).toList();
-        }
-        byte[] filled = new byte[arrays.get(0).length];
-        Arrays.fill(filled, (byte) 7);
-        assertThat(arrays).containsOnly(filled);
     }
 
     /** Equal width and height are taken for a corrupt state: no array is asked for, and no picture comes. */

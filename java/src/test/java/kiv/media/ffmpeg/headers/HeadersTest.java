@@ -5,12 +5,21 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.ByteArrayInputStream;
 import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.channels.FileChannel;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Path;
+import java.nio.file.StandardOpenOption;
+import kiv.media.ffmpeg.WaveFormat;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
 class HeadersTest {
+
+    private static final long LARGEST = (1L << 32) - 1;
+    private static final int HEADER = 44;
 
     private static LeadingBytes head(byte[] bytes) {
         return new LeadingBytes(new ByteArrayInputStream(bytes));
@@ -50,5 +59,27 @@ class HeadersTest {
             stream[at] = 0x47;
         }
         assertThat(MediaSignatures.match(head(stream))).isEqualTo(known);
+    }
+
+    @Test
+    void aWaveFileOfAlmost4GibHasItsLengthAndALargerOneNone(@TempDir Path directory) throws IOException {
+        WaveFileHeader header = new WaveFileHeader(WaveFormat.pcm16(8000, 1).toBytes());
+        assertThat(header.hasRoomFor(LARGEST - HEADER)).isTrue();
+        assertThat(header.hasRoomFor(LARGEST - HEADER + 1)).isFalse();
+        long bytes = LARGEST - HEADER - 1;
+        assertThat(bytes).isEven();
+        try (FileChannel file = FileChannel.open(directory.resolve("long.wav"), StandardOpenOption.CREATE_NEW,
+                StandardOpenOption.SPARSE, StandardOpenOption.READ, StandardOpenOption.WRITE)) {
+            file.write(ByteBuffer.wrap(header.toBytes(bytes, 0)));
+            for (long size : new long[] {bytes, bytes + 1, bytes - 1, bytes + LARGEST + 1}) {
+                file.truncate(HEADER + size);
+                file.write(ByteBuffer.allocate(1), HEADER + size - 1);
+                assertThat(WaveFileLength.frames(file, 1, 1).orElse(-1)).as(size + " bytes")
+                        .isEqualTo(size == bytes ? bytes / 2 : -1);
+            }
+            file.truncate(HEADER + bytes);
+            assertThat(WaveFileLength.frames(file, 1, 2)).as("channels").isEmpty();
+            assertThat(WaveFileLength.frames(file, 3, 1)).as("format").isEmpty();
+        }
     }
 }

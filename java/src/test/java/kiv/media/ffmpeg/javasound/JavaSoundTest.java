@@ -1,12 +1,13 @@
 package kiv.media.ffmpeg.javasound;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
-import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.BufferedInputStream;
 import java.io.ByteArrayInputStream;
 import java.io.File;
 import java.io.FileInputStream;
+import java.io.FileNotFoundException;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.SequenceInputStream;
@@ -15,9 +16,9 @@ import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Locale;
 import java.util.Random;
 import java.util.stream.Stream;
 import javax.sound.sampled.AudioFileFormat;
@@ -36,6 +37,8 @@ import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.MethodSource;
 
 class JavaSoundTest {
+
+    private static final FfmpegAudioFileReader READER = new FfmpegAudioFileReader();
 
     @TempDir
     private Path directory;
@@ -67,9 +70,8 @@ class JavaSoundTest {
         stream.skipNBytes(6);
         assertThat(AudioSystem.getAudioFileFormat(stream).getFormat()).hasToString(told.getFormat().toString());
         assertThat(pcm(AudioSystem.getAudioInputStream(stream))).isEqualTo(expected);
-        assertThatThrownBy(stream::available).as("closed").isInstanceOf(IOException.class);
-        AudioFormat target = new AudioFormat(told.getFormat().getSampleRate(), 16, told.getFormat().getChannels(), true,
-                false);
+        refused(IOException.class, "", stream::available);
+        AudioFormat target = new AudioFormat(told.getFormat().getSampleRate(), 16, told.getFormat().getChannels(), true, false);
         try (AudioInputStream encoded = AudioSystem.getAudioInputStream(path.toUri().toURL());
                 AudioInputStream decoded = AudioSystem.getAudioInputStream(target, encoded)) {
             assertThat(decoded.getFormat().matches(target)).isTrue();
@@ -93,7 +95,6 @@ class JavaSoundTest {
     @Test
     void theRestIsConvertedByTheJdk() throws Exception {
         Path mp3 = TestMedia.stream("mp3.mp3");
-        byte[] expected = MediaAudioTest.decoded(mp3);
         AudioFormat bigEndian = new AudioFormat(44100, 16, 2, true, true);
         AudioInputStream encoded = AudioSystem.getAudioInputStream(mp3.toFile());
         assertThat(encoded.getFormat().getEncoding()).hasToString("MP3");
@@ -102,12 +103,12 @@ class JavaSoundTest {
         AudioInputStream decoded = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded);
         assertThat(AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded)).isSameAs(decoded);
         assertThat(ByteBuffer.wrap(AudioSystem.getAudioInputStream(bigEndian, decoded).readAllBytes()).asShortBuffer())
-                .isEqualTo(ByteBuffer.wrap(expected).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer());
+                .isEqualTo(ByteBuffer.wrap(MediaAudioTest.decoded(mp3)).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer());
         AudioInputStream closed = AudioSystem.getAudioInputStream(mp3.toFile());
         assertThat(closed.readAllBytes()).hasSizeGreaterThan(10_000);
         closed.close();
         closed.close();
-        assertThatThrownBy(() -> closed.read(new byte[9])).isInstanceOf(IOException.class);
+        refused(IOException.class, "closed", () -> closed.read(new byte[9]));
     }
 
     @ParameterizedTest
@@ -116,15 +117,13 @@ class JavaSoundTest {
         byte[] pcm = Sounds.voice(8000, 2, 4000);
         AudioFormat format = new AudioFormat(8000, bits, 2, signed, bigEndian);
         File file = directory.resolve("sound").toFile();
-        long frames = pcm.length / format.getFrameSize();
-        AudioSystem.write(new AudioInputStream(new ByteArrayInputStream(pcm), format, frames),
+        AudioSystem.write(new AudioInputStream(new ByteArrayInputStream(pcm), format, pcm.length / format.getFrameSize()),
                 new AudioFileFormat.Type(type, type), file);
         for (AudioInputStream sound : List.of(AudioSystem.getAudioInputStream(file),
                 AudioSystem.getAudioInputStream(new BufferedInputStream(new FileInputStream(file))),
                 AudioSystem.getAudioInputStream(file.toURI().toURL()))) {
             assertThat(sound).isNotInstanceOf(EncodedAudioInputStream.class);
             assertThat(sound.getFormat().matches(format)).isTrue();
-            assertThat(sound.getFrameLength()).isEqualTo(frames);
             assertThat(sound.readAllBytes()).isEqualTo(pcm);
         }
         for (String name : new String[] {"pcm_s16.wav", "pcm_s16_5.1.wav", "pcm_f32.wav", "alaw.wav", "mulaw.wav"}) {
@@ -133,62 +132,57 @@ class JavaSoundTest {
         }
     }
 
-    static List<byte[]> othersBytes() throws IOException {
+    static Stream<byte[]> othersBytes() {
         byte[] noise = new byte[3_000_000];
         new Random(11).nextBytes(noise);
-        List<byte[]> others = new ArrayList<>(List.of(noise, new byte[5000]));
-        for (String text : List.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000), "ID3 explained",
-                "Gone with the wind".repeat(100), "....mdat", "\0\0\0\u0018ftypisom", "ID3\u0003\0\0\0\0\0\0",
-                "<html>", "\u0089PNG\r\n\u001a\n\0\0\0\rIHDR\0\0\0\t\0\0\0\t\b\u0002\0\0\0")) {
-            others.add(text.getBytes(StandardCharsets.ISO_8859_1));
+        return Stream.of(Stream.of(noise, new byte[5000]), Stream.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000),
+                "ID3 explained", "Gone with the wind".repeat(100), "....mdat", "\0\0\0\u0018ftypisom", "ID3\u0003\0\0\0\0\0\0",
+                "<html>", "\u0089PNG\r\n\u001a\n\0\0\0\rIHDR\0\0\0\t\0\0\0\t\b\u0002\0\0\0")
+                .map(text -> text.getBytes(StandardCharsets.ISO_8859_1)), Stream.of("vorbis.ogg", "flac.flac",
+                "h264_320x240.h264", "h264_b_320x240.mp4", "h264_vorbis.mkv").map(name -> bytes(TestMedia.stream(name))))
+                .flatMap(others -> others);
+    }
+
+    private static byte[] bytes(Path file) {
+        try {
+            return Files.readAllBytes(file);
+        } catch (IOException e) {
+            throw new java.io.UncheckedIOException(e);
         }
-        for (String name : List.of("vorbis.ogg", "flac.flac", "h264_320x240.h264", "h264_b_320x240.mp4",
-                "h264_vorbis.mkv")) {
-            others.add(Files.readAllBytes(TestMedia.stream(name)));
-        }
-        return others;
     }
 
     @ParameterizedTest
     @MethodSource("othersBytes")
     void whatIsNotOursIsLeftAsItWas(byte[] bytes) throws IOException {
         InputStream stream = new BufferedInputStream(new ByteArrayInputStream(bytes), 10);
-        FfmpegAudioFileReader reader = new FfmpegAudioFileReader();
-        assertThatThrownBy(() -> reader.getAudioInputStream(stream)).isInstanceOf(UnsupportedAudioFileException.class);
-        assertThatThrownBy(() -> reader.getAudioFileFormat(stream)).isInstanceOf(UnsupportedAudioFileException.class);
-        assertThatThrownBy(() -> AudioSystem.getAudioInputStream(stream))
-                .isInstanceOf(UnsupportedAudioFileException.class);
-        assertThat(stream.readAllBytes()).isEqualTo(bytes);
         File file = Files.write(directory.resolve("other"), bytes).toFile();
-        assertThatThrownBy(() -> reader.getAudioInputStream(file)).isInstanceOf(UnsupportedAudioFileException.class);
-        assertThatThrownBy(() -> reader.getAudioFileFormat(file)).isInstanceOf(UnsupportedAudioFileException.class);
+        refused(UnsupportedAudioFileException.class, "", () -> READER.getAudioInputStream(stream),
+                () -> READER.getAudioFileFormat(stream), () -> AudioSystem.getAudioInputStream(stream),
+                () -> READER.getAudioInputStream(file), () -> READER.getAudioFileFormat(file));
+        assertThat(stream.readAllBytes()).isEqualTo(bytes);
     }
 
     @Test
     void filesThatEndTooEarlyAndStreamsWithoutMarkHarmNothing() throws Exception {
-        FfmpegAudioFileReader reader = new FfmpegAudioFileReader();
         for (Path path : encodedFiles().toList()) {
             byte[] bytes = Files.readAllBytes(path);
             for (int size : new int[] {20, 3000, bytes.length / 2}) {
                 File cut = Files.write(directory.resolve("cut"), Arrays.copyOf(bytes, size)).toFile();
                 try {
-                    pcm(reader.getAudioInputStream(cut));
+                    pcm(READER.getAudioInputStream(cut));
                 } catch (UnsupportedAudioFileException | IOException e) {
                     assertThat(e.getMessage()).isNotBlank();
                 }
             }
         }
         try (FileInputStream stream = new FileInputStream(TestMedia.stream("mp3.mp3").toFile())) {
-            assertThatThrownBy(() -> reader.getAudioInputStream(stream))
-                    .isInstanceOf(UnsupportedAudioFileException.class).hasMessageContaining("mark");
+            refused(UnsupportedAudioFileException.class, "mark", () -> READER.getAudioInputStream(stream));
             assertThat(stream.getChannel().position()).isZero();
         }
-        for (File none : new File[] {directory.resolve("none").toFile(), directory.toFile(), new File("a\0b")}) {
-            assertThatThrownBy(() -> reader.getAudioInputStream(none))
-                    .isInstanceOf(UnsupportedAudioFileException.class);
-        }
-        assertThatThrownBy(() -> AudioSystem.getAudioInputStream(directory.resolve("none").toFile()))
-                .isInstanceOf(java.io.FileNotFoundException.class);
+        File none = directory.resolve("none").toFile();
+        refused(UnsupportedAudioFileException.class, "", () -> READER.getAudioInputStream(none),
+                () -> READER.getAudioInputStream(directory.toFile()), () -> READER.getAudioInputStream(new File("a\0b")));
+        refused(FileNotFoundException.class, "", () -> AudioSystem.getAudioInputStream(none));
     }
 
     private static AudioInputStream foreign(String file, String encoding, float rate, int channels) throws IOException {
@@ -196,11 +190,12 @@ class JavaSoundTest {
                 new AudioFormat(new Encoding(encoding), rate, -1, channels, -1, -1, false), AudioSystem.NOT_SPECIFIED);
     }
 
+    /** Not if their format is not what the bytes are, or a container is missing. */
     @Test
     void streamsOfOthersAreDecodedIfTheirBytesAreEnough() throws Exception {
         for (String file : new String[] {"mp3.mp3", "aac.aac", "ac3.ac3"}) {
             AudioInputStream pcm = AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED,
-                    foreign(file, file.substring(0, 3).toUpperCase(java.util.Locale.ROOT), 44100, 2));
+                    foreign(file, file.substring(0, 3).toUpperCase(Locale.ROOT), 44100, 2));
             assertThat(pcm.readAllBytes()).isEqualTo(MediaAudioTest.decoded(TestMedia.stream(file)));
         }
         AudioInputStream m4a = AudioSystem.getAudioInputStream(TestMedia.stream("aac.m4a").toFile());
@@ -209,8 +204,7 @@ class JavaSoundTest {
             foreign("mp3.mp3", "MP3", 48000, 2), foreign("mp3.mp3", "MP3", 44100, 1),
             foreign("gsm.wav", "MP3", 8000, 1), foreign("wma2.asf", "WMAV2", 44100, 2),
             new AudioInputStream(m4a, m4a.getFormat(), -1), new AudioInputStream(wma, wma.getFormat(), -1)}) {
-            assertThatThrownBy(() -> AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, wrong))
-                    .isInstanceOf(IllegalArgumentException.class);
+            refused(IllegalArgumentException.class, "", () -> AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, wrong));
         }
     }
 }

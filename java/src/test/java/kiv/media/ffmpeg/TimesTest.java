@@ -1,14 +1,17 @@
 package kiv.media.ffmpeg;
 
 import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.IOException;
+import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import org.junit.jupiter.api.Test;
 
-class PacketTimesTest {
+/** Times of packets, of sound by its samples, and in units of any length. */
+class TimesTest {
 
     private final PacketTimes times = new PacketTimes();
 
@@ -67,5 +70,43 @@ class PacketTimesTest {
         assertThat(times.of(key, packet).timestamp()).isEqualTo(4);
         times.forget();
         assertThat(times.of(key, packet).timestamp()).isEqualTo(Packet.NO_TIME);
+    }
+
+    @Test
+    void timesCountOnFromTheLastPacketWithATimeAndAreRoundedDown() {
+        AudioClock clock = new AudioClock(new Rational(1, 1000), 44100, Packet.NO_TIME);
+        clock.advance(7);
+        assertThat(clock.time()).isEqualTo(Packet.NO_TIME);
+        clock.at(-5);
+        clock.advance(44099);
+        clock.at(Packet.NO_TIME);
+        assertThat(clock.time()).isEqualTo(994);
+        clock.advance(1);
+        assertThat(clock.time()).isEqualTo(995);
+        clock.at(Long.MAX_VALUE - 1);
+        clock.advance(44100);
+        assertThat(clock.time()).isEqualTo(Long.MAX_VALUE);
+        clock.reset();
+        assertThat(clock.time()).isEqualTo(Packet.NO_TIME);
+    }
+
+    @Test
+    void productsAreExactAndRoundedDown() {
+        assertThat(new Rational(1, 3).times(3_000_000_000_000L)).isEqualTo(Duration.ofSeconds(1_000_000_000_000L));
+        assertThat(new Rational(1001, 30000).times(-1)).isEqualTo(Duration.ofNanos(-33_366_667));
+        assertThat(new Rational(1001, -30000).times(1)).isEqualTo(Duration.ofNanos(-33_366_667));
+        assertThat(new Rational(1, 1_000_000_000).times(Long.MAX_VALUE)).isEqualTo(Duration.ofNanos(Long.MAX_VALUE));
+        assertThat(new Rational(30000, 1001).toDouble()).isEqualTo(30000 / 1001.0);
+    }
+
+    @Test
+    void whatIsUnknownOrTooLongIsNoTime() {
+        assertThat(new Rational(1, 0).toDouble()).isZero();
+        assertThatThrownBy(() -> new Rational(1, 0).times(1)).isInstanceOf(ArithmeticException.class);
+        assertThatThrownBy(() -> new Rational(Long.MAX_VALUE, 1).times(2)).isInstanceOf(ArithmeticException.class);
+        assertThat(new Rational(0, 1).time(1)).isEmpty();
+        assertThat(new Rational(Long.MAX_VALUE, 1).time(2)).isEmpty();
+        assertThat(new Rational(Long.MAX_VALUE, 1).time(1)).contains(Duration.ofSeconds(Long.MAX_VALUE));
+        assertThat(new Rational(1, 1).time(Packet.NO_TIME)).isEmpty();
     }
 }
