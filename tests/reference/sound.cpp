@@ -1,20 +1,18 @@
-#include "sound.h"
+#include "decoders.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <functional>
-#include <vector>
+#include <utility>
+
+using namespace ffmpeg;
 
 namespace
 {
 
-using bytes = std::vector<uint8_t>;
-
-constexpr AVCodecID s_mpeg_audio = AV_CODEC_ID_MP3; // the decoder of every layer
-constexpr size_t s_incomplete = 31;                 // so few bytes always wait for more
+constexpr AVCodecID ie_mpeg_audio = AV_CODEC_ID_MP3; // the decoder of every layer
+constexpr size_t ul_incomplete = 31;                 // so few bytes always wait for more
 
 template <class T> T sample_at(const uint8_t *autp_plane, int inp_index)
 {
@@ -23,39 +21,30 @@ template <class T> T sample_at(const uint8_t *autp_plane, int inp_index)
     return dsl_sample;
 }
 
-int16_t from_float(double dsp_sample)
-{
-    return static_cast<int16_t>(std::clamp(std::lrint(dsp_sample * 32768), -32768L, 32767L));
-}
-
 /** One sample of a plane as 16 bits. */
-int16_t sample_16(AVSampleFormat dsp_format, const uint8_t *autp_plane, int inp_index)
+int16_t sample_16(AVSampleFormat iep_format, const uint8_t *autp_plane, int inp_index)
 {
-    switch (dsp_format) {
+    const auto from_float = [](double flp_sample) {
+        return static_cast<int16_t>(std::clamp(std::lrint(flp_sample * 32768), -32768L, 32767L));
+    };
+    switch (iep_format % AV_SAMPLE_FMT_U8P) { // the planar formats have the order of the interleaved ones
     case AV_SAMPLE_FMT_U8:
-    case AV_SAMPLE_FMT_U8P:
         return static_cast<int16_t>((autp_plane[inp_index] - 0x80) * 256);
     case AV_SAMPLE_FMT_S16:
-    case AV_SAMPLE_FMT_S16P:
         return sample_at<int16_t>(autp_plane, inp_index);
     case AV_SAMPLE_FMT_S32:
-    case AV_SAMPLE_FMT_S32P:
         return static_cast<int16_t>(sample_at<int32_t>(autp_plane, inp_index) >> 16);
     case AV_SAMPLE_FMT_FLT:
-    case AV_SAMPLE_FMT_FLTP:
         return from_float(sample_at<float>(autp_plane, inp_index));
-    case AV_SAMPLE_FMT_DBL:
-    case AV_SAMPLE_FMT_DBLP:
-        return from_float(sample_at<double>(autp_plane, inp_index));
     default:
-        throw std::runtime_error("unknown sample format");
+        return from_float(sample_at<double>(autp_plane, inp_index));
     }
 }
 
 /** The rule that decides where MPEG audio goes on after an error; bytes that are not there count as 0. */
-bool is_mpeg_header(const bytes &byrp_bytes)
+bool is_mpeg_header(const bytes &utp_bytes)
 {
-    const auto at = [&](size_t ulp_index) { return ulp_index < byrp_bytes.size() ? byrp_bytes[ulp_index] : 0; };
+    const auto at = [&](size_t ulp_index) { return ulp_index < utp_bytes.size() ? utp_bytes[ulp_index] : 0; };
     return at(0) == 0xff && (at(1) & 0xe0) == 0xe0 && (at(1) & 0x06) != 0 && (at(2) & 0x0c) != 0x0c &&
            (at(2) & 0xf0) != 0xf0;
 }
@@ -63,193 +52,154 @@ bool is_mpeg_header(const bytes &byrp_bytes)
 class c_sound_decoder
 {
 public:
-    c_sound_decoder(const AVCodecContext &dsp_stream, AVCodecID dsp_codec_id, const std::string &strp_pcm)
-        : dsc_file(strp_pcm, std::ios::binary), bc_mpeg(dsp_codec_id == s_mpeg_audio)
+    c_sound_decoder(context_ptr dsp_context, const AVCodecContext &dsp_stream, const std::string &strp_pcm)
+        : dsc_context(std::move(dsp_context)),
+          dsc_file(strp_pcm, std::ios::binary),
+          inc_channels(dsp_stream.channels),
+          inc_rate(dsp_stream.sample_rate)
     {
-        const AVCodec &dsl_codec = decoder_of(dsp_codec_id);
-        adsc_context = new_context(dsl_codec, dsp_stream);
-        adsc_frame.reset(g_ffmpeg.av_frame_alloc());
-        if (adsc_frame == nullptr)
-            throw std::bad_alloc();
-        inc_channels = dsp_stream.channels;
-        inc_rate = dsp_stream.sample_rate;
-        adsc_context->channels = dsp_stream.channels;
-        adsc_context->sample_rate = dsp_stream.sample_rate;
-        adsc_context->block_align = dsp_stream.block_align;
-        adsc_context->bit_rate = dsp_stream.bit_rate;
-        adsc_context->request_sample_fmt = AV_SAMPLE_FMT_S16;
-        if (dsp_stream.channels <= 2)
-            adsc_context->request_channel_layout = dsp_stream.channels == 1 ? 0x4 : 0x3; // no other one matters
-        open_codec(*adsc_context, dsl_codec);
     }
 
     /** Takes a block of the stream. */
-    void feed(const bytes &byrp_block)
+    void feed(const bytes &utp_block)
     {
-        const bool bl_waited = !byrc_waiting.empty();
-        byrc_rest.swap(byrc_waiting);
-        byrc_waiting.clear();
-        byrc_rest.insert(byrc_rest.end(), byrp_block.begin(), byrp_block.end());
-        const size_t ull_size = byrc_rest.size();
-        const int inl_result = decode_rest(false);
-        const size_t ull_consumed =
-            bl_waited ? byrp_block.size() : ull_size - std::max(byrc_rest.size(), byrc_waiting.size());
-        print(byrp_block.size(), inl_result, ull_consumed);
+        const bool bl_waited = !utc_waiting.empty();
+        utc_rest = std::exchange(utc_waiting, {});
+        utc_rest.insert(utc_rest.end(), utp_block.begin(), utp_block.end());
+        const size_t ull_size = utc_rest.size();
+        const bool bl_failed = !decode_rest(false);
+        print_block(utp_block.size(), bl_failed,
+                    bl_waited ? utp_block.size() : ull_size - std::max(utc_rest.size(), utc_waiting.size()));
     }
 
     /** Ends the stream. */
     void finish()
     {
-        byrc_rest.swap(byrc_waiting);
-        byrc_waiting.clear();
-        const int inl_result = decode_rest(true);
-        byrc_rest.clear();
-        if ((adsc_context->codec->capabilities & s_capability_delay) != 0)
-            while (decode(0).bc_frame) {
-            }
-        print(0, inl_result, 0);
-        std::printf("format\t%s\t%d\t%d\n", g_ffmpeg.av_get_sample_fmt_name(adsc_context->sample_fmt),
-                    adsc_context->channels, adsc_context->sample_rate);
+        utc_rest = std::exchange(utc_waiting, {});
+        const bool bl_failed = !decode_rest(true);
+        utc_rest.clear();
+        while ((dsc_context->codec->capabilities & CODEC_CAP_DELAY) != 0 && decode().second) {
+        }
+        print_block(0, bl_failed, 0);
+        print("format", av_get_sample_fmt_name(dsc_context->sample_fmt), dsc_context->channels,
+              dsc_context->sample_rate);
     }
 
 private:
-    static constexpr int s_capability_delay = 0x20;
-
-    struct dsd_step
+    /** Decodes the rest of the block; what stays of it waits, or is what a failed decoder left. @return false if it failed */
+    bool decode_rest(bool bp_last)
     {
-        int inc_used;
-        bool bc_frame;
-    };
-
-    /** Decodes the rest of the block; what stays of it waits, or is what a failed decoder left. @return 1 if it failed */
-    int decode_rest(bool bp_last)
-    {
+        const bool bl_mpeg = dsc_context->codec_id == ie_mpeg_audio;
         int inl_idle = 0;
-        while (!byrc_rest.empty()) {
-            if (byrc_rest.size() <= s_incomplete && !bp_last) {
-                byrc_waiting.swap(byrc_rest);
-                return 0;
+        while (!utc_rest.empty()) {
+            const bool bl_incomplete = utc_rest.size() <= ul_incomplete && !bp_last;
+            const auto [inl_used, bl_frame] = bl_incomplete ? std::pair(-1, false) : decode();
+            inl_idle = inl_used == 0 && !bl_frame ? inl_idle + 1 : 0;
+            if (inl_used >= 0 && inl_idle < in_idle_calls) {
+                drop(inl_used);
+            } else if (bl_incomplete || (bl_mpeg && is_mpeg_header(utc_rest) && !bp_last)) {
+                utc_waiting = std::exchange(utc_rest, {});
+            } else if (!bl_mpeg) {
+                return false;
+            } else {
+                do
+                    drop(1);
+                while (!utc_rest.empty() && !is_mpeg_header(utc_rest));
             }
-            const dsd_step dsl_step = decode(byrc_rest.size());
-            inl_idle = dsl_step.inc_used == 0 && !dsl_step.bc_frame ? inl_idle + 1 : 0;
-            if (dsl_step.inc_used >= 0 && inl_idle < s_idle_calls) {
-                drop(static_cast<size_t>(dsl_step.inc_used));
-                continue;
-            }
-            if (!bc_mpeg)
-                return 1;
-            if (at_header() && !bp_last) {
-                byrc_waiting.swap(byrc_rest);
-                return 0;
-            }
-            do
-                drop(1);
-            while (!byrc_rest.empty() && !at_header());
         }
-        return 0;
+        return true;
     }
 
-    void drop(size_t ulp_count)
+    void drop(int inp_count) { utc_rest.erase(utc_rest.begin(), utc_rest.begin() + inp_count); }
+
+    /** One call of the decoder with the rest, padded. @return the bytes consumed, or an error, and whether a frame came */
+    std::pair<int, bool> decode()
     {
-        byrc_rest.erase(byrc_rest.begin(), byrc_rest.begin() + static_cast<long>(ulp_count));
+        bytes utl_padded(utc_rest);
+        utl_padded.resize(utc_rest.size() + FF_INPUT_BUFFER_PADDING_SIZE);
+        const AVPacket dsl_packet = packet_of(utc_rest.empty() ? nullptr : utl_padded.data(), utc_rest.size());
+        int inl_frame = 0;
+        const int inl_used = avcodec_decode_audio4(dsc_context.get(), dsc_frame.get(), &inl_frame, &dsl_packet);
+        if (inl_used >= 0 && inl_frame != 0)
+            take_frame(*dsc_frame);
+        return {inl_used, inl_used >= 0 && inl_frame != 0};
     }
 
-    bool at_header() const { return is_mpeg_header(byrc_rest); }
-
-    /** One call of the decoder with the rest, padded. */
-    dsd_step decode(size_t ulp_size)
+    void take_frame(const AVFrame &dsp_frame)
     {
-        bytes byrl_padded(byrc_rest);
-        byrl_padded.resize(ulp_size + FF_INPUT_BUFFER_PADDING_SIZE);
-        AVPacket dsl_packet{};
-        g_ffmpeg.av_init_packet(&dsl_packet);
-        dsl_packet.data = ulp_size == 0 ? nullptr : byrl_padded.data();
-        dsl_packet.size = static_cast<int>(ulp_size);
-        int inl_got_frame = 0;
-        const int inl_used =
-            g_ffmpeg.avcodec_decode_audio4(adsc_context.get(), adsc_frame.get(), &inl_got_frame, &dsl_packet);
-        if (inl_used < 0)
-            return {inl_used, false};
-        if (inl_got_frame != 0)
-            take_frame();
-        return {inl_used, inl_got_frame != 0};
-    }
-
-    void take_frame()
-    {
-        const AVFrame &dsl_frame = *adsc_frame;
-        const auto dsl_format = static_cast<AVSampleFormat>(dsl_frame.format);
-        bc_foreign |= dsl_frame.channels != inc_channels || dsl_frame.sample_rate != inc_rate;
-        const bool bl_planar = dsl_format >= AV_SAMPLE_FMT_U8P;
-        for (int inl_sample = 0; inl_sample < dsl_frame.nb_samples; ++inl_sample) {
-            for (int inl_channel = 0; inl_channel < dsl_frame.channels; ++inl_channel) {
-                const auto iml_value =
-                    bl_planar ? sample_16(dsl_format, dsl_frame.extended_data[inl_channel], inl_sample)
-                              : sample_16(dsl_format, dsl_frame.data[0], inl_sample * dsl_frame.channels + inl_channel);
-                byrc_pcm.push_back(static_cast<uint8_t>(iml_value));
-                byrc_pcm.push_back(static_cast<uint8_t>(iml_value >> 8));
-            }
+        const auto iel_format = static_cast<AVSampleFormat>(dsp_frame.format);
+        bc_foreign |= dsp_frame.channels != inc_channels || dsp_frame.sample_rate != inc_rate;
+        for (int inl_sample = 0; inl_sample < dsp_frame.nb_samples * dsp_frame.channels; ++inl_sample) {
+            const int inl_channel = inl_sample % dsp_frame.channels;
+            const auto iml_value =
+                iel_format >= AV_SAMPLE_FMT_U8P
+                    ? sample_16(iel_format, dsp_frame.extended_data[inl_channel], inl_sample / dsp_frame.channels)
+                    : sample_16(iel_format, dsp_frame.data[0], inl_sample);
+            utc_pcm.push_back(static_cast<uint8_t>(iml_value));
+            utc_pcm.push_back(static_cast<uint8_t>(iml_value >> 8));
         }
     }
 
-    void print(size_t ulp_length, int inp_result, size_t ulp_consumed)
+    void print_block(size_t ulp_length, bool bp_failed, size_t ulp_consumed)
     {
-        std::printf("block\t%d\t%zu\t%d\t%zu\t%zu\t%zu\t%s\t%d\n", inc_blocks++, ulp_length, inp_result, ulp_consumed,
-                    byrc_waiting.size(), byrc_pcm.size(), md5_of(byrc_pcm).c_str(), bc_foreign ? 1 : 0);
-        bc_foreign = false;
-        dsc_file.write(reinterpret_cast<const char *>(byrc_pcm.data()), static_cast<std::streamsize>(byrc_pcm.size()));
-        if (!dsc_file)
+        print("block", inc_blocks++, ulp_length, bp_failed, ulp_consumed, utc_waiting.size(), utc_pcm.size(),
+              md5_of(utc_pcm), std::exchange(bc_foreign, false));
+        if (!dsc_file.write(reinterpret_cast<const char *>(utc_pcm.data()), static_cast<long>(utc_pcm.size())))
             throw std::runtime_error("the samples cannot be written");
-        byrc_pcm.clear();
-        byrc_rest.clear();
+        utc_pcm.clear();
+        utc_rest.clear();
     }
 
-    context_ptr adsc_context;
-    frame_ptr adsc_frame;
+    context_ptr dsc_context;
+    frame_ptr dsc_frame{existing(av_frame_alloc(), "memory")};
     std::ofstream dsc_file;
-    bytes byrc_rest;    // of the block at work
-    bytes byrc_waiting; // for the next block
-    bytes byrc_pcm;     // of the block at work
-    bool bc_mpeg;
-    bool bc_foreign = false; // a frame of the block at work is not what the stream is
+    bytes utc_rest;    // of the block at work
+    bytes utc_waiting; // for the next block
+    bytes utc_pcm;     // of the block at work
+    bool bc_foreign = false;
     int inc_channels;
     int inc_rate;
     int inc_blocks = 0;
 };
 
-/** Passes a block on as the smaller ones that are asked for. */
-void cut(const bytes &byrp_block, const dsd_sound_options &dsp_options,
-         const std::function<void(const bytes &)> &dsp_feed)
+/** The pieces of a block, each cut again into blocks of so many bytes, unless 0. */
+std::vector<bytes> pieces_of(const bytes &utp_block, size_t ulp_pieces, size_t ulp_bytes)
 {
-    const size_t ull_pieces = static_cast<size_t>(dsp_options.inc_pieces);
-    for (size_t ull_piece = 0; ull_piece < ull_pieces; ++ull_piece) {
-        const size_t ull_end = byrp_block.size() * (ull_piece + 1) / ull_pieces;
-        size_t ull_start = byrp_block.size() * ull_piece / ull_pieces;
-        const size_t ull_step = dsp_options.inc_cut > 0 ? static_cast<size_t>(dsp_options.inc_cut) : ull_end;
-        for (; ull_start < ull_end; ull_start += ull_step)
-            dsp_feed({byrp_block.begin() + static_cast<long>(ull_start),
-                      byrp_block.begin() + static_cast<long>(std::min(ull_start + ull_step, ull_end))});
+    std::vector<bytes> utl_pieces;
+    for (size_t ull_piece = 0; ull_piece < ulp_pieces; ++ull_piece) {
+        const auto utl_end = utp_block.begin() + static_cast<long>(utp_block.size() * (ull_piece + 1) / ulp_pieces);
+        auto utl_start = utp_block.begin() + static_cast<long>(utp_block.size() * ull_piece / ulp_pieces);
+        while (utl_start < utl_end) {
+            const long ill_rest = utl_end - utl_start;
+            const long ill_length = ulp_bytes == 0 ? ill_rest : std::min(ill_rest, static_cast<long>(ulp_bytes));
+            utl_pieces.emplace_back(utl_start, utl_start + ill_length);
+            utl_start += ill_length;
+        }
     }
+    return utl_pieces;
 }
 
 } // namespace
 
-void decode_sound(c_file &dsp_file, const AVStream &dsp_stream, AVCodecID dsp_codec_id,
-                  const dsd_sound_options &dsp_options)
+void decode_sound(AVFormatContext &dsp_file, const AVStream &dsp_stream, AVCodecID iep_codec,
+                  const options &dsp_options)
 {
-    c_sound_decoder dsl_decoder(*dsp_stream.codec, dsp_codec_id, dsp_options.strc_pcm);
-    const auto feed = [&](const bytes &byrp_block) { dsl_decoder.feed(byrp_block); };
-    bytes byrl_block;
+    const size_t ull_pieces = std::stoul(dsp_options.at("--pieces"));
+    const size_t ull_cut = std::stoul(dsp_options.at("--cut"));
+    c_sound_decoder dsl_decoder(open_decoder(iep_codec, *dsp_stream.codec, 0), *dsp_stream.codec,
+                                dsp_options.at("--pcm"));
+    bytes utl_block;
+    const auto feed = [&] {
+        for (const bytes &utl_piece : pieces_of(utl_block, ull_pieces, ull_cut))
+            dsl_decoder.feed(utl_piece);
+        utl_block.clear();
+    };
     int inl_joined = 0;
-    dsp_file.for_each_packet([&](const AVPacket &dsp_packet) {
-        if (dsp_packet.stream_index != dsp_stream.index)
-            return;
-        byrl_block.insert(byrl_block.end(), dsp_packet.data, dsp_packet.data + dsp_packet.size);
-        if (++inl_joined % dsp_options.inc_join == 0) {
-            cut(byrl_block, dsp_options, feed);
-            byrl_block.clear();
-        }
+    for_each_packet(dsp_file, dsp_stream.index, [&](const AVPacket &dsp_packet) {
+        utl_block.insert(utl_block.end(), dsp_packet.data, dsp_packet.data + dsp_packet.size);
+        if (++inl_joined % std::stoi(dsp_options.at("--join")) == 0)
+            feed();
     });
-    cut(byrl_block, dsp_options, feed);
+    feed();
     dsl_decoder.finish();
 }
