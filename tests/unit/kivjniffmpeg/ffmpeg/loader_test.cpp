@@ -10,136 +10,100 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <string>
-#include <unistd.h>
 
-using testing::AllOf;
-using testing::EndsWith;
-using testing::Eq;
-using testing::ExitedWithCode;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 namespace
 {
 
-const std::string strg_refused = "<failed to initialize ffmpeg>";
-
-/** Loads and tells on standard error what came of it, among the loader's own messages. */
-void load_and_tell(const char *strp_directory)
+/** Loads and prints the result on standard error, and which tables are filled: two whole ones, two entries of one. */
+void load_and_report(const char *strp_directory)
 {
+    std::string strl_result = "loaded";
     try {
         ffmpeg_loader::load(strp_directory);
-        std::fputs("<loaded>", stderr);
     } catch (const kiv::jni::c_jniexception &dsl_exception) {
-        std::fprintf(stderr, "<%s>", dsl_exception.what());
+        strl_result = dsl_exception.what();
     }
+    std::fprintf(stderr, "<%s %d%d %d%d>", strl_result.c_str(), g_avformat.av_register_all != nullptr,
+                 g_avutil.avc_handle != nullptr, g_avcodec.av_free_packet != nullptr,
+                 g_avcodec.av_init_packet != nullptr);
 }
 
 [[noreturn]] void load_twice(const std::string &strp_first, const std::string &strp_second)
 {
-    load_and_tell(strp_first.c_str());
-    load_and_tell(strp_second.c_str());
-    _exit(0);
+    load_and_report(strp_first.c_str());
+    load_and_report(strp_second.c_str());
+    std::_Exit(0);
 }
 
-class ffmpeg_loader_test : public testing::Test
+class ffmpeg_loader_test : public Test
 {
 protected:
-    ffmpeg_loader_test()
-    {
-        GTEST_FLAG_SET(death_test_style, "threadsafe"); // a new process, not a fork of this one
-        std::filesystem::create_directories(dsc_root);
-        strc_whole = make_directory("whole");
-    }
+    ffmpeg_loader_test() { GTEST_FLAG_SET(death_test_style, "threadsafe"); } // a new process, not a fork of this one
     ~ffmpeg_loader_test() override { std::filesystem::remove_all(dsc_root); }
 
-    /** A directory of stand-ins: all five but for those that are replaced by another, or left out ("" for the name). */
-    std::string make_directory(const std::string &strp_name, std::map<std::string, std::string> dsp_instead = {})
+    /** A directory of stand-ins: all five, but another or none ("") for one of them. */
+    std::string make_directory(const std::string &strp_replaced = {}, const std::string &strp_stub = {})
     {
         const char *strl_stubs = std::getenv("KIV_STUB_DIR");
         EXPECT_NE(strl_stubs, nullptr) << "KIV_STUB_DIR must name the directory with the stand-ins";
-        const std::pair<std::string, std::string> strl_files[] = {
-            {"avcodec", ".56"}, {"avformat", ".56"}, {"swresample", ".1"}, {"avutil", ".54"}, {"swscale", ".3"}};
-        std::filesystem::create_directories(dsc_root / strp_name);
-        for (const auto &[strl_library, strl_version] : strl_files) {
-            const auto dsl_other = dsp_instead.find(strl_library);
-            const std::string strl_stub = dsl_other == dsp_instead.end() ? strl_library : dsl_other->second;
-            const auto dsl_link = dsc_root / strp_name / ("lib" + strl_library + ".so" + strl_version);
+        const std::filesystem::path dsl_directory = dsc_root / ("without_" + strp_replaced + strp_stub);
+        std::filesystem::create_directories(dsl_directory);
+        for (const std::string strl_file :
+             {"avcodec.so.56", "avformat.so.56", "swresample.so.1", "avutil.so.54", "swscale.so.3"}) {
+            const std::string strl_library = strl_file.substr(0, strl_file.find('.'));
+            const std::string strl_stub = strl_library == strp_replaced ? strp_stub : strl_library;
+            const std::filesystem::path dsl_link = dsl_directory / ("lib" + strl_file);
             if (!strl_stub.empty() && !std::filesystem::exists(dsl_link))
                 std::filesystem::create_symlink(std::string(strl_stubs) + "/libstub_" + strl_stub + ".so", dsl_link);
         }
-        return dsc_root / strp_name;
+        return dsl_directory;
     }
 
     // The child runs through the same lines, so the name must be the same for it.
     std::filesystem::path dsc_root =
         std::filesystem::temp_directory_path() /
-        (std::string("kivjniffmpeg_") + testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::string strc_whole;
+        (std::string("kivjniffmpeg_") + UnitTest::GetInstance()->current_test_info()->name());
+    std::string strc_whole = make_directory();
 };
 
 TEST_F(ffmpeg_loader_test, loads_once_whatever_is_named_later)
 {
-    EXPECT_EXIT(load_twice(strc_whole, "/nowhere"), ExitedWithCode(0), Eq("<loaded><loaded>"));
+    EXPECT_EXIT(load_twice(strc_whole, "/nowhere"), ExitedWithCode(0), Eq("<loaded 11 11><loaded 11 11>"));
 }
 
 TEST_F(ffmpeg_loader_test, null_directory_means_the_dynamic_linkers_search)
 {
     const char *strl_before = std::getenv("LD_LIBRARY_PATH");
     setenv("LD_LIBRARY_PATH", strc_whole.c_str(), 1); // for the child
-    EXPECT_EXIT((load_and_tell(nullptr), _exit(0)), ExitedWithCode(0), Eq("<loaded>"));
+    EXPECT_EXIT((load_and_report(nullptr), std::_Exit(0)), ExitedWithCode(0), Eq("<loaded 11 11>"));
     strl_before == nullptr ? unsetenv("LD_LIBRARY_PATH") : setenv("LD_LIBRARY_PATH", strl_before, 1);
 }
 
-TEST_F(ffmpeg_loader_test, first_library_missing_is_told_once_with_its_file)
+TEST_F(ffmpeg_loader_test, failure_is_reported_once_and_never_tried_again)
 {
-    const std::string strl_empty = make_directory("empty", {{"avcodec", ""}});
-    EXPECT_EXIT(load_twice(strl_empty, strc_whole), ExitedWithCode(0),
-                AllOf(StartsWith("error loading libavcodec in " + strl_empty + "/libavcodec.so.56: "),
-                      HasSubstr("No such file"), EndsWith("\n" + strg_refused + strg_refused)));
-}
-
-TEST_F(ffmpeg_loader_test, middle_library_missing_is_told_once_and_never_tried_again)
-{
-    const std::string strl_without = make_directory("without", {{"swresample", ""}});
-    EXPECT_EXIT(load_twice(strl_without, strc_whole), ExitedWithCode(0),
-                AllOf(StartsWith("error loading libswresample: "), EndsWith("\n" + strg_refused + strg_refused)));
-    EXPECT_EXIT(
-        {
-            load_and_tell(strl_without.c_str());
-            const bool bl_kept = g_avformat.av_register_all != nullptr && g_swresample.avc_handle == nullptr &&
-                                 g_avutil.avc_handle == nullptr;
-            _exit(bl_kept ? 0 : 1);
-        },
-        ExitedWithCode(0), HasSubstr(strg_refused));
-}
-
-TEST_F(ffmpeg_loader_test, library_that_lacks_a_function_fails_now_and_later)
-{
-    const std::string strl_incomplete = make_directory("incomplete", {{"avcodec", "avcodec_incomplete"}});
-    EXPECT_EXIT(load_twice(strl_incomplete, strc_whole), ExitedWithCode(0),
-                AllOf(StartsWith("error searching for libavcodec symbols: "), HasSubstr("av_init_packet"),
-                      EndsWith("\n" + strg_refused + strg_refused)));
-    EXPECT_EXIT(
-        {
-            load_and_tell(strl_incomplete.c_str());
-            const bool bl_kept = g_avcodec.avc_handle != nullptr && g_avcodec.av_free_packet != nullptr &&
-                                 g_avcodec.av_init_packet == nullptr && g_avcodec.avcodec_decode_audio4 == nullptr;
-            _exit(bl_kept ? 0 : 1);
-        },
-        ExitedWithCode(0), HasSubstr(strg_refused));
-}
-
-TEST_F(ffmpeg_loader_test, too_long_a_path_is_cut)
-{
+    const std::string strl_empty = make_directory("avcodec");
     const std::string strl_long = "/" + std::string(4085, 'd'); // the file's name is cut after "/libavcod"
-    const std::string strl_tried = (strl_long + "/libavcodec.so.56").substr(0, 4095);
-    EXPECT_EXIT(load_twice(strl_long, strc_whole), ExitedWithCode(0),
-                AllOf(StartsWith("error loading libavcodec in " + strl_tried + ": "), Not(HasSubstr("libavcodec.so")),
-                      EndsWith("\n" + strg_refused + strg_refused)));
+    const struct
+    {
+        std::string strc_directory;
+        std::string strc_message; // begins so
+        std::string strc_reason;  // and has this later
+        std::string strc_tables;
+    } dsl_cases[] = {
+        {strl_empty, "error loading libavcodec in " + strl_empty + "/libavcodec.so.56: ", "No such file", "00 00"},
+        {strl_long, "error loading libavcodec in " + strl_long + "/libavcod: ", "File name too long", "00 00"},
+        {make_directory("swresample"), "error loading libswresample: ", "No such file", "10 11"},
+        {make_directory("avcodec", "avcodec_incomplete"),
+         "error searching for libavcodec symbols: ", "undefined symbol: av_init_packet", "00 10"}};
+    for (const auto &dsl_case : dsl_cases) {
+        const std::string strl_result = "<failed to initialize ffmpeg " + dsl_case.strc_tables + ">";
+        EXPECT_EXIT(load_twice(dsl_case.strc_directory, strc_whole), ExitedWithCode(0),
+                    AllOf(StartsWith(dsl_case.strc_message), HasSubstr(dsl_case.strc_reason),
+                          EndsWith("\n" + strl_result + strl_result)));
+    }
 }
 
 } // namespace

@@ -1,3 +1,0 @@
-#include "stub.h"
-
-KIV_AVCODEC_SYMBOLS(STUB)

@@ -1,3 +1,0 @@
-#include "stub.h"
-
-KIV_SWRESAMPLE_SYMBOLS(STUB)
