@@ -1,25 +1,18 @@
 #include "support/fake_jnienv.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstring>
+#include <span>
 #include <stdexcept>
-#include <string_view>
+#include <type_traits>
 
 namespace
 {
 
-constexpr size_t um_guard = 64;
-constexpr uint8_t utl_guard_byte = 0xA5;
-
-const JNINativeInterface_ &fake_functions();
-
-size_t element_size(const fake_object &dsp_array)
-{
-    return dsp_array->strc_class == "[I" ? sizeof(jint) : 1;
-}
+constexpr size_t ul_guard = 64;
+constexpr uint8_t ut_guard_byte = 0xA5;
 
 /** A function's name as an argument of a template. */
 template <size_t LENGTH> struct dsd_name
@@ -28,41 +21,59 @@ template <size_t LENGTH> struct dsd_name
     char strc_text[LENGTH];
 };
 
+/** Makes a JNI function of a body; a failed one returns 0 or null, and so does one without a body. */
+template <dsd_name NAME, class BODY, class RESULT, class... ARGUMENTS>
+void define(RESULT (*&adsp_function)(JNIEnv *, ARGUMENTS...), BODY)
+{
+    adsp_function = [](JNIEnv *adsp_env, ARGUMENTS... dsp_arguments) -> RESULT {
+        auto &dsl_env = static_cast<c_fake_jnienv &>(*adsp_env);
+        const bool bl_succeeds = dsl_env.enter(NAME.strc_text);
+        if constexpr (std::is_invocable_v<BODY, c_fake_jnienv &, ARGUMENTS...>)
+            if (bl_succeeds)
+                return static_cast<RESULT>(BODY()(dsl_env, dsp_arguments...));
+        return RESULT();
+    };
+}
+
+// clang-format off
+#define FUNCTIONS_WITHOUT_BODY(X)                                                                                      \
+    X(NewByteArray) X(NewLongArray) X(SetIntArrayRegion) X(SetByteArrayRegion) X(SetLongArrayRegion) X(GetMethodID)    \
+    X(GetStaticMethodID) X(GetObjectArrayElement) X(SetObjectArrayElement) X(CallStaticBooleanMethodV)                 \
+    X(CallStaticVoidMethodV) X(CallIntMethodV) X(CallLongMethodV) X(CallObjectMethodV) X(GetByteArrayElements)         \
+    X(GetShortArrayElements) X(GetIntArrayElements)
+// clang-format on
+
 } // namespace
 
 c_fake_vm::~c_fake_vm()
 {
     EXPECT_TRUE(dsc_pins.empty()) << "arrays are still accessed";
-    EXPECT_TRUE(std::ranges::none_of(dsc_references, [](const auto &dsp_entry) { return dsp_entry.second->bc_global; }))
-        << "global references are left";
+    for (const auto &[avol_reference, dsl_reference] : dsc_references)
+        EXPECT_FALSE(dsl_reference.bc_global)
+            << "a global reference is left to " << dsl_reference.dsc_object->strc_class;
 }
-
-c_fake_jnienv::c_fake_jnienv(c_fake_vm &dsp_vm) : JNIEnv_{&fake_functions()}, dsc_vm(dsp_vm) {}
 
 jobject c_fake_jnienv::reference(const fake_object &dsp_object, bool bp_global)
 {
     if (dsp_object == nullptr)
         return nullptr;
-    if (!bp_global)
-        ++umc_locals;
-    std::unique_ptr<c_fake_vm::dsd_reference> dsl_reference(new c_fake_vm::dsd_reference{dsp_object, bp_global});
-    const auto avol_key = reinterpret_cast<jobject>(dsl_reference.get());
+    umc_locals += bp_global ? 0 : 1;
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
-    dsc_vm.dsc_references.emplace(avol_key, std::move(dsl_reference));
-    return avol_key;
+    const auto avol_reference = reinterpret_cast<jobject>(++dsc_vm.ulc_last_reference);
+    dsc_vm.dsc_references[avol_reference] = {dsp_object, bp_global};
+    return avol_reference;
 }
 
 void c_fake_jnienv::forget(jobject avop_reference, bool bp_global)
 {
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
     const auto dsl_at = dsc_vm.dsc_references.find(avop_reference);
-    if (dsl_at == dsc_vm.dsc_references.end() || dsl_at->second->bc_global != bp_global) {
+    if (dsl_at == dsc_vm.dsc_references.end() || dsl_at->second.bc_global != bp_global) {
         ADD_FAILURE() << "deletes a reference of the other kind, or one that is dead";
         return;
     }
     dsc_vm.dsc_references.erase(dsl_at);
-    if (!bp_global)
-        --umc_locals;
+    umc_locals -= bp_global ? 0 : 1;
 }
 
 jobject c_fake_jnienv::local(const std::string &strp_class, const std::string &strp_text)
@@ -70,29 +81,19 @@ jobject c_fake_jnienv::local(const std::string &strp_class, const std::string &s
     return reference(std::make_shared<dsd_fake_object>(dsd_fake_object{strp_class, strp_text, {}}), false);
 }
 
-jclass c_fake_jnienv::local_class(const std::string &strp_name)
-{
-    return static_cast<jclass>(local("java/lang/Class", strp_name));
-}
-
-jstring c_fake_jnienv::local_string(const std::string &strp_text)
-{
-    return static_cast<jstring>(local("java/lang/String", strp_text));
-}
-
 jintArray c_fake_jnienv::local_ints(const std::vector<jint> &aimp_values)
 {
-    const auto avol_array = static_cast<jintArray>(local("[I"));
+    const jobject avol_array = local("[I");
     const auto *autl_values = reinterpret_cast<const uint8_t *>(aimp_values.data());
     object(avol_array)->utc_bytes.assign(autl_values, autl_values + aimp_values.size() * sizeof(jint));
-    return avol_array;
+    return static_cast<jintArray>(avol_array);
 }
 
 jbyteArray c_fake_jnienv::local_bytes(size_t ump_length)
 {
-    const auto avol_array = static_cast<jbyteArray>(local("[B"));
+    const jobject avol_array = local("[B");
     object(avol_array)->utc_bytes.resize(ump_length);
-    return avol_array;
+    return static_cast<jbyteArray>(avol_array);
 }
 
 fake_object c_fake_jnienv::object(jobject avop_reference)
@@ -100,7 +101,7 @@ fake_object c_fake_jnienv::object(jobject avop_reference)
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
     const auto dsl_at = dsc_vm.dsc_references.find(avop_reference);
     if (dsl_at != dsc_vm.dsc_references.end())
-        return dsl_at->second->dsc_object;
+        return dsl_at->second.dsc_object;
     ADD_FAILURE() << "uses a reference that is dead or null";
     return std::make_shared<dsd_fake_object>();
 }
@@ -124,196 +125,109 @@ std::string c_fake_jnienv::take_pending()
     return dsl_pending == nullptr ? "" : dsl_pending->strc_class + ": " + dsl_pending->strc_text;
 }
 
-/** The JNI functions; what is not here the tests do not reach. */
-struct dsd_fake_functions
+bool c_fake_jnienv::enter(const std::string &strp_function)
 {
-    enum class ie_permission
-    {
-        never_while_pending,
-        always
-    };
-
-    static c_fake_jnienv &enter(JNIEnv *adsp_env, const std::string &strp_call,
-                                ie_permission dsp_permission = ie_permission::never_while_pending)
-    {
-        auto &dsl_env = static_cast<c_fake_jnienv &>(*adsp_env);
-        dsl_env.dsc_calls.push_back(strp_call);
-        if (dsl_env.dsc_pending != nullptr && dsp_permission == ie_permission::never_while_pending)
-            ADD_FAILURE() << strp_call << " while an exception is pending";
-        if (dsl_env.inc_critical > 0 && strp_call.find("PrimitiveArrayCritical") == std::string::npos)
-            ADD_FAILURE() << strp_call << " while an array is pinned";
-        return dsl_env;
-    }
-
-    static bool fails(c_fake_jnienv &dsp_env)
-    {
-        if (dsp_env.strc_failing.empty() || dsp_env.dsc_calls.back() != dsp_env.strc_failing)
-            return false;
-        dsp_env.throw_java("java/lang/OutOfMemoryError", dsp_env.strc_failing);
+    dsc_calls.push_back(strp_function);
+    bool bl_always_allowed = strp_function == "FatalError";
+    for (const char *strl_prefix : {"Exception", "Delete", "Release"})
+        bl_always_allowed |= strp_function.starts_with(strl_prefix);
+    EXPECT_TRUE(dsc_pending == nullptr || bl_always_allowed) << strp_function << " while an exception is pending";
+    EXPECT_TRUE(inc_critical == 0 || strp_function.ends_with("PrimitiveArrayCritical"))
+        << strp_function << " while an array is pinned";
+    if (strp_function != strc_failing)
         return true;
-    }
-
-    /** A function that does nothing but fail when it is told to; its result is 0 or null in any case. */
-    template <dsd_name NAME, class RESULT, class... ARGUMENTS> static RESULT may_fail(JNIEnv *adsp_env, ARGUMENTS...)
-    {
-        fails(enter(adsp_env, NAME.strc_text));
-        return RESULT();
-    }
-
-    static jobject make_local(c_fake_jnienv &dsp_env, const char *strp_class, const char *strp_text)
-    {
-        return fails(dsp_env) ? nullptr : dsp_env.local(strp_class, strp_text);
-    }
-
-    static void *pin(JNIEnv *adsp_env, jarray avop_array, jboolean *)
-    {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "GetPrimitiveArrayCritical");
-        if (fails(dsl_env))
-            return nullptr;
-        ++dsl_env.inc_critical;
-        const fake_object dsl_array = dsl_env.object(avop_array);
-        const size_t uml_size = dsl_array->utc_bytes.size();
-        std::unique_ptr<uint8_t[]> autl_copy(new uint8_t[uml_size + 2 * um_guard]);
-        uint8_t *autl_elements = autl_copy.get() + um_guard;
-        std::fill_n(autl_copy.get(), uml_size + 2 * um_guard, utl_guard_byte);
-        std::ranges::copy(dsl_array->utc_bytes, autl_elements);
-        const std::lock_guard dsl_lock(dsl_env.dsc_vm.dsc_lock);
-        dsl_env.dsc_vm.dsc_pins.emplace(autl_elements, c_fake_vm::dsd_pin{dsl_array, std::move(autl_copy)});
-        return autl_elements;
-    }
-
-    static void unpin(JNIEnv *adsp_env, jarray avop_array, void *avp_elements, jint imp_mode)
-    {
-        c_fake_jnienv &dsl_env =
-            enter(adsp_env, "ReleasePrimitiveArrayCritical:" + std::to_string(imp_mode), ie_permission::always);
-        --dsl_env.inc_critical;
-        const fake_object dsl_array = dsl_env.object(avop_array);
-        const std::lock_guard dsl_lock(dsl_env.dsc_vm.dsc_lock);
-        const auto dsl_at = dsl_env.dsc_vm.dsc_pins.find(avp_elements);
-        if (dsl_at == dsl_env.dsc_vm.dsc_pins.end() || dsl_at->second.dsc_array != dsl_array) {
-            ADD_FAILURE() << "releases elements that this array does not have";
-            return;
-        }
-        const auto *autl_elements = static_cast<const uint8_t *>(avp_elements);
-        const size_t uml_size = dsl_array->utc_bytes.size();
-        const auto is_guard = [](uint8_t utp_byte) { return utp_byte == utl_guard_byte; };
-        EXPECT_TRUE(std::all_of(autl_elements - um_guard, autl_elements, is_guard) &&
-                    std::all_of(autl_elements + uml_size, autl_elements + uml_size + um_guard, is_guard))
-            << "something was written outside of the array";
-        if (imp_mode != JNI_ABORT)
-            std::copy_n(autl_elements, uml_size, dsl_array->utc_bytes.begin());
-        dsl_env.dsc_vm.dsc_pins.erase(dsl_at);
-    }
-
-    static JNINativeInterface_ table();
-};
-
-JNINativeInterface_ dsd_fake_functions::table()
-{
-    using enum ie_permission;
-    JNINativeInterface_ dsl_table{};
-#define MAY_FAIL(name) dsl_table.name = &may_fail<#name>
-    MAY_FAIL(NewByteArray);
-    MAY_FAIL(NewLongArray);
-    MAY_FAIL(SetIntArrayRegion);
-    MAY_FAIL(SetByteArrayRegion);
-    MAY_FAIL(SetLongArrayRegion);
-    MAY_FAIL(GetObjectArrayElement);
-    MAY_FAIL(SetObjectArrayElement);
-    MAY_FAIL(CallStaticBooleanMethodV);
-    MAY_FAIL(CallStaticVoidMethodV);
-    MAY_FAIL(CallIntMethodV);
-    MAY_FAIL(CallLongMethodV);
-    MAY_FAIL(CallObjectMethodV);
-    MAY_FAIL(GetByteArrayElements);
-    MAY_FAIL(GetShortArrayElements);
-    MAY_FAIL(GetIntArrayElements);
-    MAY_FAIL(GetMethodID);
-    MAY_FAIL(GetStaticMethodID);
-#undef MAY_FAIL
-    dsl_table.NewIntArray = [](JNIEnv *adsp_env, jsize) {
-        return static_cast<jintArray>(make_local(enter(adsp_env, "NewIntArray"), "[I", ""));
-    };
-    dsl_table.NewObjectArray = [](JNIEnv *adsp_env, jsize, jclass, jobject) {
-        return static_cast<jobjectArray>(make_local(enter(adsp_env, "NewObjectArray"), "[Ljava/lang/Object;", ""));
-    };
-    dsl_table.FindClass = [](JNIEnv *adsp_env, const char *strp_name) {
-        return static_cast<jclass>(make_local(enter(adsp_env, "FindClass"), "java/lang/Class", strp_name));
-    };
-    dsl_table.NewStringUTF = [](JNIEnv *adsp_env, const char *strp_text) {
-        return static_cast<jstring>(make_local(enter(adsp_env, "NewStringUTF"), "java/lang/String", strp_text));
-    };
-    dsl_table.NewGlobalRef = [](JNIEnv *adsp_env, jobject avop_object) -> jobject {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "NewGlobalRef");
-        return fails(dsl_env) ? nullptr : dsl_env.reference(dsl_env.object(avop_object), true);
-    };
-    dsl_table.DeleteGlobalRef = [](JNIEnv *adsp_env, jobject avop_object) {
-        enter(adsp_env, "DeleteGlobalRef", always).forget(avop_object, true);
-    };
-    dsl_table.NewLocalRef = [](JNIEnv *adsp_env, jobject avop_object) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "NewLocalRef");
-        return dsl_env.reference(dsl_env.object(avop_object), false);
-    };
-    dsl_table.DeleteLocalRef = [](JNIEnv *adsp_env, jobject avop_object) {
-        enter(adsp_env, "DeleteLocalRef", always).forget(avop_object, false);
-    };
-    dsl_table.GetStringUTFChars = [](JNIEnv *adsp_env, jstring avop_string, jboolean *abp_is_copy) -> const char * {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "GetStringUTFChars");
-        *abp_is_copy = dsl_env.dsc_vm.bc_copies_strings;
-        return fails(dsl_env) ? nullptr : dsl_env.object(avop_string)->strc_text.c_str();
-    };
-    dsl_table.ReleaseStringUTFChars = [](JNIEnv *adsp_env, jstring avop_string, const char *strp_text) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "ReleaseStringUTFChars", always);
-        EXPECT_EQ(dsl_env.object(avop_string)->strc_text.c_str(), strp_text);
-    };
-    dsl_table.GetArrayLength = [](JNIEnv *adsp_env, jarray avop_array) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "GetArrayLength");
-        const fake_object dsl_array = dsl_env.object(avop_array);
-        fails(dsl_env);
-        return static_cast<jsize>(dsl_array->utc_bytes.size() / element_size(dsl_array));
-    };
-    dsl_table.GetPrimitiveArrayCritical = &pin;
-    dsl_table.ReleasePrimitiveArrayCritical = &unpin;
-    dsl_table.CallVoidMethodV = [](JNIEnv *adsp_env, jobject avop_receiver, jmethodID, va_list dsp_arguments) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "CallVoidMethod");
-        dsl_env.object(avop_receiver);
-        const jint iml_level = va_arg(dsp_arguments, jint);
-        dsl_env.dsc_vm.dsc_print_info(dsl_env, iml_level, dsl_env.object(va_arg(dsp_arguments, jobject))->strc_text);
-    };
-    dsl_table.ExceptionCheck = [](JNIEnv *adsp_env) -> jboolean {
-        return enter(adsp_env, "ExceptionCheck", always).dsc_pending != nullptr;
-    };
-    dsl_table.ExceptionOccurred = [](JNIEnv *adsp_env) {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "ExceptionOccurred", always);
-        return static_cast<jthrowable>(dsl_env.reference(dsl_env.dsc_pending, false));
-    };
-    dsl_table.ExceptionClear = [](JNIEnv *adsp_env) {
-        enter(adsp_env, "ExceptionClear", always).dsc_pending = nullptr;
-    };
-    dsl_table.Throw = [](JNIEnv *adsp_env, jthrowable avop_exception) -> jint {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "Throw");
-        dsl_env.dsc_pending = dsl_env.object(avop_exception);
-        return 0;
-    };
-    dsl_table.ThrowNew = [](JNIEnv *adsp_env, jclass avop_class, const char *strp_message) -> jint {
-        c_fake_jnienv &dsl_env = enter(adsp_env, "ThrowNew");
-        dsl_env.throw_java(dsl_env.object(avop_class)->strc_text, strp_message == nullptr ? "(null)" : strp_message);
-        return 0;
-    };
-    dsl_table.FatalError = [](JNIEnv *adsp_env, const char *strp_message) {
-        enter(adsp_env, "FatalError", always);
-        throw std::runtime_error(strp_message); // a real machine never returns
-    };
-    return dsl_table;
+    throw_java("java/lang/OutOfMemoryError", strc_failing);
+    return false;
 }
 
-namespace
+void *c_fake_jnienv::pin(jobject avop_array)
 {
-
-const JNINativeInterface_ &fake_functions()
-{
-    static const JNINativeInterface_ dsl_table = dsd_fake_functions::table();
-    return dsl_table;
+    ++inc_critical;
+    const fake_object dsl_array = object(avop_array);
+    std::vector<uint8_t> utl_copy(dsl_array->utc_bytes.size() + 2 * ul_guard, ut_guard_byte);
+    uint8_t *autl_elements = utl_copy.data() + ul_guard;
+    std::ranges::copy(dsl_array->utc_bytes, autl_elements);
+    const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
+    dsc_vm.dsc_pins.emplace(autl_elements, c_fake_vm::dsd_pin{dsl_array, std::move(utl_copy)});
+    return autl_elements;
 }
 
-} // namespace
+void c_fake_jnienv::unpin(jobject avop_array, void *avp_elements, jint imp_mode)
+{
+    dsc_calls.back() += ":" + std::to_string(imp_mode);
+    --inc_critical;
+    std::vector<uint8_t> &utl_bytes = object(avop_array)->utc_bytes;
+    const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
+    const auto dsl_at = dsc_vm.dsc_pins.find(avp_elements);
+    if (dsl_at == dsc_vm.dsc_pins.end() || &dsl_at->second.dsc_array->utc_bytes != &utl_bytes) {
+        ADD_FAILURE() << "releases elements that this array does not have";
+        return;
+    }
+    const std::span<const uint8_t> utl_copy(dsl_at->second.utc_copy);
+    EXPECT_THAT(utl_copy.first(ul_guard), testing::Each(ut_guard_byte)) << "written before the array";
+    EXPECT_THAT(utl_copy.last(ul_guard), testing::Each(ut_guard_byte)) << "written behind the array";
+    if (imp_mode != JNI_ABORT)
+        std::ranges::copy(utl_copy.subspan(ul_guard, utl_bytes.size()), utl_bytes.begin());
+    dsc_vm.dsc_pins.erase(dsl_at);
+}
+
+/** The table of functions; what is not here the tests do not reach. */
+const JNINativeInterface_ &c_fake_jnienv::functions()
+{
+    using env = c_fake_jnienv;
+    static const JNINativeInterface_ dsl_functions = [] {
+        JNINativeInterface_ dsl_table{};
+#define FUNCTION(name, ...) define<#name>(dsl_table.name, __VA_ARGS__)
+#define WITHOUT_BODY(name) FUNCTION(name, nullptr);
+        FUNCTIONS_WITHOUT_BODY(WITHOUT_BODY)
+        FUNCTION(NewIntArray, [](env &dsp_env, jsize) { return dsp_env.local("[I"); });
+        FUNCTION(NewObjectArray, [](env &dsp_env, jsize, jclass, jobject) { return dsp_env.local("[L"); });
+        FUNCTION(FindClass, [](env &dsp_env, const char *strp_name) { return dsp_env.local_class(strp_name); });
+        FUNCTION(NewStringUTF, [](env &dsp_env, const char *strp_text) { return dsp_env.local_string(strp_text); });
+        FUNCTION(NewGlobalRef,
+                 [](env &dsp_env, jobject avop) { return dsp_env.reference(dsp_env.object(avop), true); });
+        FUNCTION(NewLocalRef,
+                 [](env &dsp_env, jobject avop) { return dsp_env.reference(dsp_env.object(avop), false); });
+        FUNCTION(DeleteGlobalRef, [](env &dsp_env, jobject avop) { dsp_env.forget(avop, true); });
+        FUNCTION(DeleteLocalRef, [](env &dsp_env, jobject avop) { dsp_env.forget(avop, false); });
+        FUNCTION(GetStringUTFChars, [](env &dsp_env, jstring avop_string, jboolean *abp_is_copy) {
+            *abp_is_copy = dsp_env.dsc_vm.bc_copies_strings;
+            return dsp_env.object(avop_string)->strc_text.c_str();
+        });
+        FUNCTION(ReleaseStringUTFChars, [](env &dsp_env, jstring avop_string, const char *strp_text) {
+            EXPECT_EQ(dsp_env.object(avop_string)->strc_text.c_str(), strp_text);
+        });
+        FUNCTION(GetArrayLength, [](env &dsp_env, jarray avop_array) {
+            const fake_object dsl_array = dsp_env.object(avop_array);
+            return dsl_array->utc_bytes.size() / (dsl_array->strc_class == "[I" ? sizeof(jint) : 1);
+        });
+        FUNCTION(GetPrimitiveArrayCritical,
+                 [](env &dsp_env, jarray avop_array, jboolean *) { return dsp_env.pin(avop_array); });
+        FUNCTION(ReleasePrimitiveArrayCritical, [](env &dsp_env, jarray avop_array, void *avp_elements, jint imp_mode) {
+            dsp_env.unpin(avop_array, avp_elements, imp_mode);
+        });
+        FUNCTION(CallVoidMethodV, [](env &dsp_env, jobject avop_receiver, jmethodID, va_list dsp_arguments) {
+            dsp_env.object(avop_receiver);
+            const jint iml_level = va_arg(dsp_arguments, jint);
+            dsp_env.dsc_vm.dsc_print_info(dsp_env, iml_level,
+                                          dsp_env.object(va_arg(dsp_arguments, jobject))->strc_text);
+        });
+        FUNCTION(ExceptionCheck, [](env &dsp_env) { return dsp_env.dsc_pending != nullptr; });
+        FUNCTION(ExceptionOccurred, [](env &dsp_env) { return dsp_env.reference(dsp_env.dsc_pending, false); });
+        FUNCTION(ExceptionClear, [](env &dsp_env) { dsp_env.dsc_pending = nullptr; });
+        FUNCTION(Throw, [](env &dsp_env, jthrowable avop_thrown) {
+            dsp_env.dsc_pending = dsp_env.object(avop_thrown);
+            return 0;
+        });
+        FUNCTION(ThrowNew, [](env &dsp_env, jclass avop_class, const char *strp_message) {
+            dsp_env.throw_java(dsp_env.object(avop_class)->strc_text,
+                               strp_message == nullptr ? "(null)" : strp_message);
+            return 0;
+        });
+        FUNCTION(FatalError, [](env &, const char *strp_message) {
+            throw std::runtime_error(strp_message); // a real machine never returns
+        });
+        return dsl_table;
+    }();
+    return dsl_functions;
+}

@@ -46,7 +46,6 @@ public:
 
 private:
     friend class c_fake_jnienv;
-    friend struct dsd_fake_functions;
 
     struct dsd_reference
     {
@@ -56,24 +55,31 @@ private:
     struct dsd_pin
     {
         fake_object dsc_array;
-        std::unique_ptr<uint8_t[]> autc_copy;
+        std::vector<uint8_t> utc_copy; // with guards before and after
     };
 
     std::mutex dsc_lock;
-    std::map<jobject, std::unique_ptr<dsd_reference>> dsc_references;
+    std::map<jobject, dsd_reference> dsc_references;
     std::map<void *, dsd_pin> dsc_pins;
+    uintptr_t ulc_last_reference = 0; // a dead reference never lives again
 };
 
 /** One thread's door to the machine. */
 class c_fake_jnienv : public JNIEnv_
 {
 public:
-    explicit c_fake_jnienv(c_fake_vm &dsp_vm);
+    explicit c_fake_jnienv(c_fake_vm &dsp_vm) : JNIEnv_{&functions()}, dsc_vm(dsp_vm) {}
 
     /** A local reference to a new object. */
     jobject local(const std::string &strp_class, const std::string &strp_text = {});
-    jclass local_class(const std::string &strp_name);
-    jstring local_string(const std::string &strp_text);
+    jclass local_class(const std::string &strp_name)
+    {
+        return static_cast<jclass>(local("java/lang/Class", strp_name));
+    }
+    jstring local_string(const std::string &strp_text)
+    {
+        return static_cast<jstring>(local("java/lang/String", strp_text));
+    }
     jintArray local_ints(const std::vector<jint> &aimp_values);
     jbyteArray local_bytes(size_t ump_length);
 
@@ -88,15 +94,20 @@ public:
     /** Names of the JNI functions called since the last look, releases with their mode. */
     std::vector<std::string> take_calls() { return std::exchange(dsc_calls, {}); }
 
+    /** Notes the call of a JNI function and checks that it is allowed. @return false when it has to fail */
+    bool enter(const std::string &strp_function);
+
     std::string strc_failing; /**< the JNI function that fails from now on, with an OutOfMemoryError */
     size_t umc_locals = 0;
 
 private:
-    friend struct dsd_fake_functions;
+    static const JNINativeInterface_ &functions();
 
     /** Null for no object. */
     jobject reference(const fake_object &dsp_object, bool bp_global);
     void forget(jobject avop_reference, bool bp_global);
+    void *pin(jobject avop_array);
+    void unpin(jobject avop_array, void *avp_elements, jint imp_mode);
 
     c_fake_vm &dsc_vm;
     fake_object dsc_pending;

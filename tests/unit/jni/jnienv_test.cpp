@@ -26,7 +26,7 @@ namespace
 class jni : public testing::Test
 {
 protected:
-    std::string failure_of(const std::function<void()> &dsp_operation)
+    static std::string failure_of(const std::function<void()> &dsp_operation)
     {
         try {
             dsp_operation();
@@ -36,19 +36,14 @@ protected:
         return "";
     }
 
-    /** The names that the operations throw, as the class's two files have them: their own, or a literal. */
-    static std::set<std::string> names_of_operations()
+    /** The modes of all releases of arrays since the last look. */
+    std::string release_modes()
     {
-        const std::regex dsl_checked(R"re((\w+)\([^(){}]*\) const\s*\{[^{}]*\b(?:make|run)\((?:__func__|"([^"]+)"))re");
-        std::set<std::string> dsl_names;
-        for (const char *strl_name : {"/jni/jnienv.h", "/jni/jnienv.cpp"}) {
-            std::ifstream dsl_file(std::string(KIV_SOURCE_DIR) + strl_name);
-            const std::string strl_source{std::istreambuf_iterator<char>(dsl_file), {}};
-            for (std::sregex_iterator dsl_at(strl_source.begin(), strl_source.end(), dsl_checked);
-                 dsl_at != std::sregex_iterator(); ++dsl_at)
-                dsl_names.insert((*dsl_at)[2].matched ? (*dsl_at)[2] : (*dsl_at)[1]);
-        }
-        return dsl_names;
+        std::string strl_modes;
+        for (const std::string &strl_call : dsc_env.take_calls())
+            if (strl_call.starts_with("ReleasePrimitiveArrayCritical:"))
+                strl_modes += strl_call.back();
+        return strl_modes;
     }
 
     c_fake_vm dsc_vm;
@@ -58,87 +53,95 @@ protected:
     jmethodID dsc_method = nullptr; // the fake machine calls none
 };
 
+/** The names that the operations throw, as the class's two files have them: their own, or a literal. */
+std::set<std::string> names_of_operations()
+{
+    const std::regex dsl_checked(R"re((\w+)\([^(){}]*\) const\s*\{[^{}]*\b(?:make|run)\((?:__func__|"([^"]+)"))re");
+    std::set<std::string> dsl_names;
+    for (const char *strl_name : {"/jni/jnienv.h", "/jni/jnienv.cpp"}) {
+        std::ifstream dsl_file(std::string(KIV_SOURCE_DIR) + strl_name);
+        const std::string strl_source{std::istreambuf_iterator<char>(dsl_file), {}};
+        for (std::sregex_iterator dsl_at(strl_source.begin(), strl_source.end(), dsl_checked), dsl_end;
+             dsl_at != dsl_end; ++dsl_at)
+            dsl_names.insert((*dsl_at)[2].matched ? (*dsl_at)[2] : (*dsl_at)[1]);
+    }
+    return dsl_names;
+}
+
 TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
 {
+    const c_jnienv &j = dsc_checked;
     const jintArray avol_ints = dsc_env.local_ints({1, 2});
     const jbyteArray avol_bytes = dsc_env.local_bytes(2);
     const auto avol_longs = static_cast<jlongArray>(dsc_env.local("[J"));
     const auto avol_shorts = static_cast<jshortArray>(dsc_env.local("[S"));
-    const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[Ljava/lang/Object;"));
-    constexpr jint aiml_values[2] = {};
-    constexpr jbyte autl_values[2] = {};
-    constexpr jlong aill_values[2] = {};
+    const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[L"));
+    const jint iml_value = 0;
+    const jbyte utl_value = 0;
+    const jlong ill_value = 0;
     const jobject avol_null = nullptr;
-    struct
+    const jclass avol_class = avoc_class;
+    const jmethodID adsl_method = dsc_method;
+#define OPERATION(function, name, call)                                                                                \
+    {                                                                                                                  \
+#function, name, [&] { j.call; }                                                                               \
+    }
+#define CALL(type, name)                                                                                               \
+    OPERATION(Call##type##MethodV, "call_" #name, call_##name(avol_class, adsl_method, 1, avol_null))
+    const struct
     {
         const char *strc_function; // of JNI
         const char *strc_name;
         std::function<void()> run;
-    } const dsl_operations[] = {
-        {"FindClass", "find_class", [&] { dsc_checked.find_class("C"); }},
-        {"GetMethodID", "get_method_id", [&] { dsc_checked.get_method_id(avoc_class, "method", "()V"); }},
-        {"GetStaticMethodID", "get_static_method_id",
-         [&] { dsc_checked.get_static_method_id(avoc_class, "method", "()V"); }},
-        {"NewGlobalRef", "NewGlobalRef", [&] { dsc_checked.NewGlobalRef(avoc_class); }},
-        {"NewIntArray", "new_jint_array", [&] { dsc_checked.new_jint_array(1); }},
-        {"NewByteArray", "new_jbyte_array", [&] { dsc_checked.new_jbyte_array(1); }},
-        {"NewLongArray", "new_jlong_array", [&] { dsc_checked.new_jlong_array(1); }},
-        {"NewObjectArray", "new_jobject_array", [&] { dsc_checked.new_jobject_array(1, avoc_class, nullptr); }},
-        {"NewStringUTF", "new_jstring_utf", [&] { dsc_checked.new_jstring_utf(""); }},
-        {"SetIntArrayRegion", "set_array_region(jint)",
-         [&] { dsc_checked.set_array_region(avol_ints, 0, 2, aiml_values); }},
-        {"SetByteArrayRegion", "set_array_region(jbyte)",
-         [&] { dsc_checked.set_array_region(avol_bytes, 0, 2, autl_values); }},
-        {"SetLongArrayRegion", "set_array_region(jlong)",
-         [&] { dsc_checked.set_array_region(avol_longs, 0, 2, aill_values); }},
-        {"GetArrayLength", "get_array_length", [&] { dsc_checked.get_array_length(avol_ints); }},
-        {"GetObjectArrayElement", "get_jobject_array_element",
-         [&] { dsc_checked.get_jobject_array_element(avol_objects, 0); }},
-        {"SetObjectArrayElement", "set_jobject_array_element",
-         [&] { dsc_checked.set_jobject_array_element(avol_objects, 0, avoc_class); }},
-        {"CallStaticBooleanMethodV", "call_static_boolean_method",
-         [&] { dsc_checked.call_static_boolean_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"CallStaticVoidMethodV", "call_static_void_method",
-         [&] { dsc_checked.call_static_void_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"CallIntMethodV", "call_int_method",
-         [&] { dsc_checked.call_int_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"CallLongMethodV", "call_long_method",
-         [&] { dsc_checked.call_long_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"CallObjectMethodV", "call_object_method",
-         [&] { dsc_checked.call_object_method(avoc_class, dsc_method, 1, avol_null, jlong{2}); }},
-        {"GetByteArrayElements", "get_array_elements(jbyte)",
-         [&] { dsc_checked.get_array_elements(avol_bytes, nullptr); }},
-        {"GetShortArrayElements", "get_array_elements(jshort)",
-         [&] { dsc_checked.get_array_elements(avol_shorts, nullptr); }},
-        {"GetIntArrayElements", "get_array_elements(jint)",
-         [&] { dsc_checked.get_array_elements(avol_ints, nullptr); }},
-        {"GetPrimitiveArrayCritical", "get_array_critical(jint)",
-         [&] { dsc_checked.get_array_critical(avol_ints, nullptr); }},
-        {"GetPrimitiveArrayCritical", "get_array_critical(jbyte)",
-         [&] { dsc_checked.get_array_critical(avol_bytes, nullptr); }},
+    } dsl_operations[] = {
+        OPERATION(FindClass, "find_class", find_class("C")),
+        OPERATION(GetMethodID, "get_method_id", get_method_id(avol_class, "method", "()V")),
+        OPERATION(GetStaticMethodID, "get_static_method_id", get_static_method_id(avol_class, "method", "()V")),
+        OPERATION(NewGlobalRef, "NewGlobalRef", NewGlobalRef(avol_class)),
+        OPERATION(NewIntArray, "new_jint_array", new_jint_array(1)),
+        OPERATION(NewByteArray, "new_jbyte_array", new_jbyte_array(1)),
+        OPERATION(NewLongArray, "new_jlong_array", new_jlong_array(1)),
+        OPERATION(NewObjectArray, "new_jobject_array", new_jobject_array(1, avol_class, nullptr)),
+        OPERATION(NewStringUTF, "new_jstring_utf", new_jstring_utf("")),
+        OPERATION(SetIntArrayRegion, "set_array_region(jint)", set_array_region(avol_ints, 0, 1, &iml_value)),
+        OPERATION(SetByteArrayRegion, "set_array_region(jbyte)", set_array_region(avol_bytes, 0, 1, &utl_value)),
+        OPERATION(SetLongArrayRegion, "set_array_region(jlong)", set_array_region(avol_longs, 0, 1, &ill_value)),
+        OPERATION(GetArrayLength, "get_array_length", get_array_length(avol_ints)),
+        OPERATION(GetObjectArrayElement, "get_jobject_array_element", get_jobject_array_element(avol_objects, 0)),
+        OPERATION(SetObjectArrayElement, "set_jobject_array_element",
+                  set_jobject_array_element(avol_objects, 0, avol_class)),
+        CALL(StaticBoolean, static_boolean_method),
+        CALL(StaticVoid, static_void_method),
+        CALL(Int, int_method),
+        CALL(Long, long_method),
+        CALL(Object, object_method),
+        OPERATION(GetByteArrayElements, "get_array_elements(jbyte)", get_array_elements(avol_bytes, nullptr)),
+        OPERATION(GetShortArrayElements, "get_array_elements(jshort)", get_array_elements(avol_shorts, nullptr)),
+        OPERATION(GetIntArrayElements, "get_array_elements(jint)", get_array_elements(avol_ints, nullptr)),
+        OPERATION(GetPrimitiveArrayCritical, "get_array_critical(jint)", get_array_critical(avol_ints, nullptr)),
+        OPERATION(GetPrimitiveArrayCritical, "get_array_critical(jbyte)", get_array_critical(avol_bytes, nullptr)),
     };
-    for (const auto &dsl_operation : dsl_operations) {
-        SCOPED_TRACE(dsl_operation.strc_name);
-        dsc_env.strc_failing = dsl_operation.strc_function;
-        EXPECT_EQ(failure_of(dsl_operation.run), dsl_operation.strc_name);
-        EXPECT_THAT(dsc_env.take_calls(), Contains(dsl_operation.strc_function));
+    std::set<std::string> dsl_tested;
+    for (const auto &[strl_function, strl_name, run] : dsl_operations) {
+        SCOPED_TRACE(strl_name);
+        dsl_tested.insert(strl_name);
+        dsc_env.strc_failing = strl_function;
+        EXPECT_EQ(failure_of(run), strl_name);
+        EXPECT_THAT(dsc_env.take_calls(), Contains(strl_function));
         EXPECT_NE(dsc_env.take_pending(), "") << "Java sees what the virtual machine raised";
         dsc_env.strc_failing.clear();
 
         dsc_env.throw_java("E", "earlier");
-        EXPECT_EQ(failure_of(dsl_operation.run), dsl_operation.strc_name) << "with an exception pending from before";
-        EXPECT_THAT(dsc_env.take_calls(), Not(Contains(dsl_operation.strc_function)));
+        EXPECT_EQ(failure_of(run), strl_name) << "with an exception pending from before";
+        EXPECT_THAT(dsc_env.take_calls(), Not(Contains(strl_function)));
         EXPECT_EQ(dsc_env.take_pending(), "E: earlier");
     }
-    std::set<std::string> dsl_tested;
-    for (const auto &dsl_operation : dsl_operations)
-        dsl_tested.insert(dsl_operation.strc_name);
     EXPECT_EQ(dsl_tested, names_of_operations());
 }
 
 TEST_F(jni, results_that_look_like_failures_are_none)
 {
-    const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[Ljava/lang/Object;"));
+    const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[L"));
     EXPECT_EQ(dsc_checked.get_jobject_array_element(avol_objects, 0), nullptr);
     EXPECT_FALSE(dsc_checked.call_static_boolean_method(avoc_class, dsc_method, 1, avoc_class, jlong{2}));
     EXPECT_EQ(dsc_checked.call_int_method(avoc_class, dsc_method, 1, avoc_class, jlong{2}), 0);
@@ -149,7 +152,7 @@ TEST_F(jni, results_that_look_like_failures_are_none)
     dsc_checked.delete_global_ref(avol_global);
 }
 
-// What the machine hands out is a copy, so that Java sees a write only if the release mode says so.
+// The fake machine always copies, so Java sees a write only if the release mode says so.
 TEST_F(jni, read_only_array_is_never_written_back)
 {
     const jintArray avol_array = dsc_env.local_ints({10, 20, 30, 40});
@@ -160,12 +163,11 @@ TEST_F(jni, read_only_array_is_never_written_back)
     EXPECT_EQ(dsl_array[3], 0);
     EXPECT_EQ(dsl_array[-1], 0);
     const_cast<jint &>(dsl_array.elements()[0]) = 99;
-    dsc_env.take_calls();
     dsl_array.release();
     dsl_array.release();
-    EXPECT_THAT(dsc_env.take_calls(), ElementsAre("ReleasePrimitiveArrayCritical:2"));
+    EXPECT_EQ(release_modes(), "2");
     EXPECT_THAT(dsc_env.ints(avol_array), ElementsAre(10, 20, 30, 40));
-    dsl_array.pin(); // and is given back by the destructor
+    dsl_array.pin(); // released by the destructor
 }
 
 TEST_F(jni, writable_array_is_written_back_only_after_a_write)
@@ -177,27 +179,21 @@ TEST_F(jni, writable_array_is_written_back_only_after_a_write)
         dsl_array.set(2, 99); // beyond the view
         dsl_array.set(-1, 99);
         EXPECT_EQ(dsl_array[1], 30);
-    }
-    EXPECT_THAT(dsc_env.take_calls(), Contains("ReleasePrimitiveArrayCritical:2"));
-    {
-        c_jintarray_rw dsl_array(dsc_checked, avol_array, 2, 1);
+        dsl_array.release();
+        EXPECT_EQ(release_modes(), "2");
         dsl_array.pin();
         dsl_array.set(0, 21);
         dsl_array.release();
         dsl_array.pin(); // unwritten again
     }
-    EXPECT_THAT(dsc_env.take_calls(),
-                ElementsAre("ExceptionCheck", "GetArrayLength", "ExceptionCheck", "ExceptionCheck",
-                            "GetPrimitiveArrayCritical", "ReleasePrimitiveArrayCritical:0", "ExceptionCheck",
-                            "GetPrimitiveArrayCritical", "ReleasePrimitiveArrayCritical:2"));
-    const jbyteArray avol_bytes = dsc_env.local_bytes(4);
+    EXPECT_EQ(release_modes(), "02");
+    EXPECT_THAT(dsc_env.ints(avol_array), ElementsAre(10, 21, 30));
     {
-        c_jbytearray_rw dsl_array(dsc_checked, avol_bytes, 0);
+        c_jbytearray_rw dsl_array(dsc_checked, dsc_env.local_bytes(4), 0);
         dsl_array.pin();
         EXPECT_TRUE(dsl_array.writable_elements().empty());
     }
-    EXPECT_THAT(dsc_env.take_calls(), Contains("ReleasePrimitiveArrayCritical:2")) << "an empty view has no writes";
-    EXPECT_THAT(dsc_env.ints(avol_array), ElementsAre(10, 21, 30));
+    EXPECT_EQ(release_modes(), "2") << "an empty view has no writes";
 }
 
 TEST_F(jni, arrays_that_are_null_or_shorter_than_declared)
@@ -220,15 +216,11 @@ TEST_F(jni, arrays_that_are_null_or_shorter_than_declared)
     }
 }
 
-TEST_F(jni, string_characters_are_given_back_only_when_copied)
+TEST_F(jni, string_characters_are_released_only_when_copied)
 {
     for (const bool bl_copies : {true, false}) {
         dsc_vm.bc_copies_strings = bl_copies;
-        dsc_env.take_calls();
-        {
-            const c_jstring dsl_string(dsc_checked, dsc_env.local_string("text"));
-            EXPECT_STREQ(dsl_string.characters(), "text");
-        }
+        EXPECT_STREQ(c_jstring(dsc_checked, dsc_env.local_string("text")).characters(), "text");
         const auto dsl_calls = dsc_env.take_calls();
         EXPECT_EQ(std::ranges::count(dsl_calls, "ReleaseStringUTFChars"), bl_copies ? 1 : 0);
     }
