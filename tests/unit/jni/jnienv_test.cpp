@@ -159,6 +159,7 @@ TEST_F(jni, read_only_array_is_never_written_back)
     c_jintarray dsl_array(dsc_checked, avol_array, 3, 1);
     EXPECT_EQ(dsl_array[0], 0) << "not pinned yet";
     dsl_array.pin();
+    dsl_array.pin(); // once is enough
     EXPECT_THAT(dsl_array.elements(), ElementsAre(20, 30, 40));
     EXPECT_EQ(dsl_array[3], 0);
     EXPECT_EQ(dsl_array[-1], 0);
