@@ -1,11 +1,15 @@
 package kiv.media.ffmpeg;
 
 import java.io.IOException;
+import java.io.InputStream;
 import java.io.UncheckedIOException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
+import java.util.Objects;
 import java.util.Set;
+import java.util.function.BiFunction;
 import java.util.stream.Stream;
 
 /**
@@ -14,35 +18,6 @@ import java.util.stream.Stream;
  * where the build puts them.
  */
 public final class TestMedia {
-
-    private static final String REAL_CLIPS = """
-            balle-jbart.mp4       h264       720 576 -
-            Force_constante.avi   mpeg4      400 300 xvid
-            Principe_inertie.avi  mpeg4      400 300 xvid
-            g1.avi                mpeg4      400 300 -
-            quicktime.mp4         mpeg4      190 240 -
-            10min.mkv             h264       384 288 -
-            flashmob.mkv          h264       384 288 -
-            blue.mpg              mpeg1video 320 240 -
-            """;
-
-    private static final String REAL_SOUNDS = """
-            balle-jbart.mp4         aac        0xff
-            balle1-vp9.avi          mp3        0x55
-            demo-congrats_g722.wav  adpcm_g722 0x28f
-            activated_g722.wav      adpcm_g722 0x65
-            pepnotify.wav           pcm_s16le  1
-            secosmic_lo.wav         adpcm_ms   2
-            silence-44-s.ac3        ac3        0x2000
-            no-tags.m4a             aac        0xff
-            silence-1.wma           wmav2      0x161
-            matrix_ping_pong.wmv    wmav2      0x161
-            house_lo.mp3            mp3        0x55
-            silence-44-s.mp3        mp3        0x55
-            sheep_on_drugs.mp3      mp3        0x55
-            silence-44-s-mpeg25.mp3 mp3        0x55
-            breakdance.flv          mp3        0x55
-            """;
 
     /** A file with pictures; the size is that of the shown ones. */
     public record Clip(Path file, String codec, int width, int height, Set<String> traits) {
@@ -93,12 +68,8 @@ public final class TestMedia {
 
     /** Every made stream with pictures, and the real files whose codec has a media subtype. */
     public static List<Clip> clips() {
-        return Stream.concat(table("manifest.tsv").map(row -> clip(stream(row[0]), row[1], row[3], row[4], row[7])),
-                words(REAL_CLIPS).map(row -> clip(media(row[0]), row[1], row[2], row[3], row[4]))).toList();
-    }
-
-    private static Clip clip(Path file, String codec, String width, String height, String traits) {
-        return new Clip(file, codec, Integer.parseInt(width), Integer.parseInt(height), Set.of(traits.split(",")));
+        return rows("manifest.tsv", (file, row) -> new Clip(file, row[1], Integer.parseInt(row[3]), Integer.parseInt(row[4]),
+                Set.of(row[7].split(",")))).toList();
     }
 
     /** The clip of that file name. */
@@ -108,21 +79,20 @@ public final class TestMedia {
 
     /** Every stream that a decoder for PCM can be made for. */
     public static List<Sound> pcmSources() {
-        return Stream.concat(table("audio.tsv").filter(row -> !row[4].equals("-"))
-                .map(row -> new Sound(stream(row[0]), row[1], Stream.of(row[4].split(",")).map(Integer::decode).toList())),
-                words(REAL_SOUNDS).map(row -> new Sound(media(row[0]), row[1], List.of(Integer.decode(row[2]))))).toList();
+        return rows("audio.tsv", (file, row) -> row[4].equals("-") ? null : new Sound(file, row[1],
+                Stream.of(row[4].split(",")).map(Integer::decode).toList())).filter(Objects::nonNull).toList();
     }
 
-    private static Stream<String[]> table(String name) {
-        try {
-            return Files.readAllLines(stream(name)).stream().skip(1).map(line -> line.split("\t"));
+    /** Of two tables of that name: the one that is made with the streams, and that of the real files among the resources. */
+    private static <T> Stream<T> rows(String table, BiFunction<Path, String[], T> row) {
+        try (InputStream real = TestMedia.class.getResourceAsStream("/" + table)) {
+            return Stream.concat(Files.readString(stream(table)).lines().skip(1).map(line -> line.split("\t"))
+                    .map(fields -> row.apply(stream(fields[0]), fields)),
+                    new String(real.readAllBytes(), StandardCharsets.UTF_8).lines().skip(1).map(line -> line.split("\t"))
+                    .map(fields -> row.apply(media(fields[0]), fields)));
         } catch (IOException e) {
             throw new UncheckedIOException(e);
         }
-    }
-
-    private static Stream<String[]> words(String table) {
-        return table.lines().map(line -> line.split(" +"));
     }
 
     private static Path place(String name, String usual) {

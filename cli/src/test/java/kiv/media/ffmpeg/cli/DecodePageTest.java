@@ -5,8 +5,6 @@ import static org.assertj.core.api.Assertions.assertThat;
 import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.net.URI;
-import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -14,11 +12,11 @@ import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Map;
-import java.util.concurrent.TimeUnit;
 import java.util.stream.Collectors;
 import java.util.stream.IntStream;
 import javax.imageio.ImageIO;
 import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.Programs;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoDecoder;
 import kiv.media.ffmpeg.WaveFormat;
@@ -34,7 +32,6 @@ class DecodePageTest {
 
     private static final String HOSTILE = "<img src=x onerror=alert(1)>&amp;\"'\u202e\u0007\ud800\u00e9\u65e5.mp4";
     private static final String LINK = "javascript:alert(1)#x?%41 \"'<b>\u00e9\n.png";
-    private static final int HEIGHT = 2600;
 
     @TempDir
     private static Path directory;
@@ -43,39 +40,22 @@ class DecodePageTest {
 
     @BeforeAll
     static void showThePages() throws Exception {
-        MainTest.writeWave(directory.resolve("sound.wav"), WaveFormat.pcm16(8000, 1), halfSilentHalfClipped());
+        // Half of it is silent, half of it clipped.
+        MainTest.writeWave(directory.resolve("sound.wav"), WaveFormat.pcm16(8000, 1),
+                ("\0\0".repeat(40_000) + ("\u00ff\u007f".repeat(10) + "\0\u0080".repeat(10)).repeat(2000))
+                        .getBytes(StandardCharsets.ISO_8859_1));
         for (String line : List.of("decode media/balle-jbart.mp4 -q --out tmp/film --size 72x58",
                 "decode tmp/sound.wav -q --out tmp/sound")) {
             assertThat(Main.run(MainTest.words(line, directory))).isZero();
         }
         writeHostile(Files.createDirectory(directory.resolve("hostile")).resolve("index.html"));
-        Files.writeString(directory.resolve("frames.html"), """
-                <!DOCTYPE html><meta charset=utf-8><style>body{margin:0;display:flex}
-                iframe{border:0;flex:none;height:%dpx}</style>
-                <iframe id=film width=1200 src=film/index.html></iframe><iframe id=phone width=360 src=film/index.html></iframe>
-                <iframe id=hostile width=700 src=hostile/index.html></iframe>
-                <iframe id=sound width=700 src=sound/index.html></iframe>
-                <script>onload = () => {
-                  const lines = [''], place = e => { const r = e.getBoundingClientRect();
-                    return [r.x + e.ownerDocument.defaultView.frameElement.offsetLeft, r.y, r.width, r.height].map(Math.floor); };
-                  for (const frame of document.querySelectorAll('iframe')) {
-                    const page = frame.contentDocument, images = [...page.images];
-                    const tell = (name, value) => lines.push(frame.id + '.' + name + '=' + value);
-                    tell('images', images.filter(i => i.naturalWidth > 0 && i.alt).length + '/' + images.length);
-                    tell('numbers', [...page.querySelectorAll('.number')].map(n => n.textContent.slice(1)));
-                    tell('size', images.length && images[0].naturalWidth + 'x' + images[0].naturalHeight);
-                    tell('loaded', frame.contentWindow.performance.getEntriesByType('resource').map(e => e.name.slice(0, 5)));
-                    tell('wide', page.documentElement.scrollWidth > page.documentElement.clientWidth);
-                    tell('heading', page.querySelector('h1').textContent);
-                    tell('parts', [...page.querySelectorAll('h2')].map(h => h.textContent));
-                    tell('text', page.body.innerText.replace(/\\s+/g, ' '));
-                    tell('link', page.querySelector('.sheet a')?.href);
-                    for (const e of page.querySelectorAll('img, .waveform')) tell(e.tagName.toLowerCase(), place(e));
-                  }
-                  document.body.append(Object.assign(document.createElement('pre'),
-                    {hidden: true, textContent: lines.join('\\n')}));
-                }</script>""".formatted(HEIGHT));
-        String dom = chromium();
+        Path frames = directory.resolve("frames.html");
+        Files.copy(Path.of(DecodePageTest.class.getResource("/frames.html").toURI()), frames);
+        String dom = new String(Programs.output(List.of("timeout", "300", "chromium", "--headless", "--no-sandbox",
+                "--disable-gpu", "--disable-dev-shm-usage", "--hide-scrollbars", "--allow-file-access-from-files",
+                "--host-resolver-rules=MAP * ~NOTFOUND", "--user-data-dir=" + directory.resolve("profile"),
+                "--window-size=2960,2600", "--screenshot=" + directory.resolve("screen.png"), "--dump-dom",
+                frames.toUri().toString())), StandardCharsets.UTF_8);
         seen = dom.substring(dom.indexOf("<pre"), dom.indexOf("</pre>")).replace("&lt;", "<").replace("&gt;", ">")
                 .replace("&amp;", "&").lines().skip(1).map(line -> line.split("=", 2))
                 .collect(Collectors.toMap(line -> line[0], line -> line[1], (first, other) -> first));
@@ -92,33 +72,6 @@ class DecodePageTest {
             report.write(html, new Outcome(List.of(new Timing("Decoding", Duration.ofSeconds(2))), 3, 0, List.of()));
             Files.writeString(page, html);
         }
-    }
-
-    private static byte[] halfSilentHalfClipped() {
-        ByteBuffer samples = ByteBuffer.allocate(160_000).order(ByteOrder.LITTLE_ENDIAN).position(80_000);
-        while (samples.hasRemaining()) {
-            samples.putShort(samples.position() / 2 % 20 < 10 ? Short.MAX_VALUE : Short.MIN_VALUE);
-        }
-        return samples.array();
-    }
-
-    private static String chromium() throws IOException, InterruptedException {
-        ProcessBuilder browser = new ProcessBuilder("chromium", "--headless", "--no-sandbox", "--disable-gpu",
-                "--disable-dev-shm-usage", "--hide-scrollbars", "--allow-file-access-from-files",
-                "--host-resolver-rules=MAP * ~NOTFOUND", "--user-data-dir=" + directory.resolve("profile"),
-                "--window-size=2960," + HEIGHT, "--screenshot=" + directory.resolve("screen.png"), "--dump-dom",
-                directory.resolve("frames.html").toUri().toString());
-        // What a sanitizer puts into this process is not for the browser.
-        browser.environment().remove("LD_PRELOAD");
-        Path dom = directory.resolve("dom.html");
-        Process process = browser.redirectOutput(dom.toFile()).redirectError(directory.resolve("log").toFile()).start();
-        try {
-            assertThat(process.waitFor(5, TimeUnit.MINUTES)).isTrue();
-            assertThat(process.exitValue()).as(Files.readString(directory.resolve("log"))).isZero();
-        } finally {
-            process.destroyForcibly();
-        }
-        return Files.readString(dom, StandardCharsets.UTF_8);
     }
 
     /** The mean red, green and blue. */
