@@ -6,11 +6,11 @@ import java.nio.channels.ClosedChannelException;
 import java.nio.channels.SeekableByteChannel;
 
 /** A channel over an array, which can do one thing that channels should not do, from some read on. */
-class HostileChannel implements SeekableByteChannel {
+final class HostileChannel implements SeekableByteChannel {
 
-    /** What it does. */
+    /** What it does; bytes that come one by one come with a read between that takes none. */
     enum Way {
-        HONEST, NOTHING, END, MORE_THAN_ASKED, LESS_THAN_TOLD, NEGATIVE, THROWS, FAILS, CLOSES, HUGE, NEGATIVE_SIZE, ELSEWHERE,
+        HONEST, ONE_BY_ONE, NOTHING, END, MORE_THAN_ASKED, LESS_THAN_TOLD, NEGATIVE, THROWS, FAILS, CLOSES, HUGE, NEGATIVE_SIZE, ELSEWHERE,
         DAMAGED
     }
 
@@ -48,7 +48,8 @@ class HostileChannel implements SeekableByteChannel {
         }
         // Small reads, so that there are many.
         int start = to.position();
-        int count = (int) Math.min(Math.min(to.remaining(), 4096), bytes.length - position);
+        int most = way == Way.ONE_BY_ONE ? honestReads & 1 : 4096;
+        int count = (int) Math.min(Math.min(to.remaining(), most), bytes.length - position);
         to.put(bytes, (int) position, count);
         position += count;
         if (way == Way.HONEST || honestReads-- > 0) {

@@ -1,9 +1,47 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.exactness.Comparison.check;
 import static org.assertj.core.api.Assertions.assertThat;
 
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.lang.module.ModuleFinder;
+import java.lang.module.ModuleReader;
+import java.lang.module.ModuleReference;
+import java.lang.ref.Reference;
+import java.lang.reflect.Constructor;
+import java.lang.reflect.Executable;
+import java.lang.reflect.InvocationTargetException;
+import java.lang.reflect.Method;
+import java.lang.reflect.Modifier;
+import java.nio.ByteBuffer;
+import java.nio.channels.ClosedChannelException;
+import java.nio.channels.SeekableByteChannel;
+import java.nio.file.Files;
 import java.nio.file.Path;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Collection;
+import java.util.Comparator;
+import java.util.HashMap;
 import java.util.List;
+import java.util.Map;
+import java.util.Objects;
+import java.util.Random;
+import java.util.Set;
+import java.util.concurrent.Callable;
+import java.util.concurrent.ConcurrentSkipListMap;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+import java.util.concurrent.TimeUnit;
+import java.util.concurrent.TimeoutException;
+import java.util.logging.Level;
+import java.util.logging.Logger;
+import java.util.stream.BaseStream;
+import java.util.stream.Collectors;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.io.TempDir;
@@ -11,22 +49,453 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.MethodSource;
 
-/** Runs {@link Misuse} on every virtual machine at hand, which checks all use of JNI and whose end would be seen here. */
+/**
+ * Uses every public method and constructor of the API in every wrong way, while healthy objects go on decoding beside.
+ * What may come of it is a result or an exception that says what was wrong. Each way runs on every virtual machine at hand,
+ * which checks all use of JNI and whose end would be seen here.
+ */
 @Tag("misuse")
 class MisuseTest {
+
+    private static final String HOSTILE = "hostile";
+    private static final int PICTURES = 25;
+    private static final int ROUNDS = 16;
+    private static final Random RANDOM = new Random(5);
+    private static final ExecutorService THREADS = Executors.newCachedThreadPool(task -> {
+        Thread thread = new Thread(task);
+        thread.setDaemon(true);
+        return thread;
+    });
+
+    /** Arguments by type; what calls return comes on top, so that objects of every kind meet every method. */
+    private static final Map<Class<?>, List<Object>> VALUES = new HashMap<>();
+    private static final Map<String, Integer> OUTCOMES = new ConcurrentSkipListMap<>();
+
+    /** A copy: what writes files is tried with this name as well. */
+    private static Path film;
+    private static byte[] filmBytes;
 
     static Stream<Arguments> everythingOnEveryVirtualMachine() {
         return Programs.virtualMachines()
                 .flatMap(home -> Stream.of("calls", "races", "callbacks", "garbage", "silence", "logging")
-                        .map(what -> Arguments.of(what, home)));
+                        .map(way -> Arguments.of(way, home)));
     }
 
     @ParameterizedTest
     @MethodSource("everythingOnEveryVirtualMachine")
-    void harmsNothing(String what, String home, @TempDir Path directory) throws Exception {
+    void harmsNothing(String way, String home, @TempDir Path directory) throws Exception {
         List<String> lines = Programs.run(directory, home, List.of("-Xcheck:jni", "-Xmx512m", "-ea",
-                "-Djava.awt.headless=true", "-XX:ErrorFile=" + directory.resolve("crash.log")), Misuse.class, what,
+                "-Djava.awt.headless=true", "-XX:ErrorFile=" + directory.resolve("crash.log")), MisuseTest.class, way,
                 directory.toString());
         assertThat(lines).anyMatch(line -> line.endsWith("Misuse: done"));
+    }
+
+    /** Runs one of the ways; the second argument is a directory for files. */
+    public static void main(String[] arguments) throws Exception {
+        Path directory = Path.of(arguments[1]);
+        filmBytes = Files.readAllBytes(TestMedia.stream("h264_aac.mp4"));
+        film = Files.write(directory.resolve("film.mp4"), filmBytes);
+        switch (arguments[0]) {
+            case "calls" -> calls(directory, decoded());
+            case "races" -> races(directory, decoded());
+            case "callbacks" -> callbacks(decoded());
+            case "garbage" -> garbage();
+            case "silence" -> logs(Level.INFO);
+            case "logging" -> logs(Level.FINER);
+            default -> throw new IllegalArgumentException(arguments[0]);
+        }
+        System.out.println(OUTCOMES);
+        System.out.println("Misuse: done");
+    }
+
+    private static List<Integer> decoded() throws IOException {
+        try (MediaReader reader = MediaReader.open(film)) {
+            return decoded(reader);
+        }
+    }
+
+    /** Hashes of all pictures and all sound. */
+    private static List<Integer> decoded(MediaReader reader) throws IOException {
+        try (VideoDecoder pictures = video(reader); AudioDecoder sound = audio(reader)) {
+            List<Integer> hashes = new ArrayList<>();
+            Packet packet;
+            do {
+                packet = reader.read();
+                for (Picture picture : packet == null ? pictures.finish()
+                        : pictures.accepts(packet) ? pictures.decode(packet) : List.<Picture>of()) {
+                    hashes.add(Arrays.hashCode(picture.toBytes()) + Long.hashCode(picture.timestamp()));
+                    picture.close();
+                }
+                (packet == null ? sound.finish() : sound.accepts(packet) ? sound.decode(packet) : List.<AudioBlock>of())
+                        .forEach(block -> hashes.add(block.data().hashCode() + Long.hashCode(block.timestamp())));
+            } while (packet != null);
+            check(hashes.size() > 60, "too few pictures");
+            return hashes;
+        }
+    }
+
+    private static VideoDecoder video(MediaReader reader) {
+        return VideoDecoder.open(reader.firstVideo().orElseThrow());
+    }
+
+    private static AudioDecoder audio(MediaReader reader) {
+        return AudioDecoder.open(reader.firstAudio().orElseThrow());
+    }
+
+    // Every call with every kind of argument.
+
+    private static void calls(Path directory, List<Integer> expected) throws Exception {
+        List<Class<?>> types = publicTypes();
+        seed(directory);
+        for (int round = 0; round < ROUNDS; round++) {
+            Future<List<Integer>> bystander = THREADS.submit(() -> decoded());
+            for (Class<?> type : types) {
+                refill(type);
+                for (Executable member : members(type)) {
+                    attempt(member, round);
+                    attempt(member, round);
+                }
+            }
+            check(bystander.get().equals(expected), "a bystander decodes other pictures");
+        }
+        check(decoded().equals(expected), "other pictures after all that");
+        check(OUTCOMES.getOrDefault("MediaStateException", 0) > 100 && OUTCOMES.get("a result") > 1000, "" + OUTCOMES);
+    }
+
+    private static List<Class<?>> publicTypes() throws Exception {
+        ModuleReference module = ModuleFinder.of(Path.of(MediaReader.class.getProtectionDomain().getCodeSource().getLocation()
+                .toURI())).findAll().iterator().next();
+        Set<String> exported = module.descriptor().exports().stream().map(exports -> exports.source().replace('.', '/'))
+                .collect(Collectors.toSet());
+        List<Class<?>> types = new ArrayList<>();
+        try (ModuleReader files = module.open()) {
+            for (String name : files.list().filter(name -> name.endsWith(".class")).sorted().toList()) {
+                if (exported.contains(name.replaceFirst("/?[^/]*$", ""))) {
+                    types.add(Class.forName(name.replace(".class", "").replace('/', '.')));
+                }
+            }
+        }
+        types.removeIf(type -> !Modifier.isPublic(type.getModifiers()));
+        check(types.size() > 25, "where is the API? " + types);
+        return types;
+    }
+
+    /** Natives are for one careful caller. */
+    private static List<Executable> members(Class<?> type) {
+        return Stream.<Executable>concat(Stream.of(type.getDeclaredMethods()), Stream.of(type.getDeclaredConstructors())
+                .filter(constructor -> !Modifier.isAbstract(type.getModifiers())))
+                .filter(member -> Modifier.isPublic(member.getModifiers()) && !member.isSynthetic()
+                        && (member.getModifiers() & (Modifier.NATIVE | Modifier.ABSTRACT)) == 0)
+                .sorted(Comparator.comparing(Executable::toString)).toList();
+    }
+
+    /** Nothing outside of the directory: writers are called with every path. */
+    private static void seed(Path directory) throws Exception {
+        Programs.output(List.of("mkfifo", directory.resolve("pipe").toString()));
+        VALUES.put(int.class, List.of(Integer.MIN_VALUE, -1, 0, 1, 2, 3, 64, 320, 16_000, 44_100, 1 << 20,
+                Integer.MAX_VALUE));
+        VALUES.put(long.class, List.of(Long.MIN_VALUE, Long.MIN_VALUE + 1, -1L, 0L, 1L, 1L << 31, Long.MAX_VALUE));
+        VALUES.put(double.class, List.of(Double.NaN, Double.NEGATIVE_INFINITY, -1.0, 0.0, 1.0, Double.MAX_VALUE));
+        VALUES.put(boolean.class, List.of(true, false));
+        VALUES.put(String.class, values(null, "", "avc1", "bgra", "song.mp3", MediaSubtypes.H264_AVC1,
+                "\0\uD800", "x".repeat(99_999)));
+        VALUES.put(byte[].class, values(null, new byte[0], noise(1), noise(18), noise(4096), noise(70_001)));
+        VALUES.put(ByteBuffer.class, values(null, ByteBuffer.allocate(0), ByteBuffer.wrap(noise(4096)),
+                ByteBuffer.wrap(noise(4096)).asReadOnlyBuffer(), ByteBuffer.allocateDirect(4097).position(3)));
+        VALUES.put(Path.class, values(null, Path.of(""), directory.resolve("pipe"), directory,
+                directory.resolve("missing/x"), directory.resolve("noise"), directory.resolve("out"),
+                Files.write(directory.resolve("victim.mp4"), filmBytes)));
+        VALUES.put(Duration.class, values(null, Duration.ZERO, Duration.ofMillis(-1), Duration.ofMillis(500),
+                Duration.ofSeconds(Long.MAX_VALUE, 999_999_999), Duration.ofSeconds(Long.MIN_VALUE)));
+        VALUES.put(Throwable.class, values(null, new IOException(HOSTILE)));
+        VALUES.put(List.class, values(null, List.of(), Arrays.asList((Object) null), List.of(packet(noise(99), 0))));
+        VALUES.put(Object.class, values(null, "x", 1L));
+    }
+
+    /** Healthy objects and closed ones for the next calls; channels serve once. */
+    private static void refill(Class<?> type) throws IOException {
+        List<Object> channels = values((Object) null);
+        Stream.of(HostileChannel.Way.values()).filter(way -> way != HostileChannel.Way.ONE_BY_ONE)
+                .forEach(way -> channels.add(new HostileChannel(filmBytes, way, RANDOM.nextInt(50))));
+        VALUES.put(SeekableByteChannel.class, channels);
+        // Some raw formats have so weak a mark that it turns up in noise.
+        Files.write(film.resolveSibling("noise"), noise(50_000));
+        VALUES.get(ByteBuffer.class).stream().filter(Objects::nonNull).forEach(buffer -> ((ByteBuffer) buffer).clear());
+        MediaReader reader = MediaReader.open(film);
+        MediaReader closed = MediaReader.open(film);
+        closed.close();
+        VideoDecoder pictures = video(reader);
+        AudioDecoder sound = audio(reader);
+        AudioCodec codec = AudioCodec.values()[RANDOM.nextInt(AudioCodec.values().length)];
+        values(reader, closed, pictures, sound, AudioEncoder.open(codec, codec.accepts(44_100, 1) ? 44_100 : 8000, 1),
+                new Rational(1, 25), reader.firstVideo().orElseThrow(), reader.firstAudio().orElseThrow(),
+                closed.firstVideo().orElseThrow(), packet(noise(500), 0), packet(noise(0), 1), packet(noise(50), 1),
+                new MediaStateException(HOSTILE), new c_multimediaapi_ffmpeg(), PixelFormat.named("yuv420p"),
+                PixelFormat.named("pal8")).forEach(MisuseTest::keep);
+        for (Packet packet; (packet = reader.read()) != null && VALUES.getOrDefault(Picture.class, List.of()).size() < 9;) {
+            keep(packet);
+            (pictures.accepts(packet) ? pictures.decode(packet) : sound.decode(packet)).forEach(MisuseTest::keep);
+        }
+        if (type.isEnum()) {
+            Arrays.stream(type.getEnumConstants()).forEach(MisuseTest::keep);
+        }
+    }
+
+    /** A bounded number of each type, the older ones making way. */
+    private static void keep(Object object) {
+        Class<?> type = object instanceof Enum<?> constant ? constant.getDeclaringClass() : object.getClass();
+        if (type.getName().startsWith("kiv.") && Modifier.isPublic(type.getModifiers())) {
+            List<Object> known = VALUES.computeIfAbsent(type, unknown -> values((Object) null));
+            if (known.size() > 16) {
+                known.remove(1 + RANDOM.nextInt(known.size() - 1));
+            }
+            known.add(object);
+        }
+    }
+
+    /** Makes a call on a thread of its own, which may not hang. */
+    private static void attempt(Executable member, int round) throws Exception {
+        Object[] arguments = Arrays.stream(member.getParameterTypes()).map(type -> choose(type, RANDOM)).toArray();
+        int victim = RANDOM.nextInt(arguments.length + 1);
+        if (round == 0 && victim < arguments.length && !member.getParameterTypes()[victim].isPrimitive()) {
+            arguments[victim] = null;
+        }
+        boolean alone = member instanceof Constructor || Modifier.isStatic(member.getModifiers());
+        Object receiver = alone ? null : choose(member.getDeclaringClass(), RANDOM);
+        if (alone || receiver != null) {
+            String call = receiver + "." + member + " " + Arrays.deepToString(arguments).lines().findFirst().orElse("");
+            try {
+                Object result = THREADS.submit(() -> judged(call, () -> invoke(member, receiver, arguments)))
+                        .get(2, TimeUnit.MINUTES);
+                (result instanceof Collection<?> several ? several.stream() : Stream.of(result)).limit(3)
+                        .filter(Objects::nonNull).forEach(MisuseTest::keep);
+            } catch (TimeoutException e) {
+                throw new AssertionError("hangs: " + call, e);
+            }
+        }
+    }
+
+    private static Object choose(Class<?> type, Random random) {
+        List<Object> values = VALUES.getOrDefault(type, List.of());
+        return values.isEmpty() ? null : values.get(random.nextInt(values.size()));
+    }
+
+    private static Object invoke(Executable member, Object receiver, Object[] arguments) throws Exception {
+        Object result = member instanceof Constructor<?> constructor ? constructor.newInstance(arguments)
+                : ((Method) member).invoke(receiver, arguments);
+        if (result instanceof BaseStream<?, ?> stream) {
+            stream.iterator().forEachRemaining(MisuseTest::keep);
+            return null;
+        }
+        return result;
+    }
+
+    /** Makes a call; an exception has to be of a kind and with a message that a user can do something with. */
+    private static Object judged(String call, Callable<?> work) {
+        try {
+            Object result = work.call();
+            OUTCOMES.merge("a result", 1, Integer::sum);
+            return result;
+        } catch (Throwable thrown) {
+            Throwable e = thrown instanceof InvocationTargetException ? thrown.getCause() : thrown;
+            OUTCOMES.merge(e.getClass().getSimpleName(), 1, Integer::sum);
+            boolean own = e instanceof MediaException || e instanceof IOException || e instanceof UncheckedIOException
+                    || e instanceof NullPointerException || e instanceof IllegalArgumentException
+                    || e instanceof UnsupportedOperationException || e instanceof ArithmeticException;
+            // Places in the library's source are not for users.
+            boolean told = e.getMessage() != null && !e.getMessage().isBlank() && !e.getMessage().contains(" in line ")
+                    || e instanceof ClosedChannelException;
+            if (!HOSTILE.equals(e.getMessage()) && !(own && told)) {
+                throw new AssertionError(call, e);
+            }
+            return null;
+        }
+    }
+
+    // Calls while others run.
+
+    private static void races(Path directory, List<Integer> expected) throws Exception {
+        seed(directory);
+        refill(MediaReader.class);
+        for (int round = 0; round < 12; round++) {
+            MediaReader reader = MediaReader.open(film);
+            VideoDecoder pictures = video(reader);
+            List<AutoCloseable> victims = List.of(reader, pictures, audio(reader), AudioEncoder.open(AudioCodec.MP3, 44_100, 2),
+                    pictures.pictures(reader).findFirst().orElseThrow());
+            List<Packet> packets = reader.packets().toList();
+            List<? extends Future<?>> attackers = IntStream.range(3 * round, 3 * round + 3).mapToObj(Random::new)
+                    .map(random -> THREADS.submit(() -> attack(victims, packets, reader, random))).toList();
+            // Decoders side by side in other threads are nobody's victims, however new the newest one is.
+            check(decoded().equals(expected), "races disturb others");
+            for (Future<?> attacker : attackers) {
+                attacker.get(2, TimeUnit.MINUTES);
+            }
+            for (AutoCloseable victim : victims) {
+                victim.close();
+            }
+        }
+        check(decoded().equals(expected), "other pictures after all that");
+        check(OUTCOMES.getOrDefault("MediaStateException", 0) > 0, "nobody met anybody: " + OUTCOMES);
+    }
+
+    private static void attack(List<AutoCloseable> victims, List<Packet> packets, MediaReader reader, Random random) {
+        for (int i = 0; i < 400; i++) {
+            Object victim = victims.get(random.nextInt(victims.size()));
+            List<Executable> members = members(victim.getClass());
+            Executable member = members.get(random.nextInt(members.size()));
+            if (member instanceof Method && !Modifier.isStatic(member.getModifiers())
+                    && !(member.getName().equals("close") && i < 390)) {
+                Object[] arguments = Arrays.stream(member.getParameterTypes()).map(type -> type == MediaReader.class ? reader
+                        : type == Packet.class ? packets.get(random.nextInt(packets.size())) : choose(type, random)).toArray();
+                judged(victim + "." + member, () -> invoke(member, victim, arguments));
+            }
+        }
+    }
+
+    // Callbacks that call back in.
+
+    private static void callbacks(List<Integer> expected) throws Exception {
+        HostileChannel channel = new HostileChannel(filmBytes);
+        int[] refused = new int[1];
+        try (MediaReader reader = MediaReader.open(channel)) {
+            channel.hook = () -> {
+                for (AutoCloseable call : List.<AutoCloseable>of(reader::read, reader, () -> reader.packets().count(),
+                        () -> reader.seek(Duration.ZERO))) {
+                    try {
+                        call.close();
+                    } catch (MediaStateException e) {
+                        refused[0]++;
+                    } catch (Exception e) {
+                        throw new AssertionError("called out of its own callback", e);
+                    }
+                }
+                // Others may be used, in the middle of a native call.
+                check(refused[0] > 4 || decoded().equals(expected), "nested use");
+            };
+            check(decoded(reader).equals(expected), "lost by callbacks");
+            check(refused[0] > 0 && refused[0] % 4 == 0, "not all calls out of callbacks are refused");
+            channel.hook = null;
+        }
+        consumers();
+        check(decoded().equals(expected), "other pictures after all that");
+    }
+
+    /** Consumers of streams that throw, stop early, take from the same stream, or close what it comes from. */
+    private static void consumers() throws Exception {
+        try (MediaReader reader = MediaReader.open(film); VideoDecoder decoder = video(reader)) {
+            int[] count = new int[1];
+            for (int before = -1; before < count[0];) {
+                before = count[0];
+                judged("a consumer throws", () -> decoder.pictures(reader).limit(4).map(picture -> {
+                    count[0] += 1 + (int) decoder.pictures(reader).limit(2).count();
+                    return 1 / (count[0] % 2);
+                }).toList());
+            }
+            check(count[0] == PICTURES, count[0] + " pictures");
+        }
+        for (int closed = 0; closed < 2; closed++) {
+            try (MediaReader reader = MediaReader.open(film); VideoDecoder decoder = video(reader)) {
+                AutoCloseable victim = List.of(reader, decoder).get(closed);
+                judged("a consumer closes", () -> {
+                    for (Picture picture : (Iterable<Picture>) decoder.pictures(reader)::iterator) {
+                        victim.close();
+                    }
+                    throw new AssertionError("nothing says that it is closed");
+                });
+            }
+        }
+    }
+
+    // Objects that nobody closes.
+
+    private static void garbage() throws Exception {
+        List<Integer> expected = decoded();
+        int[] holders = new int[1];
+        c_multimediaapi_ffmpeg receiver = new c_multimediaapi_ffmpeg() {
+            @Override
+            public void print_info(int level, String line) {
+                if (line.contains("n_1reader_1delete(): counter=")) {
+                    holders[0] = Integer.parseInt(line.replaceFirst(".*counter=", ""));
+                }
+            }
+        };
+        c_multimediaapi_ffmpeg.n_init(FfmpegLibrary.directory().toString(), receiver, 0);
+        int before = holdersNow(holders);
+        List<AutoCloseable> objects = forgotten();
+        int most = holdersNow(holders);
+        check(most >= before + objects.size(), "not all were counted: " + before + " to " + most);
+        Reference.reachabilityFence(objects);
+        // Otherwise this call would hold them until its end.
+        objects = null;
+        // One converter stays ready for the next picture.
+        for (int attempt = 0; attempt < 200 && holdersNow(holders) > before + 1; attempt++) {
+            System.gc();
+            Thread.sleep(20);
+        }
+        check(holdersNow(holders) <= before + 1, "never deleted: " + (holdersNow(holders) - before));
+        check(decoded().equals(expected), "other pictures after all that");
+    }
+
+    /** Each of the objects has something native. */
+    private static List<AutoCloseable> forgotten() throws IOException {
+        List<AutoCloseable> objects = new ArrayList<>();
+        for (int i = 0; i < 20; i++) {
+            HostileChannel channel = new HostileChannel(filmBytes);
+            MediaReader reader = MediaReader.open(channel);
+            // The channel knows its reader, as one that shows progress would.
+            channel.hook = reader::formatName;
+            VideoDecoder decoder = video(reader);
+            decoder.pictures(reader).limit(3).forEach(Picture::toBufferedImage);
+            AudioEncoder encoder = AudioEncoder.open(AudioCodec.MP3, 44_100, 2);
+            encoder.encode(noise(40_000));
+            objects.addAll(List.of(reader, decoder, audio(reader), encoder));
+        }
+        return objects;
+    }
+
+    private static int holdersNow(int[] holders) throws IOException {
+        MediaReader.open(film).close();
+        return holders[0];
+    }
+
+    // The log.
+
+    private static void logs(Level level) throws Exception {
+        Logger logger = Logger.getLogger("kiv.media.ffmpeg");
+        logger.setLevel(level);
+        Map<String, Integer> lines = new ConcurrentSkipListMap<>();
+        boolean[] hostile = new boolean[1];
+        logger.setFilter(line -> {
+            int count = lines.merge(line.getLevel().getName(), 1, Integer::sum);
+            if (hostile[0] && count % 14 == 0) {
+                throw new IllegalStateException(HOSTILE);
+            }
+            // Whoever receives a line may use what logs.
+            judged("nested", () -> hostile[0] && count % 14 == 7 ? decoded() : null);
+            return false;
+        });
+        List<Integer> expected = decoded();
+        hostile[0] = true;
+        check(decoded().equals(expected), "the log disturbs");
+        try (MediaReader reader = MediaReader.open(film); VideoDecoder decoder = video(reader);
+                AudioEncoder encoder = AudioEncoder.open(AudioCodec.MP3, 44_100, 2)) {
+            encoder.encode(noise(80_000));
+            judged("noise", () -> decoder.decode(packet(noise(500), 0)));
+        }
+        check(level == Level.INFO ? lines.isEmpty() : lines.keySet().containsAll(List.of("SEVERE", "FINE", "FINER")), "" + lines);
+    }
+
+    private static List<Object> values(Object... values) {
+        return Arrays.stream(values).collect(Collectors.toCollection(ArrayList::new));
+    }
+
+    private static Packet packet(byte[] bytes, int stream) {
+        return Packet.of(bytes, stream, Long.MAX_VALUE, Long.MIN_VALUE + 1, true);
+    }
+
+    private static byte[] noise(int length) {
+        byte[] bytes = new byte[length];
+        RANDOM.nextBytes(bytes);
+        return bytes;
     }
 }
