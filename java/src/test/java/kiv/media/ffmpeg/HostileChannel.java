@@ -10,8 +10,8 @@ final class HostileChannel implements SeekableByteChannel {
 
     /** What it does; bytes that come one by one come with a read between that takes none. */
     enum Way {
-        HONEST, ONE_BY_ONE, NOTHING, END, MORE_THAN_ASKED, LESS_THAN_TOLD, NEGATIVE, THROWS, FAILS, CLOSES, HUGE, NEGATIVE_SIZE,
-        ELSEWHERE, DAMAGED
+        HONEST, ONE_BY_ONE, NOTHING, END, MORE_THAN_ASKED, LESS_THAN_TOLD, NEGATIVE, THROWS, FAILS, CLOSES, HUGE,
+        NEGATIVE_SIZE, ELSEWHERE, DAMAGED
     }
 
     interface Hook {

@@ -38,11 +38,6 @@ public final class Programs {
         }
     }
 
-    /** The lines that a program prints; it must succeed. */
-    public static List<String> lines(List<String> command) {
-        return new String(output(command), StandardCharsets.UTF_8).lines().toList();
-    }
-
     /** The directories of the virtual machines at hand. */
     public static Stream<String> virtualMachines() {
         return Stream.of(System.getProperty("java.home"), System.getProperty("KIV_JDK21", System.getenv("KIV_JDK21")))

@@ -6,10 +6,13 @@ import java.io.UncheckedIOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.HashSet;
 import java.util.List;
 import java.util.Objects;
 import java.util.Set;
 import java.util.function.BiFunction;
+import java.util.function.Function;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 
 /**
@@ -81,6 +84,19 @@ public final class TestMedia {
     public static List<Sound> pcmSources() {
         return rows("audio.tsv", (file, row) -> row[4].equals("-") ? null : new Sound(file, row[1],
                 Stream.of(row[4].split(",")).map(Integer::decode).toList())).filter(Objects::nonNull).toList();
+    }
+
+    /**
+     * Every case of the first item of each kind and one of each other item, where neighbours have different ones; with {@code
+     * -Dkiv.test.tier=full} every case of all.
+     */
+    public static <T, C> Stream<C> cases(List<T> items, Function<T, ?> kind, Function<T, List<C>> cases) {
+        boolean full = "full".equals(System.getProperty("kiv.test.tier"));
+        Set<Object> kinds = new HashSet<>();
+        return IntStream.range(0, items.size()).boxed().flatMap(i -> {
+            List<C> all = cases.apply(items.get(i));
+            return kinds.add(kind.apply(items.get(i))) || full ? all.stream() : Stream.of(all.get(i % all.size()));
+        });
     }
 
     /** Of two tables of that name: the one that is made with the streams, and that of the real files among the resources. */

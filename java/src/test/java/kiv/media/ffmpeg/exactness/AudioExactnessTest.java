@@ -11,7 +11,6 @@ import java.util.stream.Stream;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.TestMedia.Sound;
-import kiv.media.ffmpeg.Tier;
 import kiv.media.ffmpeg.WaveFormat;
 import kiv.media.ffmpeg.exactness.NativeSoundDecoder.Result;
 import kiv.media.ffmpeg.natives.AudioStatus;
@@ -28,7 +27,7 @@ class AudioExactnessTest {
     private static final List<String> CUTS = List.of("", "--join 8", "--pieces 2", "--cut 31", "--cut 1");
 
     static Stream<Arguments> everySoundInEveryWay() {
-        return Tier.of(TestMedia.pcmSources(), Sound::codec, sound -> CUTS.stream()
+        return TestMedia.cases(TestMedia.pcmSources(), Sound::codec, sound -> CUTS.stream()
                 // A call for every byte of a long stream takes its time and shows nothing more.
                 .filter(cut -> !cut.equals("--cut 1") || sound.file().toFile().length() < 40_000)
                 .map(cut -> Arguments.of(sound, cut)).toList());

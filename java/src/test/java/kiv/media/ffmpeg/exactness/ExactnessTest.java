@@ -11,7 +11,6 @@ import java.util.function.LongUnaryOperator;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.TestMedia.Clip;
-import kiv.media.ffmpeg.Tier;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
@@ -30,7 +29,7 @@ class ExactnessTest {
 
     /** Whole packets make a difference to some decoders only; with the others one of the models has them. */
     static Stream<Arguments> everyClipInEveryWay() {
-        return Tier.of(TestMedia.clips().stream().filter(clip -> clip.width() != clip.height()).toList(), Clip::codec,
+        return TestMedia.cases(TestMedia.clips().stream().filter(clip -> clip.width() != clip.height()).toList(), Clip::codec,
                 clip -> Stream.of(PictureModel.values()).flatMap(model -> Stream.of(true, false)
                         .filter(whole -> TRUNCATED.contains(clip.codec()) || whole == (model == PictureModel.I420))
                         .map(whole -> Arguments.of(clip, model, whole))).toList());

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.exactness;
 
 import java.io.IOException;
 import java.nio.ByteBuffer;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.MessageDigest;
@@ -109,8 +110,9 @@ public final class Reference {
 
     /** The fields of every line that the program prints. */
     public static List<String[]> run(List<String> arguments) {
-        return Programs.lines(Stream.concat(Stream.of(TestMedia.referenceDecoder().toString(), TestMedia.ffmpeg().toString()),
-                arguments.stream()).toList()).stream().map(line -> line.split("\t")).toList();
+        byte[] output = Programs.output(Stream.concat(Stream.of(TestMedia.referenceDecoder().toString(),
+                TestMedia.ffmpeg().toString()), arguments.stream()).toList());
+        return new String(output, StandardCharsets.UTF_8).lines().map(line -> line.split("\t")).toList();
     }
 
     /** The sum as the program prints it. */
