@@ -3,17 +3,21 @@
 
 #include "kivjniffmpeg/ffmpeg/loader.h"
 
-#include <string>
+#include <gtest/gtest.h>
 
-/** The directory that KIV_FFMPEG_DIR names. @throws std::runtime_error without one */
-std::string ffmpeg_directory();
-
-/** Opens FFmpeg through the library's loader and starts the library up, once per process. */
+/** Opens FFmpeg through the library's loader, once per process. @throws std::runtime_error without KIV_FFMPEG_DIR */
 void load_ffmpeg();
 
-/** A symbol of a loaded library that the library itself does not use. @throws std::runtime_error when there is none */
-void *ffmpeg_symbol(void *avp_library, const char *strp_name);
-template <class FUNCTION> FUNCTION *ffmpeg_function(void *avp_library, const char *strp_name)
+/** A test for which FFmpeg is loaded. */
+class real_ffmpeg : public testing::Test
 {
-    return reinterpret_cast<FUNCTION *>(ffmpeg_symbol(avp_library, strp_name));
+protected:
+    real_ffmpeg() { load_ffmpeg(); }
+};
+
+/** Calls a function that the library itself does not use. The arguments have exactly the types of its parameters. */
+void *ffmpeg_symbol(const char *strp_name);
+template <class RESULT, class... ARGUMENTS> RESULT ffmpeg_call(const char *strp_name, ARGUMENTS... dsp_arguments)
+{
+    return reinterpret_cast<RESULT (*)(ARGUMENTS...)>(ffmpeg_symbol(strp_name))(dsp_arguments...);
 }

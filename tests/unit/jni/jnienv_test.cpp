@@ -13,6 +13,7 @@
 #include <iterator>
 #include <regex>
 #include <set>
+#include <tuple>
 
 using namespace kiv::jni;
 using testing::Contains;
@@ -53,19 +54,17 @@ protected:
     jmethodID dsc_method = nullptr; // the fake machine calls none
 };
 
-/** The names that the operations throw, as the class's two files have them: their own, or a literal. */
-std::set<std::string> names_of_operations()
+/** How many operations the class's two files define. */
+ptrdiff_t count_operations()
 {
-    const std::regex dsl_checked(R"re((\w+)\([^(){}]*\) const\s*\{[^{}]*\b(?:make|run)\((?:__func__|"([^"]+)"))re");
-    std::set<std::string> dsl_names;
-    for (const char *strl_name : {"/jni/jnienv.h", "/jni/jnienv.cpp"}) {
-        std::ifstream dsl_file(std::string(KIV_SOURCE_DIR) + strl_name);
+    ptrdiff_t ill_count = 0;
+    for (const char *strl_file : {KIV_SOURCE_DIR "/jni/jnienv.h", KIV_SOURCE_DIR "/jni/jnienv.cpp"}) {
+        std::ifstream dsl_file(strl_file);
         const std::string strl_source{std::istreambuf_iterator<char>(dsl_file), {}};
-        for (std::sregex_iterator dsl_at(strl_source.begin(), strl_source.end(), dsl_checked), dsl_end;
-             dsl_at != dsl_end; ++dsl_at)
-            dsl_names.insert((*dsl_at)[2].matched ? (*dsl_at)[2] : (*dsl_at)[1]);
+        const std::regex dsl_operation(R"re(\b(make|run)\((__func__|"))re");
+        ill_count += std::distance(std::sregex_iterator(strl_source.begin(), strl_source.end(), dsl_operation), {});
     }
-    return dsl_names;
+    return ill_count;
 }
 
 TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
@@ -82,18 +81,10 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
     const jobject avol_null = nullptr;
     const jclass avol_class = avoc_class;
     const jmethodID adsl_method = dsc_method;
-#define OPERATION(function, name, call)                                                                                \
-    {                                                                                                                  \
-#function, name, [&] { j.call; }                                                                               \
-    }
-#define CALL(type, name)                                                                                               \
-    OPERATION(Call##type##MethodV, "call_" #name, call_##name(avol_class, adsl_method, 1, avol_null))
-    const struct
-    {
-        const char *strc_function; // of JNI
-        const char *strc_name;
-        std::function<void()> run;
-    } dsl_operations[] = {
+    // The function of JNI, the name that the operation throws, and its call.
+#define OPERATION(called, name, call) std::tuple(#called, name, std::function<void()>([&] { j.call; }))
+#define CALL(type, name) OPERATION(Call##type##MethodV, #name, name(avol_class, adsl_method, 1, avol_null))
+    const std::tuple<std::string, std::string, std::function<void()>> dsl_operations[] = {
         OPERATION(FindClass, "find_class", find_class("C")),
         OPERATION(GetMethodID, "get_method_id", get_method_id(avol_class, "method", "()V")),
         OPERATION(GetStaticMethodID, "get_static_method_id", get_static_method_id(avol_class, "method", "()V")),
@@ -110,11 +101,11 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         OPERATION(GetObjectArrayElement, "get_jobject_array_element", get_jobject_array_element(avol_objects, 0)),
         OPERATION(SetObjectArrayElement, "set_jobject_array_element",
                   set_jobject_array_element(avol_objects, 0, avol_class)),
-        CALL(StaticBoolean, static_boolean_method),
-        CALL(StaticVoid, static_void_method),
-        CALL(Int, int_method),
-        CALL(Long, long_method),
-        CALL(Object, object_method),
+        CALL(StaticBoolean, call_static_boolean_method),
+        CALL(StaticVoid, call_static_void_method),
+        CALL(Int, call_int_method),
+        CALL(Long, call_long_method),
+        CALL(Object, call_object_method),
         OPERATION(GetByteArrayElements, "get_array_elements(jbyte)", get_array_elements(avol_bytes, nullptr)),
         OPERATION(GetShortArrayElements, "get_array_elements(jshort)", get_array_elements(avol_shorts, nullptr)),
         OPERATION(GetIntArrayElements, "get_array_elements(jint)", get_array_elements(avol_ints, nullptr)),
@@ -136,7 +127,8 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         EXPECT_THAT(dsc_env.take_calls(), Not(Contains(strl_function)));
         EXPECT_EQ(dsc_env.take_pending(), "E: earlier");
     }
-    EXPECT_EQ(dsl_tested, names_of_operations());
+    EXPECT_EQ(dsl_tested.size(), std::size(dsl_operations));
+    EXPECT_EQ(std::ssize(dsl_operations), count_operations());
 }
 
 TEST_F(jni, results_that_look_like_failures_are_none)

@@ -8,11 +8,9 @@
 namespace
 {
 
-class picture_queue : public testing::Test
+class picture_queue : public real_ffmpeg
 {
 protected:
-    picture_queue() { load_ffmpeg(); }
-
     static dsd_decoded_picture picture(int64_t ilp_timestamp)
     {
         dsd_decoded_picture dsl_picture{std::make_unique<c_avframe>(), c_native_buffer::make(16, 0)};
@@ -23,10 +21,12 @@ protected:
     /** A frame whose memory belongs to FFmpeg; it counts itself when it is released. */
     std::unique_ptr<c_avframe> shared_frame()
     {
-        const auto release = [](void *adsp_released, uint8_t *) { ++*static_cast<int *>(adsp_released); };
+        void (*const adsl_release)(void *, uint8_t *) = [](void *adsp_released, uint8_t *) {
+            ++*static_cast<int *>(adsp_released);
+        };
         auto dsl_frame = std::make_unique<c_avframe>();
-        (*dsl_frame)->buf[0] = ffmpeg_function<AVBufferRef *(uint8_t *, int, void (*)(void *, uint8_t *), void *, int)>(
-            g_avutil.avc_handle, "av_buffer_create")(&utc_memory, 1, release, &inc_released, 0);
+        (*dsl_frame)->buf[0] =
+            ffmpeg_call<AVBufferRef *>("av_buffer_create", &utc_memory, 1, adsl_release, &inc_released, 0);
         return dsl_frame;
     }
 
@@ -57,25 +57,23 @@ TEST_F(picture_queue, oldest_picture_comes_first_and_is_held_until_then)
 TEST_F(picture_queue, shared_pictures_are_released_when_the_decoder_does_not_use_them_any_more)
 {
     auto dsl_frame = shared_frame();
-    const auto reference = ffmpeg_function<AVBufferRef *(AVBufferRef *)>(g_avutil.avc_handle, "av_buffer_ref");
-    const auto unreference = ffmpeg_function<void(AVBufferRef **)>(g_avutil.avc_handle, "av_buffer_unref");
-    AVBufferRef *adsl_decoders = reference((*dsl_frame)->buf[0]);
+    AVBufferRef *adsl_decoders = ffmpeg_call<AVBufferRef *>("av_buffer_ref", (*dsl_frame)->buf[0]);
     dsc_queue.share(std::move(dsl_frame));
     dsc_queue.share(std::make_unique<c_avframe>()); // converted: its memory is no reference of FFmpeg's
     dsc_queue.clear();
     dsc_queue.release_unused_pictures();
     EXPECT_EQ(inc_released, 0) << "the decoder still reads it";
-    unreference(&adsl_decoders);
+    ffmpeg_call<void>("av_buffer_unref", &adsl_decoders);
     EXPECT_EQ(inc_released, 0) << "Java may still read it";
     dsc_queue.release_unused_pictures();
     EXPECT_EQ(inc_released, 1);
 
     dsl_frame = shared_frame();
-    adsl_decoders = reference((*dsl_frame)->buf[0]);
+    adsl_decoders = ffmpeg_call<AVBufferRef *>("av_buffer_ref", (*dsl_frame)->buf[0]);
     dsc_queue.share(std::move(dsl_frame));
     dsc_queue.release_shared_pictures();
     EXPECT_EQ(inc_released, 1) << "only the queue's reference is gone";
-    unreference(&adsl_decoders);
+    ffmpeg_call<void>("av_buffer_unref", &adsl_decoders);
     EXPECT_EQ(inc_released, 2);
 }
 

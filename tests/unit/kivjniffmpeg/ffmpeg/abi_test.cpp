@@ -38,43 +38,20 @@ template <class... OPTIONS> auto has(OPTIONS... dsp_options)
     return testing::IsSupersetOf(numbers{dsp_options...});
 }
 
-template <class FUNCTION> FUNCTION *avcodec(const char *strp_name)
-{
-    return ffmpeg_function<FUNCTION>(g_avcodec.avc_handle, strp_name);
-}
-
-template <class FUNCTION> FUNCTION *avformat(const char *strp_name)
-{
-    return ffmpeg_function<FUNCTION>(g_avformat.avc_handle, strp_name);
-}
-
-template <class FUNCTION> FUNCTION *avutil(const char *strp_name)
-{
-    return ffmpeg_function<FUNCTION>(g_avutil.avc_handle, strp_name);
-}
-
-class abi : public testing::Test
-{
-protected:
-    abi() { load_ffmpeg(); }
-};
+using abi = real_ffmpeg;
 
 TEST_F(abi, libraries_are_the_line_that_the_header_describes)
 {
-    const std::tuple<void *, const char *, unsigned int> dsl_versions[] = {
-        {g_avcodec.avc_handle, "avcodec_version", 56U},
-        {g_avformat.avc_handle, "avformat_version", 56U},
-        {g_avutil.avc_handle, "avutil_version", 54U},
-        {g_swresample.avc_handle, "swresample_version", 1U},
-        {g_swscale.avc_handle, "swscale_version", 3U}};
-    for (const auto &[avl_library, strl_function, unl_major] : dsl_versions)
-        EXPECT_EQ(ffmpeg_function<unsigned int()>(avl_library, strl_function)() >> 16, unl_major) << strl_function;
+    const std::pair<const char *, unsigned int> dsl_versions[] = {
+        {"avcodec", 56}, {"avformat", 56}, {"avutil", 54}, {"swresample", 1}, {"swscale", 3}};
+    for (const auto &[strl_library, unl_major] : dsl_versions)
+        EXPECT_EQ(ffmpeg_call<unsigned int>((std::string(strl_library) + "_version").c_str()) >> 16, unl_major);
 }
 
 TEST_F(abi, option_tables_have_the_fields_and_values_that_the_header_has)
 {
-    const AVClass *adsl_codec = avcodec<const AVClass *()>("avcodec_get_class")();
-    const AVClass *adsl_scaler = ffmpeg_function<const AVClass *()>(g_swscale.avc_handle, "sws_get_class")();
+    const AVClass *adsl_codec = ffmpeg_call<const AVClass *>("avcodec_get_class");
+    const AVClass *adsl_scaler = ffmpeg_call<const AVClass *>("sws_get_class");
 #define FIELD(option, field) std::pair(option, offsetof(AVCodecContext, field))
 #define SAME(field) FIELD(#field, field)
     EXPECT_THAT(options_of(adsl_codec, false),
@@ -86,9 +63,9 @@ TEST_F(abi, option_tables_have_the_fields_and_values_that_the_header_has)
                     FIELD("threads", thread_count)));
 #undef FIELD
 #define FIELD(option, field) std::pair(option, offsetof(AVFrame, field))
-    EXPECT_THAT(options_of(avcodec<const AVClass *()>("avcodec_get_frame_class")(), false),
+    EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avcodec_get_frame_class"), false),
                 has(SAME(width), SAME(height), SAME(format), SAME(channel_layout), SAME(sample_rate)));
-    EXPECT_THAT(options_of(avformat<const AVClass *()>("avformat_get_class")(), false),
+    EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avformat_get_class"), false),
                 has(std::pair("fflags", offsetof(AVFormatContext, flags))));
     EXPECT_THAT(options_of(adsl_codec, true),
                 has(std::pair("emu_edge", CODEC_FLAG_EMU_EDGE), std::pair("skip_manual", CODEC_FLAG2_SKIP_MANUAL),
@@ -107,10 +84,9 @@ TEST_F(abi, option_tables_have_the_fields_and_values_that_the_header_has)
 TEST_F(abi, side_data_is_merged_as_the_header_says)
 {
     AVPacket dsl_packet;
-    ASSERT_EQ((avcodec<int(AVPacket *, int)>("av_new_packet")(&dsl_packet, 1)), 0);
-    avcodec<uint8_t *(AVPacket *, int, int)>("av_packet_new_side_data")(&dsl_packet, AV_PKT_DATA_PALETTE,
-                                                                        AVPALETTE_SIZE);
-    ASSERT_EQ(avcodec<int(AVPacket *)>("av_packet_merge_side_data")(&dsl_packet), 1);
+    ASSERT_EQ(ffmpeg_call<int>("av_new_packet", &dsl_packet, 1), 0);
+    ffmpeg_call<uint8_t *>("av_packet_new_side_data", &dsl_packet, AV_PKT_DATA_PALETTE, AVPALETTE_SIZE);
+    ASSERT_EQ(ffmpeg_call<int>("av_packet_merge_side_data", &dsl_packet), 1);
     ASSERT_EQ(dsl_packet.size, 1 + AVPALETTE_SIZE + 4 + 1 + 8);
     const uint8_t *autl_type = dsl_packet.data + dsl_packet.size - 9;
     EXPECT_EQ(*autl_type, in_first_side_data | AV_PKT_DATA_PALETTE);
@@ -160,15 +136,14 @@ TEST_F(abi, fresh_codecs_contexts_and_streams)
     EXPECT_EQ(std::pair(adsl_context->width, adsl_context->height), std::pair(64, 48));
     ASSERT_EQ(g_avcodec.avcodec_open2(adsl_context, adsl_cinepak, nullptr), 0);
     EXPECT_EQ(std::pair(adsl_context->coded_width, adsl_context->coded_height), std::pair(64, 48));
-    avcodec<void(AVCodecContext **)>("avcodec_free_context")(&adsl_context);
+    ffmpeg_call<void>("avcodec_free_context", &adsl_context);
 
     AVFormatContext *adsl_format = g_avformat.avformat_alloc_context();
     // Streams of a container that is read have a time base from the start.
-    adsl_format->iformat = avformat<AVInputFormat *(const char *)>("av_find_input_format")("avi");
-    const auto new_stream = avformat<AVStream *(AVFormatContext *, const AVCodec *)>("avformat_new_stream");
-    g_avcodec.avcodec_close(new_stream(adsl_format, &dsl_mpeg2)->codec);
-    AVStream *adsl_stream = new_stream(adsl_format, &dsl_mpeg2);
-    EXPECT_EQ(std::tuple(adsl_format->nb_streams, adsl_format->streams[1]), std::tuple(2U, adsl_stream));
+    adsl_format->iformat = ffmpeg_call<AVInputFormat *>("av_find_input_format", "avi");
+    g_avcodec.avcodec_close(ffmpeg_call<AVStream *>("avformat_new_stream", adsl_format, &dsl_mpeg2)->codec);
+    auto *adsl_stream = ffmpeg_call<AVStream *>("avformat_new_stream", adsl_format, &dsl_mpeg2);
+    EXPECT_EQ(std::pair(adsl_format->nb_streams, adsl_format->streams[1]), std::pair(2U, adsl_stream));
     EXPECT_EQ(std::tuple(adsl_stream->index, adsl_stream->codec->codec), std::tuple(1, &dsl_mpeg2));
     EXPECT_EQ(std::tuple(adsl_stream->time_base.den, adsl_stream->sample_aspect_ratio.den), std::tuple(90000, 1));
     EXPECT_EQ(std::tuple(adsl_stream->start_time, adsl_stream->duration), std::tuple(AV_NOPTS_VALUE, AV_NOPTS_VALUE));
@@ -178,42 +153,42 @@ TEST_F(abi, fresh_codecs_contexts_and_streams)
 
 TEST_F(abi, fresh_frames_and_packets)
 {
-    AVFrame *adsl_frame = avutil<AVFrame *()>("av_frame_alloc")();
+    AVFrame *adsl_frame = ffmpeg_call<AVFrame *>("av_frame_alloc");
     EXPECT_EQ(std::tuple(adsl_frame->pts, adsl_frame->pkt_pts, adsl_frame->pkt_dts),
               std::tuple(AV_NOPTS_VALUE, AV_NOPTS_VALUE, AV_NOPTS_VALUE));
     EXPECT_EQ(std::tuple(adsl_frame->key_frame, adsl_frame->format), std::tuple(1, -1));
     EXPECT_EQ(adsl_frame->extended_data, adsl_frame->data);
-    avutil<void(AVFrame *, int)>("av_frame_set_channels")(adsl_frame, 10);
+    ffmpeg_call<void>("av_frame_set_channels", adsl_frame, 10);
     EXPECT_EQ(adsl_frame->channels, 10);
     adsl_frame->format = AV_SAMPLE_FMT_S16P;
     adsl_frame->channel_layout = 0x3FF; // as many channels as need more pointers than a frame has
     adsl_frame->nb_samples = 100;
-    ASSERT_EQ((avutil<int(AVFrame *, int)>("av_frame_get_buffer")(adsl_frame, 32)), 0);
+    ASSERT_EQ(ffmpeg_call<int>("av_frame_get_buffer", adsl_frame, 32), 0);
     EXPECT_GE(adsl_frame->linesize[0], 200);
     EXPECT_EQ(adsl_frame->nb_extended_buf, 2);
     EXPECT_TRUE(adsl_frame->buf[7] != nullptr && adsl_frame->extended_buf != nullptr);
     EXPECT_NE(adsl_frame->extended_data, adsl_frame->data);
-    avutil<void(AVFrame **)>("av_frame_free")(&adsl_frame);
+    ffmpeg_call<void>("av_frame_free", &adsl_frame);
 
     AVPacket dsl_packet;
     std::memset(&dsl_packet, 0xEE, sizeof dsl_packet);
-    ASSERT_EQ((avcodec<int(AVPacket *, int)>("av_new_packet")(&dsl_packet, 100)), 0);
+    ASSERT_EQ(ffmpeg_call<int>("av_new_packet", &dsl_packet, 100), 0);
     EXPECT_EQ(std::tuple(dsl_packet.size, dsl_packet.pos, dsl_packet.pts, dsl_packet.dts),
               std::tuple(100, -1, AV_NOPTS_VALUE, AV_NOPTS_VALUE));
     EXPECT_EQ(dsl_packet.stream_index | dsl_packet.flags | dsl_packet.duration | dsl_packet.side_data_elems, 0);
     EXPECT_NE(dsl_packet.buf, nullptr);
     std::memset(dsl_packet.data, 1, 100);
-    avcodec<uint8_t *(AVPacket *, int, int)>("av_packet_new_side_data")(&dsl_packet, 0, 5);
+    ffmpeg_call<uint8_t *>("av_packet_new_side_data", &dsl_packet, 0, 5);
     EXPECT_EQ(dsl_packet.side_data_elems, 1);
     EXPECT_NE(dsl_packet.side_data, nullptr);
     g_avcodec.av_free_packet(&dsl_packet);
 }
 
 /** Compares identifiers with FFmpeg's own names for their numbers, which are the same in lower case. */
-template <class NUMBER, class... ROWS> void expect_names(const char *(*adsp_name_of)(NUMBER), ROWS... dsp_rows)
+template <class NAME_OF, class... ROWS> void expect_names(NAME_OF dsp_name_of, ROWS... dsp_rows)
 {
     for (const auto &[iel_number, strl_identifier] : {dsp_rows...})
-        EXPECT_STRCASEEQ(adsp_name_of(iel_number), strl_identifier);
+        EXPECT_STRCASEEQ(dsp_name_of(iel_number), strl_identifier);
 }
 
 TEST_F(abi, numbers_have_the_names_that_the_header_gives_them)
@@ -226,12 +201,13 @@ TEST_F(abi, numbers_have_the_names_that_the_header_gives_them)
         EXPECT_STREQ(g_avutil.av_pix_fmt_descriptors[iep_format].name, g_avutil.av_get_pix_fmt_name(iep_format));
         return g_avutil.av_get_pix_fmt_name(iep_format);
     };
-    expect_names(+name_of, PIXELS(YUV420P), PIXELS(YUYV422), PIXELS(RGB24), PIXELS(YUV422P), PIXELS(YUV444P),
+    expect_names(name_of, PIXELS(YUV420P), PIXELS(YUYV422), PIXELS(RGB24), PIXELS(YUV422P), PIXELS(YUV444P),
                  PIXELS(YUV410P), PIXELS(YUV411P), PIXELS(PAL8), PIXELS(UYVY422), PIXELS(RGB8), PIXELS(BGRA),
                  PIXELS(RGB565BE), PIXELS(RGB555BE));
-    expect_names(avutil<const char *(AVSampleFormat)>("av_get_sample_fmt_name"), SAMPLES(U8), SAMPLES(S16),
-                 SAMPLES(S32), SAMPLES(FLT), SAMPLES(DBL), SAMPLES(U8P), SAMPLES(S16P), SAMPLES(S32P), SAMPLES(FLTP),
-                 SAMPLES(DBLP));
+    expect_names(
+        [](AVSampleFormat iep_format) { return ffmpeg_call<const char *>("av_get_sample_fmt_name", iep_format); },
+        SAMPLES(U8), SAMPLES(S16), SAMPLES(S32), SAMPLES(FLT), SAMPLES(DBL), SAMPLES(U8P), SAMPLES(S16P), SAMPLES(S32P),
+        SAMPLES(FLTP), SAMPLES(DBLP));
     expect_names(g_avcodec.avcodec_get_name, CODEC(MPEG2VIDEO), CODEC(H263), CODEC(MPEG4), CODEC(MSMPEG4V2),
                  CODEC(MSMPEG4V3), CODEC(WMV1), CODEC(WMV2), CODEC(WMV3), CODEC(DVVIDEO), CODEC(H264), CODEC(INDEO3),
                  CODEC(CINEPAK), CODEC(MSRLE), CODEC(PCM_S16LE), CODEC(PCM_MULAW), CODEC(PCM_ALAW), CODEC(PCM_F32LE),
@@ -247,14 +223,16 @@ TEST_F(abi, numbers_have_the_names_that_the_header_gives_them)
     EXPECT_EQ(std::tuple(dsl_luma.step_minus1, dsl_luma.offset_plus1), std::tuple(1, 2));
 
     const auto flags_of = [](const char *strp_name) {
-        return g_avutil.av_pix_fmt_desc_get(avutil<AVPixelFormat(const char *)>("av_get_pix_fmt")(strp_name))->flags;
+        return g_avutil.av_pix_fmt_desc_get(ffmpeg_call<AVPixelFormat>("av_get_pix_fmt", strp_name))->flags;
     };
     EXPECT_EQ(flags_of("rgb565be"), AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_RGB);
     EXPECT_EQ(flags_of("rgb565le"), AV_PIX_FMT_FLAG_RGB);
     EXPECT_EQ(flags_of("gray"), AV_PIX_FMT_FLAG_PSEUDOPAL);
     EXPECT_TRUE(flags_of("pal8") & AV_PIX_FMT_FLAG_PAL);
 
-    const auto layout_of = avutil<uint64_t(const char *)>("av_get_channel_layout");
+    const auto layout_of = [](const char *strp_name) {
+        return ffmpeg_call<uint64_t>("av_get_channel_layout", strp_name);
+    };
     EXPECT_EQ(layout_of("mono"), AV_CH_LAYOUT_MONO);
     EXPECT_EQ(layout_of("stereo"), AV_CH_LAYOUT_STEREO);
     EXPECT_EQ(layout_of("FL+FR+BL+BR"), AV_CH_LAYOUT_QUAD);

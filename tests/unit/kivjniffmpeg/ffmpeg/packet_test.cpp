@@ -19,11 +19,7 @@ using testing::ElementsAre;
 namespace
 {
 
-class input_memory : public testing::Test
-{
-protected:
-    input_memory() { load_ffmpeg(); }
-};
+using input_memory = real_ffmpeg;
 
 void set_bytes(c_avpacket &dsp_packet, std::vector<uint8_t> &utp_bytes)
 {
@@ -44,11 +40,10 @@ TEST_F(input_memory, packet_merges_into_memory_of_its_own_with_padding)
     dsl_packet.inc_read_ptr(1);  // data now lies inside of the memory that the next merge replaces
     dsl_packet.merge(dsl_second);
     dsl_packet.merge(c_avpacket());
-    EXPECT_THAT(std::vector<uint8_t>(dsl_packet.data(), dsl_packet.data() + dsl_packet.size()),
-                ElementsAre(2, 3, 4, 5));
-    EXPECT_THAT(std::vector<uint8_t>(dsl_packet.data() + dsl_packet.size(),
-                                     dsl_packet.data() + dsl_packet.size() + FF_INPUT_BUFFER_PADDING_SIZE),
-                Each(0));
+    ASSERT_EQ(dsl_packet.size(), 4);
+    const std::span<const uint8_t> utl_merged(dsl_packet.data(), 4 + FF_INPUT_BUFFER_PADDING_SIZE);
+    EXPECT_THAT(utl_merged.first(4), ElementsAre(2, 3, 4, 5));
+    EXPECT_THAT(utl_merged.subspan(4), Each(0));
     EXPECT_EQ(dsl_second.size(), 2);
     dsl_second.set_size(INT_MAX - 10);
     EXPECT_THROW(dsl_packet.merge(dsl_second), std::bad_alloc);
@@ -72,7 +67,7 @@ TEST_F(input_memory, extradata_has_padding)
     const c_avcodec dsl_codec(AV_CODEC_ID_H264, true);
     c_avcodec_ctx dsl_context(dsl_codec, {});
     const auto allocate = std::exchange(g_avutil.av_malloc, [](size_t ulp_size) {
-        return std::memset(ffmpeg_function<void *(size_t)>(g_avutil.avc_handle, "av_malloc")(ulp_size), 0xFF, ulp_size);
+        return std::memset(ffmpeg_call<void *>("av_malloc", ulp_size), 0xFF, ulp_size);
     });
     dsl_context.set_extradata(std::vector<uint8_t>{1, 2, 3});
     g_avutil.av_malloc = allocate;

@@ -18,10 +18,8 @@ namespace
 AVCodecID codec_of_riff(const char *strp_table, int32_t imp_tag)
 {
     load_ffmpeg();
-    void *avl_library = g_avformat.avc_handle;
-    const AVCodecTag *const adsl_tags[] = {ffmpeg_function<const AVCodecTag *()>(avl_library, strp_table)(), nullptr};
-    return ffmpeg_function<AVCodecID(const AVCodecTag *const *, unsigned int)>(avl_library, "av_codec_get_id")(
-        adsl_tags, static_cast<unsigned int>(imp_tag));
+    const AVCodecTag *const adsl_tags[] = {ffmpeg_call<const AVCodecTag *>(strp_table), nullptr};
+    return ffmpeg_call<AVCodecID>("av_codec_get_id", &adsl_tags[0], static_cast<unsigned int>(imp_tag));
 }
 
 TEST(format_tables, every_tag_stands_for_the_codec_that_ffmpeg_knows_it_by)

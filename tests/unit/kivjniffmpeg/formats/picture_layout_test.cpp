@@ -11,62 +11,59 @@
 namespace
 {
 
-class picture_layout : public testing::Test
-{
-protected:
-    picture_layout() { load_ffmpeg(); }
-};
+using picture_layout = real_ffmpeg;
 
-// For every format that a decoder may come with: each plane has room for all its lines, none reaches into the next, and
-// lines are aligned as the decoder wants them.
-TEST_F(picture_layout, planes_fit_and_do_not_overlap)
+/** Each plane has room for all its lines, none reaches into the next, and lines are aligned as the decoder wants them. */
+void expect_planes_fit(AVCodecContext *adsp_context, const dsd_picture_layout &dsp_layout, int inp_width,
+                       int inp_height)
 {
-    const std::pair<int, int> iml_sizes[] = {{1, 1},     {16, 16},   {45, 31},     {321, 241},
+    EXPECT_GE(dsp_layout.imc_scanheight, inp_height);
+    int ainl_alignments[8] = {};
+    g_avcodec.avcodec_align_dimensions2(adsp_context, &inp_width, &inp_height, ainl_alignments);
+    EXPECT_EQ(dsp_layout.imc_align, 2 * ainl_alignments[0]);
+    int ainl_needed[4] = {};
+    g_avutil.av_image_fill_linesizes(ainl_needed, adsp_context->pix_fmt, inp_width);
+    const int inl_chroma_shift = g_avutil.av_pix_fmt_desc_get(adsp_context->pix_fmt)->log2_chroma_h;
+    int32_t iml_end = 0;
+    for (size_t ull_plane = 0; ull_plane < 4; ++ull_plane) {
+        const int32_t iml_size = dsp_layout.aimc_plane_sizes[ull_plane];
+        const int32_t iml_line = dsp_layout.aimc_linesizes[ull_plane];
+        EXPECT_EQ(dsp_layout.aimc_plane_offsets[ull_plane], iml_size == 0 ? 0 : iml_end);
+        iml_end += iml_size;
+        if (iml_size == 0) {
+            EXPECT_EQ(iml_line, 0);
+        } else if (ainl_needed[ull_plane] != 0) { // no palette
+            const int inl_shift = ull_plane == 1 || ull_plane == 2 ? inl_chroma_shift : 0;
+            EXPECT_GE(iml_line, ainl_needed[ull_plane]);
+            EXPECT_EQ(iml_line % ainl_alignments[ull_plane], 0);
+            EXPECT_GE(iml_size, -(-dsp_layout.imc_scanheight >> inl_shift) * iml_line);
+        }
+    }
+    EXPECT_EQ(iml_end, dsp_layout.imc_total);
+}
+
+TEST_F(picture_layout, planes_of_every_format_of_a_decoder_fit_and_do_not_overlap)
+{
+    const std::pair<int, int> inl_sizes[] = {{1, 1},     {16, 16},   {45, 31},     {321, 241},
                                              {854, 480}, {720, 576}, {1920, 1080}, {1920, 1088}};
     int inl_checked = 0;
-    for (const AVCodecID dsl_id : {AV_CODEC_ID_H264, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_CINEPAK, AV_CODEC_ID_DVVIDEO})
-        for (int inl_format = 0; inl_format < 64; ++inl_format)
-            for (const auto &[iml_width, iml_height] : iml_sizes) {
-                const auto dsl_format = static_cast<AVPixelFormat>(inl_format);
-                c_avcodec_ctx dsl_context{c_avcodec(dsl_id, true), ds_buffer_callbacks};
-                dsl_context->pix_fmt = dsl_format;
+    for (const AVCodecID iel_codec :
+         {AV_CODEC_ID_H264, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_CINEPAK, AV_CODEC_ID_DVVIDEO}) {
+        c_avcodec_ctx dsl_context{c_avcodec(iel_codec, true), ds_buffer_callbacks};
+        for (int inl_format = 0; inl_format < 64; ++inl_format) {
+            dsl_context->pix_fmt = static_cast<AVPixelFormat>(inl_format);
+            for (const auto &[inl_width, inl_height] : inl_sizes) {
                 const auto dsl_layout =
-                    compute_picture_layout(dsl_context.context(), dsl_format, iml_width, iml_height);
+                    compute_picture_layout(dsl_context.context(), dsl_context->pix_fmt, inl_width, inl_height);
                 if (!dsl_layout)
                     continue; // a format of the graphics card
                 ++inl_checked;
-                SCOPED_TRACE(std::string(g_avutil.av_get_pix_fmt_name(dsl_format)) + " " + std::to_string(iml_width) +
-                             "x" + std::to_string(iml_height));
-                int inl_width = iml_width;
-                int inl_height = iml_height;
-                int ainl_alignments[8] = {};
-                g_avcodec.avcodec_align_dimensions2(dsl_context.context(), &inl_width, &inl_height, ainl_alignments);
-                int ainl_needed[4] = {};
-                g_avutil.av_image_fill_linesizes(ainl_needed, dsl_format, inl_width);
-                EXPECT_GE(dsl_layout->imc_scanheight, iml_height);
-                EXPECT_EQ(dsl_layout->imc_align, 2 * ainl_alignments[0]);
-                const AVPixFmtDescriptor &dsl_descriptor = *g_avutil.av_pix_fmt_desc_get(dsl_format);
-                int32_t iml_end = 0;
-                for (size_t uml_plane = 0; uml_plane < 4; ++uml_plane) {
-                    if (dsl_layout->aimc_plane_sizes[uml_plane] == 0) {
-                        EXPECT_EQ(dsl_layout->aimc_plane_offsets[uml_plane], 0);
-                        EXPECT_EQ(dsl_layout->aimc_linesizes[uml_plane], 0);
-                        continue;
-                    }
-                    EXPECT_EQ(dsl_layout->aimc_plane_offsets[uml_plane], iml_end);
-                    iml_end += dsl_layout->aimc_plane_sizes[uml_plane];
-                    const bool bl_palette = ainl_needed[uml_plane] == 0;
-                    if (bl_palette)
-                        continue;
-                    EXPECT_GE(dsl_layout->aimc_linesizes[uml_plane], ainl_needed[uml_plane]);
-                    EXPECT_EQ(dsl_layout->aimc_linesizes[uml_plane] % ainl_alignments[uml_plane], 0);
-                    const int inl_shift = uml_plane == 1 || uml_plane == 2 ? dsl_descriptor.log2_chroma_h : 0;
-                    const int inl_lines = -(-dsl_layout->imc_scanheight >> inl_shift);
-                    EXPECT_GE(dsl_layout->aimc_plane_sizes[uml_plane],
-                              inl_lines * dsl_layout->aimc_linesizes[uml_plane]);
-                }
-                EXPECT_EQ(iml_end, dsl_layout->imc_total);
+                SCOPED_TRACE(testing::Message() << g_avutil.av_get_pix_fmt_name(dsl_context->pix_fmt) << ' '
+                                                << inl_width << 'x' << inl_height);
+                expect_planes_fit(dsl_context.context(), *dsl_layout, inl_width, inl_height);
             }
+        }
+    }
     EXPECT_GT(inl_checked, 1000);
 }
 
