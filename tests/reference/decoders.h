@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-/** Every option with its value; that of a flag is "" or "1". */
+/** Every option with its value; that of a flag is "" or "1", and "none" stands for no name. */
 using options = std::map<std::string, std::string>;
 
 /** Decodes one stream of a file and prints what comes of it. @throws std::runtime_error */

@@ -7,15 +7,15 @@
  * own default buffers. Only the manner of feeding is the library's: a decoder that is set up from the stream's
  * description, a packet's timestamp for every call that consumes bytes of it, and no drain at the end.
  *
- * Output of pictures, tab-separated:
+ * Options of pictures: --codec ID, --truncated, --emu-edge, --convert FORMAT, --drain. Output, tab-separated:
  * - "picture", index, number of the packet that was being fed, the timestamp that the picture carries (each packet has
  *   its number for one), width, height, pixel format, the decoder's pixel format (another one when the picture
  *   was converted), MD5 of its visible bytes, plane after plane
  * - "error", number of the packet, FFmpeg's code: the rest of that packet was given up
  * - "lost", number of the packet: a picture that cannot be converted
  * - "packets", their number
- * With --pcm the 16-bit interleaved samples of the first sound stream go to a file. Samples become 16 bits by arithmetic
- * of this program. A block is so many packets (--join), cut into equal pieces (--pieces) or so many bytes (--cut):
+ * With --pcm FILE the 16-bit interleaved samples of the first sound stream go to a file. Samples become 16 bits by
+ * arithmetic of this program. A block is --join N packets, cut into --pieces N equal ones or into --cut BYTES:
  * - "block", index, length, 1 when the decoder failed or 0, the bytes of it that count as consumed, the bytes that wait
  *   afterwards, the bytes of PCM that came of it, their MD5, and 1 when a frame had other channels or another rate than
  *   the stream, which pieces taken for frames have and no conversion is prescribed for here; the last one, of length 0,
@@ -26,22 +26,14 @@
  */
 #include "decoders.h"
 
-#include <algorithm>
-#include <set>
-
 using namespace ffmpeg;
 
 namespace
 {
 
-std::span<AVStream *const> streams_of(const AVFormatContext &dsp_file)
-{
-    return {dsp_file.streams, dsp_file.nb_streams};
-}
-
 void list_packets(AVFormatContext &dsp_file)
 {
-    for (const AVStream *adsl_stream : streams_of(dsp_file)) {
+    for (const AVStream *adsl_stream : std::span(dsp_file.streams, dsp_file.nb_streams)) {
         const AVCodecContext &dsl_codec = *adsl_stream->codec;
         print("stream", adsl_stream->index, dsl_codec.codec_type, dsl_codec.codec_id, dsl_codec.codec_tag,
               dsl_codec.width, dsl_codec.height, adsl_stream->time_base.num, adsl_stream->time_base.den,
@@ -53,47 +45,42 @@ void list_packets(AVFormatContext &dsp_file)
     });
 }
 
-options parse(std::span<char *const> strp_arguments)
+/** Replaces the values that the options have without being named. */
+void parse(options &dsp_options, std::span<char *const> strp_arguments)
 {
-    const std::set<std::string> strl_flags{"--drain", "--emu-edge", "--list-packets", "--truncated"};
-    options dsl_options{{"--codec", ""}, {"--convert", ""}, {"--cut", "0"},
-                        {"--join", "1"}, {"--pcm", ""},     {"--pieces", "1"}};
-    for (const std::string &strl_flag : strl_flags)
-        dsl_options[strl_flag] = "";
     for (size_t ull_at = 0; ull_at < strp_arguments.size(); ++ull_at) {
-        const std::string strl_name = strp_arguments[ull_at];
-        const bool bl_flag = strl_flags.contains(strl_name);
-        if (!dsl_options.contains(strl_name) || (!bl_flag && ull_at + 1 == strp_arguments.size()))
-            throw std::runtime_error("unknown option, or one without a value: " + strl_name);
-        dsl_options[strl_name] = bl_flag ? "1" : strp_arguments[++ull_at];
+        const auto dsl_option = dsp_options.find(strp_arguments[ull_at]);
+        if (dsl_option == dsp_options.end())
+            throw std::runtime_error(std::string("unknown option ") + strp_arguments[ull_at]);
+        const bool bl_flag = dsl_option->second.empty();
+        if (!bl_flag && ++ull_at == strp_arguments.size())
+            throw std::runtime_error(dsl_option->first + " wants a value");
+        dsl_option->second = bl_flag ? "1" : strp_arguments[ull_at];
     }
-    return dsl_options;
 }
 
 void run(std::span<char *const> strp_arguments)
 {
     if (strp_arguments.size() < 3)
-        throw std::runtime_error("usage: reference_decoder LIBRARIES FILE [--codec ID] [--truncated] [--emu-edge] "
-                                 "[--convert FORMAT] [--drain]\n"
-                                 "       reference_decoder LIBRARIES FILE --pcm FILE [--codec ID] [--join N] "
-                                 "[--pieces N | --cut BYTES]\n"
-                                 "       reference_decoder LIBRARIES FILE --list-packets");
-    const options dsl_options = parse(strp_arguments.subspan(3));
+        throw std::runtime_error("usage: reference_decoder LIBRARIES FILE [option...]");
+    options dsl_options{{"--codec", "0"},   {"--convert", "none"}, {"--cut", "0"},         {"--drain", ""},
+                        {"--emu-edge", ""}, {"--join", "1"},       {"--list-packets", ""}, {"--pcm", "none"},
+                        {"--pieces", "1"},  {"--truncated", ""}};
+    parse(dsl_options, strp_arguments.subspan(3));
     load(strp_arguments[1]);
     const format_ptr dsl_file = open_file(strp_arguments[2]);
-    if (!dsl_options.at("--list-packets").empty())
+    if (!dsl_options["--list-packets"].empty())
         return list_packets(*dsl_file);
-    const bool bl_sound = !dsl_options.at("--pcm").empty();
-    const auto adsl_streams = streams_of(*dsl_file);
-    const auto adsl_stream =
-        std::ranges::find(adsl_streams, bl_sound ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO,
-                          [](const AVStream *adsp_stream) { return adsp_stream->codec->codec_type; });
-    if (adsl_stream == adsl_streams.end())
-        throw std::runtime_error("no such stream");
-    const std::string strl_codec = dsl_options.at("--codec");
-    const AVCodecID iel_codec =
-        strl_codec.empty() ? (*adsl_stream)->codec->codec_id : static_cast<AVCodecID>(std::stoi(strl_codec));
-    (bl_sound ? decode_sound : decode_video)(*dsl_file, **adsl_stream, iel_codec, dsl_options);
+    const bool bl_sound = dsl_options["--pcm"] != "none";
+    for (const AVStream *adsl_stream : std::span(dsl_file->streams, dsl_file->nb_streams)) {
+        if (adsl_stream->codec->codec_type != (bl_sound ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO))
+            continue;
+        const auto iel_codec = static_cast<AVCodecID>(std::stoi(dsl_options["--codec"]));
+        return (bl_sound ? decode_sound : decode_video)(
+            *dsl_file, *adsl_stream, iel_codec == AV_CODEC_ID_NONE ? adsl_stream->codec->codec_id : iel_codec,
+            dsl_options);
+    }
+    throw std::runtime_error("no such stream");
 }
 
 } // namespace

@@ -61,7 +61,7 @@ public:
     }
 
     /** Takes a block of the stream. */
-    void feed(const bytes &utp_block)
+    void feed(std::span<const uint8_t> utp_block)
     {
         const bool bl_waited = !utc_waiting.empty();
         utc_rest = std::exchange(utc_waiting, {});
@@ -162,21 +162,17 @@ private:
     int inc_blocks = 0;
 };
 
-/** The pieces of a block, each cut again into blocks of so many bytes, unless 0. */
-std::vector<bytes> pieces_of(const bytes &utp_block, size_t ulp_pieces, size_t ulp_bytes)
+/** Feeds the pieces of a block, each cut again into blocks of so many bytes, unless 0. */
+void feed_pieces(c_sound_decoder &dsp_decoder, std::span<const uint8_t> utp_block, size_t ulp_pieces, size_t ulp_cut)
 {
-    std::vector<bytes> utl_pieces;
     for (size_t ull_piece = 0; ull_piece < ulp_pieces; ++ull_piece) {
-        const auto utl_end = utp_block.begin() + static_cast<long>(utp_block.size() * (ull_piece + 1) / ulp_pieces);
-        auto utl_start = utp_block.begin() + static_cast<long>(utp_block.size() * ull_piece / ulp_pieces);
-        while (utl_start < utl_end) {
-            const long ill_rest = utl_end - utl_start;
-            const long ill_length = ulp_bytes == 0 ? ill_rest : std::min(ill_rest, static_cast<long>(ulp_bytes));
-            utl_pieces.emplace_back(utl_start, utl_start + ill_length);
-            utl_start += ill_length;
+        const size_t ull_end = utp_block.size() * (ull_piece + 1) / ulp_pieces;
+        size_t ull_length = 0;
+        for (size_t ull_at = utp_block.size() * ull_piece / ulp_pieces; ull_at < ull_end; ull_at += ull_length) {
+            ull_length = std::min(ulp_cut == 0 ? ull_end : ulp_cut, ull_end - ull_at);
+            dsp_decoder.feed(utp_block.subspan(ull_at, ull_length));
         }
     }
-    return utl_pieces;
 }
 
 } // namespace
@@ -184,14 +180,12 @@ std::vector<bytes> pieces_of(const bytes &utp_block, size_t ulp_pieces, size_t u
 void decode_sound(AVFormatContext &dsp_file, const AVStream &dsp_stream, AVCodecID iep_codec,
                   const options &dsp_options)
 {
-    const size_t ull_pieces = std::stoul(dsp_options.at("--pieces"));
-    const size_t ull_cut = std::stoul(dsp_options.at("--cut"));
     c_sound_decoder dsl_decoder(open_decoder(iep_codec, *dsp_stream.codec, 0), *dsp_stream.codec,
                                 dsp_options.at("--pcm"));
     bytes utl_block;
     const auto feed = [&] {
-        for (const bytes &utl_piece : pieces_of(utl_block, ull_pieces, ull_cut))
-            dsl_decoder.feed(utl_piece);
+        feed_pieces(dsl_decoder, utl_block, std::stoul(dsp_options.at("--pieces")),
+                    std::stoul(dsp_options.at("--cut")));
         utl_block.clear();
     };
     int inl_joined = 0;

@@ -34,7 +34,7 @@ public:
     c_video_decoder(context_ptr dsp_context, const AVCodecContext &dsp_stream, const std::string &strp_target)
         : dsc_context(std::move(dsp_context)), inc_width(dsp_stream.width), inc_height(dsp_stream.height)
     {
-        if (!strp_target.empty() && (iec_target = av_get_pix_fmt(strp_target.c_str())) == AV_PIX_FMT_NONE)
+        if (strp_target != "none" && (iec_target = av_get_pix_fmt(strp_target.c_str())) == AV_PIX_FMT_NONE)
             throw std::runtime_error("no such pixel format");
     }
 

@@ -27,37 +27,43 @@ rm -rf "$part"
 mkdir -p "$part"
 cd "$part"
 
-encode() { ffmpeg -nostdin -v error -y "$@" </dev/null; }
-list() { printf '%s\t' "${@:1:$#-1}"; printf '%s\n' "${@: -1}"; }
+list() { local IFS=$'\t'; printf '%s\n' "$*"; }
+encode() { ffmpeg -nostdin -v error -y "$@" -threads 1 -fflags +bitexact -map_metadata -1 "$file" </dev/null; }
+
+# probe STREAM ENTRIES [options]: what another FFmpeg than the one under test sees in the file, joined by commas
+probe() { ffprobe -v error -select_streams "$1" -show_entries "stream=$2" -of csv=p=0 "${@:3}" "$file" | head -n 1; }
+
+# describe FILE SUBTYPE TRAITS: adds the stream to the manifest
+describe() {
+    local file=$1 codec width height format frames
+    IFS=, read -r codec width height format frames < <(probe v:0 codec_name,width,height,pix_fmt,nb_read_frames -count_frames)
+    list "$file" "$codec" "$2" "$width" "$height" "$frames" "$format" "$3" >>manifest.tsv
+}
 
 # video FILE SUBTYPE TRAITS WIDTHxHEIGHT PICTURES [encoder and muxer options]
 video() {
-    local file=$1 subtype=$2 traits=$3 size=$4 pictures=$5
-    shift 5
+    local file=$1 width=${4%x*} height=${4#*x}
     # The source makes even sizes only; cutting in 4:4:4 leaves an odd one exact.
-    local width=${size%x*} height=${size#*x}
     local source="testsrc2=size=$((width + width % 2))x$((height + height % 2)):rate=${rate:-25}"
     ((width % 2 + height % 2 == 0)) || source+=",format=yuv444p,crop=$width:$height:0:0:exact=1"
-    encode -f lavfi -i "$source" -frames:v "$pictures" -threads 1 \
-        -flags:v +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
-    describe "$file" "$subtype" "$traits"
+    encode -f lavfi -i "$source" -frames:v "$5" -flags:v +bitexact "${@:6}"
+    describe "${@:1:3}"
 }
 
-# describe FILE SUBTYPE TRAITS: adds the stream to the manifest, as another FFmpeg than the one under test sees it.
-describe() {
-    local codec width height format frames
-    IFS=, read -r codec width height format frames < <(ffprobe -v error -select_streams v:0 -count_frames \
-        -show_entries stream=codec_name,width,height,pix_fmt,nb_read_frames -of csv=p=0 "$1" | head -n 1)
-    list "$1" "$codec" "$2" "$width" "$height" "$frames" "$format" "$3" >>manifest.tsv
+# both FILE SUBTYPE [options]: pictures and sound interleaved
+both() {
+    local file=$1
+    encode -f lavfi -i 'testsrc2=size=320x240:rate=25:duration=1' \
+        -f lavfi -i 'sine=frequency=440:sample_rate=44100:duration=1' -ac 2 \
+        -flags:v +bitexact -flags:a +bitexact "${@:3}"
+    describe "$file" "$2" sound
 }
 
 # sounds LAYOUT RATE: a source of sound that differs in every channel, a tone, a sweep and noise
 sounds() {
-    local count channels=() channel
-    case $1 in
-    mono) count=1 ;; stereo) count=2 ;; 3.0) count=3 ;; 4.0) count=4 ;; 5.0*) count=5 ;; 5.1*) count=6 ;;
-    esac
-    for ((channel = 1; channel <= count; channel++)); do
+    local count=${1%(*} channel channels=()
+    case $1 in mono) count=1 ;; stereo) count=2 ;; esac
+    for ((channel = 1; channel <= ${count/./+}; channel++)); do
         channels+=("0.3*sin(2*PI*$((130 + 210 * channel))*t)+0.2*sin(2*PI*$((70 * channel))*(1+10*t)*t)")
         channels[-1]+="+0.$channel*(random(0)-0.5)"
     done
@@ -67,27 +73,16 @@ sounds() {
 
 # list_audio FILE TAGS
 list_audio() {
-    list "$1" "$(ffprobe -v error -select_streams a:0 -show_entries stream=codec_name,sample_rate,channels \
-        -of csv=p=0 "$1" | head -n 1 | tr ',' '\t')" "$2" >>audio.tsv
+    local file=$1 codec rate channels
+    IFS=, read -r codec rate channels < <(probe a:0 codec_name,sample_rate,channels)
+    list "$file" "$codec" "$rate" "$channels" "$2" >>audio.tsv
 }
 
 # audio FILE TAGS LAYOUT RATE [options]
 audio() {
-    local file=$1 tags=$2 source
-    source=$(sounds "$3" "$4")
-    shift 4
-    encode -f lavfi -i "$source" -threads 1 -flags:a +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
-    list_audio "$file" "$tags"
-}
-
-# both FILE SUBTYPE [options]: pictures and sound interleaved
-both() {
-    local file=$1 subtype=$2
-    shift 2
-    encode -f lavfi -i 'testsrc2=size=320x240:rate=25:duration=1' \
-        -f lavfi -i 'sine=frequency=440:sample_rate=44100:duration=1' -ac 2 -threads 1 \
-        -flags:v +bitexact -flags:a +bitexact -fflags +bitexact -map_metadata -1 "$@" "$file"
-    describe "$file" "$subtype" sound
+    local file=$1
+    encode -f lavfi -i "$(sounds "$3" "$4")" -flags:a +bitexact "${@:5}"
+    list_audio "$file" "$2"
 }
 
 list file codec subtype width height frames format traits >manifest.tsv

@@ -9,11 +9,7 @@ namespace
 
 TEST(mpeg_audio_header, has_eleven_bits_and_fields_that_exist)
 {
-    const struct
-    {
-        std::vector<uint8_t> utc_bytes;
-        bool bc_header;
-    } dsl_cases[] = {
+    const std::pair<std::vector<uint8_t>, bool> dsl_cases[] = {
         {{0xFF, 0xFB, 0x90, 0x64}, true},
         {{0xFF, 0xE2, 0x00}, true}, // MPEG 2.5 in a free format
         {{0xFF, 0xFB}, true},       // behind the end are zeroes
@@ -25,9 +21,8 @@ TEST(mpeg_audio_header, has_eleven_bits_and_fields_that_exist)
         {{0xFF}, false},
         {{}, false},
     };
-    for (const auto &dsl_case : dsl_cases)
-        EXPECT_EQ(starts_with_mpeg_audio_header(dsl_case.utc_bytes), dsl_case.bc_header)
-            << testing::PrintToString(dsl_case.utc_bytes);
+    for (const auto &[utl_bytes, bl_header] : dsl_cases)
+        EXPECT_EQ(starts_with_mpeg_audio_header(utl_bytes), bl_header) << testing::PrintToString(utl_bytes);
 }
 
 } // namespace

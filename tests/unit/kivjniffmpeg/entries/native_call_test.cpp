@@ -8,6 +8,7 @@
 #include <new>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 
 namespace
 {
@@ -17,12 +18,8 @@ TEST(native_call, every_exception_becomes_its_java_exception)
     c_ffmpeg::static_init();
     c_fake_vm dsl_vm;
     c_fake_jnienv dsl_env(dsl_vm);
-    struct
-    {
-        std::function<void()> fail;
-        const char *strc_java;
-        bool bc_yields; // to an exception that is pending already
-    } const dsl_cases[] = {
+    // What is thrown, what Java gets, and whether it yields to an exception that is pending already.
+    const std::tuple<std::function<void()>, const char *, bool> dsl_cases[] = {
         {[] { throw kiv::jni::c_jniexception("find_class"); }, "java/lang/Error: find_class", true},
         {[] { throw_ffmpeg_exception(1304, "dst"); }, "java/lang/RuntimeException: dst in line 1304", true},
         {[] { throw std::bad_alloc(); }, "java/lang/OutOfMemoryError: thrown from native code", false},
@@ -30,17 +27,17 @@ TEST(native_call, every_exception_becomes_its_java_exception)
         {[] { throw std::invalid_argument("imp_lendata"); }, "java/lang/Error: imp_lendata", false},
         {[] { throw 5; }, "java/lang/Error: (null)", false},
     };
-    for (const auto &dsl_case : dsl_cases) {
+    for (const auto &[fail, strl_java, bl_yields] : dsl_cases) {
         for (const bool bl_pending : {false, true}) {
             const jint iml_result = enter_library(&dsl_env, [&](kiv::jni::c_jnienv &) -> jint {
                 EXPECT_EQ(c_ffmpeg::get_thread_env(), &dsl_env);
                 if (bl_pending)
                     dsl_env.throw_java("E", "earlier");
-                dsl_case.fail();
+                fail();
                 return 7;
             });
             EXPECT_EQ(iml_result, 0);
-            EXPECT_EQ(dsl_env.take_pending(), bl_pending && dsl_case.bc_yields ? "E: earlier" : dsl_case.strc_java);
+            EXPECT_EQ(dsl_env.take_pending(), bl_pending && bl_yields ? "E: earlier" : strl_java);
             EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr);
         }
     }

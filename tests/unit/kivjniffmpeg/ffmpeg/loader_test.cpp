@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -86,23 +87,18 @@ TEST_F(ffmpeg_loader_test, failure_is_reported_once_and_never_tried_again)
 {
     const std::string strl_empty = make_directory("avcodec");
     const std::string strl_long = "/" + std::string(4085, 'd'); // the file's name is cut after "/libavcod"
-    const struct
-    {
-        std::string strc_directory;
-        std::string strc_message; // begins so
-        std::string strc_reason;  // and has this later
-        std::string strc_tables;
-    } dsl_cases[] = {
+    // The directory, how the message begins, what is in it later, and the tables afterwards.
+    const std::array<std::string, 4> strl_cases[] = {
         {strl_empty, "error loading libavcodec in " + strl_empty + "/libavcodec.so.56: ", "No such file", "00 00"},
         {strl_long, "error loading libavcodec in " + strl_long + "/libavcod: ", "File name too long", "00 00"},
         {make_directory("swresample"), "error loading libswresample: ", "No such file", "10 11"},
         {make_directory("avcodec", "avcodec_incomplete"),
          "error searching for libavcodec symbols: ", "undefined symbol: av_init_packet", "00 10"}};
-    for (const auto &dsl_case : dsl_cases) {
-        const std::string strl_result = "<failed to initialize ffmpeg " + dsl_case.strc_tables + ">";
-        EXPECT_EXIT(load_twice(dsl_case.strc_directory, strc_whole), ExitedWithCode(0),
-                    AllOf(StartsWith(dsl_case.strc_message), HasSubstr(dsl_case.strc_reason),
-                          EndsWith("\n" + strl_result + strl_result)));
+    for (const auto &[strl_directory, strl_message, strl_reason, strl_tables] : strl_cases) {
+        const std::string strl_result = "<failed to initialize ffmpeg " + strl_tables + ">";
+        EXPECT_EXIT(
+            load_twice(strl_directory, strc_whole), ExitedWithCode(0),
+            AllOf(StartsWith(strl_message), HasSubstr(strl_reason), EndsWith("\n" + strl_result + strl_result)));
     }
 }
 
