@@ -128,15 +128,14 @@ private:
     void take_frame(const AVFrame &dsp_frame)
     {
         const auto iel_format = static_cast<AVSampleFormat>(dsp_frame.format);
-        bc_foreign |= dsp_frame.channels != inc_channels || dsp_frame.sample_rate != inc_rate;
-        for (int inl_sample = 0; inl_sample < dsp_frame.nb_samples * dsp_frame.channels; ++inl_sample) {
-            const int inl_channel = inl_sample % dsp_frame.channels;
+        const bool bl_planar = iel_format >= AV_SAMPLE_FMT_U8P;
+        const int inl_channels = dsp_frame.channels;
+        bc_foreign |= inl_channels != inc_channels || dsp_frame.sample_rate != inc_rate;
+        for (int inl_sample = 0; inl_sample < dsp_frame.nb_samples * inl_channels; ++inl_sample) {
             const auto iml_value =
-                iel_format >= AV_SAMPLE_FMT_U8P
-                    ? sample_16(iel_format, dsp_frame.extended_data[inl_channel], inl_sample / dsp_frame.channels)
-                    : sample_16(iel_format, dsp_frame.data[0], inl_sample);
-            utc_pcm.push_back(static_cast<uint8_t>(iml_value));
-            utc_pcm.push_back(static_cast<uint8_t>(iml_value >> 8));
+                sample_16(iel_format, dsp_frame.extended_data[bl_planar ? inl_sample % inl_channels : 0],
+                          bl_planar ? inl_sample / inl_channels : inl_sample);
+            utc_pcm.insert(utc_pcm.end(), {static_cast<uint8_t>(iml_value), static_cast<uint8_t>(iml_value >> 8)});
         }
     }
 

@@ -2,16 +2,12 @@
 # Makes the small test streams in build/streams/ with the ffmpeg program, and manifest.tsv that lists them.
 # Always the same bytes for the same ffmpeg: synthetic pictures, one thread, no time stamps or random identifiers.
 #
-# manifest.tsv, one line a stream with video, under a line of headings:
-#   file    name in build/streams/
-#   codec   FFmpeg's name of the codec
-#   subtype four characters of the media subtype that stands for the codec when the container names none of its own
-#   width, height, frames   of the shown pictures, as the ffmpeg program decodes them; a stream whose size changes has
-#           the first size
-#   format  FFmpeg's name of the decoder's pixel format
-#   traits  what the stream is there for: words joined by commas, or -
-# audio.tsv: file, codec, sample_rate, channels, tags; the streams without video. The tags are the WAVE format tags that
-#           stand for the codec, joined by commas, or - when none does.
+# manifest.tsv lists the streams with video under a line of headings: file; codec, FFmpeg's name of it; subtype, four
+#   characters of the media subtype that stands for the codec when the container names none of its own; width, height
+#   and number of the shown pictures, as the ffmpeg program decodes them (of a stream whose size changes the first size);
+#   format, FFmpeg's name of the decoder's pixel format; traits, what the stream is there for: words joined by commas, or -
+# audio.tsv lists those without: file, codec, sample_rate, channels; tags, the WAVE format tags that stand for the codec,
+#   joined by commas, or - when none does.
 . "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 
 streams=$build/streams
@@ -40,23 +36,18 @@ describe() {
     list "$file" "$codec" "$2" "$width" "$height" "$frames" "$format" "$3" >>manifest.tsv
 }
 
-# video FILE SUBTYPE TRAITS WIDTHxHEIGHT PICTURES [encoder and muxer options]
+# video FILE SUBTYPE TRAITS WIDTHxHEIGHT PICTURES [encoder and muxer options]; of traits "sound" a second of both
 video() {
-    local file=$1 width=${4%x*} height=${4#*x}
+    local file=$1 width=${4%x*} height=${4#*x} more=(-frames:v "$5")
     # The source makes even sizes only; cutting in 4:4:4 leaves an odd one exact.
     local source="testsrc2=size=$((width + width % 2))x$((height + height % 2)):rate=${rate:-25}"
     ((width % 2 + height % 2 == 0)) || source+=",format=yuv444p,crop=$width:$height:0:0:exact=1"
-    encode -f lavfi -i "$source" -frames:v "$5" -flags:v +bitexact "${@:6}"
+    if [[ $3 == sound ]]; then
+        source+=:duration=1
+        more=(-f lavfi -i sine=frequency=440:sample_rate=44100:duration=1 -ac 2 -flags:a +bitexact)
+    fi
+    encode -f lavfi -i "$source" "${more[@]}" -flags:v +bitexact "${@:6}"
     describe "${@:1:3}"
-}
-
-# both FILE SUBTYPE [options]: pictures and sound interleaved
-both() {
-    local file=$1
-    encode -f lavfi -i 'testsrc2=size=320x240:rate=25:duration=1' \
-        -f lavfi -i 'sine=frequency=440:sample_rate=44100:duration=1' -ac 2 \
-        -flags:v +bitexact -flags:a +bitexact "${@:3}"
-    describe "$file" "$2" sound
 }
 
 # sounds LAYOUT RATE: a source of sound that differs in every channel, a tone, a sweep and noise
@@ -125,13 +116,12 @@ cat h264_320x240.h264 h264_small.h264 >h264_sizechange.h264
 describe h264_sizechange.h264 H264 sizechange
 
 # Microsoft's MPEG-4 variants and Windows Media Video
-for size in 320x240 322x242 720x576; do
-    pictures=$([[ $size == 720x576 ]] && echo 12 || echo 30)
-    video "msmpeg4v2_$size.avi" MP42 - $size "$pictures" -c:v msmpeg4v2 -q:v 3 -tag:v MP42
-    video "msmpeg4v3_$size.avi" MP43 - $size "$pictures" -c:v msmpeg4 -q:v 3 -tag:v MP43
-    video "wmv1_$size.asf" WMV1 - $size "$pictures" -c:v wmv1 -q:v 3
-    video "wmv2_$size.asf" WMV2 - $size "$pictures" -c:v wmv2 -q:v 3
-done
+while read -r size pictures; do
+    video "msmpeg4v2_$size.avi" MP42 - "$size" "$pictures" -c:v msmpeg4v2 -q:v 3 -tag:v MP42
+    video "msmpeg4v3_$size.avi" MP43 - "$size" "$pictures" -c:v msmpeg4 -q:v 3 -tag:v MP43
+    video "wmv1_$size.asf" WMV1 - "$size" "$pictures" -c:v wmv1 -q:v 3
+    video "wmv2_$size.asf" WMV2 - "$size" "$pictures" -c:v wmv2 -q:v 3
+done <<<$'320x240 30\n322x242 30\n720x576 12'
 video msmpeg4v3_321x241.avi MP43 odd 321x241 30 -c:v msmpeg4 -q:v 3 -tag:v MP43 -pix_fmt yuv420p
 video wmv1_320x241.asf WMV1 odd 320x241 30 -c:v wmv1 -q:v 3 -pix_fmt yuv420p
 video wmv2_256x256.avi WMV2 - 256x256 20 -c:v wmv2 -q:v 3
@@ -208,14 +198,14 @@ audio flac.flac - stereo 44100 -c:a flac
 list_audio amr_nb.amr 0x0038
 
 # Pictures with sound
-both mpeg4_mp3.avi DX50 "${mpeg4[@]}" -bf 2 -tag:v DX50 -c:a libmp3lame -b:a 128k
-both h264_aac.mp4 avc1 "${x264[@]}" -bf 2 -c:a aac -b:a 128k
-both h264_aac.mov avc1 "${x264[@]}" -c:a aac -b:a 128k
-both h264_aac.flv avc1 "${x264[@]}" -bf 0 -c:a aac -b:a 128k
-both h264_vorbis.mkv avc1 "${x264[@]}" -bf 2 -c:a libvorbis -q:a 3
-both mpeg1_mp2.mpg MPG1 "${mpeg1[@]}" -bf 2 -c:a mp2 -b:a 192k -f mpeg
-both mpeg2_ac3.ts MPG2 "${mpeg2[@]}" -bf 2 -c:a ac3 -b:a 192k
-both wmv2_wma2.asf WMV2 -c:v wmv2 -q:v 3 -c:a wmav2 -b:a 128k
+video mpeg4_mp3.avi DX50 sound 320x240 25 "${mpeg4[@]}" -bf 2 -tag:v DX50 -c:a libmp3lame -b:a 128k
+video h264_aac.mp4 avc1 sound 320x240 25 "${x264[@]}" -bf 2 -c:a aac -b:a 128k
+video h264_aac.mov avc1 sound 320x240 25 "${x264[@]}" -c:a aac -b:a 128k
+video h264_aac.flv avc1 sound 320x240 25 "${x264[@]}" -bf 0 -c:a aac -b:a 128k
+video h264_vorbis.mkv avc1 sound 320x240 25 "${x264[@]}" -bf 2 -c:a libvorbis -q:a 3
+video mpeg1_mp2.mpg MPG1 sound 320x240 25 "${mpeg1[@]}" -bf 2 -c:a mp2 -b:a 192k -f mpeg
+video mpeg2_ac3.ts MPG2 sound 320x240 25 "${mpeg2[@]}" -bf 2 -c:a ac3 -b:a 192k
+video wmv2_wma2.asf WMV2 sound 320x240 25 -c:v wmv2 -q:v 3 -c:a wmav2 -b:a 128k
 
 rm mpeg2_small.m2v h264_small.h264
 sed -i -E '/^(mpeg2_small.m2v|h264_small.h264)\t/d' manifest.tsv

@@ -68,10 +68,8 @@ void c_fake_jnienv::forget(jobject avop_reference, bool bp_global)
 {
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
     const auto dsl_at = dsc_vm.dsc_references.find(avop_reference);
-    if (dsl_at == dsc_vm.dsc_references.end() || dsl_at->second.bc_global != bp_global) {
-        ADD_FAILURE() << "deletes a reference of the other kind, or one that is dead";
-        return;
-    }
+    if (dsl_at == dsc_vm.dsc_references.end() || dsl_at->second.bc_global != bp_global)
+        return void(ADD_FAILURE() << "deletes a reference of the other kind, or one that is dead");
     dsc_vm.dsc_references.erase(dsl_at);
     umc_locals -= bp_global ? 0 : 1;
 }
@@ -159,10 +157,8 @@ void c_fake_jnienv::unpin(jobject avop_array, void *avp_elements, jint imp_mode)
     std::vector<uint8_t> &utl_bytes = object(avop_array)->utc_bytes;
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
     const auto dsl_at = dsc_vm.dsc_pins.find(avp_elements);
-    if (dsl_at == dsc_vm.dsc_pins.end() || &dsl_at->second.dsc_array->utc_bytes != &utl_bytes) {
-        ADD_FAILURE() << "releases elements that this array does not have";
-        return;
-    }
+    if (dsl_at == dsc_vm.dsc_pins.end() || &dsl_at->second.dsc_array->utc_bytes != &utl_bytes)
+        return void(ADD_FAILURE() << "releases elements that this array does not have");
     const std::span<const uint8_t> utl_copy(dsl_at->second.utc_copy);
     EXPECT_THAT(utl_copy.first(ul_guard), testing::Each(ut_guard_byte)) << "written before the array";
     EXPECT_THAT(utl_copy.last(ul_guard), testing::Each(ut_guard_byte)) << "written behind the array";

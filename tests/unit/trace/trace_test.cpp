@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 
 using testing::ElementsAre;
@@ -120,14 +119,13 @@ TEST_F(trace, exception_that_is_pending_stays_and_one_of_the_receiver_becomes_pe
 // machine notices.
 TEST_F(trace, receiver_is_replaced_while_threads_print)
 {
-    std::atomic<bool> bl_end = false;
-    std::vector<std::thread> dsl_threads;
+    std::vector<std::jthread> dsl_threads;
     for (int inl_thread = 0; inl_thread < 3; ++inl_thread)
-        dsl_threads.emplace_back([&] {
+        dsl_threads.emplace_back([&](const std::stop_token &dsp_end) {
             c_fake_jnienv dsl_env(dsc_vm);
             g_env = &dsl_env;
             TRACE_SCOPE("thread", 1);
-            while (!bl_end)
+            while (!dsp_end.stop_requested())
                 TRACE_LINE(im_level_debug, "%s#%s(): line");
             EXPECT_EQ(dsl_env.umc_locals, 0U);
         });
@@ -136,9 +134,6 @@ TEST_F(trace, receiver_is_replaced_while_threads_print)
         trace_set_receiver(avol_next, dsc_method);
         dsc_env.DeleteGlobalRef(std::exchange(avoc_receiver, avol_next));
     }
-    bl_end = true;
-    for (std::thread &dsl_thread : dsl_threads)
-        dsl_thread.join();
 }
 
 } // namespace

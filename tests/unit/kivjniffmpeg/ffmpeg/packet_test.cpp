@@ -21,21 +21,16 @@ namespace
 
 using input_memory = real_ffmpeg;
 
-void set_bytes(c_avpacket &dsp_packet, std::vector<uint8_t> &utp_bytes)
-{
-    dsp_packet.set_data(utp_bytes.data());
-    dsp_packet.set_size(static_cast<int>(utp_bytes.size()));
-}
-
 TEST_F(input_memory, packet_merges_into_memory_of_its_own_with_padding)
 {
-    std::vector<uint8_t> utl_first{1, 2, 3};
-    std::vector<uint8_t> utl_second{4, 5};
+    uint8_t utl_bytes[] = {1, 2, 3, 4, 5};
     c_avpacket dsl_packet;
     c_avpacket dsl_first;
+    dsl_first.set_data(utl_bytes);
+    dsl_first.set_size(3);
     c_avpacket dsl_second;
-    set_bytes(dsl_first, utl_first);
-    set_bytes(dsl_second, utl_second);
+    dsl_second.set_data(utl_bytes + 3);
+    dsl_second.set_size(2);
     dsl_packet.merge(dsl_first); // into an empty one
     dsl_packet.inc_read_ptr(1);  // data now lies inside of the memory that the next merge replaces
     dsl_packet.merge(dsl_second);
