@@ -1,4 +1,4 @@
-#include "ffmpeg.h"
+#include "reference.h"
 
 #include <algorithm>
 #include <array>

@@ -24,7 +24,7 @@
  * With --list-packets "stream" lines (index, media type, codec identifier, tag, width, height, time base as a fraction,
  * size and MD5 of the extradata) and "packet" lines (stream, pts, dts, duration, flags, size, MD5).
  */
-#include "decoders.h"
+#include "reference.h"
 
 using namespace ffmpeg;
 

@@ -1,4 +1,4 @@
-#include "decoders.h"
+#include "reference.h"
 
 #include <algorithm>
 #include <array>

@@ -106,10 +106,9 @@ fake_object c_fake_jnienv::object(jobject avop_reference)
 
 std::vector<jint> c_fake_jnienv::ints(jobject avop_array)
 {
-    const fake_object dsl_array = object(avop_array);
-    std::vector<jint> aiml_values(dsl_array->utc_bytes.size() / sizeof(jint));
-    std::memcpy(aiml_values.data(), dsl_array->utc_bytes.data(), dsl_array->utc_bytes.size());
-    return aiml_values;
+    const std::vector<uint8_t> &utl_bytes = object(avop_array)->utc_bytes;
+    const auto *aiml_values = reinterpret_cast<const jint *>(utl_bytes.data());
+    return {aiml_values, aiml_values + utl_bytes.size() / sizeof(jint)};
 }
 
 void c_fake_jnienv::throw_java(const std::string &strp_class, const std::string &strp_message)

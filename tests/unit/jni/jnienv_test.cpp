@@ -69,38 +69,31 @@ ptrdiff_t count_operations()
 
 TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
 {
-    const c_jnienv &j = dsc_checked;
     const jintArray avol_ints = dsc_env.local_ints({1, 2});
     const jbyteArray avol_bytes = dsc_env.local_bytes(2);
     const auto avol_longs = static_cast<jlongArray>(dsc_env.local("[J"));
     const auto avol_shorts = static_cast<jshortArray>(dsc_env.local("[S"));
     const auto avol_objects = static_cast<jobjectArray>(dsc_env.local("[L"));
-    const jint iml_value = 0;
-    const jbyte utl_value = 0;
-    const jlong ill_value = 0;
-    const jobject avol_null = nullptr;
-    const jclass avol_class = avoc_class;
-    const jmethodID adsl_method = dsc_method;
     // The function of JNI, the name that the operation throws, and its call.
-#define OPERATION(called, name, call) std::tuple(#called, name, std::function<void()>([&] { j.call; }))
-#define CALL(type, name) OPERATION(Call##type##MethodV, #name, name(avol_class, adsl_method, 1, avol_null))
+#define OPERATION(called, name, call) std::tuple(#called, name, std::function<void()>([&] { dsc_checked.call; }))
+#define CALL(type, name) OPERATION(Call##type##MethodV, #name, name(avoc_class, dsc_method, 1, nullptr))
     const std::tuple<std::string, std::string, std::function<void()>> dsl_operations[] = {
         OPERATION(FindClass, "find_class", find_class("C")),
-        OPERATION(GetMethodID, "get_method_id", get_method_id(avol_class, "method", "()V")),
-        OPERATION(GetStaticMethodID, "get_static_method_id", get_static_method_id(avol_class, "method", "()V")),
-        OPERATION(NewGlobalRef, "NewGlobalRef", NewGlobalRef(avol_class)),
+        OPERATION(GetMethodID, "get_method_id", get_method_id(avoc_class, "method", "()V")),
+        OPERATION(GetStaticMethodID, "get_static_method_id", get_static_method_id(avoc_class, "method", "()V")),
+        OPERATION(NewGlobalRef, "NewGlobalRef", NewGlobalRef(avoc_class)),
         OPERATION(NewIntArray, "new_jint_array", new_jint_array(1)),
         OPERATION(NewByteArray, "new_jbyte_array", new_jbyte_array(1)),
         OPERATION(NewLongArray, "new_jlong_array", new_jlong_array(1)),
-        OPERATION(NewObjectArray, "new_jobject_array", new_jobject_array(1, avol_class, nullptr)),
+        OPERATION(NewObjectArray, "new_jobject_array", new_jobject_array(1, avoc_class, nullptr)),
         OPERATION(NewStringUTF, "new_jstring_utf", new_jstring_utf("")),
-        OPERATION(SetIntArrayRegion, "set_array_region(jint)", set_array_region(avol_ints, 0, 1, &iml_value)),
-        OPERATION(SetByteArrayRegion, "set_array_region(jbyte)", set_array_region(avol_bytes, 0, 1, &utl_value)),
-        OPERATION(SetLongArrayRegion, "set_array_region(jlong)", set_array_region(avol_longs, 0, 1, &ill_value)),
+        OPERATION(SetIntArrayRegion, "set_array_region(jint)", set_array_region(avol_ints, 0, 0, nullptr)),
+        OPERATION(SetByteArrayRegion, "set_array_region(jbyte)", set_array_region(avol_bytes, 0, 0, nullptr)),
+        OPERATION(SetLongArrayRegion, "set_array_region(jlong)", set_array_region(avol_longs, 0, 0, nullptr)),
         OPERATION(GetArrayLength, "get_array_length", get_array_length(avol_ints)),
         OPERATION(GetObjectArrayElement, "get_jobject_array_element", get_jobject_array_element(avol_objects, 0)),
         OPERATION(SetObjectArrayElement, "set_jobject_array_element",
-                  set_jobject_array_element(avol_objects, 0, avol_class)),
+                  set_jobject_array_element(avol_objects, 0, avoc_class)),
         CALL(StaticBoolean, call_static_boolean_method),
         CALL(StaticVoid, call_static_void_method),
         CALL(Int, call_int_method),

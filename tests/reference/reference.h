@@ -1,13 +1,14 @@
 /**
  * @file
- * FFmpeg for the reference program: its functions, looked up without the library's own loader, and owners of its objects.
- * A mistake of the library must not repeat itself here.
+ * The two decoders of the reference program, and FFmpeg for them: its functions, looked up without the library's own
+ * loader, and owners of its objects. A mistake of the library must not repeat itself here.
  */
 #pragma once
 
 #include "kivjniffmpeg/ffmpeg/symbols.h"
 
 #include <iostream>
+#include <map>
 #include <memory>
 #include <span>
 #include <stdexcept>
@@ -92,3 +93,12 @@ template <class... T> void print(const char *strp_kind, const T &...dsp_values)
     ((std::cout << '\t' << dsp_values), ...);
     std::cout << '\n';
 }
+
+/** Every option with its value; that of a flag is "" or "1", and "none" stands for no name. */
+using options = std::map<std::string, std::string>;
+
+/** Decodes one stream of a file and prints what comes of it. @throws std::runtime_error */
+void decode_video(AVFormatContext &dsp_file, const AVStream &dsp_stream, AVCodecID iep_codec,
+                  const options &dsp_options);
+void decode_sound(AVFormatContext &dsp_file, const AVStream &dsp_stream, AVCodecID iep_codec,
+                  const options &dsp_options);
