@@ -9,7 +9,7 @@
  * {@link kiv.media.ffmpeg.FfmpegLibrary} describes from where.
  *
  * <p>Failures are unchecked {@link kiv.media.ffmpeg.MediaException}s that state the reason, or an
- * {@link java.io.IOException} where bytes cannot be read. No input and no misuse crashes the virtual machine. One
+ * {@link java.io.IOException} where bytes cannot be read. No misuse crashes the virtual machine. One
  * thread at a time uses an object, and different objects work in parallel. Times for people are
  * {@link java.time.Duration}s. Exact times are whole numbers in the unit of their stream,
  * {@link kiv.media.ffmpeg.MediaStream#timeBase()}.
