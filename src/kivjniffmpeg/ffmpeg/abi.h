@@ -245,8 +245,8 @@ struct AVPacketSideData
 };
 inline constexpr int AV_PKT_DATA_PALETTE = 0; /**< 256 colours of 32 bits */
 
-// Side data that is merged into a packet's bytes: for each element its bytes, its size in 32 bits and its type in 8. The
-// marker of 64 bits is last. All numbers are big-endian. Private to libavcodec (avpacket.c).
+// Side data that is merged into a packet's bytes: for each element its bytes, its size in 32 bits and its type in 8,
+// all big-endian, and a marker of 64 bits at the end. Private to libavcodec (avpacket.c).
 inline constexpr uint64_t FF_MERGE_MARKER = 0x8C4D9D108E25E9FE;
 inline constexpr int in_first_side_data = 0x80; /**< or-ed to the type of the first element, which is read last */
 
