@@ -10,6 +10,8 @@ import java.nio.channels.FileChannel;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
+import java.util.HexFormat;
+import java.util.List;
 import kiv.media.ffmpeg.WaveFormat;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -31,11 +33,8 @@ class HeadersTest {
         AdtsHeader header = AdtsHeader.of(new byte[] {0x12, 0x38});
         assertThat(header.before(8184)).containsExactly(0xFF, 0xF1, 0x51, 0xC3, 0xFF, 0xFF, 0xFC);
         assertThatThrownBy(() -> header.before(8185)).isInstanceOf(IllegalArgumentException.class);
-        for (int[] configuration : new int[][] {{0x12}, {0x12, 0x40}, {0x12, 0}, {0x17, 0x90}, {0x2A, 0x10}, {2, 0x10}}) {
-            byte[] bytes = new byte[configuration.length];
-            for (int i = 0; i < bytes.length; i++) {
-                bytes[i] = (byte) configuration[i];
-            }
+        for (String configuration : List.of("12", "1240", "1200", "1790", "2A10", "0210")) {
+            byte[] bytes = HexFormat.of().parseHex(configuration);
             assertThatThrownBy(() -> AdtsHeader.of(bytes)).isInstanceOf(IllegalArgumentException.class);
         }
     }
