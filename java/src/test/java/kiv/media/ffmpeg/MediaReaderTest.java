@@ -21,6 +21,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.EnumSource;
 import org.junit.jupiter.params.provider.MethodSource;
 
 class MediaReaderTest {
@@ -113,6 +114,13 @@ class MediaReaderTest {
                 MediaReader other = MediaReader.open(new HostileChannel(bytes))) {
             assertThat(reader.packets().map(Packet::data)).containsExactlyElementsOf(other.packets().map(Packet::data).toList());
         }
+    }
+
+    @ParameterizedTest
+    @EnumSource(names = {"MORE_THAN_ASKED", "LESS_THAN_TOLD", "NEGATIVE"})
+    void aChannelThatMiscountsIsRefused(HostileChannel.Way way) throws IOException {
+        HostileChannel channel = new HostileChannel(Files.readAllBytes(TestMedia.stream("mp3_mono.mp3")), way, 0);
+        assertThatThrownBy(() -> MediaReader.open(channel)).isInstanceOf(IOException.class).hasMessageContaining("the channel");
     }
 
     @Test
