@@ -7,8 +7,10 @@ import com.fasterxml.jackson.core.JsonParser;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.attribute.BasicFileAttributes;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
@@ -203,7 +205,37 @@ class MainTest {
     }
 
     @ParameterizedTest
-    @CsvSource({"43, 53, --from 1.7 --to 0:00:02.1", "59, 60, --from 2.35", "0, 7, --to 0.25"})
+    @CsvSource({"It, mpeg2_interlaced_b_720x576.ts", "Ib, dv_pal.dv", "Ip, dv_pal.dv --size 720x288",
+        "Ip, h264_b_320x240.mp4"})
+    void theHeaderSaysWhichFieldComesFirst(String order, String line) throws IOException {
+        succeed("decode -q --limit 1 --no-sound streams/" + line + " -o tmp/a.y4m");
+        String[] header = new String(Files.readAllBytes(directory.resolve("a.y4m")), StandardCharsets.ISO_8859_1)
+                .split("\n", 2)[0].split(" ");
+        assertThat(header).contains(order);
+    }
+
+    @Test
+    void anExistingFileIsReplacedInOneStep() throws IOException {
+        Path file = Files.writeString(directory.resolve("a"), "old");
+        try (OutputFile output = OutputFile.create(file)) {
+            output.write("new");
+            assertThat(file).hasContent("old");
+        }
+        assertThat(list("")).as("after a failure").containsExactly("a");
+        assertThat(file).hasContent("old");
+        try (OutputFile output = OutputFile.create(file)) {
+            output.write("new");
+            Path written = directory.resolve(Stream.of(list("")).filter(name -> !name.equals("a")).findAny().orElseThrow());
+            Object key = Files.readAttributes(written, BasicFileAttributes.class).fileKey();
+            output.finish();
+            assertThat(Files.readAttributes(file, BasicFileAttributes.class).fileKey()).as("renamed").isEqualTo(key);
+        }
+        assertThat(list("")).containsExactly("a");
+        assertThat(file).hasContent("new");
+    }
+
+    @ParameterizedTest
+    @CsvSource({"43, 53, --from 1.7 --to 0:00:02.1", "59, 60, --from 2.36", "0, 6, --to 0.24"})
     void aTimeRangeIsCutExactly(int from, int to, String range) throws IOException {
         String gray = "decode -q streams/h264_b_320x240.mp4 --pixel-format gray --size 32x";
         succeed(gray + "-1 -o tmp/whole.yuv");
@@ -224,7 +256,7 @@ class MainTest {
         "1, no video stream, decode streams/pcm_s16.wav -q --no-sound --out tmp/out",
         "1, no audio stream, decode streams/h264_baseline_320x240.mp4 -q --no-pictures --out tmp/out",
         "1, no picture from 0:01:00.000, decode media/balle-jbart.mp4 -q --from 1:00 --out tmp/out",
-        "1, no sound, encode tmp/empty.wav tmp/a.wav --format alaw",
+        "1, no sound, encode tmp/empty.wav tmp/deep.wav --format alaw",
         "1, no audio stream, encode streams/mpeg4_320x240.avi tmp/a.wav --format alaw",
         "2, the streams 0 to 1, frames-md5 media/balle-jbart.mp4 --stream 2",
         "2, is the input itself, decode media/balle-jbart.mp4 --format yuv -o media/balle-jbart.mp4",
@@ -255,6 +287,7 @@ class MainTest {
         assertThat(errors.lines()).singleElement().asString().startsWith("error: " + named).contains(reason);
         assertThat(output).isEmpty();
         assertThat(list("")).containsExactlyInAnyOrder("text.mp4", "empty.mp4", "in.wav", "deep.wav", "empty.wav");
+        assertThat(directory.resolve("deep.wav")).as("the file before the failure").hasSize(3044);
     }
 
     @ParameterizedTest

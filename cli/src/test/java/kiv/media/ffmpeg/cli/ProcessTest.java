@@ -25,6 +25,9 @@ import org.junit.jupiter.params.provider.ValueSource;
 /** The command line as a process: its standard output, its signals and its end. */
 class ProcessTest {
 
+    /** A full pipe may hold a little less than its capacity of 64 KiB. */
+    private static final int FULL_PIPE = 60_000;
+
     @TempDir
     Path directory;
 
@@ -36,6 +39,10 @@ class ProcessTest {
                 "-cp", System.getProperty("java.class.path"), Main.class.getName()));
         command.addAll(List.of(MainTest.words(line, directory)));
         return new ProcessBuilder(command).redirectError(directory.resolve("errors").toFile()).start();
+    }
+
+    private static void send(String signal, Process to) throws IOException, InterruptedException {
+        assertThat(new ProcessBuilder("kill", "-" + signal, Long.toString(to.pid())).start().waitFor()).isZero();
     }
 
     private int status(Process process) throws InterruptedException {
@@ -65,6 +72,18 @@ class ProcessTest {
     }
 
     @ParameterizedTest
+    @CsvSource({"INT, 130", "TERM, 143"})
+    void aSignalEndsAWriteThatNobodyReads(String signal, int status) throws Exception {
+        Process process = start("decode -q media/balle-jbart.mp4 --format y4m -o -");
+        while (process.isAlive() && process.getInputStream().available() < FULL_PIPE) {
+            Thread.sleep(10);
+        }
+        send(signal, process);
+        assertThat(status(process)).isEqualTo(status);
+        assertThat(directory.resolve("errors")).isEmptyFile();
+    }
+
+    @ParameterizedTest
     @CsvSource({"INT, 130, decode media/balle-jbart.mp4 --out tmp/out",
         "TERM, 143, decode media/balle-jbart.mp4 --out tmp/out",
         "INT, 130, decode media/balle-jbart.mp4 --out tmp/out --format y4m",
@@ -81,7 +100,7 @@ class ProcessTest {
         while (process.isAlive() && Stream.of(out.list()).noneMatch(name -> name.endsWith(".part"))) {
             Thread.onSpinWait();
         }
-        assertThat(new ProcessBuilder("kill", "-" + signal, Long.toString(process.pid())).start().waitFor()).isZero();
+        send(signal, process);
         assertThat(status(process)).isEqualTo(status);
         assertThat(out.list()).allMatch(name -> name.endsWith(".png")).hasSizeLessThan(255);
         assertThat(directory.resolve("errors")).content().doesNotContain("error");
