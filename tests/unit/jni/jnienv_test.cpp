@@ -57,14 +57,13 @@ protected:
 /** How many operations the class's two files define. */
 ptrdiff_t count_operations()
 {
-    ptrdiff_t ill_count = 0;
+    std::string strl_source;
     for (const char *strl_file : {KIV_SOURCE_DIR "/jni/jnienv.h", KIV_SOURCE_DIR "/jni/jnienv.cpp"}) {
         std::ifstream dsl_file(strl_file);
-        const std::string strl_source{std::istreambuf_iterator<char>(dsl_file), {}};
-        const std::regex dsl_operation(R"re(\b(make|run)\((__func__|"))re");
-        ill_count += std::distance(std::sregex_iterator(strl_source.begin(), strl_source.end(), dsl_operation), {});
+        strl_source.append(std::istreambuf_iterator<char>(dsl_file), {});
     }
-    return ill_count;
+    const std::regex dsl_operation(R"re(\b(make|run)\((__func__|"))re");
+    return std::distance(std::sregex_iterator(strl_source.begin(), strl_source.end(), dsl_operation), {});
 }
 
 TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)

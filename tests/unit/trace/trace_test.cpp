@@ -32,7 +32,6 @@ protected:
         trace_set_environment_hook([] { return g_env; });
         trace_set_receiver(avoc_receiver, dsc_method);
         g_env = &dsc_env;
-        dsc_env.take_calls();
     }
     ~trace() override
     {
@@ -42,9 +41,9 @@ protected:
         dsc_env.DeleteGlobalRef(avoc_receiver);
     }
 
-    std::string last_line(const char *strp_text)
+    std::string last_line(const std::string &strp_text)
     {
-        trace_print(&dsc_env, 5, "%s", strp_text);
+        trace_print(&dsc_env, 5, "%s", strp_text.c_str());
         return dsc_lines.back().second;
     }
 
@@ -68,15 +67,16 @@ TEST_F(trace, line_has_level_indent_and_name)
         TRACE_LINE(im_level_verbose, "%s#%s(): no values");
     }
     EXPECT_THAT(dsc_lines,
-                ElementsAre(Pair(1, "    #outer(): n=7"), Pair(6, std::string(16, ' ') + "#accessor(): no values")));
+                ElementsAre(Pair(1, "    #outer(): n=7"), Pair(6, "                #accessor(): no values")));
     EXPECT_EQ(dsc_env.umc_locals, 1U) << "a line leaves no local reference behind";
 }
 
 TEST_F(trace, line_is_cut_and_well_formed)
 {
-    EXPECT_EQ(last_line(std::string(511, 'x').c_str()), std::string(511, 'x'));
-    EXPECT_EQ(last_line(std::string(2000, 'x').c_str()), std::string(511, 'x'));
-    EXPECT_EQ(last_line((std::string(510, 'x') + "\xC3\xA9").c_str()), std::string(510, 'x') + "?") << "cut in two";
+    const std::string strl_long(510, 'x');
+    EXPECT_EQ(last_line(strl_long + "x"), strl_long + "x");
+    EXPECT_EQ(last_line(strl_long + strl_long), strl_long + "x");
+    EXPECT_EQ(last_line(strl_long + "\xC3\xA9"), strl_long + "?") << "cut in two";
     EXPECT_EQ(last_line("\xC3\xA9 \xE2\x82\xAC"), "\xC3\xA9 \xE2\x82\xAC");
     EXPECT_EQ(last_line("\x80 \xC3( \xE2\x82 \xFF \xC0\xAF \xF0\x9F\x98\x80"), "? ?( ?? ? ?? ????");
 }

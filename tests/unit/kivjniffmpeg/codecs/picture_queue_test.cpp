@@ -21,9 +21,7 @@ protected:
     /** A frame whose memory belongs to FFmpeg; it counts itself when it is released. */
     std::unique_ptr<c_avframe> shared_frame()
     {
-        void (*const adsl_release)(void *, uint8_t *) = [](void *adsp_released, uint8_t *) {
-            ++*static_cast<int *>(adsp_released);
-        };
+        const auto adsl_release = +[](void *adsp_released, uint8_t *) { ++*static_cast<int *>(adsp_released); };
         auto dsl_frame = std::make_unique<c_avframe>();
         (*dsl_frame)->buf[0] =
             ffmpeg_call<AVBufferRef *>("av_buffer_create", &utc_memory, 1, adsl_release, &inc_released, 0);
