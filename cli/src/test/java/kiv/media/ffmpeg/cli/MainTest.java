@@ -30,7 +30,7 @@ import org.junit.jupiter.params.provider.CsvFileSource;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.EnumSource;
 
-/** The command line in this process: what it tells and writes, and how it refuses. */
+/** The command line in this process: what it prints and writes, and how it refuses. */
 class MainTest {
 
     @TempDir
