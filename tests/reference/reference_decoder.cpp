@@ -5,7 +5,8 @@
  *
  * No code of the library takes part, only its declarations of FFmpeg: FFmpeg reads the file itself and decodes into its
  * own default buffers. Only the manner of feeding is the library's: a decoder that is set up from the stream's
- * description, a packet's timestamp for every call that consumes bytes of it, and no drain at the end.
+ * description, one call for a whole packet and several for one that is cut anywhere, a packet's timestamp for every call,
+ * and no drain at the end.
  *
  * Options of pictures: --codec ID, --truncated, --emu-edge, --convert FORMAT, --drain. Output, tab-separated:
  * - "picture", index, number of the packet that was being fed, the timestamp that the picture carries (each packet has

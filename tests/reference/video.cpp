@@ -31,14 +31,18 @@ std::string md5_of_visible_part(const AVFrame &dsp_picture)
 class c_video_decoder
 {
 public:
-    c_video_decoder(context_ptr dsp_context, const AVCodecContext &dsp_stream, const std::string &strp_target)
-        : dsc_context(std::move(dsp_context)), inc_width(dsp_stream.width), inc_height(dsp_stream.height)
+    c_video_decoder(context_ptr dsp_context, const AVCodecContext &dsp_stream, const options &dsp_options)
+        : dsc_context(std::move(dsp_context)),
+          bc_pieces(!dsp_options.at("--truncated").empty()),
+          inc_width(dsp_stream.width),
+          inc_height(dsp_stream.height)
     {
-        if (strp_target != "none" && (iec_target = av_get_pix_fmt(strp_target.c_str())) == AV_PIX_FMT_NONE)
+        if (const std::string &strl_target = dsp_options.at("--convert");
+            strl_target != "none" && (iec_target = av_get_pix_fmt(strl_target.c_str())) == AV_PIX_FMT_NONE)
             throw std::runtime_error("no such pixel format");
     }
 
-    /** Feeds one whole packet. */
+    /** Feeds one packet. A whole one is used up by one call, as in the ffmpeg program. */
     void feed(const AVPacket &dsp_packet)
     {
         AVPacket dsl_rest = packet_of(dsp_packet.data, static_cast<size_t>(dsp_packet.size));
@@ -51,6 +55,8 @@ public:
                 print("error", inc_packets, inl_used);
                 break;
             }
+            if (!bc_pieces)
+                break;
             dsl_rest.data += inl_used;
             dsl_rest.size -= inl_used;
         }
@@ -105,6 +111,7 @@ private:
     }
 
     context_ptr dsc_context;
+    bool bc_pieces; // packets are cut anywhere
     frame_ptr dsc_frame{existing(av_frame_alloc(), "memory")};
     frame_ptr dsc_converted;
     std::unique_ptr<SwsContext, void (*)(SwsContext *)> dsc_scaler{nullptr, sws_freeContext};
@@ -124,8 +131,7 @@ void decode_video(AVFormatContext &dsp_file, const AVStream &dsp_stream, AVCodec
     const AVCodec &dsl_codec = *existing(avcodec_find_decoder(iep_codec), "decoder");
     if (!dsp_options.at("--truncated").empty() && (dsl_codec.capabilities & CODEC_CAP_TRUNCATED) != 0)
         inl_flags |= CODEC_FLAG_TRUNCATED;
-    c_video_decoder dsl_decoder(open_decoder(iep_codec, *dsp_stream.codec, inl_flags), *dsp_stream.codec,
-                                dsp_options.at("--convert"));
+    c_video_decoder dsl_decoder(open_decoder(iep_codec, *dsp_stream.codec, inl_flags), *dsp_stream.codec, dsp_options);
     for_each_packet(dsp_file, dsp_stream.index, [&](const AVPacket &dsp_packet) { dsl_decoder.feed(dsp_packet); });
     dsl_decoder.finish(!dsp_options.at("--drain").empty());
 }

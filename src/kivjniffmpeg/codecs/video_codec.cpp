@@ -148,6 +148,7 @@ void c_videocodec::set_option(std::string_view strp_name, bool bp_on)
 
 void c_videocodec::set_whole_packets(bool bp_whole) noexcept
 {
+    bc_whole_packets = bp_whole;
     if (bp_whole)
         dsc_codec_ctx->flags &= ~CODEC_FLAG_TRUNCATED;
     else if ((dsc_codec.codec()->capabilities & CODEC_CAP_TRUNCATED) != 0)

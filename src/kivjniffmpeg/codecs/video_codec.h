@@ -99,7 +99,8 @@ public:
 
     /**
      * Sets an option:
-     * - "whole_packets": packets are not cut anywhere, and each picture comes with its own packet.
+     * - "whole_packets": packets are not cut anywhere, and each picture comes with its own packet. One call of FFmpeg's
+     *   decoder uses a packet up, whatever it consumed.
      * - "direct_buffers": pictures lie in direct buffers (c_direct_buffer) instead of arrays, and do not change until
      *   Java releases them.
      * - "native_format": pictures lie in direct buffers in the decoder's own pixel format; no model is chosen.
@@ -136,6 +137,7 @@ private:
     bool bc_dst_format_changed = false;
     c_avcodec dsc_codec;
     c_avcodec_ctx dsc_codec_ctx;
+    bool bc_whole_packets = false;
     bool bc_direct_buffers = false;
     bool bc_native_format = false;
     c_picture_queue dsc_pictures;

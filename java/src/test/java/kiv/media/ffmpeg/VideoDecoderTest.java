@@ -8,6 +8,7 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.time.Duration;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.List;
 import java.util.Random;
 import kiv.media.ffmpeg.TestMedia.Clip;
@@ -15,6 +16,7 @@ import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.exactness.Track;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.MethodSource;
 
 class VideoDecoderTest {
@@ -79,6 +81,31 @@ class VideoDecoderTest {
             }
             assertThat(count + decoder.finish().size()).isEqualTo(30);
             assertThat(refused).isPositive();
+        }
+    }
+
+    /** What a decoder does not consume of a packet is padding or damage, never one more picture. */
+    @ParameterizedTest
+    @CsvSource({"wmv2_320x240.asf, 30", "msmpeg4v3_320x240.avi, 30", "mpeg4_b_320x240.mp4, 30", "h264_b_320x240.mp4, 60"})
+    void oneCallUsesAPacketUp(String name, int pictures) throws IOException {
+        Random random = new Random(3);
+        try (MediaReader reader = MediaReader.open(TestMedia.stream(name));
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
+                VideoDecoder victim = VideoDecoder.open(decoder.format())) {
+            int count = 0;
+            for (Packet packet : reader.packets().filter(decoder::accepts).toList()) {
+                byte[] padded = Arrays.copyOf(packet.bytes(), packet.size() + 40);
+                count += decoder.decode(Packet.of(padded, packet.streamIndex(), 0, 0, packet.isKey())).size();
+                for (int i = 0; i < packet.size() / 200; i++) {
+                    padded[random.nextInt(packet.size())] ^= (byte) (1 << random.nextInt(8));
+                }
+                try {
+                    assertThat(victim.decode(Packet.of(padded, 0, 0, 0, false))).hasSizeLessThan(2);
+                } catch (DecodeException e) {
+                    // Without a picture.
+                }
+            }
+            assertThat(count + decoder.finish().size()).isEqualTo(pictures);
         }
     }
 

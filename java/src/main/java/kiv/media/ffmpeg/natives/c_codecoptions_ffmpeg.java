@@ -10,8 +10,9 @@ public final class c_codecoptions_ffmpeg {
 
     /**
      * With the value 1, the data of each call is the whole packet of one picture, as in containers, and each picture
-     * comes with its own packet and timestamp. With 0, the initial value, some decoders accept pieces of a stream that
-     * are cut anywhere and deliver each picture one packet late.
+     * comes with its own packet and timestamp. The decoder is called once for a packet, and what it does not consume is
+     * dropped, as in the {@code ffmpeg} program. With 0, the initial value, some decoders accept pieces of a stream that
+     * are cut anywhere and deliver each picture one packet late; each decoder is called until the data is used up.
      */
     public static final String WHOLE_PACKETS = "whole_packets";
 
