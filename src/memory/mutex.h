@@ -7,12 +7,15 @@
  * A POSIX mutex that does not exist before init().
  *
  * JNI_OnLoad creates the library's one mutex, so a call that comes before it fails instead of running unguarded.
+ *
+ * The destructor does nothing: a static mutex outlives the end of main(), because daemon threads may still lock it while
+ * the process ends.
  */
 class c_mutex
 {
 public:
-    c_mutex() noexcept = default;
-    ~c_mutex() { destroy(); }
+    constexpr c_mutex() noexcept = default;
+    ~c_mutex() = default;
     c_mutex(const c_mutex &) = delete;
     c_mutex &operator=(const c_mutex &) = delete;
 

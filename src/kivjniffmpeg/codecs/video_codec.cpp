@@ -132,16 +132,15 @@ void c_videocodec::set_option(std::string_view strp_name, bool bp_on)
     TRACE_FUNCTION(3);
     if (is_open())
         throw_ffmpeg_exception(1341, "options are set before the codec is opened");
-    if (strp_name == "whole_packets")
-        set_whole_packets(bp_on);
-    else if (strp_name == "direct_buffers")
-        bc_direct_buffers = bp_on;
-    else if (strp_name == "native_format")
-        bc_native_format = bp_on;
-    else
+    const bool bl_whole = strp_name == "whole_packets";
+    if (!bl_whole && strp_name != "direct_buffers" && strp_name != "native_format")
         throw_ffmpeg_exception(1345, "no such codec option: ", strp_name);
-    if (takes_direct_buffers() && g_avutil.av_buffer_get_ref_count == nullptr)
+    if (!bl_whole && bp_on && g_avutil.av_buffer_get_ref_count == nullptr)
         throw_ffmpeg_exception(1346, "this FFmpeg cannot decode into direct buffers");
+    if (bl_whole)
+        set_whole_packets(bp_on);
+    else
+        (strp_name == "direct_buffers" ? bc_direct_buffers : bc_native_format) = bp_on;
     // So that a shared picture counts as in use, and no decoder writes into it again.
     dsc_codec_ctx->refcounted_frames = takes_direct_buffers() ? 1 : 0;
 }

@@ -9,6 +9,7 @@
 #include <natives/Interlacing.h>
 
 #include <array>
+#include <climits>
 #include <stdexcept>
 #include <utility>
 
@@ -17,6 +18,10 @@ namespace
 
 /** More pictures than any decoder can delay, so that draining always ends. */
 constexpr int in_most_held_back = 64;
+
+/** So that the size of a packet, with what is withheld before it and the padding behind it, is an int. */
+constexpr size_t ul_largest_packet =
+    INT_MAX - FF_INPUT_BUFFER_PADDING_SIZE - c_start_code_guard::ul_longest_start_codes;
 
 c_codec::dsd_picture_info describe(const AVFrame &dsp_frame)
 {
@@ -82,6 +87,8 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
     };
     if (!is_open())
         return report_error(in_error_not_open); // FFmpeg would read through null pointers
+    if (utp_data.size() > ul_largest_packet)
+        return report_error(AVERROR(ENOMEM));
 
     if ((imp_flags & im_flag_discontinuity) != 0 && imc_frame_count >= 1) {
         dsc_start_code_guard.clear();

@@ -7,12 +7,16 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <optional>
+#include <string_view>
 
 namespace
 {
 
 constexpr int32_t im_largest_side = 1 << 15;
 constexpr int in_line_alignment = 64;
+/** libswscale reads and writes Bayer pictures in pairs of rows, and at least this many. */
+constexpr int32_t im_least_bayer_rows = 4;
 
 /** Whether pixels are red, green and blue; those of a palette are. */
 bool is_rgb(AVPixelFormat iep_format)
@@ -24,6 +28,18 @@ int32_t rows_of(const AVPixFmtDescriptor &dsp_descriptor, size_t ulp_plane, int3
 {
     const int inl_shift = ulp_plane == 1 || ulp_plane == 2 ? dsp_descriptor.log2_chroma_h : 0;
     return (imp_height + (1 << inl_shift) - 1) >> inl_shift;
+}
+
+/** Whether each pixel has one colour only, and its neighbours have the others. */
+bool is_bayer(const AVPixFmtDescriptor &dsp_descriptor)
+{
+    return std::string_view(dsp_descriptor.name).starts_with("bayer_");
+}
+
+/** Pixels and rows from one pixel to the next one of the same colours. */
+int32_t pattern_of(const AVPixFmtDescriptor &dsp_descriptor)
+{
+    return is_bayer(dsp_descriptor) ? 2 : 1;
 }
 
 /** Bytes from one pixel of a plane to the next; where two pixels share their colour, to the next pair. */
@@ -42,61 +58,109 @@ int32_t largest_step(const AVPixFmtDescriptor &dsp_descriptor, size_t ulp_plane)
 class c_padded_picture
 {
 public:
-    c_padded_picture(AVPixelFormat iep_format, int32_t imp_width, int32_t imp_height)
+    /** @param imp_rows that libswscale reads or writes, at least the height; more than it for one plane only */
+    c_padded_picture(AVPixelFormat iep_format, int32_t imp_width, int32_t imp_height, int32_t imp_rows)
+        : iec_format(iep_format),
+          dsc_descriptor(*g_avutil.av_pix_fmt_desc_get(iep_format)),
+          imc_width(imp_width),
+          imc_height(imp_height),
+          imc_rows(imp_rows)
     {
         g_avutil.av_image_fill_linesizes(ainc_linesizes, iep_format, imp_width);
         for (int &inl_linesize : ainc_linesizes)
             inl_linesize = (inl_linesize + in_line_alignment - 1) / in_line_alignment * in_line_alignment;
         const int inl_total =
-            g_avutil.av_image_fill_pointers(aautc_planes, iep_format, imp_height, nullptr, ainc_linesizes);
+            g_avutil.av_image_fill_pointers(aautc_planes, iep_format, imp_rows, nullptr, ainc_linesizes);
         if (inl_total < 0 || inl_total > INT_MAX - in_line_alignment)
             throw_ffmpeg_exception(1911, "picture too large to convert");
         dsc_memory = std::make_unique<c_native_buffer>(inl_total + in_line_alignment, in_line_alignment);
-        g_avutil.av_image_fill_pointers(aautc_planes, iep_format, imp_height, dsc_memory->data(), ainc_linesizes);
+        g_avutil.av_image_fill_pointers(aautc_planes, iep_format, imp_rows, dsc_memory->data(), ainc_linesizes);
+        // libswscale does not write a palette that nothing needs, but it is copied with the picture.
+        if ((dsc_descriptor.flags & AV_PIX_FMT_FLAG_PSEUDOPAL) != 0)
+            std::fill_n(aautc_planes[1], AVPALETTE_SIZE, uint8_t{0});
     }
 
+    /** Takes the pixels of a picture of the same format and size, and fills what lies around them. */
+    void read(const dsd_picture_place &dsp_from) noexcept
+    {
+        g_avutil.av_image_copy(aautc_planes, ainc_linesizes, dsp_from.planes().data(), dsp_from.aimc_linesizes.data(),
+                               iec_format, imc_width, imc_height);
+        extend_lines();
+        extend_rows();
+        limit_samples();
+    }
+
+    /** Copies the pixels to a picture of the same format and size. */
+    void write(const dsd_picture_place &dsp_to) const noexcept
+    {
+        g_avutil.av_image_copy(dsp_to.planes().data(), dsp_to.aimc_linesizes.data(), aautc_planes, ainc_linesizes,
+                               iec_format, imc_width, imc_height);
+    }
+
+    /** @param imp_rows of this picture; @p dsp_to has the rows that the scaler makes of them */
+    void scale(SwsContext *adsp_sws, int32_t imp_rows, const c_padded_picture &dsp_to) const noexcept
+    {
+        g_swscale.sws_scale(adsp_sws, aautc_planes, ainc_linesizes, 0, imp_rows, dsp_to.aautc_planes,
+                            dsp_to.ainc_linesizes);
+    }
+
+private:
     /** Repeats every line's last pixel behind it: of an odd width, libswscale mixes the next pixel into its colours. */
-    void extend_lines(const AVPixFmtDescriptor &dsp_descriptor, AVPixelFormat iep_format, int32_t imp_width,
-                      int32_t imp_height) noexcept
+    void extend_lines() noexcept
     {
         int ainl_row_bytes[4] = {};
-        g_avutil.av_image_fill_linesizes(ainl_row_bytes, iep_format, imp_width);
+        g_avutil.av_image_fill_linesizes(ainl_row_bytes, iec_format, imc_width);
         for (size_t ull_plane = 0; ull_plane < 4 && ainl_row_bytes[ull_plane] > 0; ++ull_plane) {
-            const int32_t iml_step = std::min(largest_step(dsp_descriptor, ull_plane), ainl_row_bytes[ull_plane]);
-            for (int32_t iml_row = 0; iml_row < rows_of(dsp_descriptor, ull_plane, imp_height); ++iml_row) {
-                uint8_t *autl_row = aautc_planes[ull_plane] + ptrdiff_t{iml_row} * ainc_linesizes[ull_plane];
+            const int32_t iml_step = std::min(largest_step(dsc_descriptor, ull_plane) * pattern_of(dsc_descriptor),
+                                              ainl_row_bytes[ull_plane]);
+            for (int32_t iml_row = 0; iml_row < rows_of(dsc_descriptor, ull_plane, imc_height); ++iml_row) {
+                uint8_t *autl_row = row(ull_plane, iml_row);
                 for (int inl_byte = ainl_row_bytes[ull_plane]; inl_byte < ainc_linesizes[ull_plane]; ++inl_byte)
                     autl_row[inl_byte] = autl_row[inl_byte - iml_step];
             }
         }
     }
 
+    /** Repeats the last rows below the picture. */
+    void extend_rows() noexcept
+    {
+        for (int32_t iml_row = imc_height; iml_row < imc_rows; ++iml_row)
+            std::copy_n(row(0, iml_row - std::min(pattern_of(dsc_descriptor), iml_row)), ainc_linesizes[0],
+                        row(0, iml_row));
+    }
+
     /**
      * Clears the bits above the depth of samples of 9 to 15 bits. libswscale uses samples as indices of its tables
      * unchecked, and where a damaged picture was not decoded the memory may hold anything.
      */
-    void limit_samples(const AVPixFmtDescriptor &dsp_descriptor, int32_t imp_height) noexcept
+    void limit_samples() noexcept
     {
-        const int inl_high_byte = (dsp_descriptor.flags & AV_PIX_FMT_FLAG_BE) != 0 ? 0 : 1;
-        for (size_t ull_component = 0; ull_component < dsp_descriptor.nb_components; ++ull_component) {
-            const AVComponentDescriptor &dsl_component = dsp_descriptor.comp[ull_component];
+        const int inl_high_byte = (dsc_descriptor.flags & AV_PIX_FMT_FLAG_BE) != 0 ? 0 : 1;
+        for (size_t ull_component = 0; ull_component < dsc_descriptor.nb_components; ++ull_component) {
+            const AVComponentDescriptor &dsl_component = dsc_descriptor.comp[ull_component];
             const int inl_depth = dsl_component.depth_minus1 + 1;
             if (inl_depth <= 8 || inl_depth >= 16 || dsl_component.step_minus1 != 1 || dsl_component.shift != 0)
                 continue;
             const auto utl_mask = static_cast<uint8_t>((1 << (inl_depth - 8)) - 1);
             const size_t ull_plane = dsl_component.plane;
-            for (int32_t iml_row = 0; iml_row < rows_of(dsp_descriptor, ull_plane, imp_height); ++iml_row) {
-                uint8_t *autl_row = aautc_planes[ull_plane] + ptrdiff_t{iml_row} * ainc_linesizes[ull_plane];
+            for (int32_t iml_row = 0; iml_row < rows_of(dsc_descriptor, ull_plane, imc_height); ++iml_row) {
+                uint8_t *autl_row = row(ull_plane, iml_row);
                 for (int inl_byte = inl_high_byte; inl_byte < ainc_linesizes[ull_plane]; inl_byte += 2)
                     autl_row[inl_byte] &= utl_mask;
             }
         }
     }
 
-    uint8_t *const *planes() const noexcept { return aautc_planes; }
-    const int *linesizes() const noexcept { return ainc_linesizes; }
+    uint8_t *row(size_t ulp_plane, int32_t imp_row) const noexcept
+    {
+        return aautc_planes[ulp_plane] + ptrdiff_t{imp_row} * ainc_linesizes[ulp_plane];
+    }
 
-private:
+    AVPixelFormat iec_format;
+    const AVPixFmtDescriptor &dsc_descriptor;
+    int32_t imc_width;
+    int32_t imc_height;
+    int32_t imc_rows;
     uint8_t *aautc_planes[4] = {};
     int ainc_linesizes[4] = {};
     std::unique_ptr<c_native_buffer> dsc_memory;
@@ -146,32 +210,41 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
     dsp_to.check();
     if (g_avutil.av_image_copy == nullptr)
         throw_ffmpeg_exception(1957, "this FFmpeg cannot copy pictures");
-    const auto aautl_from = dsp_from.planes();
-    const auto aautl_to = dsp_to.planes();
     if (dsp_from.iec_format == dsp_to.iec_format && dsp_from.imc_width == dsp_to.imc_width &&
         dsp_from.imc_height == dsp_to.imc_height) {
-        g_avutil.av_image_copy(aautl_to.data(), dsp_to.aimc_linesizes.data(), aautl_from.data(),
+        g_avutil.av_image_copy(dsp_to.planes().data(), dsp_to.aimc_linesizes.data(), dsp_from.planes().data(),
                                dsp_from.aimc_linesizes.data(), dsp_from.iec_format, dsp_from.imc_width,
                                dsp_from.imc_height);
         return;
     }
-    SwsContext *adsl_sws = dsc_sws_ctx.prepare(dsp_from.imc_width, dsp_from.imc_height, dsp_from.iec_format,
-                                               dsp_to.imc_width, dsp_to.imc_height, dsp_to.iec_format, inp_flags);
-    if (adsl_sws == nullptr)
-        throw_ffmpeg_exception(1969, "libswscale does not convert from ", dsp_from.imc_width, "x", dsp_from.imc_height,
-                               " of format ", static_cast<int>(dsp_from.iec_format), " to ", dsp_to.imc_width, "x",
-                               dsp_to.imc_height, " of format ", static_cast<int>(dsp_to.iec_format));
+    const int32_t iml_width = dsp_from.imc_width;
+    const int32_t iml_height = dsp_from.imc_height;
+    const bool bl_bayer = is_bayer(*g_avutil.av_pix_fmt_desc_get(dsp_from.iec_format));
+    const auto prepare = [&](c_sws_ctx &dsp_sws, int32_t imp_height, AVPixelFormat iep_from, int32_t imp_to_width,
+                             int32_t imp_to_height, AVPixelFormat iep_to) {
+        if (SwsContext *adsl_sws =
+                dsp_sws.prepare(iml_width, imp_height, iep_from, imp_to_width, imp_to_height, iep_to, inp_flags);
+            adsl_sws != nullptr)
+            return adsl_sws;
+        throw_ffmpeg_exception(1969, "libswscale does not convert from ", iml_width, "x", iml_height, " of format ",
+                               static_cast<int>(dsp_from.iec_format), " to ", dsp_to.imc_width, "x", dsp_to.imc_height,
+                               " of format ", static_cast<int>(dsp_to.iec_format));
+    };
+    SwsContext *adsl_sws = prepare(dsc_sws_ctx, iml_height, bl_bayer ? AV_PIX_FMT_RGB24 : dsp_from.iec_format,
+                                   dsp_to.imc_width, dsp_to.imc_height, dsp_to.iec_format);
     if (is_rgb(dsp_to.iec_format) && !is_rgb(dsp_from.iec_format))
         dsc_sws_ctx.set_colours(dsp_from.imc_colorspace, dsp_from.bc_full_range);
-    c_padded_picture dsl_from(dsp_from.iec_format, dsp_from.imc_width, dsp_from.imc_height);
-    const c_padded_picture dsl_to(dsp_to.iec_format, dsp_to.imc_width, dsp_to.imc_height);
-    g_avutil.av_image_copy(dsl_from.planes(), dsl_from.linesizes(), aautl_from.data(), dsp_from.aimc_linesizes.data(),
-                           dsp_from.iec_format, dsp_from.imc_width, dsp_from.imc_height);
-    const AVPixFmtDescriptor &dsl_descriptor = *g_avutil.av_pix_fmt_desc_get(dsp_from.iec_format);
-    dsl_from.extend_lines(dsl_descriptor, dsp_from.iec_format, dsp_from.imc_width, dsp_from.imc_height);
-    dsl_from.limit_samples(dsl_descriptor, dsp_from.imc_height);
-    g_swscale.sws_scale(adsl_sws, dsl_from.planes(), dsl_from.linesizes(), 0, dsp_from.imc_height, dsl_to.planes(),
-                        dsl_to.linesizes());
-    g_avutil.av_image_copy(aautl_to.data(), dsp_to.aimc_linesizes.data(), dsl_to.planes(), dsl_to.linesizes(),
-                           dsp_to.iec_format, dsp_to.imc_width, dsp_to.imc_height);
+    const int32_t iml_rows = bl_bayer ? std::max(iml_height + iml_height % 2, im_least_bayer_rows) : iml_height;
+    c_padded_picture dsl_from(dsp_from.iec_format, iml_width, iml_height, iml_rows);
+    dsl_from.read(dsp_from);
+    std::optional<c_padded_picture> dsl_rgb;
+    if (bl_bayer) {
+        // libswscale itself would take this step with as many rows as there are, and ends the process for some targets.
+        dsl_rgb.emplace(AV_PIX_FMT_RGB24, iml_width, iml_height, iml_rows);
+        dsl_from.scale(prepare(dsc_bayer_ctx, iml_rows, dsp_from.iec_format, iml_width, iml_rows, AV_PIX_FMT_RGB24),
+                       iml_rows, *dsl_rgb);
+    }
+    const c_padded_picture dsl_to(dsp_to.iec_format, dsp_to.imc_width, dsp_to.imc_height, dsp_to.imc_height);
+    (bl_bayer ? *dsl_rgb : dsl_from).scale(adsl_sws, iml_height, dsl_to);
+    dsl_to.write(dsp_to);
 }

@@ -40,4 +40,5 @@ public:
 
 private:
     c_sws_ctx dsc_sws_ctx;
+    c_sws_ctx dsc_bayer_ctx; // from Bayer to RGB, the first of two steps
 };

@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <type_traits>
 
 namespace
 {
+
+static_assert(std::is_trivially_destructible_v<c_mutex>, "threads may still use a static mutex at the process's end");
 
 TEST(mutex, does_not_exist_before_it_is_made)
 {
