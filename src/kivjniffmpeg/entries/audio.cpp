@@ -186,6 +186,8 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_
             throw_ffmpeg_exception(2868, "corrupt processed_len=", dsl_out.imc_processed_len);
         dsl_params[AudioParams::OFFSET] += dsl_out.imc_processed_len;
         dsl_params[AudioParams::LENGTH] -= dsl_out.imc_processed_len;
+        if (avop_out == nullptr)
+            dsl_params.write(); // copying into no array throws, and Java then sees what of its input was consumed
         if (std::cmp_less(iml_room, dsl_queue.bytes())) {
             dsl_params[AudioParams::OUT_OFFSET] = 0;
             dsl_params[AudioParams::OUT_LENGTH] = static_cast<jint>(std::min<uint64_t>(dsl_queue.bytes(), INT32_MAX));

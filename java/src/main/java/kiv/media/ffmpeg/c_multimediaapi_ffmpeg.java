@@ -13,13 +13,15 @@ import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.ProcessResult;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
 import kiv.media.ffmpeg.natives.VideoParams;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * The native entry points of the library, and the methods that it calls.
  *
- * <p>This is the contract below the public API, for one careful caller. Handles are addresses: the library does not
- * detect a null, stale or foreign handle. Two threads must not use one codec at the same time. Programs use
- * {@link MediaReader}, {@link VideoDecoder}, {@link AudioDecoder} and {@link AudioEncoder}, which check all of that.
+ * <p>This is the contract below the public API, for one careful caller. Handles are addresses: 0 raises a
+ * {@link RuntimeException}, but the library does not detect a stale or foreign handle. Two threads must not use one codec
+ * at the same time. Programs use {@link MediaReader}, {@link VideoDecoder}, {@link AudioDecoder} and
+ * {@link AudioEncoder}, which check all of that.
  *
  * <p>The library must be loaded before any native is called; see {@link FfmpegLibrary#loadNatives()}. Failures are a
  * {@link RuntimeException} for a refused argument or state, an {@link OutOfMemoryError} or a plain {@link Error}. An
@@ -45,7 +47,8 @@ public class c_multimediaapi_ffmpeg {
     public static native long n_init(String directory, c_multimediaapi_ffmpeg receiver, int level);
 
     /**
-     * Releases Java's reference to a context. The context exists as long as its codecs do.
+     * Releases Java's reference to a context. The context exists as long as its codecs, readers and converters do. Its
+     * end silences the log of all contexts.
      *
      * @param context a handle of {@link #n_init}
      */
@@ -59,7 +62,8 @@ public class c_multimediaapi_ffmpeg {
      * @param format the compressed video, laid out as {@link VideoFormatLayout}
      * @param extradata the codec's private data, of at least the length that {@code format} says, or null
      * @param models the acceptable picture formats in order of preference, each an {@code int[]} laid out as
-     *     {@link ColorModelLayout}; null for the library's default
+     *     {@link ColorModelLayout}, at least one of which the library has. Null stands for one model without a pixel
+     *     format, into which no picture can be converted: it is for {@link c_codecoptions_ffmpeg#NATIVE_FORMAT}
      * @param codec the object that the allocation callbacks receive; the codec keeps it until it is deleted
      * @return the codec's handle, never 0
      */
@@ -217,12 +221,13 @@ public class c_multimediaapi_ffmpeg {
     public static native byte[] n_get_acodec_dst_format(long codec);
 
     /**
-     * Provides the memory for a picture. The library calls it on the thread that is inside a native. The memory comes
+     * Provides the memory for a picture. The library calls it inside {@link #n_vcodec_process} only. The memory comes
      * from the buffers that the thread has bound, because the library passes the object of its newest codec, which need
      * not be the codec at work. Otherwise it comes from {@code codec} if that is a {@link VideoBuffers}, or is a new
      * array.
      *
-     * @param codec the object passed to the newest {@link #n_create_vcodec_to_raw}
+     * @param codec the object passed to the newest {@link #n_create_vcodec_to_raw} of the context; null when that codec
+     *     is deleted
      * @param layout see {@link VideoBuffers#allocate}
      * @param buffer see {@link VideoBuffers#allocate}
      * @param slots see {@link VideoBuffers#allocate}
@@ -233,9 +238,10 @@ public class c_multimediaapi_ffmpeg {
     }
 
     /**
-     * Receives memory that the library does not use any more and has not delivered as an array.
+     * Receives memory that the library does not use any more and has not delivered as an array. The library calls it
+     * inside natives that decode, reset, close or delete a codec.
      *
-     * @param codec the object passed when the buffer's codec was created
+     * @param codec as in {@link #m_vcodec_alloc_buffer}: not always the object of the codec whose memory it is
      * @param slots the elements that {@link #m_vcodec_alloc_buffer} filled
      */
     static void m_vcodec_free_buffer(Object codec, Object[] slots) {

@@ -55,6 +55,7 @@ class AudioEntryPointsTest {
         assertThat(process(in, 0, 100, out, offset, length)).isEqualTo(AudioStatus.OUTPUT_LOST);
         assertThat(out).containsOnly(0);
         refused(RuntimeException.class, "dst buffer == NULL", () -> process(in, 0, 100, null, 0, 200));
+        assertThat(params).as("the input is consumed").containsExactly(100, 0, 5, 3, 0, 0, 200, 0, 0, 0);
         assertThat(process(in, 0, 100, out, 900, 100)).isZero();
         assertThat(params).containsExactly(100, 0, 5, 3, 0, 900, 100, 5, 3, 0);
         assertThat(Arrays.copyOfRange(out, 900, 1000)).containsOnly(7);

@@ -3,8 +3,8 @@ package kiv.media.ffmpeg.natives;
 import java.lang.annotation.Native;
 
 /**
- * Natives for codec options that the entry points of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg} do not have. The
- * library does not check handles.
+ * Natives for codec options that the entry points of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg} do not have. A
+ * handle of 0 raises a {@link RuntimeException}; the library does not detect other wrong handles.
  */
 public final class c_codecoptions_ffmpeg {
 

@@ -5,8 +5,8 @@ import java.lang.annotation.Native;
 
 /**
  * The native entry points of the container reader, below {@link kiv.media.ffmpeg.MediaReader}. As in
- * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg}, the library does not check handles, and one thread at a time uses a
- * reader. A stream index out of range raises a {@link RuntimeException}. Unknown times are {@link Long#MIN_VALUE}.
+ * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg}, the library detects no wrong handles but 0, and one thread at a time
+ * uses a reader. A stream index out of range raises a {@link RuntimeException}. Unknown times are {@link Long#MIN_VALUE}.
  */
 public final class c_mediareader_ffmpeg {
 

@@ -5,7 +5,7 @@ import java.nio.ByteBuffer;
 
 /**
  * Natives that describe FFmpeg's pixel formats and convert pictures in direct buffers. The library checks all arguments
- * except handles.
+ * except handles, of which it detects only 0.
  */
 public final class c_pictureconverter_ffmpeg {
 
