@@ -127,6 +127,8 @@ bool c_audiocodec::reset()
     dsc_output_queue.clear();
     dsc_pending_packet.reset();
     dsc_resampled_format.reset();
+    dsc_progress = c_decoder_progress(in_most_frames);
+    inc_idle_drains = 0;
     if (is_open())
         g_avcodec.avcodec_flush_buffers(dsc_codec_ctx.context());
     return true;
@@ -146,9 +148,9 @@ int32_t c_audiocodec::process2(uint8_t *autp_data, int32_t imp_lendata, int32_t 
     dsp_out.imc_flags = imp_flags;
     dsp_out.ilc_timestamp = static_cast<int64_t>(ulp_timestamp);
     if (imp_lendata == 0)
-        return is_decoder() && (imp_flags & im_flag_drain) != 0 ? drain(dsp_out, ump_outlen) : ie_audio_done;
+        return is_decoder() && (imp_flags & im_flag_drain) != 0 ? drain(dsp_out, imp_flags, ump_outlen) : ie_audio_done;
     if (is_decoder())
-        return decode(autp_data, imp_lendata, ulp_timestamp, dsp_out, ump_outlen);
+        return decode(autp_data, imp_lendata, imp_flags, ulp_timestamp, dsp_out, ump_outlen);
     encode(autp_data, imp_lendata, dsp_out);
     return ie_audio_done;
 }
@@ -171,6 +173,8 @@ int64_t c_audiocodec::property(std::string_view strp_name) const
         return dsc_codec_ctx->frame_size;
     if (strp_name == "initial_padding")
         return dsc_codec_ctx->delay;
+    if (strp_name == "holds_back")
+        return (dsc_codec.codec()->capabilities & CODEC_CAP_DELAY) != 0 ? 1 : 0;
     if (strp_name == "bits_per_coded_sample")
         return dsc_codec_ctx->bits_per_coded_sample;
     throw_ffmpeg_exception(1679, "no such codec option: ", strp_name);

@@ -59,7 +59,8 @@ public:
      * Takes one block of input.
      *
      * @param autp_data FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes follow the @p imp_lendata; not used after the call
-     * @param ump_outlen size of the caller's output in bytes, for trace lines only
+     * @param ump_outlen size of the caller's output in bytes. A whole packet is decoded until that is filled, and what is
+     *        left of it counts as not consumed
      * @param dsp_out cleared, then filled with flags, timestamp and the number of input bytes consumed: a decoder keeps
      *        an incomplete frame, an encoder consumes whole frames only
      * @return an ie_audio_result; always ie_audio_done from an encoder
@@ -81,6 +82,9 @@ public:
     std::span<const uint8_t> extradata() const;
 
 private:
+    /** The most frames that a decoder returns without consuming input. A packet holds thousands of silent ones. */
+    static constexpr int in_most_frames = 1 << 14;
+
     bool is_decoder() const noexcept { return dsc_dst_format->format_tag() == im_tag_pcm; }
     bool is_mpeg_audio() const noexcept;
     void set_up_decoder();
@@ -90,11 +94,12 @@ private:
     void trace_formats() const;
 
     // audio_decoding.cpp
-    int32_t decode(uint8_t *autp_data, int32_t imp_lendata, uint64_t ulp_timestamp, dsd_out_params &dsp_out,
-                   uint32_t ump_outlen);
+    int32_t decode(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, uint64_t ulp_timestamp,
+                   dsd_out_params &dsp_out, uint32_t ump_outlen);
     struct dsd_block;
     int32_t decode_frames(std::unique_ptr<c_avpacket> dsp_packet, const dsd_block &dsp_block);
-    int32_t drain(dsd_out_params &dsp_out, uint32_t ump_outlen);
+    int32_t drain(dsd_out_params &dsp_out, int32_t imp_flags, uint32_t ump_outlen);
+    bool is_room_filled(const dsd_block &dsp_block) const noexcept;
     int call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_block, c_decoder_progress &dsp_progress);
     bool find_next_header(c_avpacket &dsp_packet, const dsd_block &dsp_block);
     void keep_pending(const c_avpacket &dsp_packet);
@@ -115,5 +120,7 @@ private:
     c_swr_ctx dsc_swr_ctx;
     std::unique_ptr<c_aformat> dsc_resampled_format; // the resampler's input while decoding
     std::unique_ptr<c_avpacket> dsc_pending_packet;  // an incomplete frame, in memory of its own
+    c_decoder_progress dsc_progress{in_most_frames};
+    int inc_idle_drains = 0; // empty packets that the decoder answered with nothing since the last packet
     c_padded_bytes dsc_input;
 };

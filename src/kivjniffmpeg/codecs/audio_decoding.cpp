@@ -32,7 +32,8 @@ struct c_audiocodec::dsd_block
     dsd_out_params &dsc_out;
     int32_t imc_lendata;
     uint32_t umc_outlen;
-    bool bc_last; // no input follows, so nothing is kept for later
+    bool bc_whole;  // nothing is kept for later
+    bool bc_pauses; // the call ends when its output fills the caller's room
 
     /** Counts consumed bytes of this call. Bytes that were pending were counted by the call that brought them. */
     void count_processed(int32_t imp_bytes) const
@@ -41,8 +42,8 @@ struct c_audiocodec::dsd_block
     }
 };
 
-int32_t c_audiocodec::decode(uint8_t *autp_data, int32_t imp_lendata, uint64_t ulp_timestamp, dsd_out_params &dsp_out,
-                             uint32_t ump_outlen)
+int32_t c_audiocodec::decode(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, uint64_t ulp_timestamp,
+                             dsd_out_params &dsp_out, uint32_t ump_outlen)
 {
     TRACE_FUNCTION(3);
     auto dsl_packet = std::make_unique<c_avpacket>();
@@ -51,7 +52,9 @@ int32_t c_audiocodec::decode(uint8_t *autp_data, int32_t imp_lendata, uint64_t u
     dsl_packet->set_pts(static_cast<int64_t>(ulp_timestamp));
     if (is_mpeg_audio())
         trace_mpeg_audio_headers(bytes_of(*dsl_packet));
-    if (dsc_pending_packet != nullptr) {
+    const bool bl_whole = (imp_flags & im_flag_whole_packet) != 0;
+    const bool bl_pending = dsc_pending_packet != nullptr;
+    if (bl_pending) {
         if (is_mpeg_audio())
             trace_mpeg_audio_headers(bytes_of(*dsc_pending_packet));
         dsc_pending_packet->merge(*dsl_packet);
@@ -60,29 +63,35 @@ int32_t c_audiocodec::decode(uint8_t *autp_data, int32_t imp_lendata, uint64_t u
         if (is_mpeg_audio())
             trace_mpeg_audio_headers(bytes_of(*dsl_packet));
     }
-    return decode_frames(std::move(dsl_packet), {dsp_out, imp_lendata, ump_outlen, false});
+    // Bytes that were pending count as consumed already, so the caller could not bring them again.
+    return decode_frames(std::move(dsl_packet), {dsp_out, imp_lendata, ump_outlen, bl_whole, bl_whole && !bl_pending});
+}
+
+bool c_audiocodec::is_room_filled(const dsd_block &dsp_block) const noexcept
+{
+    return dsp_block.bc_pauses && !dsc_output_queue.empty() && dsc_output_queue.bytes() >= dsp_block.umc_outlen;
 }
 
 int32_t c_audiocodec::decode_frames(std::unique_ptr<c_avpacket> dsp_packet, const dsd_block &dsp_block)
 {
     TRACE_SCOPE("decode", 3);
-    c_decoder_progress dsl_progress;
-    while (dsp_packet->size() > 0) {
+    inc_idle_drains = 0;
+    while (dsp_packet->size() > 0 && !is_room_filled(dsp_block)) {
         TRACE_LINE(im_level_debug, "%s#%s(): bytes_in_queue=%u outlen=%u packet->size=%d",
                    static_cast<uint32_t>(dsc_output_queue.bytes()), dsp_block.umc_outlen, dsp_packet->size());
-        if (dsp_packet->size() <= in_incomplete && !dsp_block.bc_last) {
+        if (dsp_packet->size() <= in_incomplete && !dsp_block.bc_whole) {
             keep_pending(*dsp_packet);
             return ie_audio_done;
         }
-        const int inl_consumed = call_decoder(*dsp_packet, dsp_block, dsl_progress);
+        const int inl_consumed = call_decoder(*dsp_packet, dsp_block, dsc_progress);
         if (inl_consumed >= 0)
             continue;
         TRACE_LINE(im_level_error, "%s#%s(): Error while decoding audio frame. error=%d", inl_consumed);
+        dsc_progress = c_decoder_progress(in_most_frames);
         if (!is_mpeg_audio())
             return ie_audio_decoding_error;
         if (!find_next_header(*dsp_packet, dsp_block))
             return ie_audio_done;
-        dsl_progress = {};
     }
     return ie_audio_done;
 }
@@ -126,8 +135,8 @@ int c_audiocodec::call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_bloc
 bool c_audiocodec::find_next_header(c_avpacket &dsp_packet, const dsd_block &dsp_block)
 {
     TRACE_SCOPE("decode", 3);
-    if (!dsp_block.bc_last && (dsp_packet.size() < 1 || (starts_with_mpeg_audio_header(bytes_of(dsp_packet)) &&
-                                                         dsp_packet.size() <= in_most_pending))) {
+    if (!dsp_block.bc_whole && (dsp_packet.size() < 1 || (starts_with_mpeg_audio_header(bytes_of(dsp_packet)) &&
+                                                          dsp_packet.size() <= in_most_pending))) {
         keep_pending(dsp_packet);
         return false;
     }
@@ -149,21 +158,27 @@ void c_audiocodec::keep_pending(const c_avpacket &dsp_packet)
     dsc_pending_packet = std::move(dsl_pending);
 }
 
-int32_t c_audiocodec::drain(dsd_out_params &dsp_out, uint32_t ump_outlen)
+int32_t c_audiocodec::drain(dsd_out_params &dsp_out, int32_t imp_flags, uint32_t ump_outlen)
 {
     TRACE_FUNCTION(3);
-    const dsd_block dsl_block{dsp_out, 0, ump_outlen, true};
+    const dsd_block dsl_block{dsp_out, 0, ump_outlen, true, (imp_flags & im_flag_whole_packet) != 0};
     int32_t iml_result = ie_audio_done;
     if (dsc_pending_packet != nullptr)
-        iml_result = decode_frames(std::move(dsc_pending_packet), dsl_block);
+        iml_result = decode_frames(std::move(dsc_pending_packet), {dsp_out, 0, ump_outlen, true, false});
     if (!is_open() || (dsc_codec.codec()->capabilities & CODEC_CAP_DELAY) == 0)
         return iml_result;
+    // Some decoders answer the first empty packet with nothing, and only the next ones with what they hold back. The
+    // second answer of that kind is the end: behind it they would decode padding.
+    constexpr int inl_idle_limit = 2;
     c_avpacket dsl_nothing;
-    for (c_decoder_progress dsl_progress;;) {
+    while (inc_idle_drains < inl_idle_limit && !is_room_filled(dsl_block)) {
         const size_t ull_before = dsc_output_queue.size();
-        if (call_decoder(dsl_nothing, dsl_block, dsl_progress) < 0 || dsc_output_queue.size() == ull_before)
-            return iml_result;
+        if (call_decoder(dsl_nothing, dsl_block, dsc_progress) < 0)
+            inc_idle_drains = inl_idle_limit;
+        else if (dsc_output_queue.size() == ull_before)
+            ++inc_idle_drains;
     }
+    return iml_result;
 }
 
 void c_audiocodec::queue_samples(c_avframe &dsp_frame)

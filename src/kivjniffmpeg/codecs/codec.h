@@ -16,23 +16,28 @@ class ca_ffmpeg_buffer;
 
 /** Flag of a processing call without data: the stream ends, and the codec is drained. */
 inline constexpr int32_t im_flag_drain = natives::ProcessFlags::DRAIN;
+/** Flag of a processing call of a decoder of sound: the data is a whole packet. */
+inline constexpr int32_t im_flag_whole_packet = natives::ProcessFlags::WHOLE_PACKET;
 
 /** Detects a decoder that makes no progress. */
 class c_decoder_progress
 {
 public:
+    /** @param inp_unconsumed_limit results in a row for which nothing need be consumed */
+    explicit c_decoder_progress(int inp_unconsumed_limit = 256) noexcept : inc_unconsumed_limit(inp_unconsumed_limit) {}
+
     /** Counts one more call. @return whether the packet has to be dropped */
     bool is_stuck(int inp_consumed, bool bp_got_something) noexcept
     {
         inc_idle = inp_consumed > 0 || bp_got_something ? 0 : inc_idle + 1;
         inc_unconsumed = inp_consumed > 0 ? 0 : inc_unconsumed + 1;
-        return inc_idle > in_idle_limit || inc_unconsumed > in_unconsumed_limit;
+        return inc_idle > in_idle_limit || inc_unconsumed > inc_unconsumed_limit;
     }
 
 private:
-    static constexpr int in_idle_limit = 32;        // calls in a row that neither consume nor return anything
-    static constexpr int in_unconsumed_limit = 256; // results in a row for which nothing is consumed
+    static constexpr int in_idle_limit = 32; // calls in a row that neither consume nor return anything
 
+    int inc_unconsumed_limit;
     int inc_idle = 0;
     int inc_unconsumed = 0;
 };

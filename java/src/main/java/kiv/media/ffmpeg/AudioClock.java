@@ -1,6 +1,8 @@
 package kiv.media.ffmpeg;
 
 import java.math.BigInteger;
+import java.util.ArrayDeque;
+import java.util.Deque;
 
 /** Computes when decoded sound starts: at its packet's time, plus the frames that were delivered since that time. */
 final class AudioClock {
@@ -11,18 +13,26 @@ final class AudioClock {
     private final Rational timeBase;
     private final int sampleRate;
     private final long start;
+    private final boolean holdsBack;
     private long anchor;
     private long frames;
+    /** Times of packets whose sound has not begun, the oldest first. */
+    private final Deque<Long> waiting = new ArrayDeque<>();
+    /** The most packets in a row that were answered with nothing. The sound is that many packets late. */
+    private int late;
+    private int silent;
 
     /**
      * @param timeBase the unit of the packets' times
      * @param sampleRate samples per second and channel
      * @param start when the sound starts if its packets have no time; may be {@link Packet#NO_TIME}
+     * @param holdsBack whether the decoder may deliver the sound of a packet with a later one
      */
-    AudioClock(Rational timeBase, int sampleRate, long start) {
+    AudioClock(Rational timeBase, int sampleRate, long start, boolean holdsBack) {
         this.timeBase = timeBase;
         this.sampleRate = sampleRate;
         this.start = start;
+        this.holdsBack = holdsBack;
         reset();
     }
 
@@ -32,14 +42,35 @@ final class AudioClock {
 
     /** Starts a packet. A packet without a time continues the one before it. */
     void at(long packetTime) {
-        if (packetTime != Packet.NO_TIME) {
-            anchor = packetTime;
-            frames = 0;
+        waiting.add(packetTime);
+        begin(late);
+    }
+
+    /** Reports that the packet was answered with nothing. */
+    void silent() {
+        silent++;
+        late = holdsBack ? Math.max(late, silent) : 0;
+    }
+
+    /** Starts the sound that the decoder still holds. */
+    void end() {
+        begin(Math.max(0, late - 1));
+    }
+
+    /** Starts the sound of all waiting packets but the last ones. */
+    private void begin(int last) {
+        while (waiting.size() > last) {
+            long time = waiting.remove();
+            if (time != Packet.NO_TIME) {
+                anchor = time;
+                frames = 0;
+            }
         }
     }
 
     /** Counts delivered frames. */
     void advance(int delivered) {
+        silent = 0;
         frames += delivered;
     }
 
@@ -58,5 +89,8 @@ final class AudioClock {
     void reset() {
         anchor = start;
         frames = 0;
+        waiting.clear();
+        late = 0;
+        silent = 0;
     }
 }

@@ -10,6 +10,7 @@ import java.util.Objects;
 import java.util.stream.Stream;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * Decodes the packets of one audio stream into PCM of 16 bits, with the stream's channels and sample rate.
@@ -40,10 +41,11 @@ public final class AudioDecoder implements AutoCloseable {
 
     private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
-        this.codec = new NativeAudioCodec(isMpeg(format));
+        this.codec = new NativeAudioCodec();
         this.format = format;
         this.bitRate = bitRate;
-        this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME);
+        boolean holdsBack = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
+        this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack);
         this.filter = new PacketFilter(stream);
     }
 
@@ -281,7 +283,10 @@ public final class AudioDecoder implements AutoCloseable {
 
     private void end(long address) {
         DecodeException.translate(() -> {
-            take(codec.drain(address));
+            clock.end();
+            while (take(codec.drain(address)) > 0) {
+                continue;
+            }
             restart(address);
         });
     }
@@ -311,16 +316,18 @@ public final class AudioDecoder implements AutoCloseable {
 
     /** Decodes all bytes. Returns whether a part of them could not be decoded. */
     private boolean isDamaged(long address, byte[] bytes) {
-        NativeAudioCodec.Result result = codec.process(address, bytes, bytes.length);
-        boolean silent = take(result) == 0;
-        boolean failed = result.failed();
-        if (result.rest() > 0 && !failed) {
-            // Otherwise the last few bytes, or the start of a frame, would wait for the next packet.
-            NativeAudioCodec.Result rest = codec.drain(address);
-            silent &= take(rest) == 0;
-            failed = rest.failed();
+        boolean silent = true;
+        NativeAudioCodec.Result result;
+        int offset = 0;
+        do {
+            result = codec.process(address, bytes, offset, bytes.length - offset);
+            silent &= take(result) == 0;
+            offset = bytes.length - result.rest();
+        } while (result.rest() > 0 && !result.failed());
+        if (silent && !result.failed()) {
+            clock.silent();
         }
-        return failed || silent && isMpeg(format) && beginsFrame(bytes);
+        return result.failed() || silent && isMpeg(format) && beginsFrame(bytes);
     }
 
     private static long timeOf(Packet packet) {

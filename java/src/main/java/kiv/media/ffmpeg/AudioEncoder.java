@@ -43,7 +43,7 @@ public final class AudioEncoder implements AutoCloseable {
     private static final int[] DTS_ORDER = {2, 0, 1, 4, 5, 3};
 
     private final NativeHandle handle;
-    private final NativeAudioCodec nativeCodec = new NativeAudioCodec(false);
+    private final NativeAudioCodec nativeCodec = new NativeAudioCodec();
     private final AudioCodec codec;
     private final WaveFormat format;
     private final int bitRate;
@@ -300,9 +300,7 @@ public final class AudioEncoder implements AutoCloseable {
         }
         byte[] bytes;
         try {
-            NativeAudioCodec.Result result = nativeCodec.process(address, frame, length);
-            // The native codec for PCM is a decoder, which keeps the last few bytes. Encoders consume whole frames.
-            bytes = result.rest() > 0 && codec == AudioCodec.PCM ? nativeCodec.drain(address).bytes() : result.bytes();
+            bytes = nativeCodec.process(address, frame, 0, length).bytes();
         } catch (RuntimeException | Error e) {
             // The lost frames still take their time, so that the next packet keeps its own.
             packed += length / bytesOfFrame();

@@ -12,8 +12,6 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  */
 final class NativeAudioCodec {
 
-    /** The largest rest of input that a codec keeps without an error. */
-    private static final int INCOMPLETE = 31;
     /** One second of stereo. Larger output makes the array grow. */
     private static final int FIRST_ROOM = 192 * 1024;
     private static final byte[] NOTHING = {};
@@ -28,15 +26,9 @@ final class NativeAudioCodec {
     record Result(byte[] bytes, boolean failed, int rest) {
     }
 
-    private final boolean keepsLargeRests;
     private byte[] room = new byte[FIRST_ROOM];
     /** The last call ended with an exception, so output may wait in the queue. */
     private boolean unsure;
-
-    /** @param keepsLargeRests whether the codec keeps incomplete frames, as that of MPEG audio does */
-    NativeAudioCodec(boolean keepsLargeRests) {
-        this.keepsLargeRests = keepsLargeRests;
-    }
 
     /**
      * Reopens a codec. An open codec accepts no options, and a reset does not restore the state of every decoder.
@@ -57,34 +49,33 @@ final class NativeAudioCodec {
         return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
     }
 
-    /** Processes the first {@code length} bytes of an array and returns the output that is ready. */
-    Result process(long address, byte[] in, int length) {
-        return call(address, in, length, 0);
+    /**
+     * Processes bytes of an array and returns the output that is ready. A decoder that has filled the room leaves the
+     * rest of a packet to the next call.
+     */
+    Result process(long address, byte[] in, int offset, int length) {
+        return call(address, in, offset, length, ProcessFlags.WHOLE_PACKET);
     }
 
-    /** Ends a decoder's stream and returns the output that it held back. */
+    /** Ends a decoder's stream and returns output that it held back. Nothing is left when there is no output. */
     Result drain(long address) {
-        return call(address, null, 0, ProcessFlags.DRAIN);
+        return call(address, null, 0, 0, ProcessFlags.DRAIN | ProcessFlags.WHOLE_PACKET);
     }
 
-    private Result call(long address, byte[] in, int length, int flags) {
+    private Result call(long address, byte[] in, int offset, int length, int flags) {
         byte[] before = unsure ? fetch(address) : NOTHING;
         unsure = true;
         int[] params = new int[AudioParams.SIZE];
+        params[AudioParams.OFFSET] = offset;
         params[AudioParams.LENGTH] = length;
         params[AudioParams.FLAGS] = flags;
         params[AudioParams.OUT_LENGTH] = room.length;
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, in, room, params);
         int rest = params[AudioParams.LENGTH];
+        // Output that fills the room ends a call, so there is no error behind it.
         boolean failed = (result & AudioStatus.DECODING_ERROR) != 0;
-        byte[] bytes;
-        if ((result & AudioStatus.OUTPUT_TOO_SMALL) != 0) {
-            // This result hides a decoding error, but the rest of the input reveals it.
-            failed = rest > INCOMPLETE && !keepsLargeRests;
-            bytes = fetch(address);
-        } else {
-            bytes = takeOut(result, params[AudioParams.OUT_LENGTH]);
-        }
+        byte[] bytes = (result & AudioStatus.OUTPUT_TOO_SMALL) != 0 ? fetch(address)
+                : takeOut(result, params[AudioParams.OUT_LENGTH]);
         unsure = false;
         return new Result(join(before, bytes), failed, rest);
     }

@@ -186,7 +186,8 @@ public class c_multimediaapi_ffmpeg {
     /**
      * Decodes or encodes a block and delivers all output that is ready. While output of an earlier call waits, the
      * codec reads no input. A decoder keeps input that it cannot decode yet, even if {@code params} reports it as not
-     * consumed: do not repeat it. An encoder needs the input that it did not consume again.
+     * consumed: do not repeat it. An encoder needs the input that it did not consume again, and so does a decoder with
+     * {@link ProcessFlags#WHOLE_PACKET}.
      *
      * @param codec a codec's handle
      * @param in the compressed bytes or the PCM; null with a length of 0

@@ -13,6 +13,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Random;
+import java.util.stream.LongStream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
@@ -158,6 +159,26 @@ class AudioDecoderTest {
                     .hasMessageContaining("at most 16777216");
             assertThat(bytes.position()).isZero();
             assertThat(decoder.decode(bytes.limit(16 << 20))).singleElement().extracting(AudioBlock::frames).isEqualTo(16 << 20);
+        }
+    }
+
+    /** The decoder holds each packet back until the next one, and answers the first empty one with nothing. */
+    @ParameterizedTest
+    @CsvSource({"24, 68", "3000, 3000"})
+    void whatADecoderHoldsBackComesInTheEndAndAtItsTime(int packetSize, int frames) {
+        byte[] header = Arrays.copyOf(new byte[] {16, 0, 4}, 18);
+        try (AudioDecoder decoder = AudioDecoder.open(WaveFormat.of(0x163, 1, 8000, 0, packetSize, 16, header))) {
+            List<AudioBlock> blocks = new ArrayList<>();
+            long time = 100_000;
+            for (byte[] packet : Sounds.losslessWma(packetSize, frames)) {
+                blocks.addAll(decoder.decode(Packet.of(packet, 0, time, Packet.NO_TIME, true)));
+                time += 100_000;
+            }
+            blocks.addAll(decoder.finish());
+            assertThat(blocks.stream().mapToInt(AudioBlock::frames).sum()).isEqualTo(512 * frames);
+            // A packet's sound may come in several blocks, of which the first has the packet's time.
+            assertThat(blocks.stream().map(AudioBlock::timestamp).filter(start -> start % 100_000 == 0).toList())
+                    .isEqualTo(LongStream.range(1, time / 100_000).map(i -> i * 100_000).boxed().toList());
         }
     }
 }

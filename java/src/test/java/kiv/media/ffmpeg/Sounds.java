@@ -1,5 +1,6 @@
 package kiv.media.ffmpeg;
 
+import java.math.BigInteger;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.ShortBuffer;
@@ -7,6 +8,7 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.TreeSet;
 import java.util.stream.Stream;
 
 /** Sound that tests encode, and how near to it what comes back is. */
@@ -72,6 +74,33 @@ public final class Sounds {
         ByteBuffer pcm = ByteBuffer.allocate(blocks.stream().mapToInt(block -> block.data().remaining()).sum());
         blocks.forEach(block -> pcm.put(block.data()));
         return pcm.array();
+    }
+
+    /** WMA Lossless: silent frames of 512 samples, one behind the other without regard to the packets' ends. */
+    static List<byte[]> losslessWma(int packetSize, int frames) {
+        int lengthBits = 35 - Integer.numberOfLeadingZeros(packetSize);
+        int room = packetSize * Byte.SIZE - 6 - lengthBits;
+        StringBuilder bits = new StringBuilder();
+        TreeSet<Integer> starts = new TreeSet<>();
+        for (int i = 0; i < frames; i++) {
+            starts.add(bits.length());
+            // The first one sets the decoder up. The last bit says whether another frame begins in the same packet.
+            bits.append(i == 0 ? "101" + "0".repeat(33) : "100000");
+            bits.append(i + 1 < frames && (bits.length() + 1) / room == starts.last() / room ? '1' : '0');
+        }
+        starts.add(bits.length());
+        List<byte[]> packets = new ArrayList<>();
+        for (int from = 0; from < bits.length(); from += room) {
+            int ofThePacketBefore = Math.min(room, starts.ceiling(from) - from);
+            String packet = binary(packets.size() % 16, 4) + "00" + binary(ofThePacketBefore, lengthBits)
+                    + bits.substring(from, Math.min(bits.length(), from + room));
+            packets.add(new BigInteger("1" + packet + "0".repeat(packetSize * Byte.SIZE - packet.length()), 2).toByteArray());
+        }
+        return packets.stream().map(packet -> Arrays.copyOfRange(packet, 1, packetSize + 1)).toList();
+    }
+
+    private static String binary(int value, int digits) {
+        return Integer.toBinaryString(1 << digits | value).substring(1);
     }
 
     /** What the {@code ffmpeg} program makes of a file: PCM of 16 bits. */

@@ -74,7 +74,7 @@ class TimesTest {
 
     @Test
     void timesCountOnFromTheLastPacketWithATimeAndAreRoundedDown() {
-        AudioClock clock = new AudioClock(new Rational(1, 1000), 44100, Packet.NO_TIME);
+        AudioClock clock = new AudioClock(new Rational(1, 1000), 44100, Packet.NO_TIME, false);
         clock.advance(7);
         assertThat(clock.time()).isEqualTo(Packet.NO_TIME);
         clock.at(-5);

@@ -40,6 +40,9 @@ public final class c_codecoptions_ffmpeg {
     /** Bits of a coded sample of an open audio codec; 0 when their size varies. */
     public static final String BITS_PER_CODED_SAMPLE = "bits_per_coded_sample";
 
+    /** 1 for a decoder of sound that may answer a packet late, or at the end of the stream only; otherwise 0. */
+    public static final String HOLDS_BACK = "holds_back";
+
     /** FFmpeg prints nothing on the standard error. */
     @Native public static final int LOG_QUIET = -8;
 
@@ -76,8 +79,8 @@ public final class c_codecoptions_ffmpeg {
      * Reports an option of an audio codec. What an encoder decides by itself is known while it is open.
      *
      * @param codec an audio codec's handle
-     * @param name the option: {@link #BIT_RATE}, {@link #BLOCK_ALIGN}, {@link #FRAME_SIZE}, {@link #INITIAL_PADDING} or
-     *     {@link #BITS_PER_CODED_SAMPLE}
+     * @param name the option: {@link #BIT_RATE}, {@link #BLOCK_ALIGN}, {@link #FRAME_SIZE}, {@link #INITIAL_PADDING},
+     *     {@link #BITS_PER_CODED_SAMPLE} or {@link #HOLDS_BACK}
      * @return the option's value
      * @throws RuntimeException when the option is unknown
      */
