@@ -25,7 +25,7 @@ maven() {
 # them changed. A directory's own time shows that a file in it is gone.
 build_java() {
     local stamp=$build/java.stamp
-    if [[ -e $stamp && -d $root/cli/target/lib ]] && compgen -G "$root/cli/target/kivjniffmpeg-cli-*.jar" >/dev/null &&
+    if [[ -e $stamp && -d $root/cli/target/app/lib ]] && compgen -G "$root/cli/target/app/bin/kivjniffmpeg-cli-*.jar" >/dev/null &&
         [[ -z $(find "$root"/{java,cli}/{src/main,pom.xml} "$root/pom.xml" "$build/libkivjniffmpeg.so" -newer "$stamp" \
             -print -quit) ]]; then
         return
@@ -33,7 +33,7 @@ build_java() {
     say "building the Java side"
     touch "$stamp.new"
     # What was built before is not taken for whole when this is interrupted, nor stays an earlier version's jar.
-    rm -rf "$stamp" "$root"/{java,cli}/target/kivjniffmpeg-*.jar "$root/cli/target/lib"
+    rm -rf "$stamp" "$root"/java/target/kivjniffmpeg-*.jar "$root/cli/target/app"
     maven java-package -q package -Dmaven.test.skip=true
     mv "$stamp.new" "$stamp"
 }

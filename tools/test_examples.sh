@@ -22,7 +22,10 @@ build_examples() {
     fi
     say "installing the artefacts and building the examples"
     rm -f "$stamp"
-    (cd "$root/java" && logged java-install mvn -B --no-transfer-progress -q install -DskipTests)
+    maven java-install install -DskipTests
+    sed -n 's/.* Installing .* to \(.*kivjniffmpeg-cli-[^ ]*\.jar\)$/\1/p' "$logs/java-install.log" >"$build/installed-cli"
+    grep -q 'legal-copy.*Apache License 2.0' "$root/java/target/reports/apidocs/kiv.media.ffmpeg/module-summary.html" ||
+        die "the Javadoc's foot does not name the licence"
     (cd "$examples" && logged examples-package mvn -B --no-transfer-progress -q clean package)
     touch "$stamp"
 }
@@ -54,6 +57,9 @@ run_examples() {
     # 255 pictures and 10.2 seconds of sound.
     on_module_path FilmToY4m "$media/balle-jbart.mp4" "$work/film.y4m" 320 256
     on_class_path SoundToMp3 "$media/balle-jbart.mp4" "$work/sound.mp3"
+    # The command line as Maven installs it, with its libraries elsewhere in the repository.
+    java "-Dkiv.media.ffmpeg.cache=$work/cache" -jar "$(<"$build/installed-cli")" \
+        encode -q --format alaw "$work/sound.mp3" "$work/sound.al" >>"$work/said" 2>&1
 }
 say "running the examples"
 run_examples || { cat "$work/said" >&2; die "an example failed"; }
@@ -69,6 +75,7 @@ expect "film.y4m" "$header" "$(head -n 1 "$work/film.y4m")"
 expect "bytes of film.y4m" $((${#header} + 1 + 255 * (6 + 320 * 256 * 3 / 2))) "$(stat -c %s "$work/film.y4m")"
 # A frame of MPEG audio begins with eleven set bits; at 128 kbit/s a second takes 16000 bytes.
 expect "sound.mp3" ff "$(od -An -tx1 -N1 "$work/sound.mp3" | tr -d ' ')"
+[[ -s $work/sound.al ]] || die "examples: the installed command line encoded nothing"
 expect "seconds of sound.mp3" 10 $(($(stat -c %s "$work/sound.mp3") / 16000))
 for cache in cache module-cache; do
     expect "unpacked libraries in $cache" 6 "$(find "$work/$cache" -name 'lib*.so*' | wc -l)"
