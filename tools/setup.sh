@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs what the build needs and the machine lacks, from Debian's own packages.
 #
-#   tools/setup.sh [run|test|tidy]
+#   tools/setup.sh [run|show|test|tidy]
 #
 # run   what ./run needs: compiler, CMake, Ninja, JDK, Maven
+# show  the same and pip, which brings the film that ./run decodes when it is given none
 # test  the same and what ./test needs: GoogleTest, clang-format, pip, the ffmpeg program (it only makes test streams),
 #       Chromium to look at the command line's page
 # tidy  the same as run and clang-tidy
@@ -38,6 +39,7 @@ need openjdk-17-jdk-headless javac java
 need maven mvn
 case $purpose in
 run) ;;
+show) need python3-pip pip3 ;;
 test)
     need libgtest-dev /usr/include/gtest/gtest.h
     need libgmock-dev /usr/include/gmock/gmock.h
@@ -47,7 +49,7 @@ test)
     need chromium chromium
     ;;
 tidy) need clang-tidy clang-tidy ;;
-*) die "setup: unknown purpose '$purpose' (run, test or tidy)" ;;
+*) die "setup: unknown purpose '$purpose' (run, show, test or tidy)" ;;
 esac
 
 ((${#missing[@]})) || exit 0
