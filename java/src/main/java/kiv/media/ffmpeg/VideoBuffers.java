@@ -6,8 +6,8 @@ import kiv.media.ffmpeg.natives.PictureLayout;
 
 /**
  * Provides the arrays into which a video decoder writes its pictures, for users of {@link c_multimediaapi_ffmpeg}. The
- * library calls the object passed to {@code n_create_vcodec_to_raw} if it implements this interface. It calls on the
- * thread that is inside a native of the codec. The methods must not call the codec.
+ * library calls the object passed to the newest {@code n_create_vcodec_to_raw} if it implements this interface, on the
+ * thread that is inside a native of a codec. The methods must not call the codec.
  *
  * <pre>{@code
  * VideoBuffers buffers = new VideoBuffers() {

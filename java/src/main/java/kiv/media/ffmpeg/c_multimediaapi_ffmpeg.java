@@ -62,9 +62,11 @@ public class c_multimediaapi_ffmpeg {
      * @param format the compressed video, laid out as {@link VideoFormatLayout}
      * @param extradata the codec's private data, of at least the length that {@code format} says, or null
      * @param models the acceptable picture formats in order of preference, each an {@code int[]} laid out as
-     *     {@link ColorModelLayout}, at least one of which the library has. Null stands for one model without a pixel
-     *     format, into which no picture can be converted: it is for {@link c_codecoptions_ffmpeg#NATIVE_FORMAT}
-     * @param codec the object that the allocation callbacks receive; the codec keeps it until it is deleted
+     *     {@link ColorModelLayout}, at least one of which the library has; null elements are left out. Null instead of
+     *     the array stands for one model without a pixel format, into which no picture can be converted: it is for
+     *     {@link c_codecoptions_ffmpeg#NATIVE_FORMAT}
+     * @param codec the object that the allocation callbacks receive from now on. The context keeps it until it gets
+     *     another codec or this one is deleted
      * @return the codec's handle, never 0
      */
     public static native long n_create_vcodec_to_raw(long context, String subtype, int[] format, byte[] extradata,
