@@ -6,7 +6,7 @@
 . "$root/tools/build.sh"
 
 api=kiv.media.ffmpeg
-classes=${1:-"$api.AudioClock,$api.FourCharacterCode,$api.MediaSubtypes,$api.PacketFilter,$api.PacketTimes,$api.Plane,"$(
+classes=${1:-"$api.AudioClock,$api.FourCharacterCode,$api.MediaSubtypes,$api.PacketFilter,$api.PacketTimes,$api.PictureClock,$api.Plane,"$(
 )"$api.PictureMemory*,$api.Rational,$api.WaveFormat*,$api.headers.*,$api.io.*,$api.javasound.SpoolChannel,"$(
 )"$api.loading.ResourceCache*,$api.loading.TrustedDirectory"}
 tests=${2:-"$api.AudioDecoderTest,$api.FormatTablesTest,$api.MediaSubtypesTest,$api.PictureTest,$api.TimesTest,"$(

@@ -103,12 +103,20 @@ public final class Picture implements AutoCloseable {
         return format;
     }
 
-    /** {@return its presentation time in units of the stream's time base, or {@link Packet#NO_TIME} when unknown} */
+    /**
+     * Returns when it is shown. Where the container states no time, that is when the picture before it ends; a stream
+     * without any times begins at 0.
+     *
+     * @return the time in units of the stream's time base, or {@link Packet#NO_TIME} when unknown
+     */
     public long timestamp() {
         return details.times.timestamp();
     }
 
-    /** {@return the duration of its packet in units of the stream's time base; 0 when unknown} */
+    /**
+     * {@return how long it is shown, in units of the stream's time base: what its packet states, or what the stream's frame
+     * rate suggests; 0 when neither is known}
+     */
     public long duration() {
         return details.times.duration();
     }

@@ -40,6 +40,7 @@ public final class VideoDecoder implements AutoCloseable {
     private final VideoFormat format;
     private final PacketFilter filter;
     private final PacketTimes times = new PacketTimes();
+    private final PictureClock clock;
     private final Deque<Picture> finished = new ArrayDeque<>();
 
     private VideoDecoder(long address, PictureMemoryPool pool, VideoFormat format, MediaStream stream) {
@@ -51,6 +52,7 @@ public final class VideoDecoder implements AutoCloseable {
         this.pool = pool;
         this.format = format;
         this.filter = new PacketFilter(stream);
+        this.clock = new PictureClock(stream == null ? new Rational(0, 0) : stream.frameRate(), format.timeBase());
     }
 
     /**
@@ -187,7 +189,7 @@ public final class VideoDecoder implements AutoCloseable {
 
     /**
      * Drops the data and the pictures that the decoder holds. Call it after a seek, before the first packet from the
-     * new position.
+     * new position. In a stream without times, the pictures from there on have none.
      *
      * @throws MediaStateException when the decoder is closed or in use
      */
@@ -195,6 +197,7 @@ public final class VideoDecoder implements AutoCloseable {
         call(address -> {
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
             times.forget();
+            clock.forget();
             finished.forEach(Picture::close);
             finished.clear();
             return null;
@@ -237,6 +240,7 @@ public final class VideoDecoder implements AutoCloseable {
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
         });
         times.forget();
+        clock.begin();
     }
 
     private void process(long address, Packet packet) {
@@ -290,7 +294,7 @@ public final class VideoDecoder implements AutoCloseable {
         long key = params[VideoParams.PICTURE_TIME_LOW] & 0xFFFFFFFFL
                 | (long) params[VideoParams.PICTURE_TIME_HIGH] << 32;
         int interlaced = params[VideoParams.INTERLACED];
-        return new Picture.Details(times.of(key, packet), format.timeBase(), params[VideoParams.KEY_PICTURE] != 0,
+        return new Picture.Details(clock.complete(times.of(key, packet)), format.timeBase(), params[VideoParams.KEY_PICTURE] != 0,
                 interlaced != Interlacing.PROGRESSIVE, interlaced == Interlacing.TOP_FIELD_FIRST,
                 params[VideoParams.COLOR_RANGE] == ColorRange.FULL,
                 new Rational(params[VideoParams.PIXEL_WIDTH], params[VideoParams.PIXEL_HEIGHT]),

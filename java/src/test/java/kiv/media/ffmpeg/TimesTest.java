@@ -73,6 +73,25 @@ class TimesTest {
     }
 
     @Test
+    void picturesWithoutTimesFollowEachOther() {
+        long none = Packet.NO_TIME;
+        long[][] rows = {{none, 0, 0, 42}, {none, 0, 42, 42}, {100, 30, 100, 30}, {none, 0, 130, 42},
+            {Long.MAX_VALUE, 0, Long.MAX_VALUE, 42}, {none, 0, none, 42}};
+        PictureClock clock = new PictureClock(new Rational(24_000, 1001), new Rational(1, 1000));
+        for (int stream = 0; stream < 2; stream++) {
+            for (long[] row : rows) {
+                assertThat(clock.complete(new PacketTimes.Times(row[0], row[1]))).isEqualTo(new PacketTimes.Times(row[2], row[3]));
+            }
+            clock.begin();
+        }
+        clock.forget();
+        assertThat(clock.complete(new PacketTimes.Times(none, 0)).timestamp()).isEqualTo(none);
+        PictureClock rateless = new PictureClock(new Rational(0, 0), new Rational(1, 1000));
+        rateless.complete(new PacketTimes.Times(7, 0));
+        assertThat(rateless.complete(new PacketTimes.Times(none, 0))).isEqualTo(new PacketTimes.Times(8, 0));
+    }
+
+    @Test
     void timesCountOnFromTheLastPacketWithATimeAndAreRoundedDown() {
         AudioClock clock = new AudioClock(new Rational(1, 1000), 44100, Packet.NO_TIME, false);
         clock.advance(7);

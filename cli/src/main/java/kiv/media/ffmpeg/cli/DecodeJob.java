@@ -31,7 +31,6 @@ final class DecodeJob {
 
     private Duration start = Duration.ZERO;
     private MediaStream video;
-    private PictureClock clock;
     /** Pictures of the part so far. */
     private long decoded;
     private long written;
@@ -57,7 +56,6 @@ final class DecodeJob {
             SoundWriter sound, Progress progress) throws IOException {
         start = TimeRange.beginning(reader);
         video = pictureStream;
-        clock = video == null ? null : new PictureClock(video.frameRate(), video.timeBase());
         picturesDone = video == null;
         PacketSource packets = new PacketSource(reader, warnings);
         for (Packet packet; !isDone(sound) && (packet = packets.next()) != null;) {
@@ -122,8 +120,7 @@ final class DecodeJob {
     private void takePictures(List<Picture> ready, PictureOutput pictures, SoundWriter sound, Progress progress)
             throws IOException {
         for (Picture picture : ready) {
-            clock.next(picture.timestamp(), picture.duration());
-            Duration time = video.time(clock.timestamp()).orElse(Duration.ZERO).minus(start);
+            Duration time = picture.time().orElse(Duration.ZERO).minus(start);
             picturesDone |= range.endsBefore(time);
             if (picturesDone || !range.beginsBefore(time)) {
                 picture.close();
@@ -140,7 +137,7 @@ final class DecodeJob {
             progress.at(decoded);
             picturesDone |= limitIsReached();
             if (limit != null && sound != null) {
-                writeSoundUntil(video.time(clock.timestamp() + clock.duration()).orElse(time), sound);
+                writeSoundUntil(video.time(picture.timestamp() + picture.duration()).orElse(time), sound);
             }
         }
     }

@@ -120,20 +120,19 @@ final class FramesMd5Command implements Callable<Integer> {
 
     private void pictures(MediaReader reader, MediaStream stream) throws IOException {
         try (VideoDecoder decoder = input.openVideoDecoder(stream)) {
-            PictureClock clock = new PictureClock(stream.frameRate(), stream.timeBase());
             PacketSource packets = new PacketSource(reader, this::warn);
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
                 try {
-                    print(decoder.decode(packet), stream, clock);
+                    print(decoder.decode(packet), stream);
                 } catch (DecodeException e) {
                     damaged++;
                 }
             }
-            print(decoder.finish(), stream, clock);
+            print(decoder.finish(), stream);
         }
     }
 
-    private void print(List<Picture> pictures, MediaStream stream, PictureClock clock) throws IOException {
+    private void print(List<Picture> pictures, MediaStream stream) throws IOException {
         for (Picture picture : pictures) {
             try (picture) {
                 if (lines == 0) {
@@ -144,8 +143,7 @@ final class FramesMd5Command implements Callable<Integer> {
                     out.println("#sar 0: " + (shape.isKnown() ? shape : "0/1"));
                     columns();
                 }
-                clock.next(picture.timestamp(), picture.duration());
-                line(clock.timestamp(), clock.duration(), picture.toBytes());
+                line(picture.timestamp(), Math.max(1, picture.duration()), picture.toBytes());
             }
         }
     }

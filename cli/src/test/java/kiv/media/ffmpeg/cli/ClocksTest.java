@@ -7,7 +7,7 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
 import org.junit.jupiter.api.Test;
 
-/** Times of pictures and samples, and lengths, by numbers alone. */
+/** Times of samples, and lengths, by numbers alone. */
 class ClocksTest {
 
     @Test
@@ -27,16 +27,6 @@ class ClocksTest {
         SampleClock clock = new SampleClock(new Rational(1, unitsPerSecond), 44_100);
         return IntStream.range(0, timesAndLengths.length / 2)
                 .mapToLong(i -> clock.next(timesAndLengths[2 * i], (int) timesAndLengths[2 * i + 1])).toArray();
-    }
-
-    @Test
-    void picturesWithoutTimesFollowEachOther() {
-        PictureClock clock = new PictureClock(new Rational(24_000, 1001), new Rational(1, 1000));
-        for (long[] row : new long[][] {{Packet.NO_TIME, 0, 0, 42}, {Packet.NO_TIME, 0, 42, 42}, {100, 30, 100, 30},
-            {Packet.NO_TIME, 0, 130, 42}}) {
-            clock.next(row[0], row[1]);
-            assertThat(new long[] {clock.timestamp(), clock.duration()}).containsExactly(row[2], row[3]);
-        }
     }
 
     @Test
