@@ -3,7 +3,6 @@
 #include "support/fake_jnienv.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <thread>
 

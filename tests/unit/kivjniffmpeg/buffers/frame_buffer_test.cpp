@@ -4,7 +4,6 @@
 #include "kivjniffmpeg/buffers/native_buffer.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <new>
 

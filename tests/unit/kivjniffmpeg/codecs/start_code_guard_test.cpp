@@ -1,7 +1,6 @@
 #include "kivjniffmpeg/codecs/start_code_guard.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using testing::Each;
 using testing::ElementsAre;

@@ -3,7 +3,6 @@
 #include "support/real_ffmpeg.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>

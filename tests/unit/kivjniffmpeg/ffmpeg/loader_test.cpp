@@ -5,7 +5,6 @@
 #include "jni/exceptions.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <cstdio>

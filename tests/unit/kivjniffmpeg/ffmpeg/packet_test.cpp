@@ -6,7 +6,6 @@
 #include "support/real_ffmpeg.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <climits>
 #include <cstring>
