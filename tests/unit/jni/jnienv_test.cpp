@@ -15,10 +15,7 @@
 #include <tuple>
 
 using namespace kiv::jni;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 namespace
 {
@@ -26,16 +23,6 @@ namespace
 class jni : public testing::Test
 {
 protected:
-    static std::string failure_of(const std::function<void()> &dsp_operation)
-    {
-        try {
-            dsp_operation();
-        } catch (const c_jniexception &dsl_exception) {
-            return dsl_exception.what();
-        }
-        return "";
-    }
-
     /** The modes of all releases of arrays since the last look. */
     std::string release_modes()
     {
@@ -107,13 +94,13 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         SCOPED_TRACE(strl_name);
         dsl_tested.insert(strl_name);
         dsc_env.strc_failing = strl_function;
-        EXPECT_EQ(failure_of(run), strl_name);
+        EXPECT_THAT(run, ThrowsMessage<c_jniexception>(strl_name));
         EXPECT_THAT(dsc_env.take_calls(), Contains(strl_function));
         EXPECT_NE(dsc_env.take_pending(), "") << "Java sees what the virtual machine raised";
         dsc_env.strc_failing.clear();
 
         dsc_env.throw_java("E", "earlier");
-        EXPECT_EQ(failure_of(run), strl_name) << "with an exception pending from before";
+        EXPECT_THAT(run, ThrowsMessage<c_jniexception>(strl_name)) << "with an exception pending from before";
         EXPECT_THAT(dsc_env.take_calls(), Not(Contains(strl_function)));
         EXPECT_EQ(dsc_env.take_pending(), "E: earlier");
     }
@@ -201,8 +188,8 @@ TEST_F(jni, string_characters_are_released_only_when_copied)
     }
     EXPECT_EQ(c_jstring(dsc_checked, nullptr).characters(), nullptr);
     dsc_env.strc_failing = "GetStringUTFChars";
-    EXPECT_EQ(failure_of([&] { const c_jstring dsl_string(dsc_checked, dsc_env.local<jstring>("String")); }),
-              "GetStringUTFChars");
+    EXPECT_THAT([&] { const c_jstring dsl_string(dsc_checked, dsc_env.local<jstring>("String")); },
+                ThrowsMessage<c_jniexception>("GetStringUTFChars"));
     dsc_env.take_pending();
 }
 

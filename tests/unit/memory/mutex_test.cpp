@@ -4,9 +4,6 @@
 
 #include <stdexcept>
 
-namespace
-{
-
 TEST(mutex, does_not_exist_before_it_is_made)
 {
     c_mutex dsl_mutex;
@@ -19,5 +16,3 @@ TEST(mutex, does_not_exist_before_it_is_made)
     dsl_mutex.destroy();
     EXPECT_THROW(const c_mutex_lock dsl_lock(dsl_mutex), std::runtime_error);
 }
-
-} // namespace

@@ -10,9 +10,6 @@
 #include <thread>
 #include <tuple>
 
-namespace
-{
-
 TEST(native_call, every_exception_becomes_its_java_exception)
 {
     c_ffmpeg::static_init();
@@ -63,5 +60,3 @@ TEST(native_call, registrations_nest_and_belong_to_their_thread)
     }
     EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr);
 }
-
-} // namespace
