@@ -10,12 +10,14 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.CopyOnWriteArrayList;
+import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.exactness.Track;
 import kiv.media.ffmpeg.natives.ArrayKind;
 import kiv.media.ffmpeg.natives.BufferRequest;
 import kiv.media.ffmpeg.natives.BufferSlots;
+import kiv.media.ffmpeg.natives.PictureLayout;
 import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.ProcessResult;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
@@ -47,12 +49,10 @@ class VideoEntryPointsTest {
 
     private void create(VideoFormat format, PictureFormat model, VideoBuffers buffers, String... options) {
         delete();
-        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), format.subtype(), format.toNative(),
-                format.extradata(), new Object[] {model.toColorModel()}, buffers);
-        c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
-        for (String option : options) {
-            c_codecoptions_ffmpeg.n_vcodec_set_option(codec, option, 1);
-        }
+        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), format.subtype(),
+                format.toNative(), format.extradata(), new Object[] {model.toColorModel()}, buffers);
+        Stream.concat(Stream.of(c_codecoptions_ffmpeg.WHOLE_PACKETS), Stream.of(options))
+                .forEach(option -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec, option, 1));
     }
 
     private int process(byte[] data, int length) {
@@ -169,21 +169,11 @@ class VideoEntryPointsTest {
     }
 
     /** Allocates direct memory or arrays, of some bytes too little. */
-    private static final class Memory implements VideoBuffers {
-        private final int missing;
-        private final boolean direct;
-        private ByteBuffer block;
-        private int lineSize;
-
-        Memory(int missing, boolean direct) {
-            this.missing = missing;
-            this.direct = direct;
-        }
-
+    private record Memory(int missing, boolean direct, List<ByteBuffer> blocks) implements VideoBuffers {
         @Override
         public boolean allocate(int[] layout, int[] request, Object[] slots) {
-            block = ByteBuffer.allocateDirect(request[BufferRequest.BYTES] - missing);
-            lineSize = layout[2];
+            ByteBuffer block = ByteBuffer.allocateDirect(request[BufferRequest.BYTES] - missing);
+            blocks.add(block.slice(layout[PictureLayout.LINE_SIZES] * (HEIGHT + 1) + WIDTH, Short.BYTES));
             slots[BufferSlots.MEMORY] = slots[BufferSlots.RESULT] = direct ? block : new byte[block.capacity()];
             return true;
         }
@@ -197,7 +187,7 @@ class VideoEntryPointsTest {
     @ParameterizedTest
     @CsvSource({"0, true, 4", "1, true, 8", "0, false, 4", "1, false, 8"})
     void memoryOfOneByteTooLittleIsRefused(int missing, boolean direct, int result) {
-        create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, new Memory(missing, direct),
+        create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, new Memory(missing, direct, new ArrayList<>()),
                 direct ? c_codecoptions_ffmpeg.DIRECT_BUFFERS : c_codecoptions_ffmpeg.WHOLE_PACKETS);
         assertThat(first()).isEqualTo(result);
     }
@@ -207,11 +197,11 @@ class VideoEntryPointsTest {
     @CsvSource({"h264_baseline_320x240.mp4, 0x8080", "h264_high10_320x240.mp4, 0x0202"})
     void memoryIsGreyBeforeAnythingIsDecoded(String clip, int grey) {
         Track track = Track.of(TestMedia.clip(clip));
-        Memory memory = new Memory(0, true);
+        Memory memory = new Memory(0, true, new ArrayList<>());
         create(VideoFormat.of(track.stream()), PictureFormat.I420, memory, c_codecoptions_ffmpeg.NATIVE_FORMAT);
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
         process(track, 0);
-        assertThat(memory.block.getShort(memory.lineSize * (HEIGHT + 1) + WIDTH) & 0xFFFF).isEqualTo(grey);
+        assertThat(memory.blocks.get(0).getShort() & 0xFFFF).isEqualTo(grey);
     }
 
     @Test
@@ -219,7 +209,7 @@ class VideoEntryPointsTest {
         Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4"));
         int[] pictures = new int[2];
         for (int run = 0; run < 2; run++) {
-            try (NativeDecoder decoder = new NativeDecoder(track, true, 0, null, PictureFormat.I420.toColorModel())) {
+            try (NativeDecoder decoder = new NativeDecoder(track, true, null, PictureFormat.I420.toColorModel())) {
                 for (int i = 0; i < 12; i++) {
                     int flags = i == 6 ? run * ProcessFlags.DISCONTINUITY : 0;
                     pictures[run] += decoder.process(track.packets().get(i % 6), flags, i).out() == null ? 0 : 1;
@@ -233,7 +223,7 @@ class VideoEntryPointsTest {
     @Test
     void whatFitsNoArrayGivesNoPicture() {
         for (int[][] models : new int[][][] {{PictureFormat.RGB8.toColorModel()}, null}) {
-            try (NativeDecoder decoder = new NativeDecoder(TRACK, true, 0, null, models)) {
+            try (NativeDecoder decoder = new NativeDecoder(TRACK, true, null, models)) {
                 assertThat(TRACK.packets()).allMatch(packet -> decoder.process(packet, 0, 0).code() == 2);
             }
         }

@@ -38,8 +38,7 @@ class ExactnessTest {
     @ParameterizedTest(name = "{0} as {1}, whole packets: {2}")
     @MethodSource("everyClipInEveryWay")
     void everyPictureIsThatOfFfmpeg(Clip clip, PictureModel model, boolean whole) {
-        int pictures = Comparison.run(clip, model, whole, 2 * model.ordinal() + (whole ? 0 : 1));
-        assertThat(pictures).isPositive();
+        assertThat(Comparison.run(clip, model, whole)).isPositive();
     }
 
     @Test
@@ -47,7 +46,7 @@ class ExactnessTest {
         Clip clip = TestMedia.clip("h264_b_320x240.mp4");
         for (LongUnaryOperator sent : List.<LongUnaryOperator>of(number -> 40 * (number ^ 3),
                 number -> 0x5_0000_0000L + number, number -> 0x5_8000_0000L + number)) {
-            try (NativeDecoder decoder = new NativeDecoder(Track.of(clip), true, 0, PictureModel.I420)) {
+            try (NativeDecoder decoder = new NativeDecoder(Track.of(clip), true, PictureModel.I420)) {
                 Comparison.run(decoder, clip, PictureModel.I420, true, sent);
             }
         }
@@ -58,7 +57,7 @@ class ExactnessTest {
     @CsvSource({"I420, RGB32 YV12 I420", "RGB32, YV12 RGB32"})
     void theModelIsChosenByTheDecodersFormat(PictureModel chosen, String models) {
         Clip clip = TestMedia.clip("mpeg4_320x240.avi");
-        try (NativeDecoder decoder = new NativeDecoder(Track.of(clip), true, 0,
+        try (NativeDecoder decoder = new NativeDecoder(Track.of(clip), true,
                 Stream.of(models.split(" ")).map(PictureModel::valueOf).toArray(PictureModel[]::new))) {
             Comparison.run(decoder, clip, chosen);
         }
@@ -71,7 +70,7 @@ class ExactnessTest {
         Clip clip = TestMedia.clip(name);
         Track track = Track.of(clip);
         for (PictureModel model : PictureModel.values()) {
-            try (NativeDecoder decoder = new NativeDecoder(track, true, 0, model)) {
+            try (NativeDecoder decoder = new NativeDecoder(track, true, model)) {
                 boolean direct = model.isPlanar() && !clip.codec().equals("cinepak");
                 for (int i = 0; i < 5; i++) {
                     Result result = decoder.process(track.packets().get(i), 0, 0);
@@ -79,7 +78,6 @@ class ExactnessTest {
                     // The decoder gets no memory, or the picture cannot be converted.
                     assertThat(i > 0 || result.code() == (direct ? 8 : 2)).isTrue();
                 }
-                assertThat(decoder.allocated()).isZero();
             }
         }
     }
@@ -98,7 +96,7 @@ class ExactnessTest {
         List<String> whole = new ArrayList<>();
         for (int size : new int[] {bytes.length, 1, 2, 3, 7, 64, 1000}) {
             List<String> pictures = new ArrayList<>();
-            try (NativeDecoder decoder = new NativeDecoder(track, false, 0, PictureModel.I420)) {
+            try (NativeDecoder decoder = new NativeDecoder(track, false, PictureModel.I420)) {
                 for (int at = 0; at < bytes.length; at += size) {
                     byte[] piece = Arrays.copyOfRange(bytes, at, Math.min(bytes.length, at + size));
                     for (Result result = decoder.process(piece, 0, 0); result.out() != null;
