@@ -1,23 +1,27 @@
 package kiv.media.ffmpeg;
 
 import static kiv.media.ffmpeg.Chunks.chunk;
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import java.io.IOException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Arrays;
+import java.util.HexFormat;
 import java.util.List;
 import java.util.Map;
-import java.util.TreeSet;
 import java.util.concurrent.CopyOnWriteArrayList;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
+import java.util.stream.IntStream;
 import kiv.media.ffmpeg.natives.AudioFormatLayout;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
-/** Every row of the tables, of which native code has its own: what the container's codec is, and the decoder. */
+/** Headers of sound, and every row of the tables, of which native code has its own: the codec and its decoder. */
 class FormatTablesTest {
 
     private static final int MPEG1 = 1;
@@ -39,13 +43,8 @@ class FormatTablesTest {
             int codec = own.containsKey(tag) ? own.get(tag) : codecOfWave(tag);
             assertThat(WaveFormatTags.find(codec, tag)).as("0x%04x, codec %d", tag, codec).hasValue(tag);
         }
-        TreeSet<Integer> known = new TreeSet<>();
-        for (int tag = 0; tag <= 0xFFFF; tag++) {
-            if (isKnown(tag)) {
-                known.add(tag);
-            }
-        }
-        assertThat(known).containsExactlyElementsOf(WaveFormatTags.all());
+        assertThat(IntStream.rangeClosed(0, 0xFFFF).filter(FormatTablesTest::isKnown).boxed().toList())
+                .isEqualTo(WaveFormatTags.all());
     }
 
     /** What FFmpeg's reader says of a file with the tag. */
@@ -114,5 +113,72 @@ class FormatTablesTest {
                 lines.stream().filter(line -> line.contains(" dsc_codecid=")).findFirst().orElseThrow());
         assertThat(number.matches()).isTrue();
         return Integer.parseInt(number.group(1));
+    }
+
+    private static String find(int codec, String code, String extradata) {
+        byte[] bytes = extradata.getBytes(StandardCharsets.ISO_8859_1);
+        return MediaSubtypes.find(codec, FourCharacterCode.of(code), bytes).orElse("none");
+    }
+
+    @Test
+    void streamsAreNamedByCodeWhereItFitsAndByCodecElsewhere() {
+        assertThat(find(13, "DX50", "")).isEqualTo("30355844-0000-0010-8000-00aa00389b71");
+        assertThat(find(13, "XVID", "")).isEqualTo("5634504d-0000-0010-8000-00aa00389b71");
+        assertThat(find(5, "s263", "")).isEqualTo("33363248-0000-0010-8000-00aa00389b71");
+        assertThat(find(46, "\1\0\0\0", "")).as("a number for a code").isEqualTo("00000001-0000-0010-8000-00aa00389b71");
+        // A code that belongs to another codec says nothing about this one.
+        assertThat(find(18, "WMV3", "")).isEqualTo("31564d57-0000-0010-8000-00aa00389b71");
+        assertThat(find(140, "VP80", "")).isEqualTo("none");
+        assertThat(MediaSubtypes.all()).hasSize(21).doesNotHaveDuplicates();
+        // H.264 goes by its extradata, whatever its code.
+        assertThat(find(28, "H264", "\1M\0\36")).isEqualTo(MediaSubtypes.H264_AVC1);
+        assertThat(find(28, "avc1", "\0\0\0\1g")).isEqualTo(MediaSubtypes.H264_ANNEX_B);
+        assertThat(find(28, "avc1", "")).isEqualTo(MediaSubtypes.H264_ANNEX_B);
+    }
+
+    @Test
+    void codesAreReadableWhereTheyCanBe() {
+        assertThat(FourCharacterCode.toText(0x31637661)).isEqualTo("avc1");
+        assertThat(FourCharacterCode.toText(0x55)).isEqualTo("0x00000055");
+        refused(IllegalArgumentException.class, "", () -> FourCharacterCode.of("abc"),
+                () -> FourCharacterCode.of("ab\u20acd"));
+    }
+
+    @Test
+    void headersAreWrittenAndRead() {
+        assertThat(WaveFormat.pcm16(48000, 2).toBytes())
+                .isEqualTo(HexFormat.of().parseHex("0100020080bb000000ee02000400100000" + "00"));
+        WaveFormat aac = WaveFormat.of(0xFF, 6, 96000, 40_000, 1, 0, new byte[] {0x10, 0x30});
+        assertThat(WaveFormat.parse(aac.toBytes())).isEqualTo(aac).hasSameHashCodeAs(aac)
+                .isNotEqualTo(WaveFormat.pcm16(96000, 6));
+        WaveFormat large = WaveFormat.of(0xFFFE, 64, 8000, 0, 65_535, 65_535, new byte[40_000]);
+        assertThat(WaveFormat.parse(large.toBytes())).isEqualTo(large);
+        byte[] pcm = WaveFormat.pcm16(8000, 1).toBytes();
+        assertThat(WaveFormat.parse(Arrays.copyOf(pcm, 16))).isEqualTo(WaveFormat.pcm16(8000, 1));
+        assertThat(WaveFormat.parse(Arrays.copyOf(pcm, 14)).bitsPerSample()).isZero();
+    }
+
+    @Test
+    void impossibleHeadersAreRefused() {
+        byte[] good = WaveFormat.of(0x55, 2, 44100, 16_000, 1, 0, new byte[12]).toBytes();
+        for (byte[] bad : List.of(new byte[0], new byte[13], new byte[18], Arrays.copyOf(good, 29))) {
+            refused(MediaFormatException.class, "", () -> WaveFormat.parse(bad));
+        }
+        for (int[] bad : new int[][] {{0, 1, 8000, 0, 0, 0, 0}, {1, 65, 8000, 0, 0, 0, 0}, {1, 1, 0, 0, 0, 0, 0},
+            {1, 1, 1_000_001, 0, 0, 0, 0}, {1, 1, 8000, -1, 0, 0, 0}, {1, 1, 8000, 0, 65_536, 0, 0},
+            {1, 1, 8000, 0, 0, -1, 0}, {1, 1, 8000, 0, 0, 0, 65_536}}) {
+            refused(IllegalArgumentException.class, "",
+                    () -> WaveFormat.of(bad[0], bad[1], bad[2], bad[3], bad[4], bad[5], new byte[bad[6]]));
+        }
+        refused(IllegalArgumentException.class, "", () -> WaveFormat.pcm16(8000, Integer.MAX_VALUE));
+    }
+
+    /** A tag that belongs to another codec says nothing about this one, nor does what MP4 calls AAC. */
+    @Test
+    void codecsHaveTheirOwnTags() {
+        assertThat(WaveFormatTags.find(86024, WaveFormatTags.WMA1)).hasValue(WaveFormatTags.WMA2);
+        assertThat(WaveFormatTags.find(86018, 0x6134706d)).hasValue(WaveFormatTags.AAC);
+        assertThat(WaveFormatTags.find(86018, WaveFormatTags.AAC_ADTS)).hasValue(WaveFormatTags.AAC_ADTS);
+        assertThat(WaveFormatTags.find(0, 1)).isEmpty();
     }
 }

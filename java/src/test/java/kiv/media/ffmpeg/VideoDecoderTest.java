@@ -1,7 +1,7 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
-import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.IOException;
 import java.nio.ByteBuffer;
@@ -88,8 +88,8 @@ class VideoDecoderTest {
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
             Picture first = decoder.pictures(reader).findFirst().orElseThrow();
             decoder.pictures(reader).limit(10).forEach(Picture::close);
-            assertThatThrownBy(() -> decoder.decode(Packet.of(new byte[1], 1, 0, 0, true)))
-                    .isInstanceOf(IllegalArgumentException.class).hasMessageContaining("not of the decoder's stream");
+            refused(IllegalArgumentException.class, "not of the decoder's stream",
+                    () -> decoder.decode(Packet.of(new byte[1], 1, 0, 0, true)));
             reader.seek(Duration.ZERO);
             decoder.reset();
             Picture again = decoder.pictures(reader).findFirst().orElseThrow();
@@ -102,15 +102,14 @@ class VideoDecoderTest {
     void whatCannotBeDecodedIsToldAtOnce() throws IOException {
         try (MediaReader reader = MediaReader.open(TestMedia.media("balle1-vp9.avi"))) {
             MediaStream video = reader.firstVideo().orElseThrow();
-            assertThatThrownBy(() -> VideoDecoder.open(video)).isInstanceOf(UnsupportedCodecException.class)
-                    .hasMessageContaining("vp9");
-            assertThatThrownBy(() -> AudioDecoder.open(video)).isInstanceOf(IllegalArgumentException.class);
+            refused(UnsupportedCodecException.class, "vp9", () -> VideoDecoder.open(video));
+            refused(IllegalArgumentException.class, "", () -> AudioDecoder.open(video));
         }
         Rational unknown = new Rational(0, 0);
         VideoFormat foreign = VideoFormat.of("00000000-0000-0000-0000-000000000000", 320, 240, 0, new byte[0], unknown);
-        assertThatThrownBy(() -> VideoDecoder.open(foreign)).isInstanceOf(UnsupportedCodecException.class);
-        assertThatThrownBy(() -> VideoFormat.of(MediaSubtypes.H264_AVC1, 320, 1 << 20, 0, new byte[0], unknown))
-                .isInstanceOf(IllegalArgumentException.class);
+        refused(UnsupportedCodecException.class, "", () -> VideoDecoder.open(foreign));
+        refused(IllegalArgumentException.class, "",
+                () -> VideoFormat.of(MediaSubtypes.H264_AVC1, 320, 1 << 20, 0, new byte[0], unknown));
     }
 
     @Test
@@ -124,10 +123,8 @@ class VideoDecoderTest {
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
                 VideoDecoder stranger = VideoDecoder.open(other.firstVideo().orElseThrow());
                 VideoDecoder homeless = VideoDecoder.open(decoder.format())) {
-            assertThatThrownBy(() -> stranger.pictures(reader)).isInstanceOf(IllegalArgumentException.class)
-                    .hasMessageContaining("not a stream of this reader");
-            assertThatThrownBy(() -> homeless.pictures(reader)).isInstanceOf(IllegalArgumentException.class)
-                    .hasMessageContaining("without a stream");
+            refused(IllegalArgumentException.class, "not a stream of this reader", () -> stranger.pictures(reader));
+            refused(IllegalArgumentException.class, "without a stream", () -> homeless.pictures(reader));
             assertThat(decoder.pictures(reader).parallel().limit(3).map(Picture::timestamp))
                     .containsExactlyElementsOf(times.subList(0, 3));
             assertThat(decoder.pictures(reader).findFirst().orElseThrow().timestamp()).isEqualTo(times.get(3));

@@ -168,28 +168,60 @@ class VideoEntryPointsTest {
         assertThat(arrays).as("not written any more").allSatisfy(array -> assertThat(array).containsOnly(7));
     }
 
-    /** Allocates direct memory or arrays, of some bytes too little. */
-    private record Memory(int missing, boolean direct, List<ByteBuffer> blocks) implements VideoBuffers {
+    /** Allocates the memory that it is told to, and keeps the last. */
+    private static final class Memory implements VideoBuffers {
+        private String kind;
+        private Object last;
+        private int lineSize;
+
+        Memory(String kind) {
+            this.kind = kind;
+        }
+
         @Override
         public boolean allocate(int[] layout, int[] request, Object[] slots) {
-            ByteBuffer block = ByteBuffer.allocateDirect(request[BufferRequest.BYTES] - missing);
-            blocks.add(block.slice(layout[PictureLayout.LINE_SIZES] * (HEIGHT + 1) + WIDTH, Short.BYTES));
-            slots[BufferSlots.MEMORY] = slots[BufferSlots.RESULT] = direct ? block : new byte[block.capacity()];
-            return true;
+            int bytes = request[BufferRequest.BYTES];
+            lineSize = layout[PictureLayout.LINE_SIZES];
+            slots[BufferSlots.MEMORY] = slots[BufferSlots.RESULT] = last = switch (kind) {
+                case "bytes" -> new byte[bytes];
+                case "too few bytes" -> new byte[bytes - 1];
+                case "ints" -> new int[bytes / Integer.BYTES];
+                case "too few ints" -> new int[bytes / Integer.BYTES - 1];
+                case "direct" -> ByteBuffer.allocateDirect(bytes);
+                case "too little direct" -> ByteBuffer.allocateDirect(bytes - 1);
+                case "exception" -> throw new IllegalStateException("refused");
+                case "nothing" -> null;
+                default -> "no array";
+            };
+            return !kind.equals("refusal");
         }
 
         @Override
         public void free(Object[] slots) {
-            assertThat(slots[BufferSlots.RESULT]).isNotNull();
+            assertThat(slots[BufferSlots.RESULT]).isSameAs(last);
         }
     }
 
+    /** The packet is lost, nothing else. Without an array for the converted picture only that is dropped. */
     @ParameterizedTest
-    @CsvSource({"0, true, 4", "1, true, 8", "0, false, 4", "1, false, 8"})
-    void memoryOfOneByteTooLittleIsRefused(int missing, boolean direct, int result) {
-        create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, new Memory(missing, direct, new ArrayList<>()),
-                direct ? c_codecoptions_ffmpeg.DIRECT_BUFFERS : c_codecoptions_ffmpeg.WHOLE_PACKETS);
-        assertThat(first()).isEqualTo(result);
+    @CsvSource({"I420, direct, too little direct, 8", "I420, bytes, too few bytes, 8", "I420, bytes, ints, 8",
+        "I420, bytes, text, 8", "I420, bytes, nothing, 8", "I420, bytes, refusal, 8", "I420, bytes, exception, -1",
+        "RGB32, ints, too few ints, 2", "RGB32, ints, bytes, 2", "RGB32, ints, nothing, 2", "RGB32, ints, refusal, 2",
+        "RGB32, ints, exception, -1"})
+    void memoryThatDoesNotFitIsRefused(PictureFormat model, String fits, String kind, int result) {
+        Memory memory = new Memory(kind);
+        create(VideoFormat.of(TRACK.stream()), model, memory,
+                fits.equals("direct") ? c_codecoptions_ffmpeg.DIRECT_BUFFERS : c_codecoptions_ffmpeg.WHOLE_PACKETS);
+        if (kind.equals("exception")) {
+            refused(IllegalStateException.class, "refused", this::first);
+        } else {
+            assertThat(first()).isEqualTo(result);
+        }
+        assertThat(out[0]).isNull();
+        memory.kind = fits;
+        c_multimediaapi_ffmpeg.n_vcodec_reset(codec);
+        assertThat(first()).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
+        assertThat(out[0]).isSameAs(memory.last);
     }
 
     /** The lines below the picture show what memory holds where nothing is decoded: a grey that fits the depth. */
@@ -197,11 +229,11 @@ class VideoEntryPointsTest {
     @CsvSource({"h264_baseline_320x240.mp4, 0x8080", "h264_high10_320x240.mp4, 0x0202"})
     void memoryIsGreyBeforeAnythingIsDecoded(String clip, int grey) {
         Track track = Track.of(TestMedia.clip(clip));
-        Memory memory = new Memory(0, true, new ArrayList<>());
+        Memory memory = new Memory("direct");
         create(VideoFormat.of(track.stream()), PictureFormat.I420, memory, c_codecoptions_ffmpeg.NATIVE_FORMAT);
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
         process(track, 0);
-        assertThat(memory.blocks.get(0).getShort() & 0xFFFF).isEqualTo(grey);
+        assertThat(((ByteBuffer) memory.last).getShort(memory.lineSize * (HEIGHT + 1) + WIDTH) & 0xFFFF).isEqualTo(grey);
     }
 
     @Test
@@ -233,16 +265,20 @@ class VideoEntryPointsTest {
     private static final class Receiver extends c_multimediaapi_ffmpeg {
         private final List<String> lines = new CopyOnWriteArrayList<>();
         private final long context = n_init(TestMedia.ffmpeg().toString(), this, 5);
+        private boolean fails;
 
         @Override
         public void print_info(int level, String line) {
             lines.add(level + ":" + line);
+            if (fails) {
+                throw new IllegalStateException("refused");
+            }
         }
 
         long createCodec() {
             lines.clear();
             return n_create_vcodec_to_raw(context, MediaSubtypes.H264_ANNEX_B, VideoFormat.of(TRACK.stream()).toNative(),
-                    TRACK.stream().extradata(), null, null);
+                    TRACK.stream().extradata(), new Object[] {PictureFormat.I420.toColorModel()}, null);
         }
     }
 
@@ -258,6 +294,19 @@ class VideoEntryPointsTest {
         c_multimediaapi_ffmpeg.n_vcodec_delete(second.createCodec());
         assertThat(second.lines).isEmpty();
         c_multimediaapi_ffmpeg.n_close(second.context);
+    }
+
+    @Test
+    void whatTheReceiverThrowsReachesTheCaller() {
+        Receiver receiver = new Receiver();
+        codec = receiver.createCodec();
+        assertThat(first()).isEqualTo(ProcessResult.PICTURE_MODEL_CHANGED);
+        receiver.fails = true;
+        refused(IllegalStateException.class, "refused", () -> process(TRACK, 1),
+                () -> c_multimediaapi_ffmpeg.n_close(receiver.context));
+        receiver.fails = false;
+        c_multimediaapi_ffmpeg.n_vcodec_reset(codec);
+        assertThat(first()).as("as good as before").isEqualTo(ProcessResult.PICTURE);
     }
 
     @Test

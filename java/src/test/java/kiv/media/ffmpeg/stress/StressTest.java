@@ -1,8 +1,6 @@
 package kiv.media.ffmpeg.stress;
 
-import static kiv.media.ffmpeg.Refusals.refused;
 import static kiv.media.ffmpeg.exactness.Comparison.check;
-import static org.assertj.core.api.Assertions.assertThat;
 
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
@@ -21,9 +19,7 @@ import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.Programs;
 import kiv.media.ffmpeg.TestMedia;
-import kiv.media.ffmpeg.TestMedia.Clip;
 import kiv.media.ffmpeg.TestMedia.Sound;
-import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
 import kiv.media.ffmpeg.exactness.Comparison;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.NativeDecoder.Result;
@@ -41,7 +37,6 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.MethodSource;
-import org.junit.jupiter.params.provider.ValueSource;
 
 /**
  * The decoders under stress: small heaps under every collector, many threads, callbacks that fail, damaged packets, long
@@ -304,87 +299,5 @@ class StressTest {
     private static long residentBytes() throws IOException {
         System.gc();
         return Long.parseLong(Files.readString(Path.of("/proc/self/statm")).split(" ")[1]) * 4096;
-    }
-
-    /** The packet is lost, nothing else: no array, no later picture. */
-    @ParameterizedTest
-    @ValueSource(strings = {"false", "throws", "too small", "wrong kind", "no array object", "null"})
-    void anAllocationMayFail(String refusal) {
-        for (Clip clip : List.of(TestMedia.clip("h264_320x240.h264"), TestMedia.clip("mpeg4_320x240.avi"))) {
-            List<byte[]> packets = Track.of(clip).packets();
-            boolean[] refusing = new boolean[1];
-            for (PictureModel model : List.of(PictureModel.YV12, PictureModel.RGB32)) {
-                try (NativeDecoder decoder = new NativeDecoder(Track.of(clip), true, model) {
-                    @Override
-                    protected Object newArray(int[] layout, int[] request) {
-                        int size = request[BufferRequest.BYTES];
-                        boolean ints = model == PictureModel.RGB32;
-                        return !refusing[0] ? super.newArray(layout, request) : switch (refusal) {
-                            case "throws" -> throw new IllegalStateException("refused");
-                            case "too small" -> ints ? new int[size / 4 - 1] : new byte[size - 1];
-                            case "wrong kind" -> ints ? new byte[size] : new int[size];
-                            case "no array object" -> "no array";
-                            default -> null;
-                        };
-                    }
-
-                    @Override
-                    public boolean allocate(int[] layout, int[] request, Object[] slots) {
-                        return !(refusing[0] && refusal.equals("false")) && super.allocate(layout, request, slots);
-                    }
-                }) {
-                    for (int before : new int[] {0, 3}) {
-                        for (byte[] packet : packets.subList(0, before)) {
-                            assertThat(decoder.process(packet, 0, 0).out()).isNotNull();
-                        }
-                        refusing[0] = true;
-                        if (refusal.equals("throws")) {
-                            refused(IllegalStateException.class, "refused", () -> decoder.process(packets.get(before), 0, 0));
-                        } else {
-                            Result result = decoder.process(packets.get(before), 0, 0);
-                            // Without memory the decoder fails; without an array the converted picture is dropped.
-                            assertThat(result.code()).isEqualTo(model == PictureModel.RGB32 ? ProcessResult.NO_PICTURE
-                                    : ProcessResult.DECODING_ERROR);
-                            assertThat(result.out()).isNull();
-                        }
-                        refusing[0] = false;
-                        decoder.reset();
-                    }
-                    Comparison.run(decoder, clip, model);
-                }
-            }
-        }
-    }
-
-    /** An exception of the log reaches the caller, and the decoder is as good as before. */
-    @Test
-    void theLogMayFail() {
-        Clip clip = TestMedia.clip("h264_320x240.h264");
-        Track track = Track.of(clip);
-        boolean[] throwing = new boolean[1];
-        c_multimediaapi_ffmpeg receiver = new c_multimediaapi_ffmpeg() {
-            @Override
-            public void print_info(int level, String line) {
-                if (throwing[0]) {
-                    throw new IllegalStateException("refused");
-                }
-            }
-        };
-        for (PictureModel model : PictureModel.values()) {
-            NativeDecoder decoder = new NativeDecoder(track, true, receiver, model.description());
-            for (int round = 0; round < 2; round++) {
-                throwing[0] = true;
-                for (byte[] packet : track.packets().subList(0, 5)) {
-                    refused(IllegalStateException.class, "refused", () -> decoder.process(packet, 0, 0));
-                }
-                throwing[0] = false;
-                decoder.reset();
-            }
-            assertThat(decoder.process(track.packets().get(0), 0, 0).out()).isNotNull();
-            throwing[0] = true;
-            refused(IllegalStateException.class, "refused", decoder::close);
-            throwing[0] = false;
-            decoder.close();
-        }
     }
 }
