@@ -45,28 +45,17 @@ void list_packets(AVFormatContext &dsp_file)
     });
 }
 
-/** Replaces the values that the options have without being named. */
-void parse(options &dsp_options, std::span<char *const> strp_arguments)
-{
-    for (size_t ull_at = 0; ull_at < strp_arguments.size(); ++ull_at) {
-        const auto dsl_option = dsp_options.find(strp_arguments[ull_at]);
-        if (dsl_option == dsp_options.end())
-            throw std::runtime_error(std::string("unknown option ") + strp_arguments[ull_at]);
-        const bool bl_flag = dsl_option->second.empty();
-        if (!bl_flag && ++ull_at == strp_arguments.size())
-            throw std::runtime_error(dsl_option->first + " wants a value");
-        dsl_option->second = bl_flag ? "1" : strp_arguments[ull_at];
-    }
-}
-
 void run(std::span<char *const> strp_arguments)
 {
     if (strp_arguments.size() < 3)
         throw std::runtime_error("usage: reference_decoder LIBRARIES FILE [option...]");
-    options dsl_options{{"--codec", "0"},   {"--convert", "none"}, {"--cut", "0"},         {"--drain", ""},
-                        {"--emu-edge", ""}, {"--join", "1"},       {"--list-packets", ""}, {"--pcm", "none"},
+    options dsl_options{{"--codec", "0"},   {"--convert", "none"}, {"--cut", "1000000000"}, {"--drain", ""},
+                        {"--emu-edge", ""}, {"--join", "1"},       {"--list-packets", ""},  {"--pcm", "none"},
                         {"--pieces", "1"},  {"--truncated", ""}};
-    parse(dsl_options, strp_arguments.subspan(3));
+    for (size_t ull_at = 3; ull_at < strp_arguments.size(); ++ull_at) {
+        std::string &strl_value = dsl_options.at(strp_arguments[ull_at]);
+        strl_value = strl_value.empty() ? "1" : strp_arguments.subspan(++ull_at, 1)[0];
+    }
     load(strp_arguments[1]);
     const format_ptr dsl_file = open_file(strp_arguments[2]);
     if (!dsl_options["--list-packets"].empty())

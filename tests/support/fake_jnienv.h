@@ -2,9 +2,9 @@
  * @file
  * A Java virtual machine made of records, for what a real one does not show: calls that fail, and what is called when.
  *
- * It copies on every access to array elements, so that only the release mode decides what Java sees; guards the ends of
- * these copies; and fails the running test when JNI is called while an array is pinned, while an exception is pending
- * that forbids the call, or with a reference that is not alive. Whatever is pinned or global at its end fails the test.
+ * It copies on every access to array elements, so that only the release mode decides what Java sees, and fails the
+ * running test when JNI is called while an array is pinned, while an exception is pending that forbids the call, or with
+ * a reference that is not alive. Whatever is pinned or global at its end fails the test.
  */
 #pragma once
 
@@ -92,5 +92,5 @@ private:
     c_fake_vm &dsc_vm;
     fake_object dsc_pending;
     std::vector<std::string> dsc_calls;
-    std::map<void *, std::pair<fake_object, std::vector<uint8_t>>> dsc_pins; // the copies, guarded before and after
+    std::map<void *, std::pair<fake_object, std::vector<uint8_t>>> dsc_pins; // copies of the elements
 };

@@ -170,7 +170,7 @@ TEST_F(jni, arrays_that_are_null_or_shorter_than_declared)
     for (const auto &[iml_count, iml_start, ull_size] : dsl_views) {
         c_jintarray_rw dsl_array(dsc_checked, avol_array, iml_count, iml_start);
         dsl_array.pin();
-        dsl_array.set(17, 1); // the guards of the fake machine see it
+        dsl_array.set(17, 1);
         EXPECT_EQ(dsl_array[17], 0);
         EXPECT_EQ(dsl_array.writable_elements().size(), ull_size);
         dsl_array.release();

@@ -12,8 +12,7 @@
 #include <new>
 #include <utility>
 
-using testing::Each;
-using testing::ElementsAre;
+using namespace testing;
 
 namespace
 {
