@@ -32,10 +32,11 @@ class c_video_decoder
 {
 public:
     c_video_decoder(context_ptr dsp_context, const AVCodecContext &dsp_stream, const std::string &strp_target)
-        : dsc_context(std::move(dsp_context)), inc_width(dsp_stream.width), inc_height(dsp_stream.height)
+        : dsc_context(std::move(dsp_context)),
+          iec_target(av_get_pix_fmt(strp_target.c_str())),
+          inc_width(dsp_stream.width),
+          inc_height(dsp_stream.height)
     {
-        if (strp_target != "none" && (iec_target = av_get_pix_fmt(strp_target.c_str())) == AV_PIX_FMT_NONE)
-            throw std::runtime_error("no such pixel format");
     }
 
     /** Feeds one whole packet. */
@@ -108,7 +109,7 @@ private:
     frame_ptr dsc_frame{existing(av_frame_alloc(), "memory")};
     frame_ptr dsc_converted;
     std::unique_ptr<SwsContext, void (*)(SwsContext *)> dsc_scaler{nullptr, sws_freeContext};
-    AVPixelFormat iec_target = AV_PIX_FMT_NONE; // as decoded
+    AVPixelFormat iec_target; // none: as decoded
     int inc_width;
     int inc_height;
     int inc_packets = 0;

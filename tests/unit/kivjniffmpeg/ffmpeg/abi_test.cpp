@@ -11,6 +11,8 @@
 #include <string>
 #include <tuple>
 
+using namespace testing;
+
 namespace
 {
 
@@ -33,7 +35,7 @@ numbers options_of(const AVClass *adsp_class)
 
 template <class... OPTIONS> auto has(OPTIONS... dsp_options)
 {
-    return testing::IsSupersetOf(numbers{dsp_options...});
+    return IsSupersetOf(numbers{dsp_options...});
 }
 
 using abi = real_ffmpeg;
@@ -187,19 +189,16 @@ TEST_F(abi, numbers_have_the_names_that_the_header_gives_them)
                  CODEC(WMAV1), CODEC(WMAV2), CODEC(TRUESPEECH), CODEC(GSM_MS), CODEC(ATRAC3), CODEC(VOXWARE),
                  CODEC(WMAPRO), CODEC(WMALOSSLESS), CODEC(SIPR));
 
-    const AVPixFmtDescriptor &dsl_yuv410 = g_avutil.av_pix_fmt_descriptors[AV_PIX_FMT_YUV410P];
-    EXPECT_EQ(std::tuple(dsl_yuv410.nb_components, dsl_yuv410.log2_chroma_w), std::tuple(3, 2));
-    EXPECT_EQ(std::tuple(dsl_yuv410.comp[2].plane, dsl_yuv410.comp[0].depth_minus1), std::tuple(2, 7));
-    const AVComponentDescriptor &dsl_luma = g_avutil.av_pix_fmt_descriptors[AV_PIX_FMT_UYVY422].comp[0];
+    const AVPixFmtDescriptor *adsl_formats = g_avutil.av_pix_fmt_descriptors;
+    const AVPixFmtDescriptor &dsl_yuv410 = adsl_formats[AV_PIX_FMT_YUV410P];
+    EXPECT_EQ(std::tuple(dsl_yuv410.nb_components, dsl_yuv410.log2_chroma_w, dsl_yuv410.comp[2].plane,
+                         dsl_yuv410.comp[0].depth_minus1),
+              std::tuple(3, 2, 2, 7));
+    const AVComponentDescriptor &dsl_luma = adsl_formats[AV_PIX_FMT_UYVY422].comp[0];
     EXPECT_EQ(std::tuple(dsl_luma.step_minus1, dsl_luma.offset_plus1), std::tuple(1, 2));
-
-    const auto flags_of = [](const char *strp_name) {
-        return g_avutil.av_pix_fmt_desc_get(ffmpeg_call<AVPixelFormat>("av_get_pix_fmt", strp_name))->flags;
-    };
-    EXPECT_EQ(flags_of("rgb565be"), AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_RGB);
-    EXPECT_EQ(flags_of("rgb565le"), AV_PIX_FMT_FLAG_RGB);
-    EXPECT_EQ(flags_of("gray"), AV_PIX_FMT_FLAG_PSEUDOPAL);
-    EXPECT_TRUE(flags_of("pal8") & AV_PIX_FMT_FLAG_PAL);
+    EXPECT_EQ(adsl_formats[AV_PIX_FMT_RGB565BE].flags, AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_RGB);
+    EXPECT_EQ(adsl_formats[AV_PIX_FMT_RGB8].flags, AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PSEUDOPAL);
+    EXPECT_TRUE(adsl_formats[AV_PIX_FMT_PAL8].flags & AV_PIX_FMT_FLAG_PAL);
 
     char byrl_text[64];
     const auto layout_name = [&](uint64_t ulp_layout) {
