@@ -1,6 +1,5 @@
 #include "reference.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fstream>

@@ -1,7 +1,5 @@
 #include "reference.h"
 
-#include <algorithm>
-#include <array>
 #include <utility>
 
 using namespace ffmpeg;
