@@ -28,10 +28,7 @@
 
 using namespace ffmpeg;
 
-namespace
-{
-
-void list_packets(AVFormatContext &dsp_file)
+static void list_packets(AVFormatContext &dsp_file)
 {
     for (const AVStream *adsl_stream : std::span(dsp_file.streams, dsp_file.nb_streams)) {
         const AVCodecContext &dsl_codec = *adsl_stream->codec;
@@ -44,8 +41,6 @@ void list_packets(AVFormatContext &dsp_file)
               dsp_packet.size, md5_of({dsp_packet.data, static_cast<size_t>(dsp_packet.size)}));
     });
 }
-
-} // namespace
 
 int main(int inp_count, char **astrp_arguments)
 try {

@@ -13,10 +13,7 @@
 streams=$build/streams
 script=$(sha256sum "${BASH_SOURCE[0]}" | cut -d' ' -f1)
 made_by="$script $(ffmpeg -version | head -n 1)"
-if [[ $(cat "$streams/.made_by" 2>/dev/null) == "$made_by" ]]; then
-    printf '%s\n' "$streams"
-    exit 0
-fi
+[[ $(cat "$streams/.made_by" 2>/dev/null) != "$made_by" ]] || { printf '%s\n' "$streams" && exit; }
 say "making the test streams"
 part=$build/streams.part
 rm -rf "$part"

@@ -81,13 +81,6 @@ fake_object c_fake_jnienv::object(jobject avop_reference)
     return std::make_shared<dsd_fake_object>();
 }
 
-std::vector<jint> c_fake_jnienv::ints(jobject avop_array)
-{
-    const std::vector<uint8_t> &utl_bytes = object(avop_array)->utc_bytes;
-    const auto *aiml_values = reinterpret_cast<const jint *>(utl_bytes.data());
-    return {aiml_values, aiml_values + utl_bytes.size() / sizeof(jint)};
-}
-
 void c_fake_jnienv::throw_java(const std::string &strp_class, const std::string &strp_message)
 {
     dsc_pending = std::make_shared<dsd_fake_object>(dsd_fake_object{strp_class, strp_message, {}});
@@ -143,53 +136,48 @@ const JNINativeInterface_ &c_fake_jnienv::functions()
 #define FUNCTION(name, ...) define(dsl_table.name, __VA_ARGS__, [] { return #name; })
 #define WITHOUT_BODY(name) FUNCTION(name, nullptr);
         FUNCTIONS_WITHOUT_BODY(WITHOUT_BODY)
-        FUNCTION(NewIntArray, [](env &dsp_env, jsize) { return dsp_env.local("[I"); });
-        FUNCTION(NewObjectArray, [](env &dsp_env, jsize, jclass, jobject) { return dsp_env.local("[L"); });
-        FUNCTION(FindClass, [](env &dsp_env, const char *strp_name) { return dsp_env.local_class(strp_name); });
-        FUNCTION(NewStringUTF, [](env &dsp_env, const char *strp_text) { return dsp_env.local("String", strp_text); });
-        FUNCTION(NewGlobalRef,
-                 [](env &dsp_env, jobject avop) { return dsp_env.reference(dsp_env.object(avop), true); });
-        FUNCTION(NewLocalRef,
-                 [](env &dsp_env, jobject avop) { return dsp_env.reference(dsp_env.object(avop), false); });
-        FUNCTION(DeleteGlobalRef, [](env &dsp_env, jobject avop) { dsp_env.forget(avop, true); });
-        FUNCTION(DeleteLocalRef, [](env &dsp_env, jobject avop) { dsp_env.forget(avop, false); });
-        FUNCTION(GetStringUTFChars, [](env &dsp_env, jstring avop_string, jboolean *abp_is_copy) {
-            *abp_is_copy = dsp_env.dsc_vm.bc_copies_strings;
-            return dsp_env.object(avop_string)->strc_text.c_str();
+        FUNCTION(NewIntArray, [](env &dsp, jsize) { return dsp.local("[I"); });
+        FUNCTION(NewObjectArray, [](env &dsp, jsize, jclass, jobject) { return dsp.local("[L"); });
+        FUNCTION(FindClass, [](env &dsp, const char *strp_name) { return dsp.local_class(strp_name); });
+        FUNCTION(NewStringUTF, [](env &dsp, const char *strp_text) { return dsp.local("String", strp_text); });
+        FUNCTION(NewGlobalRef, [](env &dsp, jobject avop) { return dsp.reference(dsp.object(avop), true); });
+        FUNCTION(NewLocalRef, [](env &dsp, jobject avop) { return dsp.reference(dsp.object(avop), false); });
+        FUNCTION(DeleteGlobalRef, [](env &dsp, jobject avop) { dsp.forget(avop, true); });
+        FUNCTION(DeleteLocalRef, [](env &dsp, jobject avop) { dsp.forget(avop, false); });
+        FUNCTION(GetStringUTFChars, [](env &dsp, jstring avop_string, jboolean *abp_is_copy) {
+            *abp_is_copy = dsp.dsc_vm.bc_copies_strings;
+            return dsp.object(avop_string)->strc_text.c_str();
         });
-        FUNCTION(ReleaseStringUTFChars, [](env &dsp_env, jstring avop_string, const char *strp_text) {
-            EXPECT_EQ(dsp_env.object(avop_string)->strc_text.c_str(), strp_text);
+        FUNCTION(ReleaseStringUTFChars, [](env &dsp, jstring avop_string, const char *strp_text) {
+            EXPECT_EQ(dsp.object(avop_string)->strc_text.c_str(), strp_text);
         });
-        FUNCTION(GetArrayLength, [](env &dsp_env, jarray avop_array) {
-            const fake_object dsl_array = dsp_env.object(avop_array);
+        FUNCTION(GetArrayLength, [](env &dsp, jarray avop_array) {
+            const fake_object dsl_array = dsp.object(avop_array);
             return dsl_array->utc_bytes.size() / (dsl_array->strc_class == "[I" ? sizeof(jint) : 1);
         });
         FUNCTION(GetPrimitiveArrayCritical,
-                 [](env &dsp_env, jarray avop_array, jboolean *) { return dsp_env.pin(avop_array); });
-        FUNCTION(ReleasePrimitiveArrayCritical, [](env &dsp_env, jarray avop_array, void *avp_elements, jint imp_mode) {
-            dsp_env.unpin(avop_array, avp_elements, imp_mode);
+                 [](env &dsp, jarray avop_array, jboolean *) { return dsp.pin(avop_array); });
+        FUNCTION(ReleasePrimitiveArrayCritical, [](env &dsp, jarray avop_array, void *avp_elements, jint imp_mode) {
+            dsp.unpin(avop_array, avp_elements, imp_mode);
         });
-        FUNCTION(CallVoidMethodV, [](env &dsp_env, jobject avop_receiver, jmethodID, va_list dsp_arguments) {
-            dsp_env.object(avop_receiver);
+        FUNCTION(CallVoidMethodV, [](env &dsp, jobject avop_receiver, jmethodID, va_list dsp_arguments) {
+            dsp.object(avop_receiver);
             const jint iml_level = va_arg(dsp_arguments, jint);
-            dsp_env.dsc_vm.dsc_print_info(dsp_env, iml_level,
-                                          dsp_env.object(va_arg(dsp_arguments, jobject))->strc_text);
+            dsp.dsc_vm.dsc_print_info(dsp, iml_level, dsp.object(va_arg(dsp_arguments, jobject))->strc_text);
         });
-        FUNCTION(ExceptionCheck, [](env &dsp_env) { return dsp_env.dsc_pending != nullptr; });
-        FUNCTION(ExceptionOccurred, [](env &dsp_env) { return dsp_env.reference(dsp_env.dsc_pending, false); });
-        FUNCTION(ExceptionClear, [](env &dsp_env) { dsp_env.dsc_pending = nullptr; });
-        FUNCTION(Throw, [](env &dsp_env, jthrowable avop_thrown) {
-            dsp_env.dsc_pending = dsp_env.object(avop_thrown);
+        FUNCTION(ExceptionCheck, [](env &dsp) { return dsp.dsc_pending != nullptr; });
+        FUNCTION(ExceptionOccurred, [](env &dsp) { return dsp.reference(dsp.dsc_pending, false); });
+        FUNCTION(ExceptionClear, [](env &dsp) { dsp.dsc_pending = nullptr; });
+        FUNCTION(Throw, [](env &dsp, jthrowable avop_thrown) {
+            dsp.dsc_pending = dsp.object(avop_thrown);
             return 0;
         });
-        FUNCTION(ThrowNew, [](env &dsp_env, jclass avop_class, const char *strp_message) {
-            dsp_env.throw_java(dsp_env.object(avop_class)->strc_text,
-                               strp_message == nullptr ? "(null)" : strp_message);
+        FUNCTION(ThrowNew, [](env &dsp, jclass avop_class, const char *strp_message) {
+            dsp.throw_java(dsp.object(avop_class)->strc_text, strp_message == nullptr ? "(null)" : strp_message);
             return 0;
         });
-        FUNCTION(FatalError, [](env &, const char *strp_message) {
-            throw std::runtime_error(strp_message); // a real machine never returns
-        });
+        // A real machine never returns.
+        FUNCTION(FatalError, [](env &, const char *strp_message) { throw std::runtime_error(strp_message); });
         return dsl_table;
     }();
     return dsl_functions;

@@ -65,7 +65,6 @@ public:
 
     /** The object behind a living reference. */
     fake_object object(jobject avop_reference);
-    std::vector<jint> ints(jobject avop_array);
 
     void throw_java(const std::string &strp_class, const std::string &strp_message);
     /** The pending exception as "class: message", "" for none; no longer pending afterwards. */

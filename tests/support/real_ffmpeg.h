@@ -26,8 +26,7 @@ inline void load_ffmpeg()
         ffmpeg_loader::load(strl_directory);
         g_avcodec.avcodec_register_all();
         g_avformat.av_register_all();
-        constexpr int in_quiet = -8;
-        g_avutil.av_log_set_level(in_quiet);
+        g_avutil.av_log_set_level(-8); // quiet
         return true;
     }();
 }
