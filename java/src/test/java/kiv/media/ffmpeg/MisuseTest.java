@@ -36,7 +36,6 @@ import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
 import java.util.concurrent.TimeUnit;
-import java.util.concurrent.TimeoutException;
 import java.util.logging.Level;
 import java.util.logging.Logger;
 import java.util.stream.BaseStream;
@@ -58,7 +57,6 @@ import org.junit.jupiter.params.provider.MethodSource;
 class MisuseTest {
 
     private static final String HOSTILE = "hostile";
-    private static final int PICTURES = 25;
     private static final Set<String> EXPORTED = Set.of("kiv.media.ffmpeg", "kiv.media.ffmpeg.javasound",
             "kiv.media.ffmpeg.natives");
     private static final int ROUNDS = 16;
@@ -151,8 +149,8 @@ class MisuseTest {
             for (Class<?> type : types) {
                 refill(type);
                 for (Executable member : members(type)) {
-                    attempt(member, round);
-                    attempt(member, round);
+                    attempt(member, round == 0);
+                    attempt(member, round == 1);
                 }
             }
             check(bystander.get().equals(expected), "a bystander decodes other pictures");
@@ -180,8 +178,6 @@ class MisuseTest {
         VALUES.put(String.class, values(null, "", "avc1", "bgra", "song.mp3", MediaSubtypes.H264_AVC1,
                 "\0\uD800", "x".repeat(99_999)));
         VALUES.put(byte[].class, values(null, new byte[0], noise(1), noise(18), noise(4096), noise(70_001)));
-        VALUES.put(ByteBuffer.class, values(null, ByteBuffer.allocate(0), ByteBuffer.wrap(noise(4096)),
-                ByteBuffer.wrap(noise(4096)).asReadOnlyBuffer(), ByteBuffer.allocateDirect(4097).position(3)));
         VALUES.put(Path.class, values(null, Path.of(""), directory.resolve("pipe"), directory,
                 directory.resolve("missing/x"), directory.resolve("noise"), directory.resolve("out"),
                 Files.write(directory.resolve("victim.mp4"), filmBytes)));
@@ -200,7 +196,8 @@ class MisuseTest {
         VALUES.put(SeekableByteChannel.class, channels);
         // Some raw formats have so weak a mark that it turns up in noise.
         Files.write(film.resolveSibling("noise"), noise(50_000));
-        VALUES.get(ByteBuffer.class).stream().filter(Objects::nonNull).forEach(buffer -> ((ByteBuffer) buffer).clear());
+        VALUES.put(ByteBuffer.class, values(null, ByteBuffer.allocate(0), ByteBuffer.wrap(noise(4096)),
+                ByteBuffer.wrap(noise(4096)).asReadOnlyBuffer(), ByteBuffer.allocateDirect(4097).position(3)));
         MediaReader reader = MediaReader.open(film);
         MediaReader closed = MediaReader.open(film);
         closed.close();
@@ -216,9 +213,7 @@ class MisuseTest {
             keep(packet);
             (pictures.accepts(packet) ? pictures.decode(packet) : sound.decode(packet)).forEach(MisuseTest::keep);
         }
-        if (type.isEnum()) {
-            Arrays.stream(type.getEnumConstants()).forEach(MisuseTest::keep);
-        }
+        Stream.ofNullable(type.getEnumConstants()).flatMap(Stream::of).forEach(MisuseTest::keep);
     }
 
     /** A bounded number of each type, the older ones making way. */
@@ -233,25 +228,20 @@ class MisuseTest {
         }
     }
 
-    /** Makes a call on a thread of its own, which may not hang. */
-    private static void attempt(Executable member, int round) throws Exception {
+    /** Calls a method of any object that is known, with such arguments as are known, one perhaps missing. */
+    private static void attempt(Executable member, boolean nulls) {
         Object[] arguments = Arrays.stream(member.getParameterTypes()).map(type -> choose(type, RANDOM)).toArray();
-        int victim = RANDOM.nextInt(arguments.length + 1);
-        if (round == 0 && victim < arguments.length && !member.getParameterTypes()[victim].isPrimitive()) {
-            arguments[victim] = null;
+        int missing = RANDOM.nextInt(arguments.length + 1);
+        if (nulls && missing < arguments.length && !member.getParameterTypes()[missing].isPrimitive()) {
+            arguments[missing] = null;
         }
         boolean alone = member instanceof Constructor || Modifier.isStatic(member.getModifiers());
         Object receiver = alone ? null : choose(member.getDeclaringClass(), RANDOM);
         if (alone || receiver != null) {
-            String call = receiver + "." + member + " " + Arrays.deepToString(arguments).lines().findFirst().orElse("");
-            try {
-                Object result = THREADS.submit(() -> judged(call, () -> invoke(member, receiver, arguments)))
-                        .get(2, TimeUnit.MINUTES);
-                (result instanceof Collection<?> several ? several.stream() : Stream.of(result)).limit(3)
-                        .filter(Objects::nonNull).forEach(MisuseTest::keep);
-            } catch (TimeoutException e) {
-                throw new AssertionError("hangs: " + call, e);
-            }
+            Object result = judged(receiver + "." + member + " " + Arrays.deepToString(arguments).lines().findFirst()
+                    .orElse(""), () -> invoke(member, receiver, arguments));
+            (result instanceof Collection<?> several ? several.stream() : Stream.ofNullable(result)).limit(3)
+                    .filter(Objects::nonNull).forEach(MisuseTest::keep);
         }
     }
 
@@ -354,18 +344,7 @@ class MisuseTest {
             check(refused[0] > 0 && refused[0] % 4 == 0, "not all calls out of callbacks are refused");
             channel.hook = null;
         }
-        // Consumers of streams that throw, stop early, take from the same stream, or close what it comes from.
-        try (MediaReader reader = MediaReader.open(film); VideoDecoder decoder = video(reader)) {
-            int[] count = new int[1];
-            for (int before = -1; before < count[0];) {
-                before = count[0];
-                judged("a consumer throws", () -> decoder.pictures(reader).limit(4).map(picture -> {
-                    count[0] += 1 + (int) decoder.pictures(reader).limit(2).count();
-                    return 1 / (count[0] % 2);
-                }).toList());
-            }
-            check(count[0] == PICTURES, count[0] + " pictures");
-        }
+        // Consumers of streams that close what these come from.
         for (int closed = 0; closed < 2; closed++) {
             try (MediaReader reader = MediaReader.open(film); VideoDecoder decoder = video(reader)) {
                 AutoCloseable victim = List.of(reader, decoder).get(closed);
