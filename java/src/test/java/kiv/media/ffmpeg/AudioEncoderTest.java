@@ -90,22 +90,6 @@ class AudioEncoderTest {
     }
 
     @Test
-    void silenceOrNothingMakesNoTrouble() {
-        for (AudioCodec codec : AudioCodec.values()) {
-            int rate = codec == AudioCodec.AMR_NB ? 8000 : 48000;
-            try (AudioEncoder unused = AudioEncoder.open(codec, rate, 1);
-                    AudioEncoder encoder = AudioEncoder.open(codec, rate, 1);
-                    AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
-                assertThat(unused.encode(new byte[0])).isEmpty();
-                assertThat(unused.finish()).isEmpty();
-                List<Packet> packets = Sounds.encode(encoder, new byte[2]);
-                assertThat(Sounds.decode(decoder, packets).length / Short.BYTES)
-                        .isGreaterThanOrEqualTo(encoder.initialPadding() + 1);
-            }
-        }
-    }
-
-    @Test
     void whatCannotBeEncodedIsTold() {
         refused(UnsupportedCodecException.class, "8000 Hz and 1 channel",
                 () -> AudioEncoder.open(AudioCodec.AMR_NB, 44100, 2));

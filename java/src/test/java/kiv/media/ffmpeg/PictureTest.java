@@ -10,8 +10,8 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.ArrayList;
 import java.util.Arrays;
-import java.util.Iterator;
 import java.util.List;
+import java.util.Spliterator;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.natives.ConverterPlace;
@@ -102,22 +102,18 @@ class PictureTest {
                 MediaReader other = MediaReader.open(TestMedia.stream("mpeg1_b_321x241.mpg"));
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
                 VideoDecoder newer = VideoDecoder.open(other.firstVideo().orElseThrow())) {
-            Iterator<Picture> others = newer.pictures(other).iterator();
-            List<Picture> kept = new ArrayList<>();
-            int number = 0;
+            Spliterator<Picture> others = newer.pictures(other).spliterator();
+            List<Picture> pictures = new ArrayList<>();
             for (Picture picture : (Iterable<Picture>) decoder.pictures(reader)::iterator) {
-                if (others.hasNext()) {
-                    others.next();
-                }
-                if (number++ % 3 == 0) {
-                    kept.add(picture);
-                } else {
+                others.tryAdvance(unused -> { });
+                if (pictures.size() % 3 != 0) {
                     picture.close();
                 }
+                pictures.add(picture);
             }
             List<Reference.Picture> expected = Reference.decode(TestMedia.stream(file)).pictures();
-            for (int i = 0; i < kept.size(); i++) {
-                assertThat(Reference.md5(kept.get(i).toBytes())).as("picture " + 3 * i).isEqualTo(expected.get(3 * i).md5());
+            for (int i = 0; i < pictures.size(); i += 3) {
+                assertThat(Reference.md5(pictures.get(i).toBytes())).as("picture " + i).isEqualTo(expected.get(i).md5());
             }
         }
     }
@@ -143,14 +139,14 @@ class PictureTest {
 
     @Test
     void valuesBeyondTheirDepthAreCut() {
-        int[] pixels = {0, 0};
+        byte[] values = new byte[2 * 64 * 2 * Short.BYTES];
+        int[] pixels = new int[2];
         for (int i = 0; i < 2; i++) {
-            PictureMemory memory = new PictureMemoryPool().take(64 * 2 * 2 * 2);
-            while (memory.buffer().hasRemaining()) {
-                memory.buffer().putShort(i == 0 ? (short) -1 : (short) 0xFF03);
+            for (int at = 0; at < values.length; at += Short.BYTES) {
+                values[at] = -1;
+                values[at + 1] = (byte) (i == 0 ? -1 : 3);
             }
-            pixels[i] = new Picture(memory, PixelFormat.named("yuv420p10le"), 64, 2, new int[] {0, 256, 320, 0},
-                    new int[] {128, 64, 64, 0}, DETAILS).toArgb()[70];
+            pixels[i] = picture("yuv420p10le", 64, 2, values, DETAILS, new int[] {0, 256, 320, 0}, 128, 64, 64).toArgb()[70];
         }
         assertThat(pixels[0]).isEqualTo(pixels[1]);
     }

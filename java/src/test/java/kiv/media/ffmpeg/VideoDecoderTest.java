@@ -54,7 +54,6 @@ class VideoDecoderTest {
                 ByteBuffer bgra = ByteBuffer.allocate(pixels.length * Integer.BYTES).order(ByteOrder.LITTLE_ENDIAN);
                 bgra.asIntBuffer().put(pixels);
                 assertThat(Reference.md5(bgra.array())).isEqualTo(expected.get(i).md5());
-                assertThat(pictures.get(i).time()).isPresent();
             }
         }
     }
@@ -65,20 +64,14 @@ class VideoDecoderTest {
         try (MediaReader reader = MediaReader.open(TestMedia.stream("h264_baseline_320x240.mp4"));
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
             int count = 0;
-            int refused = 0;
+            byte[] noise = new byte[200];
             for (Packet packet; (packet = reader.read()) != null;) {
                 count += decoder.decode(packet).size();
-                byte[] noise = new byte[200];
                 random.nextBytes(noise);
-                try {
-                    decoder.decode(Packet.of(noise, packet.streamIndex(), 0, 0, false));
-                } catch (DecodeException e) {
-                    refused++;
-                }
-                assertThat(decoder.decode(Packet.of(new byte[0], packet.streamIndex(), 0, 0, false))).isEmpty();
+                refused(DecodeException.class, "", () -> decoder.decode(Packet.of(noise, 0, 0, 0, false)));
+                assertThat(decoder.decode(Packet.of(new byte[0], 0, 0, 0, false))).isEmpty();
             }
             assertThat(count + decoder.finish().size()).isEqualTo(30);
-            assertThat(refused).isPositive();
         }
     }
 

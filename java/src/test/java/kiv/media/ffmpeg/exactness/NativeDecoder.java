@@ -95,16 +95,12 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
         return c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
     }
 
-    /** Makes the array of a buffer; tests make others. */
-    protected Object newArray(int[] layout, int[] request) {
-        int bytes = request[BufferRequest.BYTES];
-        return layout[PictureLayout.FOURCC] == 0 ? new int[(bytes + 3) / 4] : new byte[bytes];
-    }
-
     @Override
     public boolean allocate(int[] layout, int[] request, Object[] slots) {
-        Buffer made = new Buffer(newArray(layout, request), layout, request);
-        slots[BufferSlots.MEMORY] = made.array();
+        int bytes = request[BufferRequest.BYTES];
+        Object array = layout[PictureLayout.FOURCC] == 0 ? new int[(bytes + 3) / 4] : new byte[bytes];
+        Buffer made = new Buffer(array, layout, request);
+        slots[BufferSlots.MEMORY] = array;
         slots[BufferSlots.RESULT] = made;
         return live.add(made);
     }
