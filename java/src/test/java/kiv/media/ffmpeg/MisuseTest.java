@@ -24,13 +24,13 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collection;
 import java.util.Comparator;
-import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import java.util.Objects;
 import java.util.Random;
 import java.util.Set;
 import java.util.concurrent.Callable;
+import java.util.concurrent.ConcurrentHashMap;
 import java.util.concurrent.ConcurrentSkipListMap;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
@@ -40,7 +40,6 @@ import java.util.logging.Level;
 import java.util.logging.Logger;
 import java.util.stream.BaseStream;
 import java.util.stream.Collectors;
-import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.io.TempDir;
@@ -69,12 +68,13 @@ class MisuseTest {
     });
 
     /** Arguments by type; what calls return comes on top, so that objects of every kind meet every method. */
-    private static final Map<Class<?>, List<Object>> VALUES = new HashMap<>();
+    private static final Map<Class<?>, List<Object>> VALUES = new ConcurrentHashMap<>();
     private static final Map<String, Integer> OUTCOMES = new ConcurrentSkipListMap<>();
 
     /** A copy: what writes files is tried with this name as well. */
     private static Path film;
     private static byte[] filmBytes;
+    private static int most = 16;
 
     private static List<Integer> expected;
 
@@ -139,23 +139,37 @@ class MisuseTest {
     // Every call with every kind of argument.
 
     static void calls() throws Exception {
+        callEverything(1);
+        check(OUTCOMES.getOrDefault("MediaStateException", 0) > 100 && OUTCOMES.get("a result") > 1000, "" + OUTCOMES);
+    }
+
+    /** The same objects are used, closed and closed again in several threads. */
+    static void races() throws Exception {
+        most = 3;
+        callEverything(4);
+    }
+
+    private static void callEverything(int threads) throws Exception {
         List<? extends Class<?>> types = new ClassFileImporter().withImportOption(new ImportOption.DoNotIncludeTests())
                 .importPackages("kiv.media.ffmpeg").stream().filter(type -> EXPORTED.contains(type.getPackageName()))
                 .map(JavaClass::reflect).filter(type -> Modifier.isPublic(type.getModifiers()))
                 .sorted(Comparator.comparing(Class::getName)).toList();
         check(types.size() > 25, "where is the API? " + types);
-        for (int round = 0; round < ROUNDS; round++) {
+        for (int round = 0; round < ROUNDS / threads; round++) {
+            boolean missing = round == 0;
+            // Decoders in other threads are nobody's victims, however new the newest one is.
             Future<List<Integer>> bystander = THREADS.submit(() -> decoded());
             for (Class<?> type : types) {
                 refill(type);
-                for (Executable member : members(type)) {
-                    attempt(member, round == 0);
-                    attempt(member, round == 1);
+                for (Future<?> caller : Stream.generate(() -> THREADS.submit(() -> members(type).forEach(member -> {
+                    attempt(member, missing);
+                    attempt(member, false);
+                }))).limit(threads).toList()) {
+                    caller.get(5, TimeUnit.MINUTES);
                 }
             }
             check(bystander.get().equals(expected), "a bystander decodes other pictures");
         }
-        check(OUTCOMES.getOrDefault("MediaStateException", 0) > 100 && OUTCOMES.get("a result") > 1000, "" + OUTCOMES);
     }
 
     /** Natives are for one careful caller. */
@@ -221,22 +235,24 @@ class MisuseTest {
         Class<?> type = object instanceof Enum<?> constant ? constant.getDeclaringClass() : object.getClass();
         if (type.getName().startsWith("kiv.") && Modifier.isPublic(type.getModifiers())) {
             List<Object> known = VALUES.computeIfAbsent(type, unknown -> values((Object) null));
-            if (known.size() > 16) {
-                known.remove(1 + RANDOM.nextInt(known.size() - 1));
+            synchronized (known) {
+                if (known.size() > most) {
+                    known.remove(1 + RANDOM.nextInt(known.size() - 1));
+                }
+                known.add(object);
             }
-            known.add(object);
         }
     }
 
     /** Calls a method of any object that is known, with such arguments as are known, one perhaps missing. */
     private static void attempt(Executable member, boolean nulls) {
-        Object[] arguments = Arrays.stream(member.getParameterTypes()).map(type -> choose(type, RANDOM)).toArray();
+        Object[] arguments = Arrays.stream(member.getParameterTypes()).map(MisuseTest::choose).toArray();
         int missing = RANDOM.nextInt(arguments.length + 1);
         if (nulls && missing < arguments.length && !member.getParameterTypes()[missing].isPrimitive()) {
             arguments[missing] = null;
         }
         boolean alone = member instanceof Constructor || Modifier.isStatic(member.getModifiers());
-        Object receiver = alone ? null : choose(member.getDeclaringClass(), RANDOM);
+        Object receiver = alone ? null : choose(member.getDeclaringClass());
         if (alone || receiver != null) {
             Object result = judged(receiver + "." + member + " " + Arrays.deepToString(arguments).lines().findFirst()
                     .orElse(""), () -> invoke(member, receiver, arguments));
@@ -245,9 +261,11 @@ class MisuseTest {
         }
     }
 
-    private static Object choose(Class<?> type, Random random) {
+    private static Object choose(Class<?> type) {
         List<Object> values = VALUES.getOrDefault(type, List.of());
-        return values.isEmpty() ? null : values.get(random.nextInt(values.size()));
+        synchronized (values) {
+            return values.isEmpty() ? null : values.get(RANDOM.nextInt(values.size()));
+        }
     }
 
     private static Object invoke(Executable member, Object receiver, Object[] arguments) throws Exception {
@@ -279,44 +297,6 @@ class MisuseTest {
                 throw new AssertionError(call, e);
             }
             return null;
-        }
-    }
-
-    // Calls while others run.
-
-    static void races() throws Exception {
-        refill(MediaReader.class);
-        for (int round = 0; round < 12; round++) {
-            MediaReader reader = MediaReader.open(film);
-            VideoDecoder pictures = video(reader);
-            List<AutoCloseable> victims = List.of(reader, pictures, audio(reader), AudioEncoder.open(AudioCodec.MP3, 44_100, 2),
-                    pictures.pictures(reader).findFirst().orElseThrow());
-            List<Packet> packets = reader.packets().toList();
-            List<? extends Future<?>> attackers = IntStream.range(3 * round, 3 * round + 3).mapToObj(Random::new)
-                    .map(random -> THREADS.submit(() -> attack(victims, packets, reader, random))).toList();
-            // Decoders side by side in other threads are nobody's victims, however new the newest one is.
-            check(decoded().equals(expected), "races disturb others");
-            for (Future<?> attacker : attackers) {
-                attacker.get(2, TimeUnit.MINUTES);
-            }
-            for (AutoCloseable victim : victims) {
-                victim.close();
-            }
-        }
-        check(OUTCOMES.getOrDefault("MediaStateException", 0) > 0, "nobody met anybody: " + OUTCOMES);
-    }
-
-    private static void attack(List<AutoCloseable> victims, List<Packet> packets, MediaReader reader, Random random) {
-        for (int i = 0; i < 400; i++) {
-            Object victim = victims.get(random.nextInt(victims.size()));
-            List<Executable> members = members(victim.getClass());
-            Executable member = members.get(random.nextInt(members.size()));
-            if (member instanceof Method && !Modifier.isStatic(member.getModifiers())
-                    && !(member.getName().equals("close") && i < 390)) {
-                Object[] arguments = Arrays.stream(member.getParameterTypes()).map(type -> type == MediaReader.class ? reader
-                        : type == Packet.class ? packets.get(random.nextInt(packets.size())) : choose(type, random)).toArray();
-                judged(victim + "." + member, () -> invoke(member, victim, arguments));
-            }
         }
     }
 

@@ -76,21 +76,17 @@ class VideoEntryPointsTest {
     @CsvSource({"YUY2, yuyv422", "UYVY, uyvy422", "RGB15, rgb555be", "RGB16, rgb565be"})
     void modelsOfTwoBytesComeInShorts(PictureFormat model, String pixels) {
         create(VideoFormat.of(TRACK.stream()), model, null);
-        List<String> pictures = new ArrayList<>();
-        for (int i = 0; i < TRACK.packets().size(); i++) {
-            assertThat(i == 0 ? first() : process(TRACK, i)).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
-            assertThat(params[VideoParams.ARRAY_KIND]).isEqualTo(ArrayKind.SHORT);
-            assertThat(Arrays.copyOfRange(params, 7, 11)).containsOnly(0);
-            int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
-            assertThat(layout).startsWith(WIDTH, HEIGHT).hasSize(16);
-            ByteBuffer bytes = ByteBuffer.allocate(WIDTH * HEIGHT * Short.BYTES).order(ByteOrder.LITTLE_ENDIAN);
-            for (int line = 0; line < HEIGHT; line++) {
-                bytes.position(line * WIDTH * Short.BYTES).asShortBuffer()
-                        .put((short[]) out[0], params[6] + line * layout[2] / Short.BYTES, WIDTH);
-            }
-            pictures.add(Reference.md5(bytes.array()));
+        assertThat(first()).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
+        assertThat(params[VideoParams.ARRAY_KIND]).isEqualTo(ArrayKind.SHORT);
+        assertThat(Arrays.copyOfRange(params, 7, 11)).containsOnly(0);
+        int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
+        assertThat(layout).startsWith(WIDTH, HEIGHT).hasSize(16);
+        ByteBuffer bytes = ByteBuffer.allocate(WIDTH * HEIGHT * Short.BYTES).order(ByteOrder.LITTLE_ENDIAN);
+        for (int line = 0; line < HEIGHT; line++) {
+            bytes.position(line * WIDTH * Short.BYTES).asShortBuffer()
+                    .put((short[]) out[0], params[6] + line * layout[2] / Short.BYTES, WIDTH);
         }
-        assertThat(Reference.decode(TRACK, pixels, true).pictures()).extracting(Reference.Picture::md5).isEqualTo(pictures);
+        assertThat(Reference.decode(TRACK, pixels, true).pictures().get(0).md5()).isEqualTo(Reference.md5(bytes.array()));
     }
 
     /** The scaler by itself divides by zero, or runs out of rows, for some of these. */
