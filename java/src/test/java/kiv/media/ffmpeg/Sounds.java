@@ -3,7 +3,6 @@ package kiv.media.ffmpeg;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.ShortBuffer;
-import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -57,11 +56,6 @@ public final class Sounds {
         ByteBuffer pcm = ByteBuffer.allocate(blocks.stream().mapToInt(block -> block.data().remaining()).sum());
         blocks.forEach(block -> pcm.put(block.data()));
         return pcm.array();
-    }
-
-    /** What the {@code ffmpeg} program makes of a file: PCM of 16 bits. */
-    public static byte[] decodedByFfmpeg(Path file) {
-        return Programs.output(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f", "s16le", "-"));
     }
 
     /**

@@ -3,7 +3,7 @@ package kiv.media.ffmpeg.cli;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
 
-/** Counts when pictures are shown. Pictures of a stream without container have no times; each follows the one before. */
+/** Counts when pictures are shown. Those of a stream without container have no times; each follows the one before. */
 final class PictureClock {
 
     private final long usual;

@@ -11,6 +11,7 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Set;
 import java.util.function.LongUnaryOperator;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.TestMedia;
@@ -170,10 +171,7 @@ class ExactnessTest {
     private static int difference(byte[] one, byte[] other) {
         ByteBuffer a = ByteBuffer.wrap(one).order(ByteOrder.LITTLE_ENDIAN);
         ByteBuffer b = ByteBuffer.wrap(other).order(ByteOrder.LITTLE_ENDIAN);
-        int most = 0;
-        while (a.hasRemaining()) {
-            most = Math.max(most, Math.abs(a.getShort() - b.getShort()));
-        }
-        return most;
+        return IntStream.range(0, a.limit() / Short.BYTES).map(i -> Math.abs(a.getShort(2 * i) - b.getShort(2 * i))).max()
+                .orElse(0);
     }
 }

@@ -74,12 +74,6 @@ class ResourceCacheTest {
         assertThat(root().toFile().list()).containsExactlyInAnyOrder(".lock", directory.getFileName().toString());
     }
 
-    @Test
-    void whatIsNotPackagedIsNamed() {
-        assertThatThrownBy(() -> new ResourceCache(root(), "set").unpack(getClass().getClassLoader(), "libs/", FILES))
-                .isInstanceOf(IOException.class).hasMessageContaining("libs/one.so");
-    }
-
     /** What somebody else can write may hold anything, so it is not loaded. */
     @ParameterizedTest
     @CsvSource({"cache, rwxrwxrwx, others can write there", "cache, rwxrwx---, others can write there",
