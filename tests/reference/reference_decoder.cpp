@@ -29,10 +29,7 @@
 
 using namespace ffmpeg;
 
-namespace
-{
-
-void list_packets(AVFormatContext &dsp_file)
+static void list_packets(AVFormatContext &dsp_file)
 {
     for (const AVStream *adsl_stream : std::span(dsp_file.streams, dsp_file.nb_streams)) {
         const AVCodecContext &dsl_codec = *adsl_stream->codec;
@@ -46,50 +43,33 @@ void list_packets(AVFormatContext &dsp_file)
     });
 }
 
-/** Replaces the values that the options have without being named. */
-void parse(options &dsp_options, std::span<char *const> strp_arguments)
-{
-    for (size_t ull_at = 0; ull_at < strp_arguments.size(); ++ull_at) {
-        const auto dsl_option = dsp_options.find(strp_arguments[ull_at]);
-        if (dsl_option == dsp_options.end())
-            throw std::runtime_error(std::string("unknown option ") + strp_arguments[ull_at]);
-        const bool bl_flag = dsl_option->second.empty();
-        if (!bl_flag && ++ull_at == strp_arguments.size())
-            throw std::runtime_error(dsl_option->first + " wants a value");
-        dsl_option->second = bl_flag ? "1" : strp_arguments[ull_at];
-    }
-}
-
-void run(std::span<char *const> strp_arguments)
-{
-    if (strp_arguments.size() < 3)
+int main(int inp_count, char **astrp_arguments)
+try {
+    const std::vector<std::string> strl_arguments(astrp_arguments, astrp_arguments + inp_count);
+    if (strl_arguments.size() < 3)
         throw std::runtime_error("usage: reference_decoder LIBRARIES FILE [option...]");
-    options dsl_options{{"--codec", "0"},   {"--convert", "none"}, {"--cut", "0"},         {"--drain", ""},
-                        {"--emu-edge", ""}, {"--join", "1"},       {"--list-packets", ""}, {"--pcm", "none"},
+    options dsl_options{{"--codec", "0"},   {"--convert", "none"}, {"--cut", "1000000000"}, {"--drain", ""},
+                        {"--emu-edge", ""}, {"--join", "1"},       {"--list-packets", ""},  {"--pcm", "none"},
                         {"--pieces", "1"},  {"--truncated", ""}};
-    parse(dsl_options, strp_arguments.subspan(3));
-    load(strp_arguments[1]);
-    const format_ptr dsl_file = open_file(strp_arguments[2]);
+    for (size_t ull_at = 3; ull_at < strl_arguments.size(); ++ull_at) {
+        std::string &strl_value = dsl_options.at(strl_arguments[ull_at]);
+        strl_value = strl_value.empty() ? "1" : strl_arguments.at(++ull_at);
+    }
+    load(strl_arguments[1]);
+    const format_ptr dsl_file = open_file(strl_arguments[2]);
     if (!dsl_options["--list-packets"].empty())
-        return list_packets(*dsl_file);
+        return list_packets(*dsl_file), 0;
     const bool bl_sound = dsl_options["--pcm"] != "none";
     for (const AVStream *adsl_stream : std::span(dsl_file->streams, dsl_file->nb_streams)) {
         if (adsl_stream->codec->codec_type != (bl_sound ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO))
             continue;
         const auto iel_codec = static_cast<AVCodecID>(std::stoi(dsl_options["--codec"]));
-        return (bl_sound ? decode_sound : decode_video)(
+        (bl_sound ? decode_sound : decode_video)(
             *dsl_file, *adsl_stream, iel_codec == AV_CODEC_ID_NONE ? adsl_stream->codec->codec_id : iel_codec,
             dsl_options);
+        return 0;
     }
     throw std::runtime_error("no such stream");
-}
-
-} // namespace
-
-int main(int inp_count, char **strp_arguments)
-try {
-    run({strp_arguments, static_cast<size_t>(inp_count)});
-    return 0;
 } catch (const std::exception &dsp_exception) {
     std::cerr << "reference_decoder: " << dsp_exception.what() << '\n';
     return 1;

@@ -1,6 +1,5 @@
 #include "reference.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -24,9 +23,6 @@ template <class T> T sample_at(const uint8_t *autp_plane, int inp_index)
 /** One sample of a plane as 16 bits. */
 int16_t sample_16(AVSampleFormat iep_format, const uint8_t *autp_plane, int inp_index)
 {
-    const auto from_float = [](double flp_sample) {
-        return static_cast<int16_t>(std::clamp(std::lrint(flp_sample * 32768), -32768L, 32767L));
-    };
     switch (iep_format % AV_SAMPLE_FMT_U8P) { // the planar formats have the order of the interleaved ones
     case AV_SAMPLE_FMT_U8:
         return static_cast<int16_t>((autp_plane[inp_index] - 0x80) * 256);
@@ -34,11 +30,11 @@ int16_t sample_16(AVSampleFormat iep_format, const uint8_t *autp_plane, int inp_
         return sample_at<int16_t>(autp_plane, inp_index);
     case AV_SAMPLE_FMT_S32:
         return static_cast<int16_t>(sample_at<int32_t>(autp_plane, inp_index) >> 16);
-    case AV_SAMPLE_FMT_FLT:
-        return from_float(sample_at<float>(autp_plane, inp_index));
-    default:
-        return from_float(sample_at<double>(autp_plane, inp_index));
     }
+    const bool bl_single = iep_format % AV_SAMPLE_FMT_U8P == AV_SAMPLE_FMT_FLT;
+    const double fll_sample =
+        bl_single ? sample_at<float>(autp_plane, inp_index) : sample_at<double>(autp_plane, inp_index);
+    return static_cast<int16_t>(std::clamp(std::lrint(fll_sample * 32768), -32768L, 32767L));
 }
 
 /** The rule that decides where MPEG audio goes on after an error; bytes that are not there count as 0. */
@@ -161,19 +157,6 @@ private:
     int inc_blocks = 0;
 };
 
-/** Feeds the pieces of a block, each cut again into blocks of so many bytes, unless 0. */
-void feed_pieces(c_sound_decoder &dsp_decoder, std::span<const uint8_t> utp_block, size_t ulp_pieces, size_t ulp_cut)
-{
-    for (size_t ull_piece = 0; ull_piece < ulp_pieces; ++ull_piece) {
-        const size_t ull_end = utp_block.size() * (ull_piece + 1) / ulp_pieces;
-        size_t ull_length = 0;
-        for (size_t ull_at = utp_block.size() * ull_piece / ulp_pieces; ull_at < ull_end; ull_at += ull_length) {
-            ull_length = std::min(ulp_cut == 0 ? ull_end : ulp_cut, ull_end - ull_at);
-            dsp_decoder.feed(utp_block.subspan(ull_at, ull_length));
-        }
-    }
-}
-
 } // namespace
 
 void decode_sound(AVFormatContext &dsp_file, const AVStream &dsp_stream, AVCodecID iep_codec,
@@ -182,9 +165,14 @@ void decode_sound(AVFormatContext &dsp_file, const AVStream &dsp_stream, AVCodec
     c_sound_decoder dsl_decoder(open_decoder(iep_codec, *dsp_stream.codec, 0), *dsp_stream.codec,
                                 dsp_options.at("--pcm"));
     bytes utl_block;
+    const size_t ull_pieces = std::stoul(dsp_options.at("--pieces"));
+    const size_t ull_cut = std::stoul(dsp_options.at("--cut"));
     const auto feed = [&] {
-        feed_pieces(dsl_decoder, utl_block, std::stoul(dsp_options.at("--pieces")),
-                    std::stoul(dsp_options.at("--cut")));
+        for (size_t ull_piece = 0; ull_piece < ull_pieces; ++ull_piece) {
+            const size_t ull_end = utl_block.size() * (ull_piece + 1) / ull_pieces;
+            for (size_t ull_at = utl_block.size() * ull_piece / ull_pieces; ull_at < ull_end; ull_at += ull_cut)
+                dsl_decoder.feed(std::span(utl_block).subspan(ull_at, std::min(ull_cut, ull_end - ull_at)));
+        }
         utl_block.clear();
     };
     int inl_joined = 0;

@@ -1,7 +1,5 @@
 #include "reference.h"
 
-#include <algorithm>
-#include <array>
 #include <utility>
 
 using namespace ffmpeg;
@@ -34,12 +32,10 @@ public:
     c_video_decoder(context_ptr dsp_context, const AVCodecContext &dsp_stream, const options &dsp_options)
         : dsc_context(std::move(dsp_context)),
           bc_pieces(!dsp_options.at("--truncated").empty()),
+          iec_target(av_get_pix_fmt(dsp_options.at("--convert").c_str())),
           inc_width(dsp_stream.width),
           inc_height(dsp_stream.height)
     {
-        if (const std::string &strl_target = dsp_options.at("--convert");
-            strl_target != "none" && (iec_target = av_get_pix_fmt(strl_target.c_str())) == AV_PIX_FMT_NONE)
-            throw std::runtime_error("no such pixel format");
     }
 
     /** Feeds one packet. A whole one is used up by one call, as in the ffmpeg program. */
@@ -115,7 +111,7 @@ private:
     frame_ptr dsc_frame{existing(av_frame_alloc(), "memory")};
     frame_ptr dsc_converted;
     std::unique_ptr<SwsContext, void (*)(SwsContext *)> dsc_scaler{nullptr, sws_freeContext};
-    AVPixelFormat iec_target = AV_PIX_FMT_NONE; // as decoded
+    AVPixelFormat iec_target; // none: as decoded
     int inc_width;
     int inc_height;
     int inc_packets = 0;

@@ -13,10 +13,7 @@
 streams=$build/streams
 script=$(sha256sum "${BASH_SOURCE[0]}" | cut -d' ' -f1)
 made_by="$script $(ffmpeg -version | head -n 1)"
-if [[ $(cat "$streams/.made_by" 2>/dev/null) == "$made_by" ]]; then
-    printf '%s\n' "$streams"
-    exit 0
-fi
+[[ $(cat "$streams/.made_by" 2>/dev/null) != "$made_by" ]] || { printf '%s\n' "$streams" && exit; }
 say "making the test streams"
 part=$build/streams.part
 rm -rf "$part"
@@ -47,7 +44,7 @@ video() {
         more=(-f lavfi -i sine=frequency=440:sample_rate=44100:duration=1 -ac 2 -flags:a +bitexact)
     fi
     encode -f lavfi -i "$source" "${more[@]}" -flags:v +bitexact "${@:6}"
-    describe "${@:1:3}"
+    [[ $1 == *_small.* ]] || describe "${@:1:3}" # a part of another stream
 }
 
 # sounds LAYOUT RATE: a source of sound that differs in every channel, a tone, a sweep and noise
@@ -190,10 +187,7 @@ audio flac.flac - stereo 44100 -c:a flac
 {
     printf '#!AMR\n'
     ffmpeg -nostdin -v error -f lavfi -i "$(sounds mono 8000)" -c:a g722 -f g722 - </dev/null |
-        for ((frame = 0; frame < 50; frame++)); do
-            printf '\x3c'
-            head -c 31
-        done
+        for frame in {1..50}; do printf '\x3c' && head -c 31; done
 } >amr_nb.amr
 list_audio amr_nb.amr 0x0038
 
@@ -207,8 +201,7 @@ video mpeg1_mp2.mpg MPG1 sound 320x240 25 "${mpeg1[@]}" -bf 2 -c:a mp2 -b:a 192k
 video mpeg2_ac3.ts MPG2 sound 320x240 25 "${mpeg2[@]}" -bf 2 -c:a ac3 -b:a 192k
 video wmv2_wma2.asf WMV2 sound 320x240 25 -c:v wmv2 -q:v 3 -c:a wmav2 -b:a 128k
 
-rm mpeg2_small.m2v h264_small.h264
-sed -i -E '/^(mpeg2_small.m2v|h264_small.h264)\t/d' manifest.tsv
+rm ./*_small.*
 printf '%s\n' "$made_by" >.made_by
 cd "$build"
 rm -rf "$streams"

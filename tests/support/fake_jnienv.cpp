@@ -3,31 +3,19 @@
 #include <gmock/gmock.h>
 
 #include <cstdarg>
-#include <cstring>
-#include <span>
 #include <stdexcept>
 #include <type_traits>
 
 namespace
 {
 
-constexpr size_t ul_guard = 64;
-constexpr uint8_t ut_guard_byte = 0xA5;
-
-/** A function's name as an argument of a template. */
-template <size_t LENGTH> struct dsd_name
-{
-    consteval dsd_name(const char (&strp_text)[LENGTH]) { std::copy_n(strp_text, LENGTH, strc_text); }
-    char strc_text[LENGTH];
-};
-
 /** Makes a JNI function of a body; a failed one returns 0 or null, and so does one without a body. */
-template <dsd_name NAME, class BODY, class RESULT, class... ARGUMENTS>
-void define(RESULT (*&adsp_function)(JNIEnv *, ARGUMENTS...), BODY)
+template <class BODY, class NAME, class RESULT, class... ARGUMENTS>
+void define(RESULT (*&adsp_function)(JNIEnv *, ARGUMENTS...), BODY, NAME)
 {
     adsp_function = [](JNIEnv *adsp_env, ARGUMENTS... dsp_arguments) -> RESULT {
         auto &dsl_env = static_cast<c_fake_jnienv &>(*adsp_env);
-        const bool bl_succeeds = dsl_env.enter(NAME.strc_text);
+        const bool bl_succeeds = dsl_env.enter(NAME()());
         if constexpr (std::is_invocable_v<BODY, c_fake_jnienv &, ARGUMENTS...>)
             if (bl_succeeds)
                 return static_cast<RESULT>(BODY()(dsl_env, dsp_arguments...));
@@ -47,10 +35,13 @@ void define(RESULT (*&adsp_function)(JNIEnv *, ARGUMENTS...), BODY)
 
 c_fake_vm::~c_fake_vm()
 {
+    for (const auto &[avol_reference, dsl_object] : dsc_references)
+        EXPECT_FALSE(dsl_object.second) << "a global reference is left to " << dsl_object.first->strc_class;
+}
+
+c_fake_jnienv::~c_fake_jnienv()
+{
     EXPECT_TRUE(dsc_pins.empty()) << "arrays are still accessed";
-    for (const auto &[avol_reference, dsl_reference] : dsc_references)
-        EXPECT_FALSE(dsl_reference.bc_global)
-            << "a global reference is left to " << dsl_reference.dsc_object->strc_class;
 }
 
 jobject c_fake_jnienv::reference(const fake_object &dsp_object, bool bp_global)
@@ -68,30 +59,16 @@ void c_fake_jnienv::forget(jobject avop_reference, bool bp_global)
 {
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
     const auto dsl_at = dsc_vm.dsc_references.find(avop_reference);
-    if (dsl_at == dsc_vm.dsc_references.end() || dsl_at->second.bc_global != bp_global)
+    if (dsl_at == dsc_vm.dsc_references.end() || dsl_at->second.second != bp_global)
         return void(ADD_FAILURE() << "deletes a reference of the other kind, or one that is dead");
     dsc_vm.dsc_references.erase(dsl_at);
     umc_locals -= bp_global ? 0 : 1;
 }
 
-jobject c_fake_jnienv::local(const std::string &strp_class, const std::string &strp_text)
-{
-    return reference(std::make_shared<dsd_fake_object>(dsd_fake_object{strp_class, strp_text, {}}), false);
-}
-
 jintArray c_fake_jnienv::local_ints(const std::vector<jint> &aimp_values)
 {
-    const jobject avol_array = local("[I");
     const auto *autl_values = reinterpret_cast<const uint8_t *>(aimp_values.data());
-    object(avol_array)->utc_bytes.assign(autl_values, autl_values + aimp_values.size() * sizeof(jint));
-    return static_cast<jintArray>(avol_array);
-}
-
-jbyteArray c_fake_jnienv::local_bytes(size_t ump_length)
-{
-    const jobject avol_array = local("[B");
-    object(avol_array)->utc_bytes.resize(ump_length);
-    return static_cast<jbyteArray>(avol_array);
+    return local<jintArray>("[I", {}, {autl_values, autl_values + aimp_values.size() * sizeof(jint)});
 }
 
 fake_object c_fake_jnienv::object(jobject avop_reference)
@@ -99,16 +76,9 @@ fake_object c_fake_jnienv::object(jobject avop_reference)
     const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
     const auto dsl_at = dsc_vm.dsc_references.find(avop_reference);
     if (dsl_at != dsc_vm.dsc_references.end())
-        return dsl_at->second.dsc_object;
+        return dsl_at->second.first;
     ADD_FAILURE() << "uses a reference that is dead or null";
     return std::make_shared<dsd_fake_object>();
-}
-
-std::vector<jint> c_fake_jnienv::ints(jobject avop_array)
-{
-    const std::vector<uint8_t> &utl_bytes = object(avop_array)->utc_bytes;
-    const auto *aiml_values = reinterpret_cast<const jint *>(utl_bytes.data());
-    return {aiml_values, aiml_values + utl_bytes.size() / sizeof(jint)};
 }
 
 void c_fake_jnienv::throw_java(const std::string &strp_class, const std::string &strp_message)
@@ -129,7 +99,7 @@ bool c_fake_jnienv::enter(const std::string &strp_function)
     for (const char *strl_prefix : {"Exception", "Delete", "Release"})
         bl_always_allowed |= strp_function.starts_with(strl_prefix);
     EXPECT_TRUE(dsc_pending == nullptr || bl_always_allowed) << strp_function << " while an exception is pending";
-    EXPECT_TRUE(inc_critical == 0 || strp_function.ends_with("PrimitiveArrayCritical"))
+    EXPECT_TRUE(dsc_pins.empty() || strp_function.ends_with("PrimitiveArrayCritical"))
         << strp_function << " while an array is pinned";
     if (strp_function != strc_failing)
         return true;
@@ -139,31 +109,22 @@ bool c_fake_jnienv::enter(const std::string &strp_function)
 
 void *c_fake_jnienv::pin(jobject avop_array)
 {
-    ++inc_critical;
     const fake_object dsl_array = object(avop_array);
-    std::vector<uint8_t> utl_copy(dsl_array->utc_bytes.size() + 2 * ul_guard, ut_guard_byte);
-    uint8_t *autl_elements = utl_copy.data() + ul_guard;
-    std::ranges::copy(dsl_array->utc_bytes, autl_elements);
-    const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
-    dsc_vm.dsc_pins.emplace(autl_elements, c_fake_vm::dsd_pin{dsl_array, std::move(utl_copy)});
+    std::vector<uint8_t> utl_copy(dsl_array->utc_bytes);
+    utl_copy.reserve(1); // not null for an empty array
+    uint8_t *autl_elements = utl_copy.data();
+    dsc_pins.emplace(autl_elements, std::pair(dsl_array, std::move(utl_copy)));
     return autl_elements;
 }
 
 void c_fake_jnienv::unpin(jobject avop_array, void *avp_elements, jint imp_mode)
 {
     dsc_calls.back() += ":" + std::to_string(imp_mode);
-    --inc_critical;
-    std::vector<uint8_t> &utl_bytes = object(avop_array)->utc_bytes;
-    const std::lock_guard dsl_lock(dsc_vm.dsc_lock);
-    const auto dsl_at = dsc_vm.dsc_pins.find(avp_elements);
-    if (dsl_at == dsc_vm.dsc_pins.end() || &dsl_at->second.dsc_array->utc_bytes != &utl_bytes)
+    const auto dsl_pin = dsc_pins.extract(avp_elements);
+    if (dsl_pin.empty() || dsl_pin.mapped().first != object(avop_array))
         return void(ADD_FAILURE() << "releases elements that this array does not have");
-    const std::span<const uint8_t> utl_copy(dsl_at->second.utc_copy);
-    EXPECT_THAT(utl_copy.first(ul_guard), testing::Each(ut_guard_byte)) << "written before the array";
-    EXPECT_THAT(utl_copy.last(ul_guard), testing::Each(ut_guard_byte)) << "written behind the array";
     if (imp_mode != JNI_ABORT)
-        std::ranges::copy(utl_copy.subspan(ul_guard, utl_bytes.size()), utl_bytes.begin());
-    dsc_vm.dsc_pins.erase(dsl_at);
+        dsl_pin.mapped().first->utc_bytes = dsl_pin.mapped().second;
 }
 
 /** The table of functions; what is not here the tests do not reach. */
@@ -172,56 +133,51 @@ const JNINativeInterface_ &c_fake_jnienv::functions()
     using env = c_fake_jnienv;
     static const JNINativeInterface_ dsl_functions = [] {
         JNINativeInterface_ dsl_table{};
-#define FUNCTION(name, ...) define<#name>(dsl_table.name, __VA_ARGS__)
+#define FUNCTION(name, ...) define(dsl_table.name, __VA_ARGS__, [] { return #name; })
 #define WITHOUT_BODY(name) FUNCTION(name, nullptr);
         FUNCTIONS_WITHOUT_BODY(WITHOUT_BODY)
-        FUNCTION(NewIntArray, [](env &dsp_env, jsize) { return dsp_env.local("[I"); });
-        FUNCTION(NewObjectArray, [](env &dsp_env, jsize, jclass, jobject) { return dsp_env.local("[L"); });
-        FUNCTION(FindClass, [](env &dsp_env, const char *strp_name) { return dsp_env.local_class(strp_name); });
-        FUNCTION(NewStringUTF, [](env &dsp_env, const char *strp_text) { return dsp_env.local_string(strp_text); });
-        FUNCTION(NewGlobalRef,
-                 [](env &dsp_env, jobject avop) { return dsp_env.reference(dsp_env.object(avop), true); });
-        FUNCTION(NewLocalRef,
-                 [](env &dsp_env, jobject avop) { return dsp_env.reference(dsp_env.object(avop), false); });
-        FUNCTION(DeleteGlobalRef, [](env &dsp_env, jobject avop) { dsp_env.forget(avop, true); });
-        FUNCTION(DeleteLocalRef, [](env &dsp_env, jobject avop) { dsp_env.forget(avop, false); });
-        FUNCTION(GetStringUTFChars, [](env &dsp_env, jstring avop_string, jboolean *abp_is_copy) {
-            *abp_is_copy = dsp_env.dsc_vm.bc_copies_strings;
-            return dsp_env.object(avop_string)->strc_text.c_str();
+        FUNCTION(NewIntArray, [](env &dsp, jsize) { return dsp.local("[I"); });
+        FUNCTION(NewObjectArray, [](env &dsp, jsize, jclass, jobject) { return dsp.local("[L"); });
+        FUNCTION(FindClass, [](env &dsp, const char *strp_name) { return dsp.local_class(strp_name); });
+        FUNCTION(NewStringUTF, [](env &dsp, const char *strp_text) { return dsp.local("String", strp_text); });
+        FUNCTION(NewGlobalRef, [](env &dsp, jobject avop) { return dsp.reference(dsp.object(avop), true); });
+        FUNCTION(NewLocalRef, [](env &dsp, jobject avop) { return dsp.reference(dsp.object(avop), false); });
+        FUNCTION(DeleteGlobalRef, [](env &dsp, jobject avop) { dsp.forget(avop, true); });
+        FUNCTION(DeleteLocalRef, [](env &dsp, jobject avop) { dsp.forget(avop, false); });
+        FUNCTION(GetStringUTFChars, [](env &dsp, jstring avop_string, jboolean *abp_is_copy) {
+            *abp_is_copy = dsp.dsc_vm.bc_copies_strings;
+            return dsp.object(avop_string)->strc_text.c_str();
         });
-        FUNCTION(ReleaseStringUTFChars, [](env &dsp_env, jstring avop_string, const char *strp_text) {
-            EXPECT_EQ(dsp_env.object(avop_string)->strc_text.c_str(), strp_text);
+        FUNCTION(ReleaseStringUTFChars, [](env &dsp, jstring avop_string, const char *strp_text) {
+            EXPECT_EQ(dsp.object(avop_string)->strc_text.c_str(), strp_text);
         });
-        FUNCTION(GetArrayLength, [](env &dsp_env, jarray avop_array) {
-            const fake_object dsl_array = dsp_env.object(avop_array);
+        FUNCTION(GetArrayLength, [](env &dsp, jarray avop_array) {
+            const fake_object dsl_array = dsp.object(avop_array);
             return dsl_array->utc_bytes.size() / (dsl_array->strc_class == "[I" ? sizeof(jint) : 1);
         });
         FUNCTION(GetPrimitiveArrayCritical,
-                 [](env &dsp_env, jarray avop_array, jboolean *) { return dsp_env.pin(avop_array); });
-        FUNCTION(ReleasePrimitiveArrayCritical, [](env &dsp_env, jarray avop_array, void *avp_elements, jint imp_mode) {
-            dsp_env.unpin(avop_array, avp_elements, imp_mode);
+                 [](env &dsp, jarray avop_array, jboolean *) { return dsp.pin(avop_array); });
+        FUNCTION(ReleasePrimitiveArrayCritical, [](env &dsp, jarray avop_array, void *avp_elements, jint imp_mode) {
+            dsp.unpin(avop_array, avp_elements, imp_mode);
         });
-        FUNCTION(CallVoidMethodV, [](env &dsp_env, jobject avop_receiver, jmethodID, va_list dsp_arguments) {
-            dsp_env.object(avop_receiver);
+        FUNCTION(CallVoidMethodV, [](env &dsp, jobject avop_receiver, jmethodID, va_list dsp_arguments) {
+            dsp.object(avop_receiver);
             const jint iml_level = va_arg(dsp_arguments, jint);
-            dsp_env.dsc_vm.dsc_print_info(dsp_env, iml_level,
-                                          dsp_env.object(va_arg(dsp_arguments, jobject))->strc_text);
+            dsp.dsc_vm.dsc_print_info(dsp, iml_level, dsp.object(va_arg(dsp_arguments, jobject))->strc_text);
         });
-        FUNCTION(ExceptionCheck, [](env &dsp_env) { return dsp_env.dsc_pending != nullptr; });
-        FUNCTION(ExceptionOccurred, [](env &dsp_env) { return dsp_env.reference(dsp_env.dsc_pending, false); });
-        FUNCTION(ExceptionClear, [](env &dsp_env) { dsp_env.dsc_pending = nullptr; });
-        FUNCTION(Throw, [](env &dsp_env, jthrowable avop_thrown) {
-            dsp_env.dsc_pending = dsp_env.object(avop_thrown);
+        FUNCTION(ExceptionCheck, [](env &dsp) { return dsp.dsc_pending != nullptr; });
+        FUNCTION(ExceptionOccurred, [](env &dsp) { return dsp.reference(dsp.dsc_pending, false); });
+        FUNCTION(ExceptionClear, [](env &dsp) { dsp.dsc_pending = nullptr; });
+        FUNCTION(Throw, [](env &dsp, jthrowable avop_thrown) {
+            dsp.dsc_pending = dsp.object(avop_thrown);
             return 0;
         });
-        FUNCTION(ThrowNew, [](env &dsp_env, jclass avop_class, const char *strp_message) {
-            dsp_env.throw_java(dsp_env.object(avop_class)->strc_text,
-                               strp_message == nullptr ? "(null)" : strp_message);
+        FUNCTION(ThrowNew, [](env &dsp, jclass avop_class, const char *strp_message) {
+            dsp.throw_java(dsp.object(avop_class)->strc_text, strp_message == nullptr ? "(null)" : strp_message);
             return 0;
         });
-        FUNCTION(FatalError, [](env &, const char *strp_message) {
-            throw std::runtime_error(strp_message); // a real machine never returns
-        });
+        // A real machine never returns.
+        FUNCTION(FatalError, [](env &, const char *strp_message) { throw std::runtime_error(strp_message); });
         return dsl_table;
     }();
     return dsl_functions;

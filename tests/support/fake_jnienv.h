@@ -2,9 +2,9 @@
  * @file
  * A Java virtual machine made of records, for what a real one does not show: calls that fail, and what is called when.
  *
- * It copies on every access to array elements, so that only the release mode decides what Java sees; guards the ends of
- * these copies; and fails the running test when JNI is called while an array is pinned, while an exception is pending
- * that forbids the call, or with a reference that is not alive. Whatever is pinned or global at its end fails the test.
+ * It copies on every access to array elements, so that only the release mode decides what Java sees, and fails the
+ * running test when JNI is called while an array is pinned, while an exception is pending that forbids the call, or with
+ * a reference that is not alive. Whatever is pinned or global at its end fails the test.
  */
 #pragma once
 
@@ -31,37 +31,17 @@ struct dsd_fake_object
 using fake_object = std::shared_ptr<dsd_fake_object>;
 
 /** What all threads share. */
-class c_fake_vm
+struct c_fake_vm
 {
-public:
-    c_fake_vm() = default;
     ~c_fake_vm();
-    c_fake_vm(const c_fake_vm &) = delete;
-    c_fake_vm &operator=(const c_fake_vm &) = delete;
 
     /** The one void method that objects have; set before any thread calls. */
     std::function<void(c_fake_jnienv &, jint, const std::string &)> dsc_print_info;
-    /** Whether strings are copied for native code. */
-    bool bc_copies_strings = true;
+    bool bc_copies_strings = true; /**< for native code */
 
-private:
-    friend class c_fake_jnienv;
-
-    struct dsd_reference
-    {
-        fake_object dsc_object;
-        bool bc_global;
-    };
-    struct dsd_pin
-    {
-        fake_object dsc_array;
-        std::vector<uint8_t> utc_copy; // with guards before and after
-    };
-
-    std::mutex dsc_lock;
-    std::map<jobject, dsd_reference> dsc_references;
-    std::map<void *, dsd_pin> dsc_pins;
-    uintptr_t ulc_last_reference = 0; // a dead reference never lives again
+    std::mutex dsc_lock;                                            // of what follows
+    std::map<jobject, std::pair<fake_object, bool>> dsc_references; // true for a global one
+    uintptr_t ulc_last_reference = 0;                               // a dead reference never lives again
 };
 
 /** One thread's door to the machine. */
@@ -69,23 +49,22 @@ class c_fake_jnienv : public JNIEnv_
 {
 public:
     explicit c_fake_jnienv(c_fake_vm &dsp_vm) : JNIEnv_{&functions()}, dsc_vm(dsp_vm) {}
+    ~c_fake_jnienv();
 
     /** A local reference to a new object. */
-    jobject local(const std::string &strp_class, const std::string &strp_text = {});
-    jclass local_class(const std::string &strp_name)
+    template <class REFERENCE = jobject>
+    REFERENCE local(const std::string &strp_class, const std::string &strp_text = {},
+                    const std::vector<uint8_t> &utp_bytes = {})
     {
-        return static_cast<jclass>(local("java/lang/Class", strp_name));
+        const dsd_fake_object dsl_object{strp_class, strp_text, utp_bytes};
+        return static_cast<REFERENCE>(reference(std::make_shared<dsd_fake_object>(dsl_object), false));
     }
-    jstring local_string(const std::string &strp_text)
-    {
-        return static_cast<jstring>(local("java/lang/String", strp_text));
-    }
+    jclass local_class(const std::string &strp_name) { return local<jclass>("java/lang/Class", strp_name); }
     jintArray local_ints(const std::vector<jint> &aimp_values);
-    jbyteArray local_bytes(size_t ump_length);
+    jbyteArray local_bytes(size_t ump_length) { return local<jbyteArray>("[B", {}, std::vector<uint8_t>(ump_length)); }
 
     /** The object behind a living reference. */
     fake_object object(jobject avop_reference);
-    std::vector<jint> ints(jobject avop_array);
 
     void throw_java(const std::string &strp_class, const std::string &strp_message);
     /** The pending exception as "class: message", "" for none; no longer pending afterwards. */
@@ -112,5 +91,5 @@ private:
     c_fake_vm &dsc_vm;
     fake_object dsc_pending;
     std::vector<std::string> dsc_calls;
-    int inc_critical = 0;
+    std::map<void *, std::pair<fake_object, std::vector<uint8_t>>> dsc_pins; // copies of the elements
 };

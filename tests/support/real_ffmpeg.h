@@ -1,12 +1,35 @@
 /** @file The real FFmpeg libraries for a test. */
 #pragma once
 
+#include "kivjniffmpeg/context/library_context.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
 /** Opens FFmpeg through the library's loader, once per process. @throws std::runtime_error without KIV_FFMPEG_DIR */
-void load_ffmpeg();
+inline void load_ffmpeg()
+{
+    [[maybe_unused]] static const bool bl_once = [] {
+        const char *strl_directory = std::getenv("KIV_FFMPEG_DIR");
+        if (strl_directory == nullptr)
+            throw std::runtime_error("KIV_FFMPEG_DIR must name the directory with the five FFmpeg libraries");
+        // The libraries have no run path: what the others need is opened first, as Java does.
+        for (const char *strl_file : {"/libavutil.so.54", "/libswresample.so.1"})
+            if (dlopen((std::string(strl_directory) + strl_file).c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
+                throw std::runtime_error(dlerror());
+        c_ffmpeg::static_init();
+        ffmpeg_loader::load(strl_directory);
+        g_avcodec.avcodec_register_all();
+        g_avformat.av_register_all();
+        g_avutil.av_log_set_level(-8); // quiet
+        return true;
+    }();
+}
 
 /** A test for which FFmpeg is loaded. */
 class real_ffmpeg : public testing::Test
@@ -16,8 +39,10 @@ protected:
 };
 
 /** Calls a function that the library itself does not use. The arguments have exactly the types of its parameters. */
-void *ffmpeg_symbol(const char *strp_name);
 template <class RESULT, class... ARGUMENTS> RESULT ffmpeg_call(const char *strp_name, ARGUMENTS... dsp_arguments)
 {
-    return reinterpret_cast<RESULT (*)(ARGUMENTS...)>(ffmpeg_symbol(strp_name))(dsp_arguments...);
+    void *avl_function = dlsym(RTLD_DEFAULT, strp_name);
+    if (avl_function == nullptr)
+        throw std::runtime_error(std::string("no function ") + strp_name);
+    return reinterpret_cast<RESULT (*)(ARGUMENTS...)>(avl_function)(dsp_arguments...);
 }

@@ -5,9 +5,6 @@
 #include <stdexcept>
 #include <type_traits>
 
-namespace
-{
-
 static_assert(std::is_trivially_destructible_v<c_mutex>, "threads may still use a static mutex at the process's end");
 
 TEST(mutex, does_not_exist_before_it_is_made)
@@ -22,5 +19,3 @@ TEST(mutex, does_not_exist_before_it_is_made)
     dsl_mutex.destroy();
     EXPECT_THROW(const c_mutex_lock dsl_lock(dsl_mutex), std::runtime_error);
 }
-
-} // namespace

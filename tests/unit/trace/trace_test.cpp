@@ -3,13 +3,10 @@
 #include "support/fake_jnienv.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <thread>
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
+using namespace testing;
 
 namespace
 {
@@ -17,13 +14,12 @@ namespace
 thread_local JNIEnv *g_env = nullptr; // what the hook returns for the thread
 
 /** A receiver that keeps its lines. */
-class trace : public testing::Test
+class trace : public Test
 {
 protected:
     trace()
     {
         dsc_vm.dsc_print_info = [this](c_fake_jnienv &dsp_env, jint imp_level, const std::string &strp_line) {
-            const std::lock_guard dsl_lock(dsc_lines_lock);
             dsc_lines.emplace_back(imp_level, strp_line);
             if (bc_throws)
                 dsp_env.throw_java("java/lang/IllegalStateException", "receiver");
@@ -51,21 +47,14 @@ protected:
     c_fake_jnienv dsc_env{dsc_vm};
     jobject avoc_receiver;
     jmethodID dsc_method = reinterpret_cast<jmethodID>(this); // the fake machine knows one
-    std::mutex dsc_lines_lock;
     std::vector<std::pair<jint, std::string>> dsc_lines;
     bool bc_throws = false;
 };
 
 TEST_F(trace, line_has_level_indent_and_name)
 {
-    {
-        TRACE_SCOPE("outer", 1);
-        TRACE_LINE(im_level_error, "%s#%s(): n=%d", 7);
-    }
-    {
-        TRACE_SCOPE("accessor", 4);
-        TRACE_LINE(im_level_verbose, "%s#%s(): no values");
-    }
+    TRACE_LINE_IN(c_trace("outer", 1), im_level_error, "%s#%s(): n=%d", 7);
+    TRACE_LINE_IN(c_trace("accessor", 4), im_level_verbose, "%s#%s(): no values");
     EXPECT_THAT(dsc_lines,
                 ElementsAre(Pair(1, "    #outer(): n=7"), Pair(6, "                #accessor(): no values")));
     EXPECT_EQ(dsc_env.umc_locals, 1U) << "a line leaves no local reference behind";
@@ -86,14 +75,14 @@ TEST_F(trace, outside_a_call_lines_go_to_standard_output_without_line_end)
     TRACE_SCOPE("outside", 3);
     g_env = nullptr;
     int inl_evaluated = 0;
-    testing::internal::CaptureStdout();
+    internal::CaptureStdout();
     TRACE_LINE(im_level_debug, "%s#%s(): a=%d", ++inl_evaluated);
     TRACE_LINE(im_level_debug, "%s#%s(): %s", "b");
     g_env = &dsc_env;
     trace_forget_receiver();
     TRACE_LINE(im_level_debug, "%s#%s(): a=%d", ++inl_evaluated);
     trace_print(&dsc_env, im_level_debug, "%s", "direct");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "            #outside(): a=1            #outside(): b");
+    EXPECT_EQ(internal::GetCapturedStdout(), "            #outside(): a=1            #outside(): b");
     EXPECT_EQ(inl_evaluated, 1) << "without a receiver a line costs nothing";
     EXPECT_THAT(dsc_lines, IsEmpty());
 }
@@ -119,6 +108,7 @@ TEST_F(trace, exception_that_is_pending_stays_and_one_of_the_receiver_becomes_pe
 // machine notices.
 TEST_F(trace, receiver_is_replaced_while_threads_print)
 {
+    dsc_vm.dsc_print_info = [](c_fake_jnienv &, jint, const std::string &) {};
     std::vector<std::jthread> dsl_threads;
     for (int inl_thread = 0; inl_thread < 3; ++inl_thread)
         dsl_threads.emplace_back([&](const std::stop_token &dsp_end) {

@@ -4,12 +4,8 @@
 #include "kivjniffmpeg/buffers/native_buffer.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <new>
-
-namespace
-{
 
 TEST(frame_buffer, copies_what_fits_and_has_four_planes)
 {
@@ -27,5 +23,3 @@ TEST(frame_buffer, copies_what_fits_and_has_four_planes)
     EXPECT_THROW(dsl_buffer.get_plane_offset(4), c_ffmpeg_exception);
     EXPECT_THROW(c_native_buffer(-1, 0), std::bad_alloc);
 }
-
-} // namespace

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
 TEST(decoder_progress, results_may_be_many_but_not_for_ever)
 {
     c_decoder_progress dsl_progress;
@@ -18,5 +15,3 @@ TEST(decoder_progress, results_may_be_many_but_not_for_ever)
         EXPECT_FALSE(dsl_progress.is_stuck(0, false));
     EXPECT_TRUE(dsl_progress.is_stuck(0, false)) << "nothing happens";
 }
-
-} // namespace

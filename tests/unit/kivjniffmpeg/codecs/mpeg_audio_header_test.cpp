@@ -4,9 +4,6 @@
 
 #include <vector>
 
-namespace
-{
-
 TEST(mpeg_audio_header, has_eleven_bits_and_fields_that_exist)
 {
     const std::pair<std::vector<uint8_t>, bool> dsl_cases[] = {
@@ -24,5 +21,3 @@ TEST(mpeg_audio_header, has_eleven_bits_and_fields_that_exist)
     for (const auto &[utl_bytes, bl_header] : dsl_cases)
         EXPECT_EQ(starts_with_mpeg_audio_header(utl_bytes), bl_header) << testing::PrintToString(utl_bytes);
 }
-
-} // namespace

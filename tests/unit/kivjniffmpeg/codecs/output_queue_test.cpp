@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
-
 TEST(output_queue, counts_the_bytes_that_wait)
 {
     c_output_queue dsl_queue;
@@ -21,5 +18,3 @@ TEST(output_queue, counts_the_bytes_that_wait)
     EXPECT_EQ(dsl_queue.bytes(), 0U);
     EXPECT_TRUE(dsl_queue.empty());
 }
-
-} // namespace

@@ -18,14 +18,16 @@ protected:
         return dsl_picture;
     }
 
-    /** A frame whose memory belongs to FFmpeg; it counts itself when it is released. */
-    std::unique_ptr<c_avframe> shared_frame()
+    /** Shares a frame whose memory counts itself when it is released. @return the decoder's reference to it */
+    AVBufferRef *share()
     {
         const auto adsl_release = +[](void *adsp_released, uint8_t *) { ++*static_cast<int *>(adsp_released); };
         auto dsl_frame = std::make_unique<c_avframe>();
-        (*dsl_frame)->buf[0] =
+        AVBufferRef *adsl_memory =
             ffmpeg_call<AVBufferRef *>("av_buffer_create", &utc_memory, 1, adsl_release, &inc_released, 0);
-        return dsl_frame;
+        (*dsl_frame)->buf[0] = ffmpeg_call<AVBufferRef *>("av_buffer_ref", adsl_memory);
+        dsc_queue.share(std::move(dsl_frame));
+        return adsl_memory;
     }
 
     uint8_t utc_memory = 0;
@@ -54,9 +56,7 @@ TEST_F(picture_queue, oldest_picture_comes_first_and_is_held_until_then)
 
 TEST_F(picture_queue, shared_pictures_are_released_when_the_decoder_does_not_use_them_any_more)
 {
-    auto dsl_frame = shared_frame();
-    AVBufferRef *adsl_decoders = ffmpeg_call<AVBufferRef *>("av_buffer_ref", (*dsl_frame)->buf[0]);
-    dsc_queue.share(std::move(dsl_frame));
+    AVBufferRef *adsl_decoders = share();
     dsc_queue.share(std::make_unique<c_avframe>()); // converted: its memory is no reference of FFmpeg's
     dsc_queue.clear();
     dsc_queue.release_unused_pictures();
@@ -66,9 +66,7 @@ TEST_F(picture_queue, shared_pictures_are_released_when_the_decoder_does_not_use
     dsc_queue.release_unused_pictures();
     EXPECT_EQ(inc_released, 1);
 
-    dsl_frame = shared_frame();
-    adsl_decoders = ffmpeg_call<AVBufferRef *>("av_buffer_ref", (*dsl_frame)->buf[0]);
-    dsc_queue.share(std::move(dsl_frame));
+    adsl_decoders = share();
     dsc_queue.release_shared_pictures();
     EXPECT_EQ(inc_released, 1) << "only the queue's reference is gone";
     ffmpeg_call<void>("av_buffer_unref", &adsl_decoders);

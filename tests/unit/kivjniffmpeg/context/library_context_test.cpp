@@ -39,10 +39,9 @@ TEST_F(library_context, newest_codec_has_its_object_until_it_is_deleted)
 TEST_F(library_context, refused_allocation_keeps_no_reference)
 {
     const c_register_threadlocal_env dsl_registration(&dsc_env);
-    const c_trace dsl_trace("test", 1);
     const jint iml_size = 1;
     c_java_allocation dsl_allocation(&dsc_ffmpeg);
-    EXPECT_THROW(dsl_allocation.allocate(dsc_checked, nullptr, {&iml_size, 1}, dsl_trace), c_ffmpeg_exception)
+    EXPECT_THROW(dsl_allocation.allocate(dsc_checked, nullptr, {&iml_size, 1}, c_trace("test", 1)), c_ffmpeg_exception)
         << "the fake machine returns false";
     EXPECT_EQ(dsc_env.umc_locals, 0U);
 }

@@ -10,9 +10,6 @@
 #include <thread>
 #include <tuple>
 
-namespace
-{
-
 TEST(native_call, every_exception_becomes_its_java_exception)
 {
     c_ffmpeg::static_init();
@@ -51,17 +48,9 @@ TEST(native_call, registrations_nest_and_belong_to_their_thread)
     c_fake_vm dsl_vm;
     c_fake_jnienv dsl_outer(dsl_vm);
     c_fake_jnienv dsl_inner(dsl_vm);
-    EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr);
-    {
-        const c_register_threadlocal_env dsl_first(&dsl_outer);
+    enter_library(&dsl_outer, [&](kiv::jni::c_jnienv &) {
         std::thread([] { EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr); }).join();
-        {
-            const c_register_threadlocal_env dsl_second(&dsl_inner); // Java called us from a callback
-            EXPECT_EQ(c_ffmpeg::get_thread_env(), &dsl_inner);
-        }
+        enter_library(&dsl_inner, [](kiv::jni::c_jnienv &) {}); // Java called us from a callback
         EXPECT_EQ(c_ffmpeg::get_thread_env(), &dsl_outer);
-    }
-    EXPECT_EQ(c_ffmpeg::get_thread_env(), nullptr);
+    });
 }
-
-} // namespace

@@ -3,7 +3,6 @@
 #include "support/real_ffmpeg.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -12,13 +11,15 @@
 #include <string>
 #include <tuple>
 
+using namespace testing;
+
 namespace
 {
 
 using numbers = std::map<std::string, int64_t>;
 
-/** The offsets of the fields (or, with @p bp_constants, the values of the constants) of an option table. */
-numbers options_of(const AVClass *adsp_class, bool bp_constants)
+/** The offsets of the fields and the values of the constants of an option table. */
+numbers options_of(const AVClass *adsp_class)
 {
     constexpr int in_constant = 128;
     numbers ill_options;
@@ -27,51 +28,38 @@ numbers options_of(const AVClass *adsp_class, bool bp_constants)
         int64_t ill_default = 0;
         std::memcpy(&inl_type, adsl_option->autc_tail, sizeof inl_type);
         std::memcpy(&ill_default, adsl_option->autc_tail + 4, sizeof ill_default);
-        if ((inl_type == in_constant) == bp_constants)
-            ill_options.emplace(adsl_option->name, bp_constants ? ill_default : adsl_option->offset);
+        ill_options.emplace(adsl_option->name, inl_type == in_constant ? ill_default : adsl_option->offset);
     }
     return ill_options;
 }
 
 template <class... OPTIONS> auto has(OPTIONS... dsp_options)
 {
-    return testing::IsSupersetOf(numbers{dsp_options...});
+    return IsSupersetOf(numbers{dsp_options...});
 }
 
 using abi = real_ffmpeg;
 
-TEST_F(abi, libraries_are_the_line_that_the_header_describes)
-{
-    const std::pair<const char *, unsigned int> dsl_versions[] = {
-        {"avcodec", 56}, {"avformat", 56}, {"avutil", 54}, {"swresample", 1}, {"swscale", 3}};
-    for (const auto &[strl_library, unl_major] : dsl_versions)
-        EXPECT_EQ(ffmpeg_call<unsigned int>((std::string(strl_library) + "_version").c_str()) >> 16, unl_major);
-}
-
 TEST_F(abi, option_tables_have_the_fields_and_values_that_the_header_has)
 {
-    const AVClass *adsl_codec = ffmpeg_call<const AVClass *>("avcodec_get_class");
-    const AVClass *adsl_scaler = ffmpeg_call<const AVClass *>("sws_get_class");
 #define FIELD(option, field) std::pair(option, offsetof(AVCodecContext, field))
 #define SAME(field) FIELD(#field, field)
-    EXPECT_THAT(options_of(adsl_codec, false),
+    EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avcodec_get_class")),
                 has(SAME(flags), SAME(flags2), SAME(time_base), SAME(delay), SAME(codec_tag), SAME(frame_size),
                     SAME(block_align), SAME(channel_layout), SAME(request_channel_layout), SAME(request_sample_fmt),
                     SAME(bits_per_coded_sample), SAME(bits_per_raw_sample), SAME(profile), FIELD("b", bit_rate),
                     FIELD("video_size", width), FIELD("pixel_format", pix_fmt), FIELD("aspect", sample_aspect_ratio),
                     FIELD("ar", sample_rate), FIELD("ac", channels), FIELD("strict", strict_std_compliance),
-                    FIELD("threads", thread_count)));
+                    FIELD("threads", thread_count), std::pair("emu_edge", CODEC_FLAG_EMU_EDGE),
+                    std::pair("truncated", CODEC_FLAG_TRUNCATED), std::pair("skip_manual", CODEC_FLAG2_SKIP_MANUAL),
+                    std::pair("experimental", FF_COMPLIANCE_EXPERIMENTAL)));
 #undef FIELD
 #define FIELD(option, field) std::pair(option, offsetof(AVFrame, field))
-    EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avcodec_get_frame_class"), false),
+    EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avcodec_get_frame_class")),
                 has(SAME(width), SAME(height), SAME(format), SAME(channel_layout), SAME(sample_rate)));
-    EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avformat_get_class"), false),
+    EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avformat_get_class")),
                 has(std::pair("fflags", offsetof(AVFormatContext, flags))));
-    EXPECT_THAT(options_of(adsl_codec, true),
-                has(std::pair("emu_edge", CODEC_FLAG_EMU_EDGE), std::pair("skip_manual", CODEC_FLAG2_SKIP_MANUAL),
-                    std::pair("truncated", CODEC_FLAG_TRUNCATED),
-                    std::pair("experimental", FF_COMPLIANCE_EXPERIMENTAL)));
-    const numbers ill_scaling = options_of(adsl_scaler, true);
+    const numbers ill_scaling = options_of(ffmpeg_call<const AVClass *>("sws_get_class"));
     EXPECT_THAT(ill_scaling, has(std::pair("fast_bilinear", SWS_FAST_BILINEAR), std::pair("bilinear", SWS_BILINEAR),
                                  std::pair("neighbor", SWS_POINT), std::pair("spline", SWS_SPLINE)));
     int64_t ill_filters = 0;
@@ -116,36 +104,27 @@ TEST_F(abi, fresh_codecs_contexts_and_streams)
 {
     const AVCodec &dsl_mpeg2 = *g_avcodec.avcodec_find_decoder(AV_CODEC_ID_MPEG2VIDEO);
     EXPECT_STREQ(dsl_mpeg2.name, "mpeg2video");
-    EXPECT_THAT(dsl_mpeg2.long_name, testing::HasSubstr("MPEG-2"));
+    EXPECT_STREQ(dsl_mpeg2.long_name, "MPEG-2 video");
     EXPECT_EQ(std::tuple(dsl_mpeg2.type, dsl_mpeg2.id), std::tuple(AVMEDIA_TYPE_VIDEO, AV_CODEC_ID_MPEG2VIDEO));
     EXPECT_TRUE(dsl_mpeg2.capabilities & CODEC_CAP_TRUNCATED);
-    EXPECT_FALSE(g_avcodec.avcodec_find_decoder(AV_CODEC_ID_WMV1)->capabilities & CODEC_CAP_TRUNCATED);
     const AVSampleFormat *aiel_formats = g_avcodec.avcodec_find_encoder(AV_CODEC_ID_PCM_F32LE)->sample_fmts;
     EXPECT_EQ(std::pair(aiel_formats[0], aiel_formats[1]), std::pair(AV_SAMPLE_FMT_FLT, AV_SAMPLE_FMT_NONE));
 
-    // A decoder that takes the size from outside: MPEG-2's waits for the stream's.
-    const AVCodec *adsl_cinepak = g_avcodec.avcodec_find_decoder(AV_CODEC_ID_CINEPAK);
-    AVCodecContext *adsl_context = g_avcodec.avcodec_alloc_context3(adsl_cinepak);
-    EXPECT_STREQ(adsl_context->av_class->class_name, "AVCodecContext");
+    AVCodecContext *adsl_context = g_avcodec.avcodec_alloc_context3(&dsl_mpeg2);
     EXPECT_EQ(std::tuple(adsl_context->codec_type, adsl_context->codec, adsl_context->codec_id,
-                         adsl_context->reordered_opaque, adsl_context->sample_fmt),
-              std::tuple(AVMEDIA_TYPE_VIDEO, adsl_cinepak, AV_CODEC_ID_CINEPAK, AV_NOPTS_VALUE, AV_SAMPLE_FMT_NONE));
-    EXPECT_EQ(adsl_context->get_buffer, nullptr);
-    g_avutil.av_opt_set(adsl_context, "video_size", "64x48", 0);
-    EXPECT_EQ(std::pair(adsl_context->width, adsl_context->height), std::pair(64, 48));
-    ASSERT_EQ(g_avcodec.avcodec_open2(adsl_context, adsl_cinepak, nullptr), 0);
-    EXPECT_EQ(std::pair(adsl_context->coded_width, adsl_context->coded_height), std::pair(64, 48));
+                         adsl_context->get_buffer, adsl_context->reordered_opaque, adsl_context->sample_fmt),
+              std::tuple(AVMEDIA_TYPE_VIDEO, &dsl_mpeg2, AV_CODEC_ID_MPEG2VIDEO, nullptr, AV_NOPTS_VALUE,
+                         AV_SAMPLE_FMT_NONE));
     ffmpeg_call<void>("avcodec_free_context", &adsl_context);
 
     AVFormatContext *adsl_format = g_avformat.avformat_alloc_context();
     // Streams of a container that is read have a time base from the start.
     adsl_format->iformat = ffmpeg_call<AVInputFormat *>("av_find_input_format", "avi");
-    g_avcodec.avcodec_close(ffmpeg_call<AVStream *>("avformat_new_stream", adsl_format, &dsl_mpeg2)->codec);
     auto *adsl_stream = ffmpeg_call<AVStream *>("avformat_new_stream", adsl_format, &dsl_mpeg2);
-    EXPECT_EQ(std::pair(adsl_format->nb_streams, adsl_format->streams[1]), std::pair(2U, adsl_stream));
-    EXPECT_EQ(std::tuple(adsl_stream->index, adsl_stream->codec->codec), std::tuple(1, &dsl_mpeg2));
-    EXPECT_EQ(std::tuple(adsl_stream->time_base.den, adsl_stream->sample_aspect_ratio.den), std::tuple(90000, 1));
-    EXPECT_EQ(std::tuple(adsl_stream->start_time, adsl_stream->duration), std::tuple(AV_NOPTS_VALUE, AV_NOPTS_VALUE));
+    EXPECT_EQ(std::pair(adsl_format->nb_streams, adsl_format->streams[0]), std::pair(1U, adsl_stream));
+    EXPECT_EQ(std::tuple(adsl_stream->codec->codec, adsl_stream->time_base.den, adsl_stream->sample_aspect_ratio.den,
+                         adsl_stream->start_time, adsl_stream->duration),
+              std::tuple(&dsl_mpeg2, 90000, 1, AV_NOPTS_VALUE, AV_NOPTS_VALUE));
     g_avcodec.avcodec_close(adsl_stream->codec);
     g_avformat.avformat_free_context(adsl_format);
 }
@@ -153,10 +132,8 @@ TEST_F(abi, fresh_codecs_contexts_and_streams)
 TEST_F(abi, fresh_frames_and_packets)
 {
     AVFrame *adsl_frame = ffmpeg_call<AVFrame *>("av_frame_alloc");
-    EXPECT_EQ(std::tuple(adsl_frame->pts, adsl_frame->pkt_pts, adsl_frame->pkt_dts, adsl_frame->key_frame,
-                         adsl_frame->format),
-              std::tuple(AV_NOPTS_VALUE, AV_NOPTS_VALUE, AV_NOPTS_VALUE, 1, -1));
-    EXPECT_EQ(adsl_frame->extended_data, adsl_frame->data);
+    EXPECT_EQ(std::tuple(adsl_frame->pts, adsl_frame->pkt_pts, adsl_frame->key_frame, adsl_frame->extended_data),
+              std::tuple(AV_NOPTS_VALUE, AV_NOPTS_VALUE, 1, adsl_frame->data));
     ffmpeg_call<void>("av_frame_set_channels", adsl_frame, 10);
     EXPECT_EQ(adsl_frame->channels, 10);
     adsl_frame->format = AV_SAMPLE_FMT_S16P;
@@ -172,12 +149,10 @@ TEST_F(abi, fresh_frames_and_packets)
     AVPacket dsl_packet;
     std::memset(&dsl_packet, 0xEE, sizeof dsl_packet);
     ASSERT_EQ(ffmpeg_call<int>("av_new_packet", &dsl_packet, 100), 0);
-    EXPECT_EQ(std::tuple(dsl_packet.size, dsl_packet.pos, dsl_packet.pts, dsl_packet.dts),
-              std::tuple(100, -1, AV_NOPTS_VALUE, AV_NOPTS_VALUE));
-    EXPECT_EQ(dsl_packet.stream_index | dsl_packet.flags | dsl_packet.duration | dsl_packet.side_data_elems, 0);
-    std::memset(dsl_packet.data, 1, 100);
     ffmpeg_call<uint8_t *>("av_packet_new_side_data", &dsl_packet, 0, 5);
-    EXPECT_EQ(dsl_packet.side_data_elems, 1);
+    EXPECT_EQ(std::tuple(dsl_packet.size, dsl_packet.pos, dsl_packet.pts, dsl_packet.dts, dsl_packet.side_data_elems),
+              std::tuple(100, -1, AV_NOPTS_VALUE, AV_NOPTS_VALUE, 1));
+    EXPECT_EQ(dsl_packet.stream_index | dsl_packet.flags | dsl_packet.duration, 0);
     EXPECT_TRUE(dsl_packet.buf != nullptr && dsl_packet.side_data != nullptr);
     g_avcodec.av_free_packet(&dsl_packet);
 }
@@ -214,37 +189,31 @@ TEST_F(abi, numbers_have_the_names_that_the_header_gives_them)
                  CODEC(WMAV1), CODEC(WMAV2), CODEC(TRUESPEECH), CODEC(GSM_MS), CODEC(ATRAC3), CODEC(VOXWARE),
                  CODEC(WMAPRO), CODEC(WMALOSSLESS), CODEC(SIPR));
 
-    const AVPixFmtDescriptor &dsl_yuv410 = g_avutil.av_pix_fmt_descriptors[AV_PIX_FMT_YUV410P];
-    EXPECT_EQ(std::tuple(dsl_yuv410.nb_components, dsl_yuv410.log2_chroma_w), std::tuple(3, 2));
-    EXPECT_EQ(std::tuple(dsl_yuv410.comp[2].plane, dsl_yuv410.comp[0].depth_minus1), std::tuple(2, 7));
-    const AVComponentDescriptor &dsl_luma = g_avutil.av_pix_fmt_descriptors[AV_PIX_FMT_UYVY422].comp[0];
+    const AVPixFmtDescriptor *adsl_formats = g_avutil.av_pix_fmt_descriptors;
+    const AVPixFmtDescriptor &dsl_yuv410 = adsl_formats[AV_PIX_FMT_YUV410P];
+    EXPECT_EQ(std::tuple(dsl_yuv410.nb_components, dsl_yuv410.log2_chroma_w, dsl_yuv410.comp[2].plane,
+                         dsl_yuv410.comp[0].depth_minus1),
+              std::tuple(3, 2, 2, 7));
+    const AVComponentDescriptor &dsl_luma = adsl_formats[AV_PIX_FMT_UYVY422].comp[0];
     EXPECT_EQ(std::tuple(dsl_luma.step_minus1, dsl_luma.offset_plus1), std::tuple(1, 2));
+    EXPECT_EQ(adsl_formats[AV_PIX_FMT_RGB565BE].flags, AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_RGB);
+    EXPECT_EQ(adsl_formats[AV_PIX_FMT_RGB8].flags, AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PSEUDOPAL);
+    EXPECT_TRUE(adsl_formats[AV_PIX_FMT_PAL8].flags & AV_PIX_FMT_FLAG_PAL);
 
-    const auto flags_of = [](const char *strp_name) {
-        return g_avutil.av_pix_fmt_desc_get(ffmpeg_call<AVPixelFormat>("av_get_pix_fmt", strp_name))->flags;
+    char byrl_text[64];
+    const auto layout_name = [&](uint64_t ulp_layout) {
+        ffmpeg_call<void>("av_get_channel_layout_string", &byrl_text[0], 64, 0, ulp_layout);
+        return &byrl_text[0];
     };
-    EXPECT_EQ(flags_of("rgb565be"), AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_RGB);
-    EXPECT_EQ(flags_of("rgb565le"), AV_PIX_FMT_FLAG_RGB);
-    EXPECT_EQ(flags_of("gray"), AV_PIX_FMT_FLAG_PSEUDOPAL);
-    EXPECT_TRUE(flags_of("pal8") & AV_PIX_FMT_FLAG_PAL);
-
-    const auto layout_of = [](const char *strp_name) {
-        return ffmpeg_call<uint64_t>("av_get_channel_layout", strp_name);
+    expect_names(layout_name, std::pair(AV_CH_LAYOUT_MONO, "mono"), std::pair(AV_CH_LAYOUT_STEREO, "stereo"),
+                 std::pair(AV_CH_LAYOUT_QUAD, "quad"), std::pair(AV_CH_LAYOUT_5POINT1, "5.1(side)"),
+                 std::pair(AV_CH_LAYOUT_7POINT1, "7.1"));
+    const auto error_text = [&](int inp_error) {
+        g_avutil.av_strerror(inp_error, byrl_text, sizeof byrl_text);
+        return &byrl_text[0];
     };
-    EXPECT_EQ(layout_of("mono"), AV_CH_LAYOUT_MONO);
-    EXPECT_EQ(layout_of("stereo"), AV_CH_LAYOUT_STEREO);
-    EXPECT_EQ(layout_of("FL+FR+BL+BR"), AV_CH_LAYOUT_QUAD);
-    EXPECT_EQ(layout_of("5.1(side)"), AV_CH_LAYOUT_5POINT1);
-    EXPECT_EQ(layout_of("7.1"), AV_CH_LAYOUT_7POINT1);
-
-    const std::pair<int, const char *> dsl_errors[] = {{AVERROR_EOF, "End of file"},
-                                                       {AVERROR_EXIT, "Immediate exit requested"},
-                                                       {AVERROR(EINVAL), std::strerror(EINVAL)}};
-    for (const auto &[inl_error, strl_text] : dsl_errors) {
-        char byrl_text[64];
-        g_avutil.av_strerror(inl_error, byrl_text, sizeof byrl_text);
-        EXPECT_STREQ(byrl_text, strl_text);
-    }
+    expect_names(error_text, std::pair(AVERROR_EOF, "End of file"), std::pair(AVERROR_EXIT, "Immediate exit requested"),
+                 std::pair(AVERROR(EINVAL), "Invalid argument"));
 }
 
 } // namespace

@@ -6,15 +6,13 @@
 #include "support/real_ffmpeg.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <climits>
 #include <cstring>
 #include <new>
 #include <utility>
 
-using testing::Each;
-using testing::ElementsAre;
+using namespace testing;
 
 namespace
 {
@@ -39,7 +37,6 @@ TEST_F(input_memory, packet_merges_into_memory_of_its_own_with_padding)
     const std::span<const uint8_t> utl_merged(dsl_packet.data(), 4 + FF_INPUT_BUFFER_PADDING_SIZE);
     EXPECT_THAT(utl_merged.first(4), ElementsAre(2, 3, 4, 5));
     EXPECT_THAT(utl_merged.subspan(4), Each(0));
-    EXPECT_EQ(dsl_second.size(), 2);
     dsl_second.set_size(INT_MAX - 10);
     EXPECT_THROW(dsl_packet.merge(dsl_second), std::bad_alloc);
     EXPECT_EQ(dsl_packet.size(), 4);

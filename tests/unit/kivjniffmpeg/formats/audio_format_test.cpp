@@ -7,9 +7,6 @@
 
 #include <tuple>
 
-namespace
-{
-
 TEST(audio_format, channels_have_their_layouts)
 {
     const uint64_t ull_layouts[] = {0, 0x4, 0x3, 0, 0x33, 0, 0x60F, 0, 0x63F, 0};
@@ -54,5 +51,3 @@ TEST(audio_format, samples_are_converted_where_one_property_differs)
     EXPECT_TRUE(c_aformat::needs_resampling(*dsl_pcm, dsl_law)) << "one of them is samples";
     EXPECT_THROW(c_aformat::needs_resampling(dsl_law, dsl_law), c_ffmpeg_exception);
 }
-
-} // namespace

@@ -43,7 +43,8 @@ public enum AudioCodec {
     /** AC-3. */
     AC3("ac3", WaveFormatTags.AC3, 640_000, Channels.SURROUND, 32000, 44100, 48000),
     /** DTS. */
-    DTS("dts", WaveFormatTags.DTS, 3_840_000, Channels.DTS, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000),
+    DTS("dts", WaveFormatTags.DTS, 3_840_000, Channels.DTS, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+            48000),
     /** Windows Media Audio, version 1. */
     WMA1("wma1", WaveFormatTags.WMA1, 1_536_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
             48000),

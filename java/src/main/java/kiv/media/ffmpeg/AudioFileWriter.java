@@ -166,8 +166,8 @@ public final class AudioFileWriter implements AutoCloseable {
      */
     public synchronized void finish() throws IOException {
         if (format.formatTag() != WaveFormatTags.PCM) {
-            throw new UnsupportedOperationException("the length of " + format + " in samples is not known; finish the file"
-                    + " with it, an encoder's frames()");
+            throw new UnsupportedOperationException("the length of " + format + " in samples is not known; finish"
+                    + " the file with it, an encoder's frames()");
         }
         finish(0);
     }

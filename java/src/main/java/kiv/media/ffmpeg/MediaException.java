@@ -54,8 +54,8 @@ public class MediaException extends RuntimeException {
      */
     static RuntimeException of(Throwable failure, String what, BiFunction<String, Throwable, MediaException> ours) {
         if (failure instanceof OutOfMemoryError) {
-            return new MediaException("no memory left for " + what + "; close what is not needed any more, or raise -Xmx",
-                    failure);
+            return new MediaException("no memory left for " + what + "; close what is not needed any more, or"
+                    + " raise -Xmx", failure);
         }
         if (failure.getClass() == RuntimeException.class || failure.getClass() == Error.class) {
             return ours.apply(what + " failed: " + plain(failure), failure);

@@ -119,8 +119,8 @@ public final class MediaReader implements AutoCloseable {
         if (file.getFileSystem().supportedFileAttributeViews().contains("unix")
                 && Files.readAttributes(file, BasicFileAttributes.class).isOther()
                 && ((Integer) Files.getAttribute(file, "unix:mode") & FILE_TYPE) != BLOCK_DEVICE) {
-            throw new FileSystemException(file.toString(), null, "is a pipe or a device, not a file; copy what comes out"
-                    + " of it into a file first");
+            throw new FileSystemException(file.toString(), null, "is a pipe or a device, not a file; copy what comes"
+                    + " out of it into a file first");
         }
         SeekableByteChannel channel = Files.newByteChannel(file);
         try {

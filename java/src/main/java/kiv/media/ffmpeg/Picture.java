@@ -194,8 +194,8 @@ public final class Picture implements AutoCloseable {
         PictureMemory shared = share();
         try {
             int[] palette = new int[PALETTE_ENTRIES];
-            shared.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES).order(ByteOrder.nativeOrder())
-                    .asIntBuffer().get(palette);
+            shared.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES)
+                    .order(ByteOrder.nativeOrder()).asIntBuffer().get(palette);
             return palette;
         } finally {
             shared.release();
@@ -275,7 +275,8 @@ public final class Picture implements AutoCloseable {
     public BufferedImage toBufferedImage(int wantedWidth, int wantedHeight) {
         checkSize(wantedWidth, wantedHeight);
         int type = format.hasAlpha() ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB;
-        BufferedImage image = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, type), wantedWidth, wantedHeight);
+        BufferedImage image = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, type), wantedWidth,
+                wantedHeight);
         readArgb(wantedWidth, wantedHeight, ((DataBufferInt) image.getRaster().getDataBuffer()).getData());
         return image;
     }
@@ -339,7 +340,8 @@ public final class Picture implements AutoCloseable {
         // Conversions between YUV formats keep the range of values, except for formats that are full range by
         // definition.
         boolean full = wanted.isFullRange() || details.fullRange && !wanted.isRgb() && !format.isFullRange();
-        return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes, details.withFullRange(full));
+        return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes,
+                details.withFullRange(full));
     }
 
     /** Reports a lack of heap as an exception. Only the caller's large request has failed, not the process. */

@@ -77,7 +77,8 @@ public final class PixelFormat {
         Objects.requireNonNull(name, "name");
         Map<String, PixelFormat> names = byName;
         if (names == null) {
-            names = all().stream().collect(Collectors.toMap(PixelFormat::name, Function.identity(), (first, other) -> first));
+            names = all().stream().collect(Collectors.toMap(PixelFormat::name, Function.identity(),
+                    (first, other) -> first));
             byName = names;
         }
         PixelFormat format = names.get(name);

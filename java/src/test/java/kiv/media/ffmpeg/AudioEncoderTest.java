@@ -1,7 +1,7 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
-import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.nio.ByteBuffer;
 import java.nio.file.Path;
@@ -65,7 +65,8 @@ class AudioEncoderTest {
                 writer.finish(encoder.frames());
             }
             if (!extension.matches("al|ul|raw")) {
-                byte[] other = Sounds.decodedByFfmpeg(file);
+                byte[] other = Programs.output(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f",
+                        "s16le", "-"));
                 // Newer decoders of WMA leave two frames out, of which only one is padding.
                 padding = codec == AudioCodec.WMA1 || codec == AudioCodec.WMA2 ? -padding : padding;
                 assertThat(Sounds.signalToNoise(pcm, other, padding)).isGreaterThanOrEqualTo(quality(codec));
@@ -90,53 +91,20 @@ class AudioEncoderTest {
     }
 
     @Test
-    void theBitRateIsObeyed() {
-        byte[] pcm = Sounds.voice(44100, 2, FRAMES);
-        for (AudioCodec codec : List.of(AudioCodec.MP3, AudioCodec.AAC, AudioCodec.AC3, AudioCodec.WMA2)) {
-            try (AudioEncoder low = AudioEncoder.open(codec, 44100, 2, 64_000);
-                    AudioEncoder high = AudioEncoder.open(codec, 44100, 2, 256_000)) {
-                assertThat(low.bitRate()).isEqualTo(64_000);
-                assertThat(high.format().bytesPerSecond()).isEqualTo(32_000);
-                int small = Sounds.encode(low, pcm).stream().mapToInt(Packet::size).sum();
-                assertThat(Sounds.encode(high, pcm).stream().mapToInt(Packet::size).sum()).isGreaterThan(2 * small);
-            }
-        }
-    }
-
-    @Test
-    void silenceOrNothingMakesNoTrouble() {
-        for (AudioCodec codec : AudioCodec.values()) {
-            int rate = codec == AudioCodec.AMR_NB ? 8000 : 48000;
-            try (AudioEncoder unused = AudioEncoder.open(codec, rate, 1);
-                    AudioEncoder encoder = AudioEncoder.open(codec, rate, 1);
-                    AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
-                assertThat(unused.encode(new byte[0])).isEmpty();
-                assertThat(unused.finish()).isEmpty();
-                List<Packet> packets = Sounds.encode(encoder, new byte[2]);
-                assertThat(Sounds.decode(decoder, packets).length / Short.BYTES)
-                        .isGreaterThanOrEqualTo(encoder.initialPadding() + 1);
-            }
-        }
-    }
-
-    @Test
     void whatCannotBeEncodedIsTold() {
-        assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.AMR_NB, 44100, 2))
-                .isInstanceOf(UnsupportedCodecException.class).hasMessageContaining("8000 Hz and 1 channel");
-        assertThatThrownBy(() -> AudioEncoder.open(AudioCodec.WMA2, 44100, 2, 1000))
-                .isInstanceOf(UnsupportedCodecException.class).hasMessageContaining("1000 bit/s");
+        refused(UnsupportedCodecException.class, "8000 Hz and 1 channel",
+                () -> AudioEncoder.open(AudioCodec.AMR_NB, 44100, 2));
+        refused(UnsupportedCodecException.class, "1000 bit/s", () -> AudioEncoder.open(AudioCodec.WMA2, 44100, 2, 1000));
         AudioEncoder encoder = AudioEncoder.open(AudioCodec.AAC, 44100, 2);
-        assertThatThrownBy(() -> encoder.encode(new byte[6])).isInstanceOf(IllegalArgumentException.class);
         AudioBlock mono = new AudioBlock(new byte[4], 44100, 1, 0, new Rational(1, 44100));
-        assertThatThrownBy(() -> encoder.encode(mono)).isInstanceOf(IllegalArgumentException.class);
+        refused(IllegalArgumentException.class, "", () -> encoder.encode(new byte[6]), () -> encoder.encode(mono));
         ByteBuffer readOnly = ByteBuffer.allocateDirect(44100 * 4).asReadOnlyBuffer();
         assertThat(encoder.encode(readOnly)).isNotEmpty();
         assertThat(readOnly.hasRemaining()).isFalse();
         assertThat(encoder.finish()).isNotEmpty();
-        assertThatThrownBy(encoder::finish).isInstanceOf(MediaStateException.class);
-        assertThatThrownBy(() -> encoder.encode(new byte[4])).isInstanceOf(MediaStateException.class);
+        refused(MediaStateException.class, "", encoder::finish, () -> encoder.encode(new byte[4]));
         encoder.close();
-        assertThatThrownBy(encoder::finish).isInstanceOf(MediaStateException.class).hasMessageContaining("closed");
+        refused(MediaStateException.class, "closed", encoder::finish);
         assertThat(encoder.extradata()).hasSize(5);
     }
 }

@@ -1,5 +1,6 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
@@ -32,7 +33,7 @@ class AudioFileWriterTest {
             writer.write(block(600));
             assertThat(file).hasContent("what was there before");
             writer.finish();
-            assertThatThrownBy(() -> writer.write(block(2))).isInstanceOf(MediaStateException.class);
+            refused(MediaStateException.class, "", () -> writer.write(block(2)));
         }
         assertThat(AudioSystem.getAudioFileFormat(file.toFile()).getFrameLength()).isEqualTo(800);
         assertThat(directory.toFile().list()).containsExactly("a.wav");
@@ -59,8 +60,8 @@ class AudioFileWriterTest {
     void whatCannotBeIsRefusedAndWhatIsNotFinishedLeavesNothing() throws IOException {
         WaveFormat pcm = WaveFormat.pcm16(8000, 1);
         for (WaveFormat format : List.of(pcm, WaveFormat.of(WaveFormatTags.AAC, 1, 8000, 0, 0, 0, new byte[0]))) {
-            assertThatThrownBy(() -> AudioFileWriter.create(directory.resolve("c"), format, AudioContainer.ADTS))
-                    .isInstanceOf(IllegalArgumentException.class);
+            refused(IllegalArgumentException.class, "",
+                    () -> AudioFileWriter.create(directory.resolve("c"), format, AudioContainer.ADTS));
         }
         for (Path place : List.of(directory, directory.resolve("none/c.wav"), Path.of("/dev/null"))) {
             assertThatThrownBy(() -> AudioFileWriter.create(place, pcm, AudioContainer.WAV))
@@ -68,9 +69,8 @@ class AudioFileWriterTest {
         }
         try (AudioFileWriter writer = AudioFileWriter.create(directory.resolve("c"), pcm, AudioContainer.WAV)) {
             writer.write(block(100));
-            assertThatThrownBy(() -> writer.write(new AudioBlock(new byte[4], 8000, 2, 0, new Rational(1, 8000))))
-                    .isInstanceOf(IllegalArgumentException.class);
-            assertThatThrownBy(() -> writer.finish(-1)).isInstanceOf(IllegalArgumentException.class);
+            AudioBlock stereo = new AudioBlock(new byte[4], 8000, 2, 0, new Rational(1, 8000));
+            refused(IllegalArgumentException.class, "", () -> writer.write(stereo), () -> writer.finish(-1));
         }
         assertThat(directory).isEmptyDirectory();
     }
@@ -81,8 +81,8 @@ class AudioFileWriterTest {
         WaveFormat aac = WaveFormat.of(WaveFormatTags.AAC, 1, 8000, 0, 0, 0, new byte[] {0x15, (byte) 0x88});
         try (AudioFileWriter writer = AudioFileWriter.create(file, aac, AudioContainer.ADTS)) {
             List<Packet> packets = Stream.of(9, 9000).map(size -> Packet.of(new byte[size], 0, 0, 0, true)).toList();
-            assertThatThrownBy(() -> writer.write(packets)).isInstanceOf(IllegalArgumentException.class);
-            assertThatThrownBy(writer::finish).isInstanceOf(UnsupportedOperationException.class);
+            refused(IllegalArgumentException.class, "", () -> writer.write(packets));
+            refused(UnsupportedOperationException.class, "", writer::finish);
             writer.finish(0);
         }
         assertThat(file).isEmptyFile();
@@ -91,9 +91,7 @@ class AudioFileWriterTest {
             Thread.currentThread().interrupt();
             assertThatThrownBy(() -> writer.write(block(1 << 17))).isInstanceOf(IOException.class);
             assertThat(Thread.interrupted()).isTrue();
-            assertThatThrownBy(() -> writer.write(block(2))).isInstanceOf(MediaStateException.class)
-                    .hasMessageContaining("lost");
-            assertThatThrownBy(writer::finish).isInstanceOf(MediaStateException.class);
+            refused(MediaStateException.class, "lost", () -> writer.write(block(2)), writer::finish);
         }
         assertThat(directory).isEmptyDirectory();
     }

@@ -1,12 +1,11 @@
 package kiv.media.ffmpeg;
 
-import static kiv.media.ffmpeg.Chunks.bytes;
-import static kiv.media.ffmpeg.Chunks.chunk;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.IOException;
 import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -135,5 +134,24 @@ class HostileBytesTest {
     private static byte[] avi(byte[] header, byte[] format, byte[]... rest) {
         return chunk("RIFF", "AVI ", chunk("LIST", "hdrl", chunk("avih", new byte[56]),
                 chunk("LIST", "strl", chunk("strh", header), chunk("strf", format))), bytes((Object[]) rest));
+    }
+
+    /** Numbers, whose low bytes come first, texts of a byte for each character, and bytes. */
+    private static byte[] bytes(Object... parts) {
+        ByteBuffer all = ByteBuffer.allocate(1 << 16).order(ByteOrder.LITTLE_ENDIAN);
+        for (Object part : parts) {
+            if (part instanceof Integer number) {
+                all.putInt(number);
+            } else {
+                all.put(part instanceof String text ? text.getBytes(StandardCharsets.ISO_8859_1) : (byte[]) part);
+            }
+        }
+        return Arrays.copyOf(all.array(), all.position());
+    }
+
+    /** A chunk; one that holds others begins with what it is a list of. */
+    private static byte[] chunk(String name, Object... parts) {
+        byte[] content = bytes(parts);
+        return bytes(name, content.length, content);
     }
 }

@@ -4,7 +4,6 @@ import java.math.BigInteger;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.ShortBuffer;
-import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -20,36 +19,21 @@ public final class Sounds {
     /** A vowel whose pitch moves, another pitch on each channel, without repetition: PCM of 16 bits. */
     public static byte[] voice(int sampleRate, int channels, int frames) {
         ByteBuffer pcm = ByteBuffer.allocate(frames * channels * Short.BYTES).order(ByteOrder.LITTLE_ENDIAN);
-        double[] voice = new double[frames];
-        for (int channel = 0; channel < channels; channel++) {
-            double phase = 0;
-            double before = 0;
-            double[] throat = new double[2];
-            double[] mouth = new double[2];
-            for (int i = 0; i < frames; i++) {
-                double time = (double) i / sampleRate;
-                phase += (120 + 25 * channel + 30 * Math.sin(3 * time) + 7 * Math.sin(17 * time)) / sampleRate;
-                // Pulses without corners, and their slope, because codecs leave the lowest tones out.
-                double pulse = Math.pow(0.5 + 0.5 * Math.cos(2 * Math.PI * phase), 60);
-                voice[i] = (0.7 + 0.3 * Math.sin(9 * time)) * (resonate(throat, pulse - before, 500, sampleRate)
-                        + 0.3 * resonate(mouth, pulse - before, 1100, sampleRate));
-                before = pulse;
+        double[] phase = new double[channels];
+        for (int i = 0; i < frames * channels; i++) {
+            int channel = i % channels;
+            double time = (double) (i / channels) / sampleRate;
+            double pitch = 120 + 25 * channel + 30 * Math.sin(3 * time) + 7 * Math.sin(17 * time);
+            phase[channel] += 2 * Math.PI * pitch / sampleRate;
+            double voice = 0;
+            for (int tone = 1; tone < 12; tone++) {
+                double throat = (tone * pitch - 500) / 150;
+                double mouth = (tone * pitch - 1100) / 150;
+                voice += Math.sin(tone * phase[channel]) * (Math.exp(-throat * throat) + 0.3 * Math.exp(-mouth * mouth));
             }
-            double loudest = Arrays.stream(voice).map(Math::abs).max().orElseThrow();
-            for (int i = 0; i < frames; i++) {
-                pcm.putShort((i * channels + channel) * Short.BYTES, (short) (20_000 * voice[i] / loudest));
-            }
+            pcm.putShort((short) (8_000 * (0.7 + 0.3 * Math.sin(9 * time)) * voice));
         }
         return pcm.array();
-    }
-
-    private static double resonate(double[] state, double in, double frequency, int sampleRate) {
-        double decay = Math.exp(-2 * Math.PI * 60 / sampleRate);
-        double angle = 2 * Math.PI * frequency / sampleRate;
-        double out = angle * in + 2 * decay * Math.cos(angle) * state[0] - decay * decay * state[1];
-        state[1] = state[0];
-        state[0] = out;
-        return out;
     }
 
     /** All of an encoder's packets for some PCM, which it gets in pieces. */
@@ -101,11 +85,6 @@ public final class Sounds {
 
     private static String binary(int value, int digits) {
         return Integer.toBinaryString(1 << digits | value).substring(1);
-    }
-
-    /** What the {@code ffmpeg} program makes of a file: PCM of 16 bits. */
-    public static byte[] decodedByFfmpeg(Path file) {
-        return Programs.output(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f", "s16le", "-"));
     }
 
     /**

@@ -1,7 +1,7 @@
 package kiv.media.ffmpeg;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
-import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.IOException;
 import java.nio.ByteBuffer;
@@ -55,7 +55,6 @@ class VideoDecoderTest {
                 ByteBuffer bgra = ByteBuffer.allocate(pixels.length * Integer.BYTES).order(ByteOrder.LITTLE_ENDIAN);
                 bgra.asIntBuffer().put(pixels);
                 assertThat(Reference.md5(bgra.array())).isEqualTo(expected.get(i).md5());
-                assertThat(pictures.get(i).time()).isPresent();
             }
         }
     }
@@ -66,20 +65,14 @@ class VideoDecoderTest {
         try (MediaReader reader = MediaReader.open(TestMedia.stream("h264_baseline_320x240.mp4"));
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
             int count = 0;
-            int refused = 0;
+            byte[] noise = new byte[200];
             for (Packet packet; (packet = reader.read()) != null;) {
                 count += decoder.decode(packet).size();
-                byte[] noise = new byte[200];
                 random.nextBytes(noise);
-                try {
-                    decoder.decode(Packet.of(noise, packet.streamIndex(), 0, 0, false));
-                } catch (DecodeException e) {
-                    refused++;
-                }
-                assertThat(decoder.decode(Packet.of(new byte[0], packet.streamIndex(), 0, 0, false))).isEmpty();
+                refused(DecodeException.class, "", () -> decoder.decode(Packet.of(noise, 0, 0, 0, false)));
+                assertThat(decoder.decode(Packet.of(new byte[0], 0, 0, 0, false))).isEmpty();
             }
             assertThat(count + decoder.finish().size()).isEqualTo(30);
-            assertThat(refused).isPositive();
         }
     }
 
@@ -114,8 +107,8 @@ class VideoDecoderTest {
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
             Picture first = decoder.pictures(reader).findFirst().orElseThrow();
             decoder.pictures(reader).limit(10).forEach(Picture::close);
-            assertThatThrownBy(() -> decoder.decode(Packet.of(new byte[1], 1, 0, 0, true)))
-                    .isInstanceOf(IllegalArgumentException.class).hasMessageContaining("not of the decoder's stream");
+            refused(IllegalArgumentException.class, "not of the decoder's stream",
+                    () -> decoder.decode(Packet.of(new byte[1], 1, 0, 0, true)));
             reader.seek(Duration.ZERO);
             decoder.reset();
             Picture again = decoder.pictures(reader).findFirst().orElseThrow();
@@ -139,15 +132,14 @@ class VideoDecoderTest {
     void whatCannotBeDecodedIsToldAtOnce() throws IOException {
         try (MediaReader reader = MediaReader.open(TestMedia.media("balle1-vp9.avi"))) {
             MediaStream video = reader.firstVideo().orElseThrow();
-            assertThatThrownBy(() -> VideoDecoder.open(video)).isInstanceOf(UnsupportedCodecException.class)
-                    .hasMessageContaining("vp9");
-            assertThatThrownBy(() -> AudioDecoder.open(video)).isInstanceOf(IllegalArgumentException.class);
+            refused(UnsupportedCodecException.class, "vp9", () -> VideoDecoder.open(video));
+            refused(IllegalArgumentException.class, "", () -> AudioDecoder.open(video));
         }
         Rational unknown = new Rational(0, 0);
         VideoFormat foreign = VideoFormat.of("00000000-0000-0000-0000-000000000000", 320, 240, 0, new byte[0], unknown);
-        assertThatThrownBy(() -> VideoDecoder.open(foreign)).isInstanceOf(UnsupportedCodecException.class);
-        assertThatThrownBy(() -> VideoFormat.of(MediaSubtypes.H264_AVC1, 320, 1 << 20, 0, new byte[0], unknown))
-                .isInstanceOf(IllegalArgumentException.class);
+        refused(UnsupportedCodecException.class, "", () -> VideoDecoder.open(foreign));
+        refused(IllegalArgumentException.class, "",
+                () -> VideoFormat.of(MediaSubtypes.H264_AVC1, 320, 1 << 20, 0, new byte[0], unknown));
     }
 
     @Test
@@ -161,10 +153,8 @@ class VideoDecoderTest {
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
                 VideoDecoder stranger = VideoDecoder.open(other.firstVideo().orElseThrow());
                 VideoDecoder homeless = VideoDecoder.open(decoder.format())) {
-            assertThatThrownBy(() -> stranger.pictures(reader)).isInstanceOf(IllegalArgumentException.class)
-                    .hasMessageContaining("not a stream of this reader");
-            assertThatThrownBy(() -> homeless.pictures(reader)).isInstanceOf(IllegalArgumentException.class)
-                    .hasMessageContaining("without a stream");
+            refused(IllegalArgumentException.class, "not a stream of this reader", () -> stranger.pictures(reader));
+            refused(IllegalArgumentException.class, "without a stream", () -> homeless.pictures(reader));
             assertThat(decoder.pictures(reader).parallel().limit(3).map(Picture::timestamp))
                     .containsExactlyElementsOf(times.subList(0, 3));
             assertThat(decoder.pictures(reader).findFirst().orElseThrow().timestamp()).isEqualTo(times.get(3));

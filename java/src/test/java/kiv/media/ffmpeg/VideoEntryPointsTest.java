@@ -10,12 +10,14 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.CopyOnWriteArrayList;
+import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.NativeDecoder;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.exactness.Track;
 import kiv.media.ffmpeg.natives.ArrayKind;
 import kiv.media.ffmpeg.natives.BufferRequest;
 import kiv.media.ffmpeg.natives.BufferSlots;
+import kiv.media.ffmpeg.natives.PictureLayout;
 import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.ProcessResult;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
@@ -47,12 +49,10 @@ class VideoEntryPointsTest {
 
     private void create(VideoFormat format, PictureFormat model, VideoBuffers buffers, String... options) {
         delete();
-        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), format.subtype(), format.toNative(),
-                format.extradata(), new Object[] {model.toColorModel()}, buffers);
-        c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
-        for (String option : options) {
-            c_codecoptions_ffmpeg.n_vcodec_set_option(codec, option, 1);
-        }
+        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(FfmpegLibrary.context(), format.subtype(),
+                format.toNative(), format.extradata(), new Object[] {model.toColorModel()}, buffers);
+        Stream.concat(Stream.of(c_codecoptions_ffmpeg.WHOLE_PACKETS), Stream.of(options))
+                .forEach(option -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec, option, 1));
     }
 
     private int process(byte[] data, int length) {
@@ -76,21 +76,17 @@ class VideoEntryPointsTest {
     @CsvSource({"YUY2, yuyv422", "UYVY, uyvy422", "RGB15, rgb555be", "RGB16, rgb565be"})
     void modelsOfTwoBytesComeInShorts(PictureFormat model, String pixels) {
         create(VideoFormat.of(TRACK.stream()), model, null);
-        List<String> pictures = new ArrayList<>();
-        for (int i = 0; i < TRACK.packets().size(); i++) {
-            assertThat(i == 0 ? first() : process(TRACK, i)).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
-            assertThat(params[VideoParams.ARRAY_KIND]).isEqualTo(ArrayKind.SHORT);
-            assertThat(Arrays.copyOfRange(params, 7, 11)).containsOnly(0);
-            int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
-            assertThat(layout).startsWith(WIDTH, HEIGHT).hasSize(16);
-            ByteBuffer bytes = ByteBuffer.allocate(WIDTH * HEIGHT * Short.BYTES).order(ByteOrder.LITTLE_ENDIAN);
-            for (int line = 0; line < HEIGHT; line++) {
-                bytes.position(line * WIDTH * Short.BYTES).asShortBuffer()
-                        .put((short[]) out[0], params[6] + line * layout[2] / Short.BYTES, WIDTH);
-            }
-            pictures.add(Reference.md5(bytes.array()));
+        assertThat(first()).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
+        assertThat(params[VideoParams.ARRAY_KIND]).isEqualTo(ArrayKind.SHORT);
+        assertThat(Arrays.copyOfRange(params, 7, 11)).containsOnly(0);
+        int[] layout = c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
+        assertThat(layout).startsWith(WIDTH, HEIGHT).hasSize(16);
+        ByteBuffer bytes = ByteBuffer.allocate(WIDTH * HEIGHT * Short.BYTES).order(ByteOrder.LITTLE_ENDIAN);
+        for (int line = 0; line < HEIGHT; line++) {
+            bytes.position(line * WIDTH * Short.BYTES).asShortBuffer()
+                    .put((short[]) out[0], params[6] + line * layout[2] / Short.BYTES, WIDTH);
         }
-        assertThat(Reference.decode(TRACK, pixels, true).pictures()).extracting(Reference.Picture::md5).isEqualTo(pictures);
+        assertThat(Reference.decode(TRACK, pixels, true).pictures().get(0).md5()).isEqualTo(Reference.md5(bytes.array()));
     }
 
     /** The scaler by itself divides by zero, or runs out of rows, for some of these. */
@@ -168,38 +164,60 @@ class VideoEntryPointsTest {
         assertThat(arrays).as("not written any more").allSatisfy(array -> assertThat(array).containsOnly(7));
     }
 
-    /** Allocates direct memory or arrays, of some bytes too little. */
+    /** Allocates the memory that it is told to, and keeps the last. */
     private static final class Memory implements VideoBuffers {
-        private final int missing;
-        private final boolean direct;
-        private ByteBuffer block;
+        private String kind;
+        private Object last;
         private int lineSize;
 
-        Memory(int missing, boolean direct) {
-            this.missing = missing;
-            this.direct = direct;
+        Memory(String kind) {
+            this.kind = kind;
         }
 
         @Override
         public boolean allocate(int[] layout, int[] request, Object[] slots) {
-            block = ByteBuffer.allocateDirect(request[BufferRequest.BYTES] - missing);
-            lineSize = layout[2];
-            slots[BufferSlots.MEMORY] = slots[BufferSlots.RESULT] = direct ? block : new byte[block.capacity()];
-            return true;
+            int bytes = request[BufferRequest.BYTES];
+            lineSize = layout[PictureLayout.LINE_SIZES];
+            slots[BufferSlots.MEMORY] = slots[BufferSlots.RESULT] = last = switch (kind) {
+                case "bytes" -> new byte[bytes];
+                case "too few bytes" -> new byte[bytes - 1];
+                case "ints" -> new int[bytes / Integer.BYTES];
+                case "too few ints" -> new int[bytes / Integer.BYTES - 1];
+                case "direct" -> ByteBuffer.allocateDirect(bytes);
+                case "too little direct" -> ByteBuffer.allocateDirect(bytes - 1);
+                case "exception" -> throw new IllegalStateException("refused");
+                case "nothing" -> null;
+                default -> "no array";
+            };
+            return !kind.equals("refusal");
         }
 
         @Override
         public void free(Object[] slots) {
-            assertThat(slots[BufferSlots.RESULT]).isNotNull();
+            assertThat(slots[BufferSlots.RESULT]).isSameAs(last);
         }
     }
 
+    /** The packet is lost, nothing else. Without an array for the converted picture only that is dropped. */
     @ParameterizedTest
-    @CsvSource({"0, true, 4", "1, true, 8", "0, false, 4", "1, false, 8"})
-    void memoryOfOneByteTooLittleIsRefused(int missing, boolean direct, int result) {
-        create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, new Memory(missing, direct),
-                direct ? c_codecoptions_ffmpeg.DIRECT_BUFFERS : c_codecoptions_ffmpeg.WHOLE_PACKETS);
-        assertThat(first()).isEqualTo(result);
+    @CsvSource({"I420, direct, too little direct, 8", "I420, bytes, too few bytes, 8", "I420, bytes, ints, 8",
+        "I420, bytes, text, 8", "I420, bytes, nothing, 8", "I420, bytes, refusal, 8", "I420, bytes, exception, -1",
+        "RGB32, ints, too few ints, 2", "RGB32, ints, bytes, 2", "RGB32, ints, nothing, 2", "RGB32, ints, refusal, 2",
+        "RGB32, ints, exception, -1"})
+    void memoryThatDoesNotFitIsRefused(PictureFormat model, String fits, String kind, int result) {
+        Memory memory = new Memory(kind);
+        create(VideoFormat.of(TRACK.stream()), model, memory,
+                fits.equals("direct") ? c_codecoptions_ffmpeg.DIRECT_BUFFERS : c_codecoptions_ffmpeg.WHOLE_PACKETS);
+        if (kind.equals("exception")) {
+            refused(IllegalStateException.class, "refused", this::first);
+        } else {
+            assertThat(first()).isEqualTo(result);
+        }
+        assertThat(out[0]).isNull();
+        memory.kind = fits;
+        c_multimediaapi_ffmpeg.n_vcodec_reset(codec);
+        assertThat(first()).isIn(ProcessResult.PICTURE, ProcessResult.PICTURE_MODEL_CHANGED);
+        assertThat(out[0]).isSameAs(memory.last);
     }
 
     /** The lines below the picture show what memory holds where nothing is decoded: a grey that fits the depth. */
@@ -207,11 +225,11 @@ class VideoEntryPointsTest {
     @CsvSource({"h264_baseline_320x240.mp4, 0x8080", "h264_high10_320x240.mp4, 0x0202"})
     void memoryIsGreyBeforeAnythingIsDecoded(String clip, int grey) {
         Track track = Track.of(TestMedia.clip(clip));
-        Memory memory = new Memory(0, true);
+        Memory memory = new Memory("direct");
         create(VideoFormat.of(track.stream()), PictureFormat.I420, memory, c_codecoptions_ffmpeg.NATIVE_FORMAT);
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
         process(track, 0);
-        assertThat(memory.block.getShort(memory.lineSize * (HEIGHT + 1) + WIDTH) & 0xFFFF).isEqualTo(grey);
+        assertThat(((ByteBuffer) memory.last).getShort(memory.lineSize * (HEIGHT + 1) + WIDTH) & 0xFFFF).isEqualTo(grey);
     }
 
     @Test
@@ -219,7 +237,7 @@ class VideoEntryPointsTest {
         Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4"));
         int[] pictures = new int[2];
         for (int run = 0; run < 2; run++) {
-            try (NativeDecoder decoder = new NativeDecoder(track, true, 0, null, PictureFormat.I420.toColorModel())) {
+            try (NativeDecoder decoder = new NativeDecoder(track, true, null, PictureFormat.I420.toColorModel())) {
                 for (int i = 0; i < 12; i++) {
                     int flags = i == 6 ? run * ProcessFlags.DISCONTINUITY : 0;
                     pictures[run] += decoder.process(track.packets().get(i % 6), flags, i).out() == null ? 0 : 1;
@@ -233,7 +251,7 @@ class VideoEntryPointsTest {
     @Test
     void whatFitsNoArrayGivesNoPicture() {
         for (int[][] models : new int[][][] {{PictureFormat.RGB8.toColorModel()}, null}) {
-            try (NativeDecoder decoder = new NativeDecoder(TRACK, true, 0, null, models)) {
+            try (NativeDecoder decoder = new NativeDecoder(TRACK, true, null, models)) {
                 assertThat(TRACK.packets()).allMatch(packet -> decoder.process(packet, 0, 0).code() == 2);
             }
         }
@@ -243,16 +261,20 @@ class VideoEntryPointsTest {
     private static final class Receiver extends c_multimediaapi_ffmpeg {
         private final List<String> lines = new CopyOnWriteArrayList<>();
         private final long context = n_init(TestMedia.ffmpeg().toString(), this, 5);
+        private boolean fails;
 
         @Override
         public void print_info(int level, String line) {
             lines.add(level + ":" + line);
+            if (fails) {
+                throw new IllegalStateException("refused");
+            }
         }
 
         long createCodec() {
             lines.clear();
             return n_create_vcodec_to_raw(context, MediaSubtypes.H264_ANNEX_B, VideoFormat.of(TRACK.stream()).toNative(),
-                    TRACK.stream().extradata(), null, null);
+                    TRACK.stream().extradata(), new Object[] {PictureFormat.I420.toColorModel()}, null);
         }
     }
 
@@ -268,6 +290,19 @@ class VideoEntryPointsTest {
         c_multimediaapi_ffmpeg.n_vcodec_delete(second.createCodec());
         assertThat(second.lines).isEmpty();
         c_multimediaapi_ffmpeg.n_close(second.context);
+    }
+
+    @Test
+    void whatTheReceiverThrowsReachesTheCaller() {
+        Receiver receiver = new Receiver();
+        codec = receiver.createCodec();
+        assertThat(first()).isEqualTo(ProcessResult.PICTURE_MODEL_CHANGED);
+        receiver.fails = true;
+        refused(IllegalStateException.class, "refused", () -> process(TRACK, 1),
+                () -> c_multimediaapi_ffmpeg.n_close(receiver.context));
+        receiver.fails = false;
+        c_multimediaapi_ffmpeg.n_vcodec_reset(codec);
+        assertThat(first()).as("as good as before").isEqualTo(ProcessResult.PICTURE);
     }
 
     @Test

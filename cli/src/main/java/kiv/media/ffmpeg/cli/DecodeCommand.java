@@ -28,8 +28,8 @@ import picocli.CommandLine.Spec;
 /** Decodes a file's pictures and its sound into files. */
 @Command(name = "decode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Decodes a file's pictures and its sound.",
-        description = {"", "Pictures become PNG files, raw YUV or Y4M, and the sound a WAV file. In a directory, index.html"
-            + " shows it all.", ""},
+        description = {"", "Pictures become PNG files, raw YUV or Y4M, and the sound a WAV file. In a directory,"
+            + " index.html shows it all.", ""},
         footer = {"", "Examples:",
             "  kivjniffmpeg decode film.mp4 --every 25 --size 320x-1",
             "  kivjniffmpeg decode film.mp4 --from 1:30 --to 1:35.5 -o part.y4m",
@@ -140,8 +140,8 @@ final class DecodeCommand implements Callable<Integer> {
                 MediaStream decodedAudio = audioDecoder == null ? null : audio;
                 DecodeObserver observer = openPage(reader, video, decodedAudio);
                 try (SoundWriter sound = audioDecoder == null ? null
-                        : new SoundWriter(audio, audioDecoder, soundFile(), range, TimeRange.beginning(reader), observer,
-                                this::warn);
+                        : new SoundWriter(audio, audioDecoder, soundFile(), range, TimeRange.beginning(reader),
+                                observer, this::warn);
                         PictureOutput pictures = video == null ? null : openPictures(video);
                         Progress progress = startProgress(reader, video, audio, range)) {
                     DecodeJob job = new DecodeJob(input, range, every, limit, observer, this::warn);

@@ -162,9 +162,9 @@ final class DecodeJob {
 
     DecodeObserver.Summary summary(MediaReader reader, MediaStream pictureStream, PictureOutput pictures,
             SoundWriter sound, double seconds) {
-        return new DecodeObserver.Summary(input.file(), reader.formatName(), Optional.ofNullable(pictureStream), decoded,
-                written, pictures == null ? "" : pictures.target(), damaged, sound == null ? 0 : sound.damaged(), range,
-                seconds);
+        return new DecodeObserver.Summary(input.file(), reader.formatName(), Optional.ofNullable(pictureStream),
+                decoded, written, pictures == null ? "" : pictures.target(), damaged, sound == null ? 0 : sound.damaged(),
+                range, seconds);
     }
 
     /** Returns how many pictures there will be according to the container; 0 when it does not say. */

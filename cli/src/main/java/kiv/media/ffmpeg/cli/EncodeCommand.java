@@ -148,8 +148,8 @@ final class EncodeCommand implements Callable<Integer> {
         double length = (double) encoder.frames() / encoder.format().sampleRate();
         Table table = new Table();
         table.row("file", input.file().toString());
-        table.row("sound", ConsoleText.codec(sound) + ", " + ConsoleText.sound(sound) + ", " + encoder.frames() + " samples ("
-                + ConsoleText.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
+        table.row("sound", ConsoleText.codec(sound) + ", " + ConsoleText.sound(sound) + ", " + encoder.frames()
+                + " samples (" + ConsoleText.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
                 + ConsoleText.damaged(damaged));
         table.row("format", format + (encoder.bitRate() == 0 ? "" : ", " + encoder.bitRate() + " bit/s"));
         table.row("written", Files.size(out) + " bytes to " + out);

@@ -59,7 +59,8 @@ final class InfoCommand implements Callable<Integer> {
         head.row("file", input.file().toString());
         head.row("container", reader.formatName());
         head.row("duration", reader.duration().map(ConsoleText::clock).orElse("unknown"));
-        reader.startTime().filter(start -> !start.isZero()).ifPresent(start -> head.row("start", ConsoleText.clock(start)));
+        reader.startTime().filter(start -> !start.isZero())
+                .ifPresent(start -> head.row("start", ConsoleText.clock(start)));
         reader.bitRate().ifPresent(rate -> head.row("bit rate", ConsoleText.bitRate(rate)));
         head.print(out);
         out.println();

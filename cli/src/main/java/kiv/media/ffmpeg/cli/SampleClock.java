@@ -53,7 +53,8 @@ final class SampleClock {
         BigInteger doubled = time.shiftLeft(1);
         if (coarse && started) {
             // A rounded time stands for all times from half a unit before it to half a unit behind it.
-            long first = bounded(floor(floor(doubled.subtract(BigInteger.ONE).multiply(factor), divisor), BigInteger.TWO));
+            long first = bounded(floor(floor(doubled.subtract(BigInteger.ONE).multiply(factor), divisor),
+                    BigInteger.TWO));
             BigInteger above = ceiling(doubled.add(BigInteger.ONE).multiply(factor), divisor);
             long last = bounded(floor(above.add(BigInteger.ONE), BigInteger.TWO));
             long unit = last - first;

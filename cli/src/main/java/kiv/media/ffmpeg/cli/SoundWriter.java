@@ -134,8 +134,8 @@ final class SoundWriter implements AutoCloseable {
     /** Returns what was decoded and written, in one line. */
     String summary() {
         return ConsoleText.codec(stream) + ", " + ConsoleText.sound(stream) + ", " + frames + " samples ("
-                + ConsoleText.clock(new Rational(1, decoder.format().sampleRate()).times(frames)) + ") written to " + file
-                + ConsoleText.damaged(damaged);
+                + ConsoleText.clock(new Rational(1, decoder.format().sampleRate()).times(frames)) + ") written to "
+                + file + ConsoleText.damaged(damaged);
     }
 
     @Override
@@ -159,7 +159,7 @@ final class SoundWriter implements AutoCloseable {
         }
     }
 
-    /** Returns when a block begins. Blocks follow each other, whatever the container's rounding says, except after a gap. */
+    /** Returns when a block begins: where the last one ended, whatever the container's rounding says, or after a gap. */
     private long begin(AudioBlock block) {
         long counted = clock.next(block.timestamp(), block.frames());
         if (!started || Math.abs(counted - next) > block.sampleRate() / LEAST_GAPS_A_SECOND) {

@@ -21,7 +21,7 @@ record TimeRange(Duration from, Duration to) {
 
     static final TimeRange ALL = new TimeRange(null, null);
 
-    /** Returns the time on the container's clock from which people count; what lies before it is not meant to be heard. */
+    /** Returns the time on the container's clock from which people count. What lies before it is not to be heard. */
     static Duration beginning(MediaReader reader) {
         return reader.startTime().filter(start -> !start.isNegative()).orElse(Duration.ZERO);
     }

@@ -11,7 +11,8 @@
  *   <li>Decoding a part of a file: {@code DecodeJob} with {@code VerifiedSeek}, {@code PacketSource}, {@code TimeRange}
  *       and the two clocks.</li>
  *   <li>Outputs: {@code PngPictures}, {@code RawPictures}, {@code SoundWriter} and {@code DecodePage} write through
- *       {@code OutputFile} and {@code SoundFile}. {@code ShutdownGuard} closes those when a signal ends the process.</li>
+ *       {@code OutputFile} and {@code SoundFile}. {@code ShutdownGuard} closes those when a signal ends the
+ *       process.</li>
  *   <li>The terminal: {@code ConsoleText}, {@code Table}, {@code Json} and {@code Progress}.</li>
  * </ul>
  *

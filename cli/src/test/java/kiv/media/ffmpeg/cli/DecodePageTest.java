@@ -2,19 +2,16 @@ package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
-import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.net.URI;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
-import java.util.Arrays;
 import java.util.List;
 import java.util.Map;
 import java.util.stream.Collectors;
 import java.util.stream.IntStream;
-import javax.imageio.ImageIO;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.Programs;
 import kiv.media.ffmpeg.TestMedia;
@@ -35,7 +32,6 @@ class DecodePageTest {
 
     @TempDir
     private static Path directory;
-    private static BufferedImage screen;
     private static Map<String, String> seen;
 
     @BeforeAll
@@ -54,12 +50,10 @@ class DecodePageTest {
         String dom = new String(Programs.output(List.of("timeout", "300", "chromium", "--headless", "--no-sandbox",
                 "--disable-gpu", "--disable-dev-shm-usage", "--hide-scrollbars", "--allow-file-access-from-files",
                 "--host-resolver-rules=MAP * ~NOTFOUND", "--user-data-dir=" + directory.resolve("profile"),
-                "--window-size=2960,2600", "--screenshot=" + directory.resolve("screen.png"), "--dump-dom",
-                frames.toUri().toString())), StandardCharsets.UTF_8);
+                "--window-size=2960,2600", "--dump-dom", frames.toUri().toString())), StandardCharsets.UTF_8);
         seen = dom.substring(dom.indexOf("<pre"), dom.indexOf("</pre>")).replace("&lt;", "<").replace("&gt;", ">")
                 .replace("&amp;", "&").lines().skip(1).map(line -> line.split("=", 2))
                 .collect(Collectors.toMap(line -> line[0], line -> line[1], (first, other) -> first));
-        screen = ImageIO.read(directory.resolve("screen.png").toFile());
     }
 
     /** What somebody else who makes reports may say: any name, any link. */
@@ -74,34 +68,13 @@ class DecodePageTest {
         }
     }
 
-    /** The mean red, green and blue. */
-    private static double[] colour(BufferedImage image, int x, int y, int width, int height) {
-        int[] pixels = image.getRGB(x, y, width, height, null, 0, width);
-        return IntStream.of(16, 8, 0).mapToDouble(shift -> Arrays.stream(pixels).map(p -> p >> shift & 0xFF).average()
-                .orElseThrow()).toArray();
-    }
-
-    /** Left, top, width and height of the first such element of a page, on the screen. */
-    private static int[] place(String element) {
-        return Arrays.stream(seen.get(element).split(",")).mapToInt(Integer::parseInt).toArray();
-    }
-
-    private static int distinctColours(int x, int y, int width, int height) {
-        return (int) Arrays.stream(screen.getRGB(x, y, width, height, null, 0, width)).distinct().count();
-    }
-
     @Test
-    void theFilmIsSeenOnABroadAndOnANarrowScreen() throws IOException {
-        BufferedImage first = ImageIO.read(directory.resolve("film/balle-jbart-00001.png").toFile());
+    void theFilmIsSeenOnABroadAndOnANarrowScreen() {
         for (String page : List.of("film", "phone")) {
             assertThat(seen).containsEntry(page + ".images", "32/32").containsEntry(page + ".size", "288x216")
                     .containsEntry(page + ".wide", "false").containsEntry(page + ".heading", "balle-jbart.mp4")
                     .containsEntry(page + ".link", directory.toUri() + "film/balle-jbart-00001.png")
                     .containsEntry(page + ".parts", "Contact sheet,Sound,Streams,Timings");
-            int[] image = place(page + ".img");
-            assertThat(colour(screen, image[0] + 8, image[1] + 8, image[2] - 16, image[3] - 16))
-                    .usingComparatorWithPrecision(8.0).containsExactly(colour(first, 0, 0, 72, 58));
-            assertThat(distinctColours(image[0], image[1], image[2], image[3])).isGreaterThan(100);
         }
         assertThat(seen.get("film.text")).contains("255 pictures, 255 written", "490,496 samples", "h264 (avc1)",
                 "720\u00d7576, 25.00 pictures/s", "48000 Hz, 2 channels", "Decoding and writing");
@@ -132,14 +105,8 @@ class DecodePageTest {
     void theSoundIsSeen() {
         assertThat(seen).containsEntry("sound.parts", "Warnings,Sound,Streams,Timings").containsEntry("sound.images", "0/0");
         assertThat(seen.get("sound.text")).contains("40,000 samples are at full scale", "Mono 0.0 dBFS \u22123.0 dBFS 40,000");
-        int[] drawing = place("sound.svg");
-        int half = drawing[2] / 2;
-        int row = drawing[1] + 40;
-        assertThat(distinctColours(drawing[0] + half / 2, row, half / 4, 1)).isLessThan(4);
-        double[] silent = colour(screen, drawing[0] + half / 2, row, half / 4, 1);
-        double[] loud = colour(screen, drawing[0] + half + half / 2, row, half / 4, 1);
-        double[] mark = colour(screen, drawing[0] + half + half / 2, drawing[1] + 4, half / 4, 1);
-        assertThat(silent[0]).isGreaterThan(loud[0] + 50);
-        assertThat(mark[0]).isGreaterThan(mark[2] + 50);
+        // The loud half is marked, and it alone has a height.
+        assertThat(seen).containsEntry("sound.peaks", "0,-500,1250,1000").containsEntry("sound.clipping", "626,-500,624,90")
+                .containsEntry("sound.first", "M0 0L0.5 0L1.5 0");
     }
 }

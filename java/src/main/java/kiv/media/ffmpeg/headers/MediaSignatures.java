@@ -111,7 +111,8 @@ public final class MediaSignatures {
     }
 
     /** Whether frames follow one another, or the bytes end after one. */
-    private static boolean hasFrames(LeadingBytes head, int start, int headerSize, FrameLength length) throws IOException {
+    private static boolean hasFrames(LeadingBytes head, int start, int headerSize, FrameLength length)
+            throws IOException {
         int at = start;
         for (int i = 0; i < FRAMES; i++) {
             if (!head.has(at + headerSize)) {

@@ -25,9 +25,9 @@ public final class Comparison {
     }
 
     /** Decodes a clip with a new decoder and compares. @return how many pictures there were */
-    public static int run(Clip clip, PictureModel model, boolean whole, int subtype) {
+    public static int run(Clip clip, PictureModel model, boolean whole) {
         Track track = Track.of(clip);
-        try (NativeDecoder decoder = new NativeDecoder(track, whole, subtype, model)) {
+        try (NativeDecoder decoder = new NativeDecoder(track, whole, model)) {
             check(decoder.format() == null, "there is a format before it was chosen");
             int count = run(decoder, clip, model, whole, LongUnaryOperator.identity());
             int[] format = decoder.format();

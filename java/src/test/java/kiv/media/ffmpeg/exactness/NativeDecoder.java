@@ -8,6 +8,7 @@ import java.util.Set;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoBuffers;
+import kiv.media.ffmpeg.VideoFormat;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
 import kiv.media.ffmpeg.natives.BufferRequest;
 import kiv.media.ffmpeg.natives.BufferSlots;
@@ -39,15 +40,14 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
     private final List<String> faults = new ArrayList<>();
     private final long context;
     private long codec;
-    private int allocated;
 
     /** Creates and opens a decoder. */
-    public NativeDecoder(Track track, boolean whole, int subtype, PictureModel... models) {
-        this(track, whole, subtype, null, Stream.of(models).map(PictureModel::description).toArray(int[][]::new));
+    public NativeDecoder(Track track, boolean whole, PictureModel... models) {
+        this(track, whole, null, Stream.of(models).map(PictureModel::description).toArray(int[][]::new));
     }
 
     /** Creates and opens a decoder for colour models, whose log goes to a receiver. */
-    public NativeDecoder(Track track, boolean whole, int subtype, c_multimediaapi_ffmpeg receiver, int[]... models) {
+    public NativeDecoder(Track track, boolean whole, c_multimediaapi_ffmpeg receiver, int[]... models) {
         context = c_multimediaapi_ffmpeg.n_init(TestMedia.ffmpeg().toString(), receiver, 0);
         byte[] extradata = track.stream().extradata();
         int[] format = new int[VideoFormatLayout.SIZE];
@@ -55,8 +55,8 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
         format[VideoFormatLayout.HEIGHT] = track.stream().height();
         format[VideoFormatLayout.BITS_PER_PIXEL] = track.stream().bitsPerCodedSample();
         format[VideoFormatLayout.EXTRADATA_LENGTH] = extradata.length;
-        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, track.subtype(subtype), format, extradata, models,
-                this);
+        codec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, VideoFormat.of(track.stream()).subtype(), format,
+                extradata, models, this);
         if (whole) {
             c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
         }
@@ -95,23 +95,13 @@ public class NativeDecoder implements VideoBuffers, AutoCloseable {
         return c_multimediaapi_ffmpeg.n_get_vcodec_dst_format(codec);
     }
 
-    /** Arrays allocated so far. */
-    public final int allocated() {
-        return allocated;
-    }
-
-    /** Makes the array of a buffer; tests make others. */
-    protected Object newArray(int[] layout, int[] request) {
-        int bytes = request[BufferRequest.BYTES];
-        return layout[PictureLayout.FOURCC] == 0 ? new int[(bytes + 3) / 4] : new byte[bytes];
-    }
-
     @Override
     public boolean allocate(int[] layout, int[] request, Object[] slots) {
-        Buffer made = new Buffer(newArray(layout, request), layout, request);
-        slots[BufferSlots.MEMORY] = made.array();
+        int bytes = request[BufferRequest.BYTES];
+        Object array = layout[PictureLayout.FOURCC] == 0 ? new int[(bytes + 3) / 4] : new byte[bytes];
+        Buffer made = new Buffer(array, layout, request);
+        slots[BufferSlots.MEMORY] = array;
         slots[BufferSlots.RESULT] = made;
-        allocated++;
         return live.add(made);
     }
 

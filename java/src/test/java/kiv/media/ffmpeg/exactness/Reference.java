@@ -23,14 +23,7 @@ public final class Reference {
 
     private static final Map<List<String>, Decoding> DECODINGS = new ConcurrentHashMap<>();
 
-    /**
-     * A picture.
-     *
-     * @param packet number of the packet with which it came
-     * @param time its timestamp, which is the number of a packet
-     * @param decoded the decoder's pixel format
-     * @param md5 of the visible bytes
-     */
+    /** A picture; its time is the number of a packet, and the sum is that of its visible bytes. */
     public record Picture(int packet, long time, int width, int height, String format, String decoded, String md5) {
     }
 
@@ -41,13 +34,7 @@ public final class Reference {
         }
     }
 
-    /**
-     * What becomes of a block of sound; the last one has no bytes and ends the stream.
-     *
-     * @param consumed how many of the bytes count as consumed
-     * @param pcm samples of 16 bits, or null when they have other channels or another rate than the stream: a piece of a
-     *     frame was taken for a frame
-     */
+    /** What becomes of a block of sound; the last one has no bytes. Without PCM a piece of a frame was taken for a frame. */
     public record Block(int length, boolean failed, int consumed, byte[] pcm) {
     }
 

@@ -1,7 +1,7 @@
 package kiv.media.ffmpeg.headers;
 
+import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
-import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import java.io.ByteArrayInputStream;
 import java.io.IOException;
@@ -32,10 +32,9 @@ class HeadersTest {
         // Object type 2, the rate of number 4, configuration 7.
         AdtsHeader header = AdtsHeader.of(new byte[] {0x12, 0x38});
         assertThat(header.before(8184)).containsExactly(0xFF, 0xF1, 0x51, 0xC3, 0xFF, 0xFF, 0xFC);
-        assertThatThrownBy(() -> header.before(8185)).isInstanceOf(IllegalArgumentException.class);
+        refused(IllegalArgumentException.class, "", () -> header.before(8185));
         for (String configuration : List.of("12", "1240", "1200", "1790", "2A10", "0210")) {
-            byte[] bytes = HexFormat.of().parseHex(configuration);
-            assertThatThrownBy(() -> AdtsHeader.of(bytes)).isInstanceOf(IllegalArgumentException.class);
+            refused(IllegalArgumentException.class, "", () -> AdtsHeader.of(HexFormat.of().parseHex(configuration)));
         }
     }
 
@@ -46,6 +45,7 @@ class HeadersTest {
         assertThat(head(wave).riffChunk("odd ")).isEqualTo(20);
         assertThat(head(wave).riffChunk("data")).isEqualTo(-1);
         assertThat(head(wave).has(wave.length + 1)).isFalse();
+        assertThat(MediaSignatures.match(head("RF64....WAVE".getBytes(StandardCharsets.US_ASCII)))).isTrue();
         assertThat(head(new byte[16 * 1024 + 1]).has(16 * 1024 + 1)).as("beyond what is looked at").isFalse();
     }
 

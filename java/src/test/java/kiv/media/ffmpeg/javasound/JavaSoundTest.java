@@ -16,7 +16,7 @@ import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.Arrays;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
 import java.util.Random;
@@ -104,11 +104,6 @@ class JavaSoundTest {
         assertThat(AudioSystem.getAudioInputStream(Encoding.PCM_SIGNED, encoded)).isSameAs(decoded);
         assertThat(ByteBuffer.wrap(AudioSystem.getAudioInputStream(bigEndian, decoded).readAllBytes()).asShortBuffer())
                 .isEqualTo(ByteBuffer.wrap(MediaAudioTest.decoded(mp3)).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer());
-        AudioInputStream closed = AudioSystem.getAudioInputStream(mp3.toFile());
-        assertThat(closed.readAllBytes()).hasSizeGreaterThan(10_000);
-        closed.close();
-        closed.close();
-        refused(IOException.class, "closed", () -> closed.read(new byte[9]));
     }
 
     @ParameterizedTest
@@ -132,23 +127,19 @@ class JavaSoundTest {
         }
     }
 
-    static Stream<byte[]> othersBytes() {
+    static Stream<byte[]> othersBytes() throws IOException {
         byte[] noise = new byte[3_000_000];
         new Random(11).nextBytes(noise);
-        return Stream.of(Stream.of(noise, new byte[5000]), Stream.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000),
-                "ID3 explained", "Gone with the wind".repeat(100), "....mdat", "\0\0\0\u0018ftypisom", "ID3\u0003\0\0\0\0\0\0",
-                "<html>", "\u0089PNG\r\n\u001a\n\0\0\0\rIHDR\0\0\0\t\0\0\0\t\b\u0002\0\0\0")
-                .map(text -> text.getBytes(StandardCharsets.ISO_8859_1)), Stream.of("vorbis.ogg", "flac.flac",
-                "h264_320x240.h264", "h264_b_320x240.mp4", "h264_vorbis.mkv").map(name -> bytes(TestMedia.stream(name))))
-                .flatMap(others -> others);
-    }
-
-    private static byte[] bytes(Path file) {
-        try {
-            return Files.readAllBytes(file);
-        } catch (IOException e) {
-            throw new java.io.UncheckedIOException(e);
+        List<byte[]> others = new ArrayList<>(List.of(noise, new byte[5000]));
+        for (String text : List.of("", "R", "RIFF", "RIFF....WAVEfmt ", "text\n".repeat(9000), "ID3 explained",
+                "Gone with the wind".repeat(100), "....mdat", "\0\0\0\u0018ftypisom", "ID3\u0003\0\0\0\0\0\0", "<html>",
+                "\u0089PNG\r\n\u001a\n\0\0\0\rIHDR\0\0\0\t\0\0\0\t\b\u0002\0\0\0", "RF64....WAVEfmt ")) {
+            others.add(text.getBytes(StandardCharsets.ISO_8859_1));
         }
+        for (String name : List.of("vorbis.ogg", "flac.flac", "h264_320x240.h264", "h264_b_320x240.mp4", "h264_vorbis.mkv")) {
+            others.add(Files.readAllBytes(TestMedia.stream(name)));
+        }
+        return others.stream();
     }
 
     @ParameterizedTest
@@ -163,18 +154,7 @@ class JavaSoundTest {
     }
 
     @Test
-    void filesThatEndTooEarlyAndStreamsWithoutMarkHarmNothing() throws Exception {
-        for (Path path : encodedFiles().toList()) {
-            byte[] bytes = Files.readAllBytes(path);
-            for (int size : new int[] {20, 3000, bytes.length / 2}) {
-                File cut = Files.write(directory.resolve("cut"), Arrays.copyOf(bytes, size)).toFile();
-                try {
-                    pcm(READER.getAudioInputStream(cut));
-                } catch (UnsupportedAudioFileException | IOException e) {
-                    assertThat(e.getMessage()).isNotBlank();
-                }
-            }
-        }
+    void streamsWithoutMarkAndFilesThatAreNoneAreRefused() throws Exception {
         try (FileInputStream stream = new FileInputStream(TestMedia.stream("mp3.mp3").toFile())) {
             refused(UnsupportedAudioFileException.class, "mark", () -> READER.getAudioInputStream(stream));
             assertThat(stream.getChannel().position()).isZero();

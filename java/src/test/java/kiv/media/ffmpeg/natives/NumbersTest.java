@@ -2,6 +2,8 @@ package kiv.media.ffmpeg.natives;
 
 import static org.assertj.core.api.Assertions.assertThat;
 
+import com.tngtech.archunit.core.domain.JavaClass;
+import com.tngtech.archunit.core.importer.ClassFileImporter;
 import java.lang.reflect.Field;
 import java.lang.reflect.Modifier;
 import java.nio.file.Files;
@@ -10,7 +12,6 @@ import java.util.ArrayList;
 import java.util.List;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
-import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 
 class NumbersTest {
@@ -41,14 +42,10 @@ class NumbersTest {
 
     private static List<String> declared() throws Exception {
         List<String> numbers = new ArrayList<>();
-        Path root = Path.of(VideoParams.class.getProtectionDomain().getCodeSource().getLocation().toURI());
-        try (Stream<Path> files = Files.list(root.resolve("kiv/media/ffmpeg/natives"))) {
-            for (Path file : files.toList()) {
-                String name = file.getFileName().toString().replace(".class", "");
-                for (Field field : Class.forName("kiv.media.ffmpeg.natives." + name).getFields()) {
-                    if (field.getType() == int.class && Modifier.isStatic(field.getModifiers())) {
-                        numbers.add(name + "." + field.getName() + " = " + field.getInt(null));
-                    }
+        for (JavaClass type : new ClassFileImporter().importPackagesOf(VideoParams.class)) {
+            for (Field field : type.reflect().getFields()) {
+                if (field.getType() == int.class && Modifier.isStatic(field.getModifiers())) {
+                    numbers.add(type.getSimpleName() + "." + field.getName() + " = " + field.getInt(null));
                 }
             }
         }

@@ -3,9 +3,7 @@ package kiv.media.ffmpeg.recipes;
 import static org.assertj.core.api.Assertions.assertThat;
 
 import java.awt.image.BufferedImage;
-import java.io.ByteArrayOutputStream;
 import java.lang.reflect.Method;
-import java.lang.reflect.Proxy;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.file.Files;
@@ -18,7 +16,6 @@ import java.util.function.Consumer;
 import java.util.regex.Pattern;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
-import javax.sound.sampled.SourceDataLine;
 import javax.tools.ToolProvider;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.exactness.Track;
@@ -65,20 +62,12 @@ class RecipesTest {
     }
 
     @Test
-    void soundIsWrittenPlayedAndMeasured() throws Exception {
+    void soundIsWrittenAndMeasured() throws Exception {
         Path song = TestMedia.stream("mp3.mp3");
         Path wav = directory.resolve("song.wav");
         run("soundToWav", song, wav);
-        ByteArrayOutputStream heard = new ByteArrayOutputStream();
-        run("play", song, Proxy.newProxyInstance(null, new Class<?>[] {SourceDataLine.class}, (line, method, arguments) -> {
-            if (method.getName().equals("write")) {
-                heard.write((byte[]) arguments[0], (int) arguments[1], (int) arguments[2]);
-                return arguments[2];
-            }
-            return null;
-        }));
-        assertThat(Files.size(wav)).isEqualTo(44 + heard.size()).isGreaterThan(100_000);
+        assertThat(Files.size(wav)).isEqualTo(44 + 46080 * 4);
         assertThat(((Map<?, ?>) run("lengths", List.of(song, wav))).values()).hasSize(2)
-                .allMatch(length -> ((Duration) length).toMillis() == heard.size() / 4 * 1000L / 44100);
+                .allMatch(length -> ((Duration) length).toMillis() == 46080 * 1000L / 44100);
     }
 }

@@ -22,8 +22,8 @@ final class PageText {
     }
 
     /**
-     * Replaces each character that is invisible, that no page may contain, or that turns the direction of the text behind
-     * it, with a visible sign.
+     * Replaces each character that is invisible, that no page may contain, or that turns the direction of the text
+     * behind it, with a visible sign.
      */
     static String visible(String text) {
         StringBuilder clean = new StringBuilder();
@@ -34,7 +34,8 @@ final class PageText {
 
     private static boolean isUnfit(int c) {
         return switch (Character.getType(c)) {
-            case Character.CONTROL, Character.SURROGATE, Character.LINE_SEPARATOR, Character.PARAGRAPH_SEPARATOR -> true;
+            case Character.CONTROL, Character.SURROGATE, Character.LINE_SEPARATOR, Character.PARAGRAPH_SEPARATOR ->
+                true;
             default -> (c & 0xFFFE) == 0xFFFE || c >= 0xFDD0 && c <= 0xFDEF || c >= 0x202A && c <= 0x202E
                     || c >= 0x2066 && c <= 0x2069;
         };
@@ -80,7 +81,8 @@ final class PageText {
 
     /** Returns a figure with about three digits. */
     static String figure(double value) {
-        return value >= 100 ? count(Math.round(value)) : String.format(Locale.ROOT, value >= 10 ? "%.1f" : "%.2f", value);
+        return value >= 100 ? count(Math.round(value))
+                : String.format(Locale.ROOT, value >= 10 ? "%.1f" : "%.2f", value);
     }
 
     /** Returns how long something took. */

@@ -181,7 +181,8 @@ final class ReportPage {
     private static DomContent shown(Thumbnail thumbnail) {
         String number = "#" + thumbnail.number();
         String time = thumbnail.time().map(PageText::clock).orElse(DASH);
-        String alternative = "Picture " + thumbnail.number() + thumbnail.time().map(t -> " at " + PageText.clock(t)).orElse("");
+        String alternative = "Picture " + thumbnail.number()
+                + thumbnail.time().map(t -> " at " + PageText.clock(t)).orElse("");
         DomContent picture = thumbnail.image() == null
                 ? div("not shown").withClass("missing").attr("role", "img").attr("aria-label", alternative)
                 : img().withSrc(thumbnail.toDataUri()).withAlt(alternative)
@@ -242,7 +243,8 @@ final class ReportPage {
                         : PageText.figure(pictures / PageText.inSeconds(timing.time())),
                 speed(timing) > 0 ? PageText.figure(speed(timing)) + "\u00d7" : DASH)).toList();
         return part("timings", "Timings", report.played() > 0
-                ? PageText.figure(report.played()) + " seconds of film or sound were decoded." : "How long the work took.",
+                ? PageText.figure(report.played()) + " seconds of film or sound were decoded."
+                : "How long the work took.",
                 grid("Timings", List.of("Part", "Time", "Pictures a second", "Times real time"), rows));
     }
 

@@ -72,11 +72,14 @@ final class WaveformDrawing {
         for (int i = 0; i < ticks.size(); i++) {
             Tick tick = ticks.get(i);
             // A narrow screen has room for every second mark only.
-            svg.with(tag("text").withCondClass(i % 2 != 0, "second").attr("x", percent(tick.place)).attr("y", lanes + 14)
-                    .attr("text-anchor", tick.place < 1 - RIGHT_EDGE ? "start" : tick.place > RIGHT_EDGE ? "end" : "middle")
-                    .withText(tick.text));
+            svg.with(tag("text").withCondClass(i % 2 != 0, "second").attr("x", percent(tick.place))
+                    .attr("y", lanes + 14).attr("text-anchor", anchor(tick.place)).withText(tick.text));
         }
         return svg;
+    }
+
+    private static String anchor(double place) {
+        return place < 1 - RIGHT_EDGE ? "start" : place > RIGHT_EDGE ? "end" : "middle";
     }
 
     private void addLane(ContainerTag<?> svg, int index, List<Tick> ticks) {
@@ -132,7 +135,8 @@ final class WaveformDrawing {
         for (int piece = 0; piece < pieces; piece++) {
             path.append('L').append(piece).append(".5 ").append(upper.of(piece));
         }
-        path.append('L').append(pieces).append(' ').append(upper.of(pieces - 1)).append('V').append(lower.of(pieces - 1));
+        path.append('L').append(pieces).append(' ').append(upper.of(pieces - 1))
+                .append('V').append(lower.of(pieces - 1));
         for (int piece = pieces - 1; piece >= 0; piece--) {
             path.append('L').append(piece).append(".5 ").append(lower.of(piece));
         }

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Seeds faults into a copy of the tree, one at a time, and reports which test notices each.
 
-    tests/faults/seed.py [--all] [NAME...]
+    tools/seed_faults.py [--all] [NAME...]
 
-The faults stand in *.faults beside this file, one section each: "file" is the end of a source file's path, "old" is text
-that stands in it once (white space of any length counts as one blank), "new" takes its place, and "by" names the Java
-test classes that should notice when the native tests do not. A fault is noticed when a test fails, crashes or hangs, or
+The faults stand in tests/faults/*.faults, one section each: "file" is the end of a source file's path, "old" is text that
+stands in it once (white space of any length counts as one blank), "new" takes its place, and "by" names the Java test
+classes that should notice when the native tests do not. A fault is noticed when a test fails, crashes or hangs, or
 when the compiler finds it. With --all, a fault that nothing noticed meets every Java test but the stress.
 
 ./test must have run once. The copy lies in build/faults; its builds are incremental.
@@ -21,7 +21,7 @@ import signal
 import subprocess
 import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+ROOT = pathlib.Path(__file__).resolve().parents[1]
 TREE = ROOT / "build/faults"
 SOURCES = ("src", "java/src/main", "cli/src/main")
 LIMIT = 900  # seconds that a step may take
@@ -31,7 +31,7 @@ MAVEN = ("mvn", "-o", "-B", "-Dsurefire.failIfNoSpecifiedTests=false")
 
 def all_faults():
     parser = configparser.ConfigParser(interpolation=None, delimiters=(":",), comment_prefixes=("#",))
-    for path in sorted(pathlib.Path(__file__).parent.glob("*.faults"), reverse=True):
+    for path in sorted((ROOT / "tests/faults").glob("*.faults"), reverse=True):
         parser.read(path, encoding="utf-8")
     return {name: parser[name] for name in parser.sections()}
 
