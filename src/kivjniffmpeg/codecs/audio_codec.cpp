@@ -126,7 +126,7 @@ bool c_audiocodec::reset()
     TRACE_FUNCTION(3);
     dsc_output_queue.clear();
     dsc_pending_packet.reset();
-    dsc_resampled_format.reset();
+    bc_resampling = false;
     dsc_progress = c_decoder_progress(in_most_frames);
     inc_idle_drains = 0;
     if (is_open())
@@ -155,12 +155,24 @@ int32_t c_audiocodec::process2(uint8_t *autp_data, int32_t imp_lendata, int32_t 
     return ie_audio_done;
 }
 
+void c_audiocodec::throw_if_open() const
+{
+    if (is_open())
+        throw_ffmpeg_exception(1661, "options are set before the codec is opened");
+}
+
 void c_audiocodec::set_bit_rate(int32_t imp_bits_per_second)
 {
     TRACE_FUNCTION(3);
-    if (is_open())
-        throw_ffmpeg_exception(1661, "options are set before the codec is opened");
+    throw_if_open();
     dsc_codec_ctx->bit_rate = imp_bits_per_second;
+}
+
+void c_audiocodec::set_continuous(bool bp_continuous)
+{
+    TRACE_FUNCTION(3);
+    throw_if_open();
+    bc_continuous = bp_continuous;
 }
 
 int64_t c_audiocodec::property(std::string_view strp_name) const

@@ -14,6 +14,7 @@
 #include <natives/AudioStatus.h>
 
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -76,6 +77,12 @@ public:
 
     /** Sets the bits per second of the packets. @throws c_ffmpeg_exception on an open codec */
     void set_bit_rate(int32_t imp_bits_per_second);
+    /**
+     * Sets whether a decoder resamples sound of another rate from frame to frame, and not each frame alone.
+     *
+     * @throws c_ffmpeg_exception on an open codec
+     */
+    void set_continuous(bool bp_continuous);
     /** A number of FFmpeg's; @p strp_name as in c_codecoptions_ffmpeg. @throws c_ffmpeg_exception for another name */
     int64_t property(std::string_view strp_name) const;
     /** The extradata that an open encoder made, or that a decoder was created with. */
@@ -84,6 +91,14 @@ public:
 private:
     /** The most frames that a decoder returns without consuming input. A packet holds thousands of silent ones. */
     static constexpr int in_most_frames = 1 << 14;
+    /** Resamplers that are kept. Making one takes some ten milliseconds, and a stream may change its rate often. */
+    static constexpr size_t ul_most_resamplers = 8;
+
+    struct dsd_resampler
+    {
+        std::unique_ptr<c_aformat> dsc_from;
+        c_swr_ctx dsc_swr;
+    };
 
     bool is_decoder() const noexcept { return dsc_dst_format->format_tag() == im_tag_pcm; }
     bool is_mpeg_audio() const noexcept;
@@ -92,6 +107,7 @@ private:
     /** Chooses the encoder's sample format, and sets the resampler up when the source has another. */
     void choose_sample_format();
     void trace_formats() const;
+    void throw_if_open() const;
 
     // audio_decoding.cpp
     int32_t decode(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, uint64_t ulp_timestamp,
@@ -106,6 +122,9 @@ private:
     void queue_samples(c_avframe &dsp_frame);
     void convert(c_avframe &dsp_frame, const c_aformat &dsp_format);
     void set_up_resampler(const c_aformat &dsp_format);
+    void end_resampling();
+    c_framebuffer_reference make_pcm_buffer(int64_t ilp_samples) const;
+    bool is_resampled_from(const c_aformat &dsp_format) const;
 
     // audio_encoding.cpp
     void encode(const uint8_t *autp_data, int32_t imp_lendata, dsd_out_params &dsp_out);
@@ -117,9 +136,11 @@ private:
     c_output_queue dsc_output_queue;
     c_avcodec dsc_codec;
     c_avcodec_ctx dsc_codec_ctx;
-    c_swr_ctx dsc_swr_ctx;
-    std::unique_ptr<c_aformat> dsc_resampled_format; // the resampler's input while decoding
-    std::unique_ptr<c_avpacket> dsc_pending_packet;  // an incomplete frame, in memory of its own
+    c_swr_ctx dsc_swr_ctx;                   // the encoder's
+    std::list<dsd_resampler> dsc_resamplers; // the decoder's, the one in use first
+    bool bc_resampling = false;              // the first one is set up
+    bool bc_continuous = false;
+    std::unique_ptr<c_avpacket> dsc_pending_packet; // an incomplete frame, in memory of its own
     c_decoder_progress dsc_progress{in_most_frames};
     int inc_idle_drains = 0; // empty packets that the decoder answered with nothing since the last packet
     c_padded_bytes dsc_input;

@@ -24,6 +24,12 @@ std::span<const uint8_t> bytes_of(const c_avpacket &dsp_packet)
     return {dsp_packet.data(), static_cast<size_t>(dsp_packet.size())};
 }
 
+/** Whether samples of one format are samples of the other. */
+bool are_equal(const c_aformat &dsp_one, const c_aformat &dsp_other)
+{
+    return dsp_one.is_planar() == dsp_other.is_planar() && !c_aformat::needs_resampling(dsp_one, dsp_other);
+}
+
 } // namespace
 
 /** The input of one call, and how much of it is consumed. */
@@ -165,19 +171,20 @@ int32_t c_audiocodec::drain(dsd_out_params &dsp_out, int32_t imp_flags, uint32_t
     int32_t iml_result = ie_audio_done;
     if (dsc_pending_packet != nullptr)
         iml_result = decode_frames(std::move(dsc_pending_packet), {dsp_out, 0, ump_outlen, true, false});
-    if (!is_open() || (dsc_codec.codec()->capabilities & CODEC_CAP_DELAY) == 0)
-        return iml_result;
     // Some decoders answer the first empty packet with nothing, and only the next ones with what they hold back. The
     // second answer of that kind is the end: behind it they would decode padding.
     constexpr int inl_idle_limit = 2;
     c_avpacket dsl_nothing;
-    while (inc_idle_drains < inl_idle_limit && !is_room_filled(dsl_block)) {
+    const bool bl_delay = is_open() && (dsc_codec.codec()->capabilities & CODEC_CAP_DELAY) != 0;
+    while (bl_delay && inc_idle_drains < inl_idle_limit && !is_room_filled(dsl_block)) {
         const size_t ull_before = dsc_output_queue.size();
         if (call_decoder(dsl_nothing, dsl_block, dsc_progress) < 0)
             inc_idle_drains = inl_idle_limit;
         else if (dsc_output_queue.size() == ull_before)
             ++inc_idle_drains;
     }
+    if (!bl_delay || inc_idle_drains >= inl_idle_limit)
+        end_resampling();
     return iml_result;
 }
 
@@ -195,6 +202,11 @@ void c_audiocodec::queue_samples(c_avframe &dsp_frame)
                dsl_buffer->data_size());
     if (dsc_src_format->format_tag() == im_tag_gsm610)
         dsl_format->set_sample_rate(dsc_src_format->sample_rate());
+    // This decoder gives the first frame of another rate the rate before it.
+    if (bc_continuous && is_mpeg_audio())
+        dsl_format->set_sample_rate(dsc_codec_ctx->sample_rate);
+    if (!is_resampled_from(*dsl_format))
+        end_resampling();
     // The caller needs interleaved channels; needs_resampling does not compare that.
     const bool bl_planes = dsl_format->is_planar() && dsl_format->channels() > 1;
     const bool bl_elsewhere = dsp_frame->data[0] != dsl_buffer->data();
@@ -209,33 +221,76 @@ void c_audiocodec::queue_samples(c_avframe &dsp_frame)
 void c_audiocodec::convert(c_avframe &dsp_frame, const c_aformat &dsp_format)
 {
     TRACE_SCOPE("decode", 3);
-    const c_aformat &dsl_dst = *dsc_dst_format;
     TRACE_LINE(im_level_debug, "%s#%s(): need conversion from format a: %s", dsp_format.to_string().c_str());
-    TRACE_LINE(im_level_debug, "%s#%s(): to format b: %s", dsl_dst.to_string().c_str());
-    const int64_t ill_size = int64_t{dsl_dst.bits_per_sample() / 8} * dsl_dst.channels() * dsp_frame->nb_samples;
-    if (ill_size < 0 || ill_size > INT_MAX)
-        throw_ffmpeg_exception(1735, "a frame of ", dsp_frame->nb_samples, " samples is too large to convert");
-    const auto iml_converted_size = static_cast<int32_t>(ill_size);
-    TRACE_LINE(im_level_debug, "%s#%s(): iml_converted_size=%d", iml_converted_size);
-    c_framebuffer_reference dsl_buffer = c_native_buffer::make(iml_converted_size, 16);
+    TRACE_LINE(im_level_debug, "%s#%s(): to format b: %s", dsc_dst_format->to_string().c_str());
+    const int32_t iml_samples = dsp_frame->nb_samples;
+    c_framebuffer_reference dsl_buffer;
+    if (!bc_continuous)
+        dsl_buffer = make_pcm_buffer(iml_samples);
     set_up_resampler(dsp_format);
-    dsc_swr_ctx.convert(dsp_frame, *dsl_buffer.get());
+    c_swr_ctx &dsl_swr = dsc_resamplers.front().dsc_swr;
+    if (bc_continuous)
+        dsl_buffer = make_pcm_buffer(dsl_swr.most_out(iml_samples));
+    dsl_swr.convert(dsp_frame, *dsl_buffer.get());
     dsc_output_queue.pushback(std::move(dsl_buffer));
 }
 
-// While the rate stays the same the resampler keeps no state between frames, so it is set up again only for another
-// format.
+/** Memory for samples of each channel in the format of the output. */
+c_framebuffer_reference c_audiocodec::make_pcm_buffer(int64_t ilp_samples) const
+{
+    TRACE_SCOPE("decode", 3);
+    const c_aformat &dsl_dst = *dsc_dst_format;
+    const int64_t ill_size = int64_t{dsl_dst.bits_per_sample() / 8} * dsl_dst.channels() * ilp_samples;
+    if (ill_size < 0 || ill_size > INT_MAX)
+        throw_ffmpeg_exception(1735, "a frame of ", ilp_samples, " samples is too large to convert");
+    const auto iml_converted_size = static_cast<int32_t>(ill_size);
+    TRACE_LINE(im_level_debug, "%s#%s(): iml_converted_size=%d", iml_converted_size);
+    return c_native_buffer::make(iml_converted_size, 16);
+}
+
+/** Whether the resampler is set up for such input. */
+bool c_audiocodec::is_resampled_from(const c_aformat &dsp_format) const
+{
+    return bc_resampling && are_equal(*dsc_resamplers.front().dsc_from, dsp_format);
+}
+
+// While the rate stays the same the resampler keeps no state between frames.
 void c_audiocodec::set_up_resampler(const c_aformat &dsp_format)
 {
     TRACE_SCOPE("decode", 3);
-    const c_aformat *adsl_was = dsc_resampled_format.get();
-    if (adsl_was != nullptr && adsl_was->sample_rate() == dsc_dst_format->sample_rate() &&
-        adsl_was->is_planar() == dsp_format.is_planar() && !c_aformat::needs_resampling(*adsl_was, dsp_format))
+    if (is_resampled_from(dsp_format) && (bc_continuous || dsp_format.sample_rate() == dsc_dst_format->sample_rate()))
         return;
-    dsc_resampled_format.reset();
-    dsc_swr_ctx.set_src_format(dsp_format);
-    dsc_swr_ctx.set_dst_format(*dsc_dst_format);
-    dsc_swr_ctx.init();
-    dsc_resampled_format =
-        c_aformat::of_samples(dsp_format.sample_format(), dsp_format.channels(), dsp_format.sample_rate());
+    bc_resampling = false;
+    const auto dsl_known = std::ranges::find_if(dsc_resamplers, [&dsp_format](const dsd_resampler &dsp_one) {
+        return are_equal(*dsp_one.dsc_from, dsp_format);
+    });
+    if (dsl_known != dsc_resamplers.end()) {
+        dsc_resamplers.splice(dsc_resamplers.begin(), dsc_resamplers, dsl_known);
+    } else {
+        std::list<dsd_resampler> dsl_new(1);
+        dsl_new.front().dsc_from =
+            c_aformat::of_samples(dsp_format.sample_format(), dsp_format.channels(), dsp_format.sample_rate());
+        dsc_resamplers.splice(dsc_resamplers.begin(), dsl_new);
+        if (dsc_resamplers.size() > ul_most_resamplers)
+            dsc_resamplers.pop_back();
+    }
+    c_swr_ctx &dsl_swr = dsc_resamplers.front().dsc_swr;
+    dsl_swr.set_src_format(dsp_format);
+    dsl_swr.set_dst_format(*dsc_dst_format);
+    dsl_swr.init();
+    bc_resampling = true;
+}
+
+/** Queues what the resampler holds back of a rate that ends here. */
+void c_audiocodec::end_resampling()
+{
+    TRACE_SCOPE("decode", 3);
+    if (!bc_continuous || !bc_resampling ||
+        dsc_resamplers.front().dsc_from->sample_rate() == dsc_dst_format->sample_rate())
+        return;
+    bc_resampling = false;
+    c_swr_ctx &dsl_swr = dsc_resamplers.front().dsc_swr;
+    c_framebuffer_reference dsl_buffer = make_pcm_buffer(dsl_swr.most_out(0));
+    dsl_swr.flush(*dsl_buffer.get());
+    dsc_output_queue.pushback(std::move(dsl_buffer));
 }

@@ -10,6 +10,11 @@
 namespace
 {
 
+/** The largest ratio of two rates. The filter of a larger one takes seconds and hundreds of megabytes. */
+constexpr int32_t im_most_ratio = 64;
+/** The highest rate that is changed. */
+constexpr int32_t im_most_rate = 1'000'000;
+
 void check_samples(const c_aformat &dsp_format)
 {
     if (dsp_format.sample_format() == AV_SAMPLE_FMT_NONE)
@@ -51,7 +56,7 @@ void c_swr_ctx::set_src_format(const c_aformat &dsp_format)
     set_option(adsc_swr, "in_sample_rate", imc_in_rate, 745);
     if (g_avutil.av_opt_set_sample_fmt(adsc_swr, "in_sample_fmt", dsp_format.sample_format(), 0) != 0)
         throw_ffmpeg_exception(747, "av_opt_set_sample_fmt failed");
-    set_channel_count("in_channel_count", dsp_format, imc_in_count_set);
+    set_channel_count("in_channel_count", dsp_format);
 }
 
 void c_swr_ctx::set_dst_format(const c_aformat &dsp_format)
@@ -66,21 +71,23 @@ void c_swr_ctx::set_dst_format(const c_aformat &dsp_format)
     set_option(adsc_swr, "out_sample_rate", imc_out_rate, 772);
     if (g_avutil.av_opt_set_sample_fmt(adsc_swr, "out_sample_fmt", dsp_format.sample_format(), 0) != 0)
         throw_ffmpeg_exception(774, "av_opt_set_sample_fmt failed");
-    set_channel_count("out_channel_count", dsp_format, imc_out_count_set);
+    set_channel_count("out_channel_count", dsp_format);
 }
 
-void c_swr_ctx::set_channel_count(const char *strp_option, const c_aformat &dsp_format, int32_t &imp_set)
+void c_swr_ctx::set_channel_count(const char *strp_option, const c_aformat &dsp_format)
 {
     // Three, five and seven channels have no layout here, and libswresample needs one of the two.
-    const int32_t iml_count = dsp_format.channel_layout() == 0 ? dsp_format.channels() : 0;
-    if (iml_count != imp_set)
+    const int32_t iml_count = dsp_format.channels();
+    if (dsp_format.channel_layout() == 0)
         set_option(adsc_swr, strp_option, iml_count, 752);
-    imp_set = iml_count;
 }
 
 int c_swr_ctx::init()
 {
     TRACE_FUNCTION(3);
+    const auto [iml_low, iml_high] = std::minmax(imc_in_rate, imc_out_rate);
+    if (iml_low != iml_high && (iml_high > im_most_rate || iml_high / iml_low >= im_most_ratio))
+        throw_ffmpeg_exception(811, "no conversion from ", imc_in_rate, " to ", imc_out_rate, " samples per second");
     const int inl_err = g_swresample.swr_init(adsc_swr);
     if (inl_err < 0)
         throw_ffmpeg_exception(814, "swr_init failed err=", inl_err);
@@ -97,14 +104,24 @@ int32_t c_swr_ctx::most_out(int32_t imp_in)
 void c_swr_ctx::convert(c_avframe &dsp_in, ca_ffmpeg_buffer &dsp_out)
 {
     TRACE_FUNCTION(3);
+    // extended_data has all planes, also when there are more than data can hold.
+    uint8_t **aautl_planes = dsp_in->extended_data != nullptr ? dsp_in->extended_data : dsp_in->data;
+    convert(const_cast<const uint8_t **>(aautl_planes), dsp_in->nb_samples, dsp_out);
+}
+
+void c_swr_ctx::flush(ca_ffmpeg_buffer &dsp_out)
+{
+    TRACE_FUNCTION(3);
+    convert(nullptr, 0, dsp_out);
+}
+
+void c_swr_ctx::convert(const uint8_t **aautp_planes, int32_t imp_nb_samples, ca_ffmpeg_buffer &dsp_out)
+{
     const int64_t ill_sample_bytes = int64_t{imc_out_sample_size} * imc_out_channels;
     const auto iml_room = static_cast<int32_t>(ill_sample_bytes <= 0 ? 0 : dsp_out.capacity() / ill_sample_bytes);
     uint8_t *autl_out = dsp_out.data();
-    // extended_data has all planes, also when there are more than data can hold.
-    uint8_t **aautl_planes = dsp_in->extended_data != nullptr ? dsp_in->extended_data : dsp_in->data;
-    const int inl_samples =
-        g_swresample.swr_convert(adsc_swr, &autl_out, std::min(most_out(dsp_in->nb_samples), iml_room),
-                                 const_cast<const uint8_t **>(aautl_planes), dsp_in->nb_samples);
+    const int inl_samples = g_swresample.swr_convert(adsc_swr, &autl_out, std::min(most_out(imp_nb_samples), iml_room),
+                                                     aautp_planes, imp_nb_samples);
     if (inl_samples < 0)
         throw_ffmpeg_exception(796, "sample rate conversion failed. err=", inl_samples);
     dsp_out.set_data_size(imc_out_channels * inl_samples * imc_out_sample_size);

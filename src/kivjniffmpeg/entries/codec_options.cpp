@@ -46,6 +46,10 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
         auto *adsl_codec = codec_of<c_audiocodec>(ilp_codec, 2521);
         const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
+        if (text_of(dsl_name) == "continuous") {
+            adsl_codec->set_continuous(ilp_value != 0);
+            return;
+        }
         if (text_of(dsl_name) != "bit_rate")
             throw_ffmpeg_exception(2533, "no such codec option to set: ", text_of(dsl_name));
         if (ilp_value < 0 || ilp_value > INT_MAX)

@@ -91,10 +91,9 @@ public final class AudioDecoder implements AutoCloseable {
         }
         AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, stream);
         try {
-            if (bitRate > 0) {
-                // Some decoders derive the layout of their packets from the bit rate.
-                decoder.restart(address);
-            }
+            NativeAudioCodec.resampleContinuously(address);
+            // Some decoders derive the layout of their packets from the bit rate.
+            decoder.restart(address);
             return decoder;
         } catch (Throwable e) {
             decoder.close();

@@ -44,6 +44,12 @@ final class NativeAudioCodec {
         return c_multimediaapi_ffmpeg.n_acodec_open(address);
     }
 
+    /** Closes a decoder and has it resample sound of a changed rate without a break. */
+    static void resampleContinuously(long address) {
+        c_multimediaapi_ffmpeg.n_acodec_close(address);
+        c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.CONTINUOUS, 1);
+    }
+
     /** The value of an option, one of {@link c_codecoptions_ffmpeg}. */
     static int option(long address, String name) {
         return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);

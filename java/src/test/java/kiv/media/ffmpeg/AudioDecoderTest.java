@@ -2,16 +2,20 @@ package kiv.media.ffmpeg;
 
 import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.within;
 
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.ShortBuffer;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.stream.IntStream;
 import java.util.stream.LongStream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -151,5 +155,32 @@ class AudioDecoderTest {
             assertThat(blocks.stream().map(AudioBlock::timestamp).filter(start -> start % 100_000 == 0).toList())
                     .isEqualTo(LongStream.range(1, time / 100_000).map(i -> i * 100_000).boxed().toList());
         }
+    }
+
+    /** The rate changes twice, as where recordings were joined. */
+    @Test
+    void soundOfAnotherRateIsResampledWithoutABreak() {
+        List<Packet> packets = new ArrayList<>();
+        double seconds = 0;
+        for (int rate : new int[] {44100, 22050, 48000}) {
+            try (AudioEncoder encoder = AudioEncoder.open(AudioCodec.MP3, rate, 1)) {
+                int before = packets.size();
+                packets.addAll(Sounds.encode(encoder, Sounds.tones(rate, rate, 441)));
+                seconds += packets.stream().skip(before).mapToDouble(Packet::duration).sum() / rate;
+            }
+        }
+        try (AudioDecoder decoder = mp3Decoder(44100)) {
+            ShortBuffer sound = ByteBuffer.wrap(Sounds.decode(decoder, packets)).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();
+            assertThat((double) sound.limit()).isCloseTo(44100 * seconds, within(3.0));
+            assertThat(IntStream.range(1, sound.limit()).map(i -> Math.abs(sound.get(i) - sound.get(i - 1))).max().orElseThrow())
+                    .isLessThan(700);
+        }
+        try (AudioDecoder decoder = mp3Decoder(2)) {
+            refused(DecodeException.class, "no conversion from 44100 to 2", () -> decoder.decode(packets.get(0)));
+        }
+    }
+
+    private static AudioDecoder mp3Decoder(int rate) {
+        return AudioDecoder.open(WaveFormat.of(WaveFormatTags.MP3, 1, rate, 0, 0, 0, new byte[0]));
     }
 }

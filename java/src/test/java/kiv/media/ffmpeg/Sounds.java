@@ -8,7 +8,6 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.TreeSet;
-import java.util.stream.Stream;
 
 /** Sound that tests encode, and how near to it what comes back is. */
 public final class Sounds {
@@ -36,6 +35,17 @@ public final class Sounds {
         return pcm.array();
     }
 
+    /** A tone on each channel. */
+    static byte[] tones(int sampleRate, int frames, double... frequencies) {
+        ByteBuffer pcm = ByteBuffer.allocate(frames * frequencies.length * Short.BYTES).order(ByteOrder.LITTLE_ENDIAN);
+        for (int i = 0; i < frames; i++) {
+            for (double frequency : frequencies) {
+                pcm.putShort((short) (8000 * Math.sin(2 * Math.PI * frequency * i / sampleRate)));
+            }
+        }
+        return pcm.array();
+    }
+
     /** All of an encoder's packets for some PCM, which it gets in pieces. */
     static List<Packet> encode(AudioEncoder encoder, byte[] pcm) {
         int piece = encoder.format().channels() * Short.BYTES * 777;
@@ -49,8 +59,10 @@ public final class Sounds {
 
     /** All the PCM of some packets. */
     static byte[] decode(AudioDecoder decoder, List<Packet> packets) {
-        return join(Stream.concat(packets.stream().flatMap(packet -> decoder.decode(packet).stream()),
-                decoder.finish().stream()).toList());
+        List<AudioBlock> blocks = new ArrayList<>();
+        packets.forEach(packet -> blocks.addAll(decoder.decode(packet)));
+        blocks.addAll(decoder.finish());
+        return join(blocks);
     }
 
     /** The PCM of some blocks. */

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import java.time.Duration;
 import java.util.Locale;
+import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.FourCharacterCode;
 import kiv.media.ffmpeg.MediaStream;
 
@@ -58,5 +59,10 @@ final class ConsoleText {
     static String damaged(long packets) {
         return packets == 0 ? "" : "; " + packets + (packets == 1 ? " damaged packet" : " damaged packets")
                 + " skipped";
+    }
+
+    /** Returns why a packet could not be decoded, to follow a message; nothing when it is only damaged. */
+    static String reason(DecodeException failure) {
+        return failure.getCause() == null ? "" : ": " + failure.getMessage();
     }
 }

@@ -149,7 +149,7 @@ final class DecodeJob {
                     : "there is no picture" + part));
         }
         if (pictures == null && sound.frames() == 0) {
-            throw new MediaFormatException(input.about(part.isEmpty() ? "no sound could be decoded"
+            throw new MediaFormatException(input.about(part.isEmpty() ? "no sound could be decoded" + sound.reason()
                     : "there is no sound" + part));
         }
         if (pictures != null) {

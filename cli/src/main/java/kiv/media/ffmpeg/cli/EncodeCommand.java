@@ -73,6 +73,7 @@ final class EncodeCommand implements Callable<Integer> {
     private CommandSpec spec;
 
     private long damaged;
+    private String reason = "";
 
     @Override
     public Integer call() throws IOException {
@@ -102,7 +103,7 @@ final class EncodeCommand implements Callable<Integer> {
                 encode(decoder.finish(), encoder, file);
                 file.write(encoder.finish());
                 if (encoder.frames() == 0) {
-                    throw new MediaFormatException(input.about("no sound could be decoded"));
+                    throw new MediaFormatException(input.about("no sound could be decoded" + reason));
                 }
                 file.finish(encoder.frames());
                 progress.finish();
@@ -133,6 +134,7 @@ final class EncodeCommand implements Callable<Integer> {
             return decoder.decode(packet);
         } catch (DecodeException e) {
             damaged++;
+            reason = reason.isEmpty() ? ConsoleText.reason(e) : reason;
             return List.of();
         }
     }

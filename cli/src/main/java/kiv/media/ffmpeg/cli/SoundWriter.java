@@ -36,6 +36,7 @@ final class SoundWriter implements AutoCloseable {
     private long end;
     private long frames;
     private long damaged;
+    private String reason = "";
     private long next;
     private boolean started;
     private boolean done;
@@ -100,6 +101,7 @@ final class SoundWriter implements AutoCloseable {
             blocks = decoder.decode(packet);
         } catch (DecodeException e) {
             damaged++;
+            reason = reason.isEmpty() ? ConsoleText.reason(e) : reason;
             return;
         }
         write(blocks);
@@ -125,6 +127,11 @@ final class SoundWriter implements AutoCloseable {
 
     long damaged() {
         return damaged;
+    }
+
+    /** {@return why packets could not be decoded, to follow a message; empty when it is only their bytes} */
+    String reason() {
+        return reason;
     }
 
     double seconds() {

@@ -28,6 +28,13 @@ public final class c_codecoptions_ffmpeg {
     /** Bits per second of an audio codec. Some decoders need it. It is the target of encoders. Settable. */
     public static final String BIT_RATE = "bit_rate";
 
+    /**
+     * With the value 1, an audio decoder resamples sound whose rate differs from that of the decoder's format as one
+     * stream, which a change of its rate or {@link ProcessFlags#DRAIN} ends. With 0, the initial value, it resamples each
+     * frame alone and delivers at most as many samples as the frame has. Settable.
+     */
+    public static final String CONTINUOUS = "continuous";
+
     /** Bytes of the smallest unit of an open audio codec's compressed data; 0 when there is none. */
     public static final String BLOCK_ALIGN = "block_align";
 
@@ -69,7 +76,7 @@ public final class c_codecoptions_ffmpeg {
      *
      * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_to_pcm} or
      *     {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_from_pcm}
-     * @param name the option: {@link #BIT_RATE}
+     * @param name the option: {@link #BIT_RATE} or {@link #CONTINUOUS}
      * @param value the option's value
      * @throws RuntimeException when the option is unknown or the codec is open
      */

@@ -174,13 +174,20 @@ class StressTest {
         return damaged;
     }
 
-    /** Many decoders, each with pictures that are never fetched, damaged ones, and those that follow a reset. */
+    /**
+     * Many decoders, each with pictures that are never fetched, damaged ones, and those that follow a reset; and one whose
+     * sound has another rate each time.
+     */
     static void decoders(int count) throws IOException {
         Track track = Track.of(TestMedia.clip("h264_b_320x240.mp4"));
         Track sound = Track.of(new Sound(TestMedia.stream("ac3.ac3"), "ac3", List.of(0x2000)));
+        List<Track> rates = Stream.of("mp3.mp3", "mp2.mp2", "mp2_mono.mp2")
+                .map(file -> Track.of(new Sound(TestMedia.stream(file), "mp3", List.of(0x55)))).toList();
+        NativeSoundDecoder changing = new NativeSoundDecoder(rates.get(2), 0x55);
         Random random = new Random(1);
         long before = 0;
         for (int i = 0; i < count; i++) {
+            changing.process(rates.get(i % 2).packets().get(0), ROOM_FOR_SOUND);
             if (i == count / 5) {
                 before = residentBytes();
             }
@@ -198,6 +205,7 @@ class StressTest {
         }
         long growth = residentBytes() - before;
         System.out.println("grown by " + (growth >> 10) + " KB");
+        changing.close();
         check(growth < LARGEST_GROWTH, "the process has grown by " + growth + " bytes");
     }
 
