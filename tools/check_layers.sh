@@ -12,7 +12,7 @@ declare -A below=(
     [buffers]='context ffmpeg formats'
     [codecs]='context ffmpeg formats buffers'
     [pictures]='ffmpeg formats buffers'
-    [containers]='context ffmpeg'
+    [containers]='context ffmpeg formats'
     [entries]='context ffmpeg formats buffers codecs pictures containers'
 )
 faults=0

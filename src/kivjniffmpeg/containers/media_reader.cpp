@@ -1,5 +1,6 @@
 #include "kivjniffmpeg/containers/media_reader.h"
 
+#include "kivjniffmpeg/containers/undecoded_codecs.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
@@ -9,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -61,6 +63,8 @@ c_ffmpeg *require_functions(c_ffmpeg *adsp_ffmpeg)
         {"av_seek_frame", g_avformat.av_seek_frame != nullptr},
         {"avformat_close_input", g_avformat.avformat_close_input != nullptr},
         {"av_opt_set", g_avutil.av_opt_set != nullptr},
+        {"av_codec_next", g_avcodec.av_codec_next != nullptr},
+        {"av_parser_next", g_avcodec.av_parser_next != nullptr},
     };
     for (const auto &dsl_function : adsl_functions)
         if (!dsl_function.bc_present)
@@ -70,25 +74,33 @@ c_ffmpeg *require_functions(c_ffmpeg *adsp_ffmpeg)
 
 } // namespace
 
-c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source)
-    : dsc_ffmpeg(require_functions(adsp_ffmpeg)), dsc_source(dsp_env, avop_source)
+c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source,
+                             const c_reader_limits::values &ailp_limits)
+    : dsc_ffmpeg(require_functions(adsp_ffmpeg)),
+      dsc_limits(ailp_limits),
+      dsc_demuxer(dsc_limits),
+      dsc_source(dsp_env, avop_source, dsc_limits)
 {
     TRACE_FUNCTION(3);
+    undecoded_codecs::remove_parsers();
+    dsc_source.set_container(&dsc_format);
     AVInputFormat *adsl_format = probe(dsp_env);
     dsc_format.context()->pb = dsc_source.io();
     // Otherwise side data is merged into the bytes, where decoders of other libraries do not expect it.
     dsc_format.context()->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_KEEP_SIDE_DATA;
+    dsc_format.context()->interrupt_callback = {is_interrupted, this};
     const int inl_result = dsc_format.open_input(adsl_format);
+    dsc_limits.allow(dsc_format.context());
     dsc_source.check(dsp_env);
     if (inl_result < 0)
         throw_ffmpeg_exception(2608, "opening as ", adsl_format->name, " failed: ", error_text(inl_result));
     forbid_nested_formats();
-    // FFmpeg examines streams by decoding them, and does not check the samples to skip that packets name there.
-    for (AVStream *adsl_stream : std::span(dsc_format.context()->streams, dsc_format.context()->nb_streams))
-        adsl_stream->codec->flags2 |= CODEC_FLAG2_SKIP_MANUAL;
+    restrict_codecs();
+    dsc_demuxer.install(*dsc_format.context());
     examine_streams(dsp_env);
     TRACE_LINE(im_level_debug, "%s#%s(): format=%s streams=%u", format_name(), dsc_format.context()->nb_streams);
     dsc_source.check(dsp_env);
+    dsc_limits.end_opening();
 }
 
 AVInputFormat *c_mediareader::probe(const c_jnienv &dsp_env) const
@@ -110,7 +122,21 @@ void c_mediareader::forbid_nested_formats() const
         throw_ffmpeg_exception(2609, "this FFmpeg cannot forbid nested formats: ", error_text(inl_result));
 }
 
-void c_mediareader::examine_streams(const c_jnienv &dsp_env) const
+void c_mediareader::restrict_codecs() const
+{
+    if (const int inl_result =
+            g_avutil.av_opt_set(dsc_format.context(), "codec_whitelist", undecoded_codecs::whitelist().c_str(), 0);
+        inl_result < 0)
+        throw_ffmpeg_exception(2622, "this FFmpeg cannot restrict codecs: ", error_text(inl_result));
+}
+
+int c_mediareader::is_interrupted(void *avp_reader) noexcept
+{
+    auto &dsl_reader = *static_cast<c_mediareader *>(avp_reader);
+    return !dsl_reader.dsc_limits.allow(dsl_reader.dsc_format.context()) || dsl_reader.dsc_limits.has_enough_packets();
+}
+
+void c_mediareader::examine_streams(const c_jnienv &dsp_env)
 {
     TRACE_FUNCTION(3);
     const int inl_result = g_avformat.avformat_find_stream_info(dsc_format.context(), nullptr);
@@ -234,6 +260,23 @@ bool c_mediareader::has_exact_time_bases() const noexcept
     });
 }
 
+// FFmpeg's reader of Matroska makes no stream of a track without a codec, and looks for one when it seeks.
+bool c_mediareader::has_subtitles_without_stream() const noexcept
+{
+    const AVFormatContext *adsl_context = dsc_format.context();
+    if (!std::string_view(format_name()).starts_with("matroska"))
+        return false;
+    const auto *autl_reader = static_cast<const uint8_t *>(adsl_context->priv_data);
+    const bool bl_of_2_5 = *static_cast<const AVFormatContext *const *>(adsl_context->priv_data) == adsl_context;
+    MatroskaTracks dsl_tracks{};
+    std::memcpy(&dsl_tracks, autl_reader + (bl_of_2_5 ? ul_matroska_tracks_of_2_5 : ul_matroska_tracks_of_2_7),
+                sizeof dsl_tracks);
+    const std::span dsl_all(dsl_tracks.elem, static_cast<size_t>(std::max(dsl_tracks.nb_elem, 0)));
+    return std::ranges::any_of(dsl_all, [](const MatroskaTrack &dsp_track) {
+        return dsp_track.type == MATROSKA_TRACK_TYPE_SUBTITLE && dsp_track.stream == nullptr;
+    });
+}
+
 void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags)
 {
     TRACE_FUNCTION(3);
@@ -243,6 +286,8 @@ void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t il
         throw_ffmpeg_exception(2613, "unknown seek flags: ", imp_flags);
     if (!has_exact_time_bases())
         throw_ffmpeg_exception(2615, "cannot seek, the file's units of time are impossible");
+    if (has_subtitles_without_stream())
+        throw_ffmpeg_exception(2623, "cannot seek, a track of subtitles has no codec");
     const int inl_result = g_avformat.av_seek_frame(dsc_format.context(), imp_stream, ilp_time, imp_flags);
     dsc_source.check(dsp_env);
     if (inl_result < 0)

@@ -1,7 +1,9 @@
 /** @file The container reader behind a Java handle. */
 #pragma once
 
+#include "kivjniffmpeg/containers/guarded_demuxer.h"
 #include "kivjniffmpeg/containers/media_source.h"
+#include "kivjniffmpeg/containers/reader_limits.h"
 #include "kivjniffmpeg/context/library_context.h"
 #include "kivjniffmpeg/ffmpeg/format_context.h"
 #include "kivjniffmpeg/ffmpeg/packet.h"
@@ -27,6 +29,8 @@
  * - A subtitle packet of an AVI may hold a file of any format, which FFmpeg opens in memory. An empty list of formats
  *   forbids this. It is set once the outer reader is open, because the outer format must not be on the list.
  * - The other readers of the list open nothing.
+ *
+ * Nor does FFmpeg parse or decode more than it must: see undecoded_codecs, c_guarded_demuxer and c_reader_limits.
  */
 class c_mediareader
 {
@@ -34,9 +38,11 @@ public:
     /**
      * @param adsp_ffmpeg the reader holds a reference to it
      * @param avop_source a c_mediareader_source
-     * @throws c_ffmpeg_exception when the bytes are no such container
+     * @param ailp_limits what opening may cost, laid out as ReaderLimitFields
+     * @throws c_ffmpeg_exception when the bytes are no such container, or when a limit is exceeded
      */
-    c_mediareader(c_ffmpeg *adsp_ffmpeg, const kiv::jni::c_jnienv &dsp_env, jobject avop_source);
+    c_mediareader(c_ffmpeg *adsp_ffmpeg, const kiv::jni::c_jnienv &dsp_env, jobject avop_source,
+                  const c_reader_limits::values &ailp_limits);
     ~c_mediareader() = default;
     c_mediareader(const c_mediareader &) = delete;
     c_mediareader &operator=(const c_mediareader &) = delete;
@@ -67,18 +73,23 @@ public:
     /**
      * @param imp_stream the stream in whose time base the time is; -1 for microseconds
      * @param imp_flags AVSEEK_FLAG_BACKWARD and AVSEEK_FLAG_ANY
-     * @throws c_ffmpeg_exception when the container cannot seek there
+     * @throws c_ffmpeg_exception when the container cannot seek there, or when FFmpeg would die of it
      */
     void seek(const kiv::jni::c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags);
 
 private:
     AVInputFormat *probe(const kiv::jni::c_jnienv &dsp_env) const;
     void forbid_nested_formats() const;
-    void examine_streams(const kiv::jni::c_jnienv &dsp_env) const;
+    void restrict_codecs() const;
+    void examine_streams(const kiv::jni::c_jnienv &dsp_env);
+    static int is_interrupted(void *avp_reader) noexcept;
     const AVStream &stream_at(int32_t imp_index) const;
     bool has_exact_time_bases() const noexcept;
+    bool has_subtitles_without_stream() const noexcept;
 
     c_ffmpeg_reference dsc_ffmpeg;
-    c_mediasource dsc_source; // outlives the format context, which reads it
+    c_reader_limits dsc_limits;
+    c_guarded_demuxer dsc_demuxer; // outlives the format context, as does the source, which it reads
+    c_mediasource dsc_source;
     c_avformat_ctx dsc_format;
 };

@@ -21,6 +21,12 @@ namespace
 /** As large as Java's buffer, so that one read fills it. */
 constexpr int32_t im_io_buffer_size = natives::c_mediareader_source::BUFFER_SIZE;
 
+/**
+ * The most bytes that FFmpeg gets at once while a container is opened. It asks again after each portion, so that the
+ * limits are looked at between one track of an MP4 and the next.
+ */
+constexpr size_t ul_portion = 512;
+
 } // namespace
 
 void c_mediasource::dsd_delete_global_ref::operator()(jobject avop_reference) const noexcept
@@ -36,7 +42,8 @@ void c_mediasource::dsd_free_io::operator()(AVIOContext *adsp_io) const noexcept
     g_avutil.av_freep(&adsp_io);
 }
 
-c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source)
+c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, c_reader_limits &dsp_limits)
+    : dsc_limits(dsp_limits)
 {
     TRACE_FUNCTION(3);
     if (avop_source == nullptr)
@@ -79,6 +86,13 @@ void c_mediasource::check(const c_jnienv &dsp_env) const
         throw kiv::jni::c_jniexception("media source");
     if (strc_complaint != nullptr)
         throw_ffmpeg_exception(2605, "media source returned ", strc_complaint, ": ", ilc_complaint_value);
+    dsc_limits.check();
+}
+
+bool c_mediasource::may_go_on() noexcept
+{
+    return strc_complaint == nullptr &&
+           dsc_limits.allow(adsc_container != nullptr ? adsc_container->context() : nullptr);
 }
 
 int64_t c_mediasource::reject(const char *strp_complaint, int64_t ilp_value) noexcept
@@ -93,7 +107,7 @@ template <class WORK> int64_t c_mediasource::ask(void *avp_source, WORK dsp_work
 {
     auto &dsl_source = *static_cast<c_mediasource *>(avp_source);
     const c_jnienv dsl_env(c_ffmpeg::get_thread_env());
-    if (dsl_env.raw() == nullptr || dsl_source.strc_complaint != nullptr || dsl_env.exception_pending())
+    if (dsl_env.raw() == nullptr || dsl_env.exception_pending() || !dsl_source.may_go_on())
         return AVERROR_EXIT;
     try {
         return dsp_work(dsl_source, dsl_env);
@@ -105,20 +119,36 @@ template <class WORK> int64_t c_mediasource::ask(void *avp_source, WORK dsp_work
 int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept
 {
     return static_cast<int>(ask(avp_source, [&](c_mediasource &dsp_source, const c_jnienv &dsp_env) -> int64_t {
-        dsp_source.bc_at_end = dsp_source.bc_behind_known_end;
-        if (dsp_source.bc_at_end)
-            return 0;
-        const auto iml_wanted = static_cast<jint>(std::min<int64_t>(inp_length, dsp_source.ilc_capacity));
-        ++dsp_source.ulc_reads;
-        const jint iml_count = dsp_env.call_int_method(dsp_source.avoc_source.get(), dsp_source.adsc_read, iml_wanted);
-        dsp_source.bc_at_end = iml_count == natives::c_mediareader_source::END;
-        if (dsp_source.bc_at_end)
+        if (!dsp_source.fill(dsp_env, inp_length))
             return 0; // as for FFmpeg's own files: an AVIOContext would keep an error even after seeking back
-        if (iml_count < 1 || iml_count > iml_wanted)
-            return dsp_source.reject("a count that cannot be", iml_count);
-        std::memcpy(autp_to, dsp_source.autc_bytes, static_cast<size_t>(iml_count));
-        return iml_count;
+        if (dsp_source.strc_complaint != nullptr)
+            return AVERROR_EXIT;
+        std::span<const uint8_t> &utl_pending = dsp_source.utc_pending;
+        const size_t ull_most = dsp_source.dsc_limits.is_opening() ? ul_portion : utl_pending.size();
+        const size_t ull_count = std::min({utl_pending.size(), static_cast<size_t>(inp_length), ull_most});
+        std::memcpy(autp_to, utl_pending.data(), ull_count);
+        utl_pending = utl_pending.subspan(ull_count);
+        return static_cast<int64_t>(ull_count);
     }));
+}
+
+/** Has Java read, unless there are bytes. @return false at the end; otherwise there are bytes or a complaint */
+bool c_mediasource::fill(const c_jnienv &dsp_env, int64_t ilp_wanted)
+{
+    bc_at_end = bc_behind_known_end;
+    if (bc_at_end || !utc_pending.empty())
+        return !bc_at_end;
+    const auto iml_wanted = static_cast<jint>(std::min(ilp_wanted, ilc_capacity));
+    ++ulc_reads;
+    const jint iml_count = dsp_env.call_int_method(avoc_source.get(), adsc_read, iml_wanted);
+    bc_at_end = iml_count == natives::c_mediareader_source::END;
+    if (!bc_at_end && (iml_count < 1 || iml_count > iml_wanted))
+        reject("a count that cannot be", iml_count);
+    else if (!bc_at_end) {
+        dsc_limits.add_bytes(iml_count);
+        utc_pending = {autc_bytes, static_cast<size_t>(iml_count)};
+    }
+    return !bc_at_end;
 }
 
 int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept
@@ -144,6 +174,7 @@ int64_t c_mediasource::ask_size(const c_jnienv &dsp_env)
 
 int64_t c_mediasource::move(const c_jnienv &dsp_env, int64_t ilp_position)
 {
+    utc_pending = {};
     // A damaged size may lead to any position. As with a file, FFmpeg's readers expect to seek there and find the end,
     // but a channel refuses positions that no file can have.
     bc_behind_known_end = ilp_position > ilc_known_size && ask_size(dsp_env) >= 0 && ilp_position > ilc_known_size;

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "jni/jnienv.h"
+#include "kivjniffmpeg/containers/reader_limits.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
 #include <jni.h>
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 /**
  * FFmpeg's AVIOContext on a Java object that reads, seeks and knows its size (c_mediareader_source).
@@ -23,14 +25,18 @@ class c_mediasource
 public:
     /**
      * @param avop_source kept in a global reference
+     * @param dsp_limits outlives this object
      * @throws c_ffmpeg_exception when the source is null or has no direct buffer
      * @throws kiv::jni::c_jniexception when the source lacks a method or throws; the Java exception is then pending
      * @throws std::bad_alloc
      */
-    c_mediasource(const kiv::jni::c_jnienv &dsp_env, jobject avop_source);
+    c_mediasource(const kiv::jni::c_jnienv &dsp_env, jobject avop_source, c_reader_limits &dsp_limits);
     ~c_mediasource() = default;
     c_mediasource(const c_mediasource &) = delete;
     c_mediasource &operator=(const c_mediasource &) = delete;
+
+    /** Names the container that reads from here, so that the limits see its streams; null for none. */
+    void set_container(const c_avformat_ctx *adsp_container) noexcept { adsc_container = adsp_container; }
 
     /** The AVIOContext, which this object owns. */
     AVIOContext *io() const noexcept { return adsc_io.get(); }
@@ -45,7 +51,8 @@ public:
      * Called whenever FFmpeg has returned.
      *
      * @throws kiv::jni::c_jniexception when a Java exception is pending
-     * @throws c_ffmpeg_exception when the source returned an invalid value; it is unusable from then on
+     * @throws c_ffmpeg_exception when the source returned an invalid value, or when a limit was exceeded; the source is
+     *         unusable from then on
      */
     void check(const kiv::jni::c_jnienv &dsp_env) const;
 
@@ -63,15 +70,20 @@ private:
     static int read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept;
     static int64_t seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept;
     template <class WORK> static int64_t ask(void *avp_source, WORK dsp_work) noexcept;
+    bool may_go_on() noexcept;
     void find_buffer(const kiv::jni::c_jnienv &dsp_env);
+    bool fill(const kiv::jni::c_jnienv &dsp_env, int64_t ilp_wanted);
     int64_t ask_size(const kiv::jni::c_jnienv &dsp_env);
     int64_t move(const kiv::jni::c_jnienv &dsp_env, int64_t ilp_position);
     int64_t reject(const char *strp_complaint, int64_t ilp_value) noexcept;
 
+    c_reader_limits &dsc_limits;
+    const c_avformat_ctx *adsc_container = nullptr;
     c_global_ref avoc_source;
     c_global_ref avoc_buffer; // keeps the memory below
     const uint8_t *autc_bytes = nullptr;
     int64_t ilc_capacity = 0;
+    std::span<const uint8_t> utc_pending; // bytes of the buffer that FFmpeg has not taken
     jmethodID adsc_read = nullptr;
     jmethodID adsc_seek = nullptr;
     jmethodID adsc_size = nullptr;

@@ -92,3 +92,17 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
         g_avutil.av_log_set_level(imp_level);
     });
 }
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1set_1allocation_1limit(
+    JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg, jlong ilp_bytes)
+{
+    TRACE_FUNCTION(1);
+    enter_library(adsp_env, [&](kiv::jni::c_jnienv &) {
+        context_of(ilp_hffmpeg, 2542);
+        if (ilp_bytes < natives::c_codecoptions_ffmpeg::LEAST_ALLOCATION_LIMIT || ilp_bytes > INT_MAX)
+            throw_ffmpeg_exception(2543, "no such limit of allocations: ", ilp_bytes);
+        if (g_avutil.av_max_alloc == nullptr)
+            throw_ffmpeg_exception(2544, "this FFmpeg cannot limit allocations");
+        g_avutil.av_max_alloc(static_cast<size_t>(ilp_bytes));
+    });
+}

@@ -73,6 +73,7 @@ enum AVSampleFormat : int
 enum AVCodecID : int
 {
     AV_CODEC_ID_NONE = 0,
+    AV_CODEC_ID_MPEG1VIDEO = 1,
     AV_CODEC_ID_MPEG2VIDEO = 2,
     AV_CODEC_ID_H263 = 5,
     AV_CODEC_ID_MPEG4 = 13,
@@ -98,19 +99,23 @@ enum AVCodecID : int
     AV_CODEC_ID_ADPCM_YAMAHA = 0x1100e,
     AV_CODEC_ID_ADPCM_G722 = 0x1101c,
     AV_CODEC_ID_AMR_NB = 0x12000,
+    AV_CODEC_ID_RA_288 = 0x13001,
+    AV_CODEC_ID_MP2 = 0x15000,
     AV_CODEC_ID_MP3 = 0x15001,
     AV_CODEC_ID_AAC = 0x15002,
     AV_CODEC_ID_AC3 = 0x15003,
     AV_CODEC_ID_DTS = 0x15004,
     AV_CODEC_ID_WMAV1 = 0x15007,
     AV_CODEC_ID_WMAV2 = 0x15008,
+    AV_CODEC_ID_FLAC = 0x1500c,
     AV_CODEC_ID_TRUESPEECH = 0x15015,
     AV_CODEC_ID_GSM_MS = 0x1501e,
     AV_CODEC_ID_ATRAC3 = 0x1501f,
     AV_CODEC_ID_VOXWARE = 0x15020,
     AV_CODEC_ID_WMAPRO = 0x15026,
     AV_CODEC_ID_WMALOSSLESS = 0x15027,
-    AV_CODEC_ID_SIPR = 0x1502a
+    AV_CODEC_ID_SIPR = 0x1502a,
+    AV_CODEC_ID_MP1 = 0x1502b
 };
 
 inline constexpr int64_t AV_NOPTS_VALUE = INT64_MIN; /**< no timestamp */
@@ -126,6 +131,7 @@ inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that
 inline constexpr int CODEC_FLAG2_SKIP_MANUAL = 1 << 29; /**< samples that a packet marks to be skipped are kept */
 inline constexpr int AVFMT_FLAG_CUSTOM_IO = 0x80; /**< pb is the caller's and stays when the container is closed */
 inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< side data is not merged into the packet's bytes */
+inline constexpr int AVDISCARD_ALL = 48;                  /**< no packet of the stream is wanted */
 inline constexpr int AVSEEK_SIZE = 0x10000;               /**< whence of a seek callback that asks for the size */
 inline constexpr int AVSEEK_FORCE = 0x20000;              /**< or-ed to a seek callback's whence */
 inline constexpr int AVSEEK_FLAG_BACKWARD = 1;            /**< seek to a place at or before the time */
@@ -164,6 +170,7 @@ inline constexpr uint64_t AV_CH_LAYOUT_5POINT1 = 0x60F;
 inline constexpr uint64_t AV_CH_LAYOUT_7POINT1 = 0x63F;
 
 struct AVCodecContext;
+struct AVFormatContext;
 struct AVFrame;
 struct AVOption;
 
@@ -368,15 +375,27 @@ struct AVIOContext
     unsigned char *buffer;
 };
 
-/** One registered container reader; front part only. */
+/** One registered container reader. The library makes changed copies of it, so the size is pinned too. */
 struct AVInputFormat
 {
     const char *name;
     const char *long_name;
     int flags;
+    uint8_t autc_gap0[68];
+    int (*read_packet)(AVFormatContext *, AVPacket *);
+    uint8_t autc_tail[72];
 };
 
-/** One stream of a container; front part only. */
+/** One registered parser of coded bytes; front part only. */
+struct AVCodecParser
+{
+    AVCodecID codec_ids[5]; /**< the codecs that it parses; AV_CODEC_ID_NONE for an element that is not used */
+};
+
+/**
+ * One stream of a container; front part only. The number of entries in its index is private to libavformat, and at the
+ * same place in 2.5 to 2.8.
+ */
 struct AVStream
 {
     int index;
@@ -392,6 +411,15 @@ struct AVStream
     AVRational sample_aspect_ratio;
     uint8_t autc_gap1[8];
     AVRational avg_frame_rate;
+    uint8_t autc_gap2[360];
+    int nb_index_entries;
+};
+
+/** What FFmpeg asks, while it waits or looks at streams, whether it should give up. */
+struct AVIOInterruptCB
+{
+    int (*callback)(void *);
+    void *opaque;
 };
 
 /** One opened container; front part only, FFmpeg allocates it. */
@@ -399,7 +427,8 @@ struct AVFormatContext
 {
     uint8_t autc_gap0[8];
     AVInputFormat *iformat;
-    uint8_t autc_gap1[16];
+    uint8_t autc_gap1[8];
+    void *priv_data;
     AVIOContext *pb;
     uint8_t autc_gap2[4];
     uint32_t nb_streams;
@@ -410,6 +439,8 @@ struct AVFormatContext
     int bit_rate;
     uint8_t autc_gap4[8];
     int flags;
+    uint8_t autc_gap5[88];
+    AVIOInterruptCB interrupt_callback;
 };
 
 /**
@@ -422,6 +453,28 @@ struct AVIStream
     uint32_t scale;        /**< the unit of time of the stream's header: scale / rate seconds */
     uint32_t rate;
 };
+
+/** One track of a Matroska file. Private to its reader (matroskadec.c), and the same in 2.5 to 2.8, as is the size. */
+struct MatroskaTrack
+{
+    uint8_t autc_gap0[16];
+    uint64_t type;
+    uint8_t autc_gap1[280];
+    AVStream *stream; /**< null for a track that names no codec */
+    uint8_t autc_tail[24];
+};
+inline constexpr uint64_t MATROSKA_TRACK_TYPE_SUBTITLE = 0x11;
+
+/** The tracks of a Matroska file: a list of FFmpeg's reader. */
+struct MatroskaTracks
+{
+    int nb_elem;
+    MatroskaTrack *elem;
+};
+
+/** Where FFmpeg's Matroska reader keeps its tracks in AVFormatContext::priv_data. From 2.7 on a pointer precedes all. */
+inline constexpr size_t ul_matroska_tracks_of_2_5 = 336;
+inline constexpr size_t ul_matroska_tracks_of_2_7 = 344;
 
 // The layout of the binaries. A gap of a wrong size above does not compile.
 static_assert(offsetof(AVRational, num) == 0);
@@ -535,6 +588,9 @@ static_assert(offsetof(AVIOContext, buffer) == 8);
 static_assert(offsetof(AVInputFormat, name) == 0);
 static_assert(offsetof(AVInputFormat, long_name) == 8);
 static_assert(offsetof(AVInputFormat, flags) == 16);
+static_assert(offsetof(AVInputFormat, read_packet) == 88);
+static_assert(sizeof(AVInputFormat) == 168);
+static_assert(sizeof(AVCodecParser) == 20);
 static_assert(offsetof(AVStream, index) == 0);
 static_assert(offsetof(AVStream, codec) == 8);
 static_assert(offsetof(AVStream, priv_data) == 16);
@@ -546,9 +602,14 @@ static_assert(offsetof(AVStream, disposition) == 80);
 static_assert(offsetof(AVStream, discard) == 84);
 static_assert(offsetof(AVStream, sample_aspect_ratio) == 88);
 static_assert(offsetof(AVStream, avg_frame_rate) == 104);
+static_assert(offsetof(AVStream, nb_index_entries) == 472);
+static_assert(offsetof(MatroskaTrack, type) == 16);
+static_assert(offsetof(MatroskaTrack, stream) == 304);
+static_assert(sizeof(MatroskaTrack) == 336);
 static_assert(offsetof(AVIStream, scale) == 20);
 static_assert(offsetof(AVIStream, rate) == 24);
 static_assert(offsetof(AVFormatContext, iformat) == 8);
+static_assert(offsetof(AVFormatContext, priv_data) == 24);
 static_assert(offsetof(AVFormatContext, pb) == 32);
 static_assert(offsetof(AVFormatContext, nb_streams) == 44);
 static_assert(offsetof(AVFormatContext, streams) == 48);
@@ -556,3 +617,4 @@ static_assert(offsetof(AVFormatContext, start_time) == 1080);
 static_assert(offsetof(AVFormatContext, duration) == 1088);
 static_assert(offsetof(AVFormatContext, bit_rate) == 1096);
 static_assert(offsetof(AVFormatContext, flags) == 1108);
+static_assert(offsetof(AVFormatContext, interrupt_callback) == 1200);

@@ -68,7 +68,9 @@
     X(int, sws_scale, (SwsContext *, const uint8_t *const *, const int *, int, int, uint8_t *const *, const int *))
 
 #define KIV_AVCODEC_EXTENSIONS(X)                                                                                      \
-    X(const char *, avcodec_get_name, (AVCodecID))
+    X(const char *, avcodec_get_name, (AVCodecID))                                                                     \
+    X(AVCodec *, av_codec_next, (const AVCodec *))                                                                     \
+    X(AVCodecParser *, av_parser_next, (const AVCodecParser *))
 
 #define KIV_AVFORMAT_EXTENSIONS(X)                                                                                     \
     X(AVIOContext *, avio_alloc_context, (unsigned char *, int, int, void *, int (*)(void *, uint8_t *, int),          \
@@ -87,7 +89,8 @@
     X(void, av_image_copy, (uint8_t *const *, const int *, const uint8_t *const *, const int *, AVPixelFormat, int,    \
                             int))                                                                                      \
     X(int, av_strerror, (int, char *, size_t))                                                                         \
-    X(int, av_opt_set, (void *, const char *, const char *, int))
+    X(int, av_opt_set, (void *, const char *, const char *, int))                                                      \
+    X(void, av_max_alloc, (size_t))
 
 #define KIV_SWSCALE_EXTENSIONS(X)                                                                                      \
     X(const int *, sws_getCoefficients, (int))                                                                         \

@@ -22,6 +22,8 @@ inline constexpr int32_t im_tag_mp3 = 0x55;
 
 /** The codec of a WAVE format tag; AV_CODEC_ID_NONE for an unknown tag. */
 AVCodecID format_tag2codecid(int32_t imp_format_tag);
+/** Whether some format tag has this codec. All layers of MPEG audio count, because one decoder decodes them. */
+bool has_format_tag(AVCodecID iep_codec) noexcept;
 /** FFmpeg's channel layout of a channel count: 1, 2, 4, 6 or 8; otherwise 0. */
 uint64_t channel_layout_of(int32_t imp_channels);
 /** FFmpeg's sample format; AV_SAMPLE_FMT_NONE if there is none of this tag and size. */

@@ -52,6 +52,13 @@ AVCodecID format_tag2codecid(int32_t imp_format_tag)
     return adsl_tag == std::end(s_tags) ? AV_CODEC_ID_NONE : adsl_tag->iec_codec_id;
 }
 
+bool has_format_tag(AVCodecID iep_codec) noexcept
+{
+    const bool bl_mpeg = iep_codec == AV_CODEC_ID_MP1 || iep_codec == AV_CODEC_ID_MP2;
+    const AVCodecID iel_codec = bl_mpeg ? AV_CODEC_ID_MP3 : iep_codec;
+    return std::ranges::find(s_tags, iel_codec, &dsd_tag::iec_codec_id) != std::end(s_tags);
+}
+
 uint64_t channel_layout_of(int32_t imp_channels)
 {
     switch (imp_channels) {

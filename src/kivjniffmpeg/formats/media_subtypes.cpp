@@ -50,3 +50,9 @@ AVCodecID subtype2codecid(const char *strp_guid)
     const auto adsl_row = std::ranges::find(s_subtypes, std::string_view(strp_guid), &dsd_subtype::strc_guid);
     return adsl_row == std::end(s_subtypes) ? AV_CODEC_ID_NONE : adsl_row->iec_codec_id;
 }
+
+bool has_subtype(AVCodecID iep_codec) noexcept
+{
+    const AVCodecID iel_codec = iep_codec == AV_CODEC_ID_MPEG1VIDEO ? AV_CODEC_ID_MPEG2VIDEO : iep_codec;
+    return std::ranges::find(s_subtypes, iel_codec, &dsd_subtype::iec_codec_id) != std::end(s_subtypes);
+}

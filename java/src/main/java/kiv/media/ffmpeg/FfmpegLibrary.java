@@ -42,6 +42,9 @@ public final class FfmpegLibrary {
     /** The system property with the directory into which libraries are unpacked. */
     public static final String CACHE_PROPERTY = LibraryProperties.CACHE;
 
+    /** The most bytes that FFmpeg allocates at once, unless {@link #limitAllocations} says otherwise: 512 MiB. */
+    public static final int USUAL_ALLOCATION_LIMIT = 512 * 1024 * 1024;
+
     /** The library stores the level but does not filter by it. */
     private static final int LOG_LEVEL = 5;
 
@@ -132,6 +135,22 @@ public final class FfmpegLibrary {
         }
     }
 
+    /**
+     * Sets the most bytes that FFmpeg allocates at once, for all that the process decodes from now on. A damaged file
+     * may announce millions of samples; what needs more memory than this fails with an exception. It loads the library.
+     *
+     * @param bytes the most bytes, 1 MiB to 2 GiB less one
+     * @throws IllegalArgumentException when the number is out of this range
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static void limitAllocations(long bytes) {
+        if (bytes < c_codecoptions_ffmpeg.LEAST_ALLOCATION_LIMIT || bytes > Integer.MAX_VALUE) {
+            throw new IllegalArgumentException("a limit of " + bytes + " bytes is not in "
+                    + c_codecoptions_ffmpeg.LEAST_ALLOCATION_LIMIT + " to " + Integer.MAX_VALUE);
+        }
+        c_codecoptions_ffmpeg.n_set_allocation_limit(context(), bytes);
+    }
+
     /** The library context of the process, which is never closed. */
     static synchronized long context() {
         if (context == 0) {
@@ -156,6 +175,7 @@ public final class FfmpegLibrary {
             throw failure;
         }
         loadedDirectory = directory;
+        c_codecoptions_ffmpeg.n_set_allocation_limit(context, USUAL_ALLOCATION_LIMIT);
         if (!c_multimediaapi_ffmpeg.logs()) {
             // Exceptions report what FFmpeg cannot decode. It does not print on the program's standard error.
             c_codecoptions_ffmpeg.n_set_log_level(context, c_codecoptions_ffmpeg.LOG_QUIET);

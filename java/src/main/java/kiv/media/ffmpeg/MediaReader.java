@@ -9,11 +9,11 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.BasicFileAttributes;
 import java.time.Duration;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.OptionalLong;
-import java.util.concurrent.CopyOnWriteArrayList;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.ReaderInfo;
@@ -47,7 +47,7 @@ public final class MediaReader implements AutoCloseable {
     private final c_mediareader_source source;
     private final String formatName;
     private final long[] info;
-    private final List<MediaStream> streams = new CopyOnWriteArrayList<>();
+    private volatile List<MediaStream> streams = List.of();
 
     private MediaReader(long address, SeekableByteChannel channel, c_mediareader_source source) {
         this.handle = new NativeHandle("reader", this, address, c_mediareader_ffmpeg::n_reader_delete);
@@ -77,6 +77,21 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
+     * Opens a file within limits of the caller's. Otherwise as {@link #open(Path)}.
+     *
+     * @param file the file
+     * @param limits what opening may cost
+     * @return its reader, which the caller closes
+     * @throws IOException when the file cannot be read
+     * @throws MediaFormatException when it is no media file of a known kind, or when it exceeds a limit
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(Path file, ReaderLimits limits) throws IOException {
+        Objects.requireNonNull(limits, "limits");
+        return openFile(file, channel -> open(channel, limits));
+    }
+
+    /**
      * Opens a channel, from its first byte. The reader uses the channel alone and closes it. When this method throws,
      * the channel stays open.
      *
@@ -87,12 +102,27 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(SeekableByteChannel channel) throws IOException {
+        return open(channel, ReaderLimits.USUAL);
+    }
+
+    /**
+     * Opens a channel within limits of the caller's. Otherwise as {@link #open(SeekableByteChannel)}.
+     *
+     * @param channel the bytes
+     * @param limits what opening may cost
+     * @return its reader, which the caller closes
+     * @throws IOException when the channel cannot be read
+     * @throws MediaFormatException when the bytes are no media of a known kind, or when they exceed a limit
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(SeekableByteChannel channel, ReaderLimits limits) throws IOException {
+        long[] fields = limits.toNative();
         c_mediareader_source source = new c_mediareader_source(channel);
         channel.position(0);
         long context = FfmpegLibrary.context();
         long address;
         try {
-            address = c_mediareader_ffmpeg.n_reader_open(context, source);
+            address = c_mediareader_ffmpeg.n_reader_open_within(context, source, fields);
         } catch (RuntimeException e) {
             throw failed(source, "not a media file that can be read", e);
         } finally {
@@ -166,7 +196,7 @@ public final class MediaReader implements AutoCloseable {
      * @return a snapshot
      */
     public List<MediaStream> streams() {
-        return List.copyOf(streams);
+        return streams;
     }
 
     /** {@return the first video stream that is not an attached picture, if there is one} */
@@ -267,7 +297,9 @@ public final class MediaReader implements AutoCloseable {
 
     /** @throws IllegalArgumentException when the stream belongs to another reader */
     void check(MediaStream stream) {
-        if (!streams.contains(Objects.requireNonNull(stream, "stream"))) {
+        int index = Objects.requireNonNull(stream, "stream").index();
+        List<MediaStream> known = streams;
+        if (index >= known.size() || known.get(index) != stream) {
             throw new IllegalArgumentException(stream + " is not a stream of this reader");
         }
     }
@@ -312,11 +344,13 @@ public final class MediaReader implements AutoCloseable {
     }
 
     private void learnStreams(long address, long count) {
-        for (int i = streams.size(); i < count; i++) {
-            streams.add(new MediaStream(i, c_mediareader_ffmpeg.n_reader_get_stream(address, i),
+        List<MediaStream> known = new ArrayList<>(streams);
+        for (int i = known.size(); i < count; i++) {
+            known.add(new MediaStream(i, c_mediareader_ffmpeg.n_reader_get_stream(address, i),
                     c_mediareader_ffmpeg.n_reader_get_codec_name(address, i),
                     c_mediareader_ffmpeg.n_reader_get_extradata(address, i)));
         }
+        streams = List.copyOf(known);
     }
 
     /** Unchecked exceptions of the channel stay as they are. The others report a damaged container. */

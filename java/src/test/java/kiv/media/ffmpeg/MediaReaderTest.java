@@ -36,14 +36,21 @@ class MediaReaderTest {
     @ParameterizedTest
     @MethodSource("files")
     void everyPacketIsThatOfFfmpeg(Path file) throws IOException {
-        List<String> expected = Reference.run(List.of(file.toString(), "--list-packets")).stream()
-                .map(row -> String.join(" ", row)).toList();
         try (MediaReader reader = MediaReader.open(file)) {
             List<String> lines = new ArrayList<>(reader.streams().stream().map(MediaReaderTest::line).toList());
             reader.packets().map(MediaReaderTest::line).forEach(lines::add);
-            assertThat(lines).isEqualTo(expected);
+            assertThat(lines.stream().map(line -> known(reader, line))).containsExactlyElementsOf(
+                    Reference.run(List.of(file.toString(), "--list-packets")).stream()
+                            .map(row -> known(reader, String.join(" ", row))).toList());
             assertThat(reader.read()).as("after the end").isNull();
         }
+    }
+
+    /** Without sizes and times where FFmpeg knows them only because it parsed or decoded, which the library forbids. */
+    private static String known(MediaReader reader, String line) {
+        MediaStream stream = reader.streams().get(Integer.parseInt(line.split(" ")[1]));
+        return MediaSubtypes.find(stream).isPresent() || WaveFormatTags.find(stream).isPresent()
+                || stream.codecName().equals("flac") ? line : line.replaceFirst("^(\\w+ \\d+ ).* (?=\\d+ \\w+$)", "$1");
     }
 
     private static String line(MediaStream stream) {

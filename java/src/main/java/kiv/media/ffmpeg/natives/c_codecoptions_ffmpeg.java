@@ -58,6 +58,9 @@ public final class c_codecoptions_ffmpeg {
      */
     @Native public static final int LOG_ERROR = 16;
 
+    /** The smallest limit of allocations: less than that, and FFmpeg cannot work. */
+    @Native public static final int LEAST_ALLOCATION_LIMIT = 1024 * 1024;
+
     private c_codecoptions_ffmpeg() {
     }
 
@@ -109,4 +112,14 @@ public final class c_codecoptions_ffmpeg {
      * @param level FFmpeg's number of the least important messages that are printed, such as {@link #LOG_QUIET}
      */
     public static native void n_set_log_level(long context, int level);
+
+    /**
+     * Sets the most bytes that FFmpeg allocates at once. The limit is the process's. It is 2 GiB at first, and
+     * {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init} does not change it.
+     *
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
+     * @param bytes the most bytes, {@value #LEAST_ALLOCATION_LIMIT} to {@value Integer#MAX_VALUE}
+     * @throws RuntimeException when the number is out of this range
+     */
+    public static native void n_set_allocation_limit(long context, long bytes);
 }

@@ -28,6 +28,18 @@ public final class c_mediareader_ffmpeg {
     public static native long n_reader_open(long context, Object source) throws IOException;
 
     /**
+     * Opens a container within limits of one's own; {@link #n_reader_open} takes the usual ones.
+     *
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}, which outlives the reader
+     * @param source the bytes, a {@link c_mediareader_source} that only this reader uses
+     * @param limits what opening may cost, laid out as {@link ReaderLimitFields}; all are positive
+     * @return the reader's handle, never 0
+     * @throws IOException when the source throws it
+     * @throws RuntimeException when the bytes are no known container, or a limit is exceeded
+     */
+    public static native long n_reader_open_within(long context, Object source, long[] limits) throws IOException;
+
+    /**
      * Describes the container.
      *
      * @param reader a handle of {@link #n_reader_open}
