@@ -19,9 +19,9 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  *
  * <p>Libraries are unpacked once for each user. The directory is the one that the system property
  * {@value #CACHE_PROPERTY} names; without it {@code $XDG_CACHE_HOME/kivjniffmpeg}, {@code ~/.cache/kivjniffmpeg} or,
- * where neither is usable, a private directory under {@code java.io.tmpdir}. A directory is refused when other users
- * can write there, or when it belongs to another user who is not root: they could replace the libraries. Damaged files
- * are replaced.
+ * where neither is usable, a private directory under {@code java.io.tmpdir}. A directory is refused when it or one above
+ * it belongs to another user who is not root, or when a group or all users can write there: they could replace the
+ * libraries. Above it, a directory like {@code /tmp} will do, where only owners can rename. Damaged files are replaced.
  *
  * <pre>{@code
  * FfmpegLibrary.load(Path.of("/opt/ffmpeg-2.8/lib"));

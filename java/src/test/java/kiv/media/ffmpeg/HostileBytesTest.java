@@ -100,6 +100,64 @@ class HostileBytesTest {
         }
     }
 
+    /** The same in a FLV that does not say which streams it has. */
+    @Test
+    void streamsThatShowUpLateAreExaminedWithoutHarm() throws IOException {
+        try (MediaReader song = MediaReader.open(TestMedia.stream("aac.m4a"))) {
+            byte[] flv = bytes("FLV\1\0\0\0\0\11", new byte[4], tag("\u00af\0", song.streams().get(0).extradata()));
+            for (Packet packet : song.packets().limit(4).toList()) {
+                flv = bytes(flv, tag("\u00af\1", packet.bytes(), superfluous(-100_000_000)));
+            }
+            try (MediaReader reader = MediaReader.open(new HostileChannel(flv))) {
+                assertThat(reader.streams()).singleElement().extracting(MediaStream::codecName).isEqualTo("aac");
+                assertThat(reader.packets().count()).isEqualTo(4);
+            }
+        }
+    }
+
+    private static byte[] tag(Object... parts) {
+        byte[] content = bytes(parts);
+        return bytes("\10\0" + (char) (content.length >> 8) + (char) (content.length & 0xFF), new byte[7], content, new byte[4]);
+    }
+
+    /** A parser that never returns, an index that is sought where there is none, a buffer that is too small. */
+    @ParameterizedTest
+    @CsvSource({"S_DVBSUB, 1, 66000, true", ", 17, 9, false", "A_REAL/28_8, 2, 66000, true"})
+    void tracksOfMatroskaDoNoHarm(String codec, int type, int size, boolean seekable) throws IOException {
+        byte[] codecId = codec == null ? new byte[0] : element(0x86, codec);
+        byte[] real = bytes(new byte[24], "\0\0\17\u00a0", new byte[12], "\0\2\0\20\0\20", new byte[150]);
+        byte[] sound = element(0xE1, element(0x9F, "\2"), element(0x6264, "\20"));
+        byte[] film = bytes(element(0x1A45DFA3, element(0x4282, "matroska")), element(0x18538067, element(0x1654AE6B,
+                element(0xAE, element(0xD7, "\1"), element(0x83, "\2"), element(0x86, "A_PCM/INT/LIT"), sound),
+                element(0xAE, element(0xD7, "\2"), element(0x83, "" + (char) type), codecId, element(0x63A2, real))),
+                element(0x1C53BB6B, element(0xBB, element(0xB3, "\0"), element(0xB7, element(0xF7, "\1"), element(0xF1, "\0")))),
+                element(0x1F43B675, element(0xE7, "\0"), element(0xA3, "\u0081\0\0\u0080", new byte[400]),
+                        element(0xA3, "\u0082\0\0\u0080 ", new byte[size]))));
+        try (MediaReader reader = MediaReader.open(new HostileChannel(film))) {
+            MediaStream pcm = reader.firstAudio().orElseThrow();
+            assertThat(reader.packets().filter(packet -> packet.streamIndex() == pcm.index())).hasSize(1);
+            if (seekable) {
+                reader.seek(pcm, 0);
+            } else {
+                assertThatThrownBy(() -> reader.seek(pcm, 0)).hasMessageContaining("a track of subtitles has no codec");
+            }
+        }
+    }
+
+    /** A track of an MP4 that claims to have many samples. */
+    @Test
+    void announcedSamplesNeedMemoryWithinTheLimit() throws IOException {
+        byte[] film = Files.readAllBytes(TestMedia.stream("h264_aac.mp4"));
+        int samples = new String(film, StandardCharsets.ISO_8859_1).indexOf("stsz") + 8;
+        ByteBuffer.wrap(film).putInt(samples, 1).putInt(samples + 4, 100_000);
+        FfmpegLibrary.limitAllocations(1 << 20);
+        try (MediaReader reader = MediaReader.open(new HostileChannel(film))) {
+            assertThat(reader.packets()).isNotEmpty().noneMatch(packet -> packet.streamIndex() == 0);
+        } finally {
+            FfmpegLibrary.limitAllocations(FfmpegLibrary.USUAL_ALLOCATION_LIMIT);
+        }
+    }
+
     /** A track of a MOV may name the file that it is in, beside the MOV, which would be the working directory. */
     @Test
     void noOtherFileIsOpened() throws IOException {
@@ -138,7 +196,7 @@ class HostileBytesTest {
 
     /** Numbers, whose low bytes come first, texts of a byte for each character, and bytes. */
     private static byte[] bytes(Object... parts) {
-        ByteBuffer all = ByteBuffer.allocate(1 << 16).order(ByteOrder.LITTLE_ENDIAN);
+        ByteBuffer all = ByteBuffer.allocate(1 << 18).order(ByteOrder.LITTLE_ENDIAN);
         for (Object part : parts) {
             if (part instanceof Integer number) {
                 all.putInt(number);
@@ -153,5 +211,12 @@ class HostileBytesTest {
     private static byte[] chunk(String name, Object... parts) {
         byte[] content = bytes(parts);
         return bytes(name, content.length, content);
+    }
+
+    /** An element of a Matroska file. */
+    private static byte[] element(int id, Object... parts) {
+        byte[] content = bytes(parts);
+        ByteBuffer head = ByteBuffer.allocate(12).putInt(id).putLong(1L << 56 | content.length);
+        return bytes(Arrays.copyOfRange(head.array(), Integer.numberOfLeadingZeros(id) / 8, 12), content);
     }
 }

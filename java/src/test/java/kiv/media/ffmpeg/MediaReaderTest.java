@@ -3,9 +3,12 @@ package kiv.media.ffmpeg;
 import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
+import static org.junit.jupiter.params.provider.Arguments.arguments;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
+import java.lang.management.ManagementFactory;
+import java.lang.management.ThreadMXBean;
 import java.nio.ByteBuffer;
 import java.nio.file.Files;
 import java.nio.file.NoSuchFileException;
@@ -22,6 +25,7 @@ import kiv.media.ffmpeg.natives.c_mediareader_source;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.EnumSource;
 import org.junit.jupiter.params.provider.MethodSource;
@@ -124,6 +128,41 @@ class MediaReaderTest {
     void aChannelThatMiscountsIsRefused(HostileChannel.Way way) throws IOException {
         HostileChannel channel = new HostileChannel(Files.readAllBytes(TestMedia.stream("mp3_mono.mp3")), way, 0);
         assertThatThrownBy(() -> MediaReader.open(channel)).isInstanceOf(IOException.class).hasMessageContaining("the channel");
+    }
+
+    @Test
+    void onlyTheLibrarysCodecsAreDecodedToKnowThem() throws IOException {
+        for (String name : List.of("flac.flac", "mp2.mp2")) {
+            try (MediaReader reader = MediaReader.open(TestMedia.stream(name))) {
+                assertThat(reader.streams().get(0).sampleFormat() >= 0).as(name).isEqualTo(name.equals("mp2.mp2"));
+            }
+        }
+    }
+
+    static Stream<Arguments> limits() {
+        ReaderLimits usual = ReaderLimits.USUAL;
+        return Stream.of(arguments(usual.withStreams(1), "streams: 1"), arguments(usual.withBytes(1000), "bytes: 1000"),
+                arguments(usual.withIndexEntries(10), "entries: 10"),
+                arguments(usual.withProcessorTime(Duration.ofMillis(1)), "processor time: 1"));
+    }
+
+    @ParameterizedTest
+    @MethodSource("limits")
+    void openingEndsAtALimit(ReaderLimits limits, String message) throws IOException {
+        HostileChannel channel = new HostileChannel(Files.readAllBytes(TestMedia.stream("h264_aac.mp4")));
+        ThreadMXBean threads = ManagementFactory.getThreadMXBean();
+        channel.hook = () -> {
+            long start = threads.getCurrentThreadCpuTime();
+            while (threads.getCurrentThreadCpuTime() - start < 1_000_000) {
+                Thread.onSpinWait();
+            }
+        };
+        assertThatThrownBy(() -> MediaReader.open(channel, limits)).isInstanceOf(MediaFormatException.class)
+                .hasMessageContaining("more than the allowed").hasMessageEndingWith(message + ")");
+        try (MediaReader reader = MediaReader.open(channel, ReaderLimits.USUAL.withPackets(1));
+                MediaReader other = MediaReader.open(TestMedia.stream("h264_aac.mp4"))) {
+            assertThat(reader.packets().map(Packet::data)).containsExactlyElementsOf(other.packets().map(Packet::data).toList());
+        }
     }
 
     @Test

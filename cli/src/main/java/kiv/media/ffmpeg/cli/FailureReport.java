@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
 import java.io.PrintWriter;
+import java.io.StringWriter;
 import java.io.UncheckedIOException;
 import java.nio.file.AccessDeniedException;
 import java.nio.file.FileAlreadyExistsException;
@@ -10,6 +11,7 @@ import java.nio.file.NoSuchFileException;
 import kiv.media.ffmpeg.LibraryException;
 import kiv.media.ffmpeg.MediaException;
 import kiv.media.ffmpeg.UnsupportedCodecException;
+import kiv.media.ffmpeg.cli.report.VisibleText;
 import picocli.CommandLine;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ParseResult;
@@ -34,7 +36,10 @@ final class FailureReport {
         }
         int status = status(failure);
         if (parsed.subcommand() != null && parsed.subcommand().hasMatchedOption("-v")) {
-            failure.printStackTrace(command.getErr());
+            StringWriter trace = new StringWriter();
+            failure.printStackTrace(new PrintWriter(trace));
+            trace.toString().lines().map(line -> line.replace("\t", "    ")).map(VisibleText::of)
+                    .forEach(command.getErr()::println);
         }
         if (status != ExitStatus.CLOSED_PIPE) {
             print(describe(failure), command.getErr());
@@ -50,8 +55,12 @@ final class FailureReport {
     }
 
     static void warn(CommandLine command, String message) {
-        command.getErr().println("warning: " + message);
-        command.getErr().flush();
+        warn(command.getErr(), message);
+    }
+
+    static void warn(PrintWriter to, String message) {
+        to.println("warning: " + oneLine(message));
+        to.flush();
     }
 
     private static int status(Exception failure) {
@@ -72,8 +81,12 @@ final class FailureReport {
     }
 
     private static void print(String message, PrintWriter to) {
-        to.println("error: " + message.replaceAll("\\R", " "));
+        to.println("error: " + oneLine(message));
         to.flush();
+    }
+
+    private static String oneLine(String message) {
+        return VisibleText.of(message.replaceAll("\\R", " "));
     }
 
     private static String describe(Exception failure) {

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.io.PrintWriter;
 import java.util.Collections;
 import java.util.IdentityHashMap;
 import java.util.List;
@@ -89,7 +90,7 @@ final class ShutdownGuard {
                     output.close();
                 } catch (Exception e) {
                     // The others must be closed nevertheless.
-                    System.err.println("warning: " + e.getMessage());
+                    FailureReport.warn(new PrintWriter(System.err), String.valueOf(e.getMessage()));
                 }
             }
         }

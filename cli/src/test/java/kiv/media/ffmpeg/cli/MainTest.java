@@ -1,16 +1,20 @@
 package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
+import static org.junit.jupiter.api.Assertions.assertTimeoutPreemptively;
 
 import com.fasterxml.jackson.core.JsonFactory;
 import com.fasterxml.jackson.core.JsonParser;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.PrintStream;
+import java.io.PrintWriter;
+import java.io.StringWriter;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.BasicFileAttributes;
+import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Stream;
@@ -20,6 +24,7 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Programs;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.WaveFormat;
+import kiv.media.ffmpeg.cli.report.VisibleText;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -190,6 +195,32 @@ class MainTest {
     void wrongUsageIsToldInOneLine(String line) {
         assertThat(run(line)).isEqualTo(2);
         assertThat(errors.lines()).singleElement().asString().startsWith("error: ").contains("--help");
+    }
+
+    @Test
+    void namesDoNothingToTheTerminal() throws IOException {
+        String name = "a\u001b[2J\u007f.wav";
+        writeWave(directory.resolve(name), WaveFormat.pcm16(44100, 2), new byte[400]);
+        String shown = directory + "/a\u241b[2J\u2421.wav";
+        succeed("info tmp/" + name);
+        assertThat(output.lines().findFirst()).hasValueSatisfying(line -> assertThat(line).endsWith(" " + shown));
+        run("info -v tmp/" + name + "x");
+        assertThat(errors).contains("error: " + shown).doesNotContain("\u001b");
+        StringWriter json = new StringWriter();
+        Json.write(new PrintWriter(json), to -> to.writeStringField("file", name + "\u202e\u00e4"));
+        assertThat(json.toString()).contains("\"a\\u001B[2J\\u007F.wav\\u202e\u00e4\"");
+        assertThat(VisibleText.of("a\u200f\u2066\u00e4\u0085")).isEqualTo("a\ufffd\ufffd\u00e4\ufffd");
+    }
+
+    @Test
+    void aTableOfManyLinesIsPrintedAtOnce() {
+        Table table = new Table();
+        for (int line = 0; line < 100_000; line++) {
+            table.row("stream", Integer.toString(line));
+        }
+        StringWriter text = new StringWriter();
+        assertTimeoutPreemptively(Duration.ofMinutes(1), () -> table.print(new PrintWriter(text)));
+        assertThat(text.toString().lines().count()).isEqualTo(100_000);
     }
 
     @Test

@@ -13,7 +13,8 @@ import java.util.Set;
 
 /**
  * Decides from which directories libraries may be loaded. A user who can write there can run code in this process, so a
- * trusted directory belongs to this user or to root, and no other user can write there.
+ * trusted directory belongs to this user or to root, and no other user can write there. The same holds for all
+ * directories above it, but that one like /tmp may be among them, in which only owners can rename their entries.
  */
 final class TrustedDirectory {
 
@@ -27,7 +28,7 @@ final class TrustedDirectory {
     private static final int ROOT = 0;
     private static final int WRITABLE_BY_GROUP = 0020;
     private static final int WRITABLE_BY_ALL = 0002;
-    /** In such a directory, like /tmp, only owners can rename their entries. */
+    /** In such a directory only owners can rename their entries: their own, and those of a directory that is theirs. */
     private static final int STICKY = 01000;
 
     private TrustedDirectory() {
@@ -50,11 +51,7 @@ final class TrustedDirectory {
                     + " trusted; remove it, or make it yours alone (chmod 700) when you trust what it holds");
         }
         for (Path above = real.getParent(); above != null; above = above.getParent()) {
-            int mode = mode(read(above));
-            if ((mode & WRITABLE_BY_ALL) != 0 && (mode & STICKY) == 0) {
-                throw new FileSystemException(real.toString(), null, "others can put another directory into its"
-                        + " place, because they can write in " + above);
-            }
+            requireNoReplacement(real, above, read(above));
         }
         return real;
     }
@@ -80,6 +77,16 @@ final class TrustedDirectory {
         if (!isOurs(owner)) {
             throw new FileSystemException(directory.toString(), null, "belongs to user " + owner + ", not to user "
                     + user() + " who runs this, so what it holds cannot be trusted");
+        }
+    }
+
+    /** The owner of a directory can always rename what it holds, others can where they can write. */
+    private static void requireNoReplacement(Path directory, Path above, Map<String, Object> attributes)
+            throws IOException {
+        boolean writable = (mode(attributes) & (WRITABLE_BY_GROUP | WRITABLE_BY_ALL)) != 0;
+        if (!isOurs(attributes.get("uid")) || writable && (mode(attributes) & STICKY) == 0) {
+            throw new FileSystemException(directory.toString(), null, "others can put another directory into its"
+                    + " place, because they can write in " + above);
         }
     }
 

@@ -77,7 +77,7 @@ class ResourceCacheTest {
     /** What somebody else can write may hold anything, so it is not loaded. */
     @ParameterizedTest
     @CsvSource({"cache, rwxrwxrwx, others can write there", "cache, rwxrwx---, others can write there",
-        ", rwxrwxrwx, another directory into its place"})
+        ", rwxrwxrwx, another directory into its place", ", rwxrwxr-x, another directory into its place"})
     void aDirectoryThatOthersCanWriteIsRefused(String at, String permissions, String message) throws IOException {
         unpack(root(), 1);
         assertThat(Files.getPosixFilePermissions(root())).isEqualTo(PosixFilePermissions.fromString("rwx------"));
@@ -100,6 +100,14 @@ class ResourceCacheTest {
             assertThatThrownBy(() -> unpack(refused, 1)).hasMessageContaining("belongs to user 12345");
             Files.setAttribute(root(), "unix:uid", 12345);
         }
+        Files.setAttribute(root(), "unix:uid", 0);
+        Files.setAttribute(root().getParent(), "unix:uid", 12345);
+        assertThatThrownBy(() -> unpack(root(), 1)).hasMessageContaining("they can write in " + root().getParent());
+        Files.setAttribute(root().getParent(), "unix:uid", 0);
+        // As in /tmp: everybody can write, and nobody can rename what is not theirs.
+        Files.setAttribute(root().getParent(), "unix:mode", 01777);
+        assertThat(unpack(root(), 1)).isEqualTo(directory);
+        Files.setAttribute(root(), "unix:uid", 12345);
         Path ours = Files.createSymbolicLink(temp.resolve("ours"), root());
         assertThatThrownBy(() -> unpack(ours, 1)).hasMessageContaining("belongs to user 12345");
     }

@@ -11,34 +11,10 @@ import kiv.media.ffmpeg.MediaStream;
 /** Formats texts, figures and streams for the page. */
 final class PageText {
 
-    private static final int CONTROL_PICTURES = 0x2400;
-    private static final int DELETE = 0x7F;
-    private static final int DELETE_PICTURE = 0x2421;
-    private static final int REPLACEMENT = 0xFFFD;
     private static final double DECIBELS = 20;
     private static final int KILO = 1000;
 
     private PageText() {
-    }
-
-    /**
-     * Replaces each character that is invisible, that no page may contain, or that turns the direction of the text
-     * behind it, with a visible sign.
-     */
-    static String visible(String text) {
-        StringBuilder clean = new StringBuilder();
-        text.codePoints().forEach(c -> clean.appendCodePoint(c < ' ' ? CONTROL_PICTURES + c : c == DELETE
-                ? DELETE_PICTURE : isUnfit(c) ? REPLACEMENT : c));
-        return clean.toString();
-    }
-
-    private static boolean isUnfit(int c) {
-        return switch (Character.getType(c)) {
-            case Character.CONTROL, Character.SURROGATE, Character.LINE_SEPARATOR, Character.PARAGRAPH_SEPARATOR ->
-                true;
-            default -> (c & 0xFFFE) == 0xFFFE || c >= 0xFDD0 && c <= 0xFDEF || c >= 0x202A && c <= 0x202E
-                    || c >= 0x2066 && c <= 0x2069;
-        };
     }
 
     /** Returns the reference to a file beside the page, whatever its name is. */
@@ -109,7 +85,7 @@ final class PageText {
     /** Returns the codec's name, with its four-character code when that is readable. */
     static String codec(MediaStream stream) {
         String code = FourCharacterCode.toText(stream.codecTag());
-        return visible(code.startsWith("0x") ? stream.codecName() : stream.codecName() + " (" + code + ")");
+        return VisibleText.of(code.startsWith("0x") ? stream.codecName() : stream.codecName() + " (" + code + ")");
     }
 
     /** Returns the size and rate of pictures, or the rate and channels of sound. */

@@ -77,7 +77,7 @@ final class ReportPage {
     }
 
     void render(Appendable to) throws IOException {
-        String name = PageText.visible(report.name());
+        String name = VisibleText.of(report.name());
         to.append("<!DOCTYPE html>\n");
         html(head(
                 meta().withCharset("utf-8"),
@@ -112,7 +112,7 @@ final class ReportPage {
         report.reader().duration().ifPresent(length -> facts.add(PageText.clock(length)));
         report.reader().bitRate().ifPresent(rate -> facts.add(PageText.bitRate(rate)));
         facts.add(PageText.count(report.reader().streams().size(), "stream"));
-        return PageText.visible(String.join(" \u00b7 ", facts));
+        return VisibleText.of(String.join(" \u00b7 ", facts));
     }
 
     private DomContent keyFigures() {
@@ -133,7 +133,7 @@ final class ReportPage {
 
     private static DomContent keyFigure(String figure, String what) {
         // A list of terms demands this order; the style sheet shows the figure first.
-        return div(dt(PageText.visible(what)), dd(figure));
+        return div(dt(VisibleText.of(what)), dd(figure));
     }
 
     private DomContent notes() {
@@ -155,7 +155,7 @@ final class ReportPage {
         }
         notes.addAll(outcome.warnings());
         return notes.isEmpty() ? rawHtml("") : section(h2("Warnings").withId("warnings"),
-                ul(each(notes, note -> li(PageText.visible(note))))).withClass("warnings")
+                ul(each(notes, note -> li(VisibleText.of(note))))).withClass("warnings")
                 .attr("aria-labelledby", "warnings");
     }
 
@@ -262,7 +262,7 @@ final class ReportPage {
     private static TableTag grid(String name, List<String> columns, List<List<String>> rows) {
         return table(caption(name), thead(tr(each(columns, column -> th(column).attr("scope", "col")))),
                 tbody(each(rows, row -> tr(each(IntStream.range(0, row.size()).boxed().toList(), i -> i == 0
-                        ? th(bdi(PageText.visible(row.get(0)))).attr("scope", "row").attr("data-column", columns.get(0))
-                        : td(PageText.visible(row.get(i))).attr("data-column", columns.get(i)))))));
+                        ? th(bdi(VisibleText.of(row.get(0)))).attr("scope", "row").attr("data-column", columns.get(0))
+                        : td(VisibleText.of(row.get(i))).attr("data-column", columns.get(i)))))));
     }
 }
