@@ -159,8 +159,15 @@ class MediaReaderTest {
         };
         assertThatThrownBy(() -> MediaReader.open(channel, limits)).isInstanceOf(MediaFormatException.class)
                 .hasMessageContaining("more than the allowed").hasMessageEndingWith(message + ")");
-        try (MediaReader reader = MediaReader.open(channel, ReaderLimits.USUAL.withPackets(1));
-                MediaReader other = MediaReader.open(TestMedia.stream("h264_aac.mp4"))) {
+    }
+
+    @Test
+    void afterFewPacketsLessIsKnown() throws IOException {
+        Path film = TestMedia.stream("mpeg1_mp2.mpg");
+        try (MediaReader reader = MediaReader.open(film, ReaderLimits.USUAL.withPackets(1));
+                MediaReader other = MediaReader.open(film)) {
+            assertThat(reader.streams().get(0).width()).isZero();
+            assertThat(other.streams().get(0).width()).isPositive();
             assertThat(reader.packets().map(Packet::data)).containsExactlyElementsOf(other.packets().map(Packet::data).toList());
         }
     }
