@@ -86,6 +86,20 @@ class HostileBytesTest {
         }
     }
 
+    /** Sound within DV pictures, which has no header of the AVI's: FFmpeg seeks in such files in another way. */
+    @Test
+    void dvWithSoundCanBeSought() throws IOException {
+        byte[] frame = Arrays.copyOf(Files.readAllBytes(TestMedia.stream("dv_pal.dv")), 144_000);
+        ByteBuffer.wrap(frame).put(4323, new byte[] {0x50, 0, 0, 0, 0}); // what a frame says of its sound
+        byte[] avi = avi(bytes("iavsdvsd", new byte[12], 1, 25, new byte[28]), new byte[32],
+                chunk("LIST", "movi", chunk("00dc", frame), chunk("00dc", frame)));
+        try (MediaReader reader = MediaReader.open(new HostileChannel(avi))) {
+            assertThat(reader.streams()).hasSize(2);
+            reader.seek(Duration.ZERO);
+            assertThat(reader.read()).isNotNull();
+        }
+    }
+
     /** The frame's end says, where FFmpeg decodes one to know the stream, that far fewer samples than none are superfluous. */
     @Test
     void streamsAreExaminedWithoutHarm() throws IOException {
@@ -196,7 +210,7 @@ class HostileBytesTest {
 
     /** Numbers, whose low bytes come first, texts of a byte for each character, and bytes. */
     private static byte[] bytes(Object... parts) {
-        ByteBuffer all = ByteBuffer.allocate(1 << 18).order(ByteOrder.LITTLE_ENDIAN);
+        ByteBuffer all = ByteBuffer.allocate(1 << 20).order(ByteOrder.LITTLE_ENDIAN);
         for (Object part : parts) {
             if (part instanceof Integer number) {
                 all.putInt(number);

@@ -1,7 +1,6 @@
 package kiv.media.ffmpeg;
 
 import static kiv.media.ffmpeg.exactness.Comparison.check;
-import static org.assertj.core.api.Assertions.assertThat;
 
 import com.tngtech.archunit.core.domain.JavaClass;
 import com.tngtech.archunit.core.importer.ClassFileImporter;
@@ -85,10 +84,9 @@ class MisuseTest {
     @ParameterizedTest
     @MethodSource("everythingOnEveryVirtualMachine")
     void harmsNothing(String way, String home, @TempDir Path directory) throws Exception {
-        List<String> lines = Programs.run(directory, home, List.of("-Xcheck:jni", "-Xmx512m", "-ea",
+        Programs.run(directory, home, List.of("-Xcheck:jni", "-Xmx512m", "-ea",
                 "-Djava.awt.headless=true", "-XX:ErrorFile=" + directory.resolve("crash.log")), MisuseTest.class, way,
                 directory.toString());
-        assertThat(lines).anyMatch(line -> line.endsWith("Misuse: done"));
     }
 
     /** Runs one of the ways; the second argument is a directory for files. */
@@ -102,8 +100,6 @@ class MisuseTest {
         seed(directory);
         MisuseTest.class.getDeclaredMethod(arguments[0]).invoke(null);
         check(decoded().equals(expected), "other pictures after all that");
-        System.out.println(OUTCOMES);
-        System.out.println("Misuse: done");
     }
 
     private static List<Integer> decoded() throws IOException {

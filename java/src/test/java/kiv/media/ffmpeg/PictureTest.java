@@ -119,18 +119,11 @@ class PictureTest {
     }
 
     @Test
-    void valuesOfTwoBytesAreReadAsTheyAre() {
-        try (Picture grey = picture(64, 2, 0xFF848484);
-                Picture little = grey.convert(PixelFormat.named("yuv420p10le"));
-                Picture big = grey.convert(PixelFormat.named("yuv420p10be"))) {
-            assertThat(little.plane(0).bytes().getShort(6)).isEqualTo(big.plane(0).bytes().getShort(6))
-                    .isBetween((short) 400, (short) 600);
-        }
-    }
-
-    @Test
-    void oddWidthsHaveTheirLastColumn() {
+    void valuesOfTwoBytesAndLastColumnsAreReadAsTheyAre() {
         try (Picture red = picture(65, 2, 0xFFFF0000)) {
+            assertThat(red.convert(PixelFormat.named("yuv420p10le")).plane(0).bytes().getShort(6))
+                    .isEqualTo(red.convert(PixelFormat.named("yuv420p10be")).plane(0).bytes().getShort(6))
+                    .isBetween((short) 300, (short) 400);
             assertThat(red.convert(PixelFormat.named("monow")).plane(0).rowBytes()).isEqualTo(9);
             byte[] chroma = red.convert(PixelFormat.named("yuv420p")).plane(2).packed();
             assertThat(chroma).hasSize(33).containsOnly(chroma[0]);

@@ -99,11 +99,7 @@ public final class Sounds {
         return Integer.toBinaryString(1 << digits | value).substring(1);
     }
 
-    /**
-     * How much louder than the difference the sound is, in decibels.
-     *
-     * @param offset how many samples later it begins in what was decoded, or how many are missing there if negative
-     */
+    /** Decibels by which sound is louder than the difference to what was decoded, where it begins some samples later. */
     public static double signalToNoise(byte[] pcm, byte[] decoded, int offset) {
         ShortBuffer expected = ByteBuffer.wrap(pcm).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();
         ShortBuffer actual = ByteBuffer.wrap(decoded).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();

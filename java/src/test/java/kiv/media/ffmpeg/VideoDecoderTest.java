@@ -144,17 +144,13 @@ class VideoDecoderTest {
 
     @Test
     void aStreamOfPicturesTakesNoMoreThanItGivesAndNothingForAStrangersDecoder() throws IOException {
-        List<Long> times;
-        try (MediaReader reader = MediaReader.open(TestMedia.film());
-                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
-            times = decoder.pictures(reader).limit(4).map(Picture::timestamp).toList();
-        }
         try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film());
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
                 VideoDecoder stranger = VideoDecoder.open(other.firstVideo().orElseThrow());
                 VideoDecoder homeless = VideoDecoder.open(decoder.format())) {
             refused(IllegalArgumentException.class, "not a stream of this reader", () -> stranger.pictures(reader));
             refused(IllegalArgumentException.class, "without a stream", () -> homeless.pictures(reader));
+            List<Long> times = stranger.pictures(other).limit(4).map(Picture::timestamp).toList();
             assertThat(decoder.pictures(reader).parallel().limit(3).map(Picture::timestamp))
                     .containsExactlyElementsOf(times.subList(0, 3));
             assertThat(decoder.pictures(reader).findFirst().orElseThrow().timestamp()).isEqualTo(times.get(3));

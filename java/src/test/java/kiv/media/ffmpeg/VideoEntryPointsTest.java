@@ -135,18 +135,36 @@ class VideoEntryPointsTest {
         assertThat(first()).as("opened again").isEqualTo(ProcessResult.PICTURE);
     }
 
+    /** The first packet, where the sequence has no pictures of two directions. */
+    private static byte[] inOrder(Track track) {
+        byte[] packet = track.packets().get(0).clone();
+        int extension = 0;
+        while (ByteBuffer.wrap(packet).getInt(extension) != 0x1B5 || packet[extension + 4] >> 4 != 1) {
+            extension++;
+        }
+        packet[extension + 9] |= (byte) 0x80;
+        return packet;
+    }
+
+    @Test
+    void aPictureThatComesAgainHasTheFieldsOfBefore() {
+        Track track = Track.of(TestMedia.clip("mpeg2_interlaced_b_720x576.ts"));
+        try (VideoDecoder decoder = VideoDecoder.open(VideoFormat.of(track.stream()))) {
+            List<Picture> pictures = new ArrayList<>(decoder.decode(Packet.of(inOrder(track), 0, 0, 0, true)));
+            for (int i = 1; i <= 12; i++) {
+                pictures.addAll(decoder.decode(Packet.of(track.packets().get(i % 12), 0, 0, 0, true)));
+            }
+            assertThat(pictures).hasSize(13).allMatch(Picture::isInterlaced);
+        }
+    }
+
     /** Of a decoder that changes its mind about the order of pictures, which then come again in the memory of before. */
     @Test
     void aPictureThatComesAgainHasMemoryOfItsOwn() {
         Track track = Track.of(TestMedia.clip("mpeg2_320x240.m2v"));
         create(VideoFormat.of(track.stream()), PictureFormat.I420, null);
         c_multimediaapi_ffmpeg.n_vcodec_open(codec);
-        byte[] inOrder = track.packets().get(0).clone();
-        int extension = 0;
-        while (ByteBuffer.wrap(inOrder).getInt(extension) != 0x1B5 || inOrder[extension + 4] >> 4 != 1) {
-            extension++;
-        }
-        inOrder[extension + 9] |= (byte) 0x80; // the sequence has no pictures of two directions
+        byte[] inOrder = inOrder(track);
         byte[] last = {};
         List<byte[]> arrays = new ArrayList<>();
         for (int i = 0; i <= 12; i++) {
@@ -166,13 +184,9 @@ class VideoEntryPointsTest {
 
     /** Allocates the memory that it is told to, and keeps the last. */
     private static final class Memory implements VideoBuffers {
-        private String kind;
+        private String kind = "direct";
         private Object last;
         private int lineSize;
-
-        Memory(String kind) {
-            this.kind = kind;
-        }
 
         @Override
         public boolean allocate(int[] layout, int[] request, Object[] slots) {
@@ -205,7 +219,8 @@ class VideoEntryPointsTest {
         "RGB32, ints, too few ints, 2", "RGB32, ints, bytes, 2", "RGB32, ints, nothing, 2", "RGB32, ints, refusal, 2",
         "RGB32, ints, exception, -1"})
     void memoryThatDoesNotFitIsRefused(PictureFormat model, String fits, String kind, int result) {
-        Memory memory = new Memory(kind);
+        Memory memory = new Memory();
+        memory.kind = kind;
         create(VideoFormat.of(TRACK.stream()), model, memory,
                 fits.equals("direct") ? c_codecoptions_ffmpeg.DIRECT_BUFFERS : c_codecoptions_ffmpeg.WHOLE_PACKETS);
         if (kind.equals("exception")) {
@@ -225,7 +240,7 @@ class VideoEntryPointsTest {
     @CsvSource({"h264_baseline_320x240.mp4, 0x8080", "h264_high10_320x240.mp4, 0x0202"})
     void memoryIsGreyBeforeAnythingIsDecoded(String clip, int grey) {
         Track track = Track.of(TestMedia.clip(clip));
-        Memory memory = new Memory("direct");
+        Memory memory = new Memory();
         create(VideoFormat.of(track.stream()), PictureFormat.I420, memory, c_codecoptions_ffmpeg.NATIVE_FORMAT);
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
         process(track, 0);

@@ -84,7 +84,7 @@ class DecodePageTest {
     }
 
     @Test
-    void noNameOfAFileBecomesAnythingElse() {
+    void noNameOfAFileBecomesAnythingElseAndNothingIsLoaded() {
         assertThat(seen.get("hostile.heading"))
                 .isEqualTo(HOSTILE.replace('\u202e', '\ufffd').replace('\u0007', '\u2407').replace('\ud800', '\ufffd'));
         assertThat(URI.create(seen.get("hostile.link")).getPath())
@@ -92,10 +92,6 @@ class DecodePageTest {
         assertThat(seen).containsEntry("hostile.parts", "Warnings,Contact sheet,Streams,Timings");
         assertThat(seen.get("hostile.text")).contains("3 damaged packets of video could not be decoded",
                 "Decoding 2.00 s 4.00 0.16");
-    }
-
-    @Test
-    void nothingIsLoaded() throws IOException {
         assertThat(seen).containsEntry("film.loaded", "").containsEntry("sound.loaded", "");
         assertThat(directory.resolve("film/index.html")).content().contains("default-src &#x27;none&#x27;")
                 .doesNotContain("<script", "://", "url(", "@import");

@@ -43,12 +43,7 @@ public final class Comparison {
         run(decoder, clip, model, true, LongUnaryOperator.identity());
     }
 
-    /**
-     * Decodes a clip with a decoder that is at its start, and compares.
-     *
-     * @param sent the timestamp that goes with the packet of a number
-     * @return how many pictures there were
-     */
+    /** The same in packets or pieces of a packet, with the timestamp that goes with the packet of a number. */
     static int run(NativeDecoder decoder, Clip clip, PictureModel model, boolean whole, LongUnaryOperator sent) {
         List<byte[]> packets = Track.of(clip).packets();
         Reference.Decoding expected = Reference.decode(Track.of(clip), model.format(), whole);
@@ -58,7 +53,7 @@ public final class Comparison {
         boolean changes = model == PictureModel.I420 && !expected.pictures().isEmpty()
                 && expected.pictures().get(0).decoded().matches("yuvj?420p") && decoder.format() == null;
         for (int number = 0; number < packets.size(); number++) {
-            String place = clip + " " + model + " whole: " + whole + " packet " + number + ": ";
+            String place = clip.file() + " " + model + " whole: " + whole + " packet " + number + ": ";
             waiting.addAll(expected.of(number));
             Result result = decoder.process(packets.get(number), FLAGS, sent.applyAsLong(number));
             if (expected.failed().contains(number)) {

@@ -46,11 +46,7 @@ public final class NativeSoundDecoder implements AutoCloseable {
             c_multimediaapi_ffmpeg.n_get_acodec_dst_format(codec)};
     }
 
-    /**
-     * Decodes a block; one without bytes ends the stream.
-     *
-     * @param room bytes of the output array at first; a larger one is taken when the library asks for it
-     */
+    /** Decodes a block, or ends the stream with one without bytes; the output grows when the library asks for more room. */
     public Result process(byte[] block, int room) {
         int flags = block.length == 0 ? ProcessFlags.DRAIN : 0x41;
         // What is around the block is not zero, and none of it may show.

@@ -49,15 +49,16 @@ class HeadersTest {
         assertThat(head(new byte[16 * 1024 + 1]).has(16 * 1024 + 1)).as("beyond what is looked at").isFalse();
     }
 
-    /** Packets with a mark every so many bytes. */
+    /** Packets of transport streams, and frames of MPEG-1, MPEG-2 and AC-3, with a header every so many bytes. */
     @ParameterizedTest
-    @CsvSource({"0, 188, true", "4, 192, true", "0, 204, true", "0, 192, false", "4, 188, false"})
-    void transportStreamsAreKnownByTheirPackets(int first, int size, boolean known) throws IOException {
-        byte[] stream = new byte[first + 5 * size];
-        for (int at = first; at < stream.length; at += size) {
-            stream[at] = 0x47;
+    @CsvSource({"0, 47, 188, true", "4, 47, 192, true", "0, 47, 204, true", "0, 47, 192, false", "4, 47, 188, false",
+        "0, FFFB9000, 417, true", "0, FFF39000, 261, true", "0, 0B7700004940, 280, true", "0, 0B7700004840, 278, true"})
+    void streamsAreKnownByTheirFrames(int first, String header, int size, boolean known) throws IOException {
+        ByteBuffer stream = ByteBuffer.allocate(first + 5 * size);
+        for (int at = first; at < stream.limit(); at += size) {
+            stream.put(at, HexFormat.of().parseHex(header));
         }
-        assertThat(MediaSignatures.match(head(stream))).isEqualTo(known);
+        assertThat(MediaSignatures.match(head(stream.array()))).isEqualTo(known);
     }
 
     @Test
@@ -79,6 +80,9 @@ class HeadersTest {
             file.truncate(HEADER + bytes);
             assertThat(WaveFileLength.frames(file, 1, 2)).as("channels").isEmpty();
             assertThat(WaveFileLength.frames(file, 3, 1)).as("format").isEmpty();
+            file.write(ByteBuffer.wrap(header.toBytes(3, 0)), 0);
+            file.truncate(HEADER + 3);
+            assertThat(WaveFileLength.frames(file, 1, 1)).as("half a frame").isEmpty();
         }
     }
 }
