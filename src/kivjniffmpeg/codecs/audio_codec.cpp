@@ -68,7 +68,7 @@ void c_audiocodec::set_up_encoder()
     const c_aformat &dsl_dst = *dsc_dst_format;
     dsc_codec_ctx->channels = dsl_dst.channels();
     dsc_codec_ctx->sample_rate = dsl_dst.sample_rate();
-    dsc_codec_ctx->channel_layout = dsl_dst.channel_layout();
+    dsc_codec_ctx->channel_layout = ulc_channel_layout != 0 ? ulc_channel_layout : dsl_dst.channel_layout();
 }
 
 void c_audiocodec::set_up_decoder()
@@ -166,6 +166,13 @@ void c_audiocodec::set_bit_rate(int32_t imp_bits_per_second)
     TRACE_FUNCTION(3);
     throw_if_open();
     dsc_codec_ctx->bit_rate = imp_bits_per_second;
+}
+
+void c_audiocodec::set_channel_layout(uint64_t ulp_layout)
+{
+    TRACE_FUNCTION(3);
+    throw_if_open();
+    ulc_channel_layout = ulp_layout;
 }
 
 void c_audiocodec::set_continuous(bool bp_continuous)

@@ -78,6 +78,12 @@ public:
     /** Sets the bits per second of the packets. @throws c_ffmpeg_exception on an open codec */
     void set_bit_rate(int32_t imp_bits_per_second);
     /**
+     * Sets FFmpeg's layout of an encoder's channels; 0 for that of their number.
+     *
+     * @throws c_ffmpeg_exception on an open codec
+     */
+    void set_channel_layout(uint64_t ulp_layout);
+    /**
      * Sets whether a decoder resamples sound of another rate from frame to frame, and not each frame alone.
      *
      * @throws c_ffmpeg_exception on an open codec
@@ -140,6 +146,7 @@ private:
     std::list<dsd_resampler> dsc_resamplers; // the decoder's, the one in use first
     bool bc_resampling = false;              // the first one is set up
     bool bc_continuous = false;
+    uint64_t ulc_channel_layout = 0;
     std::unique_ptr<c_avpacket> dsc_pending_packet; // an incomplete frame, in memory of its own
     c_decoder_progress dsc_progress{in_most_frames};
     int inc_idle_drains = 0; // empty packets that the decoder answered with nothing since the last packet

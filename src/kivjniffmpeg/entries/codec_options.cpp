@@ -50,6 +50,10 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
             adsl_codec->set_continuous(ilp_value != 0);
             return;
         }
+        if (text_of(dsl_name) == "channel_layout") {
+            adsl_codec->set_channel_layout(static_cast<uint64_t>(ilp_value));
+            return;
+        }
         if (text_of(dsl_name) != "bit_rate")
             throw_ffmpeg_exception(2533, "no such codec option to set: ", text_of(dsl_name));
         if (ilp_value < 0 || ilp_value > INT_MAX)

@@ -42,8 +42,8 @@ public enum AudioCodec {
             44100, 48000, 64000, 88200, 96000),
     /** AC-3. */
     AC3("ac3", WaveFormatTags.AC3, 640_000, Channels.SURROUND, 32000, 44100, 48000),
-    /** DTS. */
-    DTS("dts", WaveFormatTags.DTS, 3_840_000, Channels.DTS, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
+    /** DTS. More channels are not offered, because FFmpeg's encoder loses the one of the low tones. */
+    DTS("dts", WaveFormatTags.DTS, 3_840_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
             48000),
     /** Windows Media Audio, version 1. */
     WMA1("wma1", WaveFormatTags.WMA1, 1_536_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
@@ -57,8 +57,7 @@ public enum AudioCodec {
         ANY("1 to 64 channels", count -> count <= WaveFormat.MAX_CHANNELS),
         MONO("1 channel", count -> count == 1),
         STEREO("1 or 2 channels", count -> count <= 2),
-        SURROUND("1 to 6 channels", count -> count <= 6),
-        DTS("1, 2 or 6 channels", count -> count <= 2 || count == 6);
+        SURROUND("1 to 6 channels", count -> count <= 6);
 
         private final String text;
         private final IntPredicate fits;
@@ -72,8 +71,12 @@ public enum AudioCodec {
     private static final int AMR_BIT_RATE = 12_200;
     private static final int MP3_BIT_RATE = 64_000;
     private static final int MP3_HALF_BIT_RATE = 32_000;
-    /** Below this sample rate, MPEG audio has only the lower half of its bit rates. */
+    /** Below these sample rates, MPEG audio has the lower half of its bit rates, and the lower half of those. */
     private static final int LOWEST_FULL_RATE = 32_000;
+    private static final int LOWEST_HALF_RATE = 16_000;
+
+    /** FFmpeg's number of the layout with three channels in front. */
+    private static final int LEFT_RIGHT_CENTRE = 0x7;
 
     private final String shortName;
     private final int formatTag;
@@ -128,12 +131,36 @@ public enum AudioCodec {
         return rates + " and " + channels.text;
     }
 
+    /** The lowest bit rate that the encoder obeys for any sound; 0 where it refuses lower ones itself. */
+    int lowestBitRate(int sampleRate, int channelCount) {
+        return switch (this) {
+            case AMR_NB -> 4750;
+            case MP3 -> sampleRate < LOWEST_FULL_RATE ? 8000 : 32_000;
+            case AAC -> sampleRate * channelCount / 4;
+            case AC3 -> 24_000 + 8000 * channelCount;
+            default -> 0;
+        };
+    }
+
+    /** The highest bit rate that the encoder obeys at a sample rate. */
+    int highestBitRate(int sampleRate) {
+        if (this != MP3 || sampleRate >= LOWEST_FULL_RATE) {
+            return highestBitRate;
+        }
+        return sampleRate < LOWEST_HALF_RATE ? 64_000 : 160_000;
+    }
+
     /** The bit rate for encoders that do not choose one or do not report their choice; else 0. */
     int defaultBitRate(int sampleRate, int channelCount) {
         if (this == AMR_NB) {
             return AMR_BIT_RATE;
         }
         return this == MP3 ? channelCount * (sampleRate < LOWEST_FULL_RATE ? MP3_HALF_BIT_RATE : MP3_BIT_RATE) : 0;
+    }
+
+    /** FFmpeg's number of the layout of channels, where the encoder would choose a wrong one by their number; else 0. */
+    int channelLayout(int channelCount) {
+        return this == AC3 && channelCount == 3 ? LEFT_RIGHT_CENTRE : 0;
     }
 
     /** {@return its short name in lower case, such as {@code adpcm-ms}} */

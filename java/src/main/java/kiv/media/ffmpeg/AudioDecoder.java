@@ -28,6 +28,7 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 public final class AudioDecoder implements AutoCloseable {
 
     private static final int MPEG_HEADER = 4;
+    private static final int MOST_CHANNELS = 32;
     /** A minute and a half of PCM, or hours of compressed speech, whose PCM is far larger. */
     private static final int MOST_BYTES = 16 << 20;
 
@@ -77,6 +78,10 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     private static AudioDecoder open(WaveFormat format, long knownBitRate, Rational timeBase, MediaStream stream) {
+        if (format.channels() > MOST_CHANNELS) {
+            throw new UnsupportedCodecException("no decoder for " + format + ": decoders take at most " + MOST_CHANNELS
+                    + " channels");
+        }
         int bitRate = knownBitRate < 0 || knownBitRate > Integer.MAX_VALUE ? 0 : (int) knownBitRate;
         long context = FfmpegLibrary.context();
         long address;
@@ -274,7 +279,7 @@ public final class AudioDecoder implements AutoCloseable {
 
     /** Restores the state of a new decoder, so that earlier packets do not affect later ones. */
     private void restart(long address) {
-        if (!NativeAudioCodec.reopen(address, bitRate)) {
+        if (!NativeAudioCodec.reopen(address, bitRate, 0)) {
             throw doesNotOpen(format);
         }
         clock.reset();

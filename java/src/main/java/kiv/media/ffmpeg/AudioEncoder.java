@@ -1,7 +1,6 @@
 package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
-import java.nio.ShortBuffer;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -39,9 +38,6 @@ public final class AudioEncoder implements AutoCloseable {
     /** More packets than any encoder holds back. */
     private static final int MOST_DELAYED = 64;
 
-    /** FFmpeg's DTS encoder expects 5.1 channels in the order of DTS. PCM has them in the order of WAVE. */
-    private static final int[] DTS_ORDER = {2, 0, 1, 4, 5, 3};
-
     private final NativeHandle handle;
     private final NativeAudioCodec nativeCodec = new NativeAudioCodec();
     private final AudioCodec codec;
@@ -60,7 +56,9 @@ public final class AudioEncoder implements AutoCloseable {
     private AudioEncoder(long address, AudioCodec codec, int sampleRate, int channels, int wantedBitRate) {
         this.handle = new NativeHandle("encoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         try {
-            if (wantedBitRate != DEFAULT_BIT_RATE && !NativeAudioCodec.reopen(address, wantedBitRate)) {
+            int layout = codec.channelLayout(channels);
+            if ((wantedBitRate != DEFAULT_BIT_RATE || layout != 0)
+                    && !NativeAudioCodec.reopen(address, wantedBitRate, layout)) {
                 throw new UnsupportedCodecException("the " + codec + " encoder does not open for " + sampleRate
                         + " Hz, " + channels + " channels and " + wantedBitRate + " bit/s; try another bit rate");
             }
@@ -112,12 +110,15 @@ public final class AudioEncoder implements AutoCloseable {
             throw new IllegalArgumentException(bitRate < 0 ? "negative bit rate " + bitRate
                     : codec + " has no bit rate to choose");
         }
-        if (bitRate > codec.highestBitRate()) {
-            throw new UnsupportedCodecException(codec + " cannot be encoded at " + bitRate + " bit/s; it takes at most "
-                    + codec.highestBitRate());
-        }
         if (!codec.accepts(sampleRate, channels)) {
             throw refused(codec, sampleRate, channels);
+        }
+        int lowest = codec.lowestBitRate(sampleRate, channels);
+        int highest = codec.highestBitRate(sampleRate);
+        if (bitRate != DEFAULT_BIT_RATE && (bitRate < lowest || bitRate > highest)) {
+            throw new UnsupportedCodecException(codec + " of " + sampleRate + " Hz and " + channels + (channels == 1
+                    ? " channel" : " channels") + " cannot be encoded at " + bitRate + " bit/s; it takes "
+                    + (lowest == 0 ? "at most " : lowest + " to ") + highest);
         }
         long context = FfmpegLibrary.context();
         long address;
@@ -295,12 +296,11 @@ public final class AudioEncoder implements AutoCloseable {
         int length = frameSize == 0 ? filled : frame.length;
         Arrays.fill(frame, filled, length, (byte) 0);
         filled = 0;
-        if (codec == AudioCodec.DTS && format.channels() == DTS_ORDER.length) {
-            reorder(frame);
-        }
         byte[] bytes;
         try {
-            bytes = nativeCodec.process(address, frame, 0, length).bytes();
+            // PCM is what it is. The native codec for it takes no more than 32 channels.
+            bytes = codec == AudioCodec.PCM ? Arrays.copyOf(frame, length)
+                    : nativeCodec.process(address, frame, 0, length).bytes();
         } catch (RuntimeException | Error e) {
             // The lost frames still take their time, so that the next packet keeps its own.
             packed += length / bytesOfFrame();
@@ -310,17 +310,6 @@ public final class AudioEncoder implements AutoCloseable {
             long duration = length / bytesOfFrame();
             ready.add(Packet.ofEncoder(bytes, packed - initialPadding, duration));
             packed += duration;
-        }
-    }
-
-    private static void reorder(byte[] pcm) {
-        ShortBuffer samples = ByteBuffer.wrap(pcm).asShortBuffer();
-        short[] before = new short[DTS_ORDER.length];
-        for (int at = 0; at < samples.limit(); at += before.length) {
-            samples.get(at, before);
-            for (int channel = 0; channel < before.length; channel++) {
-                samples.put(at + channel, before[DTS_ORDER[channel]]);
-            }
         }
     }
 

@@ -34,12 +34,16 @@ final class NativeAudioCodec {
      * Reopens a codec. An open codec accepts no options, and a reset does not restore the state of every decoder.
      *
      * @param bitRate bits per second, or 0 for no change
+     * @param channelLayout FFmpeg's number of an encoder's layout of channels, or 0 for no change
      * @return whether the codec is open
      */
-    static boolean reopen(long address, int bitRate) {
+    static boolean reopen(long address, int bitRate, int channelLayout) {
         c_multimediaapi_ffmpeg.n_acodec_close(address);
         if (bitRate > 0) {
             c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.BIT_RATE, bitRate);
+        }
+        if (channelLayout > 0) {
+            c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.CHANNEL_LAYOUT, channelLayout);
         }
         return c_multimediaapi_ffmpeg.n_acodec_open(address);
     }

@@ -3,16 +3,19 @@ package kiv.media.ffmpeg;
 import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
 
+import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.file.Path;
-import java.util.Arrays;
 import java.util.List;
+import java.util.Random;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.EnumSource;
 import org.junit.jupiter.params.provider.MethodSource;
 
 class AudioEncoderTest {
@@ -47,7 +50,6 @@ class AudioEncoderTest {
     @MethodSource("formats")
     void whatWasEncodedComesBack(AudioCodec codec, int rate, int channels, String extension) throws Exception {
         byte[] pcm = Sounds.voice(rate, channels, FRAMES);
-        Path file = directory.resolve("sound." + extension);
         try (AudioEncoder encoder = AudioEncoder.open(codec, rate, channels);
                 AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
             List<Packet> packets = Sounds.encode(encoder, pcm);
@@ -59,14 +61,9 @@ class AudioEncoderTest {
             long packed = packets.stream().mapToLong(Packet::duration).sum();
             assertThat(decoded).hasSize((int) packed * channels * Short.BYTES);
 
-            try (AudioFileWriter writer = AudioFileWriter.create(file, encoder.format(),
-                    AudioContainer.find(file.toString(), codec).orElseThrow())) {
-                writer.write(packets);
-                writer.finish(encoder.frames());
-            }
+            Path file = write(packets, encoder, extension);
             if (!extension.matches("al|ul|raw")) {
-                byte[] other = Programs.output(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f",
-                        "s16le", "-"));
+                byte[] other = decodedByFfmpeg(file);
                 // Newer decoders of WMA leave two frames out, of which only one is padding.
                 padding = codec == AudioCodec.WMA1 || codec == AudioCodec.WMA2 ? -padding : padding;
                 assertThat(Sounds.signalToNoise(pcm, other, padding)).isGreaterThanOrEqualTo(quality(codec));
@@ -74,19 +71,70 @@ class AudioEncoderTest {
         }
     }
 
-    @ParameterizedTest
-    @CsvSource({"AAC, 20", "AC3, 30", "DTS, 40", "MULAW, 30"})
-    void surroundChannelsStayWhereTheyAre(AudioCodec codec, double quality) {
-        byte[] pcm = Sounds.voice(48000, 6, FRAMES);
-        // The channel of the low tones loses the high ones, so it is silent.
-        for (int low = 3 * Short.BYTES; low < pcm.length; low += 6 * Short.BYTES) {
-            Arrays.fill(pcm, low, low + Short.BYTES, (byte) 0);
+    private Path write(List<Packet> packets, AudioEncoder encoder, String extension) throws IOException {
+        Path file = directory.resolve("sound." + extension);
+        try (AudioFileWriter writer = AudioFileWriter.create(file, encoder.format(),
+                AudioContainer.find(file.toString(), encoder.codec()).orElseThrow())) {
+            writer.write(packets);
+            writer.finish(encoder.frames());
         }
-        int bitRate = codec == AudioCodec.AAC || codec == AudioCodec.AC3 ? 640_000 : AudioEncoder.DEFAULT_BIT_RATE;
-        try (AudioEncoder encoder = AudioEncoder.open(codec, 48000, 6, bitRate);
-                AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
-            byte[] decoded = Sounds.decode(decoder, Sounds.encode(encoder, pcm));
-            assertThat(Sounds.signalToNoise(pcm, decoded, encoder.initialPadding() * 6)).isGreaterThan(quality);
+        return file;
+    }
+
+    private static byte[] decodedByFfmpeg(Path file) {
+        return Programs.output(List.of("ffmpeg", "-nostdin", "-v", "error", "-i", file.toString(), "-f", "s16le", "-"));
+    }
+
+    /** Each channel has a tone of its own, and the one for low tones a low one. */
+    @ParameterizedTest
+    @EnumSource
+    void everyChannelStaysWhereItIs(AudioCodec codec) throws Exception {
+        int rate = codec == AudioCodec.AMR_NB ? 8000 : codec == AudioCodec.G722 ? 16000 : 48000;
+        for (int channels : new int[] {1, 2, 3, 4, 5, 6, 32, 33, 64}) {
+            if (!codec.accepts(rate, channels)) {
+                assertThat(channels).isGreaterThan(codec == AudioCodec.AAC || codec == AudioCodec.AC3 ? 6 : 1);
+                continue;
+            }
+            double[] tones = IntStream.range(0, channels).mapToDouble(i -> channels == 6 && i == 3 ? 40 : 300 + 350 * i)
+                    .toArray();
+            byte[] pcm = Sounds.tones(rate, rate / 2, tones);
+            byte[] decoded;
+            try (AudioEncoder encoder = AudioEncoder.open(codec, rate, channels)) {
+                List<Packet> packets = Sounds.encode(encoder, pcm);
+                if (channels > 32) {
+                    refused(UnsupportedCodecException.class, "at most 32", () -> AudioDecoder.open(encoder.format()));
+                    decoded = decodedByFfmpeg(write(packets, encoder, "wav"));
+                } else {
+                    try (AudioDecoder decoder = AudioDecoder.open(encoder.format())) {
+                        decoded = Sounds.decode(decoder, packets);
+                    }
+                }
+            }
+            assertThat(decoded.length).isGreaterThanOrEqualTo(pcm.length);
+            for (int i = 0; i < channels; i++) {
+                assertThat(Sounds.loudness(decoded, channels, i, tones[i] / rate)).as("channel %d of %d", i, channels)
+                        .isGreaterThan(0.6);
+            }
+        }
+    }
+
+    /** At its lowest bit rate an encoder takes the worst sound, and what it cannot do is refused. */
+    @ParameterizedTest
+    @CsvSource({"AMR_NB, 8000, 1, 4750, 12200", "MP3, 44100, 2, 32000, 320000", "MP3, 22050, 2, 8000, 160000",
+        "MP3, 8000, 1, 8000, 64000", "AAC, 48000, 2, 24000, 3456000", "AC3, 48000, 1, 32000, 640000",
+        "AC3, 48000, 5, 64000, 640000"})
+    void bitRatesAreObeyedOrRefused(AudioCodec codec, int rate, int channels, int lowest, int highest) {
+        byte[] noise = new byte[rate * channels * Short.BYTES];
+        new Random(4).nextBytes(noise);
+        for (int refused : new int[] {1, lowest - 1, highest + 1}) {
+            refused(UnsupportedCodecException.class, "at " + refused + " bit/s; it takes " + lowest + " to " + highest,
+                    () -> AudioEncoder.open(codec, rate, channels, refused));
+        }
+        for (int bitRate : new int[] {lowest, Math.min(highest, 640_000)}) {
+            try (AudioEncoder encoder = AudioEncoder.open(codec, rate, channels, bitRate)) {
+                int bits = 8 * Sounds.encode(encoder, noise).stream().mapToInt(Packet::size).sum();
+                assertThat((double) bits).isBetween(0.4 * bitRate, 1.3 * bitRate);
+            }
         }
     }
 

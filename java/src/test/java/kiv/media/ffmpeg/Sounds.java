@@ -46,6 +46,19 @@ public final class Sounds {
         return pcm.array();
     }
 
+    /** How loud a tone is in the second half of a channel, in units of what {@link #tones} makes. */
+    static double loudness(byte[] pcm, int channels, int channel, double frequency) {
+        ShortBuffer samples = ByteBuffer.wrap(pcm).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();
+        int frames = samples.limit() / channels;
+        double sine = 0;
+        double cosine = 0;
+        for (int i = frames / 2; i < frames; i++) {
+            sine += samples.get(i * channels + channel) * Math.sin(2 * Math.PI * frequency * i);
+            cosine += samples.get(i * channels + channel) * Math.cos(2 * Math.PI * frequency * i);
+        }
+        return Math.hypot(sine, cosine) * 4 / frames / 8000;
+    }
+
     /** All of an encoder's packets for some PCM, which it gets in pieces. */
     static List<Packet> encode(AudioEncoder encoder, byte[] pcm) {
         int piece = encoder.format().channels() * Short.BYTES * 777;
@@ -90,7 +103,8 @@ public final class Sounds {
             int ofThePacketBefore = Math.min(room, starts.ceiling(from) - from);
             String packet = binary(packets.size() % 16, 4) + "00" + binary(ofThePacketBefore, lengthBits)
                     + bits.substring(from, Math.min(bits.length(), from + room));
-            packets.add(new BigInteger("1" + packet + "0".repeat(packetSize * Byte.SIZE - packet.length()), 2).toByteArray());
+            String padding = "0".repeat(packetSize * Byte.SIZE - packet.length());
+            packets.add(new BigInteger("1" + packet + padding, 2).toByteArray());
         }
         return packets.stream().map(packet -> Arrays.copyOfRange(packet, 1, packetSize + 1)).toList();
     }

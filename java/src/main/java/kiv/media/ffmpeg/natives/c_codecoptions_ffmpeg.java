@@ -35,6 +35,9 @@ public final class c_codecoptions_ffmpeg {
      */
     public static final String CONTINUOUS = "continuous";
 
+    /** FFmpeg's number of the layout of an audio encoder's channels, instead of that for their number. Settable. */
+    public static final String CHANNEL_LAYOUT = "channel_layout";
+
     /** Bytes of the smallest unit of an open audio codec's compressed data; 0 when there is none. */
     public static final String BLOCK_ALIGN = "block_align";
 
@@ -79,7 +82,7 @@ public final class c_codecoptions_ffmpeg {
      *
      * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_to_pcm} or
      *     {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_from_pcm}
-     * @param name the option: {@link #BIT_RATE} or {@link #CONTINUOUS}
+     * @param name the option: {@link #BIT_RATE}, {@link #CHANNEL_LAYOUT} or {@link #CONTINUOUS}
      * @param value the option's value
      * @throws RuntimeException when the option is unknown or the codec is open
      */
