@@ -13,6 +13,7 @@ when the compiler finds it. With --all, a fault that nothing noticed meets every
 
 import argparse
 import configparser
+import filecmp
 import os
 import pathlib
 import re
@@ -37,13 +38,17 @@ def all_faults():
 
 
 def copy_tree():
-    """Makes the copy anew, but for what was built. Files keep their times, so that little is built again."""
-    for top in ("src", "tests", "java/src", "cli/src"):
-        shutil.rmtree(TREE / top, ignore_errors=True)
-    (TREE / "build").mkdir(parents=True, exist_ok=True)
+    """Brings the copy up to date. Equal files keep their times: what the last fault changed is newer than its build."""
     names = subprocess.check_output(["git", "ls-files", "-co", "--exclude-standard", "--deduplicate"], cwd=ROOT, text=True)
-    present = [name for name in names.splitlines() if (ROOT / name).is_file()]
-    subprocess.check_call(["cp", "-p", "--parents", "-t", TREE, *present], cwd=ROOT)
+    present = {name for name in names.splitlines() if (ROOT / name).is_file()}
+    for path in [path for top in ("src", "tests", "java/src", "cli/src") for path in (TREE / top).rglob("*")]:
+        if path.is_file() and str(path.relative_to(TREE)) not in present:
+            path.unlink()
+    for name in present:
+        if not (TREE / name).is_file() or not filecmp.cmp(ROOT / name, TREE / name, shallow=False):
+            (TREE / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(ROOT / name, TREE / name)
+    (TREE / "build").mkdir(exist_ok=True)
     for shared in ("ffmpeg", "media", "streams", "jdk21"):
         if (ROOT / "build" / shared).exists() and not (TREE / "build" / shared).exists():
             (TREE / "build" / shared).symlink_to((ROOT / "build" / shared).resolve())

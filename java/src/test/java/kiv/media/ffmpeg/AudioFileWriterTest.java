@@ -36,6 +36,12 @@ class AudioFileWriterTest {
             refused(MediaStateException.class, "", () -> writer.write(block(2)));
         }
         assertThat(AudioSystem.getAudioFileFormat(file.toFile()).getFrameLength()).isEqualTo(800);
+        try (AudioFileWriter writer = AudioFileWriter.create(file, WaveFormat.pcm16(8000, 1), AudioContainer.WAV)) {
+            Files.delete(file);
+            Files.createDirectory(file);
+            refused(FileSystemException.class, "", writer::finish);
+        }
+        assertThat(file).as("what only several steps could replace").isDirectory();
         assertThat(directory.toFile().list()).containsExactly("a.wav");
     }
 

@@ -136,8 +136,7 @@ class PictureTest {
         int[] pixels = new int[2];
         for (int i = 0; i < 2; i++) {
             for (int at = 0; at < values.length; at += Short.BYTES) {
-                values[at] = -1;
-                values[at + 1] = (byte) (i == 0 ? -1 : 3);
+                values[at + 1] = (byte) (i == 0 ? 0xFE : 2);
             }
             pixels[i] = picture("yuv420p10le", 64, 2, values, DETAILS, new int[] {0, 256, 320, 0}, 128, 64, 64).toArgb()[70];
         }

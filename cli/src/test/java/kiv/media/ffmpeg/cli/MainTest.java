@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.junit.jupiter.api.Assertions.assertTimeoutPreemptively;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
 
 import com.fasterxml.jackson.core.JsonFactory;
 import com.fasterxml.jackson.core.JsonParser;
@@ -13,7 +14,6 @@ import java.io.StringWriter;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.attribute.BasicFileAttributes;
 import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
@@ -153,13 +153,16 @@ class MainTest {
         assertThat(list("")).containsExactly("a");
         try (OutputFile output = OutputFile.create(file)) {
             output.write("new");
-            Path written = directory.resolve(Stream.of(list("")).filter(name -> !name.equals("a")).findAny().orElseThrow());
-            Object key = Files.readAttributes(written, BasicFileAttributes.class).fileKey();
             assertThat(file).hasContent("old");
             output.finish();
-            assertThat(Files.readAttributes(file, BasicFileAttributes.class).fileKey()).as("renamed").isEqualTo(key);
         }
         assertThat(file).hasContent("new");
+        try (OutputFile output = OutputFile.create(file)) {
+            Files.delete(file);
+            Files.createDirectory(file);
+            assertThatThrownBy(output::finish).isInstanceOf(OutputException.class);
+        }
+        assertThat(file).as("what only several steps could replace").isDirectory();
     }
 
     @ParameterizedTest

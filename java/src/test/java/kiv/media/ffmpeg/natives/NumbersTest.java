@@ -21,11 +21,15 @@ class NumbersTest {
 
     @Test
     void theDocumentHasARowForEveryNumber() throws Exception {
-        assertThat(documented()).containsExactlyInAnyOrderElementsOf(declared());
-    }
-
-    private static List<String> documented() throws Exception {
-        List<String> numbers = new ArrayList<>();
+        List<String> declared = new ArrayList<>();
+        for (JavaClass type : new ClassFileImporter().importPackagesOf(VideoParams.class)) {
+            for (Field field : type.reflect().getFields()) {
+                if (field.getType() == int.class && Modifier.isStatic(field.getModifiers())) {
+                    declared.add(type.getSimpleName() + "." + field.getName() + " = " + field.getInt(null));
+                }
+            }
+        }
+        List<String> documented = new ArrayList<>();
         String table = "";
         for (String line : Files.readAllLines(Path.of("../docs/java_surface.md"))) {
             Matcher row = HEAD_OR_ROW.matcher(line);
@@ -33,22 +37,10 @@ class NumbersTest {
                 boolean head = Character.isLetter(row.group(2).charAt(0));
                 table = head ? row.group(1) : table;
                 if (!head) {
-                    numbers.add(table + "." + row.group(1) + " = " + Integer.decode(row.group(2)));
+                    documented.add(table + "." + row.group(1) + " = " + Integer.decode(row.group(2)));
                 }
             }
         }
-        return numbers;
-    }
-
-    private static List<String> declared() throws Exception {
-        List<String> numbers = new ArrayList<>();
-        for (JavaClass type : new ClassFileImporter().importPackagesOf(VideoParams.class)) {
-            for (Field field : type.reflect().getFields()) {
-                if (field.getType() == int.class && Modifier.isStatic(field.getModifiers())) {
-                    numbers.add(type.getSimpleName() + "." + field.getName() + " = " + field.getInt(null));
-                }
-            }
-        }
-        return numbers;
+        assertThat(documented).containsExactlyInAnyOrderElementsOf(declared);
     }
 }
