@@ -47,6 +47,42 @@ std::string error_text(int inp_error)
     return byrl_text;
 }
 
+/** How players turn pictures. */
+struct dsd_orientation
+{
+    int32_t imc_rotation; /**< clockwise in degrees, a multiple of 90 */
+    bool bc_mirrored;     /**< whether left and right are swapped before */
+};
+
+/** The orientation that a stream's matrix asks for; none when there is no matrix or it is no quarter turn. */
+dsd_orientation orientation_of(AVStream &dsp_stream)
+{
+    std::array<int32_t, 9> aiml_matrix{};
+    int inl_size = 0;
+    const uint8_t *autl_data =
+        g_avformat.av_stream_get_side_data == nullptr
+            ? nullptr
+            : g_avformat.av_stream_get_side_data(&dsp_stream, AV_PKT_DATA_DISPLAYMATRIX, &inl_size);
+    if (autl_data == nullptr || inl_size != static_cast<int>(sizeof aiml_matrix))
+        return {};
+    std::memcpy(aiml_matrix.data(), autl_data, sizeof aiml_matrix);
+    // A step to the right in the picture becomes the step (x, y) on the screen.
+    double fll_x = aiml_matrix[0];
+    double fll_y = aiml_matrix[1];
+    const double fll_area = fll_x * aiml_matrix[4] - fll_y * aiml_matrix[3];
+    constexpr double fl_tolerance = 0.0175; // about a degree, as in the ffmpeg program
+    const bool bl_upright = std::abs(fll_y) <= fl_tolerance * std::abs(fll_x);
+    if (fll_area == 0 || (!bl_upright && std::abs(fll_x) > fl_tolerance * std::abs(fll_y)))
+        return {};
+    if (fll_area < 0) {
+        fll_x = -fll_x;
+        fll_y = -fll_y;
+    }
+    if (bl_upright)
+        return {fll_x > 0 ? 0 : 180, fll_area < 0};
+    return {fll_y > 0 ? 90 : 270, fll_area < 0};
+}
+
 /** Throws if a function is missing that only containers need. */
 c_ffmpeg *require_functions(c_ffmpeg *adsp_ffmpeg)
 {
@@ -162,7 +198,7 @@ const char *c_mediareader::format_name() const noexcept
     return dsc_format.context()->iformat->name;
 }
 
-const AVStream &c_mediareader::stream_at(int32_t imp_index) const
+AVStream &c_mediareader::stream_at(int32_t imp_index) const
 {
     const AVFormatContext &dsl_context = *dsc_format.context();
     if (imp_index < 0 || static_cast<uint32_t>(imp_index) >= dsl_context.nb_streams)
@@ -172,7 +208,7 @@ const AVStream &c_mediareader::stream_at(int32_t imp_index) const
 
 std::array<int64_t, natives::StreamFields::SIZE> c_mediareader::stream_info(int32_t imp_index) const
 {
-    const AVStream &dsl_stream = stream_at(imp_index);
+    AVStream &dsl_stream = stream_at(imp_index);
     const AVCodecContext &dsl_codec = *dsl_stream.codec;
     const AVRational dsl_aspect =
         dsl_stream.sample_aspect_ratio.num != 0 ? dsl_stream.sample_aspect_ratio : dsl_codec.sample_aspect_ratio;
@@ -204,6 +240,10 @@ std::array<int64_t, natives::StreamFields::SIZE> c_mediareader::stream_info(int3
     aill_fields[StreamFields::PROFILE] = dsl_codec.profile;
     aill_fields[StreamFields::DISPOSITION] = dsl_stream.disposition;
     aill_fields[StreamFields::SAMPLE_FORMAT] = ill_sample_format;
+    const dsd_orientation dsl_orientation = orientation_of(dsl_stream);
+    aill_fields[StreamFields::ROTATION] = dsl_orientation.imc_rotation;
+    aill_fields[StreamFields::MIRRORED] = dsl_orientation.bc_mirrored ? 1 : 0;
+    aill_fields[StreamFields::CONTAINER_STATES_SHAPE] = dsl_stream.sample_aspect_ratio.num != 0 ? 1 : 0;
     aill_fields[StreamFields::DECODABLE] = g_avcodec.avcodec_find_decoder(dsl_codec.codec_id) != nullptr ? 1 : 0;
     return aill_fields;
 }

@@ -83,7 +83,7 @@ private:
     void restrict_codecs() const;
     void examine_streams(const kiv::jni::c_jnienv &dsp_env);
     static int is_interrupted(void *avp_reader) noexcept;
-    const AVStream &stream_at(int32_t imp_index) const;
+    AVStream &stream_at(int32_t imp_index) const;
     bool has_exact_time_bases() const noexcept;
     bool has_subtitles_without_stream() const noexcept;
 

@@ -251,6 +251,8 @@ struct AVPacketSideData
     int type;
 };
 inline constexpr int AV_PKT_DATA_PALETTE = 0; /**< 256 colours of 32 bits */
+/** How a stream's pictures are turned: 3 x 3 numbers, by which a row (x, y, 1) is multiplied. */
+inline constexpr int AV_PKT_DATA_DISPLAYMATRIX = 5;
 
 // Side data that is merged into a packet's bytes: for each element its bytes, its size in 32 bits and its type in 8,
 // all big-endian, and a marker of 64 bits at the end. Private to libavcodec (avpacket.c).

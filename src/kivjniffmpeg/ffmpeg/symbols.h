@@ -81,6 +81,7 @@
     X(int, avformat_find_stream_info, (AVFormatContext *, AVDictionary **))                                            \
     X(int, av_read_frame, (AVFormatContext *, AVPacket *))                                                             \
     X(int, av_seek_frame, (AVFormatContext *, int, int64_t, int))                                                      \
+    X(uint8_t *, av_stream_get_side_data, (AVStream *, int, int *))                                                    \
     X(void, avformat_close_input, (AVFormatContext **))
 
 #define KIV_AVUTIL_EXTENSIONS(X)                                                                                       \

@@ -81,6 +81,7 @@ TEST_F(abi, side_data_is_merged_as_the_header_says)
     uint64_t ull_marker = 0;
     std::memcpy(&ull_marker, autl_type + 1, sizeof ull_marker);
     EXPECT_EQ(__builtin_bswap64(ull_marker), FF_MERGE_MARKER);
+    EXPECT_STREQ(ffmpeg_call<const char *>("av_packet_side_data_name", AV_PKT_DATA_DISPLAYMATRIX), "Display Matrix");
     g_avcodec.av_free_packet(&dsl_packet);
 }
 

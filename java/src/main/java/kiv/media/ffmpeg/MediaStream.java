@@ -133,6 +133,32 @@ public final class MediaStream {
         return new Rational(fields[StreamFields.PIXEL_WIDTH], fields[StreamFields.PIXEL_HEIGHT]);
     }
 
+    /** {@return degrees by which players turn the pictures clockwise: 0, 90, 180 or 270} */
+    public int rotation() {
+        return (int) fields[StreamFields.ROTATION];
+    }
+
+    /** {@return whether players swap left and right, before they turn the pictures} */
+    public boolean isMirrored() {
+        return fields[StreamFields.MIRRORED] != 0;
+    }
+
+    /** {@return width of the pictures in pixels as players show them, stretched to square pixels and turned} */
+    public int shownWidth() {
+        return presentation(pixelAspectRatio()).width(width(), height());
+    }
+
+    /** {@return height of the pictures in pixels as players show them, stretched to square pixels and turned} */
+    public int shownHeight() {
+        return presentation(pixelAspectRatio()).height(width(), height());
+    }
+
+    /** @param coded the shape of a pixel that a compressed picture states, if it does; the container knows better */
+    Presentation presentation(Rational coded) {
+        boolean own = coded.isKnown() && fields[StreamFields.CONTAINER_STATES_SHAPE] == 0;
+        return new Presentation(own ? coded : pixelAspectRatio(), rotation(), isMirrored());
+    }
+
     /** {@return FFmpeg's number of the codec's profile; negative when unknown} */
     public int profile() {
         return (int) fields[StreamFields.PROFILE];

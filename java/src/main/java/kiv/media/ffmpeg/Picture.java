@@ -9,6 +9,7 @@ import java.util.Objects;
 import java.util.Optional;
 import java.util.function.Supplier;
 import kiv.media.ffmpeg.natives.ConverterPlace;
+import kiv.media.ffmpeg.natives.PictureLayout;
 
 /**
  * A decoded picture in its decoder's own pixel format. It is immutable and does not depend on its decoder. Any thread
@@ -43,14 +44,45 @@ public final class Picture implements AutoCloseable {
     /**
      * The properties of a picture beside its pixels.
      *
-     * @param pixelShape width of a pixel divided by its height
      * @param colorSpace FFmpeg's number of the matrix that converts YUV into RGB
      */
     record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
-            boolean topFieldFirst, boolean fullRange, Rational pixelShape, int colorSpace) {
+            boolean topFieldFirst, boolean fullRange, Presentation presentation, int colorSpace) {
 
-        Details withFullRange(boolean wanted) {
-            return new Details(times, timeBase, keyFrame, interlaced, topFieldFirst, wanted, pixelShape, colorSpace);
+        Details with(boolean fullRangeNow, Presentation presentationNow) {
+            return new Details(times, timeBase, keyFrame, interlaced, topFieldFirst, fullRangeNow, presentationNow,
+                    colorSpace);
+        }
+
+        /** The properties of the turned picture. Fields are rows of the stored one. */
+        Details turned(boolean evenHeight) {
+            return new Details(times, timeBase, keyFrame, interlaced && !presentation.swapsSides(),
+                    topFieldFirst != (presentation.reversesRows() && evenHeight), fullRange, presentation.turned(),
+                    colorSpace);
+        }
+    }
+
+    /** Where the planes of a picture lie in memory of its own, without padding. */
+    private record Planes(int[] offsets, int[] lineSizes, int size) {
+
+        static Planes of(PixelFormat format, int width, int height) {
+            int[] offsets = new int[PictureLayout.PLANES];
+            int[] lineSizes = new int[PictureLayout.PLANES];
+            long size = 0;
+            for (int plane = 0; plane < format.planes(); plane++) {
+                offsets[plane] = (int) size;
+                lineSizes[plane] = format.rowBytes(plane, width);
+                size += (long) lineSizes[plane] * format.rows(plane, height);
+            }
+            if (format.reservesPalette()) {
+                offsets[PALETTE_PLANE] = (int) size;
+                size += PALETTE_ENTRIES * Integer.BYTES;
+            }
+            if (size > Integer.MAX_VALUE) {
+                throw new MediaException("no buffer holds " + width + "x" + height + " pixels of " + format
+                        + "; ask for a smaller size");
+            }
+            return new Planes(offsets, lineSizes, (int) size);
         }
     }
 
@@ -149,9 +181,32 @@ public final class Picture implements AutoCloseable {
         return details.fullRange;
     }
 
-    /** {@return width of a pixel divided by its height; unknown for most files, whose pixels are square} */
+    /**
+     * {@return width of a pixel divided by its height, as the container states it or else the compressed picture; unknown
+     * for most files, whose pixels are square}
+     */
     public Rational pixelShape() {
-        return details.pixelShape;
+        return details.presentation.pixelShape();
+    }
+
+    /** {@return degrees by which players turn the picture clockwise: 0, 90, 180 or 270} */
+    public int rotation() {
+        return details.presentation.rotation();
+    }
+
+    /** {@return whether players swap left and right, before they turn the picture} */
+    public boolean isMirrored() {
+        return details.presentation.mirrored();
+    }
+
+    /** {@return width in pixels of the picture as players show it, stretched to square pixels and turned} */
+    public int shownWidth() {
+        return details.presentation.width(width, height);
+    }
+
+    /** {@return height in pixels of the picture as players show it, stretched to square pixels and turned} */
+    public int shownHeight() {
+        return details.presentation.height(width, height);
     }
 
     /**
@@ -253,7 +308,7 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Converts the picture into an image.
+     * Converts the picture into an image, as it is stored: neither stretched nor turned.
      *
      * @return a new image of type {@link BufferedImage#TYPE_INT_RGB}, or {@link BufferedImage#TYPE_INT_ARGB} when the
      *     format has alpha
@@ -264,7 +319,7 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Converts the picture into an image of another size.
+     * Converts the picture into an image of another size, which is not turned.
      *
      * @param wantedWidth 1 to 32768 pixels
      * @param wantedHeight 1 to 32768 pixels
@@ -282,6 +337,104 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
+     * Converts the picture into an image as players show it: stretched to square pixels and turned.
+     *
+     * @return a new image of {@link #shownWidth()} times {@link #shownHeight()} pixels and the same type as {@link
+     *     #toBufferedImage()}
+     * @throws MediaStateException when the picture is closed
+     */
+    public BufferedImage toShownImage() {
+        return toShownImage(shownWidth(), shownHeight());
+    }
+
+    /**
+     * Converts the picture into a turned image of another size.
+     *
+     * @param wantedWidth 1 to 32768 pixels, after turning
+     * @param wantedHeight 1 to 32768 pixels, after turning
+     * @return a new image of the same type as {@link #toBufferedImage()}
+     * @throws IllegalArgumentException when a picture cannot have that size
+     * @throws MediaStateException when the picture is closed
+     */
+    public BufferedImage toShownImage(int wantedWidth, int wantedHeight) {
+        checkSize(wantedWidth, wantedHeight);
+        Presentation presentation = details.presentation;
+        BufferedImage image = presentation.swapsSides() ? toBufferedImage(wantedHeight, wantedWidth)
+                : toBufferedImage(wantedWidth, wantedHeight);
+        if (presentation.isUpright()) {
+            return image;
+        }
+        BufferedImage shown = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, image.getType()), wantedWidth,
+                wantedHeight);
+        int[] from = ((DataBufferInt) image.getRaster().getDataBuffer()).getData();
+        int[] to = ((DataBufferInt) shown.getRaster().getDataBuffer()).getData();
+        Presentation.Walk walk = presentation.walk(image.getWidth(), image.getHeight(), 1, image.getWidth());
+        for (int y = 0, next = 0; y < wantedHeight; y++) {
+            int pixel = walk.origin() + y * walk.down();
+            for (int x = 0; x < wantedWidth; x++, pixel += walk.across()) {
+                to[next++] = from[pixel];
+            }
+        }
+        return shown;
+    }
+
+    /**
+     * Turns the picture as players do. Its pixels are not stretched. They keep their format, except that those of some
+     * formats whose colours are coarser in one direction, such as yuv422p, become yuv444p.
+     *
+     * @return a new picture, which has no rotation and is not mirrored; it has the same memory when this one has neither
+     * @throws UnsupportedOperationException when the pixels cannot be converted for that
+     * @throws MediaStateException when the picture is closed
+     */
+    public Picture toUpright() {
+        Presentation presentation = details.presentation;
+        if (presentation.isUpright()) {
+            return new Picture(share(), format, width, height, offsets, lineSizes, details);
+        }
+        PixelFormat turnable = format.turnable(presentation.swapsSides());
+        if (turnable != format) {
+            try (Picture converted = convert(turnable)) {
+                return converted.toUpright();
+            }
+        }
+        int shownWidth = presentation.swapsSides() ? height : width;
+        int shownHeight = presentation.swapsSides() ? width : height;
+        Planes planes = Planes.of(format, shownWidth, shownHeight);
+        PictureMemory shared = share();
+        try {
+            PictureMemory to = shared.another(planes.size);
+            for (int plane = 0; plane < format.planes(); plane++) {
+                turn(shared.buffer(), to.buffer(), plane, planes);
+            }
+            if (format.reservesPalette()) {
+                to.buffer().put(planes.offsets[PALETTE_PLANE], shared.buffer(), offsets[PALETTE_PLANE],
+                        PALETTE_ENTRIES * Integer.BYTES);
+            }
+            return new Picture(to, format, shownWidth, shownHeight, planes.offsets, planes.lineSizes,
+                    details.turned(height % 2 == 0));
+        } finally {
+            shared.release();
+        }
+    }
+
+    private void turn(ByteBuffer from, ByteBuffer to, int plane, Planes planes) {
+        int step = format.pixelBytes(plane);
+        int columns = planes.lineSizes[plane] / step;
+        int storedColumns = format.rowBytes(plane, width) / step;
+        int storedRows = format.rows(plane, height);
+        Presentation.Walk walk = details.presentation.walk(storedColumns, storedRows, step, lineSizes[plane]);
+        int next = planes.offsets[plane];
+        for (int y = 0; y < (details.presentation.swapsSides() ? storedColumns : storedRows); y++) {
+            int pixel = offsets[plane] + walk.origin() + y * walk.down();
+            for (int x = 0; x < columns; x++, pixel += walk.across()) {
+                for (int i = 0; i < step; i++) {
+                    to.put(next++, from.get(pixel + i));
+                }
+            }
+        }
+    }
+
+    /**
      * Converts the picture into another pixel format.
      *
      * @param wanted the pixel format
@@ -294,7 +447,8 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Converts the picture into another pixel format and scales it with bicubic interpolation.
+     * Converts the picture into another pixel format and scales it with bicubic interpolation. A known shape of its
+     * pixels changes with the size, so that players show the new picture as they show this one.
      *
      * @param wanted the pixel format
      * @param wantedWidth 1 to 32768 pixels
@@ -307,29 +461,14 @@ public final class Picture implements AutoCloseable {
     public Picture convert(PixelFormat wanted, int wantedWidth, int wantedHeight) {
         Objects.requireNonNull(wanted, "wanted");
         checkSize(wantedWidth, wantedHeight);
-        int[] newOffsets = new int[offsets.length];
-        int[] newLineSizes = new int[lineSizes.length];
-        long size = 0;
-        for (int plane = 0; plane < wanted.planes(); plane++) {
-            newOffsets[plane] = (int) size;
-            newLineSizes[plane] = wanted.rowBytes(plane, wantedWidth);
-            size += (long) newLineSizes[plane] * wanted.rows(plane, wantedHeight);
-        }
-        if (wanted.reservesPalette()) {
-            newOffsets[PALETTE_PLANE] = (int) size;
-            size += PALETTE_ENTRIES * Integer.BYTES;
-        }
-        if (size > Integer.MAX_VALUE) {
-            throw new MediaException("no buffer holds " + wantedWidth + "x" + wantedHeight + " pixels of " + wanted
-                    + "; ask for a smaller size");
-        }
+        Planes planes = Planes.of(wanted, wantedWidth, wantedHeight);
         PictureMemory to;
         PictureMemory shared = share();
         try {
-            to = shared.another((int) size);
+            to = shared.another(planes.size);
             try {
                 ConverterPool.convert(shared, place(), to.buffer(),
-                        place(wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes));
+                        place(wanted, wantedWidth, wantedHeight, planes.offsets, planes.lineSizes));
             } catch (Throwable e) {
                 to.release();
                 throw e;
@@ -340,8 +479,10 @@ public final class Picture implements AutoCloseable {
         // Conversions between YUV formats keep the range of values, except for formats that are full range by
         // definition.
         boolean full = wanted.isFullRange() || details.fullRange && !wanted.isRgb() && !format.isFullRange();
-        return new Picture(to, wanted, wantedWidth, wantedHeight, newOffsets, newLineSizes,
-                details.withFullRange(full));
+        Rational shape = pixelShape().isKnown() ? pixelShape().times(width, wantedWidth).times(wantedHeight, height)
+                : pixelShape();
+        return new Picture(to, wanted, wantedWidth, wantedHeight, planes.offsets, planes.lineSizes,
+                details.with(full, details.presentation.withPixelShape(shape)));
     }
 
     /** Reports a lack of heap as an exception. Only the caller's large request has failed, not the process. */
@@ -371,10 +512,15 @@ public final class Picture implements AutoCloseable {
         return place;
     }
 
+    /** Whether a picture can be made in this size. */
+    static boolean isSize(long width, long height) {
+        return width >= 1 && width <= LARGEST_SIDE && height >= 1 && height <= LARGEST_SIDE
+                && width * height <= Integer.MAX_VALUE / Long.BYTES;
+    }
+
     private void checkSize(int wantedWidth, int wantedHeight) {
-        boolean own = wantedWidth == width && wantedHeight == height;
-        if (!own && (wantedWidth < 1 || wantedWidth > LARGEST_SIDE || wantedHeight < 1 || wantedHeight > LARGEST_SIDE
-                || (long) wantedWidth * wantedHeight > Integer.MAX_VALUE / Long.BYTES)) {
+        boolean own = wantedWidth == width && wantedHeight == height || wantedWidth == height && wantedHeight == width;
+        if (!own && !isSize(wantedWidth, wantedHeight)) {
             throw new IllegalArgumentException("no picture has " + wantedWidth + "x" + wantedHeight + " pixels");
         }
     }

@@ -179,6 +179,38 @@ public final class PixelFormat {
         return plane == 1 || plane == 2 ? ceilShift(height, description[PixelFormatFields.CHROMA_SHIFT_Y]) : height;
     }
 
+    /**
+     * Bytes from one pixel of a row to the next.
+     *
+     * @param plane 0 to {@link #planes()} - 1
+     */
+    int pixelBytes(int plane) {
+        int step = 1;
+        for (int component = 0; component < description[PixelFormatFields.COMPONENTS]; component++) {
+            if (of(component, PixelComponent.PLANE) == plane) {
+                step = Math.max(step, of(component, PixelComponent.STEP));
+            }
+        }
+        return step;
+    }
+
+    /**
+     * The format in which a picture of this one can be turned pixel by pixel: this one, unless pixels share bytes, or share
+     * colours in one direction only and rows are to become columns.
+     */
+    PixelFormat turnable(boolean swapsSides) {
+        int shiftX = description[PixelFormatFields.CHROMA_SHIFT_X];
+        int shiftY = description[PixelFormatFields.CHROMA_SHIFT_Y];
+        boolean sharesBytes = has(PixelFormatFlags.BITS) || shiftX > 0 && planes() == 1 || name.startsWith("bayer_");
+        if (!sharesBytes && (shiftX == shiftY || !swapsSides)) {
+            return this;
+        }
+        if (isRgb() || name.startsWith("mono")) {
+            return named("bgra");
+        }
+        return named(name.startsWith("yuv") && !sharesBytes ? name.replaceFirst("4[0-9]{2}", "444") : "yuv444p");
+    }
+
     private static boolean isChroma(int component) {
         return component == 1 || component == 2;
     }

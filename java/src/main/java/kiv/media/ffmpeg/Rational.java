@@ -56,6 +56,17 @@ public record Rational(long numerator, long denominator) {
         return Duration.ofSeconds(split[0].longValue(), split[1].longValue());
     }
 
+    /** This value times a positive fraction, in lowest terms; rounded where its parts do not fit. */
+    Rational times(int by, int dividedBy) {
+        BigInteger above = BigInteger.valueOf(numerator).multiply(BigInteger.valueOf(by));
+        BigInteger below = BigInteger.valueOf(denominator).multiply(BigInteger.valueOf(dividedBy));
+        BigInteger common = above.gcd(below).max(BigInteger.ONE);
+        above = above.divide(common);
+        below = below.divide(common);
+        int excess = Math.max(0, Math.max(above.bitLength(), below.bitLength()) - (Long.SIZE - 1));
+        return new Rational(above.shiftRight(excess).longValue(), below.shiftRight(excess).longValue());
+    }
+
     /** A time in these units as a duration; empty when either is unknown or the result is beyond its range. */
     Optional<Duration> time(long units) {
         if (units == Packet.NO_TIME || !isKnown()) {

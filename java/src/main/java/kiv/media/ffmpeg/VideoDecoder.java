@@ -38,6 +38,8 @@ public final class VideoDecoder implements AutoCloseable {
     private final NativeHandle handle;
     private final PictureMemoryPool pool;
     private final VideoFormat format;
+    /** Null when the packets are no reader's. */
+    private final MediaStream stream;
     private final PacketFilter filter;
     private final PacketTimes times = new PacketTimes();
     private final PictureClock clock;
@@ -51,6 +53,7 @@ public final class VideoDecoder implements AutoCloseable {
         }));
         this.pool = pool;
         this.format = format;
+        this.stream = stream;
         this.filter = new PacketFilter(stream);
         this.clock = new PictureClock(stream == null ? new Rational(0, 0) : stream.frameRate(), format.timeBase());
     }
@@ -290,6 +293,11 @@ public final class VideoDecoder implements AutoCloseable {
                 lineSizes, details(params, packet)));
     }
 
+    /** @param coded the shape of a pixel that the compressed picture states, if it does */
+    private Presentation presentation(Rational coded) {
+        return stream == null ? new Presentation(coded, 0, false) : stream.presentation(coded);
+    }
+
     private Picture.Details details(int[] params, Packet packet) {
         long key = params[VideoParams.PICTURE_TIME_LOW] & 0xFFFFFFFFL
                 | (long) params[VideoParams.PICTURE_TIME_HIGH] << 32;
@@ -297,7 +305,7 @@ public final class VideoDecoder implements AutoCloseable {
         return new Picture.Details(clock.complete(times.of(key, packet)), format.timeBase(), params[VideoParams.KEY_PICTURE] != 0,
                 interlaced != Interlacing.PROGRESSIVE, interlaced == Interlacing.TOP_FIELD_FIRST,
                 params[VideoParams.COLOR_RANGE] == ColorRange.FULL,
-                new Rational(params[VideoParams.PIXEL_WIDTH], params[VideoParams.PIXEL_HEIGHT]),
+                presentation(new Rational(params[VideoParams.PIXEL_WIDTH], params[VideoParams.PIXEL_HEIGHT])),
                 params[VideoParams.COLOR_SPACE]);
     }
 }

@@ -70,6 +70,24 @@ class MediaReaderTest {
                 + Reference.md5(packet.bytes());
     }
 
+    @ParameterizedTest
+    @CsvSource({"1, 0, 0, 1, 0, false", "0, 1, -1, 0, 90, false", "-1, 0, 0, -1, 180, false", "0, -1, 1, 0, 270, false",
+        "-1, 0, 0, 1, 0, true", "0, -1, -1, 0, 90, true", "1, 0, 0, -1, 180, true", "0, 1, 1, 0, 270, true",
+        "0.866, 0.5, -0.5, 0.866, 0, false", "0, 0, 0, 0, 0, false", "1, 0, 1, 0, 0, false", "0.01, 2, -2, 0, 90, false"})
+    void theMatrixOfAFilmTellsHowItIsTurned(double a, double b, double c, double d, int rotation, boolean mirrored,
+            @TempDir Path directory) throws IOException {
+        Path film = TestMedia.placed(TestMedia.stream("h264_baseline_320x240.mp4"), directory.resolve("a.mp4"), a, b, c, d);
+        try (MediaReader reader = MediaReader.open(film)) {
+            MediaStream video = reader.firstVideo().orElseThrow();
+            assertThat(List.of(video.rotation(), video.isMirrored())).containsExactly(rotation, mirrored);
+            assertThat(video.shownWidth()).isEqualTo(rotation % 180 == 0 ? 320 : 240);
+            try (VideoDecoder decoder = VideoDecoder.open(video)) {
+                Picture picture = decoder.pictures(reader).findFirst().orElseThrow();
+                assertThat(List.of(picture.rotation(), picture.isMirrored())).containsExactly(rotation, mirrored);
+            }
+        }
+    }
+
     @Test
     void seekingEndsAtAKeyPacketBeforeTheTime() throws IOException {
         try (MediaReader reader = MediaReader.open(TestMedia.film())) {

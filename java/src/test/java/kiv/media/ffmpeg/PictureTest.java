@@ -4,7 +4,9 @@ import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatCode;
 import static org.assertj.core.api.Assertions.within;
+import static org.assertj.core.api.Assertions.withinPercentage;
 
+import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
@@ -12,6 +14,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Spliterator;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.natives.ConverterPlace;
@@ -23,18 +26,26 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 class PictureTest {
 
-    private static final Picture.Details DETAILS = new Picture.Details(new PacketTimes.Times(3, 1),
-            new Rational(1, 25), true, false, false, false, new Rational(0, 1), 2);
+    private static final Picture.Details DETAILS = details(new Rational(0, 1), 0, false);
     private static final int[] PALETTE_BEHIND = {0, 16, 0, 0};
 
-    /** A picture of one colour after the other, row by row, in lines with padding. */
+    private static Picture.Details details(Rational pixelShape, int rotation, boolean mirrored) {
+        return new Picture.Details(new PacketTimes.Times(3, 1), new Rational(1, 25), true, true, true, false,
+                new Presentation(pixelShape, rotation, mirrored), 2);
+    }
+
     private static Picture picture(int width, int height, int... argb) {
+        return picture(DETAILS, width, height, argb);
+    }
+
+    /** A picture of one colour after the other, row by row, in lines with padding. */
+    private static Picture picture(Picture.Details details, int width, int height, int... argb) {
         int lineSize = width * Integer.BYTES + 12;
         ByteBuffer bytes = ByteBuffer.allocate(8 + lineSize * height).order(ByteOrder.LITTLE_ENDIAN);
         for (int i = 0; i < width * height; i++) {
             bytes.putInt(8 + i / width * lineSize + i % width * Integer.BYTES, argb[i % argb.length]);
         }
-        return picture("bgra", width, height, bytes.array(), DETAILS, new int[] {8, 0, 0, 0}, lineSize);
+        return picture("bgra", width, height, bytes.array(), details, new int[] {8, 0, 0, 0}, lineSize);
     }
 
     private static Picture picture(String format, int width, int height, byte[] bytes, Picture.Details details,
@@ -75,6 +86,57 @@ class PictureTest {
                     }
                 }
             }
+        }
+    }
+
+    /** Letters stand for pixels, row by row: abc above def are stored. */
+    @ParameterizedTest
+    @CsvSource({"0, false, abcdef, true, true", "90, false, daebfc, false, true", "180, false, fedcba, true, false",
+        "270, false, cfbead, false, true", "0, true, cbafed, true, true", "90, true, fcebda, false, true",
+        "180, true, defabc, true, false", "270, true, adbecf, false, true"})
+    void picturesAreTurnedAsPlayersDo(int rotation, boolean mirrored, String expected, boolean interlaced,
+            boolean topFirst) {
+        int[] letters = {0xFF000061, 0xFF000062, 0xFF000063, 0xFF000064, 0xFF000065, 0xFF000066};
+        int[] turned = expected.chars().map(letter -> 0xFF000000 | letter).toArray();
+        try (Picture picture = picture(details(new Rational(0, 1), rotation, mirrored), 3, 2, letters);
+                Picture upright = picture.toUpright()) {
+            assertThat(upright.toArgb()).containsExactly(turned);
+            BufferedImage shown = picture.toShownImage();
+            assertThat(shown.getRGB(0, 0, shown.getWidth(), shown.getHeight(), null, 0, shown.getWidth()))
+                    .containsExactly(turned);
+            assertThat(List.of(upright.width(), upright.height(), upright.rotation()))
+                    .containsExactly(picture.shownWidth(), picture.shownHeight(), 0);
+            assertThat(List.of(upright.isInterlaced(), upright.isTopFieldFirst())).containsExactly(interlaced, topFirst);
+            assertThat(picture.toArgb()).containsExactly(letters);
+        }
+    }
+
+    /** Stretching shrinks neither side, and is left out where it would make an impossible picture. */
+    @ParameterizedTest
+    @CsvSource({"16, 15, 0, 32, 20", "8, 9, 0, 30, 23", "16, 15, 270, 20, 32", "1, 1, 0, 30, 20", "-16, 15, 0, 30, 20",
+        "1, 100000, 0, 30, 20", "9223372036854775807, 1, 90, 20, 30"})
+    void pixelsAreStretchedUntilTheyAreSquare(long above, long below, int rotation, int width, int height) {
+        try (Picture picture = picture(details(new Rational(above, below), rotation, false), 30, 20, 0xFF848484);
+                Picture upright = picture.toUpright(); Picture scaled = picture.convert(picture.format(), 60, 10)) {
+            assertThat(List.of(picture.shownWidth(), picture.shownHeight())).containsExactly(width, height);
+            assertThat(picture.toShownImage().getWidth()).isEqualTo(width);
+            assertThat(List.of(upright.shownWidth(), upright.shownHeight())).as("turned").containsExactly(width, height);
+            assertThat(scaled.pixelShape().toDouble() * 4).as("scaled")
+                    .isCloseTo(picture.pixelShape().toDouble(), withinPercentage(1));
+        }
+    }
+
+    @ParameterizedTest
+    @CsvSource({"yuv420p, yuv420p", "yuv422p, yuv444p", "yuyv422, yuv444p", "yuv420p10le, yuv420p10le", "nv12, nv12",
+        "gray, gray", "yuvj422p, yuvj444p", "monow, bgra", "rgb24, rgb24"})
+    void everyFormatIsTurned(String name, String turned) {
+        int[] pixels = IntStream.range(0, 64 * 32).map(i -> i % 64 < 32 ? 0xFF000000 : 0xFFFFFFFF).toArray();
+        try (Picture picture = picture(details(new Rational(0, 1), 90, false), 64, 32, pixels);
+                Picture upright = picture.convert(PixelFormat.named(name)).toUpright()) {
+            assertThat(upright.format().name()).isEqualTo(turned);
+            int[] argb = upright.toArgb();
+            assertThat(IntStream.range(0, argb.length).filter(i -> (argb[i] & 0xFF) > 0x80 != i >= 32 * 32))
+                    .hasSizeLessThan(64);
         }
     }
 
@@ -182,7 +244,7 @@ class PictureTest {
         Arrays.fill(bytes, 256, 512, (byte) blue);
         Arrays.fill(bytes, 512, 768, (byte) red);
         Picture.Details details = new Picture.Details(new PacketTimes.Times(0, 0), new Rational(1, 25), true, false, false,
-                full, new Rational(0, 1), space);
+                full, DETAILS.presentation(), space);
         try (Picture picture = picture("yuv444p", 16, 16, bytes, details, new int[] {0, 256, 512, 0}, 16, 16, 16);
                 Picture rgb = picture.convert(PixelFormat.named("rgb24"), 8, 8)) {
             assertThat(rgb.isFullRange()).isFalse();

@@ -3,6 +3,7 @@ package kiv.media.ffmpeg;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.UncheckedIOException;
+import java.nio.ByteBuffer;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -51,6 +52,23 @@ public final class TestMedia {
     /** The program that decodes with FFmpeg directly. */
     public static Path referenceDecoder() {
         return existing(place("KIV_REFERENCE_DECODER", "release/tests/reference_decoder"));
+    }
+
+    /** Writes a copy of an MP4 film that asks players to place its pictures by a matrix of two rows, of 16.16 bits. */
+    public static Path placed(Path film, Path copy, double... matrix) {
+        try {
+            ByteBuffer bytes = ByteBuffer.wrap(Files.readAllBytes(film));
+            int at = 0;
+            while (bytes.getInt(at) != 0x746B6864) { // "tkhd" of the first track
+                at++;
+            }
+            for (int i = 0; i < matrix.length; i++) {
+                bytes.putInt(at + 44 + Integer.BYTES * (i / 2 * 3 + i % 2), (int) Math.round(matrix[i] * (1 << 16)));
+            }
+            return Files.write(copy, bytes.array());
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
     }
 
     /** FFmpeg's directory, with the libraries that the others need loaded. */

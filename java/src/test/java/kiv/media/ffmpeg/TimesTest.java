@@ -53,7 +53,8 @@ class TimesTest {
         PictureClock clock = new PictureClock(new Rational(24_000, 1001), new Rational(1, 1000));
         for (int stream = 0; stream < 2; stream++) {
             for (long[] row : rows) {
-                assertThat(clock.complete(new PacketTimes.Times(row[0], row[1]))).isEqualTo(new PacketTimes.Times(row[2], row[3]));
+                assertThat(clock.complete(new PacketTimes.Times(row[0], row[1])))
+                        .isEqualTo(new PacketTimes.Times(row[2], row[3]));
             }
             clock.begin();
         }

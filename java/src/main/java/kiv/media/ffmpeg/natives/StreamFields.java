@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class StreamFields {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 23;
+    @Native public static final int SIZE = 26;
 
     /** One of {@link MediaType}. */
     @Native public static final int MEDIA_TYPE = 0;
@@ -76,6 +76,15 @@ public final class StreamFields {
 
     /** Whether this FFmpeg has a decoder (1) or not (0). */
     @Native public static final int DECODABLE = 22;
+
+    /** Degrees by which a player turns the pictures clockwise: 0, 90, 180 or 270. */
+    @Native public static final int ROTATION = 23;
+
+    /** Whether a player swaps left and right before it turns the pictures (1) or not (0). */
+    @Native public static final int MIRRORED = 24;
+
+    /** Whether the shape of a pixel is the container's (1) or the compressed video's (0). */
+    @Native public static final int CONTAINER_STATES_SHAPE = 25;
 
     private StreamFields() {
     }
