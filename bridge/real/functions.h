@@ -27,6 +27,7 @@
     X(void, av_frame_unref, (frame *))                                                                                 \
     X(int, av_frame_get_buffer, (frame *, int))                                                                        \
     X(int, av_frame_copy, (frame *, const frame *))                                                                    \
+    X(int, av_frame_copy_props, (frame *, const frame *))                                                              \
     X(AVBufferRef *, av_buffer_create, (uint8_t *, size_t, void (*)(void *, uint8_t *), void *, int))                  \
     X(AVBufferRef *, av_buffer_alloc, (size_t))                                                                        \
     X(AVBufferRef *, av_buffer_ref, (const AVBufferRef *))                                                             \
