@@ -43,8 +43,9 @@ dsd_codec make_codec(const real::dsd_ffmpeg &dsp_ffmpeg, const real::codec &dsp_
     dsl_codec.dsc_old.type = static_cast<AVMediaType>(dsp_real.type);
     dsl_codec.dsc_old.id = iep_id;
     dsl_codec.dsc_old.capabilities = dsp_real.capabilities & ~CODEC_CAP_TRUNCATED;
-    if (bp_decoder && dsl_codec.adsc_name->bc_truncated)
-        dsl_codec.dsc_old.capabilities |= CODEC_CAP_TRUNCATED;
+    // Callers drain the same decoders as ever: where the newer ones keep something back, it is what the older ones lost.
+    if (const int inl_old = dsl_codec.adsc_name->inc_capabilities; bp_decoder && inl_old >= 0)
+        dsl_codec.dsc_old.capabilities = (dsl_codec.dsc_old.capabilities & ~CODEC_CAP_DELAY) | inl_old;
     dsl_codec.dsc_old.sample_fmts = dsp_real.sample_fmts;
     return dsl_codec;
 }

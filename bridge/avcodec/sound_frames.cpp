@@ -30,12 +30,12 @@ int mpeg_audio_length(bytes utp_frame)
 {
     if (utp_frame.size() < 4 || utp_frame[0] != 0xFF || (utp_frame[1] & 0xE0) != 0xE0)
         return 0;
-    const int inl_version = utp_frame[1] >> 3 & 3; // 0: 2.5, 2: 2, 3: 1
+    const int inl_version = utp_frame[1] >> 3 & 3; // 3: MPEG-1, 2: MPEG-2; 0 and, in the 56 line, 1: MPEG-2.5
     const int inl_layer = 4 - (utp_frame[1] >> 1 & 3);
     const size_t ull_bit_rate = utp_frame[2] >> 4;
     const size_t ull_rate = utp_frame[2] >> 2 & 3;
     const int inl_padding = utp_frame[2] >> 1 & 1;
-    if (inl_version == 1 || inl_layer == 4 || ull_bit_rate == 0 || ull_bit_rate == 15 || ull_rate == 3)
+    if (inl_layer == 4 || ull_bit_rate == 0 || ull_bit_rate == 15 || ull_rate == 3)
         return 0;
     const bool bl_first = inl_version == 3; // MPEG-1
     static constexpr int ainl_rates[] = {44100, 48000, 32000};

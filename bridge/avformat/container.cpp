@@ -37,25 +37,22 @@ int set_number(void *avp_context, const char *strp_name, int64_t ilp_value)
 
 constexpr old::dsd_option_class s_class{{"AVFormatContext", {}, nullptr, {}}, &set_text, &set_number};
 
-/** A list of options for each stream that is there. */
-class c_stream_options
+/** Some lists of options. */
+class c_options
 {
 public:
-    c_stream_options(const real::dsd_ffmpeg &dsp_ffmpeg, size_t ulp_streams)
-        : dsc_ffmpeg(dsp_ffmpeg), adsc_options(ulp_streams)
-    {
-    }
-    ~c_stream_options()
+    c_options(const real::dsd_ffmpeg &dsp_ffmpeg, size_t ulp_lists) : dsc_ffmpeg(dsp_ffmpeg), adsc_options(ulp_lists) {}
+    ~c_options()
     {
         for (AVDictionary *&adsl_options : adsc_options)
             dsc_ffmpeg.av_dict_free(&adsl_options);
     }
-    c_stream_options(const c_stream_options &) = delete;
-    c_stream_options &operator=(const c_stream_options &) = delete;
+    c_options(const c_options &) = delete;
+    c_options &operator=(const c_options &) = delete;
 
-    void set(size_t ulp_stream, const char *strp_name, const char *strp_value)
+    void set(size_t ulp_list, const char *strp_name, const char *strp_value)
     {
-        dsc_ffmpeg.av_dict_set(&adsc_options[ulp_stream], strp_name, strp_value, 0);
+        dsc_ffmpeg.av_dict_set(&adsc_options[ulp_list], strp_name, strp_value, 0);
     }
     AVDictionary **get() noexcept { return adsc_options.empty() ? nullptr : adsc_options.data(); }
 
@@ -112,7 +109,10 @@ int c_container::open(const char *strp_name, const real::input_format *adsp_form
         dsc_source = std::make_unique<c_real_source>(dsc_ffmpeg, *reinterpret_cast<dsd_source *>(context().pb));
         dsl_layout.pb.of(adsl_real) = dsc_source->get();
     }
-    const int inl_result = dsc_ffmpeg.avformat_open_input(&adsl_real, strp_name, adsp_format, aadsp_options);
+    c_options dsl_defaults(dsc_ffmpeg, 1);
+    dsl_defaults.set(0, "max_size", "4096"); // of the packets of WAV, as in the 56 line
+    const int inl_result = dsc_ffmpeg.avformat_open_input(
+        &adsl_real, strp_name, adsp_format, aadsp_options != nullptr ? aadsp_options : dsl_defaults.get());
     if (inl_result < 0) {
         dsc_source.reset();
         return inl_result;
@@ -126,7 +126,7 @@ int c_container::examine_streams()
 {
     if (adsc_real == nullptr)
         return AVERROR(EINVAL);
-    c_stream_options dsl_options(dsc_ffmpeg, dsc_streams.size());
+    c_options dsl_options(dsc_ffmpeg, dsc_streams.size());
     for (size_t ull_stream = 0; ull_stream < dsc_streams.size(); ++ull_stream)
         if ((dsc_streams[ull_stream]->dsc_old.codec->flags2 & CODEC_FLAG2_SKIP_MANUAL) != 0)
             dsl_options.set(ull_stream, "flags2", "+skip_manual");

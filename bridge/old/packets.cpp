@@ -39,6 +39,9 @@ int type_to_real(int inp_old)
     return inp_old >= in_first_moved_old ? inp_old - in_first_moved_old + in_first_moved_real : inp_old;
 }
 
+/** A packet's flags in the 56 line: a key frame, and damage. */
+constexpr int in_known_flags = 3;
+
 /** An element of merged side data is followed by its size and its type. */
 constexpr int in_element_trailer = 5;
 constexpr int in_marker_size = 8;
@@ -129,7 +132,7 @@ void move_packet(const real::dsd_ffmpeg &dsp_ffmpeg, real::packet &dsp_from, AVP
     dsp_to.pts = dsp_from.pts;
     dsp_to.dts = dsp_from.dts;
     dsp_to.stream_index = dsp_from.stream_index;
-    dsp_to.flags = dsp_from.flags;
+    dsp_to.flags = dsp_from.flags & in_known_flags;
     dsp_to.duration = static_cast<int>(std::clamp<int64_t>(dsp_from.duration, INT_MIN, INT_MAX));
     dsp_to.pos = dsp_from.pos;
     dsp_ffmpeg.av_packet_unref(&dsp_from);

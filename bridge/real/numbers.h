@@ -22,7 +22,7 @@ struct dsd_codec_name
 {
     int inc_number;
     const char *strc_name;
-    bool bc_truncated; /**< the 56 line's decoder takes packets that are cut anywhere */
+    int inc_capabilities; /**< CODEC_CAP_DELAY and CODEC_CAP_TRUNCATED of the 56 line's decoder; -1 without one */
 };
 
 /** A pixel format as callers know it: AVPixFmtDescriptor with all its fields. */

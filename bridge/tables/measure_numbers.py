@@ -49,8 +49,7 @@ class CodecDescriptor(ctypes.Structure):
 
 class Codec(ctypes.Structure):  # libavcodec 56's
     _fields_ = [("name", ctypes.c_char_p), ("long_name", ctypes.c_char_p), ("type", ctypes.c_int),
-                ("id", ctypes.c_int), ("capabilities", ctypes.c_uint32), ("gap", ctypes.c_uint8 * 76),
-                ("next", ctypes.c_void_p)]
+                ("id", ctypes.c_int), ("capabilities", ctypes.c_uint32)]
 
 
 def codecs():
@@ -64,18 +63,12 @@ def codecs():
     return found
 
 
-def truncated_decoders():
-    """The codecs whose decoder takes packets that are cut anywhere."""
+def decoder_capabilities():
+    """The capabilities of each codec's decoder, for those that have one."""
     avcodec.avcodec_register_all()
-    step = avcodec.av_codec_next
-    step.restype = ctypes.POINTER(Codec)
-    step.argtypes = [ctypes.c_void_p]
-    found, at = [], step(None)
-    while at:
-        if at.contents.capabilities & 8:
-            found.append(at.contents.id)
-        at = step(ctypes.cast(at, ctypes.c_void_p))
-    return sorted(set(found))
+    find = avcodec.avcodec_find_decoder
+    find.restype = ctypes.POINTER(Codec)
+    return {number: find(number).contents.capabilities for number, _, _ in codecs() if find(number)}
 
 
 def old_formats(count):
@@ -103,5 +96,5 @@ def formats():
     return found
 
 
-json.dump({"codecs": codecs(), "truncated": truncated_decoders() if IS_OLD else [],
+json.dump({"codecs": codecs(), "capabilities": decoder_capabilities() if IS_OLD else {},
            "formats": old_formats(int(sys.argv[4])) if IS_OLD else formats()}, sys.stdout)

@@ -12,6 +12,7 @@ HEAD = "// Measured by bridge/tables/make_tables.sh; not written by hand.\n"
 FIRST_NEW_CODEC = 0x22000  # behind the last number of libavcodec 56, but for its few numbers made of letters
 FLAGS_OF_OLD = 0xFF  # those that an old descriptor has room for
 BAYER = 0x100
+CAPABILITIES = 0x28      # CODEC_CAP_DELAY and CODEC_CAP_TRUNCATED
 
 
 def numbers(major):
@@ -59,14 +60,15 @@ def write_codecs():
     rows, known = [], set()
     for number, name, _ in old["codecs"]:
         known.add(name)
-        rows.append((number, name, "true" if number in old["truncated"] else "false"))
+        capabilities = old["capabilities"].get(str(number))
+        rows.append((number, name, -1 if capabilities is None else capabilities & CAPABILITIES))
     young = {}
     for major in MAJORS:
         for number, name, _ in sorted(numbers(major)["codecs"]):
             if name not in known:
                 young.setdefault(name, len(young))
-    rows += [(FIRST_NEW_CODEC + index, name, "false") for name, index in young.items()]
-    write("codecs.inc", [f'{{{number}, "{name}", {truncated}}},' for number, name, truncated in sorted(rows)])
+    rows += [(FIRST_NEW_CODEC + index, name, -1) for name, index in young.items()]
+    write("codecs.inc", [f'{{{number}, "{name}", {capabilities}}},' for number, name, capabilities in sorted(rows)])
     gone = known - {name for major in MAJORS for _, name, _ in numbers(major)["codecs"]}
     print("codecs that no newer FFmpeg has:", *sorted(gone))
 
