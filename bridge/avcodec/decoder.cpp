@@ -182,8 +182,12 @@ c_decoder::dsd_result c_decoder::decode_cut_anywhere(AVFrame &dsp_frame, const A
 c_decoder::dsd_result c_decoder::decode_sound(AVFrame &dsp_frame, const AVPacket &dsp_packet, real::packet &dsp_whole)
 {
     const AVCodecID iel_codec = dsc_codec.dsc_old.id;
-    const auto inl_length =
-        first_frame_length(iel_codec, {dsp_whole.data, static_cast<size_t>(dsp_whole.size)}, dsc_context.block_align);
+    const dsd_sound_stream dsl_stream{.iec_codec = iel_codec,
+                                      .inc_block_align = dsc_context.block_align,
+                                      .inc_channels = dsc_context.channels,
+                                      .inc_coded_bits = dsc_context.bits_per_coded_sample,
+                                      .inc_sample_bits = dsc_ffmpeg.av_get_bits_per_sample(dsc_codec.adsc_real->id)};
+    const auto inl_length = first_frame_length(dsl_stream, {dsp_whole.data, static_cast<size_t>(dsp_whole.size)});
     if (!inl_length)
         return {in_invalid_data};
     const bool bl_more = *inl_length < dsp_whole.size;

@@ -112,11 +112,40 @@ int first_amr_frame(bytes utp_bytes)
     return inl_length == 0 ? whole(utp_bytes) : at_most_whole(utp_bytes, inl_length);
 }
 
+int first_block(const dsd_sound_stream &dsp_stream, bytes utp_bytes)
+{
+    return dsp_stream.inc_block_align > 0 ? at_most_whole(utp_bytes, dsp_stream.inc_block_align) : whole(utp_bytes);
+}
+
+/** A block of IMA ADPCM as WAV has it: a header for each channel, and groups of bytes that alternate between them. */
+int first_ima_block(const dsd_sound_stream &dsp_stream, bytes utp_bytes)
+{
+    const int inl_block = first_block(dsp_stream, utp_bytes);
+    const int inl_group =
+        (dsp_stream.inc_coded_bits % 2 == 0 ? 4 : 4 * dsp_stream.inc_coded_bits) * dsp_stream.inc_channels;
+    const int inl_headers = 4 * dsp_stream.inc_channels;
+    return inl_group <= 0 || inl_block < inl_headers + inl_group
+               ? inl_block
+               : inl_headers + (inl_block - inl_headers) / inl_group * inl_group;
+}
+
+bool is_pcm(AVCodecID iep_codec)
+{
+    return iep_codec >= AV_CODEC_ID_PCM_S16LE && iep_codec < AV_CODEC_ID_PCM_S16LE + 0x1000;
+}
+
+/** Samples of all channels; the rest of a block that ends within them is for the next call. */
+int whole_samples(const dsd_sound_stream &dsp_stream, bytes utp_bytes)
+{
+    const int inl_unit = dsp_stream.inc_channels * dsp_stream.inc_sample_bits / 8;
+    return inl_unit <= 0 || whole(utp_bytes) < inl_unit ? whole(utp_bytes) : whole(utp_bytes) / inl_unit * inl_unit;
+}
+
 } // namespace
 
-std::optional<int> first_frame_length(AVCodecID iep_codec, std::span<const uint8_t> utp_bytes, int inp_block_align)
+std::optional<int> first_frame_length(const dsd_sound_stream &dsp_stream, std::span<const uint8_t> utp_bytes)
 {
-    switch (static_cast<int>(iep_codec)) {
+    switch (static_cast<int>(dsp_stream.iec_codec)) {
     case in_mp1:
     case in_mp2:
     case AV_CODEC_ID_MP3:
@@ -127,9 +156,10 @@ std::optional<int> first_frame_length(AVCodecID iep_codec, std::span<const uint8
         return first_ac3_frame(utp_bytes);
     case AV_CODEC_ID_AMR_NB:
         return first_amr_frame(utp_bytes);
+    case AV_CODEC_ID_ADPCM_IMA_WAV:
+        return first_ima_block(dsp_stream, utp_bytes);
     case AV_CODEC_ID_WMAV1:
     case AV_CODEC_ID_WMAV2:
-    case AV_CODEC_ID_ADPCM_IMA_WAV:
     case AV_CODEC_ID_ADPCM_IMA_DK3:
     case AV_CODEC_ID_ADPCM_IMA_DK4:
     case AV_CODEC_ID_ADPCM_MS:
@@ -137,9 +167,9 @@ std::optional<int> first_frame_length(AVCodecID iep_codec, std::span<const uint8
     case AV_CODEC_ID_ATRAC3:
     case AV_CODEC_ID_SIPR:
     case in_gsm:
-        return inp_block_align > 0 ? at_most_whole(utp_bytes, inp_block_align) : whole(utp_bytes);
+        return first_block(dsp_stream, utp_bytes);
     default:
-        return whole(utp_bytes);
+        return is_pcm(dsp_stream.iec_codec) ? whole_samples(dsp_stream, utp_bytes) : whole(utp_bytes);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "bridge/avformat/container.h"
 
 #include "bridge/old/contexts.h"
+#include "bridge/old/entry.h"
 #include "bridge/old/options.h"
 #include "bridge/old/packets.h"
 
@@ -35,7 +36,8 @@ int set_number(void *avp_context, const char *strp_name, int64_t ilp_value)
     return set_text(avp_context, strp_name, std::to_string(ilp_value).c_str());
 }
 
-constexpr old::dsd_option_class s_class{{"AVFormatContext", {}, nullptr, {}}, &set_text, &set_number};
+constexpr old::dsd_option s_options[] = {old::option_of("fflags", offsetof(AVFormatContext, flags)), {}};
+const old::dsd_option_class s_class{{"AVFormatContext", {}, old::table_of(s_options), {}}, &set_text, &set_number};
 
 /** Some lists of options. */
 class c_options
@@ -229,3 +231,8 @@ void c_container::show_stream(real::stream *adsp_from, AVStream &dsp_to)
 }
 
 } // namespace bridge::avformat
+
+BRIDGE_ENTRY const AVClass *avformat_get_class(void)
+{
+    return &bridge::avformat::s_class.dsc_class;
+}

@@ -87,3 +87,22 @@ BRIDGE_ENTRY AVStream *avformat_new_stream(AVFormatContext *adsp_context, const 
         return &dsl_stream;
     });
 }
+
+BRIDGE_ENTRY const AVCodecTag *avformat_get_riff_audio_tags(void)
+{
+    return enter<const AVCodecTag *>(
+        nullptr, [](const dsd_ffmpeg &dsp_ffmpeg) { return dsp_ffmpeg.avformat_get_riff_audio_tags(); });
+}
+
+BRIDGE_ENTRY const AVCodecTag *avformat_get_riff_video_tags(void)
+{
+    return enter<const AVCodecTag *>(
+        nullptr, [](const dsd_ffmpeg &dsp_ffmpeg) { return dsp_ffmpeg.avformat_get_riff_video_tags(); });
+}
+
+BRIDGE_ENTRY AVCodecID av_codec_get_id(const AVCodecTag *const *aadsp_tags, unsigned int unp_tag)
+{
+    return enter(AV_CODEC_ID_NONE, [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        return dsp_ffmpeg.dsc_numbers.old_codec(dsp_ffmpeg.av_codec_get_id(aadsp_tags, unp_tag));
+    });
+}

@@ -54,3 +54,21 @@ BRIDGE_ENTRY int av_buffer_get_ref_count(const AVBufferRef *adsp_buffer)
 {
     return enter(1, [&](const auto &dsp_ffmpeg) { return dsp_ffmpeg.av_buffer_get_ref_count(adsp_buffer); });
 }
+
+BRIDGE_ENTRY AVBufferRef *av_buffer_create(uint8_t *autp_bytes, int inp_size, void (*adsp_free)(void *, uint8_t *),
+                                           void *avp_opaque, int inp_flags)
+{
+    return enter<AVBufferRef *>(nullptr, [&](const auto &dsp_ffmpeg) {
+        return dsp_ffmpeg.av_buffer_create(autp_bytes, static_cast<size_t>(inp_size), adsp_free, avp_opaque, inp_flags);
+    });
+}
+
+BRIDGE_ENTRY AVBufferRef *av_buffer_ref(AVBufferRef *adsp_buffer)
+{
+    return enter<AVBufferRef *>(nullptr, [&](const auto &dsp_ffmpeg) { return dsp_ffmpeg.av_buffer_ref(adsp_buffer); });
+}
+
+BRIDGE_ENTRY void av_buffer_unref(AVBufferRef **aadsp_buffer)
+{
+    enter([&](const auto &dsp_ffmpeg) { dsp_ffmpeg.av_buffer_unref(aadsp_buffer); });
+}

@@ -3,8 +3,10 @@
 #include "bridge/old/entry.h"
 #include "bridge/real/number_tables.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <span>
 
 using bridge::enter;
 using bridge::real::dsd_ffmpeg;
@@ -86,11 +88,18 @@ BRIDGE_ENTRY int av_image_fill_pointers(uint8_t **aautp_planes, AVPixelFormat ie
                                         uint8_t *autp_picture, const int *ainp_linesizes)
 {
     return enter(AVERROR(ENOSYS), [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        // Without a picture the 56 line computes offsets, and the newer FFmpeg nothing: it gets an address that is none.
+        constexpr uintptr_t ul_nowhere = 4096;
+        uint8_t *autl_picture = autp_picture != nullptr ? autp_picture : reinterpret_cast<uint8_t *>(ul_nowhere);
         const dsd_pixel_format *adsl_format = find_format(iep_format);
-        const int inl_size = dsp_ffmpeg.av_image_fill_pointers(aautp_planes, real_format(dsp_ffmpeg, iep_format),
-                                                               inp_height, autp_picture, ainp_linesizes);
-        return inl_size < 0 || adsl_format == nullptr ? inl_size
-                                                      : add_palette(*adsl_format, inl_size, aautp_planes, autp_picture);
+        int inl_size = dsp_ffmpeg.av_image_fill_pointers(aautp_planes, real_format(dsp_ffmpeg, iep_format), inp_height,
+                                                         autl_picture, ainp_linesizes);
+        if (inl_size >= 0 && adsl_format != nullptr)
+            inl_size = add_palette(*adsl_format, inl_size, aautp_planes, autl_picture);
+        for (uint8_t *&autl_plane : std::span(aautp_planes, 4))
+            if (autp_picture == nullptr && autl_plane != nullptr)
+                autl_plane -= ul_nowhere;
+        return inl_size;
     });
 }
 

@@ -7,7 +7,7 @@
 
 #include "bridge/real/types.h"
 
-#include <cstdarg>
+struct AVCodecTag; // a table of FFmpeg's, for its own functions only
 
 // clang-format off
 #define BRIDGE_AVUTIL_FUNCTIONS(X)                                                                                     \
@@ -62,6 +62,7 @@
     X(const codec *, avcodec_find_decoder, (int))                                                                      \
     X(const codec *, avcodec_find_decoder_by_name, (const char *))                                                     \
     X(const codec *, avcodec_find_encoder, (int))                                                                      \
+    X(int, av_get_bits_per_sample, (int))                                                                              \
     X(const codec_descriptor *, avcodec_descriptor_get, (int))                                                         \
     X(const codec_descriptor *, avcodec_descriptor_get_by_name, (const char *))                                        \
     X(context *, avcodec_alloc_context3, (const codec *))                                                              \
@@ -89,6 +90,9 @@
 #define BRIDGE_AVFORMAT_FUNCTIONS(X)                                                                                   \
     X(unsigned int, avformat_version, (void))                                                                          \
     X(const input_format *, av_find_input_format, (const char *))                                                      \
+    X(const AVCodecTag *, avformat_get_riff_audio_tags, (void))                                                        \
+    X(const AVCodecTag *, avformat_get_riff_video_tags, (void))                                                        \
+    X(int, av_codec_get_id, (const AVCodecTag *const *, unsigned int))                                                 \
     X(format_context *, avformat_alloc_context, (void))                                                                \
     X(void, avformat_free_context, (format_context *))                                                                 \
     X(io_context *, avio_alloc_context, (unsigned char *, int, int, void *, int (*)(void *, uint8_t *, int),           \

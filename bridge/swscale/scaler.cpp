@@ -1,6 +1,7 @@
 // libswscale.so.3: the caller's SwsContext is the loaded FFmpeg's own.
 
 #include "bridge/old/entry.h"
+#include "bridge/old/options.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -100,4 +101,25 @@ BRIDGE_ENTRY int sws_setColorspaceDetails(SwsContext *adsp_scaler, const int *ai
                                                    ainp_dst_table, inp_dst_range, inp_brightness, inp_contrast,
                                                    inp_saturation);
     });
+}
+
+BRIDGE_ENTRY const AVClass *sws_get_class(void)
+{
+    using bridge::old::constant_of;
+    static constexpr bridge::old::dsd_option dsl_options[] = {
+        constant_of("fast_bilinear", SWS_FAST_BILINEAR),
+        constant_of("bilinear", SWS_BILINEAR),
+        constant_of("bicubic", 0x4),
+        constant_of("experimental", 0x8),
+        constant_of("neighbor", SWS_POINT),
+        constant_of("area", 0x20),
+        constant_of("bicublin", 0x40),
+        constant_of("gauss", 0x80),
+        constant_of("sinc", 0x100),
+        constant_of("lanczos", 0x200),
+        constant_of("spline", SWS_SPLINE),
+        {},
+    };
+    static const AVClass dsl_class{"SWScaler", {}, bridge::old::table_of(dsl_options), {}};
+    return &dsl_class;
 }
