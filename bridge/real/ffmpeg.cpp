@@ -2,14 +2,10 @@
 
 #include "bridge/real/loading.h"
 
-#include <dlfcn.h>
-
 #include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <new>
-#include <string>
-#include <string_view>
 
 namespace bridge::real
 {
@@ -17,24 +13,13 @@ namespace bridge::real
 namespace
 {
 
-/** The directory of the file that has this code. */
-std::string own_directory()
-{
-    Dl_info dsl_info{};
-    if (dladdr(reinterpret_cast<const void *>(&kiv_bridge_ffmpeg), &dsl_info) == 0 || dsl_info.dli_fname == nullptr)
-        return ".";
-    const std::string_view strl_file(dsl_info.dli_fname);
-    const size_t ull_slash = strl_file.rfind('/');
-    return ull_slash == std::string_view::npos ? "." : std::string(strl_file.substr(0, ull_slash));
-}
-
 const dsd_loaded &loaded()
 {
     // Never destroyed: other threads and the destructors of other libraries may use it until the process ends.
     alignas(dsd_loaded) static std::byte utl_memory[sizeof(dsd_loaded)];
     static const dsd_loaded &dsl_loaded = [&]() -> const dsd_loaded & {
         const dsd_loaded *adsl_made =
-            std::construct_at(reinterpret_cast<dsd_loaded *>(utl_memory), load(own_directory()));
+            std::construct_at(reinterpret_cast<dsd_loaded *>(utl_memory), load(bridge_directories()));
         if (!adsl_made->strc_error.empty())
             std::fprintf(stderr, "ffmpeg bridge: %s\n", adsl_made->strc_error.c_str());
         return *adsl_made;

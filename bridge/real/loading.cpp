@@ -6,12 +6,14 @@
 #include <link.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <filesystem>
 #include <optional>
 #include <set>
 #include <string_view>
+#include <vector>
 
 namespace bridge::real
 {
@@ -153,6 +155,10 @@ std::optional<int> avcodec_major(std::string_view strp_file)
     return inl_major;
 }
 
+/** The files of the bridge. */
+constexpr std::string_view s_bridge[] = {"libavutil.so.54", "libswresample.so.1", "libswscale.so.3", "libavcodec.so.56",
+                                         "libavformat.so.56"};
+
 /** libavcodec 56 is the bridge itself, or what it stands for. */
 constexpr int in_old_avcodec = 56;
 
@@ -237,20 +243,44 @@ bool open_one_of(const std::set<int> &inp_majors, const std::string &strp_prefix
 
 } // namespace
 
-dsd_loaded load(const std::string &strp_directory)
+std::vector<std::string> bridge_directories()
+{
+    std::vector<std::string> strl_directories;
+    dl_iterate_phdr(
+        [](dl_phdr_info *adsp_info, size_t, void *avp_directories) {
+            const std::string_view strl_path(adsp_info->dlpi_name);
+            const size_t ull_slash = strl_path.rfind('/');
+            if (ull_slash == std::string_view::npos ||
+                std::ranges::find(s_bridge, strl_path.substr(ull_slash + 1)) == std::end(s_bridge))
+                return 0;
+            auto &strl_found = *static_cast<std::vector<std::string> *>(avp_directories);
+            if (const std::string strl_directory(strl_path.substr(0, ull_slash));
+                std::ranges::find(strl_found, strl_directory) == strl_found.end())
+                strl_found.push_back(strl_directory);
+            return 0;
+        },
+        &strl_directories);
+    return strl_directories;
+}
+
+dsd_loaded load(const std::vector<std::string> &strp_directories)
 {
     dsd_loaded dsl_loaded;
-    const std::string strl_prefix = strp_directory + '/';
-    const std::set<int> inl_beside = majors_in(strp_directory);
-    if (!inl_beside.empty())
-        open_helpers(strl_prefix);
-    if (open_one_of(inl_beside, strl_prefix, dsl_loaded) || open_one_of(majors_in_process(), {}, dsl_loaded))
+    for (const std::string &strl_directory : strp_directories) {
+        const std::set<int> inl_beside = majors_in(strl_directory);
+        if (inl_beside.empty())
+            continue;
+        open_helpers(strl_directory + '/');
+        open_one_of(inl_beside, strl_directory + '/', dsl_loaded);
+        return dsl_loaded;
+    }
+    if (open_one_of(majors_in_process(), {}, dsl_loaded))
         return dsl_loaded;
     for (const dsd_line &dsl_line : s_lines)
         if (open_line(dsl_line, {}, dsl_loaded))
             return dsl_loaded;
     dsl_loaded.strc_error =
-        "no FFmpeg found beside " + strp_directory + ", in the process or in the system; " + s_supported;
+        std::string("no FFmpeg found beside the bridge, in the process or in the system; ") + s_supported;
     return dsl_loaded;
 }
 

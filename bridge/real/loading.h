@@ -4,6 +4,7 @@
 #include "bridge/real/ffmpeg.h"
 
 #include <string>
+#include <vector>
 
 namespace bridge::real
 {
@@ -17,13 +18,18 @@ struct dsd_loaded
 };
 
 /**
- * Opens a supported FFmpeg: that of the directory, else the one that the process has opened already, else the dynamic
- * loader's; of several the newest. Its libraries stay open. They are not made visible to others, so that their names
- * mix with nobody's.
+ * The directories that the five libraries of the bridge were opened from. There may be several: a directory of links is
+ * another one for who resolves the links, as Java does, than for who does not.
+ */
+std::vector<std::string> bridge_directories();
+
+/**
+ * Opens a supported FFmpeg: that of the first directory that has one, else the one that the process has opened already,
+ * else the dynamic loader's; of several the newest. Its libraries stay open. They are not made visible to others, so that
+ * their names mix with nobody's.
  *
- * @param strp_directory that of the bridge
  * @throws std::bad_alloc
  */
-dsd_loaded load(const std::string &strp_directory);
+dsd_loaded load(const std::vector<std::string> &strp_directories);
 
 } // namespace bridge::real
