@@ -1,0 +1,310 @@
+#include "bridge/avcodec/decoder.h"
+
+#include "bridge/avcodec/sound_frames.h"
+#include "bridge/old/contexts.h"
+#include "bridge/old/frames.h"
+#include "bridge/old/packets.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <utility>
+
+namespace bridge::avcodec
+{
+
+namespace
+{
+
+constexpr int in_invalid_data = -1094995529; // AVERROR_INVALIDDATA
+constexpr int in_flag_reference = 1;         // AV_GET_BUFFER_FLAG_REF
+constexpr uint32_t um_sequence_end = 0x000001B7;
+
+bool is_mpeg_audio(AVCodecID iep_codec)
+{
+    return iep_codec == AV_CODEC_ID_MP3 || iep_codec == AVCodecID{0x15000} || iep_codec == AVCodecID{0x1502B};
+}
+
+/** MPEG-1 and MPEG-2 video: the code for the end of a sequence, alone in a packet, has the last picture delivered. */
+bool is_sequence_end(AVCodecID iep_codec, std::span<const uint8_t> utp_bytes)
+{
+    return (iep_codec == AVCodecID{1} || iep_codec == AV_CODEC_ID_MPEG2VIDEO) && utp_bytes.size() == 4 &&
+           (uint32_t{utp_bytes[0]} << 24 | uint32_t{utp_bytes[1]} << 16 | uint32_t{utp_bytes[2]} << 8 | utp_bytes[3]) ==
+               um_sequence_end;
+}
+
+} // namespace
+
+real_context make_context(const real::dsd_ffmpeg &dsp_ffmpeg, const real::codec *adsp_codec)
+{
+    real_context dsl_context(dsp_ffmpeg.avcodec_alloc_context3(adsp_codec), {&dsp_ffmpeg});
+    if (dsl_context == nullptr)
+        throw std::bad_alloc();
+    return dsl_context;
+}
+
+real_frame make_frame(const real::dsd_ffmpeg &dsp_ffmpeg)
+{
+    real_frame dsl_frame(dsp_ffmpeg.av_frame_alloc(), {&dsp_ffmpeg});
+    if (dsl_frame == nullptr)
+        throw std::bad_alloc();
+    return dsl_frame;
+}
+
+c_decoder::c_decoder(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context, const dsd_codec &dsp_codec)
+    : dsc_ffmpeg(dsp_ffmpeg),
+      dsc_context(dsp_context),
+      dsc_codec(dsp_codec),
+      dsc_memory(dsp_ffmpeg, dsp_context),
+      dsc_real(make_context(dsp_ffmpeg, dsp_codec.adsc_real)),
+      dsc_scratch(make_context(dsp_ffmpeg, dsp_codec.adsc_real)),
+      dsc_parser(nullptr, {&dsp_ffmpeg}),
+      dsc_last(nullptr, {&dsp_ffmpeg}),
+      dsc_waiting(nullptr, {&dsp_ffmpeg})
+{
+}
+
+int c_decoder::open()
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->context;
+    old::configure_real(dsc_ffmpeg, dsc_context, dsc_real.get(), dsc_codec.dsc_old.type);
+    dsl_layout.opaque.of(dsc_real.get()) = this;
+    if (dsc_context.get_buffer != nullptr)
+        dsl_layout.get_buffer2.of(dsc_real.get()) = &c_decoder::get_buffer2;
+    choose_options();
+    if (const int inl_result = dsc_ffmpeg.avcodec_open2(dsc_real.get(), dsc_codec.adsc_real, nullptr); inl_result < 0)
+        return inl_result;
+    if ((dsc_context.flags & CODEC_FLAG_TRUNCATED) != 0)
+        make_parser();
+    old::describe_to_old(dsc_ffmpeg, dsc_real.get(), dsc_context);
+    return 0;
+}
+
+/** Sets what the newer decoders do in another way than the 56 line's unless they are told. */
+void c_decoder::choose_options()
+{
+    const AVCodecID iel_codec = dsc_codec.dsc_old.id;
+    if (iel_codec == AV_CODEC_ID_WMAV1 || iel_codec == AV_CODEC_ID_WMAV2)
+        dsc_ffmpeg.adsc_layout->context.flags2.of(dsc_real.get()) |= CODEC_FLAG2_SKIP_MANUAL; // else the start is cut
+    // The 56 line's decoders look at the requested channels themselves.
+    const uint64_t ull_layout = dsc_context.request_channel_layout;
+    const bool bl_mono = ull_layout == AV_CH_LAYOUT_MONO && iel_codec == AV_CODEC_ID_AC3;
+    const bool bl_stereo =
+        ull_layout == AV_CH_LAYOUT_STEREO && (iel_codec == AV_CODEC_ID_AC3 || iel_codec == AV_CODEC_ID_DTS);
+    if (bl_mono || bl_stereo)
+        dsc_ffmpeg.av_opt_set(dsc_real.get(), "downmix", bl_mono ? "mono" : "stereo", real::in_search_children);
+}
+
+void c_decoder::make_parser()
+{
+    const int inl_codec = dsc_codec.adsc_real->id;
+    dsc_parser.reset(dsc_ffmpeg.av_parser_init(inl_codec));
+    if (dsc_parser == nullptr)
+        throw std::bad_alloc();
+}
+
+int c_decoder::get_buffer2(real::context *adsp_context, real::frame *adsp_frame, int inp_flags) noexcept
+{
+    auto *adsl_decoder = static_cast<c_decoder *>(kiv_bridge_ffmpeg()->adsc_layout->context.opaque.of(adsp_context));
+    try {
+        return adsl_decoder->get_memory(adsp_context, adsp_frame, inp_flags);
+    } catch (...) {
+        return AVERROR(ENOMEM);
+    }
+}
+
+int c_decoder::get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags)
+{
+    return dsc_memory.get(adsp_context, adsp_frame, (inp_flags & in_flag_reference) != 0);
+}
+
+c_decoder::dsd_result c_decoder::decode(AVFrame &dsp_frame, const AVPacket &dsp_packet)
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->context;
+    old::unref_frame(dsc_ffmpeg, dsp_frame);
+    // Callers change these between packets.
+    dsl_layout.skip_frame.of(dsc_real.get()) = old::context::skip_frame.of(&dsc_context);
+    dsl_layout.skip_loop_filter.of(dsc_real.get()) = old::context::skip_loop_filter.of(&dsc_context);
+    dsl_layout.skip_idct.of(dsc_real.get()) = old::context::skip_idct.of(&dsc_context);
+    const dsd_result dsl_result = dsp_packet.size > 0 ? decode_bytes(dsp_frame, dsp_packet) : drain(dsp_frame);
+    old::describe_to_old(dsc_ffmpeg, dsc_real.get(), dsc_context);
+    if (dsl_result.bc_frame)
+        ++old::context::frame_number.of(&dsc_context);
+    return dsl_result;
+}
+
+c_decoder::dsd_result c_decoder::decode_bytes(AVFrame &dsp_frame, const AVPacket &dsp_packet)
+{
+    if (dsp_packet.data == nullptr)
+        return {AVERROR(EINVAL)};
+    if (inc_late_error != 0)
+        return {std::exchange(inc_late_error, 0)};
+    if (dsc_waiting != nullptr)
+        return deliver_waiting(dsp_frame);
+    if (std::exchange(bc_draining, false))
+        dsc_ffmpeg.avcodec_flush_buffers(dsc_real.get()); // a drained decoder takes nothing before
+    const std::span<const uint8_t> utl_bytes(dsp_packet.data, static_cast<size_t>(dsp_packet.size));
+    if (dsc_parser != nullptr && !is_sequence_end(dsc_codec.dsc_old.id, utl_bytes))
+        return decode_cut_anywhere(dsp_frame, dsp_packet);
+    const old::real_packet dsl_unit = old::make_packet(dsc_ffmpeg);
+    if (dsp_packet.side_data_elems > 0) {
+        old::copy_side_data(dsc_ffmpeg, dsp_packet, *dsl_unit);
+        dsl_unit->size = dsp_packet.size;
+    } else {
+        dsl_unit->size = old::split_side_data(dsc_ffmpeg, utl_bytes, *dsl_unit);
+    }
+    dsl_unit->data = dsp_packet.data;
+    dsl_unit->pts = dsp_packet.pts;
+    dsl_unit->dts = dsp_packet.dts;
+    dsl_unit->flags = dsp_packet.flags;
+    return is_sound() ? decode_sound(dsp_frame, dsp_packet, *dsl_unit)
+                      : decode_unit(dsp_frame, *dsl_unit, dsp_packet.size);
+}
+
+/** Collects the bytes of one picture. As in the 56 line it is decoded when the next one begins, and with its times. */
+c_decoder::dsd_result c_decoder::decode_cut_anywhere(AVFrame &dsp_frame, const AVPacket &dsp_packet)
+{
+    uint8_t *autl_unit = nullptr;
+    int inl_size = 0;
+    const int inl_consumed =
+        dsc_ffmpeg.av_parser_parse2(dsc_parser.get(), dsc_scratch.get(), &autl_unit, &inl_size, dsp_packet.data,
+                                    dsp_packet.size, dsp_packet.pts, dsp_packet.dts, dsp_packet.pos);
+    if (inl_size <= 0)
+        return {inl_consumed};
+    const old::real_packet dsl_unit = old::make_packet(dsc_ffmpeg);
+    dsl_unit->data = autl_unit;
+    dsl_unit->size = inl_size;
+    dsl_unit->pts = dsp_packet.pts;
+    dsl_unit->dts = dsp_packet.dts;
+    return decode_unit(dsp_frame, *dsl_unit, inl_consumed);
+}
+
+c_decoder::dsd_result c_decoder::decode_sound(AVFrame &dsp_frame, const AVPacket &dsp_packet, real::packet &dsp_whole)
+{
+    const AVCodecID iel_codec = dsc_codec.dsc_old.id;
+    const dsd_sound_stream dsl_stream{.iec_codec = iel_codec,
+                                      .inc_block_align = dsc_context.block_align,
+                                      .inc_channels = dsc_context.channels,
+                                      .inc_coded_bits = dsc_context.bits_per_coded_sample,
+                                      .inc_sample_bits = dsc_ffmpeg.av_get_bits_per_sample(dsc_codec.adsc_real->id)};
+    const auto inl_length = first_frame_length(dsl_stream, {dsp_whole.data, static_cast<size_t>(dsp_whole.size)});
+    if (!inl_length)
+        return {in_invalid_data};
+    const bool bl_more = *inl_length < dsp_whole.size;
+    dsp_whole.size = *inl_length;
+    dsd_result dsl_result = decode_unit(dsp_frame, dsp_whole, bl_more ? *inl_length : dsp_packet.size);
+    // A damaged frame of MPEG audio is an error only when it is all of the packet.
+    if (bl_more && dsl_result.inc_consumed == in_invalid_data && is_mpeg_audio(iel_codec))
+        dsl_result.inc_consumed = *inl_length;
+    return dsl_result;
+}
+
+/** Decodes what is one frame, or more of them where nobody knows its parts. */
+c_decoder::dsd_result c_decoder::decode_unit(AVFrame &dsp_frame, real::packet &dsp_unit, int inp_consumed)
+{
+    if (const int inl_result = dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), &dsp_unit); inl_result < 0)
+        return {inl_result};
+    inc_owed = inp_consumed;
+    if (const int inl_result = receive(dsc_waiting); inl_result < 0)
+        return {inl_result == AVERROR(EAGAIN) || inl_result == AVERROR_EOF ? inp_consumed : inl_result};
+    return deliver_waiting(dsp_frame);
+}
+
+/** Delivers the waiting frame, and looks whether another one follows: until then nothing counts as consumed. */
+c_decoder::dsd_result c_decoder::deliver_waiting(AVFrame &dsp_frame)
+{
+    deliver(std::move(dsc_waiting), dsp_frame);
+    const int inl_result = receive(dsc_waiting);
+    if (inl_result < 0 && inl_result != AVERROR(EAGAIN) && inl_result != AVERROR_EOF)
+        inc_late_error = inl_result;
+    return {dsc_waiting != nullptr || inc_late_error != 0 ? 0 : inc_owed, true};
+}
+
+c_decoder::dsd_result c_decoder::drain(AVFrame &dsp_frame)
+{
+    if (dsc_waiting != nullptr) {
+        deliver(std::move(dsc_waiting), dsp_frame);
+        return {0, true};
+    }
+    inc_late_error = 0;
+    if ((dsc_codec.dsc_old.capabilities & CODEC_CAP_DELAY) == 0)
+        return {};
+    if (!std::exchange(bc_draining, true))
+        dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), nullptr);
+    real_frame dsl_frame(nullptr, {&dsc_ffmpeg});
+    const int inl_result = receive(dsl_frame);
+    if (inl_result < 0)
+        return {inl_result == AVERROR(EAGAIN) || inl_result == AVERROR_EOF ? 0 : inl_result};
+    deliver(std::move(dsl_frame), dsp_frame);
+    return {0, true};
+}
+
+/** @return 0, or FFmpeg's error or reason why there is no frame */
+int c_decoder::receive(real_frame &dsp_frame)
+{
+    real_frame dsl_frame = make_frame(dsc_ffmpeg);
+    const int inl_result = dsc_ffmpeg.avcodec_receive_frame(dsc_real.get(), dsl_frame.get());
+    dsp_frame = inl_result < 0 ? real_frame(nullptr, {&dsc_ffmpeg}) : std::move(dsl_frame);
+    return inl_result;
+}
+
+void c_decoder::deliver(real_frame dsp_frame, AVFrame &dsp_to)
+{
+    if (dsc_context.get_buffer != nullptr && dsc_memory.find(dsp_frame.get()) == nullptr)
+        move_into_callers_memory(dsp_frame);
+    old::copy_description(dsc_ffmpeg, dsp_frame.get(), dsp_to, dsc_codec.dsc_old.type);
+    const auto iel_samples = static_cast<AVSampleFormat>(dsp_to.format);
+    old::copy_planes(dsc_ffmpeg, dsp_frame.get(), dsp_to,
+                     is_sound() ? old::sound_planes(dsc_ffmpeg, iel_samples, dsp_to.channels) : 0);
+    if (const dsd_frame_memory *adsl_memory = dsc_memory.find(dsp_frame.get()); adsl_memory != nullptr) {
+        const AVFrame &dsl_got = adsl_memory->dsc_frame;
+        dsp_to.opaque = dsl_got.opaque;
+        dsp_to.type = dsl_got.type;
+        dsp_to.reference = dsl_got.reference;
+        dsp_to.reordered_opaque = dsl_got.reordered_opaque;
+        std::ranges::copy(dsl_got.base, dsp_to.base);
+    }
+    if (dsc_context.refcounted_frames != 0)
+        old::move_buffers(dsc_ffmpeg, dsp_frame.get(), dsp_to);
+    else
+        dsc_last = std::move(dsp_frame);
+}
+
+/** Some decoders deliver memory of their own. The caller gets a copy in its memory, which it expects to find. */
+void c_decoder::move_into_callers_memory(real_frame &dsp_frame)
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
+    real_frame dsl_copy = make_frame(dsc_ffmpeg);
+    dsc_ffmpeg.av_frame_copy_props(dsl_copy.get(), dsp_frame.get());
+    dsl_layout.width.of(dsl_copy.get()) = dsl_layout.width.of(dsp_frame.get());
+    dsl_layout.height.of(dsl_copy.get()) = dsl_layout.height.of(dsp_frame.get());
+    dsl_layout.format.of(dsl_copy.get()) = dsl_layout.format.of(dsp_frame.get());
+    dsl_layout.nb_samples.of(dsl_copy.get()) = dsl_layout.nb_samples.of(dsp_frame.get());
+    dsc_ffmpeg.av_channel_layout_copy(&dsl_layout.ch_layout.of(dsl_copy.get()),
+                                      &dsl_layout.ch_layout.of(dsp_frame.get()));
+    if (get_memory(dsc_real.get(), dsl_copy.get(), 0) < 0 ||
+        dsc_ffmpeg.av_frame_copy(dsl_copy.get(), dsp_frame.get()) < 0)
+        throw std::bad_alloc();
+    dsp_frame = std::move(dsl_copy);
+}
+
+void c_decoder::flush()
+{
+    dsc_waiting.reset();
+    inc_late_error = 0;
+    bc_draining = false;
+    dsc_ffmpeg.avcodec_flush_buffers(dsc_real.get());
+    if (dsc_parser != nullptr)
+        make_parser();
+    if (dsc_context.refcounted_frames == 0)
+        dsc_last.reset();
+}
+
+void c_decoder::align_dimensions(AVPixelFormat iep_format, int *ainp_width, int *ainp_height, int *ainp_alignments)
+{
+    dsc_ffmpeg.adsc_layout->context.pix_fmt.of(dsc_scratch.get()) =
+        dsc_ffmpeg.dsc_numbers.dsc_format_map.to_real(iep_format);
+    dsc_ffmpeg.avcodec_align_dimensions2(dsc_scratch.get(), ainp_width, ainp_height, ainp_alignments);
+}
+
+} // namespace bridge::avcodec

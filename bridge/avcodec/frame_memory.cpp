@@ -1,0 +1,130 @@
+#include "bridge/avcodec/frame_memory.h"
+
+#include "bridge/old/contexts.h"
+#include "bridge/old/frames.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <span>
+
+namespace bridge::avcodec
+{
+
+void c_used_memory::add(const dsd_frame_memory *adsp_memory)
+{
+    const std::scoped_lock dsl_lock(dsc_mutex);
+    dsc_used.insert(adsp_memory);
+}
+
+void c_used_memory::remove(const dsd_frame_memory *adsp_memory) noexcept
+{
+    const std::scoped_lock dsl_lock(dsc_mutex);
+    dsc_used.erase(adsp_memory);
+}
+
+bool c_used_memory::has(const dsd_frame_memory *adsp_memory) const noexcept
+{
+    const std::scoped_lock dsl_lock(dsc_mutex);
+    return dsc_used.contains(adsp_memory);
+}
+
+namespace
+{
+
+/** FFmpeg's buffer calls this when its last reference is gone. */
+void release(void *avp_memory, uint8_t *) noexcept
+{
+    const std::unique_ptr<dsd_frame_memory> dsl_memory(static_cast<dsd_frame_memory *>(avp_memory));
+    dsl_memory->dsc_used->remove(dsl_memory.get());
+    auto *adsl_context = reinterpret_cast<AVCodecContext *>(dsl_memory->utc_context);
+    if (adsl_context->release_buffer != nullptr)
+        adsl_context->release_buffer(adsl_context, &dsl_memory->dsc_frame);
+}
+
+/** The planes that a picture of the format has in the newer FFmpeg, where only a needed palette is one. */
+size_t count_planes(const real::dsd_pixel_format *adsp_format)
+{
+    if (adsp_format == nullptr)
+        return 0;
+    size_t ull_planes = (adsp_format->flags & AV_PIX_FMT_FLAG_PAL) != 0 ? 2 : 0;
+    for (const AVComponentDescriptor &dsl_component : std::span(adsp_format->comp).first(adsp_format->nb_components))
+        ull_planes = std::max<size_t>(ull_planes, dsl_component.plane + size_t{1});
+    return ull_planes;
+}
+
+/** The bytes that all planes of a frame lie in. */
+std::span<uint8_t> extent_of(const AVFrame &dsp_frame, int inp_lines)
+{
+    uint8_t *autl_begin = dsp_frame.data[0];
+    uint8_t *autl_end = autl_begin;
+    for (size_t ull_plane = 0; ull_plane < std::size(dsp_frame.data) && dsp_frame.data[ull_plane] != nullptr;
+         ++ull_plane) {
+        const int inl_size = std::abs(dsp_frame.linesize[ull_plane == 0 || inp_lines > 1 ? ull_plane : 0]);
+        autl_begin = std::min(autl_begin, dsp_frame.data[ull_plane]);
+        autl_end = std::max(autl_end, dsp_frame.data[ull_plane] + ptrdiff_t{inl_size} * inp_lines);
+    }
+    return {autl_begin, autl_end};
+}
+
+} // namespace
+
+c_frame_memory::c_frame_memory(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context)
+    : dsc_ffmpeg(dsp_ffmpeg), dsc_context(dsp_context), dsc_used(std::make_shared<c_used_memory>())
+{
+}
+
+int c_frame_memory::get(const real::context *adsp_context, real::frame *adsp_frame, bool bp_reference)
+{
+    old::describe_to_old(dsc_ffmpeg, adsp_context, dsc_context);
+    auto dsl_memory = std::make_unique<dsd_frame_memory>();
+    AVFrame &dsl_frame = dsl_memory->dsc_frame;
+    old::set_frame_defaults(dsl_frame);
+    old::copy_description(dsc_ffmpeg, adsp_frame, dsl_frame, dsc_context.codec_type);
+    dsl_frame.reference = bp_reference ? 1 : 0;
+    dsl_frame.reordered_opaque = dsc_context.reordered_opaque;
+    if (const int inl_result = dsc_context.get_buffer(&dsc_context, &dsl_frame); inl_result < 0) {
+        old::free_planes_array(dsc_ffmpeg, dsl_frame);
+        return inl_result;
+    }
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
+    std::ranges::copy(dsl_frame.data, dsl_layout.data.of(adsp_frame));
+    std::ranges::copy(dsl_frame.linesize, dsl_layout.linesize.of(adsp_frame));
+    const bool bl_video = dsc_context.codec_type != AVMEDIA_TYPE_AUDIO;
+    if (bl_video) {
+        const std::span aautl_planes(dsl_layout.data.of(adsp_frame));
+        std::ranges::fill(aautl_planes.subspan(count_planes(dsc_ffmpeg.dsc_numbers.find_format(dsl_frame.format))),
+                          nullptr);
+    }
+    // FFmpeg's frame owns the array of its planes, and the copy for release_buffer has none.
+    const bool bl_own_array = dsl_frame.extended_data != dsl_frame.data && dsl_frame.extended_data != nullptr;
+    dsl_layout.extended_data.of(adsp_frame) = bl_own_array ? dsl_frame.extended_data : dsl_layout.data.of(adsp_frame);
+    dsl_frame.extended_data = dsl_frame.data;
+
+    std::memcpy(dsl_memory->utc_context, &dsc_context, old::ul_context_size);
+    dsl_memory->dsc_used = dsc_used;
+    dsc_used->add(dsl_memory.get());
+    const std::span utl_extent = extent_of(dsl_frame, bl_video ? dsl_frame.height : 1);
+    AVBufferRef *adsl_buffer =
+        dsc_ffmpeg.av_buffer_create(utl_extent.data(), utl_extent.size(), &release, dsl_memory.get(), 0);
+    if (adsl_buffer == nullptr) {
+        release(dsl_memory.release(), nullptr);
+        return AVERROR(ENOMEM);
+    }
+    static_cast<void>(dsl_memory.release()); // the buffer's
+    dsl_layout.buf.of(adsp_frame)[0] = adsl_buffer;
+    return 0;
+}
+
+const dsd_frame_memory *c_frame_memory::find(const real::frame *adsp_frame) const noexcept
+{
+    const AVBufferRef *adsl_buffer = dsc_ffmpeg.adsc_layout->frame.buf.of(adsp_frame)[0];
+    if (adsl_buffer == nullptr)
+        return nullptr;
+    const auto *adsl_memory = static_cast<const dsd_frame_memory *>(dsc_ffmpeg.av_buffer_get_opaque(adsl_buffer));
+    return dsc_used->has(adsl_memory) ? adsl_memory : nullptr;
+}
+
+} // namespace bridge::avcodec

@@ -1,0 +1,73 @@
+/**
+ * @file
+ * The caller's memory for decoded frames: get_buffer and release_buffer of the 56 line behind FFmpeg's get_buffer2.
+ */
+#pragma once
+
+#include "bridge/avcodec/state.h"
+
+#include <memory>
+#include <mutex>
+#include <unordered_set>
+
+namespace bridge::avcodec
+{
+
+struct dsd_frame_memory;
+
+/**
+ * The memory of one decoder's frames that is in use. The references to the memory share it, because they may outlive the
+ * decoder. Any thread may release the last reference.
+ */
+class c_used_memory
+{
+public:
+    /** @throws std::bad_alloc */
+    void add(const dsd_frame_memory *adsp_memory);
+    void remove(const dsd_frame_memory *adsp_memory) noexcept;
+    /** Whether the pointer, which may be any, is one of them. */
+    bool has(const dsd_frame_memory *adsp_memory) const noexcept;
+
+private:
+    mutable std::mutex dsc_mutex;
+    std::unordered_set<const dsd_frame_memory *> dsc_used;
+};
+
+/**
+ * What get_buffer delivered for one frame, with copies of the context and of the frame as they were then. Exists until
+ * nothing in FFmpeg refers to the memory; release_buffer gets the copies.
+ */
+struct dsd_frame_memory
+{
+    alignas(AVCodecContext) std::byte utc_context[old::ul_context_size];
+    AVFrame dsc_frame;
+    std::shared_ptr<c_used_memory> dsc_used;
+};
+
+/** Asks the callbacks of one decoder for memory. */
+class c_frame_memory
+{
+public:
+    /** @param dsp_context the caller's, which owns this. @throws std::bad_alloc */
+    c_frame_memory(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context);
+    c_frame_memory(const c_frame_memory &) = delete;
+    c_frame_memory &operator=(const c_frame_memory &) = delete;
+
+    /**
+     * Calls get_buffer for a frame whose sizes and format are set, and lets the frame refer to the memory.
+     *
+     * @return 0 or an FFmpeg error
+     * @throws std::bad_alloc
+     */
+    int get(const real::context *adsp_context, real::frame *adsp_frame, bool bp_reference);
+
+    /** The memory that a frame refers to; null when get_buffer did not deliver it. */
+    const dsd_frame_memory *find(const real::frame *adsp_frame) const noexcept;
+
+private:
+    const real::dsd_ffmpeg &dsc_ffmpeg;
+    AVCodecContext &dsc_context;
+    std::shared_ptr<c_used_memory> dsc_used;
+};
+
+} // namespace bridge::avcodec

@@ -1,0 +1,49 @@
+/** @file What hangs on the `internal` field of an opened context: the loaded FFmpeg's context and all that it needs. */
+#pragma once
+
+#include "bridge/old/fields.h"
+#include "bridge/real/ffmpeg.h"
+
+#include <memory>
+
+namespace bridge::avcodec
+{
+
+struct dsd_free_context
+{
+    const real::dsd_ffmpeg *adsc_ffmpeg;
+    void operator()(real::context *adsp_context) const noexcept { adsc_ffmpeg->avcodec_free_context(&adsp_context); }
+};
+using real_context = std::unique_ptr<real::context, dsd_free_context>;
+
+struct dsd_free_frame
+{
+    const real::dsd_ffmpeg *adsc_ffmpeg;
+    void operator()(real::frame *adsp_frame) const noexcept { adsc_ffmpeg->av_frame_free(&adsp_frame); }
+};
+using real_frame = std::unique_ptr<real::frame, dsd_free_frame>;
+
+/** @throws std::bad_alloc */
+real_context make_context(const real::dsd_ffmpeg &dsp_ffmpeg, const real::codec *adsp_codec);
+/** @throws std::bad_alloc */
+real_frame make_frame(const real::dsd_ffmpeg &dsp_ffmpeg);
+
+/** An opened decoder or encoder. Belongs to its context; avcodec_close destroys it. */
+class ca_state
+{
+public:
+    ca_state() = default;
+    virtual ~ca_state() = default;
+    ca_state(const ca_state &) = delete;
+    ca_state &operator=(const ca_state &) = delete;
+};
+
+/** The state of an opened context; null when it is not open, or is another kind of state. */
+template <class STATE> STATE *state_of(AVCodecContext *adsp_context) noexcept
+{
+    if (adsp_context == nullptr)
+        return nullptr;
+    return dynamic_cast<STATE *>(static_cast<ca_state *>(old::context::internal.of(adsp_context)));
+}
+
+} // namespace bridge::avcodec

@@ -1,0 +1,70 @@
+/** @file One container that is read: FFmpeg's, and the 56 line's picture of it. */
+#pragma once
+
+#include "bridge/avformat/source.h"
+#include "bridge/real/ffmpeg.h"
+#include "kivjniffmpeg/ffmpeg/abi.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace bridge::avformat
+{
+
+/** A stream in the old layout. Owns its codec context. */
+struct dsd_stream
+{
+    explicit dsd_stream(const real::dsd_ffmpeg &dsp_ffmpeg);
+    ~dsd_stream();
+    dsd_stream(const dsd_stream &) = delete;
+    dsd_stream &operator=(const dsd_stream &) = delete;
+
+    AVStream dsc_old{};
+    uint8_t utc_tail[1024]{}; /**< more than the rest of the old structure, all zeroes */
+    const real::dsd_ffmpeg &dsc_ffmpeg;
+};
+
+/** What callers see, with the whole size of the old structure. */
+struct dsd_format_context
+{
+    AVFormatContext dsc_old{};
+    uint8_t utc_tail[1448 - sizeof(AVFormatContext)]{};
+};
+
+/** Hangs on the caller's context, which it belongs to. One thread at a time. */
+class c_container
+{
+public:
+    /** @throws std::bad_alloc */
+    explicit c_container(const real::dsd_ffmpeg &dsp_ffmpeg);
+    ~c_container();
+    c_container(const c_container &) = delete;
+    c_container &operator=(const c_container &) = delete;
+
+    AVFormatContext &context() noexcept { return dsc_context.dsc_old; }
+
+    // As the functions of FFmpeg. Each returns 0 or an error, and may throw std::bad_alloc.
+    int open(const char *strp_name, const real::input_format *adsp_format, AVDictionary **aadsp_options);
+    int examine_streams();
+    int read(AVPacket &dsp_packet);
+    int seek(int inp_stream, int64_t ilp_time, int inp_flags);
+    int set_option(const char *strp_name, const char *strp_value);
+    AVStream &add_stream();
+
+private:
+    void show();
+    void show_stream(real::stream *adsp_from, AVStream &dsp_to);
+
+    const real::dsd_ffmpeg &dsc_ffmpeg;
+    dsd_format_context dsc_context;
+    std::unique_ptr<c_real_source> dsc_source; // before the container, which reads from it until it is closed
+    real::format_context *adsc_real = nullptr;
+    std::vector<std::unique_ptr<dsd_stream>> dsc_streams;
+    std::vector<AVStream *> adsc_shown;
+};
+
+/** The container of a context that avformat_alloc_context or avformat_open_input made. */
+c_container &container_of(AVFormatContext &dsp_context) noexcept;
+
+} // namespace bridge::avformat

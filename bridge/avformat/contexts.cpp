@@ -1,0 +1,108 @@
+// libavformat.so.56: reading of containers.
+
+#include "bridge/avformat/container.h"
+#include "bridge/old/entry.h"
+
+#include <cerrno>
+#include <memory>
+
+using bridge::enter;
+using bridge::avformat::c_container;
+using bridge::avformat::container_of;
+using bridge::real::dsd_ffmpeg;
+
+BRIDGE_ENTRY unsigned int avformat_version(void)
+{
+    constexpr unsigned int un_version = 56 << 16 | 40 << 8 | 101;
+    return un_version;
+}
+
+BRIDGE_ENTRY void av_register_all(void)
+{
+    static_cast<void>(kiv_bridge_ffmpeg());
+}
+
+BRIDGE_ENTRY AVFormatContext *avformat_alloc_context(void)
+{
+    return enter<AVFormatContext *>(nullptr, [](const dsd_ffmpeg &dsp_ffmpeg) {
+        return &std::make_unique<c_container>(dsp_ffmpeg).release()->context();
+    });
+}
+
+BRIDGE_ENTRY void avformat_free_context(AVFormatContext *adsp_context)
+{
+    if (adsp_context != nullptr)
+        std::unique_ptr<c_container>(&container_of(*adsp_context)).reset();
+}
+
+BRIDGE_ENTRY void avformat_close_input(AVFormatContext **aadsp_context)
+{
+    if (aadsp_context == nullptr)
+        return;
+    avformat_free_context(*aadsp_context);
+    *aadsp_context = nullptr;
+}
+
+BRIDGE_ENTRY int avformat_open_input(AVFormatContext **aadsp_context, const char *strp_name, AVInputFormat *adsp_format,
+                                     AVDictionary **aadsp_options)
+{
+    if (*aadsp_context == nullptr)
+        *aadsp_context = avformat_alloc_context();
+    if (*aadsp_context == nullptr)
+        return AVERROR(ENOMEM);
+    const int inl_result = enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &) {
+        return container_of(**aadsp_context)
+            .open(strp_name, reinterpret_cast<const bridge::real::input_format *>(adsp_format), aadsp_options);
+    });
+    if (inl_result < 0)
+        avformat_close_input(aadsp_context); // FFmpeg frees it, too
+    return inl_result;
+}
+
+BRIDGE_ENTRY int avformat_find_stream_info(AVFormatContext *adsp_context, AVDictionary **)
+{
+    return enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &) { return container_of(*adsp_context).examine_streams(); });
+}
+
+BRIDGE_ENTRY int av_read_frame(AVFormatContext *adsp_context, AVPacket *adsp_packet)
+{
+    return enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &) { return container_of(*adsp_context).read(*adsp_packet); });
+}
+
+BRIDGE_ENTRY int av_seek_frame(AVFormatContext *adsp_context, int inp_stream, int64_t ilp_time, int inp_flags)
+{
+    return enter(AVERROR(ENOMEM),
+                 [&](const dsd_ffmpeg &) { return container_of(*adsp_context).seek(inp_stream, ilp_time, inp_flags); });
+}
+
+BRIDGE_ENTRY AVStream *avformat_new_stream(AVFormatContext *adsp_context, const AVCodec *adsp_codec)
+{
+    return enter<AVStream *>(nullptr, [&](const dsd_ffmpeg &) {
+        AVStream &dsl_stream = container_of(*adsp_context).add_stream();
+        if (adsp_codec != nullptr) {
+            dsl_stream.codec->codec = adsp_codec;
+            dsl_stream.codec->codec_id = adsp_codec->id;
+            dsl_stream.codec->codec_type = adsp_codec->type;
+        }
+        return &dsl_stream;
+    });
+}
+
+BRIDGE_ENTRY const AVCodecTag *avformat_get_riff_audio_tags(void)
+{
+    return enter<const AVCodecTag *>(
+        nullptr, [](const dsd_ffmpeg &dsp_ffmpeg) { return dsp_ffmpeg.avformat_get_riff_audio_tags(); });
+}
+
+BRIDGE_ENTRY const AVCodecTag *avformat_get_riff_video_tags(void)
+{
+    return enter<const AVCodecTag *>(
+        nullptr, [](const dsd_ffmpeg &dsp_ffmpeg) { return dsp_ffmpeg.avformat_get_riff_video_tags(); });
+}
+
+BRIDGE_ENTRY AVCodecID av_codec_get_id(const AVCodecTag *const *aadsp_tags, unsigned int unp_tag)
+{
+    return enter(AV_CODEC_ID_NONE, [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        return dsp_ffmpeg.dsc_numbers.old_codec(dsp_ffmpeg.av_codec_get_id(aadsp_tags, unp_tag));
+    });
+}

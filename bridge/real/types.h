@@ -1,0 +1,120 @@
+/**
+ * @file
+ * The structures of the newer FFmpeg, libavcodec 59 to 62, which works behind the bridge.
+ *
+ * Those that are the same in all majors are declared; their offsets are measured like the others, and the test of the
+ * tables compares them. The others are known by name only, and layout.h tells where their fields lie.
+ */
+#pragma once
+
+#include "kivjniffmpeg/ffmpeg/abi.h"
+
+#include <cstdint>
+
+namespace bridge::real
+{
+
+struct context;         // AVCodecContext
+struct frame;           // AVFrame
+struct parameters;      // AVCodecParameters
+struct stream;          // AVStream
+struct format_context;  // AVFormatContext
+struct frame_side_data; // AVFrameSideData
+struct scaler;          // SwsContext
+struct resampler;       // SwrContext
+struct parser;          // AVCodecParserContext
+
+using plane_pointers = uint8_t *[8];
+using plane_sizes = int[8];
+using buffer_pointers = AVBufferRef *[8];
+using get_buffer2_function = int (*)(context *, frame *, int);
+
+/** AVChannelLayout */
+struct channel_layout
+{
+    int order;
+    int nb_channels;
+    uint64_t mask;
+    void *opaque;
+};
+inline constexpr int in_order_unspecified = 0;
+inline constexpr int in_order_native = 1;
+
+/** AVPacketSideData */
+struct packet_side_data
+{
+    uint8_t *data;
+    size_t size;
+    int type;
+};
+
+/** AVPacket; always allocated by FFmpeg. */
+struct packet
+{
+    AVBufferRef *buf;
+    int64_t pts;
+    int64_t dts;
+    uint8_t *data;
+    int size;
+    int stream_index;
+    int flags;
+    packet_side_data *side_data;
+    int side_data_elems;
+    int64_t duration;
+    int64_t pos;
+};
+
+/** The front of AVCodec. */
+struct codec
+{
+    const char *name;
+    const char *long_name;
+    int type;
+    int id;
+    int capabilities;
+    uint8_t utc_max_lowres;
+    const AVRational *supported_framerates;
+    const int *pix_fmts;
+    const int *supported_samplerates;
+    const AVSampleFormat *sample_fmts;
+};
+
+/** The front of AVCodecDescriptor. */
+struct codec_descriptor
+{
+    int id;
+    int type;
+    const char *name;
+};
+
+/** The front of AVInputFormat. */
+struct input_format
+{
+    const char *name;
+    const char *long_name;
+    int flags;
+};
+
+/** The front of AVIOContext. */
+struct io_context
+{
+    const void *av_class;
+    unsigned char *buffer;
+    int buffer_size;
+    unsigned char *buf_ptr;
+    unsigned char *buf_end;
+    void *opaque;
+    void *read_packet;
+    void *write_packet;
+    void *seek;
+    int64_t pos;
+    int eof_reached;
+    int error;
+};
+
+inline constexpr int in_frame_flag_key = 1 << 1;
+inline constexpr int in_frame_flag_interlaced = 1 << 3;
+inline constexpr int in_frame_flag_top_field_first = 1 << 4;
+inline constexpr int in_search_children = 1; /**< AV_OPT_SEARCH_CHILDREN */
+
+} // namespace bridge::real
