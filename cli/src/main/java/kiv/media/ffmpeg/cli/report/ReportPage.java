@@ -231,7 +231,7 @@ final class ReportPage {
                 player = player("audio", link, "The source");
             }
             return (DomContent) part("source", "Source", "What was decoded, as far as this browser plays it.", player,
-                    p(a(bdi(PageText.visible(report.name()))).withHref(PageText.reference(link))).withClass("link"));
+                    p(a(bdi(VisibleText.of(report.name()))).withHref(PageText.reference(link))).withClass("link"));
         }).orElse(rawHtml(""));
     }
 
