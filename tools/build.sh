@@ -10,7 +10,7 @@ build_native() {
     elif [[ ! -e $build/$1/build.ninja ]]; then
         (cd "$root" && logged "configure-$1" cmake --preset "$1" -DKIV_BUILD_TESTS=OFF)
     fi
-    say "building the native library ($1)"
+    say "bringing the native library up to date ($1)"
     (cd "$root" && logged "build-$1" cmake --build "$build/$1" --parallel "$jobs" --target "$2")
 }
 

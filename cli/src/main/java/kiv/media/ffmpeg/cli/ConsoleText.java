@@ -9,7 +9,7 @@ import kiv.media.ffmpeg.MediaStream;
 /** Formats streams, sizes and times for the lines that commands print. */
 final class ConsoleText {
 
-    private static final int BITS_PER_KILOBIT = 1000;
+    private static final int KILO = 1000;
 
     private ConsoleText() {
     }
@@ -40,9 +40,21 @@ final class ConsoleText {
         return text.toString();
     }
 
+    /** Returns a number of bytes in the unit that suits it, with three digits. */
+    static String size(double bytes) {
+        String[] units = {"bytes", "kB", "MB", "GB", "TB", "PB", "EB"};
+        int unit = 0;
+        while (bytes >= KILO && unit < units.length - 1) {
+            bytes /= KILO;
+            unit++;
+        }
+        int decimals = unit == 0 || bytes >= KILO / 10 ? 0 : bytes >= KILO / 100 ? 1 : 2;
+        return String.format(Locale.ROOT, "%." + decimals + "f %s", bytes, units[unit]);
+    }
+
     static String bitRate(long bitsPerSecond) {
-        return bitsPerSecond < BITS_PER_KILOBIT ? bitsPerSecond + " bit/s"
-                : Math.round((double) bitsPerSecond / BITS_PER_KILOBIT) + " kbit/s";
+        return bitsPerSecond < KILO ? bitsPerSecond + " bit/s"
+                : Math.round((double) bitsPerSecond / KILO) + " kbit/s";
     }
 
     /** Returns hours, minutes, seconds and milliseconds. */

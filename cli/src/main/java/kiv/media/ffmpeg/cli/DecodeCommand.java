@@ -8,6 +8,7 @@ import java.time.Duration;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
+import java.util.Optional;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.MediaFormatException;
@@ -33,9 +34,14 @@ import picocli.CommandLine.Spec;
         footer = {"", "Examples:",
             "  kivjniffmpeg decode film.mp4 --every 25 --size 320x-1",
             "  kivjniffmpeg decode film.mp4 --from 1:30 --to 1:35.5 -o part.y4m",
+            "  kivjniffmpeg decode film.mp4 --from 1:30 -o picture.jpg",
+            "  kivjniffmpeg decode *.mp4 --every 100 --out films",
             "  kivjniffmpeg decode film.mp4 --format y4m -o - | ffplay -",
             "  kivjniffmpeg decode film.mp4 --no-pictures --out sounds"})
 final class DecodeCommand implements Callable<Integer> {
+
+    /** Most pictures have half of the samples of RGB in 4:2:0, and about half of its bytes as PNG. */
+    private static final double BYTES_A_PIXEL = 1.5;
 
     /** What pictures are written as. */
     enum Format {
@@ -43,14 +49,15 @@ final class DecodeCommand implements Callable<Integer> {
     }
 
     @Mixin
-    private MediaInput input;
+    private MediaInputs inputs;
 
-    @Option(names = "--out", paramLabel = "DIR",
-            description = "Where pictures and sound go (default: out); made when it does not exist.")
-    private Path directory;
+    @Option(names = "--out", paramLabel = "DIR", description = "Where pictures and sound go (default: out), those of"
+            + " several files into a directory each; made when it does not exist.")
+    private Path out;
 
     @Option(names = {"-o", "--output"}, paramLabel = "FILE", description = "Write this file only: pictures when its"
-            + " name ends in .y4m or .yuv, sound when it ends in .wav; - writes the pictures to standard output.")
+            + " name ends in .y4m or .yuv, the first picture when it ends in .png or .jpg, sound when it ends in .wav;"
+            + " - writes the pictures to standard output.")
     private Path file;
 
     @Option(names = "--format", paramLabel = "FORMAT", description = "What pictures become: png, a file each (the"
@@ -94,23 +101,36 @@ final class DecodeCommand implements Callable<Integer> {
     @Spec
     private CommandSpec spec;
 
+    /** The file at work, where its outputs go, and what was said of it. */
+    private MediaInput input;
+    private Path directory;
+    private boolean onePicture;
     private final List<String> warnings = new ArrayList<>();
     /** The outermost directory that this command made for the outputs, or null. */
     private Path madeDirectory;
 
     @Override
     public Integer call() throws IOException {
+        input = inputs.first();
         checkOptions();
+        return inputs.each(spec.commandLine(), this::decode);
+    }
+
+    private int decode(MediaInput file, String name) throws IOException {
+        input = file;
+        directory = inputs.areSeveral() ? out.resolve(name) : out;
+        warnings.clear();
+        madeDirectory = null;
         boolean done = false;
         try {
-            decode();
+            int status = decode();
             done = true;
+            return status;
         } finally {
             if (!done && madeDirectory != null) {
                 removeEmptyDirectories();
             }
         }
-        return ExitStatus.OK;
     }
 
     private void removeEmptyDirectories() {
@@ -125,7 +145,7 @@ final class DecodeCommand implements Callable<Integer> {
         }
     }
 
-    private void decode() throws IOException {
+    private int decode() throws IOException {
         long start = System.nanoTime();
         try (MediaReader reader = VerifiedSeek.open(input, noPictures ? null : from, !noSound)) {
             MediaStream video = noPictures ? null : reader.firstVideo().orElse(null);
@@ -135,27 +155,66 @@ final class DecodeCommand implements Callable<Integer> {
                         + (noPictures ? "audio stream" : noSound ? "video stream" : "video and no audio stream")));
             }
             TimeRange range = new TimeRange(from, to);
-            try (VideoDecoder decoder = video == null ? null : input.openVideoDecoder(video);
-                    AudioDecoder audioDecoder = openSound(audio, video != null)) {
-                MediaStream decodedAudio = audioDecoder == null ? null : audio;
-                DecodeObserver observer = openPage(reader, video, decodedAudio);
-                try (SoundWriter sound = audioDecoder == null ? null
-                        : new SoundWriter(audio, audioDecoder, soundFile(), range, TimeRange.beginning(reader),
-                                observer, this::warn);
-                        PictureOutput pictures = video == null ? null : openPictures(video);
-                        Progress progress = startProgress(reader, video, audio, range)) {
+            try (Decoders decoders = openDecoders(video, audio)) {
+                MediaStream pictureStream = decoders.pictures == null ? null : video;
+                MediaStream soundStream = decoders.sound == null ? null : audio;
+                DecodeObserver observer = openPage(reader, pictureStream, soundStream);
+                try (SoundWriter sound = soundStream == null ? null
+                        : new SoundWriter(audio, decoders.sound, soundFile(), range, TimeRange.beginning(reader), observer,
+                                this::warn);
+                        PictureOutput pictures = pictureStream == null ? null : openPictures(video);
+                        Progress progress = startProgress(reader, pictureStream, audio, range)) {
+                    announceSize(reader, pictureStream, range);
                     DecodeJob job = new DecodeJob(input, range, every, limit, observer, this::warn);
-                    job.run(reader, video, decoder, pictures, sound, progress);
+                    job.run(reader, pictureStream, decoders.pictures, pictures, sound, progress);
                     progress.finish();
-                    DecodeObserver.Summary summary = job.summary(reader, video, pictures, sound,
+                    DecodeObserver.Summary summary = job.summary(reader, pictureStream, pictures, sound,
                             (System.nanoTime() - start) / 1e9);
                     observer.finished(summary);
                     if (!quiet) {
-                        print(summary, sound);
+                        print(summary, pictures, sound);
                     }
+                    return job.status();
                 }
             }
         }
+    }
+
+    /** The decoders of what is wanted and can be decoded. An absent one is null. */
+    private record Decoders(VideoDecoder pictures, AudioDecoder sound) implements AutoCloseable {
+        @Override
+        public void close() {
+            try (pictures; sound) {
+                return;
+            }
+        }
+    }
+
+    /** Opens what can be decoded; fails when that is nothing, or when a single file would stay empty. */
+    private Decoders openDecoders(MediaStream video, MediaStream audio) {
+        VideoDecoder pictures = null;
+        RuntimeException failure = null;
+        try {
+            pictures = video == null ? null : input.openVideoDecoder(video);
+        } catch (UnsupportedCodecException | MediaFormatException e) {
+            if (audio == null) {
+                throw e;
+            }
+            failure = e;
+        }
+        AudioDecoder sound = null;
+        try {
+            sound = audio == null ? null : input.openAudioDecoder(audio);
+        } catch (UnsupportedCodecException | MediaFormatException e) {
+            if (pictures == null) {
+                throw failure == null ? e : failure;
+            }
+            warn("the sound is left out: " + e.getMessage());
+        }
+        if (failure != null) {
+            warn("the pictures are left out: " + failure.getMessage());
+        }
+        return new Decoders(pictures, sound);
     }
 
     /** Checks the options together, and fills those in that follow from others. */
@@ -164,13 +223,14 @@ final class DecodeCommand implements Callable<Integer> {
                 "--every and --limit take a number from 1");
         require(from == null || to == null || from.compareTo(to) < 0, "--from is not before --to");
         if (file != null) {
-            require(directory == null, "--out and -o exclude each other");
+            require(out == null, "--out and -o exclude each other");
+            require(!inputs.areSeveral(), "-o takes the pictures or the sound of one file; name a directory with --out");
             checkFile();
         }
         require(!noPictures || !noSound, "--no-pictures and --no-sound leave nothing to decode");
         require(!noPictures || every == null && limit == null && size == null && format == null && pixelFormat == null,
                 "--every, --limit, --size, --format and --pixel-format are for pictures, and none are wanted");
-        directory = directory == null ? Path.of("out") : directory;
+        out = out == null ? Path.of("out") : out;
         every = every == null ? 1 : every;
         format = format == null ? Format.PNG : format;
         require(pixelFormat == null || format != Format.PNG, "--pixel-format is for --format y4m and yuv");
@@ -181,15 +241,21 @@ final class DecodeCommand implements Callable<Integer> {
         Format named = name.endsWith(".y4m") ? Format.Y4M
                 : name.endsWith(".yuv") || name.endsWith(".raw") ? Format.YUV : null;
         boolean wave = name.endsWith(".wav");
+        onePicture = ImageFile.isNamed(name);
         require(!input.isInput(file), file + " is the input itself");
         require(!wave || format == null && !noSound, "-o with a name in .wav writes the sound only");
         if (wave) {
             noPictures = true;
             return;
         }
-        format = format == null ? named : format;
-        require(format != null, "-o " + file + ": the name does not tell what to write; end it in .y4m, .yuv or .wav,"
-                + " or add --format");
+        if (onePicture) {
+            require(format == null && every == null && (limit == null || limit == 1), "-o with a name in .png or .jpg"
+                    + " writes one picture, which --from chooses");
+            limit = 1L;
+        }
+        format = format == null && !onePicture ? named : format;
+        require(format != null || onePicture, "-o " + file + ": the name does not tell what to write; end it in .png,"
+                + " .jpg, .y4m, .yuv or .wav, or add --format");
         require(format != Format.PNG, "-o takes one file, and png makes many; name their directory with --out");
         require(!noPictures, "--no-pictures leaves nothing for " + file);
         noSound = true;
@@ -206,6 +272,9 @@ final class DecodeCommand implements Callable<Integer> {
     }
 
     private PictureOutput openPictures(MediaStream video) throws IOException {
+        if (onePicture) {
+            return new OnePicture(file, size);
+        }
         if (format == Format.PNG) {
             makeDirectory();
             return new PngPictures(directory, input.baseName(), size);
@@ -241,22 +310,6 @@ final class DecodeCommand implements Callable<Integer> {
         return pixels;
     }
 
-    /** Returns null when there is no sound, or when it cannot be decoded and pictures remain. */
-    private AudioDecoder openSound(MediaStream audio, boolean optional) {
-        if (audio == null) {
-            return null;
-        }
-        try {
-            return input.openAudioDecoder(audio);
-        } catch (UnsupportedCodecException | MediaFormatException e) {
-            if (!optional) {
-                throw e;
-            }
-            warn("the sound is left out: " + e.getMessage());
-            return null;
-        }
-    }
-
     private Path soundFile() throws IOException {
         Path target = file != null ? file : directory.resolve(input.baseName() + ".wav");
         require(!input.isInput(target), target + " is the input itself; name another directory with --out");
@@ -267,11 +320,13 @@ final class DecodeCommand implements Callable<Integer> {
     }
 
     /** Returns what writes the page of a directory; a single file has none. */
-    private DecodeObserver openPage(MediaReader reader, MediaStream video, MediaStream audio) {
+    private DecodeObserver openPage(MediaReader reader, MediaStream video, MediaStream audio) throws IOException {
         if (file != null) {
             return DecodeObserver.NONE;
         }
-        DecodeReport report = new DecodeReport(input.file().getFileName().toString(), reader, video, audio);
+        DecodeReport report = new DecodeReport(input.title(), reader, video, audio);
+        report.players(input.file().flatMap(source -> DecodePage.link(directory, source)).orElse(null),
+                audio == null ? null : input.baseName() + ".wav");
         return new DecodePage(report, directory, format == Format.PNG ? input.baseName() : null, warnings);
     }
 
@@ -288,7 +343,7 @@ final class DecodeCommand implements Callable<Integer> {
 
     private void warn(String message) {
         warnings.add(message);
-        FailureReport.warn(spec.commandLine(), message);
+        FailureReport.warn(spec.commandLine(), inputs.areSeveral() ? input.about(message) : message);
     }
 
     private Progress startProgress(MediaReader reader, MediaStream video, MediaStream audio, TimeRange range) {
@@ -300,10 +355,23 @@ final class DecodeCommand implements Callable<Integer> {
                 : Progress.start("decoding", "seconds", (long) DecodeJob.seconds(reader, audio, range));
     }
 
-    private void print(DecodeObserver.Summary summary, SoundWriter sound) {
+    /** Shows how much the pictures will take, when that is much and goes into a directory or a regular file. */
+    private void announceSize(MediaReader reader, MediaStream video, TimeRange range) throws IOException {
+        Path where = file == null ? directory : file.toAbsolutePath().getParent();
+        if (video == null || file != null && (isStandardOutput() || Files.exists(file) && !Files.isRegularFile(file))) {
+            return;
+        }
+        double pixels = size == null ? (double) video.width() * video.height()
+                : (double) size.widthOf(video.width(), video.height()) * size.heightOf(video.width(), video.height());
+        double pictures = Math.ceil((double) DecodeJob.expected(reader, video, range, every, limit) / every);
+        Optional<String> line = DiskSpace.announcement(pictures * pixels * BYTES_A_PIXEL, where);
+        line.ifPresent(announcement -> FailureReport.warn(spec.commandLine(), announcement));
+    }
+
+    private void print(DecodeObserver.Summary summary, PictureOutput pictures, SoundWriter sound) throws IOException {
         PrintWriter out = isStandardOutput() ? spec.commandLine().getErr() : spec.commandLine().getOut();
         Table table = new Table();
-        table.row("file", summary.input().toString());
+        table.row("file", summary.input());
         table.row("container", summary.container());
         if (from != null || to != null) {
             table.row("part", summary.range().toString());
@@ -313,9 +381,18 @@ final class DecodeCommand implements Callable<Integer> {
             table.row("size", video.width() + "x" + video.height());
             table.row("pictures", summary.pictures() + " decoded, " + summary.writtenPictures() + " written to "
                     + summary.pictureTarget() + ConsoleText.damaged(summary.damagedPictures()));
+            if (pictures instanceof PngPictures files && files.removed() > 0) {
+                table.row("removed", files.removed() + " pictures of an earlier run");
+            }
         });
         if (sound != null) {
             table.row("sound", sound.summary());
+        }
+        long files = (pictures == null ? 0 : pictures.files()) + (sound == null ? 0 : 1);
+        table.row("written", (files == 1 ? "" : files + " files, ") + ConsoleText.size((pictures == null ? 0
+                : pictures.bytes()) + (sound == null ? 0 : sound.bytes())));
+        if (file == null) {
+            table.row("page", directory.resolve(DecodePage.NAME).toString());
         }
         table.row("time", String.format(Locale.ROOT, "%.1f s, ", summary.seconds()) + (summary.video().isPresent()
                 ? String.format(Locale.ROOT, "%.0f pictures/s", summary.pictures() / summary.seconds())

@@ -36,6 +36,7 @@ final class DecodeJob {
     private long written;
     private long damaged;
     private boolean picturesDone;
+    private PacketSource packets;
 
     /**
      * @param limit null for no limit
@@ -57,7 +58,7 @@ final class DecodeJob {
         start = TimeRange.beginning(reader);
         video = pictureStream;
         picturesDone = video == null;
-        PacketSource packets = new PacketSource(reader, warnings);
+        packets = new PacketSource(input, reader, warnings);
         for (Packet packet; !isDone(sound) && (packet = packets.next()) != null;) {
             if (decoder != null && decoder.accepts(packet)) {
                 if (!picturesDone) {
@@ -145,8 +146,11 @@ final class DecodeJob {
     private void finish(PictureOutput pictures, SoundWriter sound) throws IOException {
         String part = range.from() == null && range.to() == null ? "" : " " + range;
         if (pictures != null && decoded == 0) {
-            throw new MediaFormatException(input.about(part.isEmpty() ? "not one picture could be decoded"
-                    : "there is no picture" + part));
+            String failure = part.isEmpty() ? "not one picture could be decoded" : "there is no picture" + part;
+            if (sound == null || sound.frames() == 0) {
+                throw new MediaFormatException(input.about(failure));
+            }
+            warnings.accept(failure);
         }
         if (pictures == null && sound.frames() == 0) {
             throw new MediaFormatException(input.about(part.isEmpty() ? "no sound could be decoded" + sound.reason()
@@ -160,9 +164,14 @@ final class DecodeJob {
         }
     }
 
+    /** {@return the exit status of the work, which succeeded} */
+    int status() {
+        return packets.status();
+    }
+
     DecodeObserver.Summary summary(MediaReader reader, MediaStream pictureStream, PictureOutput pictures,
             SoundWriter sound, double seconds) {
-        return new DecodeObserver.Summary(input.file(), reader.formatName(), Optional.ofNullable(pictureStream),
+        return new DecodeObserver.Summary(input.name(), reader.formatName(), Optional.ofNullable(pictureStream),
                 decoded, written, pictures == null ? "" : pictures.target(), damaged, sound == null ? 0 : sound.damaged(),
                 range, seconds);
     }

@@ -2,7 +2,6 @@ package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
 import java.nio.ByteBuffer;
-import java.nio.file.Path;
 import java.util.Optional;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Picture;
@@ -40,7 +39,7 @@ interface DecodeObserver {
     /**
      * What was decoded and written.
      *
-     * @param input the media file
+     * @param input the media file's name
      * @param container its format's name
      * @param video the stream whose pictures were decoded
      * @param pictures how many pictures were decoded
@@ -51,7 +50,7 @@ interface DecodeObserver {
      * @param range the part of the file
      * @param seconds how long it took
      */
-    record Summary(Path input, String container, Optional<MediaStream> video, long pictures, long writtenPictures,
+    record Summary(String input, String container, Optional<MediaStream> video, long pictures, long writtenPictures,
             String pictureTarget, long damagedPictures, long damagedSound, TimeRange range, double seconds) {
     }
 }

@@ -6,13 +6,14 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.List;
+import java.util.Optional;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.cli.report.DecodeReport;
 
 /** Writes the page {@code index.html} that shows what lies in its directory. */
 final class DecodePage implements DecodeObserver {
 
-    private static final String NAME = "index.html";
+    static final String NAME = "index.html";
     private static final double NANOS = 1e9;
 
     private final DecodeReport report;
@@ -31,6 +32,12 @@ final class DecodePage implements DecodeObserver {
         this.directory = directory;
         this.baseName = baseName;
         this.warnings = warnings;
+    }
+
+    /** {@return the way from a page to a file, as browsers take it; empty when the file's name is no text} */
+    static Optional<String> link(Path directory, Path file) {
+        String way = directory.toAbsolutePath().normalize().relativize(file.toAbsolutePath().normalize()).toString();
+        return way.indexOf('\uFFFD') < 0 ? Optional.of(way) : Optional.empty();
     }
 
     @Override

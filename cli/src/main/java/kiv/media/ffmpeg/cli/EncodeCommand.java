@@ -95,7 +95,7 @@ final class EncodeCommand implements Callable<Integer> {
                     SoundFile file = SoundFile.create(out, encoder.format(), container);
                     Progress progress = quiet ? Progress.NONE : Progress.start("encoding", "seconds",
                             (long) DecodeJob.seconds(reader, sound, TimeRange.ALL))) {
-                PacketSource packets = new PacketSource(reader, this::warn);
+                PacketSource packets = new PacketSource(input, reader, this::warn);
                 for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
                     encode(decode(decoder, packet), encoder, file);
                     progress.at(encoder.frames() / decoder.format().sampleRate());
@@ -110,9 +110,9 @@ final class EncodeCommand implements Callable<Integer> {
                 if (!quiet) {
                     summarise(sound, encoder, (System.nanoTime() - start) / 1e9);
                 }
+                return packets.status();
             }
         }
-        return ExitStatus.OK;
     }
 
     private void warn(String message) {
@@ -149,7 +149,7 @@ final class EncodeCommand implements Callable<Integer> {
         PrintWriter to = spec.commandLine().getOut();
         double length = (double) encoder.frames() / encoder.format().sampleRate();
         Table table = new Table();
-        table.row("file", input.file().toString());
+        table.row("file", input.name());
         table.row("sound", ConsoleText.codec(sound) + ", " + ConsoleText.sound(sound) + ", " + encoder.frames()
                 + " samples (" + ConsoleText.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
                 + ConsoleText.damaged(damaged));

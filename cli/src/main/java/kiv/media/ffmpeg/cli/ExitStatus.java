@@ -15,6 +15,8 @@ final class ExitStatus {
     static final int LIBRARY = 5;
     /** A fault of the program or of the virtual machine. */
     static final int INTERNAL = 6;
+    /** The input is damaged or was cut off, and what could be read of it is done. */
+    static final int INCOMPLETE = 7;
     static final int CLOSED_PIPE = 141;
 
     private ExitStatus() {

@@ -7,7 +7,9 @@ import java.io.UncheckedIOException;
 import java.nio.file.AccessDeniedException;
 import java.nio.file.FileAlreadyExistsException;
 import java.nio.file.FileSystemException;
+import java.nio.file.Files;
 import java.nio.file.NoSuchFileException;
+import java.nio.file.Path;
 import kiv.media.ffmpeg.LibraryException;
 import kiv.media.ffmpeg.MediaException;
 import kiv.media.ffmpeg.UnsupportedCodecException;
@@ -15,6 +17,7 @@ import kiv.media.ffmpeg.cli.report.VisibleText;
 import picocli.CommandLine;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ParseResult;
+import picocli.CommandLine.UnmatchedArgumentException;
 
 /** Reports a failure as one line on standard error and an exit status, and a warning as a line. */
 final class FailureReport {
@@ -24,18 +27,40 @@ final class FailureReport {
 
     static int wrongUsage(ParameterException failure, String[] args) {
         CommandLine command = failure.getCommandLine();
-        print(failure.getMessage().lines().findFirst().orElse("wrong usage") + " (try '"
-                + command.getCommandSpec().qualifiedName() + " --help')", command.getErr());
+        String message = failure instanceof UnmatchedArgumentException unmatched ? describe(unmatched)
+                : failure.getMessage().lines().findFirst().orElse("wrong usage");
+        print(message + " (try '" + command.getCommandSpec().qualifiedName() + " --help')", command.getErr());
         return ExitStatus.USAGE;
     }
 
+    private static String describe(UnmatchedArgumentException failure) {
+        CommandLine command = failure.getCommandLine();
+        String first = failure.getUnmatched().get(0);
+        if (!failure.isUnknownOption() && command.getSubcommands().isEmpty()) {
+            return "one argument too many: '" + first + "'";
+        }
+        if (!failure.isUnknownOption() && Files.exists(Path.of(FileNames.encodable(first)))) {
+            return "what to do with '" + first + "'? Write a command in front of it, such as info or decode";
+        }
+        return "unknown " + (failure.isUnknownOption() ? "option" : "command") + " '" + first + "'"
+                + failure.getSuggestions().stream().findFirst().map(likely -> "; did you mean '" + likely + "'?").orElse("");
+    }
+
     static int failed(Exception failure, CommandLine command, ParseResult parsed) {
+        return failed(failure, command);
+    }
+
+    /** Reports the failure of a subcommand. */
+    static int failed(Exception failure, CommandLine command) {
+        if (failure instanceof ParameterException wrong) {
+            return wrongUsage(wrong, new String[0]);
+        }
         if (ShutdownGuard.isEnding()) {
             // The work fails because of the signal, which has a status of its own.
             return ExitStatus.INPUT;
         }
         int status = status(failure);
-        if (parsed.subcommand() != null && parsed.subcommand().hasMatchedOption("-v")) {
+        if (command.getParseResult().hasMatchedOption("-v")) {
             StringWriter trace = new StringWriter();
             failure.printStackTrace(new PrintWriter(trace));
             trace.toString().lines().map(line -> line.replace("\t", "    ")).map(VisibleText::of)

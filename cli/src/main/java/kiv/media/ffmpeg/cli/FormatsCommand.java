@@ -36,7 +36,9 @@ final class FormatsCommand implements Callable<Integer> {
         FfmpegLibrary.load();
         PrintWriter out = spec.commandLine().getOut();
         if (json) {
-            Json.write(out, FormatsCommand::describe);
+            try (Json objects = new Json(out, false)) {
+                objects.write(FormatsCommand::describe);
+            }
         } else {
             print(out);
         }

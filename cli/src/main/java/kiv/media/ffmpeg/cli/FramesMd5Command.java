@@ -69,6 +69,7 @@ final class FramesMd5Command implements Callable<Integer> {
 
     private final MessageDigest md5 = md5();
     private PrintWriter out;
+    private PacketSource packets;
     private long lines;
     private long damaged;
 
@@ -76,21 +77,22 @@ final class FramesMd5Command implements Callable<Integer> {
     public Integer call() throws IOException {
         out = spec.commandLine().getOut();
         try (MediaReader reader = input.open()) {
+            packets = new PacketSource(input, reader, this::warn);
             MediaStream stream = choose(reader);
             if (stream.kind() == MediaKind.VIDEO) {
-                pictures(reader, stream);
+                pictures(stream);
             } else {
-                sound(reader, stream);
+                sound(stream);
             }
             OutputFile.flushStandardOutput(out);
             if (lines == 0) {
                 throw new MediaFormatException(input.about("nothing in the stream can be decoded"));
             }
             if (damaged > 0) {
-                warn(damaged + " damaged packets skipped");
+                warn(ConsoleText.damaged(damaged).replace("; ", ""));
             }
+            return packets.status();
         }
-        return ExitStatus.OK;
     }
 
     private void warn(String message) {
@@ -118,9 +120,8 @@ final class FramesMd5Command implements Callable<Integer> {
         return stream;
     }
 
-    private void pictures(MediaReader reader, MediaStream stream) throws IOException {
+    private void pictures(MediaStream stream) throws IOException {
         try (VideoDecoder decoder = input.openVideoDecoder(stream)) {
-            PacketSource packets = new PacketSource(reader, this::warn);
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
                 try {
                     print(decoder.decode(packet), stream);
@@ -148,11 +149,10 @@ final class FramesMd5Command implements Callable<Integer> {
         }
     }
 
-    private void sound(MediaReader reader, MediaStream stream) throws IOException {
+    private void sound(MediaStream stream) throws IOException {
         try (AudioDecoder decoder = input.openAudioDecoder(stream)) {
             Rational timeBase = new Rational(1, decoder.format().sampleRate());
             SampleClock clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
-            PacketSource packets = new PacketSource(reader, this::warn);
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
                 clock.at(packet);
                 try {

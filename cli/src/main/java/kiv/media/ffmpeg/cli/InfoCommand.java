@@ -24,39 +24,63 @@ import picocli.CommandLine.Spec;
 
 /** Shows what a file holds. */
 @Command(name = "info", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
-        header = "Tells what a media file holds: its container and its streams.")
+        header = "Tells what media files hold: their containers and their streams.")
 final class InfoCommand implements Callable<Integer> {
 
     private static final int NANOS = 9;
     private static final int MICROS = 6;
 
     @Mixin
-    private MediaInput input;
+    private MediaInputs inputs;
 
-    @Option(names = "--json", description = "Write JSON. Times are in seconds, bit rates in bits a second; what the"
-            + " file does not tell is left out.")
+    @Option(names = "--json", description = "Write JSON: an object, or an array of them for several files. Times are in"
+            + " seconds, bit rates in bits a second; what a file does not tell is left out.")
     private boolean json;
 
     @Spec
     private CommandSpec spec;
 
+    private boolean printed;
+
     @Override
     public Integer call() throws IOException {
-        try (MediaReader reader = input.open()) {
-            PrintWriter out = spec.commandLine().getOut();
-            if (json) {
-                Json.write(out, to -> describe(reader, to));
-            } else {
-                print(reader, out);
+        PrintWriter out = spec.commandLine().getOut();
+        int status;
+        if (json) {
+            try (Json objects = new Json(out, inputs.areSeveral())) {
+                status = inputs.each(spec.commandLine(), (input, name) -> look(input,
+                        reader -> objects.write(to -> describe(input, reader, to))));
             }
-            OutputFile.flushStandardOutput(out);
+        } else {
+            status = inputs.each(spec.commandLine(), (input, name) -> look(input, reader -> print(input, reader, out)));
+        }
+        OutputFile.flushStandardOutput(out);
+        return status;
+    }
+
+    /** Shows what a reader tells. */
+    @FunctionalInterface
+    private interface Display {
+        void of(MediaReader reader) throws IOException;
+    }
+
+    private int look(MediaInput input, Display display) throws IOException {
+        try (MediaReader reader = input.openWhole()) {
+            display.of(reader);
+            OutputFile.flushStandardOutput(spec.commandLine().getOut());
+            // Everything asked for is there, so the exit status is that of a whole file.
+            input.missingEnd().ifPresent(missing -> FailureReport.warn(spec.commandLine(), input.about(missing)));
         }
         return ExitStatus.OK;
     }
 
-    private void print(MediaReader reader, PrintWriter out) {
+    private void print(MediaInput input, MediaReader reader, PrintWriter out) {
+        if (printed) {
+            out.println();
+        }
+        printed = true;
         Table head = new Table();
-        head.row("file", input.file().toString());
+        head.row("file", input.name());
         head.row("container", reader.formatName());
         head.row("duration", reader.duration().map(ConsoleText::clock).orElse("unknown"));
         reader.startTime().filter(start -> !start.isZero())
@@ -101,8 +125,8 @@ final class InfoCommand implements Callable<Integer> {
         };
     }
 
-    private void describe(MediaReader reader, JsonGenerator to) throws IOException {
-        to.writeStringField("file", input.file().toString());
+    private static void describe(MediaInput input, MediaReader reader, JsonGenerator to) throws IOException {
+        to.writeStringField("file", input.name());
         to.writeStringField("container", reader.formatName());
         seconds(to, "duration", reader.duration());
         seconds(to, "start", reader.startTime());

@@ -11,8 +11,8 @@ import java.io.IOException;
 import java.io.PrintWriter;
 import kiv.media.ffmpeg.cli.report.VisibleText;
 
-/** Writes a JSON object for other programs, in lines that people can read too. */
-final class Json {
+/** Writes a JSON object, or an array of them, for other programs, in lines that people can read too. */
+final class Json implements AutoCloseable {
 
     /** Writes the object's fields. */
     @FunctionalInterface
@@ -20,7 +20,21 @@ final class Json {
         void write(JsonGenerator to) throws IOException;
     }
 
-    private Json() {
+    private final PrintWriter out;
+    private final JsonGenerator to;
+    private boolean written;
+
+    /** @param array whether there is an array, of any number of objects; otherwise there is one object */
+    Json(PrintWriter out, boolean array) throws IOException {
+        this.out = out;
+        this.to = new JsonFactoryBuilder().characterEscapes(new Escapes())
+                .disable(StreamWriteFeature.AUTO_CLOSE_TARGET).enable(StreamWriteFeature.WRITE_BIGDECIMAL_AS_PLAIN).build()
+                .createGenerator(out);
+        to.setPrettyPrinter(new DefaultPrettyPrinter());
+        if (array) {
+            written = true;
+            to.writeStartArray();
+        }
     }
 
     /** Writes characters that are not to be shown as their numbers, so that the text stays what it is. */
@@ -46,15 +60,19 @@ final class Json {
         }
     }
 
-    static void write(PrintWriter out, Fields fields) throws IOException {
-        try (JsonGenerator to = new JsonFactoryBuilder().characterEscapes(new Escapes())
-                .disable(StreamWriteFeature.AUTO_CLOSE_TARGET).enable(StreamWriteFeature.WRITE_BIGDECIMAL_AS_PLAIN).build()
-                .createGenerator(out)) {
-            to.setPrettyPrinter(new DefaultPrettyPrinter());
-            to.writeStartObject();
-            fields.write(to);
-            to.writeEndObject();
+    void write(Fields fields) throws IOException {
+        written = true;
+        to.writeStartObject();
+        fields.write(to);
+        to.writeEndObject();
+    }
+
+    /** Ends the array and the line, unless nothing was written. */
+    @Override
+    public void close() throws IOException {
+        to.close();
+        if (written) {
+            out.println();
         }
-        out.println();
     }
 }

@@ -1,5 +1,6 @@
 package kiv.media.ffmpeg.cli;
 
+import java.nio.file.Path;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 
@@ -16,6 +17,7 @@ import picocli.CommandLine.Command;
             "4:The output cannot be written.",
             "5:The native library or FFmpeg is missing or does not load.",
             "6:A fault of the program or of the virtual machine, such as too little memory.",
+            "7:The input was cut off or its container is damaged; what could be read of it is done.",
             "130:Interrupted by Ctrl-C; 143 when it was another signal to end. What was not whole is removed.",
             "141:The program that read standard output closed it."})
 public final class Main {
@@ -48,6 +50,7 @@ public final class Main {
     static int run(String... args) {
         CommandLine line = new CommandLine(new Main());
         line.setCaseInsensitiveEnumValuesAllowed(true);
+        line.registerConverter(Path.class, new FileNames.OutputConverter());
         line.setParameterExceptionHandler(FailureReport::wrongUsage);
         line.setExecutionExceptionHandler(FailureReport::failed);
         if (args.length == 0) {

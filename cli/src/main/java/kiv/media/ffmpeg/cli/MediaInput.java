@@ -1,8 +1,10 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Optional;
 import java.util.function.Supplier;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.MediaFormatException;
@@ -13,43 +15,118 @@ import kiv.media.ffmpeg.VideoDecoder;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Parameters;
 
-/** The media file that a command reads, with the options for it. Failures to open it name the file. */
+/** The media file that a command reads, or standard input, with the options for it. Failures to open it name it. */
 final class MediaInput {
 
-    @Parameters(index = "0", paramLabel = "FILE", description = "The media file.")
-    private Path file;
+    /** The argument that stands for standard input. */
+    static final String STANDARD_INPUT = "-";
+
+    @Parameters(index = "0", paramLabel = "FILE", description = "The media file; - reads standard input.")
+    private String argument;
 
     @Mixin
     private LibraryOptions library;
 
-    Path file() {
-        return file;
+    private StandardInput standardInput;
+
+    /** Filled by the command line. */
+    MediaInput() {
     }
 
-    /** Returns the file's name without its extension. */
+    MediaInput(String argument, LibraryOptions library) {
+        this.argument = argument;
+        this.library = library;
+    }
+
+    boolean isStandardInput() {
+        return argument.equals(STANDARD_INPUT);
+    }
+
+    /** Returns the input's name for people. */
+    String name() {
+        return isStandardInput() ? "standard input" : argument;
+    }
+
+    /** Returns the file, or nothing for standard input. */
+    Optional<Path> file() throws IOException {
+        return isStandardInput() ? Optional.empty() : Optional.of(FileNames.existing(argument));
+    }
+
+    /** Returns the file's name without its directory. */
+    String title() {
+        return name().replaceAll("/+$", "").replaceAll("(?s).*/", "");
+    }
+
+    /** Returns the file's name without its extension, for the names of outputs. */
     String baseName() {
-        String name = file.getFileName().toString();
+        if (isStandardInput()) {
+            return "stdin";
+        }
+        String name = FileNames.encodable(title());
         int dot = name.lastIndexOf('.');
         return dot > 0 ? name.substring(0, dot) : name;
     }
 
     /** Returns whether an output would replace the input. */
     boolean isInput(Path output) throws IOException {
-        return Files.exists(output) && Files.exists(file) && Files.isSameFile(output, file);
+        return !isStandardInput() && Files.exists(output) && Files.exists(FileNames.existing(argument))
+                && Files.isSameFile(output, FileNames.existing(argument));
+    }
+
+    /** Opens the file when all of it is there, because some containers tell more at their end. */
+    MediaReader openWhole() throws IOException {
+        if (isStandardInput()) {
+            standardInput = StandardInput.open();
+            standardInput.fetchAll();
+        }
+        return open();
     }
 
     /** Loads the library and opens the file. */
     MediaReader open() throws IOException {
-        // These checks come before the library is loaded, so that a wrong name is reported at once.
+        if (isStandardInput()) {
+            if (standardInput == null) {
+                standardInput = StandardInput.open();
+            }
+        } else {
+            check(FileNames.existing(argument));
+        }
+        library.apply();
+        SeekableByteChannel bytes = bytes();
+        boolean opened = false;
+        try {
+            MediaReader reader = MediaReader.open(bytes);
+            opened = true;
+            return reader;
+        } catch (MediaFormatException e) {
+            throw new MediaFormatException(about(Diagnosis.of(bytes).orElse(e.getMessage())), e);
+        } finally {
+            if (!opened) {
+                bytes.close();
+            }
+        }
+    }
+
+    /** These checks come before the library is loaded, so that a wrong name is reported at once. */
+    private void check(Path file) throws IOException {
         if (Files.isDirectory(file)) {
-            throw new MediaFormatException(file + ": is a directory");
+            throw new MediaFormatException(about("is a directory"));
         }
         if (Files.exists(file) && !Files.isRegularFile(file)) {
-            throw new MediaFormatException(file + ": not a file; what cannot be sought in is to be saved first");
+            throw new MediaFormatException(about("not a file; pipe what comes out of it to standard input, which - names"));
         }
         Files.newByteChannel(file).close();
-        library.apply();
-        return MediaReader.open(file);
+    }
+
+    private SeekableByteChannel bytes() throws IOException {
+        return isStandardInput() ? standardInput.bytes() : Files.newByteChannel(FileNames.existing(argument));
+    }
+
+    /** Returns what of the input is missing at its end; empty when nothing is, or when the container does not say. */
+    Optional<String> missingEnd() throws IOException {
+        try (SeekableByteChannel bytes = bytes()) {
+            return FileEnd.missing(bytes);
+        }
     }
 
     VideoDecoder openVideoDecoder(MediaStream stream) {
@@ -70,8 +147,8 @@ final class MediaInput {
         }
     }
 
-    /** Puts the file's name in front of a message. */
+    /** Puts the input's name in front of a message. */
     String about(String message) {
-        return message.startsWith(file.toString()) ? message : file + ": " + message;
+        return message.startsWith(name()) ? message : name() + ": " + message;
     }
 }

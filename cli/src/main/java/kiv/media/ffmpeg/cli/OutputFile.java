@@ -27,6 +27,7 @@ final class OutputFile implements AutoCloseable {
     private final Path file;
     private final Path temporary;
     private final FileChannel channel;
+    private long written;
 
     private OutputFile(String name, Path file, Path temporary, FileChannel channel) {
         this.name = name;
@@ -100,13 +101,18 @@ final class OutputFile implements AutoCloseable {
     void write(ByteBuffer bytes) throws OutputException {
         try {
             while (bytes.hasRemaining()) {
-                channel.write(bytes);
+                written += channel.write(bytes);
             }
         } catch (IOException e) {
             ShutdownGuard.throwIfEnding();
             // A pipe fails in no other way; the system's message is in the user's language.
             throw file == null && isPipe() ? new OutputException.ClosedPipe(e) : OutputException.of(name, e);
         }
+    }
+
+    /** {@return how many bytes were written so far} */
+    long written() {
+        return written;
     }
 
     /** Gives the file its name, which replaces an existing file in one step. */

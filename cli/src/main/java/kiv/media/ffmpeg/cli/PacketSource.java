@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.util.Optional;
 import java.util.function.Consumer;
 import java.util.function.Predicate;
 import kiv.media.ffmpeg.MediaFormatException;
@@ -10,12 +11,19 @@ import kiv.media.ffmpeg.Packet;
 /** Reads a file's packets up to its end, or up to where its container is damaged, so that what came before is kept. */
 final class PacketSource {
 
+    private final MediaInput input;
     private final MediaReader reader;
     private final Consumer<String> warnings;
     private boolean begun;
+    private boolean ended;
+    private boolean incomplete;
 
-    /** @param warnings receives a line when the rest of the file is left out */
-    PacketSource(MediaReader reader, Consumer<String> warnings) {
+    /**
+     * @param input what the reader reads
+     * @param warnings receives a line when the rest of the file is left out or missing
+     */
+    PacketSource(MediaInput input, MediaReader reader, Consumer<String> warnings) {
+        this.input = input;
         this.reader = reader;
         this.warnings = warnings;
     }
@@ -23,17 +31,24 @@ final class PacketSource {
     /** {@return the next packet, or null at the end} */
     Packet next() throws IOException {
         ShutdownGuard.throwIfEnding();
+        if (ended) {
+            return null;
+        }
+        Packet packet;
         try {
-            Packet packet = reader.read();
-            begun = true;
-            return packet;
+            packet = reader.read();
         } catch (MediaFormatException e) {
             if (!begun) {
                 throw e;
             }
-            warnings.accept("the container is damaged, and what follows is left out: " + e.getMessage());
+            end("the container is damaged, and what follows is left out: " + e.getMessage());
             return null;
         }
+        begun = true;
+        if (packet == null) {
+            end(null);
+        }
+        return packet;
     }
 
     /** {@return the next packet that is wanted, or null at the end} */
@@ -43,5 +58,19 @@ final class PacketSource {
             packet = next();
         }
         return packet;
+    }
+
+    private void end(String damage) throws IOException {
+        ended = true;
+        Optional<String> missing = input.missingEnd();
+        incomplete = damage != null || missing.isPresent();
+        if (incomplete) {
+            warnings.accept(missing.orElse(damage));
+        }
+    }
+
+    /** {@return the exit status of work that succeeded: whether the packets were all that the file should hold} */
+    int status() {
+        return incomplete ? ExitStatus.INCOMPLETE : ExitStatus.OK;
     }
 }

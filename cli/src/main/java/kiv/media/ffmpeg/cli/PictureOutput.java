@@ -22,4 +22,10 @@ interface PictureOutput extends AutoCloseable {
 
     /** {@return where the pictures are written to, for the summary} */
     String target();
+
+    /** {@return how many files are written} */
+    long files();
+
+    /** {@return how many bytes they have} */
+    long bytes();
 }

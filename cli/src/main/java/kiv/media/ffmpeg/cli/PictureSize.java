@@ -16,6 +16,8 @@ record PictureSize(int width, int height) {
     /** Stands for the side that follows from the other side and the picture's shape. */
     static final int KEEP = -1;
     private static final int LARGEST = 16384;
+    /** No picture of the library's has more. */
+    private static final int MOST_PIXELS = Integer.MAX_VALUE / Long.BYTES;
 
     /** Returns the width for pictures of some size. */
     int widthOf(int pictureWidth, int pictureHeight) {
@@ -28,7 +30,7 @@ record PictureSize(int width, int height) {
     }
 
     private static int follow(int side, int from, int to) {
-        return (int) Math.min(LARGEST, Math.max(1, Math.round((double) side * from / to)));
+        return (int) Math.min(Math.min(LARGEST, MOST_PIXELS / side), Math.max(1, Math.round((double) side * from / to)));
     }
 
     /** Reads {@code 320x240}, {@code 320x-1} or {@code -1x240}. */
@@ -45,9 +47,10 @@ record PictureSize(int width, int height) {
             }
             int width = Integer.parseInt(sides.group(1));
             int height = Integer.parseInt(sides.group(2));
-            if (width == 0 || height == 0 || width > LARGEST || height > LARGEST || width == KEEP && height == KEEP) {
+            if (width == 0 || height == 0 || width > LARGEST || height > LARGEST || width == KEEP && height == KEEP
+                    || width * height > MOST_PIXELS) {
                 throw new TypeConversionException("'" + text + "' is no size; sides have 1 to " + LARGEST
-                        + " pixels, and one of them may be -1");
+                        + " pixels, " + MOST_PIXELS + " together, and one of them may be -1");
             }
             return new PictureSize(width, height);
         }

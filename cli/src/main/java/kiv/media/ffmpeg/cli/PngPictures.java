@@ -1,18 +1,20 @@
 package kiv.media.ffmpeg.cli;
 
-import ar.com.hjg.pngj.FilterType;
-import ar.com.hjg.pngj.ImageInfo;
-import ar.com.hjg.pngj.ImageLineByte;
-import ar.com.hjg.pngj.PngWriter;
 import java.awt.image.BufferedImage;
-import java.io.ByteArrayOutputStream;
 import java.io.IOException;
+import java.nio.file.DirectoryIteratorException;
+import java.nio.file.DirectoryStream;
+import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.BitSet;
 import java.util.Locale;
 import java.util.concurrent.ArrayBlockingQueue;
 import java.util.concurrent.ThreadPoolExecutor;
 import java.util.concurrent.TimeUnit;
+import java.util.concurrent.atomic.AtomicLong;
 import java.util.concurrent.atomic.AtomicReference;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 import kiv.media.ffmpeg.Picture;
 
 /**
@@ -21,9 +23,6 @@ import kiv.media.ffmpeg.Picture;
  */
 final class PngPictures implements PictureOutput {
 
-    private static final int BITS = 8;
-    /** Fast compression: the files are somewhat larger and take a fraction of the time. */
-    private static final int LEVEL = 1;
     private static final int POLL_MILLIS = 100;
 
     private final Path directory;
@@ -31,6 +30,10 @@ final class PngPictures implements PictureOutput {
     private final PictureSize size;
     private final ThreadPoolExecutor workers;
     private final AtomicReference<Throwable> failure = new AtomicReference<>();
+    private final AtomicLong bytes = new AtomicLong();
+    /** The numbers of the pictures. */
+    private final BitSet written = new BitSet();
+    private long removed;
 
     /** @param size null for the pictures' own size */
     PngPictures(Path directory, String baseName, PictureSize size) {
@@ -51,17 +54,20 @@ final class PngPictures implements PictureOutput {
     public void write(Picture picture, long number) throws IOException {
         throwFailure();
         Path file = directory.resolve(name(baseName, number));
+        written.set(Math.toIntExact(number));
         workers.execute(() -> {
             try (picture; OutputFile output = OutputFile.create(file)) {
-                output.write(encode(image(picture)));
+                output.write(ImageFile.png(image(picture, size)));
                 output.finish();
+                bytes.addAndGet(output.written());
             } catch (Throwable e) { // thrown again by the caller's thread
                 failure.compareAndSet(null, e);
             }
         });
     }
 
-    private BufferedImage image(Picture picture) {
+    /** {@return a picture in a size, or in its own when that is null} */
+    static BufferedImage image(Picture picture, PictureSize size) {
         return size == null ? picture.toBufferedImage()
                 : picture.toBufferedImage(size.widthOf(picture.width(), picture.height()),
                         size.heightOf(picture.width(), picture.height()));
@@ -80,6 +86,24 @@ final class PngPictures implements PictureOutput {
             throw new IOException("interrupted while pictures were written", e);
         }
         throwFailure();
+        removeStale();
+    }
+
+    /** Removes the pictures that an earlier run made of this file and that the new ones do not replace. */
+    private void removeStale() throws IOException {
+        Pattern names = Pattern.compile(Pattern.quote(baseName) + "-(?<number>\\d{5,9})\\.png");
+        try (DirectoryStream<Path> files = Files.newDirectoryStream(directory)) {
+            for (Path file : files) {
+                Matcher name = names.matcher(file.getFileName().toString());
+                if (name.matches() && !written.get(Integer.parseInt(name.group("number"))) && ImageFile.isOurs(file)) {
+                    Files.delete(file);
+                    removed++;
+                }
+            }
+        } catch (IOException | DirectoryIteratorException e) {
+            throw OutputException.of(directory, e instanceof IOException io ? io
+                    : ((DirectoryIteratorException) e).getCause());
+        }
     }
 
     @Override
@@ -98,6 +122,21 @@ final class PngPictures implements PictureOutput {
         return directory.toString();
     }
 
+    @Override
+    public long files() {
+        return written.cardinality();
+    }
+
+    @Override
+    public long bytes() {
+        return bytes.get();
+    }
+
+    /** {@return how many pictures of an earlier run were removed} */
+    long removed() {
+        return removed;
+    }
+
     private void throwFailure() throws IOException {
         Throwable first = failure.get();
         if (first instanceof IOException e) {
@@ -108,33 +147,6 @@ final class PngPictures implements PictureOutput {
         }
         if (first != null) {
             throw (Error) first;
-        }
-    }
-
-    private static byte[] encode(BufferedImage image) {
-        int width = image.getWidth();
-        int height = image.getHeight();
-        ByteArrayOutputStream bytes = new ByteArrayOutputStream(1 << 20);
-        PngWriter writer = new PngWriter(bytes, new ImageInfo(width, height, BITS, false));
-        try {
-            writer.setCompLevel(LEVEL);
-            writer.setFilterType(FilterType.FILTER_SUB);
-            int[] pixels = new int[width];
-            ImageLineByte line = new ImageLineByte(writer.imgInfo);
-            byte[] samples = line.getScanlineByte();
-            for (int y = 0; y < height; y++) {
-                image.getRaster().getDataElements(0, y, width, 1, pixels);
-                for (int x = 0; x < width; x++) {
-                    samples[3 * x] = (byte) (pixels[x] >> 16);
-                    samples[3 * x + 1] = (byte) (pixels[x] >> 8);
-                    samples[3 * x + 2] = (byte) pixels[x];
-                }
-                writer.writeRow(line);
-            }
-            writer.end();
-            return bytes.toByteArray();
-        } finally {
-            writer.close();
         }
     }
 }

@@ -107,4 +107,14 @@ final class RawPictures implements PictureOutput {
     public String target() {
         return target;
     }
+
+    @Override
+    public long files() {
+        return file == null ? 0 : 1;
+    }
+
+    @Override
+    public long bytes() {
+        return file == null ? 0 : file.written();
+    }
 }

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
 import kiv.media.ffmpeg.AudioContainer;
@@ -38,6 +39,11 @@ final class SoundFile implements AutoCloseable {
             ShutdownGuard.throwIfEnding();
             throw OutputException.of(file, e);
         }
+    }
+
+    /** {@return how many bytes the finished file has} */
+    long bytes() throws IOException {
+        return Files.size(file);
     }
 
     /** Gives the file its length in samples of a channel and its name. */

@@ -134,6 +134,11 @@ final class SoundWriter implements AutoCloseable {
         return reason;
     }
 
+    /** {@return how many bytes the finished file has} */
+    long bytes() throws IOException {
+        return output.bytes();
+    }
+
     double seconds() {
         return (double) frames / decoder.format().sampleRate();
     }

@@ -41,7 +41,7 @@ class DecodePageTest {
                 ("\0\0".repeat(40_000) + ("\u00ff\u007f".repeat(10) + "\0\u0080".repeat(10)).repeat(2000))
                         .getBytes(StandardCharsets.ISO_8859_1));
         for (String line : List.of("decode media/balle-jbart.mp4 -q --out tmp/film --size 72x58",
-                "decode tmp/sound.wav -q --out tmp/sound")) {
+                "decode tmp/sound.wav -q --out tmp/sound", "decode streams/pcm_s16_5.1.wav -q --out tmp/six")) {
             assertThat(Main.run(MainTest.words(line, directory))).isZero();
         }
         writeHostile(Files.createDirectory(directory.resolve("hostile")).resolve("index.html"));
@@ -50,7 +50,8 @@ class DecodePageTest {
         String dom = new String(Programs.output(List.of("timeout", "300", "chromium", "--headless", "--no-sandbox",
                 "--disable-gpu", "--disable-dev-shm-usage", "--hide-scrollbars", "--allow-file-access-from-files",
                 "--host-resolver-rules=MAP * ~NOTFOUND", "--user-data-dir=" + directory.resolve("profile"),
-                "--window-size=2960,2600", "--dump-dom", frames.toUri().toString())), StandardCharsets.UTF_8);
+                "--window-size=2960,2600", "--virtual-time-budget=10000000", "--dump-dom",
+                frames.toUri().toString())), StandardCharsets.UTF_8);
         seen = dom.substring(dom.indexOf("<pre"), dom.indexOf("</pre>")).replace("&lt;", "<").replace("&gt;", ">")
                 .replace("&amp;", "&").lines().skip(1).map(line -> line.split("=", 2))
                 .collect(Collectors.toMap(line -> line[0], line -> line[1], (first, other) -> first));
@@ -74,7 +75,9 @@ class DecodePageTest {
             assertThat(seen).containsEntry(page + ".images", "32/32").containsEntry(page + ".size", "288x216")
                     .containsEntry(page + ".wide", "false").containsEntry(page + ".heading", "balle-jbart.mp4")
                     .containsEntry(page + ".link", directory.toUri() + "film/balle-jbart-00001.png")
-                    .containsEntry(page + ".parts", "Contact sheet,Sound,Streams,Timings");
+                    .containsEntry(page + ".parts", "Contact sheet,Sound,Source,Streams,Timings")
+                    // What is beside the page plays, under its own policy.
+                    .containsEntry(page + ".audio", "10.2").containsEntry(page + ".video", "10.2");
         }
         assertThat(seen.get("film.text")).contains("255 pictures, 255 written", "490,496 samples", "h264 (avc1)",
                 "720\u00d7576, 25.00 pictures/s", "48000 Hz, 2 channels", "Decoding and writing");
@@ -99,8 +102,10 @@ class DecodePageTest {
 
     @Test
     void theSoundIsSeen() {
-        assertThat(seen).containsEntry("sound.parts", "Warnings,Sound,Streams,Timings").containsEntry("sound.images", "0/0");
+        assertThat(seen).containsEntry("sound.parts", "Warnings,Sound,Source,Streams,Timings")
+                .containsEntry("sound.images", "0/0");
         assertThat(seen.get("sound.text")).contains("40,000 samples are at full scale", "Mono 0.0 dBFS \u22123.0 dBFS 40,000");
+        assertThat(directory.resolve("six/index.html")).content().contains(">LFE<", ">Back right<");
         // The loud half is marked, and it alone has a height.
         assertThat(seen).containsEntry("sound.peaks", "0,-500,1250,1000").containsEntry("sound.clipping", "626,-500,624,90")
                 .containsEntry("sound.first", "M0 0L0.5 0L1.5 0");

@@ -7,10 +7,12 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import com.fasterxml.jackson.core.JsonFactory;
 import com.fasterxml.jackson.core.JsonParser;
 import java.io.ByteArrayOutputStream;
+import java.io.File;
 import java.io.IOException;
 import java.io.PrintStream;
 import java.io.PrintWriter;
 import java.io.StringWriter;
+import java.nio.channels.SeekableByteChannel;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -184,13 +186,88 @@ class MainTest {
         writeWave(directory.resolve("in.wav"), WaveFormat.pcm16(44100, 2), new byte[4000]);
         writeWave(directory.resolve("deep.wav"), WaveFormat.of(1, 1, 8000, 24_000, 3, 24, new byte[0]), new byte[3000]);
         writeWave(directory.resolve("empty.wav"), WaveFormat.pcm16(44100, 2), new byte[0]);
+        Files.createFile(directory.resolve("nothing.mp4"));
+        Files.writeString(directory.resolve("page.mp4"), " <!DOCTYPE html>");
+        Files.write(directory.resolve("image.avi"), new byte[] {(byte) 0x89, 'P', 'N', 'G', 13, 10, 26, 10, 0});
+        cut("media/balle-jbart.mp4", "cut.mp4");
+        String[] before = list("");
         assertThat(run(line)).as(errors).isEqualTo(status);
         String[] words = words(line, directory);
         String named = status == 1 || status == 3 ? words[1] : status == 4 ? words[words.length - 1] : "";
         assertThat(errors.lines()).singleElement().asString().startsWith("error: " + named).contains(reason);
         assertThat(output).isEmpty();
-        assertThat(list("")).containsExactlyInAnyOrder("text.mp4", "in.wav", "deep.wav", "empty.wav");
+        assertThat(list("")).containsExactlyInAnyOrder(before);
         assertThat(directory.resolve("deep.wav")).as("the file before the failure").hasSize(3044);
+    }
+
+    /** Writes the first part of a file. */
+    private void cut(String file, String name) throws IOException {
+        byte[] whole = Files.readAllBytes(Path.of(words(file, directory)[0]));
+        Files.write(directory.resolve(name), Arrays.copyOf(whole, whole.length * 3 / 5 + 1));
+    }
+
+    /** The last one is cut from the beginning, and its pictures cannot be decoded at all. */
+    @ParameterizedTest
+    @CsvSource({"streams/h264_b_256x256.avi, png", "streams/h264_b_720x576.mkv, png", "streams/wmv2_wma2.asf, png",
+        "streams/h264_aac.flv, png", "streams/mpeg2_ac3.ts, png", "streams/mpeg1_mp2.mpg, png", "media/quicktime.mp4, png",
+        "media/breakdance.flv, wav"})
+    void aFilmThatIsCutOffGivesWhatIsThere(String film, String written) throws IOException {
+        cut(film, "cut");
+        assertThat(run("decode -q tmp/cut --out tmp/out --every 1000")).as(errors).isEqualTo(7);
+        assertThat(errors).containsPattern("warning: the file was cut off: \\d+ of at least \\d+ bytes are there\n");
+        assertThat(list("out")).contains("index.html").anyMatch(name -> name.endsWith(written));
+        assertThat(run("frames-md5 --audio tmp/cut")).as(errors).isIn(7, 1);
+        succeed("info tmp/cut");
+    }
+
+    @Test
+    void noWholeFileIsTakenForCutOff() throws IOException {
+        for (File stream : TestMedia.stream("manifest.tsv").getParent().toFile().listFiles(File::isFile)) {
+            try (SeekableByteChannel file = Files.newByteChannel(stream.toPath())) {
+                assertThat(FileEnd.missing(file)).as(stream.getName()).isEmpty();
+            }
+        }
+    }
+
+    @Test
+    void oneOfSeveralFilesMayFail() throws IOException {
+        cut("streams/h264_aac.flv", "cut.flv");
+        assertThat(run("info tmp/none tmp/cut.flv streams/vorbis.ogg tmp")).isEqualTo(1);
+        assertThat(output).contains("cut.flv", "vorbis.ogg");
+        assertThat(errors.lines()).hasSize(3).anyMatch(line -> line.matches("error: .*none: no such file"));
+        assertThat(run("decode -q tmp/cut.flv streams/vorbis.ogg streams/mp3.mp3 --out tmp")).isEqualTo(3);
+        assertThat(run("decode -q tmp/cut.flv streams/mp3.mp3 --out tmp")).isEqualTo(7);
+        assertThat(list("mp3")).containsExactlyInAnyOrder("mp3.wav", "index.html");
+    }
+
+    @Test
+    void aNameThatIsNotUtf8NamesItsFile() throws Exception {
+        String name = directory.resolve("$(printf 'f\\351.mp4')").toString();
+        Programs.output(List.of("sh", "-c", "cp \"$0\" \"" + name + "\"", TestMedia.stream("h264_aac.mp4").toString()));
+        succeed("decode -q tmp/f\uFFFD.mp4 --limit 1 -o tmp/a.png");
+        assertThat(run("info tmp/\uFFFD.mp4")).isEqualTo(1);
+        assertThat(run("decode streams/h264_aac.mp4 -o tmp/\uFFFD.wav")).isEqualTo(2);
+    }
+
+    @Test
+    void onlyPicturesOfAnEarlierRunAreRemoved() throws IOException {
+        succeed("decode -q streams/h264_aac.mp4 --out tmp --limit 5");
+        Path second = directory.resolve("h264_aac-00002.png");
+        Files.copy(second, directory.resolve("h264_aac-2.png"));
+        Files.copy(second, directory.resolve("other-00002.png"));
+        Files.write(directory.resolve("h264_aac-00009.png"), Files.readString(second, StandardCharsets.ISO_8859_1)
+                .replace("kivjniffmpeg", "kivjniffmpe_").getBytes(StandardCharsets.ISO_8859_1));
+        Files.createSymbolicLink(directory.resolve("h264_aac-00008.png"), second);
+        succeed("decode streams/h264_aac.mp4 --out tmp --every 2 --limit 2");
+        assertThat(output).containsPattern("removed +3 pictures of an earlier run");
+        assertThat(list("")).containsExactlyInAnyOrder("h264_aac-00001.png", "h264_aac-00003.png", "h264_aac-2.png",
+                "other-00002.png", "h264_aac-00009.png", "h264_aac-00008.png", "h264_aac.wav", "index.html");
+    }
+
+    @Test
+    void picturesThatFillTheDiskAreAnnounced() throws IOException {
+        assertThat(DiskSpace.announcement(1e6, directory)).isEmpty();
+        assertThat(DiskSpace.announcement(1e18, directory).orElseThrow()).contains("about 1.00 EB, and ", " free in ", "--every");
     }
 
     @ParameterizedTest
@@ -210,7 +287,9 @@ class MainTest {
         run("info -v tmp/" + name + "x");
         assertThat(errors).contains("error: " + shown).doesNotContain("\u001b");
         StringWriter json = new StringWriter();
-        Json.write(new PrintWriter(json), to -> to.writeStringField("file", name + "\u202e\u00e4"));
+        try (Json object = new Json(new PrintWriter(json), false)) {
+            object.write(to -> to.writeStringField("file", name + "\u202e\u00e4"));
+        }
         assertThat(json.toString()).contains("\"a\\u001B[2J\\u007F.wav\\u202e\u00e4\"");
         assertThat(VisibleText.of("a\u200f\u2066\u00e4\u0085")).isEqualTo("a\ufffd\ufffd\u00e4\ufffd");
     }

@@ -5,6 +5,7 @@ import static org.assertj.core.api.Assertions.assertThat;
 import java.io.File;
 import java.io.IOException;
 import java.io.InputStream;
+import java.io.OutputStream;
 import java.nio.ByteBuffer;
 import java.nio.channels.FileChannel;
 import java.nio.file.Files;
@@ -31,10 +32,11 @@ class ProcessTest {
     @TempDir
     Path directory;
 
-    private Process start(String line) throws IOException {
+    private Process start(String line, String... environment) throws IOException {
         // A virtual machine ignores the signals that its parent ignores, as shells do in the background.
-        List<String> command = new ArrayList<>(List.of("env", "--default-signal=INT,TERM,PIPE",
-                ProcessHandle.current().info().command().orElseThrow(),
+        List<String> command = new ArrayList<>(List.of("env", "--default-signal=INT,TERM,PIPE"));
+        command.addAll(List.of(environment));
+        command.addAll(List.of(ProcessHandle.current().info().command().orElseThrow(),
                 "-D" + FfmpegLibrary.LIBRARY_PROPERTY + "=" + System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY),
                 "-cp", System.getProperty("java.class.path"), Main.class.getName()));
         command.addAll(List.of(MainTest.words(line, directory)));
@@ -58,6 +60,42 @@ class ProcessTest {
         assertThat(pictures).isEqualTo(MainTest.ffmpeg("h264_b_320x240.mp4", "-f rawvideo"));
         assertThat(directory.resolve("errors")).content().contains("decoding: 60 of 60 pictures", "to standard output",
                 "debug: ");
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"streams/h264_aac.mp4", "streams/mpeg4_mp3.avi", "streams/mpeg2_ac3.ts"})
+    void standardInputIsReadLikeAFile(String film) throws Exception {
+        Process file = start("frames-md5 " + film);
+        Process piped = start("frames-md5 -");
+        try (OutputStream to = piped.getOutputStream()) {
+            Files.copy(Path.of(MainTest.words(film, directory)[0]), to);
+        }
+        assertThat(piped.getInputStream().readAllBytes()).isEqualTo(file.getInputStream().readAllBytes());
+        assertThat(status(piped)).isZero();
+    }
+
+    @Test
+    void whatIsKeptOfStandardInputIsGoneHoweverTheProcessEnds() throws Exception {
+        Path kept = Files.createDirectory(directory.resolve("kept"));
+        Process process = start("info -", "TMPDIR=" + kept);
+        OutputStream to = process.getOutputStream();
+        to.write(new byte[200_000]);
+        to.flush();
+        Path descriptors = Path.of("/proc/" + process.pid() + "/fd");
+        while (process.isAlive() && Stream.of(descriptors.toFile().listFiles()).noneMatch(file -> links(file, kept))) {
+            Thread.sleep(10);
+        }
+        assertThat(kept).isEmptyDirectory();
+        send("KILL", process);
+        assertThat(status(process)).isEqualTo(137);
+    }
+
+    private static boolean links(File descriptor, Path directory) {
+        try {
+            return Files.readSymbolicLink(descriptor.toPath()).startsWith(directory);
+        } catch (IOException e) {
+            return false;
+        }
     }
 
     @ParameterizedTest

@@ -15,8 +15,8 @@ import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.cli.report.ContactSheet.Thumbnail;
 
 /**
- * Collects what is decoded of a file and shows it on a page of HTML: a contact sheet, the sound's waveform, tables of
- * streams and timings. It keeps a few thumbnails and a few thousand samples, however long the film is.
+ * Collects what is decoded of a file and shows it on a page of HTML: a contact sheet, the sound's waveform, players,
+ * tables of streams and timings. It keeps a few thumbnails and a few thousand samples, however long the film is.
  *
  * <pre>{@code
  * DecodeReport report = new DecodeReport("film.mp4", reader, video, sound);
@@ -39,6 +39,8 @@ public final class DecodeReport {
     private double firstShown = Double.POSITIVE_INFINITY;
     private double lastShown = Double.NEGATIVE_INFINITY;
     private double soundBegins;
+    private String sourceLink;
+    private String soundLink;
 
     /**
      * How long a part of the work took.
@@ -139,6 +141,17 @@ public final class DecodeReport {
     }
 
     /**
+     * Lets the page play what lies beside it. It loads that only when somebody plays it.
+     *
+     * @param source the decoded file, relative to the page, or null when there is none
+     * @param sound a WAV file of the decoded sound, relative to the page, or null when there is none
+     */
+    public void players(String source, String sound) {
+        sourceLink = source;
+        soundLink = sound;
+    }
+
+    /**
      * Writes the page.
      *
      * @param to receives the page, whose text must be encoded in UTF-8; it stays open
@@ -164,6 +177,16 @@ public final class DecodeReport {
 
     Optional<MediaStream> audio() {
         return Optional.ofNullable(audio);
+    }
+
+    /** Returns the decoded file, relative to the page. */
+    Optional<String> sourceLink() {
+        return Optional.ofNullable(sourceLink);
+    }
+
+    /** Returns the file of the decoded sound, relative to the page. */
+    Optional<String> soundLink() {
+        return Optional.ofNullable(soundLink);
     }
 
     /** Returns the sheet that represents the film: of the pictures that have files, unless they are too few. */

@@ -3,6 +3,7 @@ package kiv.media.ffmpeg.cli.report;
 import java.net.URI;
 import java.net.URISyntaxException;
 import java.time.Duration;
+import java.util.List;
 import java.util.Locale;
 import kiv.media.ffmpeg.FourCharacterCode;
 import kiv.media.ffmpeg.MediaKind;
@@ -13,6 +14,12 @@ final class PageText {
 
     private static final double DECIBELS = 20;
     private static final int KILO = 1000;
+    private static final List<List<String>> CHANNELS = List.of(List.of("Mono"), List.of("Left", "Right"),
+            List.of("Left", "Right", "Centre"), List.of("Left", "Right", "Centre", "Back centre"),
+            List.of("Left", "Right", "Centre", "Back left", "Back right"),
+            List.of("Left", "Right", "Centre", "LFE", "Back left", "Back right"),
+            List.of("Left", "Right", "Centre", "LFE", "Back centre", "Side left", "Side right"),
+            List.of("Left", "Right", "Centre", "LFE", "Back left", "Back right", "Side left", "Side right"));
 
     private PageText() {
     }
@@ -73,13 +80,9 @@ final class PageText {
                 Math.min(0, DECIBELS * Math.log10(size / Waveform.FULL_SCALE))).replace('-', '\u2212');
     }
 
-    /** Returns a channel's name. */
+    /** Returns a channel's name in the usual layout of so many channels, in which decoders deliver them. */
     static String channel(int index, int channels) {
-        return switch (channels) {
-            case 1 -> "Mono";
-            case 2 -> index == 0 ? "Left" : "Right";
-            default -> "Channel " + (index + 1);
-        };
+        return channels <= CHANNELS.size() ? CHANNELS.get(channels - 1).get(index) : "Channel " + (index + 1);
     }
 
     /** Returns the codec's name, with its four-character code when that is readable. */

@@ -29,6 +29,7 @@ import static j2html.TagCreator.section;
 import static j2html.TagCreator.span;
 import static j2html.TagCreator.style;
 import static j2html.TagCreator.table;
+import static j2html.TagCreator.tag;
 import static j2html.TagCreator.tbody;
 import static j2html.TagCreator.td;
 import static j2html.TagCreator.th;
@@ -38,6 +39,7 @@ import static j2html.TagCreator.tr;
 import static j2html.TagCreator.ul;
 
 import j2html.rendering.FlatHtml;
+import j2html.tags.ContainerTag;
 import j2html.tags.DomContent;
 import j2html.tags.specialized.SectionTag;
 import j2html.tags.specialized.TableTag;
@@ -58,9 +60,15 @@ import kiv.media.ffmpeg.cli.report.DecodeReport.Timing;
 /** Renders a report as HTML. */
 final class ReportPage {
 
-    /** The page loads, runs and sends nothing: it may use only styles and images that it contains. */
+    /**
+     * The page runs and sends nothing. It may use only styles and images that it contains, and play files from where it
+     * lies itself.
+     */
     private static final String POLICY = "default-src 'none'; style-src 'unsafe-inline'; img-src data:; "
-            + "base-uri 'none'; form-action 'none'";
+            + "media-src 'self'; base-uri 'none'; form-action 'none'";
+    /** The ends of names that browsers play as a film and as a sound. */
+    private static final String FILMS = "(?is).*\\.(mp4|m4v|mov|webm|mkv|ogv)";
+    private static final String SOUNDS = "(?is).*\\.(mp3|m4a|wav|ogg|oga|opus|flac|aac)";
     private static final String DASH = "\u2013";
 
     private final DecodeReport report;
@@ -91,9 +99,9 @@ final class ReportPage {
                 style().with(rawHtml(stylesheet()))),
                 body(main(
                         header(p("Decode report").withClass("kind"), h1(bdi(name)), p(about()).withClass("about")),
-                        keyFigures(), notes(), contactSheet(), sound(), streams(), timings()),
-                        footer(p("Made by kivjniffmpeg. This page is complete in itself: it loads nothing and runs"
-                                + " nothing.")))
+                        keyFigures(), notes(), contactSheet(), sound(), source(), streams(), timings()),
+                        footer(p("Made by kivjniffmpeg. This page is complete in itself: it runs nothing, and loads"
+                                + " nothing but what you play or follow.")))
         ).withLang("en").render(FlatHtml.into(to));
         to.append('\n');
     }
@@ -204,6 +212,7 @@ final class ReportPage {
         String label = "Waveform of " + PageText.count(sound.channels(), "channel") + " over "
                 + PageText.figure(sound.seconds()) + " seconds; the table below tells the levels";
         return part("sound", "Sound", text,
+                report.soundLink().<DomContent>map(link -> player("audio", link, "The decoded sound")).orElse(rawHtml("")),
                 WaveformDrawing.draw(sound, report.soundBegins(), label),
                 grid("Levels of the channels", List.of("Channel", "Peak", "Power (RMS)", "Samples at full scale"),
                         IntStream.range(0, sound.channels()).mapToObj(index -> {
@@ -211,6 +220,34 @@ final class ReportPage {
                             return List.of(PageText.channel(index, sound.channels()), PageText.level(channel.peak()),
                                     PageText.level(sound.rms(channel)), PageText.count(channel.fullScale()));
                         }).toList()));
+    }
+
+    private DomContent source() {
+        return report.sourceLink().map(link -> {
+            DomContent player = rawHtml("");
+            if (link.matches(FILMS) && report.video().isPresent()) {
+                player = film(link);
+            } else if (link.matches(FILMS + "|" + SOUNDS)) {
+                player = player("audio", link, "The source");
+            }
+            return (DomContent) part("source", "Source", "What was decoded, as far as this browser plays it.", player,
+                    p(a(bdi(VisibleText.of(report.name()))).withHref(PageText.reference(link))).withClass("link"));
+        }).orElse(rawHtml(""));
+    }
+
+    /** Makes a player in the form of the pictures, which it shows one of. */
+    private DomContent film(String link) {
+        ContainerTag<?> player = player("video", link, "The source");
+        thumbnails.stream().filter(thumbnail -> thumbnail.image() != null).skip(thumbnails.size() / 2).findFirst()
+                .ifPresent(thumbnail -> player.attr("poster", thumbnail.toDataUri())
+                        .attr("width", thumbnail.image().getWidth()).attr("height", thumbnail.image().getHeight()));
+        return player;
+    }
+
+    /** Makes an element that loads its file only when it is played. */
+    private static ContainerTag<?> player(String kind, String link, String label) {
+        return tag(kind).attr("controls").attr("preload", "none").attr("src", PageText.reference(link))
+                .attr("aria-label", label);
     }
 
     private DomContent streams() {
