@@ -42,6 +42,9 @@ public:
         return ull_index < dsl_view.size() ? dsl_view[ull_index] : ELEMENT{};
     }
 
+    /** Elements of the view that the array has; 0 for null. */
+    int32_t size() const noexcept { return imc_count; }
+
 protected:
     /**
      * @param avop_array may be null: an empty view

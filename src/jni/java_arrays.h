@@ -2,6 +2,7 @@
 #pragma once
 
 #include "jni/array_holders.h"
+#include "jni/exceptions.h"
 #include "jni/jnienv.h"
 
 #include <algorithm>
@@ -42,20 +43,23 @@ inline jbyteArray to_java(const c_jnienv &dsp_env, std::span<const uint8_t> utp_
 }
 
 /**
- * The first bytes of the array; 0 for those that it does not have.
+ * The first bytes of the array.
  *
  * @param imp_length how many
  * @throws std::bad_alloc for a negative length
+ * @throws c_ffmpeg_exception when the array is shorter
  * @throws c_jniexception when the virtual machine has no memory for the array
  */
 inline std::vector<uint8_t> from_java(c_jbytearray &dsp_array, int32_t imp_length)
 {
     if (imp_length < 0)
         throw std::bad_array_new_length();
+    if (imp_length > dsp_array.size())
+        throw_ffmpeg_exception(1207, "an array of ", dsp_array.size(), " bytes is shorter than its length of ",
+                               imp_length);
     std::vector<uint8_t> utl_bytes(static_cast<size_t>(imp_length));
     dsp_array.pin();
-    const auto utl_elements = dsp_array.elements();
-    std::copy_n(utl_elements.begin(), std::min(utl_elements.size(), utl_bytes.size()), utl_bytes.begin());
+    std::copy_n(dsp_array.elements().begin(), utl_bytes.size(), utl_bytes.begin());
     dsp_array.release();
     return utl_bytes;
 }

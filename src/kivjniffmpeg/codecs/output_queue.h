@@ -21,6 +21,8 @@ public:
     int32_t front_size() const noexcept { return dsc_buffers.front()->data_size(); }
     /** Bytes in all buffers. */
     uint64_t bytes() const noexcept { return ulc_bytes; }
+    /** Bytes of the first buffers, as many as one Java array holds. */
+    int32_t deliverable() const noexcept;
 
 private:
     std::deque<c_framebuffer_reference> dsc_buffers;

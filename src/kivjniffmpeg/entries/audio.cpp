@@ -188,9 +188,9 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_
         dsl_params[AudioParams::LENGTH] -= dsl_out.imc_processed_len;
         if (avop_out == nullptr)
             dsl_params.write(); // copying into no array throws, and Java then sees what of its input was consumed
-        if (std::cmp_less(iml_room, dsl_queue.bytes())) {
+        if (iml_room < dsl_queue.deliverable()) {
             dsl_params[AudioParams::OUT_OFFSET] = 0;
-            dsl_params[AudioParams::OUT_LENGTH] = static_cast<jint>(std::min<uint64_t>(dsl_queue.bytes(), INT32_MAX));
+            dsl_params[AudioParams::OUT_LENGTH] = dsl_queue.deliverable();
             dsl_params.write();
             return AudioStatus::OUTPUT_TOO_SMALL;
         }

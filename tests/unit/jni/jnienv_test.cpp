@@ -157,7 +157,9 @@ TEST_F(jni, arrays_that_are_null_or_shorter_than_declared)
     EXPECT_TRUE(dsl_null.elements().empty());
     EXPECT_THAT(dsc_env.take_calls(), Not(Contains(StartsWith("GetPrimitiveArrayCritical"))));
     c_jbytearray dsl_short(dsc_checked, dsc_env.local_bytes(2), INT32_MAX);
-    EXPECT_THAT(from_java(dsl_short, 4), ElementsAre(0, 0, 0, 0));
+    EXPECT_THAT(from_java(dsl_short, 2), ElementsAre(0, 0));
+    EXPECT_THROW(from_java(dsl_short, 3), c_ffmpeg_exception);
+    EXPECT_THROW(from_java(dsl_null, 1), c_ffmpeg_exception);
     EXPECT_THROW(from_java(dsl_short, -1), std::bad_alloc);
     EXPECT_EQ(release_modes(), "2");
     const jintArray avol_array = dsc_env.local_ints({1, 2});

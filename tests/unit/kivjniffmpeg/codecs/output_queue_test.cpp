@@ -18,3 +18,19 @@ TEST(output_queue, counts_the_bytes_that_wait)
     EXPECT_EQ(dsl_queue.bytes(), 0U);
     EXPECT_TRUE(dsl_queue.empty());
 }
+
+TEST(output_queue, delivers_more_than_an_array_holds_in_parts)
+{
+    c_output_queue dsl_queue;
+    for (int inl_buffer = 0; inl_buffer < 5; ++inl_buffer) {
+        auto dsl_buffer = c_native_buffer::make(1, 0);
+        dsl_buffer->set_data_size(1 << 29);
+        dsl_queue.pushback(std::move(dsl_buffer));
+    }
+    EXPECT_EQ(dsl_queue.deliverable(), 3 << 29);
+    dsl_queue.popfront();
+    dsl_queue.popfront();
+    EXPECT_EQ(dsl_queue.deliverable(), 3 << 29);
+    dsl_queue.popfront();
+    EXPECT_EQ(dsl_queue.deliverable(), 2 << 29);
+}

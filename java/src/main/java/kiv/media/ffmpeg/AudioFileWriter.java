@@ -9,6 +9,7 @@ import java.nio.channels.FileChannel;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.AccessDeniedException;
 import java.nio.file.FileSystemException;
+import java.nio.file.FileSystemLoopException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
@@ -36,9 +37,12 @@ import kiv.media.ffmpeg.headers.WaveFileHeader;
 public final class AudioFileWriter implements AutoCloseable {
 
     private static final int BUFFER_SIZE = 1 << 16;
+    private static final int MOST_LINKS = 40;
     private static final byte[] AMR_MAGIC = "#!AMR\n".getBytes(StandardCharsets.US_ASCII);
 
     private final Path file;
+    /** The file, or what it leads to as a symbolic link. */
+    private final Path target;
     private final Path aside;
     private final FileChannel channel;
     private final OutputStream out;
@@ -62,7 +66,8 @@ public final class AudioFileWriter implements AutoCloseable {
                 ? new WaveFileHeader((inAdts ? inAdts(format) : format).toBytes()) : null;
         // Not a file of createTempFile, which other users cannot read. The name is short, because the file's own may be
         // as long as names can be.
-        this.aside = file.resolveSibling("." + UUID.randomUUID() + ".part");
+        this.target = target(file);
+        this.aside = target.resolveSibling("." + UUID.randomUUID() + ".part");
         this.channel = FileChannel.open(aside, StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE);
         this.out = new BufferedOutputStream(Channels.newOutputStream(channel), BUFFER_SIZE);
     }
@@ -70,7 +75,8 @@ public final class AudioFileWriter implements AutoCloseable {
     /**
      * Creates a writer.
      *
-     * @param file the file, which {@link #finish} replaces when it exists
+     * @param file the file, which {@link #finish} replaces when it exists; a symbolic link stays, and the file that it
+     *     leads to is replaced
      * @param format the format of the sound
      * @param container the kind of file
      * @return the writer, which the caller finishes and closes
@@ -91,7 +97,7 @@ public final class AudioFileWriter implements AutoCloseable {
         if (Files.exists(file) && !Files.isRegularFile(file)) {
             throw new FileSystemException(file.toString(), null, "not a file, and cannot be replaced by one");
         }
-        Path directory = file.toAbsolutePath().getParent();
+        Path directory = target(file).toAbsolutePath().getParent();
         if (directory == null || !Files.isDirectory(directory)) {
             throw new FileSystemException(file.toString(), null, "its directory does not exist");
         }
@@ -198,7 +204,7 @@ public final class AudioFileWriter implements AutoCloseable {
                 }
             }
             channel.close();
-            Files.move(aside, file, StandardCopyOption.REPLACE_EXISTING, StandardCopyOption.ATOMIC_MOVE);
+            Files.move(aside, target, StandardCopyOption.REPLACE_EXISTING, StandardCopyOption.ATOMIC_MOVE);
         } finally {
             close();
         }
@@ -210,6 +216,17 @@ public final class AudioFileWriter implements AutoCloseable {
         closed = true;
         channel.close();
         Files.deleteIfExists(aside);
+    }
+
+    private static Path target(Path file) throws IOException {
+        Path target = file;
+        for (int links = 0; Files.isSymbolicLink(target); links++) {
+            if (links == MOST_LINKS) {
+                throw new FileSystemLoopException(file.toString());
+            }
+            target = target.resolveSibling(Files.readSymbolicLink(target));
+        }
+        return target;
     }
 
     private void begin() throws IOException {

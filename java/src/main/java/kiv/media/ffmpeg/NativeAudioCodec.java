@@ -90,16 +90,11 @@ final class NativeAudioCodec {
         return new Result(join(before, bytes), failed, rest);
     }
 
-    /**
-     * Empties the queue, of any length.
-     *
-     * @throws MediaException when no array holds its output. The output is dropped, because a full queue blocks the
-     *     codec
-     */
+    /** Empties the queue. Output for which there is no memory is dropped, because a full queue blocks the codec. */
     private byte[] fetch(long address) {
         try {
             return fetchAll(address);
-        } catch (MediaException | OutOfMemoryError e) {
+        } catch (OutOfMemoryError e) {
             c_multimediaapi_ffmpeg.n_acodec_reset(address);
             unsure = false;
             throw e;
@@ -135,9 +130,6 @@ final class NativeAudioCodec {
     }
 
     private static int grown(int needed) {
-        if (needed < 0) {
-            throw new MediaException("no array holds the sound of so much input; decode it in smaller pieces");
-        }
         return (int) Math.min(Integer.MAX_VALUE - 8L, needed + needed / 2L);
     }
 }

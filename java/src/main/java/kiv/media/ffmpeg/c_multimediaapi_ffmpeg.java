@@ -60,7 +60,7 @@ public class c_multimediaapi_ffmpeg {
      * @param context a handle of {@link #n_init}
      * @param subtype the media subtype, a GUID of 36 lower-case characters
      * @param format the compressed video, laid out as {@link VideoFormatLayout}
-     * @param extradata the codec's private data, of at least the length that {@code format} says, or null
+     * @param extradata the codec's private data, of at least the length that {@code format} says; null for none
      * @param models the acceptable picture formats in order of preference, each an {@code int[]} laid out as
      *     {@link ColorModelLayout}, at least one of which the library has; null elements are left out. Null instead of
      *     the array stands for one model without a pixel format, into which no picture can be converted: it is for
@@ -136,7 +136,7 @@ public class c_multimediaapi_ffmpeg {
      *
      * @param context a handle of {@link #n_init}
      * @param format the compressed sound, laid out as {@link AudioFormatLayout}
-     * @param header the specific header, at least as long as {@code format} states, or null
+     * @param header the specific header, at least as long as {@code format} states; null for none
      * @return the codec's handle, or 0 when the decoder does not open
      * @throws RuntimeException when FFmpeg has no decoder for the format
      */
@@ -147,7 +147,7 @@ public class c_multimediaapi_ffmpeg {
      *
      * @param context a handle of {@link #n_init}
      * @param format the target, as in {@link #n_create_acodec_to_pcm}
-     * @param header the target's specific header, at least as long as {@code format} states, or null
+     * @param header the target's specific header, at least as long as {@code format} states; null for none
      * @return the codec's handle, or 0 when the encoder does not open
      * @throws RuntimeException when FFmpeg has no encoder for the format
      */

@@ -8,6 +8,7 @@ import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.file.FileSystemException;
+import java.nio.file.FileSystemLoopException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
@@ -100,5 +101,23 @@ class AudioFileWriterTest {
             refused(MediaStateException.class, "lost", () -> writer.write(block(2)), writer::finish);
         }
         assertThat(directory).isEmptyDirectory();
+    }
+
+    @Test
+    void aSymbolicLinkStaysAndWhatItLeadsToIsWritten() throws IOException {
+        Path other = Files.createDirectory(directory.resolve("other"));
+        Path link = Files.createSymbolicLink(directory.resolve("a"), Path.of("other/b"));
+        Files.createSymbolicLink(other.resolve("b"), other.resolve("c"));
+        for (int bytes : new int[] {2, 4}) {
+            try (AudioFileWriter writer = AudioFileWriter.create(link, WaveFormat.pcm16(8000, 1), AudioContainer.RAW)) {
+                writer.write(block(bytes));
+                assertThat(other.toFile().list()).hasSize(bytes / 2 + 1);
+                writer.finish();
+            }
+            assertThat(link).isSymbolicLink().hasSize(bytes);
+        }
+        Path loop = Files.createSymbolicLink(directory.resolve("loop"), Path.of("loop"));
+        refused(FileSystemLoopException.class, "loop",
+                () -> AudioFileWriter.create(loop, WaveFormat.pcm16(8000, 1), AudioContainer.RAW));
     }
 }

@@ -335,7 +335,9 @@ final class DecodeCommand implements Callable<Integer> {
             for (Path missing = directory.toAbsolutePath(); !Files.exists(missing); missing = missing.getParent()) {
                 madeDirectory = missing;
             }
-            Files.createDirectories(directory);
+            if (!Files.isDirectory(directory)) { // a symbolic link to one would be refused
+                Files.createDirectories(directory);
+            }
         } catch (IOException e) {
             throw OutputException.of(directory, e);
         }

@@ -8,6 +8,7 @@ import java.nio.ByteBuffer;
 import java.nio.channels.FileChannel;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.FileSystemException;
+import java.nio.file.FileSystemLoopException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
@@ -22,6 +23,8 @@ final class OutputFile implements AutoCloseable {
 
     /** The name that stands for standard output. */
     static final String STANDARD_OUTPUT = "-";
+
+    private static final int MOST_LINKS = 40;
 
     private final String name;
     private final Path file;
@@ -39,28 +42,42 @@ final class OutputFile implements AutoCloseable {
     /**
      * Begins a file.
      *
-     * @param file the file, which is replaced when it exists
+     * @param name the file, which is replaced when it exists; a symbolic link stays, and the file that it leads to is
+     *     replaced
      */
-    static OutputFile create(Path file) throws OutputException {
+    static OutputFile create(Path name) throws OutputException {
         try {
+            Path file = target(name);
             if (Files.isDirectory(file)) {
-                throw new FileSystemException(file.toString(), null, "is a directory");
+                throw new FileSystemException(name.toString(), null, "is a directory");
             }
             if (Files.exists(file) && !Files.isRegularFile(file)) {
                 // Opened before the lock is taken: opening a pipe waits for its reader, and leaves nothing to remove.
                 FileChannel opened = FileChannel.open(file, StandardOpenOption.WRITE);
-                return ShutdownGuard.open(() -> new OutputFile(file.toString(), file, null, opened));
+                return ShutdownGuard.open(() -> new OutputFile(name.toString(), file, null, opened));
             }
             Path directory = file.toAbsolutePath().getParent();
             if (directory == null || !Files.isDirectory(directory)) {
-                throw new FileSystemException(file.toString(), null, "its directory does not exist");
+                throw new FileSystemException(name.toString(), null, "its directory does not exist");
             }
             Path temporary = file.resolveSibling("." + UUID.randomUUID() + ".part");
-            return ShutdownGuard.open(() -> new OutputFile(file.toString(), file, temporary,
+            return ShutdownGuard.open(() -> new OutputFile(name.toString(), file, temporary,
                     FileChannel.open(temporary, StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE)));
         } catch (IOException e) {
-            throw OutputException.of(file, e);
+            throw OutputException.of(name, e);
         }
+    }
+
+    /** Follows symbolic links, also to a file that does not exist. */
+    private static Path target(Path name) throws IOException {
+        Path target = name;
+        for (int links = 0; Files.isSymbolicLink(target); links++) {
+            if (links == MOST_LINKS) {
+                throw new FileSystemLoopException(name.toString());
+            }
+            target = target.resolveSibling(Files.readSymbolicLink(target));
+        }
+        return target;
     }
 
     /** Begins to write to standard output, which is not closed. */

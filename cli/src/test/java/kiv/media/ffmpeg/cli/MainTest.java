@@ -308,4 +308,15 @@ class MainTest {
         assertThat(run("")).isEqualTo(2);
         assertThat(errors).contains("Usage");
     }
+
+    @Test
+    void symbolicLinksStayAndWhatTheyLeadToIsWritten() throws IOException {
+        Path link = Files.createSymbolicLink(directory.resolve("link"), Path.of("file"));
+        Files.createSymbolicLink(directory.resolve("pictures"), Files.createDirectory(directory.resolve("other")));
+        succeed("decode streams/mpeg1_320x240.m1v -q --limit 1 -o tmp/link --format yuv");
+        succeed("decode streams/mpeg1_320x240.m1v -q --limit 1 --out tmp/pictures");
+        assertThat(link).isSymbolicLink();
+        assertThat(directory.resolve("file")).isRegularFile();
+        assertThat(list("other")).contains("index.html");
+    }
 }

@@ -1,5 +1,6 @@
 package kiv.media.ffmpeg.javasound;
 
+import java.io.BufferedInputStream;
 import java.io.IOException;
 import java.io.InputStream;
 import java.nio.ByteBuffer;
@@ -11,6 +12,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
 import java.util.Objects;
+import javax.sound.sampled.AudioInputStream;
 
 /**
  * Makes a forward-only stream seekable for the reader of a container. It reads no more of the stream than the reader
@@ -23,6 +25,7 @@ final class SpoolChannel implements SeekableByteChannel {
 
     static final int CHUNK = 64 * 1024;
     static final int CHUNKS = 128;
+    private static final int FRAMED_BUFFER = 1 << 20;
 
     private final InputStream source;
     private final byte[][] memory = new byte[CHUNKS][];
@@ -38,7 +41,10 @@ final class SpoolChannel implements SeekableByteChannel {
 
     /** @param source the stream; closing the channel leaves it open before {@link #adoptSource()} */
     SpoolChannel(InputStream source) {
-        this.source = Objects.requireNonNull(source, "source");
+        Objects.requireNonNull(source, "source");
+        // Such a stream delivers whole frames only, and nothing when they do not fit.
+        boolean framed = source instanceof AudioInputStream sound && sound.getFormat().getFrameSize() > 1;
+        this.source = framed ? new BufferedInputStream(source, FRAMED_BUFFER) : source;
     }
 
     /** Makes {@link #close()} close the stream too. */

@@ -9,6 +9,8 @@ import java.nio.ByteBuffer;
 import java.nio.channels.ClosedChannelException;
 import java.util.Arrays;
 import java.util.Random;
+import javax.sound.sampled.AudioFormat;
+import javax.sound.sampled.AudioInputStream;
 import org.junit.jupiter.api.Test;
 
 class SpoolChannelTest {
@@ -50,6 +52,13 @@ class SpoolChannelTest {
         expect(spool, SIZE - 5_000_000, 5_000_000);
         spool.close();
         assertThatThrownBy(() -> spool.read(ByteBuffer.allocate(1))).isInstanceOf(ClosedChannelException.class);
+    }
+
+    @Test
+    void soundOfLongFramesIsReadToItsEnd() throws IOException {
+        AudioFormat format = new AudioFormat(AudioFormat.Encoding.PCM_SIGNED, 1, -1, 1, 1000, 1, false);
+        AudioInputStream framed = new AudioInputStream(new ByteArrayInputStream(bytes), format, SIZE / 1000);
+        expect(new SpoolChannel(framed), 0, SIZE / 1000 * 1000);
     }
 
     private void expect(SpoolChannel spool, int position, int wanted) throws IOException {
