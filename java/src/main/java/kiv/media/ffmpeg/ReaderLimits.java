@@ -34,6 +34,11 @@ public record ReaderLimits(Duration processorTime, long bytes, long packets, int
     /**
      * Checks the limits.
      *
+     * @param processorTime the time that the thread computes, at least a millisecond
+     * @param bytes the bytes that are read, at least 1
+     * @param packets the packets that FFmpeg looks at, at least 1
+     * @param streams the streams of a container, at least 1
+     * @param indexEntries the entries in the indexes of all streams, at least 1
      * @throws IllegalArgumentException unless all are positive, the time at least a millisecond
      */
     public ReaderLimits {
