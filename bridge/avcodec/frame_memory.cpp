@@ -4,6 +4,7 @@
 #include "bridge/old/frames.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -69,6 +70,30 @@ std::span<uint8_t> extent_of(const AVFrame &dsp_frame, int inp_lines)
     return {autl_begin, autl_end};
 }
 
+/**
+ * The shown size of a picture whose memory is asked for. FFmpeg leaves columns at the left that are to be cropped when the
+ * planes would lose their alignment. In the 56 line the context shows them from the start, in the newer one it does not.
+ */
+void show_cropped_size(const real::dsd_ffmpeg &dsp_ffmpeg, const real::frame *adsp_frame, AVCodecContext &dsp_context)
+{
+    constexpr size_t ul_alignment = 32;
+    const auto &dsl_layout = dsp_ffmpeg.adsc_layout->frame;
+    const size_t ull_left = dsl_layout.crop_left.of(adsp_frame);
+    const auto *adsl_format = dsp_ffmpeg.dsc_numbers.find_format(dsp_context.pix_fmt);
+    if (ull_left == 0 || adsl_format == nullptr)
+        return;
+    size_t ull_offsets = 0; // their common low bits
+    for (const AVComponentDescriptor &dsl_component : std::span(adsl_format->comp).first(adsl_format->nb_components)) {
+        const int inl_shift = dsl_component.plane == 1 || dsl_component.plane == 2 ? adsl_format->log2_chroma_w : 0;
+        ull_offsets |= (ull_left >> inl_shift) * (dsl_component.step_minus1 + size_t{1});
+    }
+    const auto inl_lost = static_cast<int>(std::countr_zero(ul_alignment)) - std::countr_zero(ull_offsets);
+    if (inl_lost <= 0)
+        return;
+    const size_t ull_unit = size_t{1} << (std::countr_zero(ull_left) + inl_lost);
+    dsp_context.width += static_cast<int>(ull_left % ull_unit);
+}
+
 } // namespace
 
 c_frame_memory::c_frame_memory(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context)
@@ -79,6 +104,7 @@ c_frame_memory::c_frame_memory(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContex
 int c_frame_memory::get(const real::context *adsp_context, real::frame *adsp_frame, bool bp_reference)
 {
     old::describe_to_old(dsc_ffmpeg, adsp_context, dsc_context);
+    show_cropped_size(dsc_ffmpeg, adsp_frame, dsc_context);
     auto dsl_memory = std::make_unique<dsd_frame_memory>();
     AVFrame &dsl_frame = dsl_memory->dsc_frame;
     old::set_frame_defaults(dsl_frame);

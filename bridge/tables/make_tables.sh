@@ -2,7 +2,7 @@
 # bridge/tables/make_tables.sh OLD WORK
 # Measures the tables of bridge/tables/*.inc and writes them anew. OLD is a directory with libavcodec 56 and its
 # companions (tools/fetch_ffmpeg.sh). The newer FFmpegs come with their bindings from Maven, into the directory WORK.
-# A new major is one more line below, and one in bridge/real/lines.h.
+# A new major is one more line below, and one in bridge/real/loading.cpp.
 . "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 
 (($# == 2)) || die "usage: bridge/tables/make_tables.sh OLD WORK"
