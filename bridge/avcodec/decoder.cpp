@@ -77,6 +77,8 @@ int c_decoder::open()
     if ((dsc_context.flags & CODEC_FLAG_TRUNCATED) != 0)
         make_parser();
     old::describe_to_old(dsc_ffmpeg, dsc_real.get(), dsc_context);
+    if (dsc_codec.dsc_old.id == AV_CODEC_ID_DTS && dsc_context.sample_fmt == AV_SAMPLE_FMT_NONE)
+        dsc_context.sample_fmt = AV_SAMPLE_FMT_FLTP;
     return 0;
 }
 

@@ -48,7 +48,9 @@ void describe_to_old(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *ad
     dsp_to.pix_fmt = dsp_ffmpeg.dsc_numbers.old_format(dsl_from.pix_fmt.of(adsp_from));
     dsp_to.sample_aspect_ratio = dsl_from.sample_aspect_ratio.of(adsp_from);
     dsp_to.sample_rate = dsl_from.sample_rate.of(adsp_from);
-    dsp_to.sample_fmt = static_cast<AVSampleFormat>(dsl_from.sample_fmt.of(adsp_from));
+    // Some newer decoders know it after the first frame only, and the 56 line's from the start.
+    if (const int inl_format = dsl_from.sample_fmt.of(adsp_from); inl_format != AV_SAMPLE_FMT_NONE)
+        dsp_to.sample_fmt = static_cast<AVSampleFormat>(inl_format);
     const real::channel_layout &dsl_channels = dsl_from.ch_layout.of(adsp_from);
     dsp_to.channels = dsl_channels.nb_channels;
     dsp_to.channel_layout = dsl_channels.order == real::in_order_native ? dsl_channels.mask : 0;
@@ -73,6 +75,7 @@ void describe_to_old(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *ad
 void copy_defaults(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *adsp_from, AVCodecContext &dsp_to) noexcept
 {
     const auto &dsl_from = dsp_ffmpeg.adsc_layout->context;
+    dsp_to.sample_fmt = AV_SAMPLE_FMT_NONE;
     describe_to_old(dsp_ffmpeg, adsp_from, dsp_to);
     dsp_to.flags = dsl_from.flags.of(adsp_from) & in_common_flags;
     dsp_to.flags2 = dsl_from.flags2.of(adsp_from) & in_common_flags2;
