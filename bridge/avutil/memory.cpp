@@ -12,6 +12,16 @@ BRIDGE_ENTRY unsigned int avutil_version(void)
     return un_version;
 }
 
+BRIDGE_ENTRY const char *av_version_info(void)
+{
+    return enter<const char *>(nullptr, [](const auto &dsp_ffmpeg) { return dsp_ffmpeg.av_version_info(); });
+}
+
+BRIDGE_ENTRY const char *avutil_license(void)
+{
+    return enter<const char *>(nullptr, [](const auto &dsp_ffmpeg) { return dsp_ffmpeg.avutil_license(); });
+}
+
 BRIDGE_ENTRY void *av_malloc(size_t ulp_size)
 {
     return enter<void *>(nullptr, [&](const auto &dsp_ffmpeg) { return dsp_ffmpeg.av_malloc(ulp_size); });
@@ -20,6 +30,11 @@ BRIDGE_ENTRY void *av_malloc(size_t ulp_size)
 BRIDGE_ENTRY void *av_mallocz(size_t ulp_size)
 {
     return enter<void *>(nullptr, [&](const auto &dsp_ffmpeg) { return dsp_ffmpeg.av_mallocz(ulp_size); });
+}
+
+BRIDGE_ENTRY void av_max_alloc(size_t ulp_most)
+{
+    enter([&](const auto &dsp_ffmpeg) { dsp_ffmpeg.av_max_alloc(ulp_most); });
 }
 
 BRIDGE_ENTRY void av_freep(void *avp_pointer)

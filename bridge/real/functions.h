@@ -16,6 +16,7 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(const char *, avutil_configuration, (void))                                                                      \
     X(const char *, avutil_license, (void))                                                                            \
     X(void *, av_malloc, (size_t))                                                                                     \
+    X(void, av_max_alloc, (size_t))                                                                                    \
     X(void *, av_mallocz, (size_t))                                                                                    \
     X(void, av_freep, (void *))                                                                                        \
     X(void, av_log_set_level, (int))                                                                                   \

@@ -9,6 +9,7 @@
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_codecoptions_ffmpeg.h>
+#include <natives/FfmpegText.h>
 #include <natives/c_codecoptions_ffmpeg.h>
 
 #include <algorithm>
@@ -19,6 +20,26 @@ namespace
 {
 
 static_assert(natives::c_codecoptions_ffmpeg::LOG_ERROR == AV_LOG_ERROR);
+
+/** What FFmpeg or the bridge says of itself; null when it says nothing. */
+const char *ffmpeg_text(jint imp_text)
+{
+    const auto of = [](const char *(*strp_function)(void)) {
+        return strp_function == nullptr ? nullptr : strp_function();
+    };
+    switch (imp_text) {
+    case natives::FfmpegText::VERSION:
+        return of(g_avutil.av_version_info);
+    case natives::FfmpegText::LICENCE:
+        return of(g_avutil.avutil_license);
+    case natives::FfmpegText::BRIDGE:
+        return of(g_avutil.kiv_bridge_description);
+    case natives::FfmpegText::BRIDGE_ERROR:
+        return of(g_avutil.kiv_bridge_error);
+    default:
+        throw_ffmpeg_exception(2552, "no such text of FFmpeg: ", imp_text);
+    }
+}
 
 /** The text, valid as long as the holder; empty for null. */
 std::string_view text_of(const kiv::jni::c_jstring &dsp_name)
@@ -108,5 +129,18 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
         if (g_avutil.av_max_alloc == nullptr)
             throw_ffmpeg_exception(2544, "this FFmpeg cannot limit allocations");
         g_avutil.av_max_alloc(static_cast<size_t>(ilp_bytes));
+    });
+}
+
+JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1get_1ffmpeg_1text(JNIEnv *adsp_env,
+                                                                                                     jclass,
+                                                                                                     jlong ilp_hffmpeg,
+                                                                                                     jint imp_text)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) -> jstring {
+        context_of(ilp_hffmpeg, 2551); // FFmpeg is loaded while there is a context
+        const char *strl_text = ffmpeg_text(imp_text);
+        return strl_text == nullptr ? nullptr : dsp_env.new_jstring_utf(strl_text);
     });
 }

@@ -3,7 +3,8 @@
  * Every FFmpeg function that the library calls, each once: X(result, name, parameters).
  *
  * The functions of the five lists called SYMBOLS are resolved in this order, and the load fails if one is missing.
- * Those called EXTENSIONS are looked up afterwards; if one is missing, only the feature that needs it fails.
+ * Those called EXTENSIONS are looked up afterwards; if one is missing, only the feature that needs it fails. Only the
+ * bridge has functions that begin with kiv_bridge_.
  */
 #pragma once
 
@@ -91,7 +92,11 @@
                             int))                                                                                      \
     X(int, av_strerror, (int, char *, size_t))                                                                         \
     X(int, av_opt_set, (void *, const char *, const char *, int))                                                      \
-    X(void, av_max_alloc, (size_t))
+    X(void, av_max_alloc, (size_t))                                                                                    \
+    X(const char *, av_version_info, (void))                                                                           \
+    X(const char *, avutil_license, (void))                                                                            \
+    X(const char *, kiv_bridge_description, (void))                                                                    \
+    X(const char *, kiv_bridge_error, (void))
 
 #define KIV_SWSCALE_EXTENSIONS(X)                                                                                      \
     X(const int *, sws_getCoefficients, (int))                                                                         \

@@ -125,4 +125,14 @@ public final class c_codecoptions_ffmpeg {
      * @throws RuntimeException when the number is out of this range
      */
     public static native void n_set_allocation_limit(long context, long bytes);
+
+    /**
+     * Returns what the loaded FFmpeg says of itself.
+     *
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
+     * @param text a number of {@link FfmpegText}
+     * @return the text, or null when there is none
+     * @throws RuntimeException when there is no such number
+     */
+    public static native String n_get_ffmpeg_text(long context, int text);
 }
