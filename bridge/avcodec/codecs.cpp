@@ -3,8 +3,8 @@
 #include "bridge/old/entry.h"
 
 #include <map>
-#include <mutex>
 #include <utility>
+#include <vector>
 
 namespace bridge::avcodec
 {
@@ -33,45 +33,74 @@ const real::codec *find_real(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecID iep_i
     return dsp_ffmpeg.avcodec_find_decoder(inl_real);
 }
 
-dsd_codec make_codec(const real::dsd_ffmpeg &dsp_ffmpeg, const real::codec &dsp_real, AVCodecID iep_id, bool bp_decoder)
+dsd_codec make_codec(const real::dsd_ffmpeg &dsp_ffmpeg, const real::codec &dsp_real, bool bp_decoder)
 {
+    const AVCodecID iel_id = dsp_ffmpeg.dsc_numbers.old_codec(dsp_real.id);
     dsd_codec dsl_codec{};
     dsl_codec.adsc_real = &dsp_real;
-    dsl_codec.adsc_name = dsp_ffmpeg.dsc_numbers.find_codec(iep_id);
+    dsl_codec.adsc_name = dsp_ffmpeg.dsc_numbers.find_codec(iel_id);
     dsl_codec.dsc_old.name = dsp_real.name;
     dsl_codec.dsc_old.long_name = dsp_real.long_name;
     dsl_codec.dsc_old.type = static_cast<AVMediaType>(dsp_real.type);
-    dsl_codec.dsc_old.id = iep_id;
+    dsl_codec.dsc_old.id = iel_id;
     dsl_codec.dsc_old.capabilities = dsp_real.capabilities & ~CODEC_CAP_TRUNCATED;
     // Callers drain the same decoders as ever: where the newer ones keep something back, it is what the older ones lost.
-    if (const int inl_old = dsl_codec.adsc_name->inc_capabilities; bp_decoder && inl_old >= 0)
+    const int inl_old = dsl_codec.adsc_name != nullptr ? dsl_codec.adsc_name->inc_capabilities : -1;
+    if (bp_decoder && inl_old >= 0)
         dsl_codec.dsc_old.capabilities = (dsl_codec.dsc_old.capabilities & ~CODEC_CAP_DELAY) | inl_old;
     dsl_codec.dsc_old.sample_fmts = dsp_real.sample_fmts;
     return dsl_codec;
+}
+
+/** All codecs of the loaded FFmpeg. As its own they stay until the process ends. */
+struct dsd_registry
+{
+    explicit dsd_registry(const real::dsd_ffmpeg &dsp_ffmpeg)
+    {
+        void *avl_state = nullptr;
+        while (const real::codec *adsl_real = dsp_ffmpeg.av_codec_iterate(&avl_state)) {
+            const bool bl_decoder = dsp_ffmpeg.av_codec_is_decoder(adsl_real) != 0;
+            dsc_codecs.push_back(make_codec(dsp_ffmpeg, *adsl_real, bl_decoder));
+        }
+        for (const dsd_codec &dsl_codec : dsc_codecs) {
+            const bool bl_decoder = dsp_ffmpeg.av_codec_is_decoder(dsl_codec.adsc_real) != 0;
+            if (find_real(dsp_ffmpeg, dsl_codec.dsc_old.id, bl_decoder) == dsl_codec.adsc_real)
+                dsc_first.try_emplace({dsl_codec.dsc_old.id, bl_decoder}, &dsl_codec);
+        }
+    }
+
+    std::vector<dsd_codec> dsc_codecs;
+    std::map<std::pair<AVCodecID, bool>, const dsd_codec *> dsc_first; // of an identifier, for decoding or encoding
+};
+
+const dsd_registry &registry(const real::dsd_ffmpeg &dsp_ffmpeg)
+{
+    static const dsd_registry dsl_registry(dsp_ffmpeg);
+    return dsl_registry;
 }
 
 } // namespace
 
 const dsd_codec *find_codec(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecID iep_id, bool bp_decoder)
 {
-    // As the codecs of FFmpeg itself, these stay until the process ends.
-    static std::mutex dsl_mutex;
-    static std::map<std::pair<AVCodecID, bool>, dsd_codec> dsl_codecs;
-    const std::scoped_lock dsl_lock(dsl_mutex);
-    const auto dsl_known = dsl_codecs.find({iep_id, bp_decoder});
-    if (dsl_known != dsl_codecs.end())
-        return &dsl_known->second;
-    const real::codec *adsl_real = find_real(dsp_ffmpeg, iep_id, bp_decoder);
-    if (adsl_real == nullptr)
-        return nullptr;
-    return &dsl_codecs.emplace(std::pair(iep_id, bp_decoder), make_codec(dsp_ffmpeg, *adsl_real, iep_id, bp_decoder))
-                .first->second;
+    const auto &dsl_codecs = registry(dsp_ffmpeg).dsc_first;
+    const auto dsl_found = dsl_codecs.find({iep_id, bp_decoder});
+    return dsl_found == dsl_codecs.end() ? nullptr : dsl_found->second;
+}
+
+const dsd_codec *next_codec(const real::dsd_ffmpeg &dsp_ffmpeg, const AVCodec *adsp_codec)
+{
+    const auto &dsl_codecs = registry(dsp_ffmpeg).dsc_codecs;
+    const auto ull_next =
+        adsp_codec == nullptr ? 0 : static_cast<size_t>(&codec_of(*adsp_codec) - dsl_codecs.data()) + 1;
+    return ull_next < dsl_codecs.size() ? &dsl_codecs[ull_next] : nullptr;
 }
 
 } // namespace bridge::avcodec
 
 using bridge::enter;
 using bridge::avcodec::find_codec;
+using bridge::avcodec::next_codec;
 using bridge::real::dsd_ffmpeg;
 
 BRIDGE_ENTRY unsigned int avcodec_version(void)
@@ -92,6 +121,20 @@ BRIDGE_ENTRY AVCodec *avcodec_find_decoder(AVCodecID iep_id)
         const auto *adsl_codec = find_codec(dsp_ffmpeg, iep_id, true);
         return adsl_codec == nullptr ? nullptr : const_cast<AVCodec *>(&adsl_codec->dsc_old);
     });
+}
+
+BRIDGE_ENTRY AVCodec *av_codec_next(const AVCodec *adsp_codec)
+{
+    return enter<AVCodec *>(nullptr, [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        const auto *adsl_codec = next_codec(dsp_ffmpeg, adsp_codec);
+        return adsl_codec == nullptr ? nullptr : const_cast<AVCodec *>(&adsl_codec->dsc_old);
+    });
+}
+
+BRIDGE_ENTRY AVCodecParser *av_parser_next(const AVCodecParser *)
+{
+    // Callers list parsers to take some of them away. The newer FFmpeg's are constants, so that there are none to change.
+    return nullptr;
 }
 
 BRIDGE_ENTRY AVCodec *avcodec_find_encoder(AVCodecID iep_id)

@@ -20,7 +20,10 @@ static_assert(offsetof(dsd_codec, adsc_real) == 200);
 /** @return null when there is none. @throws std::bad_alloc */
 const dsd_codec *find_codec(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecID iep_id, bool bp_decoder);
 
-/** The codec that a caller names, which find_codec returned. */
+/** All codecs, in FFmpeg's order. @param adsp_codec null for the first one. @return null after the last one */
+const dsd_codec *next_codec(const real::dsd_ffmpeg &dsp_ffmpeg, const AVCodec *adsp_codec);
+
+/** The codec that a caller names, which one of the functions above returned. */
 inline const dsd_codec &codec_of(const AVCodec &dsp_codec) noexcept
 {
     return reinterpret_cast<const dsd_codec &>(dsp_codec);

@@ -1,5 +1,6 @@
 #include "bridge/avformat/container.h"
 
+#include "bridge/avformat/formats.h"
 #include "bridge/old/contexts.h"
 #include "bridge/old/entry.h"
 #include "bridge/old/options.h"
@@ -86,6 +87,24 @@ dsd_stream::~dsd_stream()
     avcodec_free_context(&dsc_old.codec);
 }
 
+std::span<uint8_t> dsd_stream::side_data(int inp_type) const noexcept
+{
+    if (adsc_real == nullptr)
+        return {};
+    const auto &dsl_layout = *dsc_ffmpeg.adsc_layout;
+    // It moved from the streams to the parameters of their codecs. Where both have it, it is the same.
+    const real::parameters *adsl_parameters = dsl_layout.stream.codecpar.of(adsc_real);
+    const bool bl_of_stream = dsl_layout.stream.side_data.exists();
+    const std::span dsl_all(bl_of_stream ? dsl_layout.stream.side_data.of(adsc_real)
+                                         : dsl_layout.parameters.coded_side_data.of(adsl_parameters),
+                            static_cast<size_t>(bl_of_stream
+                                                    ? dsl_layout.stream.nb_side_data.of(adsc_real)
+                                                    : dsl_layout.parameters.nb_coded_side_data.of(adsl_parameters)));
+    const auto dsl_found =
+        std::ranges::find(dsl_all, old::side_data_type_to_real(inp_type), &real::packet_side_data::type);
+    return dsl_found == dsl_all.end() ? std::span<uint8_t>() : std::span(dsl_found->data, dsl_found->size);
+}
+
 c_container::c_container(const real::dsd_ffmpeg &dsp_ffmpeg) : dsc_ffmpeg(dsp_ffmpeg)
 {
     *reinterpret_cast<const AVClass **>(&dsc_context) = &s_class.dsc_class;
@@ -103,23 +122,25 @@ c_container::~c_container()
 int c_container::open(const char *strp_name, const real::input_format *adsp_format, AVDictionary **aadsp_options)
 {
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->format_context;
-    real::format_context *adsl_real = dsc_ffmpeg.avformat_alloc_context();
-    if (adsl_real == nullptr)
+    adsc_real = dsc_ffmpeg.avformat_alloc_context();
+    if (adsc_real == nullptr)
         return AVERROR(ENOMEM);
-    dsl_layout.flags.of(adsl_real) |= context().flags & in_common_flags;
+    dsl_layout.flags.of(adsc_real) |= context().flags & in_common_flags;
+    dsl_layout.interrupt_callback.of(adsc_real) = {&c_container::is_interrupted, this};
     if (context().pb != nullptr) {
-        dsc_source = std::make_unique<c_real_source>(dsc_ffmpeg, *reinterpret_cast<dsd_source *>(context().pb));
-        dsl_layout.pb.of(adsl_real) = dsc_source->get();
+        dsc_source = std::make_unique<c_real_source>(dsc_ffmpeg, *reinterpret_cast<dsd_source *>(context().pb),
+                                                     [this] { show_new_streams(); });
+        dsl_layout.pb.of(adsc_real) = dsc_source->get();
     }
     c_options dsl_defaults(dsc_ffmpeg, 1);
     dsl_defaults.set(0, "max_size", "4096"); // of the packets of WAV, as in the 56 line
     const int inl_result = dsc_ffmpeg.avformat_open_input(
-        &adsl_real, strp_name, adsp_format, aadsp_options != nullptr ? aadsp_options : dsl_defaults.get());
-    if (inl_result < 0) {
+        &adsc_real, strp_name, adsp_format, aadsp_options != nullptr ? aadsp_options : dsl_defaults.get());
+    if (inl_result < 0) { // FFmpeg has freed it
         dsc_source.reset();
         return inl_result;
     }
-    adsc_real = adsl_real;
+    context().iformat = old_format(dsl_layout.iformat.of(adsc_real));
     show();
     return 0;
 }
@@ -132,7 +153,9 @@ int c_container::examine_streams()
     for (size_t ull_stream = 0; ull_stream < dsc_streams.size(); ++ull_stream)
         if ((dsc_streams[ull_stream]->dsc_old.codec->flags2 & CODEC_FLAG2_SKIP_MANUAL) != 0)
             dsl_options.set(ull_stream, "flags2", "+skip_manual");
+    bc_examining = true;
     const int inl_result = dsc_ffmpeg.avformat_find_stream_info(adsc_real, dsl_options.get());
+    bc_examining = false;
     show();
     return inl_result;
 }
@@ -150,7 +173,7 @@ int c_container::read(AVPacket &dsp_packet)
         dsl_layout.stream.discard.of(aadsl_streams[ull_stream]) = dsc_streams[ull_stream]->dsc_old.discard;
     const old::real_packet dsl_packet = old::make_packet(dsc_ffmpeg);
     const int inl_result = dsc_ffmpeg.av_read_frame(adsc_real, dsl_packet.get());
-    if (dsl_layout.format_context.nb_streams.of(adsc_real) != dsc_streams.size())
+    if (dsl_layout.format_context.nb_streams.of(adsc_real) != ulc_shown)
         show();
     if (inl_result < 0)
         return inl_result;
@@ -182,18 +205,54 @@ AVStream &c_container::add_stream()
     return dsl_stream;
 }
 
+int c_container::is_interrupted(void *avp_container) noexcept
+{
+    try {
+        auto &dsl_container = *static_cast<c_container *>(avp_container);
+        dsl_container.show_new_streams();
+        if (dsl_container.bc_examining)
+            dsl_container.announce();
+        const AVIOInterruptCB &dsl_callback = dsl_container.context().interrupt_callback;
+        return dsl_callback.callback == nullptr ? 0 : dsl_callback.callback(dsl_callback.opaque);
+    } catch (...) {
+        return 1;
+    }
+}
+
+/** Calls a function that the caller has put into the format: FFmpeg examines another packet. */
+void c_container::announce()
+{
+    AVPacket dsl_packet{};
+    if (context().iformat->read_packet(&context(), &dsl_packet) >= 0)
+        old::free_packet(dsc_ffmpeg, dsl_packet);
+}
+
+/** While FFmpeg works, callers see how many streams there are, and how long their indexes. */
+void c_container::show_new_streams()
+{
+    if (adsc_real == nullptr)
+        return;
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->format_context;
+    const std::span aadsl_streams(dsl_layout.streams.of(adsc_real), dsl_layout.nb_streams.of(adsc_real));
+    while (dsc_streams.size() < aadsl_streams.size())
+        add_stream();
+    for (size_t ull_stream = 0; ull_stream < aadsl_streams.size(); ++ull_stream) {
+        dsc_streams[ull_stream]->adsc_real = aadsl_streams[ull_stream];
+        dsc_streams[ull_stream]->dsc_old.nb_index_entries =
+            dsc_ffmpeg.avformat_index_get_entries_count(aadsl_streams[ull_stream]);
+    }
+}
+
 /** Copies what FFmpeg knows of the container. Streams that callers know stay where they are. */
 void c_container::show()
 {
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->format_context;
-    context().iformat =
-        const_cast<AVInputFormat *>(reinterpret_cast<const AVInputFormat *>(dsl_layout.iformat.of(adsc_real)));
     context().start_time = dsl_layout.start_time.of(adsc_real);
     context().duration = dsl_layout.duration.of(adsc_real);
     context().bit_rate = static_cast<int>(std::clamp<int64_t>(dsl_layout.bit_rate.of(adsc_real), INT32_MIN, INT32_MAX));
     const std::span aadsl_streams(dsl_layout.streams.of(adsc_real), dsl_layout.nb_streams.of(adsc_real));
-    while (dsc_streams.size() < aadsl_streams.size())
-        add_stream();
+    show_new_streams();
+    ulc_shown = aadsl_streams.size();
     for (size_t ull_stream = 0; ull_stream < aadsl_streams.size(); ++ull_stream)
         show_stream(aadsl_streams[ull_stream], dsc_streams[ull_stream]->dsc_old);
 }

@@ -6,6 +6,7 @@
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,13 @@ struct dsd_stream
     dsd_stream(const dsd_stream &) = delete;
     dsd_stream &operator=(const dsd_stream &) = delete;
 
+    /** The bytes of a type of the 56 line's; they are FFmpeg's. Empty when there are none. */
+    std::span<uint8_t> side_data(int inp_type) const noexcept;
+
     AVStream dsc_old{};
     uint8_t utc_tail[1024]{}; /**< more than the rest of the old structure, all zeroes */
     const real::dsd_ffmpeg &dsc_ffmpeg;
+    const real::stream *adsc_real = nullptr; // null for a stream of the caller's
 };
 
 /** What callers see, with the whole size of the old structure. */
@@ -53,6 +58,9 @@ public:
     AVStream &add_stream();
 
 private:
+    static int is_interrupted(void *avp_container) noexcept;
+    void announce();
+    void show_new_streams();
     void show();
     void show_stream(real::stream *adsp_from, AVStream &dsp_to);
 
@@ -60,6 +68,8 @@ private:
     dsd_format_context dsc_context;
     std::unique_ptr<c_real_source> dsc_source; // before the container, which reads from it until it is closed
     real::format_context *adsc_real = nullptr;
+    bool bc_examining = false;
+    size_t ulc_shown = 0; // how many streams callers see as FFmpeg has them
     std::vector<std::unique_ptr<dsd_stream>> dsc_streams;
     std::vector<AVStream *> adsc_shown;
 };

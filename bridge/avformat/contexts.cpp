@@ -1,6 +1,7 @@
 // libavformat.so.56: reading of containers.
 
 #include "bridge/avformat/container.h"
+#include "bridge/avformat/formats.h"
 #include "bridge/old/entry.h"
 
 #include <cerrno>
@@ -51,8 +52,7 @@ BRIDGE_ENTRY int avformat_open_input(AVFormatContext **aadsp_context, const char
     if (*aadsp_context == nullptr)
         return AVERROR(ENOMEM);
     const int inl_result = enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &) {
-        return container_of(**aadsp_context)
-            .open(strp_name, reinterpret_cast<const bridge::real::input_format *>(adsp_format), aadsp_options);
+        return container_of(**aadsp_context).open(strp_name, bridge::avformat::real_format(adsp_format), aadsp_options);
     });
     if (inl_result < 0)
         avformat_close_input(aadsp_context); // FFmpeg frees it, too
@@ -73,6 +73,16 @@ BRIDGE_ENTRY int av_seek_frame(AVFormatContext *adsp_context, int inp_stream, in
 {
     return enter(AVERROR(ENOMEM),
                  [&](const dsd_ffmpeg &) { return container_of(*adsp_context).seek(inp_stream, ilp_time, inp_flags); });
+}
+
+BRIDGE_ENTRY uint8_t *av_stream_get_side_data(AVStream *adsp_stream, int inp_type, int *ainp_size)
+{
+    return enter<uint8_t *>(nullptr, [&](const dsd_ffmpeg &) {
+        const auto utl_bytes = reinterpret_cast<const bridge::avformat::dsd_stream *>(adsp_stream)->side_data(inp_type);
+        if (ainp_size != nullptr)
+            *ainp_size = static_cast<int>(utl_bytes.size());
+        return utl_bytes.data();
+    });
 }
 
 BRIDGE_ENTRY AVStream *avformat_new_stream(AVFormatContext *adsp_context, const AVCodec *adsp_codec)

@@ -1,16 +1,20 @@
 #include "bridge/avformat/source.h"
 
+#include "bridge/avformat/formats.h"
 #include "bridge/old/entry.h"
 
 #include <cerrno>
 #include <new>
+#include <utility>
 
 namespace bridge::avformat
 {
 
-c_real_source::c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, dsd_source &dsp_source)
+c_real_source::c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, dsd_source &dsp_source,
+                             std::function<void()> dsp_before)
     : dsc_ffmpeg(dsp_ffmpeg),
       dsc_source(dsp_source),
+      dsc_before(std::move(dsp_before)),
       adsc_io(dsp_ffmpeg.avio_alloc_context(dsp_source.buffer, dsp_source.buffer_size, 0, this, &c_real_source::read,
                                             nullptr, dsp_source.seek == nullptr ? nullptr : &c_real_source::seek))
 {
@@ -37,7 +41,14 @@ c_real_source::~c_real_source()
 
 int c_real_source::read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept
 {
-    const dsd_source &dsl_source = static_cast<c_real_source *>(avp_source)->dsc_source;
+    const c_real_source &dsl_this = *static_cast<c_real_source *>(avp_source);
+    try {
+        if (dsl_this.dsc_before)
+            dsl_this.dsc_before();
+    } catch (...) {
+        return AVERROR(ENOMEM);
+    }
+    const dsd_source &dsl_source = dsl_this.dsc_source;
     const int inl_read = dsl_source.read_packet(dsl_source.opaque, autp_to, inp_length);
     return inl_read == 0 ? AVERROR_EOF : inl_read; // the 56 line's way to say that it is the end
 }
@@ -83,8 +94,7 @@ BRIDGE_ENTRY int av_probe_input_buffer2(AVIOContext *adsp_source, AVInputFormat 
         const bridge::real::input_format *adsl_format = nullptr;
         const int inl_result =
             dsp_ffmpeg.av_probe_input_buffer2(dsl_source.get(), &adsl_format, strp_name, nullptr, unp_offset, unp_most);
-        // The fields that callers know lie where they lay.
-        *aadsp_format = const_cast<AVInputFormat *>(reinterpret_cast<const AVInputFormat *>(adsl_format));
+        *aadsp_format = bridge::avformat::old_format(adsl_format);
         return inl_result;
     });
 }
@@ -92,7 +102,6 @@ BRIDGE_ENTRY int av_probe_input_buffer2(AVIOContext *adsp_source, AVInputFormat 
 BRIDGE_ENTRY AVInputFormat *av_find_input_format(const char *strp_name)
 {
     return enter<AVInputFormat *>(nullptr, [&](const dsd_ffmpeg &dsp_ffmpeg) {
-        return const_cast<AVInputFormat *>(
-            reinterpret_cast<const AVInputFormat *>(dsp_ffmpeg.av_find_input_format(strp_name)));
+        return bridge::avformat::old_format(dsp_ffmpeg.av_find_input_format(strp_name));
     });
 }

@@ -3,6 +3,8 @@
 
 #include "bridge/real/ffmpeg.h"
 
+#include <functional>
+
 /**
  * The front of the 56 line's AVIOContext, as far as it matters to callers, who free the buffer and the object with
  * av_freep. So the object can own nothing else: FFmpeg's own AVIOContext exists while FFmpeg reads.
@@ -31,8 +33,8 @@ namespace bridge::avformat
 class c_real_source
 {
 public:
-    /** @throws std::bad_alloc */
-    c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, dsd_source &dsp_source);
+    /** @param dsp_before called before each read, may throw. @throws std::bad_alloc */
+    c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, dsd_source &dsp_source, std::function<void()> dsp_before = {});
     ~c_real_source();
     c_real_source(const c_real_source &) = delete;
     c_real_source &operator=(const c_real_source &) = delete;
@@ -45,6 +47,7 @@ private:
 
     const real::dsd_ffmpeg &dsc_ffmpeg;
     dsd_source &dsc_source;
+    std::function<void()> dsc_before;
     real::io_context *adsc_io;
 };
 

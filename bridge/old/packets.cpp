@@ -32,13 +32,6 @@ int type_to_old(int inp_real)
     return inp_real + in_first_young;
 }
 
-int type_to_real(int inp_old)
-{
-    if (inp_old >= in_first_young)
-        return inp_old - in_first_young;
-    return inp_old >= in_first_moved_old ? inp_old - in_first_moved_old + in_first_moved_real : inp_old;
-}
-
 /** A packet's flags in the 56 line: a key frame, and damage. */
 constexpr int in_known_flags = 3;
 
@@ -70,13 +63,21 @@ uint8_t *write_big_endian(uint64_t ulp_value, int inp_bytes, uint8_t *autp_to)
 void add_real_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, real::packet &dsp_packet, int inp_old_type,
                         std::span<const uint8_t> utp_bytes)
 {
-    uint8_t *autl_copy = dsp_ffmpeg.av_packet_new_side_data(&dsp_packet, type_to_real(inp_old_type), utp_bytes.size());
+    uint8_t *autl_copy =
+        dsp_ffmpeg.av_packet_new_side_data(&dsp_packet, side_data_type_to_real(inp_old_type), utp_bytes.size());
     if (autl_copy == nullptr)
         throw std::bad_alloc();
     std::ranges::copy(utp_bytes, autl_copy);
 }
 
 } // namespace
+
+int side_data_type_to_real(int inp_old) noexcept
+{
+    if (inp_old >= in_first_young)
+        return inp_old - in_first_young;
+    return inp_old >= in_first_moved_old ? inp_old - in_first_moved_old + in_first_moved_real : inp_old;
+}
 
 real_packet make_packet(const real::dsd_ffmpeg &dsp_ffmpeg)
 {

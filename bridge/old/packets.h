@@ -44,6 +44,9 @@ void merge_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, AVPacket &dsp_packet);
  */
 int split_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, std::span<const uint8_t> utp_bytes, real::packet &dsp_to);
 
+/** The newer FFmpeg's number of a type of side data. */
+int side_data_type_to_real(int inp_old) noexcept;
+
 /** Copies the side data of an old packet. @throws std::bad_alloc */
 void copy_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, const AVPacket &dsp_from, real::packet &dsp_to);
 

@@ -60,6 +60,8 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
 
 #define BRIDGE_AVCODEC_FUNCTIONS(X)                                                                                    \
     X(unsigned int, avcodec_version, (void))                                                                           \
+    X(const codec *, av_codec_iterate, (void **))                                                                      \
+    X(int, av_codec_is_decoder, (const codec *))                                                                       \
     X(const codec *, avcodec_find_decoder, (int))                                                                      \
     X(const codec *, avcodec_find_decoder_by_name, (const char *))                                                     \
     X(const codec *, avcodec_find_encoder, (int))                                                                      \
@@ -105,6 +107,7 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(int, avformat_find_stream_info, (format_context *, AVDictionary **))                                             \
     X(int, av_read_frame, (format_context *, packet *))                                                                \
     X(int, av_seek_frame, (format_context *, int, int64_t, int))                                                       \
+    X(int, avformat_index_get_entries_count, (const stream *))                                                         \
     X(void, avformat_close_input, (format_context **))
 
 #define BRIDGE_SWRESAMPLE_FUNCTIONS(X)                                                                                 \

@@ -304,7 +304,8 @@ bool c_mediareader::has_exact_time_bases() const noexcept
 bool c_mediareader::has_subtitles_without_stream() const noexcept
 {
     const AVFormatContext *adsl_context = dsc_format.context();
-    if (!std::string_view(format_name()).starts_with("matroska"))
+    // A newer FFmpeg's reader shows no private data, and does without the stream.
+    if (!std::string_view(format_name()).starts_with("matroska") || adsl_context->priv_data == nullptr)
         return false;
     const auto *autl_reader = static_cast<const uint8_t *>(adsl_context->priv_data);
     const bool bl_of_2_5 = *static_cast<const AVFormatContext *const *>(adsl_context->priv_data) == adsl_context;
