@@ -1,7 +1,7 @@
 # The build steps that ./run and ./test share; sourced after common.sh.
 # shellcheck shell=bash
 
-# build_native PRESET TARGET: "kivjniffmpeg" for the library alone, "all" with the tests.
+# build_native PRESET TARGET...: "kivjniffmpeg bridge" for the libraries alone, "all" with the tests.
 build_native() {
     # The library alone is built without the test framework. Who asks for the tests gets them, however the directory was
     # configured before.
@@ -10,8 +10,8 @@ build_native() {
     elif [[ ! -e $build/$1/build.ninja ]]; then
         (cd "$root" && logged "configure-$1" cmake --preset "$1" -DKIV_BUILD_TESTS=OFF)
     fi
-    say "bringing the native library up to date ($1)"
-    (cd "$root" && logged "build-$1" cmake --build "$build/$1" --parallel "$jobs" --target "$2")
+    say "bringing the native libraries up to date ($1)"
+    (cd "$root" && logged "build-$1" cmake --build "$build/$1" --parallel "$jobs" --target "${@:2}")
 }
 
 # maven LOG ARGUMENTS...: in the root, quiet when all goes well.
@@ -26,7 +26,7 @@ maven() {
 build_java() {
     local stamp=$build/java.stamp
     if [[ -e $stamp && -d $root/cli/target/app/lib ]] && compgen -G "$root/cli/target/app/bin/kivjniffmpeg-cli-*.jar" >/dev/null &&
-        [[ -z $(find "$root"/{java,cli}/{src/main,pom.xml} "$root/pom.xml" "$build/libkivjniffmpeg.so" -newer "$stamp" \
+        [[ -z $(find "$root"/{java,cli}/{src/main,pom.xml} "$root/pom.xml" "$build/libkivjniffmpeg.so" "$build/bridge" -newer "$stamp" \
             -print -quit) ]]; then
         return
     fi

@@ -2,18 +2,22 @@ package kiv.media.ffmpeg;
 
 import java.nio.file.Path;
 import kiv.media.ffmpeg.loading.FfmpegDirectory;
+import kiv.media.ffmpeg.loading.FoundFfmpeg;
 import kiv.media.ffmpeg.loading.LibraryProperties;
 import kiv.media.ffmpeg.loading.LoadingException;
 import kiv.media.ffmpeg.loading.NativeLibrary;
+import kiv.media.ffmpeg.natives.FfmpegText;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /**
  * The native library and FFmpeg, which a process loads once. Readers, decoders and encoders load them on first use. A
  * program that needs a particular FFmpeg calls {@link #load(Path)} first.
  *
- * <p>FFmpeg's directory is the first of these: the argument of {@link #load(Path)}, the system property
- * {@value #DIRECTORY_PROPERTY}, the package {@code org.bytedeco.javacpp-presets:ffmpeg} (2.8.1-1.1,
- * {@code linux-x86_64}) on the class path, whose libraries are unpacked. The native library is the first of these: the
+ * <p>FFmpeg is the first of these: the directory that is the argument of {@link #load(Path)}; that of the system property
+ * {@value #DIRECTORY_PROPERTY}; the package {@code org.bytedeco:ffmpeg} (8.0.1-1.5.13, {@code linux-x86_64}) on the class
+ * path, whose libraries are unpacked; the older package {@code org.bytedeco.javacpp-presets:ffmpeg} (2.8.1-1.1); the
+ * system's. A directory may have FFmpeg 2.5 to 2.8 or 5.1 to 8.0. The newer ones work behind a bridge, five libraries with
+ * the names of the older ones, which lie beside the native library. {@link #build()} reports what works. The native library is the first of these: the
  * file that the system property {@value #LIBRARY_PROPERTY} names, the one in this project's jar with the classifier
  * {@code linux-x86_64}, which is unpacked too, {@code libkivjniffmpeg.so} from {@code java.library.path}.
  *
@@ -24,7 +28,7 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  * libraries. Above it, a directory like {@code /tmp} will do, where only owners can rename. Damaged files are replaced.
  *
  * <pre>{@code
- * FfmpegLibrary.load(Path.of("/opt/ffmpeg-2.8/lib"));
+ * FfmpegLibrary.load(Path.of("/opt/ffmpeg-8.0/lib"));
  * }</pre>
  *
  * <p>The library logs to the {@link System.Logger} {@code kiv.media.ffmpeg}: errors as ERROR, its actions as DEBUG,
@@ -48,8 +52,11 @@ public final class FfmpegLibrary {
     /** The library stores the level but does not filter by it. */
     private static final int LOG_LEVEL = 5;
 
+    private static final System.Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
+
     private static boolean nativesLoaded;
-    private static Path loadedDirectory;
+    private static FoundFfmpeg loaded;
+    private static FfmpegBuild build;
     private static long context;
     private static LibraryException failure;
 
@@ -68,8 +75,8 @@ public final class FfmpegLibrary {
     /**
      * Loads the native library and FFmpeg from a directory.
      *
-     * @param directory the directory of the five libraries: {@code libavcodec.so.56}, {@code libavformat.so.56},
-     *     {@code libavutil.so.54}, {@code libswresample.so.1}, {@code libswscale.so.3}
+     * @param directory the directory of the five libraries of FFmpeg 2.5 to 2.8 or 5.1 to 8.0: libavcodec, libavformat,
+     *     libavutil, libswresample and libswscale, each under its name with its major, such as {@code libavcodec.so.56}
      * @throws LibraryException when a library is missing or does not load, or when FFmpeg is already loaded from
      *     another directory
      */
@@ -77,8 +84,8 @@ public final class FfmpegLibrary {
         Path wanted = directory.toAbsolutePath().normalize();
         if (context == 0) {
             open(wanted);
-        } else if (!wanted.equals(loadedDirectory)) {
-            throw new LibraryException("FFmpeg is already loaded from " + loadedDirectory
+        } else if (!loaded.isAt(wanted)) {
+            throw new LibraryException("FFmpeg is already loaded from " + loaded.home()
                     + " and a process can load it only once; name " + wanted + " before the first use");
         }
     }
@@ -103,20 +110,24 @@ public final class FfmpegLibrary {
 
     /**
      * Finds the FFmpeg that is loaded, or that {@link #load()} would load. It unpacks the class-path package if that is
-     * the one.
+     * the one. For an FFmpeg behind the bridge the directory is one of links to both.
      *
-     * @return the absolute path of its directory
+     * @return the absolute path of its directory, for {@code n_init}
      * @throws LibraryException when there is no FFmpeg
      */
     public static synchronized Path directory() {
-        if (loadedDirectory != null) {
-            return loadedDirectory;
-        }
-        try {
-            return FfmpegDirectory.find();
-        } catch (LoadingException e) {
-            throw reported(e);
-        }
+        return (loaded != null ? loaded : find(null)).directory();
+    }
+
+    /**
+     * Describes the FFmpeg that works in this process. It loads the library.
+     *
+     * @return its version, licence and place
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static synchronized FfmpegBuild build() {
+        context();
+        return build;
     }
 
     /**
@@ -164,21 +175,39 @@ public final class FfmpegLibrary {
             // The native library tries to load FFmpeg once in a process, so the failure is permanent.
             throw new LibraryException(failure.getMessage(), failure);
         }
-        Path directory = wanted != null ? wanted : directory();
+        FoundFfmpeg found = find(wanted);
         loadNatives();
-        preload(directory);
+        preload(found.directory());
+        long opened;
         try {
-            context = c_multimediaapi_ffmpeg.n_init(directory.toString(), logReceiver(), LOG_LEVEL);
+            opened = c_multimediaapi_ffmpeg.n_init(found.directory().toString(), logReceiver(), LOG_LEVEL);
         } catch (RuntimeException | Error e) {
-            failure = new LibraryException("cannot load FFmpeg from " + directory + ": " + e.getMessage()
-                    + "; it takes FFmpeg 2.5 to 2.8", e);
+            failure = new LibraryException("cannot load FFmpeg from " + found.home() + ": " + e.getMessage()
+                    + "; it takes FFmpeg 2.5 to 2.8 or 5.1 to 8.0", e);
             throw failure;
         }
-        loadedDirectory = directory;
+        String error = c_codecoptions_ffmpeg.n_get_ffmpeg_text(opened, FfmpegText.BRIDGE_ERROR);
+        if (error != null) {
+            c_multimediaapi_ffmpeg.n_close(opened);
+            failure = new LibraryException("cannot load FFmpeg from " + found.home() + ": " + error);
+            throw failure;
+        }
+        context = opened;
+        loaded = found;
+        build = FfmpegBuild.of(context, found.home());
+        LOGGER.log(System.Logger.Level.DEBUG, build);
         c_codecoptions_ffmpeg.n_set_allocation_limit(context, USUAL_ALLOCATION_LIMIT);
         if (!c_multimediaapi_ffmpeg.logs()) {
             // Exceptions report what FFmpeg cannot decode. It does not print on the program's standard error.
             c_codecoptions_ffmpeg.n_set_log_level(context, c_codecoptions_ffmpeg.LOG_QUIET);
+        }
+    }
+
+    private static FoundFfmpeg find(Path wanted) {
+        try {
+            return wanted == null ? FfmpegDirectory.find() : FfmpegDirectory.in(wanted);
+        } catch (LoadingException e) {
+            throw reported(e);
         }
     }
 

@@ -6,8 +6,10 @@ import java.io.PrintWriter;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioCodec;
+import kiv.media.ffmpeg.FfmpegBuild;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.FourCharacterCode;
+import kiv.media.ffmpeg.cli.report.VisibleText;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Model.CommandSpec;
@@ -33,13 +35,18 @@ final class FormatsCommand implements Callable<Integer> {
     @Override
     public Integer call() throws IOException {
         library.apply();
-        FfmpegLibrary.load();
+        FfmpegBuild ffmpeg = FfmpegLibrary.build();
         PrintWriter out = spec.commandLine().getOut();
         if (json) {
             try (Json objects = new Json(out, false)) {
-                objects.write(FormatsCommand::describe);
+                objects.write(to -> {
+                    describe(ffmpeg, to);
+                    describe(to);
+                });
             }
         } else {
+            out.println(VisibleText.of(ffmpeg.toString()));
+            out.println();
             print(out);
         }
         OutputFile.flushStandardOutput(out);
@@ -69,6 +76,15 @@ final class FormatsCommand implements Callable<Integer> {
 
     private static String tag(int tag) {
         return String.format(Locale.ROOT, "0x%04x", tag);
+    }
+
+    private static void describe(FfmpegBuild ffmpeg, JsonGenerator to) throws IOException {
+        to.writeObjectFieldStart("ffmpeg");
+        to.writeStringField("version", ffmpeg.version());
+        to.writeStringField("licence", ffmpeg.licence());
+        to.writeStringField("directory", ffmpeg.directory().toString());
+        to.writeBooleanField("bridged", ffmpeg.isBridged());
+        to.writeEndObject();
     }
 
     private static void describe(JsonGenerator to) throws IOException {

@@ -9,6 +9,7 @@ import java.time.Duration;
 import java.util.Locale;
 import java.util.Optional;
 import java.util.concurrent.Callable;
+import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.FourCharacterCode;
 import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaReader;
@@ -86,6 +87,7 @@ final class InfoCommand implements Callable<Integer> {
         reader.startTime().filter(start -> !start.isZero())
                 .ifPresent(start -> head.row("start", ConsoleText.clock(start)));
         reader.bitRate().ifPresent(rate -> head.row("bit rate", ConsoleText.bitRate(rate)));
+        head.row("read by", "FFmpeg " + FfmpegLibrary.build().version());
         head.print(out);
         out.println();
         Table table = new Table();
@@ -133,6 +135,7 @@ final class InfoCommand implements Callable<Integer> {
         if (reader.bitRate().isPresent()) {
             to.writeNumberField("bitRate", reader.bitRate().getAsLong());
         }
+        to.writeStringField("ffmpeg", FfmpegLibrary.build().version());
         to.writeArrayFieldStart("streams");
         for (MediaStream stream : reader.streams()) {
             to.writeStartObject();

@@ -17,7 +17,8 @@ final class LibraryOptions {
     private static final Logger LIBRARY_LOG = Logger.getLogger("kiv.media.ffmpeg");
 
     @Option(names = "--ffmpeg", paramLabel = "DIR",
-            description = "Take FFmpeg's libraries from this directory, not from the package that comes along.")
+            description = "Take FFmpeg's libraries from this directory, not from the package that comes along: FFmpeg 2.5"
+                + " to 2.8 or 5.1 to 8.0.")
     private Path ffmpeg;
 
     @Option(names = {"-v", "--verbose"},

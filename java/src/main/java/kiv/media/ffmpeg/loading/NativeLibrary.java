@@ -8,7 +8,7 @@ public final class NativeLibrary {
 
     private static final String FILE = "libkivjniffmpeg.so";
     /** Its directory in the natives jar. It is no name of a Java package, so no module can hide it. */
-    private static final String PACKAGE = "kiv/media/ffmpeg/natives/linux-x86_64/";
+    static final String PACKAGE = "kiv/media/ffmpeg/natives/linux-x86_64/";
 
     private NativeLibrary() {
     }

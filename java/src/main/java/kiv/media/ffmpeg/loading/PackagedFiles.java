@@ -12,7 +12,7 @@ import java.util.List;
 import java.util.Locale;
 import java.util.Set;
 
-/** Unpacks files of a jar, because only files of the file system can be loaded. */
+/** Makes directories in the user's cache: of files of a jar, because only files can be loaded, and of links. */
 final class PackagedFiles {
 
     private static final System.Logger LOGGER = System.getLogger("kiv.media.ffmpeg");
@@ -38,6 +38,36 @@ final class PackagedFiles {
      * @throws LoadingException when it works nowhere
      */
     static Path unpack(String what, String name, String prefix, List<String> files) throws LoadingException {
+        return inCache("unpack " + what + " into ", name, () -> {
+            List<CacheEntry> entries = new ArrayList<>();
+            for (String file : files) {
+                entries.add(CacheEntry.Packed.of(LOADER, prefix, file));
+            }
+            return entries;
+        });
+    }
+
+    /**
+     * Makes a directory of links in the first place where that works.
+     *
+     * @param what the name of the files in messages
+     * @param name the first part of the name of the directory
+     * @param targets the files, under whose names the links are
+     * @return the directory with exactly these links
+     * @throws LoadingException when it works nowhere
+     */
+    static Path link(String what, String name, List<Path> targets) throws LoadingException {
+        return inCache("link " + what + " in ", name, () -> targets.stream()
+                .map(target -> new CacheEntry.Link(target.getFileName().toString(), target)).toList());
+    }
+
+    /** What a directory in the cache holds. */
+    @FunctionalInterface
+    private interface Entries {
+        List<? extends CacheEntry> get() throws IOException;
+    }
+
+    private static Path inCache(String action, String name, Entries entries) throws LoadingException {
         List<String> failures = new ArrayList<>();
         Exception last = null;
         // An interrupted thread can load its library too.
@@ -45,9 +75,9 @@ final class PackagedFiles {
         try {
             for (Path root : roots()) {
                 try {
-                    return new ResourceCache(root, name).unpack(LOADER, prefix, files);
+                    return new ResourceCache(root, name).directoryOf(entries.get());
                 } catch (IOException e) {
-                    LOGGER.log(System.Logger.Level.DEBUG, "cannot unpack into " + root, e);
+                    LOGGER.log(System.Logger.Level.DEBUG, "cannot " + action + root, e);
                     failures.add(root + " (" + reason(root, e) + ")");
                     last = e;
                 }
@@ -60,7 +90,7 @@ final class PackagedFiles {
                 Thread.currentThread().interrupt();
             }
         }
-        throw new LoadingException("cannot unpack " + what + " into " + String.join(" or ", failures)
+        throw new LoadingException("cannot " + action + String.join(" or ", failures)
                 + "; name another directory with -D" + LibraryProperties.CACHE + "=DIR", last);
     }
 

@@ -1,12 +1,6 @@
 package kiv.media.ffmpeg.loading;
 
-import java.io.FileNotFoundException;
 import java.io.IOException;
-import java.io.InputStream;
-import java.io.OutputStream;
-import java.net.JarURLConnection;
-import java.net.URL;
-import java.net.URLConnection;
 import java.nio.channels.FileChannel;
 import java.nio.channels.OverlappingFileLockException;
 import java.nio.charset.StandardCharsets;
@@ -25,19 +19,16 @@ import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
 import java.time.Duration;
 import java.time.Instant;
-import java.util.ArrayList;
 import java.util.HexFormat;
 import java.util.List;
 import java.util.Set;
 import java.util.concurrent.locks.LockSupport;
-import java.util.jar.JarEntry;
-import java.util.zip.CRC32;
-import java.util.zip.CheckedInputStream;
+import java.util.stream.Stream;
 
 /**
- * Unpacks files from the class path for the dynamic loader. A set of files has a directory whose name is derived from
- * their contents. It is written under a temporary name and renamed when it is complete. Any number of virtual machines
- * may unpack at the same time. Incomplete directories of interrupted ones are never used.
+ * Keeps directories for the dynamic loader: of files from the class path, and of links. A set of entries has a directory
+ * whose name is derived from their contents. It is written under a temporary name and renamed when it is complete. Any
+ * number of virtual machines may do so at the same time. Incomplete directories of interrupted ones are never used.
  */
 final class ResourceCache {
 
@@ -61,80 +52,27 @@ final class ResourceCache {
         this.name = name;
     }
 
-    /** The size and checksum of a file, which other versions and damaged copies do not match. */
-    private record Expected(URL source, String file, long size, long crc) {
-
-        static Expected of(ClassLoader loader, String prefix, String file) throws IOException {
-            URL source = loader.getResource(prefix + file);
-            if (source == null) {
-                throw new FileNotFoundException(prefix + file + " is not on the class path");
-            }
-            URLConnection connection = source.openConnection();
-            if (connection instanceof JarURLConnection jar) {
-                JarEntry entry = jar.getJarEntry();
-                if (entry.getSize() >= 0 && entry.getCrc() >= 0) {
-                    return new Expected(source, file, entry.getSize(), entry.getCrc());
-                }
-            }
-            try (CheckedInputStream in = new CheckedInputStream(source.openStream(), new CRC32())) {
-                long size = in.transferTo(OutputStream.nullOutputStream());
-                return new Expected(source, file, size, in.getChecksum().getValue());
-            }
-        }
-
-        boolean matches(Path directory) {
-            Path copy = directory.resolve(file);
-            try {
-                if (!Files.isRegularFile(copy, LinkOption.NOFOLLOW_LINKS) || !TrustedDirectory.isTrusted(copy)
-                        || Files.size(copy) != size) {
-                    return false;
-                }
-                try (CheckedInputStream in = new CheckedInputStream(Files.newInputStream(copy), new CRC32())) {
-                    return in.transferTo(OutputStream.nullOutputStream()) == size && in.getChecksum().getValue() == crc;
-                }
-            } catch (IOException e) {
-                return false; // unreadable, or moved away by a virtual machine that repairs it
-            }
-        }
-
-        void copyTo(Path directory) throws IOException {
-            Path copy = Files.createFile(directory.resolve(file), TrustedDirectory.PRIVATE_FILE);
-            try (InputStream in = source.openStream(); OutputStream out = Files.newOutputStream(copy)) {
-                in.transferTo(out);
-            }
-            if (!matches(directory)) {
-                throw new IOException(file + " was not written whole");
-            }
-        }
-    }
-
     /**
-     * Unpacks a set of files, unless a complete and undamaged copy exists.
+     * Makes a directory of a set of entries, unless a complete and undamaged one exists.
      *
-     * @param loader the class loader of the files
-     * @param prefix their common path, ending in a slash
-     * @param files their names
+     * @param entries everything that the directory holds
      * @return the directory with exactly these contents
-     * @throws IOException when a resource is missing, or the cache cannot be written or trusted
+     * @throws IOException when an entry cannot be made, or the cache cannot be written or trusted
      */
-    Path unpack(ClassLoader loader, String prefix, List<String> files) throws IOException {
-        List<Expected> expected = new ArrayList<>();
-        for (String file : files) {
-            expected.add(Expected.of(loader, prefix, file));
-        }
+    Path directoryOf(List<? extends CacheEntry> entries) throws IOException {
         Files.createDirectories(root, TrustedDirectory.PRIVATE_DIRECTORY);
         Path directory = TrustedDirectory.require(root);
-        Path target = directory.resolve(name + "-" + key(expected));
-        if (isWhole(target, expected)) {
+        Path target = directory.resolve(name + "-" + key(entries));
+        if (isWhole(target, entries)) {
             return target;
         }
         synchronized (ResourceCache.class) {
             FileChannel lock = lock(directory);
             try {
                 // The previous owner of the lock may have unpacked the set.
-                if (!isWhole(target, expected)) {
+                if (!isWhole(target, entries)) {
                     sweep(directory);
-                    replace(target, expected);
+                    replace(target, entries);
                 }
             } finally {
                 lock.close();
@@ -185,20 +123,20 @@ final class ResourceCache {
     }
 
     /** Writes the set under a temporary name and renames it when it is complete. It moves a damaged set away first. */
-    private static void replace(Path target, List<Expected> expected) throws IOException {
+    private static void replace(Path target, List<? extends CacheEntry> entries) throws IOException {
         Path aside = Files.createTempDirectory(target.getParent(), ASIDE, TrustedDirectory.PRIVATE_DIRECTORY);
         try {
             Path written = Files.createDirectory(aside.resolve("new"), TrustedDirectory.PRIVATE_DIRECTORY);
-            for (Expected file : expected) {
-                file.copyTo(written);
+            for (CacheEntry entry : entries) {
+                entry.create(written);
             }
-            if (Files.exists(target, LinkOption.NOFOLLOW_LINKS) && !isWhole(target, expected)) {
+            if (Files.exists(target, LinkOption.NOFOLLOW_LINKS) && !isWhole(target, entries)) {
                 // Processes that have its files open keep them.
                 Files.move(target, aside.resolve("damaged"), StandardCopyOption.ATOMIC_MOVE);
             }
             Files.move(written, target, StandardCopyOption.ATOMIC_MOVE);
         } catch (IOException e) {
-            if (!isWhole(target, expected)) {
+            if (!isWhole(target, entries)) {
                 throw e;
             }
         } finally {
@@ -206,19 +144,24 @@ final class ResourceCache {
         }
     }
 
-    private static boolean isWhole(Path directory, List<Expected> expected) {
+    /** A file that is none of the entries is a fault too: the dynamic loader might choose it. */
+    private static boolean isWhole(Path directory, List<? extends CacheEntry> entries) {
         try {
-            return Files.isDirectory(directory, LinkOption.NOFOLLOW_LINKS) && TrustedDirectory.isTrusted(directory)
-                    && expected.stream().allMatch(file -> file.matches(directory));
+            if (!Files.isDirectory(directory, LinkOption.NOFOLLOW_LINKS) || !TrustedDirectory.isTrusted(directory)) {
+                return false;
+            }
+            try (Stream<Path> files = Files.list(directory)) {
+                return files.count() == entries.size() && entries.stream().allMatch(entry -> entry.isIn(directory));
+            }
         } catch (IOException e) {
             return false;
         }
     }
 
-    private static String key(List<Expected> expected) {
+    private static String key(List<? extends CacheEntry> entries) {
         StringBuilder text = new StringBuilder();
-        for (Expected file : expected) {
-            text.append(file.file()).append(' ').append(file.size()).append(' ').append(file.crc()).append('\n');
+        for (CacheEntry entry : entries) {
+            text.append(entry.name()).append(' ').append(entry.identity()).append('\n');
         }
         try {
             byte[] digest = MessageDigest.getInstance("SHA-256")

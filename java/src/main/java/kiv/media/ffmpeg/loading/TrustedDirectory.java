@@ -62,6 +62,11 @@ final class TrustedDirectory {
         return isOurs(attributes.get("uid")) && (mode(attributes) & (WRITABLE_BY_GROUP | WRITABLE_BY_ALL)) == 0;
     }
 
+    /** {@return whether the file itself, such as a link, belongs to this user or root} */
+    static boolean isOurs(Path file) throws IOException {
+        return isOurs(read(file).get("uid"));
+    }
+
     /** {@return the number of the user of this process} */
     static int user() throws IOException {
         Path status = Path.of("/proc/self/status");

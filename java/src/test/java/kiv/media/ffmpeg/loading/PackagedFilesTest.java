@@ -92,7 +92,7 @@ class PackagedFilesTest {
     private void assertUnpacked() throws IOException {
         try (Stream<Path> files = Files.walk(cache)) {
             assertThat(files.filter(Files::isRegularFile).filter(file -> !file.endsWith(".lock")))
-                    .hasSize(1 + FfmpegDirectory.LIBRARIES.size());
+                    .hasSize(1 + FfmpegLine.OWN.libraries().size());
         }
     }
 
@@ -144,10 +144,10 @@ class PackagedFilesTest {
     void aBrokenFfmpegIsTold(int healthy, int damaged, String message, boolean thenAnother) throws Exception {
         Path whole = FfmpegLibrary.directory();
         Path broken = Files.createDirectory(temp.resolve("broken"));
-        for (String library : FfmpegDirectory.LIBRARIES.subList(0, healthy)) {
+        for (String library : FfmpegLine.OWN.libraries().subList(0, healthy)) {
             Files.createSymbolicLink(broken.resolve(library), whole.resolve(library));
         }
-        for (String library : FfmpegDirectory.LIBRARIES.subList(healthy, healthy + damaged)) {
+        for (String library : FfmpegLine.OWN.libraries().subList(healthy, healthy + damaged)) {
             Files.writeString(broken.resolve(library), "not a library");
         }
         String property = "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken;

@@ -15,6 +15,7 @@ import java.nio.file.attribute.FileTime;
 import java.nio.file.attribute.PosixFilePermissions;
 import java.time.Duration;
 import java.time.Instant;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.Random;
 import org.junit.jupiter.api.Test;
@@ -43,7 +44,11 @@ class ResourceCacheTest {
             Files.write(resources.resolve(file), bytes);
         }
         ClassLoader loader = new URLClassLoader(new URL[] {resources.resolveSibling("").toUri().toURL()}, null);
-        Path directory = new ResourceCache(root, "set").unpack(loader, "libs/", FILES);
+        List<CacheEntry> entries = new ArrayList<>();
+        for (String file : FILES) {
+            entries.add(CacheEntry.Packed.of(loader, "libs/", file));
+        }
+        Path directory = new ResourceCache(root, "set").directoryOf(entries);
         for (String file : FILES) {
             assertThat(directory.resolve(file)).hasSameBinaryContentAs(resources.resolve(file));
         }
