@@ -37,3 +37,35 @@ build_java() {
     maven java-package -q package -Dmaven.test.skip=true
     mv "$stamp.new" "$stamp"
 }
+
+# usual_ffmpeg: the FFmpeg that everything is tested on.
+usual_ffmpeg=8.0.1
+
+# ffmpeg_home RELEASE: the directory of an FFmpeg's libraries, which is fetched; "system" is the one of Debian.
+ffmpeg_home() {
+    if [[ $1 == system ]]; then
+        local avcodec
+        avcodec=$(ldconfig -p 2>/dev/null || /sbin/ldconfig -p)
+        avcodec=$(awk '/libavcodec\.so\.[0-9]+ .*x86-64/ { print $NF; exit }' <<<"$avcodec")
+        [[ -n $avcodec ]] || die "the system has no libavcodec"
+        realpath "${avcodec%/*}"
+    else
+        "$root/tools/fetch_ffmpeg.sh" "$1"
+    fi
+}
+
+# ffmpeg_for_init RELEASE PRESET: the same for programs that know the five names only, with the bridge that was built.
+ffmpeg_for_init() {
+    local home directory=$build/$2/with-$1
+    home=$(ffmpeg_home "$1")
+    if [[ -e $home/libavcodec.so.56 ]]; then
+        printf '%s\n' "$home"
+        return
+    fi
+    rm -rf "$directory"
+    "$root/tools/bridge_dir.sh" "$directory" "$home" "$(bridge_of "$2")"
+    printf '%s\n' "$directory"
+}
+
+# bridge_of PRESET: where its bridge is built.
+bridge_of() { if [[ $1 == release ]]; then printf '%s\n' "$build/bridge"; else printf '%s\n' "$build/$1/bridge"; fi; }

@@ -11,13 +11,16 @@
 #include <stdexcept>
 #include <string>
 
-/** Opens FFmpeg through the library's loader, once per process. @throws std::runtime_error without KIV_FFMPEG_DIR */
+/**
+ * Opens FFmpeg through the library's loader, once per process: from the directory that KIV_FFMPEG_DIR names, else the
+ * FFmpeg 2.8.1 that ./test has fetched.
+ */
 inline void load_ffmpeg()
 {
     [[maybe_unused]] static const bool bl_once = [] {
         const char *strl_directory = std::getenv("KIV_FFMPEG_DIR");
         if (strl_directory == nullptr)
-            throw std::runtime_error("KIV_FFMPEG_DIR must name the directory with the five FFmpeg libraries");
+            strl_directory = KIV_SOURCE_DIR "/../build/ffmpeg";
         // The libraries have no run path: what the others need is opened first, as Java does.
         for (const char *strl_file : {"/libavutil.so.54", "/libswresample.so.1"})
             if (dlopen((std::string(strl_directory) + strl_file).c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)

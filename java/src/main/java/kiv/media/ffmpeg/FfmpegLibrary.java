@@ -175,8 +175,8 @@ public final class FfmpegLibrary {
             // The native library tries to load FFmpeg once in a process, so the failure is permanent.
             throw new LibraryException(failure.getMessage(), failure);
         }
-        FoundFfmpeg found = find(wanted);
         loadNatives();
+        FoundFfmpeg found = find(wanted);
         preload(found.directory());
         long opened;
         try {

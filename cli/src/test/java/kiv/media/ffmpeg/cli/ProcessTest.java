@@ -36,9 +36,11 @@ class ProcessTest {
         // A virtual machine ignores the signals that its parent ignores, as shells do in the background.
         List<String> command = new ArrayList<>(List.of("env", "--default-signal=INT,TERM,PIPE"));
         command.addAll(List.of(environment));
-        command.addAll(List.of(ProcessHandle.current().info().command().orElseThrow(),
-                "-D" + FfmpegLibrary.LIBRARY_PROPERTY + "=" + System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY),
-                "-cp", System.getProperty("java.class.path"), Main.class.getName()));
+        command.add(ProcessHandle.current().info().command().orElseThrow());
+        Stream.of(FfmpegLibrary.LIBRARY_PROPERTY, FfmpegLibrary.DIRECTORY_PROPERTY)
+                .filter(name -> System.getProperty(name) != null)
+                .forEach(name -> command.add("-D" + name + "=" + System.getProperty(name)));
+        command.addAll(List.of("-cp", System.getProperty("java.class.path"), Main.class.getName()));
         command.addAll(List.of(MainTest.words(line, directory)));
         return new ProcessBuilder(command).redirectError(directory.resolve("errors").toFile()).start();
     }

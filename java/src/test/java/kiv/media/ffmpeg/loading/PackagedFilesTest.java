@@ -5,11 +5,15 @@ import static org.assertj.core.api.Assumptions.assumeThat;
 
 import java.io.File;
 import java.io.IOException;
+import java.lang.reflect.InvocationTargetException;
+import java.net.URL;
+import java.net.URLClassLoader;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.PosixFilePermissions;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import javax.sound.sampled.AudioSystem;
 import javax.sound.sampled.UnsupportedAudioFileException;
@@ -30,13 +34,14 @@ class PackagedFilesTest {
     private Path cache;
     private String classPath;
 
-    /** Stands in for the natives jar: the library under test, where the jar has it. */
+    /** Stands in for the natives jar: the library under test and its bridge, where the jar has them. */
     @BeforeEach
     void packNatives() throws IOException {
         cache = temp.resolve("cache");
         Path natives = Files.createDirectories(temp.resolve("natives/kiv/media/ffmpeg/natives/linux-x86_64"));
-        Files.createSymbolicLink(natives.resolve("libkivjniffmpeg.so"),
-                Path.of(System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY)).toRealPath());
+        Path library = Path.of(System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY)).toRealPath();
+        Files.createSymbolicLink(natives.resolve("libkivjniffmpeg.so"), library);
+        Files.createSymbolicLink(natives.resolve("bridge"), library.resolveSibling("bridge"));
         classPath = System.getProperty("java.class.path") + ":" + temp.resolve("natives");
     }
 
@@ -91,8 +96,9 @@ class PackagedFilesTest {
 
     private void assertUnpacked() throws IOException {
         try (Stream<Path> files = Files.walk(cache)) {
+            // The native library, the bridge, FFmpeg and three libraries that it needs; links to all but the first.
             assertThat(files.filter(Files::isRegularFile).filter(file -> !file.endsWith(".lock")))
-                    .hasSize(1 + FfmpegLine.OWN.libraries().size());
+                    .hasSize(1 + 13 + 13);
         }
     }
 
@@ -139,7 +145,7 @@ class PackagedFilesTest {
 
     /** What goes wrong before the native library is called can be tried again; what goes wrong in it can not. */
     @ParameterizedTest
-    @CsvSource({"0, 0, no libavutil.so.54 in the FFmpeg directory, true", "0, 5, cannot load FFmpeg: , true",
+    @CsvSource({"0, 0, no FFmpeg in, true", "0, 5, cannot load FFmpeg: , true",
         "2, 3, failed to initialize ffmpeg, false"})
     void aBrokenFfmpegIsTold(int healthy, int damaged, String message, boolean thenAnother) throws Exception {
         Path whole = FfmpegLibrary.directory();
@@ -155,6 +161,66 @@ class PackagedFilesTest {
         assertThat(output).contains(message);
         // Loaded, loaded again, and told to the one who wants yet another.
         assertThat(output.split("loaded from " + whole, -1)).as(output).hasSize(thenAnother ? 1 + 3 : 1);
+    }
+
+    /** Stands in for a package or a directory of FFmpeg's: what is in the files does not matter before they are loaded. */
+    private Path ffmpeg(String place, List<String> libraries) throws IOException {
+        Path directory = Files.createDirectories(temp.resolve(place));
+        for (String library : libraries) {
+            Files.writeString(directory.resolve(library), library);
+        }
+        return directory;
+    }
+
+    /** Searches in another class loader, whose class path has the packages below some directories. */
+    private String find(String... packages) {
+        try {
+            List<URL> urls = new ArrayList<>(List.of(
+                    FfmpegDirectory.class.getProtectionDomain().getCodeSource().getLocation()));
+            for (String one : packages) {
+                urls.add(temp.resolve(one).toUri().toURL());
+            }
+            try (URLClassLoader loader = new URLClassLoader(urls.toArray(URL[]::new), null)) {
+                return loader.loadClass(FfmpegDirectory.class.getName()).getMethod("find").invoke(null).toString();
+            }
+        } catch (InvocationTargetException e) {
+            return e.getCause().getMessage();
+        } catch (IOException | ReflectiveOperationException e) {
+            throw new AssertionError(e);
+        }
+    }
+
+    /** The first that there is, whichever line it is of; the libraries that it needs come with it. */
+    @Test
+    void theSearchHasAnOrder() throws IOException {
+        FfmpegLine six = FfmpegLine.NEWER.get(2);
+        ffmpeg("old/org/bytedeco/javacpp/linux-x86_64", FfmpegLine.OWN.libraries());
+        ffmpeg("six/org/bytedeco/ffmpeg/linux-x86_64", six.libraries());
+        ffmpeg("six/org/bytedeco/ffmpeg/linux-x86_64", List.of("libdrm.so.2"));
+        ffmpeg("unknown/org/bytedeco/ffmpeg/linux-x86_64", List.of("libavcodec.so.99"));
+        Path named = ffmpeg("named", FfmpegLine.NEWER.get(1).libraries());
+        System.setProperty(LibraryProperties.CACHE, cache.toString());
+        String before = System.setProperty(LibraryProperties.DIRECTORY, named.toString());
+        try {
+            assertThat(find("six", "old")).contains("directory=" + cache + "/bridged-", "home=" + named);
+            Files.delete(named.resolve("libswscale.so.8"));
+            assertThat(find("six", "old")).contains("no libswscale.so.8 in " + named, "5.1 to 8.0");
+            Files.move(named.resolve("libavcodec.so.61"), named.resolve("libavcodec.so.63"));
+            assertThat(find("six", "old")).contains("unsupported libavcodec 63 in " + named);
+            System.clearProperty(LibraryProperties.DIRECTORY);
+            List<String> found = IntStream.range(0, 8).parallel().mapToObj(i -> find("old", "six")).distinct().toList();
+            assertThat(found).singleElement().asString().contains("home=" + cache + "/ffmpeg-");
+            Path directory = Path.of(found.get(0).replaceAll(".*directory=(.*), .*", "$1"));
+            assertThat(directory.toFile().list()).contains("libdrm.so.2").hasSize(11);
+            assertThat(directory.resolve(six.mark())).content().isEqualTo(six.mark());
+            assertThat(find("old", "unknown")).contains("directory=" + cache + "/ffmpeg-").doesNotContain("bridged");
+            assertThat(find()).containsPattern("home=/(usr|lib)|no FFmpeg: .*2.8.1-1.1 .*in /usr/local/lib, ");
+        } finally {
+            System.clearProperty(LibraryProperties.CACHE);
+            if (before != null) {
+                System.setProperty(LibraryProperties.DIRECTORY, before);
+            }
+        }
     }
 
     @Test

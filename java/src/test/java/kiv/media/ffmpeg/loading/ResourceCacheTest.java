@@ -79,6 +79,31 @@ class ResourceCacheTest {
         assertThat(root().toFile().list()).containsExactlyInAnyOrder(".lock", directory.getFileName().toString());
     }
 
+    @Test
+    void directoriesOfLinksHoldNothingElse() throws IOException {
+        Path target = Files.writeString(temp.resolve("target"), "");
+        ResourceCache cache = new ResourceCache(root(), "links");
+        List<CacheEntry> links = List.of(new CacheEntry.Link("a", target), new CacheEntry.Link("b", target));
+        Path directory = cache.directoryOf(links);
+        Path link = directory.resolve("a");
+        assertThat(cache.directoryOf(List.of(new CacheEntry.Link("a", temp)))).isNotEqualTo(directory);
+        for (int damage = 0; damage < 4; damage++) {
+            if (damage == 0) {
+                Files.writeString(directory.resolve("c"), "one too many");
+            } else if (damage < 3) {
+                Files.delete(link);
+                Files.createSymbolicLink(link, damage == 1 ? temp : Path.of("target"));
+            } else {
+                assumeThat(TrustedDirectory.user()).as("only root can give files away").isZero();
+                Files.setAttribute(link, "unix:uid", 12345, LinkOption.NOFOLLOW_LINKS);
+            }
+            assertThat(cache.directoryOf(links)).isEqualTo(directory);
+            assertThat(directory.toFile().list()).containsExactlyInAnyOrder("a", "b");
+            assertThat(Files.readSymbolicLink(link)).isEqualTo(target);
+            assertThat(Files.getAttribute(link, "unix:uid", LinkOption.NOFOLLOW_LINKS)).isEqualTo(TrustedDirectory.user());
+        }
+    }
+
     /** What somebody else can write may hold anything, so it is not loaded. */
     @ParameterizedTest
     @CsvSource({"cache, rwxrwxrwx, others can write there", "cache, rwxrwx---, others can write there",
