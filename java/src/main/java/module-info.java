@@ -1,9 +1,8 @@
 /**
  * FFmpeg's decoders and encoders for Java: containers, pictures and sound.
  *
- * <p>The native library and FFmpeg's package are in jars that no module requires. Put them on the class path, or on the
- * module path with {@code --add-modules ALL-MODULE-PATH}. The option
- * {@code --enable-native-access=kiv.media.ffmpeg} permits native code.
+ * <p>The native library and FFmpeg's package are in jars that no module requires. Put them on the class path, where a
+ * program of modules finds them too. The option {@code --enable-native-access=kiv.media.ffmpeg} permits native code.
  */
 module kiv.media.ffmpeg {
     // The API returns images.

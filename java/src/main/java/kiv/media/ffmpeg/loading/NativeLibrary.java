@@ -34,7 +34,7 @@ public final class NativeLibrary {
             System.loadLibrary("kivjniffmpeg");
         } catch (UnsatisfiedLinkError e) {
             throw new LoadingException("no native library: add kiv.media:kivjniffmpeg (classifier linux-x86_64) to the"
-                    + " class path (on the module path with --add-modules ALL-MODULE-PATH) or name its file with -D"
+                    + " class path (a program of modules too) or name its file with -D"
                     + LibraryProperties.LIBRARY + "=/path/" + FILE + " (" + e.getMessage() + ")", e);
         }
     }
