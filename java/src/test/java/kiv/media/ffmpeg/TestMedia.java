@@ -54,6 +54,13 @@ public final class TestMedia {
         return existing(place("KIV_REFERENCE_DECODER", "release/tests/reference_decoder"));
     }
 
+    /** The program {@code ffmpeg} of the FFmpeg that is loaded, where it was fetched; else the system's. */
+    public static List<String> ffmpegProgram() {
+        Path home = place("KIV_FFMPEG_HOMES", ".").resolve("ffmpeg-" + FfmpegLibrary.build().version());
+        return Files.isExecutable(home.resolve("ffmpeg"))
+                ? List.of("env", "LD_LIBRARY_PATH=" + home, home.resolve("ffmpeg").toString()) : List.of("ffmpeg");
+    }
+
     /** Writes a copy of an MP4 film that asks players to place its pictures by a matrix of two rows, of 16.16 bits. */
     public static Path placed(Path film, Path copy, double... matrix) {
         try {

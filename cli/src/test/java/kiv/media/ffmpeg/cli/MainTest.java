@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
+import static org.assertj.core.api.Assumptions.assumeThat;
 
 import com.fasterxml.jackson.core.JsonFactory;
 import com.fasterxml.jackson.core.JsonParser;
@@ -17,9 +18,11 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.List;
+import java.util.function.UnaryOperator;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.AudioFileWriter;
+import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Programs;
 import kiv.media.ffmpeg.TestMedia;
@@ -84,7 +87,11 @@ class MainTest {
     @ParameterizedTest
     @CsvFileSource(resources = "/done.csv", delimiter = ';')
     void whatIsDoneIsTold(String line, String told, String errorLine, String files) throws IOException {
-        succeed(line);
+        int status = run(line);
+        // Debian's FFmpeg has no encoder for AMR; the packages must have all.
+        assumeThat(System.getProperty(FfmpegLibrary.DIRECTORY_PROPERTY, "").startsWith("/usr/")
+                && errors.contains("this FFmpeg has no encoder")).isFalse();
+        assertThat(status).as(() -> line + ": " + errors).isZero();
         String lines = line.contains("--json") ? compact(output) : output;
         for (String regex : told.split(" && ")) {
             boolean none = regex.startsWith("!");
@@ -116,14 +123,16 @@ class MainTest {
     void hashesAreThoseOfTheProgramFfmpeg(String line) throws Exception {
         succeed("frames-md5 streams/" + line);
         String options = line.contains(" ") ? "-map 0:a:0 -c:a pcm_s16le"
-                : "-map 0:v:0 -fps_mode passthrough -enc_time_base -1 -autoscale 0";
-        assertThat(output).isEqualTo(
-                new String(ffmpeg(line.split(" ")[0], options + " -fflags +bitexact -f framemd5")));
+                : "-map 0:v:0 -fps_mode passthrough -enc_time_base -1 -noautoscale";
+        String table = new String(ffmpeg(line.split(" ")[0], options + " -fflags +bitexact -f framemd5"));
+        // The newer programs guess times of more precision than FLV has.
+        UnaryOperator<String> compared = line.contains(".flv") ? text -> text.replaceAll("\n0, +\\d+, +\\d+", "\n0") : text -> text;
+        assertThat(compared.apply(output)).isEqualTo(compared.apply(table));
     }
 
     static byte[] ffmpeg(String stream, String options) {
-        String line = "ffmpeg -nostdin -v error -copyts -i streams/" + stream + " " + options + " -";
-        return Programs.output(List.of(words(line, Path.of("/"))));
+        String line = "-nostdin -v error -copyts -i streams/" + stream + " " + options + " -";
+        return Programs.output(Stream.concat(TestMedia.ffmpegProgram().stream(), Stream.of(words(line, Path.of("/")))).toList());
     }
 
     @ParameterizedTest
