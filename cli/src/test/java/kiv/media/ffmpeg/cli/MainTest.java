@@ -15,8 +15,10 @@ import java.nio.channels.SeekableByteChannel;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
+import java.util.concurrent.atomic.AtomicBoolean;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.AudioFileWriter;
@@ -301,6 +303,17 @@ class MainTest {
         StringWriter text = new StringWriter();
         table.print(new PrintWriter(text)); // half an hour where each line costs all the others
         assertThat(text.toString().lines().count()).isEqualTo(100_000);
+    }
+
+    @Test
+    void aLoopWhileOpeningIsNoticed() throws IOException {
+        AtomicBoolean ended = new AtomicBoolean();
+        assertThat(LoopGuard.<String>watch(Duration.ofMillis(1), () -> ended.set(true), () -> {
+            while (!ended.get()) {
+                Thread.onSpinWait();
+            }
+            return "opened";
+        })).isEqualTo("opened");
     }
 
     @Test
