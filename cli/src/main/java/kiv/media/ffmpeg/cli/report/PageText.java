@@ -95,8 +95,9 @@ final class PageText {
     static String format(MediaStream stream) {
         if (stream.kind() == MediaKind.VIDEO) {
             boolean same = stream.shownWidth() == stream.width() && stream.shownHeight() == stream.height();
+            String turned = stream.rotation() == 0 ? "" : ", turned " + stream.rotation() + " degrees";
             String shown = same ? "" : ", shown as " + stream.shownWidth() + "\u00d7" + stream.shownHeight();
-            return stream.width() + "\u00d7" + stream.height() + shown + (stream.frameRate().isKnown()
+            return stream.width() + "\u00d7" + stream.height() + turned + shown + (stream.frameRate().isKnown()
                     ? String.format(Locale.ROOT, ", %.4g pictures/s", stream.frameRate().toDouble()) : "");
         }
         return stream.kind() == MediaKind.AUDIO ? stream.sampleRate() + " Hz, " + count(stream.channels(), "channel")
