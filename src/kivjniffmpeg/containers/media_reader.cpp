@@ -121,6 +121,7 @@ c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, job
     undecoded_codecs::remove_parsers();
     dsc_source.set_container(&dsc_format);
     AVInputFormat *adsl_format = probe(dsp_env);
+    dsc_source.restart(dsp_env);
     dsc_format.context()->pb = dsc_source.io();
     // Otherwise side data is merged into the bytes, where decoders of other libraries do not expect it.
     dsc_format.context()->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_KEEP_SIDE_DATA;
@@ -143,7 +144,7 @@ AVInputFormat *c_mediareader::probe(const c_jnienv &dsp_env) const
 {
     TRACE_FUNCTION(3);
     AVInputFormat *adsl_format = nullptr;
-    // No name, and the default limit of bytes. The AVIOContext keeps what was read for the reader.
+    // No name, and the default limit of bytes.
     const int inl_result = g_avformat.av_probe_input_buffer2(dsc_source.io(), &adsl_format, "", nullptr, 0, 0);
     dsc_source.check(dsp_env);
     if (inl_result < 0 || adsl_format == nullptr || !is_known_format(adsl_format->name))

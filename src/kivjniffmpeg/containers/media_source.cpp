@@ -25,7 +25,7 @@ constexpr int32_t im_io_buffer_size = natives::c_mediareader_source::BUFFER_SIZE
  * The most bytes that FFmpeg gets at once while a container is opened. It asks again after each portion, so that the
  * limits are looked at between one track of an MP4 and the next.
  */
-constexpr size_t ul_portion = 512;
+constexpr size_t ul_portion = 256;
 
 } // namespace
 
@@ -59,6 +59,11 @@ c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, c_rea
         avoc_buffer.reset(dsp_env.NewGlobalRef(dsl_buffer.get()));
     }
     find_buffer(dsp_env);
+    make_io();
+}
+
+void c_mediasource::make_io()
+{
     auto *autl_io_buffer = static_cast<unsigned char *>(g_avutil.av_malloc(im_io_buffer_size));
     if (autl_io_buffer == nullptr)
         throw std::bad_alloc();
@@ -68,6 +73,14 @@ c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, c_rea
         g_avutil.av_freep(&autl_io_buffer);
         throw std::bad_alloc();
     }
+}
+
+void c_mediasource::restart(const c_jnienv &dsp_env)
+{
+    TRACE_FUNCTION(3);
+    move(dsp_env, 0);
+    check(dsp_env);
+    make_io();
 }
 
 void c_mediasource::find_buffer(const c_jnienv &dsp_env)

@@ -41,6 +41,16 @@ public:
     /** The AVIOContext, which this object owns. */
     AVIOContext *io() const noexcept { return adsc_io.get(); }
 
+    /**
+     * Begins anew at the first byte, with an empty AVIOContext. What was read to recognise the format would otherwise be
+     * in its buffer, and FFmpeg would not ask for it in portions.
+     *
+     * @throws kiv::jni::c_jniexception when the source throws
+     * @throws c_ffmpeg_exception when the source does not go to its start
+     * @throws std::bad_alloc
+     */
+    void restart(const kiv::jni::c_jnienv &dsp_env);
+
     /** How often Java was asked for bytes. */
     uint64_t reads() const noexcept { return ulc_reads; }
 
@@ -71,6 +81,7 @@ private:
     static int64_t seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept;
     template <class WORK> static int64_t ask(void *avp_source, WORK dsp_work) noexcept;
     bool may_go_on() noexcept;
+    void make_io();
     void find_buffer(const kiv::jni::c_jnienv &dsp_env);
     bool fill(const kiv::jni::c_jnienv &dsp_env, int64_t ilp_wanted);
     int64_t ask_size(const kiv::jni::c_jnienv &dsp_env);

@@ -6,7 +6,7 @@ import java.nio.channels.ClosedChannelException;
 import java.nio.channels.SeekableByteChannel;
 
 /** A channel over an array, which can do one thing that channels should not do, from some read on. */
-final class HostileChannel implements SeekableByteChannel {
+public final class HostileChannel implements SeekableByteChannel {
 
     /** What it does; bytes that come one by one come with a read between that takes none. */
     enum Way {
@@ -14,18 +14,18 @@ final class HostileChannel implements SeekableByteChannel {
         NEGATIVE_SIZE, ELSEWHERE, DAMAGED
     }
 
-    interface Hook {
+    public interface Hook {
         void run() throws IOException;
     }
 
-    Hook hook;
+    public Hook hook;
     boolean open = true;
     private final byte[] bytes;
     private final Way way;
     private long position;
     private int honestReads;
 
-    HostileChannel(byte[] bytes) {
+    public HostileChannel(byte[] bytes) {
         this(bytes, Way.HONEST, 0);
     }
 

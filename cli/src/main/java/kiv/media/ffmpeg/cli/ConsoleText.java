@@ -5,6 +5,7 @@ import java.util.Locale;
 import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.FourCharacterCode;
 import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.Rational;
 
 /** Formats streams, sizes and times for the lines that commands print. */
 final class ConsoleText {
@@ -25,9 +26,28 @@ final class ConsoleText {
         return stream.sampleRate() + " Hz, " + stream.channels() + (stream.channels() == 1 ? " channel" : " channels");
     }
 
+    /** Returns the size of pictures as they are stored, and how players show them. */
+    static String size(MediaStream stream) {
+        StringBuilder text = new StringBuilder().append(stream.width()).append('x').append(stream.height());
+        Rational shape = stream.pixelAspectRatio();
+        if (shape.isKnown() && shape.numerator() != shape.denominator()) {
+            text.append(", pixels ").append(shape.numerator()).append(':').append(shape.denominator());
+        }
+        if (stream.isMirrored()) {
+            text.append(", mirrored");
+        }
+        if (stream.rotation() != 0) {
+            text.append(", turned ").append(stream.rotation()).append(" degrees");
+        }
+        if (stream.shownWidth() != stream.width() || stream.shownHeight() != stream.height()) {
+            text.append(", shown as ").append(stream.shownWidth()).append('x').append(stream.shownHeight());
+        }
+        return text.toString();
+    }
+
     /** Returns size, rate and number of the pictures. */
     static String pictures(MediaStream stream) {
-        StringBuilder text = new StringBuilder().append(stream.width()).append('x').append(stream.height());
+        StringBuilder text = new StringBuilder(size(stream));
         if (stream.isAttachedPicture()) {
             return text.append(", attached picture").toString();
         }

@@ -72,6 +72,10 @@ final class DecodeCommand implements Callable<Integer> {
             description = "Scale the pictures to this size; -1 for a side that keeps the shape, as in 320x-1.")
     private PictureSize size;
 
+    @Option(names = "--as-stored", description = "Write the pixels as the file stores them. Otherwise pictures are turned"
+            + " as the file asks for, and in png and jpg stretched until their pixels are square.")
+    private boolean asStored;
+
     @Option(names = "--from", paramLabel = "TIME", converter = TimeRange.Converter.class,
             description = "Begin with the first picture and sample at or after this time from the file's beginning, in"
                 + " seconds or as h:mm:ss.mmm.")
@@ -228,8 +232,10 @@ final class DecodeCommand implements Callable<Integer> {
             checkFile();
         }
         require(!noPictures || !noSound, "--no-pictures and --no-sound leave nothing to decode");
-        require(!noPictures || every == null && limit == null && size == null && format == null && pixelFormat == null,
-                "--every, --limit, --size, --format and --pixel-format are for pictures, and none are wanted");
+        require(!noPictures || every == null && limit == null && size == null && !asStored && format == null
+                && pixelFormat == null,
+                "--every, --limit, --size, --as-stored, --format and --pixel-format are for pictures, and none are"
+                    + " wanted");
         out = out == null ? Path.of("out") : out;
         every = every == null ? 1 : every;
         format = format == null ? Format.PNG : format;
@@ -272,12 +278,13 @@ final class DecodeCommand implements Callable<Integer> {
     }
 
     private PictureOutput openPictures(MediaStream video) throws IOException {
+        PictureView view = new PictureView(size, asStored);
         if (onePicture) {
-            return new OnePicture(file, size);
+            return new OnePicture(file, view);
         }
         if (format == Format.PNG) {
             makeDirectory();
-            return new PngPictures(directory, input.baseName(), size);
+            return new PngPictures(directory, input.baseName(), view);
         }
         Path target = file != null ? file
                 : directory.resolve(input.baseName() + "." + format.name().toLowerCase(Locale.ROOT));
@@ -287,11 +294,10 @@ final class DecodeCommand implements Callable<Integer> {
         }
         Rational rate = video.frameRate();
         Y4mHeader.Stream stream = new Y4mHeader.Stream(video.codecName(),
-                new Rational(rate.numerator(), rate.denominator() * Math.min(every, Integer.MAX_VALUE)),
-                video.pixelAspectRatio());
+                new Rational(rate.numerator(), rate.denominator() * Math.min(every, Integer.MAX_VALUE)));
         return new RawPictures(isStandardOutput() ? OutputFile::standardOutput : () -> OutputFile.create(target),
                 isStandardOutput() ? "standard output" : target.toString(), format == Format.Y4M,
-                pixels(video.codecName()), size, stream, this::warn);
+                pixels(video.codecName()), view, stream, this::warn);
     }
 
     private PixelFormat pixels(String codec) {
@@ -363,8 +369,10 @@ final class DecodeCommand implements Callable<Integer> {
         if (video == null || file != null && (isStandardOutput() || Files.exists(file) && !Files.isRegularFile(file))) {
             return;
         }
-        double pixels = size == null ? (double) video.width() * video.height()
-                : (double) size.widthOf(video.width(), video.height()) * size.heightOf(video.width(), video.height());
+        PictureView view = new PictureView(size, asStored);
+        int width = asStored ? video.width() : video.shownWidth();
+        int height = asStored ? video.height() : video.shownHeight();
+        double pixels = (double) view.width(width, height) * view.height(width, height);
         double pictures = Math.ceil((double) DecodeJob.expected(reader, video, range, every, limit) / every);
         Optional<String> line = DiskSpace.announcement(pictures * pixels * BYTES_A_PIXEL, where);
         line.ifPresent(announcement -> FailureReport.warn(spec.commandLine(), announcement));
@@ -380,7 +388,7 @@ final class DecodeCommand implements Callable<Integer> {
         }
         summary.video().ifPresent(video -> {
             table.row("codec", ConsoleText.codec(video));
-            table.row("size", video.width() + "x" + video.height());
+            table.row("size", ConsoleText.size(video));
             table.row("pictures", summary.pictures() + " decoded, " + summary.writtenPictures() + " written to "
                     + summary.pictureTarget() + ConsoleText.damaged(summary.damagedPictures()));
             if (pictures instanceof PngPictures files && files.removed() > 0) {

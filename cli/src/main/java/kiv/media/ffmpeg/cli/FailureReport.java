@@ -105,6 +105,10 @@ final class FailureReport {
                 : ExitStatus.INTERNAL;
     }
 
+    static void failed(PrintWriter to, String message) {
+        print(message, to);
+    }
+
     private static void print(String message, PrintWriter to) {
         to.println("error: " + oneLine(message));
         to.flush();

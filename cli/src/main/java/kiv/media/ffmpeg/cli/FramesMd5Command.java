@@ -35,7 +35,7 @@ import picocli.CommandLine.Spec;
             + " pixel format without padding, or of each piece of sound as PCM of 16 bits. Without an option it is"
             + " about the first stream of pictures, or of sound when there is none.", ""},
         footer = {"", "The same table comes from:", "",
-            "  ffmpeg -copyts -i FILE -map 0:v:0 -fps_mode passthrough \\",
+            "  ffmpeg -noautorotate -copyts -i FILE -map 0:v:0 -fps_mode passthrough \\",
             "      -enc_time_base -1 -autoscale 0 -fflags +bitexact -f framemd5 -",
             "  ffmpeg -copyts -i FILE -map 0:a:0 -c:a pcm_s16le \\",
             "      -fflags +bitexact -f framemd5 -"})
@@ -137,8 +137,7 @@ final class FramesMd5Command implements Callable<Integer> {
         for (Picture picture : pictures) {
             try (picture) {
                 if (lines == 0) {
-                    Rational shape = stream.pixelAspectRatio().isKnown() ? stream.pixelAspectRatio()
-                            : picture.pixelShape();
+                    Rational shape = picture.pixelShape();
                     header(stream.timeBase(), "video", "rawvideo");
                     out.println("#dimensions 0: " + picture.width() + "x" + picture.height());
                     out.println("#sar 0: " + (shape.isKnown() ? shape : "0/1"));

@@ -5,6 +5,7 @@ import ar.com.hjg.pngj.ImageInfo;
 import ar.com.hjg.pngj.ImageLineByte;
 import ar.com.hjg.pngj.PngWriter;
 import ar.com.hjg.pngj.chunks.PngChunk;
+import ar.com.hjg.pngj.chunks.PngChunkPHYS;
 import java.awt.image.BufferedImage;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
@@ -18,6 +19,8 @@ import javax.imageio.ImageIO;
 import javax.imageio.ImageWriteParam;
 import javax.imageio.ImageWriter;
 import javax.imageio.stream.MemoryCacheImageOutputStream;
+import kiv.media.ffmpeg.Picture;
+import kiv.media.ffmpeg.Rational;
 
 /** Makes files of pictures, and recognises the PNG files that it made. */
 final class ImageFile {
@@ -40,11 +43,14 @@ final class ImageFile {
     }
 
     /** Returns the bytes of a file whose name tells its kind. */
-    static byte[] encode(BufferedImage image, String name) {
-        return name.toLowerCase(Locale.ROOT).endsWith(".png") ? png(image) : jpeg(image);
+    static byte[] encode(PictureView view, Picture picture, String name) {
+        BufferedImage image = view.image(picture);
+        return name.toLowerCase(Locale.ROOT).endsWith(".png")
+                ? png(image, view.imagePixelShape(picture)) : jpeg(image);
     }
 
-    static byte[] png(BufferedImage image) {
+    /** @param pixelShape width of a pixel divided by its height; with a 0 when unknown */
+    private static byte[] png(BufferedImage image, Rational pixelShape) {
         int width = image.getWidth();
         int height = image.getHeight();
         ByteArrayOutputStream bytes = new ByteArrayOutputStream(1 << 20);
@@ -54,6 +60,13 @@ final class ImageFile {
             writer.setFilterType(FilterType.FILTER_SUB);
             PngChunk maker = writer.getMetadata().setText(MAKER_KEY, MAKER, true, false);
             maker.setPriority(true);
+            if (pixelShape.toDouble() > 0 && pixelShape.toDouble() != 1) {
+                // Pixels per unit of an unknown length: wider pixels are fewer.
+                PngChunkPHYS shape = new PngChunkPHYS(writer.imgInfo);
+                shape.setPixelsxUnitX(pixelShape.denominator());
+                shape.setPixelsxUnitY(pixelShape.numerator());
+                writer.getMetadata().queueChunk(shape);
+            }
             int[] pixels = new int[width];
             ImageLineByte line = new ImageLineByte(writer.imgInfo);
             byte[] samples = line.getScanlineByte();

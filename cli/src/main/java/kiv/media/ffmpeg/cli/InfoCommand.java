@@ -173,6 +173,10 @@ final class InfoCommand implements Callable<Integer> {
         to.writeNumberField("height", stream.height());
         fraction(to, "frameRate", stream.frameRate());
         fraction(to, "pixelAspectRatio", stream.pixelAspectRatio());
+        to.writeNumberField("rotation", stream.rotation());
+        to.writeBooleanField("mirrored", stream.isMirrored());
+        to.writeNumberField("shownWidth", stream.shownWidth());
+        to.writeNumberField("shownHeight", stream.shownHeight());
         number(to, "pictures", stream.frameCount());
         number(to, "bitsPerPixel", stream.bitsPerCodedSample());
         to.writeBooleanField("attachedPicture", stream.isAttachedPicture());

@@ -1,15 +1,18 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.io.PrintWriter;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.time.Duration;
 import java.util.Optional;
 import java.util.function.Supplier;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.ReaderLimits;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import kiv.media.ffmpeg.VideoDecoder;
 import picocli.CommandLine.Mixin;
@@ -20,6 +23,8 @@ final class MediaInput {
 
     /** The argument that stands for standard input. */
     static final String STANDARD_INPUT = "-";
+    /** The processor time that opening may take, and a second for the reader to report that it took more. */
+    private static final Duration LOOPS = ReaderLimits.USUAL.processorTime().plusSeconds(1);
 
     @Parameters(index = "0", paramLabel = "FILE", description = "The media file; - reads standard input.")
     private String argument;
@@ -95,7 +100,7 @@ final class MediaInput {
         SeekableByteChannel bytes = bytes();
         boolean opened = false;
         try {
-            MediaReader reader = MediaReader.open(bytes);
+            MediaReader reader = LoopGuard.watch(LOOPS, this::giveUp, () -> MediaReader.open(bytes));
             opened = true;
             return reader;
         } catch (MediaFormatException e) {
@@ -127,6 +132,12 @@ final class MediaInput {
         try (SeekableByteChannel bytes = bytes()) {
             return FileEnd.missing(bytes);
         }
+    }
+
+    /** Ends the process, in which another thread is inside FFmpeg for good. Nothing was written yet. */
+    private void giveUp() {
+        FailureReport.failed(new PrintWriter(System.err), about("damaged so that FFmpeg never ends reading its head"));
+        Runtime.getRuntime().halt(ExitStatus.INPUT);
     }
 
     VideoDecoder openVideoDecoder(MediaStream stream) {

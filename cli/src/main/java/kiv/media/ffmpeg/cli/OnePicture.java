@@ -8,19 +8,18 @@ import kiv.media.ffmpeg.Picture;
 final class OnePicture implements PictureOutput {
 
     private final Path file;
-    private final PictureSize size;
+    private final PictureView view;
     private long bytes;
 
-    /** @param size null for the picture's own size */
-    OnePicture(Path file, PictureSize size) {
+    OnePicture(Path file, PictureView view) {
         this.file = file;
-        this.size = size;
+        this.view = view;
     }
 
     @Override
     public void write(Picture picture, long number) throws IOException {
         try (picture; OutputFile output = OutputFile.create(file)) {
-            output.write(ImageFile.encode(PngPictures.image(picture, size), file.toString()));
+            output.write(ImageFile.encode(view, picture, file.toString()));
             output.finish();
             bytes = output.written();
         }

@@ -29,6 +29,11 @@ record PictureSize(int width, int height) {
         return height != KEEP ? height : follow(width, pictureHeight, pictureWidth);
     }
 
+    /** Returns whether a picture keeps its shape in this size. */
+    boolean keepsShape() {
+        return width == KEEP || height == KEEP;
+    }
+
     private static int follow(int side, int from, int to) {
         return (int) Math.min(Math.min(LARGEST, MOST_PIXELS / side), Math.max(1, Math.round((double) side * from / to)));
     }

@@ -1,6 +1,5 @@
 package kiv.media.ffmpeg.cli;
 
-import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.nio.file.DirectoryIteratorException;
 import java.nio.file.DirectoryStream;
@@ -27,7 +26,7 @@ final class PngPictures implements PictureOutput {
 
     private final Path directory;
     private final String baseName;
-    private final PictureSize size;
+    private final PictureView view;
     private final ThreadPoolExecutor workers;
     private final AtomicReference<Throwable> failure = new AtomicReference<>();
     private final AtomicLong bytes = new AtomicLong();
@@ -35,11 +34,10 @@ final class PngPictures implements PictureOutput {
     private final BitSet written = new BitSet();
     private long removed;
 
-    /** @param size null for the pictures' own size */
-    PngPictures(Path directory, String baseName, PictureSize size) {
+    PngPictures(Path directory, String baseName, PictureView view) {
         this.directory = directory;
         this.baseName = baseName;
-        this.size = size;
+        this.view = view;
         int threads = Runtime.getRuntime().availableProcessors();
         workers = new ThreadPoolExecutor(threads, threads, 0, TimeUnit.SECONDS, new ArrayBlockingQueue<>(threads),
                 new ThreadPoolExecutor.CallerRunsPolicy());
@@ -57,20 +55,13 @@ final class PngPictures implements PictureOutput {
         written.set(Math.toIntExact(number));
         workers.execute(() -> {
             try (picture; OutputFile output = OutputFile.create(file)) {
-                output.write(ImageFile.png(image(picture, size)));
+                output.write(ImageFile.encode(view, picture, file.toString()));
                 output.finish();
                 bytes.addAndGet(output.written());
             } catch (Throwable e) { // thrown again by the caller's thread
                 failure.compareAndSet(null, e);
             }
         });
-    }
-
-    /** {@return a picture in a size, or in its own when that is null} */
-    static BufferedImage image(Picture picture, PictureSize size) {
-        return size == null ? picture.toBufferedImage()
-                : picture.toBufferedImage(size.widthOf(picture.width(), picture.height()),
-                        size.heightOf(picture.width(), picture.height()));
     }
 
     @Override

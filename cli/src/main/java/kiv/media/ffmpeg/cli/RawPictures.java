@@ -4,7 +4,6 @@ import java.io.IOException;
 import java.util.function.Consumer;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.PixelFormat;
-import kiv.media.ffmpeg.Rational;
 
 /**
  * Writes pictures one after the other into one file: their planes without padding, all in the first one's size and
@@ -17,7 +16,7 @@ final class RawPictures implements PictureOutput {
     private final String target;
     private final boolean y4m;
     private final PixelFormat wanted;
-    private final PictureSize size;
+    private final PictureView view;
     private final Y4mHeader.Stream stream;
     private final Consumer<String> warnings;
 
@@ -31,27 +30,41 @@ final class RawPictures implements PictureOutput {
      * @param target the file's name for messages
      * @param y4m whether there are headers
      * @param wanted the format of the pixels, or null for the decoder's own
-     * @param size null for the first picture's own size
      * @param stream what Y4M's header says of the stream
      * @param warnings receives a line when pictures are not written as they were decoded
      */
     RawPictures(ShutdownGuard.Opening<OutputFile> opening, String target, boolean y4m, PixelFormat wanted,
-            PictureSize size, Y4mHeader.Stream stream, Consumer<String> warnings) {
+            PictureView view, Y4mHeader.Stream stream, Consumer<String> warnings) {
         this.opening = opening;
         this.target = target;
         this.y4m = y4m;
         this.wanted = wanted;
-        this.size = size;
+        this.view = view;
         this.stream = stream;
         this.warnings = warnings;
     }
 
     @Override
     public void write(Picture picture, long number) throws IOException {
+        if (view.asStored()) {
+            writeUpright(picture, number);
+        } else {
+            try (picture) {
+                Picture upright = picture.toUpright();
+                if (file == null && upright.format() != picture.format()) {
+                    warnings.accept("pictures of " + picture.format() + " are turned as " + upright.format());
+                }
+                writeUpright(upright, number);
+            }
+        }
+    }
+
+    /** @param picture as it is written, but for its size and format; closed here */
+    private void writeUpright(Picture picture, long number) throws IOException {
         try (picture) {
             if (file == null) {
                 begin(picture);
-            } else if (size == null && !scales && (picture.width() != width || picture.height() != height)) {
+            } else if (view.size() == null && !scales && (picture.width() != width || picture.height() != height)) {
                 scales = true;
                 warnings.accept("from picture " + number + " on pictures of other sizes are scaled to " + width + "x"
                         + height);
@@ -70,8 +83,9 @@ final class RawPictures implements PictureOutput {
     }
 
     private void begin(Picture first) throws IOException {
-        width = size == null ? first.width() : size.widthOf(first.width(), first.height());
-        height = size == null ? first.height() : size.heightOf(first.width(), first.height());
+        // Planes are not stretched by themselves: a header can tell the shape of their pixels.
+        width = view.size() == null ? first.width() : view.width(first);
+        height = view.size() == null ? first.height() : view.height(first);
         format = wanted != null ? wanted : first.format();
         if (y4m && wanted == null && Y4mHeader.colourSpace(format, stream.codec()).isEmpty()) {
             format = Y4mHeader.nearest(format);
@@ -79,14 +93,8 @@ final class RawPictures implements PictureOutput {
         }
         file = opening.open();
         if (y4m) {
-            Rational shape = stream.pixelShape().isKnown() ? stream.pixelShape() : first.pixelShape();
-            file.write(Y4mHeader.of(width, height, format, first, scaled(shape, first), stream));
+            file.write(Y4mHeader.of(width, height, format, first, view.pixelShape(first, width, height), stream));
         }
-    }
-
-    /** Returns the shape of a scaled pixel, with which the picture keeps its own shape. */
-    private Rational scaled(Rational shape, Picture first) {
-        return new Rational(shape.numerator() * first.width() * height, shape.denominator() * first.height() * width);
     }
 
     @Override

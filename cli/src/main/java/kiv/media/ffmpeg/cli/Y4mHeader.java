@@ -21,9 +21,8 @@ final class Y4mHeader {
      *
      * @param codec FFmpeg's name of the codec
      * @param rate written pictures a second
-     * @param pixelShape width of a pixel to its height
      */
-    record Stream(String codec, Rational rate, Rational pixelShape) {
+    record Stream(String codec, Rational rate) {
     }
 
     private static final Rational USUAL_RATE = new Rational(25, 1);

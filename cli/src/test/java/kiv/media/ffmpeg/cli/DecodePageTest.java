@@ -80,7 +80,7 @@ class DecodePageTest {
                     .containsEntry(page + ".audio", "10.2").containsEntry(page + ".video", "10.2");
         }
         assertThat(seen.get("film.text")).contains("255 pictures, 255 written", "490,496 samples", "h264 (avc1)",
-                "720\u00d7576, 25.00 pictures/s", "48000 Hz, 2 channels", "Decoding and writing");
+                "720\u00d7576, shown as 768\u00d7576, 25.00 pictures/s", "48000 Hz, 2 channels", "Decoding and writing");
         // Evenly spread over the film.
         assertThat(seen.get("film.numbers")).isEqualTo(
                 IntStream.range(0, 32).mapToObj(i -> Integer.toString(1 + 8 * i)).collect(Collectors.joining(",")));

@@ -12,12 +12,15 @@ import java.io.IOException;
 import java.io.PrintStream;
 import java.io.PrintWriter;
 import java.io.StringWriter;
+import java.nio.ByteBuffer;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
+import java.util.concurrent.atomic.AtomicBoolean;
 import java.util.function.UnaryOperator;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.AudioContainer;
@@ -142,6 +145,36 @@ class MainTest {
         succeed("decode -q streams/" + name + " -o tmp/" + file);
         assertThat(output).isEmpty();
         assertThat(directory.resolve(file)).hasBinaryContent(ffmpeg(name, "-fps_mode passthrough " + options));
+    }
+
+    /** The program stretches nothing, and so do planes, but its header and ours tell the shape of the pixels. */
+    @ParameterizedTest
+    @CsvSource({"0, 1, -1, 0, 3:4", "-1, 0, 0, -1, 4:3", "0, -1, 1, 0, 3:4"})
+    void filmsAreTurnedAsByTheProgramFfmpeg(double a, double b, double c, double d, String shape) throws IOException {
+        Path film = directory.resolve("a.mp4");
+        Programs.output(List.of(words("ffmpeg -nostdin -v error -i streams/h264_baseline_320x240.mp4 -c copy -aspect 16:9 "
+                + film, directory)));
+        TestMedia.placed(film, film, a, b, c, d);
+        succeed("decode -q tmp/a.mp4 -o tmp/a.y4m");
+        assertThat(directory.resolve("a.y4m")).hasBinaryContent(Programs.output(List.of(
+                words("ffmpeg -nostdin -v error -i tmp/a.mp4 -fps_mode passthrough -f yuv4mpegpipe -", directory))))
+                .content(StandardCharsets.ISO_8859_1).contains(" A" + shape + " ");
+        succeed("frames-md5 tmp/a.mp4");
+        assertThat(output).contains("#dimensions 0: 320x240", "#sar 0: 4/3");
+    }
+
+    /** The chunk "pHYs" has fewer pixels in a unit of length where they are wider: 15 of them beside 16. */
+    @ParameterizedTest
+    @CsvSource({"768, 576, ''", "720, 576, --as-stored", "320, 240, --size 320x-1", "320, 256, --as-stored --size 320x-1",
+        "320, 320, --size 320x320"})
+    void picturesKeepTheirShape(int width, int height, String options) throws IOException {
+        succeed("decode -q --limit 1 streams/dv_pal.dv -o tmp/a.png " + options);
+        ByteBuffer png = ByteBuffer.wrap(Files.readAllBytes(directory.resolve("a.png")));
+        assertThat(List.of(png.getInt(16), png.getInt(20))).containsExactly(width, height);
+        String text = StandardCharsets.ISO_8859_1.decode(png).toString();
+        int place = text.indexOf("pHYs");
+        assertThat(place > 0 ? List.of(png.getInt(place + 4), png.getInt(place + 8)) : List.of())
+                .isEqualTo(options.startsWith("--as") ? List.of(15, 16) : width == height ? List.of(3, 4) : List.of());
     }
 
     @ParameterizedTest
@@ -310,6 +343,17 @@ class MainTest {
         StringWriter text = new StringWriter();
         table.print(new PrintWriter(text)); // half an hour where each line costs all the others
         assertThat(text.toString().lines().count()).isEqualTo(100_000);
+    }
+
+    @Test
+    void aLoopWhileOpeningIsNoticed() throws IOException {
+        AtomicBoolean ended = new AtomicBoolean();
+        assertThat(LoopGuard.<String>watch(Duration.ofMillis(1), () -> ended.set(true), () -> {
+            while (!ended.get()) {
+                Thread.onSpinWait();
+            }
+            return "opened";
+        })).isEqualTo("opened");
     }
 
     @Test

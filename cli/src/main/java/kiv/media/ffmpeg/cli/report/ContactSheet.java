@@ -17,7 +17,6 @@ import javax.imageio.ImageWriteParam;
 import javax.imageio.ImageWriter;
 import javax.imageio.stream.MemoryCacheImageOutputStream;
 import kiv.media.ffmpeg.Picture;
-import kiv.media.ffmpeg.Rational;
 
 /**
  * Thumbnails of pictures, evenly spread over a film whose length is not known before. The pictures form runs of equal
@@ -84,21 +83,18 @@ final class ContactSheet {
     }
 
     /**
-     * Makes a thumbnail.
+     * Makes a thumbnail of a picture as players show it.
      *
      * @param number the picture's place, from 1
-     * @param shape width of a pixel divided by its height
      * @param link the picture's own file, or null
      */
-    static Thumbnail thumbnail(Picture picture, long number, Rational shape, String link) {
-        // One side keeps its number of pixels, so that nothing is enlarged before the page does it.
-        double stretch = shape.isKnown() && shape.toDouble() > 0 ? shape.toDouble() : 1;
-        double width = picture.width() * Math.max(1, stretch);
-        double height = picture.height() * Math.max(1, 1 / stretch);
+    static Thumbnail thumbnail(Picture picture, long number, String link) {
+        double width = picture.shownWidth();
+        double height = picture.shownHeight();
         double scale = Math.min(1, Math.min(WIDTH / width, HEIGHT / height));
         BufferedImage image;
         try {
-            image = picture.toBufferedImage((int) Math.max(1, Math.round(width * scale)),
+            image = picture.toShownImage((int) Math.max(1, Math.round(width * scale)),
                     (int) Math.max(1, Math.round(height * scale)));
         } catch (UnsupportedOperationException e) {
             // The page says so, and decoding goes on.

@@ -11,7 +11,6 @@ import java.util.function.Supplier;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Picture;
-import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.cli.report.ContactSheet.Thumbnail;
 
 /**
@@ -93,10 +92,8 @@ public final class DecodeReport {
      * @throws kiv.media.ffmpeg.MediaStateException when the picture is closed
      */
     public void picture(Picture picture, String link) {
-        Rational shape = picture.pixelShape().isKnown() || video == null ? picture.pixelShape()
-                : video.pixelAspectRatio();
         long number = all.pictures() + 1;
-        Supplier<Thumbnail> thumbnail = once(() -> ContactSheet.thumbnail(picture, number, shape, link));
+        Supplier<Thumbnail> thumbnail = once(() -> ContactSheet.thumbnail(picture, number, link));
         all.add(thumbnail);
         if (link != null) {
             linked.add(thumbnail);

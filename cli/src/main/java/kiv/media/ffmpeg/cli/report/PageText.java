@@ -94,7 +94,10 @@ final class PageText {
     /** Returns the size and rate of pictures, or the rate and channels of sound. */
     static String format(MediaStream stream) {
         if (stream.kind() == MediaKind.VIDEO) {
-            return stream.width() + "\u00d7" + stream.height() + (stream.frameRate().isKnown()
+            boolean same = stream.shownWidth() == stream.width() && stream.shownHeight() == stream.height();
+            String turned = stream.rotation() == 0 ? "" : ", turned " + stream.rotation() + " degrees";
+            String shown = same ? "" : ", shown as " + stream.shownWidth() + "\u00d7" + stream.shownHeight();
+            return stream.width() + "\u00d7" + stream.height() + turned + shown + (stream.frameRate().isKnown()
                     ? String.format(Locale.ROOT, ", %.4g pictures/s", stream.frameRate().toDouble()) : "");
         }
         return stream.kind() == MediaKind.AUDIO ? stream.sampleRate() + " Hz, " + count(stream.channels(), "channel")
