@@ -13,13 +13,14 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  * The native library and FFmpeg, which a process loads once. Readers, decoders and encoders load them on first use. A
  * program that needs a particular FFmpeg calls {@link #load(Path)} first.
  *
- * <p>FFmpeg is the first of these: the directory that is the argument of {@link #load(Path)}; that of the system property
- * {@value #DIRECTORY_PROPERTY}; the package {@code org.bytedeco:ffmpeg} (8.0.1-1.5.13, {@code linux-x86_64}) on the class
- * path, whose libraries are unpacked; the older package {@code org.bytedeco.javacpp-presets:ffmpeg} (2.8.1-1.1); the
- * system's. A directory may have FFmpeg 2.5 to 2.8 or 5.1 to 8.0. The newer ones work behind a bridge, five libraries with
- * the names of the older ones, which lie beside the native library. {@link #build()} reports what works. The native library is the first of these: the
- * file that the system property {@value #LIBRARY_PROPERTY} names, the one in this project's jar with the classifier
- * {@code linux-x86_64}, which is unpacked too, {@code libkivjniffmpeg.so} from {@code java.library.path}.
+ * <p>FFmpeg is the first of these: the directory that is the argument of {@link #load(Path)}; that of the system
+ * property {@value #DIRECTORY_PROPERTY}; the package {@code org.bytedeco:ffmpeg} (8.0.1-1.5.13, {@code linux-x86_64})
+ * on the class path, whose libraries are unpacked; the older package {@code org.bytedeco.javacpp-presets:ffmpeg}
+ * (2.8.1-1.1); the system's. A directory may have FFmpeg 2.5 to 2.8 or 5.1 to 8.0. The newer ones work behind a bridge,
+ * five libraries with the names of the older ones, which lie beside the native library. {@link #build()} reports what
+ * works. The native library is the first of these: the file that the system property {@value #LIBRARY_PROPERTY} names,
+ * the one in this project's jar with the classifier {@code linux-x86_64}, which is unpacked too, {@code
+ * libkivjniffmpeg.so} from {@code java.library.path}.
  *
  * <p>Libraries are unpacked once for each user. The directory is the one that the system property
  * {@value #CACHE_PROPERTY} names; without it {@code $XDG_CACHE_HOME/kivjniffmpeg}, {@code ~/.cache/kivjniffmpeg} or,
