@@ -84,7 +84,7 @@ public final class FfmpegDirectory {
         return line.equals(FfmpegLine.OWN) ? new FoundFfmpeg(home, home) : bridged(line, home);
     }
 
-    /** Says why a directory is none of a supported FFmpeg. */
+    /** Returns what a directory lacks to be that of a supported FFmpeg. */
     private static String whatIsMissing(Path directory) {
         OptionalInt major = FfmpegLine.newestIn(directory);
         if (major.isEmpty()) {

@@ -163,6 +163,13 @@ class PackagedFilesTest {
         assertThat(output.split("loaded from " + whole, -1)).as(output).hasSize(thenAnother ? 1 + 3 : 1);
     }
 
+    @Test
+    void whatTheBridgeCannotLoadIsTold() throws Exception {
+        Path broken = ffmpeg("broken", FfmpegLine.NEWER.get(0).libraries());
+        assertThat(outputOf(machine(List.of(cacheIn(cache), "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken)))).contains(
+                LibraryException.class.getName() + ": cannot load FFmpeg from " + broken + ": ", "libavutil.so.60: file too short");
+    }
+
     /** Stands in for a package or a directory of FFmpeg's: what is in the files does not matter before they are loaded. */
     private Path ffmpeg(String place, List<String> libraries) throws IOException {
         Path directory = Files.createDirectories(temp.resolve(place));
