@@ -1,5 +1,6 @@
 #include "bridge/avcodec/decoder.h"
 
+#include "bridge/avcodec/avc_packets.h"
 #include "bridge/avcodec/sound_frames.h"
 #include "bridge/old/contexts.h"
 #include "bridge/old/frames.h"
@@ -135,6 +136,13 @@ c_decoder::dsd_result c_decoder::decode(AVFrame &dsp_frame, const AVPacket &dsp_
     return dsl_result;
 }
 
+std::span<const uint8_t> c_decoder::extradata() const noexcept
+{
+    if (dsc_context.extradata == nullptr || dsc_context.extradata_size <= 0)
+        return {};
+    return {dsc_context.extradata, static_cast<size_t>(dsc_context.extradata_size)};
+}
+
 c_decoder::dsd_result c_decoder::decode_bytes(AVFrame &dsp_frame, const AVPacket &dsp_packet)
 {
     if (dsp_packet.data == nullptr)
@@ -155,6 +163,9 @@ c_decoder::dsd_result c_decoder::decode_bytes(AVFrame &dsp_frame, const AVPacket
     } else {
         dsl_unit->size = old::split_side_data(dsc_ffmpeg, utl_bytes, *dsl_unit);
     }
+    if (dsc_codec.dsc_old.id == AV_CODEC_ID_H264)
+        dsl_unit->size =
+            static_cast<int>(whole_units(extradata(), utl_bytes.first(static_cast<size_t>(dsl_unit->size))).size());
     dsl_unit->data = dsp_packet.data;
     dsl_unit->pts = dsp_packet.pts;
     dsl_unit->dts = dsp_packet.dts;

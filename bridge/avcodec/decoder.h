@@ -56,6 +56,7 @@ private:
     int get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags);
     void choose_options();
     bool is_sound() const noexcept { return dsc_codec.dsc_old.type == AVMEDIA_TYPE_AUDIO; }
+    std::span<const uint8_t> extradata() const noexcept;
     dsd_result decode_bytes(AVFrame &dsp_frame, const AVPacket &dsp_packet);
     dsd_result drain(AVFrame &dsp_frame);
     dsd_result decode_cut_anywhere(AVFrame &dsp_frame, const AVPacket &dsp_packet);

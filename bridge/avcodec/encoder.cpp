@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -32,11 +33,24 @@ int c_encoder::open()
     return 0;
 }
 
+namespace
+{
+
+/** The places of the channels that the 56 line's AAC encoder takes, by their number. */
+constexpr uint64_t aul_aac_layouts[] = {0x0, 0x4, 0x3, 0x7, 0x107, 0x37, 0x3F};
+
+} // namespace
+
 /** The 56 line encodes a number of channels without a layout. The newer FFmpeg wants to know where they are. */
 void c_encoder::choose_layout()
 {
     real::channel_layout &dsl_channels = dsc_ffmpeg.adsc_layout->context.ch_layout.of(dsc_real.get());
-    if (dsl_channels.order == real::in_order_unspecified && dsl_channels.nb_channels > 0)
+    if (dsl_channels.order != real::in_order_unspecified || dsl_channels.nb_channels <= 0)
+        return;
+    const auto ull_channels = static_cast<size_t>(dsl_channels.nb_channels);
+    if (dsc_codec.dsc_old.id == AV_CODEC_ID_AAC && ull_channels < std::size(aul_aac_layouts))
+        dsc_ffmpeg.av_channel_layout_from_mask(&dsl_channels, aul_aac_layouts[ull_channels]);
+    else
         dsc_ffmpeg.av_channel_layout_default(&dsl_channels, dsl_channels.nb_channels);
 }
 

@@ -171,6 +171,8 @@ int c_container::read(AVPacket &dsp_packet)
     real::stream **aadsl_streams = dsl_layout.format_context.streams.of(adsc_real);
     for (size_t ull_stream = 0; ull_stream < dsc_streams.size(); ++ull_stream)
         dsl_layout.stream.discard.of(aadsl_streams[ull_stream]) = dsc_streams[ull_stream]->dsc_old.discard;
+    if (dsc_source != nullptr)
+        dsc_source->forget_error();
     const old::real_packet dsl_packet = old::make_packet(dsc_ffmpeg);
     const int inl_result = dsc_ffmpeg.av_read_frame(adsc_real, dsl_packet.get());
     if (dsl_layout.format_context.nb_streams.of(adsc_real) != ulc_shown)

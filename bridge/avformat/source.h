@@ -41,6 +41,13 @@ public:
 
     real::io_context *get() const noexcept { return adsc_io; }
 
+    /** After a failure of the caller's source it is asked again, as in the 56 line. */
+    void forget_error() noexcept
+    {
+        if (adsc_io->error != 0)
+            adsc_io->error = adsc_io->eof_reached = 0;
+    }
+
 private:
     static int read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept;
     static int64_t seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept;

@@ -15,6 +15,8 @@ namespace
 constexpr dsd_codec_name s_codecs[] = {
 #include "bridge/tables/codecs.inc"
 };
+/** Codecs that the 56 line does not tell from others: the newer one's name, and the number of what it takes them for. */
+constexpr dsd_codec_name s_merged_codecs[] = {{AV_CODEC_ID_ADPCM_IMA_WAV, "adpcm_ima_xbox", -1}};
 static_assert(std::ranges::is_sorted(s_codecs, {}, &dsd_codec_name::inc_number));
 
 } // namespace
@@ -31,6 +33,10 @@ dsd_numbers match_numbers(const dsd_ffmpeg &dsp_ffmpeg)
         if (const auto *adsl_real = dsp_ffmpeg.avcodec_descriptor_get_by_name(dsl_codec.strc_name);
             adsl_real != nullptr)
             dsl_numbers.dsc_codec_map.add(dsl_codec.inc_number, adsl_real->id);
+    for (const dsd_codec_name &dsl_codec : s_merged_codecs)
+        if (const auto *adsl_real = dsp_ffmpeg.avcodec_descriptor_get_by_name(dsl_codec.strc_name);
+            adsl_real != nullptr)
+            dsl_numbers.dsc_codec_map.rename(adsl_real->id, dsl_codec.inc_number);
     for (size_t ull_format = 0; ull_format < dsl_numbers.dsc_formats.size(); ++ull_format) {
         const char *strl_name = dsl_numbers.dsc_formats[ull_format].name;
         const int inl_real = strl_name == nullptr ? AV_PIX_FMT_NONE : dsp_ffmpeg.av_get_pix_fmt(strl_name);

@@ -50,6 +50,8 @@ public:
         dsc_real.try_emplace(inp_old, inp_real);
         dsc_old.try_emplace(inp_real, inp_old);
     }
+    /** What the other side calls @p inp_real is @p inp_old here, though another one has this number, too. */
+    void rename(int inp_real, int inp_old) { dsc_old.insert_or_assign(inp_real, inp_old); }
     int to_real(int inp_old) const noexcept { return find(dsc_real, inp_old); }
     int to_old(int inp_real) const noexcept { return find(dsc_old, inp_real); }
 

@@ -17,6 +17,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #define REFERENCE_FUNCTIONS(X)                                                                                         \
@@ -57,7 +58,9 @@ inline void load(const std::string &strp_directory)
         if (dlopen((strp_directory + "/" + strl_file).c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
             throw std::runtime_error(dlerror());
 #define LOOK_UP(result, name, parameters)                                                                              \
-    name = reinterpret_cast<decltype(name)>(existing(dlsym(RTLD_DEFAULT, #name), "function " #name));
+    name = reinterpret_cast<decltype(name)>(dlsym(RTLD_DEFAULT, #name));                                               \
+    if (!std::string_view(#name).starts_with("kiv_bridge_"))                                                           \
+        existing(name, "function " #name);
     REFERENCE_FUNCTIONS(LOOK_UP)
 #undef LOOK_UP
     av_register_all();

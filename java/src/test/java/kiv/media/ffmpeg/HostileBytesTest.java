@@ -131,7 +131,8 @@ class HostileBytesTest {
 
     private static byte[] tag(Object... parts) {
         byte[] content = bytes(parts);
-        return bytes("\10\0" + (char) (content.length >> 8) + (char) (content.length & 0xFF), new byte[7], content, new byte[4]);
+        return bytes("\10\0" + (char) (content.length >> 8) + (char) (content.length & 0xFF), new byte[7], content,
+                Integer.reverseBytes(content.length + 11));
     }
 
     /** A parser that never returns, an index that is sought where there is none, a buffer that is too small. */
