@@ -71,6 +71,30 @@ done < <(grep -rn '<kiv_media_ffmpeg_' --exclude-dir=entries . || true)
 while IFS= read -r match; do
     fault "src/${match#./}: this place does not speak to Java and knows no number of Java's"
 done < <(grep -rn '<natives/' memory kivjniffmpeg/{context,ffmpeg,pictures} || true)
+# The bridge's rooms are another house: docs/bridge.md has their arrows. Of src/ they know the declarations of FFmpeg.
+declare -A bridge_below=(
+    [real]='tables'
+    [old]='real'
+    [avutil]='real old'
+    [swscale]='real old'
+    [swresample]='real old'
+    [avcodec]='real old'
+    [avformat]='real old'
+)
+while IFS=: read -r file line include; do
+    target=${include#*\"}
+    target=${target%%\"*}
+    room=${file%%/*}
+    other=${target#bridge/}
+    other=${other%%/*}
+    where="bridge/$file:$line"
+    [[ -e $root/$target || -e $root/src/$target ]] || fault "$where: \"$target\" does not exist"
+    [[ $target == kivjniffmpeg/ffmpeg/abi.h || $other == "$room" || " ${bridge_below[$room]-} " == *" $other "* ]] ||
+        fault "$where: the room $room may not include $target (below it: ${bridge_below[$room]:-none})"
+done < <(cd "$root/bridge" && grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' --include='*.h' --include='*.cpp' . | sed 's|^\./||')
+while IFS= read -r match; do
+    fault "src/${match#./}: the library knows FFmpeg's interface, and nothing of the bridge"
+done < <(grep -rn '#include "bridge/' . || true)
 # FFmpeg's headers and the JDK's come through one door each.
 while IFS= read -r match; do
     fault "src/${match#./}: FFmpeg is known through kivjniffmpeg/ffmpeg/abi.h only"

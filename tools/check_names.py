@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that the variables of src/ carry the prefix of their type and scope; src/README.md has the key.
+"""Checks that the variables of src/ and bridge/ carry the prefix of their type and scope; src/README.md has the key.
 
 It finds declarations line by line, of the types in the table below; it does not follow auto and templates.
 """
@@ -34,7 +34,7 @@ DECLARATION = re.compile(
     r"(?P<end> ?(?:[;,)={\[]|:(?!:)))"
 )
 # FFmpeg's things have FFmpeg's names, a trace line prints the last one under its name, and two name no variables.
-FILES_OF_FFMPEG = ("abi.h", "abi_constants.h", "symbols.h")
+FILES_OF_FFMPEG = ("abi.h", "abi_constants.h", "symbols.h", "structures.h", "types.h", "functions.h")
 EXCEPTIONS = {"operator", "final", "av_pix_fmt_descriptors", "dsc_codecid"}
 
 
@@ -69,8 +69,9 @@ def faults_in(path):
                 yield f"{path}:{number}: {name} should begin {' or '.join(sorted(letters))}, then {scope}"
 
 
-root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else pathlib.Path(__file__).parents[1] / "src")
-files = [path for path in sorted(root.rglob("*")) if path.suffix in (".h", ".cpp") and path.name not in FILES_OF_FFMPEG]
+project = pathlib.Path(__file__).parents[1]
+roots = [pathlib.Path(root) for root in sys.argv[1:]] or [project / "src", project / "bridge"]
+files = [path for root in roots for path in sorted(root.rglob("*")) if path.suffix in (".h", ".cpp") and path.name not in FILES_OF_FFMPEG]
 faults = [fault for path in files for fault in faults_in(path)]
 print("\n".join(faults), end="\n" if faults else "")
 sys.exit(1 if faults or not files else 0)

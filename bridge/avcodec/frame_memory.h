@@ -50,6 +50,7 @@ class c_frame_memory
 public:
     /** @param dsp_context the caller's, which owns this. @throws std::bad_alloc */
     c_frame_memory(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context);
+    ~c_frame_memory() = default;
     c_frame_memory(const c_frame_memory &) = delete;
     c_frame_memory &operator=(const c_frame_memory &) = delete;
 

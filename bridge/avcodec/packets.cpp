@@ -38,6 +38,13 @@ BRIDGE_ENTRY uint8_t *av_packet_new_side_data(AVPacket *adsp_packet, int inp_typ
     });
 }
 
+BRIDGE_ENTRY const char *av_packet_side_data_name(int inp_type)
+{
+    return enter<const char *>(nullptr, [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        return dsp_ffmpeg.av_packet_side_data_name(bridge::old::side_data_type_to_real(inp_type));
+    });
+}
+
 BRIDGE_ENTRY int av_packet_merge_side_data(AVPacket *adsp_packet)
 {
     return enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &dsp_ffmpeg) {

@@ -128,7 +128,7 @@ int c_container::open(const char *strp_name, const real::input_format *adsp_form
     dsl_layout.flags.of(adsc_real) |= context().flags & in_common_flags;
     dsl_layout.interrupt_callback.of(adsc_real) = {&c_container::is_interrupted, this};
     if (context().pb != nullptr) {
-        dsc_source = std::make_unique<c_real_source>(dsc_ffmpeg, *reinterpret_cast<dsd_source *>(context().pb),
+        dsc_source = std::make_unique<c_real_source>(dsc_ffmpeg, *reinterpret_cast<old::dsd_source *>(context().pb),
                                                      [this] { show_new_streams(); });
         dsl_layout.pb.of(adsc_real) = dsc_source->get();
     }

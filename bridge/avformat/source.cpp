@@ -10,7 +10,7 @@
 namespace bridge::avformat
 {
 
-c_real_source::c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, dsd_source &dsp_source,
+c_real_source::c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, old::dsd_source &dsp_source,
                              std::function<void()> dsp_before)
     : dsc_ffmpeg(dsp_ffmpeg),
       dsc_source(dsp_source),
@@ -48,20 +48,21 @@ int c_real_source::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
     } catch (...) {
         return AVERROR(ENOMEM);
     }
-    const dsd_source &dsl_source = dsl_this.dsc_source;
+    const old::dsd_source &dsl_source = dsl_this.dsc_source;
     const int inl_read = dsl_source.read_packet(dsl_source.opaque, autp_to, inp_length);
     return inl_read == 0 ? AVERROR_EOF : inl_read; // the 56 line's way to say that it is the end
 }
 
 int64_t c_real_source::seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept
 {
-    const dsd_source &dsl_source = static_cast<c_real_source *>(avp_source)->dsc_source;
+    const old::dsd_source &dsl_source = static_cast<c_real_source *>(avp_source)->dsc_source;
     return dsl_source.seek(dsl_source.opaque, ilp_offset, inp_whence);
 }
 
 } // namespace bridge::avformat
 
 using bridge::enter;
+using bridge::old::dsd_source;
 using bridge::real::dsd_ffmpeg;
 
 BRIDGE_ENTRY AVIOContext *avio_alloc_context(unsigned char *autp_buffer, int inp_size, int inp_write, void *avp_opaque,

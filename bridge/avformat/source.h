@@ -1,30 +1,10 @@
 /** @file The caller's source of bytes. */
 #pragma once
 
+#include "bridge/old/structures.h"
 #include "bridge/real/ffmpeg.h"
 
 #include <functional>
-
-/**
- * The front of the 56 line's AVIOContext, as far as it matters to callers, who free the buffer and the object with
- * av_freep. So the object can own nothing else: FFmpeg's own AVIOContext exists while FFmpeg reads.
- */
-struct dsd_source
-{
-    const void *av_class;
-    unsigned char *buffer;
-    int buffer_size;
-    unsigned char *buf_ptr;
-    unsigned char *buf_end;
-    void *opaque;
-    int (*read_packet)(void *, uint8_t *, int);
-    int (*write_packet)(void *, uint8_t *, int);
-    int64_t (*seek)(void *, int64_t, int);
-    int64_t pos;
-    int must_flush;
-    int eof_reached;
-};
-static_assert(offsetof(dsd_source, buffer) == offsetof(AVIOContext, buffer));
 
 namespace bridge::avformat
 {
@@ -34,7 +14,8 @@ class c_real_source
 {
 public:
     /** @param dsp_before called before each read, may throw. @throws std::bad_alloc */
-    c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, dsd_source &dsp_source, std::function<void()> dsp_before = {});
+    c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, old::dsd_source &dsp_source,
+                  std::function<void()> dsp_before = {});
     ~c_real_source();
     c_real_source(const c_real_source &) = delete;
     c_real_source &operator=(const c_real_source &) = delete;
@@ -53,7 +34,7 @@ private:
     static int64_t seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept;
 
     const real::dsd_ffmpeg &dsc_ffmpeg;
-    dsd_source &dsc_source;
+    old::dsd_source &dsc_source;
     std::function<void()> dsc_before;
     real::io_context *adsc_io;
 };

@@ -4,6 +4,7 @@
 #include "bridge/real/number_tables.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <climits>
 #include <span>
@@ -88,9 +89,9 @@ BRIDGE_ENTRY int av_image_fill_pointers(uint8_t **aautp_planes, AVPixelFormat ie
                                         uint8_t *autp_picture, const int *ainp_linesizes)
 {
     return enter(AVERROR(ENOSYS), [&](const dsd_ffmpeg &dsp_ffmpeg) {
-        // Without a picture the 56 line computes offsets, and the newer FFmpeg nothing: it gets an address that is none.
-        constexpr uintptr_t ul_nowhere = 4096;
-        uint8_t *autl_picture = autp_picture != nullptr ? autp_picture : reinterpret_cast<uint8_t *>(ul_nowhere);
+        // Without a picture the 56 line computes offsets, and the newer FFmpeg nothing: it gets an address of something else.
+        static uint8_t utl_something;
+        uint8_t *autl_picture = autp_picture != nullptr ? autp_picture : &utl_something;
         const dsd_pixel_format *adsl_format = find_format(iep_format);
         int inl_size = dsp_ffmpeg.av_image_fill_pointers(aautp_planes, real_format(dsp_ffmpeg, iep_format), inp_height,
                                                          autl_picture, ainp_linesizes);
@@ -98,7 +99,7 @@ BRIDGE_ENTRY int av_image_fill_pointers(uint8_t **aautp_planes, AVPixelFormat ie
             inl_size = add_palette(*adsl_format, inl_size, aautp_planes, autl_picture);
         for (uint8_t *&autl_plane : std::span(aautp_planes, 4))
             if (autp_picture == nullptr && autl_plane != nullptr)
-                autl_plane -= ul_nowhere;
+                autl_plane = std::bit_cast<uint8_t *>(autl_plane - autl_picture);
         return inl_size;
     });
 }

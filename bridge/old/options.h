@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "bridge/old/structures.h"
 
 #include <cstdint>
 
@@ -19,22 +19,6 @@ struct dsd_option_class
     int (*set_text)(void *avp_object, const char *strp_name, const char *strp_value);
     int (*set_number)(void *avp_object, const char *strp_name, int64_t ilp_value);
 };
-
-/** One row of a class's table of options: AVOption with all its fields. */
-struct dsd_option
-{
-    const char *name;
-    const char *help;
-    int offset;
-    int type;
-    int64_t default_value;
-    double min;
-    double max;
-    int flags;
-    const char *unit;
-};
-static_assert(sizeof(dsd_option) == sizeof(AVOption));
-static_assert(offsetof(dsd_option, offset) == offsetof(AVOption, offset));
 
 inline constexpr int in_type_integer = 1;
 inline constexpr int in_type_wide_integer = 2;

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iterator>
 #include <new>
-#include <ranges>
 #include <utility>
 
 namespace bridge::old
@@ -180,7 +179,10 @@ void merge_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, AVPacket &dsp_packet)
     uint8_t *autl_bytes = reinterpret_cast<dsd_buffer_front *>(adsl_buffer)->autc_data;
     uint8_t *autl_to = std::copy_n(dsp_packet.data, dsp_packet.size, autl_bytes);
     int inl_mark = in_first_side_data;
-    for (const AVPacketSideData &dsl_element : dsl_elements | std::views::reverse | std::views::filter(can_be_merged)) {
+    for (size_t ull_element = dsl_elements.size(); ull_element-- > 0;) {
+        const AVPacketSideData &dsl_element = dsl_elements[ull_element];
+        if (!can_be_merged(dsl_element))
+            continue;
         autl_to = std::copy_n(dsl_element.data, dsl_element.size, autl_to);
         autl_to = write_big_endian(static_cast<uint64_t>(dsl_element.size), 4, autl_to);
         autl_to = write_big_endian(static_cast<uint64_t>(dsl_element.type | std::exchange(inl_mark, 0)), 1, autl_to);

@@ -85,6 +85,7 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(void, av_packet_unref, (packet *))                                                                               \
     X(int, av_new_packet, (packet *, int))                                                                             \
     X(uint8_t *, av_packet_new_side_data, (packet *, int, size_t))                                                     \
+    X(const char *, av_packet_side_data_name, (int))                                                                   \
     X(parser *, av_parser_init, (int))                                                                                 \
     X(int, av_parser_parse2, (parser *, context *, uint8_t **, int *, const uint8_t *, int, int64_t, int64_t,          \
                               int64_t))                                                                                \

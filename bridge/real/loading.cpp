@@ -147,10 +147,10 @@ std::optional<int> avcodec_major(std::string_view strp_file)
         strp_file.size() > str_prefix.size() + 3)
         return std::nullopt;
     int inl_major = 0;
-    for (const char yrl_digit : strp_file.substr(str_prefix.size())) {
-        if (yrl_digit < '0' || yrl_digit > '9')
+    for (const char byrl_digit : strp_file.substr(str_prefix.size())) {
+        if (byrl_digit < '0' || byrl_digit > '9')
             return std::nullopt;
-        inl_major = inl_major * 10 + (yrl_digit - '0');
+        inl_major = inl_major * 10 + (byrl_digit - '0');
     }
     return inl_major;
 }

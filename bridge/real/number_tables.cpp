@@ -16,7 +16,7 @@ constexpr dsd_codec_name s_codecs[] = {
 #include "bridge/tables/codecs.inc"
 };
 /** Codecs that the 56 line does not tell from others: the newer one's name, and the number of what it takes them for. */
-constexpr dsd_codec_name s_merged_codecs[] = {{AV_CODEC_ID_ADPCM_IMA_WAV, "adpcm_ima_xbox", -1}};
+constexpr dsd_codec_name s_merged_codecs[] = {{"adpcm_ima_xbox", AV_CODEC_ID_ADPCM_IMA_WAV, -1}};
 static_assert(std::ranges::is_sorted(s_codecs, {}, &dsd_codec_name::inc_number));
 
 } // namespace

@@ -20,24 +20,10 @@ namespace bridge::real
 /** A codec as callers know it. */
 struct dsd_codec_name
 {
-    int inc_number;
     const char *strc_name;
+    int inc_number;
     int inc_capabilities; /**< CODEC_CAP_DELAY and CODEC_CAP_TRUNCATED of the 56 line's decoder; -1 without one */
 };
-
-/** A pixel format as callers know it: AVPixFmtDescriptor with all its fields. */
-struct dsd_pixel_format
-{
-    const char *name;
-    uint8_t nb_components;
-    uint8_t log2_chroma_w;
-    uint8_t log2_chroma_h;
-    uint8_t flags;
-    AVComponentDescriptor comp[4];
-    const char *alias;
-};
-static_assert(sizeof(dsd_pixel_format) == sizeof(AVPixFmtDescriptor));
-static_assert(offsetof(dsd_pixel_format, comp) == offsetof(AVPixFmtDescriptor, comp));
 
 /** How the numbers of one kind correspond, both ways. What the other side does not have is @p inc_none. */
 class c_number_map

@@ -112,6 +112,20 @@ struct io_context
     int error;
 };
 
+/** A pixel format as callers know it: AVPixFmtDescriptor with all its fields. */
+struct dsd_pixel_format
+{
+    const char *name;
+    uint8_t nb_components;
+    uint8_t log2_chroma_w;
+    uint8_t log2_chroma_h;
+    uint8_t flags;
+    AVComponentDescriptor comp[4];
+    const char *alias;
+};
+static_assert(sizeof(dsd_pixel_format) == sizeof(AVPixFmtDescriptor));
+static_assert(offsetof(dsd_pixel_format, comp) == offsetof(AVPixFmtDescriptor, comp));
+
 inline constexpr int in_frame_flag_key = 1 << 1;
 inline constexpr int in_frame_flag_interlaced = 1 << 3;
 inline constexpr int in_frame_flag_top_field_first = 1 << 4;

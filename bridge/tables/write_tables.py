@@ -68,7 +68,7 @@ def write_codecs():
             if name not in known:
                 young.setdefault(name, len(young))
     rows += [(FIRST_NEW_CODEC + index, name, -1) for name, index in young.items()]
-    write("codecs.inc", [f'{{{number}, "{name}", {capabilities}}},' for number, name, capabilities in sorted(rows)])
+    write("codecs.inc", [f'{{"{name}", {number}, {capabilities}}},' for number, name, capabilities in sorted(rows)])
     gone = known - {name for major in MAJORS for _, name, _ in numbers(major)["codecs"]}
     print("codecs that no newer FFmpeg has:", *sorted(gone))
 
