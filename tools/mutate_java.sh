@@ -8,7 +8,7 @@
 api=kiv.media.ffmpeg
 classes=${1:-"$api.AudioClock,$api.FourCharacterCode,$api.MediaSubtypes,$api.PacketFilter,$api.PacketTimes,$api.PictureClock,$api.Plane,"$(
 )"$api.PictureMemory*,$api.Rational,$api.WaveFormat*,$api.headers.*,$api.io.*,$api.javasound.SpoolChannel,"$(
-)"$api.loading.ResourceCache*,$api.loading.TrustedDirectory"}
+)"$api.loading.CacheEntry*,$api.loading.ResourceCache*,$api.loading.TrustedDirectory"}
 tests=${2:-"$api.AudioDecoderTest,$api.FormatTablesTest,$api.PictureTest,$api.TimesTest,$api.headers.*,$api.io.*,"$(
 )"$api.javasound.SpoolChannelTest,$api.loading.ResourceCacheTest"}
 

@@ -49,7 +49,7 @@ def copy_tree():
             (TREE / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ROOT / name, TREE / name)
     (TREE / "build").mkdir(exist_ok=True)
-    for shared in ("ffmpeg", "media", "streams", "jdk21"):
+    for shared in ("ffmpeg", "ffmpeg-8.0.1", "media", "streams", "jdk21"):
         if (ROOT / "build" / shared).exists() and not (TREE / "build" / shared).exists():
             (TREE / "build" / shared).symlink_to((ROOT / "build" / shared).resolve())
 
