@@ -8,6 +8,7 @@
 #   format, FFmpeg's name of the decoder's pixel format; traits, what the stream is there for: words joined by commas, or -
 # audio.tsv lists those without: file, codec, sample_rate, channels; tags, the WAVE format tags that stand for the codec,
 #   joined by commas, or - when none does.
+# codecs.tsv lists streams of the codecs that have neither subtype nor tag: file, kind (video or audio), codec.
 . "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 
 streams=$build/streams
@@ -44,7 +45,7 @@ video() {
         more=(-f lavfi -i sine=frequency=440:sample_rate=44100:duration=1 -ac 2 -flags:a +bitexact)
     fi
     encode -f lavfi -i "$source" "${more[@]}" -flags:v +bitexact "${@:6}"
-    [[ $1 == *_small.* ]] || describe "${@:1:3}" # a part of another stream
+    [[ $1 == *_small.* || $3 == none ]] || describe "${@:1:3}" # a part of another stream, or in another list
 }
 
 # sounds LAYOUT RATE: a source of sound that differs in every channel, a tone, a sweep and noise
@@ -200,6 +201,131 @@ video h264_vorbis.mkv avc1 sound 320x240 25 "${x264[@]}" -bf 2 -c:a libvorbis -q
 video mpeg1_mp2.mpg MPG1 sound 320x240 25 "${mpeg1[@]}" -bf 2 -c:a mp2 -b:a 192k -f mpeg
 video mpeg2_ac3.ts MPG2 sound 320x240 25 "${mpeg2[@]}" -bf 2 -c:a ac3 -b:a 192k
 video wmv2_wma2.asf WMV2 sound 320x240 25 -c:v wmv2 -q:v 3 -c:a wmav2 -b:a 128k
+
+# Codecs without a subtype or a tag, in sizes, depths, layouts of channels and containers that differ
+
+# modern FILE WIDTHxHEIGHT PICTURES [options]: pictures
+modern() {
+    local file=$1
+    video "$file" - none "${@:2}"
+    list "$file" video "$(probe v:0 codec_name)" >>codecs.tsv
+}
+
+# heard FILE LAYOUT RATE [options]: sound
+heard() {
+    local file=$1
+    encode -f lavfi -i "$(seconds=0.3 sounds "$2" "$3")" -flags:a +bitexact "${@:4}"
+    list "$file" audio "$(probe a:0 codec_name)" >>codecs.tsv
+}
+
+list file kind codec >codecs.tsv
+x265=(-c:v libx265 -preset ultrafast -x265-params pools=none:frame-threads=1:log-level=none:bframes=3:b-adapt=0)
+modern hevc.mp4 162x122 12 "${x265[@]}" -tag:v hvc1
+modern hevc_odd.mkv 97x63 12 "${x265[@]}" -pix_fmt yuv444p
+modern hevc_10.mkv 160x120 12 "${x265[@]}" -pix_fmt yuv420p10
+modern hevc_12.mp4 160x120 8 "${x265[@]}" -pix_fmt yuv422p12
+modern hevc_gray.mkv 160x120 6 "${x265[@]}" -pix_fmt gray10
+modern hevc.ts 160x120 12 "${x265[@]}"
+modern hevc.hevc 160x120 12 "${x265[@]}"
+modern vp8.webm 161x121 12 -c:v libvpx -deadline realtime -cpu-used 8 -pix_fmt yuv420p
+modern vp8.ivf 160x120 12 -c:v libvpx -deadline realtime -cpu-used 8 -auto-alt-ref 1
+vp9=(-c:v libvpx-vp9 -deadline realtime -cpu-used 8)
+modern vp9.webm 162x122 12 "${vp9[@]}"
+modern vp9_444.webm 97x63 8 "${vp9[@]}" -pix_fmt yuv444p
+modern vp9_10.mkv 160x120 8 "${vp9[@]}" -pix_fmt yuv420p10
+modern vp9_gbr.mp4 160x120 8 "${vp9[@]}" -pix_fmt gbrp
+modern vp9.ivf 160x120 12 "${vp9[@]}"
+av1=(-c:v libaom-av1 -cpu-used 8 -usage realtime -row-mt 0 -crf 40)
+modern av1.mp4 162x122 8 "${av1[@]}"
+modern av1_odd.webm 97x63 8 "${av1[@]}" -pix_fmt yuv420p
+modern av1_10.mkv 160x120 6 "${av1[@]}" -pix_fmt yuv420p10
+modern av1.ivf 160x120 6 "${av1[@]}"
+modern av1.obu 160x120 6 "${av1[@]}"
+modern picture.avif 160x120 1 -c:v libaom-av1 -still-picture 1 -cpu-used 8 -crf 40
+modern theora.ogv 162x122 12 -c:v libtheora -q:v 5
+modern theora_444.mkv 160x120 8 -c:v libtheora -q:v 5 -pix_fmt yuv444p
+modern prores.mov 162x122 4 -c:v prores_ks -profile:v 2
+modern prores_4444.mov 160x120 4 -c:v prores_ks -profile:v 4 -pix_fmt yuva444p10
+modern dnxhd.mxf 1280x720 2 -c:v dnxhd -b:v 75M -pix_fmt yuv422p
+modern dnxhr_10.mov 256x128 3 -c:v dnxhd -profile:v dnxhr_hqx -pix_fmt yuv422p10
+for format in yuv420p yuv444p gray yuv422p10 gbrp yuva444p16; do
+    modern "ffv1_$format.mkv" 97x63 4 -c:v ffv1 -level 3 -pix_fmt $format
+done
+modern ffv1.avi 160x120 4 -c:v ffv1 -level 1 -pix_fmt bgr0
+modern mjpeg.avi 161x121 8 -c:v mjpeg -q:v 3 -pix_fmt yuvj420p
+modern mjpeg_444.mov 160x120 4 -c:v mjpeg -q:v 3 -pix_fmt yuvj444p
+modern jpeg2000.mkv 97x63 4 -c:v jpeg2000 -pix_fmt yuv420p
+modern jpeg2000.mov 160x120 3 -c:v libopenjpeg -pix_fmt rgb24
+modern huffyuv.avi 160x120 4 -c:v huffyuv -pix_fmt yuv422p
+modern huffyuv_rgb.avi 97x63 4 -c:v huffyuv -pix_fmt rgb24
+modern ffvhuff.mkv 98x63 4 -c:v ffvhuff -pix_fmt yuv420p10
+modern utvideo.avi 160x120 4 -c:v utvideo -pix_fmt yuv422p
+modern utvideo_rgb.mkv 162x122 4 -c:v utvideo -pix_fmt gbrp
+modern qtrle.mov 160x120 8 -c:v qtrle -pix_fmt rgb24
+modern qtrle_alpha.mov 97x63 4 -c:v qtrle -pix_fmt argb
+modern raw.avi 160x120 3 -c:v rawvideo -pix_fmt bgr24
+modern raw_pal.avi 160x120 3 -c:v rawvideo -pix_fmt pal8
+modern raw_v210.mkv 160x120 3 -c:v rawvideo -pix_fmt yuv420p -allow_raw_vfw 1
+modern raw_10.mov 160x120 3 -c:v rawvideo -pix_fmt uyvy422
+modern raw.y4m 97x63 3 -pix_fmt yuv420p
+modern raw_10.y4m 160x120 3 -pix_fmt yuv422p10 -strict -1
+modern flv1.flv 160x120 12 -c:v flv -q:v 4
+modern svq1.mov 160x120 6 -c:v svq1
+modern h261.avi 176x144 12 -c:v h261 -q:v 4
+modern animation.gif 97x63 5
+modern animation.apng 97x63 5 -c:v apng -pix_fmt rgba -plays 0 -f apng
+modern picture.png 97x63 1 -pix_fmt rgb48be -f image2 -update 1
+modern picture_pal.png 160x120 1 -pix_fmt pal8 -f image2 -update 1
+modern picture_ya.png 97x63 1 -pix_fmt ya8 -f image2 -update 1
+modern picture.jpg 97x63 1 -pix_fmt yuvj420p -f image2 -update 1
+modern picture.webp 98x64 1 -c:v libwebp -lossless 0 -f image2 -update 1
+modern picture_lossless.webp 97x63 1 -c:v libwebp -lossless 1 -pix_fmt bgra -f image2 -update 1
+
+heard opus.opus stereo 48000 -c:a libopus -b:a 64k
+heard opus_mono.webm mono 48000 -c:a libopus -b:a 32k
+heard 'opus_5.1.mkv' 5.1 48000 -c:a libopus -b:a 200k -mapping_family 1
+heard vorbis_mono.ogg mono 22050 -c:a libvorbis -q:a 3
+heard vorbis_5.1.mkv 5.1 44100 -c:a libvorbis -q:a 3
+heard vorbis.webm stereo 44100 -c:a libvorbis -q:a 3
+heard flac_16.flac stereo 44100 -c:a flac
+heard flac_24.flac 5.1 96000 -c:a flac -sample_fmt s32
+heard flac.ogg mono 22050 -c:a flac
+heard flac.mkv 3.0 48000 -c:a flac
+heard alac_16.m4a stereo 44100 -c:a alac
+heard alac_24.caf 5.1 48000 -c:a alac -sample_fmt s32p
+for layout in mono stereo 5.1; do
+    heard "eac3_$layout.eac3" $layout 48000 -c:a eac3 -b:a 192k
+done
+heard eac3.mp4 stereo 44100 -c:a eac3 -b:a 128k
+heard truehd.thd stereo 48000 -c:a truehd -strict -2
+heard truehd_5.1.mkv 5.1 96000 -c:a truehd -strict -2 -sample_fmt s32
+heard mlp.mlp stereo 44100 -c:a mlp -strict -2
+heard wavpack.wv stereo 44100 -c:a wavpack
+heard wavpack_24.mkv 5.1 48000 -c:a wavpack -sample_fmt s32p
+heard wavpack_float.wv mono 44100 -c:a wavpack -sample_fmt fltp
+heard tta.tta stereo 44100 -c:a tta
+heard tta_24.mkv mono 48000 -c:a tta -sample_fmt s32
+heard speex.ogg mono 16000 -c:a libspeex
+heard mp2.mkv stereo 44100 -c:a mp2 -b:a 128k
+for format in u8 s24le s32le f64le; do
+    heard "pcm_$format.wav" stereo 44100 -c:a pcm_$format
+done
+heard pcm_s24le.w64 5.1 48000 -c:a pcm_s24le
+for format in s8 s16be s24be s32be f32be f64be; do
+    heard "pcm_$format.aiff" stereo 22050 -c:a pcm_$format
+done
+heard pcm_s24be.au mono 44100 -c:a pcm_s24be
+heard pcm_u8.voc mono 11025 -c:a pcm_u8
+heard pcm_s16le.caf 3.0 48000 -c:a pcm_s16le
+heard pcm_s16be.mkv 7.1 48000 -c:a pcm_s16be
+heard pcm_bluray.m2ts 5.1 48000 -c:a pcm_bluray -f mpegts -mpegts_m2ts_mode 1
+heard adpcm_ima_qt.mov stereo 44100 -c:a adpcm_ima_qt
+heard adpcm_swf.flv mono 22050 -c:a adpcm_swf
+heard g726.wav mono 8000 -c:a g726
+heard g726.au mono 8000 -c:a g726le -b:a 32k
+# Codecs that FFmpeg decodes and the library does not
+video snow.avi - none 160x120 4 -c:v snow
+audio nellymoser.flv - mono 22050 -c:a nellymoser
 
 rm ./*_small.*
 printf '%s\n' "$made_by" >.made_by

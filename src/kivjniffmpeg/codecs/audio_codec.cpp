@@ -14,14 +14,15 @@ c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp
     : c_codec(adsp_ffmpeg, "FFMPEG: audiocodec"),
       dsc_src_format(std::move(dsp_src)),
       dsc_dst_format(std::move(dsp_dst)),
-      dsc_codec(is_decoder() ? dsc_src_format->codec_id() : dsc_dst_format->codec_id(), is_decoder()),
+      bc_decoder(dsc_dst_format->format_tag() == im_tag_pcm),
+      dsc_codec(bc_decoder ? dsc_src_format->codec_id() : dsc_dst_format->codec_id(), bc_decoder),
       dsc_codec_ctx(dsc_codec, ds_buffer_callbacks)
 {
     TRACE_FUNCTION(3);
     if (dsc_src_format->sample_rate() != dsc_dst_format->sample_rate())
         throw_ffmpeg_exception(1611, "audio formats have different sample rate: src=", dsc_src_format->sample_rate(),
                                " dst=", dsc_dst_format->sample_rate());
-    if (is_decoder()) {
+    if (bc_decoder) {
         TRACE_LINE(im_level_debug, "%s#%s(): request_sample_fmt=%d", static_cast<int>(dsc_dst_format->sample_format()));
         dsc_codec_ctx.set_extradata(dsc_src_format->specific_hdr());
     } else {
@@ -82,6 +83,8 @@ void c_audiocodec::set_up_decoder()
     dsc_codec_ctx->block_align = dsl_src.frame_size();
     dsc_codec_ctx->bits_per_coded_sample =
         dsl_src.bits_per_sample(); // the decoder of IMA ADPCM does not open without it
+    if (dsl_src.stream() != nullptr)
+        dsl_src.stream()->configure(*dsc_codec_ctx.context());
 }
 
 void c_audiocodec::trace_formats() const
@@ -93,7 +96,8 @@ void c_audiocodec::trace_formats() const
 
 bool c_audiocodec::is_mpeg_audio() const noexcept
 {
-    return dsc_src_format->format_tag() == im_tag_mpeg || dsc_src_format->format_tag() == im_tag_mp3;
+    const AVCodecID iel_codec = dsc_src_format->codec_id();
+    return iel_codec == AV_CODEC_ID_MP3 || iel_codec == AV_CODEC_ID_MP2 || iel_codec == AV_CODEC_ID_MP1;
 }
 
 bool c_audiocodec::open()
@@ -102,7 +106,7 @@ bool c_audiocodec::open()
     if (is_open())
         return true;
     // At every opening, because the codec overwrites these fields with those of its stream.
-    if (is_decoder())
+    if (bc_decoder)
         set_up_decoder();
     else
         set_up_encoder();
@@ -115,7 +119,7 @@ bool c_audiocodec::close()
     reset();
     if (is_open()) {
         close_in_ffmpeg(dsc_codec_ctx);
-        if (!is_decoder())
+        if (!bc_decoder)
             dsc_codec_ctx->extradata_size = 0; // the encoder owned the bytes and has freed them
     }
     return true;
@@ -148,8 +152,8 @@ int32_t c_audiocodec::process2(uint8_t *autp_data, int32_t imp_lendata, int32_t 
     dsp_out.imc_flags = imp_flags;
     dsp_out.ilc_timestamp = static_cast<int64_t>(ulp_timestamp);
     if (imp_lendata == 0)
-        return is_decoder() && (imp_flags & im_flag_drain) != 0 ? drain(dsp_out, imp_flags, ump_outlen) : ie_audio_done;
-    if (is_decoder())
+        return bc_decoder && (imp_flags & im_flag_drain) != 0 ? drain(dsp_out, imp_flags, ump_outlen) : ie_audio_done;
+    if (bc_decoder)
         return decode(autp_data, imp_lendata, imp_flags, ulp_timestamp, dsp_out, ump_outlen);
     encode(autp_data, imp_lendata, dsp_out);
     return ie_audio_done;
@@ -180,6 +184,20 @@ void c_audiocodec::set_continuous(bool bp_continuous)
     TRACE_FUNCTION(3);
     throw_if_open();
     bc_continuous = bp_continuous;
+}
+
+void c_audiocodec::set_sample_format(int64_t ilp_format)
+{
+    TRACE_FUNCTION(3);
+    throw_if_open();
+    if (!bc_decoder)
+        throw_ffmpeg_exception(1671, "an encoder has no other sample format");
+    if (ilp_format != AV_SAMPLE_FMT_S16 && ilp_format != AV_SAMPLE_FMT_S32 && ilp_format != AV_SAMPLE_FMT_FLT)
+        throw_ffmpeg_exception(1672, "no such sample format: ", ilp_format);
+    dsc_dst_format = c_aformat::of_samples(static_cast<AVSampleFormat>(ilp_format), dsc_dst_format->channels(),
+                                           dsc_dst_format->sample_rate());
+    dsc_resamplers.clear();
+    bc_resampling = false;
 }
 
 int64_t c_audiocodec::property(std::string_view strp_name) const

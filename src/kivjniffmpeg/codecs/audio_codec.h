@@ -89,6 +89,12 @@ public:
      * @throws c_ffmpeg_exception on an open codec
      */
     void set_continuous(bool bp_continuous);
+    /**
+     * Sets a decoder's output: AV_SAMPLE_FMT_S16, which it is at first, AV_SAMPLE_FMT_S32 or AV_SAMPLE_FMT_FLT.
+     *
+     * @throws c_ffmpeg_exception on an open codec, on an encoder, or for another format
+     */
+    void set_sample_format(int64_t ilp_format);
     /** A number of FFmpeg's; @p strp_name as in c_codecoptions_ffmpeg. @throws c_ffmpeg_exception for another name */
     int64_t property(std::string_view strp_name) const;
     /** The extradata that an open encoder made, or that a decoder was created with. */
@@ -106,7 +112,6 @@ private:
         c_swr_ctx dsc_swr;
     };
 
-    bool is_decoder() const noexcept { return dsc_dst_format->format_tag() == im_tag_pcm; }
     bool is_mpeg_audio() const noexcept;
     void set_up_decoder();
     void set_up_encoder();
@@ -139,6 +144,7 @@ private:
 
     std::unique_ptr<c_aformat> dsc_src_format;
     std::unique_ptr<c_aformat> dsc_dst_format;
+    const bool bc_decoder;
     c_output_queue dsc_output_queue;
     c_avcodec dsc_codec;
     c_avcodec_ctx dsc_codec_ctx;

@@ -26,6 +26,8 @@ c_videocodec::c_videocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp
     adsl_context->width = dsc_vformat->width();
     adsl_context->height = dsc_vformat->height();
     adsl_context->bits_per_coded_sample = dsc_vformat->bitcount();
+    if (dsc_vformat->stream() != nullptr)
+        dsc_vformat->stream()->configure(*adsl_context);
     dsc_codec_ctx.set_extradata(dsc_vformat->extradata());
 }
 

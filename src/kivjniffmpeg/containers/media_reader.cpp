@@ -2,6 +2,7 @@
 
 #include "kivjniffmpeg/containers/undecoded_codecs.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
+#include "kivjniffmpeg/formats/admitted_codecs.h"
 #include "trace/trace.h"
 
 #include <natives/c_mediareader_ffmpeg.h>
@@ -245,6 +246,7 @@ std::array<int64_t, natives::StreamFields::SIZE> c_mediareader::stream_info(int3
     aill_fields[StreamFields::ROTATION] = dsl_orientation.imc_rotation;
     aill_fields[StreamFields::MIRRORED] = dsl_orientation.bc_mirrored ? 1 : 0;
     aill_fields[StreamFields::CONTAINER_STATES_SHAPE] = dsl_stream.sample_aspect_ratio.num != 0 ? 1 : 0;
+    aill_fields[StreamFields::ADMITTED] = admitted_codecs::has(dsl_codec.codec_id) ? 1 : 0;
     aill_fields[StreamFields::DECODABLE] = g_avcodec.avcodec_find_decoder(dsl_codec.codec_id) != nullptr ? 1 : 0;
     return aill_fields;
 }

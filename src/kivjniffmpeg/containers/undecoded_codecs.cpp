@@ -1,33 +1,17 @@
 #include "kivjniffmpeg/containers/undecoded_codecs.h"
 
 #include "kivjniffmpeg/ffmpeg/loader.h"
-#include "kivjniffmpeg/formats/audio_format.h"
-#include "kivjniffmpeg/formats/media_subtypes.h"
+#include "kivjniffmpeg/formats/admitted_codecs.h"
 
 #include <algorithm>
 #include <iterator>
-
-namespace
-{
-
-bool is_decoded(AVCodecID iep_codec) noexcept
-{
-    return has_subtype(iep_codec) || has_format_tag(iep_codec);
-}
-
-bool is_parsed(AVCodecID iep_codec) noexcept
-{
-    return is_decoded(iep_codec) || iep_codec == AV_CODEC_ID_FLAC;
-}
-
-} // namespace
 
 void undecoded_codecs::remove_parsers()
 {
     [[maybe_unused]] static const bool bl_once = [] {
         AVCodecParser *adsl_parser = nullptr;
         while ((adsl_parser = g_avcodec.av_parser_next(adsl_parser)) != nullptr)
-            if (std::ranges::none_of(adsl_parser->codec_ids, is_parsed))
+            if (std::ranges::none_of(adsl_parser->codec_ids, admitted_codecs::has))
                 std::ranges::fill(adsl_parser->codec_ids, AV_CODEC_ID_NONE);
         return true;
     }();
@@ -39,7 +23,7 @@ const std::string &undecoded_codecs::whitelist()
         std::string strl_all;
         AVCodec *adsl_codec = nullptr;
         while ((adsl_codec = g_avcodec.av_codec_next(adsl_codec)) != nullptr)
-            if (is_decoded(adsl_codec->id))
+            if (admitted_codecs::has(adsl_codec->id))
                 strl_all += (strl_all.empty() ? "" : ",") + std::string(adsl_codec->name);
         return strl_all;
     }();

@@ -12,8 +12,7 @@ namespace undecoded_codecs
 
 /**
  * Takes the parsers of these codecs out of the loaded FFmpeg, once per process, before it opens the first container.
- * Packets of such streams stay as the container has them. FLAC keeps its parser, without which FFmpeg's reader of FLAC
- * files does not work.
+ * Packets of such streams stay as the container has them.
  */
 void remove_parsers();
 

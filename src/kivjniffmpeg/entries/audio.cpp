@@ -7,6 +7,7 @@
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
+#include <kiv_media_ffmpeg_natives_c_codecs_ffmpeg.h>
 #include <natives/AudioFormatLayout.h>
 #include <natives/AudioParams.h>
 #include <natives/AudioStatus.h>
@@ -108,6 +109,21 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2831);
         auto dsl_src = read_format(dsp_env, avop_format, avop_header);
+        TRACE_LINE(im_level_debug, "%s#%s(): src_format: %s", dsl_src->to_string().c_str());
+        auto dsl_dst = c_aformat::pcm16(dsl_src->channels(), dsl_src->sample_rate());
+        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
+    });
+}
+
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1codecs_1ffmpeg_n_1create_1acodec(JNIEnv *adsp_env, jclass,
+                                                                                          jlong ilp_hffmpeg,
+                                                                                          jlongArray avop_stream,
+                                                                                          jbyteArray avop_extradata)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2712);
+        auto dsl_src = c_aformat::of_stream(read_coded_stream(dsp_env, avop_stream, avop_extradata));
         TRACE_LINE(im_level_debug, "%s#%s(): src_format: %s", dsl_src->to_string().c_str());
         auto dsl_dst = c_aformat::pcm16(dsl_src->channels(), dsl_src->sample_rate());
         return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));

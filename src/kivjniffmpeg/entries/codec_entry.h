@@ -5,6 +5,7 @@
 #include "kivjniffmpeg/codecs/codec.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/padded_bytes.h"
+#include "kivjniffmpeg/formats/coded_stream.h"
 #include "trace/trace.h"
 
 #include <jni.h>
@@ -59,6 +60,9 @@ inline int64_t timestamp_of(jint imp_low, jint imp_high) noexcept
 {
     return int64_t{imp_low} | static_cast<int64_t>(static_cast<uint64_t>(imp_high) << 32);
 }
+
+/** Java's StreamFields and extradata. @throws c_ffmpeg_exception when the array of numbers is missing or too short */
+c_coded_stream read_coded_stream(const kiv::jni::c_jnienv &dsp_env, jlongArray avop_stream, jbyteArray avop_extradata);
 
 /**
  * Copies the caller's bytes into memory with FFmpeg's padding behind them.

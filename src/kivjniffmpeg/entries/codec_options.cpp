@@ -71,6 +71,10 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
             adsl_codec->set_continuous(ilp_value != 0);
             return;
         }
+        if (text_of(dsl_name) == "sample_format") {
+            adsl_codec->set_sample_format(ilp_value);
+            return;
+        }
         if (text_of(dsl_name) == "channel_layout") {
             adsl_codec->set_channel_layout(static_cast<uint64_t>(ilp_value));
             return;

@@ -7,6 +7,7 @@
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
+#include <kiv_media_ffmpeg_natives_c_codecs_ffmpeg.h>
 #include <natives/ColorModelLayout.h>
 #include <natives/VideoParams.h>
 
@@ -68,6 +69,18 @@ void append_models(const c_jnienv &dsp_env, c_videocodec &dsp_codec, jobjectArra
     }
     if (!dsp_codec.has_dst_formats())
         throw_ffmpeg_exception(2341, "no supported color model");
+}
+
+jlong create_codec(const c_jnienv &dsp_env, c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp_format,
+                   jobjectArray avop_models, jobject avop_object)
+{
+    dsp_format->print();
+    auto dsl_codec = std::make_unique<c_videocodec>(adsp_ffmpeg, std::move(dsp_format));
+    append_models(dsp_env, *dsl_codec, avop_models);
+    if (dsp_env.exception_pending())
+        throw kiv::jni::c_jniexception("print_info"); // the receiver of a line above threw
+    adsp_ffmpeg->set_vcodec_object(dsp_env, avop_object, dsl_codec.get());
+    return to_handle(dsl_codec.release());
 }
 
 dsd_packet_params read_params(const c_jnienv &dsp_env, jintArray avop_params)
@@ -154,13 +167,19 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2321);
         auto dsl_format = read_format(dsp_env, avop_subtype, avop_format, avop_extradata);
-        dsl_format->print();
-        auto dsl_codec = std::make_unique<c_videocodec>(adsl_ffmpeg, std::move(dsl_format));
-        append_models(dsp_env, *dsl_codec, avop_models);
-        if (dsp_env.exception_pending())
-            throw kiv::jni::c_jniexception("print_info"); // the receiver of a line above threw
-        adsl_ffmpeg->set_vcodec_object(dsp_env, avop_object, dsl_codec.get());
-        return to_handle(dsl_codec.release());
+        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_format), avop_models, avop_object);
+    });
+}
+
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1codecs_1ffmpeg_n_1create_1vcodec(
+    JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg, jlongArray avop_stream, jbyteArray avop_extradata,
+    jobjectArray avop_models, jobject avop_object)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2711);
+        auto dsl_format = c_vformat::of_stream(read_coded_stream(dsp_env, avop_stream, avop_extradata));
+        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_format), avop_models, avop_object);
     });
 }
 

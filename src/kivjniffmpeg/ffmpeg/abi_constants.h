@@ -53,7 +53,9 @@ enum AVSampleFormat : int
     AV_SAMPLE_FMT_S16P = 6,
     AV_SAMPLE_FMT_S32P = 7,
     AV_SAMPLE_FMT_FLTP = 8,
-    AV_SAMPLE_FMT_DBLP = 9
+    AV_SAMPLE_FMT_DBLP = 9,
+    AV_SAMPLE_FMT_S64 = 10, // not in 2.5 to 2.8; behind the bridge only
+    AV_SAMPLE_FMT_S64P = 11
 };
 
 enum AVCodecID : int

@@ -3,14 +3,18 @@
 #include "jni/exceptions.h"
 #include "jni/java_arrays.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
+#include "kivjniffmpeg/formats/admitted_codecs.h"
 #include "trace/trace.h"
 
 #include <natives/AudioFormatLayout.h>
+#include <natives/StreamFields.h>
 
 #include <algorithm>
 #include <sstream>
+#include <utility>
 
 namespace AudioFormatLayout = natives::AudioFormatLayout;
+namespace StreamFields = natives::StreamFields;
 
 /** Little-endian numbers, text and bytes, one behind the other. */
 class c_aformat::c_little_endian_writer
@@ -101,6 +105,23 @@ std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarr
     return dsl_format;
 }
 
+std::unique_ptr<c_aformat> c_aformat::of_stream(c_coded_stream dsp_stream)
+{
+    TRACE_FUNCTION(3);
+    admitted_codecs::require(dsp_stream.codec_id(), AVMEDIA_TYPE_AUDIO);
+    auto dsl_format = std::make_unique<c_aformat>();
+    dsl_format->iec_codec_id = dsp_stream.codec_id();
+    dsl_format->imc_format_tag =
+        dsp_stream.codec_tag() <= UINT16_MAX ? static_cast<int32_t>(dsp_stream.codec_tag()) : 0;
+    dsl_format->imc_channels = dsp_stream.number(StreamFields::CHANNELS);
+    dsl_format->imc_sample_rate = dsp_stream.number(StreamFields::SAMPLE_RATE);
+    dsl_format->imc_bytes_per_second = dsp_stream.number(StreamFields::BIT_RATE) / 8;
+    dsl_format->imc_frame_size = dsp_stream.number(StreamFields::BLOCK_ALIGN);
+    dsl_format->imc_bits_per_sample = dsp_stream.number(StreamFields::BITS_PER_CODED_SAMPLE);
+    dsl_format->dsc_stream.emplace(std::move(dsp_stream));
+    return dsl_format;
+}
+
 void c_aformat::write_fields(c_little_endian_writer &dsp_writer) const
 {
     dsp_writer.put16(imc_format_tag);
@@ -115,8 +136,8 @@ std::vector<uint8_t> c_aformat::wave_header() const
 {
     c_little_endian_writer dsl_writer;
     write_fields(dsl_writer);
-    dsl_writer.put16(static_cast<int32_t>(utc_specific_hdr.size()));
-    dsl_writer.put_bytes(utc_specific_hdr);
+    dsl_writer.put16(static_cast<int32_t>(specific_hdr().size()));
+    dsl_writer.put_bytes(specific_hdr());
     return dsl_writer.bytes();
 }
 
@@ -146,10 +167,10 @@ std::string c_aformat::to_string() const
     dsl_text << " format_tag=0x" << std::hex << imc_format_tag << std::dec << " channels=" << imc_channels
              << " sample_rate=" << imc_sample_rate << " bytes_per_second=" << imc_bytes_per_second
              << " frame_size=" << imc_frame_size << " bits_per_sample=" << imc_bits_per_sample
-             << " specific_hdr_size=" << utc_specific_hdr.size();
-    if (!utc_specific_hdr.empty()) {
+             << " specific_hdr_size=" << specific_hdr().size();
+    if (!specific_hdr().empty()) {
         dsl_text << " specific_hdr=0x" << std::hex;
-        for (const uint8_t utl_byte : utc_specific_hdr)
+        for (const uint8_t utl_byte : specific_hdr())
             dsl_text << static_cast<unsigned int>(utl_byte);
     }
     return dsl_text.str();

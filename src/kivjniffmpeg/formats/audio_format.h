@@ -4,11 +4,13 @@
 #include "jni/array_holders.h"
 #include "jni/jnienv.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/formats/coded_stream.h"
 
 #include <jni.h>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -64,6 +66,13 @@ public:
     static std::unique_ptr<c_aformat> create_from_java_array(kiv::jni::c_jintarray &dsp_ints,
                                                              kiv::jni::c_jbytearray &dsp_bytes);
 
+    /**
+     * Sound of FFmpeg's codec. The format tag is the stream's, or 0 when that is a four-character code.
+     *
+     * @throws c_ffmpeg_exception when the library does not decode it
+     */
+    static std::unique_ptr<c_aformat> of_stream(c_coded_stream dsp_stream);
+
     /** The WAVE format header (18 bytes, little-endian) and the header bytes behind it. */
     std::vector<uint8_t> wave_header() const;
     /** wave_header() as a new Java array. @throws kiv::jni::c_jniexception */
@@ -88,7 +97,12 @@ public:
     int32_t bits_per_sample() const noexcept { return imc_bits_per_sample; }
     int32_t frame_size() const noexcept { return imc_frame_size; }
     int32_t bytes_per_second() const noexcept { return imc_bytes_per_second; }
-    std::span<const uint8_t> specific_hdr() const noexcept { return utc_specific_hdr; }
+    std::span<const uint8_t> specific_hdr() const noexcept
+    {
+        return dsc_stream ? dsc_stream->extradata() : std::span<const uint8_t>(utc_specific_hdr);
+    }
+    /** The stream that it was made of; null for a format tag. */
+    const c_coded_stream *stream() const noexcept { return dsc_stream ? &*dsc_stream : nullptr; }
     AVCodecID codec_id() const noexcept { return iec_codec_id; }
 
     void set_format_tag(int32_t imp_value) noexcept { imc_format_tag = imp_value; }
@@ -121,4 +135,5 @@ private:
     std::vector<uint8_t> utc_specific_hdr;
     bool bc_planar = false;
     AVCodecID iec_codec_id = AV_CODEC_ID_PCM_S16LE;
+    std::optional<c_coded_stream> dsc_stream;
 };

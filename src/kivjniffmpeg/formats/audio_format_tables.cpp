@@ -41,7 +41,7 @@ struct dsd_sample_format
 constexpr dsd_sample_format s_sample_formats[] = {
     {false, 8, AV_SAMPLE_FMT_U8, AV_SAMPLE_FMT_U8P},    {false, 16, AV_SAMPLE_FMT_S16, AV_SAMPLE_FMT_S16P},
     {false, 32, AV_SAMPLE_FMT_S32, AV_SAMPLE_FMT_S32P}, {true, 32, AV_SAMPLE_FMT_FLT, AV_SAMPLE_FMT_FLTP},
-    {true, 64, AV_SAMPLE_FMT_DBL, AV_SAMPLE_FMT_DBLP},
+    {true, 64, AV_SAMPLE_FMT_DBL, AV_SAMPLE_FMT_DBLP},  {false, 64, AV_SAMPLE_FMT_S64, AV_SAMPLE_FMT_S64P},
 };
 
 } // namespace

@@ -1,10 +1,16 @@
 #include "kivjniffmpeg/formats/video_format.h"
 
 #include "jni/java_arrays.h"
+#include "kivjniffmpeg/formats/admitted_codecs.h"
 #include "kivjniffmpeg/formats/four_character_code.h"
 #include "kivjniffmpeg/formats/media_subtypes.h"
 #include "trace/trace.h"
 
+#include <natives/StreamFields.h>
+
+#include <utility>
+
+namespace StreamFields = natives::StreamFields;
 namespace VideoFormatLayout = natives::VideoFormatLayout;
 
 c_vformat::~c_vformat() = default;
@@ -23,6 +29,20 @@ std::unique_ptr<c_vformat> c_vformat::create_from_java_array(const std::string &
     dsp_format.release();
     dsl_format->utc_extradata =
         kiv::jni::from_java(dsp_extradata, dsl_format->aimc_values[VideoFormatLayout::EXTRADATA_LENGTH]);
+    return dsl_format;
+}
+
+std::unique_ptr<c_vformat> c_vformat::of_stream(c_coded_stream dsp_stream)
+{
+    TRACE_FUNCTION(3);
+    admitted_codecs::require(dsp_stream.codec_id(), AVMEDIA_TYPE_VIDEO);
+    std::unique_ptr<c_vformat> dsl_format(new c_vformat);
+    dsl_format->dsc_codecid = dsp_stream.codec_id();
+    dsl_format->aimc_values[VideoFormatLayout::FOURCC] = static_cast<int32_t>(dsp_stream.codec_tag());
+    dsl_format->aimc_values[VideoFormatLayout::WIDTH] = dsp_stream.number(StreamFields::WIDTH);
+    dsl_format->aimc_values[VideoFormatLayout::HEIGHT] = dsp_stream.number(StreamFields::HEIGHT);
+    dsl_format->aimc_values[VideoFormatLayout::BITS_PER_PIXEL] = dsp_stream.number(StreamFields::BITS_PER_CODED_SAMPLE);
+    dsl_format->dsc_stream.emplace(std::move(dsp_stream));
     return dsl_format;
 }
 

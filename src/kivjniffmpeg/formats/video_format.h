@@ -3,6 +3,7 @@
 
 #include "jni/array_holders.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/formats/coded_stream.h"
 
 #include <jni.h>
 #include <natives/VideoFormatLayout.h>
@@ -10,12 +11,13 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 /**
- * A media subtype and its decoder, Java's VideoFormatLayout and the extradata.
+ * A media subtype and its decoder, Java's VideoFormatLayout and the extradata; or a stream whose codec FFmpeg names.
  *
  * The library reads the four-character code, size, bit count, colours, sample size and the length of the extradata. The
  * other numbers are kept for the export.
@@ -36,6 +38,9 @@ public:
                                                              kiv::jni::c_jintarray &dsp_format,
                                                              kiv::jni::c_jbytearray &dsp_extradata);
 
+    /** Video of FFmpeg's codec, with an empty subtype. @throws c_ffmpeg_exception when the library does not decode it */
+    static std::unique_ptr<c_vformat> of_stream(c_coded_stream dsp_stream);
+
     /** Java's numbers in a new array. @throws kiv::jni::c_jniexception */
     jintArray export_to_java_array(JNIEnv *adsp_env) const;
 
@@ -47,7 +52,12 @@ public:
     int32_t width() const noexcept { return aimc_values[natives::VideoFormatLayout::WIDTH]; }
     int32_t height() const noexcept { return aimc_values[natives::VideoFormatLayout::HEIGHT]; }
     int32_t bitcount() const noexcept { return aimc_values[natives::VideoFormatLayout::BITS_PER_PIXEL]; }
-    std::span<const uint8_t> extradata() const noexcept { return utc_extradata; }
+    std::span<const uint8_t> extradata() const noexcept
+    {
+        return dsc_stream ? dsc_stream->extradata() : std::span<const uint8_t>(utc_extradata);
+    }
+    /** The stream that it was made of; null for a media subtype. */
+    const c_coded_stream *stream() const noexcept { return dsc_stream ? &*dsc_stream : nullptr; }
 
 private:
     c_vformat() = default;
@@ -56,4 +66,5 @@ private:
     AVCodecID dsc_codecid = AV_CODEC_ID_NONE;
     std::array<jint, natives::VideoFormatLayout::SIZE> aimc_values{};
     std::vector<uint8_t> utc_extradata;
+    std::optional<c_coded_stream> dsc_stream;
 };

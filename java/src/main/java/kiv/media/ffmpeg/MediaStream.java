@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.time.Duration;
+import java.util.Locale;
 import java.util.Optional;
 import kiv.media.ffmpeg.natives.Disposition;
 import kiv.media.ffmpeg.natives.StreamFields;
@@ -174,7 +175,28 @@ public final class MediaStream {
         return (int) fields[StreamFields.SAMPLE_FORMAT];
     }
 
-    /** {@return whether the loaded FFmpeg has a decoder for the codec} */
+    /**
+     * {@return whether {@link VideoDecoder} or {@link AudioDecoder} decodes the codec} Both the library has to know it and
+     * the loaded FFmpeg to have a decoder for it.
+     */
+    public boolean isSupported() {
+        return fields[StreamFields.ADMITTED] != 0 && isDecodable();
+    }
+
+    /** The refusal of a stream of a codec that is not decoded. */
+    UnsupportedCodecException unsupported() {
+        String tag = kind() == MediaKind.VIDEO ? " (" + FourCharacterCode.toText(codecTag()) + ")" : "";
+        return new UnsupportedCodecException("unsupported " + kind().name().toLowerCase(Locale.ROOT) + " codec "
+                + codecName + tag + (isDecodable() ? "; this FFmpeg could decode it, but this library does not let it"
+                        : "; this FFmpeg has no decoder for it"));
+    }
+
+    /** What describes the stream to native code, laid out as {@link StreamFields}. */
+    long[] toNative() {
+        return fields.clone();
+    }
+
+    /** {@return whether the loaded FFmpeg has a decoder for the codec, which this library may not use} */
     public boolean isDecodable() {
         return fields[StreamFields.DECODABLE] != 0;
     }

@@ -89,8 +89,7 @@ public final class VideoDecoder implements AutoCloseable {
         PictureMemoryPool pool = new PictureMemoryPool();
         long address;
         try {
-            address = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, format.subtype(), format.toNative(),
-                    format.extradata(), null, pool);
+            address = format.createDecoder(context, pool);
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }

@@ -1,8 +1,10 @@
 package kiv.media.ffmpeg;
 
 import java.util.Objects;
+import java.util.Optional;
 import java.util.regex.Pattern;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
+import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
 
 /**
  * Describes compressed video for a {@link VideoDecoder}. Immutable, for any thread.
@@ -26,9 +28,11 @@ public final class VideoFormat {
     private final int bitCount;
     private final byte[] extradata;
     private final Rational timeBase;
+    /** Null for a media subtype that the library knows. */
+    private final MediaStream stream;
 
     private VideoFormat(String subtype, int fourcc, int width, int height, int bitCount, byte[] extradata,
-            Rational timeBase) {
+            Rational timeBase, MediaStream stream) {
         this.subtype = subtype;
         this.fourcc = fourcc;
         this.width = checkedSide("width", width);
@@ -36,6 +40,7 @@ public final class VideoFormat {
         this.bitCount = bitCount;
         this.extradata = Objects.requireNonNull(extradata, "extradata").clone();
         this.timeBase = Objects.requireNonNull(timeBase, "timeBase");
+        this.stream = stream;
     }
 
     /**
@@ -58,7 +63,7 @@ public final class VideoFormat {
         if (bitCount < 0) {
             throw new IllegalArgumentException("negative number of bits per pixel " + bitCount);
         }
-        return new VideoFormat(subtype, 0, width, height, bitCount, extradata, timeBase);
+        return new VideoFormat(subtype, 0, width, height, bitCount, extradata, timeBase, null);
     }
 
     /**
@@ -66,7 +71,7 @@ public final class VideoFormat {
      *
      * @param stream a video stream
      * @return the format
-     * @throws UnsupportedCodecException when the library has no subtype for its codec
+     * @throws UnsupportedCodecException when the library or the loaded FFmpeg does not decode its codec
      * @throws MediaFormatException when the size of its pictures is unknown
      * @throws IllegalArgumentException when the stream is not a video stream
      */
@@ -74,17 +79,22 @@ public final class VideoFormat {
         if (Objects.requireNonNull(stream, "stream").kind() != MediaKind.VIDEO) {
             throw new IllegalArgumentException("no video: " + stream);
         }
-        String subtype = MediaSubtypes.find(stream).orElseThrow(() -> new UnsupportedCodecException(
-                "unsupported video codec " + stream.codecName() + " (" + FourCharacterCode.toText(stream.codecTag())
-                        + ")"));
+        Optional<String> subtype = MediaSubtypes.find(stream);
+        if (subtype.isEmpty() && !stream.isSupported()) {
+            throw stream.unsupported();
+        }
         if (!isSide(stream.width()) || !isSide(stream.height())) {
             throw new MediaFormatException("pictures of an impossible size: " + stream);
         }
-        return new VideoFormat(subtype, stream.codecTag(), stream.width(), stream.height(),
-                stream.bitsPerCodedSample(), stream.extradata(), stream.timeBase());
+        return new VideoFormat(subtype.orElseGet(() -> MediaSubtypes.of(stream.codecTag())), stream.codecTag(),
+                stream.width(), stream.height(), stream.bitsPerCodedSample(), stream.extradata(), stream.timeBase(),
+                subtype.isPresent() ? null : stream);
     }
 
-    /** {@return the media subtype} */
+    /**
+     * {@return the media subtype} For a codec that {@link MediaSubtypes} does not have it is derived from the
+     * four-character code of the stream, and does not find a decoder.
+     */
     public String subtype() {
         return subtype;
     }
@@ -107,6 +117,18 @@ public final class VideoFormat {
     /** {@return the codec's private data, as a new array} */
     public byte[] extradata() {
         return extradata.clone();
+    }
+
+    /**
+     * Makes a decoder that is not open.
+     *
+     * @return the decoder's handle
+     * @throws RuntimeException when there is no decoder
+     */
+    long createDecoder(long context, Object pictures) {
+        return stream == null
+                ? c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, subtype, toNative(), extradata, null, pictures)
+                : c_codecs_ffmpeg.n_create_vcodec(context, stream.toNative(), extradata, null, pictures);
     }
 
     /** The format laid out as {@link VideoFormatLayout}. */
@@ -133,6 +155,6 @@ public final class VideoFormat {
 
     @Override
     public String toString() {
-        return "VideoFormat[" + subtype + " " + width + "x" + height + "]";
+        return "VideoFormat[" + (stream == null ? subtype : stream.codecName()) + " " + width + "x" + height + "]";
     }
 }

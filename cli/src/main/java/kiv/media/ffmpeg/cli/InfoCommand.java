@@ -111,20 +111,11 @@ final class InfoCommand implements Callable<Integer> {
             case AUDIO -> ConsoleText.sound(stream);
             default -> "";
         };
-        return isMedia(stream) && !isSupported(stream) ? text + " (not supported)" : text;
+        return isMedia(stream) && !stream.isSupported() ? text + " (not supported)" : text;
     }
 
     private static boolean isMedia(MediaStream stream) {
         return stream.kind() == MediaKind.VIDEO || stream.kind() == MediaKind.AUDIO;
-    }
-
-    /** Returns whether a decoder of this library takes the stream. */
-    private static boolean isSupported(MediaStream stream) {
-        return stream.isDecodable() && switch (stream.kind()) {
-            case VIDEO -> MediaSubtypes.find(stream).isPresent();
-            case AUDIO -> WaveFormatTags.find(stream).isPresent();
-            default -> false;
-        };
     }
 
     private static void describe(MediaInput input, MediaReader reader, JsonGenerator to) throws IOException {
@@ -154,7 +145,7 @@ final class InfoCommand implements Callable<Integer> {
             to.writeStringField("tagText", FourCharacterCode.toText(stream.codecTag()));
         }
         if (isMedia(stream)) {
-            to.writeBooleanField("supported", isSupported(stream));
+            to.writeBooleanField("supported", stream.isSupported());
         }
         number(to, "bitRate", stream.bitRate());
         fraction(to, "timeBase", stream.timeBase());

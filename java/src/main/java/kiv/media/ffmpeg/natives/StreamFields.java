@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class StreamFields {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 26;
+    @Native public static final int SIZE = 27;
 
     /** One of {@link MediaType}. */
     @Native public static final int MEDIA_TYPE = 0;
@@ -85,6 +85,9 @@ public final class StreamFields {
 
     /** Whether the shape of a pixel is the container's (1) or the compressed video's (0). */
     @Native public static final int CONTAINER_STATES_SHAPE = 25;
+
+    /** Whether the library decodes the codec (1) or not (0), when this FFmpeg has a decoder. */
+    @Native public static final int ADMITTED = 26;
 
     private StreamFields() {
     }

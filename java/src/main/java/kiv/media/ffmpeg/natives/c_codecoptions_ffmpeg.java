@@ -35,6 +35,21 @@ public final class c_codecoptions_ffmpeg {
      */
     public static final String CONTINUOUS = "continuous";
 
+    /**
+     * FFmpeg's number of the samples that an audio decoder delivers: {@link #SAMPLES_16}, the initial value,
+     * {@link #SAMPLES_32} or {@link #SAMPLES_FLOAT}, all little-endian and interleaved. Settable.
+     */
+    public static final String SAMPLE_FORMAT = "sample_format";
+
+    /** Signed integers of 16 bits. */
+    @Native public static final int SAMPLES_16 = 1;
+
+    /** Signed integers of 32 bits. */
+    @Native public static final int SAMPLES_32 = 2;
+
+    /** Floating-point numbers of 32 bits, of which -1 to 1 can be heard. */
+    @Native public static final int SAMPLES_FLOAT = 3;
+
     /** FFmpeg's number of the layout of an audio encoder's channels, instead of that for their number. Settable. */
     public static final String CHANNEL_LAYOUT = "channel_layout";
 
@@ -82,7 +97,8 @@ public final class c_codecoptions_ffmpeg {
      *
      * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_to_pcm} or
      *     {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_acodec_from_pcm}
-     * @param name the option: {@link #BIT_RATE}, {@link #CHANNEL_LAYOUT} or {@link #CONTINUOUS}
+     * @param name the option: {@link #BIT_RATE}, {@link #CHANNEL_LAYOUT}, {@link #CONTINUOUS} or
+     *     {@link #SAMPLE_FORMAT}
      * @param value the option's value
      * @throws RuntimeException when the option is unknown or the codec is open
      */
