@@ -28,5 +28,7 @@ void c_coded_stream::configure(AVCodecContext &dsp_context) const
         dsp_context.channels = number(StreamFields::CHANNELS);
         dsp_context.sample_rate = number(StreamFields::SAMPLE_RATE);
         dsp_context.block_align = number(StreamFields::BLOCK_ALIGN);
+        // Otherwise some decoders drop what they call their delay, also behind a jump, and times count from the packet's.
+        dsp_context.flags2 |= CODEC_FLAG2_SKIP_MANUAL;
     }
 }

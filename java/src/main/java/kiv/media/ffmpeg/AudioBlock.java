@@ -2,12 +2,14 @@ package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
+import java.nio.FloatBuffer;
+import java.nio.IntBuffer;
 import java.nio.ShortBuffer;
 import java.time.Duration;
 import java.util.Optional;
 
 /**
- * A block of decoded sound: interleaved PCM of 16 bits. A frame is one sample of each channel. A block is immutable,
+ * A block of decoded sound: interleaved PCM, of 16 bits unless the decoder was opened for others. A frame is one sample of each channel. A block is immutable,
  * owns its memory and does not depend on its decoder. Any thread may use it.
  *
  * <pre>{@code
@@ -20,6 +22,7 @@ import java.util.Optional;
 public final class AudioBlock {
 
     private final byte[] pcm;
+    private final SampleFormat format;
     private final int sampleRate;
     private final int channels;
     private final long timestamp;
@@ -31,12 +34,18 @@ public final class AudioBlock {
      * @param pcm whole frames, little-endian
      * @param timestamp when the first frame starts, in units of the time base, or {@link Packet#NO_TIME}
      */
-    AudioBlock(byte[] pcm, int sampleRate, int channels, long timestamp, Rational timeBase) {
+    AudioBlock(byte[] pcm, SampleFormat format, int sampleRate, int channels, long timestamp, Rational timeBase) {
         this.pcm = pcm;
+        this.format = format;
         this.sampleRate = sampleRate;
         this.channels = channels;
         this.timestamp = timestamp;
         this.timeBase = timeBase;
+    }
+
+    /** {@return the kind of its samples} */
+    public SampleFormat sampleFormat() {
+        return format;
     }
 
     /** {@return samples per second and channel} */
@@ -51,7 +60,7 @@ public final class AudioBlock {
 
     /** {@return number of frames, which is the number of samples of each channel} */
     public int frames() {
-        return pcm.length / (channels * Short.BYTES);
+        return pcm.length / (channels * format.bytes());
     }
 
     /** {@return a read-only view of the PCM in bytes, little-endian} */
@@ -59,9 +68,41 @@ public final class AudioBlock {
         return ByteBuffer.wrap(pcm).asReadOnlyBuffer().order(ByteOrder.LITTLE_ENDIAN);
     }
 
-    /** {@return a read-only view of the samples, interleaved} */
+    /**
+     * {@return a read-only view of the samples, interleaved}
+     *
+     * @throws IllegalStateException when they are not {@link SampleFormat#PCM_16}
+     */
     public ShortBuffer samples() {
+        check(SampleFormat.PCM_16);
         return data().asShortBuffer();
+    }
+
+    /**
+     * {@return a read-only view of the samples, interleaved}
+     *
+     * @throws IllegalStateException when they are not {@link SampleFormat#PCM_32}
+     */
+    public IntBuffer ints() {
+        check(SampleFormat.PCM_32);
+        return data().asIntBuffer();
+    }
+
+    /**
+     * {@return a read-only view of the samples, interleaved}
+     *
+     * @throws IllegalStateException when they are not {@link SampleFormat#FLOAT}
+     */
+    public FloatBuffer floats() {
+        check(SampleFormat.FLOAT);
+        return data().asFloatBuffer();
+    }
+
+    private void check(SampleFormat wanted) {
+        if (format != wanted) {
+            throw new IllegalStateException("the samples are " + format + ", not " + wanted
+                    + "; open the decoder for them");
+        }
     }
 
     /** {@return when it starts, in units of the stream's time base, or {@link Packet#NO_TIME} when that is unknown} */

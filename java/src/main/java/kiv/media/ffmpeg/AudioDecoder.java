@@ -11,9 +11,10 @@ import java.util.stream.Stream;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
 
 /**
- * Decodes the packets of one audio stream into PCM of 16 bits, with the stream's channels and sample rate.
+ * Decodes the packets of one audio stream into PCM, of 16 bits unless others are asked for, with the stream's channels and sample rate.
  *
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("song.mp3"));
@@ -35,15 +36,18 @@ public final class AudioDecoder implements AutoCloseable {
     private final NativeHandle handle;
     private final NativeAudioCodec codec;
     private final WaveFormat format;
+    private final SampleFormat samples;
     private final int bitRate;
     private final AudioClock clock;
     private final PacketFilter filter;
     private final Deque<AudioBlock> finished = new ArrayDeque<>();
 
-    private AudioDecoder(long address, WaveFormat format, int bitRate, Rational timeBase, MediaStream stream) {
+    private AudioDecoder(long address, WaveFormat format, SampleFormat samples, int bitRate, Rational timeBase,
+            MediaStream stream) {
         this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         this.codec = new NativeAudioCodec();
         this.format = format;
+        this.samples = samples;
         this.bitRate = bitRate;
         boolean holdsBack = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
         this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack);
@@ -61,7 +65,22 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(MediaStream stream) {
-        return open(WaveFormat.of(stream), stream.bitRate(), stream.timeBase(), stream);
+        return open(stream, SampleFormat.PCM_16);
+    }
+
+    /**
+     * Opens a decoder that delivers samples of a kind.
+     *
+     * @param stream an audio stream
+     * @param samples the kind of the samples
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the stream
+     * @throws MediaFormatException when the number of channels or the sample rate is unknown
+     * @throws IllegalArgumentException when the stream is not an audio stream
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static AudioDecoder open(MediaStream stream, SampleFormat samples) {
+        return open(WaveFormat.of(stream), samples, stream.bitRate(), stream.timeBase(), stream);
     }
 
     /**
@@ -73,11 +92,26 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(WaveFormat format) {
-        Objects.requireNonNull(format, "format");
-        return open(format, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()), null);
+        return open(format, SampleFormat.PCM_16);
     }
 
-    private static AudioDecoder open(WaveFormat format, long knownBitRate, Rational timeBase, MediaStream stream) {
+    /**
+     * Opens a decoder for packets that no {@link MediaReader} reads, as {@link #open(WaveFormat)}.
+     *
+     * @param format the compressed sound
+     * @param samples the kind of the samples
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the format
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static AudioDecoder open(WaveFormat format, SampleFormat samples) {
+        Objects.requireNonNull(format, "format");
+        return open(format, samples, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()), null);
+    }
+
+    private static AudioDecoder open(WaveFormat format, SampleFormat samples, long knownBitRate, Rational timeBase,
+            MediaStream stream) {
+        Objects.requireNonNull(samples, "samples");
         if (format.channels() > MOST_CHANNELS) {
             throw new UnsupportedCodecException("no decoder for " + format + ": decoders take at most " + MOST_CHANNELS
                     + " channels");
@@ -86,17 +120,18 @@ public final class AudioDecoder implements AutoCloseable {
         long context = FfmpegLibrary.context();
         long address;
         try {
-            address = c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, format.toNative(),
-                    format.specificHeader());
+            address = stream != null && format.formatTag() == WaveFormatTags.OTHER
+                    ? c_codecs_ffmpeg.n_create_acodec(context, stream.toNative(), stream.extradata())
+                    : c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, format.toNative(), format.specificHeader());
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
         if (address == 0) {
             throw doesNotOpen(format);
         }
-        AudioDecoder decoder = new AudioDecoder(address, format, bitRate, timeBase, stream);
+        AudioDecoder decoder = new AudioDecoder(address, format, samples, bitRate, timeBase, stream);
         try {
-            NativeAudioCodec.resampleContinuously(address);
+            NativeAudioCodec.configureDecoder(address, samples);
             // Some decoders derive the layout of their packets from the bit rate.
             decoder.restart(address);
             return decoder;
@@ -116,9 +151,9 @@ public final class AudioDecoder implements AutoCloseable {
         return format;
     }
 
-    /** {@return the format of the blocks: PCM of 16 bits} */
+    /** {@return the format of the blocks: PCM of the kind that the decoder was opened for} */
     public WaveFormat pcmFormat() {
-        return WaveFormat.pcm16(format.sampleRate(), format.channels());
+        return WaveFormat.pcm(samples, format.sampleRate(), format.channels());
     }
 
     /**
@@ -217,7 +252,7 @@ public final class AudioDecoder implements AutoCloseable {
      * {@link java.io.IOException}.
      *
      * @param reader the reader of the decoder's stream
-     * @return signed little-endian PCM of 16 bits, of unspecified length
+     * @return little-endian PCM of the kind that the decoder was opened for, of unspecified length
      * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream belongs to another
      *     reader
      * @see MediaAudio
@@ -352,9 +387,9 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     private int take(NativeAudioCodec.Result result) {
-        int frames = result.bytes().length / (format.channels() * Short.BYTES);
+        int frames = result.bytes().length / (format.channels() * samples.bytes());
         if (frames > 0) {
-            finished.add(new AudioBlock(result.bytes(), format.sampleRate(), format.channels(), clock.time(),
+            finished.add(new AudioBlock(result.bytes(), samples, format.sampleRate(), format.channels(), clock.time(),
                     clock.timeBase()));
             clock.advance(frames);
         }

@@ -187,9 +187,10 @@ public final class AudioEncoder implements AutoCloseable {
      */
     public List<Packet> encode(AudioBlock block) {
         Objects.requireNonNull(block, "block");
-        if (block.sampleRate() != format.sampleRate() || block.channels() != format.channels()) {
+        if (block.sampleRate() != format.sampleRate() || block.channels() != format.channels()
+                || block.sampleFormat() != SampleFormat.PCM_16) {
             throw new IllegalArgumentException(block + " is not " + format.sampleRate() + " Hz, " + format.channels()
-                    + " channels");
+                    + " channels of 16 bits");
         }
         return encode(block.pcm());
     }

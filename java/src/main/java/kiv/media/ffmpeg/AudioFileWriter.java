@@ -157,7 +157,7 @@ public final class AudioFileWriter implements AutoCloseable {
     public synchronized void write(AudioBlock block) throws IOException {
         throwIfClosed();
         Objects.requireNonNull(block, "block");
-        if (!format.equals(WaveFormat.pcm16(block.sampleRate(), block.channels()))) {
+        if (!format.equals(WaveFormat.pcm(block.sampleFormat(), block.sampleRate(), block.channels()))) {
             throw new IllegalArgumentException(block + " is not of the file's " + format);
         }
         writeAll(List.of(block.pcm()));
@@ -171,6 +171,10 @@ public final class AudioFileWriter implements AutoCloseable {
      * @throws MediaStateException when the file is finished or closed, or an earlier write failed
      */
     public synchronized void finish() throws IOException {
+        if (format.equals(WaveFormat.pcm(SampleFormat.FLOAT, format.sampleRate(), format.channels()))) {
+            finish(written / format.blockAlign());
+            return;
+        }
         if (format.formatTag() != WaveFormatTags.PCM) {
             throw new UnsupportedOperationException("the length of " + format + " in samples is not known; finish"
                     + " the file with it, an encoder's frames()");

@@ -98,8 +98,23 @@ public final class MediaAudio {
      * @throws IllegalArgumentException when the stream belongs to another reader, or is no audio stream
      */
     public static AudioInputStream open(MediaReader reader, MediaStream stream) {
+        return open(reader, stream, SampleFormat.PCM_16);
+    }
+
+    /**
+     * Opens the sound of one of a reader's streams in samples of a kind. Otherwise as
+     * {@link #open(MediaReader, MediaStream)}.
+     *
+     * @param reader a reader
+     * @param stream one of its audio streams
+     * @param samples the kind of the samples
+     * @return its sound, which the caller closes
+     * @throws UnsupportedCodecException when the library has no decoder for the sound
+     * @throws IllegalArgumentException when the stream belongs to another reader, or is no audio stream
+     */
+    public static AudioInputStream open(MediaReader reader, MediaStream stream, SampleFormat samples) {
         reader.check(stream);
-        return stream(reader, AudioDecoder.open(stream), true, AudioSystem.NOT_SPECIFIED);
+        return stream(reader, AudioDecoder.open(stream, samples), true, AudioSystem.NOT_SPECIFIED);
     }
 
     static AudioInputStream stream(MediaReader reader, AudioDecoder decoder, boolean owner, long frames) {

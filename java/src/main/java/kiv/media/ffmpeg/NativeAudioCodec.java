@@ -48,9 +48,10 @@ final class NativeAudioCodec {
         return c_multimediaapi_ffmpeg.n_acodec_open(address);
     }
 
-    /** Closes a decoder and has it resample sound of a changed rate without a break. */
-    static void resampleContinuously(long address) {
+    /** Closes a decoder, chooses its output and has it resample sound of a changed rate without a break. */
+    static void configureDecoder(long address, SampleFormat samples) {
         c_multimediaapi_ffmpeg.n_acodec_close(address);
+        c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.SAMPLE_FORMAT, samples.number());
         c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.CONTINUOUS, 1);
     }
 

@@ -11,7 +11,9 @@ final class PcmAudioInputStream extends AudioInputStream {
 
     /** @param frames length in frames, or {@link javax.sound.sampled.AudioSystem#NOT_SPECIFIED} */
     PcmAudioInputStream(PcmInputStream sound, WaveFormat pcm, long frames) {
-        super(sound, new AudioFormat(pcm.sampleRate(), Short.SIZE, pcm.channels(), true, false), frames);
+        super(sound, new AudioFormat(
+                pcm.formatTag() == WaveFormatTags.FLOAT ? AudioFormat.Encoding.PCM_FLOAT : AudioFormat.Encoding.PCM_SIGNED,
+                pcm.sampleRate(), pcm.bitsPerSample(), pcm.channels(), pcm.blockAlign(), pcm.sampleRate(), false), frames);
         this.sound = sound;
     }
 

@@ -4,6 +4,7 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.Arrays;
 import java.util.Objects;
+import java.util.OptionalInt;
 import kiv.media.ffmpeg.natives.AudioFormatLayout;
 
 /**
@@ -21,7 +22,6 @@ public final class WaveFormat {
     static final int MAX_CHANNELS = 64;
     static final int MAX_SAMPLE_RATE = 1_000_000;
     private static final int MAX_16 = 0xFFFF;
-    private static final int PCM_BITS = 16;
 
     private static final int OLDEST_SIZE = 14;
     private static final int PCM_SIZE = 16;
@@ -75,17 +75,32 @@ public final class WaveFormat {
      * @throws IllegalArgumentException when a number is out of its range
      */
     public static WaveFormat pcm16(int sampleRate, int channels) {
-        int blockAlign = channels * Short.BYTES;
-        return new WaveFormat(WaveFormatTags.PCM, channels, sampleRate,
-                (int) Math.min(Integer.MAX_VALUE, (long) sampleRate * blockAlign), blockAlign, PCM_BITS, new byte[0]);
+        return pcm(SampleFormat.PCM_16, sampleRate, channels);
     }
 
     /**
-     * Describes the sound of a stream.
+     * Describes the interleaved PCM of a decoder.
+     *
+     * @param samples the kind of its samples
+     * @param sampleRate samples per second and channel, 1 to 1000000
+     * @param channels number of channels, 1 to 64
+     * @return the format
+     * @throws IllegalArgumentException when a number is out of its range
+     */
+    public static WaveFormat pcm(SampleFormat samples, int sampleRate, int channels) {
+        int blockAlign = channels * samples.bytes();
+        return new WaveFormat(samples.formatTag(), channels, sampleRate,
+                (int) Math.min(Integer.MAX_VALUE, (long) sampleRate * blockAlign), blockAlign, samples.bits(),
+                new byte[0]);
+    }
+
+    /**
+     * Describes the sound of a stream. A codec that {@link WaveFormatTags} does not have gets the tag
+     * {@link WaveFormatTags#OTHER}; only {@link AudioDecoder#open(MediaStream)} decodes it.
      *
      * @param stream an audio stream
      * @return the format
-     * @throws UnsupportedCodecException when the library has no format tag for its codec
+     * @throws UnsupportedCodecException when the library or the loaded FFmpeg does not decode its codec
      * @throws MediaFormatException when its number of channels or its sample rate is unknown
      * @throws IllegalArgumentException when the stream is not an audio stream
      */
@@ -93,12 +108,16 @@ public final class WaveFormat {
         if (Objects.requireNonNull(stream, "stream").kind() != MediaKind.AUDIO) {
             throw new IllegalArgumentException("no sound: " + stream);
         }
-        int tag = WaveFormatTags.find(stream).orElseThrow(() -> new UnsupportedCodecException(
-                "unsupported audio codec " + stream.codecName()));
+        OptionalInt tag = WaveFormatTags.find(stream);
+        if (tag.isEmpty() && !stream.isSupported()) {
+            throw stream.unsupported();
+        }
+        // The header of other codecs may be longer than a WAVE header states.
+        byte[] specificHeader = tag.isEmpty() ? new byte[0] : stream.extradata();
         try {
-            return new WaveFormat(tag, stream.channels(), stream.sampleRate(),
+            return new WaveFormat(tag.orElse(WaveFormatTags.OTHER), stream.channels(), stream.sampleRate(),
                     (int) Math.max(0, Math.min(Integer.MAX_VALUE, stream.bitRate() / Byte.SIZE)), stream.blockAlign(),
-                    stream.bitsPerCodedSample(), stream.extradata());
+                    stream.bitsPerCodedSample(), specificHeader);
         } catch (IllegalArgumentException e) {
             throw new MediaFormatException(stream + " is of an impossible format: " + e.getMessage(), e);
         }

@@ -52,6 +52,9 @@ public final class WaveFormatTags {
     /** DTS. */
     public static final int DTS = 0x2001;
 
+    /** Stands for the codecs of streams that have no tag here, such as FLAC. No decoder is opened by it. */
+    public static final int OTHER = 0xFFFF;
+
     /** A tag and FFmpeg's number of the codec. */
     private record Row(int tag, int codecId) {
     }

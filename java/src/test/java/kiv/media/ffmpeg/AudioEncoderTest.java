@@ -144,7 +144,7 @@ class AudioEncoderTest {
                 () -> AudioEncoder.open(AudioCodec.AMR_NB, 44100, 2));
         refused(UnsupportedCodecException.class, "1000 bit/s", () -> AudioEncoder.open(AudioCodec.WMA2, 44100, 2, 1000));
         AudioEncoder encoder = AudioEncoder.open(AudioCodec.AAC, 44100, 2);
-        AudioBlock mono = new AudioBlock(new byte[4], 44100, 1, 0, new Rational(1, 44100));
+        AudioBlock mono = new AudioBlock(new byte[4], SampleFormat.PCM_16, 44100, 1, 0, new Rational(1, 44100));
         refused(IllegalArgumentException.class, "", () -> encoder.encode(new byte[6]), () -> encoder.encode(mono));
         ByteBuffer readOnly = ByteBuffer.allocateDirect(44100 * 4).asReadOnlyBuffer();
         assertThat(encoder.encode(readOnly)).isNotEmpty();

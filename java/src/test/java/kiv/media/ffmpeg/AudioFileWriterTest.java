@@ -23,7 +23,7 @@ class AudioFileWriterTest {
     Path directory;
 
     private static AudioBlock block(int bytes) {
-        return new AudioBlock(new byte[bytes], 8000, 1, 0, new Rational(1, 8000));
+        return new AudioBlock(new byte[bytes], SampleFormat.PCM_16, 8000, 1, 0, new Rational(1, 8000));
     }
 
     @Test
@@ -76,7 +76,7 @@ class AudioFileWriterTest {
         }
         try (AudioFileWriter writer = AudioFileWriter.create(directory.resolve("c"), pcm, AudioContainer.WAV)) {
             writer.write(block(100));
-            AudioBlock stereo = new AudioBlock(new byte[4], 8000, 2, 0, new Rational(1, 8000));
+            AudioBlock stereo = new AudioBlock(new byte[4], SampleFormat.PCM_16, 8000, 2, 0, new Rational(1, 8000));
             refused(IllegalArgumentException.class, "", () -> writer.write(stereo), () -> writer.finish(-1));
         }
         assertThat(directory).isEmptyDirectory();

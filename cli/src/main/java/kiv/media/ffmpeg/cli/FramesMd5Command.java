@@ -19,6 +19,7 @@ import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.Rational;
+import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.VideoDecoder;
 import picocli.CommandLine.ArgGroup;
 import picocli.CommandLine.Command;
@@ -60,6 +61,10 @@ final class FramesMd5Command implements Callable<Integer> {
 
     @Mixin
     private MediaInput input;
+
+    @Option(names = "--samples", paramLabel = "KIND", defaultValue = "PCM_16",
+            description = "Sound in samples of this kind: ${COMPLETION-CANDIDATES}.")
+    private SampleFormat samples;
 
     @ArgGroup
     private Choice choice;
@@ -149,7 +154,7 @@ final class FramesMd5Command implements Callable<Integer> {
     }
 
     private void sound(MediaStream stream) throws IOException {
-        try (AudioDecoder decoder = input.openAudioDecoder(stream)) {
+        try (AudioDecoder decoder = input.openAudioDecoder(stream, samples)) {
             Rational timeBase = new Rational(1, decoder.format().sampleRate());
             SampleClock clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
@@ -167,7 +172,11 @@ final class FramesMd5Command implements Callable<Integer> {
     private void print(List<AudioBlock> blocks, String codec, Rational timeBase, SampleClock clock) throws IOException {
         for (AudioBlock block : blocks) {
             if (lines == 0) {
-                header(timeBase, "audio", "pcm_s16le");
+                header(timeBase, "audio", switch (samples) {
+                    case PCM_16 -> "pcm_s16le";
+                    case PCM_32 -> "pcm_s32le";
+                    case FLOAT -> "pcm_f32le";
+                });
                 out.println("#sample_rate 0: " + block.sampleRate());
                 out.println("#channel_layout_name 0: " + layout(block.channels(), codec));
                 columns();

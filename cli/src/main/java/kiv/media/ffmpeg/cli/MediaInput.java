@@ -13,6 +13,7 @@ import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.ReaderLimits;
+import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import kiv.media.ffmpeg.VideoDecoder;
 import picocli.CommandLine.Mixin;
@@ -145,7 +146,11 @@ final class MediaInput {
     }
 
     AudioDecoder openAudioDecoder(MediaStream stream) {
-        return named(() -> AudioDecoder.open(stream));
+        return openAudioDecoder(stream, SampleFormat.PCM_16);
+    }
+
+    AudioDecoder openAudioDecoder(MediaStream stream, SampleFormat samples) {
+        return named(() -> AudioDecoder.open(stream, samples));
     }
 
     private <T> T named(Supplier<T> opening) {

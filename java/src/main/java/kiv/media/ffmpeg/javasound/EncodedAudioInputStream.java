@@ -11,8 +11,10 @@ import kiv.media.ffmpeg.MediaAudio;
 import kiv.media.ffmpeg.MediaException;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.MediaStateException;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
+import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.io.BlockInputStream;
 
 /**
@@ -79,6 +81,7 @@ public final class EncodedAudioInputStream extends AudioInputStream {
 
     private final PacketInputStream packets;
     private AudioInputStream decoded;
+    private SampleFormat samples;
 
     private EncodedAudioInputStream(PacketInputStream packets) {
         super(packets, SoundFormats.of(packets.stream), AudioSystem.NOT_SPECIFIED);
@@ -135,10 +138,18 @@ public final class EncodedAudioInputStream extends AudioInputStream {
         return packets.reader;
     }
 
-    /** The sound as PCM of 16 bits. Each call returns the same stream, because there is one reader. */
-    synchronized AudioInputStream decoded() {
+    /**
+     * The sound as PCM. Each call returns the same stream, because there is one reader.
+     *
+     * @throws MediaStateException when the sound is decoded into samples of another kind already
+     */
+    synchronized AudioInputStream decoded(SampleFormat wanted) {
         if (decoded == null) {
-            decoded = MediaAudio.open(packets.reader, packets.stream);
+            decoded = MediaAudio.open(packets.reader, packets.stream, wanted);
+            samples = wanted;
+        }
+        if (samples != wanted) {
+            throw new MediaStateException("the sound is decoded into " + samples + " already");
         }
         return decoded;
     }

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.javasound;
 
 import java.io.IOException;
+import java.util.Arrays;
 import java.util.Locale;
 import javax.sound.sampled.AudioFormat;
 import javax.sound.sampled.AudioFormat.Encoding;
@@ -12,10 +13,12 @@ import kiv.media.ffmpeg.MediaException;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.SampleFormat;
 
 /**
- * Decodes compressed sound for {@link AudioSystem}, which finds this class as a service provider. The result is signed
- * little-endian PCM of 16 bits with the same sample rate and channels.
+ * Decodes compressed sound for {@link AudioSystem}, which finds this class as a service provider. The result is
+ * little-endian PCM with the same sample rate and channels: signed integers of 16 bits, or of 32 bits or floating-point
+ * numbers of 32 bits where these are asked for.
  *
  * <p>It decodes every {@link EncodedAudioInputStream}. It also decodes streams of other providers with one of the
  * encodings {@code MP1}, {@code MP2}, {@code MP3}, {@code AAC} (in ADTS frames), {@code AC3} or {@code DTS}, which need
@@ -38,7 +41,7 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
 
     @Override
     public Encoding[] getTargetEncodings() {
-        return new Encoding[] {Encoding.PCM_SIGNED};
+        return new Encoding[] {Encoding.PCM_SIGNED, Encoding.PCM_FLOAT};
     }
 
     @Override
@@ -49,19 +52,21 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
     @Override
     public AudioFormat[] getTargetFormats(Encoding targetEncoding, AudioFormat sourceFormat) {
         return isConversionSupported(targetEncoding, sourceFormat)
-                ? new AudioFormat[] {SoundFormats.decoded(sourceFormat)} : new AudioFormat[0];
+                ? Arrays.stream(SampleFormat.values()).map(samples -> SoundFormats.decoded(sourceFormat, samples))
+                        .filter(format -> format.getEncoding().equals(targetEncoding)).toArray(AudioFormat[]::new)
+                : new AudioFormat[0];
     }
 
-    /** {@return whether the target is PCM of 16 bits as described above; unspecified properties match} */
+    /** {@return whether the target is PCM as described above; unspecified properties match} */
     @Override
     public boolean isConversionSupported(AudioFormat targetFormat, AudioFormat sourceFormat) {
-        return SoundFormats.isDecodable(sourceFormat) && SoundFormats.decoded(sourceFormat).matches(targetFormat);
+        return SoundFormats.samples(targetFormat, sourceFormat).isPresent();
     }
 
     /**
      * Decodes compressed sound.
      *
-     * @param targetEncoding PCM_SIGNED
+     * @param targetEncoding PCM_SIGNED, for 16 bits, or PCM_FLOAT
      * @param sourceStream compressed sound, which only the result reads from now on
      * @return the PCM
      * @throws IllegalArgumentException when the provider does not support the conversion
@@ -71,23 +76,23 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
         if (!isConversionSupported(targetEncoding, sourceStream.getFormat())) {
             throw unsupported(targetEncoding, sourceStream);
         }
-        return decode(sourceStream);
+        return decode(sourceStream,
+                targetEncoding.equals(Encoding.PCM_FLOAT) ? SampleFormat.FLOAT : SampleFormat.PCM_16);
     }
 
     /**
      * Decodes compressed sound.
      *
-     * @param targetFormat PCM_SIGNED of 16 bits, little-endian, with the source's sample rate and channels
+     * @param targetFormat PCM_SIGNED of 16 or 32 bits or PCM_FLOAT of 32 bits, little-endian, with the source's sample
+     *     rate and channels
      * @param sourceStream compressed sound, which only the result reads from now on
      * @return the PCM
      * @throws IllegalArgumentException when the provider does not support the conversion
      */
     @Override
     public AudioInputStream getAudioInputStream(AudioFormat targetFormat, AudioInputStream sourceStream) {
-        if (!isConversionSupported(targetFormat, sourceStream.getFormat())) {
-            throw unsupported(targetFormat, sourceStream);
-        }
-        return decode(sourceStream);
+        return decode(sourceStream, SoundFormats.samples(targetFormat, sourceStream.getFormat())
+                .orElseThrow(() -> unsupported(targetFormat, sourceStream)));
     }
 
     private static IllegalArgumentException unsupported(Object target, AudioInputStream source) {
@@ -95,15 +100,17 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
                 + "; decode into " + Encoding.PCM_SIGNED + " of 16 bits first and convert that");
     }
 
-    private static AudioInputStream decode(AudioInputStream source) {
+    private static AudioInputStream decode(AudioInputStream source, SampleFormat samples) {
         try {
-            return source instanceof EncodedAudioInputStream ours ? ours.decoded() : decodeForeign(source);
+            return source instanceof EncodedAudioInputStream ours ? ours.decoded(samples)
+                    : decodeForeign(source, samples);
         } catch (MediaException | IOException e) {
             throw new IllegalArgumentException("cannot decode " + source.getFormat() + ": " + e.getMessage(), e);
         }
     }
 
-    private static AudioInputStream decodeForeign(AudioInputStream source) throws IOException {
+    private static AudioInputStream decodeForeign(AudioInputStream source, SampleFormat samples)
+            throws IOException {
         AudioFormat claimed = source.getFormat();
         String encoding = claimed.getEncoding().toString();
         if (!SoundFormats.SELF_FRAMING.contains(encoding)) {
@@ -119,7 +126,7 @@ public final class FfmpegFormatConversionProvider extends FormatConversionProvid
                 throw new MediaFormatException("the stream carries " + stream.codecName() + " of "
                         + stream.sampleRate() + " Hz with " + stream.channels() + " channels");
             }
-            AudioInputStream decoded = MediaAudio.open(reader, stream);
+            AudioInputStream decoded = MediaAudio.open(reader, stream, samples);
             spool.adoptSource();
             spool.goForwardOnly();
             return decoded;

@@ -1,9 +1,13 @@
 package kiv.media.ffmpeg.javasound;
 
+import java.util.Arrays;
 import java.util.HashMap;
 import java.util.Locale;
 import java.util.Map;
+import java.util.Optional;
 import java.util.Set;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import javax.sound.sampled.AudioFileFormat;
 import javax.sound.sampled.AudioFormat;
@@ -13,6 +17,7 @@ import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.LibraryException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.WaveFormat;
 import kiv.media.ffmpeg.WaveFormatTags;
 
@@ -28,10 +33,14 @@ final class SoundFormats {
 
     /** Codecs whose frames mark their start and length, so that they need no container. */
     static final Set<String> SELF_FRAMING = Set.of("MP1", "MP2", "MP3", "AAC", "AC3", "DTS");
-    /** The other codecs of the providers, those of {@link WaveFormatTags}. */
+    /** The other codecs of the providers. */
     private static final Set<String> OTHERS = Set.of("WMAV1", "WMAV2", "WMAPRO", "WMALOSSLESS", "AMR_NB", "GSM_MS",
             "ADPCM_G722", "ADPCM_MS", "ADPCM_IMA_WAV", "ADPCM_IMA_DK3", "ADPCM_IMA_DK4", "ADPCM_YAMAHA", "ADPCM_CT",
-            "TRUESPEECH", "SIPR", "ATRAC3");
+            "TRUESPEECH", "SIPR", "ATRAC3", "OPUS", "VORBIS", "FLAC", "ALAC", "EAC3", "TRUEHD", "MLP", "AMR_WB", "SPEEX",
+            "WAVPACK", "APE", "TTA");
+
+    /** FFmpeg's name of a codec of plain samples. */
+    private static final Pattern PLAIN = Pattern.compile("pcm_([suf])(8|16|24|32|64)(le|be)?");
 
     private static final Map<String, AudioFileFormat.Type> TYPES = Map.of(
             "wav", AudioFileFormat.Type.WAVE,
@@ -57,14 +66,31 @@ final class SoundFormats {
             case WaveFormatTags.FLOAT -> plain(Encoding.PCM_FLOAT, wave, Float.SIZE);
             case WaveFormatTags.ALAW -> plain(Encoding.ALAW, wave, Byte.SIZE);
             case WaveFormatTags.MULAW -> plain(Encoding.ULAW, wave, Byte.SIZE);
-            default -> compressed(stream, wave);
+            default -> other(stream, wave);
         };
     }
 
-    /** A format whose packets are plain samples, which the JDK converts. */
+    private static AudioFormat other(MediaStream stream, WaveFormat wave) {
+        Matcher plain = PLAIN.matcher(stream.codecName());
+        if (!plain.matches()) {
+            return compressed(stream, wave);
+        }
+        Encoding encoding = switch (plain.group(1)) {
+            case "s" -> Encoding.PCM_SIGNED;
+            case "u" -> Encoding.PCM_UNSIGNED;
+            default -> Encoding.PCM_FLOAT;
+        };
+        return plain(encoding, wave, Integer.parseInt(plain.group(2)), "be".equals(plain.group(3)));
+    }
+
     private static AudioFormat plain(Encoding encoding, WaveFormat wave, int bits) {
+        return plain(encoding, wave, bits, false);
+    }
+
+    /** A format whose packets are plain samples, which the JDK converts. */
+    private static AudioFormat plain(Encoding encoding, WaveFormat wave, int bits, boolean bigEndian) {
         return new AudioFormat(encoding, wave.sampleRate(), bits, wave.channels(),
-                wave.channels() * bits / Byte.SIZE, wave.sampleRate(), false);
+                wave.channels() * bits / Byte.SIZE, wave.sampleRate(), bigEndian);
     }
 
     private static AudioFormat compressed(MediaStream stream, WaveFormat wave) {
@@ -100,9 +126,17 @@ final class SoundFormats {
         }
     }
 
-    /** The format of the decoded sound. */
-    static AudioFormat decoded(AudioFormat format) {
-        return new AudioFormat(format.getSampleRate(), Short.SIZE, format.getChannels(), true, false);
+    /** The format of the sound that is decoded into samples of a kind. */
+    static AudioFormat decoded(AudioFormat format, SampleFormat samples) {
+        return new AudioFormat(samples == SampleFormat.FLOAT ? Encoding.PCM_FLOAT : Encoding.PCM_SIGNED,
+                format.getSampleRate(), samples.bits(), format.getChannels(), samples.bytes() * format.getChannels(),
+                format.getSampleRate(), false);
+    }
+
+    /** The kind of samples that a conversion delivers, the one of 16 bits where several fit. */
+    static Optional<SampleFormat> samples(AudioFormat target, AudioFormat source) {
+        return !isDecodable(source) ? Optional.empty()
+                : Arrays.stream(SampleFormat.values()).filter(one -> decoded(source, one).matches(target)).findFirst();
     }
 
     /** The type of a container. */
