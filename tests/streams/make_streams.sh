@@ -324,8 +324,9 @@ heard adpcm_swf.flv mono 22050 -c:a adpcm_swf
 heard g726.wav mono 8000 -c:a g726
 heard g726.au mono 8000 -c:a g726le -b:a 32k
 # Codecs that FFmpeg decodes and the library does not
-video snow.avi - none 160x120 4 -c:v snow
-audio nellymoser.flv - mono 22050 -c:a nellymoser
+both=(-f lavfi -i testsrc2=size=160x120:rate=25:duration=0.4 -f lavfi -i sine=sample_rate=22050:duration=0.4)
+file=snow_mp3.avi encode "${both[@]}" -flags +bitexact -c:v snow -c:a libmp3lame
+file=flv1_nellymoser.flv encode "${both[@]}" -flags +bitexact -c:v flv -c:a nellymoser
 
 rm ./*_small.*
 printf '%s\n' "$made_by" >.made_by

@@ -130,7 +130,7 @@ class VideoDecoderTest {
 
     @Test
     void whatCannotBeDecodedIsToldAtOnce() throws IOException {
-        try (MediaReader reader = MediaReader.open(TestMedia.stream("snow.avi"))) {
+        try (MediaReader reader = MediaReader.open(TestMedia.stream("snow_mp3.avi"))) {
             MediaStream video = reader.firstVideo().orElseThrow();
             refused(UnsupportedCodecException.class, "snow (SNOW); this FFmpeg could", () -> VideoDecoder.open(video));
             refused(IllegalArgumentException.class, "", () -> AudioDecoder.open(video));

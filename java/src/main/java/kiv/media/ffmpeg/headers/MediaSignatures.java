@@ -38,6 +38,16 @@ public final class MediaSignatures {
             new Signature(0, "0&\u00b2u\u008ef\u00cf\u0011"),
             new Signature(0, "FLV\u0001"),
             new Signature(0, "OggS"),
+            new Signature(0, "fLaC"),
+            // Core Audio, Wave64, Creative Voice.
+            new Signature(0, "caff\0\u0001"),
+            new Signature(0, "riff.\u0091\u00cf\u0011"),
+            new Signature(0, "Creative Voice File"),
+            // WavPack, Monkey's Audio, True Audio, DSD.
+            new Signature(0, "wvpk"),
+            new Signature(0, "MAC "),
+            new Signature(0, "TTA1"),
+            new Signature(0, "DSD "),
             // MPEG program streams.
             new Signature(0, "\0\0\u0001\u00ba"),
             // DTS in its four ways of packing bits.
