@@ -141,6 +141,8 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
         const size_t ull_count = std::min({utl_pending.size(), static_cast<size_t>(inp_length), ull_most});
         std::memcpy(autp_to, utl_pending.data(), ull_count);
         utl_pending = utl_pending.subspan(ull_count);
+        if (dsp_source.dsc_limits.is_opening())
+            dsp_source.dsc_endless_parts.rename({autp_to, ull_count});
         return static_cast<int64_t>(ull_count);
     }));
 }
@@ -188,6 +190,7 @@ int64_t c_mediasource::ask_size(const c_jnienv &dsp_env)
 int64_t c_mediasource::move(const c_jnienv &dsp_env, int64_t ilp_position)
 {
     utc_pending = {};
+    dsc_endless_parts.jump();
     // A damaged size may lead to any position. As with a file, FFmpeg's readers expect to seek there and find the end,
     // but a channel refuses positions that no file can have.
     bc_behind_known_end = ilp_position > ilc_known_size && ask_size(dsp_env) >= 0 && ilp_position > ilc_known_size;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "jni/jnienv.h"
+#include "kivjniffmpeg/containers/endless_parts.h"
 #include "kivjniffmpeg/containers/reader_limits.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
@@ -90,6 +91,7 @@ private:
 
     c_reader_limits &dsc_limits;
     const c_avformat_ctx *adsc_container = nullptr;
+    c_endless_parts dsc_endless_parts;
     c_global_ref avoc_source;
     c_global_ref avoc_buffer; // keeps the memory below
     const uint8_t *autc_bytes = nullptr;

@@ -14,8 +14,8 @@ import kiv.media.ffmpeg.natives.ReaderLimitFields;
  * try (MediaReader reader = MediaReader.open(upload, strict)) { ... }
  * }</pre>
  *
- * <p>FFmpeg cannot be stopped at any time: it is refused more bytes and packets. A few damaged files let it loop without
- * asking for any, which no limit ends; {@code SECURITY.md} lists them.
+ * <p>FFmpeg cannot be stopped at any time: it is refused more bytes and packets. No limit ends a loop of FFmpeg's that
+ * asks for none; {@code SECURITY.md} describes what is known about those.
  *
  * @param processorTime the time that the thread computes. Waiting for a channel's bytes does not count
  * @param bytes the bytes that are read, those too that are read again

@@ -10,7 +10,7 @@
  *
  * <p>Failures are unchecked {@link kiv.media.ffmpeg.MediaException}s that state the reason, or an
  * {@link java.io.IOException} where bytes cannot be read. No misuse crashes the virtual machine. A file that was made to
- * do harm may, because FFmpeg reads it in the same process; {@code SECURITY.md} lists the known kinds. One thread at a
+ * do harm may, because FFmpeg reads it in the same process; {@code SECURITY.md} says what is kept out. One thread at a
  * time uses an object, and different objects work in parallel. Times for people are {@link java.time.Duration}s. Exact
  * times are whole numbers in the unit of their stream,
  * {@link kiv.media.ffmpeg.MediaStream#timeBase()}.

@@ -12,7 +12,9 @@ import java.nio.file.Path;
 import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
+import java.util.concurrent.TimeUnit;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.Timeout;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
@@ -37,6 +39,14 @@ class HostileBytesTest {
         try (AudioDecoder decoder = AudioDecoder.open(WaveFormat.pcm16(8000, 1))) {
             assertThat(Sounds.join(decoder.decode(pcm))).isEqualTo(pcm);
         }
+    }
+
+    /** FFmpeg would wait for ever for the end of the list of Nikon tags. */
+    @Test
+    @Timeout(value = 1, unit = TimeUnit.MINUTES, threadMode = Timeout.ThreadMode.SEPARATE_THREAD)
+    void openingEndsWhereAListDoesNot() {
+        byte[] avi = bytes("RIFF", 0x10000, "AVI LIST", 0x10000, "ncdt");
+        assertThatThrownBy(() -> MediaReader.open(new HostileChannel(avi))).isInstanceOf(MediaFormatException.class);
     }
 
     @ParameterizedTest

@@ -8,8 +8,8 @@ import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.TimeUnit;
 
 /**
- * Watches the opening of a file. A few damaged files let FFmpeg loop without asking for more bytes, so that the limits of
- * a reader do not end it, and Java cannot stop a thread in native code. What remains is to end the process.
+ * Watches the opening of a file. A damaged file may let FFmpeg loop without asking for more bytes, so that the limits of a
+ * reader do not end it, and Java cannot stop a thread in native code. What remains is to end the process.
  */
 final class LoopGuard {
 

@@ -156,10 +156,14 @@ class MainTest {
         Programs.output(List.of(words("ffmpeg -nostdin -v error -i streams/h264_baseline_320x240.mp4 -c copy -aspect 16:9 "
                 + film, directory)));
         TestMedia.placed(film, film, a, b, c, d);
-        succeed("decode -q tmp/a.mp4 -o tmp/a.y4m");
-        assertThat(directory.resolve("a.y4m")).hasBinaryContent(Programs.output(List.of(
-                words("ffmpeg -nostdin -v error -i tmp/a.mp4 -fps_mode passthrough -f yuv4mpegpipe -", directory))))
-                .content(StandardCharsets.ISO_8859_1).contains(" A" + shape + " ");
+        for (String options : List.of("", " -noautorotate")) {
+            succeed("decode -q tmp/a.mp4 -o tmp/a.y4m" + (options.isEmpty() ? "" : " --as-stored"));
+            assertThat(directory.resolve("a.y4m")).hasBinaryContent(Programs.output(List.of(words("ffmpeg -nostdin -v error"
+                    + options + " -i tmp/a.mp4 -fps_mode passthrough -f yuv4mpegpipe -", directory))))
+                    .content(StandardCharsets.ISO_8859_1).contains(options.isEmpty() ? " A" + shape + " " : " A4:3 ");
+        }
+        succeed("decode -q tmp/a.mp4 -o tmp/a.png --size 300x300");
+        assertThat(pixelsPerUnit()).isEqualTo(shape.equals("4:3") ? List.of(9, 16) : List.of(16, 9));
         succeed("frames-md5 tmp/a.mp4");
         assertThat(output).contains("#dimensions 0: 320x240", "#sar 0: 4/3");
     }
@@ -172,10 +176,14 @@ class MainTest {
         succeed("decode -q --limit 1 streams/dv_pal.dv -o tmp/a.png " + options);
         ByteBuffer png = ByteBuffer.wrap(Files.readAllBytes(directory.resolve("a.png")));
         assertThat(List.of(png.getInt(16), png.getInt(20))).containsExactly(width, height);
-        String text = StandardCharsets.ISO_8859_1.decode(png).toString();
-        int place = text.indexOf("pHYs");
-        assertThat(place > 0 ? List.of(png.getInt(place + 4), png.getInt(place + 8)) : List.of())
+        assertThat(pixelsPerUnit())
                 .isEqualTo(options.startsWith("--as") ? List.of(15, 16) : width == height ? List.of(3, 4) : List.of());
+    }
+
+    private List<Integer> pixelsPerUnit() throws IOException {
+        ByteBuffer png = ByteBuffer.wrap(Files.readAllBytes(directory.resolve("a.png")));
+        int place = new String(png.array(), StandardCharsets.ISO_8859_1).indexOf("pHYs");
+        return place > 0 ? List.of(png.getInt(place + 4), png.getInt(place + 8)) : List.of();
     }
 
     @ParameterizedTest

@@ -51,7 +51,7 @@ class FuzzTest {
                 command -> new Thread(command).start())).toList().forEach(CompletableFuture::join);
         System.out.println("fuzz: seed " + Attempts.SEED + ", " + count + " inputs, findings: " + kinds);
         assertThat(kinds.keySet()).as("findings, the first of each kind saved in %s", directory)
-                .allMatch(kind -> kind.startsWith("FFmpeg "));
+                .allMatch(kind -> kind.startsWith("FFmpeg's "));
     }
 
     /** Runs virtual machines one after the other, until the inputs or the time are used up. */
@@ -95,7 +95,7 @@ class FuzzTest {
                 .map(MatchResult::group).findFirst().orElse("");
         String words = log.lines().filter(line -> line.startsWith(Attempts.TOLD) || LAST_WORDS.matcher(line).matches())
                 .map(line -> line.replace(Attempts.TOLD, "")).findFirst().orElse("");
-        String kind = (frame.matches("C  \\[lib(av|sw).*") ? "FFmpeg dies in " : "") + (frame + words).strip();
+        String kind = (frame.matches("C  \\[lib(av|sw).*") ? "FFmpeg's " : "") + (frame + " " + words).strip();
         kind = kind.isEmpty() ? "status " + status : kind;
         if (kinds.merge(kind, 1, Integer::sum) <= SAVED) {
             Path input = directory.resolve(Attempts.SEED + "-" + index);
