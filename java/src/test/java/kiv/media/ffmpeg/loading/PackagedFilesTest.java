@@ -166,8 +166,9 @@ class PackagedFilesTest {
     @Test
     void whatTheBridgeCannotLoadIsTold() throws Exception {
         Path broken = ffmpeg("broken", FfmpegLine.NEWER.get(0).libraries());
-        assertThat(outputOf(machine(List.of(cacheIn(cache), "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken)))).contains(
-                LibraryException.class.getName() + ": cannot load FFmpeg from " + broken + ": ", "libavutil.so.60: file too short");
+        String property = "-D" + FfmpegLibrary.DIRECTORY_PROPERTY + "=" + broken;
+        assertThat(outputOf(machine(List.of(cacheIn(cache), property)))).contains(LibraryException.class.getName()
+                + ": cannot load FFmpeg from " + broken + ": ", "libavutil.so.60: file too short");
     }
 
     /** Stands in for a package or a directory of FFmpeg's: what is in the files does not matter before they are loaded. */
