@@ -123,6 +123,8 @@ class VideoEntryPointsTest {
     void callsInTheWrongOrderAreToldAndHarmNothing() {
         create(VideoFormat.of(TRACK.stream()), PictureFormat.I420, null);
         assertThat(process(TRACK, 0)).as("not open").isEqualTo(ProcessResult.DECODING_ERROR);
+        refused(RuntimeException.class, "no such text of FFmpeg: 4",
+                () -> c_codecoptions_ffmpeg.n_get_ffmpeg_text(FfmpegLibrary.context(), 4));
         refused(RuntimeException.class, "nonsense", () -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec, "nonsense", 1));
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
         refused(RuntimeException.class, "", () -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec,

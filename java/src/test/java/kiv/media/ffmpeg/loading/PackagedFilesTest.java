@@ -68,7 +68,7 @@ class PackagedFilesTest {
             } else {
                 FfmpegLibrary.load(Path.of(path));
             }
-            return "loaded from " + FfmpegLibrary.directory();
+            return "loaded from " + FfmpegLibrary.directory() + ": " + FfmpegLibrary.build();
         }
     }
 
@@ -110,7 +110,7 @@ class PackagedFilesTest {
         }
         for (Process machine : machines) {
             assertThat(new String(machine.getInputStream().readAllBytes())).contains("loaded from " + cache.toRealPath(),
-                    ", true");
+                    "FFmpeg 8.0.1 (LGPL version 3 or later) in " + cache + "/ffmpeg-", ", behind the bridge, true");
             assertThat(machine.waitFor()).isZero();
         }
         assertUnpacked();
