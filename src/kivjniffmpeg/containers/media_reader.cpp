@@ -326,7 +326,7 @@ void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t il
     TRACE_FUNCTION(3);
     if (imp_stream != natives::c_mediareader_ffmpeg::NO_STREAM)
         static_cast<void>(stream_at(imp_stream));
-    if ((imp_flags & ~(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY)) != 0)
+    if ((imp_flags & ~(AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_BYTE | AVSEEK_FLAG_ANY)) != 0)
         throw_ffmpeg_exception(2613, "unknown seek flags: ", imp_flags);
     if (!has_exact_time_bases())
         throw_ffmpeg_exception(2615, "cannot seek, the file's units of time are impossible");

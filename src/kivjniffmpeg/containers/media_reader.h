@@ -72,7 +72,7 @@ public:
 
     /**
      * @param imp_stream the stream in whose time base the time is; -1 for microseconds
-     * @param imp_flags AVSEEK_FLAG_BACKWARD and AVSEEK_FLAG_ANY
+     * @param imp_flags AVSEEK_FLAG_BACKWARD, AVSEEK_FLAG_BYTE and AVSEEK_FLAG_ANY
      * @throws c_ffmpeg_exception when the container cannot seek there, or when FFmpeg would die of it
      */
     void seek(const kiv::jni::c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags);

@@ -28,6 +28,7 @@ static_assert(natives::MediaType::AUDIO == AVMEDIA_TYPE_AUDIO);
 static_assert(natives::MediaType::DATA == AVMEDIA_TYPE_DATA);
 static_assert(natives::MediaType::SUBTITLE == AVMEDIA_TYPE_SUBTITLE);
 static_assert(natives::SeekFlags::BACKWARD == AVSEEK_FLAG_BACKWARD);
+static_assert(natives::SeekFlags::BYTE == AVSEEK_FLAG_BYTE);
 static_assert(natives::SeekFlags::ANY == AVSEEK_FLAG_ANY);
 
 c_mediareader *reader_of(jlong ilp_handle)

@@ -310,6 +310,22 @@ public final class MediaReader implements AutoCloseable {
         }
     }
 
+    /** Moves near a place of a stream, which may be a position in bytes. @return whether the container can do that */
+    boolean trySeek(int stream, long place, boolean inBytes) throws IOException {
+        return handle.call(address -> {
+            try {
+                c_mediareader_ffmpeg.n_reader_seek(address, stream, place,
+                        inBytes ? SeekFlags.BYTE : SeekFlags.BACKWARD);
+                return true;
+            } catch (RuntimeException e) {
+                if (source.threw(e)) {
+                    throw e;
+                }
+                return false;
+            }
+        });
+    }
+
     private void seek(int stream, long time) throws IOException {
         handle.call(address -> {
             try {

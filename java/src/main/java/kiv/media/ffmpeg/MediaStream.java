@@ -99,6 +99,11 @@ public final class MediaStream {
         return time(fields[StreamFields.START_TIME]);
     }
 
+    /** When the stream starts, in units of its time base; {@link Packet#NO_TIME} when unknown. */
+    long startTicks() {
+        return fields[StreamFields.START_TIME];
+    }
+
     /** {@return bits per second} */
     public long bitRate() {
         return fields[StreamFields.BIT_RATE];

@@ -51,8 +51,24 @@ final class PacketTimes {
      */
     Times of(long key, Packet fed) {
         Packet own = find(key);
-        long presentation = own == null ? Packet.NO_TIME : own.presentationTime();
-        long decoding = fed.decodingTime();
+        return choose(own == null ? Packet.NO_TIME : own.presentationTime(), own == null ? 0 : own.duration(),
+                fed.decodingTime());
+    }
+
+    /** Returns the presentation times of both packets. */
+    Times numbers(long key, Packet fed) {
+        Packet own = find(key);
+        return new Times(own == null ? Packet.NO_TIME : own.presentationTime(), fed.presentationTime());
+    }
+
+    /**
+     * Computes the times of a picture.
+     *
+     * @param presentation the presentation time of its own packet
+     * @param duration the duration of its own packet
+     * @param decoding the decoding time of the packet whose decoding delivered it
+     */
+    Times choose(long presentation, long duration, long decoding) {
         if (decoding != Packet.NO_TIME) {
             decodingFaults += decoding <= lastDecoding ? 1 : 0;
             lastDecoding = decoding;
@@ -67,7 +83,19 @@ final class PacketTimes {
         }
         boolean believePresentation = presentation != Packet.NO_TIME
                 && (decoding == Packet.NO_TIME || presentationFaults <= decodingFaults);
-        return new Times(believePresentation ? presentation : decoding, own == null ? 0 : own.duration());
+        return new Times(believePresentation ? presentation : decoding, duration);
+    }
+
+    /** Returns what the times of the next pictures depend on. */
+    long[] state() {
+        return new long[] {lastPresentation, lastDecoding, presentationFaults, decodingFaults};
+    }
+
+    void restore(long[] state) {
+        lastPresentation = state[0];
+        lastDecoding = state[1];
+        presentationFaults = state[2];
+        decodingFaults = state[3];
     }
 
     /** Drops all packets, for a jump in the stream. */

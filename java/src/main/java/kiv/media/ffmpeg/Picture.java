@@ -49,6 +49,11 @@ public final class Picture implements AutoCloseable {
     record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
             boolean topFieldFirst, boolean fullRange, Presentation presentation, int colorSpace) {
 
+        Details with(PacketTimes.Times timesNow) {
+            return new Details(timesNow, timeBase, keyFrame, interlaced, topFieldFirst, fullRange, presentation,
+                    colorSpace);
+        }
+
         Details with(boolean fullRangeNow, Presentation presentationNow) {
             return new Details(times, timeBase, keyFrame, interlaced, topFieldFirst, fullRangeNow, presentationNow,
                     colorSpace);
@@ -207,6 +212,18 @@ public final class Picture implements AutoCloseable {
     /** {@return height in pixels of the picture as players show it, stretched to square pixels and turned} */
     public int shownHeight() {
         return details.presentation.height(width, height);
+    }
+
+    /** Returns the same picture with other times. The memory becomes that picture's, and this one is closed. */
+    Picture timed(PacketTimes.Times times) {
+        try (this) {
+            return new Picture(share(), format, width, height, offsets, lineSizes, details.with(times));
+        }
+    }
+
+    /** Returns a picture that shares the memory. */
+    Picture copy() {
+        return new Picture(share(), format, width, height, offsets, lineSizes, details);
     }
 
     /**

@@ -25,6 +25,15 @@ final class PictureClock {
         return new PacketTimes.Times(timestamp, duration);
     }
 
+    /** Returns when the next picture is shown if nothing is known of it. */
+    long next() {
+        return next;
+    }
+
+    void restore(long time) {
+        next = time;
+    }
+
     /** The next picture is the first of its stream. */
     void begin() {
         next = 0;

@@ -43,9 +43,12 @@ public final class VideoDecoder implements AutoCloseable {
     private final PacketFilter filter;
     private final PacketTimes times = new PacketTimes();
     private final PictureClock clock;
+    /** Whether pictures state the presentation times of their own packet and of the one whose decoding delivered them. */
+    private final boolean numbered;
     private final Deque<Picture> finished = new ArrayDeque<>();
 
-    private VideoDecoder(long address, PictureMemoryPool pool, VideoFormat format, MediaStream stream) {
+    private VideoDecoder(long address, PictureMemoryPool pool, VideoFormat format, MediaStream stream,
+            boolean numbered) {
         this.handle = new NativeHandle("decoder", this, address, dead -> ThreadBuffers.with(pool, () -> {
             c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
             pool.close();
@@ -54,6 +57,7 @@ public final class VideoDecoder implements AutoCloseable {
         this.pool = pool;
         this.format = format;
         this.stream = stream;
+        this.numbered = numbered;
         this.filter = new PacketFilter(stream);
         this.clock = new PictureClock(stream == null ? new Rational(0, 0) : stream.frameRate(), format.timeBase());
     }
@@ -69,7 +73,18 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
-        return open(VideoFormat.of(stream), stream);
+        return open(VideoFormat.of(stream), stream, false, false);
+    }
+
+    /**
+     * Opens a decoder whose pictures have no times, but two numbers instead: the presentation time of the own packet as
+     * {@link Picture#timestamp()}, and that of the packet whose decoding delivered the picture as
+     * {@link Picture#duration()}. Each is {@link Packet#NO_TIME} when there is none.
+     *
+     * @param strict whether damaged data fails to decode, instead of being concealed
+     */
+    static VideoDecoder openNumbered(MediaStream stream, boolean strict) {
+        return open(VideoFormat.of(stream), stream, true, strict);
     }
 
     /**
@@ -81,10 +96,10 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format) {
-        return open(Objects.requireNonNull(format, "format"), null);
+        return open(Objects.requireNonNull(format, "format"), null, false, false);
     }
 
-    private static VideoDecoder open(VideoFormat format, MediaStream stream) {
+    private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered, boolean strict) {
         long context = FfmpegLibrary.context();
         PictureMemoryPool pool = new PictureMemoryPool();
         long address;
@@ -93,11 +108,14 @@ public final class VideoDecoder implements AutoCloseable {
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
-        VideoDecoder decoder = new VideoDecoder(address, pool, format, stream);
+        VideoDecoder decoder = new VideoDecoder(address, pool, format, stream, numbered);
         try {
             // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.NATIVE_FORMAT, 1);
+            if (strict) {
+                c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.STRICT, 1);
+            }
             if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
                 throw new UnsupportedCodecException("the decoder does not open for " + format
                         + "; its private data may be missing or damaged");
@@ -301,7 +319,8 @@ public final class VideoDecoder implements AutoCloseable {
         long key = params[VideoParams.PICTURE_TIME_LOW] & 0xFFFFFFFFL
                 | (long) params[VideoParams.PICTURE_TIME_HIGH] << 32;
         int interlaced = params[VideoParams.INTERLACED];
-        return new Picture.Details(clock.complete(times.of(key, packet)), format.timeBase(), params[VideoParams.KEY_PICTURE] != 0,
+        PacketTimes.Times known = numbered ? times.numbers(key, packet) : clock.complete(times.of(key, packet));
+        return new Picture.Details(known, format.timeBase(), params[VideoParams.KEY_PICTURE] != 0,
                 interlaced != Interlacing.PROGRESSIVE, interlaced == Interlacing.TOP_FIELD_FIRST,
                 params[VideoParams.COLOR_RANGE] == ColorRange.FULL,
                 presentation(new Rational(params[VideoParams.PIXEL_WIDTH], params[VideoParams.PIXEL_HEIGHT])),

@@ -201,7 +201,7 @@ class MediaReaderTest {
             refused(RuntimeException.class, "shorter than 6 in line 2703",
                     () -> c_mediareader_ffmpeg.n_reader_read(reader, new long[PacketFields.SIZE - 1]));
             refused(RuntimeException.class, "2611", () -> c_mediareader_ffmpeg.n_reader_seek(reader, 1, 0, 0));
-            refused(RuntimeException.class, "2613", () -> c_mediareader_ffmpeg.n_reader_seek(reader, 0, 0, 2));
+            refused(RuntimeException.class, "2613", () -> c_mediareader_ffmpeg.n_reader_seek(reader, 0, 0, 8));
         } finally {
             c_mediareader_ffmpeg.n_reader_delete(reader);
         }

@@ -72,7 +72,6 @@ final class FramesMd5Command implements Callable<Integer> {
     @Spec
     private CommandSpec spec;
 
-    private final MessageDigest md5 = md5();
     private PrintWriter out;
     private PacketSource packets;
     private long lines;
@@ -148,7 +147,7 @@ final class FramesMd5Command implements Callable<Integer> {
                     out.println("#sar 0: " + (shape.isKnown() ? shape : "0/1"));
                     columns();
                 }
-                line(picture.timestamp(), Math.max(1, picture.duration()), picture.toBytes());
+                print(row(picture));
             }
         }
     }
@@ -183,7 +182,7 @@ final class FramesMd5Command implements Callable<Integer> {
             }
             byte[] pcm = new byte[block.data().remaining()];
             block.data().get(pcm);
-            line(clock.next(block.timestamp(), block.frames()), block.frames(), pcm);
+            print(row(clock.next(block.timestamp(), block.frames()), block.frames(), pcm));
         }
     }
 
@@ -211,9 +210,18 @@ final class FramesMd5Command implements Callable<Integer> {
         out.println("#stream#, dts,        pts, duration,     size, hash");
     }
 
-    private void line(long time, long duration, byte[] bytes) throws IOException {
-        out.println(String.format(Locale.ROOT, "0, %10d, %10d, %8d, %8d, %s", time, time, duration, bytes.length,
-                HexFormat.of().formatHex(md5.digest(bytes))));
+    /** Returns the table's row of a picture. */
+    static String row(Picture picture) {
+        return row(picture.timestamp(), Math.max(1, picture.duration()), picture.toBytes());
+    }
+
+    private static String row(long time, long duration, byte[] bytes) {
+        return String.format(Locale.ROOT, "0, %10d, %10d, %8d, %8d, %s", time, time, duration, bytes.length,
+                HexFormat.of().formatHex(md5().digest(bytes)));
+    }
+
+    private void print(String row) throws IOException {
+        out.println(row);
         if (++lines % FLUSHED_LINES == 0) {
             OutputFile.flushStandardOutput(out);
         }

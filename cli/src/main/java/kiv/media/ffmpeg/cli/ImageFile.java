@@ -49,6 +49,11 @@ final class ImageFile {
                 ? png(image, view.imagePixelShape(picture)) : jpeg(image);
     }
 
+    /** Returns the bytes of a PNG of square pixels. */
+    static byte[] png(BufferedImage image) {
+        return png(image, new Rational(1, 1));
+    }
+
     /** @param pixelShape width of a pixel divided by its height; with a 0 when unknown */
     private static byte[] png(BufferedImage image, Rational pixelShape) {
         int width = image.getWidth();

@@ -6,7 +6,8 @@ import picocli.CommandLine.Command;
 
 /** The command line: its commands, its exit statuses and the entry of the process. */
 @Command(name = "kivjniffmpeg", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
-        subcommands = {InfoCommand.class, DecodeCommand.class, EncodeCommand.class, FramesMd5Command.class,
+        subcommands = {InfoCommand.class, DecodeCommand.class, FrameCommand.class,
+            ThumbnailsCommand.class, IndexCommand.class, EncodeCommand.class, FramesMd5Command.class,
             FormatsCommand.class, CompletionCommand.class, CommandLine.HelpCommand.class},
         description = "Looks into media files, decodes them and encodes sound with FFmpeg's libraries.",
         exitCodeListHeading = "%nExit status:%n",

@@ -88,8 +88,19 @@ final class MediaInput {
         return open();
     }
 
+    /** Opens the bytes of the file. */
+    @FunctionalInterface
+    interface Opening<T> {
+        T open(SeekableByteChannel bytes) throws IOException;
+    }
+
     /** Loads the library and opens the file. */
     MediaReader open() throws IOException {
+        return open(MediaReader::open);
+    }
+
+    /** Loads the library and opens the file in some way. */
+    <T> T open(Opening<T> opening) throws IOException {
         if (isStandardInput()) {
             if (standardInput == null) {
                 standardInput = StandardInput.open();
@@ -101,9 +112,11 @@ final class MediaInput {
         SeekableByteChannel bytes = bytes();
         boolean opened = false;
         try {
-            MediaReader reader = LoopGuard.watch(LOOPS, this::giveUp, () -> MediaReader.open(bytes));
+            T result = LoopGuard.watch(LOOPS, this::giveUp, () -> opening.open(bytes));
             opened = true;
-            return reader;
+            return result;
+        } catch (UnsupportedCodecException e) {
+            throw new UnsupportedCodecException(about(e.getMessage()), e);
         } catch (MediaFormatException e) {
             throw new MediaFormatException(about(Diagnosis.of(bytes).orElse(e.getMessage())), e);
         } finally {

@@ -1,0 +1,79 @@
+package kiv.media.ffmpeg;
+
+/** Reads bits, the highest of a byte first. Behind the end all bits are 0. */
+final class BitReader {
+
+    private static final int LONGEST_CODE = 32;
+
+    private final byte[] bytes;
+    private final int end;
+    private long bit;
+
+    /** Reads bytes from one place to another. */
+    BitReader(byte[] bytes, int from, int to) {
+        this.bytes = bytes;
+        this.bit = 8L * from;
+        this.end = to;
+    }
+
+    /** Reads the payload of a unit of H.264 or HEVC, in which a byte of 3 separates zeroes from what is no start code. */
+    static BitReader ofUnit(byte[] bytes, int from, int to, int most) {
+        int last = Math.min(to, from + most);
+        byte[] plain = new byte[Math.max(0, last - from)];
+        int size = 0;
+        int zeroes = 0;
+        for (int at = from; at < last; at++) {
+            if (zeroes >= 2 && bytes[at] == 3) {
+                zeroes = 0;
+                continue;
+            }
+            zeroes = bytes[at] == 0 ? zeroes + 1 : 0;
+            plain[size++] = bytes[at];
+        }
+        return new BitReader(plain, 0, size);
+    }
+
+    int bit() {
+        int at = (int) (bit >> 3);
+        int value = at < end ? bytes[at] >> (7 - (int) (bit & 7)) & 1 : 0;
+        bit++;
+        return value;
+    }
+
+    boolean flag() {
+        return bit() != 0;
+    }
+
+    int bits(int count) {
+        int value = 0;
+        for (int i = 0; i < count; i++) {
+            value = value << 1 | bit();
+        }
+        return value;
+    }
+
+    void skip(int count) {
+        bit += count;
+    }
+
+    /** Whether more was read than there is. */
+    boolean isBeyondEnd() {
+        return bit > 8L * end;
+    }
+
+    /** A number of Exp-Golomb's code; -1 when it is impossible. */
+    int unsigned() {
+        int zeroes = 0;
+        while (bit() == 0) {
+            if (++zeroes == LONGEST_CODE || isBeyondEnd()) {
+                return -1;
+            }
+        }
+        return (1 << zeroes) - 1 + bits(zeroes);
+    }
+
+    int signed() {
+        int code = unsigned();
+        return (code & 1) != 0 ? (code + 1) >>> 1 : -(code >>> 1);
+    }
+}

@@ -1,0 +1,24 @@
+package kiv.media.ffmpeg;
+
+/** What the bytes of a packet say of its picture. */
+final class CodedPicture {
+
+    /** Stands for a number of pictures that only decoding can tell. */
+    static final int UNKNOWN = -1;
+
+    /** Whether decoding can start here: no picture that is shown after this one needs what was before it. */
+    boolean restart;
+    /** How many pictures the packet gives: 0 or 1, or {@link #UNKNOWN}. */
+    int pictures = UNKNOWN;
+    /** Whether no picture refers to this one, and it is shown at once; for codecs that sort by the kind of picture. */
+    boolean bidirectional;
+    /** Where the picture comes among those of its group; for codecs that number them. */
+    long order;
+
+    void clear() {
+        restart = false;
+        pictures = UNKNOWN;
+        bidirectional = false;
+        order = 0;
+    }
+}

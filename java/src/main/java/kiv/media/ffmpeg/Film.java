@@ -1,0 +1,587 @@
+package kiv.media.ffmpeg;
+
+import java.io.BufferedInputStream;
+import java.io.ByteArrayInputStream;
+import java.io.ByteArrayOutputStream;
+import java.io.Closeable;
+import java.io.DataInputStream;
+import java.io.DataOutputStream;
+import java.io.EOFException;
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.OutputStream;
+import java.io.UncheckedIOException;
+import java.math.BigInteger;
+import java.nio.channels.SeekableByteChannel;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.Objects;
+import java.util.concurrent.locks.ReentrantLock;
+import java.util.stream.LongStream;
+import java.util.stream.Stream;
+import java.util.zip.CRC32C;
+
+/**
+ * The pictures of a film, any of them in any order.
+ *
+ * <pre>{@code
+ * try (Film film = Film.open(Path.of("film.mp4"))) {
+ *     for (Picture picture : film.spread(10)) {
+ *         try (picture) {
+ *             ImageIO.write(picture.toShownImage(), "png", file(picture.time()));
+ *         }
+ *     }
+ * }
+ * }</pre>
+ *
+ * <p>Picture number i, from 0, is the one that decoding the whole first video stream gives after i others, with the same
+ * pixels and the same time, whatever the container says about times, key pictures and places. For that a film reads the
+ * stream's packets, without decoding them, as far as it needs them, and keeps what it learns of them until it is closed:
+ * about 40 bytes a packet. It decodes from the last place before the picture where decoding can start. Where the packets do
+ * not say enough, such as within damage or with rare codecs, it decodes the film from its beginning. An
+ * {@linkplain #openApproximate(Path) approximate} film trusts the container instead.
+ *
+ * <p>Damage that the heads of pictures do not show may change how many pictures there are. It is noticed when that part is
+ * decoded; pictures behind it that were asked for before then may have another number.
+ *
+ * <p>One thread at a time uses a film: a second one gets a {@link MediaStateException}. So does each call after
+ * {@link #close()}. Callers own the pictures, which do not depend on the film.
+ */
+public final class Film implements Closeable {
+
+    private static final int MAGIC = 0x4B46494C;
+    private static final int VERSION = 1;
+    private static final BigInteger NANOS = BigInteger.valueOf(1_000_000_000L);
+    /** So many pictures of a lazy sequence are decoded at once when they do not come in order. */
+    private static final int BATCH = 32;
+
+    private final MediaReader reader;
+    private final MediaStream stream;
+    private final SeekableByteChannel channel;
+    /** One of these is null. */
+    private final FilmDecoder exact;
+    private final ApproximateFilm approximate;
+    private final ReentrantLock lock = new ReentrantLock();
+    private boolean closed;
+
+    /**
+     * A packet of a film's index.
+     *
+     * @param position where it begins in the container, in bytes; -1 when unknown
+     * @param presentationTime in units of the stream's time base, or {@link Packet#NO_TIME}
+     * @param decodingTime in units of the stream's time base, or {@link Packet#NO_TIME}
+     * @param duration in units of the stream's time base; 0 when unknown
+     * @param size in bytes
+     * @param key whether the container says that decoding can start with it
+     * @param restart whether its picture says that decoding can start with it
+     */
+    public record IndexEntry(long position, long presentationTime, long decodingTime, long duration, int size, boolean key,
+            boolean restart) {
+    }
+
+    private Film(SeekableByteChannel channel, ReaderLimits limits, boolean exactly) throws IOException {
+        this.channel = channel;
+        reader = MediaReader.open(new SharedChannel(channel), limits);
+        try {
+            stream = reader.firstVideo().orElseThrow(() -> new MediaFormatException("there are no pictures in it"));
+            VideoFormat.of(stream);
+            exact = exactly
+                    ? new FilmDecoder(reader, stream, () -> MediaReader.open(new SharedChannel(channel), limits)) : null;
+            approximate = exactly ? null : new ApproximateFilm(reader, stream);
+        } catch (Throwable e) {
+            reader.release();
+            throw e;
+        }
+    }
+
+    /**
+     * Opens the first video stream of a file.
+     *
+     * @param file the file
+     * @return the film, which the caller closes
+     * @throws IOException when the file cannot be read
+     * @throws MediaFormatException when it is no media file of a known kind, or has no pictures
+     * @throws UnsupportedCodecException when its pictures cannot be decoded
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static Film open(Path file) throws IOException {
+        return MediaReader.openFile(file, Film::open);
+    }
+
+    /**
+     * Opens the first video stream of a file within limits of the caller's. Otherwise as {@link #open(Path)}.
+     *
+     * @param file the file
+     * @param limits what opening may cost
+     * @return the film, which the caller closes
+     * @throws IOException when the file cannot be read
+     */
+    public static Film open(Path file, ReaderLimits limits) throws IOException {
+        Objects.requireNonNull(limits, "limits");
+        return MediaReader.openFile(file, channel -> open(channel, limits));
+    }
+
+    /**
+     * Opens the first video stream of a channel. The film uses the channel alone and closes it. When this method throws, the
+     * channel stays open.
+     *
+     * @param channel the bytes
+     * @return the film, which the caller closes
+     * @throws IOException when the channel cannot be read
+     */
+    public static Film open(SeekableByteChannel channel) throws IOException {
+        return open(channel, ReaderLimits.USUAL);
+    }
+
+    /**
+     * Opens the first video stream of a channel within limits of the caller's. Otherwise as
+     * {@link #open(SeekableByteChannel)}.
+     *
+     * @param channel the bytes
+     * @param limits what opening may cost
+     * @return the film, which the caller closes
+     * @throws IOException when the channel cannot be read
+     */
+    public static Film open(SeekableByteChannel channel, ReaderLimits limits) throws IOException {
+        return new Film(Objects.requireNonNull(channel, "channel"), Objects.requireNonNull(limits, "limits"), true);
+    }
+
+    /**
+     * Opens a film that trusts its container, which is cheap and may be wrong: pictures are numbered by the container's frame
+     * rate, and decoding starts where the container leads to. No index is made.
+     *
+     * @param file the file
+     * @return the film, which the caller closes
+     * @throws IOException when the file cannot be read
+     */
+    public static Film openApproximate(Path file) throws IOException {
+        return MediaReader.openFile(file, Film::openApproximate);
+    }
+
+    /**
+     * Opens a film in a channel that trusts its container. Otherwise as {@link #openApproximate(Path)}.
+     *
+     * @param bytes the bytes, which the film uses alone and closes
+     * @return the film, which the caller closes
+     * @throws IOException when the channel cannot be read
+     */
+    public static Film openApproximate(SeekableByteChannel bytes) throws IOException {
+        return new Film(Objects.requireNonNull(bytes, "bytes"), ReaderLimits.USUAL, false);
+    }
+
+    /** {@return the stream of the pictures} */
+    public MediaStream stream() {
+        return stream;
+    }
+
+    /** {@return the container's name, as {@link MediaReader#formatName()}} */
+    public String formatName() {
+        return reader.formatName();
+    }
+
+    /** {@return the time on the container's time line from which people count: where the medium starts, at least 0} */
+    public Duration beginning() {
+        return reader.startTime().filter(start -> !start.isNegative()).orElse(Duration.ZERO);
+    }
+
+    /** {@return whether numbers and times are those of decoding the whole film} */
+    public boolean isExact() {
+        return exact != null;
+    }
+
+    /**
+     * Returns how many pictures the film has. An exact film reads all packets for that, once.
+     *
+     * @return the number of pictures
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when the film is approximate and the container does not say
+     */
+    public long count() throws IOException {
+        return call(() -> exact != null ? exact.count() : approximate.count());
+    }
+
+    /**
+     * Returns a picture.
+     *
+     * @param number its number, from 0
+     * @return the picture, which the caller closes
+     * @throws IndexOutOfBoundsException when the film has no such picture
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when the bytes have changed since the film was opened
+     */
+    public Picture picture(long number) throws IOException {
+        return call(() -> decode(number));
+    }
+
+    private Picture decode(long number) throws IOException {
+        Picture picture = number < 0 || number > Integer.MAX_VALUE - 1 ? null
+                : exact != null ? exact.picture((int) number) : approximate.picture(number);
+        if (picture == null) {
+            throw new IndexOutOfBoundsException("there is no picture " + number
+                    + (exact != null && number >= 0 ? "; the film has " + exact.count() : ""));
+        }
+        return picture;
+    }
+
+    /**
+     * Returns the picture that is shown at a time: the last one that does not begin later. Before the first picture that is
+     * the first one, and at the end the last one.
+     *
+     * @param time on the container's time line, as {@link Picture#time()}
+     * @return the picture, which the caller closes
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when not one picture can be decoded
+     */
+    public Picture pictureAt(Duration time) throws IOException {
+        return call(() -> {
+            if (approximate != null) {
+                return approximate.pictureAt(ticks(time));
+            }
+            return decode(find(time));
+        });
+    }
+
+    /**
+     * Returns the number of the picture that is shown at a time, as {@link #pictureAt}. Nothing is decoded for that unless
+     * the packets do not say enough.
+     *
+     * @param time on the container's time line
+     * @return the picture's number
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when not one picture can be decoded
+     */
+    public long numberAt(Duration time) throws IOException {
+        return call(() -> approximate != null ? approximate.numberAt(ticks(time)) : find(time));
+    }
+
+    private long find(Duration time) throws IOException {
+        long ticks = ticks(time);
+        int number = 0;
+        while (exact.knows(number)) {
+            long begins = exact.times(number).timestamp();
+            if (begins != Packet.NO_TIME && begins > ticks) {
+                break;
+            }
+            number++;
+        }
+        if (number == 0 && !exact.knows(0)) {
+            throw new MediaFormatException("not one picture can be decoded");
+        }
+        return Math.max(0, number - 1);
+    }
+
+    /** The last unit of time that does not begin later. */
+    private long ticks(Duration time) {
+        Rational unit = stream.timeBase();
+        if (!unit.isKnown() || unit.toDouble() <= 0) {
+            throw new MediaFormatException("the stream's times have no unit");
+        }
+        BigInteger nanos = BigInteger.valueOf(Objects.requireNonNull(time, "time").getSeconds()).multiply(NANOS)
+                .add(BigInteger.valueOf(time.getNano() + 1L));
+        BigInteger divisor = BigInteger.valueOf(unit.numerator()).multiply(NANOS);
+        BigInteger product = nanos.multiply(BigInteger.valueOf(unit.denominator()));
+        if (divisor.signum() < 0) {
+            divisor = divisor.negate();
+            product = product.negate();
+        }
+        BigInteger ticks = product.subtract(BigInteger.ONE).subtract(product.subtract(BigInteger.ONE).mod(divisor))
+                .divide(divisor);
+        return ticks.bitLength() < Long.SIZE ? ticks.longValue() : ticks.signum() < 0 ? Long.MIN_VALUE + 1 : Long.MAX_VALUE;
+    }
+
+    /**
+     * Returns when a picture is shown, without decoding it.
+     *
+     * @param number the picture's number, from 0
+     * @return its time on the container's time line
+     * @throws IndexOutOfBoundsException when the film has no such picture
+     * @throws IOException when the bytes cannot be read
+     * @throws MediaFormatException when the picture has no time
+     */
+    public Duration timeOf(long number) throws IOException {
+        return call(() -> {
+            if (approximate != null) {
+                return approximate.timeOf(number);
+            }
+            if (number < 0 || number >= Integer.MAX_VALUE || !exact.knows(number)) {
+                throw new IndexOutOfBoundsException("there is no picture " + number);
+            }
+            return stream.time(exact.times((int) number).timestamp())
+                    .orElseThrow(() -> new MediaFormatException("picture " + number + " has no time"));
+        });
+    }
+
+    /**
+     * Returns some pictures. They are decoded in the order of their numbers, so that nothing is decoded twice.
+     *
+     * @param numbers their numbers, from 0, in any order, also several times
+     * @return the pictures, in the order of the numbers; the caller closes each of them
+     * @throws IndexOutOfBoundsException when the film has no such picture
+     * @throws IOException when the bytes cannot be read
+     */
+    public List<Picture> pictures(long... numbers) throws IOException {
+        return call(() -> decodeAll(numbers));
+    }
+
+    private List<Picture> decodeAll(long[] numbers) throws IOException {
+        Map<Long, Picture> found = new HashMap<>();
+        List<Picture> pictures = new ArrayList<>();
+        try {
+            for (long number : Arrays.stream(numbers).sorted().distinct().toArray()) {
+                found.put(number, decode(number));
+            }
+            for (long number : numbers) {
+                pictures.add(found.get(number).copy());
+            }
+            return pictures;
+        } catch (Throwable e) {
+            pictures.forEach(Picture::close);
+            throw e;
+        } finally {
+            found.values().forEach(Picture::close);
+        }
+    }
+
+    /**
+     * Returns the pictures that are shown at some times, as {@link #pictureAt}. They are decoded in order, so that nothing is
+     * decoded twice.
+     *
+     * @param times on the container's time line, in any order
+     * @return the pictures, in the order of the times; the caller closes each of them
+     * @throws IOException when the bytes cannot be read
+     */
+    public List<Picture> picturesAt(List<Duration> times) throws IOException {
+        return call(() -> {
+            long[] numbers = new long[times.size()];
+            for (int i = 0; i < numbers.length; i++) {
+                numbers[i] = approximate != null ? approximate.numberAt(ticks(times.get(i))) : find(times.get(i));
+            }
+            return decodeAll(numbers);
+        });
+    }
+
+    /**
+     * Returns pictures that are evenly spread over the film: each stands for a part of the film, and is the one in its
+     * middle.
+     *
+     * @param pictures how many, at least 1; a film that has fewer gives all it has
+     * @return the pictures in their order; the caller closes each of them
+     * @throws IllegalArgumentException for a number less than 1
+     * @throws IOException when the bytes cannot be read
+     */
+    public List<Picture> spread(int pictures) throws IOException {
+        if (pictures < 1) {
+            throw new IllegalArgumentException(pictures + " pictures");
+        }
+        long all = count();
+        long wanted = Math.min(pictures, all);
+        return pictures(LongStream.range(0, wanted).map(i -> (2 * i + 1) * all / (2 * wanted)).toArray());
+    }
+
+    /**
+     * Returns the pictures of a range, each decoded only when it is asked for. A step back gives them from the last to the
+     * first, and decodes some at once.
+     *
+     * @param from the first one's number
+     * @param to the number that ends the range and is not in it; the end of the film ends it too
+     * @param step from each number to the next, not 0
+     * @return a sequential stream, which need not be closed; the caller closes each picture. It throws
+     *     {@link UncheckedIOException} when the bytes cannot be read
+     * @throws IllegalArgumentException for a step of 0, or a negative number
+     */
+    public Stream<Picture> range(long from, long to, long step) {
+        if (step == 0 || from < 0 || to < -1) {
+            throw new IllegalArgumentException("no range: from " + from + " to " + to + " in steps of " + step);
+        }
+        return new Range(from, to, step).stream();
+    }
+
+    private final class Range extends PullSpliterator<Picture> {
+        private final long to;
+        private final long step;
+        private long next;
+        private final List<Picture> batch = new ArrayList<>();
+
+        Range(long from, long to, long step) {
+            this.next = from;
+            this.to = to;
+            this.step = step;
+        }
+
+        @Override
+        Picture next() {
+            try {
+                if (batch.isEmpty()) {
+                    fill();
+                }
+                return batch.isEmpty() ? null : batch.remove(0);
+            } catch (IOException e) {
+                throw new UncheckedIOException(e);
+            }
+        }
+
+        private void fill() throws IOException {
+            int most = step > 0 ? 1 : BATCH;
+            long[] numbers = new long[most];
+            int size = 0;
+            while (size < most && (step > 0 ? next < to : next > to) && next >= 0 && has(next)) {
+                numbers[size++] = next;
+                next += step;
+            }
+            batch.addAll(pictures(Arrays.copyOf(numbers, size)));
+        }
+
+        private boolean has(long number) throws IOException {
+            return call(() -> number < Integer.MAX_VALUE
+                    && (exact != null ? exact.knows(number) : number < approximate.count()));
+        }
+    }
+
+    /**
+     * Returns what an exact film knows of its packets, after it has read all of them.
+     *
+     * @return the packets in the order in which they are stored, each made when it is asked for
+     * @throws MediaStateException when the film is approximate
+     * @throws IOException when the bytes cannot be read
+     */
+    public Stream<IndexEntry> index() throws IOException {
+        return call(() -> {
+            indexed().count();
+            PacketIndex index = exact.map().index();
+            return LongStream.range(0, index.size()).mapToObj(i -> {
+                int at = (int) i;
+                return new IndexEntry(index.position(at), index.presentationTime(at), index.decodingTime(at),
+                        index.duration(at), index.bytes(at), index.has(at, PacketIndex.KEY),
+                        index.has(at, PacketIndex.RESTART));
+            });
+        });
+    }
+
+    private FilmDecoder indexed() {
+        if (exact == null) {
+            throw new MediaStateException("an approximate film has no index");
+        }
+        return exact;
+    }
+
+    /**
+     * Writes the index, after all packets were read. It is small, and another film of the same bytes can
+     * {@linkplain #loadIndex load} it.
+     *
+     * @param to where to; stays open
+     * @throws MediaStateException when the film is approximate
+     * @throws IOException when the bytes cannot be read or written
+     */
+    public void saveIndex(OutputStream to) throws IOException {
+        call(() -> {
+            ByteArrayOutputStream bytes = new ByteArrayOutputStream();
+            DataOutputStream out = new DataOutputStream(bytes);
+            out.writeInt(MAGIC);
+            out.writeInt(VERSION);
+            writeIdentity(out);
+            indexed().save(out);
+            CRC32C crc = new CRC32C();
+            crc.update(bytes.toByteArray());
+            out.writeLong(crc.getValue());
+            bytes.writeTo(to);
+            to.flush();
+            return null;
+        });
+    }
+
+    /** What another film with the same index has too. FFmpeg's versions cut streams into packets in their own ways. */
+    private void writeIdentity(DataOutputStream out) throws IOException {
+        out.writeLong(channel.size());
+        out.writeUTF(reader.formatName());
+        out.writeUTF(stream.codecName());
+        out.writeUTF(FfmpegLibrary.build().version());
+    }
+
+    /**
+     * Loads an index instead of reading the packets. Each packet is compared with the index when it is read.
+     *
+     * @param from what {@link #saveIndex} wrote; read to its end
+     * @throws MediaFormatException when it is damaged, or of another film or FFmpeg
+     * @throws MediaStateException when the film is approximate
+     * @throws IOException when the bytes cannot be read
+     */
+    public void loadIndex(InputStream from) throws IOException {
+        call(() -> {
+            byte[] bytes = new BufferedInputStream(from).readAllBytes();
+            int end = Math.max(0, bytes.length - Long.BYTES);
+            CRC32C crc = new CRC32C();
+            crc.update(bytes, 0, end);
+            ByteArrayOutputStream expected = new ByteArrayOutputStream();
+            DataOutputStream out = new DataOutputStream(expected);
+            out.writeInt(MAGIC);
+            out.writeInt(VERSION);
+            writeIdentity(out);
+            if (end < expected.size()
+                    || crc.getValue() != new DataInputStream(new ByteArrayInputStream(bytes, end, Long.BYTES)).readLong()) {
+                throw new MediaFormatException("the index is damaged");
+            }
+            if (!Arrays.equals(expected.toByteArray(), Arrays.copyOf(bytes, expected.size()))) {
+                throw new MediaFormatException("the index is that of another film, or of another FFmpeg");
+            }
+            try {
+                indexed().load(new DataInputStream(
+                        new ByteArrayInputStream(bytes, expected.size(), end - expected.size())));
+            } catch (EOFException e) {
+                throw new MediaFormatException("the index is damaged", e);
+            }
+            return null;
+        });
+    }
+
+    /** {@return how many packets were decoded so far: what the pictures have cost} */
+    public long decodedPackets() {
+        return exact != null ? exact.decodedPackets() : approximate.decodedPackets();
+    }
+
+    /** Some work with the film. */
+    @FunctionalInterface
+    private interface Work<T> {
+        T run() throws IOException;
+    }
+
+    private <T> T call(Work<T> work) throws IOException {
+        if (lock.isHeldByCurrentThread() || !lock.tryLock()) {
+            throw new MediaStateException("the film is in use; let one thread at a time call it");
+        }
+        try {
+            if (closed) {
+                throw new MediaStateException("the film is closed; open another one");
+            }
+            return work.run();
+        } finally {
+            lock.unlock();
+        }
+    }
+
+    /**
+     * Closes the film and its channel. A second call does nothing. Its pictures stay usable.
+     *
+     * @throws IOException when the channel cannot be closed
+     * @throws MediaStateException when another thread calls the film
+     */
+    @Override
+    public void close() throws IOException {
+        if (!closed) {
+            call(() -> {
+                closed = true;
+                if (exact != null) {
+                    exact.close();
+                } else {
+                    approximate.close();
+                }
+                channel.close();
+                return null;
+            });
+        }
+    }
+}

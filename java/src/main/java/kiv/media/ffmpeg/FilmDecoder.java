@@ -1,0 +1,371 @@
+package kiv.media.ffmpeg;
+
+import java.io.DataInputStream;
+import java.io.DataOutputStream;
+import java.io.IOException;
+import java.util.BitSet;
+
+/**
+ * Gives the pictures that decoding a whole film gives, and decodes as little of it as it can. It begins where the heads of
+ * pictures say that decoding can start, with a decoder that fails at damage, and checks that each picture comes that was
+ * expected. When one does not, it decodes the film from its beginning, which is right by definition.
+ */
+final class FilmDecoder implements AutoCloseable {
+
+    private final MediaReader reader;
+    private final MediaStream stream;
+    private final PacketFetcher.Opening opening;
+    private final boolean examined;
+    private FilmMap map;
+    private FilmClock clock;
+
+    /** Null before it is needed. */
+    private FilmRun run;
+    /** The number that the run gives next. */
+    private int expected;
+    /** The first packet of the run, and its own group. The pictures of this group before that packet's are not wanted. */
+    private int begin;
+    /** Groups that do not come as expected. */
+    private final BitSet surprising = new BitSet();
+    private long decodedBefore;
+    private FilmRun wholeRun;
+    private int wholeNumber;
+
+    FilmDecoder(MediaReader reader, MediaStream stream, PacketFetcher.Opening opening) {
+        this.reader = reader;
+        this.stream = stream;
+        this.opening = opening;
+        PacketExaminer examiner = PacketExaminer.of(stream);
+        this.examined = examiner != null;
+        adopt(new FilmMap(new PacketIndex(), examiner));
+    }
+
+    private void adopt(FilmMap newMap) {
+        map = newMap;
+        clock = new FilmClock(map, stream);
+    }
+
+    FilmMap map() {
+        return map;
+    }
+
+    /** {@return how many packets were decoded so far} */
+    long decodedPackets() {
+        return decodedBefore + (run == null ? 0 : run.decoded()) + (wholeRun == null ? 0 : wholeRun.decoded());
+    }
+
+    /** Adds the next packet to the index. @return false at the end */
+    private boolean readPacket() throws IOException {
+        if (map.hasEnded()) {
+            return false;
+        }
+        Packet packet;
+        try {
+            do {
+                packet = reader.read();
+            } while (packet != null && packet.streamIndex() != stream.index());
+        } catch (MediaFormatException e) {
+            if (map.index().size() == 0) {
+                throw e;
+            }
+            packet = null; // as for all who decode it: what is behind the damage is left out
+        }
+        if (packet == null) {
+            map.end();
+        } else {
+            map.add(packet);
+        }
+        return packet != null;
+    }
+
+    /** Makes a picture known. @return whether the film has it */
+    boolean knows(long number) throws IOException {
+        while (map.known() <= number) {
+            if (map.isStuck()) {
+                learn(map.counted());
+            } else if (!readPacket() && !map.isStuck()) {
+                break;
+            }
+        }
+        return number < map.known();
+    }
+
+    /** Learns what a group gives. */
+    private void learn(int group) throws IOException {
+        while (map.learnedGroups() <= group) {
+            Picture picture = nextOfWhole(map.learned());
+            if (picture != null) {
+                picture.close();
+            }
+        }
+        clock.forget();
+    }
+
+    /** Reads the index to the end, and learns what it does not say. */
+    int count() throws IOException {
+        while (!map.isWhole()) {
+            if (map.isStuck()) {
+                learn(map.counted());
+            } else {
+                readPacket();
+            }
+        }
+        return map.known();
+    }
+
+    /** Returns the times of a known picture. */
+    PacketTimes.Times times(int number) throws IOException {
+        PacketTimes.Times times = clock.of(number);
+        if (times == null && !clock.knowsDelay()) {
+            learn(0);
+            clock.learnDelay();
+            for (int more = 0; more < 1024 && readPacket(); more++) {
+                // The times depend on packets behind the picture's own.
+            }
+            times = knows(number) ? clock.of(number) : null;
+        }
+        while (times == null) {
+            learnPast(number);
+            times = clock.of(number);
+        }
+        return times;
+    }
+
+    private void learnPast(int number) throws IOException {
+        if (map.hasEnded() && map.learnedGroups() == map.groups()) {
+            throw new IllegalStateException("a film's times are known when all of it was decoded");
+        }
+        learn(Math.max(map.learnedGroups(), map.groupOf(number)));
+    }
+
+    /** Returns a picture. @return null when the film has no such picture */
+    Picture picture(int number) throws IOException {
+        if (!knows(number)) {
+            return null;
+        }
+        PacketTimes.Times times = times(number);
+        if (!knows(number)) {
+            return null; // that was learned now
+        }
+        Picture picture = null;
+        boolean learning = number < map.learned() && wholeRun != null && wholeNumber <= number;
+        if (examined && !learning && !surprising.get(map.groupOf(number))) {
+            picture = fromNearby(number);
+            if (picture == null && run != null) {
+                picture = fromNearby(number); // the decoder now knows how many pictures it must hold back
+            }
+            surprising.set(map.groupOf(number), picture == null);
+        }
+        if (picture == null) {
+            picture = fromBeginning(number);
+            if (picture == null) {
+                return null;
+            }
+            clock.forget();
+            times = times(number);
+        }
+        return picture.timed(times);
+    }
+
+    /** Decodes from the nearest place. @return null when something did not come as expected */
+    private Picture fromNearby(int number) throws IOException {
+        int group = map.groupOf(number);
+        int start = startFor(number, group);
+        if (start < 0) {
+            return null;
+        }
+        // Decoding goes on when that is shorter, also within the group.
+        if (run == null || expected > number || run.nextPacket() < start) {
+            restart(start);
+        }
+        try {
+            Picture picture = search(number);
+            if (picture == null) {
+                expected = Integer.MAX_VALUE;
+            }
+            return picture;
+        } catch (DecodeException e) {
+            stopRun();
+            return null;
+        }
+    }
+
+    private void restart(int start) throws IOException {
+        if (run != null && map.headersChanged()) {
+            stopRun();
+        }
+        if (run == null) {
+            run = new FilmRun(stream, true, new PacketFetcher(opening, map.index(), stream));
+            if (start > 0) {
+                // It has what stands only at the beginning: the headers, and who made the film.
+                try {
+                    run.decode(map.index().size());
+                } catch (DecodeException e) {
+                    // Then it has none.
+                }
+            }
+        }
+        run.moveTo(start);
+        begin = start;
+        int group = map.groupOfPacket(start);
+        int[] pictures = map.pictures(group);
+        expected = map.first(group) + Math.max(0, indexOf(pictures, start));
+    }
+
+    private void stopRun() {
+        if (run != null) {
+            decodedBefore += run.decoded();
+            run.close();
+            run = null;
+        }
+    }
+
+    /** Returns the packet to begin with for a picture; -1 when only the beginning of the film will do. */
+    private int startFor(int number, int group) {
+        int[] pictures = map.pictures(group);
+        int rank = number - map.first(group);
+        int packet = pictures[rank];
+        if (packet < 0) {
+            return -1;
+        }
+        for (int start = packet; start >= map.start(group); start--) {
+            if (map.index().has(start, PacketIndex.RESTART) && indexOf(pictures, start) <= rank
+                    && indexOf(pictures, start) >= 0) {
+                return start;
+            }
+        }
+        if (group == 0) {
+            return 0;
+        }
+        // It is shown before the first picture of its group, and may need what is stored before that.
+        int before = map.start(group - 1);
+        return group == 1 || map.index().has(before, PacketIndex.RESTART) ? before : -1;
+    }
+
+    private static int indexOf(int[] values, int value) {
+        for (int i = 0; i < values.length; i++) {
+            if (values[i] == value) {
+                return i;
+            }
+        }
+        return -1;
+    }
+
+    /** Decodes up to a picture and compares those before it with the map. */
+    private Picture search(int number) throws IOException {
+        int group = -1;
+        int[] pictures = {};
+        while (true) {
+            for (Picture picture; (picture = run.poll()) != null; picture.close()) {
+                int own = packet(picture.timestamp(), -1);
+                if (group < 0 || expected >= map.first(group + 1)) {
+                    group = map.groupOf(expected);
+                    pictures = map.pictures(group);
+                }
+                int rank = expected - map.first(group);
+                if (pictures[rank] == own && (clock.isPlain(expected) || comesInTime(picture))) {
+                    if (expected++ == number) {
+                        return picture;
+                    }
+                } else if (!comesBeforeBegin(own)) {
+                    picture.close();
+                    return null;
+                }
+            }
+            readPacketsPast(run.nextPacket());
+            if (!run.decode(map.index().size())) {
+                return null;
+            }
+        }
+    }
+
+    /** Whether a picture came with the packet that its time depends on. */
+    private boolean comesInTime(Picture picture) {
+        PacketTimes.Times times = clock.of(expected);
+        return times != null && clock.fed(expected) == packet(picture.duration(), map.index().size());
+    }
+
+    /** Whether a picture is shown before the one with which decoding began. Such pictures may be incomplete. */
+    private boolean comesBeforeBegin(int own) {
+        int group = map.groupOfPacket(begin);
+        if (own < begin || own >= map.end(group)) {
+            return false;
+        }
+        int[] pictures = map.pictures(group);
+        int at = indexOf(pictures, own);
+        return at < 0 || at < indexOf(pictures, begin);
+    }
+
+    private static int packet(long time, int otherwise) {
+        return time == Packet.NO_TIME ? otherwise : (int) time;
+    }
+
+    private void readPacketsPast(int packet) throws IOException {
+        while (map.index().size() <= packet && readPacket()) {
+            // One is enough.
+        }
+    }
+
+    /** Decodes the film from its beginning up to a picture. @return null when the film ends before */
+    private Picture fromBeginning(int number) throws IOException {
+        while (true) {
+            int reached = wholeRun == null || wholeNumber > number ? 0 : wholeNumber;
+            Picture picture = nextOfWhole(reached);
+            if (picture == null || reached == number) {
+                return picture;
+            }
+            picture.close();
+        }
+    }
+
+    /** Decodes the next picture of the whole film, and notes it when it is new. @return null at the film's end */
+    private Picture nextOfWhole(int number) throws IOException {
+        if (wholeRun == null || wholeNumber > number) {
+            if (wholeRun != null) {
+                decodedBefore += wholeRun.decoded();
+                wholeRun.close();
+            }
+            wholeRun = new FilmRun(stream, false, new PacketFetcher(opening, map.index(), stream));
+            wholeNumber = 0;
+        }
+        while (true) {
+            for (Picture picture; (picture = wholeRun.poll()) != null; picture.close()) {
+                if (wholeNumber == map.learned()) {
+                    map.learn(packet(picture.timestamp(), -1), packet(picture.duration(), map.index().size()));
+                }
+                if (wholeNumber++ == number) {
+                    return picture;
+                }
+            }
+            readPacketsPast(wholeRun.nextPacket());
+            try {
+                if (!wholeRun.decode(map.index().size())) {
+                    if (wholeNumber >= map.learned()) {
+                        map.learnEnd();
+                    }
+                    return null;
+                }
+            } catch (DecodeException e) {
+                // The film goes on without it.
+            }
+        }
+    }
+
+    void save(DataOutputStream out) throws IOException {
+        count();
+        map.save(out);
+    }
+
+    void load(DataInputStream in) throws IOException {
+        adopt(FilmMap.load(in, null));
+    }
+
+    @Override
+    public void close() {
+        stopRun();
+        if (wholeRun != null) {
+            wholeRun.close();
+        }
+        reader.release();
+    }
+}

@@ -1,0 +1,341 @@
+package kiv.media.ffmpeg;
+
+import java.io.DataInputStream;
+import java.io.DataOutputStream;
+import java.io.IOException;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Comparator;
+import java.util.List;
+import java.util.stream.IntStream;
+
+/**
+ * Which packet gives which picture of a film. Packets form groups, which begin where decoding can start. All pictures of a
+ * group are shown before those of the next one. What a group gives follows from the heads of its pictures; where it does
+ * not, it is learned by decoding the film from its beginning.
+ */
+final class FilmMap {
+
+    /** Groups of pictures that are coded alone are that long. */
+    private static final int SMALLEST_GROUP = 8;
+    private static final int UNKNOWN = CodedPicture.UNKNOWN;
+
+    private final PacketIndex index;
+    /** Null when nothing is known of the codec's pictures. */
+    private final PacketExaminer examiner;
+    private boolean ended;
+    private boolean headersChanged;
+
+    private int groups;
+    private int[] starts = new int[16];
+    private int[] counts = new int[16];
+    /** The number of the first picture, of as many groups as are counted, and of the next one. */
+    private int[] firsts = new int[17];
+    private int counted;
+
+    /** The pictures that decoding from the beginning gave: their own packets, and those whose decoding delivered them. */
+    private int[] own = new int[16];
+    private int[] fed = new int[16];
+    private int learned;
+    private int learnedGroups;
+
+    // Of the open group.
+    private final CodedPicture picture = new CodedPicture();
+    private final List<CodedPicture> open = new ArrayList<>();
+    private int delay;
+
+    FilmMap(PacketIndex index, PacketExaminer examiner) {
+        this.index = index;
+        this.examiner = examiner;
+    }
+
+    /** Takes the next packet. */
+    void add(Packet packet) {
+        picture.clear();
+        if (examiner != null) {
+            examiner.examine(packet.bytes(), picture);
+            headersChanged |= examiner.headersChanged();
+        }
+        boolean alone = examiner != null && examiner.order() == PacketExaminer.Order.STORED;
+        if (index.size() == 0 || picture.restart && (!alone || open.size() >= SMALLEST_GROUP)) {
+            endGroup();
+            if (groups == starts.length) {
+                starts = Arrays.copyOf(starts, 2 * groups);
+                counts = Arrays.copyOf(counts, 2 * groups);
+                firsts = Arrays.copyOf(firsts, 2 * groups + 1);
+            }
+            starts[groups++] = index.size();
+        }
+        index.add(packet, (picture.restart ? PacketIndex.RESTART : 0) | (packet.isKey() ? PacketIndex.KEY : 0));
+        CodedPicture kept = new CodedPicture();
+        kept.restart = picture.restart;
+        kept.pictures = picture.pictures;
+        kept.bidirectional = picture.bidirectional;
+        kept.order = picture.order;
+        open.add(kept);
+    }
+
+    /** There are no more packets. */
+    void end() {
+        ended = true;
+        endGroup();
+    }
+
+    boolean hasEnded() {
+        return ended;
+    }
+
+    boolean headersChanged() {
+        return headersChanged;
+    }
+
+    private void endGroup() {
+        if (open.isEmpty()) {
+            return;
+        }
+        int group = groups - 1;
+        int start = starts[group];
+        int[] order = predicted();
+        int count = order == null ? UNKNOWN : order.length;
+        if (count != UNKNOWN) {
+            for (int i = 0; i < open.size(); i++) {
+                index.rank(start + i, -1);
+            }
+            for (int rank = 0; rank < order.length; rank++) {
+                index.rank(start + order[rank], rank);
+            }
+        }
+        counts[group] = count;
+        open.clear();
+        count();
+    }
+
+    /** The packets of the open group that give a picture, as those are shown; null when only decoding can tell. */
+    private int[] predicted() {
+        if (examiner == null || open.size() > Short.MAX_VALUE
+                || open.stream().anyMatch(packet -> packet.pictures == UNKNOWN)) {
+            return null;
+        }
+        int[] order = switch (examiner.order()) {
+            case STORED -> IntStream.range(0, open.size()).filter(i -> open.get(i).pictures == 1).toArray();
+            case NUMBERED -> IntStream.range(0, open.size()).filter(i -> open.get(i).pictures == 1).boxed()
+                    .sorted(Comparator.comparingLong(i -> open.get(i).order)).mapToInt(i -> i).toArray();
+            case BY_KIND -> byKind();
+        };
+        int most = reordering(order);
+        boolean surprising = most > Math.max(delay, examiner.knownDelay());
+        delay = Math.max(delay, most);
+        boolean first = groups == 1;
+        // A decoder leaves out pictures at the film's beginning that refer to what was before it.
+        boolean incomplete = first && (!open.get(0).restart || order.length == 0 || order[0] != 0);
+        return surprising || incomplete ? null : order;
+    }
+
+    private int[] byKind() {
+        int[] order = new int[open.size()];
+        int size = 0;
+        int waiting = -1;
+        for (int i = 0; i < open.size(); i++) {
+            if (open.get(i).pictures == 1 && open.get(i).bidirectional) {
+                order[size++] = i;
+            } else if (open.get(i).pictures == 1) {
+                if (waiting >= 0) {
+                    order[size++] = waiting;
+                }
+                waiting = i;
+            }
+        }
+        if (waiting >= 0) {
+            order[size++] = waiting;
+        }
+        return Arrays.copyOf(order, size);
+    }
+
+    /** The most pictures that are stored before a picture and shown after it. */
+    private static int reordering(int[] order) {
+        int most = 0;
+        int[] rank = new int[order.length == 0 ? 0 : Arrays.stream(order).max().getAsInt() + 1];
+        Arrays.fill(rank, -1);
+        for (int i = 0; i < order.length; i++) {
+            rank[order[i]] = i;
+        }
+        // Those of higher rank stored before: kept few by looking at the highest ones only.
+        int[] waiting = new int[order.length];
+        int size = 0;
+        int next = 0;
+        for (int value : rank) {
+            if (value < 0) {
+                continue;
+            }
+            int at = size++;
+            while (at > 0 && waiting[at - 1] < value) {
+                waiting[at] = waiting[at - 1];
+                at--;
+            }
+            waiting[at] = value;
+            most = Math.max(most, at);
+            while (size > 0 && waiting[size - 1] == next) {
+                size--;
+                next++;
+            }
+        }
+        return most;
+    }
+
+    private void count() {
+        while (counted < groups && (counted < groups - 1 || open.isEmpty()) && counts[counted] != UNKNOWN) {
+            firsts[counted + 1] = firsts[counted] + counts[counted];
+            counted++;
+        }
+    }
+
+    /** The number of pictures in all groups from the first one on whose pictures are known. */
+    int known() {
+        return firsts[counted];
+    }
+
+    /** Whether the next group is complete but what it gives must be learned. */
+    boolean isStuck() {
+        return counted < groups && (counted < groups - 1 || open.isEmpty());
+    }
+
+    /** Whether all pictures of the film are known. */
+    boolean isWhole() {
+        return ended && counted == groups;
+    }
+
+    int groups() {
+        return groups;
+    }
+
+    int counted() {
+        return counted;
+    }
+
+    int start(int group) {
+        return starts[group];
+    }
+
+    /** The first packet behind a group. */
+    int end(int group) {
+        return group + 1 < groups ? starts[group + 1] : index.size();
+    }
+
+    int first(int group) {
+        return firsts[group];
+    }
+
+    /** The group of a known picture. */
+    int groupOf(int number) {
+        int at = Arrays.binarySearch(firsts, 0, counted + 1, number);
+        int group = at >= 0 ? at : -at - 2;
+        while (firsts[group + 1] == firsts[group]) {
+            group++;
+        }
+        return group;
+    }
+
+    int groupOfPacket(int packet) {
+        int at = Arrays.binarySearch(starts, 0, groups, packet);
+        return at >= 0 ? at : -at - 2;
+    }
+
+    /** The own packets of the pictures of a known group, as they are shown; -1 stands for one that is not known. */
+    int[] pictures(int group) {
+        if (group < learnedGroups) {
+            return Arrays.copyOfRange(own, firsts[group], firsts[group + 1]);
+        }
+        int[] packets = new int[firsts[group + 1] - firsts[group]];
+        for (int packet = starts[group]; packet < end(group); packet++) {
+            if (index.rank(packet) >= 0) {
+                packets[index.rank(packet)] = packet;
+            }
+        }
+        return packets;
+    }
+
+    /** The pictures from the beginning on that were learned. */
+    int learned() {
+        return learned;
+    }
+
+    int learnedGroups() {
+        return learnedGroups;
+    }
+
+    int learnedFed(int number) {
+        return fed[number];
+    }
+
+    /** Notes the next picture that decoding from the beginning gave; -1 stands for no packet. */
+    void learn(int ownPacket, int fedPacket) {
+        if (learned == own.length) {
+            own = Arrays.copyOf(own, 2 * learned);
+            fed = Arrays.copyOf(fed, 2 * learned);
+        }
+        int group = ownPacket < 0 ? learnedGroups : groupOfPacket(ownPacket);
+        while (learnedGroups < group) {
+            learnGroup();
+        }
+        own[learned] = ownPacket;
+        fed[learned++] = fedPacket;
+    }
+
+    /** Decoding from the beginning gave all there is. */
+    void learnEnd() {
+        while (learnedGroups < groups) {
+            learnGroup();
+        }
+    }
+
+    private void learnGroup() {
+        int group = learnedGroups++;
+        counts[group] = learned - firsts[group];
+        counted = Math.min(counted, group);
+        count();
+    }
+
+    void save(DataOutputStream out) throws IOException {
+        index.save(out);
+        out.writeBoolean(headersChanged);
+        out.writeInt(groups);
+        for (int group = 0; group < groups; group++) {
+            out.writeInt(starts[group]);
+            out.writeInt(counts[group]);
+        }
+        out.writeInt(learnedGroups);
+        out.writeInt(learned);
+        for (int i = 0; i < learned; i++) {
+            out.writeInt(own[i]);
+            out.writeInt(fed[i]);
+        }
+    }
+
+    static FilmMap load(DataInputStream in, PacketExaminer examiner) throws IOException {
+        FilmMap map = new FilmMap(PacketIndex.load(in), examiner);
+        map.headersChanged = in.readBoolean();
+        map.ended = true;
+        map.groups = in.readInt();
+        map.starts = new int[map.groups + 1];
+        map.counts = new int[map.groups + 1];
+        map.firsts = new int[map.groups + 2];
+        for (int group = 0; group < map.groups; group++) {
+            map.starts[group] = in.readInt();
+            map.counts[group] = in.readInt();
+        }
+        map.learnedGroups = in.readInt();
+        map.learned = in.readInt();
+        map.own = new int[map.learned + 1];
+        map.fed = new int[map.learned + 1];
+        for (int i = 0; i < map.learned; i++) {
+            map.own[i] = in.readInt();
+            map.fed[i] = in.readInt();
+        }
+        map.count();
+        return map;
+    }
+
+    PacketIndex index() {
+        return index;
+    }
+}

@@ -1,0 +1,76 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.util.ArrayDeque;
+import java.util.Deque;
+
+/** Decodes a film's packets one after the other. Its pictures state packets instead of times. */
+final class FilmRun implements AutoCloseable {
+
+    private final VideoDecoder decoder;
+    private final PacketFetcher fetcher;
+    private final Deque<Picture> ready = new ArrayDeque<>();
+    private int nextPacket;
+    private boolean finished;
+    private long decoded;
+
+    FilmRun(MediaStream stream, boolean strict, PacketFetcher fetcher) {
+        this.decoder = VideoDecoder.openNumbered(stream, strict);
+        this.fetcher = fetcher;
+    }
+
+    /** Continues with another packet, without what was decoded before. */
+    void moveTo(int packet) {
+        drop();
+        decoder.reset();
+        nextPacket = packet;
+        finished = false;
+    }
+
+    private void drop() {
+        ready.forEach(Picture::close);
+        ready.clear();
+    }
+
+    int nextPacket() {
+        return nextPacket;
+    }
+
+    /** {@return how many packets were decoded} */
+    long decoded() {
+        return decoded;
+    }
+
+    /** Returns the next picture that is ready; null when none is. */
+    Picture poll() {
+        return ready.poll();
+    }
+
+    /**
+     * Decodes the next packet.
+     *
+     * @param packets how many there are
+     * @return whether there was something to decode
+     * @throws DecodeException when it is damaged
+     */
+    boolean decode(int packets) throws IOException {
+        if (nextPacket < packets) {
+            Packet packet = fetcher.fetch(nextPacket++);
+            decoded++;
+            ready.addAll(decoder.decode(packet));
+        } else if (finished) {
+            return false;
+        } else {
+            finished = true;
+            ready.addAll(decoder.finish());
+        }
+        return true;
+    }
+
+    @Override
+    public void close() {
+        drop();
+        decoder.close();
+        fetcher.close();
+    }
+}

@@ -1,0 +1,204 @@
+package kiv.media.ffmpeg;
+
+import java.io.DataInputStream;
+import java.io.DataOutputStream;
+import java.io.IOException;
+import java.util.ArrayList;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.zip.CRC32C;
+
+/**
+ * What is known of the packets of one stream, in the order in which they are read: 35 bytes for each. A checksum of the
+ * bytes recognises a packet again.
+ */
+final class PacketIndex {
+
+    /** Decoding can start here, whatever the container says. */
+    static final int RESTART = 1;
+    /** The container says that decoding can start here. */
+    static final int KEY = 2;
+
+    /** Stand for times of which one or both are unknown, or further from each other than 32 bits. */
+    private static final int NO_TIMES = Integer.MIN_VALUE;
+    private static final int DECODING_ONLY = NO_TIMES + 1;
+    private static final int PRESENTATION_ONLY = NO_TIMES + 2;
+    private static final int FAR = NO_TIMES + 3;
+    /** Stands for a duration of more than 32 bits. */
+    private static final int LONG = -1;
+    private static final int BITS = 10;
+    private static final int PART = 1 << BITS;
+
+    /** A part of the columns. */
+    private static final class Part {
+        private final long[] positions = new long[PART];
+        private final long[] times = new long[PART];
+        /** The presentation time less the decoding time. */
+        private final int[] lags = new int[PART];
+        private final int[] durations = new int[PART];
+        private final int[] checksums = new int[PART];
+        private final int[] sizes = new int[PART];
+        private final short[] ranks = new short[PART];
+        private final byte[] flags = new byte[PART];
+    }
+
+    private final List<Part> parts = new ArrayList<>();
+    private final Map<Integer, Long> farPresentationTimes = new HashMap<>();
+    private final Map<Integer, Long> longDurations = new HashMap<>();
+    private int size;
+    private final CRC32C crc = new CRC32C();
+
+    int size() {
+        return size;
+    }
+
+    /** Appends a packet. */
+    void add(Packet packet, int flags) {
+        append(packet.position(), packet.presentationTime(), packet.decodingTime(), checksum(packet), packet.size(),
+                flags, packet.duration());
+    }
+
+    private void append(long position, long presentation, long decoding, int checksum, int bytes, int flags,
+            long duration) {
+        if (size % PART == 0) {
+            parts.add(new Part());
+        }
+        Part part = parts.get(size >> BITS);
+        int at = size % PART;
+        part.positions[at] = position;
+        part.times[at] = decoding != Packet.NO_TIME ? decoding : presentation;
+        part.lags[at] = lag(presentation, decoding);
+        if (part.lags[at] == FAR) {
+            farPresentationTimes.put(size, presentation);
+        }
+        part.durations[at] = duration >= 0 && duration <= Integer.MAX_VALUE ? (int) duration : LONG;
+        if (part.durations[at] == LONG) {
+            longDurations.put(size, duration);
+        }
+        part.checksums[at] = checksum;
+        part.sizes[at] = bytes;
+        part.flags[at] = (byte) flags;
+        size++;
+    }
+
+    private static int lag(long presentation, long decoding) {
+        if (decoding == Packet.NO_TIME) {
+            return presentation == Packet.NO_TIME ? NO_TIMES : PRESENTATION_ONLY;
+        }
+        if (presentation == Packet.NO_TIME) {
+            return DECODING_ONLY;
+        }
+        long lag = presentation - decoding;
+        return lag > FAR && lag <= Integer.MAX_VALUE && (lag >= 0) == (presentation >= decoding) ? (int) lag : FAR;
+    }
+
+    private Part part(int packet) {
+        return parts.get(packet >> BITS);
+    }
+
+    long position(int packet) {
+        return part(packet).positions[packet % PART];
+    }
+
+    long presentationTime(int packet) {
+        Part part = part(packet);
+        int lag = part.lags[packet % PART];
+        long time = part.times[packet % PART];
+        return switch (lag) {
+            case NO_TIMES, DECODING_ONLY -> Packet.NO_TIME;
+            case PRESENTATION_ONLY -> time;
+            case FAR -> farPresentationTimes.get(packet);
+            default -> time + lag;
+        };
+    }
+
+    long decodingTime(int packet) {
+        Part part = part(packet);
+        return part.lags[packet % PART] == PRESENTATION_ONLY ? Packet.NO_TIME : part.times[packet % PART];
+    }
+
+    int bytes(int packet) {
+        return part(packet).sizes[packet % PART];
+    }
+
+    boolean has(int packet, int flag) {
+        return (part(packet).flags[packet % PART] & flag) != 0;
+    }
+
+    long duration(int packet) {
+        int duration = part(packet).durations[packet % PART];
+        return duration == LONG ? longDurations.get(packet) : duration;
+    }
+
+    /** The place of a packet's picture among those of its group, as they are shown; -1 when it has none. */
+    int rank(int packet) {
+        return part(packet).ranks[packet % PART];
+    }
+
+    void rank(int packet, int rank) {
+        part(packet).ranks[packet % PART] = (short) rank;
+    }
+
+    /** Whether a packet has the same bytes. */
+    boolean matches(int packet, Packet other) {
+        return matches(packet, other.size(), checksum(other));
+    }
+
+    private boolean matches(int packet, int bytes, int checksum) {
+        Part part = part(packet);
+        return part.checksums[packet % PART] == checksum && part.sizes[packet % PART] == bytes;
+    }
+
+    /** Returns the place of a packet that was read somewhere, the nearest one before or at a place if there are several; or -1. */
+    int find(Packet packet, int before) {
+        int checksum = checksum(packet);
+        for (int at = Math.min(before, size - 1); at >= 0; at--) {
+            if (matches(at, packet.size(), checksum)) {
+                return at;
+            }
+        }
+        for (int at = before + 1; at < size; at++) {
+            if (matches(at, packet.size(), checksum)) {
+                return at;
+            }
+        }
+        return -1;
+    }
+
+    private int checksum(Packet packet) {
+        crc.reset();
+        crc.update(packet.bytes());
+        return (int) crc.getValue();
+    }
+
+    void save(DataOutputStream out) throws IOException {
+        out.writeInt(size);
+        for (int at = 0; at < size; at++) {
+            out.writeLong(position(at));
+            out.writeLong(presentationTime(at));
+            out.writeLong(decodingTime(at));
+            out.writeInt(part(at).checksums[at % PART]);
+            out.writeInt(bytes(at));
+            out.writeByte(part(at).flags[at % PART]);
+            out.writeShort(rank(at));
+            out.writeLong(duration(at));
+        }
+    }
+
+    static PacketIndex load(DataInputStream in) throws IOException {
+        PacketIndex index = new PacketIndex();
+        for (int count = in.readInt(); count > 0; count--) {
+            long position = in.readLong();
+            long presentation = in.readLong();
+            long decoding = in.readLong();
+            int checksum = in.readInt();
+            int bytes = in.readInt();
+            int flags = in.readByte();
+            int rank = in.readShort();
+            index.append(position, presentation, decoding, checksum, bytes, flags, in.readLong());
+            index.rank(index.size() - 1, rank);
+        }
+        return index;
+    }
+}

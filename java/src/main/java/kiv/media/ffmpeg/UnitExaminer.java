@@ -1,0 +1,94 @@
+package kiv.media.ffmpeg;
+
+import java.util.Arrays;
+import java.util.HashMap;
+import java.util.Map;
+
+/** Examines packets of units: H.264 and HEVC, with start codes or with the length of each unit before it. */
+abstract class UnitExaminer extends PacketExaminer {
+
+    /** Heads of slices are shorter. */
+    static final int MOST_OF_SLICE = 64;
+    static final int MOST_OF_HEADERS = 4096;
+
+    /** Bytes of the length before a unit; 0 for start codes. */
+    private int lengthSize;
+    private final Map<Integer, Integer> headers = new HashMap<>();
+
+    @Override
+    final Order order() {
+        return Order.NUMBERED;
+    }
+
+    final void lengthSize(int bytes) {
+        lengthSize = bytes;
+    }
+
+    /** Takes a unit from one place to another. */
+    abstract void unit(byte[] bytes, int from, int to);
+
+    /** Takes each unit of a packet. @return whether the packet consists of whole units */
+    final boolean eachUnit(byte[] bytes) {
+        // A container of lengths may have packets with start codes all the same, and decoders accept them.
+        boolean startCodes = lengthSize == 0 || bytes.length > 3 && lengthSize == 4 && bytes[0] == 0 && bytes[1] == 0
+                && bytes[2] == 0 && bytes[3] == 1;
+        int end = bytes.length;
+        if (!startCodes) {
+            int at = 0;
+            while (at + lengthSize <= end) {
+                long length = 0;
+                for (int i = 0; i < lengthSize; i++) {
+                    length = length << Byte.SIZE | bytes[at + i] & 0xFF;
+                }
+                at += lengthSize;
+                if (length > end - at) {
+                    return false;
+                }
+                if (length > 0) {
+                    unit(bytes, at, at + (int) length);
+                }
+                at += (int) length;
+            }
+            return at == end;
+        }
+        int at = nextStartCode(bytes, 0, end);
+        if (at >= end) {
+            return false;
+        }
+        while (at < end) {
+            int next = nextStartCode(bytes, at, end);
+            unit(bytes, at, next == end ? end : next - 3);
+            at = next;
+        }
+        return true;
+    }
+
+    /** Notes a unit that stands for many pictures. */
+    final void noteHeader(int kind, int id, byte[] bytes, int from, int to) {
+        int last = to;
+        while (last > from && bytes[last - 1] == 0) {
+            last--; // what pads a unit is not part of it
+        }
+        int hash = Arrays.hashCode(Arrays.copyOfRange(bytes, from, last));
+        Integer old = headers.put(kind << Byte.SIZE | id & 0xFF, hash);
+        if (sawPicture() && (old == null || old != hash)) {
+            changeHeaders();
+        }
+    }
+
+    /** Whether there was a picture before. */
+    abstract boolean sawPicture();
+
+    /** The whole number of a picture of which the low bits are known, nearest to that of another one. */
+    static long whole(int low, int bits, long nearTo) {
+        long size = 1L << bits;
+        long lowOfOther = Math.floorMod(nearTo, size);
+        long high = nearTo - lowOfOther;
+        if (low < lowOfOther && lowOfOther - low >= size / 2) {
+            high += size;
+        } else if (low > lowOfOther && low - lowOfOther > size / 2) {
+            high -= size;
+        }
+        return high + low;
+    }
+}
