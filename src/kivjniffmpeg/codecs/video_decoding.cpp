@@ -113,8 +113,10 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
         if (inl_consumed < 0)
             return report_error(inl_consumed);
         TRACE_LINE(im_level_debug, "%s#%s(): got_picture=%d", imc_got_picture);
-        // What a decoder leaves of a whole packet is padding, or the rest of damaged data: not another picture.
-        dsl_packet.inc_read_ptr(bc_whole_packets ? dsl_packet.size() : inl_consumed);
+        // What a decoder leaves of a whole packet is padding, or the rest of damaged data: not another picture. Only the
+        // bridge keeps more pictures of a packet: until they are delivered, it has consumed nothing.
+        const bool bl_more = inl_consumed == 0 && imc_got_picture != 0 && g_avutil.kiv_bridge_description != nullptr;
+        dsl_packet.inc_read_ptr(bc_whole_packets && !bl_more ? dsl_packet.size() : inl_consumed);
         if (dsl_progress.is_stuck(inl_consumed, imc_got_picture != 0))
             return report_error(inl_consumed);
         if (imc_got_picture != 0)

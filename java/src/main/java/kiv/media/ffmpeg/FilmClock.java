@@ -17,6 +17,7 @@ final class FilmClock {
     private int plain;
     private long lastPlain = Packet.NO_TIME;
     private boolean allPlain = true;
+    private int changes;
     /** How many packets later than its own place among the pictures a picture comes. */
     private int delay = NOT_LEARNED;
     /** What the times depend on at the beginning of each group. */
@@ -28,8 +29,12 @@ final class FilmClock {
         this.clock = new PictureClock(stream.frameRate(), stream.timeBase());
     }
 
-    /** The numbers of pictures have changed. */
-    void forget() {
+    /** Starts again where the numbers of pictures have changed. */
+    private void follow() {
+        if (changes == map.changes()) {
+            return;
+        }
+        changes = map.changes();
         plain = 0;
         lastPlain = Packet.NO_TIME;
         allPlain = true;
@@ -42,9 +47,12 @@ final class FilmClock {
      * @param number a known picture
      */
     boolean isPlain(int number) {
+        follow();
         while (allPlain && plain <= number) {
-            for (int packet : map.pictures(map.groupOf(plain))) {
-                long time = packet < 0 ? Packet.NO_TIME : index.presentationTime(packet);
+            int group = map.groupOf(plain);
+            int[] pictures = map.pictures(group);
+            for (int rank = plain - map.first(group); rank < pictures.length; rank++) {
+                long time = pictures[rank] < 0 ? Packet.NO_TIME : index.presentationTime(pictures[rank]);
                 allPlain &= time != Packet.NO_TIME && time > lastPlain;
                 if (!allPlain) {
                     break;

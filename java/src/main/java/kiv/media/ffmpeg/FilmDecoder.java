@@ -98,7 +98,6 @@ final class FilmDecoder implements AutoCloseable {
                 picture.close();
             }
         }
-        clock.forget();
     }
 
     /** Reads the index to the end, and learns what it does not say. */
@@ -149,10 +148,13 @@ final class FilmDecoder implements AutoCloseable {
         }
         Picture picture = null;
         boolean learning = number < map.learned() && wholeRun != null && wholeNumber <= number;
-        if (examined && !learning && !surprising.get(map.groupOf(number))) {
-            picture = fromNearby(number);
+        if (examined && !learning && map.groupOf(number) < map.counted() && !surprising.get(map.groupOf(number))) {
+            picture = fromNearby(number, false);
             if (picture == null && run != null) {
-                picture = fromNearby(number); // the decoder now knows how many pictures it must hold back
+                picture = fromNearby(number, false); // the decoder now knows how many pictures it must hold back
+            }
+            if (picture == null) {
+                picture = fromNearby(number, true);
             }
             surprising.set(map.groupOf(number), picture == null);
         }
@@ -161,16 +163,20 @@ final class FilmDecoder implements AutoCloseable {
             if (picture == null) {
                 return null;
             }
-            clock.forget();
             times = times(number);
         }
         return picture.timed(times);
     }
 
-    /** Decodes from the nearest place. @return null when something did not come as expected */
-    private Picture fromNearby(int number) throws IOException {
+    /**
+     * Decodes from the nearest place.
+     *
+     * @param further whether to begin a group further back
+     * @return null when something did not come as expected
+     */
+    private Picture fromNearby(int number, boolean further) throws IOException {
         int group = map.groupOf(number);
-        int start = startFor(number, group);
+        int start = further ? startBefore(group) : startFor(number, group);
         if (start < 0) {
             return null;
         }
@@ -234,12 +240,13 @@ final class FilmDecoder implements AutoCloseable {
                 return start;
             }
         }
-        if (group == 0) {
-            return 0;
-        }
         // It is shown before the first picture of its group, and may need what is stored before that.
-        int before = map.start(group - 1);
-        return group == 1 || map.index().has(before, PacketIndex.RESTART) ? before : -1;
+        return group == 0 ? 0 : startBefore(group);
+    }
+
+    private int startBefore(int group) {
+        int before = map.start(Math.max(0, group - 1));
+        return group <= 1 || map.index().has(before, PacketIndex.RESTART) ? before : -1;
     }
 
     private static int indexOf(int[] values, int value) {
@@ -273,8 +280,14 @@ final class FilmDecoder implements AutoCloseable {
                 }
             }
             readPacketsPast(run.nextPacket());
-            if (!run.decode(map.index().size())) {
-                return null;
+            try {
+                if (!run.decode(map.index().size())) {
+                    return null;
+                }
+            } catch (DecodeException e) {
+                if (!comesBeforeBegin(run.nextPacket() - 1)) {
+                    throw e; // otherwise it only lacks what is before the beginning
+                }
             }
         }
     }

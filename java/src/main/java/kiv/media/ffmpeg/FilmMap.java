@@ -38,6 +38,7 @@ final class FilmMap {
     private int[] fed = new int[16];
     private int learned;
     private int learnedGroups;
+    private int changes;
 
     // Of the open group.
     private final CodedPicture picture = new CodedPicture();
@@ -55,6 +56,9 @@ final class FilmMap {
         if (examiner != null) {
             examiner.examine(packet.bytes(), picture);
             headersChanged |= examiner.headersChanged();
+            if (packet.isDamaged()) {
+                picture.clear();
+            }
         }
         boolean alone = examiner != null && examiner.order() == PacketExaminer.Order.STORED;
         if (index.size() == 0 || picture.restart && (!alone || open.size() >= SMALLEST_GROUP)) {
@@ -125,10 +129,10 @@ final class FilmMap {
         int most = reordering(order);
         boolean surprising = most > Math.max(delay, examiner.knownDelay());
         delay = Math.max(delay, most);
-        boolean first = groups == 1;
-        // A decoder leaves out pictures at the film's beginning that refer to what was before it.
-        boolean incomplete = first && (!open.get(0).restart || order.length == 0 || order[0] != 0);
-        return surprising || incomplete ? null : order;
+        // A decoder leaves out pictures that refer to what was before the film's beginning, or to what it lacks.
+        boolean whole = groups > 1 ? counts[groups - 2] != UNKNOWN : open.get(0).restart;
+        boolean leading = order.length == 0 || order[0] != 0;
+        return surprising || !whole && (leading || groups == 1) || groups == 1 && leading ? null : order;
     }
 
     private int[] byKind() {
@@ -191,7 +195,7 @@ final class FilmMap {
 
     /** The number of pictures in all groups from the first one on whose pictures are known. */
     int known() {
-        return firsts[counted];
+        return Math.max(firsts[counted], learned);
     }
 
     /** Whether the next group is complete but what it gives must be learned. */
@@ -227,6 +231,9 @@ final class FilmMap {
 
     /** The group of a known picture. */
     int groupOf(int number) {
+        if (number < learned && number >= firsts[learnedGroups]) {
+            return learnedGroups;
+        }
         int at = Arrays.binarySearch(firsts, 0, counted + 1, number);
         int group = at >= 0 ? at : -at - 2;
         while (firsts[group + 1] == firsts[group]) {
@@ -245,7 +252,17 @@ final class FilmMap {
         if (group < learnedGroups) {
             return Arrays.copyOfRange(own, firsts[group], firsts[group + 1]);
         }
-        int[] packets = new int[firsts[group + 1] - firsts[group]];
+        int predicted = group < counted ? firsts[group + 1] - firsts[group] : 0;
+        int[] packets = predicted(group, Math.max(predicted, learned - firsts[group]));
+        // Of the group that decoding from the beginning has reached, a part is certain.
+        if (group == learnedGroups) {
+            System.arraycopy(own, firsts[group], packets, 0, learned - firsts[group]);
+        }
+        return packets;
+    }
+
+    private int[] predicted(int group, int size) {
+        int[] packets = new int[size];
         for (int packet = starts[group]; packet < end(group); packet++) {
             if (index.rank(packet) >= 0) {
                 packets[index.rank(packet)] = packet;
@@ -261,6 +278,11 @@ final class FilmMap {
 
     int learnedGroups() {
         return learnedGroups;
+    }
+
+    /** How often a group was learned to give other pictures than had been expected. */
+    int changes() {
+        return changes;
     }
 
     int learnedFed(int number) {
@@ -290,6 +312,10 @@ final class FilmMap {
 
     private void learnGroup() {
         int group = learnedGroups++;
+        int[] now = Arrays.copyOfRange(own, firsts[group], learned);
+        if (counts[group] != UNKNOWN && !Arrays.equals(now, predicted(group, counts[group]))) {
+            changes++;
+        }
         counts[group] = learned - firsts[group];
         counted = Math.min(counted, group);
         count();

@@ -29,9 +29,10 @@ public final class Packet {
     private final long duration;
     private final boolean key;
     private final long position;
+    private final boolean damaged;
 
     private Packet(byte[] bytes, int streamIndex, long presentationTime, long decodingTime, long duration, boolean key,
-            long position) {
+            long position, boolean damaged) {
         this.bytes = bytes;
         this.streamIndex = streamIndex;
         this.presentationTime = presentationTime;
@@ -39,6 +40,7 @@ public final class Packet {
         this.duration = duration;
         this.key = key;
         this.position = position;
+        this.damaged = damaged;
     }
 
     /**
@@ -57,19 +59,20 @@ public final class Packet {
         if (streamIndex < 0) {
             throw new IllegalArgumentException("negative stream index " + streamIndex);
         }
-        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, NO_POSITION);
+        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, NO_POSITION, false);
     }
 
     /** Creates a packet of an encoder without copying its bytes. Decoding can start with it. */
     static Packet ofEncoder(byte[] bytes, long time, long duration) {
-        return new Packet(bytes, 0, time, time, duration, true, NO_POSITION);
+        return new Packet(bytes, 0, time, time, duration, true, NO_POSITION, false);
     }
 
     /** Creates a packet of the native reader without copying its bytes. */
     static Packet ofNative(byte[] bytes, long[] fields) {
         return new Packet(bytes, (int) fields[PacketFields.STREAM], fields[PacketFields.PRESENTATION_TIME],
                 fields[PacketFields.DECODING_TIME], fields[PacketFields.DURATION],
-                (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0, fields[PacketFields.POSITION]);
+                (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0, fields[PacketFields.POSITION],
+                (fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0);
     }
 
     /** {@return the index of the stream in {@link MediaReader#streams()}} */
@@ -102,6 +105,11 @@ public final class Packet {
         return position;
     }
 
+    /** Whether the container knows that bytes of it are missing or wrong. */
+    boolean isDamaged() {
+        return damaged;
+    }
+
     /** {@return the number of bytes} */
     public int size() {
         return bytes.length;
@@ -124,7 +132,7 @@ public final class Packet {
 
     /** The same packet without its bytes, for callers that keep its times only. */
     Packet withoutData() {
-        return new Packet(EMPTY, streamIndex, presentationTime, decodingTime, duration, key, position);
+        return new Packet(EMPTY, streamIndex, presentationTime, decodingTime, duration, key, position, damaged);
     }
 
     @Override
