@@ -113,6 +113,11 @@ video h264_small.h264 H264 - 176x144 10 "${x264[@]}" -bf 0
 cat h264_320x240.h264 h264_small.h264 >h264_sizechange.h264
 describe h264_sizechange.h264 H264 sizechange
 
+# Groups of pictures that refer to those before, and a film of fragments
+opened=(-c:v libx264 -preset medium -crf 30 -g 10 -x264-params threads=1:lookahead-threads=1:open-gop=1:bframes=3:b-adapt=0)
+video h264_open_b_160x120.ts H264 none 160x120 60 "${opened[@]}"
+video h264_fragments_160x120.mp4 avc1 none 160x120 60 "${opened[@]}" -movflags frag_keyframe+empty_moov
+
 # Microsoft's MPEG-4 variants and Windows Media Video
 while read -r size pictures; do
     video "msmpeg4v2_$size.avi" MP42 - "$size" "$pictures" -c:v msmpeg4v2 -q:v 3 -tag:v MP42

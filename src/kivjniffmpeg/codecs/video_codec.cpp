@@ -134,10 +134,6 @@ void c_videocodec::set_option(std::string_view strp_name, bool bp_on)
     TRACE_FUNCTION(3);
     if (is_open())
         throw_ffmpeg_exception(1341, "options are set before the codec is opened");
-    if (strp_name == "strict") {
-        dsc_codec_ctx->err_recognition = bp_on ? AV_EF_EXPLODE : 0;
-        return;
-    }
     const bool bl_whole = strp_name == "whole_packets";
     if (!bl_whole && strp_name != "direct_buffers" && strp_name != "native_format")
         throw_ffmpeg_exception(1345, "no such codec option: ", strp_name);

@@ -104,7 +104,6 @@ public:
      * - "direct_buffers": pictures lie in direct buffers (c_direct_buffer) instead of arrays, and do not change until
      *   Java releases them.
      * - "native_format": pictures lie in direct buffers in the decoder's own pixel format; no model is chosen.
-     * - "strict": damaged data fails to decode. Otherwise decoders conceal what is damaged.
      *
      * @throws c_ffmpeg_exception on an open codec, for another name, or when this FFmpeg lacks what the option needs
      */

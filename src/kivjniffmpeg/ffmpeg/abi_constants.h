@@ -116,7 +116,6 @@ inline constexpr int CODEC_FLAG_EMU_EDGE = 0x4000;      /**< the decoder needs n
 inline constexpr int FF_BUFFER_TYPE_USER = 2;           /**< the buffer came from our callback */
 inline constexpr int FF_COMPLIANCE_EXPERIMENTAL = -2;   /**< experimental encoders may open */
 inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that FFmpeg needs behind its input */
-inline constexpr int AV_EF_EXPLODE = 1 << 3;              /**< decoding of damaged data fails, and nothing is guessed */
 inline constexpr int CODEC_FLAG2_SKIP_MANUAL = 1 << 29; /**< samples that a packet marks to be skipped are kept */
 inline constexpr int AVFMT_FLAG_CUSTOM_IO = 0x80; /**< pb is the caller's and stays when the container is closed */
 inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< side data is not merged into the packet's bytes */

@@ -47,7 +47,8 @@ import java.util.zip.CRC32C;
  * {@linkplain #openApproximate(Path) approximate} film trusts the container instead.
  *
  * <p>Damage that the heads of pictures do not show may change how many pictures there are. It is noticed when that part is
- * decoded; pictures behind it that were asked for before then may have another number.
+ * decoded; pictures behind it that were asked for before then may have another number. {@link #verify()} decodes all of the
+ * film for those who must be sure.
  *
  * <p>One thread at a time uses a film: a second one gets a {@link MediaStateException}. So does each call after
  * {@link #close()}. Callers own the pictures, which do not depend on the film.
@@ -459,6 +460,20 @@ public final class Film implements Closeable {
                         index.duration(at), index.bytes(at), index.has(at, PacketIndex.KEY),
                         index.has(at, PacketIndex.RESTART));
             });
+        });
+    }
+
+    /**
+     * Decodes the whole film once and learns what each packet gives. Afterwards damage that the heads of pictures do not show
+     * cannot change any number, here and in films that load this one's {@linkplain #saveIndex index}.
+     *
+     * @throws MediaStateException when the film is approximate
+     * @throws IOException when the bytes cannot be read
+     */
+    public void verify() throws IOException {
+        call(() -> {
+            indexed().learnAll();
+            return null;
         });
     }
 

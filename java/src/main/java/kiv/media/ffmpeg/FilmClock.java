@@ -51,6 +51,9 @@ final class FilmClock {
         while (allPlain && plain <= number) {
             int group = map.groupOf(plain);
             int[] pictures = map.pictures(group);
+            if (plain - map.first(group) >= pictures.length) {
+                return false;
+            }
             for (int rank = plain - map.first(group); rank < pictures.length; rank++) {
                 long time = pictures[rank] < 0 ? Packet.NO_TIME : index.presentationTime(pictures[rank]);
                 allPlain &= time != Packet.NO_TIME && time > lastPlain;

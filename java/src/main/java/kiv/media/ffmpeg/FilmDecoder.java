@@ -4,18 +4,20 @@ import java.io.DataInputStream;
 import java.io.DataOutputStream;
 import java.io.IOException;
 import java.util.BitSet;
+import java.util.zip.CRC32C;
 
 /**
  * Gives the pictures that decoding a whole film gives, and decodes as little of it as it can. It begins where the heads of
- * pictures say that decoding can start, with a decoder that fails at damage, and checks that each picture comes that was
- * expected. When one does not, it decodes the film from its beginning, which is right by definition.
+ * pictures say that decoding can start, proves that the first picture needs nothing before it, and checks that each picture
+ * comes that was expected. When one does not, it decodes the film from its beginning, which is right by definition.
  */
 final class FilmDecoder implements AutoCloseable {
 
     private final MediaReader reader;
     private final MediaStream stream;
     private final PacketFetcher.Opening opening;
-    private final boolean examined;
+    /** Null when nothing is known of the codec's pictures. */
+    private final PacketExaminer examiner;
     private FilmMap map;
     private FilmClock clock;
 
@@ -25,6 +27,8 @@ final class FilmDecoder implements AutoCloseable {
     private int expected;
     /** The first packet of the run, and its own group. The pictures of this group before that packet's are not wanted. */
     private int begin;
+    /** What its picture must be, if that is not proven yet. */
+    private Long proof;
     /** Groups that do not come as expected. */
     private final BitSet surprising = new BitSet();
     private long decodedBefore;
@@ -35,8 +39,7 @@ final class FilmDecoder implements AutoCloseable {
         this.reader = reader;
         this.stream = stream;
         this.opening = opening;
-        PacketExaminer examiner = PacketExaminer.of(stream);
-        this.examined = examiner != null;
+        this.examiner = PacketExaminer.of(stream);
         adopt(new FilmMap(new PacketIndex(), examiner));
     }
 
@@ -100,6 +103,14 @@ final class FilmDecoder implements AutoCloseable {
         }
     }
 
+    /** Learns what every group gives. */
+    void learnAll() throws IOException {
+        count();
+        if (map.groups() > 0) {
+            learn(map.groups() - 1);
+        }
+    }
+
     /** Reads the index to the end, and learns what it does not say. */
     int count() throws IOException {
         while (!map.isWhole()) {
@@ -148,7 +159,7 @@ final class FilmDecoder implements AutoCloseable {
         }
         Picture picture = null;
         boolean learning = number < map.learned() && wholeRun != null && wholeNumber <= number;
-        if (examined && !learning && map.groupOf(number) < map.counted() && !surprising.get(map.groupOf(number))) {
+        if (examiner != null && !learning && map.groupOf(number) < map.counted() && !surprising.get(map.groupOf(number))) {
             picture = fromNearby(number, false);
             if (picture == null && run != null) {
                 picture = fromNearby(number, false); // the decoder now knows how many pictures it must hold back
@@ -201,7 +212,7 @@ final class FilmDecoder implements AutoCloseable {
             stopRun();
         }
         if (run == null) {
-            run = new FilmRun(stream, true, new PacketFetcher(opening, map.index(), stream));
+            run = new FilmRun(stream, new PacketFetcher(opening, map.index(), stream));
             if (start > 0) {
                 // It has what stands only at the beginning: the headers, and who made the film.
                 try {
@@ -211,11 +222,61 @@ final class FilmDecoder implements AutoCloseable {
                 }
             }
         }
+        proof = prove(start);
         run.moveTo(start);
         begin = start;
         int group = map.groupOfPacket(start);
         int[] pictures = map.pictures(group);
         expected = map.first(group) + Math.max(0, indexOf(pictures, start));
+    }
+
+    /**
+     * Decodes the picture to begin with after another one. A decoder that guesses what is damaged takes it from there.
+     *
+     * @return a checksum of the picture; null when there is nothing to compare
+     */
+    private Long prove(int start) throws IOException {
+        int group = map.groupOfPacket(start);
+        int other = group == 0 ? 0 : map.start(group - 1);
+        PacketIndex index = map.index();
+        if (start == other || examiner.isAlone() || index.has(start, PacketIndex.PROVEN)
+                || other > 0 && !index.has(other, PacketIndex.RESTART)) {
+            return null;
+        }
+        Long found = null;
+        try {
+            run.moveTo(other);
+            run.decode(index.size());
+            run.jumpTo(start);
+            run.decode(index.size());
+            run.jumpTo(index.size());
+            run.decode(index.size());
+            for (Picture picture; (picture = run.poll()) != null; picture.close()) {
+                if (packet(picture.timestamp(), -1) == start) {
+                    found = checksum(picture);
+                }
+            }
+        } catch (DecodeException e) {
+            found = null; // which decides nothing: it may be about the jump
+        }
+        return found;
+    }
+
+    private static long checksum(Picture picture) {
+        CRC32C crc = new CRC32C();
+        crc.update(picture.toBytes());
+        return crc.getValue();
+    }
+
+    /** Whether the picture with which decoding began needed nothing before it. */
+    private boolean isProven(Picture picture, int own) {
+        if (own == begin && proof != null) {
+            boolean same = checksum(picture) == proof;
+            map.index().set(begin, same ? PacketIndex.PROVEN : PacketIndex.RESTART, same);
+            proof = null;
+            return same;
+        }
+        return true;
     }
 
     private void stopRun() {
@@ -270,7 +331,7 @@ final class FilmDecoder implements AutoCloseable {
                     pictures = map.pictures(group);
                 }
                 int rank = expected - map.first(group);
-                if (pictures[rank] == own && (clock.isPlain(expected) || comesInTime(picture))) {
+                if (pictures[rank] == own && isProven(picture, own) && (clock.isPlain(expected) || comesInTime(picture))) {
                     if (expected++ == number) {
                         return picture;
                     }
@@ -338,7 +399,7 @@ final class FilmDecoder implements AutoCloseable {
                 decodedBefore += wholeRun.decoded();
                 wholeRun.close();
             }
-            wholeRun = new FilmRun(stream, false, new PacketFetcher(opening, map.index(), stream));
+            wholeRun = new FilmRun(stream, new PacketFetcher(opening, map.index(), stream));
             wholeNumber = 0;
         }
         while (true) {

@@ -39,6 +39,9 @@ final class FilmMap {
     private int learned;
     private int learnedGroups;
     private int changes;
+    /** The group whose pictures were asked for last, and these. */
+    private int recentGroup = -1;
+    private int[] recent = {};
 
     // Of the open group.
     private final CodedPicture picture = new CodedPicture();
@@ -60,7 +63,7 @@ final class FilmMap {
                 picture.clear();
             }
         }
-        boolean alone = examiner != null && examiner.order() == PacketExaminer.Order.STORED;
+        boolean alone = examiner != null && examiner.isAlone();
         if (index.size() == 0 || picture.restart && (!alone || open.size() >= SMALLEST_GROUP)) {
             endGroup();
             if (groups == starts.length) {
@@ -187,6 +190,7 @@ final class FilmMap {
     }
 
     private void count() {
+        recentGroup = -1;
         while (counted < groups && (counted < groups - 1 || open.isEmpty()) && counts[counted] != UNKNOWN) {
             firsts[counted + 1] = firsts[counted] + counts[counted];
             counted++;
@@ -249,6 +253,14 @@ final class FilmMap {
 
     /** The own packets of the pictures of a known group, as they are shown; -1 stands for one that is not known. */
     int[] pictures(int group) {
+        if (group != recentGroup) {
+            recent = find(group);
+            recentGroup = group;
+        }
+        return recent;
+    }
+
+    private int[] find(int group) {
         if (group < learnedGroups) {
             return Arrays.copyOfRange(own, firsts[group], firsts[group + 1]);
         }
@@ -291,6 +303,7 @@ final class FilmMap {
 
     /** Notes the next picture that decoding from the beginning gave; -1 stands for no packet. */
     void learn(int ownPacket, int fedPacket) {
+        recentGroup = -1;
         if (learned == own.length) {
             own = Arrays.copyOf(own, 2 * learned);
             fed = Arrays.copyOf(fed, 2 * learned);
@@ -311,6 +324,7 @@ final class FilmMap {
     }
 
     private void learnGroup() {
+        recentGroup = -1;
         int group = learnedGroups++;
         int[] now = Arrays.copyOfRange(own, firsts[group], learned);
         if (counts[group] != UNKNOWN && !Arrays.equals(now, predicted(group, counts[group]))) {

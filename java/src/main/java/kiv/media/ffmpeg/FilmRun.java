@@ -14,8 +14,8 @@ final class FilmRun implements AutoCloseable {
     private boolean finished;
     private long decoded;
 
-    FilmRun(MediaStream stream, boolean strict, PacketFetcher fetcher) {
-        this.decoder = VideoDecoder.openNumbered(stream, strict);
+    FilmRun(MediaStream stream, PacketFetcher fetcher) {
+        this.decoder = VideoDecoder.openNumbered(stream);
         this.fetcher = fetcher;
     }
 
@@ -25,6 +25,11 @@ final class FilmRun implements AutoCloseable {
         decoder.reset();
         nextPacket = packet;
         finished = false;
+    }
+
+    /** Continues with another packet, as if it were the next one. */
+    void jumpTo(int packet) {
+        nextPacket = packet;
     }
 
     private void drop() {

@@ -9,7 +9,9 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.BasicFileAttributes;
 import java.time.Duration;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
+import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
@@ -41,6 +43,10 @@ public final class MediaReader implements AutoCloseable {
 
     private static final int FILE_TYPE = 0xF000;
     private static final int BLOCK_DEVICE = 0x6000;
+    /** Packets of all streams that are read for one look at a place. */
+    private static final int MOST_AHEAD = 5000;
+    /** Seconds. */
+    private static final int FURTHEST_BACK = 1 << 16;
 
     private final NativeHandle handle;
     private final SeekableByteChannel channel;
@@ -48,6 +54,8 @@ public final class MediaReader implements AutoCloseable {
     private final String formatName;
     private final long[] info;
     private volatile List<MediaStream> streams = List.of();
+    /** Packets that were read to verify a seek. */
+    private final Deque<Packet> ahead = new ArrayDeque<>();
 
     private MediaReader(long address, SeekableByteChannel channel, c_mediareader_source source) {
         this.handle = new NativeHandle("reader", this, address, c_mediareader_ffmpeg::n_reader_delete);
@@ -218,22 +226,24 @@ public final class MediaReader implements AutoCloseable {
      * @throws MediaStateException when the reader is closed or in use
      */
     public Packet read() throws IOException {
-        return handle.call(address -> {
-            long[] fields = new long[PacketFields.SIZE];
-            byte[] bytes;
-            try {
-                bytes = c_mediareader_ffmpeg.n_reader_read(address, fields);
-            } catch (RuntimeException e) {
-                throw failed(source, "cannot read the next packet", e);
-            }
-            if (bytes == null) {
-                return null;
-            }
-            if (fields[PacketFields.STREAM] >= streams.size()) {
-                learnStreams(address, fields[PacketFields.STREAM] + 1);
-            }
-            return Packet.ofNative(bytes, fields);
-        });
+        return handle.call(address -> ahead.isEmpty() ? read(address) : ahead.remove());
+    }
+
+    private Packet read(long address) throws IOException {
+        long[] fields = new long[PacketFields.SIZE];
+        byte[] bytes;
+        try {
+            bytes = c_mediareader_ffmpeg.n_reader_read(address, fields);
+        } catch (RuntimeException e) {
+            throw failed(source, "cannot read the next packet", e);
+        }
+        if (bytes == null) {
+            return null;
+        }
+        if (fields[PacketFields.STREAM] >= streams.size()) {
+            learnStreams(address, fields[PacketFields.STREAM] + 1);
+        }
+        return Packet.ofNative(bytes, fields);
     }
 
     /**
@@ -259,7 +269,8 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Moves to the last position at or before a time where decoding can start.
+     * Moves to the last position at or before a time where decoding can start: of the first video stream, or without one of
+     * the first audio stream. Otherwise as {@link #seek(MediaStream, long)}.
      *
      * @param time on the container's time line, cut to microseconds
      * @throws IllegalArgumentException when the time is beyond 64 bits of microseconds
@@ -276,11 +287,27 @@ public final class MediaReader implements AutoCloseable {
             throw new IllegalArgumentException("beyond the range of times: " + time, e);
         }
         checkTime(micros);
-        seek(c_mediareader_ffmpeg.NO_STREAM, micros);
+        MediaStream stream = firstVideo().or(this::firstAudio).orElse(null);
+        double ticks = stream == null ? 0 : micros / (1e6 * stream.timeBase().toDouble());
+        // Rounded down, except for what the conversion itself makes too small.
+        long target = (long) Math.floor(ticks + 1e-6 * Math.max(1, Math.abs(ticks) * 1e-6));
+        handle.call(address -> {
+            seek(address, c_mediareader_ffmpeg.NO_STREAM, micros);
+            if (stream != null && stream.timeBase().toDouble() > 0) {
+                settle(address, stream, target);
+            }
+            return null;
+        });
     }
 
     /**
-     * Moves to the last position at or before a stream's time where decoding of that stream can start.
+     * Moves to the last position at or before a stream's time where decoding of that stream can start: the next packet of the
+     * stream is that one. Where a container leads to a later place, the reader looks further back, at the worst at the
+     * beginning, where it also ends when no place is early enough or the packets have no times.
+     *
+     * <p>Decoders are {@linkplain VideoDecoder#reset() reset} before they get the packets from there. Pictures of video that
+     * are shown before the first packet's may be incomplete or missing. Sound of codecs that overlap their blocks is exact
+     * some blocks later: begin a quarter of a second before the sound that is wanted.
      *
      * @param stream a stream of this reader
      * @param time in units of the stream's time base
@@ -292,7 +319,74 @@ public final class MediaReader implements AutoCloseable {
     public void seek(MediaStream stream, long time) throws IOException {
         check(stream);
         checkTime(time);
-        seek(stream.index(), time);
+        handle.call(address -> {
+            seek(address, stream.index(), time);
+            settle(address, stream, time);
+            return null;
+        });
+    }
+
+    /** Verifies where a seek has ended, and looks further back when that is too late. */
+    private void settle(long address, MediaStream stream, long time) throws IOException {
+        double second = stream.timeBase().toDouble() > 0 ? 1 / stream.timeBase().toDouble() : 1;
+        long start = stream.startTicks() == Packet.NO_TIME ? 0 : stream.startTicks();
+        double back = second;
+        while (!findStart(address, stream, time)) {
+            long earlier = (long) (time - back);
+            back *= 2;
+            if (earlier <= start || back > second * FURTHEST_BACK) {
+                // Whatever is there is the beginning.
+                if (!trySeek(address, stream.index(), 0, true)) {
+                    trySeek(address, stream.index(), Math.min(start, time), false);
+                }
+                return;
+            }
+            trySeek(address, stream.index(), earlier, false);
+        }
+    }
+
+    /**
+     * Reads up to a time, and keeps the packets from the last place on where decoding can start.
+     *
+     * @return whether there is one
+     */
+    private boolean findStart(long address, MediaStream stream, long time) throws IOException {
+        PacketExaminer examiner = PacketExaminer.of(stream);
+        CodedPicture picture = new CodedPicture();
+        boolean found = false;
+        try {
+            for (int packets = 0; packets < MOST_AHEAD; packets++) {
+                Packet packet = read(address);
+                if (packet == null) {
+                    break;
+                }
+                if (packet.streamIndex() == stream.index()) {
+                    long shown = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime()
+                            : packet.decodingTime();
+                    long decoded = packet.decodingTime() != Packet.NO_TIME ? packet.decodingTime() : shown;
+                    picture.restart = packet.isKey();
+                    if (examiner != null) {
+                        examiner.examine(packet.bytes(), picture);
+                    }
+                    if (shown != Packet.NO_TIME && shown <= time && picture.restart) {
+                        ahead.clear();
+                        found = true;
+                    }
+                    if (!found && shown == Packet.NO_TIME || decoded > time) {
+                        ahead.add(packet);
+                        break;
+                    }
+                }
+                ahead.add(packet);
+            }
+        } catch (MediaFormatException e) {
+            // The next read reports it again, or passes over it.
+            found &= !ahead.isEmpty();
+        }
+        if (!found) {
+            ahead.clear();
+        }
+        return found;
     }
 
     /** @throws IllegalArgumentException when the stream belongs to another reader */
@@ -312,29 +406,29 @@ public final class MediaReader implements AutoCloseable {
 
     /** Moves near a place of a stream, which may be a position in bytes. @return whether the container can do that */
     boolean trySeek(int stream, long place, boolean inBytes) throws IOException {
-        return handle.call(address -> {
-            try {
-                c_mediareader_ffmpeg.n_reader_seek(address, stream, place,
-                        inBytes ? SeekFlags.BYTE : SeekFlags.BACKWARD);
-                return true;
-            } catch (RuntimeException e) {
-                if (source.threw(e)) {
-                    throw e;
-                }
-                return false;
-            }
-        });
+        return handle.call(address -> trySeek(address, stream, place, inBytes));
     }
 
-    private void seek(int stream, long time) throws IOException {
-        handle.call(address -> {
-            try {
-                c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SeekFlags.BACKWARD);
-            } catch (RuntimeException e) {
-                throw failed(source, "cannot seek", e);
+    private boolean trySeek(long address, int stream, long place, boolean inBytes) throws IOException {
+        ahead.clear();
+        try {
+            c_mediareader_ffmpeg.n_reader_seek(address, stream, place, inBytes ? SeekFlags.BYTE : SeekFlags.BACKWARD);
+            return true;
+        } catch (RuntimeException e) {
+            if (source.threw(e)) {
+                throw e;
             }
-            return null;
-        });
+            return false;
+        }
+    }
+
+    private void seek(long address, int stream, long time) throws IOException {
+        ahead.clear();
+        try {
+            c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SeekFlags.BACKWARD);
+        } catch (RuntimeException e) {
+            throw failed(source, "cannot seek", e);
+        }
     }
 
     /**

@@ -43,6 +43,11 @@ abstract class PacketExaminer {
         return Order.STORED;
     }
 
+    /** Whether each picture is coded alone, so that decoding can start everywhere. */
+    boolean isAlone() {
+        return false;
+    }
+
     /** The most pictures that the decoder knows to hold back for their order; -1 when it does not know. */
     int knownDelay() {
         return Integer.MAX_VALUE;
@@ -77,6 +82,11 @@ abstract class PacketExaminer {
 
     /** Pictures each of which is coded alone. */
     private static final class AloneExaminer extends PacketExaminer {
+        @Override
+        boolean isAlone() {
+            return true;
+        }
+
         @Override
         void read(byte[] bytes, CodedPicture picture) {
             picture.restart = bytes.length > 0;

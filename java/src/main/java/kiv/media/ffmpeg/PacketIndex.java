@@ -17,6 +17,8 @@ final class PacketIndex {
 
     /** Decoding can start here, whatever the container says. */
     static final int RESTART = 1;
+    /** Decoding has started here, and the picture was the same after another one. */
+    static final int PROVEN = 4;
     /** The container says that decoding can start here. */
     static final int KEY = 2;
 
@@ -124,6 +126,11 @@ final class PacketIndex {
 
     boolean has(int packet, int flag) {
         return (part(packet).flags[packet % PART] & flag) != 0;
+    }
+
+    void set(int packet, int flag, boolean on) {
+        byte[] flags = part(packet).flags;
+        flags[packet % PART] = (byte) (on ? flags[packet % PART] | flag : flags[packet % PART] & ~flag);
     }
 
     long duration(int packet) {

@@ -73,18 +73,16 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
-        return open(VideoFormat.of(stream), stream, false, false);
+        return open(VideoFormat.of(stream), stream, false);
     }
 
     /**
      * Opens a decoder whose pictures have no times, but two numbers instead: the presentation time of the own packet as
      * {@link Picture#timestamp()}, and that of the packet whose decoding delivered the picture as
      * {@link Picture#duration()}. Each is {@link Packet#NO_TIME} when there is none.
-     *
-     * @param strict whether damaged data fails to decode, instead of being concealed
      */
-    static VideoDecoder openNumbered(MediaStream stream, boolean strict) {
-        return open(VideoFormat.of(stream), stream, true, strict);
+    static VideoDecoder openNumbered(MediaStream stream) {
+        return open(VideoFormat.of(stream), stream, true);
     }
 
     /**
@@ -96,10 +94,10 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format) {
-        return open(Objects.requireNonNull(format, "format"), null, false, false);
+        return open(Objects.requireNonNull(format, "format"), null, false);
     }
 
-    private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered, boolean strict) {
+    private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered) {
         long context = FfmpegLibrary.context();
         PictureMemoryPool pool = new PictureMemoryPool();
         long address;
@@ -113,9 +111,6 @@ public final class VideoDecoder implements AutoCloseable {
             // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.NATIVE_FORMAT, 1);
-            if (strict) {
-                c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.STRICT, 1);
-            }
             if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
                 throw new UnsupportedCodecException("the decoder does not open for " + format
                         + "; its private data may be missing or damaged");

@@ -25,9 +25,6 @@ public final class c_codecoptions_ffmpeg {
     /** With the value 1, pictures have the decoder's own pixel format and are in direct buffers. */
     public static final String NATIVE_FORMAT = "native_format";
 
-    /** With the value 1, a video decoder fails at damaged data that it notices, instead of concealing it. */
-    public static final String STRICT = "strict";
-
     /** Bits per second of an audio codec. Some decoders need it. It is the target of encoders. Settable. */
     public static final String BIT_RATE = "bit_rate";
 

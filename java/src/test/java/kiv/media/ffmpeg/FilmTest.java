@@ -1,0 +1,180 @@
+package kiv.media.ffmpeg;
+
+import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
+
+import java.io.ByteArrayInputStream;
+import java.io.ByteArrayOutputStream;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Collections;
+import java.util.List;
+import java.util.Random;
+import java.util.stream.LongStream;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.MethodSource;
+
+class FilmTest {
+
+    /** A picture: its bytes' hash and its times. */
+    record Row(int hash, long timestamp, long duration, Duration time) {
+        static Row of(Picture picture) {
+            try (picture) {
+                return new Row(Arrays.hashCode(picture.toBytes()), picture.timestamp(), picture.duration(),
+                        picture.time().orElseThrow());
+            }
+        }
+    }
+
+    @TempDir
+    static Path directory;
+
+    private static List<Row> whole(Path file) throws IOException {
+        try (MediaReader reader = MediaReader.open(file);
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
+            return decoder.pictures(reader).map(Row::of).toList();
+        }
+    }
+
+    /** Films in containers and codecs that differ, and some that were made worse. */
+    static Stream<Path> films() throws IOException {
+        List<Path> films = new ArrayList<>();
+        for (String name : List.of("h264_b_320x240.mp4", "h264_b_322x242.h264", "h264_b_256x256.avi", "h264_b_720x576.mkv",
+                "h264_interlaced_b_720x576.ts", "h264_aac.flv", "mpeg2_b_323x243.mpg", "mpeg2_ac3.ts", "mpeg2_320x240.m2v",
+                "mpeg1_mp2.mpg", "mpeg4_b_322x242.avi", "mpeg4_b_320x240.mp4", "mpeg4_256x256.m4v", "msmpeg4v3_320x240.avi",
+                "wmv2_wma2.asf", "h263_176x144.h263", "dv_pal.avi", "cinepak_160x120.avi", "h264_sizechange.h264",
+                "mpeg2_sizechange.m2v", "h264_open_b_160x120.ts", "h264_fragments_160x120.mp4")) {
+            films.add(TestMedia.stream(name));
+        }
+        for (String name : List.of("h264_open_b_160x120.ts", "mpeg2_ac3.ts")) {
+            byte[] bytes = Files.readAllBytes(TestMedia.stream(name));
+            int middle = bytes.length / 3 / 188 * 188;
+            films.add(Files.write(directory.resolve("cut_" + name), Arrays.copyOfRange(bytes, middle, bytes.length)));
+            byte[] twice = Arrays.copyOf(bytes, 2 * bytes.length);
+            System.arraycopy(bytes, 0, twice, bytes.length, bytes.length);
+            films.add(Files.write(directory.resolve("twice_" + name), twice));
+        }
+        byte[] avi = Files.readAllBytes(TestMedia.stream("mpeg4_mp3.avi"));
+        String text = new String(avi, java.nio.charset.StandardCharsets.ISO_8859_1);
+        films.add(Files.write(directory.resolve("no_index.avi"), Arrays.copyOf(avi, text.lastIndexOf("idx1"))));
+        films.add(TestMedia.film());
+        return films.stream();
+    }
+
+    @ParameterizedTest
+    @MethodSource("films")
+    void everyPictureIsThatOfTheWholeFilm(Path file) throws IOException {
+        List<Row> whole = whole(file);
+        Random random = new Random(5);
+        try (Film film = Film.open(file)) {
+            for (int i = 0; i < 12; i++) {
+                int number = random.nextInt(whole.size());
+                assertThat(Row.of(film.picture(number))).as("picture %d", number).isEqualTo(whole.get(number));
+                Duration time = whole.get(random.nextInt(whole.size())).time.plusMillis(random.nextInt(50));
+                int later = 0;
+                while (later < whole.size() && whole.get(later).time.compareTo(time) <= 0) {
+                    later++;
+                }
+                assertThat(Row.of(film.pictureAt(time))).as("at %s", time).isEqualTo(whole.get(Math.max(0, later - 1)));
+            }
+            List<Row> backwards = new ArrayList<>(whole.subList(Math.max(0, whole.size() - 20), whole.size()));
+            Collections.reverse(backwards);
+            assertThat(film.range(whole.size() - 1, Math.max(-1, whole.size() - 21), -1).map(Row::of))
+                    .containsExactlyElementsOf(backwards);
+            assertThat(film.range(0, Long.MAX_VALUE, 7).map(Row::of).count()).isEqualTo((whole.size() + 6) / 7);
+            assertThat(film.count()).isEqualTo(whole.size());
+            ByteArrayOutputStream index = new ByteArrayOutputStream();
+            film.saveIndex(index);
+            try (Film again = Film.open(file)) {
+                again.loadIndex(new ByteArrayInputStream(index.toByteArray()));
+                int last = whole.size() - 1;
+                assertThat(Row.of(again.picture(last))).isEqualTo(whole.get(last));
+            }
+        }
+    }
+
+    @Test
+    void noMoreIsDecodedThanIsNeeded() throws IOException {
+        try (Film film = Film.open(TestMedia.stream("h264_b_320x240.mp4"))) {
+            film.picture(55).close();
+            // The group's pictures up to that one, those that it waits for, and two that prove its beginning.
+            assertThat(film.decodedPackets()).isLessThanOrEqualTo(15 + 2);
+            film.picture(56).close();
+            assertThat(film.decodedPackets()).isLessThanOrEqualTo(15 + 4);
+            assertThat(film.numberAt(film.timeOf(30))).isEqualTo(30);
+        }
+        try (Film film = Film.open(TestMedia.stream("h264_b_320x240.mp4"))) {
+            List<Picture> pictures = film.pictures(LongStream.range(0, 60).map(i -> i * 37 % 60).toArray());
+            assertThat(film.decodedPackets()).isEqualTo(60);
+            assertThat(film.index().filter(Film.IndexEntry::restart)).hasSize(4);
+            pictures.forEach(Picture::close);
+        }
+    }
+
+    @Test
+    void whatIsWrongIsReported() throws IOException {
+        Path file = TestMedia.stream("mpeg4_b_320x240.mp4");
+        ByteArrayOutputStream saved = new ByteArrayOutputStream();
+        try (Film film = Film.open(file)) {
+            film.saveIndex(saved);
+            assertThatThrownBy(() -> film.picture(30)).isInstanceOf(IndexOutOfBoundsException.class)
+                    .hasMessageContaining("has 30");
+            assertThatThrownBy(() -> film.picture(-1)).isInstanceOf(IndexOutOfBoundsException.class);
+            assertThatThrownBy(() -> film.range(0, 1, 0)).isInstanceOf(IllegalArgumentException.class);
+            film.close();
+            assertThatThrownBy(() -> film.picture(0)).isInstanceOf(MediaStateException.class);
+        }
+        byte[] damaged = saved.toByteArray();
+        damaged[damaged.length / 2] ^= 1;
+        try (Film film = Film.open(file); Film other = Film.open(TestMedia.stream("mpeg4_b_322x242.avi"))) {
+            assertThatThrownBy(() -> film.loadIndex(new ByteArrayInputStream(damaged)))
+                    .isInstanceOf(MediaFormatException.class);
+            assertThatThrownBy(() -> other.loadIndex(new ByteArrayInputStream(saved.toByteArray())))
+                    .isInstanceOf(MediaFormatException.class).hasMessageContaining("another film");
+        }
+        // A film that changes while it is open
+        HostileChannel channel = new HostileChannel(Files.readAllBytes(file));
+        try (Film film = Film.open(channel)) {
+            film.count();
+            Arrays.fill(channel.bytes, channel.bytes.length / 2, channel.bytes.length * 3 / 4, (byte) 0x55);
+            assertThatThrownBy(() -> film.picture(15)).isInstanceOf(MediaFormatException.class)
+                    .hasMessageContaining("changed");
+        }
+        assertThatThrownBy(() -> Film.open(TestMedia.stream("mp2.mp2"))).isInstanceOf(MediaFormatException.class);
+    }
+
+    @Test
+    void anApproximateFilmTrustsItsContainer() throws IOException {
+        List<Row> whole = whole(TestMedia.stream("mpeg4_b_320x240.mp4"));
+        try (Film film = Film.openApproximate(TestMedia.stream("mpeg4_b_320x240.mp4"))) {
+            assertThat(film.count()).isEqualTo(whole.size());
+            assertThat(Row.of(film.picture(20))).isEqualTo(whole.get(20));
+            assertThat(film.isExact()).isFalse();
+            assertThatThrownBy(film::index).isInstanceOf(MediaStateException.class);
+        }
+    }
+
+    @ParameterizedTest
+    @MethodSource("films")
+    void aSeekEndsAtOrBeforeTheTime(Path file) throws IOException {
+        List<Row> whole = whole(file);
+        try (MediaReader reader = MediaReader.open(file)) {
+            MediaStream stream = reader.firstVideo().orElseThrow();
+            for (int number : new int[] {whole.size() / 2, whole.size() - 1}) {
+                reader.seek(whole.get(number).time);
+                try (VideoDecoder decoder = VideoDecoder.open(stream)) {
+                    assertThat(decoder.pictures(reader).map(Row::of).map(Row::hash)).contains(whole.get(number).hash);
+                } catch (UnsupportedCodecException e) {
+                    throw new AssertionError(e);
+                }
+            }
+        }
+    }
+}
