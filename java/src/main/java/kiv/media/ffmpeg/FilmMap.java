@@ -47,6 +47,9 @@ final class FilmMap {
     private final CodedPicture picture = new CodedPicture();
     private final List<CodedPicture> open = new ArrayList<>();
     private int delay;
+    /** Whether the sequence of pictures begins anew before or after the group. */
+    private boolean uncertain;
+    private boolean newUncertain;
 
     FilmMap(PacketIndex index, PacketExaminer examiner) {
         this.index = index;
@@ -59,13 +62,18 @@ final class FilmMap {
         if (examiner != null) {
             examiner.examine(packet.bytes(), picture);
             headersChanged |= examiner.headersChanged();
+            boolean begins = examiner.takeSequenceBegins();
+            uncertain |= begins;
+            newUncertain = begins;
             if (packet.isDamaged()) {
                 picture.clear();
             }
         }
         boolean alone = examiner != null && examiner.isAlone();
-        if (index.size() == 0 || picture.restart && (!alone || open.size() >= SMALLEST_GROUP)) {
+        if (index.size() == 0 || newUncertain || picture.restart && (!alone || open.size() >= SMALLEST_GROUP)) {
             endGroup();
+            uncertain = newUncertain;
+            newUncertain = false;
             if (groups == starts.length) {
                 starts = Arrays.copyOf(starts, 2 * groups);
                 counts = Arrays.copyOf(counts, 2 * groups);
@@ -119,7 +127,7 @@ final class FilmMap {
 
     /** The packets of the open group that give a picture, as those are shown; null when only decoding can tell. */
     private int[] predicted() {
-        if (examiner == null || open.size() > Short.MAX_VALUE
+        if (examiner == null || uncertain || open.size() > Short.MAX_VALUE
                 || open.stream().anyMatch(packet -> packet.pictures == UNKNOWN)) {
             return null;
         }

@@ -141,7 +141,7 @@ final class H264Examiner extends UnitExaminer {
                 BitReader bits = BitReader.ofUnit(bytes, from + 1, to, MOST_OF_SLICE);
                 int id = bits.unsigned();
                 sequenceOfPicture.put(id, bits.unsigned());
-                noteHeader(kind, id, bytes, from, to);
+                noteHeader(false, kind, id, bytes, from, to);
                 pictureHere = true;
             }
             default -> {
@@ -256,7 +256,7 @@ final class H264Examiner extends UnitExaminer {
         }
         delay = Math.min(delay, statedDelay);
         sequences.put(id, new Sequence(frameNumberBits, orderKind, orderBits, framesOnly, separate, statedDelay));
-        noteHeader(SEQUENCE, id, bytes, from, to);
+        noteHeader(true, SEQUENCE, id, bytes, from, to);
         sequenceHere = true;
     }
 

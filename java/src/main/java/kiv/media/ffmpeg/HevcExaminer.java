@@ -115,7 +115,7 @@ final class HevcExaminer extends UnitExaminer {
             int own = bits.unsigned();
             bits.skip(1);
             pictures.put(id, new PictureHeader(own, bits.flag(), bits.bits(3)));
-            noteHeader(kind, id, bytes, from, to);
+            noteHeader(false, kind, id, bytes, from, to);
             pictureHere = true;
         } else if (kind == END_OF_SEQUENCE || kind == END_OF_STREAM) {
             ended = true;
@@ -190,7 +190,7 @@ final class HevcExaminer extends UnitExaminer {
             return;
         }
         sequences.put(id, new Sequence(separate, orderBits));
-        noteHeader(SEQUENCE, id, bytes, from, to);
+        noteHeader(true, SEQUENCE, id, bytes, from, to);
         sequenceHere = true;
     }
 }

@@ -427,7 +427,9 @@ public final class MediaReader implements AutoCloseable {
         try {
             c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SeekFlags.BACKWARD);
         } catch (RuntimeException e) {
-            throw failed(source, "cannot seek", e);
+            if (source.threw(e) || !trySeek(address, 0, 0, true)) {
+                throw failed(source, "cannot seek", e);
+            }
         }
     }
 

@@ -24,6 +24,7 @@ abstract class PacketExaminer {
             "jpeg2000", "v210", "webp");
 
     private boolean headersChanged;
+    private boolean sequenceBegins;
 
     /** Examines the next packet. */
     final void examine(byte[] bytes, CodedPicture picture) {
@@ -60,6 +61,19 @@ abstract class PacketExaminer {
 
     final void changeHeaders() {
         headersChanged = true;
+    }
+
+    /** A decoder may begin anew, and lose what it holds back. */
+    final void changeSequence() {
+        changeHeaders();
+        sequenceBegins = true;
+    }
+
+    /** Whether the last packet changed what decoders begin anew for. */
+    final boolean takeSequenceBegins() {
+        boolean begins = sequenceBegins;
+        sequenceBegins = false;
+        return begins;
     }
 
     /** Returns the examiner of a stream; null for a codec whose pictures this class does not know. */
@@ -241,7 +255,7 @@ abstract class PacketExaminer {
                 if (kind == 1) {
                     int hash = Arrays.hashCode(Arrays.copyOfRange(bytes, at, at + size));
                     if (headers != 0 && headers != hash) {
-                        changeHeaders();
+                        changeSequence();
                     }
                     headers = hash;
                     // A still picture or fewer bits in its heads are left to decoding.
@@ -309,7 +323,7 @@ abstract class PacketExaminer {
             }
             if (hash != 0) {
                 if (sequence != 0 && sequence != hash) {
-                    changeHeaders();
+                    changeSequence();
                 }
                 sequence = hash;
             }
@@ -395,7 +409,7 @@ abstract class PacketExaminer {
                 if ((bytes[at] & 0xF0) == 0x20) {
                     int hash = Arrays.hashCode(Arrays.copyOfRange(bytes, at, next == end ? end : next - 3));
                     if (layer != 0 && layer != hash) {
-                        changeHeaders();
+                        changeSequence();
                     }
                     layer = hash;
                 }

@@ -64,7 +64,7 @@ abstract class UnitExaminer extends PacketExaminer {
     }
 
     /** Notes a unit that stands for many pictures. */
-    final void noteHeader(int kind, int id, byte[] bytes, int from, int to) {
+    final void noteHeader(boolean sequence, int kind, int id, byte[] bytes, int from, int to) {
         int last = to;
         while (last > from && bytes[last - 1] == 0) {
             last--; // what pads a unit is not part of it
@@ -72,7 +72,11 @@ abstract class UnitExaminer extends PacketExaminer {
         int hash = Arrays.hashCode(Arrays.copyOfRange(bytes, from, last));
         Integer old = headers.put(kind << Byte.SIZE | id & 0xFF, hash);
         if (sawPicture() && (old == null || old != hash)) {
-            changeHeaders();
+            if (sequence) {
+                changeSequence();
+            } else {
+                changeHeaders();
+            }
         }
     }
 

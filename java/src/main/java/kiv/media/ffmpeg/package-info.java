@@ -2,6 +2,7 @@
  * Decodes the pictures and the sound of media files, and encodes sound, with FFmpeg's codecs.
  *
  * <p>Welcome. A {@link kiv.media.ffmpeg.MediaReader} reads the packets of a file. A
+ * {@link kiv.media.ffmpeg.Film} gives any picture of a film by number or time. A
  * {@link kiv.media.ffmpeg.VideoDecoder} decodes the packets of a video stream into {@link kiv.media.ffmpeg.Picture}s,
  * an {@link kiv.media.ffmpeg.AudioDecoder} those of an audio stream into {@link kiv.media.ffmpeg.AudioBlock}s. An
  * {@link kiv.media.ffmpeg.AudioEncoder} and an {@link kiv.media.ffmpeg.AudioFileWriter} produce audio files. Close
@@ -17,19 +18,15 @@
  *
  * <h2>Recipes</h2>
  *
- * <p>Thumbnails at equal distances in a film. A seek moves to the last position at or before a time where decoding can
- * start. The reset then drops the decoder's data from before the seek:
+ * <p>Thumbnails at equal distances in a film. Only what they need is decoded:
  *
  * <pre>{@code
  * static void thumbnails(Path film, Path directory, int count) throws IOException {
- *     try (MediaReader reader = MediaReader.open(film);
- *             VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
- *         Duration step = reader.duration().orElseThrow().dividedBy(count);
- *         for (int i = 0; i < count; i++) {
- *             reader.seek(step.multipliedBy(i));
- *             decoder.reset();
- *             try (Picture picture = decoder.pictures(reader).findFirst().orElseThrow()) {
- *                 ImageIO.write(picture.toBufferedImage(160, 120), "png", directory.resolve(i + ".png").toFile());
+ *     try (Film pictures = Film.open(film)) {
+ *         int number = 0;
+ *         for (Picture picture : pictures.spread(count)) {
+ *             try (picture) {
+ *                 ImageIO.write(picture.toBufferedImage(160, 120), "png", directory.resolve(number++ + ".png").toFile());
  *             }
  *         }
  *     }

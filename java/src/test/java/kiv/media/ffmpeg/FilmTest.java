@@ -128,9 +128,10 @@ class FilmTest {
                     .hasMessageContaining("has 30");
             assertThatThrownBy(() -> film.picture(-1)).isInstanceOf(IndexOutOfBoundsException.class);
             assertThatThrownBy(() -> film.range(0, 1, 0)).isInstanceOf(IllegalArgumentException.class);
-            film.close();
-            assertThatThrownBy(() -> film.picture(0)).isInstanceOf(MediaStateException.class);
         }
+        Film closed = Film.open(file);
+        closed.close();
+        assertThatThrownBy(() -> closed.picture(0)).isInstanceOf(MediaStateException.class);
         byte[] damaged = saved.toByteArray();
         damaged[damaged.length / 2] ^= 1;
         try (Film film = Film.open(file); Film other = Film.open(TestMedia.stream("mpeg4_b_322x242.avi"))) {
@@ -140,10 +141,10 @@ class FilmTest {
                     .isInstanceOf(MediaFormatException.class).hasMessageContaining("another film");
         }
         // A film that changes while it is open
-        HostileChannel channel = new HostileChannel(Files.readAllBytes(file));
-        try (Film film = Film.open(channel)) {
+        byte[] bytes = Files.readAllBytes(file);
+        try (Film film = Film.open(new HostileChannel(bytes))) {
             film.count();
-            Arrays.fill(channel.bytes, channel.bytes.length / 2, channel.bytes.length * 3 / 4, (byte) 0x55);
+            Arrays.fill(bytes, bytes.length / 4, bytes.length * 3 / 4, (byte) 0x55);
             assertThatThrownBy(() -> film.picture(15)).isInstanceOf(MediaFormatException.class)
                     .hasMessageContaining("changed");
         }
@@ -161,8 +162,13 @@ class FilmTest {
         }
     }
 
+    /** Without an index, the times behind a seek in an AVI are not those of reading it. */
+    static Stream<Path> timedFilms() throws IOException {
+        return films().filter(file -> !file.endsWith("no_index.avi"));
+    }
+
     @ParameterizedTest
-    @MethodSource("films")
+    @MethodSource("timedFilms")
     void aSeekEndsAtOrBeforeTheTime(Path file) throws IOException {
         List<Row> whole = whole(file);
         try (MediaReader reader = MediaReader.open(file)) {
@@ -171,8 +177,6 @@ class FilmTest {
                 reader.seek(whole.get(number).time);
                 try (VideoDecoder decoder = VideoDecoder.open(stream)) {
                     assertThat(decoder.pictures(reader).map(Row::of).map(Row::hash)).contains(whole.get(number).hash);
-                } catch (UnsupportedCodecException e) {
-                    throw new AssertionError(e);
                 }
             }
         }
