@@ -86,6 +86,14 @@ public final class TestMedia {
         return directory;
     }
 
+    /**
+     * Whether a newer FFmpeg than the library's own line works, behind the bridge. Tests whose expectations differ then ask
+     * this; docs/bridge.md has the reasons.
+     */
+    public static boolean isNewer() {
+        return FfmpegLibrary.build().isBridged();
+    }
+
     /** Every made stream with pictures, and the real files whose codec has a media subtype. */
     public static List<Clip> clips() {
         return rows("manifest.tsv", (file, row) -> new Clip(file, row[1], Integer.parseInt(row[3]), Integer.parseInt(row[4]),
