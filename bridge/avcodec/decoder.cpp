@@ -70,7 +70,7 @@ int c_decoder::open()
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->context;
     old::configure_real(dsc_ffmpeg, dsc_context, dsc_real.get(), dsc_codec.dsc_old.type);
     dsl_layout.opaque.of(dsc_real.get()) = this;
-    if (dsc_context.get_buffer != nullptr)
+    if (dsc_context.get_buffer != nullptr || is_sound())
         dsl_layout.get_buffer2.of(dsc_real.get()) = &c_decoder::get_buffer2;
     choose_options();
     if (const int inl_result = dsc_ffmpeg.avcodec_open2(dsc_real.get(), dsc_codec.adsc_real, nullptr); inl_result < 0)
@@ -118,7 +118,22 @@ int c_decoder::get_buffer2(real::context *adsp_context, real::frame *adsp_frame,
 
 int c_decoder::get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags)
 {
-    return dsc_memory.get(adsp_context, adsp_frame, (inp_flags & in_flag_reference) != 0);
+    const int inl_result = dsc_context.get_buffer != nullptr
+                               ? dsc_memory.get(adsp_context, adsp_frame, (inp_flags & in_flag_reference) != 0)
+                               : dsc_ffmpeg.avcodec_default_get_buffer2(adsp_context, adsp_frame, inp_flags);
+    if (inl_result >= 0 && is_sound())
+        silence(adsp_frame);
+    return inl_result;
+}
+
+/** A newer decoder leaves the samples of a damaged frame as they were: nobody shall hear what was in the memory. */
+void c_decoder::silence(real::frame *adsp_frame) const noexcept
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
+    const int inl_planes = old::sound_planes(dsc_ffmpeg, static_cast<AVSampleFormat>(dsl_layout.format.of(adsp_frame)),
+                                             dsl_layout.ch_layout.of(adsp_frame).nb_channels);
+    for (uint8_t *autl_plane : std::span(dsl_layout.extended_data.of(adsp_frame), static_cast<size_t>(inl_planes)))
+        std::fill_n(autl_plane, dsl_layout.linesize.of(adsp_frame)[0], uint8_t{0});
 }
 
 c_decoder::dsd_result c_decoder::decode(AVFrame &dsp_frame, const AVPacket &dsp_packet)

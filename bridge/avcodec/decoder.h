@@ -54,6 +54,7 @@ public:
 private:
     static int get_buffer2(real::context *adsp_context, real::frame *adsp_frame, int inp_flags) noexcept;
     int get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags);
+    void silence(real::frame *adsp_frame) const noexcept;
     void choose_options();
     bool is_sound() const noexcept { return dsc_codec.dsc_old.type == AVMEDIA_TYPE_AUDIO; }
     std::span<const uint8_t> extradata() const noexcept;
