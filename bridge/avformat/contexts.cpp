@@ -12,12 +12,6 @@ using bridge::avformat::c_container;
 using bridge::avformat::container_of;
 using bridge::real::dsd_ffmpeg;
 
-BRIDGE_ENTRY unsigned int avformat_version(void)
-{
-    constexpr unsigned int un_version = 56 << 16 | 40 << 8 | 101;
-    return un_version;
-}
-
 BRIDGE_ENTRY void av_register_all(void)
 {
     static_cast<void>(kiv_bridge_ffmpeg());
