@@ -79,6 +79,7 @@
     X(int, av_probe_input_buffer2, (AVIOContext *, AVInputFormat **, const char *, void *, unsigned int,               \
                                     unsigned int))                                                                     \
     X(int, avformat_open_input, (AVFormatContext **, const char *, AVInputFormat *, AVDictionary **))                  \
+    X(AVInputFormat *, av_find_input_format, (const char *))                                                           \
     X(int, avformat_find_stream_info, (AVFormatContext *, AVDictionary **))                                            \
     X(int, av_read_frame, (AVFormatContext *, AVPacket *))                                                             \
     X(int, av_seek_frame, (AVFormatContext *, int, int64_t, int))                                                      \
