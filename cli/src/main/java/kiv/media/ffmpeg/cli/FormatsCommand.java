@@ -9,6 +9,7 @@ import kiv.media.ffmpeg.AudioCodec;
 import kiv.media.ffmpeg.FfmpegBuild;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.FourCharacterCode;
+import kiv.media.ffmpeg.MediaFormats;
 import kiv.media.ffmpeg.cli.report.VisibleText;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -68,6 +69,21 @@ final class FormatsCommand implements Callable<Integer> {
                     format.encoder().map(AudioCodec::toString).orElse(""));
         }
         audio.print(out);
+        out.println();
+        Table codecs = new Table();
+        codecs.row("codec", "kind", "decode", "FFmpeg's name for people");
+        for (MediaFormats.Codec codec : MediaFormats.codecs()) {
+            codecs.row(codec.name(), codec.isDecodable() ? ConsoleText.kind(codec.kind()) : "-",
+                    yes(codec.isDecodable()), codec.title());
+        }
+        codecs.print(out);
+        out.println();
+        Table containers = new Table();
+        containers.row("container", "read", "FFmpeg's name for people");
+        for (MediaFormats.Container container : MediaFormats.containers()) {
+            containers.row(container.name(), yes(container.isReadable()), container.title());
+        }
+        containers.print(out);
     }
 
     private static String yes(boolean value) {
@@ -110,6 +126,25 @@ final class FormatsCommand implements Callable<Integer> {
             if (format.encoder().isPresent()) {
                 to.writeStringField("encoder", format.encoder().get().toString());
             }
+            to.writeEndObject();
+        }
+        to.writeEndArray();
+        to.writeArrayFieldStart("codecs");
+        for (MediaFormats.Codec codec : MediaFormats.codecs()) {
+            to.writeStartObject();
+            to.writeStringField("codec", codec.name());
+            to.writeStringField("title", codec.title());
+            to.writeStringField("kind", ConsoleText.kind(codec.kind()));
+            to.writeBooleanField("decodable", codec.isDecodable());
+            to.writeEndObject();
+        }
+        to.writeEndArray();
+        to.writeArrayFieldStart("containers");
+        for (MediaFormats.Container container : MediaFormats.containers()) {
+            to.writeStartObject();
+            to.writeStringField("container", container.name());
+            to.writeStringField("title", container.title());
+            to.writeBooleanField("readable", container.isReadable());
             to.writeEndObject();
         }
         to.writeEndArray();
