@@ -94,6 +94,18 @@ public final class TestMedia {
         return FfmpegLibrary.build().isBridged();
     }
 
+    /** Whether sound can be encoded so. All packages of FFmpeg can; Debian's has no encoder for AMR. */
+    public static boolean hasEncoder(AudioCodec codec) {
+        if (!FfmpegLibrary.build().directory().startsWith("/usr")) {
+            return true;
+        }
+        try (AudioEncoder encoder = AudioEncoder.open(codec, codec.accepts(44_100, 1) ? 44_100 : 8000, 1)) {
+            return encoder.format() != null;
+        } catch (UnsupportedCodecException e) {
+            return false;
+        }
+    }
+
     /** Every made stream with pictures, and the real files whose codec has a media subtype. */
     public static List<Clip> clips() {
         return rows("manifest.tsv", (file, row) -> new Clip(file, row[1], Integer.parseInt(row[3]), Integer.parseInt(row[4]),
