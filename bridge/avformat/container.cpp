@@ -135,7 +135,7 @@ int c_container::open(const char *strp_name, const real::input_format *adsp_form
     c_options dsl_defaults(dsc_ffmpeg, 1);
     if (context().pb != nullptr)
         dsl_defaults.set(0, "protocol_whitelist", "none"); // whatever the bytes say, nothing else is opened
-    dsl_defaults.set(0, "max_size", "4096");           // of the packets of WAV, as in the 56 line
+    dsl_defaults.set(0, "max_size", "4096");               // of the packets of WAV, as in the 56 line
     const int inl_result = dsc_ffmpeg.avformat_open_input(
         &adsc_real, strp_name, adsp_format, aadsp_options != nullptr ? aadsp_options : dsl_defaults.get());
     if (inl_result < 0) { // FFmpeg has freed it
