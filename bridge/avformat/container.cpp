@@ -115,7 +115,9 @@ c_container::c_container(const real::dsd_ffmpeg &dsp_ffmpeg) : dsc_ffmpeg(dsp_ff
 
 c_container::~c_container()
 {
-    if (adsc_real != nullptr)
+    if (adsc_real != nullptr && bc_output)
+        dsc_ffmpeg.avformat_free_context(adsc_real);
+    else if (adsc_real != nullptr)
         dsc_ffmpeg.avformat_close_input(&adsc_real);
 }
 

@@ -19,6 +19,7 @@ struct frame;           // AVFrame
 struct parameters;      // AVCodecParameters
 struct stream;          // AVStream
 struct format_context;  // AVFormatContext
+struct output_format;   // AVOutputFormat
 struct frame_side_data; // AVFrameSideData
 struct scaler;          // SwsContext
 struct resampler;       // SwrContext

@@ -2,6 +2,7 @@
 
 #include "kivjniffmpeg/containers/known_formats.h"
 #include "kivjniffmpeg/containers/undecoded_codecs.h"
+#include "kivjniffmpeg/ffmpeg/error_text.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/formats/admitted_codecs.h"
 #include "trace/trace.h"
@@ -25,16 +26,6 @@ namespace
 
 /** How often in a row FFmpeg may ask for another call without reading: a buffer has fewer units. */
 constexpr int in_idle_limit = 65536;
-
-std::string error_text(int inp_error)
-{
-    if (inp_error == AVERROR(EPERM))
-        return "no reason given"; // the number of EPERM, but FFmpeg's readers return a plain -1
-    char byrl_text[128];
-    if (g_avutil.av_strerror == nullptr || g_avutil.av_strerror(inp_error, byrl_text, sizeof byrl_text) < 0)
-        return "error " + std::to_string(inp_error);
-    return byrl_text;
-}
 
 /** How players turn pictures. */
 struct dsd_orientation
