@@ -27,11 +27,11 @@ class AudioEncoderTest {
     Path directory;
 
     static Stream<Arguments> formats() {
-        return Stream.of(AudioCodec.values()).flatMap(codec -> {
+        return Stream.of(AudioCodec.values()).filter(codec -> !codec.isOfFfmpeg()).flatMap(codec -> {
             int rate = Stream.of(44100, 16000, 8000).filter(r -> codec != AudioCodec.G722 || r < 44100)
                     .filter(r -> codec.accepts(r, 1)).findFirst().orElseThrow();
             return Stream.of(1, 2).filter(channels -> codec.accepts(rate, channels))
-                    .flatMap(channels -> AudioContainer.extensions(codec).stream()
+                    .flatMap(channels -> AudioContainer.extensions(codec).stream().filter(name -> !name.matches("m4a|3gp"))
                             .map(extension -> Arguments.of(codec, rate, channels, extension)));
         });
     }
@@ -89,7 +89,7 @@ class AudioEncoderTest {
 
     /** Each channel has a tone of its own, and the one for low tones a low one. */
     @ParameterizedTest
-    @EnumSource
+    @EnumSource(mode = EnumSource.Mode.EXCLUDE, names = {"FLAC", "ALAC", "OPUS", "VORBIS", "AMR_WB"})
     void everyChannelStaysWhereItIs(AudioCodec codec) throws Exception {
         assumeThat(TestMedia.hasEncoder(codec)).isTrue();
         int rate = codec == AudioCodec.AMR_NB ? 8000 : codec == AudioCodec.G722 ? 16000 : 48000;
