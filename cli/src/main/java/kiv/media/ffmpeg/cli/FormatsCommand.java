@@ -3,9 +3,11 @@ package kiv.media.ffmpeg.cli;
 import com.fasterxml.jackson.core.JsonGenerator;
 import java.io.IOException;
 import java.io.PrintWriter;
+import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioCodec;
+import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.FfmpegBuild;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.FourCharacterCode;
@@ -43,6 +45,7 @@ final class FormatsCommand implements Callable<Integer> {
                 objects.write(to -> {
                     describe(ffmpeg, to);
                     describe(to);
+                    describeEncoders(to);
                 });
             }
         } else {
@@ -70,6 +73,8 @@ final class FormatsCommand implements Callable<Integer> {
         }
         audio.print(out);
         out.println();
+        printEncoders(out);
+        out.println();
         Table codecs = new Table();
         codecs.row("codec", "kind", "decode", "FFmpeg's name for people");
         for (MediaFormats.Codec codec : MediaFormats.codecs()) {
@@ -84,6 +89,35 @@ final class FormatsCommand implements Callable<Integer> {
             containers.row(container.name(), yes(container.isReadable()), container.title());
         }
         containers.print(out);
+    }
+
+    private static void printEncoders(PrintWriter out) {
+        Table encoders = new Table();
+        encoders.row("--format", "encode", "files");
+        for (AudioCodec codec : AudioCodec.values()) {
+            encoders.row(codec.toString(), yes(KnownFormats.opens(codec)), String.join(" ", extensions(codec)));
+        }
+        encoders.print(out);
+    }
+
+    private static List<String> extensions(AudioCodec codec) {
+        return AudioContainer.extensions(codec).stream().map(extension -> "." + extension).toList();
+    }
+
+    private static void describeEncoders(JsonGenerator to) throws IOException {
+        to.writeArrayFieldStart("encoders");
+        for (AudioCodec codec : AudioCodec.values()) {
+            to.writeStartObject();
+            to.writeStringField("encoder", codec.toString());
+            to.writeBooleanField("encode", KnownFormats.opens(codec));
+            to.writeArrayFieldStart("files");
+            for (String extension : extensions(codec)) {
+                to.writeString(extension);
+            }
+            to.writeEndArray();
+            to.writeEndObject();
+        }
+        to.writeEndArray();
     }
 
     private static String yes(boolean value) {
