@@ -44,7 +44,8 @@ c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp
                                " dst=", dsc_dst_format->sample_rate());
     if (bc_decoder) {
         TRACE_LINE(im_level_debug, "%s#%s(): request_sample_fmt=%d", static_cast<int>(dsc_dst_format->sample_format()));
-        dsc_codec_ctx.set_extradata(dsc_src_format->specific_hdr());
+        if (dsc_src_format->stream() == nullptr || !dsc_src_format->specific_hdr().empty())
+            dsc_codec_ctx.set_extradata(dsc_src_format->specific_hdr());
     } else {
         choose_sample_format();
     }
