@@ -103,12 +103,6 @@ using bridge::avcodec::find_codec;
 using bridge::avcodec::next_codec;
 using bridge::real::dsd_ffmpeg;
 
-BRIDGE_ENTRY unsigned int avcodec_version(void)
-{
-    constexpr unsigned int un_version = 56 << 16 | 60 << 8 | 100;
-    return un_version;
-}
-
 BRIDGE_ENTRY void avcodec_register_all(void)
 {
     // The newer FFmpeg has registered them. What is wrong with it is said here, before anything is asked of it.

@@ -26,6 +26,12 @@ bool is_mpeg_audio(AVCodecID iep_codec)
     return iep_codec == AV_CODEC_ID_MP3 || iep_codec == AVCodecID{0x15000} || iep_codec == AVCodecID{0x1502B};
 }
 
+/** PCM's decoders write every sample. */
+bool is_pcm(AVCodecID iep_codec)
+{
+    return iep_codec >= AV_CODEC_ID_PCM_S16LE && iep_codec < AVCodecID{0x11000};
+}
+
 /** MPEG-1 and MPEG-2 video: the code for the end of a sequence, alone in a packet, has the last picture delivered. */
 bool is_sequence_end(AVCodecID iep_codec, std::span<const uint8_t> utp_bytes)
 {
@@ -60,6 +66,8 @@ c_decoder::c_decoder(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_con
       dsc_real(make_context(dsp_ffmpeg, dsp_codec.adsc_real)),
       dsc_scratch(make_context(dsp_ffmpeg, dsp_codec.adsc_real)),
       dsc_parser(nullptr, {&dsp_ffmpeg}),
+      dsc_packet(old::make_packet(dsp_ffmpeg)),
+      dsc_spare(nullptr, {&dsp_ffmpeg}),
       dsc_last(nullptr, {&dsp_ffmpeg}),
       dsc_waiting(nullptr, {&dsp_ffmpeg})
 {
@@ -70,7 +78,7 @@ int c_decoder::open()
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->context;
     old::configure_real(dsc_ffmpeg, dsc_context, dsc_real.get(), dsc_codec.dsc_old.type);
     dsl_layout.opaque.of(dsc_real.get()) = this;
-    if (dsc_context.get_buffer != nullptr)
+    if (dsc_context.get_buffer != nullptr || is_sound())
         dsl_layout.get_buffer2.of(dsc_real.get()) = &c_decoder::get_buffer2;
     choose_options();
     if (const int inl_result = dsc_ffmpeg.avcodec_open2(dsc_real.get(), dsc_codec.adsc_real, nullptr); inl_result < 0)
@@ -118,7 +126,22 @@ int c_decoder::get_buffer2(real::context *adsp_context, real::frame *adsp_frame,
 
 int c_decoder::get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags)
 {
-    return dsc_memory.get(adsp_context, adsp_frame, (inp_flags & in_flag_reference) != 0);
+    const int inl_result = dsc_context.get_buffer != nullptr
+                               ? dsc_memory.get(adsp_context, adsp_frame, (inp_flags & in_flag_reference) != 0)
+                               : dsc_ffmpeg.avcodec_default_get_buffer2(adsp_context, adsp_frame, inp_flags);
+    if (inl_result >= 0 && is_sound() && !is_pcm(dsc_codec.dsc_old.id))
+        silence(adsp_frame);
+    return inl_result;
+}
+
+/** A newer decoder leaves the samples of a damaged frame as they were: nobody shall hear what was in the memory. */
+void c_decoder::silence(real::frame *adsp_frame) const noexcept
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
+    const int inl_planes = old::sound_planes(dsc_ffmpeg, static_cast<AVSampleFormat>(dsl_layout.format.of(adsp_frame)),
+                                             dsl_layout.ch_layout.of(adsp_frame).nb_channels);
+    for (uint8_t *autl_plane : std::span(dsl_layout.extended_data.of(adsp_frame), static_cast<size_t>(inl_planes)))
+        std::fill_n(autl_plane, dsl_layout.linesize.of(adsp_frame)[0], uint8_t{0});
 }
 
 c_decoder::dsd_result c_decoder::decode(AVFrame &dsp_frame, const AVPacket &dsp_packet)
@@ -156,22 +179,22 @@ c_decoder::dsd_result c_decoder::decode_bytes(AVFrame &dsp_frame, const AVPacket
     const std::span<const uint8_t> utl_bytes(dsp_packet.data, static_cast<size_t>(dsp_packet.size));
     if (dsc_parser != nullptr && !is_sequence_end(dsc_codec.dsc_old.id, utl_bytes))
         return decode_cut_anywhere(dsp_frame, dsp_packet);
-    const old::real_packet dsl_unit = old::make_packet(dsc_ffmpeg);
+    real::packet &dsl_unit = fresh_packet();
     if (dsp_packet.side_data_elems > 0) {
-        old::copy_side_data(dsc_ffmpeg, dsp_packet, *dsl_unit);
-        dsl_unit->size = dsp_packet.size;
+        old::copy_side_data(dsc_ffmpeg, dsp_packet, dsl_unit);
+        dsl_unit.size = dsp_packet.size;
     } else {
-        dsl_unit->size = old::split_side_data(dsc_ffmpeg, utl_bytes, *dsl_unit);
+        dsl_unit.size = old::split_side_data(dsc_ffmpeg, utl_bytes, dsl_unit);
     }
     if (dsc_codec.dsc_old.id == AV_CODEC_ID_H264)
-        dsl_unit->size =
-            static_cast<int>(whole_units(extradata(), utl_bytes.first(static_cast<size_t>(dsl_unit->size))).size());
-    dsl_unit->data = dsp_packet.data;
-    dsl_unit->pts = dsp_packet.pts;
-    dsl_unit->dts = dsp_packet.dts;
-    dsl_unit->flags = dsp_packet.flags;
-    return is_sound() ? decode_sound(dsp_frame, dsp_packet, *dsl_unit)
-                      : decode_unit(dsp_frame, *dsl_unit, dsp_packet.size);
+        dsl_unit.size =
+            static_cast<int>(whole_units(extradata(), utl_bytes.first(static_cast<size_t>(dsl_unit.size))).size());
+    dsl_unit.data = dsp_packet.data;
+    dsl_unit.pts = dsp_packet.pts;
+    dsl_unit.dts = dsp_packet.dts;
+    dsl_unit.flags = dsp_packet.flags;
+    return is_sound() ? decode_sound(dsp_frame, dsp_packet, dsl_unit)
+                      : decode_unit(dsp_frame, dsl_unit, dsp_packet.size);
 }
 
 /** Collects the bytes of one picture. As in the 56 line it is decoded when the next one begins, and with its times. */
@@ -184,12 +207,12 @@ c_decoder::dsd_result c_decoder::decode_cut_anywhere(AVFrame &dsp_frame, const A
                                     dsp_packet.size, dsp_packet.pts, dsp_packet.dts, dsp_packet.pos);
     if (inl_size <= 0)
         return {inl_consumed};
-    const old::real_packet dsl_unit = old::make_packet(dsc_ffmpeg);
-    dsl_unit->data = autl_unit;
-    dsl_unit->size = inl_size;
-    dsl_unit->pts = dsp_packet.pts;
-    dsl_unit->dts = dsp_packet.dts;
-    return decode_unit(dsp_frame, *dsl_unit, inl_consumed);
+    real::packet &dsl_unit = fresh_packet();
+    dsl_unit.data = autl_unit;
+    dsl_unit.size = inl_size;
+    dsl_unit.pts = dsp_packet.pts;
+    dsl_unit.dts = dsp_packet.dts;
+    return decode_unit(dsp_frame, dsl_unit, inl_consumed);
 }
 
 c_decoder::dsd_result c_decoder::decode_sound(AVFrame &dsp_frame, const AVPacket &dsp_packet, real::packet &dsp_whole)
@@ -252,13 +275,33 @@ c_decoder::dsd_result c_decoder::drain(AVFrame &dsp_frame)
     return {0, true};
 }
 
+/** The packet, without what it had. Its bytes are never its own. */
+real::packet &c_decoder::fresh_packet() const noexcept
+{
+    dsc_ffmpeg.av_packet_unref(dsc_packet.get());
+    return *dsc_packet;
+}
+
 /** @return 0, or FFmpeg's error or reason why there is no frame */
 int c_decoder::receive(real_frame &dsp_frame)
 {
-    real_frame dsl_frame = make_frame(dsc_ffmpeg);
+    real_frame dsl_frame = dsc_spare != nullptr ? std::move(dsc_spare) : make_frame(dsc_ffmpeg);
     const int inl_result = dsc_ffmpeg.avcodec_receive_frame(dsc_real.get(), dsl_frame.get());
-    dsp_frame = inl_result < 0 ? real_frame(nullptr, {&dsc_ffmpeg}) : std::move(dsl_frame);
+    if (inl_result >= 0) {
+        dsp_frame = std::move(dsl_frame);
+    } else {
+        dsp_frame.reset();
+        recycle(std::move(dsl_frame));
+    }
     return inl_result;
+}
+
+void c_decoder::recycle(real_frame dsp_frame) noexcept
+{
+    if (dsp_frame == nullptr)
+        return;
+    dsc_ffmpeg.av_frame_unref(dsp_frame.get());
+    dsc_spare = std::move(dsp_frame);
 }
 
 void c_decoder::deliver(real_frame dsp_frame, AVFrame &dsp_to)
@@ -280,7 +323,8 @@ void c_decoder::deliver(real_frame dsp_frame, AVFrame &dsp_to)
     if (dsc_context.refcounted_frames != 0)
         old::move_buffers(dsc_ffmpeg, dsp_frame.get(), dsp_to);
     else
-        dsc_last = std::move(dsp_frame);
+        std::swap(dsc_last, dsp_frame);
+    recycle(std::move(dsp_frame));
 }
 
 /** Some decoders deliver memory of their own. The caller gets a copy in its memory, which it expects to find. */

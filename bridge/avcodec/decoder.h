@@ -4,6 +4,7 @@
 #include "bridge/avcodec/codecs.h"
 #include "bridge/avcodec/frame_memory.h"
 #include "bridge/avcodec/state.h"
+#include "bridge/old/packets.h"
 
 #include <memory>
 #include <span>
@@ -54,6 +55,7 @@ public:
 private:
     static int get_buffer2(real::context *adsp_context, real::frame *adsp_frame, int inp_flags) noexcept;
     int get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags);
+    void silence(real::frame *adsp_frame) const noexcept;
     void choose_options();
     bool is_sound() const noexcept { return dsc_codec.dsc_old.type == AVMEDIA_TYPE_AUDIO; }
     std::span<const uint8_t> extradata() const noexcept;
@@ -63,7 +65,9 @@ private:
     dsd_result decode_sound(AVFrame &dsp_frame, const AVPacket &dsp_packet, real::packet &dsp_whole);
     dsd_result decode_unit(AVFrame &dsp_frame, real::packet &dsp_unit, int inp_consumed);
     dsd_result deliver_waiting(AVFrame &dsp_frame);
+    real::packet &fresh_packet() const noexcept;
     int receive(real_frame &dsp_frame);
+    void recycle(real_frame dsp_frame) noexcept;
     void deliver(real_frame dsp_frame, AVFrame &dsp_to);
     void move_into_callers_memory(real_frame &dsp_frame);
     void make_parser();
@@ -75,6 +79,8 @@ private:
     real_context dsc_real;
     real_context dsc_scratch; // what a parser or a computation may change
     std::unique_ptr<real::parser, dsd_free_parser> dsc_parser;
+    old::real_packet dsc_packet; // used again for each packet, as dsc_spare is for frames: sound has many small ones
+    real_frame dsc_spare;
     real_frame dsc_last;    // the caller uses its memory until the next frame, unless it counts references
     real_frame dsc_waiting; // decoded already: the packet has more than one frame
     int inc_owed = 0;       // what the packet counts as consumed when no more frames wait

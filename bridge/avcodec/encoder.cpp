@@ -106,6 +106,8 @@ int c_encoder::receive_all()
     for (;;) {
         old::real_packet dsl_packet = old::make_packet(dsc_ffmpeg);
         const int inl_result = dsc_ffmpeg.avcodec_receive_packet(dsc_real.get(), dsl_packet.get());
+        if (inl_result == AVERROR_EOF) // some encoders complete their header at the end
+            old::copy_extradata_to_old(dsc_ffmpeg, dsc_real.get(), dsc_context);
         if (inl_result == AVERROR(EAGAIN) || inl_result == AVERROR_EOF)
             return 0;
         if (inl_result < 0)

@@ -115,7 +115,9 @@ c_container::c_container(const real::dsd_ffmpeg &dsp_ffmpeg) : dsc_ffmpeg(dsp_ff
 
 c_container::~c_container()
 {
-    if (adsc_real != nullptr)
+    if (adsc_real != nullptr && bc_output)
+        dsc_ffmpeg.avformat_free_context(adsc_real);
+    else if (adsc_real != nullptr)
         dsc_ffmpeg.avformat_close_input(&adsc_real);
 }
 
@@ -133,7 +135,9 @@ int c_container::open(const char *strp_name, const real::input_format *adsp_form
         dsl_layout.pb.of(adsc_real) = dsc_source->get();
     }
     c_options dsl_defaults(dsc_ffmpeg, 1);
-    dsl_defaults.set(0, "max_size", "4096"); // of the packets of WAV, as in the 56 line
+    if (context().pb != nullptr)
+        dsl_defaults.set(0, "protocol_whitelist", "none"); // whatever the bytes say, nothing else is opened
+    dsl_defaults.set(0, "max_size", "4096");               // of the packets of WAV, as in the 56 line
     const int inl_result = dsc_ffmpeg.avformat_open_input(
         &adsc_real, strp_name, adsp_format, aadsp_options != nullptr ? aadsp_options : dsl_defaults.get());
     if (inl_result < 0) { // FFmpeg has freed it

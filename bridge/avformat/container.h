@@ -1,4 +1,4 @@
-/** @file One container that is read: FFmpeg's, and the 56 line's picture of it. */
+/** @file One container that is read or written: FFmpeg's, and the 56 line's picture of it. */
 #pragma once
 
 #include "bridge/avformat/source.h"
@@ -57,7 +57,15 @@ public:
     int set_option(const char *strp_name, const char *strp_value);
     AVStream &add_stream();
 
+    // Writing, in writing.cpp. A container is either read or written.
+    int open_output(const char *strp_format, const char *strp_name);
+    int write_header(AVDictionary **aadsp_options);
+    /** The packet is empty afterwards. */
+    int write(AVPacket &dsp_packet);
+    int write_trailer();
+
 private:
+    int add_real_stream(AVStream &dsp_stream);
     static int is_interrupted(void *avp_container) noexcept;
     void announce();
     void show_new_streams();
@@ -69,6 +77,7 @@ private:
     std::unique_ptr<c_real_source> dsc_source; // before the container, which reads from it until it is closed
     real::format_context *adsc_real = nullptr;
     bool bc_examining = false;
+    bool bc_output = false;
     size_t ulc_shown = 0; // how many streams callers see as FFmpeg has them
     std::vector<std::unique_ptr<dsd_stream>> dsc_streams;
     std::vector<AVStream *> adsc_shown;

@@ -1,4 +1,4 @@
-// libavformat.so.56: reading of containers.
+// libavformat.so.56: reading and writing of containers.
 
 #include "bridge/avformat/container.h"
 #include "bridge/avformat/formats.h"
@@ -11,12 +11,6 @@ using bridge::enter;
 using bridge::avformat::c_container;
 using bridge::avformat::container_of;
 using bridge::real::dsd_ffmpeg;
-
-BRIDGE_ENTRY unsigned int avformat_version(void)
-{
-    constexpr unsigned int un_version = 56 << 16 | 40 << 8 | 101;
-    return un_version;
-}
 
 BRIDGE_ENTRY void av_register_all(void)
 {
@@ -96,6 +90,39 @@ BRIDGE_ENTRY AVStream *avformat_new_stream(AVFormatContext *adsp_context, const 
         }
         return &dsl_stream;
     });
+}
+
+BRIDGE_ENTRY int avformat_alloc_output_context2(AVFormatContext **aadsp_context, AVOutputFormat *adsp_format,
+                                                const char *strp_format, const char *strp_name)
+{
+    *aadsp_context = nullptr;
+    if (adsp_format != nullptr)
+        return AVERROR(EINVAL); // callers name the format, because the bridge shows none
+    return enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        auto dsl_container = std::make_unique<c_container>(dsp_ffmpeg);
+        if (const int inl_result = dsl_container->open_output(strp_format, strp_name); inl_result < 0)
+            return inl_result;
+        *aadsp_context = &dsl_container.release()->context();
+        return 0;
+    });
+}
+
+BRIDGE_ENTRY int avformat_write_header(AVFormatContext *adsp_context, AVDictionary **aadsp_options)
+{
+    return enter(AVERROR(ENOMEM),
+                 [&](const dsd_ffmpeg &) { return container_of(*adsp_context).write_header(aadsp_options); });
+}
+
+BRIDGE_ENTRY int av_interleaved_write_frame(AVFormatContext *adsp_context, AVPacket *adsp_packet)
+{
+    if (adsp_packet == nullptr)
+        return 0; // with one packet a call nothing waits
+    return enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &) { return container_of(*adsp_context).write(*adsp_packet); });
+}
+
+BRIDGE_ENTRY int av_write_trailer(AVFormatContext *adsp_context)
+{
+    return enter(AVERROR(ENOMEM), [&](const dsd_ffmpeg &) { return container_of(*adsp_context).write_trailer(); });
 }
 
 BRIDGE_ENTRY const AVCodecTag *avformat_get_riff_audio_tags(void)

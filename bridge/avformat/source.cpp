@@ -15,13 +15,15 @@ c_real_source::c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, old::dsd_source
     : dsc_ffmpeg(dsp_ffmpeg),
       dsc_source(dsp_source),
       dsc_before(std::move(dsp_before)),
-      adsc_io(dsp_ffmpeg.avio_alloc_context(dsp_source.buffer, dsp_source.buffer_size, 0, this, &c_real_source::read,
-                                            nullptr, dsp_source.seek == nullptr ? nullptr : &c_real_source::seek))
+      adsc_io(dsp_ffmpeg.avio_alloc_context(dsp_source.buffer, dsp_source.buffer_size, dsp_source.write_flag, this,
+                                            dsp_source.read_packet == nullptr ? nullptr : &c_real_source::read,
+                                            dsp_source.write_packet == nullptr ? nullptr : &c_real_source::write,
+                                            dsp_source.seek == nullptr ? nullptr : &c_real_source::seek))
 {
     if (adsc_io == nullptr)
         throw std::bad_alloc();
     if (dsp_source.buf_ptr == nullptr)
-        return; // nothing was read yet
+        return; // nothing was read or written yet
     adsc_io->buf_ptr = dsp_source.buf_ptr;
     adsc_io->buf_end = dsp_source.buf_end;
     adsc_io->pos = dsp_source.pos;
@@ -53,6 +55,12 @@ int c_real_source::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
     return inl_read == 0 ? AVERROR_EOF : inl_read; // the 56 line's way to say that it is the end
 }
 
+int c_real_source::write(void *avp_source, uint8_t *autp_from, int inp_length) noexcept
+{
+    const old::dsd_source &dsl_source = static_cast<c_real_source *>(avp_source)->dsc_source;
+    return dsl_source.write_packet(dsl_source.opaque, autp_from, inp_length);
+}
+
 int64_t c_real_source::seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept
 {
     const old::dsd_source &dsl_source = static_cast<c_real_source *>(avp_source)->dsc_source;
@@ -71,10 +79,8 @@ BRIDGE_ENTRY AVIOContext *avio_alloc_context(unsigned char *autp_buffer, int inp
                                              int64_t (*adsp_seek)(void *, int64_t, int))
 {
     return enter<AVIOContext *>(nullptr, [&](const dsd_ffmpeg &dsp_ffmpeg) {
-        // Nobody writes a container through the bridge.
-        auto *adsl_source = inp_write != 0 || adsp_read == nullptr
-                                ? nullptr
-                                : static_cast<dsd_source *>(dsp_ffmpeg.av_mallocz(sizeof(dsd_source)));
+        const bool bl_usable = inp_write != 0 ? adsp_write != nullptr : adsp_read != nullptr;
+        auto *adsl_source = bl_usable ? static_cast<dsd_source *>(dsp_ffmpeg.av_mallocz(sizeof(dsd_source))) : nullptr;
         if (adsl_source != nullptr) {
             adsl_source->buffer = autp_buffer;
             adsl_source->buffer_size = inp_size;
@@ -82,6 +88,7 @@ BRIDGE_ENTRY AVIOContext *avio_alloc_context(unsigned char *autp_buffer, int inp
             adsl_source->read_packet = adsp_read;
             adsl_source->write_packet = adsp_write;
             adsl_source->seek = adsp_seek;
+            adsl_source->write_flag = inp_write;
         }
         return reinterpret_cast<AVIOContext *>(adsl_source);
     });

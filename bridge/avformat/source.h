@@ -1,4 +1,4 @@
-/** @file The caller's source of bytes. */
+/** @file The caller's source or sink of bytes. */
 #pragma once
 
 #include "bridge/old/structures.h"
@@ -9,7 +9,9 @@
 namespace bridge::avformat
 {
 
-/** FFmpeg's AVIOContext for a source of the caller's. The source has its buffer and its position again afterwards. */
+/**
+ * FFmpeg's AVIOContext for a source or sink of the caller's, which has its buffer and its position again afterwards.
+ */
 class c_real_source
 {
 public:
@@ -31,6 +33,7 @@ public:
 
 private:
     static int read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept;
+    static int write(void *avp_source, uint8_t *autp_from, int inp_length) noexcept;
     static int64_t seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept;
 
     const real::dsd_ffmpeg &dsc_ffmpeg;

@@ -6,12 +6,6 @@
 
 using bridge::enter;
 
-BRIDGE_ENTRY unsigned int avutil_version(void)
-{
-    constexpr unsigned int un_version = 54 << 16 | 31 << 8 | 100;
-    return un_version;
-}
-
 BRIDGE_ENTRY const char *av_version_info(void)
 {
     return enter<const char *>(nullptr, [](const auto &dsp_ffmpeg) { return dsp_ffmpeg.av_version_info(); });

@@ -27,6 +27,7 @@ struct dsd_source
     int64_t pos;
     int must_flush;
     int eof_reached;
+    int write_flag;
 };
 static_assert(offsetof(dsd_source, buffer) == offsetof(AVIOContext, buffer));
 

@@ -80,6 +80,7 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(int, avcodec_default_get_buffer2, (context *, frame *, int))                                                     \
     X(unsigned int, avcodec_pix_fmt_to_codec_tag, (int))                                                               \
     X(int, avcodec_parameters_to_context, (context *, const parameters *))                                             \
+    X(int, avcodec_parameters_from_context, (parameters *, const context *))                                           \
     X(packet *, av_packet_alloc, (void))                                                                               \
     X(void, av_packet_free, (packet **))                                                                               \
     X(void, av_packet_unref, (packet *))                                                                               \
@@ -109,6 +110,11 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(int, av_read_frame, (format_context *, packet *))                                                                \
     X(int, av_seek_frame, (format_context *, int, int64_t, int))                                                       \
     X(int, avformat_index_get_entries_count, (const stream *))                                                         \
+    X(int, avformat_alloc_output_context2, (format_context **, const output_format *, const char *, const char *))     \
+    X(stream *, avformat_new_stream, (format_context *, const codec *))                                                \
+    X(int, avformat_write_header, (format_context *, AVDictionary **))                                                 \
+    X(int, av_interleaved_write_frame, (format_context *, packet *))                                                   \
+    X(int, av_write_trailer, (format_context *))                                                                       \
     X(void, avformat_close_input, (format_context **))
 
 #define BRIDGE_SWRESAMPLE_FUNCTIONS(X)                                                                                 \

@@ -2,8 +2,8 @@
  * @file
  * The structures of the newer FFmpeg, libavcodec 59 to 62, which works behind the bridge.
  *
- * Those that are the same in all majors are declared; their offsets are measured like the others, and the test of the
- * tables compares them. The others are known by name only, and layout.h tells where their fields lie.
+ * Those that are the same in all majors are declared; their offsets are measured like the others, and layout.cpp
+ * compares them. The others are known by name only, and layout.h tells where their fields lie.
  */
 #pragma once
 
@@ -19,6 +19,7 @@ struct frame;           // AVFrame
 struct parameters;      // AVCodecParameters
 struct stream;          // AVStream
 struct format_context;  // AVFormatContext
+struct output_format;   // AVOutputFormat
 struct frame_side_data; // AVFrameSideData
 struct scaler;          // SwsContext
 struct resampler;       // SwrContext

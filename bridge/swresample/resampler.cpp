@@ -76,12 +76,6 @@ int set_channels(const dsd_ffmpeg &dsp_ffmpeg, SwrContext &dsp_resampler, const 
 
 } // namespace
 
-BRIDGE_ENTRY unsigned int swresample_version(void)
-{
-    constexpr unsigned int un_version = 1 << 16 | 2 << 8 | 101;
-    return un_version;
-}
-
 BRIDGE_ENTRY void swr_free(SwrContext **aadsp_resampler)
 {
     if (aadsp_resampler == nullptr || *aadsp_resampler == nullptr)

@@ -19,12 +19,6 @@ bridge::real::scaler *real_scaler(SwsContext *adsp_scaler)
 
 } // namespace
 
-BRIDGE_ENTRY unsigned int swscale_version(void)
-{
-    constexpr unsigned int un_version = 3 << 16 | 1 << 8 | 101;
-    return un_version;
-}
-
 BRIDGE_ENTRY SwsContext *sws_getCachedContext(SwsContext *adsp_scaler, int inp_src_width, int inp_src_height,
                                               AVPixelFormat iep_src_format, int inp_dst_width, int inp_dst_height,
                                               AVPixelFormat iep_dst_format, int inp_flags, SwsFilter *adsp_src_filter,

@@ -6,7 +6,9 @@
 #include "jni/jnienv.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstdint>
+#include <iterator>
 #include <new>
 #include <span>
 #include <vector>
@@ -39,6 +41,22 @@ inline jbyteArray to_java(const c_jnienv &dsp_env, std::span<const uint8_t> utp_
     const jbyteArray avol_array = dsp_env.new_jbyte_array(iml_length);
     if (iml_length > 0)
         dsp_env.set_array_region(avol_array, 0, iml_length, reinterpret_cast<const jbyte *>(utp_bytes.data()));
+    return avol_array;
+}
+
+/** A new array of new strings, from texts that end with a zero. @throws c_jniexception */
+template <class TEXTS>
+jobjectArray
+to_java(const c_jnienv &dsp_env,
+        const TEXTS &strp_texts) requires std::convertible_to<decltype(std::begin(strp_texts)->data()), const char *>
+{
+    const c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class("java/lang/String"));
+    const jobjectArray avol_array =
+        dsp_env.new_jobject_array(static_cast<jsize>(std::size(strp_texts)), dsl_class.get(), nullptr);
+    for (jsize iml_index = 0; const auto &strl_text : strp_texts) {
+        const c_local_ref dsl_text(dsp_env.raw(), dsp_env.new_jstring_utf(strl_text.data()));
+        dsp_env.set_jobject_array_element(avol_array, iml_index++, dsl_text.get());
+    }
     return avol_array;
 }
 

@@ -220,7 +220,7 @@ modern() {
 heard() {
     local file=$1
     encode -f lavfi -i "$(seconds=0.3 sounds "$2" "$3")" -flags:a +bitexact "${@:4}"
-    list "$file" audio "$(probe a:0 codec_name)" >>codecs.tsv
+    list "$file" audio "$(probe a:0 codec_name | tr -d ,)" >>codecs.tsv
 }
 
 list file kind codec >codecs.tsv
@@ -263,7 +263,7 @@ modern jpeg2000.mkv 97x63 4 -c:v jpeg2000 -pix_fmt yuv420p
 modern jpeg2000.mov 160x120 3 -c:v libopenjpeg -pix_fmt rgb24
 modern huffyuv.avi 160x120 4 -c:v huffyuv -pix_fmt yuv422p
 modern huffyuv_rgb.avi 97x63 4 -c:v huffyuv -pix_fmt rgb24
-modern ffvhuff.mkv 98x63 4 -c:v ffvhuff -pix_fmt yuv420p10
+modern ffvhuff.mkv 160x120 4 -c:v ffvhuff -pix_fmt yuv420p10
 modern utvideo.avi 160x120 4 -c:v utvideo -pix_fmt yuv422p
 modern utvideo_rgb.mkv 162x122 4 -c:v utvideo -pix_fmt gbrp
 modern qtrle.mov 160x120 8 -c:v qtrle -pix_fmt rgb24
@@ -302,9 +302,9 @@ for layout in mono stereo 5.1; do
     heard "eac3_$layout.eac3" $layout 48000 -c:a eac3 -b:a 192k
 done
 heard eac3.mp4 stereo 44100 -c:a eac3 -b:a 128k
-heard truehd.thd stereo 48000 -c:a truehd -strict -2
-heard truehd_5.1.mkv 5.1 96000 -c:a truehd -strict -2 -sample_fmt s32
-heard mlp.mlp stereo 44100 -c:a mlp -strict -2
+heard truehd.mkv stereo 48000 -c:a truehd -strict -2
+heard truehd_24.mkv stereo 96000 -c:a truehd -strict -2 -sample_fmt s32
+heard mlp.mkv stereo 44100 -c:a mlp -strict -2
 heard wavpack.wv stereo 44100 -c:a wavpack
 heard wavpack_24.mkv 5.1 48000 -c:a wavpack -sample_fmt s32p
 heard wavpack_float.wv mono 44100 -c:a wavpack -sample_fmt fltp

@@ -9,6 +9,26 @@
 #include <string>
 #include <utility>
 
+namespace
+{
+
+/** Of samples of 32 bits lossless encoders keep so many. */
+constexpr int in_most_lossless_bits = 24;
+
+/** The place in FFmpeg's list of the format that has the same samples in planes; else the first. */
+const AVSampleFormat *nearest_format(const AVSampleFormat *aiep_formats, AVSampleFormat iep_source)
+{
+    if (aiep_formats == nullptr)
+        return nullptr;
+    for (const AVSampleFormat *aiel_format = aiep_formats; *aiel_format != AV_SAMPLE_FMT_NONE; ++aiel_format)
+        if (format_tag_of(*aiel_format) == format_tag_of(iep_source) &&
+            g_avutil.av_get_bytes_per_sample(*aiel_format) == g_avutil.av_get_bytes_per_sample(iep_source))
+            return aiel_format;
+    return aiep_formats;
+}
+
+} // namespace
+
 c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src,
                            std::unique_ptr<c_aformat> dsp_dst)
     : c_codec(adsp_ffmpeg, "FFMPEG: audiocodec"),
@@ -24,7 +44,8 @@ c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp
                                " dst=", dsc_dst_format->sample_rate());
     if (bc_decoder) {
         TRACE_LINE(im_level_debug, "%s#%s(): request_sample_fmt=%d", static_cast<int>(dsc_dst_format->sample_format()));
-        dsc_codec_ctx.set_extradata(dsc_src_format->specific_hdr());
+        if (dsc_src_format->stream() == nullptr || !dsc_src_format->specific_hdr().empty())
+            dsc_codec_ctx.set_extradata(dsc_src_format->specific_hdr());
     } else {
         choose_sample_format();
     }
@@ -49,6 +70,8 @@ void c_audiocodec::choose_sample_format()
         return;
     }
     const AVSampleFormat *aiel_formats = dsc_codec.codec()->sample_fmts;
+    if (is_of_codec())
+        aiel_formats = nearest_format(aiel_formats, iel_source_format);
     if (aiel_formats == nullptr)
         throw_ffmpeg_exception(1626, "Encoder does not support any sample format!");
     if (*aiel_formats == AV_SAMPLE_FMT_NONE)
@@ -70,6 +93,12 @@ void c_audiocodec::set_up_encoder()
     dsc_codec_ctx->channels = dsl_dst.channels();
     dsc_codec_ctx->sample_rate = dsl_dst.sample_rate();
     dsc_codec_ctx->channel_layout = ulc_channel_layout != 0 ? ulc_channel_layout : dsl_dst.channel_layout();
+    if (!is_of_codec())
+        return;
+    ilc_encoded = 0;
+    dsc_codec_ctx->time_base = {1, dsl_dst.sample_rate()};
+    if (dsc_src_format->sample_format() == AV_SAMPLE_FMT_S32)
+        dsc_codec_ctx->bits_per_raw_sample = in_most_lossless_bits;
 }
 
 void c_audiocodec::set_up_decoder()

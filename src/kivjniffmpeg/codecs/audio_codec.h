@@ -70,6 +70,16 @@ public:
     int32_t process2(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, uint64_t ulp_timestamp,
                      dsd_out_params &dsp_out, uint32_t ump_outlen);
 
+    /**
+     * Encodes one frame of an encoder of FFmpeg's codec, or drains it.
+     *
+     * @param utp_samples as many as fit into a frame of the encoder, fewer in the last one; empty to drain
+     * @param dsp_packet empty; receives a packet with its times in samples. One without bytes means nothing
+     * @return whether there is a packet
+     * @throws c_ffmpeg_exception when the encoder is closed, refuses, or does not take so many samples
+     */
+    bool encode_packet(std::span<const uint8_t> utp_samples, c_avpacket &dsp_packet);
+
     /** The output that is ready. */
     c_output_queue &output() noexcept { return dsc_output_queue; }
     /** Memory for the block of the next process2() call. */
@@ -139,8 +149,11 @@ private:
 
     // audio_encoding.cpp
     void encode(const uint8_t *autp_data, int32_t imp_lendata, dsd_out_params &dsp_out);
+    bool is_of_codec() const noexcept { return dsc_dst_format->format_tag() == im_tag_none; }
+    bool encode_into(c_avpacket &dsp_packet, std::span<const uint8_t> utp_samples, std::span<uint8_t> utp_block,
+                     int32_t imp_frame_size, int64_t ilp_time);
     void encode_frame(std::span<const uint8_t> utp_samples, std::span<uint8_t> utp_block, int32_t imp_frame_size,
-                      bool bp_convert, int32_t imp_processed);
+                      int32_t imp_processed);
 
     std::unique_ptr<c_aformat> dsc_src_format;
     std::unique_ptr<c_aformat> dsc_dst_format;
@@ -155,6 +168,7 @@ private:
     uint64_t ulc_channel_layout = 0;
     std::unique_ptr<c_avpacket> dsc_pending_packet; // an incomplete frame, in memory of its own
     c_decoder_progress dsc_progress{in_most_frames};
+    int64_t ilc_encoded = 0; // samples that an encoder of FFmpeg's codec has received
     int inc_idle_drains = 0; // empty packets that the decoder answered with nothing since the last packet
     c_padded_bytes dsc_input;
 };

@@ -28,7 +28,9 @@ c_videocodec::c_videocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp
     adsl_context->bits_per_coded_sample = dsc_vformat->bitcount();
     if (dsc_vformat->stream() != nullptr)
         dsc_vformat->stream()->configure(*adsl_context);
-    dsc_codec_ctx.set_extradata(dsc_vformat->extradata());
+    // Some decoders take extradata of no bytes for damaged.
+    if (dsc_vformat->stream() == nullptr || !dsc_vformat->extradata().empty())
+        dsc_codec_ctx.set_extradata(dsc_vformat->extradata());
 }
 
 c_videocodec::~c_videocodec()

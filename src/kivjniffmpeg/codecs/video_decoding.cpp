@@ -170,6 +170,9 @@ dsd_decoded_picture c_videocodec::make_deliverable(std::unique_ptr<c_avframe> ds
 {
     if (iep_format != dsp_frame->pixel_format())
         return dsc_picture_maker.convert(*dsp_frame, iep_format, dsc_vformat->width(), dsc_vformat->height());
+    // A decoder that asks for no memory, such as that of raw video, delivers its own.
+    if ((*dsp_frame)->opaque == nullptr)
+        return dsc_picture_maker.duplicate(*dsp_frame);
     c_framebuffer_reference dsl_buffer = ffmpeg_get_framebuffer(*dsp_frame);
     // A decoder may return a buffer again, for a picture that repeats another one or after a flush. That memory is the
     // other picture's, so this one gets its own. So does a bottom-up picture.

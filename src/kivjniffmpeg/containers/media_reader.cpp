@@ -1,6 +1,8 @@
 #include "kivjniffmpeg/containers/media_reader.h"
 
+#include "kivjniffmpeg/containers/known_formats.h"
 #include "kivjniffmpeg/containers/undecoded_codecs.h"
+#include "kivjniffmpeg/ffmpeg/error_text.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/formats/admitted_codecs.h"
 #include "trace/trace.h"
@@ -22,31 +24,8 @@ namespace StreamFields = natives::StreamFields;
 namespace
 {
 
-/** The first name of each container that is read. */
-constexpr std::string_view s_formats[] = {
-    "avi", "mov", "matroska", "mpeg", "mpegts", "asf",  "flv",       "ogg",  "wav", "mp3",
-    "aac", "ac3", "dts",      "amr",  "flac",   "h264", "mpegvideo", "h263", "m4v", "dv",
-};
-
 /** How often in a row FFmpeg may ask for another call without reading: a buffer has fewer units. */
 constexpr int in_idle_limit = 65536;
-
-/** Whether the list has the first of FFmpeg's names of a format, which are joined by commas. */
-bool is_known_format(const char *strp_name)
-{
-    const std::string_view strl_names(strp_name);
-    return std::ranges::find(s_formats, strl_names.substr(0, strl_names.find(','))) != std::end(s_formats);
-}
-
-std::string error_text(int inp_error)
-{
-    if (inp_error == AVERROR(EPERM))
-        return "no reason given"; // the number of EPERM, but FFmpeg's readers return a plain -1
-    char byrl_text[128];
-    if (g_avutil.av_strerror == nullptr || g_avutil.av_strerror(inp_error, byrl_text, sizeof byrl_text) < 0)
-        return "error " + std::to_string(inp_error);
-    return byrl_text;
-}
 
 /** How players turn pictures. */
 struct dsd_orientation
@@ -148,7 +127,7 @@ AVInputFormat *c_mediareader::probe(const c_jnienv &dsp_env) const
     // No name, and the default limit of bytes.
     const int inl_result = g_avformat.av_probe_input_buffer2(dsc_source.io(), &adsl_format, "", nullptr, 0, 0);
     dsc_source.check(dsp_env);
-    if (inl_result < 0 || adsl_format == nullptr || !is_known_format(adsl_format->name))
+    if (inl_result < 0 || adsl_format == nullptr || !known_formats::has(adsl_format->name))
         throw_ffmpeg_exception(2607, "not a known media file");
     return adsl_format;
 }

@@ -17,7 +17,7 @@
 #include <span>
 
 /**
- * Opens a container of a fixed list of formats from a Java source, and reads its packets.
+ * Opens a container of a fixed list, known_formats, from a Java source, and reads its packets.
  *
  * Used by one thread at a time. Every function that reads may call Java. An exception that Java throws there is pending
  * when the function throws kiv::jni::c_jniexception.

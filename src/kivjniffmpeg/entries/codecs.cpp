@@ -32,15 +32,7 @@ JNIEXPORT jobjectArray JNICALL Java_kiv_media_ffmpeg_natives_c_1codecs_1ffmpeg_n
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jobjectArray {
         context_of(ilp_hffmpeg, 2721);
-        const auto strl_names = admitted_codecs::names();
-        const kiv::jni::c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class("java/lang/String"));
-        const jobjectArray avol_names =
-            dsp_env.new_jobject_array(static_cast<jsize>(strl_names.size()), dsl_class.get(), nullptr);
-        for (jsize iml_index = 0; const auto &strl_name : strl_names) {
-            const kiv::jni::c_local_ref dsl_name(dsp_env.raw(), dsp_env.new_jstring_utf(strl_name.c_str()));
-            dsp_env.set_jobject_array_element(avol_names, iml_index++, dsl_name.get());
-        }
-        return avol_names;
+        return kiv::jni::to_java(dsp_env, admitted_codecs::names());
     });
 }
 

@@ -1,6 +1,8 @@
 // The exported functions of the container reader.
 
 #include "jni/java_arrays.h"
+#include "jni/string_holder.h"
+#include "kivjniffmpeg/containers/known_formats.h"
 #include "kivjniffmpeg/containers/media_reader.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "trace/trace.h"
@@ -153,5 +155,30 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1r
         dsl_reader.reset();
         const int32_t iml_counter = c_ffmpeg::drop_holder(adsl_ffmpeg, dsp_env);
         TRACE_LINE(im_level_debug, "%s#%s(): counter=%d", iml_counter);
+    });
+}
+
+JNIEXPORT jobjectArray JNICALL
+Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1container_1names(JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jobjectArray {
+        context_of(ilp_hffmpeg, 2705);
+        return to_java(dsp_env, known_formats::names());
+    });
+}
+
+JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1container_1title(JNIEnv *adsp_env,
+                                                                                                   jclass,
+                                                                                                   jlong ilp_hffmpeg,
+                                                                                                   jstring avop_name)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jstring {
+        context_of(ilp_hffmpeg, 2706);
+        const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
+        const char *strl_title =
+            dsl_name.characters() == nullptr ? nullptr : known_formats::title(dsl_name.characters());
+        return strl_title == nullptr ? nullptr : dsp_env.new_jstring_utf(strl_title);
     });
 }

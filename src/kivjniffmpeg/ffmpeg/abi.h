@@ -19,6 +19,7 @@
 // Used through pointers only.
 struct AVBufferRef;
 struct AVDictionary;
+struct AVOutputFormat;
 struct AVPacketSideData;
 struct SwrContext;
 struct SwsContext;

@@ -20,7 +20,8 @@ enum AVMediaType : int
 
 enum AVRounding : int
 {
-    AV_ROUND_UP = 3
+    AV_ROUND_UP = 3,
+    AV_ROUND_NEAR_INF = 5
 };
 
 enum AVPixelFormat : int
@@ -158,8 +159,11 @@ inline constexpr uint64_t AV_CH_LAYOUT_QUAD = 0x33;
 inline constexpr uint64_t AV_CH_LAYOUT_5POINT1 = 0x60F;
 inline constexpr uint64_t AV_CH_LAYOUT_7POINT1 = 0x63F;
 
+inline constexpr int AV_PKT_FLAG_KEY = 1; /**< AVPacket::flags: decoding can start with it */
+
 // AVPacketSideData::type
-inline constexpr int AV_PKT_DATA_PALETTE = 0; /**< 256 colours of 32 bits */
+inline constexpr int AV_PKT_DATA_PALETTE = 0;       /**< 256 colours of 32 bits */
+inline constexpr int AV_PKT_DATA_NEW_EXTRADATA = 1; /**< extradata that replaces the stream's */
 /** How a stream's pictures are turned: 3 x 3 numbers, by which a row (x, y, 1) is multiplied. */
 inline constexpr int AV_PKT_DATA_DISPLAYMATRIX = 5;
 

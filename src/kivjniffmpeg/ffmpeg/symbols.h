@@ -71,7 +71,8 @@
 #define KIV_AVCODEC_EXTENSIONS(X)                                                                                      \
     X(const char *, avcodec_get_name, (AVCodecID))                                                                     \
     X(AVCodec *, av_codec_next, (const AVCodec *))                                                                     \
-    X(AVCodecParser *, av_parser_next, (const AVCodecParser *))
+    X(AVCodecParser *, av_parser_next, (const AVCodecParser *))                                                        \
+    X(uint8_t *, av_packet_new_side_data, (AVPacket *, int, int))
 
 #define KIV_AVFORMAT_EXTENSIONS(X)                                                                                     \
     X(AVIOContext *, avio_alloc_context, (unsigned char *, int, int, void *, int (*)(void *, uint8_t *, int),          \
@@ -79,11 +80,17 @@
     X(int, av_probe_input_buffer2, (AVIOContext *, AVInputFormat **, const char *, void *, unsigned int,               \
                                     unsigned int))                                                                     \
     X(int, avformat_open_input, (AVFormatContext **, const char *, AVInputFormat *, AVDictionary **))                  \
+    X(AVInputFormat *, av_find_input_format, (const char *))                                                           \
     X(int, avformat_find_stream_info, (AVFormatContext *, AVDictionary **))                                            \
     X(int, av_read_frame, (AVFormatContext *, AVPacket *))                                                             \
     X(int, av_seek_frame, (AVFormatContext *, int, int64_t, int))                                                      \
     X(uint8_t *, av_stream_get_side_data, (AVStream *, int, int *))                                                    \
-    X(void, avformat_close_input, (AVFormatContext **))
+    X(void, avformat_close_input, (AVFormatContext **))                                                                \
+    X(int, avformat_alloc_output_context2, (AVFormatContext **, AVOutputFormat *, const char *, const char *))         \
+    X(AVStream *, avformat_new_stream, (AVFormatContext *, const AVCodec *))                                           \
+    X(int, avformat_write_header, (AVFormatContext *, AVDictionary **))                                                \
+    X(int, av_interleaved_write_frame, (AVFormatContext *, AVPacket *))                                                \
+    X(int, av_write_trailer, (AVFormatContext *))
 
 #define KIV_AVUTIL_EXTENSIONS(X)                                                                                       \
     X(void, av_frame_unref, (AVFrame *))                                                                               \

@@ -23,6 +23,9 @@ constexpr std::string_view s_names[] = {
     "opus", "vorbis", "flac", "alac", "eac3", "truehd", "mlp", "mp1", "mp2", "amr_wb", "speex", "wavpack", "ape", "tta",
     "dsd_*", "pcm_*", "adpcm_*"};
 
+/** What is encoded. Each has a container that the library writes. */
+constexpr std::string_view s_encoded[] = {"flac", "alac", "opus", "vorbis", "amr_wb"};
+
 bool is_family(std::string_view strp_row)
 {
     return strp_row.back() == '*';
@@ -103,4 +106,14 @@ void admitted_codecs::require(AVCodecID iep_codec, AVMediaType iep_type)
         throw_ffmpeg_exception(1262, "this FFmpeg has no decoder for ", name_of(iep_codec));
     if (adsl_decoder->type != iep_type)
         throw_ffmpeg_exception(1263, "another kind of media: ", name_of(iep_codec));
+}
+
+AVCodecID admitted_codecs::require_encoder(const std::string &strp_name)
+{
+    const AVCodecID iel_codec = find(strp_name);
+    if (std::ranges::find(s_encoded, strp_name) == std::end(s_encoded))
+        throw_ffmpeg_exception(1281, "the library does not encode into ", strp_name);
+    if (g_avcodec.avcodec_find_encoder(iel_codec) == nullptr)
+        throw_ffmpeg_exception(1282, "no encoder found for ", strp_name);
+    return iel_codec;
 }

@@ -1,4 +1,4 @@
-/** @file Which codecs the library decodes. */
+/** @file Which codecs the library decodes and encodes. */
 #pragma once
 
 #include "kivjniffmpeg/ffmpeg/abi.h"
@@ -30,5 +30,12 @@ AVCodecID find(const std::string &strp_name) noexcept;
  *         what FFmpeg calls it, and whether FFmpeg could
  */
 void require(AVCodecID iep_codec, AVMediaType iep_type);
+
+/**
+ * The codec of that name, which the library encodes into besides those of the format tags.
+ *
+ * @throws c_ffmpeg_exception when the library does not encode into it, or this FFmpeg has no encoder for it
+ */
+AVCodecID require_encoder(const std::string &strp_name);
 
 } // namespace admitted_codecs

@@ -122,6 +122,14 @@ std::unique_ptr<c_aformat> c_aformat::of_stream(c_coded_stream dsp_stream)
     return dsl_format;
 }
 
+std::unique_ptr<c_aformat> c_aformat::of_codec(AVCodecID iep_codec, int32_t imp_channels, int32_t imp_sample_rate)
+{
+    auto dsl_format =
+        std::make_unique<c_aformat>(im_tag_none, imp_channels, imp_sample_rate, 0, false, std::vector<uint8_t>());
+    dsl_format->iec_codec_id = iep_codec;
+    return dsl_format;
+}
+
 void c_aformat::write_fields(c_little_endian_writer &dsp_writer) const
 {
     dsp_writer.put16(imc_format_tag);

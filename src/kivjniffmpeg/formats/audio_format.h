@@ -16,6 +16,7 @@
 #include <vector>
 
 /** The WAVE format tags that other files need; audio_format_tables.cpp has them all. */
+inline constexpr int32_t im_tag_none = 0; // of a codec that is named by FFmpeg
 inline constexpr int32_t im_tag_pcm = 1;
 inline constexpr int32_t im_tag_float = 3;
 inline constexpr int32_t im_tag_gsm610 = 0x31;
@@ -72,6 +73,9 @@ public:
      * @throws c_ffmpeg_exception when the library does not decode it
      */
     static std::unique_ptr<c_aformat> of_stream(c_coded_stream dsp_stream);
+
+    /** Sound to encode into FFmpeg's codec; without a format tag. */
+    static std::unique_ptr<c_aformat> of_codec(AVCodecID iep_codec, int32_t imp_channels, int32_t imp_sample_rate);
 
     /** The WAVE format header (18 bytes, little-endian) and the header bytes behind it. */
     std::vector<uint8_t> wave_header() const;

@@ -71,7 +71,7 @@ public final class AudioBlock {
     /**
      * {@return a read-only view of the samples, interleaved}
      *
-     * @throws IllegalStateException when they are not {@link SampleFormat#PCM_16}
+     * @throws MediaStateException when they are not {@link SampleFormat#PCM_16}
      */
     public ShortBuffer samples() {
         check(SampleFormat.PCM_16);
@@ -81,7 +81,7 @@ public final class AudioBlock {
     /**
      * {@return a read-only view of the samples, interleaved}
      *
-     * @throws IllegalStateException when they are not {@link SampleFormat#PCM_32}
+     * @throws MediaStateException when they are not {@link SampleFormat#PCM_32}
      */
     public IntBuffer ints() {
         check(SampleFormat.PCM_32);
@@ -91,7 +91,7 @@ public final class AudioBlock {
     /**
      * {@return a read-only view of the samples, interleaved}
      *
-     * @throws IllegalStateException when they are not {@link SampleFormat#FLOAT}
+     * @throws MediaStateException when they are not {@link SampleFormat#FLOAT}
      */
     public FloatBuffer floats() {
         check(SampleFormat.FLOAT);
@@ -100,7 +100,7 @@ public final class AudioBlock {
 
     private void check(SampleFormat wanted) {
         if (format != wanted) {
-            throw new IllegalStateException("the samples are " + format + ", not " + wanted
+            throw new MediaStateException("the samples are " + format + ", not " + wanted
                     + "; open the decoder for them");
         }
     }

@@ -50,14 +50,25 @@ public enum AudioCodec {
             48000),
     /** Windows Media Audio, version 2. */
     WMA2("wma2", WaveFormatTags.WMA2, 1_536_000, Channels.STEREO, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100,
-            48000);
+            48000),
+    /** FLAC, without loss, of 16 or 24 bits. */
+    FLAC("flac", WaveFormatTags.OTHER, 0, Channels.EIGHT),
+    /** Apple Lossless, without loss, of 16 or 24 bits. */
+    ALAC("alac", WaveFormatTags.OTHER, 0, Channels.SURROUND),
+    /** Opus. */
+    OPUS("opus", WaveFormatTags.OTHER, 2_048_000, Channels.EIGHT, 8000, 12000, 16000, 24000, 48000),
+    /** Vorbis. FFmpeg's own encoder takes stereo only and ignores the bit rate. */
+    VORBIS("vorbis", WaveFormatTags.OTHER, 2_048_000, Channels.EIGHT),
+    /** AMR wide-band, for speech: 6600 to 23850 bit/s. */
+    AMR_WB("amr-wb", WaveFormatTags.OTHER, 23_850, Channels.MONO, 16000);
 
     /** The numbers of channels that a format supports. */
     private enum Channels {
         ANY("1 to 64 channels", count -> count <= WaveFormat.MAX_CHANNELS),
         MONO("1 channel", count -> count == 1),
         STEREO("1 or 2 channels", count -> count <= 2),
-        SURROUND("1 to 6 channels", count -> count <= 6);
+        SURROUND("1 to 6 channels", count -> count <= 6),
+        EIGHT("1 to 8 channels", count -> count <= 8);
 
         private final String text;
         private final IntPredicate fits;
@@ -69,6 +80,7 @@ public enum AudioCodec {
     }
 
     private static final int AMR_BIT_RATE = 12_200;
+    private static final int AMR_WB_BIT_RATE = 23_850;
     private static final int MP3_BIT_RATE = 64_000;
     private static final int MP3_HALF_BIT_RATE = 32_000;
     /** Below these sample rates, MPEG audio has the lower half of its bit rates, and the lower half of those. */
@@ -77,6 +89,10 @@ public enum AudioCodec {
 
     /** FFmpeg's number of the layout with three channels in front. */
     private static final int LEFT_RIGHT_CENTRE = 0x7;
+    /** FFmpeg's number of the layout with a centre and one channel behind. */
+    private static final int FOUR_WITH_CENTRE = 0x107;
+    /** FFmpeg's numbers of the layouts that FLAC defines, by the number of channels. Opus and Vorbis have them too. */
+    private static final int[] LAYOUTS = {0, 0x4, 0x3, LEFT_RIGHT_CENTRE, 0x33, 0x37, 0x3F, 0x70F, 0x63F};
 
     private final String shortName;
     private final int formatTag;
@@ -96,9 +112,23 @@ public enum AudioCodec {
         this.sampleRates = sampleRates;
     }
 
-    /** {@return the WAVE format tag} */
+    /** {@return the WAVE format tag; {@link WaveFormatTags#OTHER} for a format that WAV files do not hold} */
     public int formatTag() {
         return formatTag;
+    }
+
+    /**
+     * Checks whether the encoder takes samples of a kind. Those of 16 bits all encoders take.
+     *
+     * @param samples the kind of the samples; of {@link SampleFormat#PCM_32} the upper 24 bits are kept
+     * @return whether it takes them
+     */
+    public boolean accepts(SampleFormat samples) {
+        return switch (samples) {
+            case PCM_16 -> true;
+            case PCM_32 -> this == FLAC || this == ALAC;
+            case FLOAT -> this == OPUS || this == VORBIS;
+        };
     }
 
     /** {@return whether callers can choose the bit rate} */
@@ -138,6 +168,8 @@ public enum AudioCodec {
             case MP3 -> sampleRate < LOWEST_FULL_RATE ? 8000 : 32_000;
             case AAC -> sampleRate * channelCount / 4;
             case AC3 -> 24_000 + 8000 * channelCount;
+            case OPUS -> 6000 * channelCount;
+            case AMR_WB -> 6600;
             default -> 0;
         };
     }
@@ -152,15 +184,33 @@ public enum AudioCodec {
 
     /** The bit rate for encoders that do not choose one or do not report their choice; else 0. */
     int defaultBitRate(int sampleRate, int channelCount) {
-        if (this == AMR_NB) {
-            return AMR_BIT_RATE;
+        if (this == AMR_NB || this == AMR_WB) {
+            return this == AMR_NB ? AMR_BIT_RATE : AMR_WB_BIT_RATE;
         }
         return this == MP3 ? channelCount * (sampleRate < LOWEST_FULL_RATE ? MP3_HALF_BIT_RATE : MP3_BIT_RATE) : 0;
     }
 
     /** FFmpeg's number of the layout of channels, where the encoder would choose a wrong one by their number; else 0. */
     int channelLayout(int channelCount) {
+        if (isOfFfmpeg()) {
+            return this == ALAC && channelCount == 4 ? FOUR_WITH_CENTRE : LAYOUTS[channelCount];
+        }
         return this == AC3 && channelCount == 3 ? LEFT_RIGHT_CENTRE : 0;
+    }
+
+    /** Whether its encoder is chosen by FFmpeg's name, and not by the format tag. */
+    boolean isOfFfmpeg() {
+        return formatTag == WaveFormatTags.OTHER;
+    }
+
+    /** Whether an encoder of FFmpeg's takes whole frames only, and holds nothing back that it would deliver at the end. */
+    boolean fillsLastFrame() {
+        return this == AMR_WB;
+    }
+
+    /** FFmpeg's short name. */
+    String ffmpegName() {
+        return shortName.replace('-', '_');
     }
 
     /** {@return its short name in lower case, such as {@code adpcm-ms}} */

@@ -5,14 +5,16 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Objects;
+import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.natives.c_encoders_ffmpeg;
 
 /**
- * Encodes interleaved PCM of 16 bits into packets of a compressed format.
+ * Encodes interleaved PCM, of 16 bits unless others are chosen, into packets of a compressed format.
  *
  * <pre>{@code
- * try (AudioEncoder encoder = AudioEncoder.open(AudioCodec.MP3, 44100, 2, 192_000);
- *         AudioFileWriter file = AudioFileWriter.create(Path.of("song.mp3"), encoder.format(), AudioContainer.RAW)) {
+ * try (AudioEncoder encoder = AudioEncoder.open(AudioCodec.FLAC, 44100, 2);
+ *         AudioFileWriter file = AudioFileWriter.create(Path.of("song.flac"), encoder, AudioContainer.FLAC)) {
  *     for (AudioBlock block : blocks) {
  *         file.write(encoder.encode(block));
  *     }
@@ -41,7 +43,8 @@ public final class AudioEncoder implements AutoCloseable {
     private final NativeHandle handle;
     private final NativeAudioCodec nativeCodec = new NativeAudioCodec();
     private final AudioCodec codec;
-    private final WaveFormat format;
+    private final SampleFormat samples;
+    private WaveFormat format;
     private final int bitRate;
     private final int frameSize;
     private final int initialPadding;
@@ -53,21 +56,25 @@ public final class AudioEncoder implements AutoCloseable {
     private List<Packet> ready = new ArrayList<>();
     private boolean finished;
 
-    private AudioEncoder(long address, AudioCodec codec, int sampleRate, int channels, int wantedBitRate) {
+    private AudioEncoder(long address, AudioCodec codec, int sampleRate, int channels, int wantedBitRate,
+            SampleFormat samples) {
         this.handle = new NativeHandle("encoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         try {
             int layout = codec.channelLayout(channels);
-            if ((wantedBitRate != DEFAULT_BIT_RATE || layout != 0)
+            if ((codec.isOfFfmpeg() || wantedBitRate != DEFAULT_BIT_RATE || layout != 0)
                     && !NativeAudioCodec.reopen(address, wantedBitRate, layout)) {
-                throw new UnsupportedCodecException("the " + codec + " encoder does not open for " + sampleRate
-                        + " Hz, " + channels + " channels and " + wantedBitRate + " bit/s; try another bit rate");
+                throw new UnsupportedCodecException("the " + codec + " encoder does not open for " + sampleRate + " Hz, "
+                        + (wantedBitRate == DEFAULT_BIT_RATE
+                                ? channels + " channels; this FFmpeg's encoder may take other sound only"
+                                : channels + " channels and " + wantedBitRate + " bit/s; try another bit rate"));
             }
             this.codec = codec;
+            this.samples = samples;
             this.bitRate = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BIT_RATE);
             this.frameSize = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
             this.initialPadding = EncoderWaveFormats.padding(codec, address);
-            this.format = EncoderWaveFormats.of(codec, sampleRate, channels, address);
-            this.frame = new byte[(frameSize == 0 ? FREE_FRAME_SIZE : frameSize) * channels * Short.BYTES];
+            this.format = EncoderWaveFormats.of(codec, samples, sampleRate, channels, address);
+            this.frame = new byte[(frameSize == 0 ? FREE_FRAME_SIZE : frameSize) * channels * samples.bytes()];
         } catch (Throwable e) {
             handle.close();
             throw e;
@@ -103,7 +110,28 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels, int bitRate) {
+        return open(codec, sampleRate, channels, bitRate, SampleFormat.PCM_16);
+    }
+
+    /**
+     * Opens an encoder for samples of a kind.
+     *
+     * @param codec the format to encode into
+     * @param sampleRate samples per second and channel
+     * @param channels number of channels
+     * @param bitRate target in bits per second, or {@link #DEFAULT_BIT_RATE}; most formats support only certain rates
+     * @param samples the kind of the samples, of those that {@linkplain AudioCodec#accepts(SampleFormat) the format takes}
+     * @return the encoder, to be closed
+     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or the encoder does not accept such
+     *     sound or bit rate
+     * @throws IllegalArgumentException when the format has a fixed bit rate, or a number is out of its range
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels, int bitRate, SampleFormat samples) {
         Objects.requireNonNull(codec, "codec");
+        if (!codec.accepts(Objects.requireNonNull(samples, "samples"))) {
+            throw new UnsupportedCodecException(codec + " cannot be encoded from samples of the kind " + samples);
+        }
         WaveFormat target = codec == AudioCodec.PCM ? WaveFormat.pcm16(sampleRate, channels)
                 : WaveFormat.of(codec.formatTag(), channels, sampleRate, 0, 0, 0, new byte[0]);
         if (bitRate < 0 || bitRate != DEFAULT_BIT_RATE && !codec.hasBitRate()) {
@@ -123,7 +151,9 @@ public final class AudioEncoder implements AutoCloseable {
         long context = FfmpegLibrary.context();
         long address;
         try {
-            address = c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, target.toNative(), null);
+            address = codec.isOfFfmpeg()
+                    ? c_encoders_ffmpeg.n_create_aencoder(context, codec.ffmpegName(), samples.number(), channels, sampleRate)
+                    : c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, target.toNative(), null);
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("this FFmpeg has no encoder for " + codec + ": "
                     + MediaException.plain(e), e);
@@ -132,7 +162,7 @@ public final class AudioEncoder implements AutoCloseable {
             throw refused(codec, sampleRate, channels);
         }
         return new AudioEncoder(address, codec, sampleRate, channels,
-                bitRate == DEFAULT_BIT_RATE ? codec.defaultBitRate(sampleRate, channels) : bitRate);
+                bitRate == DEFAULT_BIT_RATE ? codec.defaultBitRate(sampleRate, channels) : bitRate, samples);
     }
 
     private static UnsupportedCodecException refused(AudioCodec codec, int sampleRate, int channels) {
@@ -145,7 +175,15 @@ public final class AudioEncoder implements AutoCloseable {
         return codec;
     }
 
-    /** {@return the format of the packets, complete for a decoder} */
+    /** {@return the kind of the samples that it takes} */
+    public SampleFormat sampleFormat() {
+        return samples;
+    }
+
+    /**
+     * {@return the format of the packets, complete for a decoder unless its tag is {@link WaveFormatTags#OTHER}} Some
+     * encoders complete the {@linkplain #extradata() private data} in {@link #finish()}.
+     */
     public WaveFormat format() {
         return format;
     }
@@ -188,9 +226,9 @@ public final class AudioEncoder implements AutoCloseable {
     public List<Packet> encode(AudioBlock block) {
         Objects.requireNonNull(block, "block");
         if (block.sampleRate() != format.sampleRate() || block.channels() != format.channels()
-                || block.sampleFormat() != SampleFormat.PCM_16) {
+                || block.sampleFormat() != samples) {
             throw new IllegalArgumentException(block + " is not " + format.sampleRate() + " Hz, " + format.channels()
-                    + " channels of 16 bits");
+                    + " channels of the kind " + samples);
         }
         return encode(block.pcm());
     }
@@ -263,10 +301,14 @@ public final class AudioEncoder implements AutoCloseable {
                 encodeFrame(address);
             }
             long due = frames == 0 ? 0 : frames + initialPadding;
-            for (int extra = 0; frameSize > 0 && packed < due && extra < MOST_DELAYED; extra++) {
+            boolean drained = codec.isOfFfmpeg() && !codec.fillsLastFrame();
+            for (int extra = 0; !drained && frameSize > 0 && packed < due && extra < MOST_DELAYED; extra++) {
                 encodeFrame(address);
             }
             finished = true;
+            if (codec.isOfFfmpeg()) {
+                drain(address);
+            }
             return deliver();
         });
     }
@@ -289,11 +331,43 @@ public final class AudioEncoder implements AutoCloseable {
     }
 
     private int bytesOfFrame() {
-        return format.channels() * Short.BYTES;
+        return format.channels() * samples.bytes();
+    }
+
+    /** Fetches what an encoder of FFmpeg's holds back, and the private data that it has completed. */
+    private void drain(long address) {
+        for (int packets = 0; packets < MOST_DELAYED && encode(address, null, 0); packets++) {
+            continue;
+        }
+        format = EncoderWaveFormats.of(codec, samples, format.sampleRate(), format.channels(), address);
+    }
+
+    /** Calls an encoder of FFmpeg's, which states the times of its packets. Returns whether there was a packet. */
+    private boolean encode(long address, byte[] pcm, int length) {
+        long[] fields = new long[PacketFields.SIZE];
+        byte[] bytes;
+        try {
+            bytes = c_encoders_ffmpeg.n_aencoder_encode(address, pcm, 0, length, fields);
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "encoding", EncodeException::new);
+        }
+        if (bytes != null && bytes.length > 0) {
+            long duration = fields[PacketFields.DURATION];
+            ready.add(Packet.ofEncoder(bytes, fields[PacketFields.PRESENTATION_TIME], duration));
+            packed += duration;
+        }
+        return bytes != null;
     }
 
     /** Encodes the collected frames. Some encoders deliver the packet a few calls later. */
     private void encodeFrame(long address) {
+        if (codec.isOfFfmpeg()) {
+            int size = codec.fillsLastFrame() ? frame.length : filled;
+            Arrays.fill(frame, filled, size, (byte) 0);
+            filled = 0;
+            encode(address, frame, size);
+            return;
+        }
         int length = frameSize == 0 ? filled : frame.length;
         Arrays.fill(frame, filled, length, (byte) 0);
         filled = 0;

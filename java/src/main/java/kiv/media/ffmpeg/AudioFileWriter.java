@@ -50,6 +50,8 @@ public final class AudioFileWriter implements AutoCloseable {
     private final AudioContainer container;
     private final AdtsHeader adts;
     private final WaveFileHeader header;
+    /** Writes the kinds of files that FFmpeg writes; null for the others. */
+    private MediaWriter writer;
     private long written;
     private boolean closed;
     /** A write has failed, so the file is incomplete. */
@@ -73,7 +75,32 @@ public final class AudioFileWriter implements AutoCloseable {
     }
 
     /**
-     * Creates a writer.
+     * Creates a writer for the packets of an encoder.
+     *
+     * @param file the file, which {@link #finish} replaces when it exists; a symbolic link stays, and the file that it
+     *     leads to is replaced
+     * @param encoder the encoder
+     * @param container the kind of file, such as {@link AudioContainer#find} finds
+     * @return the writer, which the caller finishes with the encoder's {@link AudioEncoder#frames()} and closes
+     * @throws IOException when the file cannot be written
+     * @throws IllegalArgumentException when the container does not hold the encoder's format
+     * @throws UnsupportedCodecException when the loaded FFmpeg does not write the container or refuses the sound
+     */
+    public static AudioFileWriter create(Path file, AudioEncoder encoder, AudioContainer container) throws IOException {
+        Objects.requireNonNull(file, "file");
+        AudioCodec codec = Objects.requireNonNull(encoder, "encoder").codec();
+        if (Objects.requireNonNull(container, "container").ffmpegName(codec).isEmpty()) {
+            return create(file, encoder.format(), container);
+        }
+        if (!container.holds(codec)) {
+            throw new IllegalArgumentException(container + " does not hold " + codec);
+        }
+        return create(file, encoder.format(), container, encoder);
+    }
+
+    /**
+     * Creates a writer. The containers that {@link MediaWriter} writes need the {@linkplain #create(Path, AudioEncoder,
+     * AudioContainer) encoder}.
      *
      * @param file the file, which {@link #finish} replaces when it exists; a symbolic link stays, and the file that it
      *     leads to is replaced
@@ -87,10 +114,18 @@ public final class AudioFileWriter implements AutoCloseable {
         Objects.requireNonNull(file, "file");
         Objects.requireNonNull(container, "container");
         int tag = Objects.requireNonNull(format, "format").formatTag();
-        if (container == AudioContainer.ADTS && tag != WaveFormatTags.AAC
+        if (container == AudioContainer.ADTS && tag != WaveFormatTags.AAC || tag == WaveFormatTags.OTHER
                 || (container == AudioContainer.AMR) != (tag == WaveFormatTags.AMR_NB)) {
             throw new IllegalArgumentException(container + " does not hold " + format);
         }
+        if (!container.isWrittenByHand()) {
+            throw new IllegalArgumentException(container + " is written from an encoder; create the file with it");
+        }
+        return create(file, format, container, null);
+    }
+
+    private static AudioFileWriter create(Path file, WaveFormat format, AudioContainer container, AudioEncoder encoder)
+            throws IOException {
         if (Files.isDirectory(file)) {
             throw new FileSystemException(file.toString(), null, "is a directory");
         }
@@ -109,7 +144,7 @@ public final class AudioFileWriter implements AutoCloseable {
             throw new AccessDeniedException(file.toString());
         }
         try {
-            writer.begin();
+            writer.begin(encoder);
             return writer;
         } catch (Throwable e) {
             writer.close();
@@ -128,12 +163,17 @@ public final class AudioFileWriter implements AutoCloseable {
      * @param packets packets of the format, in their order
      * @throws IOException when they cannot be written; the file is then lost, unless they exceed the largest size of
      *     the container: such a file can be finished without them
-     * @throws IllegalArgumentException when a packet is longer than the container allows
+     * @throws IllegalArgumentException when a packet is longer than the container allows, or lacks what it needs
+     * @throws MediaException when the container does not take the packets; the file is then lost
      * @throws MediaStateException when the file is finished or closed, or an earlier write failed
      */
     public synchronized void write(List<Packet> packets) throws IOException {
         throwIfClosed();
         Objects.requireNonNull(packets, "packets");
+        if (writer != null) {
+            writer.write(packets);
+            return;
+        }
         List<byte[]> pieces = new ArrayList<>();
         for (Packet packet : packets) {
             byte[] bytes = Objects.requireNonNull(packet, "packet").bytes();
@@ -196,6 +236,9 @@ public final class AudioFileWriter implements AutoCloseable {
             throw new IllegalArgumentException("negative length " + frames);
         }
         try {
+            if (writer != null) {
+                writer.finish(frames);
+            }
             if (header != null && written % 2 != 0) {
                 out.write(0);
             }
@@ -218,6 +261,9 @@ public final class AudioFileWriter implements AutoCloseable {
     @Override
     public synchronized void close() throws IOException {
         closed = true;
+        if (writer != null) {
+            writer.close();
+        }
         channel.close();
         Files.deleteIfExists(aside);
     }
@@ -233,8 +279,10 @@ public final class AudioFileWriter implements AutoCloseable {
         return target;
     }
 
-    private void begin() throws IOException {
-        if (header != null) {
+    private void begin(AudioEncoder encoder) throws IOException {
+        if (encoder != null) {
+            writer = MediaWriter.open(channel, encoder, container);
+        } else if (header != null) {
             out.write(header.toBytes(0, 0));
         } else if (container == AudioContainer.AMR) {
             out.write(AMR_MAGIC);

@@ -12,6 +12,7 @@ final class EncoderWaveFormats {
     private static final short MP3_ID = 1;
     private static final int MP3_NEVER_PADDED = 2;
     private static final int G722_BITS = 4;
+    private static final int MOST_LOSSLESS_BITS = 24;
 
     /** FFmpeg reports 0 and 50, but decoders deliver the sound this many frames later. */
     private static final int DTS_PADDING = 512;
@@ -24,23 +25,29 @@ final class EncoderWaveFormats {
      * Describes the packets of an open encoder.
      *
      * @param codec the encoder's format
+     * @param samples the kind of the samples before they are encoded
      * @param sampleRate samples per second and channel
      * @param channels number of channels
      * @param address the encoder's native handle
      */
-    static WaveFormat of(AudioCodec codec, int sampleRate, int channels, long address) {
+    static WaveFormat of(AudioCodec codec, SampleFormat samples, int sampleRate, int channels, long address) {
         if (codec == AudioCodec.PCM) {
             return WaveFormat.pcm16(sampleRate, channels);
         }
         int bitRate = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BIT_RATE);
         int frameSize = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
-        int bits = codec == AudioCodec.G722 ? G722_BITS
-                : NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
+        int bits = switch (codec) {
+            case G722 -> G722_BITS;
+            case FLAC, ALAC -> samples == SampleFormat.PCM_32 ? MOST_LOSSLESS_BITS : Short.SIZE;
+            default -> NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
+        };
         // Packets of varying size have one byte as their smallest unit.
         int blockAlign = Math.max(1, NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BLOCK_ALIGN));
         long bytesPerSecond;
         if (codec.hasBitRate()) {
             bytesPerSecond = bitRate / Byte.SIZE;
+        } else if (codec.isOfFfmpeg()) {
+            bytesPerSecond = 0;
         } else if (codec == AudioCodec.G722) {
             bytesPerSecond = (long) sampleRate * channels * G722_BITS / Byte.SIZE;
         } else {

@@ -129,7 +129,7 @@ class AudioEntryPointsTest {
                 () -> c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(FfmpegLibrary.context(), null, null));
         refused(OutOfMemoryError.class, "", () -> toPcm(PCM, 1, 16, -1));
         refused(RuntimeException.class, "no decoder found for id=0", () -> toPcm(4, 1, 16, 0));
-        refused(RuntimeException.class, "no encoder found", () -> fromPcm(0x31, 1, RATE));
+        refused(RuntimeException.class, "no encoder found", () -> fromPcm(0x22, 1, RATE));
         for (int channels : new int[] {0, -1, 33, Integer.MAX_VALUE}) {
             // A codec that does not open is 0.
             refused(RuntimeException.class, "", () -> c_multimediaapi_ffmpeg.n_acodec_open(fromPcm(MS_ADPCM, channels, RATE)));

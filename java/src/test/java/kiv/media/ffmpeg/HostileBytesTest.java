@@ -158,10 +158,14 @@ class HostileBytesTest {
                 element(0x1C53BB6B, element(0xBB, element(0xB3, "\0"), element(0xB7, element(0xF7, "\1"), element(0xF1, "\0")))),
                 element(0x1F43B675, element(0xE7, "\0"), element(0xA3, "\u0081\0\0\u0080", new byte[400]),
                         element(0xA3, "\u0082\0\0\u0080 ", new byte[size]))));
+        if (TestMedia.isNewer() && codec != null && codec.startsWith("A_REAL")) {
+            assertThatThrownBy(() -> MediaReader.open(new HostileChannel(film))).isInstanceOf(MediaFormatException.class);
+            return;
+        }
         try (MediaReader reader = MediaReader.open(new HostileChannel(film))) {
             MediaStream pcm = reader.firstAudio().orElseThrow();
             assertThat(reader.packets().filter(packet -> packet.streamIndex() == pcm.index())).hasSize(1);
-            if (seekable) {
+            if (seekable || TestMedia.isNewer()) {
                 reader.seek(pcm, 0);
             } else {
                 assertThatThrownBy(() -> reader.seek(pcm, 0)).hasMessageContaining("a track of subtitles has no codec");

@@ -91,7 +91,7 @@ public final class HostileChannel implements SeekableByteChannel {
 
     @Override
     public int write(ByteBuffer from) {
-        throw new UnsupportedOperationException();
+        throw new UnsupportedOperationException("this channel is not for writing");
     }
 
     @Override

@@ -86,6 +86,28 @@ public final class TestMedia {
         return directory;
     }
 
+    /**
+     * Whether a newer FFmpeg than the library's own line works, behind the bridge. Tests whose expectations differ then ask
+     * this; docs/bridge.md has the reasons.
+     */
+    public static boolean isNewer() {
+        return FfmpegLibrary.build().isBridged();
+    }
+
+    /** Whether sound can be encoded so. All packages of FFmpeg can; Debian's has no encoder for AMR. */
+    public static boolean hasEncoder(AudioCodec codec) {
+        if (!FfmpegLibrary.build().directory().startsWith("/usr") && !codec.isOfFfmpeg()) {
+            return true;
+        }
+        int channels = codec == AudioCodec.VORBIS ? 2 : 1;
+        int rate = codec.accepts(44_100, channels) ? 44_100 : codec == AudioCodec.AMR_WB ? 16_000 : 8000;
+        try (AudioEncoder encoder = AudioEncoder.open(codec, rate, channels)) {
+            return encoder.format() != null;
+        } catch (UnsupportedCodecException e) {
+            return false;
+        }
+    }
+
     /** Every made stream with pictures, and the real files whose codec has a media subtype. */
     public static List<Clip> clips() {
         return rows("manifest.tsv", (file, row) -> new Clip(file, row[1], Integer.parseInt(row[3]), Integer.parseInt(row[4]),

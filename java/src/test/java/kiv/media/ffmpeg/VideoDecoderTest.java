@@ -129,6 +129,14 @@ class VideoDecoderTest {
     }
 
     @Test
+    void aDecoderMayDeliverMemoryOfItsOwn() throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.stream("raw.avi"));
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
+            assertThat(decoder.pictures(reader).map(picture -> picture.toBytes().length)).containsExactly(57600, 57600, 57600);
+        }
+    }
+
+    @Test
     void whatCannotBeDecodedIsToldAtOnce() throws IOException {
         try (MediaReader reader = MediaReader.open(TestMedia.stream("snow_mp3.avi"))) {
             MediaStream video = reader.firstVideo().orElseThrow();

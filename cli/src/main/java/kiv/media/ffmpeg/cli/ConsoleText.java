@@ -4,6 +4,7 @@ import java.time.Duration;
 import java.util.Locale;
 import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.FourCharacterCode;
+import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Rational;
 
@@ -13,6 +14,11 @@ final class ConsoleText {
     private static final int KILO = 1000;
 
     private ConsoleText() {
+    }
+
+    /** Names a kind of data. */
+    static String kind(MediaKind kind) {
+        return kind.name().toLowerCase(Locale.ROOT);
     }
 
     /** Returns the codec's name, with its four-character code when that is readable. */

@@ -9,17 +9,20 @@ import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import java.util.stream.Collectors;
+import java.util.stream.IntStream;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioCodec;
 import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.AudioEncoder;
+import kiv.media.ffmpeg.AudioResampler;
 import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
+import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.ITypeConverter;
@@ -34,8 +37,10 @@ import picocli.CommandLine.TypeConversionException;
 /** Encodes a file's sound. */
 @Command(name = "encode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Encodes a file's sound into another format.",
-        description = {"", "Takes WAV files of 16-bit PCM, and every other file whose sound can be decoded.", ""},
-        footer = {"", "Examples:", "  kivjniffmpeg encode --format mp3 --bitrate 192000 song.wav song.mp3",
+        description = {"", "Takes every file whose sound can be decoded.", ""},
+        footer = {"", "Examples:", "  kivjniffmpeg encode song.wav song.flac",
+            "  kivjniffmpeg encode --bitrate 192000 song.wav song.mp3",
+            "  kivjniffmpeg encode --rate 48000 film.mp4 film.opus",
             "  kivjniffmpeg encode --format adpcm-ima film.mp4 film.wav"})
 final class EncodeCommand implements Callable<Integer> {
 
@@ -53,18 +58,23 @@ final class EncodeCommand implements Callable<Integer> {
     @Mixin
     private MediaInput input;
 
-    @Parameters(index = "1", paramLabel = "OUT", description = "The file to write. Its name says what kind it is: .wav"
-            + " for every format but amr-nb; .mp3, .aac (ADTS), .ac3, .dts, .amr, .g722, .al (A-law), .ul (mu-law) and"
-            + " .raw (PCM) for their own.")
+    @Parameters(index = "1", paramLabel = "OUT", description = "The file to write. Its name says what kind it is:"
+            + " .mp3, .flac, .opus, .ogg (vorbis, opus or flac), .m4a (aac or alac), .aac (ADTS), .ac3, .dts, .amr, .awb"
+            + " (AMR wide-band), .3gp (amr-wb, amr-nb or aac), .g722, .al (A-law), .ul (mu-law), .raw (PCM); and .wav for"
+            + " the formats of old.")
     private Path out;
 
-    @Option(names = "--format", paramLabel = "FORMAT", required = true, converter = FormatConverter.class,
-            description = "What to encode into: ${COMPLETION-CANDIDATES}.")
+    @Option(names = "--format", paramLabel = "FORMAT", converter = FormatConverter.class,
+            description = "What to encode into, instead of the first format of such files: ${COMPLETION-CANDIDATES}.")
     private AudioCodec format;
 
     @Option(names = "--bitrate", paramLabel = "N", description = "Bits a second, such as 128000, for formats that"
-            + " have a choice: amr-nb, mp3, aac, ac3, dts, wma1, wma2.")
+            + " have a choice: amr-nb, mp3, aac, ac3, dts, wma1, wma2, opus, vorbis, amr-wb.")
     private Integer bitRate;
+
+    @Option(names = "--rate", paramLabel = "N", description = "Samples a second, such as 48000, instead of the sound's"
+            + " own. Some formats take certain rates only.")
+    private Integer rate;
 
     @Option(names = {"-q", "--quiet"}, description = "Show neither progress nor summary.")
     private boolean quiet;
@@ -72,11 +82,24 @@ final class EncodeCommand implements Callable<Integer> {
     @Spec
     private CommandSpec spec;
 
+    private static final int HIGHEST_RATE = 1_000_000;
+    /** FFmpeg's numbers of integer samples that have more than 16 bits. */
+    private static final int FFMPEG_S32 = 2;
+    private static final int FFMPEG_S32P = 7;
+    private static final int[] COMMON_RATES = {8000, 16_000, 48_000};
+
     private long damaged;
     private String reason = "";
 
     @Override
     public Integer call() throws IOException {
+        if (format == null) {
+            format = AudioContainer.usualCodec(out.toString())
+                    .orElseThrow(() -> wrongUsage(out + ": the name says no kind of file that is written"));
+        }
+        if (rate != null && (rate < 1 || rate > HIGHEST_RATE)) {
+            throw wrongUsage("--rate takes a number from 1 to " + HIGHEST_RATE);
+        }
         AudioContainer container = AudioContainer.find(out.toString(), format).orElseThrow(() -> wrongUsage(out + ": "
                 + format + " goes into a file whose name ends in " + AudioContainer.extensions(format).stream()
                         .map(extension -> "." + extension).collect(Collectors.joining(" or "))));
@@ -90,17 +113,24 @@ final class EncodeCommand implements Callable<Integer> {
             if (input.isInput(out)) {
                 throw wrongUsage(out + " is the input itself");
             }
-            try (AudioDecoder decoder = input.openAudioDecoder(sound);
-                    AudioEncoder encoder = openEncoder(decoder);
-                    SoundFile file = SoundFile.create(out, encoder.format(), container);
+            boolean deep = sound.sampleFormat() == FFMPEG_S32 || sound.sampleFormat() == FFMPEG_S32P;
+            SampleFormat samples = deep && format.accepts(SampleFormat.PCM_32) ? SampleFormat.PCM_32
+                    : SampleFormat.PCM_16;
+            try (AudioDecoder decoder = input.openAudioDecoder(sound, samples);
+                    AudioEncoder encoder = openEncoder(decoder, samples);
+                    AudioResampler resampler = openResampler(decoder, samples);
+                    SoundFile file = SoundFile.create(out, encoder, container);
                     Progress progress = quiet ? Progress.NONE : Progress.start("encoding", "seconds",
                             (long) DecodeJob.seconds(reader, sound, TimeRange.ALL))) {
                 PacketSource packets = new PacketSource(input, reader, this::warn);
                 for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
-                    encode(decode(decoder, packet), encoder, file);
-                    progress.at(encoder.frames() / decoder.format().sampleRate());
+                    encode(decode(decoder, packet), resampler, encoder, file);
+                    progress.at(encoder.frames() / encoder.format().sampleRate());
                 }
-                encode(decoder.finish(), encoder, file);
+                encode(decoder.finish(), resampler, encoder, file);
+                if (resampler != null) {
+                    file.write(encoder.encode(resampler.finish()));
+                }
                 file.write(encoder.finish());
                 if (encoder.frames() == 0) {
                     throw new MediaFormatException(input.about("no sound could be decoded" + reason));
@@ -119,13 +149,35 @@ final class EncodeCommand implements Callable<Integer> {
         FailureReport.warn(spec.commandLine(), message);
     }
 
-    private AudioEncoder openEncoder(AudioDecoder decoder) {
+    private AudioEncoder openEncoder(AudioDecoder decoder, SampleFormat samples) {
+        int sampleRate = rate == null ? decoder.format().sampleRate() : rate;
+        int channels = decoder.format().channels();
         try {
-            return AudioEncoder.open(format, decoder.format().sampleRate(), decoder.format().channels(),
-                    bitRate == null ? AudioEncoder.DEFAULT_BIT_RATE : bitRate);
+            return AudioEncoder.open(format, sampleRate, channels, bitRate == null ? AudioEncoder.DEFAULT_BIT_RATE : bitRate,
+                    samples);
         } catch (UnsupportedCodecException e) {
+            if (e.getCause() == null && !format.accepts(sampleRate, channels) && isAnyRateAccepted(channels)) {
+                throw wrongUsage(e.getMessage() + "; --rate changes the rate");
+            }
             // Without a cause it is the choice of rate, bit rate or format that is refused, and another one may do.
             throw e.getCause() == null ? wrongUsage(e.getMessage()) : e;
+        }
+    }
+
+    private boolean isAnyRateAccepted(int channels) {
+        return IntStream.of(COMMON_RATES).anyMatch(common -> format.accepts(common, channels));
+    }
+
+    /** Returns null when the rate stays. */
+    private AudioResampler openResampler(AudioDecoder decoder, SampleFormat samples) {
+        int own = decoder.format().sampleRate();
+        if (rate == null || rate == own) {
+            return null;
+        }
+        try {
+            return AudioResampler.open(own, rate, decoder.format().channels(), samples);
+        } catch (IllegalArgumentException e) {
+            throw wrongUsage(e.getMessage());
         }
     }
 
@@ -139,9 +191,10 @@ final class EncodeCommand implements Callable<Integer> {
         }
     }
 
-    private static void encode(List<AudioBlock> blocks, AudioEncoder encoder, SoundFile file) throws OutputException {
+    private static void encode(List<AudioBlock> blocks, AudioResampler resampler, AudioEncoder encoder, SoundFile file)
+            throws OutputException {
         for (AudioBlock block : blocks) {
-            file.write(encoder.encode(block));
+            file.write(resampler == null ? encoder.encode(block) : encoder.encode(resampler.resample(block)));
         }
     }
 
@@ -151,7 +204,7 @@ final class EncodeCommand implements Callable<Integer> {
         Table table = new Table();
         table.row("file", input.name());
         table.row("sound", ConsoleText.codec(sound) + ", " + ConsoleText.sound(sound) + ", " + encoder.frames()
-                + " samples (" + ConsoleText.clock(new Rational(1, sound.sampleRate()).times(encoder.frames())) + ")"
+                + " samples (" + ConsoleText.clock(new Rational(1, encoder.format().sampleRate()).times(encoder.frames())) + ")"
                 + ConsoleText.damaged(damaged));
         table.row("format", format + (encoder.bitRate() == 0 ? "" : ", " + encoder.bitRate() + " bit/s"));
         table.row("written", Files.size(out) + " bytes to " + out);

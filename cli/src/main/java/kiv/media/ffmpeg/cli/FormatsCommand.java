@@ -3,12 +3,15 @@ package kiv.media.ffmpeg.cli;
 import com.fasterxml.jackson.core.JsonGenerator;
 import java.io.IOException;
 import java.io.PrintWriter;
+import java.util.List;
 import java.util.Locale;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioCodec;
+import kiv.media.ffmpeg.AudioContainer;
 import kiv.media.ffmpeg.FfmpegBuild;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.FourCharacterCode;
+import kiv.media.ffmpeg.MediaFormats;
 import kiv.media.ffmpeg.cli.report.VisibleText;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -42,6 +45,7 @@ final class FormatsCommand implements Callable<Integer> {
                 objects.write(to -> {
                     describe(ffmpeg, to);
                     describe(to);
+                    describeEncoders(to);
                 });
             }
         } else {
@@ -68,6 +72,52 @@ final class FormatsCommand implements Callable<Integer> {
                     format.encoder().map(AudioCodec::toString).orElse(""));
         }
         audio.print(out);
+        out.println();
+        printEncoders(out);
+        out.println();
+        Table codecs = new Table();
+        codecs.row("codec", "kind", "decode", "FFmpeg's name for people");
+        for (MediaFormats.Codec codec : MediaFormats.codecs()) {
+            codecs.row(codec.name(), codec.isDecodable() ? ConsoleText.kind(codec.kind()) : "-",
+                    yes(codec.isDecodable()), codec.title());
+        }
+        codecs.print(out);
+        out.println();
+        Table containers = new Table();
+        containers.row("container", "read", "FFmpeg's name for people");
+        for (MediaFormats.Container container : MediaFormats.containers()) {
+            containers.row(container.name(), yes(container.isReadable()), container.title());
+        }
+        containers.print(out);
+    }
+
+    private static void printEncoders(PrintWriter out) {
+        Table encoders = new Table();
+        encoders.row("--format", "encode", "files");
+        for (AudioCodec codec : AudioCodec.values()) {
+            encoders.row(codec.toString(), yes(KnownFormats.opens(codec)), String.join(" ", extensions(codec)));
+        }
+        encoders.print(out);
+    }
+
+    private static List<String> extensions(AudioCodec codec) {
+        return AudioContainer.extensions(codec).stream().map(extension -> "." + extension).toList();
+    }
+
+    private static void describeEncoders(JsonGenerator to) throws IOException {
+        to.writeArrayFieldStart("encoders");
+        for (AudioCodec codec : AudioCodec.values()) {
+            to.writeStartObject();
+            to.writeStringField("encoder", codec.toString());
+            to.writeBooleanField("encode", KnownFormats.opens(codec));
+            to.writeArrayFieldStart("files");
+            for (String extension : extensions(codec)) {
+                to.writeString(extension);
+            }
+            to.writeEndArray();
+            to.writeEndObject();
+        }
+        to.writeEndArray();
     }
 
     private static String yes(boolean value) {
@@ -110,6 +160,25 @@ final class FormatsCommand implements Callable<Integer> {
             if (format.encoder().isPresent()) {
                 to.writeStringField("encoder", format.encoder().get().toString());
             }
+            to.writeEndObject();
+        }
+        to.writeEndArray();
+        to.writeArrayFieldStart("codecs");
+        for (MediaFormats.Codec codec : MediaFormats.codecs()) {
+            to.writeStartObject();
+            to.writeStringField("codec", codec.name());
+            to.writeStringField("title", codec.title());
+            to.writeStringField("kind", ConsoleText.kind(codec.kind()));
+            to.writeBooleanField("decodable", codec.isDecodable());
+            to.writeEndObject();
+        }
+        to.writeEndArray();
+        to.writeArrayFieldStart("containers");
+        for (MediaFormats.Container container : MediaFormats.containers()) {
+            to.writeStartObject();
+            to.writeStringField("container", container.name());
+            to.writeStringField("title", container.title());
+            to.writeBooleanField("readable", container.isReadable());
             to.writeEndObject();
         }
         to.writeEndArray();

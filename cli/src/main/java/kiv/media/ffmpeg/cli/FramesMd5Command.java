@@ -33,11 +33,11 @@ import picocli.CommandLine.Spec;
 @Command(name = "frames-md5", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Prints the MD5 of every picture or piece of sound.",
         description = {"", "The table tells time, length, size and MD5 of each picture, all planes in the decoder's own"
-            + " pixel format without padding, or of each piece of sound as PCM of 16 bits. Without an option it is"
+            + " pixel format without padding, or of each piece of sound as PCM. Without an option it is"
             + " about the first stream of pictures, or of sound when there is none.", ""},
         footer = {"", "The same table comes from:", "",
             "  ffmpeg -noautorotate -copyts -i FILE -map 0:v:0 -fps_mode passthrough \\",
-            "      -enc_time_base -1 -autoscale 0 -fflags +bitexact -f framemd5 -",
+            "      -enc_time_base -1 -noautoscale -fflags +bitexact -f framemd5 -",
             "  ffmpeg -copyts -i FILE -map 0:a:0 -c:a pcm_s16le \\",
             "      -fflags +bitexact -f framemd5 -"})
 final class FramesMd5Command implements Callable<Integer> {

@@ -6,7 +6,6 @@ import java.io.PrintWriter;
 import java.math.BigDecimal;
 import java.math.RoundingMode;
 import java.time.Duration;
-import java.util.Locale;
 import java.util.Optional;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.FfmpegLibrary;
@@ -93,16 +92,12 @@ final class InfoCommand implements Callable<Integer> {
         Table table = new Table();
         table.row("stream", "kind", "codec", "bit rate", "length", "unit", "format");
         for (MediaStream stream : reader.streams()) {
-            table.row(Integer.toString(stream.index()), kind(stream), ConsoleText.codec(stream),
+            table.row(Integer.toString(stream.index()), ConsoleText.kind(stream.kind()), ConsoleText.codec(stream),
                     stream.bitRate() > 0 ? ConsoleText.bitRate(stream.bitRate()) : "-",
                     stream.duration().map(ConsoleText::clock).orElse("-"),
                     stream.timeBase().isKnown() ? stream.timeBase() + " s" : "-", format(stream));
         }
         table.print(out);
-    }
-
-    private static String kind(MediaStream stream) {
-        return stream.kind().name().toLowerCase(Locale.ROOT);
     }
 
     private static String format(MediaStream stream) {
@@ -138,7 +133,7 @@ final class InfoCommand implements Callable<Integer> {
 
     private static void describe(MediaStream stream, JsonGenerator to) throws IOException {
         to.writeNumberField("index", stream.index());
-        to.writeStringField("kind", kind(stream));
+        to.writeStringField("kind", ConsoleText.kind(stream.kind()));
         to.writeStringField("codec", stream.codecName());
         if (stream.codecTag() != 0) {
             to.writeNumberField("tag", stream.codecTag() & 0xFFFFFFFFL);

@@ -5,6 +5,7 @@ import java.util.HexFormat;
 import java.util.List;
 import java.util.Map;
 import java.util.Optional;
+import java.util.stream.IntStream;
 import kiv.media.ffmpeg.AudioCodec;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.AudioEncoder;
@@ -162,19 +163,19 @@ final class KnownFormats {
         boolean isEncodable() {
             return encoder.isPresent() && opens(encoder.get());
         }
+    }
 
-        private static boolean opens(AudioCodec codec) {
-            int rate = switch (codec) {
-                case AMR_NB -> SPEECH_RATE;
-                case G722 -> WIDE_SPEECH_RATE;
-                default -> FULL_RATE;
-            };
-            try {
-                AudioEncoder.open(codec, rate, 1).close();
-                return true;
-            } catch (UnsupportedCodecException e) {
-                return false;
-            }
+    /** Returns whether the loaded FFmpeg encodes into the format. */
+    static boolean opens(AudioCodec codec) {
+        // FFmpeg's own encoder of Vorbis takes stereo only.
+        int channels = codec == AudioCodec.VORBIS ? 2 : 1;
+        int rate = IntStream.of(codec == AudioCodec.G722 ? WIDE_SPEECH_RATE : FULL_RATE, SPEECH_RATE, WIDE_SPEECH_RATE)
+                .filter(sampleRate -> codec.accepts(sampleRate, channels)).findFirst().orElseThrow();
+        try {
+            AudioEncoder.open(codec, rate, channels).close();
+            return true;
+        } catch (UnsupportedCodecException e) {
+            return false;
         }
     }
 

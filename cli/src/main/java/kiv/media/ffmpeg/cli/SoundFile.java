@@ -5,6 +5,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
 import kiv.media.ffmpeg.AudioContainer;
+import kiv.media.ffmpeg.AudioEncoder;
 import kiv.media.ffmpeg.AudioFileWriter;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.WaveFormat;
@@ -27,6 +28,15 @@ final class SoundFile implements AutoCloseable {
     static SoundFile create(Path file, WaveFormat format, AudioContainer container) throws OutputException {
         try {
             return ShutdownGuard.open(() -> new SoundFile(file, AudioFileWriter.create(file, format, container)));
+        } catch (IOException e) {
+            throw OutputException.of(file, e);
+        }
+    }
+
+    /** Begins a file of an encoder's packets, which replaces an existing one when it is finished. */
+    static SoundFile create(Path file, AudioEncoder encoder, AudioContainer container) throws OutputException {
+        try {
+            return ShutdownGuard.open(() -> new SoundFile(file, AudioFileWriter.create(file, encoder, container)));
         } catch (IOException e) {
             throw OutputException.of(file, e);
         }

@@ -40,6 +40,23 @@ public final class c_mediareader_ffmpeg {
     public static native long n_reader_open_within(long context, Object source, long[] limits) throws IOException;
 
     /**
+     * Lists the containers that are read.
+     *
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
+     * @return the first of FFmpeg's short names of each, also of those that this FFmpeg has no reader for
+     */
+    public static native String[] n_container_names(long context);
+
+    /**
+     * Returns the name of a container for people.
+     *
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
+     * @param name the first of FFmpeg's short names
+     * @return FFmpeg's long name; null when it is not read by this FFmpeg
+     */
+    public static native String n_container_title(long context, String name);
+
+    /**
      * Describes the container.
      *
      * @param reader a handle of {@link #n_reader_open}

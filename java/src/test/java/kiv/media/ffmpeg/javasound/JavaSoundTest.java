@@ -106,6 +106,22 @@ class JavaSoundTest {
                 .isEqualTo(ByteBuffer.wrap(MediaAudioTest.decoded(mp3)).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer());
     }
 
+    @Test
+    void soundComesInOtherSamplesWhereTheyAreAskedFor() throws Exception {
+        Path ogg = TestMedia.stream("vorbis.ogg");
+        int bytes = MediaAudioTest.decoded(ogg).length;
+        for (Encoding encoding : List.of(Encoding.PCM_SIGNED, Encoding.PCM_FLOAT)) {
+            AudioFormat target = new AudioFormat(encoding, 44100, 32, 2, 8, 44100, false);
+            try (AudioInputStream encoded = AudioSystem.getAudioInputStream(ogg.toFile());
+                    AudioInputStream decoded = AudioSystem.getAudioInputStream(target, encoded)) {
+                assertThat(decoded.getFormat().matches(target)).isTrue();
+                assertThat(decoded.readAllBytes()).hasSize(2 * bytes);
+                refused(IllegalArgumentException.class, "already",
+                        () -> AudioSystem.getAudioInputStream(new AudioFormat(44100, 16, 2, true, false), encoded));
+            }
+        }
+    }
+
     @ParameterizedTest
     @CsvSource({"WAVE, 16, true, false", "WAVE, 8, false, false", "AU, 16, true, true", "AIFF, 16, true, true"})
     void theFormatsOfTheJdkStayItsOwn(String type, int bits, boolean signed, boolean bigEndian) throws Exception {
