@@ -46,9 +46,9 @@ import java.util.zip.CRC32C;
  * not say enough, such as within damage or with rare codecs, it decodes the film from its beginning. An
  * {@linkplain #openApproximate(Path) approximate} film trusts the container instead.
  *
- * <p>Damage that the heads of pictures do not show may change how many pictures there are. It is noticed when that part is
- * decoded; pictures behind it that were asked for before then may have another number. {@link #verify()} decodes all of the
- * film for those who must be sure.
+ * <p>Damage that the heads of pictures do not show may change how many pictures there are, or what a decoder guesses for
+ * what is missing. Where it is noticed, the film is decoded from its beginning; pictures behind it that were asked for before
+ * then may have another number. {@link #verify()} decodes all of a film for those who must be sure.
  *
  * <p>One thread at a time uses a film: a second one gets a {@link MediaStateException}. So does each call after
  * {@link #close()}. Callers own the pictures, which do not depend on the film.
@@ -464,8 +464,9 @@ public final class Film implements Closeable {
     }
 
     /**
-     * Decodes the whole film once and learns what each packet gives. Afterwards damage that the heads of pictures do not show
-     * cannot change any number, here and in films that load this one's {@linkplain #saveIndex index}.
+     * Decodes the whole film and notes what each packet gives, and a checksum of each picture. Afterwards every picture is
+     * compared with its checksum, here and in films that load this one's {@linkplain #saveIndex index}, so that damage that
+     * the heads of pictures do not show changes nothing.
      *
      * @throws MediaStateException when the film is approximate
      * @throws IOException when the bytes cannot be read

@@ -109,6 +109,13 @@ final class FilmDecoder implements AutoCloseable {
         if (map.groups() > 0) {
             learn(map.groups() - 1);
         }
+        int[] sums = new int[map.known()];
+        for (int number = 0; number < sums.length; number++) {
+            try (Picture picture = fromBeginning(number)) {
+                sums[number] = (int) checksum(picture);
+            }
+        }
+        map.verify(sums);
     }
 
     /** Reads the index to the end, and learns what it does not say. */
@@ -197,6 +204,10 @@ final class FilmDecoder implements AutoCloseable {
         }
         try {
             Picture picture = search(number);
+            if (picture != null && map.isVerified(number) && map.checksum(number) != (int) checksum(picture)) {
+                picture.close();
+                picture = null;
+            }
             if (picture == null) {
                 expected = Integer.MAX_VALUE;
             }

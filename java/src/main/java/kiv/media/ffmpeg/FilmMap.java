@@ -38,6 +38,8 @@ final class FilmMap {
     private int[] fed = new int[16];
     private int learned;
     private int learnedGroups;
+    /** Checksums of the first pictures. */
+    private int[] sums = {};
     private int changes;
     /** The group whose pictures were asked for last, and these. */
     private int recentGroup = -1;
@@ -343,6 +345,20 @@ final class FilmMap {
         count();
     }
 
+    /** Notes the checksums of all pictures. */
+    void verify(int[] checksums) {
+        sums = checksums;
+    }
+
+    /** Whether there is a checksum of a picture. */
+    boolean isVerified(int number) {
+        return number < sums.length;
+    }
+
+    int checksum(int number) {
+        return sums[number];
+    }
+
     void save(DataOutputStream out) throws IOException {
         index.save(out);
         out.writeBoolean(headersChanged);
@@ -356,6 +372,10 @@ final class FilmMap {
         for (int i = 0; i < learned; i++) {
             out.writeInt(own[i]);
             out.writeInt(fed[i]);
+        }
+        out.writeInt(sums.length);
+        for (int sum : sums) {
+            out.writeInt(sum);
         }
     }
 
@@ -378,6 +398,10 @@ final class FilmMap {
         for (int i = 0; i < map.learned; i++) {
             map.own[i] = in.readInt();
             map.fed[i] = in.readInt();
+        }
+        map.sums = new int[in.readInt()];
+        for (int i = 0; i < map.sums.length; i++) {
+            map.sums[i] = in.readInt();
         }
         map.count();
         return map;

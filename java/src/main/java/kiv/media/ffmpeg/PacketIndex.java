@@ -157,7 +157,7 @@ final class PacketIndex {
         return part.checksums[packet % PART] == checksum && part.sizes[packet % PART] == bytes;
     }
 
-    /** Returns the place of a packet that was read somewhere, the nearest one before or at a place if there are several; or -1. */
+    /** Returns the place of a packet that was read somewhere, of several the nearest one before or at a place; or -1. */
     int find(Packet packet, int before) {
         int checksum = checksum(packet);
         for (int at = Math.min(before, size - 1); at >= 0; at--) {

@@ -119,6 +119,22 @@ class FilmTest {
     }
 
     @Test
+    void aVerifiedFilmIsRightWhereItIsDamaged() throws IOException {
+        byte[] bytes = Files.readAllBytes(TestMedia.stream("mpeg4_b_320x240.mp4"));
+        for (int i = 0; i < 40; i++) {
+            bytes[bytes.length / 3 + 3 * i] ^= 0x55;
+        }
+        Path damaged = Files.write(directory.resolve("damaged.mp4"), bytes);
+        List<Row> whole = whole(damaged);
+        try (Film film = Film.open(damaged)) {
+            film.verify();
+            for (int number = whole.size() - 1; number >= 0; number -= 3) {
+                assertThat(Row.of(film.picture(number))).isEqualTo(whole.get(number));
+            }
+        }
+    }
+
+    @Test
     void whatIsWrongIsReported() throws IOException {
         Path file = TestMedia.stream("mpeg4_b_320x240.mp4");
         ByteArrayOutputStream saved = new ByteArrayOutputStream();

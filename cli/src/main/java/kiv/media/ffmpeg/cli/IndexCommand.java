@@ -32,6 +32,10 @@ final class IndexCommand implements Callable<Integer> {
     @Option(names = "--save", paramLabel = "FILE", description = "Save the index, for --index of other commands.")
     private Path save;
 
+    @Option(names = "--verify", description = "Decode the whole film too, and note a checksum of each picture, so that not even"
+            + " damage leads to another picture.")
+    private boolean verify;
+
     @Spec
     private CommandSpec spec;
 
@@ -42,6 +46,9 @@ final class IndexCommand implements Callable<Integer> {
         }
         PrintWriter out = spec.commandLine().getOut();
         return films.use(film -> {
+            if (verify) {
+                film.verify();
+            }
             if (save != null) {
                 ByteArrayOutputStream bytes = new ByteArrayOutputStream();
                 film.saveIndex(bytes);
