@@ -57,12 +57,13 @@ void c_encoder::choose_layout()
 int c_encoder::encode(const AVFrame *adsp_frame, AVPacket &dsp_packet, bool &bp_packet)
 {
     bp_packet = false;
-    const bool bl_nothing_to_drain =
-        adsp_frame == nullptr && (dsc_codec.dsc_old.capabilities & CODEC_CAP_DELAY) == 0 && dsc_waiting.empty();
+    bc_fed = bc_fed || adsp_frame != nullptr;
+    const bool bl_nothing_to_drain = adsp_frame == nullptr && dsc_waiting.empty() &&
+                                     (!bc_fed || (dsc_codec.dsc_old.capabilities & CODEC_CAP_DELAY) == 0);
     if (!bl_nothing_to_drain) {
         if (const int inl_result = send(adsp_frame); inl_result < 0)
             return inl_result;
-        if (const int inl_result = receive_all(); inl_result < 0)
+        if (const int inl_result = receive(); inl_result < 0)
             return inl_result;
     }
     if (dsc_waiting.empty())
@@ -100,8 +101,8 @@ int c_encoder::send(const AVFrame *adsp_frame)
     return inl_result;
 }
 
-/** Takes all packets that are ready: an encoder with packets that nobody took refuses frames. */
-int c_encoder::receive_all()
+/** Takes the packets that are ready: an encoder with packets that nobody took refuses frames. One, when it is drained. */
+int c_encoder::receive()
 {
     for (;;) {
         old::real_packet dsl_packet = old::make_packet(dsc_ffmpeg);
@@ -113,6 +114,8 @@ int c_encoder::receive_all()
         if (inl_result < 0)
             return inl_result;
         dsc_waiting.push_back(std::move(dsl_packet));
+        if (bc_draining)
+            return 0; // the caller bounds the calls
     }
 }
 

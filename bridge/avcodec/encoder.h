@@ -34,13 +34,14 @@ public:
 private:
     void choose_layout();
     int send(const AVFrame *adsp_frame);
-    int receive_all();
+    int receive();
 
     const real::dsd_ffmpeg &dsc_ffmpeg;
     AVCodecContext &dsc_context;
     const dsd_codec &dsc_codec;
     real_context dsc_real;
     std::deque<old::real_packet> dsc_waiting;
+    bool bc_fed = false; // without a frame, some encoders deliver packets for ever when they are drained
     bool bc_draining = false;
 };
 

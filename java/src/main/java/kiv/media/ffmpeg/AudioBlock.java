@@ -9,8 +9,8 @@ import java.time.Duration;
 import java.util.Optional;
 
 /**
- * A block of decoded sound: interleaved PCM, of 16 bits unless the decoder was opened for others. A frame is one sample of each channel. A block is immutable,
- * owns its memory and does not depend on its decoder. Any thread may use it.
+ * A block of decoded sound: interleaved PCM, of 16 bits unless the decoder was opened for others. A frame is one sample
+ * of each channel. A block is immutable, owns its memory and does not depend on its decoder. Any thread may use it.
  *
  * <pre>{@code
  * ShortBuffer samples = block.samples();

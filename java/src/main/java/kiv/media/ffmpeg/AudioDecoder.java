@@ -14,7 +14,8 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
 
 /**
- * Decodes the packets of one audio stream into PCM, of 16 bits unless others are asked for, with the stream's channels and sample rate.
+ * Decodes the packets of one audio stream into PCM, of 16 bits unless others are asked for, with the stream's channels
+ * and sample rate.
  *
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("song.mp3"));

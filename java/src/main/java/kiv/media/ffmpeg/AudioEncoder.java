@@ -306,7 +306,7 @@ public final class AudioEncoder implements AutoCloseable {
                 encodeFrame(address);
             }
             finished = true;
-            if (codec.isOfFfmpeg()) {
+            if (codec.isOfFfmpeg() && frames > 0) {
                 drain(address);
             }
             return deliver();

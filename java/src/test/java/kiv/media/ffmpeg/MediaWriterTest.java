@@ -14,6 +14,7 @@ import java.nio.channels.WritableByteChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.EnumSet;
 import java.util.List;
@@ -26,6 +27,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.MethodSource;
 
 class MediaWriterTest {
@@ -142,6 +144,23 @@ class MediaWriterTest {
             }
             assertThat(channel.calls).as("an abandoned container is not completed").isEqualTo(calls);
             return thrown;
+        }
+    }
+
+    /** Drained without sound, FFmpeg's own encoder of Vorbis delivers packets for ever. */
+    @ParameterizedTest
+    @CsvSource({"0, 0", "1, 9"})
+    void fewSamplesGiveFewPackets(int samples, int most) {
+        for (AudioCodec codec : EnumSet.of(AudioCodec.FLAC, AudioCodec.ALAC, AudioCodec.OPUS, AudioCodec.VORBIS,
+                AudioCodec.AMR_WB)) {
+            int channels = codec == AudioCodec.AMR_WB ? 1 : 2;
+            try (AudioEncoder encoder = open(codec, channels, SampleFormat.PCM_16)) {
+                if (encoder != null) {
+                    List<Packet> packets = new ArrayList<>(encoder.encode(new byte[samples * channels * Short.BYTES]));
+                    packets.addAll(encoder.finish());
+                    assertThat(packets).as("%s", codec).hasSizeBetween(samples, most);
+                }
+            }
         }
     }
 
