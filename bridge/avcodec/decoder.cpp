@@ -78,7 +78,7 @@ int c_decoder::open()
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->context;
     old::configure_real(dsc_ffmpeg, dsc_context, dsc_real.get(), dsc_codec.dsc_old.type);
     dsl_layout.opaque.of(dsc_real.get()) = this;
-    if (dsc_context.get_buffer != nullptr || is_sound())
+    if (dsc_context.get_buffer != nullptr || (is_sound() && !is_pcm(dsc_codec.dsc_old.id)))
         dsl_layout.get_buffer2.of(dsc_real.get()) = &c_decoder::get_buffer2;
     choose_options();
     if (const int inl_result = dsc_ffmpeg.avcodec_open2(dsc_real.get(), dsc_codec.adsc_real, nullptr); inl_result < 0)
@@ -227,6 +227,8 @@ c_decoder::dsd_result c_decoder::decode_sound(AVFrame &dsp_frame, const AVPacket
     if (!inl_length)
         return {in_invalid_data};
     const bool bl_more = *inl_length < dsp_whole.size;
+    const int inl_sample_frame = dsl_stream.inc_sample_bits * dsl_stream.inc_channels / 8;
+    bc_last_frame = is_pcm(iel_codec) && inl_sample_frame > 0 && *inl_length % inl_sample_frame == 0;
     dsp_whole.size = *inl_length;
     dsd_result dsl_result = decode_unit(dsp_frame, dsp_whole, bl_more ? *inl_length : dsp_packet.size);
     // A damaged frame of MPEG audio is an error only when it is all of the packet.
@@ -250,6 +252,8 @@ c_decoder::dsd_result c_decoder::decode_unit(AVFrame &dsp_frame, real::packet &d
 c_decoder::dsd_result c_decoder::deliver_waiting(AVFrame &dsp_frame)
 {
     deliver(std::move(dsc_waiting), dsp_frame);
+    if (std::exchange(bc_last_frame, false))
+        return {inc_owed, true};
     const int inl_result = receive(dsc_waiting);
     if (inl_result < 0 && inl_result != AVERROR(EAGAIN) && inl_result != AVERROR_EOF)
         inc_late_error = inl_result;
@@ -275,10 +279,11 @@ c_decoder::dsd_result c_decoder::drain(AVFrame &dsp_frame)
     return {0, true};
 }
 
-/** The packet, without what it had. Its bytes are never its own. */
+/** The packet, without the side data that it had. Its bytes are never its own. */
 real::packet &c_decoder::fresh_packet() const noexcept
 {
-    dsc_ffmpeg.av_packet_unref(dsc_packet.get());
+    if (dsc_packet->side_data_elems > 0)
+        dsc_ffmpeg.av_packet_unref(dsc_packet.get());
     return *dsc_packet;
 }
 

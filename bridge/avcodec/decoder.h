@@ -86,6 +86,7 @@ private:
     int inc_owed = 0;       // what the packet counts as consumed when no more frames wait
     int inc_late_error = 0; // the next call's result
     bool bc_draining = false;
+    bool bc_last_frame = false; // no other one follows in the packet, so nobody needs to look
 };
 
 } // namespace bridge::avcodec

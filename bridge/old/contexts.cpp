@@ -41,12 +41,6 @@ void describe_to_old(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *ad
     const int64_t ill_bit_rate = dsl_from.bit_rate.of(adsp_from);
     dsp_to.bit_rate = ill_bit_rate > INT32_MAX ? INT32_MAX : static_cast<int>(ill_bit_rate);
     dsp_to.delay = dsl_from.delay.of(adsp_from);
-    dsp_to.width = dsl_from.width.of(adsp_from);
-    dsp_to.height = dsl_from.height.of(adsp_from);
-    dsp_to.coded_width = dsl_from.coded_width.of(adsp_from);
-    dsp_to.coded_height = dsl_from.coded_height.of(adsp_from);
-    dsp_to.pix_fmt = dsp_ffmpeg.dsc_numbers.old_format(dsl_from.pix_fmt.of(adsp_from));
-    dsp_to.sample_aspect_ratio = dsl_from.sample_aspect_ratio.of(adsp_from);
     dsp_to.sample_rate = dsl_from.sample_rate.of(adsp_from);
     // Some newer decoders know it after the first frame only, and the 56 line's from the start.
     if (const int inl_format = dsl_from.sample_fmt.of(adsp_from); inl_format != AV_SAMPLE_FMT_NONE)
@@ -60,6 +54,15 @@ void describe_to_old(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *ad
     dsp_to.bits_per_raw_sample = dsl_from.bits_per_raw_sample.of(adsp_from);
     dsp_to.profile = dsl_from.profile.of(adsp_from);
     context::level.of(&dsp_to) = dsl_from.level.of(adsp_from);
+    context::initial_padding.of(&dsp_to) = dsl_from.initial_padding.of(adsp_from);
+    if (dsp_to.codec_type == AVMEDIA_TYPE_AUDIO)
+        return; // packets of sound are small: this is noticed
+    dsp_to.width = dsl_from.width.of(adsp_from);
+    dsp_to.height = dsl_from.height.of(adsp_from);
+    dsp_to.coded_width = dsl_from.coded_width.of(adsp_from);
+    dsp_to.coded_height = dsl_from.coded_height.of(adsp_from);
+    dsp_to.pix_fmt = dsp_ffmpeg.dsc_numbers.old_format(dsl_from.pix_fmt.of(adsp_from));
+    dsp_to.sample_aspect_ratio = dsl_from.sample_aspect_ratio.of(adsp_from);
     context::has_b_frames.of(&dsp_to) = dsl_from.has_b_frames.of(adsp_from);
     context::refs.of(&dsp_to) = dsl_from.refs.of(adsp_from);
     context::color_primaries.of(&dsp_to) = dsl_from.color_primaries.of(adsp_from);
@@ -69,7 +72,6 @@ void describe_to_old(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *ad
     context::chroma_sample_location.of(&dsp_to) = dsl_from.chroma_sample_location.of(adsp_from);
     context::field_order.of(&dsp_to) = dsl_from.field_order.of(adsp_from);
     context::framerate.of(&dsp_to) = dsl_from.framerate.of(adsp_from);
-    context::initial_padding.of(&dsp_to) = dsl_from.initial_padding.of(adsp_from);
 }
 
 void copy_defaults(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *adsp_from, AVCodecContext &dsp_to) noexcept

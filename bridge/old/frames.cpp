@@ -37,7 +37,8 @@ void free_planes_array(const real::dsd_ffmpeg &dsp_ffmpeg, AVFrame &dsp_frame) n
 void unref_frame(const real::dsd_ffmpeg &dsp_ffmpeg, AVFrame &dsp_frame) noexcept
 {
     for (AVBufferRef *&adsl_buffer : dsp_frame.buf)
-        dsp_ffmpeg.av_buffer_unref(&adsl_buffer);
+        if (adsl_buffer != nullptr)
+            dsp_ffmpeg.av_buffer_unref(&adsl_buffer);
     for (int inl_buffer = 0; inl_buffer < dsp_frame.nb_extended_buf; ++inl_buffer)
         dsp_ffmpeg.av_buffer_unref(&dsp_frame.extended_buf[inl_buffer]);
     dsp_ffmpeg.av_freep(&dsp_frame.extended_buf);
@@ -93,17 +94,23 @@ void copy_description(const real::dsd_ffmpeg &dsp_ffmpeg, const real::frame *ads
                       AVMediaType iep_type) noexcept
 {
     const auto &dsl_layout = dsp_ffmpeg.adsc_layout->frame;
-    dsp_to.width = dsl_layout.width.of(adsp_from);
-    dsp_to.height = dsl_layout.height.of(adsp_from);
     dsp_to.nb_samples = dsl_layout.nb_samples.of(adsp_from);
     dsp_to.format = iep_type == AVMEDIA_TYPE_VIDEO ? dsp_ffmpeg.dsc_numbers.old_format(dsl_layout.format.of(adsp_from))
                                                    : dsl_layout.format.of(adsp_from);
     dsp_to.key_frame = mark_of(dsl_layout, dsl_layout.key_frame, real::in_frame_flag_key, adsp_from);
-    dsp_to.pict_type = dsl_layout.pict_type.of(adsp_from);
-    dsp_to.sample_aspect_ratio = dsl_layout.sample_aspect_ratio.of(adsp_from);
     dsp_to.pkt_pts = dsl_layout.pts.of(adsp_from);
     dsp_to.pkt_dts = dsl_layout.pkt_dts.of(adsp_from);
     frame::best_effort_timestamp.of(&dsp_to) = dsl_layout.best_effort_timestamp.of(adsp_from);
+    dsp_to.sample_rate = dsl_layout.sample_rate.of(adsp_from);
+    const real::channel_layout &dsl_channels = dsl_layout.ch_layout.of(adsp_from);
+    dsp_to.channels = dsl_channels.nb_channels;
+    dsp_to.channel_layout = dsl_channels.order == real::in_order_native ? dsl_channels.mask : 0;
+    if (iep_type == AVMEDIA_TYPE_AUDIO)
+        return; // packets of sound are small: this is noticed
+    dsp_to.width = dsl_layout.width.of(adsp_from);
+    dsp_to.height = dsl_layout.height.of(adsp_from);
+    dsp_to.pict_type = dsl_layout.pict_type.of(adsp_from);
+    dsp_to.sample_aspect_ratio = dsl_layout.sample_aspect_ratio.of(adsp_from);
     frame::quality.of(&dsp_to) = dsl_layout.quality.of(adsp_from);
     frame::repeat_pict.of(&dsp_to) = dsl_layout.repeat_pict.of(adsp_from);
     dsp_to.interlaced_frame =
@@ -117,10 +124,6 @@ void copy_description(const real::dsd_ffmpeg &dsp_ffmpeg, const real::frame *ads
     frame::color_trc.of(&dsp_to) = dsl_layout.color_trc.of(adsp_from);
     dsp_to.colorspace = dsl_layout.colorspace.of(adsp_from);
     frame::chroma_location.of(&dsp_to) = dsl_layout.chroma_location.of(adsp_from);
-    dsp_to.sample_rate = dsl_layout.sample_rate.of(adsp_from);
-    const real::channel_layout &dsl_channels = dsl_layout.ch_layout.of(adsp_from);
-    dsp_to.channels = dsl_channels.nb_channels;
-    dsp_to.channel_layout = dsl_channels.order == real::in_order_native ? dsl_channels.mask : 0;
 }
 
 } // namespace bridge::old
