@@ -356,11 +356,11 @@ public final class Film implements Closeable {
      * @return the pictures, in the order of the times; the caller closes each of them
      * @throws IOException when the bytes cannot be read
      */
-    public List<Picture> picturesAt(List<Duration> times) throws IOException {
+    public List<Picture> picturesAt(Duration... times) throws IOException {
         return call(() -> {
-            long[] numbers = new long[times.size()];
+            long[] numbers = new long[times.length];
             for (int i = 0; i < numbers.length; i++) {
-                numbers[i] = approximate != null ? approximate.numberAt(ticks(times.get(i))) : find(times.get(i));
+                numbers[i] = approximate != null ? approximate.numberAt(ticks(times[i])) : find(times[i]);
             }
             return decodeAll(numbers);
         });
