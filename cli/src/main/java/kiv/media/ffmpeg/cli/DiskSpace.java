@@ -1,6 +1,5 @@
 package kiv.media.ffmpeg.cli;
 
-import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Optional;
@@ -20,11 +19,12 @@ final class DiskSpace {
      * @param where a directory
      * @return the line to show; empty when they take little, or when there is no such directory
      */
-    static Optional<String> announcement(double bytes, Path where) throws IOException {
+    static Optional<String> announcement(double bytes, Path where) {
         if (!Files.isDirectory(where)) {
             return Optional.empty();
         }
-        long free = Files.getFileStore(where).getUsableSpace();
+        // A FileStore is not found in a changed root, as in some containers.
+        long free = where.toFile().getUsableSpace();
         if (bytes < Math.min(MUCH, free)) {
             return Optional.empty();
         }
