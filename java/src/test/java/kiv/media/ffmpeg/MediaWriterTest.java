@@ -103,7 +103,9 @@ class MediaWriterTest {
         }
         // The others have frames, of which FFmpeg's readers of MP4 and AMR deliver the last one whole.
         boolean exact = extension.matches("opus|ogg|oga") && FfmpegLibrary.build().isBridged();
-        assertThat(decoded.length / channels / Short.BYTES - frames).isBetween(0, exact ? 0 : 1023);
+        // FFmpeg 5.1 cuts half a short block off the end of Vorbis.
+        boolean cut = codec == AudioCodec.VORBIS && FfmpegLibrary.build().version().startsWith("5.");
+        assertThat(decoded.length / channels / Short.BYTES - frames).isBetween(cut ? -128 : 0, exact ? 0 : 1023);
         for (int i = 0; i < channels; i++) {
             assertThat(Sounds.loudness(decoded, channels, i, tones[i] / rate)).as("channel %d", i).isGreaterThan(0.5);
         }
