@@ -55,9 +55,10 @@ public final class c_mediareader_source {
         if (length < 1) {
             throw new IllegalArgumentException("length to read: " + length);
         }
-        buffer.clear().limit(Math.min(length, BUFFER_SIZE));
+        // A view has its own position, so that calls from other threads cannot move it.
+        ByteBuffer view = buffer.duplicate().clear().limit(Math.min(length, BUFFER_SIZE));
         for (int attempt = 0; attempt < EMPTY_READS; attempt++) {
-            int count = read();
+            int count = read(view);
             if (count != 0) {
                 return count;
             }
@@ -111,17 +112,17 @@ public final class c_mediareader_source {
         return exception == failure;
     }
 
-    private int read() throws IOException {
+    private int read(ByteBuffer view) throws IOException {
         int count;
         try {
-            count = channel().read(buffer);
+            count = channel().read(view);
         } catch (RuntimeException | Error e) {
             failure = e;
             throw e;
         }
         // A count without bytes would deliver what an earlier read left in the buffer.
-        if (count < END || Math.max(count, 0) != buffer.position()) {
-            throw new IOException("the channel says that it read " + count + " bytes, but put " + buffer.position()
+        if (count < END || Math.max(count, 0) != view.position()) {
+            throw new IOException("the channel says that it read " + count + " bytes, but put " + view.position()
                     + " into the buffer");
         }
         return count;

@@ -47,25 +47,26 @@ public final class c_mediawriter_sink {
     }
 
     /**
-     * Writes bytes of the buffer, all of them.
+     * Writes the first bytes of the buffer.
      *
      * @param length how many, at least 1
-     * @return the length
+     * @return how many were written: the length, but not more than the buffer holds
      * @throws IOException when the channel throws it, or returns an impossible count
      */
     public int m_write(int length) throws IOException {
         if (length < 1) {
             throw new IllegalArgumentException("length to write: " + length);
         }
-        buffer.clear().limit(Math.min(length, BUFFER_SIZE));
+        // A view has its own position, so that calls from other threads cannot move it.
+        ByteBuffer view = buffer.duplicate().clear().limit(Math.min(length, BUFFER_SIZE));
         int idle = 0;
-        while (buffer.hasRemaining()) {
-            idle = write() > 0 ? 0 : idle + 1;
+        while (view.hasRemaining()) {
+            idle = write(view) > 0 ? 0 : idle + 1;
             if (idle == EMPTY_WRITES) {
                 throw new IOException("the channel keeps taking no bytes");
             }
         }
-        return length;
+        return view.limit();
     }
 
     /**
@@ -98,18 +99,18 @@ public final class c_mediawriter_sink {
         return exception == failure;
     }
 
-    private int write() throws IOException {
-        int before = buffer.position();
+    private int write(ByteBuffer view) throws IOException {
+        int before = view.position();
         int count;
         try {
-            count = channel().write(buffer);
+            count = channel().write(view);
         } catch (RuntimeException | Error e) {
             failure = e;
             throw e;
         }
-        if (count < 0 || buffer.position() != before + count) {
+        if (count < 0 || view.position() != before + count) {
             throw new IOException("the channel says that it wrote " + count + " bytes, but took "
-                    + (buffer.position() - before));
+                    + (view.position() - before));
         }
         return count;
     }
