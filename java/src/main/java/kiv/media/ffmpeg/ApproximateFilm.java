@@ -6,7 +6,7 @@ import java.util.ArrayDeque;
 import java.util.Deque;
 
 /** Gives the pictures of a film where its container says that they are. */
-final class ApproximateFilm implements AutoCloseable {
+final class ApproximateFilm implements FilmPictures {
 
     private final MediaReader reader;
     private final MediaStream stream;
@@ -19,11 +19,13 @@ final class ApproximateFilm implements AutoCloseable {
         this.decoder = VideoDecoder.open(stream);
     }
 
-    long decodedPackets() {
+    @Override
+    public long decodedPackets() {
         return decoded;
     }
 
-    long count() {
+    @Override
+    public long count() {
         if (stream.frameCount() > 0) {
             return stream.frameCount();
         }
@@ -51,20 +53,28 @@ final class ApproximateFilm implements AutoCloseable {
         return firstTick() + Math.round(number * ticksOfPicture());
     }
 
-    Duration timeOf(long number) {
-        return stream.time(tickOf(number)).orElseThrow(() -> new MediaFormatException("picture " + number
-                + " has no time"));
+    @Override
+    public boolean has(long number) {
+        return number < count();
     }
 
-    long numberAt(long tick) {
+    @Override
+    public long timeOf(long number) {
+        return tickOf(number);
+    }
+
+    @Override
+    public long numberAt(long tick) {
         return Math.max(0, (long) Math.floor((tick - firstTick() + 0.5) / ticksOfPicture()));
     }
 
-    Picture picture(long number) throws IOException {
-        return number >= count() ? null : pictureAt(tickOf(number) + (long) (ticksOfPicture() / 2));
+    @Override
+    public Picture picture(long number) throws IOException {
+        return has(number) ? pictureAt(tickOf(number) + (long) (ticksOfPicture() / 2)) : null;
     }
 
-    Picture pictureAt(long tick) throws IOException {
+    @Override
+    public Picture pictureAt(long tick) throws IOException {
         reader.trySeek(stream.index(), tick, false);
         decoder.reset();
         Picture shown = null;

@@ -1,30 +1,19 @@
 package kiv.media.ffmpeg;
 
-import java.io.BufferedInputStream;
-import java.io.ByteArrayInputStream;
-import java.io.ByteArrayOutputStream;
 import java.io.Closeable;
-import java.io.DataInputStream;
-import java.io.DataOutputStream;
-import java.io.EOFException;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.OutputStream;
 import java.io.UncheckedIOException;
-import java.math.BigInteger;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Path;
 import java.time.Duration;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.HashMap;
 import java.util.List;
-import java.util.Map;
 import java.util.Objects;
 import java.util.concurrent.locks.ReentrantLock;
 import java.util.stream.LongStream;
 import java.util.stream.Stream;
-import java.util.zip.CRC32C;
+import kiv.media.ffmpeg.index.PacketIndex;
 
 /**
  * The pictures of a film, any of them in any order.
@@ -55,18 +44,12 @@ import java.util.zip.CRC32C;
  */
 public final class Film implements Closeable {
 
-    private static final int MAGIC = 0x4B46494C;
-    private static final int VERSION = 1;
-    private static final BigInteger NANOS = BigInteger.valueOf(1_000_000_000L);
-    /** So many pictures of a lazy sequence are decoded at once when they do not come in order. */
-    private static final int BATCH = 32;
-
     private final MediaReader reader;
     private final MediaStream stream;
     private final SeekableByteChannel channel;
-    /** One of these is null. */
+    private final FilmPictures pictures;
+    /** The same; null when it trusts the container. */
     private final FilmDecoder exact;
-    private final ApproximateFilm approximate;
     private final ReentrantLock lock = new ReentrantLock();
     private boolean closed;
 
@@ -93,7 +76,7 @@ public final class Film implements Closeable {
             VideoFormat.of(stream);
             exact = exactly
                     ? new FilmDecoder(reader, stream, () -> MediaReader.open(new SharedChannel(channel), limits)) : null;
-            approximate = exactly ? null : new ApproximateFilm(reader, stream);
+            pictures = exactly ? exact : new ApproximateFilm(reader, stream);
         } catch (Throwable e) {
             reader.release();
             throw e;
@@ -203,7 +186,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when the film is approximate and the container does not say
      */
     public long count() throws IOException {
-        return call(() -> exact != null ? exact.count() : approximate.count());
+        return call(pictures::count);
     }
 
     /**
@@ -216,17 +199,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when the bytes have changed since the film was opened
      */
     public Picture picture(long number) throws IOException {
-        return call(() -> decode(number));
-    }
-
-    private Picture decode(long number) throws IOException {
-        Picture picture = number < 0 || number > Integer.MAX_VALUE - 1 ? null
-                : exact != null ? exact.picture((int) number) : approximate.picture(number);
-        if (picture == null) {
-            throw new IndexOutOfBoundsException("there is no picture " + number
-                    + (exact != null && number >= 0 ? "; the film has " + exact.count() : ""));
-        }
-        return picture;
+        return call(() -> pictures.existing(number));
     }
 
     /**
@@ -239,12 +212,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when not one picture can be decoded
      */
     public Picture pictureAt(Duration time) throws IOException {
-        return call(() -> {
-            if (approximate != null) {
-                return approximate.pictureAt(ticks(time));
-            }
-            return decode(find(time));
-        });
+        return call(() -> pictures.pictureAt(stream.units(time)));
     }
 
     /**
@@ -257,42 +225,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when not one picture can be decoded
      */
     public long numberAt(Duration time) throws IOException {
-        return call(() -> approximate != null ? approximate.numberAt(ticks(time)) : find(time));
-    }
-
-    private long find(Duration time) throws IOException {
-        long ticks = ticks(time);
-        int number = 0;
-        while (exact.knows(number)) {
-            long begins = exact.times(number).timestamp();
-            if (begins != Packet.NO_TIME && begins > ticks) {
-                break;
-            }
-            number++;
-        }
-        if (number == 0 && !exact.knows(0)) {
-            throw new MediaFormatException("not one picture can be decoded");
-        }
-        return Math.max(0, number - 1);
-    }
-
-    /** The last unit of time that does not begin later. */
-    private long ticks(Duration time) {
-        Rational unit = stream.timeBase();
-        if (!unit.isKnown() || unit.toDouble() <= 0) {
-            throw new MediaFormatException("the stream's times have no unit");
-        }
-        BigInteger nanos = BigInteger.valueOf(Objects.requireNonNull(time, "time").getSeconds()).multiply(NANOS)
-                .add(BigInteger.valueOf(time.getNano() + 1L));
-        BigInteger divisor = BigInteger.valueOf(unit.numerator()).multiply(NANOS);
-        BigInteger product = nanos.multiply(BigInteger.valueOf(unit.denominator()));
-        if (divisor.signum() < 0) {
-            divisor = divisor.negate();
-            product = product.negate();
-        }
-        BigInteger ticks = product.subtract(BigInteger.ONE).subtract(product.subtract(BigInteger.ONE).mod(divisor))
-                .divide(divisor);
-        return ticks.bitLength() < Long.SIZE ? ticks.longValue() : ticks.signum() < 0 ? Long.MIN_VALUE + 1 : Long.MAX_VALUE;
+        return call(() -> pictures.numberAt(stream.units(time)));
     }
 
     /**
@@ -306,13 +239,10 @@ public final class Film implements Closeable {
      */
     public Duration timeOf(long number) throws IOException {
         return call(() -> {
-            if (approximate != null) {
-                return approximate.timeOf(number);
-            }
-            if (number < 0 || number >= Integer.MAX_VALUE || !exact.knows(number)) {
+            if (number < 0 || !pictures.has(number)) {
                 throw new IndexOutOfBoundsException("there is no picture " + number);
             }
-            return stream.time(exact.times((int) number).timestamp())
+            return stream.time(pictures.timeOf(number))
                     .orElseThrow(() -> new MediaFormatException("picture " + number + " has no time"));
         });
     }
@@ -326,26 +256,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public List<Picture> pictures(long... numbers) throws IOException {
-        return call(() -> decodeAll(numbers));
-    }
-
-    private List<Picture> decodeAll(long[] numbers) throws IOException {
-        Map<Long, Picture> found = new HashMap<>();
-        List<Picture> pictures = new ArrayList<>();
-        try {
-            for (long number : Arrays.stream(numbers).sorted().distinct().toArray()) {
-                found.put(number, decode(number));
-            }
-            for (long number : numbers) {
-                pictures.add(found.get(number).copy());
-            }
-            return pictures;
-        } catch (Throwable e) {
-            pictures.forEach(Picture::close);
-            throw e;
-        } finally {
-            found.values().forEach(Picture::close);
-        }
+        return call(() -> pictures.all(numbers));
     }
 
     /**
@@ -360,9 +271,9 @@ public final class Film implements Closeable {
         return call(() -> {
             long[] numbers = new long[times.length];
             for (int i = 0; i < numbers.length; i++) {
-                numbers[i] = approximate != null ? approximate.numberAt(ticks(times[i])) : find(times[i]);
+                numbers[i] = pictures.numberAt(stream.units(times[i]));
             }
-            return decodeAll(numbers);
+            return pictures.all(numbers);
         });
     }
 
@@ -399,48 +310,12 @@ public final class Film implements Closeable {
         if (step == 0 || from < 0 || to < -1) {
             throw new IllegalArgumentException("no range: from " + from + " to " + to + " in steps of " + step);
         }
-        return new Range(from, to, step).stream();
+        return new FilmRange(this, from, to, step).stream();
     }
 
-    private final class Range extends PullSpliterator<Picture> {
-        private final long to;
-        private final long step;
-        private long next;
-        private final List<Picture> batch = new ArrayList<>();
-
-        Range(long from, long to, long step) {
-            this.next = from;
-            this.to = to;
-            this.step = step;
-        }
-
-        @Override
-        Picture next() {
-            try {
-                if (batch.isEmpty()) {
-                    fill();
-                }
-                return batch.isEmpty() ? null : batch.remove(0);
-            } catch (IOException e) {
-                throw new UncheckedIOException(e);
-            }
-        }
-
-        private void fill() throws IOException {
-            int most = step > 0 ? 1 : BATCH;
-            long[] numbers = new long[most];
-            int size = 0;
-            while (size < most && (step > 0 ? next < to : next > to) && next >= 0 && has(next)) {
-                numbers[size++] = next;
-                next += step;
-            }
-            batch.addAll(pictures(Arrays.copyOf(numbers, size)));
-        }
-
-        private boolean has(long number) throws IOException {
-            return call(() -> number < Integer.MAX_VALUE
-                    && (exact != null ? exact.knows(number) : number < approximate.count()));
-        }
+    /** Whether there is a picture of that number, at least 0. */
+    boolean has(long number) throws IOException {
+        return call(() -> pictures.has(number));
     }
 
     /**
@@ -495,27 +370,13 @@ public final class Film implements Closeable {
      */
     public void saveIndex(OutputStream to) throws IOException {
         call(() -> {
-            ByteArrayOutputStream bytes = new ByteArrayOutputStream();
-            DataOutputStream out = new DataOutputStream(bytes);
-            out.writeInt(MAGIC);
-            out.writeInt(VERSION);
-            writeIdentity(out);
-            indexed().save(out);
-            CRC32C crc = new CRC32C();
-            crc.update(bytes.toByteArray());
-            out.writeLong(crc.getValue());
-            bytes.writeTo(to);
-            to.flush();
+            saved().write(indexed(), to);
             return null;
         });
     }
 
-    /** What another film with the same index has too. FFmpeg's versions cut streams into packets in their own ways. */
-    private void writeIdentity(DataOutputStream out) throws IOException {
-        out.writeLong(channel.size());
-        out.writeUTF(reader.formatName());
-        out.writeUTF(stream.codecName());
-        out.writeUTF(FfmpegLibrary.build().version());
+    private SavedIndex saved() throws IOException {
+        return new SavedIndex(channel.size(), reader.formatName(), stream.codecName());
     }
 
     /**
@@ -528,35 +389,14 @@ public final class Film implements Closeable {
      */
     public void loadIndex(InputStream from) throws IOException {
         call(() -> {
-            byte[] bytes = new BufferedInputStream(from).readAllBytes();
-            int end = Math.max(0, bytes.length - Long.BYTES);
-            CRC32C crc = new CRC32C();
-            crc.update(bytes, 0, end);
-            ByteArrayOutputStream expected = new ByteArrayOutputStream();
-            DataOutputStream out = new DataOutputStream(expected);
-            out.writeInt(MAGIC);
-            out.writeInt(VERSION);
-            writeIdentity(out);
-            if (end < expected.size()
-                    || crc.getValue() != new DataInputStream(new ByteArrayInputStream(bytes, end, Long.BYTES)).readLong()) {
-                throw new MediaFormatException("the index is damaged");
-            }
-            if (!Arrays.equals(expected.toByteArray(), Arrays.copyOf(bytes, expected.size()))) {
-                throw new MediaFormatException("the index is that of another film, or of another FFmpeg");
-            }
-            try {
-                indexed().load(new DataInputStream(
-                        new ByteArrayInputStream(bytes, expected.size(), end - expected.size())));
-            } catch (EOFException e) {
-                throw new MediaFormatException("the index is damaged", e);
-            }
+            saved().read(from, indexed());
             return null;
         });
     }
 
     /** {@return how many packets were decoded so far: what the pictures have cost} */
     public long decodedPackets() {
-        return exact != null ? exact.decodedPackets() : approximate.decodedPackets();
+        return pictures.decodedPackets();
     }
 
     /** Some work with the film. */
@@ -590,11 +430,7 @@ public final class Film implements Closeable {
         if (!closed) {
             call(() -> {
                 closed = true;
-                if (exact != null) {
-                    exact.close();
-                } else {
-                    approximate.close();
-                }
+                pictures.close();
                 channel.close();
                 return null;
             });

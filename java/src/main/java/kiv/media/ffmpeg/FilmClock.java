@@ -2,6 +2,8 @@ package kiv.media.ffmpeg;
 
 import java.util.ArrayList;
 import java.util.List;
+import kiv.media.ffmpeg.index.FilmMap;
+import kiv.media.ffmpeg.index.PacketIndex;
 
 /** The times of a film's pictures, as decoding the film from its beginning gives them. */
 final class FilmClock {
@@ -12,6 +14,7 @@ final class FilmClock {
     private final PacketIndex index;
     private final PacketTimes times = new PacketTimes();
     private final PictureClock clock;
+    private final PictureClock plainClock;
 
     /** The pictures before this one have presentation times, each later than the one before. */
     private int plain;
@@ -20,6 +23,11 @@ final class FilmClock {
     private int changes;
     /** How many packets later than its own place among the pictures a picture comes. */
     private int delay = NOT_LEARNED;
+    /** The picture up to which the two clocks have gone, its group and its times. */
+    private int reached;
+    private int reachedGroup = -1;
+    private int reachedLearned;
+    private PacketTimes.Times reachedTimes;
     /** What the times depend on at the beginning of each group. */
     private final List<long[]> states = new ArrayList<>();
 
@@ -27,6 +35,7 @@ final class FilmClock {
         this.map = map;
         this.index = map.index();
         this.clock = new PictureClock(stream.frameRate(), stream.timeBase());
+        this.plainClock = new PictureClock(stream.frameRate(), stream.timeBase());
     }
 
     /** Starts again where the numbers of pictures have changed. */
@@ -39,6 +48,7 @@ final class FilmClock {
         lastPlain = Packet.NO_TIME;
         allPlain = true;
         states.clear();
+        reachedGroup = -1;
     }
 
     /**
@@ -72,7 +82,7 @@ final class FilmClock {
         int group = map.groupOf(number);
         if (isPlain(number)) {
             int packet = map.pictures(group)[number - map.first(group)];
-            return clock.complete(new PacketTimes.Times(index.presentationTime(packet), index.duration(packet)));
+            return plainClock.complete(new PacketTimes.Times(index.presentationTime(packet), index.duration(packet)));
         }
         for (int past = Math.min(states.size(), group + 1); past <= group; past++) {
             if (past == 0) {
@@ -92,21 +102,28 @@ final class FilmClock {
 
     /** Goes through a group up to a picture. */
     private PacketTimes.Times simulate(int group, int until) {
-        long[] state = states.get(group);
-        times.restore(state);
-        clock.restore(state[4]);
-        PacketTimes.Times result = null;
+        if (group != reachedGroup || until < reached || reachedLearned != map.learned()) {
+            long[] state = states.get(group);
+            times.restore(state);
+            clock.restore(state[4]);
+            reachedGroup = group;
+            reached = map.first(group) - 1;
+            reachedLearned = map.learned();
+            reachedTimes = null;
+        }
         int[] pictures = map.pictures(group);
-        for (int number = map.first(group); number <= until; number++) {
+        for (int number = reached + 1; number <= until; number++) {
             int own = pictures[number - map.first(group)];
             int fed = fed(number, group);
             if (fed == NOT_LEARNED) {
+                reachedGroup = -1;
                 return null;
             }
-            result = clock.complete(times.choose(own < 0 ? Packet.NO_TIME : index.presentationTime(own),
+            reachedTimes = clock.complete(times.choose(own < 0 ? Packet.NO_TIME : index.presentationTime(own),
                     own < 0 ? 0 : index.duration(own), fed < index.size() ? index.decodingTime(fed) : Packet.NO_TIME));
+            reached = number;
         }
-        return result;
+        return reachedTimes;
     }
 
     /** The packet whose decoding delivers a known picture; the number of packets stands for the end. */

@@ -3,15 +3,21 @@ package kiv.media.ffmpeg;
 import java.io.DataInputStream;
 import java.io.DataOutputStream;
 import java.io.IOException;
+import java.util.Arrays;
 import java.util.BitSet;
 import java.util.zip.CRC32C;
+import kiv.media.ffmpeg.index.FilmMap;
+import kiv.media.ffmpeg.index.PacketExaminer;
+import kiv.media.ffmpeg.index.PacketIndex;
 
 /**
  * Gives the pictures that decoding a whole film gives, and decodes as little of it as it can. It begins where the heads of
  * pictures say that decoding can start, proves that the first picture needs nothing before it, and checks that each picture
  * comes that was expected. When one does not, it decodes the film from its beginning, which is right by definition.
  */
-final class FilmDecoder implements AutoCloseable {
+final class FilmDecoder implements FilmPictures {
+
+    private static final int PART = 256;
 
     private final MediaReader reader;
     private final MediaStream stream;
@@ -35,11 +41,16 @@ final class FilmDecoder implements AutoCloseable {
     private FilmRun wholeRun;
     private int wholeNumber;
 
+    /** Up to the end of each part of the pictures, the latest time at which one of them is shown. */
+    private long[] latest = new long[16];
+    private int parts;
+    private int changes;
+
     FilmDecoder(MediaReader reader, MediaStream stream, PacketFetcher.Opening opening) {
         this.reader = reader;
         this.stream = stream;
         this.opening = opening;
-        this.examiner = PacketExaminer.of(stream);
+        this.examiner = stream.examiner();
         adopt(new FilmMap(new PacketIndex(), examiner));
     }
 
@@ -52,8 +63,8 @@ final class FilmDecoder implements AutoCloseable {
         return map;
     }
 
-    /** {@return how many packets were decoded so far} */
-    long decodedPackets() {
+    @Override
+    public long decodedPackets() {
         return decodedBefore + (run == null ? 0 : run.decoded()) + (wholeRun == null ? 0 : wholeRun.decoded());
     }
 
@@ -76,13 +87,14 @@ final class FilmDecoder implements AutoCloseable {
         if (packet == null) {
             map.end();
         } else {
-            map.add(packet);
+            map.add(packet.bytes(), packet.size(), packet.toNative());
         }
         return packet != null;
     }
 
     /** Makes a picture known. @return whether the film has it */
-    boolean knows(long number) throws IOException {
+    @Override
+    public boolean has(long number) throws IOException {
         while (map.known() <= number) {
             if (map.isStuck()) {
                 learn(map.counted());
@@ -119,7 +131,8 @@ final class FilmDecoder implements AutoCloseable {
     }
 
     /** Reads the index to the end, and learns what it does not say. */
-    int count() throws IOException {
+    @Override
+    public long count() throws IOException {
         while (!map.isWhole()) {
             if (map.isStuck()) {
                 learn(map.counted());
@@ -139,7 +152,7 @@ final class FilmDecoder implements AutoCloseable {
             for (int more = 0; more < 1024 && readPacket(); more++) {
                 // The times depend on packets behind the picture's own.
             }
-            times = knows(number) ? clock.of(number) : null;
+            times = has(number) ? clock.of(number) : null;
         }
         while (times == null) {
             learnPast(number);
@@ -155,13 +168,65 @@ final class FilmDecoder implements AutoCloseable {
         learn(Math.max(map.learnedGroups(), map.groupOf(number)));
     }
 
-    /** Returns a picture. @return null when the film has no such picture */
-    Picture picture(int number) throws IOException {
-        if (!knows(number)) {
-            return null;
+    @Override
+    public Picture picture(long number) throws IOException {
+        return has(number) ? decode((int) number) : null;
+    }
+
+    @Override
+    public Picture pictureAt(long time) throws IOException {
+        return picture(numberAt(time));
+    }
+
+    @Override
+    public long timeOf(long number) throws IOException {
+        return times((int) number).timestamp();
+    }
+
+    @Override
+    public long numberAt(long time) throws IOException {
+        if (!has(0)) {
+            throw new MediaFormatException("not one picture can be decoded");
         }
+        int part = firstPartBeyond(time);
+        long most = part == 0 ? Packet.NO_TIME : latest[part - 1];
+        int number = part * PART;
+        for (; has(number); number++) {
+            if (number == (parts + 1) * PART) {
+                latest = parts < latest.length ? latest : Arrays.copyOf(latest, 2 * parts);
+                latest[parts++] = most;
+            }
+            long begins = times(number).timestamp();
+            if (changes != map.changes()) {
+                changes = map.changes();
+                parts = 0;
+                return numberAt(time);
+            }
+            if (begins > time) {
+                break;
+            }
+            most = Math.max(most, begins);
+        }
+        return Math.max(0, number - 1);
+    }
+
+    private int firstPartBeyond(long time) {
+        int low = 0;
+        int high = parts;
+        while (low < high) {
+            int middle = (low + high) >>> 1;
+            if (latest[middle] > time) {
+                high = middle;
+            } else {
+                low = middle + 1;
+            }
+        }
+        return low;
+    }
+
+    private Picture decode(int number) throws IOException {
         PacketTimes.Times times = times(number);
-        if (!knows(number)) {
+        if (!has(number)) {
             return null; // that was learned now
         }
         Picture picture = null;

@@ -17,6 +17,8 @@ import java.util.Objects;
 import java.util.Optional;
 import java.util.OptionalLong;
 import java.util.stream.Stream;
+import kiv.media.ffmpeg.index.CodedPicture;
+import kiv.media.ffmpeg.index.PacketExaminer;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.ReaderInfo;
 import kiv.media.ffmpeg.natives.SeekFlags;
@@ -351,7 +353,7 @@ public final class MediaReader implements AutoCloseable {
      * @return whether there is one
      */
     private boolean findStart(long address, MediaStream stream, long time) throws IOException {
-        PacketExaminer examiner = PacketExaminer.of(stream);
+        PacketExaminer examiner = stream.examiner();
         CodedPicture picture = new CodedPicture();
         boolean found = false;
         try {
@@ -366,7 +368,7 @@ public final class MediaReader implements AutoCloseable {
                     long decoded = packet.decodingTime() != Packet.NO_TIME ? packet.decodingTime() : shown;
                     picture.restart = packet.isKey();
                     if (examiner != null) {
-                        examiner.examine(packet.bytes(), picture);
+                        examiner.examine(packet.bytes(), packet.size(), picture);
                     }
                     if (shown != Packet.NO_TIME && shown <= time && picture.restart) {
                         ahead.clear();

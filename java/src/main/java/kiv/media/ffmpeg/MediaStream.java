@@ -2,7 +2,9 @@ package kiv.media.ffmpeg;
 
 import java.time.Duration;
 import java.util.Locale;
+import java.util.Objects;
 import java.util.Optional;
+import kiv.media.ffmpeg.index.PacketExaminer;
 import kiv.media.ffmpeg.natives.Disposition;
 import kiv.media.ffmpeg.natives.StreamFields;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
@@ -196,6 +198,11 @@ public final class MediaStream {
                         : "; this FFmpeg has no decoder for it"));
     }
 
+    /** Returns what reads the heads of the stream's pictures; null for a codec whose pictures are not known. */
+    PacketExaminer examiner() {
+        return PacketExaminer.of(codecName, extradata, bitsPerCodedSample(), width() * height());
+    }
+
     /** What describes the stream to native code, laid out as {@link StreamFields}. */
     long[] toNative() {
         return fields.clone();
@@ -219,6 +226,18 @@ public final class MediaStream {
      */
     public Optional<Duration> time(long time) {
         return timeBase().time(time);
+    }
+
+    /**
+     * Converts a time on the container's time line into the last unit that does not begin later.
+     *
+     * @throws MediaFormatException when the stream's times have no unit
+     */
+    long units(Duration time) {
+        if (!(timeBase().toDouble() > 0)) {
+            throw new MediaFormatException("the stream's times have no unit");
+        }
+        return timeBase().units(Objects.requireNonNull(time, "time"));
     }
 
     @Override

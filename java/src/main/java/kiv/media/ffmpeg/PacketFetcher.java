@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.io.IOException;
+import kiv.media.ffmpeg.index.PacketIndex;
 import kiv.media.ffmpeg.natives.PacketFields;
 
 /**
@@ -67,7 +68,7 @@ final class PacketFetcher implements AutoCloseable {
         while (next >= 0 && next <= place) {
             Packet packet = ahead != null ? ahead : read();
             ahead = null;
-            if (packet == null || !index.matches(next, packet)) {
+            if (packet == null || !index.matches(next, packet.bytes())) {
                 next = -1;
                 return null;
             }
@@ -143,7 +144,7 @@ final class PacketFetcher implements AutoCloseable {
             if (packet == null) {
                 return false;
             }
-            int at = index.find(packet, place);
+            int at = index.find(packet.bytes(), place);
             if (at > place) {
                 return false;
             }

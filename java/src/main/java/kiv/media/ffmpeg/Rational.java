@@ -56,6 +56,21 @@ public record Rational(long numerator, long denominator) {
         return Duration.ofSeconds(split[0].longValue(), split[1].longValue());
     }
 
+    /** The last number of these units of time that a duration reaches, as near to it as 64 bits allow. */
+    long units(Duration time) {
+        BigInteger nanos = BigInteger.valueOf(time.getSeconds()).multiply(NANOS).add(BigInteger.valueOf(time.getNano() + 1L));
+        BigInteger divisor = BigInteger.valueOf(numerator).multiply(NANOS);
+        BigInteger product = nanos.multiply(BigInteger.valueOf(denominator));
+        if (divisor.signum() < 0) {
+            divisor = divisor.negate();
+            product = product.negate();
+        }
+        // Units are rounded down to nanoseconds, so the last one may begin within the next nanosecond.
+        BigInteger before = product.subtract(BigInteger.ONE);
+        BigInteger units = before.subtract(before.mod(divisor)).divide(divisor);
+        return units.bitLength() < Long.SIZE ? units.longValue() : units.signum() < 0 ? Long.MIN_VALUE + 1 : Long.MAX_VALUE;
+    }
+
     /** This value times a positive fraction, in lowest terms; rounded where its parts do not fit. */
     Rational times(int by, int dividedBy) {
         BigInteger above = BigInteger.valueOf(numerator).multiply(BigInteger.valueOf(by));

@@ -1,7 +1,4 @@
-package kiv.media.ffmpeg;
-
-import java.util.HashMap;
-import java.util.Map;
+package kiv.media.ffmpeg.index;
 
 /** Examines HEVC. */
 final class HevcExaminer extends UnitExaminer {
@@ -27,8 +24,8 @@ final class HevcExaminer extends UnitExaminer {
     private record PictureHeader(int sequence, boolean outputFlag, int extraBits) {
     }
 
-    private final Map<Integer, Sequence> sequences = new HashMap<>();
-    private final Map<Integer, PictureHeader> pictures = new HashMap<>();
+    private final Sequence[] sequences = new Sequence[16];
+    private final PictureHeader[] pictures = new PictureHeader[64];
     private boolean sawPicture;
     /** Whether the decoder drops the pictures that need what was before the last restart. */
     private boolean dropsLeading;
@@ -46,28 +43,18 @@ final class HevcExaminer extends UnitExaminer {
     private boolean pictureHere;
 
     HevcExaminer(byte[] extradata) {
-        if (extradata.length > 22 && (extradata[0] == 1 || extradata[1] != 0 || extradata[2] > 1)) {
-            lengthSize((extradata[21] & 3) + 1);
-            readConfiguration(extradata);
-        } else {
-            eachUnit(extradata);
+        super(HEAD);
+        boolean lists = extradata.length > 22 && (extradata[0] == 1 || extradata[1] != 0 || extradata[2] > 1);
+        if (!readExtradata(extradata, lists, 21)) {
+            changeHeaders(); // the decoder decides what to do without
         }
     }
 
-    private void readConfiguration(byte[] extradata) {
-        try {
-            int at = 23;
-            for (int lists = extradata[22] & 0xFF; lists > 0; lists--) {
-                int count = (extradata[at + 1] & 0xFF) << 8 | extradata[at + 2] & 0xFF;
-                at += 3;
-                for (; count > 0; count--) {
-                    int size = (extradata[at] & 0xFF) << 8 | extradata[at + 1] & 0xFF;
-                    unit(extradata, at + 2, Math.min(extradata.length, at + 2 + size));
-                    at += 2 + size;
-                }
-            }
-        } catch (IndexOutOfBoundsException e) {
-            changeHeaders(); // the decoder decides what to do without
+    @Override
+    void lists(byte[] extradata) {
+        int at = 23;
+        for (int lists = extradata[22] & 0xFF; lists > 0; lists--) {
+            at = list(extradata, at + 3, number(extradata, at + 1, 2));
         }
     }
 
@@ -77,7 +64,7 @@ final class HevcExaminer extends UnitExaminer {
     }
 
     @Override
-    void read(byte[] bytes, CodedPicture picture) {
+    void read(byte[] bytes, int end, CodedPicture picture) {
         known = true;
         found = 0;
         restart = false;
@@ -85,7 +72,7 @@ final class HevcExaminer extends UnitExaminer {
         visible = true;
         sequenceHere = false;
         pictureHere = false;
-        boolean whole = eachUnit(bytes);
+        boolean whole = eachUnit(bytes, end);
         sawPicture |= found > 0;
         if (!whole || !known || found != 1) {
             return;
@@ -110,11 +97,14 @@ final class HevcExaminer extends UnitExaminer {
         } else if (kind == SEQUENCE) {
             sequence(bytes, from, to);
         } else if (kind == PICTURE) {
-            BitReader bits = BitReader.ofUnit(bytes, from + HEAD, to, MOST_OF_SLICE);
+            BitReader bits = payload(bytes, from, to, MOST_OF_SLICE);
             int id = bits.unsigned();
             int own = bits.unsigned();
+            if (id < 0 || id >= pictures.length || own < 0 || own >= sequences.length) {
+                return;
+            }
             bits.skip(1);
-            pictures.put(id, new PictureHeader(own, bits.flag(), bits.bits(3)));
+            pictures[id] = new PictureHeader(own, bits.flag(), bits.bits(3));
             noteHeader(false, kind, id, bytes, from, to);
             pictureHere = true;
         } else if (kind == END_OF_SEQUENCE || kind == END_OF_STREAM) {
@@ -123,15 +113,16 @@ final class HevcExaminer extends UnitExaminer {
     }
 
     private void slice(byte[] bytes, int from, int to, int kind) {
-        BitReader bits = BitReader.ofUnit(bytes, from + HEAD, to, MOST_OF_SLICE);
+        BitReader bits = payload(bytes, from, to, MOST_OF_SLICE);
         if (!bits.flag()) {
             return; // a further slice of the picture
         }
         found++;
         boolean randomAccess = kind >= FIRST_RESTART && kind <= LAST_RESTART;
         boolean dropsPrior = randomAccess && bits.flag();
-        PictureHeader header = pictures.get(bits.unsigned());
-        Sequence sequence = header == null ? null : sequences.get(header.sequence);
+        int id = bits.unsigned();
+        PictureHeader header = id < 0 || id >= pictures.length ? null : pictures[id];
+        Sequence sequence = header == null ? null : sequences[header.sequence];
         if (sequence == null) {
             known = false;
             return;
@@ -160,7 +151,7 @@ final class HevcExaminer extends UnitExaminer {
     }
 
     private void sequence(byte[] bytes, int from, int to) {
-        BitReader bits = BitReader.ofUnit(bytes, from + HEAD, to, MOST_OF_HEADERS);
+        BitReader bits = payload(bytes, from, to, MOST_OF_HEADERS);
         bits.skip(4);
         int sublayers = bits.bits(3);
         bits.skip(1 + 96);
@@ -176,20 +167,16 @@ final class HevcExaminer extends UnitExaminer {
         }
         int id = bits.unsigned();
         boolean separate = bits.unsigned() == 3 && bits.flag();
-        bits.unsigned();
-        bits.unsigned();
+        bits.skipUnsigned(2);
         if (bits.flag()) {
-            for (int side = 0; side < 4; side++) {
-                bits.unsigned();
-            }
+            bits.skipUnsigned(4);
         }
-        bits.unsigned();
-        bits.unsigned();
+        bits.skipUnsigned(2);
         int orderBits = bits.unsigned() + 4;
-        if (bits.isBeyondEnd() || orderBits > 16) {
+        if (bits.isBeyondEnd() || orderBits > 16 || id < 0 || id >= sequences.length) {
             return;
         }
-        sequences.put(id, new Sequence(separate, orderBits));
+        sequences[id] = new Sequence(separate, orderBits);
         noteHeader(true, SEQUENCE, id, bytes, from, to);
         sequenceHere = true;
     }

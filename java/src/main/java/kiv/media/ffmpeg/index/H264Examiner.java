@@ -1,7 +1,6 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.index;
 
-import java.util.HashMap;
-import java.util.Map;
+import java.util.Arrays;
 
 /** Examines H.264. */
 final class H264Examiner extends UnitExaminer {
@@ -17,13 +16,12 @@ final class H264Examiner extends UnitExaminer {
     private static final int INTRA = 2;
 
     /** Of a sequence, what slices are read with. */
-    private record Sequence(int frameNumberBits, int orderKind, int orderBits, boolean framesOnly, boolean separate,
-            int delay) {
+    private record Sequence(int frameNumberBits, int orderKind, int orderBits, boolean framesOnly, boolean separate) {
     }
 
-    private final Map<Integer, Sequence> sequences = new HashMap<>();
-    /** The sequence of each picture header, and whether its slices state the order of both fields. */
-    private final Map<Integer, Integer> sequenceOfPicture = new HashMap<>();
+    private final Sequence[] sequences = new Sequence[32];
+    /** The sequence of each picture header. */
+    private final int[] sequenceOfPicture = new int[256];
     private int delay = Integer.MAX_VALUE;
     private long previousOrder;
     private long previousNumber;
@@ -47,32 +45,21 @@ final class H264Examiner extends UnitExaminer {
     private Sequence sequence;
 
     H264Examiner(byte[] extradata) {
-        if (extradata.length > 6 && extradata[0] == 1) {
-            lengthSize((extradata[4] & 3) + 1);
-            readConfiguration(extradata);
-        } else {
-            eachUnit(extradata);
-        }
-    }
-
-    private void readConfiguration(byte[] extradata) {
-        try {
-            int at = 6;
-            for (int count = extradata[5] & 0x1F, kind = 0; kind < 2; kind++) {
-                for (; count > 0; count--) {
-                    int size = (extradata[at] & 0xFF) << 8 | extradata[at + 1] & 0xFF;
-                    unit(extradata, at + 2, Math.min(extradata.length, at + 2 + size));
-                    at += 2 + size;
-                }
-                count = kind == 0 ? extradata[at++] & 0xFF : 0;
-            }
-        } catch (IndexOutOfBoundsException e) {
+        super(1);
+        Arrays.fill(sequenceOfPicture, -1);
+        if (!readExtradata(extradata, extradata.length > 6 && extradata[0] == 1, 4)) {
             delay = -1; // the decoder decides what to do without
         }
     }
 
     @Override
-    int knownDelay() {
+    void lists(byte[] extradata) {
+        int at = list(extradata, 6, extradata[5] & 0x1F);
+        list(extradata, at + 1, extradata[at] & 0xFF);
+    }
+
+    @Override
+    public int knownDelay() {
         return delay;
     }
 
@@ -82,7 +69,7 @@ final class H264Examiner extends UnitExaminer {
     }
 
     @Override
-    void read(byte[] bytes, CodedPicture picture) {
+    void read(byte[] bytes, int end, CodedPicture picture) {
         known = true;
         fields = 0;
         frame = false;
@@ -93,7 +80,7 @@ final class H264Examiner extends UnitExaminer {
         sequenceHere = false;
         pictureHere = false;
         recovery = false;
-        boolean whole = eachUnit(bytes);
+        boolean whole = eachUnit(bytes, end);
         boolean any = frame || fields != 0;
         sawPicture |= any;
         if (!whole || !known || !any || sequence == null) {
@@ -138,9 +125,12 @@ final class H264Examiner extends UnitExaminer {
             case INFORMATION -> information(bytes, from, to);
             case SEQUENCE -> sequence(bytes, from, to);
             case PICTURE -> {
-                BitReader bits = BitReader.ofUnit(bytes, from + 1, to, MOST_OF_SLICE);
+                BitReader bits = payload(bytes, from, to, MOST_OF_SLICE);
                 int id = bits.unsigned();
-                sequenceOfPicture.put(id, bits.unsigned());
+                if (id < 0 || id >= sequenceOfPicture.length) {
+                    return;
+                }
+                sequenceOfPicture[id] = bits.unsigned();
                 noteHeader(false, kind, id, bytes, from, to);
                 pictureHere = true;
             }
@@ -151,10 +141,12 @@ final class H264Examiner extends UnitExaminer {
     }
 
     private void slice(byte[] bytes, int from, int to, boolean restarts) {
-        BitReader bits = BitReader.ofUnit(bytes, from + 1, to, MOST_OF_SLICE);
+        BitReader bits = payload(bytes, from, to, MOST_OF_SLICE);
         bits.unsigned();
         int kind = bits.unsigned();
-        Sequence own = sequences.get(sequenceOfPicture.getOrDefault(bits.unsigned(), -1));
+        int header = bits.unsigned();
+        int id = header < 0 || header >= sequenceOfPicture.length ? -1 : sequenceOfPicture[header];
+        Sequence own = id < 0 || id >= sequences.length ? null : sequences[id];
         if (own == null || kind < 0 || kind >= 2 * KINDS) {
             known = false;
             return;
@@ -209,7 +201,7 @@ final class H264Examiner extends UnitExaminer {
     }
 
     private void sequence(byte[] bytes, int from, int to) {
-        BitReader bits = BitReader.ofUnit(bytes, from + 1, to, MOST_OF_HEADERS);
+        BitReader bits = payload(bytes, from, to, MOST_OF_HEADERS);
         int profile = bits.bits(8);
         bits.skip(16);
         int id = bits.unsigned();
@@ -217,8 +209,7 @@ final class H264Examiner extends UnitExaminer {
         if (profile >= 100 || profile == 44 || profile == 83 || profile == 86) {
             int chroma = bits.unsigned();
             separate = chroma == 3 && bits.flag();
-            bits.unsigned();
-            bits.unsigned();
+            bits.skipUnsigned(2);
             bits.skip(1);
             if (bits.flag()) {
                 for (int list = 0; list < (chroma == 3 ? 12 : 8); list++) {
@@ -233,29 +224,23 @@ final class H264Examiner extends UnitExaminer {
             orderBits = bits.unsigned() + 4;
         } else if (orderKind == 1) {
             bits.skip(1);
-            bits.signed();
-            bits.signed();
-            for (int count = bits.unsigned(); count > 0 && !bits.isBeyondEnd(); count--) {
-                bits.signed();
-            }
+            bits.skipUnsigned(2);
+            bits.skipUnsigned(bits.unsigned());
         }
         bits.unsigned();
         bits.skip(1);
-        bits.unsigned();
-        bits.unsigned();
+        bits.skipUnsigned(2);
         boolean framesOnly = bits.flag();
         bits.skip(framesOnly ? 1 : 2);
         if (bits.flag()) {
-            for (int side = 0; side < 4; side++) {
-                bits.unsigned();
-            }
+            bits.skipUnsigned(4);
         }
         int statedDelay = orderKind == 2 ? 0 : bits.flag() ? statedDelay(bits) : -1;
-        if (bits.isBeyondEnd() || frameNumberBits > 16 || orderBits > 16) {
+        if (bits.isBeyondEnd() || frameNumberBits > 16 || orderBits > 16 || id < 0 || id >= sequences.length) {
             return;
         }
         delay = Math.min(delay, statedDelay);
-        sequences.put(id, new Sequence(frameNumberBits, orderKind, orderBits, framesOnly, separate, statedDelay));
+        sequences[id] = new Sequence(frameNumberBits, orderKind, orderBits, framesOnly, separate);
         noteHeader(true, SEQUENCE, id, bytes, from, to);
         sequenceHere = true;
     }
@@ -280,8 +265,7 @@ final class H264Examiner extends UnitExaminer {
             bits.skip(bits.flag() ? 24 : 0);
         }
         if (bits.flag()) {
-            bits.unsigned();
-            bits.unsigned();
+            bits.skipUnsigned(2);
         }
         bits.skip(bits.flag() ? 65 : 0);
         boolean buffers = false;
@@ -291,8 +275,7 @@ final class H264Examiner extends UnitExaminer {
                 int count = bits.unsigned() + 1;
                 bits.skip(8);
                 for (int i = 0; i < count && !bits.isBeyondEnd(); i++) {
-                    bits.unsigned();
-                    bits.unsigned();
+                    bits.skipUnsigned(2);
                     bits.skip(1);
                 }
                 bits.skip(20);
@@ -303,9 +286,7 @@ final class H264Examiner extends UnitExaminer {
             return -1;
         }
         bits.skip(1);
-        for (int i = 0; i < 4; i++) {
-            bits.unsigned();
-        }
+        bits.skipUnsigned(4);
         return bits.unsigned();
     }
 }

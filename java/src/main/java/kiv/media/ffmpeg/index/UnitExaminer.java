@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.index;
 
 import java.util.Arrays;
 import java.util.HashMap;
@@ -13,33 +13,80 @@ abstract class UnitExaminer extends PacketExaminer {
 
     /** Bytes of the length before a unit; 0 for start codes. */
     private int lengthSize;
+    /** Bytes before the payload of a unit. */
+    private final int headSize;
+    private final BitReader reader = new BitReader(new byte[0], 0, 0);
     private final Map<Integer, Integer> headers = new HashMap<>();
 
+    UnitExaminer(int headSize) {
+        this.headSize = headSize;
+    }
+
     @Override
-    final Order order() {
+    public final Order order() {
         return Order.NUMBERED;
     }
 
-    final void lengthSize(int bytes) {
-        lengthSize = bytes;
+    /** Reads the headers that stand before the stream, each list behind its length. */
+    abstract void lists(byte[] extradata);
+
+    /**
+     * Reads what stands before the stream: units with start codes, or lists with the length of each unit.
+     *
+     * @param lists whether it is lists
+     * @param lengthAt where they say how long the lengths in packets are
+     * @return whether it is whole
+     */
+    final boolean readExtradata(byte[] extradata, boolean lists, int lengthAt) {
+        if (!lists) {
+            eachUnit(extradata, extradata.length);
+            return true;
+        }
+        lengthSize = (extradata[lengthAt] & 3) + 1;
+        try {
+            lists(extradata);
+            return true;
+        } catch (IndexOutOfBoundsException e) {
+            return false;
+        }
+    }
+
+    /** Takes a list of units. @return the place behind it */
+    final int list(byte[] extradata, int from, int units) {
+        int at = from;
+        for (int i = 0; i < units; i++) {
+            int size = number(extradata, at, 2);
+            unit(extradata, at + 2, Math.min(extradata.length, at + 2 + size));
+            at += 2 + size;
+        }
+        return at;
+    }
+
+    static int number(byte[] bytes, int from, int count) {
+        int value = 0;
+        for (int i = 0; i < count; i++) {
+            value = value << Byte.SIZE | bytes[from + i] & 0xFF;
+        }
+        return value;
+    }
+
+    /** Returns the payload of a unit, which is valid until the next one is read. */
+    final BitReader payload(byte[] bytes, int from, int to, int most) {
+        return reader.unit(bytes, from + headSize, to, most);
     }
 
     /** Takes a unit from one place to another. */
     abstract void unit(byte[] bytes, int from, int to);
 
     /** Takes each unit of a packet. @return whether the packet consists of whole units */
-    final boolean eachUnit(byte[] bytes) {
+    final boolean eachUnit(byte[] bytes, int end) {
         // A container of lengths may have packets with start codes all the same, and decoders accept them.
-        boolean startCodes = lengthSize == 0 || bytes.length > 3 && lengthSize == 4 && bytes[0] == 0 && bytes[1] == 0
+        boolean startCodes = lengthSize == 0 || end > 3 && lengthSize == 4 && bytes[0] == 0 && bytes[1] == 0
                 && bytes[2] == 0 && bytes[3] == 1;
-        int end = bytes.length;
         if (!startCodes) {
             int at = 0;
             while (at + lengthSize <= end) {
-                long length = 0;
-                for (int i = 0; i < lengthSize; i++) {
-                    length = length << Byte.SIZE | bytes[at + i] & 0xFF;
-                }
+                long length = number(bytes, at, lengthSize) & 0xFFFFFFFFL;
                 at += lengthSize;
                 if (length > end - at) {
                     return false;

@@ -1,4 +1,4 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.index;
 
 import java.io.DataInputStream;
 import java.io.DataOutputStream;
@@ -8,19 +8,23 @@ import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import java.util.zip.CRC32C;
+import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.PacketFlags;
 
 /**
  * What is known of the packets of one stream, in the order in which they are read: 35 bytes for each. A checksum of the
  * bytes recognises a packet again.
  */
-final class PacketIndex {
+public final class PacketIndex {
 
+    /** Stands for an unknown time. */
+    public static final long NO_TIME = Long.MIN_VALUE;
     /** Decoding can start here, whatever the container says. */
-    static final int RESTART = 1;
+    public static final int RESTART = 1;
     /** Decoding has started here, and the picture was the same after another one. */
-    static final int PROVEN = 4;
+    public static final int PROVEN = 4;
     /** The container says that decoding can start here. */
-    static final int KEY = 2;
+    public static final int KEY = 2;
 
     /** Stand for times of which one or both are unknown, or further from each other than 32 bits. */
     private static final int NO_TIMES = Integer.MIN_VALUE;
@@ -51,14 +55,16 @@ final class PacketIndex {
     private int size;
     private final CRC32C crc = new CRC32C();
 
-    int size() {
+    public int size() {
         return size;
     }
 
     /** Appends a packet. */
-    void add(Packet packet, int flags) {
-        append(packet.position(), packet.presentationTime(), packet.decodingTime(), checksum(packet), packet.size(),
-                flags, packet.duration());
+    public void add(byte[] bytes, int length, long[] fields, boolean restart) {
+        boolean key = (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0;
+        append(fields[PacketFields.POSITION], fields[PacketFields.PRESENTATION_TIME], fields[PacketFields.DECODING_TIME],
+                checksum(bytes, length), length, (restart ? RESTART : 0) | (key ? KEY : 0),
+                fields[PacketFields.DURATION]);
     }
 
     private void append(long position, long presentation, long decoding, int checksum, int bytes, int flags,
@@ -69,7 +75,7 @@ final class PacketIndex {
         Part part = parts.get(size >> BITS);
         int at = size % PART;
         part.positions[at] = position;
-        part.times[at] = decoding != Packet.NO_TIME ? decoding : presentation;
+        part.times[at] = decoding != NO_TIME ? decoding : presentation;
         part.lags[at] = lag(presentation, decoding);
         if (part.lags[at] == FAR) {
             farPresentationTimes.put(size, presentation);
@@ -85,10 +91,10 @@ final class PacketIndex {
     }
 
     private static int lag(long presentation, long decoding) {
-        if (decoding == Packet.NO_TIME) {
-            return presentation == Packet.NO_TIME ? NO_TIMES : PRESENTATION_ONLY;
+        if (decoding == NO_TIME) {
+            return presentation == NO_TIME ? NO_TIMES : PRESENTATION_ONLY;
         }
-        if (presentation == Packet.NO_TIME) {
+        if (presentation == NO_TIME) {
             return DECODING_ONLY;
         }
         long lag = presentation - decoding;
@@ -99,57 +105,57 @@ final class PacketIndex {
         return parts.get(packet >> BITS);
     }
 
-    long position(int packet) {
+    public long position(int packet) {
         return part(packet).positions[packet % PART];
     }
 
-    long presentationTime(int packet) {
+    public long presentationTime(int packet) {
         Part part = part(packet);
         int lag = part.lags[packet % PART];
         long time = part.times[packet % PART];
         return switch (lag) {
-            case NO_TIMES, DECODING_ONLY -> Packet.NO_TIME;
+            case NO_TIMES, DECODING_ONLY -> NO_TIME;
             case PRESENTATION_ONLY -> time;
             case FAR -> farPresentationTimes.get(packet);
             default -> time + lag;
         };
     }
 
-    long decodingTime(int packet) {
+    public long decodingTime(int packet) {
         Part part = part(packet);
-        return part.lags[packet % PART] == PRESENTATION_ONLY ? Packet.NO_TIME : part.times[packet % PART];
+        return part.lags[packet % PART] == PRESENTATION_ONLY ? NO_TIME : part.times[packet % PART];
     }
 
-    int bytes(int packet) {
+    public int bytes(int packet) {
         return part(packet).sizes[packet % PART];
     }
 
-    boolean has(int packet, int flag) {
+    public boolean has(int packet, int flag) {
         return (part(packet).flags[packet % PART] & flag) != 0;
     }
 
-    void set(int packet, int flag, boolean on) {
+    public void set(int packet, int flag, boolean on) {
         byte[] flags = part(packet).flags;
         flags[packet % PART] = (byte) (on ? flags[packet % PART] | flag : flags[packet % PART] & ~flag);
     }
 
-    long duration(int packet) {
+    public long duration(int packet) {
         int duration = part(packet).durations[packet % PART];
         return duration == LONG ? longDurations.get(packet) : duration;
     }
 
     /** The place of a packet's picture among those of its group, as they are shown; -1 when it has none. */
-    int rank(int packet) {
+    public int rank(int packet) {
         return part(packet).ranks[packet % PART];
     }
 
-    void rank(int packet, int rank) {
+    public void rank(int packet, int rank) {
         part(packet).ranks[packet % PART] = (short) rank;
     }
 
     /** Whether a packet has the same bytes. */
-    boolean matches(int packet, Packet other) {
-        return matches(packet, other.size(), checksum(other));
+    public boolean matches(int packet, byte[] other) {
+        return matches(packet, other.length, checksum(other, other.length));
     }
 
     private boolean matches(int packet, int bytes, int checksum) {
@@ -158,28 +164,28 @@ final class PacketIndex {
     }
 
     /** Returns the place of a packet that was read somewhere, of several the nearest one before or at a place; or -1. */
-    int find(Packet packet, int before) {
-        int checksum = checksum(packet);
+    public int find(byte[] packet, int before) {
+        int checksum = checksum(packet, packet.length);
         for (int at = Math.min(before, size - 1); at >= 0; at--) {
-            if (matches(at, packet.size(), checksum)) {
+            if (matches(at, packet.length, checksum)) {
                 return at;
             }
         }
         for (int at = before + 1; at < size; at++) {
-            if (matches(at, packet.size(), checksum)) {
+            if (matches(at, packet.length, checksum)) {
                 return at;
             }
         }
         return -1;
     }
 
-    private int checksum(Packet packet) {
+    private int checksum(byte[] bytes, int length) {
         crc.reset();
-        crc.update(packet.bytes());
+        crc.update(bytes, 0, length);
         return (int) crc.getValue();
     }
 
-    void save(DataOutputStream out) throws IOException {
+    public void save(DataOutputStream out) throws IOException {
         out.writeInt(size);
         for (int at = 0; at < size; at++) {
             out.writeLong(position(at));
@@ -193,7 +199,7 @@ final class PacketIndex {
         }
     }
 
-    static PacketIndex load(DataInputStream in) throws IOException {
+    public static PacketIndex load(DataInputStream in) throws IOException {
         PacketIndex index = new PacketIndex();
         for (int count = in.readInt(); count > 0; count--) {
             long position = in.readLong();

@@ -1,21 +1,21 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.index;
 
 /** What the bytes of a packet say of its picture. */
-final class CodedPicture {
+public final class CodedPicture {
 
     /** Stands for a number of pictures that only decoding can tell. */
-    static final int UNKNOWN = -1;
+    public static final int UNKNOWN = -1;
 
     /** Whether decoding can start here: no picture that is shown after this one needs what was before it. */
-    boolean restart;
+    public boolean restart;
     /** How many pictures the packet gives: 0 or 1, or {@link #UNKNOWN}. */
-    int pictures = UNKNOWN;
+    public int pictures = UNKNOWN;
     /** Whether no picture refers to this one, and it is shown at once; for codecs that sort by the kind of picture. */
-    boolean bidirectional;
+    public boolean bidirectional;
     /** Where the picture comes among those of its group; for codecs that number them. */
-    long order;
+    public long order;
 
-    void clear() {
+    public void clear() {
         restart = false;
         pictures = UNKNOWN;
         bidirectional = false;

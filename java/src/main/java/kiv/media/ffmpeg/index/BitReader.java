@@ -1,13 +1,14 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.index;
 
 /** Reads bits, the highest of a byte first. Behind the end all bits are 0. */
 final class BitReader {
 
     private static final int LONGEST_CODE = 32;
 
-    private final byte[] bytes;
-    private final int end;
+    private byte[] bytes;
+    private int end;
     private long bit;
+    private byte[] plain = {};
 
     /** Reads bytes from one place to another. */
     BitReader(byte[] bytes, int from, int to) {
@@ -16,10 +17,12 @@ final class BitReader {
         this.end = to;
     }
 
-    /** Reads the payload of a unit of H.264 or HEVC, in which a byte of 3 separates zeroes from what is no start code. */
-    static BitReader ofUnit(byte[] bytes, int from, int to, int most) {
+    /** Goes on with the payload of a unit of H.264 or HEVC, in which a byte of 3 separates zeroes from what is no start code. */
+    BitReader unit(byte[] bytes, int from, int to, int most) {
         int last = Math.min(to, from + most);
-        byte[] plain = new byte[Math.max(0, last - from)];
+        if (plain.length < last - from) {
+            plain = new byte[most];
+        }
         int size = 0;
         int zeroes = 0;
         for (int at = from; at < last; at++) {
@@ -30,7 +33,10 @@ final class BitReader {
             zeroes = bytes[at] == 0 ? zeroes + 1 : 0;
             plain[size++] = bytes[at];
         }
-        return new BitReader(plain, 0, size);
+        this.bytes = plain;
+        this.bit = 0;
+        this.end = size;
+        return this;
     }
 
     int bit() {
@@ -70,6 +76,12 @@ final class BitReader {
             }
         }
         return (1 << zeroes) - 1 + bits(zeroes);
+    }
+
+    void skipUnsigned(int count) {
+        for (int i = 0; i < count && !isBeyondEnd(); i++) {
+            unsigned();
+        }
     }
 
     int signed() {

@@ -1,23 +1,25 @@
-package kiv.media.ffmpeg;
+package kiv.media.ffmpeg.index;
 
 import java.io.DataInputStream;
 import java.io.DataOutputStream;
 import java.io.IOException;
 import java.util.ArrayList;
 import java.util.Arrays;
-import java.util.Comparator;
 import java.util.List;
-import java.util.stream.IntStream;
+import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.PacketFlags;
 
 /**
  * Which packet gives which picture of a film. Packets form groups, which begin where decoding can start. All pictures of a
  * group are shown before those of the next one. What a group gives follows from the heads of its pictures; where it does
  * not, it is learned by decoding the film from its beginning.
  */
-final class FilmMap {
+public final class FilmMap {
 
     /** Groups of pictures that are coded alone are that long. */
     private static final int SMALLEST_GROUP = 8;
+    /** Ranks within a group have 16 bits. */
+    private static final int LARGEST_GROUP = Short.MAX_VALUE;
     private static final int UNKNOWN = CodedPicture.UNKNOWN;
 
     private final PacketIndex index;
@@ -46,33 +48,41 @@ final class FilmMap {
     private int[] recent = {};
 
     // Of the open group.
-    private final CodedPicture picture = new CodedPicture();
+    private CodedPicture picture = new CodedPicture();
+    /** Its pictures, and behind them some to be used again. */
     private final List<CodedPicture> open = new ArrayList<>();
+    private int openSize;
     private int delay;
     /** Whether the sequence of pictures begins anew before or after the group. */
     private boolean uncertain;
     private boolean newUncertain;
 
-    FilmMap(PacketIndex index, PacketExaminer examiner) {
+    public FilmMap(PacketIndex index, PacketExaminer examiner) {
         this.index = index;
         this.examiner = examiner;
     }
 
-    /** Takes the next packet. */
-    void add(Packet packet) {
+    /**
+     * Takes the next packet.
+     *
+     * @param bytes begins with its bytes
+     * @param size how many they are
+     * @param fields laid out as {@link PacketFields}
+     */
+    public void add(byte[] bytes, int size, long[] fields) {
         picture.clear();
         if (examiner != null) {
-            examiner.examine(packet.bytes(), picture);
+            examiner.examine(bytes, size, picture);
             headersChanged |= examiner.headersChanged();
             boolean begins = examiner.takeSequenceBegins();
             uncertain |= begins;
             newUncertain = begins;
-            if (packet.isDamaged()) {
+            if ((fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0) {
                 picture.clear();
             }
         }
         boolean alone = examiner != null && examiner.isAlone();
-        if (index.size() == 0 || newUncertain || picture.restart && (!alone || open.size() >= SMALLEST_GROUP)) {
+        if (index.size() == 0 || newUncertain || picture.restart && (!alone || openSize >= SMALLEST_GROUP)) {
             endGroup();
             uncertain = newUncertain;
             newUncertain = false;
@@ -83,31 +93,37 @@ final class FilmMap {
             }
             starts[groups++] = index.size();
         }
-        index.add(packet, (picture.restart ? PacketIndex.RESTART : 0) | (packet.isKey() ? PacketIndex.KEY : 0));
-        CodedPicture kept = new CodedPicture();
-        kept.restart = picture.restart;
-        kept.pictures = picture.pictures;
-        kept.bidirectional = picture.bidirectional;
-        kept.order = picture.order;
-        open.add(kept);
+        index.add(bytes, size, fields, picture.restart);
+        keep();
+    }
+
+    /** Appends the picture at work to the open group. */
+    private void keep() {
+        if (openSize <= LARGEST_GROUP) {
+            if (openSize == open.size()) {
+                open.add(new CodedPicture());
+            }
+            picture = open.set(openSize, picture);
+        }
+        openSize++;
     }
 
     /** There are no more packets. */
-    void end() {
+    public void end() {
         ended = true;
         endGroup();
     }
 
-    boolean hasEnded() {
+    public boolean hasEnded() {
         return ended;
     }
 
-    boolean headersChanged() {
+    public boolean headersChanged() {
         return headersChanged;
     }
 
     private void endGroup() {
-        if (open.isEmpty()) {
+        if (openSize == 0) {
             return;
         }
         int group = groups - 1;
@@ -115,7 +131,7 @@ final class FilmMap {
         int[] order = predicted();
         int count = order == null ? UNKNOWN : order.length;
         if (count != UNKNOWN) {
-            for (int i = 0; i < open.size(); i++) {
+            for (int i = 0; i < openSize; i++) {
                 index.rank(start + i, -1);
             }
             for (int rank = 0; rank < order.length; rank++) {
@@ -123,22 +139,33 @@ final class FilmMap {
             }
         }
         counts[group] = count;
-        open.clear();
+        openSize = 0;
         count();
     }
 
     /** The packets of the open group that give a picture, as those are shown; null when only decoding can tell. */
     private int[] predicted() {
-        if (examiner == null || uncertain || open.size() > Short.MAX_VALUE
-                || open.stream().anyMatch(packet -> packet.pictures == UNKNOWN)) {
+        if (examiner == null || uncertain || openSize > LARGEST_GROUP) {
             return null;
         }
-        int[] order = switch (examiner.order()) {
-            case STORED -> IntStream.range(0, open.size()).filter(i -> open.get(i).pictures == 1).toArray();
-            case NUMBERED -> IntStream.range(0, open.size()).filter(i -> open.get(i).pictures == 1).boxed()
-                    .sorted(Comparator.comparingLong(i -> open.get(i).order)).mapToInt(i -> i).toArray();
-            case BY_KIND -> byKind();
-        };
+        int[] order = new int[openSize];
+        int size = 0;
+        for (int i = 0; i < openSize; i++) {
+            int pictures = open.get(i).pictures;
+            if (pictures == UNKNOWN) {
+                return null;
+            }
+            order[size] = i;
+            size += pictures;
+        }
+        order = Arrays.copyOf(order, size);
+        switch (examiner.order()) {
+            case NUMBERED -> sortByNumber(order);
+            case BY_KIND -> sortByKind(order);
+            default -> {
+                // They are shown as they are stored.
+            }
+        }
         int most = reordering(order);
         boolean surprising = most > Math.max(delay, examiner.knownDelay());
         delay = Math.max(delay, most);
@@ -148,30 +175,46 @@ final class FilmMap {
         return surprising || !whole && (leading || groups == 1) || groups == 1 && leading ? null : order;
     }
 
-    private int[] byKind() {
-        int[] order = new int[open.size()];
+    private void sortByNumber(int[] order) {
+        for (int i = 1; i < order.length; i++) {
+            int packet = order[i];
+            long number = open.get(packet).order;
+            int at = i;
+            while (at > 0 && open.get(order[at - 1]).order > number) {
+                order[at] = order[at - 1];
+                at--;
+            }
+            order[at] = packet;
+        }
+    }
+
+    private void sortByKind(int[] order) {
         int size = 0;
         int waiting = -1;
-        for (int i = 0; i < open.size(); i++) {
-            if (open.get(i).pictures == 1 && open.get(i).bidirectional) {
-                order[size++] = i;
-            } else if (open.get(i).pictures == 1) {
+        for (int i = 0; i < order.length; i++) {
+            int packet = order[i];
+            if (open.get(packet).bidirectional) {
+                order[size++] = packet;
+            } else {
                 if (waiting >= 0) {
                     order[size++] = waiting;
                 }
-                waiting = i;
+                waiting = packet;
             }
         }
         if (waiting >= 0) {
-            order[size++] = waiting;
+            order[size] = waiting;
         }
-        return Arrays.copyOf(order, size);
     }
 
     /** The most pictures that are stored before a picture and shown after it. */
     private static int reordering(int[] order) {
         int most = 0;
-        int[] rank = new int[order.length == 0 ? 0 : Arrays.stream(order).max().getAsInt() + 1];
+        int last = 0;
+        for (int packet : order) {
+            last = Math.max(last, packet + 1);
+        }
+        int[] rank = new int[last];
         Arrays.fill(rank, -1);
         for (int i = 0; i < order.length; i++) {
             rank[order[i]] = i;
@@ -201,50 +244,50 @@ final class FilmMap {
 
     private void count() {
         recentGroup = -1;
-        while (counted < groups && (counted < groups - 1 || open.isEmpty()) && counts[counted] != UNKNOWN) {
+        while (counted < groups && (counted < groups - 1 || openSize == 0) && counts[counted] != UNKNOWN) {
             firsts[counted + 1] = firsts[counted] + counts[counted];
             counted++;
         }
     }
 
     /** The number of pictures in all groups from the first one on whose pictures are known. */
-    int known() {
+    public int known() {
         return Math.max(firsts[counted], learned);
     }
 
     /** Whether the next group is complete but what it gives must be learned. */
-    boolean isStuck() {
-        return counted < groups && (counted < groups - 1 || open.isEmpty());
+    public boolean isStuck() {
+        return counted < groups && (counted < groups - 1 || openSize == 0);
     }
 
     /** Whether all pictures of the film are known. */
-    boolean isWhole() {
+    public boolean isWhole() {
         return ended && counted == groups;
     }
 
-    int groups() {
+    public int groups() {
         return groups;
     }
 
-    int counted() {
+    public int counted() {
         return counted;
     }
 
-    int start(int group) {
+    public int start(int group) {
         return starts[group];
     }
 
     /** The first packet behind a group. */
-    int end(int group) {
+    public int end(int group) {
         return group + 1 < groups ? starts[group + 1] : index.size();
     }
 
-    int first(int group) {
+    public int first(int group) {
         return firsts[group];
     }
 
     /** The group of a known picture. */
-    int groupOf(int number) {
+    public int groupOf(int number) {
         if (number < learned && number >= firsts[learnedGroups]) {
             return learnedGroups;
         }
@@ -256,13 +299,13 @@ final class FilmMap {
         return group;
     }
 
-    int groupOfPacket(int packet) {
+    public int groupOfPacket(int packet) {
         int at = Arrays.binarySearch(starts, 0, groups, packet);
         return at >= 0 ? at : -at - 2;
     }
 
     /** The own packets of the pictures of a known group, as they are shown; -1 stands for one that is not known. */
-    int[] pictures(int group) {
+    public int[] pictures(int group) {
         if (group != recentGroup) {
             recent = find(group);
             recentGroup = group;
@@ -294,25 +337,25 @@ final class FilmMap {
     }
 
     /** The pictures from the beginning on that were learned. */
-    int learned() {
+    public int learned() {
         return learned;
     }
 
-    int learnedGroups() {
+    public int learnedGroups() {
         return learnedGroups;
     }
 
     /** How often a group was learned to give other pictures than had been expected. */
-    int changes() {
+    public int changes() {
         return changes;
     }
 
-    int learnedFed(int number) {
+    public int learnedFed(int number) {
         return fed[number];
     }
 
     /** Notes the next picture that decoding from the beginning gave; -1 stands for no packet. */
-    void learn(int ownPacket, int fedPacket) {
+    public void learn(int ownPacket, int fedPacket) {
         recentGroup = -1;
         if (learned == own.length) {
             own = Arrays.copyOf(own, 2 * learned);
@@ -327,7 +370,7 @@ final class FilmMap {
     }
 
     /** Decoding from the beginning gave all there is. */
-    void learnEnd() {
+    public void learnEnd() {
         while (learnedGroups < groups) {
             learnGroup();
         }
@@ -346,20 +389,20 @@ final class FilmMap {
     }
 
     /** Notes the checksums of all pictures. */
-    void verify(int[] checksums) {
+    public void verify(int[] checksums) {
         sums = checksums;
     }
 
     /** Whether there is a checksum of a picture. */
-    boolean isVerified(int number) {
+    public boolean isVerified(int number) {
         return number < sums.length;
     }
 
-    int checksum(int number) {
+    public int checksum(int number) {
         return sums[number];
     }
 
-    void save(DataOutputStream out) throws IOException {
+    public void save(DataOutputStream out) throws IOException {
         index.save(out);
         out.writeBoolean(headersChanged);
         out.writeInt(groups);
@@ -379,7 +422,7 @@ final class FilmMap {
         }
     }
 
-    static FilmMap load(DataInputStream in, PacketExaminer examiner) throws IOException {
+    public static FilmMap load(DataInputStream in, PacketExaminer examiner) throws IOException {
         FilmMap map = new FilmMap(PacketIndex.load(in), examiner);
         map.headersChanged = in.readBoolean();
         map.ended = true;
@@ -407,7 +450,7 @@ final class FilmMap {
         return map;
     }
 
-    PacketIndex index() {
+    public PacketIndex index() {
         return index;
     }
 }

@@ -1,0 +1,130 @@
+package kiv.media.ffmpeg.index;
+
+import java.util.Objects;
+import java.util.Set;
+
+/**
+ * Reads the heads of compressed pictures, in the order of their packets: where decoding can start, and which packet gives
+ * a picture when. It believes no container. What it is not sure of it reports as unknown.
+ */
+public abstract class PacketExaminer {
+
+    /** In which order the pictures of a group are shown. */
+    public enum Order {
+        /** As they are stored. */
+        STORED,
+        /** A picture that others refer to waits for the next one that others refer to. */
+        BY_KIND,
+        /** By {@link CodedPicture#order}. */
+        NUMBERED
+    }
+
+    /** Codecs each picture of which is coded alone. */
+    private static final Set<String> ALONE = Set.of("dvvideo", "prores", "dnxhd", "huffyuv", "ffvhuff", "utvideo", "png",
+            "jpeg2000", "v210", "webp");
+
+    private boolean headersChanged;
+    private boolean sequenceBegins;
+    /** The bytes of the packet at work. */
+    private int size;
+
+    /**
+     * Examines the next packet.
+     *
+     * @param bytes begins with the packet's bytes
+     * @param length how many they are
+     * @param picture receives what they say
+     */
+    public final void examine(byte[] bytes, int length, CodedPicture picture) {
+        picture.clear();
+        size = length;
+        try {
+            read(bytes, length, picture);
+        } catch (IndexOutOfBoundsException e) {
+            // Only damaged packets end within their heads.
+            picture.clear();
+        }
+    }
+
+    /** Reads a packet, and may run beyond its end through {@link #at}. */
+    abstract void read(byte[] bytes, int end, CodedPicture picture);
+
+    /** A byte of the packet at work. */
+    final int at(byte[] bytes, int place) {
+        return bytes[Objects.checkIndex(place, size)] & 0xFF;
+    }
+
+    public Order order() {
+        return Order.STORED;
+    }
+
+    /** Whether each picture is coded alone, so that decoding can start everywhere. */
+    public boolean isAlone() {
+        return false;
+    }
+
+    /** The most pictures that the decoder knows to hold back for their order; -1 when it does not know. */
+    public int knownDelay() {
+        return Integer.MAX_VALUE;
+    }
+
+    /** Whether headers that stand for the whole stream have changed, so that a decoder may have those of another part. */
+    public final boolean headersChanged() {
+        return headersChanged;
+    }
+
+    final void changeHeaders() {
+        headersChanged = true;
+    }
+
+    /** A decoder may begin anew, and lose what it holds back. */
+    final void changeSequence() {
+        changeHeaders();
+        sequenceBegins = true;
+    }
+
+    /** Whether the last packet changed what decoders begin anew for. */
+    public final boolean takeSequenceBegins() {
+        boolean begins = sequenceBegins;
+        sequenceBegins = false;
+        return begins;
+    }
+
+    /**
+     * Returns the examiner of a stream.
+     *
+     * @param codec FFmpeg's name of it
+     * @param extradata its private data
+     * @param bitsOfSample the bits of a coded pixel
+     * @param pixels how many pixels a picture has
+     * @return null for a codec whose pictures are not known
+     */
+    public static PacketExaminer of(String codec, byte[] extradata, int bitsOfSample, int pixels) {
+        return switch (codec) {
+            case "h264" -> new H264Examiner(extradata);
+            case "hevc" -> new HevcExaminer(extradata);
+            case "mpeg1video", "mpeg2video" -> new MpegVideoExaminer(extradata);
+            case "mpeg4" -> new Mpeg4Examiner(extradata);
+            case "mjpeg" -> new MjpegExaminer();
+            case "rawvideo" -> bitsOfSample > Byte.SIZE ? new AloneExaminer() : null;
+            case "h263", "flv1", "msmpeg4v1", "msmpeg4v2", "msmpeg4v3", "msmpeg4", "wmv1", "wmv2", "theora", "vp8" ->
+                new SimpleExaminer(codec, pixels);
+            case "vp9" -> new Vp9Examiner();
+            case "av1" -> new Av1Examiner();
+            default -> ALONE.contains(codec) ? new AloneExaminer() : null;
+        };
+    }
+
+    /** Finds the next start code. @return the place of the byte behind 0, 0, 1, or the end */
+    static int nextStartCode(byte[] bytes, int from, int end) {
+        int at = from + 2;
+        while (at < end) {
+            int value = bytes[at];
+            if (value == 1 && bytes[at - 1] == 0 && bytes[at - 2] == 0) {
+                return at + 1;
+            }
+            at += value == 0 || value == 1 ? 1 : 3;
+        }
+        return end;
+    }
+}
