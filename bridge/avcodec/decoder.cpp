@@ -32,6 +32,18 @@ bool is_pcm(AVCodecID iep_codec)
     return iep_codec >= AV_CODEC_ID_PCM_S16LE && iep_codec < AVCodecID{0x11000};
 }
 
+bool is_gsm(AVCodecID iep_codec)
+{
+    return iep_codec == AV_CODEC_ID_GSM_MS || iep_codec == AVCodecID{0x15012};
+}
+
+/** Whether the decoder has frames only of bytes that it did not read yet. */
+bool is_simple(AVCodecID iep_codec)
+{
+    const bool bl_adpcm = iep_codec >= AVCodecID{0x11000} && iep_codec < AVCodecID{0x12000};
+    return is_pcm(iep_codec) || bl_adpcm || is_gsm(iep_codec) || iep_codec == AV_CODEC_ID_DVVIDEO;
+}
+
 /** MPEG-1 and MPEG-2 video: the code for the end of a sequence, alone in a packet, has the last picture delivered. */
 bool is_sequence_end(AVCodecID iep_codec, std::span<const uint8_t> utp_bytes)
 {
@@ -66,11 +78,17 @@ c_decoder::c_decoder(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_con
       dsc_real(make_context(dsp_ffmpeg, dsp_codec.adsc_real)),
       dsc_scratch(make_context(dsp_ffmpeg, dsp_codec.adsc_real)),
       dsc_parser(nullptr, {&dsp_ffmpeg}),
+      inc_sample_bits(dsp_ffmpeg.av_get_bits_per_sample(dsp_codec.adsc_real->id)),
+      dsc_callers(dsp_ffmpeg.av_buffer_alloc(1), {&dsp_ffmpeg}),
+      dsc_copy(nullptr, {&dsp_ffmpeg}),
       dsc_packet(old::make_packet(dsp_ffmpeg)),
       dsc_spare(nullptr, {&dsp_ffmpeg}),
       dsc_last(nullptr, {&dsp_ffmpeg}),
-      dsc_waiting(nullptr, {&dsp_ffmpeg})
+      dsc_waiting(nullptr, {&dsp_ffmpeg}),
+      bc_simple(is_simple(dsp_codec.dsc_old.id))
 {
+    if (dsc_callers == nullptr)
+        throw std::bad_alloc();
 }
 
 int c_decoder::open()
@@ -148,6 +166,8 @@ c_decoder::dsd_result c_decoder::decode(AVFrame &dsp_frame, const AVPacket &dsp_
 {
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->context;
     old::unref_frame(dsc_ffmpeg, dsp_frame);
+    if (is_sound() && dsc_context.get_buffer == nullptr)
+        recycle(std::move(dsc_last)); // so that the next samples get the same memory, which is in the cache
     // Callers change these between packets.
     dsl_layout.skip_frame.of(dsc_real.get()) = old::context::skip_frame.of(&dsc_context);
     dsl_layout.skip_loop_filter.of(dsc_real.get()) = old::context::skip_loop_filter.of(&dsc_context);
@@ -170,6 +190,7 @@ c_decoder::dsd_result c_decoder::decode_bytes(AVFrame &dsp_frame, const AVPacket
 {
     if (dsp_packet.data == nullptr)
         return {AVERROR(EINVAL)};
+    bc_reads_at_once = dsc_codec.dsc_old.id == AV_CODEC_ID_DVVIDEO;
     if (inc_late_error != 0)
         return {std::exchange(inc_late_error, 0)};
     if (dsc_waiting != nullptr)
@@ -222,13 +243,15 @@ c_decoder::dsd_result c_decoder::decode_sound(AVFrame &dsp_frame, const AVPacket
                                       .inc_block_align = dsc_context.block_align,
                                       .inc_channels = dsc_context.channels,
                                       .inc_coded_bits = dsc_context.bits_per_coded_sample,
-                                      .inc_sample_bits = dsc_ffmpeg.av_get_bits_per_sample(dsc_codec.adsc_real->id)};
+                                      .inc_sample_bits = inc_sample_bits};
     const auto inl_length = first_frame_length(dsl_stream, {dsp_whole.data, static_cast<size_t>(dsp_whole.size)});
     if (!inl_length)
         return {in_invalid_data};
     const bool bl_more = *inl_length < dsp_whole.size;
-    const int inl_sample_frame = dsl_stream.inc_sample_bits * dsl_stream.inc_channels / 8;
-    bc_last_frame = is_pcm(iel_codec) && inl_sample_frame > 0 && *inl_length % inl_sample_frame == 0;
+    const int inl_unit = is_pcm(iel_codec)   ? dsl_stream.inc_sample_bits * dsl_stream.inc_channels / 8
+                         : is_gsm(iel_codec) ? dsl_stream.inc_block_align
+                                             : 0;
+    bc_reads_at_once = inl_unit > 0 && *inl_length % inl_unit == 0;
     dsp_whole.size = *inl_length;
     dsd_result dsl_result = decode_unit(dsp_frame, dsp_whole, bl_more ? *inl_length : dsp_packet.size);
     // A damaged frame of MPEG audio is an error only when it is all of the packet.
@@ -240,8 +263,41 @@ c_decoder::dsd_result c_decoder::decode_sound(AVFrame &dsp_frame, const AVPacket
 /** Decodes what is one frame, or more of them where nobody knows its parts. */
 c_decoder::dsd_result c_decoder::decode_unit(AVFrame &dsp_frame, real::packet &dsp_unit, int inp_consumed)
 {
-    if (const int inl_result = dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), &dsp_unit); inl_result < 0)
-        return {inl_result};
+    // FFmpeg copies bytes that lie in no buffer into new memory, which costs more than to decode some sound.
+    dsp_unit.buf = bc_reads_at_once ? dsc_callers.get() : copy_bytes(dsp_unit);
+    const int inl_result = dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), &dsp_unit);
+    dsp_unit.buf = nullptr;
+    const dsd_result dsl_result = inl_result < 0 ? dsd_result{inl_result} : decode_sent(dsp_frame, inp_consumed);
+    if (is_in_use(dsc_callers.get()))
+        dsc_ffmpeg.avcodec_flush_buffers(dsc_real.get()); // the caller's bytes are not there for the next call
+    return dsl_result;
+}
+
+/** Copies the packet's bytes into a buffer, with the padding that decoders need. @return the buffer */
+AVBufferRef *c_decoder::copy_bytes(real::packet &dsp_unit)
+{
+    constexpr size_t ul_padding = 64; // AV_INPUT_BUFFER_PADDING_SIZE
+    const auto ull_size = static_cast<size_t>(dsp_unit.size);
+    if (dsc_copy == nullptr || is_in_use(dsc_copy.get()) || ulc_copy_size < ull_size) {
+        ulc_copy_size = ull_size + ull_size / 2;
+        dsc_copy.reset(dsc_ffmpeg.av_buffer_alloc(ulc_copy_size + ul_padding));
+        if (dsc_copy == nullptr)
+            throw std::bad_alloc();
+    }
+    uint8_t *autl_copy = real::fields_of(dsc_copy.get()).data;
+    std::fill_n(std::copy_n(dsp_unit.data, ull_size, autl_copy), ul_padding, uint8_t{0});
+    dsp_unit.data = autl_copy;
+    return dsc_copy.get();
+}
+
+bool c_decoder::is_in_use(const AVBufferRef *adsp_buffer) const noexcept
+{
+    return adsp_buffer != nullptr && dsc_ffmpeg.av_buffer_get_ref_count(adsp_buffer) > 1;
+}
+
+/** Receives what the sent packet gives. */
+c_decoder::dsd_result c_decoder::decode_sent(AVFrame &dsp_frame, int inp_consumed)
+{
     inc_owed = inp_consumed;
     if (const int inl_result = receive(dsc_waiting); inl_result < 0)
         return {inl_result == AVERROR(EAGAIN) || inl_result == AVERROR_EOF ? inp_consumed : inl_result};
@@ -252,7 +308,7 @@ c_decoder::dsd_result c_decoder::decode_unit(AVFrame &dsp_frame, real::packet &d
 c_decoder::dsd_result c_decoder::deliver_waiting(AVFrame &dsp_frame)
 {
     deliver(std::move(dsc_waiting), dsp_frame);
-    if (std::exchange(bc_last_frame, false))
+    if (bc_simple && !is_in_use(dsc_callers.get()) && !is_in_use(dsc_copy.get()))
         return {inc_owed, true};
     const int inl_result = receive(dsc_waiting);
     if (inl_result < 0 && inl_result != AVERROR(EAGAIN) && inl_result != AVERROR_EOF)
@@ -296,7 +352,7 @@ int c_decoder::receive(real_frame &dsp_frame)
         dsp_frame = std::move(dsl_frame);
     } else {
         dsp_frame.reset();
-        recycle(std::move(dsl_frame));
+        dsc_spare = std::move(dsl_frame);
     }
     return inl_result;
 }

@@ -64,8 +64,11 @@ private:
     dsd_result decode_cut_anywhere(AVFrame &dsp_frame, const AVPacket &dsp_packet);
     dsd_result decode_sound(AVFrame &dsp_frame, const AVPacket &dsp_packet, real::packet &dsp_whole);
     dsd_result decode_unit(AVFrame &dsp_frame, real::packet &dsp_unit, int inp_consumed);
+    dsd_result decode_sent(AVFrame &dsp_frame, int inp_consumed);
     dsd_result deliver_waiting(AVFrame &dsp_frame);
     real::packet &fresh_packet() const noexcept;
+    bool is_in_use(const AVBufferRef *adsp_buffer) const noexcept;
+    AVBufferRef *copy_bytes(real::packet &dsp_unit);
     int receive(real_frame &dsp_frame);
     void recycle(real_frame dsp_frame) noexcept;
     void deliver(real_frame dsp_frame, AVFrame &dsp_to);
@@ -79,6 +82,10 @@ private:
     real_context dsc_real;
     real_context dsc_scratch; // what a parser or a computation may change
     std::unique_ptr<real::parser, dsd_free_parser> dsc_parser;
+    const int inc_sample_bits; // of a codec whose samples have all the same size; else 0
+    const real_buffer dsc_callers; // stands for the caller's memory
+    real_buffer dsc_copy;          // bytes of the last packet, used again
+    size_t ulc_copy_size = 0;
     old::real_packet dsc_packet; // used again for each packet, as dsc_spare is for frames: sound has many small ones
     real_frame dsc_spare;
     real_frame dsc_last;    // the caller uses its memory until the next frame, unless it counts references
@@ -86,7 +93,8 @@ private:
     int inc_owed = 0;       // what the packet counts as consumed when no more frames wait
     int inc_late_error = 0; // the next call's result
     bool bc_draining = false;
-    bool bc_last_frame = false; // no other one follows in the packet, so nobody needs to look
+    const bool bc_simple;         // the decoder has no frames but those of the bytes that it did not read yet
+    bool bc_reads_at_once = false; // and reads all of this packet for its first frame
 };
 
 } // namespace bridge::avcodec

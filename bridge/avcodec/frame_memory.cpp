@@ -10,26 +10,37 @@
 #include <cstring>
 #include <new>
 #include <span>
+#include <utility>
 
 namespace bridge::avcodec
 {
 
-void c_used_memory::add(const dsd_frame_memory *adsp_memory)
+c_frame_records::c_frame_records() noexcept = default;
+c_frame_records::~c_frame_records() = default;
+
+dsd_frame_memory &c_frame_records::take()
 {
     const std::scoped_lock dsl_lock(dsc_mutex);
-    dsc_used.insert(adsp_memory);
+    if (dsc_free.empty()) {
+        dsd_frame_memory &dsl_made = *dsc_all.emplace_back(std::make_unique<dsd_frame_memory>());
+        dsc_free.reserve(dsc_all.capacity());
+        return dsl_made;
+    }
+    dsd_frame_memory &dsl_memory = *dsc_free.back();
+    dsc_free.pop_back();
+    return dsl_memory;
 }
 
-void c_used_memory::remove(const dsd_frame_memory *adsp_memory) noexcept
+void c_frame_records::put_back(dsd_frame_memory &dsp_memory) noexcept
 {
     const std::scoped_lock dsl_lock(dsc_mutex);
-    dsc_used.erase(adsp_memory);
+    dsc_free.push_back(&dsp_memory);
 }
 
-bool c_used_memory::has(const dsd_frame_memory *adsp_memory) const noexcept
+bool c_frame_records::has(const dsd_frame_memory *adsp_memory) const noexcept
 {
     const std::scoped_lock dsl_lock(dsc_mutex);
-    return dsc_used.contains(adsp_memory);
+    return std::ranges::find(dsc_all, adsp_memory, &std::unique_ptr<dsd_frame_memory>::get) != dsc_all.end();
 }
 
 namespace
@@ -38,11 +49,12 @@ namespace
 /** FFmpeg's buffer calls this when its last reference is gone. */
 void release(void *avp_memory, uint8_t *) noexcept
 {
-    const std::unique_ptr<dsd_frame_memory> dsl_memory(static_cast<dsd_frame_memory *>(avp_memory));
-    dsl_memory->dsc_used->remove(dsl_memory.get());
-    auto *adsl_context = reinterpret_cast<AVCodecContext *>(dsl_memory->utc_context);
+    auto &dsl_memory = *static_cast<dsd_frame_memory *>(avp_memory);
+    const std::shared_ptr<c_frame_records> dsl_records = std::move(dsl_memory.dsc_records);
+    auto *adsl_context = reinterpret_cast<AVCodecContext *>(dsl_memory.utc_context);
     if (adsl_context->release_buffer != nullptr)
-        adsl_context->release_buffer(adsl_context, &dsl_memory->dsc_frame);
+        adsl_context->release_buffer(adsl_context, &dsl_memory.dsc_frame);
+    dsl_records->put_back(dsl_memory);
 }
 
 /** The planes that a picture of the format has in the newer FFmpeg, where only a needed palette is one. */
@@ -97,7 +109,7 @@ void show_cropped_size(const real::dsd_ffmpeg &dsp_ffmpeg, const real::frame *ad
 } // namespace
 
 c_frame_memory::c_frame_memory(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context)
-    : dsc_ffmpeg(dsp_ffmpeg), dsc_context(dsp_context), dsc_used(std::make_shared<c_used_memory>())
+    : dsc_ffmpeg(dsp_ffmpeg), dsc_context(dsp_context), dsc_records(std::make_shared<c_frame_records>())
 {
 }
 
@@ -105,14 +117,15 @@ int c_frame_memory::get(const real::context *adsp_context, real::frame *adsp_fra
 {
     old::describe_to_old(dsc_ffmpeg, adsp_context, dsc_context);
     show_cropped_size(dsc_ffmpeg, adsp_frame, dsc_context);
-    auto dsl_memory = std::make_unique<dsd_frame_memory>();
-    AVFrame &dsl_frame = dsl_memory->dsc_frame;
+    dsd_frame_memory &dsl_memory = dsc_records->take();
+    AVFrame &dsl_frame = dsl_memory.dsc_frame;
     old::set_frame_defaults(dsl_frame);
     old::copy_description(dsc_ffmpeg, adsp_frame, dsl_frame, dsc_context.codec_type);
     dsl_frame.reference = bp_reference ? 1 : 0;
     dsl_frame.reordered_opaque = dsc_context.reordered_opaque;
     if (const int inl_result = dsc_context.get_buffer(&dsc_context, &dsl_frame); inl_result < 0) {
         old::free_planes_array(dsc_ffmpeg, dsl_frame);
+        dsc_records->put_back(dsl_memory);
         return inl_result;
     }
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
@@ -129,17 +142,15 @@ int c_frame_memory::get(const real::context *adsp_context, real::frame *adsp_fra
     dsl_layout.extended_data.of(adsp_frame) = bl_own_array ? dsl_frame.extended_data : dsl_layout.data.of(adsp_frame);
     dsl_frame.extended_data = dsl_frame.data;
 
-    std::memcpy(dsl_memory->utc_context, &dsc_context, old::ul_context_size);
-    dsl_memory->dsc_used = dsc_used;
-    dsc_used->add(dsl_memory.get());
+    std::memcpy(dsl_memory.utc_context, &dsc_context, old::ul_context_size);
+    dsl_memory.dsc_records = dsc_records;
     const std::span utl_extent = extent_of(dsl_frame, bl_video ? dsl_frame.height : 1);
     AVBufferRef *adsl_buffer =
-        dsc_ffmpeg.av_buffer_create(utl_extent.data(), utl_extent.size(), &release, dsl_memory.get(), 0);
+        dsc_ffmpeg.av_buffer_create(utl_extent.data(), utl_extent.size(), &release, &dsl_memory, 0);
     if (adsl_buffer == nullptr) {
-        release(dsl_memory.release(), nullptr);
+        release(&dsl_memory, nullptr);
         return AVERROR(ENOMEM);
     }
-    static_cast<void>(dsl_memory.release()); // the buffer's
     dsl_layout.buf.of(adsp_frame)[0] = adsl_buffer;
     return 0;
 }
@@ -150,7 +161,7 @@ const dsd_frame_memory *c_frame_memory::find(const real::frame *adsp_frame) cons
     if (adsl_buffer == nullptr)
         return nullptr;
     const auto *adsl_memory = static_cast<const dsd_frame_memory *>(dsc_ffmpeg.av_buffer_get_opaque(adsl_buffer));
-    return dsc_used->has(adsl_memory) ? adsl_memory : nullptr;
+    return dsc_records->has(adsl_memory) ? adsl_memory : nullptr;
 }
 
 } // namespace bridge::avcodec

@@ -8,7 +8,7 @@
 
 #include <memory>
 #include <mutex>
-#include <unordered_set>
+#include <vector>
 
 namespace bridge::avcodec
 {
@@ -16,21 +16,27 @@ namespace bridge::avcodec
 struct dsd_frame_memory;
 
 /**
- * The memory of one decoder's frames that is in use. The references to the memory share it, because they may outlive the
- * decoder. Any thread may release the last reference.
+ * The records of one decoder's frames, which are used again: a frame of sound takes less time than making one. The
+ * references to the memory share them, because they may outlive the decoder. Any thread may release the last reference.
  */
-class c_used_memory
+class c_frame_records
 {
 public:
+    c_frame_records() noexcept;
+    ~c_frame_records();
+    c_frame_records(const c_frame_records &) = delete;
+    c_frame_records &operator=(const c_frame_records &) = delete;
+
     /** @throws std::bad_alloc */
-    void add(const dsd_frame_memory *adsp_memory);
-    void remove(const dsd_frame_memory *adsp_memory) noexcept;
+    dsd_frame_memory &take();
+    void put_back(dsd_frame_memory &dsp_memory) noexcept;
     /** Whether the pointer, which may be any, is one of them. */
     bool has(const dsd_frame_memory *adsp_memory) const noexcept;
 
 private:
     mutable std::mutex dsc_mutex;
-    std::unordered_set<const dsd_frame_memory *> dsc_used;
+    std::vector<std::unique_ptr<dsd_frame_memory>> dsc_all;
+    std::vector<dsd_frame_memory *> dsc_free; // has room for all
 };
 
 /**
@@ -41,7 +47,7 @@ struct dsd_frame_memory
 {
     alignas(AVCodecContext) std::byte utc_context[old::ul_context_size];
     AVFrame dsc_frame;
-    std::shared_ptr<c_used_memory> dsc_used;
+    std::shared_ptr<c_frame_records> dsc_records; // while it is in use
 };
 
 /** Asks the callbacks of one decoder for memory. */
@@ -68,7 +74,7 @@ public:
 private:
     const real::dsd_ffmpeg &dsc_ffmpeg;
     AVCodecContext &dsc_context;
-    std::shared_ptr<c_used_memory> dsc_used;
+    std::shared_ptr<c_frame_records> dsc_records;
 };
 
 } // namespace bridge::avcodec

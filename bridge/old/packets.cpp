@@ -171,12 +171,7 @@ void merge_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, AVPacket &dsp_packet)
     AVBufferRef *adsl_buffer = dsp_ffmpeg.av_buffer_alloc(static_cast<size_t>(ill_size) + FF_INPUT_BUFFER_PADDING_SIZE);
     if (adsl_buffer == nullptr)
         throw std::bad_alloc();
-    struct dsd_buffer_front // AVBufferRef, the same in all lines
-    {
-        void *avc_buffer;
-        uint8_t *autc_data;
-    };
-    uint8_t *autl_bytes = reinterpret_cast<dsd_buffer_front *>(adsl_buffer)->autc_data;
+    uint8_t *autl_bytes = real::fields_of(adsl_buffer).data;
     uint8_t *autl_to = std::copy_n(dsp_packet.data, dsp_packet.size, autl_bytes);
     int inl_mark = in_first_side_data;
     for (size_t ull_element = dsl_elements.size(); ull_element-- > 0;) {
@@ -198,7 +193,8 @@ void merge_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, AVPacket &dsp_packet)
 int split_side_data(const real::dsd_ffmpeg &dsp_ffmpeg, std::span<const uint8_t> utp_bytes, real::packet &dsp_to)
 {
     const auto inl_whole = static_cast<int>(utp_bytes.size());
-    if (utp_bytes.size() <= in_marker_size || read_big_endian(utp_bytes.last(in_marker_size)) != FF_MERGE_MARKER)
+    if (utp_bytes.size() <= in_marker_size || utp_bytes.back() != (FF_MERGE_MARKER & 0xFF) ||
+        read_big_endian(utp_bytes.last(in_marker_size)) != FF_MERGE_MARKER)
         return inl_whole;
     std::span<const uint8_t> utl_rest = utp_bytes.first(utp_bytes.size() - in_marker_size);
     struct dsd_element

@@ -25,6 +25,17 @@ struct scaler;          // SwsContext
 struct resampler;       // SwrContext
 struct parser;          // AVCodecParserContext
 
+/** The front of AVBufferRef, the same in all lines. */
+struct dsd_buffer
+{
+    void *buffer;
+    uint8_t *data;
+};
+inline dsd_buffer &fields_of(AVBufferRef *adsp_buffer) noexcept
+{
+    return *reinterpret_cast<dsd_buffer *>(adsp_buffer);
+}
+
 using plane_pointers = uint8_t *[8];
 using plane_sizes = int[8];
 using buffer_pointers = AVBufferRef *[8];

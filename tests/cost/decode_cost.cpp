@@ -4,8 +4,8 @@
  *
  * decode_cost LIBRARIES FILE [video | audio] [ROUNDS]: decodes all packets of the first stream of that kind in each
  * round, once through the functions of the 56 line and once through those of the newer FFmpeg, by turns in one process
- * and on one thread. Packets are read beforehand. Pictures of the 56 line go into memory that a callback pools, as in the
- * library; those of the newer one into FFmpeg's own pools. On a genuine 56 line there is the first number only.
+ * and on one thread. Packets are read beforehand. Both decode into memory of the same pool, which callbacks deliver as in
+ * the library, and release a frame before they decode the next one. On a genuine 56 line there is the first number only.
  * Prints, tab-separated: the codec, the packets, the frames, microseconds a packet through the 56 line's functions and
  * directly (of the fastest round each), and their ratio.
  */
@@ -18,6 +18,7 @@
 #include <limits>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 using namespace ffmpeg;
 
@@ -26,66 +27,162 @@ namespace
 
 namespace real = bridge::real;
 
-/** Memory for pictures, which is used again. FFmpeg may call from threads of its own. */
-class c_picture_pool
+constexpr int in_takes_memory = 1 << 1; // AV_CODEC_CAP_DR1 of the newer FFmpeg
+
+/** Where the planes of a picture or of samples lie in their memory. */
+struct dsd_planes
+{
+    std::array<int, 8> ainc_lengths{}; /**< of a line; of all samples */
+    std::array<size_t, 8> aulc_offsets{};
+    size_t ulc_count = 0;
+    size_t ulc_size = 0;
+};
+
+/** Large enough for every decoder. @param iep_format of the 56 line */
+dsd_planes lay_picture(AVPixelFormat iep_format, int inp_width, int inp_height)
+{
+    constexpr int in_unit = 64;
+    dsd_planes dsl_planes;
+    std::array<uint8_t *, 4> autl_planes{};
+    av_image_fill_linesizes(dsl_planes.ainc_lengths.data(), iep_format, (inp_width + in_unit - 1) / in_unit * in_unit);
+    for (int &inl_length : dsl_planes.ainc_lengths)
+        inl_length = (inl_length + in_unit - 1) / in_unit * in_unit;
+    dsl_planes.ulc_size = static_cast<size_t>(std::max(
+        0, av_image_fill_pointers(autl_planes.data(), iep_format, (inp_height + in_unit - 1) / in_unit * in_unit + 2,
+                                  nullptr, dsl_planes.ainc_lengths.data())));
+    for (uint8_t *autl_plane : autl_planes)
+        dsl_planes.aulc_offsets[dsl_planes.ulc_count++] = reinterpret_cast<uintptr_t>(autl_plane);
+    return dsl_planes;
+}
+
+dsd_planes lay_samples(AVSampleFormat iep_format, int inp_channels, int inp_samples)
+{
+    constexpr int in_align = 64;
+    const size_t ull_count = iep_format >= AV_SAMPLE_FMT_U8P ? static_cast<size_t>(inp_channels) : 1;
+    dsd_planes dsl_planes;
+    dsl_planes.ulc_size = static_cast<size_t>(std::max(
+        0, av_samples_get_buffer_size(&dsl_planes.ainc_lengths[0], inp_channels, inp_samples, iep_format, in_align)));
+    for (; dsl_planes.ulc_count < ull_count; ++dsl_planes.ulc_count)
+        dsl_planes.aulc_offsets.at(dsl_planes.ulc_count) =
+            dsl_planes.ulc_count * static_cast<size_t>(dsl_planes.ainc_lengths[0]);
+    return dsl_planes;
+}
+
+/**
+ * The caller's memory for pictures and samples, which is used again. Both sides ask it, because that is how the library
+ * uses FFmpeg, and because one that has its memory in the cache already would seem to be faster. FFmpeg may call from
+ * threads of its own.
+ */
+class c_pool
 {
 public:
+    /** get_buffer of the 56 line. */
     static int get(AVCodecContext *adsp_context, AVFrame *adsp_frame) noexcept
     {
-        int inl_width = adsp_context->width;
-        int inl_height = adsp_context->height;
-        std::array<int, 8> ainl_alignment{};
-        avcodec_align_dimensions2(adsp_context, &inl_width, &inl_height, ainl_alignment.data());
-        std::array<int, 4> ainl_lengths{};
-        av_image_fill_linesizes(ainl_lengths.data(), adsp_context->pix_fmt, inl_width);
-        for (int &inl_length : ainl_lengths)
-            inl_length = (inl_length + 63) / 64 * 64;
-        std::array<uint8_t *, 4> autl_planes{};
-        const int inl_size =
-            av_image_fill_pointers(autl_planes.data(), adsp_context->pix_fmt, inl_height, nullptr, ainl_lengths.data());
-        if (inl_size < 0)
-            return -1;
-        auto *adsl_memory = s_pool.take(static_cast<size_t>(inl_size) + 1024);
-        av_image_fill_pointers(autl_planes.data(), adsp_context->pix_fmt, inl_height,
-                               adsl_memory->data() + 64 - reinterpret_cast<uintptr_t>(adsl_memory->data()) % 64,
-                               ainl_lengths.data());
-        for (size_t ull_plane = 0; ull_plane < autl_planes.size(); ++ull_plane) {
-            adsp_frame->data[ull_plane] = adsp_frame->base[ull_plane] = autl_planes[ull_plane];
-            adsp_frame->linesize[ull_plane] = ainl_lengths[ull_plane];
-        }
+        const bool bl_video = adsp_context->codec_type == AVMEDIA_TYPE_VIDEO;
+        const dsd_planes &dsl_planes = planes_of(bl_video, adsp_frame->format,
+                                                 bl_video ? adsp_frame->width : adsp_frame->channels,
+                                                 bl_video ? adsp_frame->height : adsp_frame->nb_samples);
+        bytes *adsl_memory = s_pool.take(dsl_planes.ulc_size);
+        fill(dsl_planes, *adsl_memory, adsp_frame->data, adsp_frame->linesize);
+        std::ranges::copy(adsp_frame->data, adsp_frame->base);
         adsp_frame->extended_data = adsp_frame->data;
         adsp_frame->opaque = adsl_memory;
         adsp_frame->type = in_user_memory;
         return 0;
     }
 
+    /** release_buffer of the 56 line. */
     static void release(AVCodecContext * /*adsp_context*/, AVFrame *adsp_frame) noexcept
     {
-        const std::scoped_lock dsl_lock(s_pool.dsc_mutex);
-        s_pool.adsc_free.push_back(static_cast<bytes *>(adsp_frame->opaque));
+        s_pool.put_back(static_cast<bytes *>(adsp_frame->opaque));
         std::fill(std::begin(adsp_frame->data), std::end(adsp_frame->data), nullptr);
+    }
+
+    /** get_buffer2 of the newer FFmpeg. */
+    static int get2(real::context *adsp_context, real::frame *adsp_frame, int inp_flags) noexcept
+    {
+        const auto &dsl_context = s_pool.adsc_ffmpeg->adsc_layout->context;
+        const auto &dsl_frame = s_pool.adsc_ffmpeg->adsc_layout->frame;
+        if (!s_pool.bc_direct)
+            return s_pool.adsc_ffmpeg->avcodec_default_get_buffer2(adsp_context, adsp_frame, inp_flags);
+        const bool bl_video = dsl_context.codec_type.of(adsp_context) == AVMEDIA_TYPE_VIDEO;
+        const int inl_real = dsl_frame.format.of(adsp_frame);
+        const int inl_format =
+            bl_video ? static_cast<int>(s_pool.adsc_ffmpeg->dsc_numbers.old_format(inl_real)) : inl_real;
+        const dsd_planes &dsl_planes =
+            planes_of(bl_video, inl_format,
+                      bl_video ? dsl_frame.width.of(adsp_frame) : dsl_frame.ch_layout.of(adsp_frame).nb_channels,
+                      bl_video ? dsl_frame.height.of(adsp_frame) : dsl_frame.nb_samples.of(adsp_frame));
+        bytes *adsl_memory = s_pool.take(dsl_planes.ulc_size);
+        fill(dsl_planes, *adsl_memory, dsl_frame.data.of(adsp_frame), dsl_frame.linesize.of(adsp_frame));
+        dsl_frame.extended_data.of(adsp_frame) = dsl_frame.data.of(adsp_frame);
+        dsl_frame.buf.of(adsp_frame)[0] = s_pool.adsc_ffmpeg->av_buffer_create(
+            dsl_frame.data.of(adsp_frame)[0], dsl_planes.ulc_size,
+            [](void *avp_memory, uint8_t *) { s_pool.put_back(static_cast<bytes *>(avp_memory)); }, adsl_memory, 0);
+        return 0;
+    }
+
+    /** Before a decoder of the newer FFmpeg uses the pool. @param bp_direct whether it takes memory of its caller's */
+    static void use(const real::dsd_ffmpeg &dsp_ffmpeg, bool bp_direct)
+    {
+        s_pool.adsc_ffmpeg = &dsp_ffmpeg;
+        s_pool.bc_direct = bp_direct;
     }
 
 private:
     static constexpr int in_user_memory = 2; // FF_BUFFER_TYPE_USER
+    static constexpr size_t ul_alignment = 64;
+
+    /** Mostly the same as the last time. @param inp_one width or channels @param inp_other height or samples */
+    static const dsd_planes &planes_of(bool bp_video, int inp_format, int inp_one, int inp_other)
+    {
+        thread_local std::array<int, 4> ainl_last{-1};
+        thread_local dsd_planes dsl_planes;
+        const std::array ainl_asked{bp_video ? 1 : 0, inp_format, inp_one, inp_other};
+        if (std::exchange(ainl_last, ainl_asked) != ainl_asked)
+            dsl_planes = bp_video ? lay_picture(static_cast<AVPixelFormat>(inp_format), inp_one, inp_other)
+                                  : lay_samples(static_cast<AVSampleFormat>(inp_format), inp_one, inp_other);
+        return dsl_planes;
+    }
+
+    static void fill(const dsd_planes &dsp_planes, bytes &dsp_memory, uint8_t *(&aautp_planes)[8],
+                     int (&ainp_lengths)[8])
+    {
+        auto *autl_start = dsp_memory.data() + ul_alignment -
+                           reinterpret_cast<uintptr_t>(dsp_memory.data()) % ul_alignment;
+        for (size_t ull_plane = 0; ull_plane < dsp_planes.ulc_count; ++ull_plane)
+            if (ull_plane == 0 || dsp_planes.aulc_offsets[ull_plane] != 0)
+                aautp_planes[ull_plane] = autl_start + dsp_planes.aulc_offsets[ull_plane];
+        std::ranges::copy(dsp_planes.ainc_lengths, ainp_lengths);
+    }
 
     bytes *take(size_t ulp_size)
     {
         const std::scoped_lock dsl_lock(dsc_mutex);
-        if (!adsc_free.empty() && adsc_free.back()->size() == ulp_size) {
-            bytes *adsl_memory = adsc_free.back();
-            adsc_free.pop_back();
-            return adsl_memory;
-        }
-        return dsc_all.emplace_back(std::make_unique<bytes>(ulp_size)).get();
+        if (adsc_free.empty())
+            adsc_free.push_back(dsc_all.emplace_back(std::make_unique<bytes>()).get());
+        bytes *adsl_memory = adsc_free.back();
+        adsc_free.pop_back();
+        if (adsl_memory->size() < ulp_size + 2 * ul_alignment)
+            adsl_memory->resize(ulp_size + 2 * ul_alignment);
+        return adsl_memory;
     }
 
-    static c_picture_pool s_pool;
+    void put_back(bytes *adsp_memory)
+    {
+        const std::scoped_lock dsl_lock(dsc_mutex);
+        adsc_free.push_back(adsp_memory);
+    }
+
+    static c_pool s_pool;
     std::mutex dsc_mutex;
     std::vector<std::unique_ptr<bytes>> dsc_all;
     std::vector<bytes *> adsc_free;
+    const real::dsd_ffmpeg *adsc_ffmpeg = nullptr;
+    bool bc_direct = true;
 };
-c_picture_pool c_picture_pool::s_pool;
+c_pool c_pool::s_pool;
 
 /** The bytes of a packet, with the padding that decoders want, and its times. */
 struct dsd_unit
@@ -153,10 +250,9 @@ dsd_round decode_old(const dsd_stream &dsp_stream)
     dsl_context->bit_rate = dsl_described.bit_rate;
     dsl_context->thread_count = 1;
     const bool bl_video = dsp_stream.iec_type == AVMEDIA_TYPE_VIDEO;
-    if (bl_video) {
-        dsl_context->get_buffer = &c_picture_pool::get;
-        dsl_context->release_buffer = &c_picture_pool::release;
-    }
+    dsl_context->get_buffer = &c_pool::get;
+    dsl_context->release_buffer = &c_pool::release;
+    dsl_context->refcounted_frames = bl_video ? 1 : 0; // as in the library
     check(avcodec_open2(dsl_context.get(), adsl_codec, nullptr), "avcodec_open2");
     const frame_ptr dsl_frame(existing(av_frame_alloc(), "memory"));
     const auto decode = bl_video ? avcodec_decode_video2 : avcodec_decode_audio4;
@@ -212,6 +308,8 @@ public:
         check(dsc_ffmpeg.avcodec_parameters_to_context(adsl_context, adsl_parameters), "parameters");
         dsl_layout.context.thread_count.of(adsl_context) = 1;
         dsl_layout.context.thread_type.of(adsl_context) = 0;
+        dsl_layout.context.get_buffer2.of(adsl_context) = &c_pool::get2;
+        c_pool::use(dsc_ffmpeg, (adsl_codec->capabilities & in_takes_memory) != 0);
         check(dsc_ffmpeg.avcodec_open2(adsl_context, adsl_codec, nullptr), "avcodec_open2");
         real::frame *adsl_frame = dsc_ffmpeg.av_frame_alloc();
         real::packet *adsl_packet = dsc_ffmpeg.av_packet_alloc();
