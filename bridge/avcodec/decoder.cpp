@@ -367,13 +367,17 @@ void c_decoder::recycle(real_frame dsp_frame) noexcept
 
 void c_decoder::deliver(real_frame dsp_frame, AVFrame &dsp_to)
 {
-    if (dsc_context.get_buffer != nullptr && dsc_memory.find(dsp_frame.get()) == nullptr)
+    const dsd_frame_memory *adsl_memory =
+        dsc_context.get_buffer != nullptr ? dsc_memory.find(dsp_frame.get()) : nullptr;
+    if (dsc_context.get_buffer != nullptr && adsl_memory == nullptr) {
         move_into_callers_memory(dsp_frame);
+        adsl_memory = dsc_memory.find(dsp_frame.get());
+    }
     old::copy_description(dsc_ffmpeg, dsp_frame.get(), dsp_to, dsc_codec.dsc_old.type);
     const auto iel_samples = static_cast<AVSampleFormat>(dsp_to.format);
     old::copy_planes(dsc_ffmpeg, dsp_frame.get(), dsp_to,
                      is_sound() ? old::sound_planes(dsc_ffmpeg, iel_samples, dsp_to.channels) : 0);
-    if (const dsd_frame_memory *adsl_memory = dsc_memory.find(dsp_frame.get()); adsl_memory != nullptr) {
+    if (adsl_memory != nullptr) {
         const AVFrame &dsl_got = adsl_memory->dsc_frame;
         dsp_to.opaque = dsl_got.opaque;
         dsp_to.type = dsl_got.type;

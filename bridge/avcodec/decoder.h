@@ -82,7 +82,7 @@ private:
     real_context dsc_real;
     real_context dsc_scratch; // what a parser or a computation may change
     std::unique_ptr<real::parser, dsd_free_parser> dsc_parser;
-    const int inc_sample_bits; // of a codec whose samples have all the same size; else 0
+    const int inc_sample_bits;     // of a codec whose samples have all the same size; else 0
     const real_buffer dsc_callers; // stands for the caller's memory
     real_buffer dsc_copy;          // bytes of the last packet, used again
     size_t ulc_copy_size = 0;
@@ -93,7 +93,7 @@ private:
     int inc_owed = 0;       // what the packet counts as consumed when no more frames wait
     int inc_late_error = 0; // the next call's result
     bool bc_draining = false;
-    const bool bc_simple;         // the decoder has no frames but those of the bytes that it did not read yet
+    const bool bc_simple;          // the decoder has no frames but those of the bytes that it did not read yet
     bool bc_reads_at_once = false; // and reads all of this packet for its first frame
 };
 

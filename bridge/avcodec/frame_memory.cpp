@@ -152,6 +152,7 @@ int c_frame_memory::get(const real::context *adsp_context, real::frame *adsp_fra
         return AVERROR(ENOMEM);
     }
     dsl_layout.buf.of(adsp_frame)[0] = adsl_buffer;
+    adsc_newest.store(&dsl_memory, std::memory_order_relaxed);
     return 0;
 }
 
@@ -161,7 +162,8 @@ const dsd_frame_memory *c_frame_memory::find(const real::frame *adsp_frame) cons
     if (adsl_buffer == nullptr)
         return nullptr;
     const auto *adsl_memory = static_cast<const dsd_frame_memory *>(dsc_ffmpeg.av_buffer_get_opaque(adsl_buffer));
-    return dsc_records->has(adsl_memory) ? adsl_memory : nullptr;
+    return adsl_memory == adsc_newest.load(std::memory_order_relaxed) || dsc_records->has(adsl_memory) ? adsl_memory
+                                                                                                       : nullptr;
 }
 
 } // namespace bridge::avcodec

@@ -6,6 +6,7 @@
 
 #include "bridge/avcodec/state.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -75,6 +76,7 @@ private:
     const real::dsd_ffmpeg &dsc_ffmpeg;
     AVCodecContext &dsc_context;
     std::shared_ptr<c_frame_records> dsc_records;
+    std::atomic<const dsd_frame_memory *> adsc_newest = nullptr; // mostly the one to be found
 };
 
 } // namespace bridge::avcodec

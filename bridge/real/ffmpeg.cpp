@@ -36,7 +36,8 @@ using bridge::real::loaded;
 const bridge::real::dsd_ffmpeg *kiv_bridge_ffmpeg(void) noexcept
 {
     try {
-        return loaded().strc_error.empty() ? &loaded().dsc_ffmpeg : nullptr;
+        const auto &dsl_loaded = loaded();
+        return dsl_loaded.strc_error.empty() ? &dsl_loaded.dsc_ffmpeg : nullptr;
     } catch (const std::bad_alloc &) {
         return nullptr;
     }

@@ -80,9 +80,9 @@ public:
     static int get(AVCodecContext *adsp_context, AVFrame *adsp_frame) noexcept
     {
         const bool bl_video = adsp_context->codec_type == AVMEDIA_TYPE_VIDEO;
-        const dsd_planes &dsl_planes = planes_of(bl_video, adsp_frame->format,
-                                                 bl_video ? adsp_frame->width : adsp_frame->channels,
-                                                 bl_video ? adsp_frame->height : adsp_frame->nb_samples);
+        const dsd_planes &dsl_planes =
+            planes_of(bl_video, adsp_frame->format, bl_video ? adsp_frame->width : adsp_frame->channels,
+                      bl_video ? adsp_frame->height : adsp_frame->nb_samples);
         bytes *adsl_memory = s_pool.take(dsl_planes.ulc_size);
         fill(dsl_planes, *adsl_memory, adsp_frame->data, adsp_frame->linesize);
         std::ranges::copy(adsp_frame->data, adsp_frame->base);
@@ -149,8 +149,8 @@ private:
     static void fill(const dsd_planes &dsp_planes, bytes &dsp_memory, uint8_t *(&aautp_planes)[8],
                      int (&ainp_lengths)[8])
     {
-        auto *autl_start = dsp_memory.data() + ul_alignment -
-                           reinterpret_cast<uintptr_t>(dsp_memory.data()) % ul_alignment;
+        auto *autl_start =
+            dsp_memory.data() + ul_alignment - reinterpret_cast<uintptr_t>(dsp_memory.data()) % ul_alignment;
         for (size_t ull_plane = 0; ull_plane < dsp_planes.ulc_count; ++ull_plane)
             if (ull_plane == 0 || dsp_planes.aulc_offsets[ull_plane] != 0)
                 aautp_planes[ull_plane] = autl_start + dsp_planes.aulc_offsets[ull_plane];
