@@ -35,6 +35,8 @@ KNOWN = [
     (r"^(animation|av1|dnxhr|eac3|ffv1|flv1|g726|hevc|jpeg2000|mlp|opus|pcm_bluray|pcm_s24be|picture|qtrle|speex|truehd|tta|vp9|"
      r"wavpack)", "", "calls"),
 ]
+if list(pathlib.Path(OTHER).glob("libavcodec.so.61")):
+    KNOWN.append((r"vorbis", r"--pieces|--cut", "calls"))
 SUM = {"picture": 8, "block": 7}  # the column of the sum
 
 

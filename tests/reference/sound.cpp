@@ -12,6 +12,7 @@ namespace
 
 constexpr AVCodecID ie_mpeg_audio = AV_CODEC_ID_MP3; // the decoder of every layer
 constexpr size_t ul_incomplete = 31;                 // so few bytes always wait for more
+constexpr int in_most_channels = 32;                 // the library has no memory for more, which damaged AAC asks for
 
 template <class T> T sample_at(const uint8_t *autp_plane, int inp_index)
 {
@@ -116,6 +117,8 @@ private:
         const AVPacket dsl_packet = packet_of(utc_rest.empty() ? nullptr : utl_padded.data(), utc_rest.size());
         int inl_frame = 0;
         const int inl_used = avcodec_decode_audio4(dsc_context.get(), dsc_frame.get(), &inl_frame, &dsl_packet);
+        if (dsc_context->channels > in_most_channels)
+            return {-1, false};
         if (inl_used >= 0 && inl_frame != 0)
             take_frame(*dsc_frame);
         return {inl_used, inl_used >= 0 && inl_frame != 0};
