@@ -38,6 +38,20 @@ c_mediareader *reader_of(jlong ilp_handle)
     return from_handle<c_mediareader>(ilp_handle, "ilp_hreader == 0", 2701);
 }
 
+/** Lays a packet out as PacketFields. */
+std::array<jlong, PacketFields::SIZE_WITH_LENGTH> fields_of(const AVPacket &dsp_packet)
+{
+    std::array<jlong, PacketFields::SIZE_WITH_LENGTH> aill_fields{};
+    aill_fields[PacketFields::STREAM] = dsp_packet.stream_index;
+    aill_fields[PacketFields::PRESENTATION_TIME] = dsp_packet.pts;
+    aill_fields[PacketFields::DECODING_TIME] = dsp_packet.dts;
+    aill_fields[PacketFields::DURATION] = dsp_packet.duration;
+    aill_fields[PacketFields::FLAGS] = dsp_packet.flags;
+    aill_fields[PacketFields::POSITION] = dsp_packet.pos;
+    aill_fields[PacketFields::LENGTH] = dsp_packet.size;
+    return aill_fields;
+}
+
 } // namespace
 
 JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1open(JNIEnv *adsp_env, jclass,
@@ -123,16 +137,34 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
         c_avpacket dsl_packet;
         if (!dsl_reader.read(dsp_env, dsl_packet))
             return nullptr;
-        const AVPacket &dsl_avpacket = *dsl_packet.packet();
-        std::array<jlong, PacketFields::SIZE> aill_fields{};
-        aill_fields[PacketFields::STREAM] = dsl_avpacket.stream_index;
-        aill_fields[PacketFields::PRESENTATION_TIME] = dsl_avpacket.pts;
-        aill_fields[PacketFields::DECODING_TIME] = dsl_avpacket.dts;
-        aill_fields[PacketFields::DURATION] = dsl_avpacket.duration;
-        aill_fields[PacketFields::FLAGS] = dsl_avpacket.flags;
-        aill_fields[PacketFields::POSITION] = dsl_avpacket.pos;
-        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, aill_fields.data());
+        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, fields_of(*dsl_packet.packet()).data());
         return to_java(dsp_env, std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));
+    });
+}
+
+JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1read_1stream(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader, jint imp_stream, jbyteArray avop_buffer, jlongArray avop_packet)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jbyteArray {
+        c_mediareader &dsl_reader = *reader_of(ilp_reader);
+        if (avop_packet == nullptr || dsp_env.get_array_length(avop_packet) < PacketFields::SIZE_WITH_LENGTH)
+            throw_ffmpeg_exception(2707, "packet array is null or shorter than ", PacketFields::SIZE_WITH_LENGTH);
+        c_avpacket dsl_packet;
+        do {
+            dsl_packet.free_payload();
+            if (!dsl_reader.read(dsp_env, dsl_packet))
+                return nullptr;
+        } while (dsl_packet.packet()->stream_index != imp_stream);
+        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE_WITH_LENGTH,
+                                 fields_of(*dsl_packet.packet()).data());
+        if (avop_buffer == nullptr || dsp_env.get_array_length(avop_buffer) < dsl_packet.size())
+            return to_java(dsp_env,
+                           std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));
+        if (dsl_packet.size() > 0)
+            dsp_env.set_array_region(avop_buffer, 0, dsl_packet.size(),
+                                     reinterpret_cast<const jbyte *>(dsl_packet.data()));
+        return avop_buffer;
     });
 }
 

@@ -9,6 +9,7 @@ import java.util.zip.CRC32C;
 import kiv.media.ffmpeg.index.FilmMap;
 import kiv.media.ffmpeg.index.PacketExaminer;
 import kiv.media.ffmpeg.index.PacketIndex;
+import kiv.media.ffmpeg.natives.PacketFields;
 
 /**
  * Gives the pictures that decoding a whole film gives, and decodes as little of it as it can. It begins where the heads of
@@ -26,6 +27,10 @@ final class FilmDecoder implements FilmPictures {
     private final PacketExaminer examiner;
     private FilmMap map;
     private FilmClock clock;
+
+    /** Of the packet that is read. */
+    private byte[] buffer = {};
+    private final long[] fields = new long[PacketFields.SIZE_WITH_LENGTH];
 
     /** Null before it is needed. */
     private FilmRun run;
@@ -73,23 +78,24 @@ final class FilmDecoder implements FilmPictures {
         if (map.hasEnded()) {
             return false;
         }
-        Packet packet;
+        byte[] bytes;
         try {
-            do {
-                packet = reader.read();
-            } while (packet != null && packet.streamIndex() != stream.index());
+            bytes = reader.readStream(stream.index(), buffer, fields);
         } catch (MediaFormatException e) {
             if (map.index().size() == 0) {
                 throw e;
             }
-            packet = null; // as for all who decode it: what is behind the damage is left out
+            bytes = null; // as for all who decode it: what is behind the damage is left out
         }
-        if (packet == null) {
+        if (bytes == null) {
             map.end();
         } else {
-            map.add(packet.bytes(), packet.size(), packet.toNative());
+            map.add(bytes, (int) fields[PacketFields.LENGTH], fields);
+            if (bytes != buffer) {
+                buffer = new byte[bytes.length + (bytes.length >> 1)];
+            }
         }
-        return packet != null;
+        return bytes != null;
     }
 
     /** Makes a picture known. @return whether the film has it */

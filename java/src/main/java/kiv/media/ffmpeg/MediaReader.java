@@ -233,12 +233,7 @@ public final class MediaReader implements AutoCloseable {
 
     private Packet read(long address) throws IOException {
         long[] fields = new long[PacketFields.SIZE];
-        byte[] bytes;
-        try {
-            bytes = c_mediareader_ffmpeg.n_reader_read(address, fields);
-        } catch (RuntimeException e) {
-            throw failed(source, "cannot read the next packet", e);
-        }
+        byte[] bytes = check(() -> c_mediareader_ffmpeg.n_reader_read(address, fields));
         if (bytes == null) {
             return null;
         }
@@ -246,6 +241,32 @@ public final class MediaReader implements AutoCloseable {
             learnStreams(address, fields[PacketFields.STREAM] + 1);
         }
         return Packet.ofNative(bytes, fields);
+    }
+
+    /**
+     * Reads the next packet of one stream, and skips others. Not to be mixed with {@link #seek}.
+     *
+     * @param buffer receives the bytes, when it is long enough
+     * @param fields receives what describes the packet, laid out as {@link PacketFields} with the length
+     * @return the buffer, or a new array when that is too short; null at the end
+     */
+    byte[] readStream(int stream, byte[] buffer, long[] fields) throws IOException {
+        return handle.call(address -> check(
+                () -> c_mediareader_ffmpeg.n_reader_read_stream(address, stream, buffer, fields)));
+    }
+
+    /** Reads a packet. */
+    @FunctionalInterface
+    private interface PacketRead {
+        byte[] bytes() throws IOException;
+    }
+
+    private byte[] check(PacketRead read) throws IOException {
+        try {
+            return read.bytes();
+        } catch (RuntimeException e) {
+            throw failed(source, "cannot read the next packet", e);
+        }
     }
 
     /**

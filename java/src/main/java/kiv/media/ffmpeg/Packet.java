@@ -75,18 +75,6 @@ public final class Packet {
                 (fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0);
     }
 
-    /** {@return what describes the packet, laid out as {@link PacketFields}} */
-    long[] toNative() {
-        long[] fields = new long[PacketFields.SIZE];
-        fields[PacketFields.STREAM] = streamIndex;
-        fields[PacketFields.PRESENTATION_TIME] = presentationTime;
-        fields[PacketFields.DECODING_TIME] = decodingTime;
-        fields[PacketFields.DURATION] = duration;
-        fields[PacketFields.FLAGS] = (key ? PacketFlags.KEY : 0) | (damaged ? PacketFlags.DAMAGED : 0);
-        fields[PacketFields.POSITION] = position;
-        return fields;
-    }
-
     /** {@return the index of the stream in {@link MediaReader#streams()}} */
     public int streamIndex() {
         return streamIndex;

@@ -29,8 +29,9 @@ final class PacketFetcher implements AutoCloseable {
     /** The place of the packet that comes next; -1 when it is unknown. */
     private int next;
     /** The packet at that place, if it was read already. */
-    private Packet ahead;
+    private byte[] ahead;
     private boolean seeksBytes;
+    private final long[] fields = new long[PacketFields.SIZE_WITH_LENGTH];
 
     PacketFetcher(Opening opening, PacketIndex index, MediaStream stream) {
         this.opening = opening;
@@ -47,7 +48,7 @@ final class PacketFetcher implements AutoCloseable {
         if (reader == null || next < 0 || place < next || place > next + NEAR) {
             move(place);
         }
-        Packet packet = advance(place);
+        byte[] packet = advance(place);
         if (packet == null) {
             reopen();
             packet = advance(place);
@@ -56,19 +57,20 @@ final class PacketFetcher implements AutoCloseable {
             throw new MediaFormatException("the bytes have changed since they were read first: packet " + place
                     + " is gone");
         }
-        long[] fields = new long[PacketFields.SIZE];
         fields[PacketFields.STREAM] = stream;
         fields[PacketFields.PRESENTATION_TIME] = place;
         fields[PacketFields.DECODING_TIME] = place;
-        return Packet.ofNative(packet.bytes(), fields);
+        fields[PacketFields.DURATION] = 0;
+        fields[PacketFields.FLAGS] = 0;
+        return Packet.ofNative(packet, fields);
     }
 
     /** Reads up to a place. @return the packet there; null when another one came */
-    private Packet advance(int place) throws IOException {
+    private byte[] advance(int place) throws IOException {
         while (next >= 0 && next <= place) {
-            Packet packet = ahead != null ? ahead : read();
+            byte[] packet = ahead != null ? ahead : read();
             ahead = null;
-            if (packet == null || !index.matches(next, packet.bytes())) {
+            if (packet == null || !index.matches(next, packet)) {
                 next = -1;
                 return null;
             }
@@ -79,13 +81,9 @@ final class PacketFetcher implements AutoCloseable {
         return null;
     }
 
-    private Packet read() throws IOException {
+    private byte[] read() throws IOException {
         try {
-            Packet packet = reader.read();
-            while (packet != null && packet.streamIndex() != stream) {
-                packet = reader.read();
-            }
-            return packet;
+            return reader.readStream(stream, null, fields);
         } catch (MediaFormatException e) {
             return null;
         }
@@ -140,11 +138,11 @@ final class PacketFetcher implements AutoCloseable {
     /** Looks where the reader is. @return whether that is at or before a place, from which on all packets are as indexed */
     private boolean find(int place) throws IOException {
         for (int unknown = 0; unknown < MOST_UNKNOWN; unknown++) {
-            Packet packet = read();
+            byte[] packet = read();
             if (packet == null) {
                 return false;
             }
-            int at = index.find(packet.bytes(), place);
+            int at = index.find(packet, place);
             if (at > place) {
                 return false;
             }

@@ -1,5 +1,8 @@
 package kiv.media.ffmpeg.index;
 
+import java.lang.invoke.MethodHandles;
+import java.lang.invoke.VarHandle;
+import java.nio.ByteOrder;
 import java.util.Objects;
 import java.util.Set;
 
@@ -22,6 +25,9 @@ public abstract class PacketExaminer {
     /** Codecs each picture of which is coded alone. */
     private static final Set<String> ALONE = Set.of("dvvideo", "prores", "dnxhd", "huffyuv", "ffvhuff", "utvideo", "png",
             "jpeg2000", "v210", "webp");
+
+    private static final VarHandle LONGS = MethodHandles.byteArrayViewVarHandle(long[].class, ByteOrder.LITTLE_ENDIAN);
+    private static final long LOW_BITS = 0x7F7F7F7F7F7F7F7FL;
 
     private boolean headersChanged;
     private boolean sequenceBegins;
@@ -117,14 +123,29 @@ public abstract class PacketExaminer {
 
     /** Finds the next start code. @return the place of the byte behind 0, 0, 1, or the end */
     static int nextStartCode(byte[] bytes, int from, int end) {
-        int at = from + 2;
-        while (at < end) {
-            int value = bytes[at];
-            if (value == 1 && bytes[at - 1] == 0 && bytes[at - 2] == 0) {
-                return at + 1;
+        int at = from;
+        while (at + Long.BYTES <= end) {
+            // Eight bytes at a time, few of which have two zeroes in a row. The sum sets the highest bit where a byte is no 0.
+            long here = (long) LONGS.get(bytes, at);
+            long zeroes = ~((here & LOW_BITS) + LOW_BITS | here) & ~LOW_BITS;
+            if ((zeroes & zeroes >>> Byte.SIZE) != 0) {
+                int found = startCode(bytes, at, Math.min(at + Long.BYTES - 1, end - 2));
+                if (found >= 0) {
+                    return found;
+                }
             }
-            at += value == 0 || value == 1 ? 1 : 3;
+            at += Long.BYTES - 1;
         }
-        return end;
+        int found = startCode(bytes, at, end - 2);
+        return found < 0 ? end : found;
+    }
+
+    private static int startCode(byte[] bytes, int from, int last) {
+        for (int at = from; at < last; at++) {
+            if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] == 1) {
+                return at + 3;
+            }
+        }
+        return -1;
     }
 }

@@ -7,8 +7,8 @@ import java.util.Map;
 /** Examines packets of units: H.264 and HEVC, with start codes or with the length of each unit before it. */
 abstract class UnitExaminer extends PacketExaminer {
 
-    /** Heads of slices are shorter. */
-    static final int MOST_OF_SLICE = 64;
+    /** What is read of the heads of slices is shorter: seven codes of 16 bits at most. */
+    static final int MOST_OF_SLICE = 24;
     static final int MOST_OF_HEADERS = 4096;
 
     /** Bytes of the length before a unit; 0 for start codes. */

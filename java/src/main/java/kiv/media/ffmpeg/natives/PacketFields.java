@@ -8,6 +8,9 @@ public final class PacketFields {
     /** Elements of the array. */
     @Native public static final int SIZE = 6;
 
+    /** Elements of the array with {@link #LENGTH}. */
+    @Native public static final int SIZE_WITH_LENGTH = 7;
+
     /** Index of the stream. */
     @Native public static final int STREAM = 0;
 
@@ -25,6 +28,9 @@ public final class PacketFields {
 
     /** Where it begins in the container, in bytes; -1 when unknown. */
     @Native public static final int POSITION = 5;
+
+    /** How many bytes it has; not in an array of {@link #SIZE} elements. */
+    @Native public static final int LENGTH = 6;
 
     private PacketFields() {
     }

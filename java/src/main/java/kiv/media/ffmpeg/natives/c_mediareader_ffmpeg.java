@@ -110,6 +110,19 @@ public final class c_mediareader_ffmpeg {
     public static native byte[] n_reader_read(long reader, long[] packet) throws IOException;
 
     /**
+     * Reads the next packet of one stream. Packets of other streams are skipped.
+     *
+     * @param reader a reader's handle
+     * @param stream the stream
+     * @param buffer receives the packet's bytes when it is long enough; may be null
+     * @param packet receives {@link PacketFields#SIZE_WITH_LENGTH} elements, laid out as {@link PacketFields}
+     * @return the buffer, or a new array of the packet's bytes when that is too short; null at the end
+     * @throws IOException when the source throws it
+     */
+    public static native byte[] n_reader_read_stream(long reader, int stream, byte[] buffer, long[] packet)
+            throws IOException;
+
+    /**
      * Moves to a position in the container.
      *
      * @param reader a reader's handle
