@@ -90,18 +90,20 @@ c_ffmpeg *require_functions(c_ffmpeg *adsp_ffmpeg)
 
 } // namespace
 
-c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source,
+c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
                              const c_reader_limits::values &ailp_limits)
     : dsc_ffmpeg(require_functions(adsp_ffmpeg)),
       dsc_limits(ailp_limits),
       dsc_demuxer(dsc_limits),
-      dsc_source(dsp_env, avop_source, dsc_limits)
+      dsc_source(dsp_env, avop_source, iep_access, dsc_limits)
 {
     TRACE_FUNCTION(3);
     undecoded_codecs::remove_parsers();
     dsc_source.set_container(&dsc_format);
     AVInputFormat *adsl_format = probe(dsp_env);
     dsc_source.restart(dsp_env);
+    if (std::string_view(adsl_format->name).starts_with("mov,"))
+        dsc_source.expect_boxes();
     dsc_format.context()->pb = dsc_source.io();
     // Otherwise side data is merged into the bytes, where decoders of other libraries do not expect it.
     dsc_format.context()->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_KEEP_SIDE_DATA;

@@ -38,10 +38,11 @@ public:
     /**
      * @param adsp_ffmpeg the reader holds a reference to it
      * @param avop_source a c_mediareader_source
+     * @param iep_access how the source can be read
      * @param ailp_limits what opening may cost, laid out as ReaderLimitFields
      * @throws c_ffmpeg_exception when the bytes are no such container, or when a limit is exceeded
      */
-    c_mediareader(c_ffmpeg *adsp_ffmpeg, const kiv::jni::c_jnienv &dsp_env, jobject avop_source,
+    c_mediareader(c_ffmpeg *adsp_ffmpeg, const kiv::jni::c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
                   const c_reader_limits::values &ailp_limits);
     ~c_mediareader() = default;
     c_mediareader(const c_mediareader &) = delete;

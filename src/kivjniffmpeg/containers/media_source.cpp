@@ -22,6 +22,12 @@ namespace
 constexpr int32_t im_io_buffer_size = natives::c_mediareader_source::BUFFER_SIZE;
 
 /**
+ * Who reads forward only enlarges the buffer, to be able to go back. FFmpeg 2.5 to 2.8 make it smaller again in portions of
+ * 32 KiB, and end the process when it was larger than that in the beginning.
+ */
+constexpr int32_t im_small_io_buffer_size = 32 * 1024;
+
+/**
  * The most bytes that FFmpeg gets at once while a container is opened. It asks again after each portion, so that the
  * limits are looked at between one track of an MP4 and the next.
  */
@@ -42,8 +48,9 @@ void c_mediasource::dsd_free_io::operator()(AVIOContext *adsp_io) const noexcept
     g_avutil.av_freep(&adsp_io);
 }
 
-c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, c_reader_limits &dsp_limits)
-    : dsc_limits(dsp_limits)
+c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
+                             c_reader_limits &dsp_limits)
+    : dsc_limits(dsp_limits), iec_access(iep_access), bc_keeping(iep_access == ie_access::ie_forward)
 {
     TRACE_FUNCTION(3);
     if (avop_source == nullptr)
@@ -52,8 +59,10 @@ c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, c_rea
     {
         const c_local_ref dsl_class(dsp_env.raw(), dsp_env.raw()->GetObjectClass(avop_source));
         adsc_read = dsp_env.get_method_id(dsl_class.get(), "m_read", "(I)I");
-        adsc_seek = dsp_env.get_method_id(dsl_class.get(), "m_seek", "(J)J");
-        adsc_size = dsp_env.get_method_id(dsl_class.get(), "m_size", "()J");
+        if (iec_access == ie_access::ie_anywhere) {
+            adsc_seek = dsp_env.get_method_id(dsl_class.get(), "m_seek", "(J)J");
+            adsc_size = dsp_env.get_method_id(dsl_class.get(), "m_size", "()J");
+        }
         const jmethodID adsl_buffer = dsp_env.get_method_id(dsl_class.get(), "m_buffer", "()Ljava/nio/ByteBuffer;");
         const c_local_ref dsl_buffer(dsp_env.raw(), dsp_env.call_object_method(avop_source, adsl_buffer));
         avoc_buffer.reset(dsp_env.NewGlobalRef(dsl_buffer.get()));
@@ -64,11 +73,15 @@ c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, c_rea
 
 void c_mediasource::make_io()
 {
-    auto *autl_io_buffer = static_cast<unsigned char *>(g_avutil.av_malloc(im_io_buffer_size));
+    const bool bl_forward = iec_access == ie_access::ie_forward;
+    const bool bl_small = bl_forward && g_avutil.kiv_bridge_description == nullptr;
+    const int32_t iml_size = bl_small ? im_small_io_buffer_size : im_io_buffer_size;
+    auto *autl_io_buffer = static_cast<unsigned char *>(g_avutil.av_malloc(static_cast<size_t>(iml_size)));
     if (autl_io_buffer == nullptr)
         throw std::bad_alloc();
-    adsc_io.reset(g_avformat.avio_alloc_context(autl_io_buffer, im_io_buffer_size, 0, this, &c_mediasource::read,
-                                                nullptr, &c_mediasource::seek));
+    // Without a function that seeks, FFmpeg's readers take the road for pipes.
+    adsc_io.reset(g_avformat.avio_alloc_context(autl_io_buffer, iml_size, 0, this, &c_mediasource::read, nullptr,
+                                                bl_forward ? nullptr : &c_mediasource::seek));
     if (adsc_io == nullptr) {
         g_avutil.av_freep(&autl_io_buffer);
         throw std::bad_alloc();
@@ -78,7 +91,13 @@ void c_mediasource::make_io()
 void c_mediasource::restart(const c_jnienv &dsp_env)
 {
     TRACE_FUNCTION(3);
-    move(dsp_env, 0);
+    if (iec_access == ie_access::ie_forward) {
+        bc_keeping = false;
+        utc_repeated = utc_kept;
+        dsc_endless_parts.jump();
+    } else {
+        move(dsp_env, 0);
+    }
     check(dsp_env);
     make_io();
 }
@@ -99,12 +118,16 @@ void c_mediasource::check(const c_jnienv &dsp_env) const
         throw kiv::jni::c_jniexception("media source");
     if (strc_complaint != nullptr)
         throw_ffmpeg_exception(2605, "media source returned ", strc_complaint, ": ", ilc_complaint_value);
+    if (dsc_boxes.samples_first())
+        throw_ffmpeg_exception(2624,
+                               "its index is at its end, behind the samples (moov behind mdat), which is out of reach"
+                               " where bytes are read forward only");
     dsc_limits.check();
 }
 
 bool c_mediasource::may_go_on() noexcept
 {
-    return strc_complaint == nullptr &&
+    return strc_complaint == nullptr && !dsc_boxes.samples_first() &&
            dsc_limits.allow(adsc_container != nullptr ? adsc_container->context() : nullptr);
 }
 
@@ -136,11 +159,17 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
             return 0; // as for FFmpeg's own files: an AVIOContext would keep an error even after seeking back
         if (dsp_source.strc_complaint != nullptr)
             return AVERROR_EXIT;
-        std::span<const uint8_t> &utl_pending = dsp_source.utc_pending;
-        const size_t ull_most = dsp_source.dsc_limits.is_opening() ? ul_portion : utl_pending.size();
-        const size_t ull_count = std::min({utl_pending.size(), static_cast<size_t>(inp_length), ull_most});
-        std::memcpy(autp_to, utl_pending.data(), ull_count);
-        utl_pending = utl_pending.subspan(ull_count);
+        // Who reads other containers forward only goes back within a portion.
+        const bool bl_portion = dsp_source.dsc_limits.is_opening() &&
+                                (dsp_source.iec_access == ie_access::ie_anywhere || dsp_source.bc_boxes);
+        const auto ull_wanted = static_cast<size_t>(inp_length);
+        const auto utl_bytes = dsp_source.take(bl_portion ? std::min(ull_wanted, ul_portion) : ull_wanted);
+        const size_t ull_count = utl_bytes.size();
+        std::memcpy(autp_to, utl_bytes.data(), ull_count);
+        if (dsp_source.bc_keeping)
+            dsp_source.utc_kept.insert(dsp_source.utc_kept.end(), utl_bytes.begin(), utl_bytes.end());
+        if (dsp_source.bc_boxes)
+            dsp_source.dsc_boxes.pass(utl_bytes);
         if (dsp_source.dsc_limits.is_opening())
             dsp_source.dsc_endless_parts.rename({autp_to, ull_count});
         return static_cast<int64_t>(ull_count);
@@ -150,6 +179,10 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
 /** Has Java read, unless there are bytes. @return false at the end; otherwise there are bytes or a complaint */
 bool c_mediasource::fill(const c_jnienv &dsp_env, int64_t ilp_wanted)
 {
+    if (!utc_repeated.empty())
+        return true;
+    if (!bc_keeping)
+        utc_kept = {};
     bc_at_end = bc_behind_known_end;
     if (bc_at_end || !utc_pending.empty())
         return !bc_at_end;
@@ -163,7 +196,18 @@ bool c_mediasource::fill(const c_jnienv &dsp_env, int64_t ilp_wanted)
         dsc_limits.add_bytes(iml_count);
         utc_pending = {autc_bytes, static_cast<size_t>(iml_count)};
     }
+    // What is read forward only is not asked again behind its end.
+    bc_behind_known_end = bc_at_end && iec_access == ie_access::ie_forward;
     return !bc_at_end;
+}
+
+/** The next bytes, at most so many: those that are repeated, or Java's. */
+std::span<const uint8_t> c_mediasource::take(size_t ulp_most) noexcept
+{
+    std::span<const uint8_t> &utl_from = utc_repeated.empty() ? utc_pending : utc_repeated;
+    const auto utl_bytes = utl_from.first(std::min(utl_from.size(), ulp_most));
+    utl_from = utl_from.subspan(utl_bytes.size());
+    return utl_bytes;
 }
 
 int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept

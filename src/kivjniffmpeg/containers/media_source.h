@@ -3,6 +3,7 @@
 
 #include "jni/jnienv.h"
 #include "kivjniffmpeg/containers/endless_parts.h"
+#include "kivjniffmpeg/containers/forward_boxes.h"
 #include "kivjniffmpeg/containers/reader_limits.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
@@ -11,9 +12,18 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
+
+/** How a source can be read. */
+enum class ie_access : uint8_t
+{
+    ie_anywhere,
+    ie_forward, /**< FFmpeg does not seek and knows no size */
+};
 
 /**
- * FFmpeg's AVIOContext on a Java object that reads, seeks and knows its size (c_mediareader_source).
+ * FFmpeg's AVIOContext on a Java object that reads, and unless it is read forward only seeks and knows its size
+ * (c_mediareader_source).
  *
  * The bytes come through the object's one direct buffer, so no array is pinned while Java or FFmpeg works. Uses the
  * environment registered for the calling thread: it is made, used and destroyed inside exported functions only.
@@ -31,7 +41,8 @@ public:
      * @throws kiv::jni::c_jniexception when the source lacks a method or throws; the Java exception is then pending
      * @throws std::bad_alloc
      */
-    c_mediasource(const kiv::jni::c_jnienv &dsp_env, jobject avop_source, c_reader_limits &dsp_limits);
+    c_mediasource(const kiv::jni::c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
+                  c_reader_limits &dsp_limits);
     ~c_mediasource() = default;
     c_mediasource(const c_mediasource &) = delete;
     c_mediasource &operator=(const c_mediasource &) = delete;
@@ -44,13 +55,17 @@ public:
 
     /**
      * Begins anew at the first byte, with an empty AVIOContext. What was read to recognise the format would otherwise be
-     * in its buffer, and FFmpeg would not ask for it in portions.
+     * in its buffer, and FFmpeg would not ask for it in portions. A source that is read forward only keeps what was read
+     * until then, which is about a megabyte at most.
      *
      * @throws kiv::jni::c_jniexception when the source throws
      * @throws c_ffmpeg_exception when the source does not go to its start
      * @throws std::bad_alloc
      */
     void restart(const kiv::jni::c_jnienv &dsp_env);
+
+    /** From now on the order of the boxes is looked at: the bytes are an MP4 or QuickTime file. */
+    void expect_boxes() noexcept { bc_boxes = iec_access == ie_access::ie_forward; }
 
     /** How often Java was asked for bytes. */
     uint64_t reads() const noexcept { return ulc_reads; }
@@ -62,8 +77,8 @@ public:
      * Called whenever FFmpeg has returned.
      *
      * @throws kiv::jni::c_jniexception when a Java exception is pending
-     * @throws c_ffmpeg_exception when the source returned an invalid value, or when a limit was exceeded; the source is
-     *         unusable from then on
+     * @throws c_ffmpeg_exception when the source returned an invalid value, when a limit was exceeded, or when a container
+     *         cannot be read forward only; the source is unusable from then on
      */
     void check(const kiv::jni::c_jnienv &dsp_env) const;
 
@@ -85,18 +100,25 @@ private:
     void make_io();
     void find_buffer(const kiv::jni::c_jnienv &dsp_env);
     bool fill(const kiv::jni::c_jnienv &dsp_env, int64_t ilp_wanted);
+    std::span<const uint8_t> take(size_t ulp_most) noexcept;
     int64_t ask_size(const kiv::jni::c_jnienv &dsp_env);
     int64_t move(const kiv::jni::c_jnienv &dsp_env, int64_t ilp_position);
     int64_t reject(const char *strp_complaint, int64_t ilp_value) noexcept;
 
     c_reader_limits &dsc_limits;
+    ie_access iec_access;
     const c_avformat_ctx *adsc_container = nullptr;
     c_endless_parts dsc_endless_parts;
     c_global_ref avoc_source;
     c_global_ref avoc_buffer; // keeps the memory below
     const uint8_t *autc_bytes = nullptr;
     int64_t ilc_capacity = 0;
-    std::span<const uint8_t> utc_pending; // bytes of the buffer that FFmpeg has not taken
+    std::span<const uint8_t> utc_pending;  // bytes of the buffer that FFmpeg has not taken
+    bool bc_keeping = false;               // what is read can be read again, once
+    std::vector<uint8_t> utc_kept;         // until it was read again
+    std::span<const uint8_t> utc_repeated; // what is left of it
+    bool bc_boxes = false;
+    c_forward_boxes dsc_boxes;
     jmethodID adsc_read = nullptr;
     jmethodID adsc_seek = nullptr;
     jmethodID adsc_size = nullptr;

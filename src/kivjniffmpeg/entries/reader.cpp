@@ -52,6 +52,15 @@ std::array<jlong, PacketFields::SIZE_WITH_LENGTH> fields_of(const AVPacket &dsp_
     return aill_fields;
 }
 
+c_reader_limits::values limits_of(const c_jnienv &dsp_env, jlongArray avop_limits)
+{
+    c_reader_limits::values aill_limits{};
+    if (avop_limits == nullptr || dsp_env.get_array_length(avop_limits) < natives::ReaderLimitFields::SIZE)
+        throw_ffmpeg_exception(2704, "array of limits is null or shorter than ", natives::ReaderLimitFields::SIZE);
+    dsp_env.get_array_region(avop_limits, 0, natives::ReaderLimitFields::SIZE, aill_limits.data());
+    return aill_limits;
+}
+
 } // namespace
 
 JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1open(JNIEnv *adsp_env, jclass,
@@ -61,8 +70,9 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2702);
-        return to_handle(
-            std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, c_reader_limits::usual()).release());
+        return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_anywhere,
+                                                         c_reader_limits::usual())
+                             .release());
     });
 }
 
@@ -72,11 +82,21 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2702);
-        c_reader_limits::values aill_limits{};
-        if (avop_limits == nullptr || dsp_env.get_array_length(avop_limits) < natives::ReaderLimitFields::SIZE)
-            throw_ffmpeg_exception(2704, "array of limits is null or shorter than ", natives::ReaderLimitFields::SIZE);
-        dsp_env.get_array_region(avop_limits, 0, natives::ReaderLimitFields::SIZE, aill_limits.data());
-        return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, aill_limits).release());
+        return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_anywhere,
+                                                         limits_of(dsp_env, avop_limits))
+                             .release());
+    });
+}
+
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1open_1forward(
+    JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg, jobject avop_source, jlongArray avop_limits)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
+        auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2708);
+        return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_forward,
+                                                         limits_of(dsp_env, avop_limits))
+                             .release());
     });
 }
 

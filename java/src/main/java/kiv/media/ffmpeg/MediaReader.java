@@ -1,8 +1,10 @@
 package kiv.media.ffmpeg;
 
 import java.io.IOException;
+import java.io.InputStream;
 import java.io.UncheckedIOException;
 import java.lang.ref.Reference;
+import java.nio.channels.ReadableByteChannel;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
@@ -37,7 +39,7 @@ import kiv.media.ffmpeg.natives.c_mediareader_source;
  * }
  * }</pre>
  *
- * <p>A reader reads one file or channel only. No content can make the process open anything else. A reader may move
+ * <p>A reader reads one file, channel or stream only. No content can make the process open anything else. A reader may move
  * from thread to thread, but two threads must not call it at the same time: the second one gets a
  * {@link MediaStateException}. So does each call after {@link #close()}.
  */
@@ -51,18 +53,20 @@ public final class MediaReader implements AutoCloseable {
     private static final int FURTHEST_BACK = 1 << 16;
 
     private final NativeHandle handle;
-    private final SeekableByteChannel channel;
+    private final ReadableByteChannel channel;
     private final c_mediareader_source source;
+    private final boolean seekable;
     private final String formatName;
     private final long[] info;
     private volatile List<MediaStream> streams = List.of();
     /** Packets that were read to verify a seek. */
     private final Deque<Packet> ahead = new ArrayDeque<>();
 
-    private MediaReader(long address, SeekableByteChannel channel, c_mediareader_source source) {
+    private MediaReader(long address, ReadableByteChannel channel, c_mediareader_source source, boolean seekable) {
         this.handle = new NativeHandle("reader", this, address, c_mediareader_ffmpeg::n_reader_delete);
         this.channel = channel;
         this.source = source;
+        this.seekable = seekable;
         try {
             this.formatName = c_mediareader_ffmpeg.n_reader_get_format_name(address);
             this.info = c_mediareader_ffmpeg.n_reader_get_info(address);
@@ -129,17 +133,92 @@ public final class MediaReader implements AutoCloseable {
         long[] fields = limits.toNative();
         c_mediareader_source source = new c_mediareader_source(channel);
         channel.position(0);
+        return open(channel, source, true, "not a media file that can be read",
+                context -> c_mediareader_ffmpeg.n_reader_open_within(context, source, fields));
+    }
+
+    /**
+     * Opens a channel that is read forward only, from where it is. Otherwise as {@link #open(InputStream)}.
+     *
+     * @param channel the bytes, in blocking mode
+     * @return its reader, which the caller closes
+     * @throws IOException when the channel cannot be read
+     * @throws MediaFormatException when the bytes are no media of a known kind, or cannot be read forward only
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(ReadableByteChannel channel) throws IOException {
+        return open(channel, ReaderLimits.USUAL);
+    }
+
+    /**
+     * Opens a channel that is read forward only, within limits of the caller's. Otherwise as {@link #open(InputStream)}.
+     *
+     * @param channel the bytes, in blocking mode
+     * @param limits what opening may cost
+     * @return its reader, which the caller closes
+     * @throws IOException when the channel cannot be read
+     * @throws MediaFormatException when the bytes are no media of a known kind, when they exceed a limit, or cannot be read
+     *     forward only
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(ReadableByteChannel channel, ReaderLimits limits) throws IOException {
+        long[] fields = limits.toNative();
+        c_mediareader_source source = new c_mediareader_source(channel);
+        return open(channel, source, false, "not media that can be read forward only",
+                context -> c_mediareader_ffmpeg.n_reader_open_forward(context, source, fields));
+    }
+
+    /**
+     * Opens a stream of bytes, such as that of a socket, a pipe or a download. It is read forward only, in constant memory:
+     * of the stream the reader keeps at most the megabyte by which FFmpeg recognises the container, until it is open.
+     *
+     * <p>Such a reader does not {@linkplain #seek(Duration) seek}, so there is no {@link Film} of it. Mostly the duration is
+     * unknown. An MP4 whose index is at its end cannot be read, and neither can other containers that are read by what is
+     * at their end.
+     *
+     * <p>The stream is read inside the reader's methods, on the thread that calls them, which wait for its bytes. Its
+     * exceptions come out of these methods as they are. The reader uses the stream alone and closes it. When this method
+     * throws, the stream stays open. To end a call that waits, close the stream or interrupt the thread, as the stream
+     * permits.
+     *
+     * @param stream the bytes, from where it is
+     * @return its reader, which the caller closes
+     * @throws IOException when the stream cannot be read
+     * @throws MediaFormatException when the bytes are no media of a known kind, or cannot be read forward only
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(InputStream stream) throws IOException {
+        return open(stream, ReaderLimits.USUAL);
+    }
+
+    /**
+     * Opens a stream of bytes within limits of the caller's. Otherwise as {@link #open(InputStream)}.
+     *
+     * @param stream the bytes, from where it is
+     * @param limits what opening may cost
+     * @return its reader, which the caller closes
+     * @throws IOException when the stream cannot be read
+     * @throws MediaFormatException when the bytes are no media of a known kind, when they exceed a limit, or cannot be read
+     *     forward only
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static MediaReader open(InputStream stream, ReaderLimits limits) throws IOException {
+        return open((ReadableByteChannel) new StreamChannel(stream), limits);
+    }
+
+    private static MediaReader open(ReadableByteChannel channel, c_mediareader_source source, boolean seekable,
+            String failure, NativeHandle.Call<Long, IOException> opening) throws IOException {
         long context = FfmpegLibrary.context();
         long address;
         try {
-            address = c_mediareader_ffmpeg.n_reader_open_within(context, source, fields);
+            address = opening.on(context);
         } catch (RuntimeException e) {
-            throw failed(source, "not a media file that can be read", e);
+            throw failed(source, failure, e);
         } finally {
             // The source alone does not keep the channel reachable.
             Reference.reachabilityFence(channel);
         }
-        return new MediaReader(address, channel, source);
+        return new MediaReader(address, channel, source, seekable);
     }
 
     /** Opens the bytes of a channel. */
@@ -182,6 +261,11 @@ public final class MediaReader implements AutoCloseable {
      */
     public String formatName() {
         return formatName;
+    }
+
+    /** {@return whether the bytes can be read anywhere, so that {@link #seek(Duration)} can do its work} */
+    public boolean isSeekable() {
+        return seekable;
     }
 
     /** {@return the duration of the medium; empty when unknown} */
@@ -297,6 +381,7 @@ public final class MediaReader implements AutoCloseable {
      *
      * @param time on the container's time line, cut to microseconds
      * @throws IllegalArgumentException when the time is beyond 64 bits of microseconds
+     * @throws MediaException when the bytes are read forward only
      * @throws MediaStateException when the reader is closed or in use
      * @throws IOException when the bytes cannot be read
      * @throws MediaFormatException when the container does not support it
@@ -315,6 +400,7 @@ public final class MediaReader implements AutoCloseable {
         // Rounded down, except for what the conversion itself makes too small.
         long target = (long) Math.floor(ticks + 1e-6 * Math.max(1, Math.abs(ticks) * 1e-6));
         handle.call(address -> {
+            requireSeekable();
             seek(address, c_mediareader_ffmpeg.NO_STREAM, micros);
             if (stream != null && stream.timeBase().toDouble() > 0) {
                 settle(address, stream, target);
@@ -335,6 +421,7 @@ public final class MediaReader implements AutoCloseable {
      * @param stream a stream of this reader
      * @param time in units of the stream's time base
      * @throws IllegalArgumentException when the stream belongs to another reader, or the time is {@link Packet#NO_TIME}
+     * @throws MediaException when the bytes are read forward only
      * @throws MediaStateException when the reader is closed or in use
      * @throws IOException when the bytes cannot be read
      * @throws MediaFormatException when the container does not support it
@@ -343,10 +430,18 @@ public final class MediaReader implements AutoCloseable {
         check(stream);
         checkTime(time);
         handle.call(address -> {
+            requireSeekable();
             seek(address, stream.index(), time);
             settle(address, stream, time);
             return null;
         });
+    }
+
+    private void requireSeekable() {
+        if (!seekable) {
+            throw new MediaException("the reader cannot seek, because it reads a stream forward only; open a file or a"
+                    + " SeekableByteChannel instead");
+        }
     }
 
     /** Verifies where a seek has ended, and looks further back when that is too late. */
@@ -457,9 +552,9 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
-     * Closes the reader and its channel. A second call does nothing. Streams and packets stay usable.
+     * Closes the reader and its channel or stream. A second call does nothing. Streams and packets stay usable.
      *
-     * @throws IOException when the channel cannot be closed
+     * @throws IOException when the channel or stream cannot be closed
      * @throws MediaStateException when another thread calls the reader
      */
     @Override

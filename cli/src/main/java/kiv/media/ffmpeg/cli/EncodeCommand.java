@@ -107,7 +107,7 @@ final class EncodeCommand implements Callable<Integer> {
             throw wrongUsage(bitRate < 1 ? "--bitrate takes a number from 1" : format + " takes no --bitrate");
         }
         long start = System.nanoTime();
-        try (MediaReader reader = input.open()) {
+        try (MediaReader reader = input.openForward()) {
             MediaStream sound = reader.firstAudio()
                     .orElseThrow(() -> new MediaFormatException(input.about("no audio stream")));
             if (input.isInput(out)) {

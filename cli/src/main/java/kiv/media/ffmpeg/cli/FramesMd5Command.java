@@ -80,7 +80,7 @@ final class FramesMd5Command implements Callable<Integer> {
     @Override
     public Integer call() throws IOException {
         out = spec.commandLine().getOut();
-        try (MediaReader reader = input.open()) {
+        try (MediaReader reader = input.openForward()) {
             packets = new PacketSource(input, reader, this::warn);
             MediaStream stream = choose(reader);
             if (stream.kind() == MediaKind.VIDEO) {

@@ -65,7 +65,7 @@ final class InfoCommand implements Callable<Integer> {
     }
 
     private int look(MediaInput input, Display display) throws IOException {
-        try (MediaReader reader = input.openWhole()) {
+        try (MediaReader reader = input.openForward()) {
             display.of(reader);
             OutputFile.flushStandardOutput(spec.commandLine().getOut());
             // Everything asked for is there, so the exit status is that of a whole file.

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
 import java.io.PrintWriter;
+import java.nio.channels.ReadableByteChannel;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -79,13 +80,23 @@ final class MediaInput {
                 && Files.isSameFile(output, FileNames.existing(argument));
     }
 
-    /** Opens the file when all of it is there, because some containers tell more at their end. */
-    MediaReader openWhole() throws IOException {
-        if (isStandardInput()) {
-            standardInput = StandardInput.open();
-            standardInput.fetchAll();
-        }
-        return open();
+    /**
+     * Opens the file for reading it once, from its beginning. Standard input is read forward only then, and kept no longer
+     * than until it is open, unless its container cannot be read like that.
+     */
+    MediaReader openForward() throws IOException {
+        return open(bytes -> {
+            if (!isStandardInput() || !standardInput.isKept()) {
+                return MediaReader.open(bytes);
+            }
+            try {
+                MediaReader reader = MediaReader.open((ReadableByteChannel) bytes);
+                standardInput.keepNoMore();
+                return reader;
+            } catch (MediaFormatException e) {
+                return MediaReader.open(bytes);
+            }
+        });
     }
 
     /** Opens the bytes of the file. */
@@ -112,7 +123,7 @@ final class MediaInput {
         SeekableByteChannel bytes = bytes();
         boolean opened = false;
         try {
-            T result = LoopGuard.watch(LOOPS, this::giveUp, () -> opening.open(bytes));
+            T result = LoopGuard.watch(isStandardInput() ? LOOPS.multipliedBy(2) : LOOPS, this::giveUp, () -> opening.open(bytes));
             opened = true;
             return result;
         } catch (UnsupportedCodecException e) {

@@ -18,19 +18,24 @@ import java.util.UUID;
 
 /**
  * Standard input as bytes that can be read anywhere and again. What has come is kept in a temporary file, which loses its
- * name as soon as it is open: however the process ends, nothing is left. No more is read than is asked for. One thread at
- * a time may use it.
+ * name as soon as it is open: however the process ends, nothing is left. No more is read than is asked for. Who reads
+ * forward only ends the keeping. One thread at a time may use it.
  */
 final class StandardInput {
 
     private static final Path DESCRIPTOR = Path.of("/proc/self/fd/0");
     private static final int PIECE = 1 << 16;
+    /** Bytes of the end that are known without the file, by which it shows whether something is missing. */
+    private static final int RECENT = 1 << 20;
 
     private final FileChannel source;
     private final FileChannel kept;
     private final Path directory;
     private final ByteBuffer piece = ByteBuffer.allocateDirect(PIECE);
     private long size;
+    private long keptSize;
+    /** The last bytes, by their position modulo its length; null while all are kept. */
+    private byte[] recent;
     private boolean complete;
 
     private StandardInput(FileChannel source, FileChannel kept, Path directory) {
@@ -72,27 +77,47 @@ final class StandardInput {
         return kept == null ? Files.newByteChannel(DESCRIPTOR) : new Bytes();
     }
 
+    /** Returns whether what comes is kept, because it comes only once. */
+    boolean isKept() {
+        return kept != null;
+    }
+
+    /** From now on bytes are read in their order. Of those that come only the last ones can be read again, others are zeros. */
+    void keepNoMore() {
+        recent = new byte[RECENT];
+    }
+
     private int read(ByteBuffer to, long position) throws IOException {
         while (position >= size && !complete) {
             fetch();
         }
-        return position >= size ? -1 : kept.read(to, position);
-    }
-
-    /** Waits for the last byte. */
-    void fetchAll() throws IOException {
-        while (kept != null && !complete) {
-            fetch();
+        if (position >= size) {
+            return -1;
         }
+        if (position < keptSize) {
+            return kept.read(to, position);
+        }
+        int count = (int) Math.min(Math.min(to.remaining(), size - position), RECENT);
+        for (long at = position; at < position + count; at++) {
+            to.put(at < size - RECENT ? 0 : recent[(int) (at % RECENT)]);
+        }
+        return count;
     }
 
     private void fetch() throws IOException {
         complete = source.read(piece.clear()) < 0;
         piece.flip();
+        if (recent != null) {
+            while (piece.hasRemaining()) {
+                recent[(int) (size++ % RECENT)] = piece.get();
+            }
+            return;
+        }
         try {
             while (piece.hasRemaining()) {
                 size += kept.write(piece, size);
             }
+            keptSize = size;
         } catch (IOException e) {
             throw notKept(directory, e);
         }

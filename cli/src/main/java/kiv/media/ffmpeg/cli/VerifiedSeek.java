@@ -37,7 +37,7 @@ final class VerifiedSeek {
      * @return a reader, at the file's beginning when no later place is early enough
      */
     static MediaReader open(MediaInput input, Duration time, boolean withSound) throws IOException {
-        MediaReader reader = input.open();
+        MediaReader reader = time == null ? input.openForward() : input.open();
         try {
             Optional<MediaStream> video = reader.firstVideo();
             // Decoding sound alone is fast, so seeking would gain nothing.

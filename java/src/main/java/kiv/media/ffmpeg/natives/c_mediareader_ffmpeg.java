@@ -40,6 +40,19 @@ public final class c_mediareader_ffmpeg {
     public static native long n_reader_open_within(long context, Object source, long[] limits) throws IOException;
 
     /**
+     * Opens a container whose bytes are read forward only: FFmpeg's reader does not seek, and knows no size.
+     *
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}, which outlives the reader
+     * @param source the bytes, a {@link c_mediareader_source} that only this reader uses
+     * @param limits what opening may cost, laid out as {@link ReaderLimitFields}; all are positive
+     * @return the reader's handle, never 0
+     * @throws IOException when the source throws it
+     * @throws RuntimeException when the bytes are no known container, a limit is exceeded, or the container cannot be read
+     *     forward only
+     */
+    public static native long n_reader_open_forward(long context, Object source, long[] limits) throws IOException;
+
+    /**
      * Lists the containers that are read.
      *
      * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}

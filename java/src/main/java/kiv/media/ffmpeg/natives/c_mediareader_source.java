@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.lang.annotation.Native;
 import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
+import java.nio.channels.ReadableByteChannel;
 import java.nio.channels.SeekableByteChannel;
 import java.util.Objects;
 
@@ -26,16 +27,17 @@ public final class c_mediareader_source {
     /**
      * Weak, because native code keeps this source, and a channel that refers to its reader would keep the reader too.
      */
-    private final WeakReference<SeekableByteChannel> channel;
+    private final WeakReference<ReadableByteChannel> channel;
     private final ByteBuffer buffer = ByteBuffer.allocateDirect(BUFFER_SIZE);
     private Throwable failure;
 
     /**
      * Creates the source for one reader. The caller keeps the channel reachable: this object does not.
      *
-     * @param channel the container's bytes, used by this source alone
+     * @param channel the container's bytes, used by this source alone; a {@link SeekableByteChannel}, unless the reader
+     *     is opened by {@link c_mediareader_ffmpeg#n_reader_open_forward}
      */
-    public c_mediareader_source(SeekableByteChannel channel) {
+    public c_mediareader_source(ReadableByteChannel channel) {
         this.channel = new WeakReference<>(Objects.requireNonNull(channel, "channel"));
     }
 
@@ -79,8 +81,8 @@ public final class c_mediareader_source {
             throw new IOException("seek to the negative position " + position);
         }
         try {
-            channel().position(position);
-            return channel().position();
+            seekable().position(position);
+            return seekable().position();
         } catch (RuntimeException | Error e) {
             failure = e;
             throw e;
@@ -95,7 +97,7 @@ public final class c_mediareader_source {
      */
     public long m_size() throws IOException {
         try {
-            return channel().size();
+            return seekable().size();
         } catch (RuntimeException | Error e) {
             failure = e;
             throw e;
@@ -128,8 +130,15 @@ public final class c_mediareader_source {
         return count;
     }
 
-    private SeekableByteChannel channel() throws IOException {
-        SeekableByteChannel open = channel.get();
+    private SeekableByteChannel seekable() throws IOException {
+        if (channel() instanceof SeekableByteChannel open) {
+            return open;
+        }
+        throw new IOException("the channel does not seek");
+    }
+
+    private ReadableByteChannel channel() throws IOException {
+        ReadableByteChannel open = channel.get();
         if (open == null) {
             throw new IOException("the channel is gone");
         }
