@@ -384,6 +384,9 @@ void c_decoder::deliver(real_frame dsp_frame, AVFrame &dsp_to)
         dsp_to.reference = dsl_got.reference;
         dsp_to.reordered_opaque = dsl_got.reordered_opaque;
         std::ranges::copy(dsl_got.base, dsp_to.base);
+        // The palette that no pixel needs, and that only the 56 line has.
+        if (dsp_to.data[1] == nullptr)
+            dsp_to.data[1] = dsl_got.data[1];
     }
     if (dsc_context.refcounted_frames != 0)
         old::move_buffers(dsc_ffmpeg, dsp_frame.get(), dsp_to);

@@ -229,8 +229,8 @@ final class Attempts {
     private static void attempt(Runnable work) {
         try {
             work.run();
-        } catch (MediaException | UnsupportedOperationException e) {
-            // The rest may be whole, and a damaged picture without a palette cannot be converted.
+        } catch (MediaException e) {
+            // The rest may be whole.
         }
     }
 
