@@ -32,6 +32,11 @@ constexpr int32_t im_small_io_buffer_size = 32 * 1024;
  * limits are looked at between one track of an MP4 and the next.
  */
 constexpr size_t ul_portion = 256;
+/**
+ * By how much the portions differ. Equal ones fill the buffer of FFmpeg 2.8's FLAC parser to its last byte. Within a frame
+ * of more than 80 KiB the parser then drops the file.
+ */
+constexpr size_t ul_portion_variation = 32;
 
 } // namespace
 
@@ -163,7 +168,8 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
         const bool bl_portion = dsp_source.dsc_limits.is_opening() &&
                                 (dsp_source.iec_access == ie_access::ie_anywhere || dsp_source.bc_boxes);
         const auto ull_wanted = static_cast<size_t>(inp_length);
-        const auto utl_bytes = dsp_source.take(bl_portion ? std::min(ull_wanted, ul_portion) : ull_wanted);
+        const size_t ull_portion = ul_portion - dsp_source.ulc_portions++ % ul_portion_variation;
+        const auto utl_bytes = dsp_source.take(bl_portion ? std::min(ull_wanted, ull_portion) : ull_wanted);
         const size_t ull_count = utl_bytes.size();
         std::memcpy(autp_to, utl_bytes.data(), ull_count);
         if (dsp_source.bc_keeping)

@@ -123,6 +123,7 @@ private:
     jmethodID adsc_seek = nullptr;
     jmethodID adsc_size = nullptr;
     uint64_t ulc_reads = 0;
+    size_t ulc_portions = 0;     // that FFmpeg got
     int64_t ilc_known_size = -1; // as Java returned it last; -1 for unknown
     bool bc_at_end = false;
     bool bc_behind_known_end = false;     // FFmpeg is behind the end, and Java was not told

@@ -36,7 +36,7 @@ import org.junit.jupiter.params.provider.MethodSource;
 class MediaReaderTest {
 
     static Stream<Path> files() {
-        return Stream.of(TestMedia.clips().stream().map(TestMedia.Clip::file), Stream.of("vorbis.ogg", "flac.flac")
+        return Stream.of(TestMedia.clips().stream().map(TestMedia.Clip::file), Stream.of("vorbis.ogg", "flac.flac", "flac_24.flac")
                 .map(TestMedia::stream), TestMedia.pcmSources().stream().map(TestMedia.Sound::file)).flatMap(all -> all);
     }
 
