@@ -32,8 +32,8 @@ KNOWN = [
     (r"^amr", r"--pcm", "calls"),
     (r"\.(mp4|mov|m4a|ogg)$|^dv_pal\.dv|\.ts$|^h264.*\.(h264|avi)$", "--list-packets", "calls"),
     # What the 56 line decodes otherwise, or not at all.
-    (r"^(animation|av1|dnxhr|eac3|ffv1|flv1|g726|hevc|jpeg2000|mlp|opus|pcm_bluray|pcm_s24be|picture|qtrle|speex|truehd|tta|vp9|"
-     r"wavpack)", "", "calls"),
+    (r"^(animation|av1|dnxhr|dsd|eac3|ffv1|flv1|g726|hevc|jpeg2000|mlp|opus|pcm_bluray|pcm_s24be|picture|qtrle|speex|truehd|tta|"
+     r"vp9|wavpack)", "", "calls"),
 ]
 if list(pathlib.Path(OTHER).glob("libavcodec.so.61")):
     KNOWN.append((r"vorbis", r"--pieces|--cut", "calls"))

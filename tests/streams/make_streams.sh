@@ -328,6 +328,24 @@ heard adpcm_ima_qt.mov stereo 44100 -c:a adpcm_ima_qt
 heard adpcm_swf.flv mono 22050 -c:a adpcm_swf
 heard g726.wav mono 8000 -c:a g726
 heard g726.au mono 8000 -c:a g726le -b:a 32k
+# ffmpeg encodes neither DSD nor layer I of MPEG audio. Any bits are DSD: a block of one channel, then one of the other.
+# A frame of layer I allots 3 bits to each sample here; any scale factors and samples may follow.
+file=bits_small.g722 encode -f lavfi -i "$(seconds=9 sounds mono 16000)" -c:a g722 -f g722
+number() { printf "\\x$(printf %02x $(($1 & 255)))"; (($2 == 1)) || number $(($1 >> 8)) $(($2 - 1)); } # little-endian
+listed() { list "$1" audio "$(file=$1 probe a:0 codec_name | tr -d ,)" >>codecs.tsv; }
+for sample_bits in 1 8; do
+    {
+        printf 'DSD ' && number 28 8 && number $((28 + 52 + 12 + 65536)) 8 && number 0 8
+        printf 'fmt ' && number 52 8 && number 1 4 && number 0 4 && number 2 4 && number 2 4 && number 2822400 4
+        number $sample_bits 4 && number $((32768 * 8)) 8 && number 4096 4 && number 0 4
+        printf data && number $((12 + 65536)) 8 && head -c 65536 bits_small.g722
+    } >dsd_$sample_bits.dsf
+    listed dsd_$sample_bits.dsf
+done
+for frame in {1..40}; do
+    printf '\xff\xff\xc4\x00' && printf '\x22%.0s' {1..32} && head -c 348
+done <bits_small.g722 >mp1.mp1
+listed mp1.mp1
 # Codecs that FFmpeg decodes and the library does not
 both=(-f lavfi -i testsrc2=size=160x120:rate=25:duration=0.4 -f lavfi -i sine=sample_rate=22050:duration=0.4)
 file=snow_mp3.avi encode "${both[@]}" -flags +bitexact -c:v snow -c:a libmp3lame
