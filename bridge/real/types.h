@@ -23,7 +23,6 @@ struct output_format;   // AVOutputFormat
 struct frame_side_data; // AVFrameSideData
 struct scaler;          // SwsContext
 struct resampler;       // SwrContext
-struct parser;          // AVCodecParserContext
 
 /** The front of AVBufferRef, the same in all lines. */
 struct dsd_buffer
@@ -97,6 +96,18 @@ struct codec_descriptor
     int id;
     int type;
     const char *name;
+};
+
+/** The front of AVCodecParserContext. */
+struct parser
+{
+    uint8_t utc_gap0[40];
+    int pict_type;
+    int repeat_pict;
+    int64_t pts;
+    int64_t dts;
+    uint8_t utc_gap1[168];
+    int key_frame;
 };
 
 /** The front of AVInputFormat. */

@@ -242,6 +242,18 @@ struct AVCodecParser
     AVCodecID codec_ids[5]; /**< the codecs that it parses; AV_CODEC_ID_NONE for an element that is not used */
 };
 
+/** The state of one parser; front part only, FFmpeg allocates it. */
+struct AVCodecParserContext
+{
+    uint8_t autc_gap0[40];
+    int pict_type;
+    uint8_t autc_gap1[4];
+    int64_t pts;
+    int64_t dts;
+    uint8_t autc_gap2[168];
+    int key_frame; /**< 1 or 0; -1 when the parser does not know */
+};
+
 /**
  * One stream of a container; front part only. The number of entries in its index is private to libavformat, and at the
  * same place in 2.5 to 2.8.
@@ -441,6 +453,10 @@ static_assert(offsetof(AVInputFormat, flags) == 16);
 static_assert(offsetof(AVInputFormat, read_packet) == 88);
 static_assert(sizeof(AVInputFormat) == 168);
 static_assert(sizeof(AVCodecParser) == 20);
+static_assert(offsetof(AVCodecParserContext, pict_type) == 40);
+static_assert(offsetof(AVCodecParserContext, pts) == 48);
+static_assert(offsetof(AVCodecParserContext, dts) == 56);
+static_assert(offsetof(AVCodecParserContext, key_frame) == 232);
 static_assert(offsetof(AVStream, index) == 0);
 static_assert(offsetof(AVStream, codec) == 8);
 static_assert(offsetof(AVStream, priv_data) == 16);

@@ -72,6 +72,10 @@
     X(const char *, avcodec_get_name, (AVCodecID))                                                                     \
     X(AVCodec *, av_codec_next, (const AVCodec *))                                                                     \
     X(AVCodecParser *, av_parser_next, (const AVCodecParser *))                                                        \
+    X(AVCodecParserContext *, av_parser_init, (int))                                                                   \
+    X(int, av_parser_parse2, (AVCodecParserContext *, AVCodecContext *, uint8_t **, int *, const uint8_t *, int,       \
+                              int64_t, int64_t, int64_t))                                                              \
+    X(void, av_parser_close, (AVCodecParserContext *))                                                                 \
     X(uint8_t *, av_packet_new_side_data, (AVPacket *, int, int))
 
 #define KIV_AVFORMAT_EXTENSIONS(X)                                                                                     \

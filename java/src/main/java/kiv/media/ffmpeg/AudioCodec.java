@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.util.Arrays;
+import java.util.Objects;
 import java.util.function.IntPredicate;
 import java.util.stream.Collectors;
 
@@ -124,7 +125,7 @@ public enum AudioCodec {
      * @return whether it takes them
      */
     public boolean accepts(SampleFormat samples) {
-        return switch (samples) {
+        return switch (Objects.requireNonNull(samples, "samples")) {
             case PCM_16 -> true;
             case PCM_32 -> this == FLAC || this == ALAC;
             case FLOAT -> this == OPUS || this == VORBIS;

@@ -22,6 +22,9 @@ import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
  */
 public final class MediaStream {
 
+    /** The index of the only stream of a splitter, which is 0 for its users. */
+    private static final int SPLITTER = -1;
+
     private final int index;
     private final long[] fields;
     private final String codecName;
@@ -42,9 +45,19 @@ public final class MediaStream {
         this.extradata = extradata.clone();
     }
 
+    /** Describes a stream that no container holds. */
+    static MediaStream ofSplitter(long[] fields, String codecName) {
+        return new MediaStream(SPLITTER, fields, codecName, new byte[0]);
+    }
+
+    /** Whether no container holds the stream, and its bytes state the size of its pictures. */
+    boolean isOfSplitter() {
+        return index == SPLITTER;
+    }
+
     /** {@return the stream's index in {@link MediaReader#streams()}, from 0} */
     public int index() {
-        return index;
+        return Math.max(index, 0);
     }
 
     /** {@return the kind of its data} */
@@ -71,12 +84,12 @@ public final class MediaStream {
         return (int) fields[StreamFields.CODEC_TAG];
     }
 
-    /** {@return width of the pictures in pixels} */
+    /** {@return width of the pictures in pixels; 0 when only the pictures state it} */
     public int width() {
         return (int) fields[StreamFields.WIDTH];
     }
 
-    /** {@return height of the pictures in pixels} */
+    /** {@return height of the pictures in pixels; 0 when only the pictures state it} */
     public int height() {
         return (int) fields[StreamFields.HEIGHT];
     }
@@ -242,7 +255,7 @@ public final class MediaStream {
 
     @Override
     public String toString() {
-        return "MediaStream[" + index + ": " + kind() + " " + codecName
+        return "MediaStream[" + index() + ": " + kind() + " " + codecName
                 + (kind() == MediaKind.VIDEO ? " " + width() + "x" + height() : "") + "]";
     }
 }

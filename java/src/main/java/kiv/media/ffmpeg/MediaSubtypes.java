@@ -100,6 +100,19 @@ public final class MediaSubtypes {
                 : Optional.empty();
     }
 
+    /** {@return FFmpeg's short name of a subtype's codec; empty for a codec whose packets come in containers only} */
+    static String codecName(String subtype) {
+        int codec = ROWS.stream().filter(row -> row.subtype.equals(subtype)).mapToInt(Row::codecId).findFirst().orElse(0);
+        return switch (codec) {
+            case 1 -> "mpeg1video";
+            case 2 -> "mpeg2video";
+            case 5 -> "h263";
+            case 13 -> "mpeg4";
+            case H264 -> "h264";
+            default -> "";
+        };
+    }
+
     /** {@return every subtype that the library decodes} */
     public static List<String> all() {
         return ROWS.stream().map(Row::subtype).toList();

@@ -4,6 +4,7 @@ import java.nio.ByteBuffer;
 import java.util.Objects;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.PacketFlags;
+import kiv.media.ffmpeg.natives.SplitterFields;
 
 /**
  * A unit of a stream's compressed data as its container holds it; for video, one picture. Times are in units of the
@@ -20,6 +21,8 @@ public final class Packet {
     public static final long NO_TIME = Long.MIN_VALUE;
 
     private static final long NO_POSITION = -1;
+    /** Marks a packet whose bytes nobody has cut but the caller. */
+    private static final long OF_CALLER = -2;
     private static final byte[] EMPTY = {};
 
     private final byte[] bytes;
@@ -44,7 +47,8 @@ public final class Packet {
     }
 
     /**
-     * Creates a packet that no {@link MediaReader} read.
+     * Creates a packet that no {@link MediaReader} read. Its bytes are a whole packet; {@link PacketSplitter} cuts streams of
+     * bytes into those.
      *
      * @param bytes the compressed data, copied
      * @param streamIndex the index of its stream, at least 0
@@ -59,12 +63,18 @@ public final class Packet {
         if (streamIndex < 0) {
             throw new IllegalArgumentException("negative stream index " + streamIndex);
         }
-        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, NO_POSITION, false);
+        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, OF_CALLER, false);
     }
 
     /** Creates a packet of an encoder without copying its bytes. Decoding can start with it. */
     static Packet ofEncoder(byte[] bytes, long time, long duration) {
         return new Packet(bytes, 0, time, time, duration, true, NO_POSITION, false);
+    }
+
+    /** Creates a packet of a splitter without copying its bytes. */
+    static Packet ofSplitter(byte[] bytes, long[] fields) {
+        return new Packet(bytes, 0, fields[SplitterFields.PRESENTATION_TIME], fields[SplitterFields.DECODING_TIME], 0,
+                (fields[SplitterFields.FLAGS] & PacketFlags.KEY) != 0, NO_POSITION, false);
     }
 
     /** Creates a packet of the native reader without copying its bytes. */
@@ -102,7 +112,12 @@ public final class Packet {
 
     /** {@return its position in the container in bytes; -1 when unknown} */
     public long position() {
-        return position;
+        return Math.max(position, NO_POSITION);
+    }
+
+    /** Whether nobody has cut its bytes but the caller, who may not know where packets end. */
+    boolean isOfCaller() {
+        return position == OF_CALLER;
     }
 
     /** Whether the container knows that bytes of it are missing or wrong. */

@@ -41,6 +41,7 @@ public final class VideoDecoder implements AutoCloseable {
     /** Null when the packets are no reader's. */
     private final MediaStream stream;
     private final PacketFilter filter;
+    private final WholePacketCheck wholePackets;
     private final PacketTimes times = new PacketTimes();
     private final PictureClock clock;
     /** Whether pictures state the presentation times of their own packet and of the one whose decoding delivered them. */
@@ -59,6 +60,7 @@ public final class VideoDecoder implements AutoCloseable {
         this.stream = stream;
         this.numbered = numbered;
         this.filter = new PacketFilter(stream);
+        this.wholePackets = new WholePacketCheck(format.codecName(), format.extradata());
         this.clock = new PictureClock(stream == null ? new Rational(0, 0) : stream.frameRate(), format.timeBase());
     }
 
@@ -141,16 +143,19 @@ public final class VideoDecoder implements AutoCloseable {
      * Decodes a packet. The decoder delivers pictures in the order in which they are shown, so a picture may come some
      * packets later than its own packet.
      *
-     * @param packet the stream's next packet
+     * @param packet the stream's next packet, which is whole: one picture or its two fields
      * @return the pictures that are ready, often exactly one; the caller owns each of them
      * @throws DecodeException when the packet is damaged; the next call returns the pictures that were finished before
-     * @throws IllegalArgumentException when the packet belongs to another stream
+     * @throws IllegalArgumentException when the packet belongs to another stream, or when a packet of {@link Packet#of} holds
+     *     several pictures, as a whole file does. Only the first of those packets is examined, and those that are larger than
+     *     all before
      * @throws MediaStateException when the decoder is closed or in use
      * @throws MediaException when there is no memory left for a picture
      */
     public List<Picture> decode(Packet packet) {
         filter.check(packet);
         return call(address -> {
+            wholePackets.check(packet);
             decode(address, packet);
             return deliver();
         });

@@ -35,8 +35,8 @@ public final class VideoFormat {
             Rational timeBase, MediaStream stream) {
         this.subtype = subtype;
         this.fourcc = fourcc;
-        this.width = checkedSide("width", width);
-        this.height = checkedSide("height", height);
+        this.width = width;
+        this.height = height;
         this.bitCount = bitCount;
         this.extradata = Objects.requireNonNull(extradata, "extradata").clone();
         this.timeBase = Objects.requireNonNull(timeBase, "timeBase");
@@ -63,7 +63,7 @@ public final class VideoFormat {
         if (bitCount < 0) {
             throw new IllegalArgumentException("negative number of bits per pixel " + bitCount);
         }
-        return new VideoFormat(subtype, 0, width, height, bitCount, extradata, timeBase, null);
+        return new VideoFormat(subtype, 0, checkedSide("width", width), checkedSide("height", height), bitCount, extradata, timeBase, null);
     }
 
     /**
@@ -83,12 +83,12 @@ public final class VideoFormat {
         if (subtype.isEmpty() && !stream.isSupported()) {
             throw stream.unsupported();
         }
-        if (!isSide(stream.width()) || !isSide(stream.height())) {
+        if (!stream.isOfSplitter() && (!isSide(stream.width()) || !isSide(stream.height()))) {
             throw new MediaFormatException("pictures of an impossible size: " + stream);
         }
         return new VideoFormat(subtype.orElseGet(() -> MediaSubtypes.of(stream.codecTag())), stream.codecTag(),
                 stream.width(), stream.height(), stream.bitsPerCodedSample(), stream.extradata(), stream.timeBase(),
-                subtype.isPresent() ? null : stream);
+                subtype.isPresent() && !stream.isOfSplitter() ? null : stream);
     }
 
     /**
@@ -99,12 +99,12 @@ public final class VideoFormat {
         return subtype;
     }
 
-    /** {@return the pictures' width in pixels} */
+    /** {@return the pictures' width in pixels; 0 when only the pictures of a {@link PacketSplitter} state it} */
     public int width() {
         return width;
     }
 
-    /** {@return the pictures' height in pixels} */
+    /** {@return the pictures' height in pixels; 0 when only the pictures of a {@link PacketSplitter} state it} */
     public int height() {
         return height;
     }
@@ -129,6 +129,11 @@ public final class VideoFormat {
         return stream == null
                 ? c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, subtype, toNative(), extradata, null, pictures)
                 : c_codecs_ffmpeg.n_create_vcodec(context, stream.toNative(), extradata, null, pictures);
+    }
+
+    /** {@return FFmpeg's short name of the codec; empty for a codec that is not cut into packets} */
+    String codecName() {
+        return stream == null ? MediaSubtypes.codecName(subtype) : stream.codecName();
     }
 
     /** The format laid out as {@link VideoFormatLayout}. */

@@ -48,15 +48,20 @@
  * }
  * }</pre>
  *
- * <p>Raw H.264 with start codes, such as that of a camera. Without a container, the program states the format itself.
+ * <p>Raw H.264 with start codes, such as that of a camera, out of a socket. Without a container, the program names the codec.
  * Closing a picture releases its memory for the next one:
  *
  * <pre>{@code
- * static void rawH264(Iterable<byte[]> units, Consumer<BufferedImage> screen) {
- *     VideoFormat format = VideoFormat.of(MediaSubtypes.H264_ANNEX_B, 320, 240, 0, new byte[0], new Rational(1, 25));
- *     try (VideoDecoder decoder = VideoDecoder.open(format)) {
- *         for (byte[] unit : units) {
- *             Packet packet = Packet.of(unit, 0, Packet.NO_TIME, Packet.NO_TIME, false);
+ * static void rawH264(InputStream camera, Consumer<BufferedImage> screen) throws IOException {
+ *     try (PacketSplitter splitter = PacketSplitter.open("h264");
+ *             VideoDecoder decoder = VideoDecoder.open(splitter.stream())) {
+ *         byte[] piece = new byte[65536];
+ *         for (int count; (count = camera.read(piece)) >= 0;) {
+ *             for (Packet packet : splitter.push(piece, 0, count)) {
+ *                 decoder.decode(packet).forEach(picture -> show(picture, screen));
+ *             }
+ *         }
+ *         for (Packet packet : splitter.finish()) {
  *             decoder.decode(packet).forEach(picture -> show(picture, screen));
  *         }
  *         decoder.finish().forEach(picture -> show(picture, screen));

@@ -16,6 +16,7 @@ import java.lang.reflect.Modifier;
 import java.nio.ByteBuffer;
 import java.nio.channels.Channels;
 import java.nio.channels.ClosedChannelException;
+import java.nio.channels.ReadableByteChannel;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.channels.WritableByteChannel;
 import java.nio.file.Files;
@@ -187,7 +188,7 @@ class MisuseTest {
         VALUES.put(long.class, List.of(Long.MIN_VALUE, Long.MIN_VALUE + 1, -1L, 0L, 1L, 1L << 31, Long.MAX_VALUE));
         VALUES.put(double.class, List.of(Double.NaN, Double.NEGATIVE_INFINITY, -1.0, 0.0, 1.0, Double.MAX_VALUE));
         VALUES.put(boolean.class, List.of(true, false));
-        VALUES.put(String.class, values(null, "", "avc1", "bgra", "song.mp3", MediaSubtypes.H264_AVC1,
+        VALUES.put(String.class, values(null, "", "h264", "avc1", "bgra", "song.mp3", MediaSubtypes.H264_AVC1,
                 "\0\uD800", "x".repeat(99_999)));
         VALUES.put(byte[].class, values(null, new byte[0], noise(1), noise(18), noise(4096), noise(70_001)));
         VALUES.put(Path.class, values(null, Path.of(""), directory.resolve("pipe"), directory,
@@ -206,6 +207,7 @@ class MisuseTest {
         Stream.of(HostileChannel.Way.values()).filter(way -> way != HostileChannel.Way.ONE_BY_ONE)
                 .forEach(way -> channels.add(new HostileChannel(filmBytes, way, RANDOM.nextInt(50))));
         VALUES.put(SeekableByteChannel.class, channels);
+        VALUES.put(ReadableByteChannel.class, values(null, channels.get(1), new HostileChannel(filmBytes)));
         VALUES.put(WritableByteChannel.class, values(null, new HostileChannel(filmBytes),
                 Channels.newChannel(OutputStream.nullOutputStream())));
         // Some raw formats have so weak a mark that it turns up in noise.
