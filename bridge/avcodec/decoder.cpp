@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -19,6 +20,8 @@ namespace
 
 constexpr int in_invalid_data = -1094995529; // AVERROR_INVALIDDATA
 constexpr int in_flag_reference = 1;         // AV_GET_BUFFER_FLAG_REF
+constexpr int in_intra_only = 1 << 0;        // AV_CODEC_PROP_INTRA_ONLY
+constexpr int in_picture_intra = 1;          // AV_PICTURE_TYPE_I
 constexpr uint32_t um_sequence_end = 0x000001B7;
 
 bool is_mpeg_audio(AVCodecID iep_codec)
@@ -95,8 +98,15 @@ int c_decoder::open()
 {
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->context;
     old::configure_real(dsc_ffmpeg, dsc_context, dsc_real.get(), dsc_codec.dsc_old.type);
+    // Some FFmpegs do not mark all of these pictures: 7.1 marks none that its threads decode.
+    const real::codec_descriptor *adsl_descriptor = dsc_ffmpeg.avcodec_descriptor_get(dsc_codec.adsc_real->id);
+    bc_marks_key_pictures = !is_sound() && adsl_descriptor != nullptr && (adsl_descriptor->props & in_intra_only) != 0;
     dsl_layout.opaque.of(dsc_real.get()) = this;
-    if (dsc_context.get_buffer != nullptr || (is_sound() && !is_pcm(dsc_codec.dsc_old.id)))
+    std::memcpy(utc_callers_context, &dsc_context, old::ul_context_size);
+    auto &dsl_callers = *reinterpret_cast<AVCodecContext *>(utc_callers_context);
+    old::context::internal.of(&dsl_callers) = static_cast<ca_state *>(this);
+    if (dsc_context.get_buffer != nullptr || dsc_context.get_buffer2 != nullptr ||
+        (is_sound() && !is_pcm(dsc_codec.dsc_old.id)))
         dsl_layout.get_buffer2.of(dsc_real.get()) = &c_decoder::get_buffer2;
     choose_options();
     if (const int inl_result = dsc_ffmpeg.avcodec_open2(dsc_real.get(), dsc_codec.adsc_real, nullptr); inl_result < 0)
@@ -144,12 +154,36 @@ int c_decoder::get_buffer2(real::context *adsp_context, real::frame *adsp_frame,
 
 int c_decoder::get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags)
 {
+    if (dsc_context.get_buffer2 != nullptr && !is_sound())
+        return get_shared_memory(adsp_frame, inp_flags);
     const int inl_result = dsc_context.get_buffer != nullptr
                                ? dsc_memory.get(adsp_context, adsp_frame, (inp_flags & in_flag_reference) != 0)
                                : dsc_ffmpeg.avcodec_default_get_buffer2(adsp_context, adsp_frame, inp_flags);
     if (inl_result >= 0 && is_sound() && !is_pcm(dsc_codec.dsc_old.id))
         silence(adsp_frame);
     return inl_result;
+}
+
+/** Asks get_buffer2 of the 56 line, on whatever thread, so nothing here changes the context or the decoder. */
+int c_decoder::get_shared_memory(real::frame *adsp_frame, int inp_flags) const
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
+    alignas(AVCodecContext) std::byte utl_context[old::ul_context_size];
+    std::memcpy(utl_context, utc_callers_context, old::ul_context_size);
+    auto &dsl_context = *reinterpret_cast<AVCodecContext *>(utl_context);
+    AVFrame dsl_frame;
+    old::set_frame_defaults(dsl_frame);
+    dsl_frame.width = dsl_layout.width.of(adsp_frame);
+    dsl_frame.height = dsl_layout.height.of(adsp_frame);
+    dsl_frame.format = dsc_ffmpeg.dsc_numbers.old_format(dsl_layout.format.of(adsp_frame));
+    dsl_context.width = dsl_frame.width;
+    dsl_context.height = dsl_frame.height;
+    dsl_context.pix_fmt = static_cast<AVPixelFormat>(dsl_frame.format);
+    if (const int inl_result = dsc_context.get_buffer2(&dsl_context, &dsl_frame, inp_flags); inl_result < 0)
+        return inl_result;
+    point_at_picture(dsc_ffmpeg, dsl_frame, adsp_frame);
+    std::ranges::copy(dsl_frame.buf, dsl_layout.buf.of(adsp_frame));
+    return 0;
 }
 
 /** A newer decoder leaves the samples of a damaged frame as they were: nobody shall hear what was in the memory. */
@@ -190,7 +224,7 @@ c_decoder::dsd_result c_decoder::decode_bytes(AVFrame &dsp_frame, const AVPacket
 {
     if (dsp_packet.data == nullptr)
         return {AVERROR(EINVAL)};
-    bc_reads_at_once = dsc_codec.dsc_old.id == AV_CODEC_ID_DVVIDEO;
+    bc_reads_at_once = dsc_codec.dsc_old.id == AV_CODEC_ID_DVVIDEO && dsc_context.thread_count == 1;
     if (inc_late_error != 0)
         return {std::exchange(inc_late_error, 0)};
     if (dsc_waiting != nullptr)
@@ -265,8 +299,21 @@ c_decoder::dsd_result c_decoder::decode_unit(AVFrame &dsp_frame, real::packet &d
 {
     // FFmpeg copies bytes that lie in no buffer into new memory, which costs more than to decode some sound.
     dsp_unit.buf = bc_reads_at_once ? dsc_callers.get() : copy_bytes(dsp_unit);
-    const int inl_result = dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), &dsp_unit);
+    int inl_result = dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), &dsp_unit);
+    int inl_earlier_error = 0;
+    // After the error of an earlier packet, threads may not have taken the last one yet.
+    while (inl_result == AVERROR(EAGAIN) && inl_earlier_error == 0) {
+        inl_earlier_error = receive(dsc_waiting);
+        if (inl_earlier_error >= 0) {
+            dsp_unit.buf = nullptr;
+            inc_owed = 0; // this packet comes again
+            return deliver_waiting(dsp_frame);
+        }
+        inl_result = dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), &dsp_unit);
+    }
     dsp_unit.buf = nullptr;
+    if (inl_result >= 0 && inl_earlier_error < 0 && inl_earlier_error != AVERROR(EAGAIN))
+        inl_result = inl_earlier_error;
     const dsd_result dsl_result = inl_result < 0 ? dsd_result{inl_result} : decode_sent(dsp_frame, inp_consumed);
     if (is_in_use(dsc_callers.get()))
         dsc_ffmpeg.avcodec_flush_buffers(dsc_real.get()); // the caller's bytes are not there for the next call
@@ -323,7 +370,7 @@ c_decoder::dsd_result c_decoder::drain(AVFrame &dsp_frame)
         return {0, true};
     }
     inc_late_error = 0;
-    if ((dsc_codec.dsc_old.capabilities & CODEC_CAP_DELAY) == 0)
+    if ((dsc_codec.dsc_old.capabilities & CODEC_CAP_DELAY) == 0 && dsc_context.thread_count == 1)
         return {};
     if (!std::exchange(bc_draining, true))
         dsc_ffmpeg.avcodec_send_packet(dsc_real.get(), nullptr);
@@ -374,6 +421,10 @@ void c_decoder::deliver(real_frame dsp_frame, AVFrame &dsp_to)
         adsl_memory = dsc_memory.find(dsp_frame.get());
     }
     old::copy_description(dsc_ffmpeg, dsp_frame.get(), dsp_to, dsc_codec.dsc_old.type);
+    if (bc_marks_key_pictures) {
+        dsp_to.key_frame = 1;
+        dsp_to.pict_type = in_picture_intra;
+    }
     const auto iel_samples = static_cast<AVSampleFormat>(dsp_to.format);
     old::copy_planes(dsc_ffmpeg, dsp_frame.get(), dsp_to,
                      is_sound() ? old::sound_planes(dsc_ffmpeg, iel_samples, dsp_to.channels) : 0);

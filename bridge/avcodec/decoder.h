@@ -55,6 +55,7 @@ public:
 private:
     static int get_buffer2(real::context *adsp_context, real::frame *adsp_frame, int inp_flags) noexcept;
     int get_memory(real::context *adsp_context, real::frame *adsp_frame, int inp_flags);
+    int get_shared_memory(real::frame *adsp_frame, int inp_flags) const;
     void silence(real::frame *adsp_frame) const noexcept;
     void choose_options();
     bool is_sound() const noexcept { return dsc_codec.dsc_old.type == AVMEDIA_TYPE_AUDIO; }
@@ -79,6 +80,8 @@ private:
     AVCodecContext &dsc_context;
     const dsd_codec &dsc_codec;
     c_frame_memory dsc_memory;
+    alignas(AVCodecContext) std::byte
+        utc_callers_context[old::ul_context_size]; // as it was when the decoder was opened
     real_context dsc_real;
     real_context dsc_scratch; // what a parser or a computation may change
     std::unique_ptr<real::parser, dsd_free_parser> dsc_parser;
@@ -93,8 +96,9 @@ private:
     int inc_owed = 0;       // what the packet counts as consumed when no more frames wait
     int inc_late_error = 0; // the next call's result
     bool bc_draining = false;
-    const bool bc_simple;          // the decoder has no frames but those of the bytes that it did not read yet
-    bool bc_reads_at_once = false; // and reads all of this packet for its first frame
+    bool bc_marks_key_pictures = false; // all pictures of the codec are key pictures
+    const bool bc_simple;               // the decoder has no frames but those of the bytes that it did not read yet
+    bool bc_reads_at_once = false;      // and reads all of this packet for its first frame
 };
 
 } // namespace bridge::avcodec

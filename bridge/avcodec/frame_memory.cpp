@@ -108,6 +108,16 @@ void show_cropped_size(const real::dsd_ffmpeg &dsp_ffmpeg, const real::frame *ad
 
 } // namespace
 
+void point_at_picture(const real::dsd_ffmpeg &dsp_ffmpeg, const AVFrame &dsp_from, real::frame *adsp_to)
+{
+    const auto &dsl_layout = dsp_ffmpeg.adsc_layout->frame;
+    std::ranges::copy(dsp_from.data, dsl_layout.data.of(adsp_to));
+    std::ranges::copy(dsp_from.linesize, dsl_layout.linesize.of(adsp_to));
+    const std::span aautl_planes(dsl_layout.data.of(adsp_to));
+    std::ranges::fill(aautl_planes.subspan(count_planes(dsp_ffmpeg.dsc_numbers.find_format(dsp_from.format))), nullptr);
+    dsl_layout.extended_data.of(adsp_to) = dsl_layout.data.of(adsp_to);
+}
+
 c_frame_memory::c_frame_memory(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context)
     : dsc_ffmpeg(dsp_ffmpeg), dsc_context(dsp_context), dsc_records(std::make_shared<c_frame_records>())
 {
@@ -129,13 +139,12 @@ int c_frame_memory::get(const real::context *adsp_context, real::frame *adsp_fra
         return inl_result;
     }
     const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
-    std::ranges::copy(dsl_frame.data, dsl_layout.data.of(adsp_frame));
-    std::ranges::copy(dsl_frame.linesize, dsl_layout.linesize.of(adsp_frame));
     const bool bl_video = dsc_context.codec_type != AVMEDIA_TYPE_AUDIO;
     if (bl_video) {
-        const std::span aautl_planes(dsl_layout.data.of(adsp_frame));
-        std::ranges::fill(aautl_planes.subspan(count_planes(dsc_ffmpeg.dsc_numbers.find_format(dsl_frame.format))),
-                          nullptr);
+        point_at_picture(dsc_ffmpeg, dsl_frame, adsp_frame);
+    } else {
+        std::ranges::copy(dsl_frame.data, dsl_layout.data.of(adsp_frame));
+        std::ranges::copy(dsl_frame.linesize, dsl_layout.linesize.of(adsp_frame));
     }
     // FFmpeg's frame owns the array of its planes, and the copy for release_buffer has none.
     const bool bl_own_array = dsl_frame.extended_data != dsl_frame.data && dsl_frame.extended_data != nullptr;

@@ -51,6 +51,9 @@ struct dsd_frame_memory
     std::shared_ptr<c_frame_records> dsc_records; // while it is in use
 };
 
+/** Points a frame at the planes of a picture in the caller's memory. */
+void point_at_picture(const real::dsd_ffmpeg &dsp_ffmpeg, const AVFrame &dsp_from, real::frame *adsp_to);
+
 /** Asks the callbacks of one decoder for memory. */
 class c_frame_memory
 {

@@ -96,6 +96,8 @@ struct codec_descriptor
     int id;
     int type;
     const char *name;
+    const char *long_name;
+    int props;
 };
 
 /** The front of AVCodecParserContext. */

@@ -10,7 +10,7 @@
 #include "trace/trace.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cerrno>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -18,18 +18,6 @@
 
 namespace
 {
-
-/**
- * The byte that fills a picture before it is decoded: grey, which stays where a damaged packet leaves gaps. For samples
- * of 9 to 15 bits it is small enough for their depth, because libswscale uses such samples as indices unchecked.
- */
-int grey_byte(AVPixelFormat iep_format)
-{
-    constexpr int inl_grey = 0x80;
-    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(iep_format);
-    const int inl_depth = adsl_descriptor == nullptr ? 8 : adsl_descriptor->comp[0].depth_minus1 + 1;
-    return inl_depth > 8 && inl_depth < 16 ? 1 << (inl_depth - 9) : inl_grey;
-}
 
 /** Clears the pointers and line sizes of all planes. */
 void clear_planes(AVFrame *adsp_pic)
@@ -76,10 +64,9 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
 
     clear_planes(adsp_pic);
     std::ranges::fill(adsp_pic->base, nullptr);
-    const int inl_grey = grey_byte(iel_format);
+    fill_with_grey(dsl_buffer->data(), *dsl_layout, iel_format);
     for (size_t ull_plane = 0; ull_plane < static_cast<size_t>(dsl_layout->plane_count()); ++ull_plane) {
         uint8_t *autl_plane = dsl_buffer->data() + dsl_layout->aimc_plane_offsets[ull_plane];
-        std::memset(autl_plane, inl_grey, static_cast<size_t>(dsl_layout->aimc_plane_sizes[ull_plane]));
         adsp_pic->base[ull_plane] = autl_plane;
         adsp_pic->data[ull_plane] = autl_plane;
         adsp_pic->linesize[ull_plane] = dsl_layout->aimc_linesizes[ull_plane];
@@ -218,4 +205,13 @@ int avcodec_custom_reget_buffer_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pi
     return without_exceptions("avcodec_custom_reget_buffer_nothrow",
                               "exception occurred in avcodec_custom_reget_buffer()",
                               [&] { return avcodec_custom_reget_buffer(adsp_s, adsp_pic); });
+}
+
+int avcodec_stock_get_buffer2_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pic, int)
+{
+    try {
+        return static_cast<c_videocodec *>(adsp_s->opaque)->stock()->provide(*adsp_s, *adsp_pic);
+    } catch (...) {
+        return AVERROR(ENOMEM); // without a trace line: the thread may be one of FFmpeg's
+    }
 }

@@ -39,6 +39,13 @@ void avcodec_custom_release_buffer_nothrow(AVCodecContext *adsp_s, AVFrame *adsp
 /** As avcodec_custom_reget_buffer; an exception becomes an error line and -1. */
 int avcodec_custom_reget_buffer_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pic);
 
+/**
+ * Provides memory of the codec's stock. Unlike the others it is called on any thread, and never calls Java.
+ *
+ * @return 0 or an FFmpeg error
+ */
+int avcodec_stock_get_buffer2_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pic, int inp_flags);
+
 /** The callbacks of every codec context. */
 inline constexpr dsd_buffer_callbacks ds_buffer_callbacks{
     avcodec_custom_get_buffer_nothrow, avcodec_custom_release_buffer_nothrow, avcodec_custom_reget_buffer_nothrow};

@@ -30,6 +30,8 @@ public:
     bool holds(const ca_ffmpeg_buffer *adsp_buffer) const noexcept;
 
     void push(dsd_decoded_picture dsp_picture);
+    /** The oldest picture; there must be one. */
+    const dsd_decoded_picture &front() const { return dsc_waiting.front(); }
     /** Removes the oldest picture; there must be one. */
     dsd_decoded_picture pop();
     /** Releases the waiting pictures. */

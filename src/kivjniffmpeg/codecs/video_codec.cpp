@@ -8,6 +8,8 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
+#include <natives/c_codecoptions_ffmpeg.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -131,22 +133,58 @@ void c_videocodec::remember_layout(const dsd_picture_layout &dsp_layout) noexcep
     imc_scanheight = dsp_layout.imc_scanheight;
 }
 
-void c_videocodec::set_option(std::string_view strp_name, bool bp_on)
+void c_videocodec::set_option(std::string_view strp_name, int64_t ilp_value)
 {
     TRACE_FUNCTION(3);
     if (is_open())
         throw_ffmpeg_exception(1341, "options are set before the codec is opened");
+    if (strp_name == "threads") {
+        set_threads(ilp_value);
+        return;
+    }
+    if (strp_name == "pooled_pictures") {
+        make_stock();
+        return;
+    }
+    const bool bl_on = ilp_value != 0;
     const bool bl_whole = strp_name == "whole_packets";
     if (!bl_whole && strp_name != "direct_buffers" && strp_name != "native_format")
         throw_ffmpeg_exception(1345, "no such codec option: ", strp_name);
-    if (!bl_whole && bp_on && g_avutil.av_buffer_get_ref_count == nullptr)
+    if (!bl_whole && bl_on && g_avutil.av_buffer_get_ref_count == nullptr)
         throw_ffmpeg_exception(1346, "this FFmpeg cannot decode into direct buffers");
     if (bl_whole)
-        set_whole_packets(bp_on);
+        set_whole_packets(bl_on);
     else
-        (strp_name == "direct_buffers" ? bc_direct_buffers : bc_native_format) = bp_on;
+        (strp_name == "direct_buffers" ? bc_direct_buffers : bc_native_format) = bl_on;
     // So that a shared picture counts as in use, and no decoder writes into it again.
     dsc_codec_ctx->refcounted_frames = takes_direct_buffers() ? 1 : 0;
+}
+
+/** Takes the memory of all pictures from a stock. The callbacks are then called on any thread. */
+void c_videocodec::make_stock()
+{
+    if (g_avutil.av_buffer_get_ref_count == nullptr || g_avutil.av_buffer_create == nullptr ||
+        g_avutil.av_image_copy == nullptr)
+        throw_ffmpeg_exception(1348, "this FFmpeg cannot pool pictures");
+    dsc_stock = std::make_unique<c_picture_stock>();
+    bc_native_format = true;
+    dsc_codec_ctx->get_buffer = nullptr;
+    dsc_codec_ctx->release_buffer = nullptr;
+    dsc_codec_ctx->get_buffer2 = &avcodec_stock_get_buffer2_nothrow;
+    dsc_codec_ctx->thread_safe_callbacks = 1;
+    dsc_codec_ctx->refcounted_frames = 1;
+}
+
+void c_videocodec::set_threads(int64_t ilp_threads)
+{
+    if (ilp_threads < 1 || ilp_threads > natives::c_codecoptions_ffmpeg::MOST_THREADS)
+        throw_ffmpeg_exception(1349, "no such number of threads: ", ilp_threads);
+    if (ilp_threads > 1 && dsc_stock == nullptr)
+        throw_ffmpeg_exception(1350, "threads need pooled pictures");
+    imc_threads = static_cast<int32_t>(ilp_threads);
+    dsc_codec_ctx->thread_count = imc_threads;
+    if (dsc_stock != nullptr)
+        dsc_stock->set_limit(imc_threads + 1);
 }
 
 void c_videocodec::set_whole_packets(bool bp_whole) noexcept

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kivjniffmpeg/buffers/frame_buffer.h"
+#include "kivjniffmpeg/buffers/picture_stock.h"
 #include "kivjniffmpeg/codecs/codec.h"
 #include "kivjniffmpeg/codecs/picture_maker.h"
 #include "kivjniffmpeg/codecs/picture_queue.h"
@@ -90,6 +91,28 @@ public:
     int32_t process(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, int64_t ilp_timestamp,
                     dsd_out_params &dsp_out);
 
+    /** What decode() reports beside its result. */
+    struct dsd_delivery
+    {
+        int32_t imc_slot;                   /**< of the block that the picture lies in */
+        std::array<int32_t, 4> aimc_planes; /**< bytes from the block's start to each plane */
+        int64_t ilc_key;                    /**< of the picture's own packet */
+        int64_t ilc_fed; /**< of the packet whose decoding delivered it; AV_NOPTS_VALUE when drained */
+        dsd_picture_info dsc_picture;
+    };
+
+    /**
+     * Decodes a packet, or drains, and delivers at most one picture in memory of the stock. For a codec that has one.
+     *
+     * @param utp_packet as in process(); without bytes nothing is decoded
+     * @param ilp_key a number of the packet's, not negative, by which its picture is known
+     * @param dsp_out set when there is a picture
+     * @return a sum of natives::PictureResult
+     */
+    int32_t decode(std::span<uint8_t> utp_packet, int32_t imp_flags, int64_t ilp_key, dsd_delivery &dsp_out);
+    /** Null without the option "pooled_pictures". */
+    c_picture_stock *stock() noexcept { return dsc_stock.get(); }
+
     /** Keeps the layout of the newest picture buffer for export_dst_format. */
     void remember_layout(const dsd_picture_layout &dsp_layout) noexcept;
 
@@ -104,10 +127,13 @@ public:
      * - "direct_buffers": pictures lie in direct buffers (c_direct_buffer) instead of arrays, and do not change until
      *   Java releases them.
      * - "native_format": pictures lie in direct buffers in the decoder's own pixel format; no model is chosen.
+     * - "pooled_pictures": the same in memory of a stock, for decode() instead of process().
+     * - "threads": how many threads decode; more than one needs "pooled_pictures", which stands before it.
      *
-     * @throws c_ffmpeg_exception on an open codec, for another name, or when this FFmpeg lacks what the option needs
+     * @throws c_ffmpeg_exception on an open codec, for another name or value, or when this FFmpeg lacks what the option
+     *         needs
      */
-    void set_option(std::string_view strp_name, bool bp_on);
+    void set_option(std::string_view strp_name, int64_t ilp_value);
     bool native_format() const noexcept { return bc_native_format; }
     bool takes_direct_buffers() const noexcept { return bc_direct_buffers || bc_native_format; }
 
@@ -127,8 +153,12 @@ private:
     /** Whether Java gets the V plane first. */
     bool swaps_chroma();
     int32_t deliver_picture(int32_t imp_flags, dsd_out_params &dsp_out);
+    int32_t deliver_from_stock(dsd_delivery &dsp_out);
 
     void set_whole_packets(bool bp_whole) noexcept;
+    void make_stock();
+    void set_threads(int64_t ilp_threads);
+    bool has_threads() const noexcept { return imc_threads > 1; }
 
     // Pictures and decoder release their buffers on destruction, so the members that this needs stand before them.
     std::unique_ptr<c_vformat> dsc_vformat;
@@ -136,6 +166,8 @@ private:
     int32_t imc_dst_format_idx = -1;
     bool bc_dst_format_changed = false;
     c_avcodec dsc_codec;
+    std::unique_ptr<c_picture_stock> dsc_stock;
+    int32_t imc_threads = 1;
     c_avcodec_ctx dsc_codec_ctx;
     bool bc_whole_packets = false;
     bool bc_direct_buffers = false;

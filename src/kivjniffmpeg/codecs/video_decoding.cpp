@@ -7,9 +7,11 @@
 #include "trace/trace.h"
 
 #include <natives/Interlacing.h>
+#include <natives/PictureResult.h>
 
 #include <array>
 #include <climits>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -100,7 +102,7 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
     dsl_packet.set_data(utl_packet.data());
     dsl_packet.set_size(static_cast<int>(utl_packet.size()));
     dsl_packet.set_pts(ilp_timestamp);
-    dsl_packet.set_dts(AV_NOPTS_VALUE);
+    dsl_packet.set_dts(has_threads() ? ilp_timestamp : AV_NOPTS_VALUE); // a frame has that of the packet fed
 
     c_decoder_progress dsl_progress;
     while (dsl_packet.size() > 0) {
@@ -131,12 +133,14 @@ void c_videocodec::drain(int32_t imp_flags, int64_t ilp_timestamp)
     TRACE_FUNCTION(3);
     dsc_start_code_guard.clear();
     c_avpacket dsl_nothing;
-    for (int inl_picture = 0; is_open() && inl_picture < in_most_held_back; ++inl_picture) {
+    for (int inl_picture = 0; is_open() && inl_picture < in_most_held_back + imc_threads; ++inl_picture) {
         throw_if_pending();
         auto dsl_frame = std::make_unique<c_avframe>();
         const int inl_err = g_avcodec.avcodec_decode_video2(dsc_codec_ctx.context(), dsl_frame->frame(),
                                                             &imc_got_picture, dsl_nothing.packet());
         throw_if_pending();
+        if (inl_err < 0 && has_threads())
+            continue; // only one of them failed
         if (inl_err < 0 || imc_got_picture == 0)
             return;
         queue_picture(std::move(dsl_frame), imp_flags, ilp_timestamp);
@@ -151,6 +155,10 @@ void c_videocodec::queue_picture(std::unique_ptr<c_avframe> dsp_frame, int32_t i
     TRACE_LINE(im_level_debug, "%s#%s(): decoding frame %d successfull pkt_pts=%lld format=%s", imc_frame_count,
                static_cast<long long>((*dsp_frame)->pkt_pts), strl_format == nullptr ? "none" : strl_format);
     ++imc_frame_count;
+    if (dsc_stock != nullptr) {
+        dsc_pictures.push({std::move(dsp_frame), {}});
+        return;
+    }
     const AVPixelFormat iel_format = bc_native_format ? iel_decoded_format : get_current_dst_format().pixel_format();
     dsd_decoded_picture dsl_picture = make_deliverable(std::move(dsp_frame), iel_format);
     throw_if_pending();
@@ -208,4 +216,59 @@ int32_t c_videocodec::deliver_picture(int32_t imp_flags, dsd_out_params &dsp_out
     if (!dsc_pictures.empty())
         return ie_picture_and_more;
     return std::exchange(bc_dst_format_changed, false) ? ie_picture_model_changed : ie_picture;
+}
+
+int32_t c_videocodec::decode(std::span<uint8_t> utp_packet, int32_t imp_flags, int64_t ilp_key, dsd_delivery &dsp_out)
+{
+    TRACE_SCOPE("process", 3);
+    int32_t iml_result = 0;
+    if (!utp_packet.empty()) {
+        if (!decode_packet(utp_packet, imp_flags, ilp_key))
+            iml_result = natives::PictureResult::FAILED;
+    } else if ((imp_flags & im_flag_drain) != 0) {
+        drain(imp_flags, ilp_key);
+    }
+    throw_if_pending();
+    if (!dsc_pictures.empty())
+        iml_result |= deliver_from_stock(dsp_out);
+    dsc_pictures.release_unused_pictures();
+    return iml_result;
+}
+
+int32_t c_videocodec::deliver_from_stock(dsd_delivery &dsp_out)
+{
+    TRACE_SCOPE("process", 3);
+    const AVFrame &dsl_frame = *dsc_pictures.front().dsc_frame->frame();
+    AVFrame dsl_planes = dsl_frame; // what Java gets: the frame's own, or those of a copy
+    std::optional<c_picture_stock::dsd_place> dsl_place;
+    // A decoder may deliver memory of its own, or a buffer again, for a picture that repeats another one. That memory is
+    // the other picture's, so this one gets its own. So does a bottom-up picture.
+    c_picture_stock::dsd_block *adsl_own = dsc_stock->find(dsl_frame);
+    const bool bl_own = adsl_own != nullptr && adsl_own->imc_slot != c_picture_stock::im_native &&
+                        !adsl_own->bc_delivered && dsl_frame.linesize[0] >= 0;
+    if (bl_own) {
+        dsl_place = dsc_stock->deliver(*adsl_own, dsl_planes);
+    } else if (const auto dsl_layout = dsc_stock->layout_of(*dsc_codec_ctx.context(), dsl_frame); dsl_layout) {
+        dsl_place = dsc_stock->deliver_copy(dsl_frame, *dsl_layout, dsl_planes);
+        if (!dsl_place)
+            return natives::PictureResult::MEMORY;
+    } else {
+        TRACE_LINE(im_level_error, "%s#%s(): %s", "cannot convert picture to desired output format");
+    }
+    if (dsl_place) {
+        dsp_out.imc_slot = dsl_place->imc_slot;
+        for (size_t ull_plane = 0; ull_plane < dsp_out.aimc_planes.size(); ++ull_plane)
+            dsp_out.aimc_planes[ull_plane] =
+                dsl_planes.data[ull_plane] == nullptr
+                    ? 0
+                    : static_cast<int32_t>(dsl_planes.data[ull_plane] - dsl_place->autc_memory);
+        dsp_out.ilc_key = dsl_frame.pkt_pts;
+        dsp_out.ilc_fed = dsl_frame.pkt_dts;
+        dsp_out.dsc_picture = describe(dsl_planes);
+    }
+    dsd_decoded_picture dsl_picture = dsc_pictures.pop();
+    if (bl_own)
+        dsc_pictures.share(std::move(dsl_picture.dsc_frame));
+    return (dsl_place ? natives::PictureResult::PICTURE : 0) |
+           (dsc_pictures.empty() ? 0 : natives::PictureResult::MORE);
 }

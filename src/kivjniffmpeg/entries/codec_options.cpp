@@ -56,7 +56,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
         auto *adsl_codec = codec_of<c_videocodec>(ilp_codec, 2502);
         const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
-        adsl_codec->set_option(text_of(dsl_name), ilp_value != 0);
+        adsl_codec->set_option(text_of(dsl_name), ilp_value);
     });
 }
 

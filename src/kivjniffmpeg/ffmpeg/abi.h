@@ -181,7 +181,7 @@ struct AVCodecContext
     int (*get_buffer)(AVCodecContext *, AVFrame *);
     void (*release_buffer)(AVCodecContext *, AVFrame *);
     int (*reget_buffer)(AVCodecContext *, AVFrame *);
-    uint8_t autc_gap16[8];
+    int (*get_buffer2)(AVCodecContext *, AVFrame *, int);
     int refcounted_frames;
     uint8_t autc_gap11[208];
     int strict_std_compliance;
@@ -192,7 +192,10 @@ struct AVCodecContext
     int bits_per_raw_sample;
     uint8_t autc_gap14[16];
     int thread_count;
-    uint8_t autc_gap15[40];
+    int thread_type;
+    int active_thread_type;
+    int thread_safe_callbacks;
+    uint8_t autc_gap15[28];
     int profile;
 };
 
@@ -430,12 +433,16 @@ static_assert(offsetof(AVCodecContext, request_sample_fmt) == 516);
 static_assert(offsetof(AVCodecContext, get_buffer) == 520);
 static_assert(offsetof(AVCodecContext, release_buffer) == 528);
 static_assert(offsetof(AVCodecContext, reget_buffer) == 536);
+static_assert(offsetof(AVCodecContext, get_buffer2) == 544);
 static_assert(offsetof(AVCodecContext, refcounted_frames) == 552);
 static_assert(offsetof(AVCodecContext, strict_std_compliance) == 764);
 static_assert(offsetof(AVCodecContext, reordered_opaque) == 784);
 static_assert(offsetof(AVCodecContext, bits_per_coded_sample) == 880);
 static_assert(offsetof(AVCodecContext, bits_per_raw_sample) == 884);
 static_assert(offsetof(AVCodecContext, thread_count) == 904);
+static_assert(offsetof(AVCodecContext, thread_type) == 908);
+static_assert(offsetof(AVCodecContext, active_thread_type) == 912);
+static_assert(offsetof(AVCodecContext, thread_safe_callbacks) == 916);
 static_assert(offsetof(AVCodecContext, profile) == 948);
 static_assert(sizeof(AVComponentDescriptor) == 2);
 static_assert(offsetof(AVPixFmtDescriptor, name) == 0);

@@ -99,6 +99,7 @@
 #define KIV_AVUTIL_EXTENSIONS(X)                                                                                       \
     X(void, av_frame_unref, (AVFrame *))                                                                               \
     X(int, av_buffer_get_ref_count, (const AVBufferRef *))                                                             \
+    X(AVBufferRef *, av_buffer_create, (uint8_t *, int, void (*)(void *, uint8_t *), void *, int))                     \
     X(void, av_image_copy, (uint8_t *const *, const int *, const uint8_t *const *, const int *, AVPixelFormat, int,    \
                             int))                                                                                      \
     X(int, av_strerror, (int, char *, size_t))                                                                         \

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <functional>
 
 namespace
@@ -79,4 +80,15 @@ std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_co
     dsl_layout.imc_pixel_step = adsl_descriptor->comp[0].step_minus1 + 1;
     dsl_layout.imc_align = 2 * ainl_alignments[0];
     return dsl_layout;
+}
+
+void fill_with_grey(uint8_t *autp_picture, const dsd_picture_layout &dsp_layout, AVPixelFormat iep_format)
+{
+    constexpr int inl_grey = 0x80;
+    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(iep_format);
+    const int inl_depth = adsl_descriptor == nullptr ? 8 : adsl_descriptor->comp[0].depth_minus1 + 1;
+    const int inl_byte = inl_depth > 8 && inl_depth < 16 ? 1 << (inl_depth - 9) : inl_grey;
+    for (size_t ull_plane = 0; ull_plane < static_cast<size_t>(dsp_layout.plane_count()); ++ull_plane)
+        std::memset(autp_picture + dsp_layout.aimc_plane_offsets[ull_plane], inl_byte,
+                    static_cast<size_t>(dsp_layout.aimc_plane_sizes[ull_plane]));
 }

@@ -31,3 +31,11 @@ struct dsd_picture_layout
  */
 std::optional<dsd_picture_layout> compute_picture_layout(AVCodecContext *adsp_context, AVPixelFormat iep_format,
                                                          int32_t imp_width, int32_t imp_height);
+
+/**
+ * Fills all planes with grey, which stays where a damaged packet leaves gaps. For samples of 9 to 15 bits it is small enough
+ * for their depth, because libswscale uses such samples as indices unchecked.
+ *
+ * @param autp_picture where the first plane lies
+ */
+void fill_with_grey(uint8_t *autp_picture, const dsd_picture_layout &dsp_layout, AVPixelFormat iep_format);

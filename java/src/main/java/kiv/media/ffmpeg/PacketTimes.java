@@ -19,7 +19,9 @@ final class PacketTimes {
     }
 
     private final int[] keys = new int[SLOTS];
-    private final Packet[] packets = new Packet[SLOTS];
+    private final long[] presentations = new long[SLOTS];
+    private final long[] decodings = new long[SLOTS];
+    private final long[] durations = new long[SLOTS];
     private int nextKey;
 
     private long lastPresentation;
@@ -35,8 +37,11 @@ final class PacketTimes {
     int remember(Packet packet) {
         int key = nextKey;
         nextKey = key + 1 == KEY_LIMIT ? 0 : key + 1;
-        keys[key % SLOTS] = key;
-        packets[key % SLOTS] = packet.withoutData();
+        int slot = key % SLOTS;
+        keys[slot] = key;
+        presentations[slot] = packet.presentationTime();
+        decodings[slot] = packet.decodingTime();
+        durations[slot] = packet.duration();
         return key;
     }
 
@@ -47,18 +52,18 @@ final class PacketTimes {
      * pictures. Of the two kinds of times, the one that has decreased less often so far is used.
      *
      * @param key the key that the picture returned with; any value
-     * @param fed the packet whose decoding delivered the picture
+     * @param fed the key of the packet whose decoding delivered the picture; any value
      */
-    Times of(long key, Packet fed) {
-        Packet own = find(key);
-        return choose(own == null ? Packet.NO_TIME : own.presentationTime(), own == null ? 0 : own.duration(),
-                fed.decodingTime());
+    Times of(long key, long fed) {
+        boolean known = knows(key);
+        return choose(known ? presentations[slot(key)] : Packet.NO_TIME, known ? durations[slot(key)] : 0,
+                knows(fed) ? decodings[slot(fed)] : Packet.NO_TIME);
     }
 
     /** Returns the presentation times of both packets. */
-    Times numbers(long key, Packet fed) {
-        Packet own = find(key);
-        return new Times(own == null ? Packet.NO_TIME : own.presentationTime(), fed.presentationTime());
+    Times numbers(long key, long fed) {
+        return new Times(knows(key) ? presentations[slot(key)] : Packet.NO_TIME,
+                knows(fed) ? presentations[slot(fed)] : Packet.NO_TIME);
     }
 
     /**
@@ -101,18 +106,17 @@ final class PacketTimes {
     /** Drops all packets, for a jump in the stream. */
     void forget() {
         Arrays.fill(keys, -1);
-        Arrays.fill(packets, null);
         lastPresentation = Packet.NO_TIME;
         lastDecoding = Packet.NO_TIME;
         presentationFaults = 0;
         decodingFaults = 0;
     }
 
-    private Packet find(long key) {
-        if (key < 0 || key >= KEY_LIMIT) {
-            return null;
-        }
-        int slot = (int) (key % SLOTS);
-        return keys[slot] == key ? packets[slot] : null;
+    private boolean knows(long key) {
+        return key >= 0 && key < KEY_LIMIT && keys[slot(key)] == key;
+    }
+
+    private static int slot(long key) {
+        return (int) (key % SLOTS);
     }
 }

@@ -49,6 +49,10 @@ public final class Picture implements AutoCloseable {
     record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
             boolean topFieldFirst, boolean fullRange, Presentation presentation, int colorSpace) {
 
+        Details with(PacketTimes.Times timesNow, boolean keyNow) {
+            return new Details(timesNow, timeBase, keyNow, interlaced, topFieldFirst, fullRange, presentation, colorSpace);
+        }
+
         Details with(PacketTimes.Times timesNow) {
             return new Details(timesNow, timeBase, keyFrame, interlaced, topFieldFirst, fullRange, presentation,
                     colorSpace);

@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
+import kiv.media.ffmpeg.natives.c_pictures_ffmpeg;
 
 /**
  * The memory of one picture, outside of the Java heap. The decoder and pictures may share it. When the last user
@@ -10,6 +11,7 @@ final class PictureMemory {
 
     private final PictureMemoryPool pool;
     private final ByteBuffer buffer;
+    private long address;
     private int users = 1;
 
     /** Memory with one user, the caller. */
@@ -28,6 +30,14 @@ final class PictureMemory {
         return buffer;
     }
 
+    /** The address of the memory, for the library. */
+    long address() {
+        if (address == 0) {
+            address = c_pictures_ffmpeg.n_address(buffer);
+        }
+        return address;
+    }
+
     /** Adds a user. */
     synchronized void share() {
         users++;
@@ -40,6 +50,6 @@ final class PictureMemory {
                 return;
             }
         }
-        pool.recycle(buffer);
+        pool.recycle(this);
     }
 }

@@ -2,40 +2,50 @@ package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
 import java.util.ArrayDeque;
-import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.Deque;
 import java.util.Iterator;
-import java.util.List;
-import kiv.media.ffmpeg.natives.BufferRequest;
-import kiv.media.ffmpeg.natives.BufferSlots;
+import kiv.media.ffmpeg.natives.PictureCall;
 
 /**
  * Provides the memory for the pictures of one decoder and for their conversions. It reuses released memory, because the
- * virtual machine clears new memory, which takes about as long as decoding a small picture. Any thread may use it.
+ * virtual machine clears new memory, which takes about as long as decoding a small picture. Any thread may use it. What
+ * the decoder has of it is for the thread that calls the decoder.
  */
-final class PictureMemoryPool implements VideoBuffers {
+final class PictureMemoryPool {
 
     /** About as many as a program that closes its pictures uses at a time. */
     private static final int LARGEST = 8;
+    /** More than any decoder needs for its first plane. */
+    private static final int ALIGNMENT = 128;
 
-    private final Deque<ByteBuffer> spare = new ArrayDeque<>();
-    private final List<PictureMemory> freed = new ArrayList<>();
+    private final Deque<PictureMemory> spare = new ArrayDeque<>();
+    /** What the decoder may use, by slot; it stays reachable until the decoder releases it. */
+    private PictureMemory[] slots = new PictureMemory[LARGEST];
 
     private boolean closed;
 
     /** Memory with one user, the caller. */
     PictureMemory take(int size) {
-        ByteBuffer buffer = spare(size);
-        return new PictureMemory(this, buffer != null ? buffer : fresh(size));
+        PictureMemory memory = spare(size);
+        return memory != null ? memory : new PictureMemory(this, aligned(size));
+    }
+
+    /** Planes then begin at the same offsets in all memory of a size. */
+    private static ByteBuffer aligned(int size) {
+        ByteBuffer memory = fresh(Math.addExact(size, ALIGNMENT));
+        int over = memory.alignmentOffset(0, ALIGNMENT);
+        return memory.slice(over == 0 ? 0 : ALIGNMENT - over, size);
     }
 
     /** Prefers the memory that was released last, which is most likely in the processor's cache. */
-    private synchronized ByteBuffer spare(int size) {
-        for (Iterator<ByteBuffer> buffers = spare.iterator(); buffers.hasNext();) {
-            ByteBuffer buffer = buffers.next();
-            if (buffer.capacity() == size) {
-                buffers.remove();
-                return buffer;
+    private synchronized PictureMemory spare(int size) {
+        for (Iterator<PictureMemory> memories = spare.iterator(); memories.hasNext();) {
+            PictureMemory memory = memories.next();
+            if (memory.buffer().capacity() == size) {
+                memories.remove();
+                memory.share();
+                return memory;
             }
         }
         return null;
@@ -50,47 +60,82 @@ final class PictureMemoryPool implements VideoBuffers {
         }
     }
 
-    synchronized void recycle(ByteBuffer buffer) {
+    /** Takes memory that has no user any more. */
+    synchronized void recycle(PictureMemory memory) {
         if (closed) {
             return;
         }
-        spare.push(buffer);
+        spare.push(memory);
         if (spare.size() > LARGEST) {
             // The oldest one has a size that no picture needs any more.
             spare.removeLast();
         }
     }
 
-    @Override
-    public boolean allocate(int[] layout, int[] buffer, Object[] slots) {
-        PictureMemory memory = take(buffer[BufferRequest.BYTES]);
-        slots[BufferSlots.MEMORY] = memory.buffer();
-        slots[BufferSlots.RESULT] = memory;
-        return true;
+    /**
+     * Adds the blocks to a call that the last one wanted.
+     *
+     * @param call laid out as {@link PictureCall}
+     * @param needed whether a picture waits for the first block
+     * @throws MediaException when there is no memory for that block
+     */
+    void stock(long[] call, boolean needed) {
+        int wanted = (int) Math.min(call[PictureCall.WANTED], PictureCall.MOST_BLOCKS);
+        int count = 0;
+        call[PictureCall.STOCKED] = 0;
+        while (count < wanted) {
+            PictureMemory memory;
+            try {
+                memory = take((int) call[PictureCall.WANTED_BYTES]);
+            } catch (MediaException e) {
+                if (needed && count == 0) {
+                    throw e;
+                }
+                break;
+            }
+            int block = PictureCall.BLOCKS + count * PictureCall.BLOCK_SIZE;
+            call[block + PictureCall.BLOCK_SLOT] = occupy(memory);
+            call[block + PictureCall.BLOCK_ADDRESS] = memory.address();
+            call[block + PictureCall.BLOCK_BYTES] = memory.buffer().capacity();
+            call[PictureCall.STOCKED] = ++count;
+        }
+        call[PictureCall.WANTED] = 0;
+        call[PictureCall.RELEASED] = 0;
     }
 
-    /** Often called before Java has the picture in this memory, so {@link #releaseFreed} releases it later. */
-    @Override
-    public synchronized void free(Object[] slots) {
-        if (!closed) {
-            freed.add((PictureMemory) slots[BufferSlots.RESULT]);
+    private int occupy(PictureMemory memory) {
+        int slot = 0;
+        while (slot < slots.length && slots[slot] != null) {
+            slot++;
         }
+        if (slot == slots.length) {
+            slots = Arrays.copyOf(slots, slot * 2);
+        }
+        slots[slot] = memory;
+        return slot;
     }
 
-    /** Releases what the library has freed. Called after a native call, when its pictures are users of their memory. */
-    void releaseFreed() {
-        List<PictureMemory> unused;
-        synchronized (this) {
-            unused = List.copyOf(freed);
-            freed.clear();
+    /** The memory of a delivered picture, with one more user, the caller. */
+    PictureMemory delivered(long[] call) {
+        PictureMemory memory = slots[(int) call[PictureCall.SLOT]];
+        memory.share();
+        return memory;
+    }
+
+    /** Takes back the blocks that the decoder released in a call. */
+    void unstock(long[] call) {
+        for (int i = 0; i < call[PictureCall.RELEASED]; i++) {
+            int slot = (int) call[PictureCall.RELEASED_SLOTS + i];
+            PictureMemory memory = slots[slot];
+            slots[slot] = null;
+            memory.release();
         }
-        unused.forEach(PictureMemory::release);
     }
 
     /** Drops all spare memory and keeps none from now on, so that open pictures keep no memory but their own. */
     synchronized void close() {
         closed = true;
         spare.clear();
-        freed.clear();
+        Arrays.fill(slots, null);
     }
 }

@@ -3,18 +3,15 @@ package kiv.media.ffmpeg;
 import java.io.UncheckedIOException;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
-import java.util.Arrays;
 import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
 import java.util.stream.Stream;
-import kiv.media.ffmpeg.natives.ColorRange;
-import kiv.media.ffmpeg.natives.Interlacing;
-import kiv.media.ffmpeg.natives.PictureLayout;
+import kiv.media.ffmpeg.natives.PictureCall;
+import kiv.media.ffmpeg.natives.PictureResult;
 import kiv.media.ffmpeg.natives.ProcessFlags;
-import kiv.media.ffmpeg.natives.ProcessResult;
-import kiv.media.ffmpeg.natives.VideoParams;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.natives.c_pictures_ffmpeg;
 
 /**
  * Decodes the packets of one video stream into pictures.
@@ -33,10 +30,16 @@ import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
  */
 public final class VideoDecoder implements AutoCloseable {
 
-    private static final Packet NO_PACKET = Packet.of(new byte[0], 0, Packet.NO_TIME, Packet.NO_TIME, false);
+    /** Stands for the key of a packet that does not exist. */
+    private static final int NO_KEY = -1;
+    /** Pictures of the usual size of old films and smaller ones are decoded before another thread takes them over. */
+    private static final int PIXELS_FOR_ONE_THREAD = 320 * 240;
+    /** More threads make pictures late and cost memory, and hardly any codec uses them. */
+    private static final int MOST_USUAL_THREADS = 16;
 
     private final NativeHandle handle;
     private final PictureMemoryPool pool;
+    private final int threads;
     private final VideoFormat format;
     /** Null when the packets are no reader's. */
     private final MediaStream stream;
@@ -47,15 +50,17 @@ public final class VideoDecoder implements AutoCloseable {
     /** Whether pictures state the presentation times of their own packet and of the one whose decoding delivered them. */
     private final boolean numbered;
     private final Deque<Picture> finished = new ArrayDeque<>();
+    private final long[] call = new long[PictureCall.SIZE];
+    private PictureKind kind;
 
-    private VideoDecoder(long address, PictureMemoryPool pool, VideoFormat format, MediaStream stream,
+    private VideoDecoder(long address, PictureMemoryPool pool, int threads, VideoFormat format, MediaStream stream,
             boolean numbered) {
-        this.handle = new NativeHandle("decoder", this, address, dead -> ThreadBuffers.with(pool, () -> {
+        this.handle = new NativeHandle("decoder", this, address, dead -> {
             c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
             pool.close();
-            return null;
-        }));
+        });
         this.pool = pool;
+        this.threads = threads;
         this.format = format;
         this.stream = stream;
         this.numbered = numbered;
@@ -65,7 +70,7 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Opens a decoder.
+     * Opens a decoder that uses all processors, up to 16, unless the pictures are small.
      *
      * @param stream a video stream
      * @return the decoder, to be closed
@@ -75,7 +80,38 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
-        return open(VideoFormat.of(stream), stream, false);
+        VideoFormat format = VideoFormat.of(stream);
+        return open(format, stream, false, usualThreads(format));
+    }
+
+    /**
+     * Opens a decoder with a number of threads. It delivers the same pictures in the same order whatever that number is,
+     * but later: with many codecs each further thread holds back one more picture until {@link #finish()}, and the error
+     * of a damaged packet may come with one of the next packets. Threads take memory, a few pictures each.
+     *
+     * @param stream a video stream
+     * @param threads 1 to 64; more than the processors are of no use
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the stream
+     * @throws MediaFormatException when the size of the pictures is unknown
+     * @throws IllegalArgumentException when the stream is not a video stream, or for another number of threads
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static VideoDecoder open(MediaStream stream, int threads) {
+        return open(VideoFormat.of(stream), stream, false, checked(threads));
+    }
+
+    private static int checked(int threads) {
+        if (threads < 1 || threads > c_codecoptions_ffmpeg.MOST_THREADS) {
+            throw new IllegalArgumentException("no decoder has " + threads + " threads; 1 to "
+                    + c_codecoptions_ffmpeg.MOST_THREADS + " are possible");
+        }
+        return threads;
+    }
+
+    private static int usualThreads(VideoFormat format) {
+        return format.width() * format.height() <= PIXELS_FOR_ONE_THREAD ? 1
+                : Math.min(Runtime.getRuntime().availableProcessors(), MOST_USUAL_THREADS);
     }
 
     /**
@@ -84,11 +120,11 @@ public final class VideoDecoder implements AutoCloseable {
      * {@link Picture#duration()}. Each is {@link Packet#NO_TIME} when there is none.
      */
     static VideoDecoder openNumbered(MediaStream stream) {
-        return open(VideoFormat.of(stream), stream, true);
+        return open(VideoFormat.of(stream), stream, true, 1);
     }
 
     /**
-     * Opens a decoder for packets that no {@link MediaReader} reads.
+     * Opens a decoder with one thread for packets that no {@link MediaReader} reads.
      *
      * @param format the compressed video
      * @return the decoder, to be closed
@@ -96,23 +132,38 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format) {
-        return open(Objects.requireNonNull(format, "format"), null, false);
+        return open(format, 1);
     }
 
-    private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered) {
+    /**
+     * Opens a decoder with a number of threads for packets that no {@link MediaReader} reads.
+     *
+     * @param format the compressed video
+     * @param threads 1 to 64, as for {@link #open(MediaStream, int)}
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the format
+     * @throws IllegalArgumentException for another number of threads
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static VideoDecoder open(VideoFormat format, int threads) {
+        return open(Objects.requireNonNull(format, "format"), null, false, checked(threads));
+    }
+
+    private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered, int threads) {
         long context = FfmpegLibrary.context();
         PictureMemoryPool pool = new PictureMemoryPool();
         long address;
         try {
-            address = format.createDecoder(context, pool);
+            address = format.createDecoder(context, null);
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
-        VideoDecoder decoder = new VideoDecoder(address, pool, format, stream, numbered);
+        VideoDecoder decoder = new VideoDecoder(address, pool, threads, format, stream, numbered);
         try {
             // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
-            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.NATIVE_FORMAT, 1);
+            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.POOLED_PICTURES, 1);
+            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.THREADS, threads);
             if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
                 throw new UnsupportedCodecException("the decoder does not open for " + format
                         + "; its private data may be missing or damaged");
@@ -235,13 +286,7 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     private <T> T call(NativeHandle.Call<T, RuntimeException> work) {
-        return handle.call(address -> {
-            try {
-                return ThreadBuffers.with(pool, () -> work.on(address));
-            } finally {
-                pool.releaseFreed();
-            }
-        });
+        return handle.call(work);
     }
 
     private List<Picture> deliver() {
@@ -251,79 +296,62 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     private void decode(long address, Packet packet) {
-        DecodeException.translate(() -> process(address, packet));
+        int key = times.remember(packet);
+        if (process(address, packet.bytes(), packet.size(), 0, key)) {
+            throw new DecodeException("a packet cannot be decoded: " + packet
+                    + (threads == 1 ? "" : ", or one of the " + threads + " packets before it"));
+        }
     }
 
     private void end(long address) {
-        DecodeException.translate(() -> {
-            fetch(address, ProcessFlags.DRAIN, NO_PACKET);
+        process(address, null, 0, ProcessFlags.DRAIN, NO_KEY);
+        try {
             c_multimediaapi_ffmpeg.n_vcodec_reset(address);
-        });
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "decoding", DecodeException::new);
+        }
         times.forget();
         clock.begin();
     }
 
-    private void process(long address, Packet packet) {
-        Object[] out = new Object[1];
-        int[] params = new int[VideoParams.DIRECT_SIZE];
-        params[VideoParams.LENGTH] = packet.size();
-        params[VideoParams.TIME_LOW] = times.remember(packet);
-        int result = c_multimediaapi_ffmpeg.n_vcodec_process(address, packet.bytes(), out, params);
-        take(result, out, params, packet);
-        if (result == ProcessResult.DECODING_ERROR || result == ProcessResult.PICTURE_AND_MORE) {
-            // Pictures that were finished before the fault wait in the native queue.
-            fetch(address, 0, packet);
-        }
-        if (result == ProcessResult.DECODING_ERROR) {
-            throw new DecodeException("a packet cannot be decoded: " + packet);
-        }
-    }
-
-    /** Takes the pictures that wait in the native queue. */
-    private void fetch(long address, int flags, Packet fed) {
-        int result;
+    /**
+     * Decodes a packet, or drains, and takes all pictures that are ready.
+     *
+     * @param key the packet's
+     * @return whether a packet could not be decoded
+     */
+    private boolean process(long address, byte[] packet, int length, int flags, int key) {
+        int result = 0;
+        boolean first = true;
+        boolean failed = false;
         do {
-            Object[] out = new Object[1];
-            int[] params = new int[VideoParams.DIRECT_SIZE];
-            params[VideoParams.FLAGS] = flags;
-            result = c_multimediaapi_ffmpeg.n_vcodec_process(address, null, out, params);
-            take(result, out, params, fed);
-        } while (result == ProcessResult.PICTURE_AND_MORE);
+            pool.stock(call, (result & PictureResult.MEMORY) != 0);
+            call[PictureCall.KEY] = key;
+            try {
+                result = c_pictures_ffmpeg.n_decode(address, packet, first ? length : 0, first ? flags : 0, call);
+            } catch (RuntimeException | Error e) {
+                throw MediaException.of(e, "decoding", DecodeException::new);
+            }
+            try {
+                if ((result & PictureResult.PICTURE) != 0) {
+                    take(key);
+                }
+            } finally {
+                pool.unstock(call);
+            }
+            failed |= (result & PictureResult.FAILED) != 0;
+            first = false;
+        } while ((result & (PictureResult.MORE | PictureResult.MEMORY)) != 0);
+        return failed;
     }
 
-    private void take(int result, Object[] out, int[] params, Packet packet) {
-        if (result != ProcessResult.PICTURE && result != ProcessResult.PICTURE_AND_MORE
-                && result != ProcessResult.PICTURE_MODEL_CHANGED) {
-            return;
+    private void take(int key) {
+        if (kind == null || !kind.isThatOf(call)) {
+            kind = PictureKind.of(call, stream, format.timeBase());
         }
-        PictureMemory memory = (PictureMemory) out[0];
-        memory.share();
-        int[] offsets = new int[PictureLayout.PLANES];
-        for (int plane = 0; plane < offsets.length; plane++) {
-            offsets[plane] = params[VideoParams.PICTURE_OFFSET] + params[VideoParams.PLANE_OFFSETS + plane];
-        }
-        int number = params[VideoParams.PIXEL_FORMAT];
-        PixelFormat pixels = PixelFormat.of(number)
-                .orElseThrow(() -> new DecodeException("pictures of FFmpeg's format " + number + " are not in memory"));
-        int[] lineSizes = Arrays.copyOfRange(params, VideoParams.LINE_SIZES, VideoParams.LINE_SIZES + offsets.length);
-        finished.add(new Picture(memory, pixels, params[VideoParams.WIDTH], params[VideoParams.HEIGHT], offsets,
-                lineSizes, details(params, packet)));
-    }
-
-    /** @param coded the shape of a pixel that the compressed picture states, if it does */
-    private Presentation presentation(Rational coded) {
-        return stream == null ? new Presentation(coded, 0, false) : stream.presentation(coded);
-    }
-
-    private Picture.Details details(int[] params, Packet packet) {
-        long key = params[VideoParams.PICTURE_TIME_LOW] & 0xFFFFFFFFL
-                | (long) params[VideoParams.PICTURE_TIME_HIGH] << 32;
-        int interlaced = params[VideoParams.INTERLACED];
-        PacketTimes.Times known = numbered ? times.numbers(key, packet) : clock.complete(times.of(key, packet));
-        return new Picture.Details(known, format.timeBase(), params[VideoParams.KEY_PICTURE] != 0,
-                interlaced != Interlacing.PROGRESSIVE, interlaced == Interlacing.TOP_FIELD_FIRST,
-                params[VideoParams.COLOR_RANGE] == ColorRange.FULL,
-                presentation(new Rational(params[VideoParams.PIXEL_WIDTH], params[VideoParams.PIXEL_HEIGHT])),
-                params[VideoParams.COLOR_SPACE]);
+        long own = call[PictureCall.PICTURE_KEY];
+        long fed = threads == 1 ? key : call[PictureCall.FED_KEY];
+        PacketTimes.Times known = numbered ? times.numbers(own, fed) : clock.complete(times.of(own, fed));
+        finished.add(kind.picture(pool.delivered(call), known, call[PictureCall.KEY_PICTURE] != 0));
     }
 }

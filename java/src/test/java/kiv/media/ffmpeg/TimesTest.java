@@ -18,8 +18,8 @@ class TimesTest {
     /** Rows of what a packet says about presentation and decoding, and of the time that its picture gets. */
     private void expect(long[]... rows) {
         for (long[] row : rows) {
-            Packet packet = packet(row[0], row[1]);
-            assertThat(times.of(times.remember(packet), packet).timestamp()).isEqualTo(row[2]);
+            int key = times.remember(packet(row[0], row[1]));
+            assertThat(times.of(key, key).timestamp()).isEqualTo(row[2]);
         }
     }
 
@@ -35,14 +35,14 @@ class TimesTest {
 
     @Test
     void aForeignOrForgottenKeyHasNoPacket() {
-        assertThat(times.of(0, packet(Packet.NO_TIME, 3)).timestamp()).as("the pace of decoding").isEqualTo(3);
-        Packet packet = packet(4, Packet.NO_TIME);
-        int key = times.remember(packet);
-        assertThat(times.of(Long.MIN_VALUE, packet).timestamp()).isEqualTo(Packet.NO_TIME);
-        assertThat(times.of(key + 1024L, packet).timestamp()).isEqualTo(Packet.NO_TIME);
-        assertThat(times.of(key, packet).timestamp()).isEqualTo(4);
+        int fed = times.remember(packet(Packet.NO_TIME, 3));
+        assertThat(times.of(fed + 1L, fed).timestamp()).as("the pace of decoding").isEqualTo(3);
+        int key = times.remember(packet(4, Packet.NO_TIME));
+        assertThat(times.of(Long.MIN_VALUE, key).timestamp()).isEqualTo(Packet.NO_TIME);
+        assertThat(times.of(key + 1024L, key).timestamp()).isEqualTo(Packet.NO_TIME);
+        assertThat(times.of(key, key).timestamp()).isEqualTo(4);
         times.forget();
-        assertThat(times.of(key, packet).timestamp()).isEqualTo(Packet.NO_TIME);
+        assertThat(times.of(key, key).timestamp()).isEqualTo(Packet.NO_TIME);
     }
 
     @Test

@@ -77,6 +77,44 @@ class VideoDecoderTest {
         }
     }
 
+    /** Pictures, order and times are the same; only the delay is another one. Noise costs no picture of another packet. */
+    @ParameterizedTest
+    @MethodSource("kiv.media.ffmpeg.TestMedia#clips")
+    void threadsChangeNothingButTheDelay(Clip clip) throws IOException {
+        assertThat(pictures(clip, 3, false)).isEqualTo(pictures(clip, 1, false));
+    }
+
+    @ParameterizedTest
+    @CsvSource({"1", "2", "5"})
+    void noiseCostsThreadsNoPictureOfAnotherPacket(int threads) throws IOException {
+        Clip clip = TestMedia.clip("h264_baseline_320x240.mp4");
+        assertThat(pictures(clip, threads, true)).hasSize(30);
+    }
+
+    private static List<String> pictures(Clip clip, int threads, boolean noise) throws IOException {
+        List<Picture> pictures = new ArrayList<>();
+        byte[] bytes = new byte[200];
+        try (MediaReader reader = MediaReader.open(clip.file());
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), threads)) {
+            for (Packet packet : reader.packets().filter(decoder::accepts).toList()) {
+                for (Packet next : noise ? List.of(packet, Packet.of(bytes, packet.streamIndex(), 0, 0, false)) : List.of(packet)) {
+                    new Random(bytes[0]).nextBytes(bytes);
+                    try {
+                        pictures.addAll(decoder.decode(next));
+                    } catch (DecodeException e) {
+                        assertThat(noise).isTrue();
+                    }
+                }
+            }
+            pictures.addAll(decoder.finish());
+        }
+        return pictures.stream().map(picture -> {
+            try (picture) {
+                return picture.timestamp() + " " + picture.duration() + " " + picture.isKey() + Reference.md5(picture.toBytes());
+            }
+        }).toList();
+    }
+
     /** What a decoder does not consume of a packet is padding or damage, never one more picture. */
     @ParameterizedTest
     @CsvSource({"wmv2_320x240.asf, 30", "msmpeg4v3_320x240.avi, 30", "mpeg4_b_320x240.mp4, 30", "h264_b_320x240.mp4, 60"})

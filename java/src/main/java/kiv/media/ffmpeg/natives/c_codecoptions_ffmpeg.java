@@ -25,6 +25,21 @@ public final class c_codecoptions_ffmpeg {
     /** With the value 1, pictures have the decoder's own pixel format and are in direct buffers. */
     public static final String NATIVE_FORMAT = "native_format";
 
+    /**
+     * With the value 1, pictures have the decoder's own pixel format and are in memory that the caller provides beforehand.
+     * The codec then takes packets by {@link c_pictures_ffmpeg#n_decode}, never calls Java, and may have {@link #THREADS}.
+     */
+    public static final String POOLED_PICTURES = "pooled_pictures";
+
+    /**
+     * How many threads a video decoder uses, 1 to {@link #MOST_THREADS}, if its codec can. More than one need
+     * {@link #POOLED_PICTURES}, which is set before. Pictures may then come some packets later.
+     */
+    public static final String THREADS = "threads";
+
+    /** The most threads of a decoder. */
+    @Native public static final int MOST_THREADS = 64;
+
     /** Bits per second of an audio codec. Some decoders need it. It is the target of encoders. Settable. */
     public static final String BIT_RATE = "bit_rate";
 
