@@ -16,7 +16,7 @@ final class ApproximateFilm implements FilmPictures {
     ApproximateFilm(MediaReader reader, MediaStream stream) {
         this.reader = reader;
         this.stream = stream;
-        this.decoder = VideoDecoder.open(stream);
+        this.decoder = VideoDecoder.open(stream, 1);
     }
 
     @Override
