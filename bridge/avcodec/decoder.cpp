@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <span>
 #include <utility>
 
 namespace bridge::avcodec
@@ -439,11 +440,31 @@ void c_decoder::deliver(real_frame dsp_frame, AVFrame &dsp_to)
         if (dsp_to.data[1] == nullptr)
             dsp_to.data[1] = dsl_got.data[1];
     }
+    if (is_sound())
+        deliver_skipped_samples(dsp_frame.get(), dsp_to);
     if (dsc_context.refcounted_frames != 0)
         old::move_buffers(dsc_ffmpeg, dsp_frame.get(), dsp_to);
     else
         std::swap(dsc_last, dsp_frame);
     recycle(std::move(dsp_frame));
+}
+
+/** The only side data that frames have here. It is valid until the next frame; nobody frees it. */
+void c_decoder::deliver_skipped_samples(const real::frame *adsp_from, AVFrame &dsp_to) noexcept
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->frame;
+    const std::span adsl_all(dsl_layout.side_data.of(adsp_from),
+                             static_cast<size_t>(dsl_layout.nb_side_data.of(adsp_from)));
+    const auto is_wanted = [](const real::frame_side_data *adsp_one) {
+        return adsp_one->type == AV_FRAME_DATA_SKIP_SAMPLES && adsp_one->size >= in_skip_samples_size;
+    };
+    const auto adsl_found = std::ranges::find_if(adsl_all, is_wanted);
+    if (adsl_found == adsl_all.end())
+        return;
+    std::copy_n((*adsl_found)->data, utc_skipped.size(), utc_skipped.begin());
+    dsc_skipped = {AV_FRAME_DATA_SKIP_SAMPLES, utc_skipped.data(), in_skip_samples_size};
+    dsp_to.side_data = &adsc_skipped;
+    dsp_to.nb_side_data = 1;
 }
 
 /** Some decoders deliver memory of their own. The caller gets a copy in its memory, which it expects to find. */

@@ -6,6 +6,7 @@
 #include "bridge/avcodec/state.h"
 #include "bridge/old/packets.h"
 
+#include <array>
 #include <memory>
 #include <span>
 
@@ -73,6 +74,7 @@ private:
     int receive(real_frame &dsp_frame);
     void recycle(real_frame dsp_frame) noexcept;
     void deliver(real_frame dsp_frame, AVFrame &dsp_to);
+    void deliver_skipped_samples(const real::frame *adsp_from, AVFrame &dsp_to) noexcept;
     void move_into_callers_memory(real_frame &dsp_frame);
     void make_parser();
 
@@ -93,6 +95,9 @@ private:
     real_frame dsc_spare;
     real_frame dsc_last;    // the caller uses its memory until the next frame, unless it counts references
     real_frame dsc_waiting; // decoded already: the packet has more than one frame
+    AVFrameSideData dsc_skipped{}; // what accompanies the last frame, in utc_skipped
+    AVFrameSideData *adsc_skipped = &dsc_skipped;
+    std::array<uint8_t, in_skip_samples_size> utc_skipped{};
     int inc_owed = 0;       // what the packet counts as consumed when no more frames wait
     int inc_late_error = 0; // the next call's result
     bool bc_draining = false;

@@ -31,8 +31,8 @@ int type_to_old(int inp_real)
     return inp_real + in_first_young;
 }
 
-/** A packet's flags in the 56 line: a key frame, and damage. */
-constexpr int in_known_flags = 3;
+/** A packet's flags in the 56 line: a key frame, and damage. That it is not to be heard or shown is younger. */
+constexpr int in_known_flags = 3 | AV_PKT_FLAG_DISCARD;
 
 /** An element of merged side data is followed by its size and its type. */
 constexpr int in_element_trailer = 5;

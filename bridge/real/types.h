@@ -20,7 +20,6 @@ struct parameters;      // AVCodecParameters
 struct stream;          // AVStream
 struct format_context;  // AVFormatContext
 struct output_format;   // AVOutputFormat
-struct frame_side_data; // AVFrameSideData
 struct scaler;          // SwsContext
 struct resampler;       // SwrContext
 
@@ -50,6 +49,14 @@ struct channel_layout
 };
 inline constexpr int in_order_unspecified = 0;
 inline constexpr int in_order_native = 1;
+
+/** The front of AVFrameSideData */
+struct frame_side_data
+{
+    int type;
+    uint8_t *data;
+    size_t size;
+};
 
 /** AVPacketSideData */
 struct packet_side_data

@@ -134,6 +134,7 @@ bool c_audiocodec::open()
     TRACE_FUNCTION(3);
     if (is_open())
         return true;
+    ilc_skipped = 0;
     // At every opening, because the codec overwrites these fields with those of its stream.
     if (bc_decoder)
         set_up_decoder();
@@ -241,6 +242,8 @@ int64_t c_audiocodec::property(std::string_view strp_name) const
         return dsc_codec_ctx->delay;
     if (strp_name == "holds_back")
         return (dsc_codec.codec()->capabilities & CODEC_CAP_DELAY) != 0 ? 1 : 0;
+    if (strp_name == "skipped_samples")
+        return ilc_skipped;
     if (strp_name == "bits_per_coded_sample")
         return dsc_codec_ctx->bits_per_coded_sample;
     throw_ffmpeg_exception(1679, "no such codec option: ", strp_name);

@@ -169,6 +169,7 @@ private:
     std::unique_ptr<c_avpacket> dsc_pending_packet; // an incomplete frame, in memory of its own
     c_decoder_progress dsc_progress{in_most_frames};
     int64_t ilc_encoded = 0; // samples that an encoder of FFmpeg's codec has received
+    int64_t ilc_skipped = 0; // samples that the decoder itself says are not to be heard, since it was opened
     int inc_idle_drains = 0; // empty packets that the decoder answered with nothing since the last packet
     c_padded_bytes dsc_input;
 };

@@ -5,6 +5,7 @@
 #include "kivjniffmpeg/codecs/audio_codec.h"
 #include "kivjniffmpeg/codecs/mpeg_audio_header.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
+#include "kivjniffmpeg/ffmpeg/skipped_samples.h"
 #include "trace/trace.h"
 
 #include <algorithm>
@@ -191,6 +192,10 @@ int32_t c_audiocodec::drain(dsd_out_params &dsp_out, int32_t imp_flags, uint32_t
 void c_audiocodec::queue_samples(c_avframe &dsp_frame)
 {
     TRACE_SCOPE("decode", 3);
+    if (const auto dsl_skipped =
+            skipped_samples::find(dsp_frame->side_data, dsp_frame->nb_side_data, AV_FRAME_DATA_SKIP_SAMPLES);
+        dsl_skipped)
+        ilc_skipped += dsl_skipped->ilc_start;
     const auto dsl_format =
         c_aformat::of_samples(dsp_frame.sample_format(), dsp_frame->channels, dsp_frame->sample_rate);
     c_framebuffer_reference dsl_buffer = ffmpeg_get_framebuffer(dsp_frame);

@@ -78,6 +78,7 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1encoders_1ffmpeg_n
         aill_fields[PacketFields::DURATION] = dsl_avpacket.duration;
         aill_fields[PacketFields::FLAGS] = dsl_avpacket.flags;
         aill_fields[PacketFields::POSITION] = -1;
+        aill_fields[PacketFields::SKIP_START] = -1;
         dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, aill_fields.data());
         return kiv::jni::to_java(dsp_env,
                                  std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));

@@ -5,11 +5,13 @@
 #include "kivjniffmpeg/containers/known_formats.h"
 #include "kivjniffmpeg/containers/media_reader.h"
 #include "kivjniffmpeg/entries/native_call.h"
+#include "kivjniffmpeg/ffmpeg/skipped_samples.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_mediareader_ffmpeg.h>
 #include <natives/MediaType.h>
 #include <natives/PacketFields.h>
+#include <natives/PacketFlags.h>
 #include <natives/SeekFlags.h>
 
 #include <array>
@@ -29,6 +31,8 @@ static_assert(natives::MediaType::VIDEO == AVMEDIA_TYPE_VIDEO);
 static_assert(natives::MediaType::AUDIO == AVMEDIA_TYPE_AUDIO);
 static_assert(natives::MediaType::DATA == AVMEDIA_TYPE_DATA);
 static_assert(natives::MediaType::SUBTITLE == AVMEDIA_TYPE_SUBTITLE);
+static_assert(natives::PacketFlags::KEY == AV_PKT_FLAG_KEY);
+static_assert(natives::PacketFlags::DISCARDED == AV_PKT_FLAG_DISCARD);
 static_assert(natives::SeekFlags::BACKWARD == AVSEEK_FLAG_BACKWARD);
 static_assert(natives::SeekFlags::BYTE == AVSEEK_FLAG_BYTE);
 static_assert(natives::SeekFlags::ANY == AVSEEK_FLAG_ANY);
@@ -48,6 +52,10 @@ std::array<jlong, PacketFields::SIZE_WITH_LENGTH> fields_of(const AVPacket &dsp_
     aill_fields[PacketFields::DURATION] = dsp_packet.duration;
     aill_fields[PacketFields::FLAGS] = dsp_packet.flags;
     aill_fields[PacketFields::POSITION] = dsp_packet.pos;
+    const auto dsl_skipped =
+        skipped_samples::find(dsp_packet.side_data, dsp_packet.side_data_elems, AV_PKT_DATA_SKIP_SAMPLES);
+    aill_fields[PacketFields::SKIP_START] = dsl_skipped ? dsl_skipped->ilc_start : -1;
+    aill_fields[PacketFields::SKIP_END] = dsl_skipped ? dsl_skipped->ilc_end : 0;
     aill_fields[PacketFields::LENGTH] = dsp_packet.size;
     return aill_fields;
 }

@@ -55,6 +55,14 @@ struct AVOption
     uint8_t autc_tail[44];
 };
 
+/** The front of the data that accompanies a frame; owned by the frame. */
+struct AVFrameSideData
+{
+    int type;
+    uint8_t *data;
+    int size;
+};
+
 /** One decoded picture or block of samples. Allocated by FFmpeg. */
 struct AVFrame
 {
@@ -89,7 +97,8 @@ struct AVFrame
     AVBufferRef *buf[8];
     AVBufferRef **extended_buf;
     int nb_extended_buf;
-    uint8_t autc_gap7[16];
+    AVFrameSideData **side_data;
+    int nb_side_data;
     int flags;
     int color_range;
     uint8_t autc_gap8[8];
@@ -376,11 +385,16 @@ static_assert(offsetof(AVFrame, channel_layout) == 456);
 static_assert(offsetof(AVFrame, buf) == 464);
 static_assert(offsetof(AVFrame, extended_buf) == 528);
 static_assert(offsetof(AVFrame, nb_extended_buf) == 536);
+static_assert(offsetof(AVFrame, side_data) == 544);
+static_assert(offsetof(AVFrame, nb_side_data) == 552);
 static_assert(offsetof(AVFrame, flags) == 556);
 static_assert(offsetof(AVFrame, color_range) == 560);
 static_assert(offsetof(AVFrame, colorspace) == 572);
 static_assert(offsetof(AVFrame, channels) == 620);
 static_assert(sizeof(AVFrame) == 640);
+static_assert(offsetof(AVFrameSideData, type) == 0);
+static_assert(offsetof(AVFrameSideData, data) == 8);
+static_assert(offsetof(AVFrameSideData, size) == 16);
 static_assert(offsetof(AVPacketSideData, data) == 0);
 static_assert(offsetof(AVPacketSideData, size) == 8);
 static_assert(offsetof(AVPacketSideData, type) == 12);

@@ -159,13 +159,21 @@ inline constexpr uint64_t AV_CH_LAYOUT_QUAD = 0x33;
 inline constexpr uint64_t AV_CH_LAYOUT_5POINT1 = 0x60F;
 inline constexpr uint64_t AV_CH_LAYOUT_7POINT1 = 0x63F;
 
-inline constexpr int AV_PKT_FLAG_KEY = 1; /**< AVPacket::flags: decoding can start with it */
+// AVPacket::flags
+inline constexpr int AV_PKT_FLAG_KEY = 1;     /**< decoding can start with it */
+inline constexpr int AV_PKT_FLAG_DISCARD = 4; /**< decoded, but not to be shown or heard; behind the bridge only */
 
 // AVPacketSideData::type
 inline constexpr int AV_PKT_DATA_PALETTE = 0;       /**< 256 colours of 32 bits */
 inline constexpr int AV_PKT_DATA_NEW_EXTRADATA = 1; /**< extradata that replaces the stream's */
 /** How a stream's pictures are turned: 3 x 3 numbers, by which a row (x, y, 1) is multiplied. */
 inline constexpr int AV_PKT_DATA_DISPLAYMATRIX = 5;
+/** Samples that are not to be heard: 32 bits for those at the start and 32 bits for those at the end, little-endian. */
+inline constexpr int AV_PKT_DATA_SKIP_SAMPLES = 70;
+
+// AVFrameSideData::type
+inline constexpr int AV_FRAME_DATA_SKIP_SAMPLES = 9; /**< as AV_PKT_DATA_SKIP_SAMPLES */
+inline constexpr int in_skip_samples_size = 10;      /**< bytes of both; two of them say why */
 
 // Side data that is merged into a packet's bytes: for each element its bytes, its size in 32 bits and its type in 8,
 // all big-endian, and a marker of 64 bits at the end. Private to libavcodec (avpacket.c).

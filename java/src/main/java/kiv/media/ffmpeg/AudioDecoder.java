@@ -4,6 +4,7 @@ import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
@@ -40,8 +41,11 @@ public final class AudioDecoder implements AutoCloseable {
     private final SampleFormat samples;
     private final int bitRate;
     private final AudioClock clock;
+    private final SampleCutter cutter;
     private final PacketFilter filter;
     private final Deque<AudioBlock> finished = new ArrayDeque<>();
+    /** What the current call has decoded. */
+    private final List<byte[]> decoded = new ArrayList<>();
 
     private AudioDecoder(long address, WaveFormat format, SampleFormat samples, int bitRate, Rational timeBase,
             MediaStream stream) {
@@ -53,6 +57,7 @@ public final class AudioDecoder implements AutoCloseable {
         boolean holdsBack = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
         this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack);
         this.filter = new PacketFilter(stream);
+        this.cutter = new SampleCutter(stream != null);
     }
 
     /**
@@ -179,7 +184,7 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public List<AudioBlock> decode(Packet packet) {
         filter.check(packet);
-        return decode(packet.bytes(), timeOf(packet), packet);
+        return decode(packet.bytes(), timeOf(packet), packet.trim(), packet);
     }
 
     /**
@@ -195,7 +200,7 @@ public final class AudioDecoder implements AutoCloseable {
     public List<AudioBlock> decode(byte[] bytes) {
         Objects.requireNonNull(bytes, "bytes");
         checkSize(bytes.length);
-        return decode(bytes, Packet.NO_TIME, bytes.length + " bytes");
+        return decode(bytes, Packet.NO_TIME, SampleTrim.NONE, bytes.length + " bytes");
     }
 
     /**
@@ -268,7 +273,7 @@ public final class AudioDecoder implements AutoCloseable {
             if (packet == null) {
                 end(address);
             } else {
-                decode(address, packet.bytes(), timeOf(packet), packet);
+                decode(address, packet.bytes(), timeOf(packet), packet.trim(), packet);
             }
             return null;
         });
@@ -319,13 +324,19 @@ public final class AudioDecoder implements AutoCloseable {
             throw doesNotOpen(format);
         }
         clock.reset();
+        cutter.reset();
+        decoded.clear();
     }
 
     private void end(long address) {
         DecodeException.translate(() -> {
             clock.end();
-            while (take(codec.drain(address)) > 0) {
-                continue;
+            try {
+                while (take(codec.drain(address)) > 0) {
+                    continue;
+                }
+            } finally {
+                cut(address);
             }
             restart(address);
         });
@@ -338,17 +349,24 @@ public final class AudioDecoder implements AutoCloseable {
         }
     }
 
-    private List<AudioBlock> decode(byte[] bytes, long time, Object what) {
+    private List<AudioBlock> decode(byte[] bytes, long time, SampleTrim trim, Object what) {
         return handle.call(address -> {
-            decode(address, bytes, time, what);
+            decode(address, bytes, time, trim, what);
             return deliver();
         });
     }
 
-    private void decode(long address, byte[] bytes, long time, Object what) {
+    private void decode(long address, byte[] bytes, long time, SampleTrim trim, Object what) {
         DecodeException.translate(() -> {
             clock.at(time);
-            if (isDamaged(address, bytes)) {
+            cutter.begin(trim);
+            boolean damaged;
+            try {
+                damaged = isDamaged(address, bytes);
+            } finally {
+                cut(address);
+            }
+            if (damaged) {
                 throw new DecodeException("a packet cannot be decoded: " + what);
             }
         });
@@ -390,11 +408,37 @@ public final class AudioDecoder implements AutoCloseable {
     private int take(NativeAudioCodec.Result result) {
         int frames = result.bytes().length / (format.channels() * samples.bytes());
         if (frames > 0) {
-            finished.add(new AudioBlock(result.bytes(), samples, format.sampleRate(), format.channels(), clock.time(),
-                    clock.timeBase()));
-            clock.advance(frames);
+            decoded.add(result.bytes());
         }
         return frames;
+    }
+
+    /** Makes blocks of what a call has decoded, without what is not to be heard. */
+    private void cut(long address) {
+        if (decoded.isEmpty()) {
+            return;
+        }
+        int size = format.channels() * samples.bytes();
+        long length = 0;
+        for (byte[] pcm : decoded) {
+            length += pcm.length / size;
+        }
+        SampleCutter.Part part = cutter.cut(length, NativeAudioCodec.skipped(address));
+        long at = 0;
+        for (byte[] pcm : decoded) {
+            int frames = pcm.length / size;
+            int first = (int) Math.max(0, Math.min(frames, part.first() - at));
+            int end = (int) Math.max(first, Math.min(frames, part.end() - at));
+            clock.advance(first);
+            if (first < end) {
+                byte[] heard = first == 0 && end == frames ? pcm : Arrays.copyOfRange(pcm, first * size, end * size);
+                finished.add(new AudioBlock(heard, samples, format.sampleRate(), format.channels(), clock.time(),
+                        clock.timeBase()));
+            }
+            clock.advance(frames - first);
+            at += frames;
+        }
+        decoded.clear();
     }
 
     private List<AudioBlock> deliver() {

@@ -49,6 +49,8 @@ public final class MediaReader implements AutoCloseable {
     private static final int BLOCK_DEVICE = 0x6000;
     /** Packets of all streams that are read for one look at a place. */
     private static final int MOST_AHEAD = 5000;
+    /** Packets of all streams among which the first ones of sound are looked for. */
+    private static final int MOST_FIRST = 64;
     /** Seconds. */
     private static final int FURTHEST_BACK = 1 << 16;
 
@@ -59,6 +61,8 @@ public final class MediaReader implements AutoCloseable {
     private final String formatName;
     private final long[] info;
     private volatile List<MediaStream> streams = List.of();
+    private final SoundBeginnings beginnings = new SoundBeginnings();
+    private boolean moved;
     /** Packets that were read to verify a seek. */
     private final Deque<Packet> ahead = new ArrayDeque<>();
 
@@ -324,7 +328,21 @@ public final class MediaReader implements AutoCloseable {
         if (fields[PacketFields.STREAM] >= streams.size()) {
             learnStreams(address, fields[PacketFields.STREAM] + 1);
         }
-        return Packet.ofNative(bytes, fields);
+        return beginnings.complete(Packet.ofNative(bytes, fields), streams.get((int) fields[PacketFields.STREAM]), moved);
+    }
+
+    /** Reads the first packets of sound before the reader moves away from them. */
+    private void leaveBeginning(long address) throws IOException {
+        try {
+            for (int packets = 0; !moved && packets < MOST_FIRST && !streams.stream().allMatch(beginnings::knows); packets++) {
+                if (read(address) == null) {
+                    break;
+                }
+            }
+        } catch (MediaFormatException e) {
+            // Whoever reads that place will be told.
+        }
+        moved = true;
     }
 
     /**
@@ -529,6 +547,7 @@ public final class MediaReader implements AutoCloseable {
 
     private boolean trySeek(long address, int stream, long place, boolean inBytes) throws IOException {
         ahead.clear();
+        leaveBeginning(address);
         try {
             c_mediareader_ffmpeg.n_reader_seek(address, stream, place, inBytes ? SeekFlags.BYTE : SeekFlags.BACKWARD);
             return true;
@@ -542,6 +561,7 @@ public final class MediaReader implements AutoCloseable {
 
     private void seek(long address, int stream, long time) throws IOException {
         ahead.clear();
+        leaveBeginning(address);
         try {
             c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SeekFlags.BACKWARD);
         } catch (RuntimeException e) {

@@ -55,6 +55,11 @@ final class NativeAudioCodec {
         c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.CONTINUOUS, 1);
     }
 
+    /** Samples that a decoder says are not to be heard, since it was opened. */
+    static long skipped(long address) {
+        return c_codecoptions_ffmpeg.n_acodec_get_option(address, c_codecoptions_ffmpeg.SKIPPED_SAMPLES);
+    }
+
     /** The value of an option, one of {@link c_codecoptions_ffmpeg}. */
     static int option(long address, String name) {
         return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);

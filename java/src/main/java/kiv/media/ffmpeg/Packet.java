@@ -33,9 +33,10 @@ public final class Packet {
     private final boolean key;
     private final long position;
     private final boolean damaged;
+    private final SampleTrim trim;
 
     private Packet(byte[] bytes, int streamIndex, long presentationTime, long decodingTime, long duration, boolean key,
-            long position, boolean damaged) {
+            long position, boolean damaged, SampleTrim trim) {
         this.bytes = bytes;
         this.streamIndex = streamIndex;
         this.presentationTime = presentationTime;
@@ -44,6 +45,7 @@ public final class Packet {
         this.key = key;
         this.position = position;
         this.damaged = damaged;
+        this.trim = trim;
     }
 
     /**
@@ -63,18 +65,19 @@ public final class Packet {
         if (streamIndex < 0) {
             throw new IllegalArgumentException("negative stream index " + streamIndex);
         }
-        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, OF_CALLER, false);
+        return new Packet(bytes.clone(), streamIndex, presentationTime, decodingTime, 0, key, OF_CALLER, false,
+                SampleTrim.NONE);
     }
 
     /** Creates a packet of an encoder without copying its bytes. Decoding can start with it. */
     static Packet ofEncoder(byte[] bytes, long time, long duration) {
-        return new Packet(bytes, 0, time, time, duration, true, NO_POSITION, false);
+        return new Packet(bytes, 0, time, time, duration, true, NO_POSITION, false, SampleTrim.NONE);
     }
 
     /** Creates a packet of a splitter without copying its bytes. */
     static Packet ofSplitter(byte[] bytes, long[] fields) {
         return new Packet(bytes, 0, fields[SplitterFields.PRESENTATION_TIME], fields[SplitterFields.DECODING_TIME], 0,
-                (fields[SplitterFields.FLAGS] & PacketFlags.KEY) != 0, NO_POSITION, false);
+                (fields[SplitterFields.FLAGS] & PacketFlags.KEY) != 0, NO_POSITION, false, SampleTrim.NONE);
     }
 
     /** Creates a packet of the native reader without copying its bytes. */
@@ -82,7 +85,7 @@ public final class Packet {
         return new Packet(bytes, (int) fields[PacketFields.STREAM], fields[PacketFields.PRESENTATION_TIME],
                 fields[PacketFields.DECODING_TIME], fields[PacketFields.DURATION],
                 (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0, fields[PacketFields.POSITION],
-                (fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0);
+                (fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0, SampleTrim.ofNative(fields));
     }
 
     /** {@return the index of the stream in {@link MediaReader#streams()}} */
@@ -125,6 +128,32 @@ public final class Packet {
         return damaged;
     }
 
+    /**
+     * Returns how much is not to be heard from this packet's first sample on, as its container says: what an encoder put
+     * before the sound, or what lies before the part that the container plays. It may be more than the packet has, and then
+     * goes on in the next ones. {@link AudioDecoder} leaves it out.
+     *
+     * @return samples of each channel; mostly 0
+     */
+    public int skippedAtStart() {
+        return Math.max(0, trim.start());
+    }
+
+    /**
+     * Returns how much at the end of this packet's sound is not to be heard, as its container says. {@link AudioDecoder}
+     * leaves it out.
+     *
+     * @return samples of each channel; mostly 0
+     */
+    public int skippedAtEnd() {
+        return trim.end();
+    }
+
+    /** What is not to be heard, also where the container states nothing. */
+    SampleTrim trim() {
+        return trim;
+    }
+
     /** {@return the number of bytes} */
     public int size() {
         return bytes.length;
@@ -147,7 +176,12 @@ public final class Packet {
 
     /** The same packet without its bytes, for callers that keep its times only. */
     Packet withoutData() {
-        return new Packet(EMPTY, streamIndex, presentationTime, decodingTime, duration, key, position, damaged);
+        return new Packet(EMPTY, streamIndex, presentationTime, decodingTime, duration, key, position, damaged, trim);
+    }
+
+    /** The same packet, of whose sound something else is not to be heard. */
+    Packet trimmed(SampleTrim other) {
+        return new Packet(bytes, streamIndex, presentationTime, decodingTime, duration, key, position, damaged, other);
     }
 
     @Override

@@ -6,10 +6,10 @@ import java.lang.annotation.Native;
 public final class PacketFields {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 6;
+    @Native public static final int SIZE = 8;
 
     /** Elements of the array with {@link #LENGTH}. */
-    @Native public static final int SIZE_WITH_LENGTH = 7;
+    @Native public static final int SIZE_WITH_LENGTH = 9;
 
     /** Index of the stream. */
     @Native public static final int STREAM = 0;
@@ -29,8 +29,14 @@ public final class PacketFields {
     /** Where it begins in the container, in bytes; -1 when unknown. */
     @Native public static final int POSITION = 5;
 
+    /** Samples of sound from here on that are not to be heard; -1 when the container says nothing about that. */
+    @Native public static final int SKIP_START = 6;
+
+    /** Samples at the end of the packet's sound that are not to be heard. */
+    @Native public static final int SKIP_END = 7;
+
     /** How many bytes it has; not in an array of {@link #SIZE} elements. */
-    @Native public static final int LENGTH = 6;
+    @Native public static final int LENGTH = 8;
 
     private PacketFields() {
     }

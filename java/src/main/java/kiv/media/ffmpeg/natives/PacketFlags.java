@@ -11,6 +11,9 @@ public final class PacketFlags {
     /** The container knows that bytes are missing or wrong. */
     @Native public static final int DAMAGED = 2;
 
+    /** It is decoded for those behind it, but neither shown nor heard itself. */
+    @Native public static final int DISCARDED = 4;
+
     private PacketFlags() {
     }
 }

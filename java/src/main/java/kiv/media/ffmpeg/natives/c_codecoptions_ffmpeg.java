@@ -83,6 +83,12 @@ public final class c_codecoptions_ffmpeg {
     /** 1 for a decoder of sound that may answer a packet late, or at the end of the stream only; otherwise 0. */
     public static final String HOLDS_BACK = "holds_back";
 
+    /**
+     * Samples of a channel, of all that an audio decoder has delivered since it was opened, that it reports as not to be
+     * heard, such as what it made before its first whole frame.
+     */
+    public static final String SKIPPED_SAMPLES = "skipped_samples";
+
     /** FFmpeg prints nothing on the standard error. */
     @Native public static final int LOG_QUIET = -8;
 
@@ -124,7 +130,7 @@ public final class c_codecoptions_ffmpeg {
      *
      * @param codec an audio codec's handle
      * @param name the option: {@link #BIT_RATE}, {@link #BLOCK_ALIGN}, {@link #FRAME_SIZE}, {@link #INITIAL_PADDING},
-     *     {@link #BITS_PER_CODED_SAMPLE} or {@link #HOLDS_BACK}
+     *     {@link #BITS_PER_CODED_SAMPLE}, {@link #HOLDS_BACK} or {@link #SKIPPED_SAMPLES}
      * @return the option's value
      * @throws RuntimeException when the option is unknown
      */

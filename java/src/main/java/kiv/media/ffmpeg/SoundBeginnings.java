@@ -1,0 +1,69 @@
+package kiv.media.ffmpeg;
+
+import java.math.BigInteger;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.util.HashMap;
+import java.util.Map;
+
+/**
+ * Knows what is not to be heard at the beginning of each stream of sound. FFmpeg says it with the packets that it reads
+ * first, and after a seek only for some containers.
+ */
+final class SoundBeginnings {
+
+    private static final String OPUS = "opus";
+    private static final int OPUS_PRE_SKIP = 10;
+
+    private final Map<Integer, Packet> first = new HashMap<>();
+
+    boolean knows(MediaStream stream) {
+        return stream.kind() != MediaKind.AUDIO || first.containsKey(stream.index());
+    }
+
+    /**
+     * Completes a packet.
+     *
+     * @param moved whether the reader has moved, so that this need not be the stream's first packet
+     */
+    Packet complete(Packet packet, MediaStream stream, boolean moved) {
+        if (stream.kind() != MediaKind.AUDIO) {
+            return packet;
+        }
+        boolean opus = stream.codecName().equals(OPUS);
+        Packet begin = first.get(stream.index());
+        if (begin == null && !moved) {
+            Packet complete = opus && packet.trim().start() == SampleTrim.UNSTATED
+                    ? packet.trimmed(packet.trim().withStart(preSkip(stream))) : packet;
+            first.put(stream.index(), complete.withoutData());
+            return complete;
+        }
+        int start = begin != null && moved ? rest(begin, packet, stream) : 0;
+        if (start > 0) {
+            return packet.trimmed(packet.trim().withStart(start));
+        }
+        // A decoder that is opened in the middle would leave the beginning out there.
+        return opus && packet.trim().start() == SampleTrim.UNSTATED ? packet.trimmed(packet.trim().withStart(0)) : packet;
+    }
+
+    /** What of a stream's beginning reaches into a packet. */
+    private static int rest(Packet begin, Packet packet, MediaStream stream) {
+        int start = begin.trim().start();
+        Rational unit = stream.timeBase();
+        if (start <= 0 || begin.presentationTime() == Packet.NO_TIME || packet.presentationTime() == Packet.NO_TIME
+                || !unit.isKnown()) {
+            return 0;
+        }
+        BigInteger samples = BigInteger.valueOf(packet.presentationTime())
+                .subtract(BigInteger.valueOf(begin.presentationTime())).multiply(BigInteger.valueOf(unit.numerator()))
+                .multiply(BigInteger.valueOf(stream.sampleRate())).divide(BigInteger.valueOf(unit.denominator()));
+        return samples.signum() < 0 || samples.bitLength() >= Integer.SIZE ? 0 : Math.max(0, start - samples.intValue());
+    }
+
+    /** Samples before the sound, as the head of Opus states it. */
+    private static int preSkip(MediaStream stream) {
+        byte[] head = stream.extradata();
+        return head.length < OPUS_PRE_SKIP + Short.BYTES ? 0
+                : Short.toUnsignedInt(ByteBuffer.wrap(head).order(ByteOrder.LITTLE_ENDIAN).getShort(OPUS_PRE_SKIP));
+    }
+}
