@@ -45,8 +45,9 @@ dsd_codec make_codec(const real::dsd_ffmpeg &dsp_ffmpeg, const real::codec &dsp_
     dsl_codec.dsc_old.id = iel_id;
     dsl_codec.dsc_old.capabilities = dsp_real.capabilities & ~CODEC_CAP_TRUNCATED;
     // Callers drain the same decoders as ever: where the newer ones keep something back, it is what the older ones lost.
+    // Of WMA that is the last frame, without which sound is shorter than in the program of the same FFmpeg.
     const int inl_old = dsl_codec.adsc_name != nullptr ? dsl_codec.adsc_name->inc_capabilities : -1;
-    if (bp_decoder && inl_old >= 0)
+    if (bp_decoder && inl_old >= 0 && iel_id != AV_CODEC_ID_WMAV1 && iel_id != AV_CODEC_ID_WMAV2)
         dsl_codec.dsc_old.capabilities = (dsl_codec.dsc_old.capabilities & ~CODEC_CAP_DELAY) | inl_old;
     dsl_codec.dsc_old.sample_fmts = dsp_real.sample_fmts;
     return dsl_codec;

@@ -54,7 +54,9 @@ public final class AudioDecoder implements AutoCloseable {
         this.format = format;
         this.samples = samples;
         this.bitRate = bitRate;
-        boolean holdsBack = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
+        // WMA keeps only its last frame, and answers other packets at once.
+        boolean holdsBack = format.formatTag() != WaveFormatTags.WMA1 && format.formatTag() != WaveFormatTags.WMA2
+                && NativeAudioCodec.option(address, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
         this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack);
         this.filter = new PacketFilter(stream);
         this.cutter = new SampleCutter(stream != null);
