@@ -74,6 +74,19 @@ final class AudioClock {
         frames += delivered;
     }
 
+    /** Passes over frames that are not delivered. As in FFmpeg the next one then begins at the nearest unit of time. */
+    void skip(long skipped) {
+        if (frames == 0 && skipped > 0 && anchor != Packet.NO_TIME && timeBase.isKnown()) {
+            BigInteger unit = BigInteger.valueOf(sampleRate).multiply(BigInteger.valueOf(timeBase.numerator()));
+            BigInteger units = BigInteger.valueOf(skipped).multiply(BigInteger.valueOf(timeBase.denominator()))
+                    .shiftLeft(1).add(unit).divide(unit.shiftLeft(1));
+            anchor = BigInteger.valueOf(anchor).add(units).min(LATEST).max(EARLIEST).longValue();
+            silent = 0;
+        } else {
+            frames += skipped;
+        }
+    }
+
     /** When the next frame starts, rounded down and limited to the range of times. */
     long time() {
         if (anchor == Packet.NO_TIME || frames == 0 || !timeBase.isKnown()) {

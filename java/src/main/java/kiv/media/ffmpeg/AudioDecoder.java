@@ -431,7 +431,7 @@ public final class AudioDecoder implements AutoCloseable {
             int frames = pcm.length / size;
             int first = (int) Math.max(0, Math.min(frames, part.first() - at));
             int end = (int) Math.max(first, Math.min(frames, part.end() - at));
-            clock.advance(first);
+            clock.skip(first);
             if (first < end) {
                 byte[] heard = first == 0 && end == frames ? pcm : Arrays.copyOfRange(pcm, first * size, end * size);
                 finished.add(new AudioBlock(heard, samples, format.sampleRate(), format.channels(), clock.time(),

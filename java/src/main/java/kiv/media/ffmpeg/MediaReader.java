@@ -61,7 +61,7 @@ public final class MediaReader implements AutoCloseable {
     private final String formatName;
     private final long[] info;
     private volatile List<MediaStream> streams = List.of();
-    private final SoundBeginnings beginnings = new SoundBeginnings();
+    private final SoundBeginnings beginnings;
     private boolean moved;
     /** Packets that were read to verify a seek. */
     private final Deque<Packet> ahead = new ArrayDeque<>();
@@ -73,6 +73,7 @@ public final class MediaReader implements AutoCloseable {
         this.seekable = seekable;
         try {
             this.formatName = c_mediareader_ffmpeg.n_reader_get_format_name(address);
+            this.beginnings = new SoundBeginnings(formatName);
             this.info = c_mediareader_ffmpeg.n_reader_get_info(address);
             learnStreams(address, info[ReaderInfo.STREAMS]);
         } catch (Throwable e) {

@@ -16,6 +16,12 @@ final class SoundBeginnings {
     private static final int OPUS_PRE_SKIP = 10;
 
     private final Map<Integer, Packet> first = new HashMap<>();
+    /** In MP4 only what an edit list leaves out has a time before 0. */
+    private final boolean startsAtZero;
+
+    SoundBeginnings(String formatName) {
+        startsAtZero = formatName.contains("mp4");
+    }
 
     boolean knows(MediaStream stream) {
         return stream.kind() != MediaKind.AUDIO || first.containsKey(stream.index());
@@ -33,8 +39,11 @@ final class SoundBeginnings {
         boolean opus = stream.codecName().equals(OPUS);
         Packet begin = first.get(stream.index());
         if (begin == null && !moved) {
-            Packet complete = opus && packet.trim().start() == SampleTrim.UNSTATED
-                    ? packet.trimmed(packet.trim().withStart(preSkip(stream))) : packet;
+            Packet complete = packet;
+            if (packet.trim().start() == SampleTrim.UNSTATED && !packet.trim().whole()) {
+                int start = opus ? preSkip(stream) : startsAtZero ? samples(0, packet.presentationTime(), stream) : 0;
+                complete = start > 0 ? packet.trimmed(packet.trim().withStart(start)) : packet;
+            }
             first.put(stream.index(), complete.withoutData());
             return complete;
         }
@@ -49,15 +58,21 @@ final class SoundBeginnings {
     /** What of a stream's beginning reaches into a packet. */
     private static int rest(Packet begin, Packet packet, MediaStream stream) {
         int start = begin.trim().start();
+        return start <= 0 || begin.presentationTime() == Packet.NO_TIME
+                || packet.presentationTime() < begin.presentationTime() ? 0
+                : Math.max(0, start - samples(packet.presentationTime(), begin.presentationTime(), stream));
+    }
+
+    /** The samples between two times; 0 when that is unknown or negative, and the most for what is no beginning. */
+    private static int samples(long time, long before, MediaStream stream) {
         Rational unit = stream.timeBase();
-        if (start <= 0 || begin.presentationTime() == Packet.NO_TIME || packet.presentationTime() == Packet.NO_TIME
-                || !unit.isKnown()) {
+        if (time == Packet.NO_TIME || before == Packet.NO_TIME || before > time || !unit.isKnown()) {
             return 0;
         }
-        BigInteger samples = BigInteger.valueOf(packet.presentationTime())
-                .subtract(BigInteger.valueOf(begin.presentationTime())).multiply(BigInteger.valueOf(unit.numerator()))
-                .multiply(BigInteger.valueOf(stream.sampleRate())).divide(BigInteger.valueOf(unit.denominator()));
-        return samples.signum() < 0 || samples.bitLength() >= Integer.SIZE ? 0 : Math.max(0, start - samples.intValue());
+        BigInteger samples = BigInteger.valueOf(time).subtract(BigInteger.valueOf(before))
+                .multiply(BigInteger.valueOf(unit.numerator())).multiply(BigInteger.valueOf(stream.sampleRate()))
+                .divide(BigInteger.valueOf(unit.denominator()));
+        return samples.max(BigInteger.ZERO).min(BigInteger.valueOf(Integer.MAX_VALUE)).intValue();
     }
 
     /** Samples before the sound, as the head of Opus states it. */

@@ -18,6 +18,7 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.stream.IntStream;
 import java.util.stream.LongStream;
+import kiv.media.ffmpeg.natives.PacketFields;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
@@ -25,8 +26,8 @@ import org.junit.jupiter.params.provider.CsvSource;
 class AudioDecoderTest {
 
     @ParameterizedTest
-    @CsvSource({"pcm_s16.wav, 44100", "mp3.mp3, 46080", "aac.m4a, 46080", "aac.aac, 46080", "ac3.ac3, 44544",
-        "wma2.asf, 45056", "h264_aac.mp4, 46080", "mpeg1_mp2.mpg, 44928", "mpeg4_mp3.avi, 46080"})
+    @CsvSource({"pcm_s16.wav, 44100", "mp3.mp3, 44100", "aac.m4a, 45056", "aac.aac, 46080", "ac3.ac3, 44544",
+        "wma2.asf, 43008", "h264_aac.mp4, 45056", "mpeg1_mp2.mpg, 44928", "mpeg4_mp3.avi, 46080"})
     void everyStreamGivesItsSoundWithoutAGap(String file, int frames) throws IOException {
         List<AudioBlock> blocks = new ArrayList<>();
         try (MediaReader reader = MediaReader.open(TestMedia.stream(file));
@@ -36,12 +37,58 @@ class AudioDecoderTest {
             refused(IllegalArgumentException.class, "not of the decoder's stream", () -> decoder.decode(foreign));
             blocks.addAll(decoder.finish());
         }
-        assertThat(blocks.stream().mapToInt(AudioBlock::frames).sum()).isEqualTo(frames);
+        // Newer decoders of WMA leave two frames out, and deliver one more at the end.
+        int more = file.startsWith("wma") && !TestMedia.isNewer() ? 2048 : 0;
+        assertThat(blocks.stream().mapToInt(AudioBlock::frames).sum()).isEqualTo(frames + more);
+        assertThat(blocks.get(0).time().orElseThrow()).isBetween(Duration.ZERO, Duration.ofMillis(100));
         assertThat(blocks).allMatch(block -> block.sampleRate() == 44100 && block.channels() == 2);
         for (int i = 1; i < blocks.size(); i++) {
             Duration end = blocks.get(i - 1).time().orElseThrow().plus(blocks.get(i - 1).duration());
             assertThat(blocks.get(i).time().orElseThrow().minus(end).abs()).isLessThan(Duration.ofMillis(2));
         }
+    }
+
+    /** Beginnings are left out again after a seek back to them, and nothing is left out in the middle. */
+    @ParameterizedTest
+    @CsvSource({"mp3.mp3", "aac.m4a", "opus.opus", "opus_mono.webm", "h264_aac.mp4"})
+    void aSeekBackGivesTheSameSound(String file) throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.stream(file))) {
+            MediaStream stream = reader.firstAudio().orElseThrow();
+            reader.seek(stream, 0); // before its first packet was read
+            byte[] whole = soundFromHere(reader, stream);
+            assertThat(whole).isEqualTo(MediaAudioTest.decoded(TestMedia.stream(file)));
+            reader.seek(stream, (long) (0.15 / stream.timeBase().toDouble()));
+            int rest = reader.read().skippedAtStart();
+            assertThat(soundFromHere(reader, stream).length).isBetween(1, whole.length - 1);
+            reader.seek(stream, stream.startTime().isPresent() ? Math.min(0, stream.startTicks()) : 0);
+            assertThat(soundFromHere(reader, stream)).isEqualTo(whole);
+            assertThat(rest).isZero();
+        }
+    }
+
+    private static byte[] soundFromHere(MediaReader reader, MediaStream stream) {
+        try (AudioDecoder decoder = AudioDecoder.open(stream)) {
+            return Sounds.decode(decoder, reader.packets().filter(decoder::accepts).toList());
+        }
+    }
+
+    @Test
+    void liesAboutWhatIsNotHeardCutWhatThereIs() {
+        long[] fields = new long[PacketFields.SIZE];
+        fields[PacketFields.SKIP_START] = 3L << 32;
+        fields[PacketFields.SKIP_END] = -5;
+        assertThat(SampleTrim.ofNative(fields)).isEqualTo(new SampleTrim(0, 0, false));
+        SampleCutter cutter = new SampleCutter(true);
+        cutter.begin(new SampleTrim(Integer.MAX_VALUE, 200, false));
+        assertThat(cutter.cut(100, 7)).isEqualTo(new SampleCutter.Part(100, 100));
+        assertThat(cutter.cut(100, 7)).isEqualTo(new SampleCutter.Part(100, 100));
+        cutter.reset();
+        cutter.begin(new SampleTrim(30, 70, false));
+        assertThat(cutter.cut(100, 20)).isEqualTo(new SampleCutter.Part(30, 30));
+        cutter.begin(new SampleTrim(0, 101, false));
+        assertThat(cutter.cut(100, 40)).isEqualTo(new SampleCutter.Part(0, 100));
+        cutter.begin(SampleTrim.NONE);
+        assertThat(cutter.cut(100, 140)).isEqualTo(new SampleCutter.Part(100, 100));
     }
 
     /** The library keeps the last 31 bytes of a block, which is all of a packet or even two. */
@@ -102,7 +149,8 @@ class AudioDecoderTest {
         bytes.write(song, 0, song.length - cut);
         bytes.writeBytes(tag.getBytes(StandardCharsets.ISO_8859_1));
         bytes.writeBytes(new byte[zeros]);
-        int frames = cut == 415 ? 44928 : 46080;
+        // The encoder's delay is left out, and its padding when it is there.
+        int frames = cut == 415 ? 44928 - 1105 : 44100;
         try (MediaReader reader = MediaReader.open(new HostileChannel(bytes.toByteArray()));
                 AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
             assertThat(Sounds.decode(decoder, reader.packets().toList())).hasSize(frames * 4);

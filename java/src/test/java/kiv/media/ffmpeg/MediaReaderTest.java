@@ -221,7 +221,7 @@ class MediaReaderTest {
                 refused(RuntimeException.class, "no such stream: " + stream + " in line 2611",
                         () -> c_mediareader_ffmpeg.n_reader_get_stream(reader, stream));
             }
-            refused(RuntimeException.class, "shorter than 6 in line 2703",
+            refused(RuntimeException.class, "shorter than 8 in line 2703",
                     () -> c_mediareader_ffmpeg.n_reader_read(reader, new long[PacketFields.SIZE - 1]));
             refused(RuntimeException.class, "shorter than 7 in line 2707",
                     () -> c_mediareader_ffmpeg.n_reader_read_stream(reader, 0, null, new long[PacketFields.SIZE]));

@@ -157,7 +157,6 @@ final class FramesMd5Command implements Callable<Integer> {
             Rational timeBase = new Rational(1, decoder.format().sampleRate());
             SampleClock clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
-                clock.at(packet);
                 try {
                     print(decoder.decode(packet), stream.codecName(), timeBase, clock);
                 } catch (DecodeException e) {

@@ -18,22 +18,11 @@ final class SampleClock {
     private final boolean coarse;
     private long next;
     private boolean started;
-    private long packetTime = Packet.NO_TIME;
 
     SampleClock(Rational timeBase, int sampleRate) {
         factor = BigInteger.valueOf(timeBase.numerator()).multiply(BigInteger.valueOf(sampleRate));
         divisor = BigInteger.valueOf(Math.max(1, timeBase.denominator()));
         coarse = factor.compareTo(divisor) > 0;
-    }
-
-    /** Takes the packet that is decoded next. A gap before it makes the clock trust the packet's time again. */
-    void at(Packet packet) {
-        long time = packet.presentationTime();
-        if (packet.duration() > 0 && packetTime != Packet.NO_TIME && time != Packet.NO_TIME
-                && time - packetTime > packet.duration()) {
-            started = false;
-        }
-        packetTime = time;
     }
 
     /**
@@ -62,7 +51,8 @@ final class SampleClock {
                 return Math.max(first, Math.min(last, next));
             }
         }
-        return bounded(floor(doubled.multiply(factor).add(divisor), divisor.shiftLeft(1)));
+        BigInteger nearest = floor(doubled.abs().multiply(factor).add(divisor), divisor.shiftLeft(1));
+        return bounded(time.signum() < 0 ? nearest.negate() : nearest);
     }
 
     private static long bounded(BigInteger samples) {

@@ -96,7 +96,6 @@ final class SoundWriter implements AutoCloseable {
     /** Decodes and writes a packet; counts a damaged one and leaves it out. */
     void write(Packet packet) throws OutputException {
         List<AudioBlock> blocks;
-        clock.at(packet);
         try {
             blocks = decoder.decode(packet);
         } catch (DecodeException e) {
