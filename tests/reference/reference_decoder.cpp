@@ -38,8 +38,8 @@ static void list_packets(AVFormatContext &dsp_file)
               dsl_codec.extradata_size, md5_of({dsl_codec.extradata, static_cast<size_t>(dsl_codec.extradata_size)}));
     }
     for_each_packet(dsp_file, -1, [](const AVPacket &dsp_packet) {
-        print("packet", dsp_packet.stream_index, dsp_packet.pts, dsp_packet.dts, dsp_packet.duration, dsp_packet.flags,
-              dsp_packet.size, md5_of({dsp_packet.data, static_cast<size_t>(dsp_packet.size)}));
+        print("packet", dsp_packet.stream_index, dsp_packet.pts, dsp_packet.dts, dsp_packet.duration,
+              dsp_packet.flags & ~AV_PKT_FLAG_DISCARD, dsp_packet.size, md5_of({dsp_packet.data, static_cast<size_t>(dsp_packet.size)}));
     });
 }
 

@@ -101,7 +101,8 @@ c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, job
     undecoded_codecs::remove_parsers();
     dsc_source.set_container(&dsc_format);
     AVInputFormat *adsl_format = probe(dsp_env);
-    dsc_source.restart(dsp_env);
+    // FFmpeg's reader of MP3 takes padding at the end for a lie when it gets an error for the size, but not 0 as of a pipe.
+    dsc_source.restart(dsp_env, std::string_view(adsl_format->name) == "mp3");
     if (std::string_view(adsl_format->name).starts_with("mov,"))
         dsc_source.expect_boxes();
     dsc_format.context()->pb = dsc_source.io();

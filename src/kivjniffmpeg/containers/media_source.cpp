@@ -93,7 +93,7 @@ void c_mediasource::make_io()
     }
 }
 
-void c_mediasource::restart(const c_jnienv &dsp_env)
+void c_mediasource::restart(const c_jnienv &dsp_env, bool bp_empty_if_unknown)
 {
     TRACE_FUNCTION(3);
     if (iec_access == ie_access::ie_forward) {
@@ -102,6 +102,7 @@ void c_mediasource::restart(const c_jnienv &dsp_env)
         dsc_endless_parts.jump();
     } else {
         move(dsp_env, 0);
+        bc_empty_if_unknown = bp_empty_if_unknown;
     }
     check(dsp_env);
     make_io();
@@ -222,7 +223,7 @@ int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence
         const int inl_whence = inp_whence & ~AVSEEK_FORCE;
         if (inl_whence == AVSEEK_SIZE) {
             const int64_t ill_size = dsp_source.ask_size(dsp_env);
-            return ill_size < 0 ? AVERROR(ENOSYS) : ill_size;
+            return ill_size >= 0 ? ill_size : dsp_source.bc_empty_if_unknown ? 0 : AVERROR(ENOSYS);
         }
         // FFmpeg knows its position, and seeks to the end only when there is no size.
         if (inl_whence != SEEK_SET || ilp_offset < 0)

@@ -58,11 +58,12 @@ public:
      * in its buffer, and FFmpeg would not ask for it in portions. A source that is read forward only keeps what was read
      * until then, which is about a megabyte at most.
      *
+     * @param bp_empty_if_unknown whether FFmpeg is told 0 for a size that is unknown
      * @throws kiv::jni::c_jniexception when the source throws
      * @throws c_ffmpeg_exception when the source does not go to its start
      * @throws std::bad_alloc
      */
-    void restart(const kiv::jni::c_jnienv &dsp_env);
+    void restart(const kiv::jni::c_jnienv &dsp_env, bool bp_empty_if_unknown);
 
     /** From now on the order of the boxes is looked at: the bytes are an MP4 or QuickTime file. */
     void expect_boxes() noexcept { bc_boxes = iec_access == ie_access::ie_forward; }
@@ -126,6 +127,7 @@ private:
     size_t ulc_portions = 0;     // that FFmpeg got
     int64_t ilc_known_size = -1; // as Java returned it last; -1 for unknown
     bool bc_at_end = false;
+    bool bc_empty_if_unknown = false;
     bool bc_behind_known_end = false;     // FFmpeg is behind the end, and Java was not told
     const char *strc_complaint = nullptr; // a literal that names the invalid value
     int64_t ilc_complaint_value = 0;
