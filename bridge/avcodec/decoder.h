@@ -93,8 +93,8 @@ private:
     size_t ulc_copy_size = 0;
     old::real_packet dsc_packet; // used again for each packet, as dsc_spare is for frames: sound has many small ones
     real_frame dsc_spare;
-    real_frame dsc_last;    // the caller uses its memory until the next frame, unless it counts references
-    real_frame dsc_waiting; // decoded already: the packet has more than one frame
+    real_frame dsc_last;           // the caller uses its memory until the next frame, unless it counts references
+    real_frame dsc_waiting;        // decoded already: the packet has more than one frame
     AVFrameSideData dsc_skipped{}; // what accompanies the last frame, in utc_skipped
     AVFrameSideData *adsc_skipped = &dsc_skipped;
     std::array<uint8_t, in_skip_samples_size> utc_skipped{};

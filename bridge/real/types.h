@@ -14,14 +14,14 @@
 namespace bridge::real
 {
 
-struct context;         // AVCodecContext
-struct frame;           // AVFrame
-struct parameters;      // AVCodecParameters
-struct stream;          // AVStream
-struct format_context;  // AVFormatContext
-struct output_format;   // AVOutputFormat
-struct scaler;          // SwsContext
-struct resampler;       // SwrContext
+struct context;        // AVCodecContext
+struct frame;          // AVFrame
+struct parameters;     // AVCodecParameters
+struct stream;         // AVStream
+struct format_context; // AVFormatContext
+struct output_format;  // AVOutputFormat
+struct scaler;         // SwsContext
+struct resampler;      // SwrContext
 
 /** The front of AVBufferRef, the same in all lines. */
 struct dsd_buffer

@@ -39,7 +39,8 @@ static void list_packets(AVFormatContext &dsp_file)
     }
     for_each_packet(dsp_file, -1, [](const AVPacket &dsp_packet) {
         print("packet", dsp_packet.stream_index, dsp_packet.pts, dsp_packet.dts, dsp_packet.duration,
-              dsp_packet.flags & ~AV_PKT_FLAG_DISCARD, dsp_packet.size, md5_of({dsp_packet.data, static_cast<size_t>(dsp_packet.size)}));
+              dsp_packet.flags & ~AV_PKT_FLAG_DISCARD, dsp_packet.size,
+              md5_of({dsp_packet.data, static_cast<size_t>(dsp_packet.size)}));
     });
 }
 
