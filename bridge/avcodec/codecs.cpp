@@ -140,6 +140,31 @@ BRIDGE_ENTRY AVCodec *avcodec_find_encoder(AVCodecID iep_id)
     });
 }
 
+BRIDGE_ENTRY const char *av_get_profile_name(const AVCodec *adsp_codec, int inp_profile)
+{
+    return enter<const char *>(nullptr, [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        return adsp_codec == nullptr ? nullptr
+                                     : dsp_ffmpeg.avcodec_profile_name(
+                                           dsp_ffmpeg.dsc_numbers.dsc_codec_map.to_real(adsp_codec->id), inp_profile);
+    });
+}
+
+BRIDGE_ENTRY int av_get_bits_per_sample(AVCodecID iep_id)
+{
+    return enter(0, [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        return dsp_ffmpeg.av_get_bits_per_sample(dsp_ffmpeg.dsc_numbers.dsc_codec_map.to_real(iep_id));
+    });
+}
+
+// FFmpeg's own record, whose front is the same; its number is the newer one.
+BRIDGE_ENTRY const AVCodecDescriptor *avcodec_descriptor_get(AVCodecID iep_id)
+{
+    return enter<const AVCodecDescriptor *>(nullptr, [&](const dsd_ffmpeg &dsp_ffmpeg) {
+        return reinterpret_cast<const AVCodecDescriptor *>(
+            dsp_ffmpeg.avcodec_descriptor_get(dsp_ffmpeg.dsc_numbers.dsc_codec_map.to_real(iep_id)));
+    });
+}
+
 BRIDGE_ENTRY const char *avcodec_get_name(AVCodecID iep_id)
 {
     constexpr const char *str_unknown = "unknown_codec";

@@ -105,6 +105,26 @@ std::span<uint8_t> dsd_stream::side_data(int inp_type) const noexcept
     return dsl_found == dsl_all.end() ? std::span<uint8_t>() : std::span(dsl_found->data, dsl_found->size);
 }
 
+dsd_chapter::dsd_chapter(const real::dsd_ffmpeg &dsp_ffmpeg, const real::chapter &dsp_real)
+    : ilc_id(dsp_real.id), dsc_ffmpeg(dsp_ffmpeg)
+{
+    dsc_old.id = static_cast<int>(dsp_real.id);
+    dsc_old.time_base = dsp_real.time_base;
+    dsc_old.start = dsp_real.start;
+    dsc_old.end = dsp_real.end;
+    dsc_ffmpeg.av_dict_copy(&dsc_old.metadata, dsp_real.metadata, 0);
+}
+
+dsd_chapter::~dsd_chapter()
+{
+    dsc_ffmpeg.av_dict_free(&dsc_old.metadata);
+}
+
+AVRational dsd_stream::frame_rate() const noexcept
+{
+    return adsc_real == nullptr ? AVRational{0, 1} : dsc_ffmpeg.adsc_layout->stream.r_frame_rate.of(adsc_real);
+}
+
 c_container::c_container(const real::dsd_ffmpeg &dsp_ffmpeg) : dsc_ffmpeg(dsp_ffmpeg)
 {
     *reinterpret_cast<const AVClass **>(&dsc_context) = &s_class.dsc_class;
@@ -146,6 +166,7 @@ int c_container::open(const char *strp_name, const real::input_format *adsp_form
     }
     context().iformat = old_format(dsl_layout.iformat.of(adsc_real));
     show();
+    show_chapters();
     return 0;
 }
 
@@ -161,6 +182,7 @@ int c_container::examine_streams()
     const int inl_result = dsc_ffmpeg.avformat_find_stream_info(adsc_real, dsl_options.get());
     bc_examining = false;
     show();
+    show_chapters();
     return inl_result;
 }
 
@@ -181,6 +203,7 @@ int c_container::read(AVPacket &dsp_packet)
     const int inl_result = dsc_ffmpeg.av_read_frame(adsc_real, dsl_packet.get());
     if (dsl_layout.format_context.nb_streams.of(adsc_real) != ulc_shown)
         show();
+    show_metadata();
     if (inl_result < 0)
         return inl_result;
     old::move_packet(dsc_ffmpeg, *dsl_packet, dsp_packet);
@@ -191,8 +214,11 @@ int c_container::read(AVPacket &dsp_packet)
 
 int c_container::seek(int inp_stream, int64_t ilp_time, int inp_flags)
 {
-    return adsc_real == nullptr ? AVERROR(EINVAL)
-                                : dsc_ffmpeg.av_seek_frame(adsc_real, inp_stream, ilp_time, inp_flags);
+    if (adsc_real == nullptr)
+        return AVERROR(EINVAL);
+    const int inl_result = dsc_ffmpeg.av_seek_frame(adsc_real, inp_stream, ilp_time, inp_flags);
+    show_metadata();
+    return inl_result;
 }
 
 int c_container::set_option(const char *strp_name, const char *strp_value)
@@ -261,12 +287,46 @@ void c_container::show()
     ulc_shown = aadsl_streams.size();
     for (size_t ull_stream = 0; ull_stream < aadsl_streams.size(); ++ull_stream)
         show_stream(aadsl_streams[ull_stream], dsc_streams[ull_stream]->dsc_old);
+    show_metadata();
+}
+
+/** Copies the chapters, which do not change any more for callers. */
+void c_container::show_chapters()
+{
+    const auto &dsl_layout = dsc_ffmpeg.adsc_layout->format_context;
+    const std::span aadsl_chapters(dsl_layout.chapters.of(adsc_real), dsl_layout.nb_chapters.of(adsc_real));
+    adsc_shown_chapters.clear();
+    dsc_chapters.clear();
+    for (const real::chapter *adsl_chapter : aadsl_chapters) {
+        dsc_chapters.push_back(std::make_unique<dsd_chapter>(dsc_ffmpeg, *adsl_chapter));
+        adsc_shown_chapters.push_back(&dsc_chapters.back()->dsc_old);
+    }
+    context().chapters = adsc_shown_chapters.data();
+    context().nb_chapters = static_cast<unsigned int>(adsc_shown_chapters.size());
+}
+
+/** Tags, programs and attached pictures are FFmpeg's own, which every call of FFmpeg may replace. */
+void c_container::show_metadata()
+{
+    const auto &dsl_layout = *dsc_ffmpeg.adsc_layout;
+    context().metadata = dsl_layout.format_context.metadata.of(adsc_real);
+    context().programs = dsl_layout.format_context.programs.of(adsc_real);
+    context().nb_programs = dsl_layout.format_context.nb_programs.of(adsc_real);
+    for (const auto &dsl_stream : dsc_streams) {
+        if (dsl_stream->adsc_real == nullptr)
+            continue;
+        dsl_stream->dsc_old.metadata = dsl_layout.stream.metadata.of(dsl_stream->adsc_real);
+        const real::packet &dsl_picture = dsl_layout.stream.attached_pic.of(dsl_stream->adsc_real);
+        dsl_stream->dsc_old.attached_pic.data = dsl_picture.data;
+        dsl_stream->dsc_old.attached_pic.size = dsl_picture.size;
+    }
 }
 
 void c_container::show_stream(real::stream *adsp_from, AVStream &dsp_to)
 {
     const auto &dsl_layout = *dsc_ffmpeg.adsc_layout;
     dsp_to.index = dsl_layout.stream.index.of(adsp_from);
+    dsp_to.id = dsl_layout.stream.id.of(adsp_from);
     dsp_to.time_base = dsl_layout.stream.time_base.of(adsp_from);
     dsp_to.start_time = dsl_layout.stream.start_time.of(adsp_from);
     dsp_to.duration = dsl_layout.stream.duration.of(adsp_from);

@@ -23,11 +23,26 @@ struct dsd_stream
 
     /** The bytes of a type of the 56 line's; they are FFmpeg's. Empty when there are none. */
     std::span<uint8_t> side_data(int inp_type) const noexcept;
+    /** The rate at which all times of pictures can be told. */
+    AVRational frame_rate() const noexcept;
 
     AVStream dsc_old{};
     uint8_t utc_tail[1024]{}; /**< more than the rest of the old structure, all zeroes */
     const real::dsd_ffmpeg &dsc_ffmpeg;
     const real::stream *adsc_real = nullptr; // null for a stream of the caller's
+};
+
+/** A chapter in the old layout. Owns its tags. */
+struct dsd_chapter
+{
+    dsd_chapter(const real::dsd_ffmpeg &dsp_ffmpeg, const real::chapter &dsp_real);
+    ~dsd_chapter();
+    dsd_chapter(const dsd_chapter &) = delete;
+    dsd_chapter &operator=(const dsd_chapter &) = delete;
+
+    AVChapter dsc_old{};
+    int64_t ilc_id; /**< of which the old layout has half */
+    const real::dsd_ffmpeg &dsc_ffmpeg;
 };
 
 /** What callers see, with the whole size of the old structure. */
@@ -70,6 +85,8 @@ private:
     void announce();
     void show_new_streams();
     void show();
+    void show_chapters();
+    void show_metadata();
     void show_stream(real::stream *adsp_from, AVStream &dsp_to);
 
     const real::dsd_ffmpeg &dsc_ffmpeg;
@@ -81,6 +98,8 @@ private:
     size_t ulc_shown = 0; // how many streams callers see as FFmpeg has them
     std::vector<std::unique_ptr<dsd_stream>> dsc_streams;
     std::vector<AVStream *> adsc_shown;
+    std::vector<std::unique_ptr<dsd_chapter>> dsc_chapters;
+    std::vector<AVChapter *> adsc_shown_chapters;
 };
 
 /** The container of a context that avformat_alloc_context or avformat_open_input made. */

@@ -79,6 +79,19 @@ BRIDGE_ENTRY uint8_t *av_stream_get_side_data(AVStream *adsp_stream, int inp_typ
     });
 }
 
+BRIDGE_ENTRY AVRational av_stream_get_r_frame_rate(const AVStream *adsp_stream)
+{
+    return enter(AVRational{0, 1}, [&](const dsd_ffmpeg &) {
+        return reinterpret_cast<const bridge::avformat::dsd_stream *>(adsp_stream)->frame_rate();
+    });
+}
+
+/** The whole number of a chapter that the bridge shows. */
+BRIDGE_ENTRY int64_t kiv_bridge_chapter_id(const AVChapter *adsp_chapter)
+{
+    return reinterpret_cast<const bridge::avformat::dsd_chapter *>(adsp_chapter)->ilc_id;
+}
+
 BRIDGE_ENTRY AVStream *avformat_new_stream(AVFormatContext *adsp_context, const AVCodec *adsp_codec)
 {
     return enter<AVStream *>(nullptr, [&](const dsd_ffmpeg &) {

@@ -53,7 +53,7 @@ void describe_to_old(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *ad
     dsp_to.bits_per_coded_sample = dsl_from.bits_per_coded_sample.of(adsp_from);
     dsp_to.bits_per_raw_sample = dsl_from.bits_per_raw_sample.of(adsp_from);
     dsp_to.profile = dsl_from.profile.of(adsp_from);
-    context::level.of(&dsp_to) = dsl_from.level.of(adsp_from);
+    dsp_to.level = dsl_from.level.of(adsp_from);
     context::initial_padding.of(&dsp_to) = dsl_from.initial_padding.of(adsp_from);
     if (dsp_to.codec_type == AVMEDIA_TYPE_AUDIO)
         return; // packets of sound are small: this is noticed
@@ -65,12 +65,12 @@ void describe_to_old(const real::dsd_ffmpeg &dsp_ffmpeg, const real::context *ad
     dsp_to.sample_aspect_ratio = dsl_from.sample_aspect_ratio.of(adsp_from);
     context::has_b_frames.of(&dsp_to) = dsl_from.has_b_frames.of(adsp_from);
     context::refs.of(&dsp_to) = dsl_from.refs.of(adsp_from);
-    context::color_primaries.of(&dsp_to) = dsl_from.color_primaries.of(adsp_from);
-    context::color_trc.of(&dsp_to) = dsl_from.color_trc.of(adsp_from);
-    context::colorspace.of(&dsp_to) = dsl_from.colorspace.of(adsp_from);
-    context::color_range.of(&dsp_to) = dsl_from.color_range.of(adsp_from);
-    context::chroma_sample_location.of(&dsp_to) = dsl_from.chroma_sample_location.of(adsp_from);
-    context::field_order.of(&dsp_to) = dsl_from.field_order.of(adsp_from);
+    dsp_to.color_primaries = dsl_from.color_primaries.of(adsp_from);
+    dsp_to.color_trc = dsl_from.color_trc.of(adsp_from);
+    dsp_to.colorspace = dsl_from.colorspace.of(adsp_from);
+    dsp_to.color_range = dsl_from.color_range.of(adsp_from);
+    dsp_to.chroma_sample_location = dsl_from.chroma_sample_location.of(adsp_from);
+    dsp_to.field_order = dsl_from.field_order.of(adsp_from);
     context::framerate.of(&dsp_to) = dsl_from.framerate.of(adsp_from);
 }
 
@@ -123,7 +123,7 @@ void configure_real(const real::dsd_ffmpeg &dsp_ffmpeg, const AVCodecContext &ds
     dsl_to.thread_count.of(adsp_to) = dsp_from.thread_count;
     // Some libraries start threads of their own unless no kind of threads is allowed.
     dsl_to.thread_type.of(adsp_to) = dsp_from.thread_count == 1 ? 0 : context::thread_type.of(&dsp_from);
-    dsl_to.level.of(adsp_to) = context::level.of(&dsp_from);
+    dsl_to.level.of(adsp_to) = dsp_from.level;
     dsl_to.workaround_bugs.of(adsp_to) = context::workaround_bugs.of(&dsp_from);
     dsl_to.error_concealment.of(adsp_to) = context::error_concealment.of(&dsp_from);
     dsl_to.err_recognition.of(adsp_to) = context::err_recognition.of(&dsp_from);

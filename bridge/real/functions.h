@@ -51,6 +51,13 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(int, av_opt_set_sample_fmt, (void *, const char *, AVSampleFormat, int))                                         \
     X(int, av_opt_set_chlayout, (void *, const char *, const channel_layout *, int))                                   \
     X(int, av_dict_set, (AVDictionary **, const char *, const char *, int))                                            \
+    X(AVDictionaryEntry *, av_dict_get, (const AVDictionary *, const char *, const AVDictionaryEntry *, int))          \
+    X(const char *, av_color_range_name, (int))                                                                        \
+    X(const char *, av_color_space_name, (int))                                                                        \
+    X(const char *, av_color_transfer_name, (int))                                                                     \
+    X(const char *, av_color_primaries_name, (int))                                                                    \
+    X(const char *, av_chroma_location_name, (int))                                                                    \
+    X(int, av_dict_copy, (AVDictionary **, const AVDictionary *, int))                                                 \
     X(void, av_dict_free, (AVDictionary **))                                                                           \
     X(int, av_channel_layout_from_mask, (channel_layout *, uint64_t))                                                  \
     X(void, av_channel_layout_default, (channel_layout *, int))                                                        \
@@ -66,6 +73,7 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(const codec *, avcodec_find_decoder_by_name, (const char *))                                                     \
     X(const codec *, avcodec_find_encoder, (int))                                                                      \
     X(int, av_get_bits_per_sample, (int))                                                                              \
+    X(const char *, avcodec_profile_name, (int, int))                                                                  \
     X(const codec_descriptor *, avcodec_descriptor_get, (int))                                                         \
     X(const codec_descriptor *, avcodec_descriptor_get_by_name, (const char *))                                        \
     X(context *, avcodec_alloc_context3, (const codec *))                                                              \

@@ -107,6 +107,18 @@ struct codec_descriptor
     int props;
 };
 
+/** AVChapter */
+struct chapter
+{
+    int64_t id;
+    AVRational time_base;
+    int64_t start;
+    int64_t end;
+    AVDictionary *metadata;
+};
+
+using program = AVProgram; // the same as in the 56 line
+
 /** The front of AVCodecParserContext. */
 struct parser
 {

@@ -22,8 +22,9 @@ NO_TIMESTAMP = -2**63
 # The names of FFmpeg's structures.
 STRUCTURES = {"context": "AVCodecContext", "frame": "AVFrame", "parameters": "AVCodecParameters", "stream": "AVStream",
               "format_context": "AVFormatContext", "channel_layout": "AVChannelLayout", "packet_side_data": "AVPacketSideData",
-              "packet": "AVPacket", "codec": "AVCodec", "codec_descriptor": "AVCodecDescriptor", "parser": "AVCodecParserContext",
-              "input_format": "AVInputFormat", "io_context": "AVIOContext"}
+              "packet": "AVPacket", "codec": "AVCodec", "codec_descriptor": "AVCodecDescriptor", "chapter": "AVChapter",
+              "program": "AVProgram", "parser": "AVCodecParserContext", "input_format": "AVInputFormat",
+              "io_context": "AVIOContext"}
 # What options are called whose fields have another name.
 FIELDS_OF_OPTIONS = {
     "context": {"b": "bit_rate", "ar": "sample_rate", "video_size": "width", "pixel_format": "pix_fmt", "threads":

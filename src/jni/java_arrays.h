@@ -44,7 +44,7 @@ inline jbyteArray to_java(const c_jnienv &dsp_env, std::span<const uint8_t> utp_
     return avol_array;
 }
 
-/** A new array of new strings, from texts that end with a zero. @throws c_jniexception */
+/** A new array of new strings, from texts that end with a zero; null for an empty one. @throws c_jniexception */
 template <class TEXTS>
 jobjectArray
 to_java(const c_jnienv &dsp_env,
@@ -53,9 +53,12 @@ to_java(const c_jnienv &dsp_env,
     const c_local_ref dsl_class(dsp_env.raw(), dsp_env.find_class("java/lang/String"));
     const jobjectArray avol_array =
         dsp_env.new_jobject_array(static_cast<jsize>(std::size(strp_texts)), dsl_class.get(), nullptr);
-    for (jsize iml_index = 0; const auto &strl_text : strp_texts) {
+    for (jsize iml_index = -1; const auto &strl_text : strp_texts) {
+        ++iml_index;
+        if (*strl_text.data() == '\0')
+            continue;
         const c_local_ref dsl_text(dsp_env.raw(), dsp_env.new_jstring_utf(strl_text.data()));
-        dsp_env.set_jobject_array_element(avol_array, iml_index++, dsl_text.get());
+        dsp_env.set_jobject_array_element(avol_array, iml_index, dsl_text.get());
     }
     return avol_array;
 }

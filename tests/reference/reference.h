@@ -33,7 +33,6 @@
     X(int, av_frame_get_buffer, (AVFrame *, int))                                                                      \
     X(void *, av_mallocz, (size_t))                                                                                    \
     X(void, av_md5_sum, (uint8_t *, const uint8_t *, int))                                                             \
-    X(const char *, av_get_sample_fmt_name, (AVSampleFormat))                                                          \
     X(AVPixelFormat, av_get_pix_fmt, (const char *))
 
 namespace ffmpeg

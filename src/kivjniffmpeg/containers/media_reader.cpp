@@ -229,6 +229,24 @@ std::array<int64_t, natives::StreamFields::SIZE> c_mediareader::stream_info(int3
     aill_fields[StreamFields::MIRRORED] = dsl_orientation.bc_mirrored ? 1 : 0;
     aill_fields[StreamFields::CONTAINER_STATES_SHAPE] = dsl_stream.sample_aspect_ratio.num != 0 ? 1 : 0;
     aill_fields[StreamFields::ADMITTED] = admitted_codecs::has(dsl_codec.codec_id) ? 1 : 0;
+    aill_fields[StreamFields::LEVEL] = dsl_codec.level;
+    aill_fields[StreamFields::NUMBER] =
+        (dsc_format.context()->iformat->flags & AVFMT_SHOW_IDS) != 0 ? dsl_stream.id : StreamFields::NO_NUMBER;
+    const AVRational dsl_real_rate = g_avformat.av_stream_get_r_frame_rate != nullptr
+                                         ? g_avformat.av_stream_get_r_frame_rate(&dsl_stream)
+                                         : AVRational{0, 0};
+    aill_fields[StreamFields::REAL_FRAME_RATE_NUMERATOR] = dsl_real_rate.num;
+    aill_fields[StreamFields::REAL_FRAME_RATE_DENOMINATOR] = dsl_real_rate.den;
+    aill_fields[StreamFields::FIELD_ORDER] = dsl_codec.field_order;
+    aill_fields[StreamFields::COLOR_RANGE] = dsl_codec.color_range;
+    aill_fields[StreamFields::COLOR_SPACE] = dsl_codec.colorspace;
+    aill_fields[StreamFields::COLOR_TRANSFER] = dsl_codec.color_trc;
+    aill_fields[StreamFields::COLOR_PRIMARIES] = dsl_codec.color_primaries;
+    aill_fields[StreamFields::CHROMA_LOCATION] = dsl_codec.chroma_sample_location;
+    aill_fields[StreamFields::CHANNEL_LAYOUT] = static_cast<int64_t>(dsl_codec.channel_layout);
+    aill_fields[StreamFields::BITS_PER_RAW_SAMPLE] = dsl_codec.bits_per_raw_sample;
+    aill_fields[StreamFields::BITS_PER_SAMPLE] =
+        g_avcodec.av_get_bits_per_sample != nullptr ? g_avcodec.av_get_bits_per_sample(dsl_codec.codec_id) : 0;
     aill_fields[StreamFields::DECODABLE] = g_avcodec.avcodec_find_decoder(dsl_codec.codec_id) != nullptr ? 1 : 0;
     return aill_fields;
 }

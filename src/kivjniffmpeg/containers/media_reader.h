@@ -55,6 +55,11 @@ public:
     /** FFmpeg's short name. */
     const char *format_name() const noexcept;
 
+    /** FFmpeg's container, until the next call that reads. */
+    const AVFormatContext &container() const noexcept { return *dsc_format.context(); }
+    /** FFmpeg's stream. @throws c_ffmpeg_exception for an index out of range */
+    AVStream &stream_at(int32_t imp_index) const;
+
     /** What is known of a stream, laid out as StreamFields. @throws c_ffmpeg_exception for an index out of range */
     std::array<int64_t, natives::StreamFields::SIZE> stream_info(int32_t imp_index) const;
     /** FFmpeg's short name. @throws c_ffmpeg_exception for an index out of range */
@@ -84,7 +89,6 @@ private:
     void restrict_codecs() const;
     void examine_streams(const kiv::jni::c_jnienv &dsp_env);
     static int is_interrupted(void *avp_reader) noexcept;
-    AVStream &stream_at(int32_t imp_index) const;
     bool has_exact_time_bases() const noexcept;
     bool has_subtitles_without_stream() const noexcept;
 

@@ -31,6 +31,7 @@ static_assert(natives::MediaType::VIDEO == AVMEDIA_TYPE_VIDEO);
 static_assert(natives::MediaType::AUDIO == AVMEDIA_TYPE_AUDIO);
 static_assert(natives::MediaType::DATA == AVMEDIA_TYPE_DATA);
 static_assert(natives::MediaType::SUBTITLE == AVMEDIA_TYPE_SUBTITLE);
+static_assert(natives::MediaType::ATTACHMENT == AVMEDIA_TYPE_ATTACHMENT);
 static_assert(natives::PacketFlags::KEY == AV_PKT_FLAG_KEY);
 static_assert(natives::PacketFlags::DISCARDED == AV_PKT_FLAG_DISCARD);
 static_assert(natives::SeekFlags::BACKWARD == AVSEEK_FLAG_BACKWARD);

@@ -175,7 +175,14 @@ struct AVCodecContext
     AVPixelFormat pix_fmt;
     uint8_t autc_gap6[92];
     AVRational sample_aspect_ratio;
-    uint8_t autc_gap7[192];
+    uint8_t autc_gap7[164];
+    int color_primaries;
+    int color_trc;
+    int colorspace;
+    int color_range;
+    int chroma_sample_location;
+    uint8_t autc_gap17[4];
+    int field_order;
     int sample_rate;
     int channels;
     AVSampleFormat sample_fmt;
@@ -206,6 +213,64 @@ struct AVCodecContext
     int thread_safe_callbacks;
     uint8_t autc_gap15[28];
     int profile;
+    int level;
+};
+
+/** What is known of a codec without a decoder for it; front part only. */
+struct AVCodecDescriptor
+{
+    AVCodecID id;
+    AVMediaType type;
+    const char *name;
+    const char *long_name;
+};
+
+/** One tag. Both texts end with a zero, and are UTF-8 unless the file lies. */
+struct AVDictionaryEntry
+{
+    char *key;
+    char *value;
+};
+
+/** A part of the medium that has a name. */
+struct AVChapter
+{
+    int id;
+    AVRational time_base;
+    int64_t start;
+    int64_t end;
+    AVDictionary *metadata;
+};
+
+/** Streams that belong together, such as those of one station; front part only. */
+struct AVProgram
+{
+    int id;
+    uint8_t autc_gap0[12];
+    unsigned int *stream_index;
+    unsigned int nb_stream_indexes;
+    AVDictionary *metadata;
+    int program_num;
+    int pmt_pid;
+    int pcr_pid;
+};
+
+/** The screen that a film was made on; side data of newer FFmpegs' streams. */
+struct AVMasteringDisplayMetadata
+{
+    AVRational display_primaries[3][2];
+    AVRational white_point[2];
+    AVRational min_luminance;
+    AVRational max_luminance;
+    int has_primaries;
+    int has_luminance;
+};
+
+/** How bright a film's pictures become; side data of newer FFmpegs' streams. */
+struct AVContentLightMetadata
+{
+    unsigned int MaxCLL;
+    unsigned int MaxFALL;
 };
 
 /** Where one component of a pixel format lies. Bit fields, the first one in the low bits. */
@@ -273,6 +338,7 @@ struct AVCodecParserContext
 struct AVStream
 {
     int index;
+    int id;
     AVCodecContext *codec;
     void *priv_data;
     uint8_t autc_gap0[24];
@@ -283,9 +349,10 @@ struct AVStream
     int disposition;
     int discard;
     AVRational sample_aspect_ratio;
-    uint8_t autc_gap1[8];
+    AVDictionary *metadata;
     AVRational avg_frame_rate;
-    uint8_t autc_gap2[360];
+    AVPacket attached_pic;
+    uint8_t autc_gap2[264];
     int nb_index_entries;
 };
 
@@ -313,7 +380,14 @@ struct AVFormatContext
     int bit_rate;
     uint8_t autc_gap4[8];
     int flags;
-    uint8_t autc_gap5[88];
+    uint8_t autc_gap5[20];
+    unsigned int nb_programs;
+    AVProgram **programs;
+    uint8_t autc_gap6[20];
+    unsigned int nb_chapters;
+    AVChapter **chapters;
+    AVDictionary *metadata;
+    uint8_t autc_gap7[16];
     AVIOInterruptCB interrupt_callback;
 };
 
@@ -436,6 +510,12 @@ static_assert(offsetof(AVCodecContext, coded_width) == 156);
 static_assert(offsetof(AVCodecContext, coded_height) == 160);
 static_assert(offsetof(AVCodecContext, pix_fmt) == 168);
 static_assert(offsetof(AVCodecContext, sample_aspect_ratio) == 264);
+static_assert(offsetof(AVCodecContext, color_primaries) == 436);
+static_assert(offsetof(AVCodecContext, color_trc) == 440);
+static_assert(offsetof(AVCodecContext, colorspace) == 444);
+static_assert(offsetof(AVCodecContext, color_range) == 448);
+static_assert(offsetof(AVCodecContext, chroma_sample_location) == 452);
+static_assert(offsetof(AVCodecContext, field_order) == 460);
 static_assert(offsetof(AVCodecContext, sample_rate) == 464);
 static_assert(offsetof(AVCodecContext, channels) == 468);
 static_assert(offsetof(AVCodecContext, sample_fmt) == 472);
@@ -458,6 +538,27 @@ static_assert(offsetof(AVCodecContext, thread_type) == 908);
 static_assert(offsetof(AVCodecContext, active_thread_type) == 912);
 static_assert(offsetof(AVCodecContext, thread_safe_callbacks) == 916);
 static_assert(offsetof(AVCodecContext, profile) == 948);
+static_assert(offsetof(AVCodecContext, level) == 952);
+static_assert(offsetof(AVCodecDescriptor, id) == 0);
+static_assert(offsetof(AVCodecDescriptor, type) == 4);
+static_assert(offsetof(AVCodecDescriptor, name) == 8);
+static_assert(offsetof(AVCodecDescriptor, long_name) == 16);
+static_assert(offsetof(AVDictionaryEntry, key) == 0);
+static_assert(offsetof(AVDictionaryEntry, value) == 8);
+static_assert(offsetof(AVChapter, id) == 0);
+static_assert(offsetof(AVChapter, time_base) == 4);
+static_assert(offsetof(AVChapter, start) == 16);
+static_assert(offsetof(AVChapter, end) == 24);
+static_assert(offsetof(AVChapter, metadata) == 32);
+static_assert(offsetof(AVProgram, id) == 0);
+static_assert(offsetof(AVProgram, stream_index) == 16);
+static_assert(offsetof(AVProgram, nb_stream_indexes) == 24);
+static_assert(offsetof(AVProgram, metadata) == 32);
+static_assert(offsetof(AVProgram, program_num) == 40);
+static_assert(offsetof(AVProgram, pmt_pid) == 44);
+static_assert(offsetof(AVProgram, pcr_pid) == 48);
+static_assert(sizeof(AVMasteringDisplayMetadata) == 88);
+static_assert(sizeof(AVContentLightMetadata) == 8);
 static_assert(sizeof(AVComponentDescriptor) == 2);
 static_assert(offsetof(AVPixFmtDescriptor, name) == 0);
 static_assert(offsetof(AVPixFmtDescriptor, nb_components) == 8);
@@ -479,6 +580,7 @@ static_assert(offsetof(AVCodecParserContext, pts) == 48);
 static_assert(offsetof(AVCodecParserContext, dts) == 56);
 static_assert(offsetof(AVCodecParserContext, key_frame) == 232);
 static_assert(offsetof(AVStream, index) == 0);
+static_assert(offsetof(AVStream, id) == 4);
 static_assert(offsetof(AVStream, codec) == 8);
 static_assert(offsetof(AVStream, priv_data) == 16);
 static_assert(offsetof(AVStream, time_base) == 48);
@@ -488,7 +590,9 @@ static_assert(offsetof(AVStream, nb_frames) == 72);
 static_assert(offsetof(AVStream, disposition) == 80);
 static_assert(offsetof(AVStream, discard) == 84);
 static_assert(offsetof(AVStream, sample_aspect_ratio) == 88);
+static_assert(offsetof(AVStream, metadata) == 96);
 static_assert(offsetof(AVStream, avg_frame_rate) == 104);
+static_assert(offsetof(AVStream, attached_pic) == 112);
 static_assert(offsetof(AVStream, nb_index_entries) == 472);
 static_assert(offsetof(MatroskaTrack, type) == 16);
 static_assert(offsetof(MatroskaTrack, stream) == 304);
@@ -504,4 +608,9 @@ static_assert(offsetof(AVFormatContext, start_time) == 1080);
 static_assert(offsetof(AVFormatContext, duration) == 1088);
 static_assert(offsetof(AVFormatContext, bit_rate) == 1096);
 static_assert(offsetof(AVFormatContext, flags) == 1108);
+static_assert(offsetof(AVFormatContext, nb_programs) == 1132);
+static_assert(offsetof(AVFormatContext, programs) == 1136);
+static_assert(offsetof(AVFormatContext, nb_chapters) == 1164);
+static_assert(offsetof(AVFormatContext, chapters) == 1168);
+static_assert(offsetof(AVFormatContext, metadata) == 1176);
 static_assert(offsetof(AVFormatContext, interrupt_callback) == 1200);

@@ -15,7 +15,18 @@ enum AVMediaType : int
     AVMEDIA_TYPE_VIDEO = 0,
     AVMEDIA_TYPE_AUDIO = 1,
     AVMEDIA_TYPE_DATA = 2,
-    AVMEDIA_TYPE_SUBTITLE = 3
+    AVMEDIA_TYPE_SUBTITLE = 3,
+    AVMEDIA_TYPE_ATTACHMENT = 4
+};
+
+enum AVFieldOrder : int
+{
+    AV_FIELD_UNKNOWN = 0,
+    AV_FIELD_PROGRESSIVE = 1,
+    AV_FIELD_TT = 2, // the order in which the fields are coded, then that in which they are shown
+    AV_FIELD_BB = 3,
+    AV_FIELD_TB = 4,
+    AV_FIELD_BT = 5
 };
 
 enum AVRounding : int
@@ -120,6 +131,8 @@ inline constexpr int FF_INPUT_BUFFER_PADDING_SIZE = 32; /**< readable bytes that
 inline constexpr int CODEC_FLAG2_SKIP_MANUAL = 1 << 29; /**< samples that a packet marks to be skipped are kept */
 inline constexpr int AVFMT_FLAG_CUSTOM_IO = 0x80; /**< pb is the caller's and stays when the container is closed */
 inline constexpr int AVFMT_FLAG_KEEP_SIDE_DATA = 0x40000; /**< side data is not merged into the packet's bytes */
+inline constexpr int AVFMT_SHOW_IDS = 8;                  /**< the streams' numbers mean something */
+inline constexpr int AV_DICT_IGNORE_SUFFIX = 2;           /**< with an empty key: any entry */
 inline constexpr int AVDISCARD_ALL = 48;                  /**< no packet of the stream is wanted */
 inline constexpr int AVSEEK_SIZE = 0x10000;               /**< whence of a seek callback that asks for the size */
 inline constexpr int AVSEEK_FORCE = 0x20000;              /**< or-ed to a seek callback's whence */
@@ -170,6 +183,9 @@ inline constexpr int AV_PKT_DATA_NEW_EXTRADATA = 1; /**< extradata that replaces
 inline constexpr int AV_PKT_DATA_DISPLAYMATRIX = 5;
 /** Samples that are not to be heard: 32 bits for those at the start and 32 bits for those at the end, little-endian. */
 inline constexpr int AV_PKT_DATA_SKIP_SAMPLES = 70;
+// Not in 2.5 to 2.8; behind the bridge only, which adds 0x1000 to the newer FFmpeg's number.
+inline constexpr int AV_PKT_DATA_MASTERING_DISPLAY_METADATA = 0x1014;
+inline constexpr int AV_PKT_DATA_CONTENT_LIGHT_LEVEL = 0x1016;
 
 // AVFrameSideData::type
 inline constexpr int AV_FRAME_DATA_SKIP_SAMPLES = 9; /**< as AV_PKT_DATA_SKIP_SAMPLES */

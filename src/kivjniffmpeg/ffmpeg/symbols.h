@@ -70,6 +70,9 @@
 
 #define KIV_AVCODEC_EXTENSIONS(X)                                                                                      \
     X(const char *, avcodec_get_name, (AVCodecID))                                                                     \
+    X(const AVCodecDescriptor *, avcodec_descriptor_get, (AVCodecID))                                                  \
+    X(const char *, av_get_profile_name, (const AVCodec *, int))                                                       \
+    X(int, av_get_bits_per_sample, (AVCodecID))                                                                        \
     X(AVCodec *, av_codec_next, (const AVCodec *))                                                                     \
     X(AVCodecParser *, av_parser_next, (const AVCodecParser *))                                                        \
     X(AVCodecParserContext *, av_parser_init, (int))                                                                   \
@@ -89,12 +92,14 @@
     X(int, av_read_frame, (AVFormatContext *, AVPacket *))                                                             \
     X(int, av_seek_frame, (AVFormatContext *, int, int64_t, int))                                                      \
     X(uint8_t *, av_stream_get_side_data, (AVStream *, int, int *))                                                    \
+    X(AVRational, av_stream_get_r_frame_rate, (const AVStream *))                                                      \
     X(void, avformat_close_input, (AVFormatContext **))                                                                \
     X(int, avformat_alloc_output_context2, (AVFormatContext **, AVOutputFormat *, const char *, const char *))         \
     X(AVStream *, avformat_new_stream, (AVFormatContext *, const AVCodec *))                                           \
     X(int, avformat_write_header, (AVFormatContext *, AVDictionary **))                                                \
     X(int, av_interleaved_write_frame, (AVFormatContext *, AVPacket *))                                                \
-    X(int, av_write_trailer, (AVFormatContext *))
+    X(int, av_write_trailer, (AVFormatContext *))                                                                      \
+    X(int64_t, kiv_bridge_chapter_id, (const AVChapter *))
 
 #define KIV_AVUTIL_EXTENSIONS(X)                                                                                       \
     X(void, av_frame_unref, (AVFrame *))                                                                               \
@@ -102,6 +107,14 @@
     X(AVBufferRef *, av_buffer_create, (uint8_t *, int, void (*)(void *, uint8_t *), void *, int))                     \
     X(void, av_image_copy, (uint8_t *const *, const int *, const uint8_t *const *, const int *, AVPixelFormat, int,    \
                             int))                                                                                      \
+    X(AVDictionaryEntry *, av_dict_get, (const AVDictionary *, const char *, const AVDictionaryEntry *, int))          \
+    X(const char *, av_get_sample_fmt_name, (AVSampleFormat))                                                          \
+    X(void, av_get_channel_layout_string, (char *, int, int, uint64_t))                                                \
+    X(const char *, av_color_range_name, (int))                                                                        \
+    X(const char *, av_color_space_name, (int))                                                                        \
+    X(const char *, av_color_transfer_name, (int))                                                                     \
+    X(const char *, av_color_primaries_name, (int))                                                                    \
+    X(const char *, av_chroma_location_name, (int))                                                                    \
     X(int, av_strerror, (int, char *, size_t))                                                                         \
     X(int, av_opt_set, (void *, const char *, const char *, int))                                                      \
     X(void, av_max_alloc, (size_t))                                                                                    \

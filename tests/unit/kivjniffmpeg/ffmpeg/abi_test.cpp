@@ -47,11 +47,13 @@ TEST_F(abi, option_tables_have_the_fields_and_values_that_the_header_has)
     EXPECT_THAT(options_of(ffmpeg_call<const AVClass *>("avcodec_get_class")),
                 has(SAME(flags), SAME(flags2), SAME(time_base), SAME(delay), SAME(codec_tag), SAME(frame_size),
                     SAME(block_align), SAME(channel_layout), SAME(request_channel_layout), SAME(request_sample_fmt),
-                    SAME(bits_per_coded_sample), SAME(bits_per_raw_sample), SAME(profile), FIELD("b", bit_rate),
-                    FIELD("video_size", width), FIELD("pixel_format", pix_fmt), FIELD("aspect", sample_aspect_ratio),
-                    FIELD("ar", sample_rate), FIELD("ac", channels), FIELD("strict", strict_std_compliance),
-                    FIELD("threads", thread_count), std::pair("emu_edge", CODEC_FLAG_EMU_EDGE),
-                    std::pair("truncated", CODEC_FLAG_TRUNCATED), std::pair("skip_manual", CODEC_FLAG2_SKIP_MANUAL),
+                    SAME(bits_per_coded_sample), SAME(bits_per_raw_sample), SAME(profile), SAME(level),
+                    SAME(color_primaries), SAME(color_trc), SAME(colorspace), SAME(color_range),
+                    SAME(chroma_sample_location), SAME(field_order), FIELD("b", bit_rate), FIELD("video_size", width),
+                    FIELD("pixel_format", pix_fmt), FIELD("aspect", sample_aspect_ratio), FIELD("ar", sample_rate),
+                    FIELD("ac", channels), FIELD("strict", strict_std_compliance), FIELD("threads", thread_count),
+                    std::pair("emu_edge", CODEC_FLAG_EMU_EDGE), std::pair("truncated", CODEC_FLAG_TRUNCATED),
+                    std::pair("skip_manual", CODEC_FLAG2_SKIP_MANUAL),
                     std::pair("experimental", FF_COMPLIANCE_EXPERIMENTAL)));
 #undef FIELD
 #define FIELD(option, field) std::pair(option, offsetof(AVFrame, field))

@@ -19,6 +19,8 @@ public enum MediaKind {
     DATA(MediaType.DATA),
     /** Subtitles. */
     SUBTITLE(MediaType.SUBTITLE),
+    /** A file that goes with the medium, such as a font. */
+    ATTACHMENT(MediaType.ATTACHMENT),
     /** Unknown. */
     UNKNOWN(MediaType.UNKNOWN);
 

@@ -11,6 +11,7 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.BasicFileAttributes;
 import java.time.Duration;
+import java.time.Instant;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.Deque;
@@ -26,6 +27,7 @@ import kiv.media.ffmpeg.natives.ReaderInfo;
 import kiv.media.ffmpeg.natives.SeekFlags;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
+import kiv.media.ffmpeg.natives.c_metadata_ffmpeg;
 
 /**
  * Reads the streams and the packets of a media container.
@@ -60,6 +62,7 @@ public final class MediaReader implements AutoCloseable {
     private final boolean seekable;
     private final String formatName;
     private final long[] info;
+    private final MediaMetadata metadata;
     private volatile List<MediaStream> streams = List.of();
     private final SoundBeginnings beginnings;
     private boolean moved;
@@ -75,6 +78,7 @@ public final class MediaReader implements AutoCloseable {
             this.formatName = c_mediareader_ffmpeg.n_reader_get_format_name(address);
             this.beginnings = new SoundBeginnings(formatName);
             this.info = c_mediareader_ffmpeg.n_reader_get_info(address);
+            this.metadata = MediaMetadata.read(address);
             learnStreams(address, info[ReaderInfo.STREAMS]);
         } catch (Throwable e) {
             handle.close();
@@ -286,6 +290,55 @@ public final class MediaReader implements AutoCloseable {
     /** {@return bits per second of all streams together; empty when unknown} */
     public OptionalLong bitRate() {
         return info[ReaderInfo.BIT_RATE] > 0 ? OptionalLong.of(info[ReaderInfo.BIT_RATE]) : OptionalLong.empty();
+    }
+
+    /**
+     * {@return what the medium says of itself in words, such as title and artist, when it was opened} Ogg has no tags of its
+     * own: there they are those of the first stream.
+     */
+    public Tags tags() {
+        return metadata.tags().isEmpty() && formatName.equals("ogg") && !streams.isEmpty() ? streams.get(0).tags()
+                : metadata.tags();
+    }
+
+    /** {@return the moment at which the medium was made, if it tells} */
+    public Optional<Instant> creationTime() {
+        return tags().creationTime();
+    }
+
+    /** {@return the chapters that were known when the medium was opened, in the container's order; mostly none} */
+    public List<Chapter> chapters() {
+        return metadata.chapters();
+    }
+
+    /** {@return the programs that were known when the medium was opened; mostly none} */
+    public List<Program> programs() {
+        return metadata.programs();
+    }
+
+    /**
+     * Returns the pictures that go with the medium, such as a record's cover.
+     *
+     * @return the pictures, in the order of their streams
+     * @throws MediaStateException when the reader is closed or in use
+     */
+    public List<AttachedPicture> attachedPictures() {
+        return handle.call(address -> streams.stream().filter(MediaStream::isAttachedPicture).flatMap(stream -> {
+            byte[] bytes = c_metadata_ffmpeg.n_metadata_picture(address, stream.index());
+            return bytes == null ? Stream.empty() : Stream.of(new AttachedPicture(stream, bytes));
+        }).toList());
+    }
+
+    /**
+     * Returns the picture that players show for the medium: the one that is called the front cover, else the first.
+     *
+     * @return the picture, if there is one
+     * @throws MediaStateException when the reader is closed or in use
+     */
+    public Optional<AttachedPicture> coverArt() {
+        List<AttachedPicture> pictures = attachedPictures();
+        return pictures.stream().filter(picture -> picture.role().filter("Cover (front)"::equals).isPresent()).findFirst()
+                .or(() -> pictures.stream().findFirst());
     }
 
     /**
@@ -596,10 +649,12 @@ public final class MediaReader implements AutoCloseable {
 
     private void learnStreams(long address, long count) {
         List<MediaStream> known = new ArrayList<>(streams);
-        for (int i = known.size(); i < count; i++) {
+        int first = known.size();
+        List<StreamMetadata> metadataOfNew = StreamMetadata.read(address, first, count);
+        for (int i = first; i < count; i++) {
             known.add(new MediaStream(i, c_mediareader_ffmpeg.n_reader_get_stream(address, i),
                     c_mediareader_ffmpeg.n_reader_get_codec_name(address, i),
-                    c_mediareader_ffmpeg.n_reader_get_extradata(address, i)));
+                    c_mediareader_ffmpeg.n_reader_get_extradata(address, i), metadataOfNew.get(i - first)));
         }
         streams = List.copyOf(known);
     }

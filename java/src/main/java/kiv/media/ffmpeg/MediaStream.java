@@ -4,9 +4,11 @@ import java.time.Duration;
 import java.util.Locale;
 import java.util.Objects;
 import java.util.Optional;
+import java.util.OptionalLong;
+import java.util.Set;
 import kiv.media.ffmpeg.index.PacketExaminer;
-import kiv.media.ffmpeg.natives.Disposition;
 import kiv.media.ffmpeg.natives.StreamFields;
+import kiv.media.ffmpeg.natives.StreamNames;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 
 /**
@@ -29,6 +31,7 @@ public final class MediaStream {
     private final long[] fields;
     private final String codecName;
     private final byte[] extradata;
+    private final StreamMetadata metadata;
 
     /**
      * Copies what the native reader reports.
@@ -37,17 +40,19 @@ public final class MediaStream {
      * @param fields as in {@link c_mediareader_ffmpeg#n_reader_get_stream}
      * @param codecName as in {@link c_mediareader_ffmpeg#n_reader_get_codec_name}
      * @param extradata as in {@link c_mediareader_ffmpeg#n_reader_get_extradata}
+     * @param metadata what the stream says in words
      */
-    MediaStream(int index, long[] fields, String codecName, byte[] extradata) {
+    MediaStream(int index, long[] fields, String codecName, byte[] extradata, StreamMetadata metadata) {
         this.index = index;
         this.fields = fields.clone();
         this.codecName = codecName;
         this.extradata = extradata.clone();
+        this.metadata = metadata;
     }
 
     /** Describes a stream that no container holds. */
     static MediaStream ofSplitter(long[] fields, String codecName) {
-        return new MediaStream(SPLITTER, fields, codecName, new byte[0]);
+        return new MediaStream(SPLITTER, fields, codecName, new byte[0], StreamMetadata.NONE);
     }
 
     /** Whether no container holds the stream, and its bytes state the size of its pictures. */
@@ -99,6 +104,15 @@ public final class MediaStream {
         return new Rational(fields[StreamFields.FRAME_RATE_NUMERATOR], fields[StreamFields.FRAME_RATE_DENOMINATOR]);
     }
 
+    /**
+     * {@return pictures per second at the smallest distance of two} This is the rate of a film whose container or codec drops
+     * pictures; without that it is {@link #frameRate()}, and FFmpeg guesses it.
+     */
+    public Rational realFrameRate() {
+        return new Rational(fields[StreamFields.REAL_FRAME_RATE_NUMERATOR],
+                fields[StreamFields.REAL_FRAME_RATE_DENOMINATOR]);
+    }
+
     /** {@return the unit of the stream's times, in seconds} */
     public Rational timeBase() {
         return new Rational(fields[StreamFields.TIME_BASE_NUMERATOR], fields[StreamFields.TIME_BASE_DENOMINATOR]);
@@ -114,9 +128,14 @@ public final class MediaStream {
         return time(fields[StreamFields.START_TIME]);
     }
 
-    /** When the stream starts, in units of its time base; {@link Packet#NO_TIME} when unknown. */
-    long startTicks() {
+    /** {@return when the stream starts, in units of its time base; {@link Packet#NO_TIME} when unknown} */
+    public long startTicks() {
         return fields[StreamFields.START_TIME];
+    }
+
+    /** {@return duration of the stream in units of its time base; {@link Packet#NO_TIME} when unknown} */
+    public long durationTicks() {
+        return fields[StreamFields.DURATION];
     }
 
     /** {@return bits per second} */
@@ -154,6 +173,11 @@ public final class MediaStream {
         return new Rational(fields[StreamFields.PIXEL_WIDTH], fields[StreamFields.PIXEL_HEIGHT]);
     }
 
+    /** {@return width divided by height of the pictures as they are stored, in lowest terms; unknown where that of a pixel is} */
+    public Rational displayAspectRatio() {
+        return new Rational(pixelAspectRatio().numerator() * width(), pixelAspectRatio().denominator() * height()).reduced();
+    }
+
     /** {@return degrees by which players turn the pictures clockwise: 0, 90, 180 or 270} */
     public int rotation() {
         return (int) fields[StreamFields.ROTATION];
@@ -185,9 +209,85 @@ public final class MediaStream {
         return (int) fields[StreamFields.PROFILE];
     }
 
+    /** {@return FFmpeg's name of the codec's profile, such as {@code High}; empty when unknown} */
+    public Optional<String> profileName() {
+        return metadata.name(StreamNames.PROFILE);
+    }
+
+    /** {@return FFmpeg's number of the codec's level; negative when unknown} */
+    public int level() {
+        return (int) fields[StreamFields.LEVEL];
+    }
+
+    /** {@return the level as the codec's standard writes it, such as {@code 4.1}; empty when unknown} */
+    public Optional<String> levelName() {
+        return CodecLevel.name(codecName, level());
+    }
+
+    /** {@return FFmpeg's name of the codec for people; empty when unknown} */
+    public Optional<String> codecTitle() {
+        return metadata.name(StreamNames.CODEC);
+    }
+
+    /** {@return what the container calls the stream, such as an MPEG packet identifier; empty when that is only its index} */
+    public OptionalLong number() {
+        long number = fields[StreamFields.NUMBER];
+        return number == StreamFields.NO_NUMBER ? OptionalLong.empty() : OptionalLong.of(number);
+    }
+
+    /** {@return what the container says of the stream in words} */
+    public Tags tags() {
+        return metadata.tags();
+    }
+
+    /** {@return the language, mostly three letters of ISO 639-2 such as {@code eng}, if the container tells one} */
+    public Optional<String> language() {
+        return tags().language();
+    }
+
+    /** {@return the parts that the stream plays in its container; cannot be changed} */
+    public Set<Disposition> dispositions() {
+        return Disposition.of(fields[StreamFields.DISPOSITION]);
+    }
+
+    /** {@return what the numbers of the pixels mean} */
+    public ColorDescription color() {
+        return metadata.color();
+    }
+
+    /** {@return whether pictures consist of fields, and their order; empty when unknown} */
+    public Optional<FieldOrder> fieldOrder() {
+        return FieldOrder.of(fields[StreamFields.FIELD_ORDER]);
+    }
+
+    /** {@return the format of the decoder's pictures; empty when it is unknown before decoding, and for sound} */
+    public Optional<PixelFormat> pixelFormat() {
+        return kind() == MediaKind.VIDEO && sampleFormat() >= 0 ? PixelFormat.of(sampleFormat()) : Optional.empty();
+    }
+
+    /** {@return FFmpeg's name of the pixel format or the sample format, such as {@code yuv420p}; empty when unknown} */
+    public Optional<String> sampleFormatName() {
+        return metadata.name(StreamNames.SAMPLE_FORMAT);
+    }
+
+    /** {@return FFmpeg's name for the places of the channels, such as {@code stereo} or {@code 5.1(side)}; empty when unknown} */
+    public Optional<String> channelLayout() {
+        return metadata.name(StreamNames.CHANNEL_LAYOUT);
+    }
+
+    /** {@return bits of a sample that the codec states; 0 when unknown} */
+    public int bitsPerRawSample() {
+        return (int) fields[StreamFields.BITS_PER_RAW_SAMPLE];
+    }
+
+    /** {@return bits of a sample of uncompressed sound; 0 when it is compressed} */
+    public int bitsPerSample() {
+        return (int) fields[StreamFields.BITS_PER_SAMPLE];
+    }
+
     /** {@return whether the stream is a single picture that belongs to a sound file, such as a cover} */
     public boolean isAttachedPicture() {
-        return (fields[StreamFields.DISPOSITION] & Disposition.ATTACHED_PICTURE) != 0;
+        return dispositions().contains(Disposition.ATTACHED_PICTURE);
     }
 
     /** {@return FFmpeg's number of the pixel format or the sample format; -1 when unknown} */

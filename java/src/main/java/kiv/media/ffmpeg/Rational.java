@@ -71,6 +71,11 @@ public record Rational(long numerator, long denominator) {
         return units.bitLength() < Long.SIZE ? units.longValue() : units.signum() < 0 ? Long.MIN_VALUE + 1 : Long.MAX_VALUE;
     }
 
+    /** {@return this value in lowest terms} */
+    public Rational reduced() {
+        return times(1, 1);
+    }
+
     /** This value times a positive fraction, in lowest terms; rounded where its parts do not fit. */
     Rational times(int by, int dividedBy) {
         BigInteger above = BigInteger.valueOf(numerator).multiply(BigInteger.valueOf(by));

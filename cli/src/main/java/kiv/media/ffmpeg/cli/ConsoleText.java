@@ -1,5 +1,7 @@
 package kiv.media.ffmpeg.cli;
 
+import java.math.BigDecimal;
+import java.math.RoundingMode;
 import java.time.Duration;
 import java.util.Locale;
 import kiv.media.ffmpeg.DecodeException;
@@ -12,6 +14,8 @@ import kiv.media.ffmpeg.Rational;
 final class ConsoleText {
 
     private static final int KILO = 1000;
+    private static final int NANOS = 9;
+    private static final int MICROS = 6;
 
     private ConsoleText() {
     }
@@ -81,6 +85,12 @@ final class ConsoleText {
     static String bitRate(long bitsPerSecond) {
         return bitsPerSecond < KILO ? bitsPerSecond + " bit/s"
                 : Math.round((double) bitsPerSecond / KILO) + " kbit/s";
+    }
+
+    /** Returns seconds with six decimals. */
+    static String seconds(Duration duration) {
+        return BigDecimal.valueOf(duration.getSeconds()).add(BigDecimal.valueOf(duration.getNano(), NANOS))
+                .setScale(MICROS, RoundingMode.HALF_UP).toPlainString();
     }
 
     /** Returns hours, minutes, seconds and milliseconds. */

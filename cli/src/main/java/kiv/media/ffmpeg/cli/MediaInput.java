@@ -159,6 +159,13 @@ final class MediaInput {
         }
     }
 
+    /** Returns how many bytes there are. */
+    long size() throws IOException {
+        try (SeekableByteChannel bytes = bytes()) {
+            return bytes.size();
+        }
+    }
+
     /** Ends the process, in which another thread is inside FFmpeg for good. Nothing was written yet. */
     private void giveUp() {
         FailureReport.failed(new PrintWriter(System.err), about("damaged so that FFmpeg never ends reading its head"));

@@ -20,6 +20,9 @@ public final class MediaType {
     /** Subtitles. */
     @Native public static final int SUBTITLE = 3;
 
+    /** A file that goes with the medium, such as a font. */
+    @Native public static final int ATTACHMENT = 4;
+
     private MediaType() {
     }
 }

@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class StreamFields {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 27;
+    @Native public static final int SIZE = 40;
 
     /** One of {@link MediaType}. */
     @Native public static final int MEDIA_TYPE = 0;
@@ -88,6 +88,48 @@ public final class StreamFields {
 
     /** Whether the library decodes the codec (1) or not (0), when this FFmpeg has a decoder. */
     @Native public static final int ADMITTED = 26;
+
+    /** FFmpeg's number of the codec's level; negative when unknown. */
+    @Native public static final int LEVEL = 27;
+
+    /** What the container calls the stream, such as an MPEG packet identifier; {@link #NO_NUMBER} when that is only its index. */
+    @Native public static final int NUMBER = 28;
+
+    /** Pictures a second at the smallest distance of two, numerator. */
+    @Native public static final int REAL_FRAME_RATE_NUMERATOR = 29;
+
+    /** Pictures a second at the smallest distance of two, denominator. */
+    @Native public static final int REAL_FRAME_RATE_DENOMINATOR = 30;
+
+    /** FFmpeg's number of the order of the fields; 0 when unknown. */
+    @Native public static final int FIELD_ORDER = 31;
+
+    /** One of {@link ColorRange}, or another number when unknown. */
+    @Native public static final int COLOR_RANGE = 32;
+
+    /** FFmpeg's number of the matrix by which YUV becomes RGB. */
+    @Native public static final int COLOR_SPACE = 33;
+
+    /** FFmpeg's number of the curve between values and light. */
+    @Native public static final int COLOR_TRANSFER = 34;
+
+    /** FFmpeg's number of the colours that red, green and blue are. */
+    @Native public static final int COLOR_PRIMARIES = 35;
+
+    /** FFmpeg's number of the place of chroma samples between those of luma; 0 when unknown. */
+    @Native public static final int CHROMA_LOCATION = 36;
+
+    /** The places of the channels, a bit for each; 0 when unknown. */
+    @Native public static final int CHANNEL_LAYOUT = 37;
+
+    /** Bits of a sample that the codec states; 0 when unknown. */
+    @Native public static final int BITS_PER_RAW_SAMPLE = 38;
+
+    /** Bits of a sample that every stream of the codec has; 0 when they differ or samples are compressed. */
+    @Native public static final int BITS_PER_SAMPLE = 39;
+
+    /** Instead of a number: the container has none. */
+    @Native public static final int NO_NUMBER = -1;
 
     private StreamFields() {
     }
