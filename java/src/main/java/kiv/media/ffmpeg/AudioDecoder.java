@@ -269,6 +269,62 @@ public final class AudioDecoder implements AutoCloseable {
         return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
     }
 
+    /**
+     * What a packet gives, with what is not to be heard of it.
+     *
+     * @param pcm all of it
+     * @param first the first sample that is heard
+     * @param end the first one behind those that are heard
+     * @param timestamp when the first one is heard, in units of the stream's time base, or {@link Packet#NO_TIME}
+     */
+    record Uncut(byte[] pcm, int first, int end, long timestamp) {
+    }
+
+    /** Decodes a packet, or with null the end, as far as it is not damaged. */
+    Uncut uncut(Packet packet) {
+        return handle.call(address -> {
+            try {
+                DecodeException.translate(() -> decodeUncut(address, packet));
+            } catch (DecodeException e) {
+                // As in blocks, what came before the damage counts.
+            }
+            byte[] pcm = joined();
+            int frames = pcm.length / (format.channels() * samples.bytes());
+            if (frames == 0) {
+                return new Uncut(pcm, 0, 0, Packet.NO_TIME);
+            }
+            SampleCutter.Part part = cutter.cut(frames, NativeAudioCodec.skipped(address));
+            clock.skip(part.first());
+            long time = clock.time();
+            clock.advance((int) (frames - part.first()));
+            return new Uncut(pcm, (int) part.first(), (int) part.end(), time);
+        });
+    }
+
+    private void decodeUncut(long address, Packet packet) {
+        if (packet != null) {
+            clock.at(timeOf(packet));
+            cutter.begin(packet.trim());
+            isDamaged(address, packet.bytes());
+            return;
+        }
+        clock.end();
+        while (take(codec.drain(address)) > 0) {
+            continue;
+        }
+    }
+
+    private byte[] joined() {
+        byte[] pcm = new byte[decoded.stream().mapToInt(part -> part.length).sum()];
+        int at = 0;
+        for (byte[] part : decoded) {
+            System.arraycopy(part, 0, pcm, at, part.length);
+            at += part.length;
+        }
+        decoded.clear();
+        return pcm;
+    }
+
     /** Null ends the stream. */
     private void decodeOrEnd(Packet packet) {
         handle.call(address -> {

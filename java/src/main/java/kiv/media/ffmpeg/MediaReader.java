@@ -411,6 +411,17 @@ public final class MediaReader implements AutoCloseable {
                 () -> c_mediareader_ffmpeg.n_reader_read_stream(address, stream, buffer, fields)));
     }
 
+    /**
+     * Reads the next packet of one stream as {@link #read()} does, and skips others. Not to be mixed with {@link #seek}.
+     *
+     * @param fields receives what describes the packet, laid out as {@link PacketFields} with the length
+     * @return the packet, or null at the end
+     */
+    Packet readOf(MediaStream stream, long[] fields) throws IOException {
+        byte[] bytes = readStream(stream.index(), null, fields);
+        return bytes == null ? null : beginnings.complete(Packet.ofNative(bytes, fields), stream, moved);
+    }
+
     /** Reads a packet. */
     @FunctionalInterface
     private interface PacketRead {
