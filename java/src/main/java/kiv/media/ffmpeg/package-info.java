@@ -2,7 +2,8 @@
  * Decodes the pictures and the sound of media files, and encodes sound, with FFmpeg's codecs.
  *
  * <p>Welcome. A {@link kiv.media.ffmpeg.MediaReader} reads the packets of a file. A
- * {@link kiv.media.ffmpeg.Film} gives any picture of a film by number or time. A
+ * {@link kiv.media.ffmpeg.Film} gives any picture of a film by number or time, and
+ * {@link kiv.media.ffmpeg.Sound} the sound between any two times. A
  * {@link kiv.media.ffmpeg.VideoDecoder} decodes the packets of a video stream into {@link kiv.media.ffmpeg.Picture}s,
  * an {@link kiv.media.ffmpeg.AudioDecoder} those of an audio stream into {@link kiv.media.ffmpeg.AudioBlock}s. An
  * {@link kiv.media.ffmpeg.AudioEncoder} and an {@link kiv.media.ffmpeg.AudioFileWriter} produce audio files. Close

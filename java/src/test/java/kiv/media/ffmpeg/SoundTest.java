@@ -1,0 +1,74 @@
+package kiv.media.ffmpeg;
+
+import static kiv.media.ffmpeg.Refusals.refused;
+import static org.assertj.core.api.Assertions.assertThat;
+
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.Arrays;
+import java.util.Random;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.ValueSource;
+
+class SoundTest {
+
+    /** Codecs whose decoders remember nothing, some packets, or everything; damage, and times that are rounded. */
+    @ParameterizedTest
+    @ValueSource(strings = {"pcm_s16.wav", "mp3_vbr.mp3", "aac.m4a", "opus.opus", "opus_5.1.mkv", "vorbis.ogg", "wma2.asf",
+        "adpcm_ima_qt.mov", "g722.wav", "h264_aac.flv", "mpeg2_ac3.ts", "flac.ogg", "amr_nb.amr"})
+    void everyPartIsThatOfTheWhole(String name) throws IOException {
+        Path file = TestMedia.stream(name);
+        byte[] whole = MediaAudioTest.decoded(file);
+        try (Sound sound = Sound.open(file)) {
+            int size = sound.format().blockAlign();
+            int length = whole.length / size;
+            Random random = new Random(13);
+            for (int i = 0; i < 25; i++) {
+                int from = random.nextInt(length);
+                int to = Math.min(length, from + random.nextInt(3000));
+                Duration time = sound.timeOf(from);
+                AudioBlock part = sound.samples(from, to);
+                assertThat(part.pcm()).isEqualTo(Arrays.copyOfRange(whole, from * size, to * size));
+                assertThat(part.time()).hasValue(time);
+                assertThat(sound.timeOf(sound.numberAt(time))).isEqualTo(time);
+            }
+            assertThat(sound.length()).isEqualTo(length);
+            assertThat(sound.samples(length - 5, Long.MAX_VALUE).frames()).isEqualTo(5);
+            assertThat(sound.samples(Duration.ofSeconds(-9), Duration.ofDays(9)).pcm()).isEqualTo(whole);
+            refused(IndexOutOfBoundsException.class, "no sample", () -> sound.timeOf(length));
+        }
+    }
+
+    /** Where the decoder forgets. */
+    @Test
+    void aPartCostsLittleMoreThanItself() throws IOException {
+        try (Sound sound = Sound.open(TestMedia.stream("flac.flac"))) {
+            long length = sound.length();
+            long before = sound.decodedPackets();
+            sound.samples(length - 20_000, length - 19_999);
+            assertThat(sound.decodedPackets() - before).isBetween(1L, 3L);
+        }
+    }
+
+    @Test
+    void wrongUseIsRefused() throws IOException {
+        refused(MediaFormatException.class, "no sound", () -> Sound.open(TestMedia.stream("mpeg4_320x240.avi")));
+        Path copy = Files.createTempFile("sound", ".mp3");
+        byte[] bytes = Files.readAllBytes(TestMedia.stream("mp3_vbr.mp3"));
+        Files.write(copy, bytes);
+        Sound sound = Sound.open(copy, SampleFormat.FLOAT);
+        refused(IllegalArgumentException.class, "", () -> sound.samples(-1, 5), () -> sound.samples(5, 4),
+                () -> sound.samples(Duration.ofSeconds(2), Duration.ofSeconds(1)));
+        assertThat(sound.length()).isEqualTo(88_200);
+        Arrays.fill(bytes, 3000, 9000, (byte) 0);
+        Files.write(copy, bytes);
+        refused(MediaFormatException.class, "changed", () -> sound.samples(4000, 5000));
+        sound.close();
+        sound.close();
+        refused(MediaStateException.class, "closed", sound::length);
+        Files.delete(copy);
+    }
+}
