@@ -131,6 +131,12 @@ void configure_real(const real::dsd_ffmpeg &dsp_ffmpeg, const AVCodecContext &ds
     dsl_to.skip_loop_filter.of(adsp_to) = context::skip_loop_filter.of(&dsp_from);
     dsl_to.skip_idct.of(adsp_to) = context::skip_idct.of(&dsp_from);
     dsl_to.skip_frame.of(adsp_to) = context::skip_frame.of(&dsp_from);
+    dsl_to.color_primaries.of(adsp_to) = dsp_from.color_primaries;
+    dsl_to.color_trc.of(adsp_to) = dsp_from.color_trc;
+    dsl_to.colorspace.of(adsp_to) = dsp_from.colorspace;
+    dsl_to.color_range.of(adsp_to) = dsp_from.color_range;
+    dsl_to.chroma_sample_location.of(adsp_to) = dsp_from.chroma_sample_location;
+    dsl_to.field_order.of(adsp_to) = dsp_from.field_order;
     dsl_to.pkt_timebase.of(adsp_to) = context::pkt_timebase.of(&dsp_from);
     if (iep_type == AVMEDIA_TYPE_AUDIO) {
         real::channel_layout &dsl_channels = dsl_to.ch_layout.of(adsp_to);

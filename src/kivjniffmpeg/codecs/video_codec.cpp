@@ -11,7 +11,28 @@
 #include <natives/c_codecoptions_ffmpeg.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+
+namespace
+{
+
+/** What containers say of pictures. The options have FFmpeg's names of the fields. */
+struct dsd_description
+{
+    std::string_view strc_option;
+    int AVCodecContext::*inc_field;
+};
+constexpr dsd_description s_descriptions[] = {
+    {"color_range", &AVCodecContext::color_range},
+    {"colorspace", &AVCodecContext::colorspace},
+    {"color_trc", &AVCodecContext::color_trc},
+    {"color_primaries", &AVCodecContext::color_primaries},
+    {"chroma_sample_location", &AVCodecContext::chroma_sample_location},
+    {"field_order", &AVCodecContext::field_order},
+};
+
+} // namespace
 
 c_videocodec::c_videocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp_vformat)
     : c_codec(adsp_ffmpeg, "native videocodec"),
@@ -144,6 +165,13 @@ void c_videocodec::set_option(std::string_view strp_name, int64_t ilp_value)
     }
     if (strp_name == "pooled_pictures") {
         make_stock();
+        return;
+    }
+    if (const auto *adsl_description = std::ranges::find(s_descriptions, strp_name, &dsd_description::strc_option);
+        adsl_description != std::end(s_descriptions)) {
+        if (ilp_value < 0 || ilp_value > UINT8_MAX)
+            throw_ffmpeg_exception(1342, "impossible value of codec option ", strp_name, ": ", ilp_value);
+        dsc_codec_ctx.context()->*adsl_description->inc_field = static_cast<int>(ilp_value);
         return;
     }
     const bool bl_on = ilp_value != 0;

@@ -129,6 +129,8 @@ public:
      * - "native_format": pictures lie in direct buffers in the decoder's own pixel format; no model is chosen.
      * - "pooled_pictures": the same in memory of a stock, for decode() instead of process().
      * - "threads": how many threads decode; more than one needs "pooled_pictures", which stands before it.
+     * - "color_range", "colorspace", "color_trc", "color_primaries", "chroma_sample_location", "field_order": what the
+     *   container says of the pictures, as FFmpeg's numbers; they hold where the compressed video says nothing.
      *
      * @throws c_ffmpeg_exception on an open codec, for another name or value, or when this FFmpeg lacks what the option
      *         needs

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.time.Duration;
 import java.util.Locale;
+import java.util.Map;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.OptionalLong;
@@ -9,6 +10,7 @@ import java.util.Set;
 import kiv.media.ffmpeg.index.PacketExaminer;
 import kiv.media.ffmpeg.natives.StreamFields;
 import kiv.media.ffmpeg.natives.StreamNames;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 
 /**
@@ -26,6 +28,15 @@ public final class MediaStream {
 
     /** The index of the only stream of a splitter, which is 0 for its users. */
     private static final int SPLITTER = -1;
+    /** The options of a decoder that take what the container says of the pictures, and where it is said. */
+    private static final Map<String, Integer> PICTURE_OPTIONS = Map.of(
+            c_codecoptions_ffmpeg.COLOR_RANGE, StreamFields.COLOR_RANGE,
+            c_codecoptions_ffmpeg.COLOR_SPACE, StreamFields.COLOR_SPACE,
+            c_codecoptions_ffmpeg.COLOR_TRANSFER, StreamFields.COLOR_TRANSFER,
+            c_codecoptions_ffmpeg.COLOR_PRIMARIES, StreamFields.COLOR_PRIMARIES,
+            c_codecoptions_ffmpeg.CHROMA_LOCATION, StreamFields.CHROMA_LOCATION,
+            c_codecoptions_ffmpeg.FIELD_ORDER, StreamFields.FIELD_ORDER);
+    private static final int LARGEST_OPTION = 0xFF;
 
     private final int index;
     private final long[] fields;
@@ -288,6 +299,15 @@ public final class MediaStream {
     /** {@return whether the stream is a single picture that belongs to a sound file, such as a cover} */
     public boolean isAttachedPicture() {
         return dispositions().contains(Disposition.ATTACHED_PICTURE);
+    }
+
+    /** Sets what the container says of the pictures, for a decoder whose compressed video does not say it. */
+    void describePictures(long decoder) {
+        PICTURE_OPTIONS.forEach((option, field) -> {
+            if (fields[field] >= 0 && fields[field] <= LARGEST_OPTION) {
+                c_codecoptions_ffmpeg.n_vcodec_set_option(decoder, option, fields[field]);
+            }
+        });
     }
 
     /** {@return FFmpeg's number of the pixel format or the sample format; -1 when unknown} */

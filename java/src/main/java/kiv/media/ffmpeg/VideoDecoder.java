@@ -164,6 +164,9 @@ public final class VideoDecoder implements AutoCloseable {
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.POOLED_PICTURES, 1);
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.THREADS, threads);
+            if (stream != null && !stream.isOfSplitter()) {
+                stream.describePictures(address);
+            }
             if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
                 throw new UnsupportedCodecException("the decoder does not open for " + format
                         + "; its private data may be missing or damaged");

@@ -126,6 +126,8 @@ class VideoEntryPointsTest {
         refused(RuntimeException.class, "no such text of FFmpeg: 4",
                 () -> c_codecoptions_ffmpeg.n_get_ffmpeg_text(FfmpegLibrary.context(), 4));
         refused(RuntimeException.class, "nonsense", () -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec, "nonsense", 1));
+        refused(RuntimeException.class, "impossible value of codec option colorspace: 256",
+                () -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec, c_codecoptions_ffmpeg.COLOR_SPACE, 256));
         assertThat(c_multimediaapi_ffmpeg.n_vcodec_open(codec)).isTrue();
         refused(RuntimeException.class, "", () -> c_codecoptions_ffmpeg.n_vcodec_set_option(codec,
                 c_codecoptions_ffmpeg.WHOLE_PACKETS, 1));

@@ -40,6 +40,27 @@ public final class c_codecoptions_ffmpeg {
     /** The most threads of a decoder. */
     @Native public static final int MOST_THREADS = 64;
 
+    /**
+     * FFmpeg's number of what the container says of the values that YUV uses. As the following ones, this holds where the
+     * compressed video says nothing, and is a number of 8 bits.
+     */
+    public static final String COLOR_RANGE = "color_range";
+
+    /** FFmpeg's number of the matrix by which YUV becomes RGB. */
+    public static final String COLOR_SPACE = "colorspace";
+
+    /** FFmpeg's number of the curve between values and light. */
+    public static final String COLOR_TRANSFER = "color_trc";
+
+    /** FFmpeg's number of the colours that red, green and blue are. */
+    public static final String COLOR_PRIMARIES = "color_primaries";
+
+    /** FFmpeg's number of the place of chroma samples between those of luma. */
+    public static final String CHROMA_LOCATION = "chroma_sample_location";
+
+    /** FFmpeg's number of the order of the fields. */
+    public static final String FIELD_ORDER = "field_order";
+
     /** Bits per second of an audio codec. Some decoders need it. It is the target of encoders. Settable. */
     public static final String BIT_RATE = "bit_rate";
 
@@ -109,7 +130,7 @@ public final class c_codecoptions_ffmpeg {
      * @param codec a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_create_vcodec_to_raw}
      * @param name the option, such as {@link #WHOLE_PACKETS}
      * @param value the option's value
-     * @throws RuntimeException when the option is unknown or the codec is open
+     * @throws RuntimeException when the option is unknown or cannot have the value, or the codec is open
      */
     public static native void n_vcodec_set_option(long codec, String name, long value);
 
