@@ -28,7 +28,7 @@ FEW = ("aac_mono.m4a", "ac3_mono.ac3", "adpcm_ima_mono.wav", "amr_nb.amr", "cine
 # The table of docs/bridge.md: streams, options, and whether the calls differ or only the values.
 KNOWN = [
     (r"mpeg[124]|^h263|^msmpeg4|^wmv1|^dv_|\.ac3|aac|^amr|^wma|wma2|vorbis|^dts|mp3|^mjpeg|^dnxhd", "", "values"),
-    (r"aac", r"--pcm", "calls"),
+    (r"aac|^wma|wma2", r"--pcm", "calls"),
     (r"^amr", r"--pcm", "calls"),
     (r"\.(mp4|mov|m4a|ogg)$|^dv_pal\.dv|\.ts$|^h264.*\.(h264|avi)$", "--list-packets", "calls"),
     # What the 56 line decodes otherwise, or not at all.
