@@ -36,8 +36,9 @@ import org.junit.jupiter.params.provider.MethodSource;
 class MediaReaderTest {
 
     static Stream<Path> files() {
-        return Stream.of(TestMedia.clips().stream().map(TestMedia.Clip::file), Stream.of("vorbis.ogg", "flac.flac", "flac_24.flac")
-                .map(TestMedia::stream), TestMedia.pcmSources().stream().map(TestMedia.Sound::file)).flatMap(all -> all);
+        return Stream.of(TestMedia.clips().stream().map(TestMedia.Clip::file),
+                Stream.of("vorbis.ogg", "flac.flac", "flac_24.flac").map(TestMedia::stream),
+                TestMedia.pcmSources().stream().map(TestMedia.Sound::file)).flatMap(all -> all);
     }
 
     @ParameterizedTest
