@@ -25,6 +25,12 @@ import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
  * }
  * }</pre>
  *
+ * <p>Encoders put silence before and behind the sound, and edit lists leave parts of it out. A decoder that was opened for a
+ * stream decodes that but does not deliver it, so sound has the length that the program {@code ffmpeg} gives, and the first
+ * block's time is that of the first sample that is heard. {@link Packet#skippedAtStart()} and
+ * {@link Packet#skippedAtEnd()} report what containers say. A decoder that was opened for a format alone delivers
+ * everything, except what packets of a reader report.
+ *
  * <p>A decoder may move from thread to thread, but two threads must not call it at the same time: the second one gets a
  * {@link MediaStateException}. So does each call after {@link #close()}. Different decoders work in parallel.
  */
@@ -354,7 +360,8 @@ public final class AudioDecoder implements AutoCloseable {
 
     /**
      * Drops the data and the sound that the decoder holds. Call it after a seek, before the first packet from the new
-     * position.
+     * position. Sound of the first packets may differ from what decoding the whole gives there, see
+     * {@link MediaReader#seek(MediaStream, long)}; {@link Sound} gives it exactly.
      *
      * @throws MediaStateException when the decoder is closed or in use
      */

@@ -498,8 +498,9 @@ public final class MediaReader implements AutoCloseable {
      * beginning, where it also ends when no place is early enough or the packets have no times.
      *
      * <p>Decoders are {@linkplain VideoDecoder#reset() reset} before they get the packets from there. Pictures of video that
-     * are shown before the first packet's may be incomplete or missing. Sound of codecs that overlap their blocks is exact
-     * some blocks later: begin a quarter of a second before the sound that is wanted.
+     * are shown before the first packet's may be incomplete or missing. Sound of codecs that overlap their blocks is
+     * nearly exact some blocks later: begin a quarter of a second before the sound that is wanted. Decoders with noise or
+     * dither of their own never come back to the very same samples, so {@link Sound} is for those who need them.
      *
      * @param stream a stream of this reader
      * @param time in units of the stream's time base

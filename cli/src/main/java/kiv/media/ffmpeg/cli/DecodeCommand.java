@@ -151,7 +151,9 @@ final class DecodeCommand implements Callable<Integer> {
 
     private int decode() throws IOException {
         long start = System.nanoTime();
-        try (MediaReader reader = VerifiedSeek.open(input, noPictures ? null : from, !noSound)) {
+        // Standard input is read once, from its beginning, when there is sound.
+        boolean seeks = !noPictures && (noSound || !input.isStandardInput());
+        try (MediaReader reader = VerifiedSeek.open(input, seeks ? from : null)) {
             MediaStream video = noPictures ? null : reader.firstVideo().orElse(null);
             MediaStream audio = noSound ? null : reader.firstAudio().orElse(null);
             if (video == null && (audio == null || file != null && !noPictures)) {
@@ -164,8 +166,8 @@ final class DecodeCommand implements Callable<Integer> {
                 MediaStream soundStream = decoders.sound == null ? null : audio;
                 DecodeObserver observer = openPage(reader, pictureStream, soundStream);
                 try (SoundWriter sound = soundStream == null ? null
-                        : new SoundWriter(audio, decoders.sound, soundFile(), range, TimeRange.beginning(reader), observer,
-                                this::warn);
+                        : new SoundWriter(audio, seeks && from != null && video != null ? input.openSound() : null,
+                                decoders.sound, soundFile(), range, TimeRange.beginning(reader), observer, this::warn);
                         PictureOutput pictures = pictureStream == null ? null : openPictures(video);
                         Progress progress = startProgress(reader, pictureStream, audio, range)) {
                     announceSize(reader, pictureStream, range);

@@ -77,6 +77,9 @@ final class DecodeJob {
         while (!heldSound.isEmpty()) {
             sound.write(heldSound.remove());
         }
+        if (sound != null) {
+            sound.end();
+        }
         finish(pictures, sound);
     }
 

@@ -15,6 +15,7 @@ import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.ReaderLimits;
 import kiv.media.ffmpeg.SampleFormat;
+import kiv.media.ffmpeg.Sound;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import kiv.media.ffmpeg.VideoDecoder;
 import picocli.CommandLine.Mixin;
@@ -170,6 +171,11 @@ final class MediaInput {
     private void giveUp() {
         FailureReport.failed(new PrintWriter(System.err), about("damaged so that FFmpeg never ends reading its head"));
         Runtime.getRuntime().halt(ExitStatus.INPUT);
+    }
+
+    /** Opens the first stream of sound, for any part of it. */
+    Sound openSound() throws IOException {
+        return open(bytes -> Sound.open(bytes, SampleFormat.PCM_16, ReaderLimits.USUAL));
     }
 
     VideoDecoder openVideoDecoder(MediaStream stream) {

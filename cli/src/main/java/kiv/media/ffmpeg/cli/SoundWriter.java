@@ -13,6 +13,7 @@ import kiv.media.ffmpeg.DecodeException;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
+import kiv.media.ffmpeg.Sound;
 
 /** Decodes a stream of sound, or a part of it, into a WAV file. */
 final class SoundWriter implements AutoCloseable {
@@ -29,6 +30,8 @@ final class SoundWriter implements AutoCloseable {
     private final AudioDecoder decoder;
     private final SoundFile output;
     private final SampleClock clock;
+    /** Gives the part without the packets of the job; null when they are decoded one after the other. */
+    private final Sound exact;
     private final DecodeObserver observer;
     private final Consumer<String> warnings;
     /** First sample of the part and the first one behind it, from the container's zero. */
@@ -45,6 +48,8 @@ final class SoundWriter implements AutoCloseable {
      * Begins to write.
      *
      * @param stream the stream
+     * @param exact the same sound, which this object owns from now on and takes the part from; null to decode the packets
+     *     that it gets
      * @param decoder its decoder, which this object owns from now on
      * @param file the WAV file
      * @param range the part to write
@@ -53,9 +58,10 @@ final class SoundWriter implements AutoCloseable {
      * @param warnings receives a line when the file is full
      * @throws OutputException when the file cannot be written
      */
-    SoundWriter(MediaStream stream, AudioDecoder decoder, Path file, TimeRange range, Duration start,
-            DecodeObserver observer, Consumer<String> warnings) throws OutputException {
+    SoundWriter(MediaStream stream, Sound exact, AudioDecoder decoder, Path file, TimeRange range, Duration start,
+            DecodeObserver observer, Consumer<String> warnings) throws IOException {
         this.stream = stream;
+        this.exact = exact;
         this.file = file;
         this.decoder = decoder;
         this.observer = observer;
@@ -66,7 +72,9 @@ final class SoundWriter implements AutoCloseable {
         try {
             this.output = SoundFile.create(file, decoder.pcmFormat(), AudioContainer.WAV);
         } catch (Throwable e) {
-            decoder.close();
+            try (exact) {
+                decoder.close();
+            }
             throw e;
         }
     }
@@ -90,7 +98,7 @@ final class SoundWriter implements AutoCloseable {
     }
 
     boolean accepts(Packet packet) {
-        return decoder.accepts(packet);
+        return exact == null && decoder.accepts(packet);
     }
 
     /** Decodes and writes a packet; counts a damaged one and leaves it out. */
@@ -106,17 +114,34 @@ final class SoundWriter implements AutoCloseable {
         write(blocks);
     }
 
-    /** Writes what the decoder still holds and gives the file its name. */
-    void finish() throws OutputException {
-        if (!done) {
-            write(decoder.finish());
+    /** Writes what the decoder still holds, or all of an exact part. */
+    void end() throws IOException {
+        if (exact == null) {
+            if (!done) {
+                write(decoder.finish());
+            }
+            return;
         }
+        Rational sample = new Rational(1, exact.format().sampleRate());
+        long last = exact.numberAt(sample.times(end));
+        AudioBlock block;
+        for (long next = exact.numberAt(sample.times(begin)); next < last && !done; next += block.frames()) {
+            block = exact.samples(next, Math.min(last, next + exact.format().sampleRate()));
+            if (block.frames() == 0) {
+                break;
+            }
+            write(block, 0, block.frames(), block.timestamp());
+        }
+    }
+
+    /** Gives the file its name. */
+    void finish() throws OutputException {
         output.finish(frames);
     }
 
-    /** {@return whether the part's end is reached} */
+    /** {@return whether no more packets are wanted} */
     boolean isDone() {
-        return done;
+        return done || exact != null;
     }
 
     /** Returns how many samples of each channel are written so far. */
@@ -151,10 +176,8 @@ final class SoundWriter implements AutoCloseable {
 
     @Override
     public void close() throws IOException {
-        try {
+        try (exact; decoder) {
             output.close();
-        } finally {
-            decoder.close();
         }
     }
 

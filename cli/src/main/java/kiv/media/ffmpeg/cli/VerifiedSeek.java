@@ -22,8 +22,6 @@ final class VerifiedSeek {
     /** Tried one after the other: seeking uses an index or a guess, and may end too late for the decoder. */
     private static final List<Duration> MARGINS = List.of(Duration.ofSeconds(1), Duration.ofSeconds(6),
             Duration.ofSeconds(30));
-    /** How early an audio decoder must begin so that its samples no longer depend on where it began. */
-    private static final Duration SOUND_MARGIN = Duration.ofMillis(250);
     private static final int MOST_PACKETS = 5000;
 
     private VerifiedSeek() {
@@ -33,19 +31,16 @@ final class VerifiedSeek {
      * Opens a file so that its next packets are the ones to decode.
      *
      * @param time the part's beginning, counted from the file's beginning, or null
-     * @param withSound whether the sound is wanted too
      * @return a reader, at the file's beginning when no later place is early enough
      */
-    static MediaReader open(MediaInput input, Duration time, boolean withSound) throws IOException {
+    static MediaReader open(MediaInput input, Duration time) throws IOException {
         MediaReader reader = time == null ? input.openForward() : input.open();
         try {
             Optional<MediaStream> video = reader.firstVideo();
-            // Decoding sound alone is fast, so seeking would gain nothing.
             if (time == null || video.isEmpty() || COUNTED.contains(reader.formatName())) {
                 return reader;
             }
             Duration wanted = time.plus(TimeRange.beginning(reader));
-            Optional<MediaStream> audio = withSound ? reader.firstAudio() : Optional.empty();
             boolean moved = false;
             for (Duration margin : MARGINS) {
                 if (margin.compareTo(time) >= 0) {
@@ -55,7 +50,7 @@ final class VerifiedSeek {
                 if (!seek(reader, wanted.minus(margin))) {
                     break;
                 }
-                if (isEarlyEnough(reader, video.get(), audio.orElse(null), wanted)) {
+                if (isEarlyEnough(reader, video.get(), wanted)) {
                     reader.seek(wanted.minus(margin));
                     return reader;
                 }
@@ -80,29 +75,17 @@ final class VerifiedSeek {
         }
     }
 
-    private static boolean isEarlyEnough(MediaReader reader, MediaStream video, MediaStream audio, Duration wanted)
-            throws IOException {
-        boolean videoFits = false;
-        boolean soundFits = audio == null;
-        for (int packets = 0; packets < MOST_PACKETS && !(videoFits && soundFits); packets++) {
+    private static boolean isEarlyEnough(MediaReader reader, MediaStream video, Duration wanted) throws IOException {
+        for (int packets = 0; packets < MOST_PACKETS; packets++) {
             Packet packet = reader.read();
             if (packet == null) {
                 return false;
             }
-            Optional<Duration> time = time(reader, packet);
-            if (packet.streamIndex() == video.index() && packet.isKey() && !videoFits) {
-                if (time.isEmpty() || time.get().compareTo(wanted) > 0) {
-                    return false;
-                }
-                videoFits = true;
-            } else if (audio != null && packet.streamIndex() == audio.index() && !soundFits) {
-                if (time.isEmpty() || time.get().compareTo(wanted.minus(SOUND_MARGIN)) > 0) {
-                    return false;
-                }
-                soundFits = true;
+            if (packet.streamIndex() == video.index() && packet.isKey()) {
+                return time(reader, packet).filter(time -> time.compareTo(wanted) <= 0).isPresent();
             }
         }
-        return videoFits && soundFits;
+        return false;
     }
 
     private static Optional<Duration> time(MediaReader reader, Packet packet) {
