@@ -346,6 +346,49 @@ for frame in {1..40}; do
     printf '\xff\xff\xc4\x00' && printf '\x22%.0s' {1..32} && head -c 348
 done <bits_small.g722 >mp1.mp1
 listed mp1.mp1
+# What files say of themselves: tags in several scripts, chapters, languages, covers, programs, colours. In no list.
+cat >tags_small.txt <<'END'
+;FFMETADATA1
+title=Вечерний звон
+artist=坂本 龍一
+album=Größe & "Mut"
+date=2011-05-07
+comment=two\
+lines
+creation_time=2020-02-03T04:05:06.000000Z
+[CHAPTER]
+TIMEBASE=1/1000
+START=0
+END=400
+title=Начало
+[CHAPTER]
+TIMEBASE=1/1000
+START=400
+END=1000
+title=第二章
+END
+# said FILE [options]: with the tags and chapters
+said() { ffmpeg -nostdin -v error -y -i tags_small.txt "${@:2}" -threads 1 -fflags +bitexact -flags +bitexact "$1" </dev/null; }
+seen=(-f lavfi -i testsrc2=size=160x120:rate=25:duration=1)
+tone=(-f lavfi -i sine=440:sample_rate=44100:duration=1)
+for picture in jpg png; do
+    file=cover_small.$picture encode -f lavfi -i testsrc2=size=64x48 -frames:v 1 -update 1
+done
+spoken=(-map 1 -map 2 -map 3 -metadata:s:a:0 language=rus -metadata:s:a:1 language=jpn -metadata:s:a:1 title=日本語
+    -disposition:a:1 comment)
+said tagged.mp4 "${seen[@]}" "${tone[@]}" "${tone[@]}" "${spoken[@]}" "${x264[@]}" -flags:v +ildct+ilme -color_primaries bt709 \
+    -color_trc bt709 -colorspace bt709 -color_range tv -c:a aac
+said tagged.mkv "${seen[@]}" "${tone[@]}" "${tone[@]}" "${spoken[@]}" "${x264[@]}" -c:a flac
+said tagged.mp3 "${tone[@]}" -i cover_small.jpg -map 1 -map 2 -c:a libmp3lame -c:v copy -metadata:s:v comment="Cover (front)"
+said tagged.m4a "${tone[@]}" -i cover_small.png -map 1 -map 2 -c:a aac -c:v copy -disposition:v attached_pic
+said tagged.flac "${tone[@]}" -i cover_small.png -map 1 -map 2 -c:a flac -c:v copy -disposition:v attached_pic
+said tagged.ogg "${tone[@]}" -c:a libvorbis
+said programs.ts "${seen[@]}" "${tone[@]}" "${tone[@]}" -map 1 -map 2 -map 3 -c:v mpeg2video -c:a mp2 \
+    -program title=Один:st=0:st=1 -program title=Two:st=2
+file=hdr.hevc encode "${seen[@]}" -frames:v 3 -c:v libx265 -preset ultrafast -pix_fmt yuv420p10 -x265-params "pools=none:$(
+    )frame-threads=1:log-level=none:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:range=limited:max-cll=1000,400:$(
+    )master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,1)"
+
 # Codecs that FFmpeg decodes and the library does not
 both=(-f lavfi -i testsrc2=size=160x120:rate=25:duration=0.4 -f lavfi -i sine=sample_rate=22050:duration=0.4)
 file=snow_mp3.avi encode "${both[@]}" -flags +bitexact -c:v snow -c:a libmp3lame

@@ -10,8 +10,6 @@ import java.net.URL;
 import java.nio.channels.Channels;
 import java.nio.channels.FileChannel;
 import java.nio.channels.SeekableByteChannel;
-import java.time.Duration;
-import java.util.HashMap;
 import java.util.Map;
 import java.util.Objects;
 import java.util.Optional;
@@ -54,11 +52,7 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
         MediumFormat(EncodedAudioInputStream sound, long size) {
             super(SoundFormats.type(sound.reader()), size > Integer.MAX_VALUE ? AudioSystem.NOT_SPECIFIED : (int) size,
                     sound.getFormat(), AudioSystem.NOT_SPECIFIED);
-            Map<String, Object> told = new HashMap<>();
-            Optional<Duration> duration = sound.reader().duration();
-            duration.ifPresent(length -> told.put(SoundFormats.DURATION,
-                    length.getSeconds() * 1_000_000 + length.getNano() / 1000));
-            properties = Map.copyOf(told);
+            properties = SoundProperties.of(sound.reader());
         }
 
         @Override
@@ -80,8 +74,10 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
      * Describes the sound of a stream and resets the stream to its position.
      *
      * @param stream a stream that supports marks
-     * @return the container, the sound's encoding, sample rate and channels. The property {@code duration} is a
-     *     {@link Long} with the duration in microseconds, if it is known; it may be an estimate
+     * @return the container, the sound's encoding, sample rate and channels. The properties are those
+     *     that the medium tells of {@code duration}, a {@link Long} in microseconds, which may be an estimate,
+     *     {@code title}, {@code author}, {@code album}, {@code copyright}, {@code comment}, which are {@link String}s, and
+     *     {@code date}, a {@link java.util.Date}: the first moment of the year, month or day, in universal time
      * @throws UnsupportedAudioFileException when the provider refuses the stream
      * @throws IOException when the stream cannot be read or reset
      */

@@ -28,8 +28,6 @@ final class SoundFormats {
     static final String BIT_RATE = "bitrate";
     /** The property with the {@link WaveFormat}, which only formats of this library have. */
     static final String WAVE_FORMAT = "kiv.media.ffmpeg.waveFormat";
-    /** The property of an {@link AudioFileFormat} with the duration in microseconds. */
-    static final String DURATION = "duration";
 
     /** Codecs whose frames mark their start and length, so that they need no container. */
     static final Set<String> SELF_FRAMING = Set.of("MP1", "MP2", "MP3", "AAC", "AC3", "DTS");
