@@ -34,6 +34,27 @@
  * }
  * }</pre>
  *
+ * <p>What is this file? Containers tell only some of it, so most answers may be empty:
+ *
+ * <pre>{@code
+ * static String whatIs(Path medium) throws IOException {
+ *     try (MediaReader reader = MediaReader.open(medium)) {
+ *         StringBuilder text = new StringBuilder(reader.tags().title().orElse("untitled"));
+ *         reader.tags().artist().ifPresent(artist -> text.append(", ").append(artist));
+ *         reader.duration().ifPresent(length -> text.append(", ").append(length.toSeconds()).append(" s"));
+ *         for (Chapter chapter : reader.chapters()) {
+ *             text.append("\n  ").append(chapter.title().orElse("chapter"));
+ *         }
+ *         for (MediaStream stream : reader.streams()) {
+ *             text.append("\n  ").append(stream.kind()).append(' ').append(stream.codecName()).append(' ')
+ *                     .append(stream.channelLayout().or(stream::sampleFormatName).orElse("")).append(' ')
+ *                     .append(stream.language().orElse(""));
+ *         }
+ *         return text.toString();
+ *     }
+ * }
+ * }</pre>
+ *
  * <p>The sound of any medium as a WAV file. The file gets its name when it is complete:
  *
  * <pre>{@code

@@ -160,7 +160,7 @@ final class MediaInput {
         }
     }
 
-    /** Returns how many bytes there are. */
+    /** Returns how many bytes there are; -1 when that is not known yet. */
     long size() throws IOException {
         try (SeekableByteChannel bytes = bytes()) {
             return bytes.size();

@@ -248,7 +248,7 @@ final class ProbeJson {
                 .filter(container -> container.name().equals(first)).map(MediaFormats.Container::title).findFirst());
         text("start_time", reader.startTime().map(ConsoleText::seconds));
         text("duration", reader.duration().map(ConsoleText::seconds));
-        to.writeStringField("size", Long.toString(input.size()));
+        positive("size", input.size());
         positive("bit_rate", reader.bitRate().orElse(0));
         // Those of Ogg are a stream's, where they stand already.
         if (!reader.formatName().equals("ogg")) {

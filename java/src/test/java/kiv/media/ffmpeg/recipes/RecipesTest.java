@@ -54,6 +54,7 @@ class RecipesTest {
 
     @Test
     void picturesAreMade() throws Exception {
+        assertThat((String) run("whatIs", TestMedia.stream("tagged.mp3"))).contains("坂本 龍一", "第二章", "AUDIO mp3 mono");
         run("thumbnails", TestMedia.film(), directory, 3);
         assertThat(Files.readAllBytes(directory.resolve("2.png"))).isNotEqualTo(Files.readAllBytes(directory.resolve("0.png")));
         List<BufferedImage> shown = new ArrayList<>();
