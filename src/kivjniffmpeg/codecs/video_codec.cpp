@@ -175,6 +175,11 @@ void c_videocodec::set_option(std::string_view strp_name, int64_t ilp_value)
         return;
     }
     const bool bl_on = ilp_value != 0;
+    if (strp_name == "damage_is_error") {
+        dsc_codec_ctx->err_recognition =
+            bl_on ? dsc_codec_ctx->err_recognition | AV_EF_EXPLODE : dsc_codec_ctx->err_recognition & ~AV_EF_EXPLODE;
+        return;
+    }
     const bool bl_whole = strp_name == "whole_packets";
     if (!bl_whole && strp_name != "direct_buffers" && strp_name != "native_format")
         throw_ffmpeg_exception(1345, "no such codec option: ", strp_name);

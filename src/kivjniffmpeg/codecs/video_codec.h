@@ -131,6 +131,7 @@ public:
      * - "threads": how many threads decode; more than one needs "pooled_pictures", which stands before it.
      * - "color_range", "colorspace", "color_trc", "color_primaries", "chroma_sample_location", "field_order": what the
      *   container says of the pictures, as FFmpeg's numbers; they hold where the compressed video says nothing.
+     * - "damage_is_error": decoders report damage, as far as they notice it, instead of guessing what is missing.
      *
      * @throws c_ffmpeg_exception on an open codec, for another name or value, or when this FFmpeg lacks what the option
      *         needs

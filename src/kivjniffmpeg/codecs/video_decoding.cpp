@@ -112,12 +112,16 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
         const int inl_consumed =
             g_avcodec.avcodec_decode_video2(adsl_context, dsl_frame->frame(), &imc_got_picture, dsl_packet.packet());
         throw_if_pending();
-        if (inl_consumed < 0)
+        // FFmpeg 2.8's decoder of MPEG-4 means to fail, but returns 0.
+        const bool bl_bridged = g_avutil.kiv_bridge_description != nullptr;
+        const bool bl_damaged =
+            inl_consumed == 0 && !bl_bridged && (adsl_context->err_recognition & AV_EF_EXPLODE) != 0;
+        if (inl_consumed < 0 || bl_damaged)
             return report_error(inl_consumed);
         TRACE_LINE(im_level_debug, "%s#%s(): got_picture=%d", imc_got_picture);
         // What a decoder leaves of a whole packet is padding, or the rest of damaged data: not another picture. Only the
         // bridge keeps more pictures of a packet: until they are delivered, it has consumed nothing.
-        const bool bl_more = inl_consumed == 0 && imc_got_picture != 0 && g_avutil.kiv_bridge_description != nullptr;
+        const bool bl_more = inl_consumed == 0 && imc_got_picture != 0 && bl_bridged;
         dsl_packet.inc_read_ptr(bc_whole_packets && !bl_more ? dsl_packet.size() : inl_consumed);
         if (dsl_progress.is_stuck(inl_consumed, imc_got_picture != 0))
             return report_error(inl_consumed);

@@ -201,7 +201,8 @@ struct AVCodecContext
     int refcounted_frames;
     uint8_t autc_gap11[208];
     int strict_std_compliance;
-    uint8_t autc_gap12[16];
+    uint8_t autc_gap12[12];
+    int err_recognition;
     int64_t reordered_opaque;
     uint8_t autc_gap13[88];
     int bits_per_coded_sample;
@@ -530,6 +531,7 @@ static_assert(offsetof(AVCodecContext, reget_buffer) == 536);
 static_assert(offsetof(AVCodecContext, get_buffer2) == 544);
 static_assert(offsetof(AVCodecContext, refcounted_frames) == 552);
 static_assert(offsetof(AVCodecContext, strict_std_compliance) == 764);
+static_assert(offsetof(AVCodecContext, err_recognition) == 780);
 static_assert(offsetof(AVCodecContext, reordered_opaque) == 784);
 static_assert(offsetof(AVCodecContext, bits_per_coded_sample) == 880);
 static_assert(offsetof(AVCodecContext, bits_per_raw_sample) == 884);

@@ -123,6 +123,7 @@ inline constexpr int AV_NUM_DATA_POINTERS = 8;
 inline constexpr int AV_LOG_ERROR = 16;
 inline constexpr int CODEC_CAP_DELAY = 0x20;            /**< empty input drains the codec */
 inline constexpr int CODEC_CAP_TRUNCATED = 0x8;         /**< the decoder takes packets that are cut anywhere */
+inline constexpr int AV_EF_EXPLODE = 8;                 /**< damage is an error */
 inline constexpr int CODEC_FLAG_TRUNCATED = 0x10000;    /**< packets are cut anywhere */
 inline constexpr int CODEC_FLAG_EMU_EDGE = 0x4000;      /**< the decoder needs no edges around its pictures */
 inline constexpr int FF_BUFFER_TYPE_USER = 2;           /**< the buffer came from our callback */

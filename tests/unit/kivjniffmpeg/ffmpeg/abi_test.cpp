@@ -52,6 +52,7 @@ TEST_F(abi, option_tables_have_the_fields_and_values_that_the_header_has)
                     SAME(chroma_sample_location), SAME(field_order), FIELD("b", bit_rate), FIELD("video_size", width),
                     FIELD("pixel_format", pix_fmt), FIELD("aspect", sample_aspect_ratio), FIELD("ar", sample_rate),
                     FIELD("ac", channels), FIELD("strict", strict_std_compliance), FIELD("threads", thread_count),
+                    FIELD("err_detect", err_recognition), std::pair("explode", AV_EF_EXPLODE),
                     std::pair("emu_edge", CODEC_FLAG_EMU_EDGE), std::pair("truncated", CODEC_FLAG_TRUNCATED),
                     std::pair("skip_manual", CODEC_FLAG2_SKIP_MANUAL),
                     std::pair("experimental", FF_COMPLIANCE_EXPERIMENTAL)));

@@ -35,9 +35,10 @@ import kiv.media.ffmpeg.index.PacketIndex;
  * not say enough, such as within damage or with rare codecs, it decodes the film from its beginning. An
  * {@linkplain #openApproximate(Path) approximate} film trusts the container instead.
  *
- * <p>Damage that the heads of pictures do not show may change how many pictures there are, or what a decoder guesses for
- * what is missing. Where it is noticed, the film is decoded from its beginning; pictures behind it that were asked for before
- * then may have another number. {@link #verify()} decodes all of a film for those who must be sure.
+ * <p>Damage may change how many pictures there are, or what a decoder guesses for what is missing. The film notices it in the
+ * heads of pictures, or when the decoder reports it. From then on it decodes from its beginning, and compares each picture
+ * with what that gives. Damage that heads do not show is noticed only when its picture is decoded: pictures that were asked
+ * for before then may have another number. {@link #verify()} decodes all of a film for those who must be sure.
  *
  * <p>One thread at a time uses a film: a second one gets a {@link MediaStateException}. So does each call after
  * {@link #close()}. Callers own the pictures, which do not depend on the film.

@@ -19,6 +19,7 @@ import kiv.media.ffmpeg.natives.PacketFields;
 final class FilmDecoder implements FilmPictures {
 
     private static final int PART = 256;
+    private static final int ATTEMPTS = 16;
 
     private final MediaReader reader;
     private final MediaStream stream;
@@ -40,6 +41,9 @@ final class FilmDecoder implements FilmPictures {
     private int begin;
     /** What its picture must be, if that is not proven yet. */
     private Long proof;
+    /** Whether the decoder has noticed damage somewhere. From then on each picture must have its checksum. */
+    private boolean damaged;
+    private boolean verifiedAll;
     /** Groups that do not come as expected. */
     private final BitSet surprising = new BitSet();
     private long decodedBefore;
@@ -108,6 +112,9 @@ final class FilmDecoder implements FilmPictures {
                 break;
             }
         }
+        if (damaged || map.isIrregular()) {
+            verify(number);
+        }
         return number < map.known();
     }
 
@@ -121,19 +128,21 @@ final class FilmDecoder implements FilmPictures {
         }
     }
 
-    /** Learns what every group gives. */
+    /** Learns what every group gives, and a checksum of each picture. */
     void learnAll() throws IOException {
-        count();
-        if (map.groups() > 0) {
-            learn(map.groups() - 1);
-        }
-        int[] sums = new int[map.known()];
-        for (int number = 0; number < sums.length; number++) {
-            try (Picture picture = fromBeginning(number)) {
-                sums[number] = (int) checksum(picture);
+        verify(Long.MAX_VALUE);
+    }
+
+    /** Decodes the film from its beginning up to a picture, and notes the checksums of all of them. */
+    private void verify(long number) throws IOException {
+        while (map.verified() <= number && !verifiedAll) {
+            try (Picture picture = nextOfWhole(map.verified())) {
+                verifiedAll = picture == null;
+                if (!verifiedAll) {
+                    map.verify((int) checksum(picture));
+                }
             }
         }
-        map.verify(sums);
     }
 
     /** Reads the index to the end, and learns what it does not say. */
@@ -145,6 +154,9 @@ final class FilmDecoder implements FilmPictures {
             } else {
                 readPacket();
             }
+        }
+        if (damaged || map.isIrregular()) {
+            verify(Long.MAX_VALUE);
         }
         return map.known();
     }
@@ -181,7 +193,14 @@ final class FilmDecoder implements FilmPictures {
 
     @Override
     public Picture pictureAt(long time) throws IOException {
-        return picture(numberAt(time));
+        for (int attempt = 0; attempt < ATTEMPTS; attempt++) {
+            Picture picture = picture(numberAt(time));
+            if (picture != null) {
+                return picture;
+            }
+            // It turned out to have fewer pictures.
+        }
+        throw new MediaFormatException("the film gives other pictures each time it is decoded");
     }
 
     @Override
@@ -231,21 +250,25 @@ final class FilmDecoder implements FilmPictures {
     }
 
     private Picture decode(int number) throws IOException {
-        PacketTimes.Times times = times(number);
+        PacketTimes.Times times = has(number) ? times(number) : null;
         if (!has(number)) {
             return null; // that was learned now
         }
         Picture picture = null;
         boolean learning = number < map.learned() && wholeRun != null && wholeNumber <= number;
         if (examiner != null && !learning && map.groupOf(number) < map.counted() && !surprising.get(map.groupOf(number))) {
+            boolean trusted = damaged;
             picture = fromNearby(number, false);
             if (picture == null && run != null) {
                 picture = fromNearby(number, false); // the decoder now knows how many pictures it must hold back
             }
-            if (picture == null) {
+            if (picture == null && damaged == trusted) {
                 picture = fromNearby(number, true);
             }
             surprising.set(map.groupOf(number), picture == null);
+            if (damaged != trusted) {
+                return decode(number);
+            }
         }
         if (picture == null) {
             picture = fromBeginning(number);
@@ -275,7 +298,7 @@ final class FilmDecoder implements FilmPictures {
         }
         try {
             Picture picture = search(number);
-            if (picture != null && map.isVerified(number) && map.checksum(number) != (int) checksum(picture)) {
+            if (picture != null && number < map.verified() && map.checksum(number) != (int) checksum(picture)) {
                 picture.close();
                 picture = null;
             }
@@ -284,17 +307,20 @@ final class FilmDecoder implements FilmPictures {
             }
             return picture;
         } catch (DecodeException e) {
+            // A film that begins within a group lacks something there. That says nothing of the rest.
+            damaged |= map.groupOfPacket(begin) > 0 || map.index().has(0, PacketIndex.RESTART);
             stopRun();
             return null;
         }
     }
 
     private void restart(int start) throws IOException {
-        if (run != null && map.headersChanged()) {
+        boolean strict = !map.index().has(start, PacketIndex.REFERS_BACK);
+        if (run != null && (map.headersChanged() || run.isStrict() != strict)) {
             stopRun();
         }
         if (run == null) {
-            run = new FilmRun(stream, new PacketFetcher(opening, map.index(), stream));
+            run = new FilmRun(stream, new PacketFetcher(opening, map.index(), stream), strict);
             if (start > 0) {
                 // It has what stands only at the beginning: the headers, and who made the film.
                 try {
@@ -428,7 +454,8 @@ final class FilmDecoder implements FilmPictures {
                     return null;
                 }
             } catch (DecodeException e) {
-                if (!comesBeforeBegin(run.nextPacket() - 1)) {
+                int rank = indexOf(map.pictures(map.groupOfPacket(begin)), run.nextPacket() - 1);
+                if (rank < 0 || !comesBeforeBegin(run.nextPacket() - 1)) {
                     throw e; // otherwise it only lacks what is before the beginning
                 }
             }
@@ -481,7 +508,7 @@ final class FilmDecoder implements FilmPictures {
                 decodedBefore += wholeRun.decoded();
                 wholeRun.close();
             }
-            wholeRun = new FilmRun(stream, new PacketFetcher(opening, map.index(), stream));
+            wholeRun = new FilmRun(stream, new PacketFetcher(opening, map.index(), stream), false);
             wholeNumber = 0;
         }
         while (true) {

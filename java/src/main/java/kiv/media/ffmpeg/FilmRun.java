@@ -10,13 +10,20 @@ final class FilmRun implements AutoCloseable {
     private final VideoDecoder decoder;
     private final PacketFetcher fetcher;
     private final Deque<Picture> ready = new ArrayDeque<>();
+    private final boolean strict;
     private int nextPacket;
     private boolean finished;
     private long decoded;
 
-    FilmRun(MediaStream stream, PacketFetcher fetcher) {
-        this.decoder = VideoDecoder.openNumbered(stream);
+    /** @param strict whether damage that the decoder notices is an error */
+    FilmRun(MediaStream stream, PacketFetcher fetcher, boolean strict) {
+        this.decoder = VideoDecoder.openNumbered(stream, strict);
         this.fetcher = fetcher;
+        this.strict = strict;
+    }
+
+    boolean isStrict() {
+        return strict;
     }
 
     /** Continues with another packet, without what was decoded before. */

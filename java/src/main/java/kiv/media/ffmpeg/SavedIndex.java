@@ -16,7 +16,7 @@ import java.util.zip.CRC32C;
 final class SavedIndex {
 
     private static final int MAGIC = 0x4B46494C;
-    private static final int VERSION = 1;
+    private static final int VERSION = 2;
 
     private final byte[] identity;
 

@@ -78,7 +78,7 @@ final class SoundDecoder implements AutoCloseable {
         if (packet == null) {
             ended = true;
         } else {
-            index.add(packet.bytes(), packet.size(), fields, true);
+            index.add(packet.bytes(), packet.size(), fields, PacketIndex.RESTART);
         }
         AudioDecoder.Uncut sound = whole.uncut(packet);
         map.add(sound);

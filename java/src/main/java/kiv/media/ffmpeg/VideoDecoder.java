@@ -81,7 +81,7 @@ public final class VideoDecoder implements AutoCloseable {
      */
     public static VideoDecoder open(MediaStream stream) {
         VideoFormat format = VideoFormat.of(stream);
-        return open(format, stream, false, usualThreads(format));
+        return open(format, stream, false, false, usualThreads(format));
     }
 
     /**
@@ -98,7 +98,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream, int threads) {
-        return open(VideoFormat.of(stream), stream, false, checked(threads));
+        return open(VideoFormat.of(stream), stream, false, false, checked(threads));
     }
 
     private static int checked(int threads) {
@@ -118,9 +118,11 @@ public final class VideoDecoder implements AutoCloseable {
      * Opens a decoder whose pictures have no times, but two numbers instead: the presentation time of the own packet as
      * {@link Picture#timestamp()}, and that of the packet whose decoding delivered the picture as
      * {@link Picture#duration()}. Each is {@link Packet#NO_TIME} when there is none.
+     *
+     * @param strict whether damage that the decoder notices is an error, instead of something to guess at
      */
-    static VideoDecoder openNumbered(MediaStream stream) {
-        return open(VideoFormat.of(stream), stream, true, 1);
+    static VideoDecoder openNumbered(MediaStream stream, boolean strict) {
+        return open(VideoFormat.of(stream), stream, true, strict, 1);
     }
 
     /**
@@ -146,10 +148,11 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format, int threads) {
-        return open(Objects.requireNonNull(format, "format"), null, false, checked(threads));
+        return open(Objects.requireNonNull(format, "format"), null, false, false, checked(threads));
     }
 
-    private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered, int threads) {
+    private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered, boolean strict,
+            int threads) {
         long context = FfmpegLibrary.context();
         PictureMemoryPool pool = new PictureMemoryPool();
         long address;
@@ -167,6 +170,7 @@ public final class VideoDecoder implements AutoCloseable {
             if (stream != null && !stream.isOfSplitter()) {
                 stream.describePictures(address);
             }
+            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.DAMAGE_IS_ERROR, strict ? 1 : 0);
             if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
                 throw new UnsupportedCodecException("the decoder does not open for " + format
                         + "; its private data may be missing or damaged");

@@ -13,6 +13,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
+import java.util.NoSuchElementException;
 import java.util.Random;
 import java.util.stream.LongStream;
 import java.util.stream.Stream;
@@ -20,6 +21,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 class FilmTest {
 
@@ -119,7 +121,7 @@ class FilmTest {
     }
 
     @Test
-    void aVerifiedFilmIsRightWhereItIsDamaged() throws IOException {
+    void picturesWithinDamageAreThoseOfTheWholeFilm() throws IOException {
         byte[] bytes = Files.readAllBytes(TestMedia.stream("mpeg4_b_320x240.mp4"));
         for (int i = 0; i < 40; i++) {
             bytes[bytes.length / 3 + 3 * i] ^= 0x55;
@@ -127,9 +129,37 @@ class FilmTest {
         Path damaged = Files.write(directory.resolve("damaged.mp4"), bytes);
         List<Row> whole = whole(damaged);
         try (Film film = Film.open(damaged)) {
-            film.verify();
             for (int number = whole.size() - 1; number >= 0; number -= 3) {
-                assertThat(Row.of(film.picture(number))).isEqualTo(whole.get(number));
+                assertThat(Row.of(film.picture(number))).as("picture %d", number).isEqualTo(whole.get(number));
+            }
+        }
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"h264_b_320x240.mp4", "h264_b_720x576.mkv", "h264_open_b_160x120.ts", "mpeg2_b_323x243.mpg",
+            "mpeg4_b_322x242.avi", "h264_aac.flv", "wmv2_wma2.asf"})
+    void verifiedMutationsGiveThePicturesOfTheWholeFilm(String name) throws IOException {
+        byte[] original = Files.readAllBytes(TestMedia.stream(name));
+        int mutations = "full".equals(System.getProperty("kiv.test.tier")) ? 40 : 2;
+        for (int seed = 0; seed < mutations; seed++) {
+            Random random = new Random(seed);
+            byte[] bytes = Arrays.copyOf(original, original.length - random.nextInt(2) * random.nextInt(original.length / 2));
+            for (int flips = random.nextInt(1, 8); flips > 0; flips--) {
+                bytes[random.nextInt(seed % 2 == 0 ? bytes.length : 2000)] ^= 1 << random.nextInt(8);
+            }
+            Path file = Files.write(directory.resolve("mutation"), bytes);
+            List<Row> whole;
+            try {
+                whole = whole(file);
+            } catch (MediaException | NoSuchElementException e) {
+                continue;
+            }
+            try (Film film = Film.open(file)) {
+                film.verify();
+                assertThat(film.count()).as("seed %d", seed).isEqualTo(whole.size());
+                for (int number = whole.size() - 1; number >= 0; number -= 1 + random.nextInt(20)) {
+                    assertThat(Row.of(film.picture(number))).as("%d of seed %d", number, seed).isEqualTo(whole.get(number));
+                }
             }
         }
     }

@@ -8,6 +8,11 @@ public final class CodedPicture {
 
     /** Whether decoding can start here: no picture that is shown after this one needs what was before it. */
     public boolean restart;
+    /**
+     * Whether pictures after this one name some that are before it, if only to forget them. A decoder that begins here takes
+     * that for damage.
+     */
+    public boolean refersBack;
     /** How many pictures the packet gives: 0 or 1, or {@link #UNKNOWN}. */
     public int pictures = UNKNOWN;
     /** Whether no picture refers to this one, and it is shown at once; for codecs that sort by the kind of picture. */
@@ -17,6 +22,7 @@ public final class CodedPicture {
 
     public void clear() {
         restart = false;
+        refersBack = false;
         pictures = UNKNOWN;
         bidirectional = false;
         order = 0;

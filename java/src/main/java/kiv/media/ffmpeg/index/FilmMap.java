@@ -27,6 +27,7 @@ public final class FilmMap {
     private final PacketExaminer examiner;
     private boolean ended;
     private boolean headersChanged;
+    private boolean irregular;
 
     private int groups;
     private int[] starts = new int[16];
@@ -41,7 +42,10 @@ public final class FilmMap {
     private int learned;
     private int learnedGroups;
     /** Checksums of the first pictures. */
-    private int[] sums = {};
+    private int[] sums = new int[16];
+    private int summed;
+    /** How many pictures the heads of each group promise; or that only decoding can tell. */
+    private int[] promised = new int[16];
     private int changes;
     /** The group whose pictures were asked for last, and these. */
     private int recentGroup = -1;
@@ -89,11 +93,15 @@ public final class FilmMap {
             if (groups == starts.length) {
                 starts = Arrays.copyOf(starts, 2 * groups);
                 counts = Arrays.copyOf(counts, 2 * groups);
+                promised = Arrays.copyOf(promised, 2 * groups);
                 firsts = Arrays.copyOf(firsts, 2 * groups + 1);
             }
             starts[groups++] = index.size();
         }
-        index.add(bytes, size, fields, picture.restart);
+        // What a film has that begins within a group says nothing of the rest.
+        irregular |= groups > 1 && examiner != null && picture.pictures == UNKNOWN;
+        index.add(bytes, size, fields, (picture.restart ? PacketIndex.RESTART : 0)
+                | (picture.refersBack ? PacketIndex.REFERS_BACK : 0));
         keep();
     }
 
@@ -118,6 +126,11 @@ public final class FilmMap {
         return ended;
     }
 
+    /** Whether a packet's head made no sense, or a group gave other pictures than the heads promise. */
+    public boolean isIrregular() {
+        return irregular;
+    }
+
     public boolean headersChanged() {
         return headersChanged;
     }
@@ -128,9 +141,10 @@ public final class FilmMap {
         }
         int group = groups - 1;
         int start = starts[group];
-        int[] order = predicted();
-        int count = order == null ? UNKNOWN : order.length;
-        if (count != UNKNOWN) {
+        int[] order = promised();
+        int count = order == null || !isCertain(order) ? UNKNOWN : order.length;
+        promised[group] = order == null ? UNKNOWN : order.length;
+        if (order != null) {
             for (int i = 0; i < openSize; i++) {
                 index.rank(start + i, -1);
             }
@@ -143,8 +157,8 @@ public final class FilmMap {
         count();
     }
 
-    /** The packets of the open group that give a picture, as those are shown; null when only decoding can tell. */
-    private int[] predicted() {
+    /** The packets of the open group that give a picture, as those are shown; null when their heads do not say. */
+    private int[] promised() {
         if (examiner == null || uncertain || openSize > LARGEST_GROUP) {
             return null;
         }
@@ -166,13 +180,23 @@ public final class FilmMap {
                 // They are shown as they are stored.
             }
         }
+        return order;
+    }
+
+    /** Whether decoding gives what the heads of the open group promise. */
+    private boolean isCertain(int[] order) {
         int most = reordering(order);
         boolean surprising = most > Math.max(delay, examiner.knownDelay());
         delay = Math.max(delay, most);
         // A decoder leaves out pictures that refer to what was before the film's beginning, or to what it lacks.
-        boolean whole = groups > 1 ? counts[groups - 2] != UNKNOWN : open.get(0).restart;
+        boolean whole = groups > 1 ? isWhole(groups - 2) : open.get(0).restart;
         boolean leading = order.length == 0 || order[0] != 0;
-        return surprising || !whole && (leading || groups == 1) || groups == 1 && leading ? null : order;
+        return !surprising && (whole || !leading && groups > 1) && !(groups == 1 && leading);
+    }
+
+    /** Whether a group gave all that it promised, or is certain to. */
+    private boolean isWhole(int group) {
+        return counts[group] != UNKNOWN && counts[group] == promised[group];
     }
 
     private void sortByNumber(int[] order) {
@@ -328,8 +352,9 @@ public final class FilmMap {
 
     private int[] predicted(int group, int size) {
         int[] packets = new int[size];
+        Arrays.fill(packets, -1);
         for (int packet = starts[group]; packet < end(group); packet++) {
-            if (index.rank(packet) >= 0) {
+            if (index.rank(packet) >= 0 && index.rank(packet) < size) {
                 packets[index.rank(packet)] = packet;
             }
         }
@@ -384,18 +409,25 @@ public final class FilmMap {
             changes++;
         }
         counts[group] = learned - firsts[group];
+        if (!Arrays.equals(now, predicted(group, counts[group]))) {
+            irregular |= group > 1 && promised[group] != UNKNOWN;
+            promised[group] = UNKNOWN; // it is not whole
+        }
         counted = Math.min(counted, group);
         count();
     }
 
-    /** Notes the checksums of all pictures. */
-    public void verify(int[] checksums) {
-        sums = checksums;
+    /** Notes the checksum of the next picture. */
+    public void verify(int checksum) {
+        if (summed == sums.length) {
+            sums = Arrays.copyOf(sums, 2 * summed);
+        }
+        sums[summed++] = checksum;
     }
 
-    /** Whether there is a checksum of a picture. */
-    public boolean isVerified(int number) {
-        return number < sums.length;
+    /** Of so many pictures from the first one on there are checksums. */
+    public int verified() {
+        return summed;
     }
 
     public int checksum(int number) {
@@ -405,6 +437,7 @@ public final class FilmMap {
     public void save(DataOutputStream out) throws IOException {
         index.save(out);
         out.writeBoolean(headersChanged);
+        out.writeBoolean(irregular);
         out.writeInt(groups);
         for (int group = 0; group < groups; group++) {
             out.writeInt(starts[group]);
@@ -416,15 +449,16 @@ public final class FilmMap {
             out.writeInt(own[i]);
             out.writeInt(fed[i]);
         }
-        out.writeInt(sums.length);
-        for (int sum : sums) {
-            out.writeInt(sum);
+        out.writeInt(summed);
+        for (int i = 0; i < summed; i++) {
+            out.writeInt(sums[i]);
         }
     }
 
     public static FilmMap load(DataInputStream in, PacketExaminer examiner) throws IOException {
         FilmMap map = new FilmMap(PacketIndex.load(in), examiner);
         map.headersChanged = in.readBoolean();
+        map.irregular = in.readBoolean();
         map.ended = true;
         map.groups = in.readInt();
         map.starts = new int[map.groups + 1];
@@ -442,9 +476,8 @@ public final class FilmMap {
             map.own[i] = in.readInt();
             map.fed[i] = in.readInt();
         }
-        map.sums = new int[in.readInt()];
-        for (int i = 0; i < map.sums.length; i++) {
-            map.sums[i] = in.readInt();
+        for (int left = in.readInt(); left > 0; left--) {
+            map.verify(in.readInt());
         }
         map.count();
         return map;

@@ -111,6 +111,7 @@ final class H264Examiner extends UnitExaminer {
         picture.pictures = 1;
         boolean headed = !headersChanged() || sequenceHere && pictureHere;
         picture.restart = headed && (restart || recovery && intra);
+        picture.refersBack = !restart;
         if (restart && !headed) {
             picture.pictures = CodedPicture.UNKNOWN; // numbers begin anew within a group
         }

@@ -23,6 +23,8 @@ public final class PacketIndex {
     public static final int RESTART = 1;
     /** Decoding has started here, and the picture was the same after another one. */
     public static final int PROVEN = 4;
+    /** A decoder that begins here takes what pictures name for damage. */
+    public static final int REFERS_BACK = 8;
     /** The container says that decoding can start here. */
     public static final int KEY = 2;
 
@@ -60,10 +62,10 @@ public final class PacketIndex {
     }
 
     /** Appends a packet. */
-    public void add(byte[] bytes, int length, long[] fields, boolean restart) {
+    public void add(byte[] bytes, int length, long[] fields, int flags) {
         boolean key = (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0;
         append(fields[PacketFields.POSITION], fields[PacketFields.PRESENTATION_TIME], fields[PacketFields.DECODING_TIME],
-                checksum(bytes, length), length, (restart ? RESTART : 0) | (key ? KEY : 0),
+                checksum(bytes, length), length, flags | (key ? KEY : 0),
                 fields[PacketFields.DURATION]);
     }
 
@@ -87,6 +89,7 @@ public final class PacketIndex {
         part.checksums[at] = checksum;
         part.sizes[at] = bytes;
         part.flags[at] = (byte) flags;
+        part.ranks[at] = -1;
         size++;
     }
 

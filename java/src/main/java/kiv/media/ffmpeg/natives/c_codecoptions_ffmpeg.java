@@ -61,6 +61,12 @@ public final class c_codecoptions_ffmpeg {
     /** FFmpeg's number of the order of the fields. */
     public static final String FIELD_ORDER = "field_order";
 
+    /**
+     * With the value 1, a decoder of pictures reports damage that it notices as a decoding error. With 0, the initial value,
+     * most decoders guess what is missing.
+     */
+    public static final String DAMAGE_IS_ERROR = "damage_is_error";
+
     /** Bits per second of an audio codec. Some decoders need it. It is the target of encoders. Settable. */
     public static final String BIT_RATE = "bit_rate";
 
