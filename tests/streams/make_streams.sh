@@ -385,9 +385,9 @@ said tagged.flac "${tone[@]}" -i cover_small.png -map 1 -map 2 -c:a flac -c:v co
 said tagged.ogg "${tone[@]}" -c:a libvorbis
 said programs.ts "${seen[@]}" "${tone[@]}" "${tone[@]}" -map 1 -map 2 -map 3 -c:v mpeg2video -c:a mp2 \
     -program title=Один:st=0:st=1 -program title=Two:st=2
-file=hdr.hevc encode "${seen[@]}" -frames:v 3 -c:v libx265 -preset ultrafast -pix_fmt yuv420p10 -x265-params "pools=none:$(
-    )frame-threads=1:log-level=none:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:range=limited:max-cll=1000,400:$(
-    )master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,1)"
+light=pools=none:frame-threads=1:log-level=none:colorprim=bt2020:transfer=smpte2084:colormatrix=bt2020nc:range=limited
+light+=":master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,1):max-cll=1000,400"
+file=hdr.hevc encode "${seen[@]}" -frames:v 3 -c:v libx265 -preset ultrafast -pix_fmt yuv420p10 -x265-params "$light"
 
 # Codecs that FFmpeg decodes and the library does not
 both=(-f lavfi -i testsrc2=size=160x120:rate=25:duration=0.4 -f lavfi -i sine=sample_rate=22050:duration=0.4)
