@@ -3,7 +3,9 @@ package kiv.media.ffmpeg;
 import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
 
+import com.sun.management.ThreadMXBean;
 import java.io.IOException;
+import java.lang.management.ManagementFactory;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.time.Duration;
@@ -89,6 +91,22 @@ class VideoDecoderTest {
     void noiseCostsThreadsNoPictureOfAnotherPacket(int threads) throws IOException {
         Clip clip = TestMedia.clip("h264_baseline_320x240.mp4");
         assertThat(pictures(clip, threads, true)).hasSize(30);
+    }
+
+    /** Guards the cost of a call: arrays, lists or objects for each packet would show. */
+    @Test
+    void aPictureTakesFewBytesOfTheHeap() throws IOException {
+        ThreadMXBean heap = (ThreadMXBean) ManagementFactory.getThreadMXBean();
+        try (MediaReader reader = MediaReader.open(TestMedia.film());
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), 1)) {
+            List<Packet> packets = reader.packets().filter(decoder::accepts).limit(60).toList();
+            long before = 0;
+            for (int i = 0; i < packets.size(); i++) {
+                before = i == 10 ? heap.getThreadAllocatedBytes(Thread.currentThread().getId()) : before;
+                decoder.decode(packets.get(i)).forEach(Picture::close);
+            }
+            assertThat(heap.getThreadAllocatedBytes(Thread.currentThread().getId()) - before).isLessThan(50 * 512L);
+        }
     }
 
     private static List<String> pictures(Clip clip, int threads, boolean noise) throws IOException {

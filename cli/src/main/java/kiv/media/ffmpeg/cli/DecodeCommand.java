@@ -99,6 +99,9 @@ final class DecodeCommand implements Callable<Integer> {
     @Option(names = {"--no-sound", "--no-audio"}, description = "Leave the sound out.")
     private boolean noSound;
 
+    @Mixin
+    private DecodingThreads threads;
+
     @Option(names = {"-q", "--quiet"}, description = "Show neither progress nor summary.")
     private boolean quiet;
 
@@ -201,7 +204,7 @@ final class DecodeCommand implements Callable<Integer> {
         VideoDecoder pictures = null;
         RuntimeException failure = null;
         try {
-            pictures = video == null ? null : input.openVideoDecoder(video);
+            pictures = video == null ? null : input.openVideoDecoder(video, threads);
         } catch (UnsupportedCodecException | MediaFormatException e) {
             if (audio == null) {
                 throw e;

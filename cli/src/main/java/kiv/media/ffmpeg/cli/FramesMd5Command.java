@@ -66,6 +66,9 @@ final class FramesMd5Command implements Callable<Integer> {
             description = "Sound in samples of this kind: ${COMPLETION-CANDIDATES}.")
     private SampleFormat samples;
 
+    @Mixin
+    private DecodingThreads threads;
+
     @ArgGroup
     private Choice choice;
 
@@ -125,7 +128,7 @@ final class FramesMd5Command implements Callable<Integer> {
     }
 
     private void pictures(MediaStream stream) throws IOException {
-        try (VideoDecoder decoder = input.openVideoDecoder(stream)) {
+        try (VideoDecoder decoder = input.openVideoDecoder(stream, threads)) {
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
                 try {
                     print(decoder.decode(packet), stream);

@@ -178,8 +178,8 @@ final class MediaInput {
         return open(bytes -> Sound.open(bytes, SampleFormat.PCM_16, ReaderLimits.USUAL));
     }
 
-    VideoDecoder openVideoDecoder(MediaStream stream) {
-        return named(() -> VideoDecoder.open(stream));
+    VideoDecoder openVideoDecoder(MediaStream stream, DecodingThreads threads) {
+        return named(() -> threads.open(stream));
     }
 
     AudioDecoder openAudioDecoder(MediaStream stream) {

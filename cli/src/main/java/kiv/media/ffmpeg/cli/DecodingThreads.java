@@ -1,0 +1,32 @@
+package kiv.media.ffmpeg.cli;
+
+import kiv.media.ffmpeg.MediaStream;
+import kiv.media.ffmpeg.VideoDecoder;
+import picocli.CommandLine.ITypeConverter;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.TypeConversionException;
+
+/** How many threads decode pictures, for commands that decode all of them. */
+final class DecodingThreads {
+
+    private static final int MOST = 64;
+
+    /** Reads the option. */
+    static final class Converter implements ITypeConverter<Integer> {
+        @Override
+        public Integer convert(String text) {
+            if (!text.matches("[1-9]\\d?") || Integer.parseInt(text) > MOST) {
+                throw new TypeConversionException("'" + text + "' is not a number from 1 to " + MOST);
+            }
+            return Integer.valueOf(text);
+        }
+    }
+
+    @Option(names = "--threads", paramLabel = "N", converter = Converter.class, description = "Decode pictures on N"
+            + " threads, 1 to 64; otherwise on all processors, unless the pictures are small.")
+    private Integer threads;
+
+    VideoDecoder open(MediaStream stream) {
+        return threads == null ? VideoDecoder.open(stream) : VideoDecoder.open(stream, threads);
+    }
+}
