@@ -165,13 +165,16 @@ void c_picture_stock::release(void *avp_block, uint8_t *) noexcept
 
 void c_picture_stock::release(dsd_block &dsp_block) noexcept
 {
+    std::unique_ptr<dsd_block> dsl_gone; // freed without the lock
     const std::scoped_lock dsl_lock(dsc_mutex);
     dsp_block.bc_used = false;
     if (dsp_block.imc_slot != im_native && !dsp_block.bc_delivered)
         return; // free for the next picture
     if (dsp_block.imc_slot != im_native)
         aimc_released.push_back(dsp_block.imc_slot);
-    std::erase_if(dsc_blocks, [&dsp_block](const auto &dsp_one) { return dsp_one.get() == &dsp_block; });
+    const auto dsl_place = std::ranges::find(dsc_blocks, &dsp_block, &std::unique_ptr<dsd_block>::get);
+    dsl_gone = std::move(*dsl_place);
+    dsc_blocks.erase(dsl_place);
 }
 
 c_picture_stock::dsd_block *c_picture_stock::find(const AVFrame &dsp_frame) const

@@ -34,8 +34,8 @@ public final class VideoDecoder implements AutoCloseable {
     private static final int NO_KEY = -1;
     /** Pictures of the usual size of old films and smaller ones are decoded before another thread takes them over. */
     private static final int PIXELS_FOR_ONE_THREAD = 320 * 240;
-    /** More threads make pictures late and cost memory, and hardly any codec uses them. */
-    private static final int MOST_USUAL_THREADS = 16;
+    /** Stands for as many threads as the pictures are worth. */
+    private static final int USUAL_THREADS = 0;
 
     private final NativeHandle handle;
     private final PictureMemoryPool pool;
@@ -55,12 +55,15 @@ public final class VideoDecoder implements AutoCloseable {
 
     private VideoDecoder(long address, PictureMemoryPool pool, int threads, VideoFormat format, MediaStream stream,
             boolean numbered) {
+        boolean usual = threads == USUAL_THREADS;
+        int taken = usual && format.width() * format.height() > PIXELS_FOR_ONE_THREAD ? ThreadBudget.take() : 0;
         this.handle = new NativeHandle("decoder", this, address, dead -> {
             c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
             pool.close();
+            ThreadBudget.putBack(taken);
         });
         this.pool = pool;
-        this.threads = threads;
+        this.threads = usual ? Math.max(1, taken) : threads;
         this.format = format;
         this.stream = stream;
         this.numbered = numbered;
@@ -70,7 +73,7 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     /**
-     * Opens a decoder that uses all processors, up to 16, unless the pictures are small.
+     * Opens a decoder that uses all processors, up to 16, unless the pictures are small or many decoders are open.
      *
      * @param stream a video stream
      * @return the decoder, to be closed
@@ -80,8 +83,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
-        VideoFormat format = VideoFormat.of(stream);
-        return open(format, stream, false, false, usualThreads(format));
+        return open(VideoFormat.of(stream), stream, false, false, USUAL_THREADS);
     }
 
     /**
@@ -107,11 +109,6 @@ public final class VideoDecoder implements AutoCloseable {
                     + c_codecoptions_ffmpeg.MOST_THREADS + " are possible");
         }
         return threads;
-    }
-
-    private static int usualThreads(VideoFormat format) {
-        return format.width() * format.height() <= PIXELS_FOR_ONE_THREAD ? 1
-                : Math.min(Runtime.getRuntime().availableProcessors(), MOST_USUAL_THREADS);
     }
 
     /**
@@ -166,7 +163,7 @@ public final class VideoDecoder implements AutoCloseable {
             // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
             c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.POOLED_PICTURES, 1);
-            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.THREADS, threads);
+            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.THREADS, decoder.threads);
             if (stream != null && !stream.isOfSplitter()) {
                 stream.describePictures(address);
             }
