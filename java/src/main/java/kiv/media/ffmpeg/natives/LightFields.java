@@ -8,7 +8,7 @@ public final class LightFields {
     /** Elements of the array. */
     @Native public static final int SIZE = 25;
 
-    /** Places of red, green, blue and white in the diagram of colours of the CIE: x and y of each, as numerator and denominator. */
+    /** Places of red, green, blue and white in the CIE's diagram: x and y of each, as numerator and denominator. */
     @Native public static final int COLORS = 0;
 
     /** The least and the greatest luminance of the screen in candela for a square metre, as numerator and denominator. */
