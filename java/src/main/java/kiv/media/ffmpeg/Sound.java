@@ -143,7 +143,7 @@ public final class Sound implements Closeable {
      * @throws MediaFormatException when the bytes have changed since the sound was opened
      */
     public AudioBlock samples(Duration from, Duration to) throws IOException {
-        if (from.compareTo(to) > 0) {
+        if (Objects.requireNonNull(from, "from").compareTo(Objects.requireNonNull(to, "to")) > 0) {
             throw new IllegalArgumentException(from + " is later than " + to);
         }
         return call(() -> {

@@ -61,7 +61,9 @@ class AudioEncoderTest {
             int padding = encoder.initialPadding() * channels;
             assertThat(Sounds.signalToNoise(pcm, decoded, padding)).isGreaterThanOrEqualTo(quality(codec));
             long packed = packets.stream().mapToLong(Packet::duration).sum();
-            assertThat(decoded).hasSize((int) packed * channels * Short.BYTES);
+            // The newer decoder of WMA delivers its last frame too.
+            int more = (codec == AudioCodec.WMA1 || codec == AudioCodec.WMA2) && TestMedia.isNewer() ? 2048 : 0;
+            assertThat(decoded).hasSize((int) (packed + more) * channels * Short.BYTES);
 
             Path file = write(packets, encoder, extension);
             if (!extension.matches("al|ul|raw")) {
