@@ -95,7 +95,7 @@ public final class Film implements Closeable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static Film open(Path file) throws IOException {
-        return MediaReader.openFile(file, Film::open);
+        return MediaFile.open(file, Film::open);
     }
 
     /**
@@ -108,7 +108,7 @@ public final class Film implements Closeable {
      */
     public static Film open(Path file, ReaderLimits limits) throws IOException {
         Objects.requireNonNull(limits, "limits");
-        return MediaReader.openFile(file, channel -> open(channel, limits));
+        return MediaFile.open(file, channel -> open(channel, limits));
     }
 
     /**
@@ -145,7 +145,7 @@ public final class Film implements Closeable {
      * @throws IOException when the file cannot be read
      */
     public static Film openApproximate(Path file) throws IOException {
-        return MediaReader.openFile(file, Film::openApproximate);
+        return MediaFile.open(file, Film::openApproximate);
     }
 
     /**

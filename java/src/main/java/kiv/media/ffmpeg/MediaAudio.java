@@ -50,7 +50,7 @@ public final class MediaAudio {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioInputStream open(Path file) throws IOException {
-        return MediaReader.openFile(file, MediaAudio::open);
+        return MediaFile.open(file, MediaAudio::open);
     }
 
     /**

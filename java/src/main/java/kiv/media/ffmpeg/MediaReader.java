@@ -6,10 +6,7 @@ import java.io.UncheckedIOException;
 import java.lang.ref.Reference;
 import java.nio.channels.ReadableByteChannel;
 import java.nio.channels.SeekableByteChannel;
-import java.nio.file.FileSystemException;
-import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.attribute.BasicFileAttributes;
 import java.time.Duration;
 import java.time.Instant;
 import java.util.ArrayDeque;
@@ -20,8 +17,6 @@ import java.util.Objects;
 import java.util.Optional;
 import java.util.OptionalLong;
 import java.util.stream.Stream;
-import kiv.media.ffmpeg.index.CodedPicture;
-import kiv.media.ffmpeg.index.PacketExaminer;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.ReaderInfo;
 import kiv.media.ffmpeg.natives.SeekFlags;
@@ -47,14 +42,8 @@ import kiv.media.ffmpeg.natives.c_metadata_ffmpeg;
  */
 public final class MediaReader implements AutoCloseable {
 
-    private static final int FILE_TYPE = 0xF000;
-    private static final int BLOCK_DEVICE = 0x6000;
-    /** Packets of all streams that are read for one look at a place. */
-    private static final int MOST_AHEAD = 5000;
     /** Packets of all streams among which the first ones of sound are looked for. */
     private static final int MOST_FIRST = 64;
-    /** Seconds. */
-    private static final int FURTHEST_BACK = 1 << 16;
 
     private final NativeHandle handle;
     private final ReadableByteChannel channel;
@@ -96,7 +85,7 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(Path file) throws IOException {
-        return openFile(file, MediaReader::open);
+        return MediaFile.open(file, MediaReader::open);
     }
 
     /**
@@ -111,7 +100,7 @@ public final class MediaReader implements AutoCloseable {
      */
     public static MediaReader open(Path file, ReaderLimits limits) throws IOException {
         Objects.requireNonNull(limits, "limits");
-        return openFile(file, channel -> open(channel, limits));
+        return MediaFile.open(file, channel -> open(channel, limits));
     }
 
     /**
@@ -228,41 +217,6 @@ public final class MediaReader implements AutoCloseable {
             Reference.reachabilityFence(channel);
         }
         return new MediaReader(address, channel, source, seekable);
-    }
-
-    /** Opens the bytes of a channel. */
-    @FunctionalInterface
-    interface Opening<T> {
-        T open(SeekableByteChannel channel) throws IOException;
-    }
-
-    /**
-     * Opens a seekable file. Opening a pipe would wait for its writer, and neither pipes nor terminals can be read
-     * twice. Messages about the content start with the file's name.
-     */
-    static <T> T openFile(Path file, Opening<T> opening) throws IOException {
-        if (Files.isDirectory(Objects.requireNonNull(file, "file"))) {
-            throw new FileSystemException(file.toString(), null, "is a directory");
-        }
-        if (file.getFileSystem().supportedFileAttributeViews().contains("unix")
-                && Files.readAttributes(file, BasicFileAttributes.class).isOther()
-                && ((Integer) Files.getAttribute(file, "unix:mode") & FILE_TYPE) != BLOCK_DEVICE) {
-            throw new FileSystemException(file.toString(), null, "is a pipe or a device, not a file; copy what comes"
-                    + " out of it into a file first");
-        }
-        SeekableByteChannel channel = Files.newByteChannel(file);
-        try {
-            return opening.open(channel);
-        } catch (Throwable e) {
-            channel.close();
-            if (e instanceof MediaFormatException) {
-                throw new MediaFormatException(file + ": " + e.getMessage(), e);
-            }
-            if (e instanceof UnsupportedCodecException) {
-                throw new UnsupportedCodecException(file + ": " + e.getMessage(), e);
-            }
-            throw e;
-        }
     }
 
     /**
@@ -530,65 +484,8 @@ public final class MediaReader implements AutoCloseable {
 
     /** Verifies where a seek has ended, and looks further back when that is too late. */
     private void settle(long address, MediaStream stream, long time) throws IOException {
-        double second = stream.timeBase().toDouble() > 0 ? 1 / stream.timeBase().toDouble() : 1;
-        long start = stream.startTicks() == Packet.NO_TIME ? 0 : stream.startTicks();
-        double back = second;
-        while (!findStart(address, stream, time)) {
-            long earlier = (long) (time - back);
-            back *= 2;
-            if (earlier <= start || back > second * FURTHEST_BACK) {
-                // Whatever is there is the beginning.
-                if (!trySeek(address, stream.index(), 0, true)) {
-                    trySeek(address, stream.index(), Math.min(start, time), false);
-                }
-                return;
-            }
-            trySeek(address, stream.index(), earlier, false);
-        }
-    }
-
-    /**
-     * Reads up to a time, and keeps the packets from the last place on where decoding can start.
-     *
-     * @return whether there is one
-     */
-    private boolean findStart(long address, MediaStream stream, long time) throws IOException {
-        PacketExaminer examiner = stream.examiner();
-        CodedPicture picture = new CodedPicture();
-        boolean found = false;
-        try {
-            for (int packets = 0; packets < MOST_AHEAD; packets++) {
-                Packet packet = read(address);
-                if (packet == null) {
-                    break;
-                }
-                if (packet.streamIndex() == stream.index()) {
-                    long shown = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime()
-                            : packet.decodingTime();
-                    long decoded = packet.decodingTime() != Packet.NO_TIME ? packet.decodingTime() : shown;
-                    picture.restart = packet.isKey();
-                    if (examiner != null) {
-                        examiner.examine(packet.bytes(), packet.size(), picture);
-                    }
-                    if (shown != Packet.NO_TIME && shown <= time && picture.restart) {
-                        ahead.clear();
-                        found = true;
-                    }
-                    if (!found && shown == Packet.NO_TIME || decoded > time) {
-                        ahead.add(packet);
-                        break;
-                    }
-                }
-                ahead.add(packet);
-            }
-        } catch (MediaFormatException e) {
-            // The next read reports it again, or passes over it.
-            found &= !ahead.isEmpty();
-        }
-        if (!found) {
-            ahead.clear();
-        }
-        return found;
+        ahead.addAll(new SeekVerifier(stream, time, () -> read(address),
+                (place, inBytes) -> trySeek(address, stream.index(), place, inBytes)).settle());
     }
 
     /** @throws IllegalArgumentException when the stream belongs to another reader */

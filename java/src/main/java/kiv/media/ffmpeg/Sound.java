@@ -79,7 +79,7 @@ public final class Sound implements Closeable {
      */
     public static Sound open(Path file, SampleFormat samples) throws IOException {
         Objects.requireNonNull(samples, "samples");
-        return MediaReader.openFile(file, channel -> open(channel, samples, ReaderLimits.USUAL));
+        return MediaFile.open(file, channel -> open(channel, samples, ReaderLimits.USUAL));
     }
 
     /**

@@ -63,7 +63,8 @@ public final class VideoFormat {
         if (bitCount < 0) {
             throw new IllegalArgumentException("negative number of bits per pixel " + bitCount);
         }
-        return new VideoFormat(subtype, 0, checkedSide("width", width), checkedSide("height", height), bitCount, extradata, timeBase, null);
+        return new VideoFormat(subtype, 0, checkedSide("width", width), checkedSide("height", height), bitCount, extradata,
+                timeBase, null);
     }
 
     /**

@@ -137,7 +137,7 @@ class FilmTest {
 
     @ParameterizedTest
     @ValueSource(strings = {"h264_b_320x240.mp4", "h264_b_720x576.mkv", "h264_open_b_160x120.ts", "mpeg2_b_323x243.mpg",
-            "mpeg4_b_322x242.avi", "h264_aac.flv", "wmv2_wma2.asf"})
+        "mpeg4_b_322x242.avi", "h264_aac.flv", "wmv2_wma2.asf"})
     void verifiedMutationsGiveThePicturesOfTheWholeFilm(String name) throws IOException {
         byte[] original = Files.readAllBytes(TestMedia.stream(name));
         int mutations = "full".equals(System.getProperty("kiv.test.tier")) ? 40 : 2;

@@ -115,7 +115,8 @@ class VideoDecoderTest {
         try (MediaReader reader = MediaReader.open(clip.file());
                 VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), threads)) {
             for (Packet packet : reader.packets().filter(decoder::accepts).toList()) {
-                for (Packet next : noise ? List.of(packet, Packet.of(bytes, packet.streamIndex(), 0, 0, false)) : List.of(packet)) {
+                Packet damaged = Packet.of(bytes, packet.streamIndex(), 0, 0, false);
+                for (Packet next : noise ? List.of(packet, damaged) : List.of(packet)) {
                     new Random(bytes[0]).nextBytes(bytes);
                     try {
                         pictures.addAll(decoder.decode(next));

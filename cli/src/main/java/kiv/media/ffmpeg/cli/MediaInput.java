@@ -124,7 +124,8 @@ final class MediaInput {
         SeekableByteChannel bytes = bytes();
         boolean opened = false;
         try {
-            T result = LoopGuard.watch(isStandardInput() ? LOOPS.multipliedBy(2) : LOOPS, this::giveUp, () -> opening.open(bytes));
+            T result = LoopGuard.watch(isStandardInput() ? LOOPS.multipliedBy(2) : LOOPS, this::giveUp,
+                    () -> opening.open(bytes));
             opened = true;
             return result;
         } catch (UnsupportedCodecException e) {
