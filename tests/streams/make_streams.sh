@@ -228,6 +228,9 @@ x265=(-c:v libx265 -preset ultrafast -x265-params pools=none:frame-threads=1:log
 modern hevc.mp4 162x122 12 "${x265[@]}" -tag:v hvc1
 modern hevc_odd.mkv 97x63 12 "${x265[@]}" -pix_fmt yuv444p
 modern hevc_10.mkv 160x120 12 "${x265[@]}" -pix_fmt yuv420p10
+hdr=colorprim=bt2020:colormatrix=bt2020nc:range=limited
+modern hevc_pq.mkv 160x120 4 "${x265[@]}:$hdr:transfer=smpte2084" -pix_fmt yuv420p10
+modern hevc_hlg.mkv 160x120 4 "${x265[@]}:$hdr:transfer=arib-std-b67" -pix_fmt yuv420p10
 modern hevc_12.mp4 160x120 8 "${x265[@]}" -pix_fmt yuv422p12
 modern hevc_gray.mkv 160x120 6 "${x265[@]}" -pix_fmt gray10
 modern hevc.ts 160x120 12 "${x265[@]}"

@@ -62,6 +62,8 @@ public:
         int32_t imc_aspect_denominator; /**< height of a pixel */
         int32_t imc_color_range;        /**< FFmpeg's number: 1 limited, 2 full */
         int32_t imc_colorspace;         /**< FFmpeg's number */
+        int32_t imc_color_primaries;    /**< FFmpeg's number */
+        int32_t imc_color_transfer;     /**< FFmpeg's number */
     };
 
     /** What one processing call reports; all zero before the call. */

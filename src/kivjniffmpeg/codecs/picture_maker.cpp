@@ -66,5 +66,7 @@ dsd_decoded_picture c_picture_maker::make(const AVFrame &dsp_from, AVPixelFormat
     dsl_to.sample_aspect_ratio = dsp_from.sample_aspect_ratio;
     dsl_to.color_range = dsp_from.color_range;
     dsl_to.colorspace = dsp_from.colorspace;
+    dsl_to.color_primaries = dsp_from.color_primaries;
+    dsl_to.color_trc = dsp_from.color_trc;
     return {std::move(dsl_picture), std::move(dsl_buffer)};
 }

@@ -40,7 +40,9 @@ c_codec::dsd_picture_info describe(const AVFrame &dsp_frame)
         .imc_aspect_numerator = dsp_frame.sample_aspect_ratio.num,
         .imc_aspect_denominator = dsp_frame.sample_aspect_ratio.den,
         .imc_color_range = dsp_frame.color_range,
-        .imc_colorspace = dsp_frame.colorspace};
+        .imc_colorspace = dsp_frame.colorspace,
+        .imc_color_primaries = dsp_frame.color_primaries,
+        .imc_color_transfer = dsp_frame.color_trc};
 }
 
 /** Sets the offsets of the shown picture: a cropped picture begins inside its planes. */

@@ -59,6 +59,8 @@ dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintA
                                 planes_from(ConverterPlace::LINE_SIZES),
                                 dsl_values[ConverterPlace::COLOR_SPACE],
                                 dsl_values[ConverterPlace::FULL_RANGE] != 0,
+                                dsl_values[ConverterPlace::COLOR_PRIMARIES],
+                                dsl_values[ConverterPlace::COLOR_TRANSFER],
                                 {}};
     dsl_values.release();
     void *avl_memory = avop_buffer == nullptr ? nullptr : dsp_env.raw()->GetDirectBufferAddress(avop_buffer);

@@ -204,6 +204,8 @@ void write_delivery(const c_videocodec::dsd_delivery &dsp_delivery, std::span<jl
     ailp_call[PictureCall::PIXEL_HEIGHT] = dsl_picture.imc_aspect_denominator;
     ailp_call[PictureCall::COLOR_RANGE] = dsl_picture.imc_color_range;
     ailp_call[PictureCall::COLOR_SPACE] = dsl_picture.imc_colorspace;
+    ailp_call[PictureCall::COLOR_PRIMARIES] = dsl_picture.imc_color_primaries;
+    ailp_call[PictureCall::COLOR_TRANSFER] = dsl_picture.imc_color_transfer;
     std::ranges::copy(dsp_delivery.aimc_planes, ailp_call.begin() + PictureCall::PLANE_OFFSETS);
     std::ranges::copy(dsl_picture.aimc_linesizes, ailp_call.begin() + PictureCall::LINE_SIZES);
 }

@@ -101,7 +101,8 @@ struct AVFrame
     int nb_side_data;
     int flags;
     int color_range;
-    uint8_t autc_gap8[8];
+    int color_primaries;
+    int color_trc;
     int colorspace;
     uint8_t autc_gap9[44];
     int channels;
@@ -464,6 +465,8 @@ static_assert(offsetof(AVFrame, side_data) == 544);
 static_assert(offsetof(AVFrame, nb_side_data) == 552);
 static_assert(offsetof(AVFrame, flags) == 556);
 static_assert(offsetof(AVFrame, color_range) == 560);
+static_assert(offsetof(AVFrame, color_primaries) == 564);
+static_assert(offsetof(AVFrame, color_trc) == 568);
 static_assert(offsetof(AVFrame, colorspace) == 572);
 static_assert(offsetof(AVFrame, channels) == 620);
 static_assert(sizeof(AVFrame) == 640);

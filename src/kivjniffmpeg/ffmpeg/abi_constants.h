@@ -49,6 +49,7 @@ enum AVPixelFormat : int
     AV_PIX_FMT_UYVY422 = 17,
     AV_PIX_FMT_RGB8 = 22,
     AV_PIX_FMT_BGRA = 30,
+    AV_PIX_FMT_RGB48LE = 42,
     AV_PIX_FMT_RGB565BE = 43,
     AV_PIX_FMT_RGB555BE = 45
 };
@@ -155,6 +156,7 @@ static_assert(AVERROR(EINVAL) == -22);
 inline constexpr int AV_PIX_FMT_FLAG_BE = 1;         /**< big-endian */
 inline constexpr int AV_PIX_FMT_FLAG_PAL = 2;        /**< pixels are indices into a palette, the second plane */
 inline constexpr int AV_PIX_FMT_FLAG_RGB = 32;       /**< not YUV */
+inline constexpr int AV_PIX_FMT_FLAG_ALPHA = 128;    /**< one component is opacity */
 inline constexpr int AV_PIX_FMT_FLAG_PSEUDOPAL = 64; /**< has a palette that nothing needs */
 inline constexpr int AVPALETTE_SIZE = 1024;          /**< bytes of 256 colours of 32 bits */
 

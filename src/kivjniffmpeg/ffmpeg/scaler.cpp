@@ -14,6 +14,11 @@ constexpr int in_too_few_rows = 4;
  */
 constexpr int in_too_few_columns = 4;
 
+/** FFmpeg's numbers of the matrices of BT.2020, which FFmpeg 2.5 to 2.8 do not have, and their coefficients as newer ones. */
+constexpr int in_bt2020 = 9;
+constexpr int in_bt2020_constant_luminance = 10;
+constexpr int ain_bt2020[] = {110013, 140363, 12277, 42626};
+
 int safe_flags(int inp_flags, int inp_src_height, int inp_dst_width, int inp_dst_height)
 {
     if ((inp_flags & SWS_FAST_BILINEAR) != 0)
@@ -65,7 +70,8 @@ void c_sws_ctx::set_colours(int inp_colorspace, bool bp_full_range) noexcept
     if (g_swscale.sws_getColorspaceDetails(adsc_sws, &ainl_table, &inl_src_range, &ainl_table, &inl_dst_range,
                                            &inl_brightness, &inl_contrast, &inl_saturation) < 0)
         return;
-    const int *ainl_matrix = g_swscale.sws_getCoefficients(inp_colorspace);
+    const bool bl_bt2020 = inp_colorspace == in_bt2020 || inp_colorspace == in_bt2020_constant_luminance;
+    const int *ainl_matrix = bl_bt2020 ? ain_bt2020 : g_swscale.sws_getCoefficients(inp_colorspace);
     g_swscale.sws_setColorspaceDetails(adsc_sws, ainl_matrix, bp_full_range ? 1 : inl_src_range, ainl_matrix,
                                        inl_dst_range, inl_brightness, inl_contrast, inl_saturation);
     dsc_colours = dsl_colours;

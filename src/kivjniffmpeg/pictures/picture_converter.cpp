@@ -9,12 +9,14 @@
 #include <cstddef>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace
 {
 
 constexpr int32_t im_largest_side = 1 << 15;
 constexpr int in_line_alignment = 64;
+constexpr int32_t im_wide_pixel = 6; // bytes of three values
 /** libswscale reads and writes Bayer pictures in pairs of rows, and at least this many. */
 constexpr int32_t im_least_bayer_rows = 4;
 
@@ -203,6 +205,18 @@ std::array<uint8_t *, 4> dsd_picture_place::planes() const noexcept
     return aautl_planes;
 }
 
+/** @return null when the colours stay as they are */
+const c_screen_colours *c_picture_converter::find_screen_colours(const dsd_picture_place &dsp_from,
+                                                                 const dsd_picture_place &dsp_to)
+{
+    if (dsp_to.iec_format != AV_PIX_FMT_BGRA ||
+        !c_screen_colours::are_needed(dsp_from.imc_primaries, dsp_from.imc_transfer))
+        return nullptr;
+    if (!dsc_screen_colours.has_value() || !dsc_screen_colours->are_of(dsp_from.imc_primaries, dsp_from.imc_transfer))
+        dsc_screen_colours.emplace(dsp_from.imc_primaries, dsp_from.imc_transfer);
+    return &*dsc_screen_colours;
+}
+
 void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to, int inp_flags)
 {
     TRACE_FUNCTION(3);
@@ -210,6 +224,10 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
     dsp_to.check();
     if (g_avutil.av_image_copy == nullptr)
         throw_ffmpeg_exception(1957, "this FFmpeg cannot copy pictures");
+    if (const c_screen_colours *adsl_colours = find_screen_colours(dsp_from, dsp_to); adsl_colours != nullptr) {
+        convert_for_screen(dsp_from, dsp_to, *adsl_colours, inp_flags);
+        return;
+    }
     if (dsp_from.iec_format == dsp_to.iec_format && dsp_from.imc_width == dsp_to.imc_width &&
         dsp_from.imc_height == dsp_to.imc_height) {
         g_avutil.av_image_copy(dsp_to.planes().data(), dsp_to.aimc_linesizes.data(), dsp_from.planes().data(),
@@ -247,4 +265,28 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
     const c_padded_picture dsl_to(dsp_to.iec_format, dsp_to.imc_width, dsp_to.imc_height, dsp_to.imc_height);
     (bl_bayer ? *dsl_rgb : dsl_from).scale(adsl_sws, iml_height, dsl_to);
     dsl_to.write(dsp_to);
+}
+
+void c_picture_converter::convert_for_screen(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to,
+                                             const c_screen_colours &dsp_colours, int inp_flags)
+{
+    // The same pixels in 16 bits, and for their opacity in 8 bits.
+    dsd_picture_place dsl_wide = dsp_to;
+    const int32_t iml_line = dsp_to.imc_width * im_wide_pixel;
+    std::vector<uint8_t> utl_wide(static_cast<size_t>(iml_line) * static_cast<size_t>(dsp_to.imc_height));
+    dsl_wide.iec_format = AV_PIX_FMT_RGB48LE;
+    dsl_wide.aimc_offsets = {};
+    dsl_wide.aimc_linesizes = {iml_line};
+    dsl_wide.utc_block = utl_wide;
+    dsd_picture_place dsl_from = dsp_from;
+    dsl_from.imc_primaries = 0;
+    dsl_from.imc_transfer = 0;
+    const bool bl_opacity =
+        (g_avutil.av_pix_fmt_desc_get(dsp_from.iec_format)->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL)) != 0;
+    if (bl_opacity)
+        convert(dsl_from, dsp_to, inp_flags);
+    convert(dsl_from, dsl_wide, inp_flags);
+    for (int32_t iml_row = 0; iml_row < dsp_to.imc_height; ++iml_row)
+        dsp_colours.convert({utl_wide.data() + ptrdiff_t{iml_row} * iml_line, static_cast<size_t>(iml_line)},
+                            dsp_to.planes()[0] + ptrdiff_t{iml_row} * dsp_to.aimc_linesizes[0], bl_opacity);
 }

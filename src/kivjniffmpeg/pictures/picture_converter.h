@@ -4,9 +4,11 @@
 #include "kivjniffmpeg/buffers/native_buffer.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
 #include "kivjniffmpeg/ffmpeg/scaler.h"
+#include "kivjniffmpeg/pictures/screen_colours.h"
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 /** A picture in a block of memory: its pixels' format and where they lie. */
@@ -19,6 +21,8 @@ struct dsd_picture_place
     std::array<int32_t, 4> aimc_linesizes; /**< bytes from one line to the next; 0 for a plane that does not exist */
     int32_t imc_colorspace;                /**< FFmpeg's number of the matrix by which YUV becomes RGB */
     bool bc_full_range;                    /**< whether YUV uses all values */
+    int32_t imc_primaries;                 /**< FFmpeg's number of the colours that red, green and blue are */
+    int32_t imc_transfer;                  /**< FFmpeg's number of the curve between values and light */
     std::span<uint8_t> utc_block;
 
     /** @throws c_ffmpeg_exception unless every line of every plane lies within the block */
@@ -26,7 +30,12 @@ struct dsd_picture_place
     std::array<uint8_t *, 4> planes() const noexcept;
 };
 
-/** Converts and scales pictures with libswscale. Used by one thread at a time. */
+/**
+ * Converts and scales pictures with libswscale. Used by one thread at a time.
+ *
+ * Pictures in colours that no ordinary screen has become those that it shows (c_screen_colours), where a picture states its
+ * colours and BGRA is wanted of it.
+ */
 class c_picture_converter
 {
 public:
@@ -39,6 +48,11 @@ public:
     void convert(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to, int inp_flags);
 
 private:
+    void convert_for_screen(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to,
+                            const c_screen_colours &dsp_colours, int inp_flags);
+    const c_screen_colours *find_screen_colours(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to);
+
+    std::optional<c_screen_colours> dsc_screen_colours; // of the last picture that needed them
     c_sws_ctx dsc_sws_ctx;
     c_sws_ctx dsc_bayer_ctx; // from Bayer to RGB, the first of two steps
 };

@@ -25,8 +25,16 @@ protected:
     static dsd_picture_place place(const char *strp_format, int32_t imp_width, int32_t imp_height,
                                    std::vector<uint8_t> &utp_memory)
     {
-        dsd_picture_place dsl_place{
-            ffmpeg_call<AVPixelFormat>("av_get_pix_fmt", strp_format), imp_width, imp_height, {}, {}, 2, false, {}};
+        dsd_picture_place dsl_place{ffmpeg_call<AVPixelFormat>("av_get_pix_fmt", strp_format),
+                                    imp_width,
+                                    imp_height,
+                                    {},
+                                    {},
+                                    2,
+                                    false,
+                                    0,
+                                    0,
+                                    {}};
         uint8_t *aautl_planes[4] = {};
         g_avutil.av_image_fill_linesizes(dsl_place.aimc_linesizes.data(), dsl_place.iec_format, imp_width);
         utp_memory.resize(static_cast<size_t>(g_avutil.av_image_fill_pointers(

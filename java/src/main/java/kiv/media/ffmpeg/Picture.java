@@ -45,29 +45,33 @@ public final class Picture implements AutoCloseable {
      * The properties of a picture beside its pixels.
      *
      * @param colorSpace FFmpeg's number of the matrix that converts YUV into RGB
+     * @param primaries FFmpeg's number of the colours that red, green and blue are
+     * @param transfer FFmpeg's number of the curve between values and light
      */
     record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
-            boolean topFieldFirst, boolean fullRange, Presentation presentation, int colorSpace) {
+            boolean topFieldFirst, boolean fullRange, Presentation presentation, int colorSpace, int primaries,
+            int transfer) {
 
         Details with(PacketTimes.Times timesNow, boolean keyNow) {
-            return new Details(timesNow, timeBase, keyNow, interlaced, topFieldFirst, fullRange, presentation, colorSpace);
+            return new Details(timesNow, timeBase, keyNow, interlaced, topFieldFirst, fullRange, presentation,
+                    colorSpace, primaries, transfer);
         }
 
         Details with(PacketTimes.Times timesNow) {
             return new Details(timesNow, timeBase, keyFrame, interlaced, topFieldFirst, fullRange, presentation,
-                    colorSpace);
+                    colorSpace, primaries, transfer);
         }
 
         Details with(boolean fullRangeNow, Presentation presentationNow) {
             return new Details(times, timeBase, keyFrame, interlaced, topFieldFirst, fullRangeNow, presentationNow,
-                    colorSpace);
+                    colorSpace, primaries, transfer);
         }
 
         /** The properties of the turned picture. Fields are rows of the stored one. */
         Details turned(boolean evenHeight) {
             return new Details(times, timeBase, keyFrame, interlaced && !presentation.swapsSides(),
                     topFieldFirst != (presentation.reversesRows() && evenHeight), fullRange, presentation.turned(),
-                    colorSpace);
+                    colorSpace, primaries, transfer);
         }
     }
 
@@ -306,7 +310,7 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Converts the pixels to {@code 0xAARRGGBB}, row by row without padding.
+     * Converts the pixels to {@code 0xAARRGGBB}, row by row without padding, in the colours of {@link #toBufferedImage()}.
      *
      * @return a new array of width times height elements
      * @throws MediaStateException when the picture is closed
@@ -320,7 +324,10 @@ public final class Picture implements AutoCloseable {
     private void readArgb(int wantedWidth, int wantedHeight, int[] pixels) {
         PictureMemory shared = share();
         try {
-            ConverterPool.convert(shared, place(),
+            int[] from = place();
+            from[ConverterPlace.COLOR_PRIMARIES] = details.primaries;
+            from[ConverterPlace.COLOR_TRANSFER] = details.transfer;
+            ConverterPool.convert(shared, from,
                     place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[1],
                             new int[] {wantedWidth * Integer.BYTES}), pixels);
         } finally {
@@ -329,7 +336,13 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Converts the picture into an image, as it is stored: neither stretched nor turned.
+     * Converts the picture into an image, as it is stored: neither stretched nor turned, which {@link #toShownImage()} does.
+     *
+     * <p>The image has the colours of an ordinary screen, sRGB. Pictures of high dynamic range (PQ and HLG) and of wide gamuts
+     * (BT.2020 and P3) are adapted to it. Their range is compressed by the curve of ITU-R BT.2390, from 1000 cd/m² to a white of
+     * 203 cd/m², and colours that the screen does not have become the nearest ones of the same hue and luminance. FFmpeg 2.5 to
+     * 2.8 do not know PQ and HLG, and their pictures are adapted for their gamut only. {@link #convert(PixelFormat, int, int)}
+     * leaves the colours as they are.
      *
      * @return a new image of type {@link BufferedImage#TYPE_INT_RGB}, or {@link BufferedImage#TYPE_INT_ARGB} when the
      *     format has alpha

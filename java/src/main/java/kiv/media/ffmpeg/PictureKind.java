@@ -42,7 +42,8 @@ final class PictureKind {
                 interlaced != Interlacing.PROGRESSIVE, interlaced == Interlacing.TOP_FIELD_FIRST,
                 call[PictureCall.COLOR_RANGE] == ColorRange.FULL,
                 stream == null ? new Presentation(shape, 0, false) : stream.presentation(shape),
-                (int) call[PictureCall.COLOR_SPACE]);
+                (int) call[PictureCall.COLOR_SPACE], (int) call[PictureCall.COLOR_PRIMARIES],
+                (int) call[PictureCall.COLOR_TRANSFER]);
         return new PictureKind(call.clone(), format, details);
     }
 

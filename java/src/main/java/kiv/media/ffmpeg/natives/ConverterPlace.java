@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class ConverterPlace {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 13;
+    @Native public static final int SIZE = 15;
 
     /** FFmpeg's number of the pixel format. */
     @Native public static final int PIXEL_FORMAT = 0;
@@ -28,6 +28,12 @@ public final class ConverterPlace {
 
     /** Whether YUV uses all values (1) or not (0). */
     @Native public static final int FULL_RANGE = 12;
+
+    /** FFmpeg's number of the colours that red, green and blue are; 0 to leave the colours as they are. */
+    @Native public static final int COLOR_PRIMARIES = 13;
+
+    /** FFmpeg's number of the curve between values and light; 0 to leave the colours as they are. */
+    @Native public static final int COLOR_TRANSFER = 14;
 
     private ConverterPlace() {
     }

@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class PictureCall {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 45;
+    @Native public static final int SIZE = 47;
 
     /** Elements of a block. */
     @Native public static final int BLOCK_SIZE = 3;
@@ -91,6 +91,12 @@ public final class PictureCall {
 
     /** Out: FFmpeg's number of the matrix by which YUV becomes RGB. */
     @Native public static final int COLOR_SPACE = 44;
+
+    /** Out: FFmpeg's number of the colours that red, green and blue are. */
+    @Native public static final int COLOR_PRIMARIES = 45;
+
+    /** Out: FFmpeg's number of the curve between values and light. */
+    @Native public static final int COLOR_TRANSFER = 46;
 
     private PictureCall() {
     }
