@@ -34,7 +34,7 @@ DECLARATION = re.compile(
     r"(?P<end> ?(?:[;,)={\[]|:(?!:)))"
 )
 # FFmpeg's things have FFmpeg's names, a trace line prints the last one under its name, and two name no variables.
-FILES_OF_FFMPEG = ("abi.h", "abi_constants.h", "symbols.h", "structures.h", "types.h", "functions.h")
+FILES_OF_FFMPEG = ("abi.h", "abi_containers.h", "abi_constants.h", "symbols.h", "structures.h", "types.h", "functions.h")
 EXCEPTIONS = {"operator", "final", "av_pix_fmt_descriptors", "dsc_codecid"}
 
 

@@ -3,7 +3,7 @@
 
 #include "bridge/avformat/source.h"
 #include "bridge/real/ffmpeg.h"
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 #include <memory>
 #include <span>

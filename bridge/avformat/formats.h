@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bridge/real/types.h"
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 namespace bridge::avformat
 {

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 namespace bridge::old
 {

@@ -7,7 +7,7 @@
  */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 #include <cstdint>
 

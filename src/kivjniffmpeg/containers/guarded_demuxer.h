@@ -2,7 +2,7 @@
 #pragma once
 
 #include "kivjniffmpeg/containers/reader_limits.h"
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 /**
  * Sees every packet before FFmpeg parses or decodes it, and so reaches streams that show up late.

@@ -1,7 +1,7 @@
 /** @file What a container says of itself and its streams besides their numbers: tags, chapters, programs, names. */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 #include <natives/LightFields.h>
 #include <natives/StreamNames.h>

@@ -4,7 +4,7 @@
 #include "jni/exceptions.h"
 #include "jni/jnienv.h"
 #include "kivjniffmpeg/context/library_context.h"
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 #include <jni.h>
 

@@ -5,7 +5,7 @@
 #include "kivjniffmpeg/containers/endless_parts.h"
 #include "kivjniffmpeg/containers/forward_boxes.h"
 #include "kivjniffmpeg/containers/reader_limits.h"
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 #include <jni.h>
 

@@ -1,7 +1,7 @@
 /** @file What opening a container may cost. */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 #include "kivjniffmpeg/ffmpeg/format_context.h"
 
 #include <natives/ReaderLimitFields.h>

@@ -1,7 +1,7 @@
 /** @file One opened container. */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 /** Owns an AVFormatContext. */
 class c_avformat_ctx

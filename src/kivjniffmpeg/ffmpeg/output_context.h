@@ -1,7 +1,7 @@
 /** @file One container that FFmpeg writes. */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 /** Owns an AVFormatContext for writing. A header that was written is always followed by the trailer: it frees memory. */
 class c_avoutput_ctx

@@ -8,7 +8,7 @@
  */
 #pragma once
 
-#include "kivjniffmpeg/ffmpeg/abi.h"
+#include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 // clang-format off
 #define KIV_AVCODEC_SYMBOLS(X)                                                                                         \
