@@ -28,8 +28,8 @@ import kiv.media.ffmpeg.index.PacketIndex;
  * }
  * }</pre>
  *
- * <p>Picture number i, from 0, is the one that decoding the whole first video stream gives after i others, with the same
- * pixels and the same time, whatever the container says about times, key pictures and places. For that a film reads the
+ * <p>Picture number i, from 0, is the one that decoding the whole first video stream on one thread gives after i others, with
+ * the same pixels and the same time, whatever the container says about times, key pictures and places. For that a film reads the
  * stream's packets, without decoding them, as far as it needs them, and keeps what it learns of them until it is closed:
  * about 40 bytes a packet. It decodes from the last place before the picture where decoding can start. Where the packets do
  * not say enough, such as within damage or with rare codecs, it decodes the film from its beginning. An

@@ -89,7 +89,8 @@ public final class VideoDecoder implements AutoCloseable {
     /**
      * Opens a decoder with a number of threads. It delivers the same pictures in the same order whatever that number is,
      * but later: with many codecs each further thread holds back one more picture until {@link #finish()}, and the error
-     * of a damaged packet may come with one of the next packets. Threads take memory, a few pictures each.
+     * of a damaged packet may come with one of the next packets. What a decoder guesses for damaged parts of pictures may
+     * depend on the number. Threads take memory, a few pictures each.
      *
      * @param stream a video stream
      * @param threads 1 to 64; more than the processors are of no use

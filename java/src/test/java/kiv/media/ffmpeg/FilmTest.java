@@ -40,7 +40,7 @@ class FilmTest {
 
     private static List<Row> whole(Path file) throws IOException {
         try (MediaReader reader = MediaReader.open(file);
-                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), 1)) {
             return decoder.pictures(reader).map(Row::of).toList();
         }
     }

@@ -23,8 +23,15 @@ final class DecodingThreads {
     }
 
     @Option(names = "--threads", paramLabel = "N", converter = Converter.class, description = "Decode pictures on N"
-            + " threads, 1 to 64; otherwise on all processors, unless the pictures are small.")
+            + " threads, 1 to 64. Without it decode takes all processors, unless the pictures are small. frames-md5 takes"
+            + " one, because more may change what a decoder guesses for damaged pictures.")
     private Integer threads;
+
+    /** One thread when no other number was asked for. */
+    DecodingThreads orOne() {
+        threads = threads == null ? 1 : threads;
+        return this;
+    }
 
     VideoDecoder open(MediaStream stream) {
         return threads == null ? VideoDecoder.open(stream) : VideoDecoder.open(stream, threads);

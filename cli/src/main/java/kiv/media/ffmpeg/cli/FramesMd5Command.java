@@ -128,7 +128,7 @@ final class FramesMd5Command implements Callable<Integer> {
     }
 
     private void pictures(MediaStream stream) throws IOException {
-        try (VideoDecoder decoder = input.openVideoDecoder(stream, threads)) {
+        try (VideoDecoder decoder = input.openVideoDecoder(stream, threads.orOne())) {
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
                 try {
                     print(decoder.decode(packet), stream);

@@ -122,7 +122,8 @@ class MainTest {
     @ParameterizedTest
     @CsvSource({"h264_b_320x240.mp4", "h264_b_322x242.h264", "h264_444_321x241.mp4", "h264_sizechange.h264",
         "h264_b_720x576.mkv", "h264_b_720x576.mkv --threads 3", "mpeg1_b_321x241.mpg", "wmv2_wma2.asf",
-        "cinepak_160x120.avi", "mpeg2_ac3.ts", "mpeg2_ac3.ts --audio", "h264_aac.flv --audio", "ac3_5.1.ac3 --audio", "gsm.wav --stream 0"})
+        "cinepak_160x120.avi", "mpeg2_ac3.ts", "mpeg2_ac3.ts --audio",
+        "h264_aac.flv --audio", "ac3_5.1.ac3 --audio", "gsm.wav --stream 0"})
     void hashesAreThoseOfTheProgramFfmpeg(String line) throws Exception {
         succeed("frames-md5 streams/" + line);
         String options = line.matches(".*--(audio|stream).*") ? "-map 0:a:0 -c:a pcm_s16le"
