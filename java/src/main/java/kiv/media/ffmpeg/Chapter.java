@@ -23,7 +23,16 @@ import kiv.media.ffmpeg.natives.ChapterFields;
  */
 public record Chapter(long id, Rational timeBase, long startTicks, long endTicks, Tags tags) {
 
-    /** @throws NullPointerException when something is null */
+    /**
+     * Makes a chapter.
+     *
+     * @param id what the container calls it
+     * @param timeBase the unit of its times, in seconds
+     * @param startTicks where it begins, in units of {@code timeBase}
+     * @param endTicks where it ends, in units of {@code timeBase}, or {@link Packet#NO_TIME}
+     * @param tags its title and whatever else the file says
+     * @throws NullPointerException when something is null
+     */
     public Chapter {
         Objects.requireNonNull(timeBase, "timeBase");
         Objects.requireNonNull(tags, "tags");

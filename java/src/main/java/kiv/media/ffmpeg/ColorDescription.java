@@ -23,7 +23,18 @@ public record ColorDescription(Optional<String> range, Optional<String> matrix, 
         Optional<String> primaries, Optional<String> chromaLocation, Optional<MasteringDisplay> masteringDisplay,
         Optional<ContentLight> contentLight) {
 
-    /** @throws NullPointerException when something is null */
+    /**
+     * Makes a description.
+     *
+     * @param range the values of YUV that are used: {@code tv} or {@code pc}
+     * @param matrix how YUV becomes RGB, such as {@code bt709} or {@code bt2020nc}
+     * @param transfer the curve between values and light, such as {@code bt709}, {@code smpte2084} or {@code arib-std-b67}
+     * @param primaries the colours that red, green and blue are, such as {@code bt709} or {@code bt2020}
+     * @param chromaLocation the place of chroma samples between those of luma, such as {@code left}
+     * @param masteringDisplay the screen that the film was made on; from FFmpeg 5.1 on
+     * @param contentLight how bright the pictures become; from FFmpeg 5.1 on
+     * @throws NullPointerException when something is null
+     */
     public ColorDescription {
         Objects.requireNonNull(range, "range");
         Objects.requireNonNull(matrix, "matrix");

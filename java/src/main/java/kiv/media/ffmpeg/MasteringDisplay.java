@@ -28,14 +28,30 @@ public record MasteringDisplay(Point red, Point green, Point blue, Point white, 
      */
     public record Point(Rational x, Rational y) {
 
-        /** @throws NullPointerException when something is null */
+        /**
+         * Makes a place.
+         *
+         * @param x its first coordinate, from 0 to 1
+         * @param y its second coordinate, from 0 to 1
+         * @throws NullPointerException when something is null
+         */
         public Point {
             Objects.requireNonNull(x, "x");
             Objects.requireNonNull(y, "y");
         }
     }
 
-    /** @throws NullPointerException when something is null */
+    /**
+     * Makes a screen.
+     *
+     * @param red the screen's red
+     * @param green the screen's green
+     * @param blue the screen's blue
+     * @param white the screen's white
+     * @param minimum luminance of its black, in candela for a square metre
+     * @param maximum luminance of its white, in candela for a square metre
+     * @throws NullPointerException when something is null
+     */
     public MasteringDisplay {
         Objects.requireNonNull(red, "red");
         Objects.requireNonNull(green, "green");

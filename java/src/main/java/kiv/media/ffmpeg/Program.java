@@ -24,7 +24,17 @@ import kiv.media.ffmpeg.natives.ProgramFields;
  */
 public record Program(int id, int number, int tablePid, int clockPid, List<Integer> streams, Tags tags) {
 
-    /** Copies the list. @throws NullPointerException when something is null */
+    /**
+     * Makes a program, and copies its list of streams.
+     *
+     * @param id what the container calls it
+     * @param number its number in the table of an MPEG transport stream; 0 elsewhere
+     * @param tablePid packet identifier of its own table in a transport stream
+     * @param clockPid packet identifier of its clock in a transport stream
+     * @param streams indices of its streams in {@link MediaReader#streams()}; some may not have shown up yet
+     * @param tags its name and whatever else the file says
+     * @throws NullPointerException when something is null
+     */
     public Program {
         for (Object stream : Objects.requireNonNull(streams, "streams")) {
             Objects.requireNonNull(stream, "a stream");
