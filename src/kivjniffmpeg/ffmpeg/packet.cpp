@@ -1,6 +1,7 @@
 #include "kivjniffmpeg/ffmpeg/packet.h"
 
 #include "kivjniffmpeg/ffmpeg/loader.h"
+#include "kivjniffmpeg/ffmpeg/padded_bytes.h"
 #include "trace/trace.h"
 
 #include <algorithm>
@@ -113,19 +114,18 @@ void c_avpacket::inc_read_ptr(int inp_bytes) noexcept
 void c_avpacket::merge(const c_avpacket &dsp_other)
 {
     TRACE_FUNCTION(3);
-    if (dsp_other.size() > INT_MAX - FF_INPUT_BUFFER_PADDING_SIZE - size())
+    if (dsp_other.size() > INT_MAX - static_cast<int>(ul_input_padding) - size())
         throw std::bad_alloc();
     const auto ull_first = static_cast<size_t>(size());
     const auto ull_second = static_cast<size_t>(dsp_other.size());
-    auto *autl_merged =
-        static_cast<uint8_t *>(g_avutil.av_malloc(ull_first + ull_second + FF_INPUT_BUFFER_PADDING_SIZE));
+    auto *autl_merged = static_cast<uint8_t *>(g_avutil.av_malloc(ull_first + ull_second + ul_input_padding));
     if (autl_merged == nullptr)
         throw std::bad_alloc();
     if (ull_first != 0)
         std::memcpy(autl_merged, data(), ull_first);
     if (ull_second != 0)
         std::memcpy(autl_merged + ull_first, dsp_other.data(), ull_second);
-    std::memset(autl_merged + ull_first + ull_second, 0, FF_INPUT_BUFFER_PADDING_SIZE);
+    std::memset(autl_merged + ull_first + ull_second, 0, ul_input_padding);
     // After the copy, because the copied bytes may lie in it.
     g_avutil.av_freep(&autc_owned);
     autc_owned = autl_merged;

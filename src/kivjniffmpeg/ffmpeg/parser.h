@@ -20,7 +20,7 @@ public:
     /**
      * Parses up to the end of a packet.
      *
-     * @param utp_bytes followed by FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes; empty at the end of the stream
+     * @param utp_bytes followed by ul_input_padding zeroed bytes; empty at the end of the stream
      * @param ilp_pts of the first packet that begins in these bytes, or AV_NOPTS_VALUE
      * @param utp_packet receives the packet, in the parser's memory or in that of the bytes until the next call; or nothing
      * @return how many bytes were used
