@@ -25,8 +25,8 @@ class ProbeTest {
 
     /** The names that only ffprobe has: what it asks opened decoders for, and side data that nobody looks for. */
     private static final String ONLY_FFPROBE = ".*/(nb_stream_groups|probe_score|coded_width|coded_height|has_b_frames|refs"
-            + "|closed_captions|film_grain|initial_padding|is_avc|nal_length_size|quarter_sample|divx_packed|view_\\w+|ts_\\w+"
-            + "|\\w+mixlev|dmix_mode|side_data_list/.*)";
+            + "|closed_captions|film_grain|initial_padding|is_avc|nal_length_size|missing_streams|quarter_sample|divx_packed"
+            + "|view_\\w+|ts_\\w+|\\w+mixlev|dmix_mode|side_data_list/.*)";
     /** The names that only we have. */
     private static final String ONLY_OURS = "program_version/.*|.*/(supported|shown_\\w+|rotation|mirrored"
             + "|disposition/\\w+)"; // parts that are younger than the program
