@@ -45,7 +45,7 @@ c_picture_stock::~c_picture_stock() = default;
 
 void c_picture_stock::add(int32_t imp_slot, uint8_t *autp_memory, int32_t imp_size)
 {
-    auto dsl_block = std::make_unique<dsd_block>(this, autp_memory, imp_size, imp_slot);
+    auto dsl_block = std::make_unique<dsd_block>(dsd_block{this, autp_memory, imp_size, imp_slot});
     const std::scoped_lock dsl_lock(dsc_mutex);
     aimc_released.reserve(dsc_blocks.size() + aimc_released.size() + 1);
     dsc_blocks.push_back(std::move(dsl_block));
@@ -127,7 +127,7 @@ c_picture_stock::dsd_block *c_picture_stock::take(int32_t imp_size)
 
 c_picture_stock::dsd_block *c_picture_stock::take_native(int32_t imp_size)
 {
-    auto dsl_block = std::make_unique<dsd_block>(this, nullptr, imp_size, im_native, true);
+    auto dsl_block = std::make_unique<dsd_block>(dsd_block{this, nullptr, imp_size, im_native, true});
     dsl_block->autc_native.reset(static_cast<uint8_t *>(std::malloc(static_cast<size_t>(imp_size))));
     dsl_block->autc_memory = dsl_block->autc_native.get();
     if (dsl_block->autc_memory == nullptr)

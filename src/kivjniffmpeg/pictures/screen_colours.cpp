@@ -177,12 +177,13 @@ void c_screen_colours::convert(std::span<const uint8_t> utp_rgb, uint8_t *autp_b
 {
     constexpr size_t ul_pixel = 6;
     constexpr auto fl_most = static_cast<float>(im_most_value);
+    constexpr float fl_half = 0.5F; // values are not negative, so cutting them off then rounds them
     for (size_t ull_at = 0; ull_at + ul_pixel <= utp_rgb.size(); ull_at += ul_pixel, autp_bgra += 4) {
         const uint8_t *autl_rgb = utp_rgb.data() + ull_at;
         const colour afll_shown = shown(
             {flc_light[value_at(autl_rgb)], flc_light[value_at(autl_rgb + 2)], flc_light[value_at(autl_rgb + 4)]});
         for (size_t ull_colour = 0; ull_colour < afll_shown.size(); ++ull_colour)
-            autp_bgra[2 - ull_colour] = utc_value[static_cast<size_t>(afll_shown[ull_colour] * fl_most + 0.5F)];
+            autp_bgra[2 - ull_colour] = utc_value[static_cast<size_t>(afll_shown[ull_colour] * fl_most + fl_half)];
         if (!bp_keep_opacity)
             autp_bgra[3] = 255;
     }
