@@ -27,10 +27,12 @@ FEW = ("aac_mono.m4a", "ac3_mono.ac3", "adpcm_ima_mono.wav", "amr_nb.amr", "cine
        "wma2_48k.asf", "wmv2_320x240.asf")
 # The table of docs/bridge.md: streams, options, and whether the calls differ or only the values.
 KNOWN = [
-    (r"mpeg[124]|^h263|^msmpeg4|^wmv1|^dv_|\.ac3|aac|^amr|^wma|wma2|vorbis|^dts|mp3|^mjpeg|^dnxhd", "", "values"),
-    (r"aac|^wma|wma2", r"--pcm", "calls"),
+    (r"mpeg[124]|^h263|^msmpeg4|^wmv1|^dv_|\.ac3|aac|^amr|^wma|wma2|vorbis|^dts|mp3|^mjpeg|^dnxhd|^tagged\.(mp4|m4a|ogg)|^programs",
+     "", "values"),
+    (r"aac|^wma|wma2|^tagged\.(mp4|m4a)", r"--pcm", "calls"),
+    (r"^programs", r"--cut", "calls"),
     (r"^amr", r"--pcm", "calls"),
-    (r"\.(mp4|mov|m4a|ogg)$|^dv_pal\.dv|\.ts$|^h264.*\.(h264|avi)$", "--list-packets", "calls"),
+    (r"\.(mp4|mov|m4a|ogg)$|^hdr|^dv_pal\.dv|\.ts$|^h264.*\.(h264|avi)$", "--list-packets", "calls"),
     # What the 56 line decodes otherwise, or not at all.
     (r"^(animation|av1|dnxhr|dsd|eac3|ffv1|flv1|g726|hevc|jpeg2000|mlp|opus|pcm_bluray|pcm_s24be|picture|qtrle|speex|truehd|tta|"
      r"vp9|wavpack)", "", "calls"),
