@@ -22,6 +22,7 @@ c_real_source::c_real_source(const real::dsd_ffmpeg &dsp_ffmpeg, old::dsd_source
 {
     if (adsc_io == nullptr)
         throw std::bad_alloc();
+    adsc_io->seekable = dsp_source.seekable;
     if (dsp_source.buf_ptr == nullptr)
         return; // nothing was read or written yet
     adsc_io->buf_ptr = dsp_source.buf_ptr;
@@ -89,6 +90,7 @@ BRIDGE_ENTRY AVIOContext *avio_alloc_context(unsigned char *autp_buffer, int inp
             adsl_source->write_packet = adsp_write;
             adsl_source->seek = adsp_seek;
             adsl_source->write_flag = inp_write;
+            adsl_source->seekable = adsp_seek != nullptr ? 1 : 0;
         }
         return reinterpret_cast<AVIOContext *>(adsl_source);
     });

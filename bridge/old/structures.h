@@ -28,8 +28,11 @@ struct dsd_source
     int must_flush;
     int eof_reached;
     int write_flag;
+    uint8_t autc_gap0[52];
+    int seekable;
 };
 static_assert(offsetof(dsd_source, buffer) == offsetof(AVIOContext, buffer));
+static_assert(offsetof(dsd_source, seekable) == offsetof(AVIOContext, seekable));
 
 /** One row of a class's table of options: AVOption with all its fields. */
 struct dsd_option

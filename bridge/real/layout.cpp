@@ -71,6 +71,7 @@ BRIDGE_SAME(io_context, opaque);
 BRIDGE_SAME(io_context, pos);
 BRIDGE_SAME(io_context, eof_reached);
 BRIDGE_SAME(io_context, error);
+BRIDGE_SAME(io_context, seekable);
 #undef BRIDGE_SAME
 
 } // namespace

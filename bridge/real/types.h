@@ -154,6 +154,8 @@ struct io_context
     int64_t pos;
     int eof_reached;
     int error;
+    uint8_t autc_gap0[56];
+    int seekable;
 };
 
 /** A pixel format as callers know it: AVPixFmtDescriptor with all its fields. */

@@ -84,25 +84,27 @@ void c_mediasource::make_io()
     auto *autl_io_buffer = static_cast<unsigned char *>(g_avutil.av_malloc(static_cast<size_t>(iml_size)));
     if (autl_io_buffer == nullptr)
         throw std::bad_alloc();
-    // Without a function that seeks, FFmpeg's readers take the road for pipes.
+    // The readers of other containers take an unknown size for what it is only without a function that seeks.
     adsc_io.reset(g_avformat.avio_alloc_context(autl_io_buffer, iml_size, 0, this, &c_mediasource::read, nullptr,
-                                                bl_forward ? nullptr : &c_mediasource::seek));
+                                                bl_forward && !bc_empty_if_unknown ? nullptr : &c_mediasource::seek));
     if (adsc_io == nullptr) {
         g_avutil.av_freep(&autl_io_buffer);
         throw std::bad_alloc();
     }
+    if (bl_forward)
+        adsc_io->seekable = 0; // FFmpeg's readers take the road for pipes
 }
 
 void c_mediasource::restart(const c_jnienv &dsp_env, bool bp_empty_if_unknown)
 {
     TRACE_FUNCTION(3);
+    bc_empty_if_unknown = bp_empty_if_unknown;
     if (iec_access == ie_access::ie_forward) {
         bc_keeping = false;
         utc_repeated = utc_kept;
         dsc_endless_parts.jump();
     } else {
         move(dsp_env, 0);
-        bc_empty_if_unknown = bp_empty_if_unknown;
     }
     check(dsp_env);
     make_io();
@@ -221,6 +223,8 @@ int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence
 {
     return ask(avp_source, [&](c_mediasource &dsp_source, const c_jnienv &dsp_env) -> int64_t {
         const int inl_whence = inp_whence & ~AVSEEK_FORCE;
+        if (dsp_source.iec_access == ie_access::ie_forward)
+            return inl_whence == AVSEEK_SIZE ? 0 : AVERROR(EPIPE); // as FFmpeg itself answers for a pipe
         if (inl_whence == AVSEEK_SIZE) {
             const int64_t ill_size = dsp_source.ask_size(dsp_env);
             return ill_size >= 0 ? ill_size : dsp_source.bc_empty_if_unknown ? 0 : AVERROR(ENOSYS);

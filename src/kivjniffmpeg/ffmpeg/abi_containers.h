@@ -40,6 +40,8 @@ struct AVIOContext
 {
     const AVClass *av_class;
     unsigned char *buffer;
+    uint8_t autc_gap0[128];
+    int seekable;
 };
 
 /** One registered container reader. The library makes changed copies of it, so the size is pinned too. */
@@ -161,6 +163,7 @@ static_assert(offsetof(AVProgram, pmt_pid) == 44);
 static_assert(offsetof(AVProgram, pcr_pid) == 48);
 static_assert(offsetof(AVIOContext, av_class) == 0);
 static_assert(offsetof(AVIOContext, buffer) == 8);
+static_assert(offsetof(AVIOContext, seekable) == 144);
 static_assert(offsetof(AVInputFormat, name) == 0);
 static_assert(offsetof(AVInputFormat, long_name) == 8);
 static_assert(offsetof(AVInputFormat, flags) == 16);

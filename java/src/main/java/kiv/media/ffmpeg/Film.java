@@ -371,13 +371,13 @@ public final class Film implements Closeable {
      */
     public void saveIndex(OutputStream to) throws IOException {
         call(() -> {
-            saved().write(indexed(), to);
+            saved().write(indexed()::save, to);
             return null;
         });
     }
 
     private SavedIndex saved() throws IOException {
-        return new SavedIndex(channel.size(), reader.formatName(), stream.codecName());
+        return new SavedIndex(SavedIndex.Kind.FILM, channel.size(), reader.formatName(), stream.codecName());
     }
 
     /**
@@ -390,7 +390,7 @@ public final class Film implements Closeable {
      */
     public void loadIndex(InputStream from) throws IOException {
         call(() -> {
-            saved().read(from, indexed());
+            saved().read(from, indexed()::load);
             return null;
         });
     }

@@ -10,39 +10,64 @@ import java.io.InputStream;
 import java.io.OutputStream;
 import java.io.StreamCorruptedException;
 import java.util.Arrays;
+import java.util.Locale;
 import java.util.zip.CRC32C;
 
-/** The saved form of a film's index. It begins with what only that film has, and ends with a checksum. */
+/** The saved form of an index of pictures or of sound. It begins with what only that one has, and ends with a checksum. */
 final class SavedIndex {
 
-    private static final int MAGIC = 0x4B46494C;
+    /** What an index is of. */
+    enum Kind {
+        FILM(0x4B46494C), SOUND(0x4B534E44);
+
+        private final int magic;
+
+        Kind(int magic) {
+            this.magic = magic;
+        }
+    }
+
+    /** Writes what the index consists of. */
+    @FunctionalInterface
+    interface Saving {
+        void to(DataOutputStream out) throws IOException;
+    }
+
+    /** Reads what the index consists of. */
+    @FunctionalInterface
+    interface Loading {
+        void from(DataInputStream in) throws IOException;
+    }
+
     private static final int VERSION = 2;
 
+    private final String name;
     private final byte[] identity;
 
     /**
      * @param length the container's bytes
-     * @param format FFmpeg's name of the container
-     * @param codec FFmpeg's name of the codec
+     * @param names what else tells it from others: FFmpeg's names of the container and of the codec, the choice of its user
      */
-    SavedIndex(long length, String format, String codec) throws IOException {
+    SavedIndex(Kind kind, long length, String... names) throws IOException {
+        name = kind.name().toLowerCase(Locale.ROOT);
         ByteArrayOutputStream bytes = new ByteArrayOutputStream();
         DataOutputStream out = new DataOutputStream(bytes);
-        out.writeInt(MAGIC);
+        out.writeInt(kind.magic);
         out.writeInt(VERSION);
         out.writeLong(length);
-        out.writeUTF(format);
-        out.writeUTF(codec);
+        for (String each : names) {
+            out.writeUTF(each);
+        }
         // FFmpeg's versions cut streams into packets in their own ways.
         out.writeUTF(FfmpegLibrary.build().version());
         identity = bytes.toByteArray();
     }
 
-    void write(FilmDecoder film, OutputStream to) throws IOException {
+    void write(Saving content, OutputStream to) throws IOException {
         ByteArrayOutputStream bytes = new ByteArrayOutputStream();
         bytes.write(identity);
         DataOutputStream out = new DataOutputStream(bytes);
-        film.save(out);
+        content.to(out);
         out.writeLong(checksum(bytes.toByteArray(), bytes.size()));
         bytes.writeTo(to);
         to.flush();
@@ -54,7 +79,7 @@ final class SavedIndex {
         return crc.getValue();
     }
 
-    void read(InputStream from, FilmDecoder film) throws IOException {
+    void read(InputStream from, Loading content) throws IOException {
         byte[] bytes = from.readAllBytes();
         int end = bytes.length - Long.BYTES;
         if (end < identity.length
@@ -62,10 +87,10 @@ final class SavedIndex {
             throw new MediaFormatException("the index is damaged");
         }
         if (!Arrays.equals(identity, Arrays.copyOf(bytes, identity.length))) {
-            throw new MediaFormatException("the index is that of another film, or of another FFmpeg");
+            throw new MediaFormatException("the index is that of another " + name + ", or of another FFmpeg");
         }
         try {
-            film.load(new DataInputStream(new ByteArrayInputStream(bytes, identity.length, end - identity.length)));
+            content.from(new DataInputStream(new ByteArrayInputStream(bytes, identity.length, end - identity.length)));
         } catch (EOFException | StreamCorruptedException e) {
             throw new MediaFormatException("the index is damaged", e);
         }

@@ -2,6 +2,8 @@ package kiv.media.ffmpeg;
 
 import java.io.Closeable;
 import java.io.IOException;
+import java.io.InputStream;
+import java.io.OutputStream;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Path;
 import java.time.Duration;
@@ -17,12 +19,13 @@ import java.util.concurrent.locks.ReentrantLock;
  * }
  * }</pre>
  *
- * <p>Sample number i of each channel, from 0, is the one that decoding the whole first audio stream with
+ * <p>Sample number i of each channel, from 0, is the one that decoding the whole audio stream with
  * {@link AudioDecoder#blocks} gives after i others, with the same value. What is not to be heard is not counted. Codecs
  * depend on what was decoded before, some of them without an end. So the first request decodes everything up to the wanted
  * part, which is fast for sound, and keeps a checksum of each packet's samples, some 60 bytes a packet. Each later request
  * begins shortly before its part, and returns only samples that are the same as at first; where they are not, it begins further
- * back.
+ * back. What was learned can be {@linkplain #saveIndex saved}, so that the first request of another time need not decode
+ * everything.
  *
  * <p>A sample is heard at the time of the block that it comes with, and those behind it follow at the sample rate. Times that
  * differ by less than a twentieth of a second from that are taken for rounded by the container; more is a gap.
@@ -34,19 +37,26 @@ public final class Sound implements Closeable {
 
     private static final int MOST_BYTES = Integer.MAX_VALUE - 64;
 
+    /** Stands for the first audio stream. */
+    private static final int FIRST = -1;
+
     private final MediaStream stream;
+    private final String formatName;
     private final SeekableByteChannel channel;
     private final SampleFormat samples;
     private final SoundDecoder decoder;
     private final ReentrantLock lock = new ReentrantLock();
     private boolean closed;
 
-    private Sound(SeekableByteChannel channel, SampleFormat samples, ReaderLimits limits) throws IOException {
+    private Sound(SeekableByteChannel channel, int index, SampleFormat samples, ReaderLimits limits) throws IOException {
         this.channel = channel;
         this.samples = samples;
         MediaReader reader = MediaReader.open(new SharedChannel(channel), limits);
         try {
-            stream = reader.firstAudio().orElseThrow(() -> new MediaFormatException("there is no sound in it"));
+            stream = index == FIRST
+                    ? reader.firstAudio().orElseThrow(() -> new MediaFormatException("there is no sound in it"))
+                    : choose(reader, index);
+            formatName = reader.formatName();
             decoder = new SoundDecoder(reader, stream, samples,
                     () -> MediaReader.open(new SharedChannel(channel), limits));
         } catch (Throwable e) {
@@ -83,6 +93,22 @@ public final class Sound implements Closeable {
     }
 
     /**
+     * Opens an audio stream of a file, such as that of another language. Otherwise as {@link #open(Path)}.
+     *
+     * @param file the file
+     * @param stream the stream's {@linkplain MediaStream#index() index}
+     * @param samples the kind of the samples
+     * @return the sound, which the caller closes
+     * @throws IOException when the file cannot be read
+     * @throws IndexOutOfBoundsException when there is no such stream
+     * @throws IllegalArgumentException when the stream is no audio stream
+     */
+    public static Sound open(Path file, int stream, SampleFormat samples) throws IOException {
+        Objects.requireNonNull(samples, "samples");
+        return MediaFile.open(file, channel -> open(channel, stream, samples, ReaderLimits.USUAL));
+    }
+
+    /**
      * Opens the first audio stream of a channel. The sound uses the channel alone and closes it. When this method throws, the
      * channel stays open. Otherwise as {@link #open(Path)}.
      *
@@ -93,8 +119,35 @@ public final class Sound implements Closeable {
      * @throws IOException when the channel cannot be read
      */
     public static Sound open(SeekableByteChannel channel, SampleFormat samples, ReaderLimits limits) throws IOException {
-        return new Sound(Objects.requireNonNull(channel, "channel"), Objects.requireNonNull(samples, "samples"),
+        return new Sound(Objects.requireNonNull(channel, "channel"), FIRST, Objects.requireNonNull(samples, "samples"),
                 Objects.requireNonNull(limits, "limits"));
+    }
+
+    /**
+     * Opens an audio stream of a channel. Otherwise as {@link #open(SeekableByteChannel, SampleFormat, ReaderLimits)}.
+     *
+     * @param channel the bytes
+     * @param stream the stream's {@linkplain MediaStream#index() index}
+     * @param samples the kind of the samples
+     * @param limits what opening may cost
+     * @return the sound, which the caller closes
+     * @throws IOException when the channel cannot be read
+     * @throws IndexOutOfBoundsException when there is no such stream
+     * @throws IllegalArgumentException when the stream is no audio stream
+     */
+    public static Sound open(SeekableByteChannel channel, int stream, SampleFormat samples, ReaderLimits limits)
+            throws IOException {
+        Objects.checkIndex(stream, Integer.MAX_VALUE);
+        return new Sound(Objects.requireNonNull(channel, "channel"), stream, Objects.requireNonNull(samples, "samples"),
+                Objects.requireNonNull(limits, "limits"));
+    }
+
+    private static MediaStream choose(MediaReader reader, int index) {
+        MediaStream stream = reader.streams().get(Objects.checkIndex(index, reader.streams().size()));
+        if (stream.kind() != MediaKind.AUDIO) {
+            throw new IllegalArgumentException("not an audio stream: " + stream);
+        }
+        return stream;
     }
 
     /** {@return the stream of the sound} */
@@ -193,6 +246,42 @@ public final class Sound implements Closeable {
                 throw new IndexOutOfBoundsException("there is no sample " + number);
             }
             return new Rational(1, format().sampleRate()).times(decoder.map().time(number));
+        });
+    }
+
+    /**
+     * Writes what decoding the whole sound gave, after all of it was decoded: some 60 bytes a packet. Another sound of the
+     * same stream, bytes and kind of samples can {@linkplain #loadIndex load} it, and then decodes no more than it is asked
+     * for.
+     *
+     * @param to where to; stays open
+     * @throws IOException when the bytes cannot be read or written
+     */
+    public void saveIndex(OutputStream to) throws IOException {
+        call(() -> {
+            saved().write(decoder::save, to);
+            return null;
+        });
+    }
+
+    private SavedIndex saved() throws IOException {
+        return new SavedIndex(SavedIndex.Kind.SOUND, channel.size(), formatName, stream.codecName(),
+                String.valueOf(stream.index()), samples.name());
+    }
+
+    /**
+     * Loads an index instead of decoding the whole sound. Each packet is compared with the index when it is read, and its
+     * samples when they are decoded.
+     *
+     * @param from what {@link #saveIndex} wrote; read to its end
+     * @throws MediaFormatException when it is damaged, or of another sound, another kind of samples or another FFmpeg; the
+     *     sound then stays as it was
+     * @throws IOException when the bytes cannot be read
+     */
+    public void loadIndex(InputStream from) throws IOException {
+        call(() -> {
+            saved().read(from, decoder::load);
+            return null;
         });
     }
 

@@ -1,6 +1,8 @@
 package kiv.media.ffmpeg;
 
 import java.io.ByteArrayOutputStream;
+import java.io.DataInputStream;
+import java.io.DataOutputStream;
 import java.io.IOException;
 import java.time.Duration;
 import kiv.media.ffmpeg.index.PacketIndex;
@@ -22,9 +24,10 @@ final class SoundDecoder implements AutoCloseable {
     private final MediaReader reader;
     private final MediaStream stream;
     private final SampleFormat samples;
-    private final PacketIndex index = new PacketIndex();
-    private final PacketFetcher fetcher;
-    private final SoundMap map;
+    private final PacketFetcher.Opening opening;
+    private PacketIndex index = new PacketIndex();
+    private PacketFetcher fetcher;
+    private SoundMap map;
     /** Decodes from the beginning, each packet once. */
     private final AudioDecoder whole;
     private boolean ended;
@@ -34,7 +37,7 @@ final class SoundDecoder implements AutoCloseable {
     private int partBegin;
     private int partNext = NOWHERE;
     private int preRoll = FIRST_PRE_ROLL;
-    private long decodedAgain;
+    private long decoded;
     /** The last packet whose sound was wanted, and the sound. */
     private int recent = -1;
     private byte[] recentPcm;
@@ -43,9 +46,48 @@ final class SoundDecoder implements AutoCloseable {
         this.reader = reader;
         this.stream = stream;
         this.samples = samples;
+        this.opening = opening;
         this.fetcher = new PacketFetcher(opening, index, stream);
         this.whole = AudioDecoder.open(stream, samples);
-        this.map = new SoundMap(stream.sampleRate(), stream.timeBase(), whole.pcmFormat().blockAlign());
+        this.map = newMap();
+    }
+
+    private SoundMap newMap() {
+        return new SoundMap(stream.sampleRate(), stream.timeBase(), whole.pcmFormat().blockAlign());
+    }
+
+    /** Writes what is known of the whole. */
+    void save(DataOutputStream out) throws IOException {
+        length();
+        index.save(out);
+        map.save(out);
+    }
+
+    /** Reads what is known of the whole, if it is about the same packets. */
+    void load(DataInputStream in) throws IOException {
+        PacketIndex newIndex = PacketIndex.load(in);
+        SoundMap newMap = newMap();
+        newMap.load(in, newIndex.size());
+        PacketFetcher newFetcher = new PacketFetcher(opening, newIndex, stream);
+        try {
+            int size = newIndex.size();
+            for (int packet : size == 0 ? new int[0] : new int[] {0, size / 2, size - 1}) {
+                newFetcher.fetch(packet);
+            }
+        } catch (MediaFormatException e) {
+            newFetcher.close();
+            throw new MediaFormatException("the index is that of another sound", e);
+        } catch (Throwable e) {
+            newFetcher.close();
+            throw e;
+        }
+        fetcher.close();
+        index = newIndex;
+        fetcher = newFetcher;
+        map = newMap;
+        ended = true;
+        recent = -1;
+        partNext = NOWHERE;
     }
 
     WaveFormat format() {
@@ -58,7 +100,7 @@ final class SoundDecoder implements AutoCloseable {
 
     /** {@return how many packets were decoded so far} */
     long decodedPackets() {
-        return map.size() + decodedAgain;
+        return decoded;
     }
 
     /** Decodes the next packet, or the end. @return false when there is nothing more */
@@ -82,6 +124,7 @@ final class SoundDecoder implements AutoCloseable {
         }
         AudioDecoder.Uncut sound = whole.uncut(packet);
         map.add(sound);
+        decoded++;
         recent = map.size() - 1;
         recentPcm = sound.pcm();
         return true;
@@ -165,7 +208,7 @@ final class SoundDecoder implements AutoCloseable {
             int next = partNext;
             partNext = NOWHERE; // in case of a failure
             pcm = part.uncut(next < index.size() ? fetcher.fetch(next) : null).pcm();
-            decodedAgain++;
+            decoded++;
             partNext = next < index.size() ? next + 1 : NOWHERE;
             if (next == packet) {
                 break;

@@ -1,5 +1,9 @@
 package kiv.media.ffmpeg;
 
+import java.io.DataInputStream;
+import java.io.DataOutputStream;
+import java.io.IOException;
+import java.io.StreamCorruptedException;
 import java.math.BigInteger;
 import java.time.Duration;
 import java.util.ArrayList;
@@ -74,6 +78,60 @@ final class SoundMap {
                 .multiply(BigInteger.valueOf(2L * rate)).add(divisor);
         return doubled.subtract(doubled.mod(divisor.shiftLeft(1).abs())).divide(divisor.shiftLeft(1)).min(LATEST)
                 .max(LATEST.negate()).longValue();
+    }
+
+    /** Writes what is known. */
+    void save(DataOutputStream out) throws IOException {
+        out.writeInt(size);
+        for (int i = 0; i < size; i++) {
+            out.writeInt(lengths[i]);
+            out.writeInt(checksums[i]);
+            out.writeInt(firsts[i]);
+            out.writeInt(heard(i));
+        }
+        out.writeInt(runs.size());
+        for (Run run : runs) {
+            out.writeLong(run.number);
+            out.writeLong(run.time);
+        }
+    }
+
+    /**
+     * Reads what is known, into an empty map.
+     *
+     * @param packets of so many, and of the end
+     * @throws StreamCorruptedException for what cannot be
+     */
+    void load(DataInputStream in, int packets) throws IOException {
+        int known = in.readInt();
+        check(known == packets + 1L);
+        lengths = new int[known];
+        checksums = new int[known];
+        firsts = new int[known];
+        numbers = new long[known + 1];
+        for (size = 0; size < known; size++) {
+            lengths[size] = in.readInt();
+            checksums[size] = in.readInt();
+            firsts[size] = in.readInt();
+            int heard = in.readInt();
+            check(lengths[size] >= 0 && lengths[size] % frameSize == 0 && firsts[size] >= 0 && heard >= 0
+                    && (long) firsts[size] + heard <= lengths[size] / frameSize);
+            numbers[size + 1] = numbers[size] + heard;
+        }
+        long last = -1;
+        for (int left = in.readInt(); left > 0; left--) {
+            Run run = new Run(in.readLong(), in.readLong());
+            check(run.number > last && run.number < known() && BigInteger.valueOf(run.time).abs().compareTo(LATEST) <= 0);
+            runs.add(run);
+            last = run.number;
+        }
+        check(runs.isEmpty() ? known() == 0 : runs.get(0).number == 0);
+    }
+
+    private static void check(boolean possible) throws StreamCorruptedException {
+        if (!possible) {
+            throw new StreamCorruptedException("values that cannot be");
+        }
     }
 
     /** How many packets, and at the end one more, are known. */

@@ -3,12 +3,18 @@ package kiv.media.ffmpeg;
 import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
 
+import java.io.ByteArrayInputStream;
+import java.io.ByteArrayOutputStream;
 import java.io.IOException;
+import java.nio.ByteBuffer;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.Arrays;
+import java.util.List;
 import java.util.Random;
+import java.util.zip.CRC32C;
+import javax.sound.sampled.AudioInputStream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
@@ -51,6 +57,71 @@ class SoundTest {
             sound.samples(length - 20_000, length - 19_999);
             assertThat(sound.decodedPackets() - before).isBetween(1L, 3L);
         }
+    }
+
+    @Test
+    void whatWasLearnedServesAgain() throws IOException {
+        Path file = TestMedia.stream("flac.flac");
+        ByteArrayOutputStream saved = new ByteArrayOutputStream();
+        AudioBlock part;
+        try (Sound sound = Sound.open(file)) {
+            sound.saveIndex(saved);
+            part = sound.samples(20_000, 20_500);
+        }
+        Path other = Files.createTempFile("sound", ".flac");
+        byte[] bytes = Files.readAllBytes(file);
+        bytes[bytes.length - 300] ^= 1;
+        Files.write(other, bytes);
+        try (Sound sound = Sound.open(file); Sound changed = Sound.open(other);
+                Sound wider = Sound.open(file, SampleFormat.FLOAT)) {
+            sound.loadIndex(new ByteArrayInputStream(saved.toByteArray()));
+            assertThat(sound.samples(20_000, 20_500).pcm()).isEqualTo(part.pcm());
+            assertThat(sound.decodedPackets()).isLessThan(5);
+            for (Sound wrong : List.of(changed, wider)) {
+                refused(MediaFormatException.class, "another sound",
+                        () -> wrong.loadIndex(new ByteArrayInputStream(saved.toByteArray())));
+                assertThat(wrong.samples(20_000, 20_500).frames()).isEqualTo(500);
+            }
+            // Whoever computes the checksum anew may write anything.
+            Random random = new Random(1);
+            for (int i = 0; i < 300; i++) {
+                byte[] damaged = saved.toByteArray();
+                ByteBuffer all = ByteBuffer.wrap(damaged);
+                all.putInt(64 + random.nextInt(damaged.length - 76), random.nextInt() >> random.nextInt(32));
+                CRC32C crc = new CRC32C();
+                crc.update(damaged, 0, damaged.length - Long.BYTES);
+                all.putLong(damaged.length - Long.BYTES, i % 2 == 0 ? crc.getValue() : 0);
+                try {
+                    sound.loadIndex(new ByteArrayInputStream(damaged));
+                    sound.samples(random.nextInt(30_000), 30_000);
+                    sound.numberAt(Duration.ofSeconds(1));
+                } catch (MediaFormatException e) {
+                    assertThat(e.getMessage()).containsAnyOf("index", "changed", "another");
+                }
+            }
+        }
+        Files.delete(other);
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"mp3.mp3", "mp3_vbr.mp3", "mp3_mono.mp3", "opus.opus", "vorbis.ogg", "flac.flac"})
+    void readForwardOnlyItIsAsLong(String name) throws IOException {
+        Path file = TestMedia.stream(name);
+        try (MediaReader reader = MediaReader.open(Files.newInputStream(file));
+                AudioInputStream sound = MediaAudio.open(reader, reader.firstAudio().orElseThrow())) {
+            assertThat(sound.readAllBytes()).isEqualTo(MediaAudioTest.decoded(file));
+        }
+    }
+
+    @Test
+    void anyStreamCanBeChosen() throws IOException {
+        Path file = TestMedia.stream("mpeg2_ac3.ts");
+        try (Sound first = Sound.open(file); Sound same = Sound.open(file, first.stream().index(), SampleFormat.PCM_16)) {
+            assertThat(same.samples(0, 5000).pcm()).isEqualTo(first.samples(0, 5000).pcm());
+        }
+        refused(IllegalArgumentException.class, "not an audio stream", () -> Sound.open(file, 0, SampleFormat.PCM_16));
+        refused(IndexOutOfBoundsException.class, "", () -> Sound.open(file, 9, SampleFormat.PCM_16),
+                () -> Sound.open(file, -1, SampleFormat.PCM_16));
     }
 
     @Test

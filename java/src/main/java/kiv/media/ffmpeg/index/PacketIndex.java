@@ -3,6 +3,7 @@ package kiv.media.ffmpeg.index;
 import java.io.DataInputStream;
 import java.io.DataOutputStream;
 import java.io.IOException;
+import java.io.StreamCorruptedException;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
@@ -211,6 +212,9 @@ public final class PacketIndex {
             int checksum = in.readInt();
             int bytes = in.readInt();
             int flags = in.readByte();
+            if (bytes < 0) {
+                throw new StreamCorruptedException("a packet of " + bytes + " bytes");
+            }
             int rank = in.readShort();
             index.append(position, presentation, decoding, checksum, bytes, flags, in.readLong());
             index.rank(index.size() - 1, rank);
