@@ -17,9 +17,9 @@ public final class FilmToPictures {
     public static void main(String[] args) throws IOException {
         Path directory = Files.createDirectories(Path.of(args[1]));
         try (MediaReader reader = MediaReader.open(Path.of(args[0]));
-                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
+                VideoDecoder decoder = VideoDecoder.open(reader)) {
             int number = 0;
-            for (Picture picture : (Iterable<Picture>) decoder.pictures(reader)::iterator) {
+            for (Picture picture : decoder.each(reader)) {
                 try (picture) {
                     Path file = directory.resolve("%04d.png".formatted(++number));
                     ImageIO.write(picture.toBufferedImage(), "png", file.toFile());

@@ -32,7 +32,7 @@ public final class FilmToY4m {
             out.write(ascii(String.format(Locale.ROOT, "YUV4MPEG2 W%d H%d F%d:%d Ip A0:0 C420\n", width, height,
                     video.frameRate().numerator(), video.frameRate().denominator())));
             try (VideoDecoder decoder = VideoDecoder.open(video)) {
-                for (Picture picture : (Iterable<Picture>) decoder.pictures(reader)::iterator) {
+                for (Picture picture : decoder.each(reader)) {
                     try (picture; Picture scaled = picture.convert(planar, width, height)) {
                         out.write(ascii("FRAME\n"));
                         out.write(scaled.toBytes());

@@ -2,7 +2,6 @@ package kiv.media.examples;
 
 import java.io.IOException;
 import java.nio.file.Path;
-import java.util.List;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioCodec;
 import kiv.media.ffmpeg.AudioContainer;
@@ -10,7 +9,6 @@ import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.AudioEncoder;
 import kiv.media.ffmpeg.AudioFileWriter;
 import kiv.media.ffmpeg.MediaReader;
-import kiv.media.ffmpeg.Packet;
 
 /** Encodes the sound of a film or of a sound file: {@code SoundToMp3 FILE FILE.mp3}. */
 public final class SoundToMp3 {
@@ -22,26 +20,17 @@ public final class SoundToMp3 {
 
     public static void main(String[] args) throws IOException {
         try (MediaReader reader = MediaReader.open(Path.of(args[0]));
-                AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow());
+                AudioDecoder decoder = AudioDecoder.open(reader);
                 AudioEncoder encoder = AudioEncoder.open(AudioCodec.MP3, decoder.format().sampleRate(),
                         decoder.format().channels(), BIT_RATE);
                 AudioFileWriter file = AudioFileWriter.create(Path.of(args[1]), encoder.format(),
                         AudioContainer.RAW)) {
-            for (Packet packet = reader.read(); packet != null; packet = reader.read()) {
-                if (decoder.accepts(packet)) {
-                    encode(decoder.decode(packet), encoder, file);
-                }
+            for (AudioBlock block : decoder.each(reader)) {
+                file.write(encoder.encode(block));
             }
-            // What the decoder keeps back, then what the encoder does: nothing is lost at the end.
-            encode(decoder.finish(), encoder, file);
+            // What the encoder keeps back: nothing is lost at the end.
             file.write(encoder.finish());
             file.finish(encoder.frames());
-        }
-    }
-
-    private static void encode(List<AudioBlock> sound, AudioEncoder encoder, AudioFileWriter file) throws IOException {
-        for (AudioBlock block : sound) {
-            file.write(encoder.encode(block));
         }
     }
 }

@@ -68,6 +68,11 @@ public final class AudioBlock {
         return ByteBuffer.wrap(pcm).asReadOnlyBuffer().order(ByteOrder.LITTLE_ENDIAN);
     }
 
+    /** {@return a copy of the PCM in bytes, little-endian, as JavaSound's lines and streams take it} */
+    public byte[] toBytes() {
+        return pcm.clone();
+    }
+
     /**
      * {@return a read-only view of the samples, interleaved}
      *

@@ -20,8 +20,10 @@ import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
  *
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("song.mp3"));
- *         AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
- *     decoder.blocks(reader).forEach(block -> play(block.samples()));
+ *         AudioDecoder decoder = AudioDecoder.open(reader)) {
+ *     for (AudioBlock block : decoder.each(reader)) {
+ *         play(block.samples());
+ *     }
  * }
  * }</pre>
  *
@@ -66,6 +68,19 @@ public final class AudioDecoder implements AutoCloseable {
         this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack);
         this.filter = new PacketFilter(stream);
         this.cutter = new SampleCutter(stream != null);
+    }
+
+    /**
+     * Opens a decoder for the sound of a medium: its {@linkplain MediaReader#firstAudio() first audio stream}. Otherwise as
+     * {@link #open(MediaStream)}.
+     *
+     * @param reader the reader of the medium, which stays with the caller
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the stream
+     * @throws MediaFormatException when there is no sound in the medium, or its channels or sample rate are unknown
+     */
+    public static AudioDecoder open(MediaReader reader) {
+        return open(reader.firstAudioOrThrow());
     }
 
     /**
@@ -253,6 +268,24 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public Stream<AudioBlock> blocks(MediaReader reader) {
         return source(reader).stream();
+    }
+
+    /**
+     * Decodes the rest of this decoder's stream in a loop, whose body may throw any exception:
+     *
+     * <pre>{@code
+     * for (AudioBlock block : decoder.each(reader)) {
+     *     file.write(block);
+     * }
+     * }</pre>
+     *
+     * @param reader the reader of the decoder's stream
+     * @return the blocks as {@link #blocks(MediaReader)} delivers them, for one loop
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream belongs to another
+     *     reader
+     */
+    public Iterable<AudioBlock> each(MediaReader reader) {
+        return blocks(reader)::iterator;
     }
 
     PullSpliterator<AudioBlock> source(MediaReader reader) {

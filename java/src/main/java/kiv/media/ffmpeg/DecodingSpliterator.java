@@ -8,7 +8,14 @@ import java.util.function.Supplier;
 /** Reads and decodes the packets of one stream as its pictures or blocks are asked for. It skips damaged packets. */
 final class DecodingSpliterator<T> extends PullSpliterator<T> {
 
-    private final MediaReader reader;
+    /** Where packets come from. */
+    @FunctionalInterface
+    interface Source {
+        /** @return the next packet of any stream, or null at the end */
+        Packet next() throws IOException;
+    }
+
+    private final Source source;
     private final PacketFilter filter;
     private final Consumer<Packet> decoder;
     private final Supplier<T> output;
@@ -21,11 +28,20 @@ final class DecodingSpliterator<T> extends PullSpliterator<T> {
      * @throws IllegalArgumentException when the stream is unknown or belongs to another reader
      */
     DecodingSpliterator(MediaReader reader, PacketFilter filter, Consumer<Packet> decoder, Supplier<T> output) {
-        filter.check(reader);
-        this.reader = reader;
+        this(checked(reader, filter), filter, decoder, output);
+    }
+
+    /** Otherwise as the other constructor. */
+    DecodingSpliterator(Source source, PacketFilter filter, Consumer<Packet> decoder, Supplier<T> output) {
+        this.source = source;
         this.filter = filter;
         this.decoder = decoder;
         this.output = output;
+    }
+
+    private static Source checked(MediaReader reader, PacketFilter filter) {
+        filter.check(reader);
+        return reader::read;
     }
 
     @Override
@@ -42,7 +58,7 @@ final class DecodingSpliterator<T> extends PullSpliterator<T> {
     private boolean decodeNext() {
         Packet packet;
         try {
-            packet = reader.read();
+            packet = source.next();
         } catch (IOException e) {
             throw new UncheckedIOException(e);
         }

@@ -73,7 +73,7 @@ public final class Film implements Closeable {
         this.channel = channel;
         reader = MediaReader.open(new SharedChannel(channel), limits);
         try {
-            stream = reader.firstVideo().orElseThrow(() -> new MediaFormatException("there are no pictures in it"));
+            stream = reader.firstVideoOrThrow();
             VideoFormat.of(stream);
             exact = exactly
                     ? new FilmDecoder(reader, stream, () -> MediaReader.open(new SharedChannel(channel), limits)) : null;

@@ -315,6 +315,14 @@ public final class MediaReader implements AutoCloseable {
         return streams.stream().filter(s -> s.kind() == MediaKind.AUDIO).findFirst();
     }
 
+    MediaStream firstVideoOrThrow() {
+        return firstVideo().orElseThrow(() -> new MediaFormatException("there are no pictures in it"));
+    }
+
+    MediaStream firstAudioOrThrow() {
+        return firstAudio().orElseThrow(() -> new MediaFormatException("there is no sound in it"));
+    }
+
     /**
      * Reads the next packet of any stream.
      *

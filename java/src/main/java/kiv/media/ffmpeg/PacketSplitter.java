@@ -1,37 +1,35 @@
 package kiv.media.ffmpeg;
 
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
+import java.util.ArrayDeque;
 import java.util.ArrayList;
+import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
+import java.util.stream.Stream;
 import kiv.media.ffmpeg.natives.SplitterFields;
 import kiv.media.ffmpeg.natives.StreamFields;
 import kiv.media.ffmpeg.natives.c_splitter_ffmpeg;
 
 /**
  * Cuts a stream of bytes of one codec, such as raw H.264 (Annex B) or AAC with ADTS headers, into whole packets. The bytes
- * come in pieces of any size, as a socket delivers them.
+ * come in pieces of any size, as a socket delivers them: out of an {@link InputStream} by {@link #packets}, or from anywhere
+ * by {@link #push(byte[])} and {@link #finish}.
  *
  * <pre>{@code
  * try (PacketSplitter splitter = PacketSplitter.open("h264");
- *         VideoDecoder decoder = VideoDecoder.open(splitter.stream())) {
- *     byte[] piece = new byte[65536];
- *     for (int count; (count = socket.read(piece)) >= 0;) {
- *         for (Packet packet : splitter.push(piece, 0, count)) {
- *             decoder.decode(packet).forEach(this::show);
- *         }
- *     }
- *     for (Packet packet : splitter.finish()) {
- *         decoder.decode(packet).forEach(this::show);
- *     }
- *     decoder.finish().forEach(this::show);
+ *         VideoDecoder decoder = VideoDecoder.open(splitter.stream(), 1)) { // further threads hold pictures back
+ *     decoder.pictures(splitter.packets(socket.getInputStream())).forEach(this::show);
  * }
  * }</pre>
  *
  * <p>The codecs, by FFmpeg's names: {@code h264}, {@code hevc}, {@code vvc}, {@code mpeg1video}, {@code mpeg2video},
  * {@code mpeg4}, {@code h261}, {@code h263}, {@code vc1}, {@code mjpeg}, {@code aac}, {@code mp1}, {@code mp2}, {@code mp3},
  * {@code ac3}, {@code eac3}, {@code dts}, {@code flac}, {@code truehd} and {@code mlp}, of which an older FFmpeg lacks some.
- * When the codec is not known, {@link MediaReader#open(java.io.InputStream)} finds it out.
+ * When the codec is not known, {@link MediaReader#open(InputStream)} finds it out.
  *
  * <p>A packet ends where the next one begins, so a splitter delivers it when it has seen the beginning of the next one.
  * Bytes that belong to no packet are left out, or come with the next packet.
@@ -46,6 +44,8 @@ public final class PacketSplitter implements AutoCloseable {
 
     /** FFmpeg's parsers copy what they keep of a piece, and its times hold for the first packet that begins in it. */
     private static final int PIECE = 4096;
+    /** Read at once. */
+    private static final int READ = 1 << 16;
     private static final int MOST_KEPT = 100_000;
 
     private final NativeHandle handle;
@@ -206,6 +206,41 @@ public final class PacketSplitter implements AutoCloseable {
             sincePacket = 0;
             return packets;
         });
+    }
+
+    /**
+     * Cuts what comes out of a stream of bytes, as soon as it comes, up to its end. When the stream of packets is left early,
+     * what was read and not delivered is lost.
+     *
+     * @param bytes the bytes, which this method's caller closes
+     * @return the packets, with those that {@link #finish} returns; a sequential stream, which need not be closed. It throws
+     *     {@link UncheckedIOException} when the bytes cannot be read, and otherwise as {@link #push(byte[])}
+     */
+    public Stream<Packet> packets(InputStream bytes) {
+        Objects.requireNonNull(bytes, "bytes");
+        byte[] piece = new byte[READ];
+        Deque<Packet> ready = new ArrayDeque<>();
+        return new PullSpliterator<Packet>() {
+            private boolean ended;
+
+            @Override
+            Packet next() {
+                while (ready.isEmpty() && !ended) {
+                    int count = read(bytes, piece);
+                    ended = count < 0;
+                    ready.addAll(ended ? finish() : push(piece, 0, count));
+                }
+                return ready.poll();
+            }
+        }.stream();
+    }
+
+    private static int read(InputStream bytes, byte[] piece) {
+        try {
+            return bytes.read(piece);
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
     }
 
     private byte[] split(long address, byte[] bytes, int offset, int length) {

@@ -382,7 +382,22 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Converts the picture into a turned image of another size.
+     * Converts the picture into an image of a width as players show it: turned, and as high as its shape demands. It is what a
+     * thumbnail needs.
+     *
+     * @param wantedWidth 1 to 32768 pixels, after turning
+     * @return a new image of the same type as {@link #toBufferedImage()}
+     * @throws IllegalArgumentException when a picture cannot have that size
+     * @throws MediaStateException when the picture is closed
+     */
+    public BufferedImage toShownImage(int wantedWidth) {
+        long wantedHeight = Math.round((double) wantedWidth * shownHeight() / shownWidth());
+        return toShownImage(wantedWidth, (int) Math.max(1, Math.min(wantedHeight, Integer.MAX_VALUE)));
+    }
+
+    /**
+     * Converts the picture into a turned image of another size, which stretches it unless both sides have the shape of
+     * {@link #shownWidth()} and {@link #shownHeight()}.
      *
      * @param wantedWidth 1 to 32768 pixels, after turning
      * @param wantedHeight 1 to 32768 pixels, after turning
@@ -483,6 +498,9 @@ public final class Picture implements AutoCloseable {
     /**
      * Converts the picture into another pixel format and scales it with bicubic interpolation. A known shape of its
      * pixels changes with the size, so that players show the new picture as they show this one.
+     *
+     * <p>Values of RGB and {@code gray} use their full range: 0 is black, and 255 white with 8 bits. Those of YUV use the
+     * limited range of television, except in the formats called {@code yuvj}.
      *
      * @param wanted the pixel format
      * @param wantedWidth 1 to 32768 pixels

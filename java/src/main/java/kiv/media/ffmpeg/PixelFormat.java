@@ -68,7 +68,8 @@ public final class PixelFormat {
     /**
      * Finds a format.
      *
-     * @param name FFmpeg's name
+     * @param name FFmpeg's name; where that ends in the order of bytes, as {@code gray10le} does, little-endian is meant without
+     *     it
      * @return the format
      * @throws IllegalArgumentException when the loaded library has no format of this name
      * @throws LibraryException when the library cannot be loaded
@@ -81,7 +82,7 @@ public final class PixelFormat {
                     (first, other) -> first));
             byName = names;
         }
-        PixelFormat format = names.get(name);
+        PixelFormat format = names.getOrDefault(name, names.get(name + "le"));
         if (format == null) {
             throw new IllegalArgumentException("no pixel format is called \"" + name + "\"");
         }

@@ -53,9 +53,7 @@ public final class Sound implements Closeable {
         this.samples = samples;
         MediaReader reader = MediaReader.open(new SharedChannel(channel), limits);
         try {
-            stream = index == FIRST
-                    ? reader.firstAudio().orElseThrow(() -> new MediaFormatException("there is no sound in it"))
-                    : choose(reader, index);
+            stream = index == FIRST ? reader.firstAudioOrThrow() : choose(reader, index);
             formatName = reader.formatName();
             decoder = new SoundDecoder(reader, stream, samples,
                     () -> MediaReader.open(new SharedChannel(channel), limits));

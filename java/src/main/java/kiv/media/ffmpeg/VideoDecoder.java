@@ -4,6 +4,7 @@ import java.io.UncheckedIOException;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.Deque;
+import java.util.Iterator;
 import java.util.List;
 import java.util.Objects;
 import java.util.stream.Stream;
@@ -18,8 +19,12 @@ import kiv.media.ffmpeg.natives.c_pictures_ffmpeg;
  *
  * <pre>{@code
  * try (MediaReader reader = MediaReader.open(Path.of("film.mp4"));
- *         VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow())) {
- *     decoder.pictures(reader).forEach(picture -> show(picture.toBufferedImage()));
+ *         VideoDecoder decoder = VideoDecoder.open(reader)) {
+ *     for (Picture picture : decoder.each(reader)) {
+ *         try (picture) {
+ *             show(picture.toShownImage());
+ *         }
+ *     }
  * }
  * }</pre>
  *
@@ -70,6 +75,19 @@ public final class VideoDecoder implements AutoCloseable {
         this.filter = new PacketFilter(stream);
         this.wholePackets = new WholePacketCheck(format.codecName(), format.extradata());
         this.clock = new PictureClock(stream == null ? new Rational(0, 0) : stream.frameRate(), format.timeBase());
+    }
+
+    /**
+     * Opens a decoder for the pictures of a medium: its {@linkplain MediaReader#firstVideo() first video stream}. Otherwise as
+     * {@link #open(MediaStream)}.
+     *
+     * @param reader the reader of the medium, which stays with the caller
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the stream
+     * @throws MediaFormatException when there are no pictures in the medium, or their size is unknown
+     */
+    public static VideoDecoder open(MediaReader reader) {
+        return open(reader.firstVideoOrThrow());
     }
 
     /**
@@ -251,12 +269,49 @@ public final class VideoDecoder implements AutoCloseable {
                 .stream();
     }
 
+    /**
+     * Decodes the rest of this decoder's stream in a loop, whose body may throw any exception:
+     *
+     * <pre>{@code
+     * for (Picture picture : decoder.each(reader)) {
+     *     try (picture) {
+     *         ImageIO.write(picture.toShownImage(), "png", file);
+     *     }
+     * }
+     * }</pre>
+     *
+     * @param reader the reader of the decoder's stream
+     * @return the pictures as {@link #pictures(MediaReader)} delivers them, for one loop
+     * @throws IllegalArgumentException when the decoder was opened without a stream, or its stream belongs to another
+     *     reader
+     */
+    public Iterable<Picture> each(MediaReader reader) {
+        return pictures(reader)::iterator;
+    }
+
+    /**
+     * Decodes packets that come from elsewhere, such as those that {@link PacketSplitter#packets} cuts. Otherwise as
+     * {@link #pictures(MediaReader)}: each packet is taken only when a picture is asked for, damaged packets and those of other
+     * streams are skipped, and the pictures that {@link #finish} returns come last.
+     *
+     * @param packets the packets, in the order in which they are decoded
+     * @return the pictures. The stream throws what the stream of packets throws, {@link IllegalArgumentException} as
+     *     {@link #decode} does, {@link MediaStateException} when the decoder is closed or in use, and {@link MediaException} when
+     *     there is no memory left for a picture
+     */
+    public Stream<Picture> pictures(Stream<Packet> packets) {
+        Iterator<Packet> rest = packets.iterator();
+        return new DecodingSpliterator<>(() -> rest.hasNext() ? rest.next() : null, filter, this::decodeOrEnd,
+                () -> call(address -> finished.poll())).stream();
+    }
+
     /** Null ends the stream. */
     private void decodeOrEnd(Packet packet) {
         call(address -> {
             if (packet == null) {
                 end(address);
             } else {
+                wholePackets.check(packet);
                 decode(address, packet);
             }
             return null;

@@ -27,7 +27,7 @@
  *         int number = 0;
  *         for (Picture picture : pictures.spread(count)) {
  *             try (picture) {
- *                 ImageIO.write(picture.toBufferedImage(160, 120), "png", directory.resolve(number++ + ".png").toFile());
+ *                 ImageIO.write(picture.toShownImage(160), "png", directory.resolve(number++ + ".png").toFile());
  *             }
  *         }
  *     }
@@ -60,9 +60,9 @@
  * <pre>{@code
  * static void soundToWav(Path medium, Path wav) throws IOException {
  *     try (MediaReader reader = MediaReader.open(medium);
- *             AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow());
+ *             AudioDecoder decoder = AudioDecoder.open(reader);
  *             AudioFileWriter file = AudioFileWriter.create(wav, decoder.pcmFormat(), AudioContainer.WAV)) {
- *         for (AudioBlock block : (Iterable<AudioBlock>) decoder.blocks(reader)::iterator) {
+ *         for (AudioBlock block : decoder.each(reader)) {
  *             file.write(block);
  *         }
  *         file.finish();
@@ -71,22 +71,13 @@
  * }</pre>
  *
  * <p>Raw H.264 with start codes, such as that of a camera, out of a socket. Without a container, the program names the codec.
- * Closing a picture releases its memory for the next one:
+ * A decoder with one thread delivers pictures at once. Closing a picture releases its memory for the next one:
  *
  * <pre>{@code
  * static void rawH264(InputStream camera, Consumer<BufferedImage> screen) throws IOException {
  *     try (PacketSplitter splitter = PacketSplitter.open("h264");
- *             VideoDecoder decoder = VideoDecoder.open(splitter.stream())) {
- *         byte[] piece = new byte[65536];
- *         for (int count; (count = camera.read(piece)) >= 0;) {
- *             for (Packet packet : splitter.push(piece, 0, count)) {
- *                 decoder.decode(packet).forEach(picture -> show(picture, screen));
- *             }
- *         }
- *         for (Packet packet : splitter.finish()) {
- *             decoder.decode(packet).forEach(picture -> show(picture, screen));
- *         }
- *         decoder.finish().forEach(picture -> show(picture, screen));
+ *             VideoDecoder decoder = VideoDecoder.open(splitter.stream(), 1)) {
+ *         decoder.pictures(splitter.packets(camera)).forEach(picture -> show(picture, screen));
  *     }
  * }
  *
@@ -120,7 +111,7 @@
  * static Map<Path, Duration> lengths(List<Path> files) {
  *     return files.parallelStream().collect(Collectors.toConcurrentMap(file -> file, file -> {
  *         try (MediaReader reader = MediaReader.open(file);
- *                 AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+ *                 AudioDecoder decoder = AudioDecoder.open(reader)) {
  *             return decoder.blocks(reader).map(AudioBlock::duration).reduce(Duration.ZERO, Duration::plus);
  *         } catch (IOException e) {
  *             throw new UncheckedIOException(e);

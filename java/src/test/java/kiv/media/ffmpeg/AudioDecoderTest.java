@@ -163,9 +163,10 @@ class AudioDecoderTest {
         byte[] bytes = Files.readAllBytes(TestMedia.stream("aac.m4a"));
         for (boolean damaged : new boolean[] {false, true}) {
             try (MediaReader reader = MediaReader.open(new HostileChannel(bytes));
-                    AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+                    AudioDecoder decoder = AudioDecoder.open(reader)) {
                 List<AudioBlock> blocks = new ArrayList<>(decoder.blocks(reader).parallel().limit(3).toList());
-                decoder.blocks(reader).forEach(blocks::add);
+                decoder.each(reader).forEach(blocks::add);
+                assertThat(blocks.get(1).toBytes()).isEqualTo(Arrays.copyOfRange(expected, 4096, 8192));
                 assertThat(Sounds.join(blocks)).hasSize(expected.length - (damaged ? 4096 : 0))
                         .startsWith(Arrays.copyOf(expected, 19 * 4096));
                 reader.seek(Duration.ZERO);

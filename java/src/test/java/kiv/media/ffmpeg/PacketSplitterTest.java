@@ -2,9 +2,13 @@ package kiv.media.ffmpeg;
 
 import static kiv.media.ffmpeg.Refusals.refused;
 import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
+import java.io.ByteArrayInputStream;
 import java.io.IOException;
+import java.io.InputStream;
+import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
 import java.nio.file.Files;
 import java.util.ArrayList;
@@ -38,6 +42,26 @@ class PacketSplitterTest {
                 assertThat(List.of(stream.codecName(), stream.sampleRate(), stream.channels()))
                         .containsExactly(expected.codecName(), expected.sampleRate(), expected.channels());
             }
+        }
+    }
+
+    @Test
+    void aPictureComesBeforeTheCamerasBytesEnd() throws IOException {
+        byte[] bytes = Files.readAllBytes(TestMedia.stream("h264_320x240.h264"));
+        InputStream camera = new ByteArrayInputStream(bytes) {
+            @Override
+            public int read(byte[] to, int offset, int length) {
+                return super.read(to, offset, 1000);
+            }
+        };
+        try (PacketSplitter splitter = PacketSplitter.open("h264");
+                VideoDecoder decoder = VideoDecoder.open(splitter.stream(), 1)) {
+            assertThat(decoder.pictures(splitter.packets(camera)).limit(3)).hasSize(3);
+            assertThat(camera.available()).isGreaterThan(bytes.length / 2);
+            assertThat(decoder.pictures(splitter.packets(camera))).as("the rest").hasSize(27);
+            InputStream torn = InputStream.nullInputStream();
+            torn.close();
+            assertThatThrownBy(() -> splitter.packets(torn).count()).isInstanceOf(UncheckedIOException.class);
         }
     }
 

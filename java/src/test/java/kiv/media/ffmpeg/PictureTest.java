@@ -120,6 +120,8 @@ class PictureTest {
                 Picture upright = picture.toUpright(); Picture scaled = picture.convert(picture.format(), 60, 10)) {
             assertThat(List.of(picture.shownWidth(), picture.shownHeight())).containsExactly(width, height);
             assertThat(picture.toShownImage().getWidth()).isEqualTo(width);
+            assertThat(picture.toShownImage(2 * width).getHeight()).isEqualTo(2 * height);
+            refused(IllegalArgumentException.class, "no picture has 0x1", () -> picture.toShownImage(0));
             assertThat(List.of(upright.shownWidth(), upright.shownHeight())).as("turned").containsExactly(width, height);
             assertThat(scaled.pixelShape().toDouble() * 4).as("scaled")
                     .isCloseTo(picture.pixelShape().toDouble(), withinPercentage(1));
@@ -183,7 +185,7 @@ class PictureTest {
     @Test
     void valuesOfTwoBytesAndLastColumnsAreReadAsTheyAre() {
         try (Picture red = picture(65, 2, 0xFFFF0000)) {
-            assertThat(red.convert(PixelFormat.named("yuv420p10le")).plane(0).bytes().getShort(6))
+            assertThat(red.convert(PixelFormat.named("yuv420p10")).plane(0).bytes().getShort(6))
                     .isEqualTo(red.convert(PixelFormat.named("yuv420p10be")).plane(0).bytes().getShort(6))
                     .isBetween((short) 300, (short) 400);
             assertThat(red.convert(PixelFormat.named("monow")).plane(0).rowBytes()).isEqualTo(9);

@@ -224,15 +224,17 @@ class VideoDecoderTest {
     @Test
     void aStreamOfPicturesTakesNoMoreThanItGivesAndNothingForAStrangersDecoder() throws IOException {
         try (MediaReader reader = MediaReader.open(TestMedia.film()); MediaReader other = MediaReader.open(TestMedia.film());
-                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow());
-                VideoDecoder stranger = VideoDecoder.open(other.firstVideo().orElseThrow());
+                VideoDecoder decoder = VideoDecoder.open(reader); VideoDecoder stranger = VideoDecoder.open(other);
                 VideoDecoder homeless = VideoDecoder.open(decoder.format())) {
             refused(IllegalArgumentException.class, "not a stream of this reader", () -> stranger.pictures(reader));
             refused(IllegalArgumentException.class, "without a stream", () -> homeless.pictures(reader));
             List<Long> times = stranger.pictures(other).limit(4).map(Picture::timestamp).toList();
             assertThat(decoder.pictures(reader).parallel().limit(3).map(Picture::timestamp))
                     .containsExactlyElementsOf(times.subList(0, 3));
-            assertThat(decoder.pictures(reader).findFirst().orElseThrow().timestamp()).isEqualTo(times.get(3));
+            assertThat(decoder.each(reader).iterator().next().timestamp()).isEqualTo(times.get(3));
+        }
+        try (MediaReader reader = MediaReader.open(TestMedia.stream("mp3.mp3"))) {
+            refused(MediaFormatException.class, "no pictures", () -> VideoDecoder.open(reader));
         }
     }
 }
