@@ -460,9 +460,11 @@ public final class MediaReader implements AutoCloseable {
      * beginning, where it also ends when no place is early enough or the packets have no times.
      *
      * <p>Decoders are {@linkplain VideoDecoder#reset() reset} before they get the packets from there. Pictures of video that
-     * are shown before the first packet's may be incomplete or missing. Sound of codecs that overlap their blocks is
-     * nearly exact some blocks later: begin a quarter of a second before the sound that is wanted. Decoders with noise or
-     * dither of their own never come back to the very same samples, so {@link Sound} is for those who need them.
+     * are shown before the first packet's may be incomplete or missing. PCM, FLAC, ALAC, Vorbis and ADPCM with heads of
+     * blocks give the samples of the whole at once, and WMA from its second packet on. Codecs that overlap their blocks need
+     * up to a quarter of a second: begin so much before the sound that is wanted. Then MP3, MP2 and Opus differ from the whole
+     * in the last bits only. The noise with which AAC and AC-3 fill gaps is another one, so {@link Sound} is for those who
+     * need the very same samples. G.722, G.726 and the ADPCM of Yamaha remember everything.
      *
      * @param stream a stream of this reader
      * @param time in units of the stream's time base
@@ -492,7 +494,7 @@ public final class MediaReader implements AutoCloseable {
 
     /** Verifies where a seek has ended, and looks further back when that is too late. */
     private void settle(long address, MediaStream stream, long time) throws IOException {
-        ahead.addAll(new SeekVerifier(stream, time, () -> read(address),
+        ahead.addAll(new SeekVerifier(stream, time, formatName.equals("ogg"), () -> read(address),
                 (place, inBytes) -> trySeek(address, stream.index(), place, inBytes)).settle());
     }
 

@@ -179,6 +179,11 @@ public final class Packet {
         return new Packet(EMPTY, streamIndex, presentationTime, decodingTime, duration, key, position, damaged, trim);
     }
 
+    /** The same packet at another time. */
+    Packet at(long time) {
+        return new Packet(bytes, streamIndex, time, time, duration, key, position, damaged, trim);
+    }
+
     /** The same packet, of whose sound something else is not to be heard. */
     Packet trimmed(SampleTrim other) {
         return new Packet(bytes, streamIndex, presentationTime, decodingTime, duration, key, position, damaged, other);

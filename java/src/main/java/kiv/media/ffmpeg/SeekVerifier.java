@@ -27,17 +27,23 @@ final class SeekVerifier {
     }
 
     private final MediaStream stream;
+    private final long start;
     private final long time;
+    private final boolean pages;
     private final Packets packets;
     private final Seek seek;
 
     /**
      * @param time in units of the stream's time base
+     * @param pages whether packets have the positions of their pages, and FFmpeg guesses the times of the first page behind a
+     *     seek
      * @param packets reads from where the last seek led
      */
-    SeekVerifier(MediaStream stream, long time, Packets packets, Seek seek) {
+    SeekVerifier(MediaStream stream, long time, boolean pages, Packets packets, Seek seek) {
         this.stream = stream;
+        this.start = stream.startTicks() == Packet.NO_TIME ? 0 : stream.startTicks();
         this.time = time;
+        this.pages = pages;
         this.packets = packets;
         this.seek = seek;
     }
@@ -45,27 +51,45 @@ final class SeekVerifier {
     /**
      * Verifies where the last seek has ended, and looks further back when that is too late, at the worst at the beginning.
      *
-     * @return the packets from the place found on that were read to verify it; none at the beginning
+     * @return the packets from the place found on that were read to verify it
      */
     List<Packet> settle() throws IOException {
         double second = stream.timeBase().toDouble() > 0 ? 1 / stream.timeBase().toDouble() : 1;
-        long start = stream.startTicks() == Packet.NO_TIME ? 0 : stream.startTicks();
         double back = second;
         List<Packet> found = findStart();
         while (found.isEmpty()) {
             long earlier = (long) (time - back);
             back *= 2;
             if (earlier <= start || back > second * FURTHEST_BACK) {
-                // Whatever is there is the beginning.
-                if (!seek.to(0, true)) {
-                    seek.to(Math.min(start, time), false);
-                }
-                break;
+                return findBeginning((long) second);
             }
             seek.to(earlier, false);
             found = findStart();
         }
         return found;
+    }
+
+    /** Whatever is at the first byte is the beginning, but the reader of Matroska then begins at a later cluster. */
+    private List<Packet> findBeginning(long second) throws IOException {
+        List<Packet> ahead = new ArrayList<>();
+        if (seek.to(0, true)) {
+            try {
+                for (Packet packet; ahead.size() < MOST_AHEAD && (packet = packets.read()) != null;) {
+                    ahead.add(packet);
+                    if (packet.streamIndex() == stream.index()) {
+                        long shown = packet.presentationTime();
+                        if (shown == Packet.NO_TIME || shown - second <= start) {
+                            return ahead;
+                        }
+                        break;
+                    }
+                }
+            } catch (MediaFormatException e) {
+                return ahead; // the next read reports it again, or passes over it
+            }
+        }
+        seek.to(start, false);
+        return List.of();
     }
 
     /** Reads up to the time. @return the packets from the last place on where decoding can start; none without one */
@@ -74,6 +98,7 @@ final class SeekVerifier {
         CodedPicture picture = new CodedPicture();
         List<Packet> ahead = new ArrayList<>();
         boolean found = false;
+        Packet first = null;
         try {
             for (int count = 0; count < MOST_AHEAD; count++) {
                 Packet packet = packets.read();
@@ -81,6 +106,8 @@ final class SeekVerifier {
                     break;
                 }
                 if (packet.streamIndex() == stream.index()) {
+                    first = first == null ? packet : first;
+                    boolean guessed = pages && packet.position() == first.position();
                     long shown = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime()
                             : packet.decodingTime();
                     long decoded = packet.decodingTime() != Packet.NO_TIME ? packet.decodingTime() : shown;
@@ -88,11 +115,11 @@ final class SeekVerifier {
                     if (examiner != null) {
                         examiner.examine(packet.bytes(), packet.size(), picture);
                     }
-                    if (shown != Packet.NO_TIME && shown <= time && picture.restart) {
+                    if (shown != Packet.NO_TIME && shown <= time && picture.restart && !guessed) {
                         ahead.clear();
                         found = true;
                     }
-                    if (!found && shown == Packet.NO_TIME || decoded > time) {
+                    if (!guessed && (!found && shown == Packet.NO_TIME || decoded > time)) {
                         ahead.add(packet);
                         break;
                     }

@@ -7,20 +7,26 @@ import java.util.HashMap;
 import java.util.Map;
 
 /**
- * Knows what is not to be heard at the beginning of each stream of sound. FFmpeg says it with the packets that it reads
+ * Knows how each stream of sound begins: what is not to be heard, and the place. FFmpeg says it with the packets that it reads
  * first, and after a seek only for some containers.
  */
 final class SoundBeginnings {
 
     private static final String OPUS = "opus";
     private static final int OPUS_PRE_SKIP = 10;
+    /** Times of bytes up to there fit. */
+    private static final long LARGEST_FILE = 1L << 42;
 
     private final Map<Integer, Packet> first = new HashMap<>();
     /** In MP4 only what an edit list leaves out has a time before 0. */
     private final boolean startsAtZero;
+    private final boolean wave;
+    /** The bytes of each stream's first packet. */
+    private final Map<Integer, Integer> sizes = new HashMap<>();
 
     SoundBeginnings(String formatName) {
         startsAtZero = formatName.contains("mp4");
+        wave = formatName.equals("wav") || formatName.equals("w64");
     }
 
     boolean knows(MediaStream stream) {
@@ -32,7 +38,8 @@ final class SoundBeginnings {
      *
      * @param moved whether the reader has moved, so that this need not be the stream's first packet
      */
-    Packet complete(Packet packet, MediaStream stream, boolean moved) {
+    Packet complete(Packet read, MediaStream stream, boolean moved) {
+        Packet packet = moved && wave ? atItsPlace(read, stream) : read;
         if (stream.kind() != MediaKind.AUDIO) {
             return packet;
         }
@@ -45,6 +52,7 @@ final class SoundBeginnings {
                 complete = start > 0 ? packet.trimmed(packet.trim().withStart(start)) : packet;
             }
             first.put(stream.index(), complete.withoutData());
+            sizes.put(stream.index(), packet.size());
             return complete;
         }
         int start = begin != null && moved ? rest(begin, packet, stream) : 0;
@@ -53,6 +61,23 @@ final class SoundBeginnings {
         }
         // A decoder that is opened in the middle would leave the beginning out there.
         return opus && packet.trim().start() == SampleTrim.UNSTATED ? packet.trimmed(packet.trim().withStart(0)) : packet;
+    }
+
+    /**
+     * Corrects the time of a packet behind a seek. FFmpeg computes it from the bytes a second that the head states, and FFmpeg's
+     * own encoders of ADPCM state a wrong number. All blocks are of the same length.
+     */
+    private Packet atItsPlace(Packet packet, MediaStream stream) {
+        Packet begin = first.get(stream.index());
+        if (begin == null || !stream.codecName().startsWith("adpcm_") || begin.position() < 0 || begin.duration() <= 0
+                || begin.presentationTime() == Packet.NO_TIME || packet.position() < begin.position()
+                || packet.position() > LARGEST_FILE) {
+            return packet;
+        }
+        long bytes = packet.position() - begin.position();
+        int size = sizes.get(stream.index());
+        long time = begin.presentationTime() + bytes / size * begin.duration() + bytes % size * begin.duration() / size;
+        return packet.at(time);
     }
 
     /** What of a stream's beginning reaches into a packet. */

@@ -7,16 +7,22 @@ import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.ShortBuffer;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Map;
+import java.util.NavigableMap;
 import java.util.Random;
+import java.util.TreeMap;
 import java.util.zip.CRC32C;
 import javax.sound.sampled.AudioInputStream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 class SoundTest {
@@ -45,6 +51,44 @@ class SoundTest {
             assertThat(sound.samples(length - 5, Long.MAX_VALUE).frames()).isEqualTo(5);
             assertThat(sound.samples(Duration.ofSeconds(-9), Duration.ofDays(9)).pcm()).isEqualTo(whole);
             refused(IndexOutOfBoundsException.class, "no sample", () -> sound.timeOf(length));
+        }
+    }
+
+    /** At once, or a quarter of a second later, but for the decoder's own dither or noise. */
+    @ParameterizedTest
+    @CsvSource({"pcm_s16.wav,0,0", "flac.ogg,0,0", "alac_16.m4a,0,0", "vorbis.ogg,0,0", "vorbis.webm,0,0", "wma2.asf,250,0",
+        "adpcm_ima_stereo.wav,0,0", "mp3_vbr.mp3,250,1", "mp2.mp2,250,1", "opus.opus,250,8", "opus_mono.webm,250,8",
+        "ac3.ac3,250,8000", "aac.m4a,250,8000"})
+    void afterASeekSoundIsThatOfTheWhole(String name, long millis, int most) throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.stream(name));
+                AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+            MediaStream stream = reader.firstAudio().orElseThrow();
+            NavigableMap<Long, Integer> places = new TreeMap<>();
+            ByteArrayOutputStream bytes = new ByteArrayOutputStream();
+            decoder.blocks(reader).forEach(block -> {
+                places.put(block.timestamp(), bytes.size() / Short.BYTES);
+                bytes.writeBytes(block.pcm());
+            });
+            ShortBuffer whole = ByteBuffer.wrap(bytes.toByteArray()).order(ByteOrder.LITTLE_ENDIAN).asShortBuffer();
+            Random random = new Random(6);
+            for (int i = 0; i < 20; i++) {
+                long time = i == 0 ? -stream.units(Duration.ofSeconds(1)) : random.nextLong(places.lastKey());
+                reader.seek(stream, time);
+                decoder.reset();
+                List<AudioBlock> blocks = decoder.blocks(reader).toList();
+                long first = blocks.get(0).timestamp();
+                assertThat(first).isLessThanOrEqualTo(Math.max(0, time) + stream.units(Duration.ofMillis(400)));
+                for (AudioBlock block : blocks) {
+                    Map.Entry<Long, Integer> place = places.floorEntry(block.timestamp());
+                    int at = place.getValue() + (int) (block.timestamp() - place.getKey()) * block.channels();
+                    int difference = 0;
+                    for (ShortBuffer samples = block.samples(); samples.hasRemaining(); at++) {
+                        difference = Math.max(difference, Math.abs(whole.get(at) - samples.get()));
+                    }
+                    assertThat(difference).as("%s at %d", name, block.timestamp()).isLessThanOrEqualTo(
+                            block.timestamp() < first + stream.units(Duration.ofMillis(millis)) ? Integer.MAX_VALUE : most);
+                }
+            }
         }
     }
 
