@@ -17,8 +17,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
-using kiv::jni::c_jnienv;
 namespace StreamFields = natives::StreamFields;
 
 namespace
@@ -90,19 +90,19 @@ c_ffmpeg *require_functions(c_ffmpeg *adsp_ffmpeg)
 
 } // namespace
 
-c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
+c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<ca_byte_source> dsp_source, ie_access iep_access,
                              const c_reader_limits::values &ailp_limits)
     : dsc_ffmpeg(require_functions(adsp_ffmpeg)),
       dsc_limits(ailp_limits),
       dsc_demuxer(dsc_limits),
-      dsc_source(dsp_env, avop_source, iep_access, dsc_limits)
+      dsc_source(std::move(dsp_source), iep_access, dsc_limits)
 {
     TRACE_FUNCTION(3);
     undecoded_codecs::remove_parsers();
     dsc_source.set_container(&dsc_format);
-    AVInputFormat *adsl_format = probe(dsp_env);
+    AVInputFormat *adsl_format = probe();
     // FFmpeg's reader of MP3 takes padding at the end for a lie when it gets an error for the size, but not 0 as of a pipe.
-    dsc_source.restart(dsp_env, std::string_view(adsl_format->name) == "mp3");
+    dsc_source.restart(std::string_view(adsl_format->name) == "mp3");
     if (std::string_view(adsl_format->name).starts_with("mov,"))
         dsc_source.expect_boxes();
     dsc_format.context()->pb = dsc_source.io();
@@ -111,25 +111,25 @@ c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, job
     dsc_format.context()->interrupt_callback = {is_interrupted, this};
     const int inl_result = dsc_format.open_input(adsl_format);
     dsc_limits.allow(dsc_format.context());
-    dsc_source.check(dsp_env);
+    dsc_source.check();
     if (inl_result < 0)
         throw_ffmpeg_exception(2608, "opening as ", adsl_format->name, " failed: ", error_text(inl_result));
     forbid_nested_formats();
     restrict_codecs();
     dsc_demuxer.install(*dsc_format.context());
-    examine_streams(dsp_env);
+    examine_streams();
     TRACE_LINE(im_level_debug, "%s#%s(): format=%s streams=%u", format_name(), dsc_format.context()->nb_streams);
-    dsc_source.check(dsp_env);
+    dsc_source.check();
     dsc_limits.end_opening();
 }
 
-AVInputFormat *c_mediareader::probe(const c_jnienv &dsp_env) const
+AVInputFormat *c_mediareader::probe() const
 {
     TRACE_FUNCTION(3);
     AVInputFormat *adsl_format = nullptr;
     // No name, and the default limit of bytes.
     const int inl_result = g_avformat.av_probe_input_buffer2(dsc_source.io(), &adsl_format, "", nullptr, 0, 0);
-    dsc_source.check(dsp_env);
+    dsc_source.check();
     if (inl_result < 0 || adsl_format == nullptr || !known_formats::has(adsl_format->name))
         throw_ffmpeg_exception(2607, "not a known media file");
     return adsl_format;
@@ -156,11 +156,11 @@ int c_mediareader::is_interrupted(void *avp_reader) noexcept
     return !dsl_reader.dsc_limits.allow(dsl_reader.dsc_format.context()) || dsl_reader.dsc_limits.has_enough_packets();
 }
 
-void c_mediareader::examine_streams(const c_jnienv &dsp_env)
+void c_mediareader::examine_streams()
 {
     TRACE_FUNCTION(3);
     const int inl_result = g_avformat.avformat_find_stream_info(dsc_format.context(), nullptr);
-    dsc_source.check(dsp_env);
+    dsc_source.check();
     // After a failure some parameters are unknown, but a file that was cut short may still be readable.
     if (dsc_format.context()->nb_streams == 0)
         throw_ffmpeg_exception(2610, "no streams found", inl_result < 0 ? ": " + error_text(inl_result) : "");
@@ -265,7 +265,7 @@ std::span<const uint8_t> c_mediareader::extradata(int32_t imp_index) const
     return {dsl_codec.extradata, static_cast<size_t>(dsl_codec.extradata_size)};
 }
 
-bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
+bool c_mediareader::read(c_avpacket &dsp_packet)
 {
     TRACE_FUNCTION(3);
     // Some readers ask for another call after each unit that is no packet, endlessly when they make no progress.
@@ -274,7 +274,7 @@ bool c_mediareader::read(const c_jnienv &dsp_env, c_avpacket &dsp_packet)
     int inl_idle = 0;
     do {
         inl_result = g_avformat.av_read_frame(dsc_format.context(), dsp_packet.packet());
-        dsc_source.check(dsp_env);
+        dsc_source.check();
         inl_idle = ull_reads == dsc_source.reads() ? inl_idle + 1 : 0;
         ull_reads = dsc_source.reads();
     } while (inl_result == AVERROR(EAGAIN) && inl_idle < in_idle_limit);
@@ -321,7 +321,7 @@ bool c_mediareader::has_subtitles_without_stream() const noexcept
     });
 }
 
-void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags)
+void c_mediareader::seek(int32_t imp_stream, int64_t ilp_time, int32_t imp_flags)
 {
     TRACE_FUNCTION(3);
     if (imp_stream != natives::c_mediareader_ffmpeg::NO_STREAM)
@@ -333,7 +333,7 @@ void c_mediareader::seek(const c_jnienv &dsp_env, int32_t imp_stream, int64_t il
     if (has_subtitles_without_stream())
         throw_ffmpeg_exception(2623, "cannot seek, a track of subtitles has no codec");
     const int inl_result = g_avformat.av_seek_frame(dsc_format.context(), imp_stream, ilp_time, imp_flags);
-    dsc_source.check(dsp_env);
+    dsc_source.check();
     if (inl_result < 0)
         throw_ffmpeg_exception(2614, "seek failed: ", error_text(inl_result));
 }

@@ -8,19 +8,18 @@
 #include "kivjniffmpeg/ffmpeg/format_context.h"
 #include "kivjniffmpeg/ffmpeg/packet.h"
 
-#include <jni.h>
 #include <natives/ReaderInfo.h>
 #include <natives/StreamFields.h>
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 /**
- * Opens a container of a fixed list, known_formats, from a Java source, and reads its packets.
+ * Opens a container of a fixed list, known_formats, from a source of bytes, and reads its packets.
  *
- * Used by one thread at a time. Every function that reads may call Java. An exception that Java throws there is pending
- * when the function throws kiv::jni::c_jniexception.
+ * Used by one thread at a time. Every function that reads may ask the source, and throws what the source ends with.
  *
  * The bytes are not trusted. Nothing in them makes the process open a file or a connection:
  * - No format of the list is a playlist, a session description or a list of pictures. FFmpeg probes all formats that it
@@ -37,12 +36,12 @@ class c_mediareader
 public:
     /**
      * @param adsp_ffmpeg the reader holds a reference to it
-     * @param avop_source a c_mediareader_source
+     * @param dsp_source not null
      * @param iep_access how the source can be read
      * @param ailp_limits what opening may cost, laid out as ReaderLimitFields
      * @throws c_ffmpeg_exception when the bytes are no such container, or when a limit is exceeded
      */
-    c_mediareader(c_ffmpeg *adsp_ffmpeg, const kiv::jni::c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
+    c_mediareader(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<ca_byte_source> dsp_source, ie_access iep_access,
                   const c_reader_limits::values &ailp_limits);
     ~c_mediareader() = default;
     c_mediareader(const c_mediareader &) = delete;
@@ -74,20 +73,20 @@ public:
      * @return false at the end
      * @throws c_ffmpeg_exception when reading fails
      */
-    bool read(const kiv::jni::c_jnienv &dsp_env, c_avpacket &dsp_packet);
+    bool read(c_avpacket &dsp_packet);
 
     /**
      * @param imp_stream the stream in whose time base the time is; -1 for microseconds
      * @param imp_flags AVSEEK_FLAG_BACKWARD, AVSEEK_FLAG_BYTE and AVSEEK_FLAG_ANY
      * @throws c_ffmpeg_exception when the container cannot seek there, or when FFmpeg would die of it
      */
-    void seek(const kiv::jni::c_jnienv &dsp_env, int32_t imp_stream, int64_t ilp_time, int32_t imp_flags);
+    void seek(int32_t imp_stream, int64_t ilp_time, int32_t imp_flags);
 
 private:
-    AVInputFormat *probe(const kiv::jni::c_jnienv &dsp_env) const;
+    AVInputFormat *probe() const;
     void forbid_nested_formats() const;
     void restrict_codecs() const;
-    void examine_streams(const kiv::jni::c_jnienv &dsp_env);
+    void examine_streams();
     static int is_interrupted(void *avp_reader) noexcept;
     bool has_exact_time_bases() const noexcept;
     bool has_subtitles_without_stream() const noexcept;

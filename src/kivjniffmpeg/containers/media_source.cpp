@@ -1,6 +1,6 @@
 #include "kivjniffmpeg/containers/media_source.h"
 
-#include "kivjniffmpeg/context/library_context.h"
+#include "jni/exceptions.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
@@ -11,9 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
-
-using kiv::jni::c_jnienv;
-using kiv::jni::c_local_ref;
+#include <utility>
 
 namespace
 {
@@ -40,39 +38,20 @@ constexpr size_t ul_portion_variation = 32;
 
 } // namespace
 
-void c_mediasource::dsd_delete_global_ref::operator()(jobject avop_reference) const noexcept
-{
-    // Sources are destroyed inside a call. Outside one, the reference would leak.
-    if (JNIEnv *adsl_env = c_ffmpeg::get_thread_env(); adsl_env != nullptr)
-        adsl_env->DeleteGlobalRef(avop_reference);
-}
-
 void c_mediasource::dsd_free_io::operator()(AVIOContext *adsp_io) const noexcept
 {
     g_avutil.av_freep(&adsp_io->buffer); // probing may have replaced the first buffer
     g_avutil.av_freep(&adsp_io);
 }
 
-c_mediasource::c_mediasource(const c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
+c_mediasource::c_mediasource(std::unique_ptr<ca_byte_source> dsp_source, ie_access iep_access,
                              c_reader_limits &dsp_limits)
-    : dsc_limits(dsp_limits), iec_access(iep_access), bc_keeping(iep_access == ie_access::ie_forward)
+    : dsc_limits(dsp_limits),
+      iec_access(iep_access),
+      dsc_source(std::move(dsp_source)),
+      bc_keeping(iep_access == ie_access::ie_forward)
 {
     TRACE_FUNCTION(3);
-    if (avop_source == nullptr)
-        throw_ffmpeg_exception(2601, "media source == NULL");
-    avoc_source.reset(dsp_env.NewGlobalRef(avop_source));
-    {
-        const c_local_ref dsl_class(dsp_env.raw(), dsp_env.raw()->GetObjectClass(avop_source));
-        adsc_read = dsp_env.get_method_id(dsl_class.get(), "m_read", "(I)I");
-        if (iec_access == ie_access::ie_anywhere) {
-            adsc_seek = dsp_env.get_method_id(dsl_class.get(), "m_seek", "(J)J");
-            adsc_size = dsp_env.get_method_id(dsl_class.get(), "m_size", "()J");
-        }
-        const jmethodID adsl_buffer = dsp_env.get_method_id(dsl_class.get(), "m_buffer", "()Ljava/nio/ByteBuffer;");
-        const c_local_ref dsl_buffer(dsp_env.raw(), dsp_env.call_object_method(avop_source, adsl_buffer));
-        avoc_buffer.reset(dsp_env.NewGlobalRef(dsl_buffer.get()));
-    }
-    find_buffer(dsp_env);
     make_io();
 }
 
@@ -95,7 +74,7 @@ void c_mediasource::make_io()
         adsc_io->seekable = 0; // FFmpeg's readers take the road for pipes
 }
 
-void c_mediasource::restart(const c_jnienv &dsp_env, bool bp_empty_if_unknown)
+void c_mediasource::restart(bool bp_empty_if_unknown)
 {
     TRACE_FUNCTION(3);
     bc_empty_if_unknown = bp_empty_if_unknown;
@@ -104,26 +83,15 @@ void c_mediasource::restart(const c_jnienv &dsp_env, bool bp_empty_if_unknown)
         utc_repeated = utc_kept;
         dsc_endless_parts.jump();
     } else {
-        move(dsp_env, 0);
+        move(0);
     }
-    check(dsp_env);
+    check();
     make_io();
 }
 
-void c_mediasource::find_buffer(const c_jnienv &dsp_env)
+void c_mediasource::check() const
 {
-    if (avoc_buffer == nullptr)
-        throw_ffmpeg_exception(2603, "buffer of the media source == NULL");
-    autc_bytes = static_cast<const uint8_t *>(dsp_env.raw()->GetDirectBufferAddress(avoc_buffer.get()));
-    ilc_capacity = dsp_env.raw()->GetDirectBufferCapacity(avoc_buffer.get());
-    if (autc_bytes == nullptr || ilc_capacity <= 0)
-        throw_ffmpeg_exception(2604, "buffer of the media source is not direct, or empty");
-}
-
-void c_mediasource::check(const c_jnienv &dsp_env) const
-{
-    if (dsp_env.exception_pending())
-        throw kiv::jni::c_jniexception("media source");
+    dsc_source->check();
     if (strc_complaint != nullptr)
         throw_ffmpeg_exception(2605, "media source returned ", strc_complaint, ": ", ilc_complaint_value);
     if (dsc_boxes.samples_first())
@@ -150,20 +118,19 @@ int64_t c_mediasource::reject(const char *strp_complaint, int64_t ilp_value) noe
 template <class WORK> int64_t c_mediasource::ask(void *avp_source, WORK dsp_work) noexcept
 {
     auto &dsl_source = *static_cast<c_mediasource *>(avp_source);
-    const c_jnienv dsl_env(c_ffmpeg::get_thread_env());
-    if (dsl_env.raw() == nullptr || dsl_env.exception_pending() || !dsl_source.may_go_on())
+    if (dsl_source.dsc_source->has_failed() || !dsl_source.may_go_on())
         return AVERROR_EXIT;
     try {
-        return dsp_work(dsl_source, dsl_env);
+        return dsp_work(dsl_source);
     } catch (const std::exception &) {
-        return AVERROR_EXIT; // check() finds the pending Java exception
+        return AVERROR_EXIT; // check() throws what the source keeps
     }
 }
 
 int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noexcept
 {
-    return static_cast<int>(ask(avp_source, [&](c_mediasource &dsp_source, const c_jnienv &dsp_env) -> int64_t {
-        if (!dsp_source.fill(dsp_env, inp_length))
+    return static_cast<int>(ask(avp_source, [&](c_mediasource &dsp_source) -> int64_t {
+        if (!dsp_source.fill(inp_length))
             return 0; // as for FFmpeg's own files: an AVIOContext would keep an error even after seeking back
         if (dsp_source.strc_complaint != nullptr)
             return AVERROR_EXIT;
@@ -185,8 +152,8 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
     }));
 }
 
-/** Has Java read, unless there are bytes. @return false at the end; otherwise there are bytes or a complaint */
-bool c_mediasource::fill(const c_jnienv &dsp_env, int64_t ilp_wanted)
+/** Has the source read, unless there are bytes. @return false at the end; otherwise there are bytes or a complaint */
+bool c_mediasource::fill(int64_t ilp_wanted)
 {
     if (!utc_repeated.empty())
         return true;
@@ -195,22 +162,23 @@ bool c_mediasource::fill(const c_jnienv &dsp_env, int64_t ilp_wanted)
     bc_at_end = bc_behind_known_end;
     if (bc_at_end || !utc_pending.empty())
         return !bc_at_end;
-    const auto iml_wanted = static_cast<jint>(std::min(ilp_wanted, ilc_capacity));
+    const auto utl_block = dsc_source->memory();
+    const auto iml_wanted = static_cast<int32_t>(std::min(static_cast<size_t>(ilp_wanted), utl_block.size()));
     ++ulc_reads;
-    const jint iml_count = dsp_env.call_int_method(avoc_source.get(), adsc_read, iml_wanted);
+    const int32_t iml_count = dsc_source->read(iml_wanted);
     bc_at_end = iml_count == natives::c_mediareader_source::END;
     if (!bc_at_end && (iml_count < 1 || iml_count > iml_wanted))
         reject("a count that cannot be", iml_count);
     else if (!bc_at_end) {
         dsc_limits.add_bytes(iml_count);
-        utc_pending = {autc_bytes, static_cast<size_t>(iml_count)};
+        utc_pending = utl_block.first(static_cast<size_t>(iml_count));
     }
     // What is read forward only is not asked again behind its end.
     bc_behind_known_end = bc_at_end && iec_access == ie_access::ie_forward;
     return !bc_at_end;
 }
 
-/** The next bytes, at most so many: those that are repeated, or Java's. */
+/** The next bytes, at most so many: those that are repeated, or new ones. */
 std::span<const uint8_t> c_mediasource::take(size_t ulp_most) noexcept
 {
     std::span<const uint8_t> &utl_from = utc_repeated.empty() ? utc_pending : utc_repeated;
@@ -221,37 +189,36 @@ std::span<const uint8_t> c_mediasource::take(size_t ulp_most) noexcept
 
 int64_t c_mediasource::seek(void *avp_source, int64_t ilp_offset, int inp_whence) noexcept
 {
-    return ask(avp_source, [&](c_mediasource &dsp_source, const c_jnienv &dsp_env) -> int64_t {
+    return ask(avp_source, [&](c_mediasource &dsp_source) -> int64_t {
         const int inl_whence = inp_whence & ~AVSEEK_FORCE;
         if (dsp_source.iec_access == ie_access::ie_forward)
             return inl_whence == AVSEEK_SIZE ? 0 : AVERROR(EPIPE); // as FFmpeg itself answers for a pipe
         if (inl_whence == AVSEEK_SIZE) {
-            const int64_t ill_size = dsp_source.ask_size(dsp_env);
+            const int64_t ill_size = dsp_source.ask_size();
             return ill_size >= 0 ? ill_size : dsp_source.bc_empty_if_unknown ? 0 : AVERROR(ENOSYS);
         }
         // FFmpeg knows its position, and seeks to the end only when there is no size.
         if (inl_whence != SEEK_SET || ilp_offset < 0)
             return AVERROR(EINVAL);
-        return dsp_source.move(dsp_env, ilp_offset);
+        return dsp_source.move(ilp_offset);
     });
 }
 
-int64_t c_mediasource::ask_size(const c_jnienv &dsp_env)
+int64_t c_mediasource::ask_size()
 {
-    ilc_known_size = dsp_env.call_long_method(avoc_source.get(), adsc_size);
+    ilc_known_size = dsc_source->size();
     return ilc_known_size;
 }
 
-int64_t c_mediasource::move(const c_jnienv &dsp_env, int64_t ilp_position)
+int64_t c_mediasource::move(int64_t ilp_position)
 {
     utc_pending = {};
     dsc_endless_parts.jump();
     // A damaged size may lead to any position. As with a file, FFmpeg's readers expect to seek there and find the end,
     // but a channel refuses positions that no file can have.
-    bc_behind_known_end = ilp_position > ilc_known_size && ask_size(dsp_env) >= 0 && ilp_position > ilc_known_size;
+    bc_behind_known_end = ilp_position > ilc_known_size && ask_size() >= 0 && ilp_position > ilc_known_size;
     if (bc_behind_known_end)
         return ilp_position;
-    const int64_t ill_position =
-        dsp_env.call_long_method(avoc_source.get(), adsc_seek, static_cast<jlong>(ilp_position));
+    const int64_t ill_position = dsc_source->seek(ilp_position);
     return ill_position == ilp_position ? ill_position : reject("another position", ill_position);
 }

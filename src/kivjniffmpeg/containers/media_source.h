@@ -1,13 +1,11 @@
-/** @file The bytes of a container, read by Java. */
+/** @file The bytes of a container, as FFmpeg reads them. */
 #pragma once
 
-#include "jni/jnienv.h"
+#include "kivjniffmpeg/containers/byte_channel.h"
 #include "kivjniffmpeg/containers/endless_parts.h"
 #include "kivjniffmpeg/containers/forward_boxes.h"
 #include "kivjniffmpeg/containers/reader_limits.h"
 #include "kivjniffmpeg/ffmpeg/abi_containers.h"
-
-#include <jni.h>
 
 #include <cstdint>
 #include <memory>
@@ -22,27 +20,20 @@ enum class ie_access : uint8_t
 };
 
 /**
- * FFmpeg's AVIOContext on a Java object that reads, and unless it is read forward only seeks and knows its size
- * (c_mediareader_source).
+ * FFmpeg's AVIOContext on a source of bytes, which seeks and knows its size unless it is read forward only.
  *
- * The bytes come through the object's one direct buffer, so no array is pinned while Java or FFmpeg works. Uses the
- * environment registered for the calling thread: it is made, used and destroyed inside exported functions only.
- *
- * FFmpeg cannot transport a Java exception. While one is pending every further read fails without calling Java, and
+ * FFmpeg cannot transport an exception. Once the source has failed every further read fails without asking it, and
  * check() throws when FFmpeg has returned.
  */
 class c_mediasource
 {
 public:
     /**
-     * @param avop_source kept in a global reference
+     * @param dsp_source not null
      * @param dsp_limits outlives this object
-     * @throws c_ffmpeg_exception when the source is null or has no direct buffer
-     * @throws kiv::jni::c_jniexception when the source lacks a method or throws; the Java exception is then pending
      * @throws std::bad_alloc
      */
-    c_mediasource(const kiv::jni::c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
-                  c_reader_limits &dsp_limits);
+    c_mediasource(std::unique_ptr<ca_byte_source> dsp_source, ie_access iep_access, c_reader_limits &dsp_limits);
     ~c_mediasource() = default;
     c_mediasource(const c_mediasource &) = delete;
     c_mediasource &operator=(const c_mediasource &) = delete;
@@ -59,16 +50,15 @@ public:
      * until then, which is about a megabyte at most.
      *
      * @param bp_empty_if_unknown whether FFmpeg is told 0 for a size that is unknown
-     * @throws kiv::jni::c_jniexception when the source throws
-     * @throws c_ffmpeg_exception when the source does not go to its start
+     * @throws std::exception what check() throws, when the source fails or does not go to its start
      * @throws std::bad_alloc
      */
-    void restart(const kiv::jni::c_jnienv &dsp_env, bool bp_empty_if_unknown);
+    void restart(bool bp_empty_if_unknown);
 
     /** From now on the order of the boxes is looked at: the bytes are an MP4 or QuickTime file. */
     void expect_boxes() noexcept { bc_boxes = iec_access == ie_access::ie_forward; }
 
-    /** How often Java was asked for bytes. */
+    /** How often the source was asked for bytes. */
     uint64_t reads() const noexcept { return ulc_reads; }
 
     /** Whether the last read found the end. */
@@ -81,14 +71,9 @@ public:
      * @throws c_ffmpeg_exception when the source returned an invalid value, when a limit was exceeded, or when a container
      *         cannot be read forward only; the source is unusable from then on
      */
-    void check(const kiv::jni::c_jnienv &dsp_env) const;
+    void check() const;
 
 private:
-    struct dsd_delete_global_ref
-    {
-        void operator()(jobject avop_reference) const noexcept;
-    };
-    using c_global_ref = std::unique_ptr<_jobject, dsd_delete_global_ref>;
     struct dsd_free_io
     {
         void operator()(AVIOContext *adsp_io) const noexcept;
@@ -99,36 +84,29 @@ private:
     template <class WORK> static int64_t ask(void *avp_source, WORK dsp_work) noexcept;
     bool may_go_on() noexcept;
     void make_io();
-    void find_buffer(const kiv::jni::c_jnienv &dsp_env);
-    bool fill(const kiv::jni::c_jnienv &dsp_env, int64_t ilp_wanted);
+    bool fill(int64_t ilp_wanted);
     std::span<const uint8_t> take(size_t ulp_most) noexcept;
-    int64_t ask_size(const kiv::jni::c_jnienv &dsp_env);
-    int64_t move(const kiv::jni::c_jnienv &dsp_env, int64_t ilp_position);
+    int64_t ask_size();
+    int64_t move(int64_t ilp_position);
     int64_t reject(const char *strp_complaint, int64_t ilp_value) noexcept;
 
     c_reader_limits &dsc_limits;
     ie_access iec_access;
     const c_avformat_ctx *adsc_container = nullptr;
     c_endless_parts dsc_endless_parts;
-    c_global_ref avoc_source;
-    c_global_ref avoc_buffer; // keeps the memory below
-    const uint8_t *autc_bytes = nullptr;
-    int64_t ilc_capacity = 0;
-    std::span<const uint8_t> utc_pending;  // bytes of the buffer that FFmpeg has not taken
+    std::unique_ptr<ca_byte_source> dsc_source;
+    std::span<const uint8_t> utc_pending;  // bytes of the source's block that FFmpeg has not taken
     bool bc_keeping = false;               // what is read can be read again, once
     std::vector<uint8_t> utc_kept;         // until it was read again
     std::span<const uint8_t> utc_repeated; // what is left of it
     bool bc_boxes = false;
     c_forward_boxes dsc_boxes;
-    jmethodID adsc_read = nullptr;
-    jmethodID adsc_seek = nullptr;
-    jmethodID adsc_size = nullptr;
     uint64_t ulc_reads = 0;
     size_t ulc_portions = 0;     // that FFmpeg got
-    int64_t ilc_known_size = -1; // as Java returned it last; -1 for unknown
+    int64_t ilc_known_size = -1; // as the source returned it last; -1 for unknown
     bool bc_at_end = false;
     bool bc_empty_if_unknown = false;
-    bool bc_behind_known_end = false;     // FFmpeg is behind the end, and Java was not told
+    bool bc_behind_known_end = false;     // FFmpeg is behind the end, and the source was not told
     const char *strc_complaint = nullptr; // a literal that names the invalid value
     int64_t ilc_complaint_value = 0;
     std::unique_ptr<AVIOContext, dsd_free_io> adsc_io;

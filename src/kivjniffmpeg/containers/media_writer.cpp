@@ -1,5 +1,6 @@
 #include "kivjniffmpeg/containers/media_writer.h"
 
+#include "jni/exceptions.h"
 #include "kivjniffmpeg/ffmpeg/error_text.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/ffmpeg/packet.h"
@@ -13,7 +14,6 @@
 #include <string_view>
 #include <utility>
 
-using kiv::jni::c_jnienv;
 namespace WriterFields = natives::WriterFields;
 
 namespace
@@ -50,11 +50,11 @@ uint8_t *copy_of(std::span<const uint8_t> utp_bytes)
 
 } // namespace
 
-c_mediawriter::c_mediawriter(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_sink, bool bp_seekable,
+c_mediawriter::c_mediawriter(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<ca_byte_sink> dsp_sink, bool bp_seekable,
                              const std::string &strp_format, const std::string &strp_codec, const values &ailp_sound,
                              std::span<const uint8_t> utp_extradata)
     : dsc_ffmpeg(adsp_ffmpeg),
-      dsc_sink(dsp_env, avop_sink, bp_seekable),
+      dsc_sink(std::move(dsp_sink), bp_seekable),
       dsc_output(require_format(strp_format)),
       dsc_stream(dsc_output.add_stream()),
       imc_sample_rate(number(ailp_sound, WriterFields::SAMPLE_RATE))
@@ -67,7 +67,7 @@ c_mediawriter::c_mediawriter(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, job
     dsc_output.context()->pb = dsc_sink.io();
     dsc_output.context()->flags |= AVFMT_FLAG_CUSTOM_IO;
     const int inl_result = dsc_output.write_header();
-    dsc_sink.check(dsp_env);
+    dsc_sink.check();
     if (inl_result < 0)
         throw_ffmpeg_exception(2660, strp_format, " does not take the sound: ", error_text(inl_result));
 }
@@ -105,14 +105,14 @@ void c_mediawriter::throw_if_finished() const
         throw_ffmpeg_exception(2661, "the container is finished");
 }
 
-void c_mediawriter::check(const c_jnienv &dsp_env, int inp_result) const
+void c_mediawriter::check(int inp_result) const
 {
-    dsc_sink.check(dsp_env);
+    dsc_sink.check();
     if (inp_result < 0)
         throw_ffmpeg_exception(2662, "writing failed: ", error_text(inp_result));
 }
 
-void c_mediawriter::write(const c_jnienv &dsp_env, std::span<uint8_t> utp_bytes, int64_t ilp_time, int64_t ilp_duration)
+void c_mediawriter::write(std::span<uint8_t> utp_bytes, int64_t ilp_time, int64_t ilp_duration)
 {
     TRACE_FUNCTION(3);
     throw_if_finished();
@@ -133,10 +133,10 @@ void c_mediawriter::write(const c_jnienv &dsp_env, std::span<uint8_t> utp_bytes,
     dsl_avpacket.duration = static_cast<int>(in_stream_time(ilp_time + ilp_duration) - dsl_avpacket.pts);
     dsl_avpacket.flags = AV_PKT_FLAG_KEY;
     ilc_end = ilp_time + ilp_duration;
-    check(dsp_env, g_avformat.av_interleaved_write_frame(dsc_output.context(), dsl_packet.packet()));
+    check(g_avformat.av_interleaved_write_frame(dsc_output.context(), dsl_packet.packet()));
 }
 
-void c_mediawriter::finish(const c_jnienv &dsp_env, std::span<const uint8_t> utp_extradata)
+void c_mediawriter::finish(std::span<const uint8_t> utp_extradata)
 {
     TRACE_FUNCTION(3);
     throw_if_finished();
@@ -150,8 +150,8 @@ void c_mediawriter::finish(const c_jnienv &dsp_env, std::span<const uint8_t> utp
         dsl_packet.set_pts(g_avutil.av_rescale_rnd(
             ilc_end, dsc_stream.time_base.den, int64_t{imc_sample_rate} * dsc_stream.time_base.num, AV_ROUND_NEAR_INF));
         dsl_packet.set_dts(dsl_packet.packet()->pts);
-        check(dsp_env, g_avformat.av_interleaved_write_frame(dsc_output.context(), dsl_packet.packet()));
+        check(g_avformat.av_interleaved_write_frame(dsc_output.context(), dsl_packet.packet()));
     }
     bc_finished = true;
-    check(dsp_env, dsc_output.write_trailer());
+    check(dsc_output.write_trailer());
 }

@@ -5,19 +5,18 @@
 #include "kivjniffmpeg/context/library_context.h"
 #include "kivjniffmpeg/ffmpeg/output_context.h"
 
-#include <jni.h>
 #include <natives/WriterFields.h>
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 
 /**
- * Writes one stream of sound into a container of a fixed list of formats, and the bytes to a Java sink.
+ * Writes one stream of sound into a container of a fixed list of formats, and the bytes to a sink.
  *
- * Used by one thread at a time. Every function may call Java. An exception that Java throws there is pending when the
- * function throws kiv::jni::c_jniexception. No format of the list opens anything but the sink.
+ * Used by one thread at a time. Every function may call the sink, and throws what the sink ends with. No format of the list opens anything but the sink.
  */
 class c_mediawriter
 {
@@ -28,7 +27,7 @@ public:
      * Writes the header.
      *
      * @param adsp_ffmpeg the writer holds a reference to it
-     * @param avop_sink a c_mediawriter_sink
+     * @param dsp_sink not null
      * @param bp_seekable whether the sink can be written at any place
      * @param strp_format FFmpeg's name of the format
      * @param strp_codec FFmpeg's name of the codec
@@ -36,7 +35,7 @@ public:
      * @param utp_extradata the codec's private data
      * @throws c_ffmpeg_exception when the format is not on the list, or does not take the sound
      */
-    c_mediawriter(c_ffmpeg *adsp_ffmpeg, const kiv::jni::c_jnienv &dsp_env, jobject avop_sink, bool bp_seekable,
+    c_mediawriter(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<ca_byte_sink> dsp_sink, bool bp_seekable,
                   const std::string &strp_format, const std::string &strp_codec, const values &ailp_sound,
                   std::span<const uint8_t> utp_extradata);
     ~c_mediawriter();
@@ -53,7 +52,7 @@ public:
      * @param ilp_duration how many samples it lasts
      * @throws c_ffmpeg_exception when it cannot be written, or after finish()
      */
-    void write(const kiv::jni::c_jnienv &dsp_env, std::span<uint8_t> utp_bytes, int64_t ilp_time, int64_t ilp_duration);
+    void write(std::span<uint8_t> utp_bytes, int64_t ilp_time, int64_t ilp_duration);
 
     /**
      * Ends the container.
@@ -61,13 +60,13 @@ public:
      * @param utp_extradata what the encoder's private data are now; empty when they have not changed
      * @throws c_ffmpeg_exception when it cannot be written, or after finish()
      */
-    void finish(const kiv::jni::c_jnienv &dsp_env, std::span<const uint8_t> utp_extradata);
+    void finish(std::span<const uint8_t> utp_extradata);
 
 private:
     void describe(AVStream &dsp_stream, AVCodecID iep_codec, const values &ailp_sound,
                   std::span<const uint8_t> utp_extradata) const;
     void throw_if_finished() const;
-    void check(const kiv::jni::c_jnienv &dsp_env, int inp_result) const;
+    void check(int inp_result) const;
 
     c_ffmpeg_reference dsc_ffmpeg;
     c_mediasink dsc_sink; // outlives the output, which writes to it

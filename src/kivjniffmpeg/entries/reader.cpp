@@ -2,6 +2,7 @@
 
 #include "jni/java_arrays.h"
 #include "jni/string_holder.h"
+#include "kivjniffmpeg/containers/java_channel.h"
 #include "kivjniffmpeg/containers/known_formats.h"
 #include "kivjniffmpeg/containers/media_reader.h"
 #include "kivjniffmpeg/entries/native_call.h"
@@ -17,6 +18,7 @@
 #include <array>
 #include <memory>
 #include <span>
+#include <utility>
 
 using kiv::jni::c_jnienv;
 using kiv::jni::to_java;
@@ -70,6 +72,14 @@ c_reader_limits::values limits_of(const c_jnienv &dsp_env, jlongArray avop_limit
     return aill_limits;
 }
 
+jlong open(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source, ie_access iep_access,
+           const c_reader_limits::values &ailp_limits)
+{
+    auto dsl_source = std::make_unique<c_java_source>(dsp_env, avop_source, iep_access == ie_access::ie_anywhere);
+    return to_handle(
+        std::make_unique<c_mediareader>(adsp_ffmpeg, std::move(dsl_source), iep_access, ailp_limits).release());
+}
+
 } // namespace
 
 JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1open(JNIEnv *adsp_env, jclass,
@@ -79,9 +89,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2702);
-        return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_anywhere,
-                                                         c_reader_limits::usual())
-                             .release());
+        return open(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_anywhere, c_reader_limits::usual());
     });
 }
 
@@ -91,9 +99,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2702);
-        return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_anywhere,
-                                                         limits_of(dsp_env, avop_limits))
-                             .release());
+        return open(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_anywhere, limits_of(dsp_env, avop_limits));
     });
 }
 
@@ -103,9 +109,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2708);
-        return to_handle(std::make_unique<c_mediareader>(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_forward,
-                                                         limits_of(dsp_env, avop_limits))
-                             .release());
+        return open(adsl_ffmpeg, dsp_env, avop_source, ie_access::ie_forward, limits_of(dsp_env, avop_limits));
     });
 }
 
@@ -164,7 +168,7 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
         if (avop_packet == nullptr || dsp_env.get_array_length(avop_packet) < PacketFields::SIZE)
             throw_ffmpeg_exception(2703, "packet array is null or shorter than ", PacketFields::SIZE);
         c_avpacket dsl_packet;
-        if (!dsl_reader.read(dsp_env, dsl_packet))
+        if (!dsl_reader.read(dsl_packet))
             return nullptr;
         dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, fields_of(*dsl_packet.packet()).data());
         return to_java(dsp_env, std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));
@@ -182,7 +186,7 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
         c_avpacket dsl_packet;
         do {
             dsl_packet.free_payload();
-            if (!dsl_reader.read(dsp_env, dsl_packet))
+            if (!dsl_reader.read(dsl_packet))
                 return nullptr;
         } while (dsl_packet.packet()->stream_index != imp_stream);
         dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE_WITH_LENGTH,
@@ -201,8 +205,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1r
     JNIEnv *adsp_env, jclass, jlong ilp_reader, jint imp_stream, jlong ilp_time, jint imp_flags)
 {
     TRACE_FUNCTION(1);
-    enter_library(adsp_env,
-                  [&](c_jnienv &dsp_env) { reader_of(ilp_reader)->seek(dsp_env, imp_stream, ilp_time, imp_flags); });
+    enter_library(adsp_env, [&](c_jnienv &) { reader_of(ilp_reader)->seek(imp_stream, ilp_time, imp_flags); });
 }
 
 JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1delete(JNIEnv *adsp_env, jclass,

@@ -2,6 +2,7 @@
 
 #include "jni/java_arrays.h"
 #include "jni/string_holder.h"
+#include "kivjniffmpeg/containers/java_channel.h"
 #include "kivjniffmpeg/containers/media_writer.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/padded_bytes.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 using kiv::jni::c_jbytearray;
@@ -52,7 +54,8 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1mediawriter_1ffmpeg_n_1
             throw_ffmpeg_exception(2743, "array of the sound is null or shorter than ", iml_size);
         dsp_env.get_array_region(avop_sound, 0, iml_size, aill_sound.data());
         const auto utl_extradata = bytes_of(dsp_env, avop_extradata);
-        return to_handle(std::make_unique<c_mediawriter>(adsl_ffmpeg, dsp_env, avop_sink, bp_seekable == JNI_TRUE,
+        auto dsl_sink = std::make_unique<c_java_sink>(dsp_env, avop_sink);
+        return to_handle(std::make_unique<c_mediawriter>(adsl_ffmpeg, std::move(dsl_sink), bp_seekable == JNI_TRUE,
                                                          text_of(dsp_env, avop_format), text_of(dsp_env, avop_codec),
                                                          aill_sound, utl_extradata)
                              .release());
@@ -73,7 +76,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediawriter_1ffmpeg_n_1w
         dsl_bytes.pin();
         std::ranges::copy(dsl_bytes.elements(), reinterpret_cast<jbyte *>(utl_bytes.data()));
         dsl_bytes.release();
-        adsl_writer->write(dsp_env, utl_bytes, ilp_time, ilp_duration);
+        adsl_writer->write(utl_bytes, ilp_time, ilp_duration);
     });
 }
 
@@ -82,9 +85,8 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediawriter_1ffmpeg_n_1w
                                                                                               jbyteArray avop_extradata)
 {
     TRACE_FUNCTION(1);
-    enter_library(adsp_env, [&](c_jnienv &dsp_env) {
-        writer_of(ilp_writer)->finish(dsp_env, bytes_of(dsp_env, avop_extradata));
-    });
+    enter_library(adsp_env,
+                  [&](c_jnienv &dsp_env) { writer_of(ilp_writer)->finish(bytes_of(dsp_env, avop_extradata)); });
 }
 
 JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediawriter_1ffmpeg_n_1writer_1delete(JNIEnv *adsp_env, jclass,
