@@ -135,13 +135,18 @@ public final class Sound implements Closeable {
      */
     public static Sound open(SeekableByteChannel channel, int stream, SampleFormat samples, ReaderLimits limits)
             throws IOException {
-        Objects.checkIndex(stream, Integer.MAX_VALUE);
+        if (stream < 0) {
+            throw new IndexOutOfBoundsException("there is no stream " + stream);
+        }
         return new Sound(Objects.requireNonNull(channel, "channel"), stream, Objects.requireNonNull(samples, "samples"),
                 Objects.requireNonNull(limits, "limits"));
     }
 
     private static MediaStream choose(MediaReader reader, int index) {
-        MediaStream stream = reader.streams().get(Objects.checkIndex(index, reader.streams().size()));
+        if (index >= reader.streams().size()) {
+            throw new IndexOutOfBoundsException("there is no stream " + index + ", of " + reader.streams().size());
+        }
+        MediaStream stream = reader.streams().get(index);
         if (stream.kind() != MediaKind.AUDIO) {
             throw new IllegalArgumentException("not an audio stream: " + stream);
         }

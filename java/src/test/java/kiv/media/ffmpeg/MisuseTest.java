@@ -296,7 +296,7 @@ class MisuseTest {
             boolean own = e instanceof MediaException || e instanceof IOException || e instanceof UncheckedIOException
                     || e instanceof NullPointerException || e instanceof IllegalArgumentException
                     || e instanceof UnsupportedOperationException || e instanceof ArithmeticException
-                    || e instanceof IndexOutOfBoundsException && e.getMessage().matches("there is no (picture|sample).*");
+                    || e instanceof IndexOutOfBoundsException && e.getMessage().matches("there is no (picture|sample|stream).*");
             // Places in the library's source are not for users.
             boolean told = e.getMessage() != null && !e.getMessage().isBlank() && !e.getMessage().contains(" in line ")
                     || e instanceof ClosedChannelException;
