@@ -33,6 +33,7 @@ need ca-certificates /etc/ssl/certs/ca-certificates.crt
 need g++ g++
 need libc6-dev /usr/include/dlfcn.h
 need binutils objcopy
+need libyuv-dev /usr/include/libyuv.h
 need cmake cmake
 need ninja-build ninja
 need openjdk-17-jdk-headless javac java

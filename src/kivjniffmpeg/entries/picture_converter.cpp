@@ -7,6 +7,7 @@
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/formats/color_model.h"
+#include "kivjniffmpeg/pictures/turning.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_pictureconverter_ffmpeg.h>
@@ -18,6 +19,8 @@
 #include <array>
 #include <iterator>
 #include <memory>
+#include <span>
+#include <utility>
 
 using kiv::jni::c_jnienv;
 namespace ConverterPlace = natives::ConverterPlace;
@@ -45,7 +48,8 @@ struct dsd_java_converter
     c_picture_converter dsc_converter;
 };
 
-dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintArray avop_place)
+/** What a place says, still without memory. */
+dsd_picture_place read_place(const c_jnienv &dsp_env, jintArray avop_place)
 {
     kiv::jni::c_jintarray dsl_values(dsp_env, avop_place, ConverterPlace::SIZE);
     dsl_values.pin();
@@ -62,13 +66,31 @@ dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintA
                                 dsl_values[ConverterPlace::COLOR_PRIMARIES],
                                 dsl_values[ConverterPlace::COLOR_TRANSFER],
                                 {}};
-    dsl_values.release();
+    return dsl_place;
+}
+
+dsd_picture_place read_place(const c_jnienv &dsp_env, jobject avop_buffer, jintArray avop_place)
+{
+    dsd_picture_place dsl_place = read_place(dsp_env, avop_place);
     void *avl_memory = avop_buffer == nullptr ? nullptr : dsp_env.raw()->GetDirectBufferAddress(avop_buffer);
     if (avl_memory == nullptr)
         throw_ffmpeg_exception(2911, "a picture is not in a direct buffer");
     dsl_place.utc_block = {static_cast<uint8_t *>(avl_memory),
                            static_cast<size_t>(dsp_env.raw()->GetDirectBufferCapacity(avop_buffer))};
     return dsl_place;
+}
+
+/** A row of pixels after the other, as Java's arrays have them. */
+void pack_rows(dsd_picture_place &dsp_place) noexcept
+{
+    dsp_place.aimc_offsets = {};
+    dsp_place.aimc_linesizes = {dsp_place.imc_width * int32_t{sizeof(jint)}};
+}
+
+/** The memory of pinned pixels. */
+std::span<uint8_t> bytes_of(std::span<jint> aimp_pixels) noexcept
+{
+    return {reinterpret_cast<uint8_t *>(aimp_pixels.data()), aimp_pixels.size_bytes()};
 }
 
 /** The converter of a handle. @throws c_ffmpeg_exception with the line number for a zero one */
@@ -138,6 +160,50 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg
         auto *adsl_converter = converter_of(ilp_converter, 2971);
         adsl_converter->dsc_converter.convert(read_place(dsp_env, avop_from, avop_from_place),
                                               read_place(dsp_env, avop_to, avop_to_place), imp_flags);
+    });
+}
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1convert_1into(
+    JNIEnv *adsp_env, jclass, jlong ilp_converter, jobject avop_from, jintArray avop_from_place, jintArray avop_pixels,
+    jintArray avop_to_place, jint imp_flags, jint imp_degrees, jboolean bp_mirrored)
+{
+    TRACE_FUNCTION(1);
+    enter_library(adsp_env, [&](c_jnienv &dsp_env) {
+        c_picture_converter &dsl_converter = converter_of(ilp_converter, 2976)->dsc_converter;
+        const dsd_picture_place dsl_from = read_place(dsp_env, avop_from, avop_from_place);
+        dsd_picture_place dsl_to = read_place(dsp_env, avop_to_place);
+        pack_rows(dsl_to);
+        const dsd_turn dsl_turn{imp_degrees, bp_mirrored != JNI_FALSE};
+        kiv::jni::c_jintarray_rw dsl_pixels(dsp_env, avop_pixels, INT32_MAX);
+        if (imp_degrees == 0 && !dsl_turn.bc_mirrored) {
+            dsl_pixels.pin();
+            dsl_to.utc_block = bytes_of(dsl_pixels.writable_elements());
+            if (dsl_converter.convert_quickly(dsl_from, dsl_to))
+                return;
+            dsl_pixels.release();
+        }
+        // FFmpeg may take its time, so the array is not pinned meanwhile.
+        dsl_to.utc_block = dsl_converter.scratch(sizeof(jint) * static_cast<size_t>(dsl_pixels.size()));
+        dsl_converter.convert(dsl_from, dsl_to, imp_flags);
+        dsd_picture_place dsl_turned = dsl_to;
+        if (dsl_turn.swaps_sides())
+            std::swap(dsl_turned.imc_width, dsl_turned.imc_height);
+        pack_rows(dsl_turned);
+        dsl_pixels.pin();
+        dsl_turned.utc_block = bytes_of(dsl_pixels.writable_elements());
+        turn_picture(dsl_to, dsl_turned, dsl_turn);
+    });
+}
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1turn(
+    JNIEnv *adsp_env, jclass, jlong ilp_hffmpeg, jobject avop_from, jintArray avop_from_place, jobject avop_to,
+    jintArray avop_to_place, jint imp_degrees, jboolean bp_mirrored)
+{
+    TRACE_FUNCTION(1);
+    enter_library(adsp_env, [&](c_jnienv &dsp_env) {
+        context_of(ilp_hffmpeg, 2979);
+        turn_picture(read_place(dsp_env, avop_from, avop_from_place), read_place(dsp_env, avop_to, avop_to_place),
+                     {imp_degrees, bp_mirrored != JNI_FALSE});
     });
 }
 

@@ -1,12 +1,14 @@
 #include "kivjniffmpeg/pictures/picture_converter.h"
 
 #include "jni/exceptions.h"
+#include "kivjniffmpeg/buffers/native_buffer.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -14,9 +16,9 @@
 namespace
 {
 
-constexpr int32_t im_largest_side = 1 << 15;
 constexpr int in_line_alignment = 64;
-constexpr int32_t im_wide_pixel = 6; // bytes of three values
+constexpr size_t ul_kept_scratch = 1 << 25; // larger ones are for one picture
+constexpr int32_t im_wide_pixel = 6;        // bytes of three values
 /** libswscale reads and writes Bayer pictures in pairs of rows, and at least this many. */
 constexpr int32_t im_least_bayer_rows = 4;
 
@@ -24,12 +26,6 @@ constexpr int32_t im_least_bayer_rows = 4;
 bool is_rgb(AVPixelFormat iep_format)
 {
     return (g_avutil.av_pix_fmt_desc_get(iep_format)->flags & (AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_RGB)) != 0;
-}
-
-int32_t rows_of(const AVPixFmtDescriptor &dsp_descriptor, size_t ulp_plane, int32_t imp_height)
-{
-    const int inl_shift = ulp_plane == 1 || ulp_plane == 2 ? dsp_descriptor.log2_chroma_h : 0;
-    return (imp_height + (1 << inl_shift) - 1) >> inl_shift;
 }
 
 /** Whether each pixel has one colour only, and its neighbours have the others. */
@@ -42,18 +38,6 @@ bool is_bayer(const AVPixFmtDescriptor &dsp_descriptor)
 int32_t pattern_of(const AVPixFmtDescriptor &dsp_descriptor)
 {
     return is_bayer(dsp_descriptor) ? 2 : 1;
-}
-
-/** Bytes from one pixel of a plane to the next; where two pixels share their colour, to the next pair. */
-int32_t largest_step(const AVPixFmtDescriptor &dsp_descriptor, size_t ulp_plane)
-{
-    int32_t iml_step = 1;
-    for (size_t ull_component = 0; ull_component < dsp_descriptor.nb_components; ++ull_component) {
-        const AVComponentDescriptor &dsl_component = dsp_descriptor.comp[ull_component];
-        if (dsl_component.plane == ulp_plane)
-            iml_step = std::max(iml_step, dsl_component.step_minus1 + 1);
-    }
-    return iml_step;
 }
 
 /** A picture with room behind every line and plane, because vector code reads and writes whole registers. */
@@ -170,41 +154,6 @@ private:
 
 } // namespace
 
-void dsd_picture_place::check() const
-{
-    const AVPixFmtDescriptor *adsl_descriptor = g_avutil.av_pix_fmt_desc_get(iec_format);
-    int ainl_row_bytes[4] = {};
-    if (adsl_descriptor == nullptr || imc_width < 1 || imc_width > im_largest_side || imc_height < 1 ||
-        imc_height > im_largest_side || g_avutil.av_image_fill_linesizes(ainl_row_bytes, iec_format, imc_width) < 0 ||
-        ainl_row_bytes[0] <= 0)
-        throw_ffmpeg_exception(1923, "no picture of format ", static_cast<int>(iec_format), " and size ", imc_width,
-                               "x", imc_height);
-    const auto outside = [this](int64_t ilp_offset, int64_t ilp_end) {
-        return ilp_offset < 0 || ilp_end > static_cast<int64_t>(utc_block.size());
-    };
-    for (size_t ull_plane = 0; ull_plane < 4 && ainl_row_bytes[ull_plane] > 0; ++ull_plane) {
-        const int64_t ill_rows = rows_of(*adsl_descriptor, ull_plane, imc_height);
-        const int64_t ill_end =
-            aimc_offsets[ull_plane] + (ill_rows - 1) * aimc_linesizes[ull_plane] + ainl_row_bytes[ull_plane];
-        if (aimc_linesizes[ull_plane] < ainl_row_bytes[ull_plane] || outside(aimc_offsets[ull_plane], ill_end))
-            throw_ffmpeg_exception(1934, "plane ", ull_plane, " of a picture lies outside of its memory");
-    }
-    if ((adsl_descriptor->flags & (AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_PSEUDOPAL)) != 0 &&
-        (aimc_offsets[1] == 0 || outside(aimc_offsets[1], int64_t{aimc_offsets[1]} + AVPALETTE_SIZE)))
-        throw_ffmpeg_exception(1938, "the palette of a picture lies outside of its memory");
-}
-
-std::array<uint8_t *, 4> dsd_picture_place::planes() const noexcept
-{
-    std::array<uint8_t *, 4> aautl_planes{};
-    for (size_t ull_plane = 0; ull_plane < 4; ++ull_plane) {
-        // A palette has an offset but no lines.
-        if (aimc_linesizes[ull_plane] > 0 || aimc_offsets[ull_plane] > 0)
-            aautl_planes[ull_plane] = utc_block.data() + aimc_offsets[ull_plane];
-    }
-    return aautl_planes;
-}
-
 /** @return null when the colours stay as they are */
 const c_screen_colours *c_picture_converter::find_screen_colours(const dsd_picture_place &dsp_from,
                                                                  const dsd_picture_place &dsp_to)
@@ -235,6 +184,8 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
                                dsp_from.imc_height);
         return;
     }
+    if (dsc_fast.convert(dsp_from, dsp_to))
+        return;
     const int32_t iml_width = dsp_from.imc_width;
     const int32_t iml_height = dsp_from.imc_height;
     const bool bl_bayer = is_bayer(*g_avutil.av_pix_fmt_desc_get(dsp_from.iec_format));
@@ -265,6 +216,20 @@ void c_picture_converter::convert(const dsd_picture_place &dsp_from, const dsd_p
     const c_padded_picture dsl_to(dsp_to.iec_format, dsp_to.imc_width, dsp_to.imc_height, dsp_to.imc_height);
     (bl_bayer ? *dsl_rgb : dsl_from).scale(adsl_sws, iml_height, dsl_to);
     dsl_to.write(dsp_to);
+}
+
+bool c_picture_converter::convert_quickly(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to)
+{
+    dsp_from.check();
+    dsp_to.check();
+    return find_screen_colours(dsp_from, dsp_to) == nullptr && dsc_fast.convert(dsp_from, dsp_to);
+}
+
+std::span<uint8_t> c_picture_converter::scratch(size_t ulp_size)
+{
+    if (utc_scratch.size() < ulp_size || utc_scratch.size() > ul_kept_scratch)
+        utc_scratch = std::vector<uint8_t>(ulp_size);
+    return {utc_scratch.data(), ulp_size};
 }
 
 void c_picture_converter::convert_for_screen(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to,

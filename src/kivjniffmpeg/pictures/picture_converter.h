@@ -1,37 +1,19 @@
-/** @file Pictures in the caller's memory, and their conversion. */
+/** @file Conversion of pictures in the caller's memory. */
 #pragma once
 
-#include "kivjniffmpeg/buffers/native_buffer.h"
-#include "kivjniffmpeg/ffmpeg/abi.h"
 #include "kivjniffmpeg/ffmpeg/scaler.h"
+#include "kivjniffmpeg/pictures/fast_conversion.h"
+#include "kivjniffmpeg/pictures/picture_place.h"
 #include "kivjniffmpeg/pictures/screen_colours.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
-
-/** A picture in a block of memory: its pixels' format and where they lie. */
-struct dsd_picture_place
-{
-    AVPixelFormat iec_format;
-    int32_t imc_width;
-    int32_t imc_height;
-    std::array<int32_t, 4> aimc_offsets;   /**< bytes from the start of the block to each plane */
-    std::array<int32_t, 4> aimc_linesizes; /**< bytes from one line to the next; 0 for a plane that does not exist */
-    int32_t imc_colorspace;                /**< FFmpeg's number of the matrix by which YUV becomes RGB */
-    bool bc_full_range;                    /**< whether YUV uses all values */
-    int32_t imc_primaries;                 /**< FFmpeg's number of the colours that red, green and blue are */
-    int32_t imc_transfer;                  /**< FFmpeg's number of the curve between values and light */
-    std::span<uint8_t> utc_block;
-
-    /** @throws c_ffmpeg_exception unless every line of every plane lies within the block */
-    void check() const;
-    std::array<uint8_t *, 4> planes() const noexcept;
-};
+#include <vector>
 
 /**
- * Converts and scales pictures with libswscale. Used by one thread at a time.
+ * Converts and scales pictures: with libyuv what it can (c_fast_conversion), otherwise with libswscale. Used by one thread
+ * at a time.
  *
  * Pictures in colours that no ordinary screen has become those that it shows (c_screen_colours), where a picture states its
  * colours and BGRA is wanted of it.
@@ -47,12 +29,24 @@ public:
      */
     void convert(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to, int inp_flags);
 
+    /**
+     * The same, but only where it needs neither FFmpeg nor much time, so that the target may be a pinned array.
+     *
+     * @return false when nothing was done, because it needs convert()
+     */
+    bool convert_quickly(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to);
+
+    /** Memory for a picture on its way, which the next call of this function may replace. */
+    std::span<uint8_t> scratch(size_t ulp_size);
+
 private:
     void convert_for_screen(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to,
                             const c_screen_colours &dsp_colours, int inp_flags);
     const c_screen_colours *find_screen_colours(const dsd_picture_place &dsp_from, const dsd_picture_place &dsp_to);
 
     std::optional<c_screen_colours> dsc_screen_colours; // of the last picture that needed them
+    c_fast_conversion dsc_fast;
+    std::vector<uint8_t> utc_scratch;
     c_sws_ctx dsc_sws_ctx;
     c_sws_ctx dsc_bayer_ctx; // from Bayer to RGB, the first of two steps
 };

@@ -1,8 +1,6 @@
 package kiv.media.ffmpeg;
 
-import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
 import java.util.concurrent.ArrayBlockingQueue;
 import java.util.function.Consumer;
 import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
@@ -20,24 +18,9 @@ final class ConverterPool {
     private ConverterPool() {
     }
 
-    /** A converter with the memory of its last picture, unless the garbage collector freed that. */
+    /** One native converter. */
     private static final class Converter {
         private final long address = c_pictureconverter_ffmpeg.n_create_converter(FfmpegLibrary.context());
-        private WeakReference<ByteBuffer> last = new WeakReference<>(null);
-
-        ByteBuffer scratch(int size) {
-            ByteBuffer scratch = last.get();
-            if (scratch == null || scratch.capacity() < size) {
-                scratch = PictureMemoryPool.fresh(size).order(ByteOrder.LITTLE_ENDIAN);
-                last = new WeakReference<>(scratch);
-            }
-            return scratch;
-        }
-
-        void convert(PictureMemory from, int[] fromPlace, ByteBuffer to, int[] toPlace) {
-            c_pictureconverter_ffmpeg.n_convert(address, from.buffer(), fromPlace, to, toPlace,
-                    c_pictureconverter_ffmpeg.BICUBIC);
-        }
     }
 
     /**
@@ -49,22 +32,35 @@ final class ConverterPool {
      * @throws MediaException when there is no memory left
      */
     static void convert(PictureMemory from, int[] fromPlace, ByteBuffer to, int[] toPlace) {
-        with(converter -> converter.convert(from, fromPlace, to, toPlace));
+        with(converter -> c_pictureconverter_ffmpeg.n_convert(converter.address, from.buffer(), fromPlace, to, toPlace,
+                c_pictureconverter_ffmpeg.BICUBIC));
     }
 
     /**
-     * Converts a picture into an array.
+     * Converts a picture into an array, turned as players do.
      *
      * @param from the source, which the caller uses and releases
-     * @param toPlace a little-endian format of four bytes, in rows without padding
+     * @param toPlace a format of four bytes, and the size before the turning
      * @param pixels one element for each pixel
      */
-    static void convert(PictureMemory from, int[] fromPlace, int[] toPlace, int[] pixels) {
-        with(converter -> {
-            ByteBuffer scratch = converter.scratch(Math.multiplyExact(pixels.length, Integer.BYTES));
-            converter.convert(from, fromPlace, scratch, toPlace);
-            scratch.asIntBuffer().get(pixels);
-        });
+    static void convert(PictureMemory from, int[] fromPlace, int[] toPlace, int[] pixels, Presentation turn) {
+        with(converter -> c_pictureconverter_ffmpeg.n_convert_into(converter.address, from.buffer(), fromPlace, pixels,
+                toPlace, c_pictureconverter_ffmpeg.BICUBIC, turn.rotation(), turn.mirrored()));
+    }
+
+    /**
+     * Turns a picture as players do.
+     *
+     * @param from the source, which the caller uses and releases
+     * @param toPlace the same format, and the size after the turning
+     */
+    static void turn(PictureMemory from, int[] fromPlace, ByteBuffer to, int[] toPlace, Presentation turn) {
+        try {
+            c_pictureconverter_ffmpeg.n_turn(FfmpegLibrary.context(), from.buffer(), fromPlace, to, toPlace, turn.rotation(),
+                    turn.mirrored());
+        } catch (RuntimeException | Error e) {
+            throw failure(e, "turning a picture");
+        }
     }
 
     private static void with(Consumer<Converter> work) {
@@ -73,12 +69,16 @@ final class ConverterPool {
             converter = converter == null ? new Converter() : converter;
             work.accept(converter);
         } catch (RuntimeException | Error e) {
-            throw e.getClass() == RuntimeException.class ? new UnsupportedOperationException(MediaException.plain(e), e)
-                    : MediaException.of(e, "converting a picture", MediaException::new);
+            throw failure(e, "converting a picture");
         } finally {
             if (converter != null && !IDLE.offer(converter)) {
                 c_pictureconverter_ffmpeg.n_delete_converter(converter.address);
             }
         }
+    }
+
+    private static RuntimeException failure(Throwable e, String what) {
+        return e.getClass() == RuntimeException.class ? new UnsupportedOperationException(MediaException.plain(e), e)
+                : MediaException.of(e, what, MediaException::new);
     }
 }

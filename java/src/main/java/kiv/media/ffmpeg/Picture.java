@@ -317,19 +317,22 @@ public final class Picture implements AutoCloseable {
      */
     public int[] toArgb() {
         int[] pixels = allocated(() -> new int[Math.multiplyExact(width, height)], width, height);
-        readArgb(width, height, pixels);
+        readArgb(width, height, pixels, Presentation.UPRIGHT);
         return pixels;
     }
 
-    private void readArgb(int wantedWidth, int wantedHeight, int[] pixels) {
+    /**
+     * @param wantedWidth before the turning
+     * @param wantedHeight before the turning
+     */
+    private void readArgb(int wantedWidth, int wantedHeight, int[] pixels, Presentation turn) {
         PictureMemory shared = share();
         try {
             int[] from = place();
             from[ConverterPlace.COLOR_PRIMARIES] = details.primaries;
             from[ConverterPlace.COLOR_TRANSFER] = details.transfer;
             ConverterPool.convert(shared, from,
-                    place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[1],
-                            new int[] {wantedWidth * Integer.BYTES}), pixels);
+                    place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[0], new int[0]), pixels, turn);
         } finally {
             shared.release();
         }
@@ -362,11 +365,21 @@ public final class Picture implements AutoCloseable {
      * @throws MediaStateException when the picture is closed
      */
     public BufferedImage toBufferedImage(int wantedWidth, int wantedHeight) {
+        return image(wantedWidth, wantedHeight, Presentation.UPRIGHT);
+    }
+
+    /**
+     * @param wantedWidth after the turning
+     * @param wantedHeight after the turning
+     */
+    private BufferedImage image(int wantedWidth, int wantedHeight, Presentation turn) {
         checkSize(wantedWidth, wantedHeight);
         int type = format.hasAlpha() ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB;
         BufferedImage image = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, type), wantedWidth,
                 wantedHeight);
-        readArgb(wantedWidth, wantedHeight, ((DataBufferInt) image.getRaster().getDataBuffer()).getData());
+        boolean swapped = turn.swapsSides();
+        readArgb(swapped ? wantedHeight : wantedWidth, swapped ? wantedWidth : wantedHeight,
+                ((DataBufferInt) image.getRaster().getDataBuffer()).getData(), turn);
         return image;
     }
 
@@ -406,25 +419,7 @@ public final class Picture implements AutoCloseable {
      * @throws MediaStateException when the picture is closed
      */
     public BufferedImage toShownImage(int wantedWidth, int wantedHeight) {
-        checkSize(wantedWidth, wantedHeight);
-        Presentation presentation = details.presentation;
-        BufferedImage image = presentation.swapsSides() ? toBufferedImage(wantedHeight, wantedWidth)
-                : toBufferedImage(wantedWidth, wantedHeight);
-        if (presentation.isUpright()) {
-            return image;
-        }
-        BufferedImage shown = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, image.getType()), wantedWidth,
-                wantedHeight);
-        int[] from = ((DataBufferInt) image.getRaster().getDataBuffer()).getData();
-        int[] to = ((DataBufferInt) shown.getRaster().getDataBuffer()).getData();
-        Presentation.Walk walk = presentation.walk(image.getWidth(), image.getHeight(), 1, image.getWidth());
-        for (int y = 0, next = 0; y < wantedHeight; y++) {
-            int pixel = walk.origin() + y * walk.down();
-            for (int x = 0; x < wantedWidth; x++, pixel += walk.across()) {
-                to[next++] = from[pixel];
-            }
-        }
-        return shown;
+        return image(wantedWidth, wantedHeight, details.presentation);
     }
 
     /**
@@ -452,34 +447,17 @@ public final class Picture implements AutoCloseable {
         PictureMemory shared = share();
         try {
             PictureMemory to = shared.another(planes.size);
-            for (int plane = 0; plane < format.planes(); plane++) {
-                turn(shared.buffer(), to.buffer(), plane, planes);
-            }
-            if (format.reservesPalette()) {
-                to.buffer().put(planes.offsets[PALETTE_PLANE], shared.buffer(), offsets[PALETTE_PLANE],
-                        PALETTE_ENTRIES * Integer.BYTES);
+            try {
+                ConverterPool.turn(shared, place(), to.buffer(),
+                        place(format, shownWidth, shownHeight, planes.offsets, planes.lineSizes), presentation);
+            } catch (Throwable e) {
+                to.release();
+                throw e;
             }
             return new Picture(to, format, shownWidth, shownHeight, planes.offsets, planes.lineSizes,
                     details.turned(height % 2 == 0));
         } finally {
             shared.release();
-        }
-    }
-
-    private void turn(ByteBuffer from, ByteBuffer to, int plane, Planes planes) {
-        int step = format.pixelBytes(plane);
-        int columns = planes.lineSizes[plane] / step;
-        int storedColumns = format.rowBytes(plane, width) / step;
-        int storedRows = format.rows(plane, height);
-        Presentation.Walk walk = details.presentation.walk(storedColumns, storedRows, step, lineSizes[plane]);
-        int next = planes.offsets[plane];
-        for (int y = 0; y < (details.presentation.swapsSides() ? storedColumns : storedRows); y++) {
-            int pixel = offsets[plane] + walk.origin() + y * walk.down();
-            for (int x = 0; x < columns; x++, pixel += walk.across()) {
-                for (int i = 0; i < step; i++) {
-                    to.put(next++, from.get(pixel + i));
-                }
-            }
         }
     }
 
@@ -496,8 +474,9 @@ public final class Picture implements AutoCloseable {
     }
 
     /**
-     * Converts the picture into another pixel format and scales it with bicubic interpolation. A known shape of its
-     * pixels changes with the size, so that players show the new picture as they show this one.
+     * Converts the picture into another pixel format and scales it. In common formats of 8 bits a pixel of a smaller picture is
+     * a mean of pixels; all else is scaled with bicubic interpolation. A known shape of its pixels changes with the size, so
+     * that players show the new picture as they show this one.
      *
      * <p>Values of RGB and {@code gray} use their full range: 0 is black, and 255 white with 8 bits. Those of YUV use the
      * limited range of television, except in the formats called {@code yuvj}.

@@ -181,21 +181,6 @@ public final class PixelFormat {
     }
 
     /**
-     * Bytes from one pixel of a row to the next.
-     *
-     * @param plane 0 to {@link #planes()} - 1
-     */
-    int pixelBytes(int plane) {
-        int step = 1;
-        for (int component = 0; component < description[PixelFormatFields.COMPONENTS]; component++) {
-            if (of(component, PixelComponent.PLANE) == plane) {
-                step = Math.max(step, of(component, PixelComponent.STEP));
-            }
-        }
-        return step;
-    }
-
-    /**
      * The format in which a picture of this one can be turned pixel by pixel: this one, unless pixels share bytes, or share
      * colours in one direction only and rows are to become columns.
      */

@@ -9,7 +9,9 @@ package kiv.media.ffmpeg;
  */
 record Presentation(Rational pixelShape, int rotation, boolean mirrored) {
 
-    private static final int QUARTER_TURN = 90;
+    /** Pixels are shown in the order in which they are stored. */
+    static final Presentation UPRIGHT = new Presentation(new Rational(1, 1), 0, false);
+
     private static final int HALF_TURN = 180;
 
     Presentation withPixelShape(Rational shape) {
@@ -64,32 +66,5 @@ record Presentation(Rational pixelShape, int rotation, boolean mirrored) {
         return shape > 0
                 && Picture.isSize(Math.round(width * Math.max(1, shape)), Math.round(height * Math.max(1, 1 / shape)))
                 ? shape : 1;
-    }
-
-    /**
-     * The index of pixels in a stored plane, in the order in which they are shown.
-     *
-     * @param origin of the pixel at the top left
-     * @param across added for the next pixel of a row
-     * @param down added for the next row
-     */
-    record Walk(int origin, int across, int down) {
-    }
-
-    /**
-     * Returns how to read a plane turned.
-     *
-     * @param columns of the stored plane
-     * @param rows of the stored plane
-     * @param step from one stored pixel to the next of the row
-     * @param lineSize from one stored row to the next
-     */
-    Walk walk(int columns, int rows, int step, int lineSize) {
-        int firstColumn = rotation >= HALF_TURN != mirrored ? columns - 1 : 0;
-        int firstRow = rotation == QUARTER_TURN || rotation == HALF_TURN ? rows - 1 : 0;
-        int alongRow = firstColumn == 0 ? step : -step;
-        int alongColumn = firstRow == 0 ? lineSize : -lineSize;
-        return new Walk(firstColumn * step + firstRow * lineSize, swapsSides() ? alongColumn : alongRow,
-                swapsSides() ? alongRow : alongColumn);
     }
 }

@@ -56,6 +56,37 @@ public final class c_pictureconverter_ffmpeg {
             int flags);
 
     /**
+     * Converts, scales and turns a picture into an array.
+     *
+     * @param converter a converter's handle
+     * @param from a direct buffer with the picture; its position and limit are ignored
+     * @param fromPlace the place of the picture
+     * @param pixels receives a pixel in each element, row by row
+     * @param toPlace the format, of four bytes a pixel, and the size before the turning; the rest is not read
+     * @param flags the way of scaling: {@link #BICUBIC}
+     * @param degrees by which the picture is then turned clockwise: 0, 90, 180 or 270
+     * @param mirrored whether left and right are exchanged before the turning
+     * @throws RuntimeException when a picture is not within its memory, or the formats cannot be converted
+     */
+    public static native void n_convert_into(long converter, ByteBuffer from, int[] fromPlace, int[] pixels, int[] toPlace,
+            int flags, int degrees, boolean mirrored);
+
+    /**
+     * Turns a picture. Both have the same format; where the sides are exchanged, chroma is as coarse in both directions.
+     *
+     * @param context a handle of {@link kiv.media.ffmpeg.c_multimediaapi_ffmpeg#n_init}
+     * @param from a direct buffer with the picture; its position and limit are ignored
+     * @param fromPlace the place of the picture
+     * @param to a direct buffer for the turned picture
+     * @param toPlace its place
+     * @param degrees by which it is turned clockwise: 0, 90, 180 or 270
+     * @param mirrored whether left and right are exchanged before the turning
+     * @throws RuntimeException when a picture is not within its buffer, or cannot be turned so
+     */
+    public static native void n_turn(long context, ByteBuffer from, int[] fromPlace, ByteBuffer to, int[] toPlace,
+            int degrees, boolean mirrored);
+
+    /**
      * Deletes a converter.
      *
      * @param converter its handle, invalid after the call
