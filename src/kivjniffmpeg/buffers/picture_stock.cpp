@@ -38,6 +38,23 @@ uint8_t *point_at(const c_picture_stock::dsd_block &dsp_block, const dsd_picture
     return autl_picture;
 }
 
+/** Gives a decoder another pixel format until the end of the scope. */
+class c_other_format
+{
+public:
+    c_other_format(AVCodecContext &dsp_context, AVPixelFormat iep_format) noexcept
+        : dsc_context(dsp_context), iec_own(std::exchange(dsp_context.pix_fmt, iep_format))
+    {
+    }
+    ~c_other_format() { dsc_context.pix_fmt = iec_own; }
+    c_other_format(const c_other_format &) = delete;
+    c_other_format &operator=(const c_other_format &) = delete;
+
+private:
+    AVCodecContext &dsc_context;
+    AVPixelFormat iec_own;
+};
+
 } // namespace
 
 c_picture_stock::c_picture_stock() = default;
@@ -97,9 +114,8 @@ std::optional<dsd_picture_layout> c_picture_stock::layout_of(AVCodecContext &dsp
     if (dsl_known != dsc_layouts.end())
         return dsl_known->dsc_layout;
     const auto iel_format = static_cast<AVPixelFormat>(dsp_frame.format);
-    const auto iel_own_format = std::exchange(dsp_context.pix_fmt, iel_format);
+    const c_other_format dsl_format(dsp_context, iel_format);
     const auto dsl_layout = compute_picture_layout(&dsp_context, iel_format, dsp_frame.width, dsp_frame.height);
-    dsp_context.pix_fmt = iel_own_format;
     if (dsl_layout) {
         if (dsc_layouts.size() == ul_known_layouts)
             dsc_layouts.erase(dsc_layouts.begin());

@@ -81,6 +81,7 @@ void c_mediasource::restart(bool bp_empty_if_unknown)
     if (iec_access == ie_access::ie_forward) {
         bc_keeping = false;
         utc_repeated = utc_kept;
+        ilc_position = 0;
         dsc_endless_parts.jump();
     } else {
         move(0);
@@ -148,6 +149,9 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
             dsp_source.dsc_boxes.pass(utl_bytes);
         if (dsp_source.dsc_limits.is_opening())
             dsp_source.dsc_endless_parts.rename({autp_to, ull_count});
+        if (dsp_source.dsc_limits.is_opening() && dsp_source.bc_items)
+            dsp_source.dsc_items.pass({autp_to, ull_count}, dsp_source.ilc_position);
+        dsp_source.ilc_position += static_cast<int64_t>(ull_count);
         return static_cast<int64_t>(ull_count);
     }));
 }
@@ -213,6 +217,7 @@ int64_t c_mediasource::ask_size()
 int64_t c_mediasource::move(int64_t ilp_position)
 {
     utc_pending = {};
+    ilc_position = ilp_position;
     dsc_endless_parts.jump();
     // A damaged size may lead to any position. As with a file, FFmpeg's readers expect to seek there and find the end,
     // but a channel refuses positions that no file can have.

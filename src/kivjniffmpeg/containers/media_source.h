@@ -4,6 +4,7 @@
 #include "kivjniffmpeg/containers/byte_channel.h"
 #include "kivjniffmpeg/containers/endless_parts.h"
 #include "kivjniffmpeg/containers/forward_boxes.h"
+#include "kivjniffmpeg/containers/picture_items.h"
 #include "kivjniffmpeg/containers/reader_limits.h"
 #include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
@@ -55,8 +56,12 @@ public:
      */
     void restart(bool bp_empty_if_unknown);
 
-    /** From now on the order of the boxes is looked at: the bytes are an MP4 or QuickTime file. */
-    void expect_boxes() noexcept { bc_boxes = iec_access == ie_access::ie_forward; }
+    /** From now on the boxes are looked at, and read forward only their order: the bytes are an MP4 or QuickTime file. */
+    void expect_boxes() noexcept
+    {
+        bc_items = true;
+        bc_boxes = iec_access == ie_access::ie_forward;
+    }
 
     /** How often the source was asked for bytes. */
     uint64_t reads() const noexcept { return ulc_reads; }
@@ -99,6 +104,9 @@ private:
     bool bc_keeping = false;               // what is read can be read again, once
     std::vector<uint8_t> utc_kept;         // until it was read again
     std::span<const uint8_t> utc_repeated; // what is left of it
+    int64_t ilc_position = 0;              // of the next byte that FFmpeg gets
+    bool bc_items = false;
+    c_picture_items dsc_items;
     bool bc_boxes = false;
     c_forward_boxes dsc_boxes;
     uint64_t ulc_reads = 0;

@@ -84,6 +84,14 @@ TEST_F(picture_stock, picture_in_native_memory_is_copied_into_a_block)
     ASSERT_TRUE(dsc_stock.deliver_copy(dsl_frame, *dsl_layout, dsl_copy));
     EXPECT_EQ(dsl_copy.data[1][5], 77);
     EXPECT_THAT(released(), ElementsAre(0));
+
+    dsl_copy.width = 80; // unknown yet
+    dsc_context->pix_fmt = AV_PIX_FMT_RGB8;
+    const auto afnl_own = std::exchange(g_avcodec.avcodec_align_dimensions2,
+                                        [](AVCodecContext *, int *, int *, int *) { throw std::bad_alloc(); });
+    EXPECT_THROW(dsc_stock.layout_of(*dsc_context.context(), dsl_copy), std::bad_alloc);
+    g_avcodec.avcodec_align_dimensions2 = afnl_own;
+    EXPECT_EQ(dsc_context->pix_fmt, AV_PIX_FMT_RGB8);
 }
 
 } // namespace

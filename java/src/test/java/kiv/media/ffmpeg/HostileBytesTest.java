@@ -49,6 +49,19 @@ class HostileBytesTest {
         assertThatThrownBy(() -> MediaReader.open(new HostileChannel(avi))).isInstanceOf(MediaFormatException.class);
     }
 
+    /** FFmpeg 8.0 would follow a null pointer to the length of the picture. */
+    @Test
+    void aPictureWithoutBytesDoesNoHarm() throws IOException {
+        byte[] avif = Files.readAllBytes(TestMedia.stream("picture.avif"));
+        int length = new String(avif, StandardCharsets.ISO_8859_1).indexOf("iloc") + 22;
+        Arrays.fill(avif, length, length + 4, (byte) 0);
+        try (MediaReader reader = MediaReader.open(new HostileChannel(avif))) {
+            assertThat(reader.packets().mapToInt(Packet::size).sum()).isLessThan(2);
+        } catch (MediaFormatException e) {
+            assertThat(TestMedia.isNewer()).as("FFmpeg 2.8 does not know AVIF").isFalse();
+        }
+    }
+
     @ParameterizedTest
     @CsvSource({"1, 25, true", "1, 3000000000, false", "3000000000, 1, false", "1, 4294967295, false"})
     void placesAreSoughtInUnitsOfTimeThatArePossible(long scale, long rate, boolean possible) throws IOException {
