@@ -5,6 +5,23 @@
 #include <algorithm>
 #include <utility>
 
+std::unique_ptr<c_avframe> c_picture_queue::take_frame()
+{
+    if (dsc_spare.empty())
+        return std::make_unique<c_avframe>();
+    auto dsl_frame = std::move(dsc_spare.back());
+    dsc_spare.pop_back();
+    return dsl_frame;
+}
+
+void c_picture_queue::put_back(std::unique_ptr<c_avframe> dsp_frame)
+{
+    if (dsc_spare.size() == ul_most_spare)
+        return;
+    dsp_frame->reset();
+    dsc_spare.push_back(std::move(dsp_frame));
+}
+
 bool c_picture_queue::holds(const ca_ffmpeg_buffer *adsp_buffer) const noexcept
 {
     return std::ranges::any_of(dsc_waiting, [adsp_buffer](const dsd_decoded_picture &dsp_picture) {
@@ -26,8 +43,13 @@ dsd_decoded_picture c_picture_queue::pop()
 
 void c_picture_queue::release_unused_pictures()
 {
-    std::erase_if(dsc_shared, [](const auto &dsp_frame) {
+    const auto is_unused = [](const std::unique_ptr<c_avframe> &dsp_frame) {
         const AVBufferRef *adsl_memory = (*dsp_frame)->buf[0];
         return adsl_memory == nullptr || g_avutil.av_buffer_get_ref_count(adsl_memory) == 1;
-    });
+    };
+    const auto dsl_unused =
+        std::ranges::stable_partition(dsc_shared, [&](const auto &dsp_frame) { return !is_unused(dsp_frame); });
+    for (auto &dsl_frame : dsl_unused)
+        put_back(std::move(dsl_frame));
+    dsc_shared.erase(dsl_unused.begin(), dsl_unused.end());
 }

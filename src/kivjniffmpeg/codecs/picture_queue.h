@@ -24,6 +24,11 @@ struct dsd_decoded_picture
 class c_picture_queue
 {
 public:
+    /** An empty frame: one that was put back, or a new one. @throws std::bad_alloc */
+    std::unique_ptr<c_avframe> take_frame();
+    /** Releases what the frame refers to, and keeps the frame itself for the next picture. */
+    void put_back(std::unique_ptr<c_avframe> dsp_frame);
+
     bool empty() const noexcept { return dsc_waiting.empty(); }
 
     /** Whether a waiting picture lies in this memory. */
@@ -45,6 +50,10 @@ public:
     void release_shared_pictures() noexcept { dsc_shared.clear(); }
 
 private:
+    /** Making a frame takes longer than decoding a very small picture. */
+    static constexpr size_t ul_most_spare = 8;
+
+    std::vector<std::unique_ptr<c_avframe>> dsc_spare;
     std::deque<dsd_decoded_picture> dsc_waiting;
     std::vector<std::unique_ptr<c_avframe>> dsc_shared;
 };

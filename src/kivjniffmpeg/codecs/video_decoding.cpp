@@ -109,7 +109,7 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
     c_decoder_progress dsl_progress;
     while (dsl_packet.size() > 0) {
         throw_if_pending();
-        auto dsl_frame = std::make_unique<c_avframe>();
+        auto dsl_frame = dsc_pictures.take_frame();
         dsl_packet.guard_side_data();
         const int inl_consumed =
             g_avcodec.avcodec_decode_video2(adsl_context, dsl_frame->frame(), &imc_got_picture, dsl_packet.packet());
@@ -129,6 +129,8 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
             return report_error(inl_consumed);
         if (imc_got_picture != 0)
             queue_picture(std::move(dsl_frame), imp_flags, ilp_timestamp);
+        else
+            dsc_pictures.put_back(std::move(dsl_frame));
     }
     return true;
 }
@@ -141,7 +143,7 @@ void c_videocodec::drain(int32_t imp_flags, int64_t ilp_timestamp)
     c_avpacket dsl_nothing;
     for (int inl_picture = 0; is_open() && inl_picture < in_most_held_back + imc_threads; ++inl_picture) {
         throw_if_pending();
-        auto dsl_frame = std::make_unique<c_avframe>();
+        auto dsl_frame = dsc_pictures.take_frame();
         const int inl_err = g_avcodec.avcodec_decode_video2(dsc_codec_ctx.context(), dsl_frame->frame(),
                                                             &imc_got_picture, dsl_nothing.packet());
         throw_if_pending();
@@ -218,6 +220,8 @@ int32_t c_videocodec::deliver_picture(int32_t imp_flags, dsd_out_params &dsp_out
     dsp_out.dsc_picture = describe(*dsl_picture.dsc_frame->frame());
     if (takes_direct_buffers())
         dsc_pictures.share(std::move(dsl_picture.dsc_frame));
+    else
+        dsc_pictures.put_back(std::move(dsl_picture.dsc_frame));
     dsp_out.adsc_buffer = dsl_picture.dsc_buffer.detach(); // last: nothing may fail after it
     if (!dsc_pictures.empty())
         return ie_picture_and_more;
@@ -275,6 +279,8 @@ int32_t c_videocodec::deliver_from_stock(dsd_delivery &dsp_out)
     dsd_decoded_picture dsl_picture = dsc_pictures.pop();
     if (bl_own)
         dsc_pictures.share(std::move(dsl_picture.dsc_frame));
+    else
+        dsc_pictures.put_back(std::move(dsl_picture.dsc_frame));
     return (dsl_place ? natives::PictureResult::PICTURE : 0) |
            (dsc_pictures.empty() ? 0 : natives::PictureResult::MORE);
 }

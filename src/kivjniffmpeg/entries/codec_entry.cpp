@@ -27,13 +27,6 @@ uint8_t *copy_input(const kiv::jni::c_jnienv &dsp_env, c_padded_bytes &dsp_memor
         throw_ffmpeg_exception(2409, "packet lies outside of its array: offset=", imp_offset, " length=", imp_length,
                                " array=", iml_array_length);
     const auto utl_room = dsp_memory.prepare(static_cast<size_t>(imp_length));
-    // A pin may copy the whole array, which a small part of it is not worth.
-    if (imp_length < iml_array_length / 2) {
-        dsp_env.get_array_region(avop_in, imp_offset, imp_length, reinterpret_cast<jbyte *>(utl_room.data()));
-        return utl_room.data();
-    }
-    kiv::jni::c_jbytearray dsl_in(dsp_env, avop_in, imp_length, imp_offset);
-    dsl_in.pin();
-    std::ranges::copy(dsl_in.elements(), reinterpret_cast<jbyte *>(utl_room.data()));
+    dsp_env.get_array_region(avop_in, imp_offset, imp_length, reinterpret_cast<jbyte *>(utl_room.data()));
     return utl_room.data();
 }

@@ -30,8 +30,10 @@ AVFrame *c_avframe::frame() const
 
 void c_avframe::reset()
 {
-    free_attachments();
-    g_avcodec.avcodec_get_frame_defaults(frame());
+    if (g_avutil.av_frame_unref != nullptr)
+        g_avutil.av_frame_unref(frame()); // sets the defaults too
+    else
+        g_avcodec.avcodec_get_frame_defaults(frame());
 }
 
 void c_avframe::free_attachments() noexcept

@@ -42,13 +42,11 @@ bool ends_in(std::span<const uint8_t> utp_bytes, std::span<const uint8_t> utp_en
 
 } // namespace
 
-c_avpacket::c_avpacket() : adsc_packet(static_cast<AVPacket *>(g_avutil.av_malloc(sizeof(AVPacket))))
+c_avpacket::c_avpacket()
 {
     TRACE_FUNCTION(3);
-    if (adsc_packet == nullptr)
-        throw std::bad_alloc();
-    adsc_packet->data = nullptr;
-    adsc_packet->size = 0;
+    dsc_packet.data = nullptr;
+    dsc_packet.size = 0;
     initialise();
 }
 
@@ -57,12 +55,11 @@ c_avpacket::~c_avpacket()
     TRACE_FUNCTION(3);
     g_avutil.av_freep(&autc_owned);
     free_payload();
-    g_avutil.av_freep(&adsc_packet);
 }
 
 void c_avpacket::initialise() noexcept
 {
-    g_avcodec.av_init_packet(adsc_packet);
+    g_avcodec.av_init_packet(&dsc_packet);
 }
 
 void c_avpacket::guard_side_data() noexcept
@@ -71,14 +68,14 @@ void c_avpacket::guard_side_data() noexcept
     if (!ends_in(utl_bytes, std::span(ut_palette_trailer).last(ul_mark_size)) ||
         (ends_in(utl_bytes, ut_palette_trailer) && utl_bytes.size() >= ul_palette_size + ut_palette_trailer.size()))
         return;
-    adsc_packet->side_data = &s_no_side_data;
-    adsc_packet->side_data_elems = 1;
+    dsc_packet.side_data = &s_no_side_data;
+    dsc_packet.side_data_elems = 1;
 }
 
 void c_avpacket::append_palette()
 {
-    for (int inl_index = 0; inl_index < adsc_packet->side_data_elems; ++inl_index) {
-        const AVPacketSideData &dsl_data = adsc_packet->side_data[inl_index];
+    for (int inl_index = 0; inl_index < dsc_packet.side_data_elems; ++inl_index) {
+        const AVPacketSideData &dsl_data = dsc_packet.side_data[inl_index];
         if (dsl_data.type != AV_PKT_DATA_PALETTE || dsl_data.size != ul_palette_size)
             continue;
         std::array<uint8_t, ul_palette_size + ut_palette_trailer.size()> utl_palette{};
@@ -93,11 +90,11 @@ void c_avpacket::append_palette()
 
 void c_avpacket::free_payload() noexcept
 {
-    if (adsc_packet->side_data == &s_no_side_data) {
-        adsc_packet->side_data = nullptr;
-        adsc_packet->side_data_elems = 0;
+    if (dsc_packet.side_data == &s_no_side_data) {
+        dsc_packet.side_data = nullptr;
+        dsc_packet.side_data_elems = 0;
     }
-    g_avcodec.av_free_packet(adsc_packet);
+    g_avcodec.av_free_packet(&dsc_packet);
 }
 
 void c_avpacket::inc_read_ptr(int inp_bytes) noexcept
@@ -107,8 +104,8 @@ void c_avpacket::inc_read_ptr(int inp_bytes) noexcept
         set_data(nullptr);
         return;
     }
-    adsc_packet->data += inp_bytes;
-    adsc_packet->size -= inp_bytes;
+    dsc_packet.data += inp_bytes;
+    dsc_packet.size -= inp_bytes;
 }
 
 void c_avpacket::merge(const c_avpacket &dsp_other)

@@ -13,21 +13,22 @@
 class c_avpacket
 {
 public:
-    /** An empty packet. @throws std::bad_alloc */
+    /** An empty packet. */
     c_avpacket();
     virtual ~c_avpacket();
     c_avpacket(const c_avpacket &) = delete;
     c_avpacket &operator=(const c_avpacket &) = delete;
 
-    AVPacket *packet() const noexcept { return adsc_packet; }
-    uint8_t *data() const noexcept { return adsc_packet->data; }
-    int size() const noexcept { return adsc_packet->size; }
+    AVPacket *packet() noexcept { return &dsc_packet; }
+    const AVPacket *packet() const noexcept { return &dsc_packet; }
+    uint8_t *data() const noexcept { return dsc_packet.data; }
+    int size() const noexcept { return dsc_packet.size; }
 
     /** @param autp_data stays the caller's; FF_INPUT_BUFFER_PADDING_SIZE zeroed bytes must follow its size */
-    void set_data(uint8_t *autp_data) noexcept { adsc_packet->data = autp_data; }
-    void set_size(int inp_size) noexcept { adsc_packet->size = inp_size; }
-    void set_pts(int64_t ilp_pts) noexcept { adsc_packet->pts = ilp_pts; }
-    void set_dts(int64_t ilp_dts) noexcept { adsc_packet->dts = ilp_dts; }
+    void set_data(uint8_t *autp_data) noexcept { dsc_packet.data = autp_data; }
+    void set_size(int inp_size) noexcept { dsc_packet.size = inp_size; }
+    void set_pts(int64_t ilp_pts) noexcept { dsc_packet.pts = ilp_pts; }
+    void set_dts(int64_t ilp_dts) noexcept { dsc_packet.dts = ilp_dts; }
 
     /** av_init_packet: sets the defaults of everything but data and size. */
     void initialise() noexcept;
@@ -54,5 +55,5 @@ public:
 
 private:
     uint8_t *autc_owned = nullptr;
-    AVPacket *adsc_packet;
+    AVPacket dsc_packet; // without memory of its own, because packets of sound are small: this is noticed
 };
