@@ -86,6 +86,11 @@ void c_jnienv::set_array_region(jlongArray avop_array, jsize imp_start, jsize im
     run("set_array_region(jlong)", [&] { adsc_env->SetLongArrayRegion(avop_array, imp_start, imp_length, ailp_from); });
 }
 
+void c_jnienv::get_array_region(jintArray avop_array, jsize imp_start, jsize imp_length, jint *aimp_to) const
+{
+    run("get_array_region(jint)", [&] { adsc_env->GetIntArrayRegion(avop_array, imp_start, imp_length, aimp_to); });
+}
+
 void c_jnienv::get_array_region(jbyteArray avop_array, jsize imp_start, jsize imp_length, jbyte *autp_to) const
 {
     run("get_array_region(jbyte)", [&] { adsc_env->GetByteArrayRegion(avop_array, imp_start, imp_length, autp_to); });

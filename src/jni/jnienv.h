@@ -49,6 +49,7 @@ public:
     void set_array_region(jintArray avop_array, jsize imp_start, jsize imp_length, const jint *aimp_from) const;
     void set_array_region(jbyteArray avop_array, jsize imp_start, jsize imp_length, const jbyte *autp_from) const;
     void set_array_region(jlongArray avop_array, jsize imp_start, jsize imp_length, const jlong *ailp_from) const;
+    void get_array_region(jintArray avop_array, jsize imp_start, jsize imp_length, jint *aimp_to) const;
     void get_array_region(jbyteArray avop_array, jsize imp_start, jsize imp_length, jbyte *autp_to) const;
     void get_array_region(jlongArray avop_array, jsize imp_start, jsize imp_length, jlong *ailp_to) const;
     jsize get_array_length(jarray avop_array) const;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -13,7 +14,23 @@ constexpr size_t ul_read_slack = 64;
 
 } // namespace
 
-c_native_buffer::c_native_buffer(int32_t imp_size, int32_t imp_align)
+c_spare_memory::dsd_block c_spare_memory::take(size_t ulp_size) noexcept
+{
+    const auto dsl_found = std::ranges::find_if(
+        dsc_blocks, [ulp_size](const dsd_block &dsp_block) { return dsp_block.ulc_size >= ulp_size; });
+    return dsl_found == dsc_blocks.end() ? dsd_block{} : std::exchange(*dsl_found, {});
+}
+
+void c_spare_memory::put_back(dsd_block dsp_block) noexcept
+{
+    // The smallest one gives way.
+    dsd_block &dsl_smallest = *std::ranges::min_element(dsc_blocks, {}, &dsd_block::ulc_size);
+    if (dsp_block.ulc_size > dsl_smallest.ulc_size && dsp_block.ulc_size <= ul_largest)
+        dsl_smallest = std::move(dsp_block);
+}
+
+c_native_buffer::c_native_buffer(int32_t imp_size, int32_t imp_align, c_spare_memory *adsp_spare)
+    : adsc_spare(imp_align <= im_minimum_alignment ? adsp_spare : nullptr)
 {
     TRACE_FUNCTION(3);
     if (imp_size < 0)
@@ -21,16 +38,27 @@ c_native_buffer::c_native_buffer(int32_t imp_size, int32_t imp_align)
     const auto ull_align = static_cast<size_t>(std::max(imp_align, im_minimum_alignment));
     const size_t ull_wanted = static_cast<size_t>(imp_size) + ul_read_slack;
     const size_t ull_size = (ull_wanted + ull_align - 1) / ull_align * ull_align; // aligned_alloc needs a multiple
-    autc_memory.reset(static_cast<uint8_t *>(std::aligned_alloc(ull_align, ull_size)));
-    if (autc_memory == nullptr)
+    if (adsc_spare != nullptr)
+        dsc_block = adsc_spare->take(ull_size);
+    if (dsc_block.autc_memory == nullptr) {
+        dsc_block.autc_memory.reset(static_cast<uint8_t *>(std::aligned_alloc(ull_align, ull_size)));
+        dsc_block.ulc_size = ull_size;
+    }
+    if (dsc_block.autc_memory == nullptr)
         throw std::bad_alloc();
     set_kind(kiv::jni::ie_native_memory);
-    set_memory(autc_memory.get(), autc_memory.get(), imp_size);
+    set_memory(dsc_block.autc_memory.get(), dsc_block.autc_memory.get(), imp_size);
 }
 
-c_framebuffer_reference c_native_buffer::make(int32_t imp_size, int32_t imp_align)
+c_native_buffer::~c_native_buffer()
 {
-    auto dsl_buffer = std::make_unique<c_native_buffer>(imp_size, imp_align);
+    if (adsc_spare != nullptr)
+        adsc_spare->put_back(std::move(dsc_block));
+}
+
+c_framebuffer_reference c_native_buffer::make(int32_t imp_size, int32_t imp_align, c_spare_memory *adsp_spare)
+{
+    auto dsl_buffer = std::make_unique<c_native_buffer>(imp_size, imp_align, adsp_spare);
     dsl_buffer->add_reference();
     return c_framebuffer_reference(dsl_buffer.release());
 }

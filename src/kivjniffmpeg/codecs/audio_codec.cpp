@@ -39,6 +39,7 @@ c_audiocodec::c_audiocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp
       dsc_codec_ctx(dsc_codec, ds_buffer_callbacks)
 {
     TRACE_FUNCTION(3);
+    dsc_codec_ctx->opaque = static_cast<c_codec *>(this);
     if (dsc_src_format->sample_rate() != dsc_dst_format->sample_rate())
         throw_ffmpeg_exception(1611, "audio formats have different sample rate: src=", dsc_src_format->sample_rate(),
                                " dst=", dsc_dst_format->sample_rate());

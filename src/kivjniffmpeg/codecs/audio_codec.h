@@ -13,6 +13,7 @@
 
 #include <natives/AudioStatus.h>
 
+#include <array>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -99,6 +100,9 @@ public:
      * @throws c_ffmpeg_exception on an open codec
      */
     void set_continuous(bool bp_continuous);
+    bool is_continuous() const noexcept { return bc_continuous; }
+    /** Samples that the decoder itself says are not to be heard, since it was opened. */
+    int64_t skipped() const noexcept { return ilc_skipped; }
     /**
      * Sets a decoder's output: AV_SAMPLE_FMT_S16, which it is at first, AV_SAMPLE_FMT_S32 or AV_SAMPLE_FMT_FLT.
      *
@@ -144,7 +148,8 @@ private:
     void convert(c_avframe &dsp_frame, const c_aformat &dsp_format);
     void set_up_resampler(const c_aformat &dsp_format);
     void end_resampling();
-    c_framebuffer_reference make_pcm_buffer(int64_t ilp_samples) const;
+    c_framebuffer_reference make_pcm_buffer(int64_t ilp_samples);
+    const c_aformat &format_of(const AVFrame &dsp_frame);
     bool is_resampled_from(const c_aformat &dsp_format) const;
 
     // audio_encoding.cpp
@@ -166,10 +171,13 @@ private:
     bool bc_resampling = false;              // the first one is set up
     bool bc_continuous = false;
     uint64_t ulc_channel_layout = 0;
+    c_avframe dsc_frame;                      // the decoder's, empty between its calls
+    std::unique_ptr<c_aformat> dsc_decoded;   // the samples of the last frame
+    std::array<int32_t, 4> aimc_decoded{};    // what it was made of
     std::unique_ptr<c_avpacket> dsc_pending_packet; // an incomplete frame, in memory of its own
     c_decoder_progress dsc_progress{in_most_frames};
     int64_t ilc_encoded = 0; // samples that an encoder of FFmpeg's codec has received
-    int64_t ilc_skipped = 0; // samples that the decoder itself says are not to be heard, since it was opened
+    int64_t ilc_skipped = 0; // see skipped()
     int inc_idle_drains = 0; // empty packets that the decoder answered with nothing since the last packet
     c_padded_bytes dsc_input;
 };

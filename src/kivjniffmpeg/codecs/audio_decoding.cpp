@@ -25,6 +25,19 @@ std::span<const uint8_t> bytes_of(const c_avpacket &dsp_packet)
     return {dsp_packet.data(), static_cast<size_t>(dsp_packet.size())};
 }
 
+/** Empties the frame of a call when the call ends. */
+class c_frame_use
+{
+public:
+    explicit c_frame_use(c_avframe &dsp_frame) noexcept : dsc_frame(dsp_frame) {}
+    ~c_frame_use() { dsc_frame.reset(); }
+    c_frame_use(const c_frame_use &) = delete;
+    c_frame_use &operator=(const c_frame_use &) = delete;
+
+private:
+    c_avframe &dsc_frame;
+};
+
 /** Whether samples of one format are samples of the other. */
 bool are_equal(const c_aformat &dsp_one, const c_aformat &dsp_other)
 {
@@ -113,9 +126,9 @@ int c_audiocodec::call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_bloc
     // The decoder gets no timestamp: the output has that of its block.
     dsp_packet.initialise();
     dsp_packet.guard_side_data();
-    c_avframe dsl_frame;
+    const c_frame_use dsl_use(dsc_frame);
     int inl_got_frame = 0;
-    const int inl_consumed = g_avcodec.avcodec_decode_audio4(dsc_codec_ctx.context(), dsl_frame.frame(), &inl_got_frame,
+    const int inl_consumed = g_avcodec.avcodec_decode_audio4(dsc_codec_ctx.context(), dsc_frame.frame(), &inl_got_frame,
                                                              dsp_packet.packet());
     if (inl_consumed < 0)
         return inl_consumed;
@@ -127,9 +140,9 @@ int c_audiocodec::call_decoder(c_avpacket &dsp_packet, const dsd_block &dsp_bloc
     } else {
         TRACE_LINE(im_level_debug, "%s#%s(): %s", "decoding audio frame successful");
         TRACE_LINE(im_level_debug, "%s#%s(): result: nb_samples=%d format=%d channel_layout=%d ref=%d",
-                   dsl_frame->nb_samples, dsl_frame->format, static_cast<int>(dsl_frame->channel_layout),
-                   dsl_frame->reference);
-        queue_samples(dsl_frame);
+                   dsc_frame->nb_samples, dsc_frame->format, static_cast<int>(dsc_frame->channel_layout),
+                   dsc_frame->reference);
+        queue_samples(dsc_frame);
     }
     return dsp_progress.is_stuck(inl_consumed, inl_got_frame != 0) ? in_error_not_open : inl_consumed;
 }
@@ -189,6 +202,25 @@ int32_t c_audiocodec::drain(dsd_out_params &dsp_out, int32_t imp_flags, uint32_t
     return iml_result;
 }
 
+/** The format of the frame's samples, which is mostly that of the frame before. */
+const c_aformat &c_audiocodec::format_of(const AVFrame &dsp_frame)
+{
+    int32_t iml_rate = dsp_frame.sample_rate;
+    if (dsc_src_format->format_tag() == im_tag_gsm610)
+        iml_rate = dsc_src_format->sample_rate();
+    // This decoder gives the first frame of another rate the rate before it.
+    if (bc_continuous && is_mpeg_audio())
+        iml_rate = dsc_codec_ctx->sample_rate;
+    const std::array aiml_now{dsp_frame.format, dsp_frame.channels, dsp_frame.sample_rate, iml_rate};
+    if (dsc_decoded == nullptr || aimc_decoded != aiml_now) {
+        dsc_decoded = c_aformat::of_samples(static_cast<AVSampleFormat>(dsp_frame.format), dsp_frame.channels,
+                                            dsp_frame.sample_rate);
+        dsc_decoded->set_sample_rate(iml_rate);
+        aimc_decoded = aiml_now;
+    }
+    return *dsc_decoded;
+}
+
 void c_audiocodec::queue_samples(c_avframe &dsp_frame)
 {
     TRACE_SCOPE("decode", 3);
@@ -196,27 +228,21 @@ void c_audiocodec::queue_samples(c_avframe &dsp_frame)
             skipped_samples::find(dsp_frame->side_data, dsp_frame->nb_side_data, AV_FRAME_DATA_SKIP_SAMPLES);
         dsl_skipped)
         ilc_skipped += dsl_skipped->ilc_start;
-    const auto dsl_format =
-        c_aformat::of_samples(dsp_frame.sample_format(), dsp_frame->channels, dsp_frame->sample_rate);
+    const c_aformat &dsl_format = format_of(*dsp_frame.frame());
     c_framebuffer_reference dsl_buffer = ffmpeg_get_framebuffer(dsp_frame);
     const int64_t ill_bytes =
-        int64_t{dsp_frame->nb_samples} * dsl_format->channels() * (dsl_format->bits_per_sample() / 8);
+        int64_t{dsp_frame->nb_samples} * dsl_format.channels() * (dsl_format.bits_per_sample() / 8);
     dsl_buffer->set_data_size(static_cast<int32_t>(std::clamp<int64_t>(ill_bytes, 0, dsl_buffer->capacity())));
     TRACE_LINE(im_level_debug, "%s#%s(): bufsize=%d channels=%d nb_samples=%d bits_per_sample=%d data_size=%d",
-               dsl_buffer->capacity(), dsl_format->channels(), dsp_frame->nb_samples, dsl_format->bits_per_sample(),
+               dsl_buffer->capacity(), dsl_format.channels(), dsp_frame->nb_samples, dsl_format.bits_per_sample(),
                dsl_buffer->data_size());
-    if (dsc_src_format->format_tag() == im_tag_gsm610)
-        dsl_format->set_sample_rate(dsc_src_format->sample_rate());
-    // This decoder gives the first frame of another rate the rate before it.
-    if (bc_continuous && is_mpeg_audio())
-        dsl_format->set_sample_rate(dsc_codec_ctx->sample_rate);
-    if (!is_resampled_from(*dsl_format))
+    if (!is_resampled_from(dsl_format))
         end_resampling();
     // The caller needs interleaved channels; needs_resampling does not compare that.
-    const bool bl_planes = dsl_format->is_planar() && dsl_format->channels() > 1;
+    const bool bl_planes = dsl_format.is_planar() && dsl_format.channels() > 1;
     const bool bl_elsewhere = dsp_frame->data[0] != dsl_buffer->data();
-    if (c_aformat::needs_resampling(*dsl_format, *dsc_dst_format) || bl_planes || bl_elsewhere) {
-        convert(dsp_frame, *dsl_format);
+    if (c_aformat::needs_resampling(dsl_format, *dsc_dst_format) || bl_planes || bl_elsewhere) {
+        convert(dsp_frame, dsl_format);
         return;
     }
     TRACE_LINE(im_level_debug, "%s#%s(): %s", "no conversion needed");
@@ -241,7 +267,7 @@ void c_audiocodec::convert(c_avframe &dsp_frame, const c_aformat &dsp_format)
 }
 
 /** Memory for samples of each channel in the format of the output. */
-c_framebuffer_reference c_audiocodec::make_pcm_buffer(int64_t ilp_samples) const
+c_framebuffer_reference c_audiocodec::make_pcm_buffer(int64_t ilp_samples)
 {
     TRACE_SCOPE("decode", 3);
     const c_aformat &dsl_dst = *dsc_dst_format;
@@ -250,7 +276,7 @@ c_framebuffer_reference c_audiocodec::make_pcm_buffer(int64_t ilp_samples) const
         throw_ffmpeg_exception(1735, "a frame of ", ilp_samples, " samples is too large to convert");
     const auto iml_converted_size = static_cast<int32_t>(ill_size);
     TRACE_LINE(im_level_debug, "%s#%s(): iml_converted_size=%d", iml_converted_size);
-    return c_native_buffer::make(iml_converted_size, 16);
+    return c_native_buffer::make(iml_converted_size, 16, &spare_memory());
 }
 
 /** Whether the resampler is set up for such input. */

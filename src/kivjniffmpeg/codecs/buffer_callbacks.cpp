@@ -19,6 +19,17 @@
 namespace
 {
 
+/** The codec whose context it is. */
+c_codec &codec_of(const AVCodecContext &dsp_context)
+{
+    return *static_cast<c_codec *>(dsp_context.opaque);
+}
+
+c_videocodec &video_codec_of(const AVCodecContext &dsp_context)
+{
+    return static_cast<c_videocodec &>(codec_of(dsp_context));
+}
+
 /** Clears the pointers and line sizes of all planes. */
 void clear_planes(AVFrame *adsp_pic)
 {
@@ -42,7 +53,7 @@ int get_picture_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
     const c_avcodec_ctx_resetter dsl_resetter(adsp_s);
     const auto iel_format = static_cast<AVPixelFormat>(adsp_pic->format);
     adsp_s->pix_fmt = iel_format;
-    auto &dsl_codec = *static_cast<c_videocodec *>(adsp_s->opaque);
+    auto &dsl_codec = video_codec_of(*adsp_s);
     adsp_pic->reordered_opaque = adsp_s->reordered_opaque;
     if (adsp_s->width <= 0 || adsp_s->height <= 0)
         throw_ffmpeg_exception(2994, "video dimensions corrupt");
@@ -93,7 +104,8 @@ int get_sample_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
         g_avutil.av_samples_get_buffer_size(nullptr, adsp_s->channels, adsp_pic->nb_samples, adsp_s->sample_fmt, 0);
     if (iml_buf_size < 0)
         throw_ffmpeg_exception(3168, " iml_buf_size<0");
-    auto dsl_buffer = std::make_unique<c_native_buffer>(iml_buf_size, c_native_buffer::im_minimum_alignment);
+    auto dsl_buffer = std::make_unique<c_native_buffer>(iml_buf_size, c_native_buffer::im_minimum_alignment,
+                                                        &codec_of(*adsp_s).spare_memory());
     TRACE_LINE(im_level_debug, "%s#%s(): pts=%lld iml_buf_size=%d adsl_ff_buf=%p autc_base=%p autc_data=%p",
                static_cast<long long>(adsp_pic->pts), iml_buf_size, static_cast<const void *>(dsl_buffer.get()),
                static_cast<const void *>(dsl_buffer->data()), static_cast<const void *>(dsl_buffer->data()));
@@ -210,7 +222,7 @@ int avcodec_custom_reget_buffer_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pi
 int avcodec_stock_get_buffer2_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pic, int)
 {
     try {
-        return static_cast<c_videocodec *>(adsp_s->opaque)->stock()->provide(*adsp_s, *adsp_pic);
+        return video_codec_of(*adsp_s).stock()->provide(*adsp_s, *adsp_pic);
     } catch (...) {
         return AVERROR(ENOMEM); // without a trace line: the thread may be one of FFmpeg's
     }

@@ -1,6 +1,7 @@
 /** @file What video and audio codecs have in common. */
 #pragma once
 
+#include "kivjniffmpeg/buffers/native_buffer.h"
 #include "kivjniffmpeg/context/library_context.h"
 #include "kivjniffmpeg/ffmpeg/abi.h"
 
@@ -92,6 +93,8 @@ public:
     virtual const std::string &get_name();
 
     c_ffmpeg *get_ffmpeg() const noexcept { return dsc_ffmpeg.get(); }
+    /** For the buffers of samples. */
+    c_spare_memory &spare_memory() noexcept { return dsc_spare_memory; }
     bool is_open() const noexcept { return bc_open; }
 
 protected:
@@ -109,5 +112,6 @@ protected:
 private:
     c_ffmpeg_reference dsc_ffmpeg;
     std::string strc_name;
+    c_spare_memory dsc_spare_memory;
     bool bc_open = false;
 };

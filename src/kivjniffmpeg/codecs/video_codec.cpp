@@ -43,7 +43,7 @@ c_videocodec::c_videocodec(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_vformat> dsp
 {
     TRACE_FUNCTION(3);
     AVCodecContext *adsl_context = dsc_codec_ctx.context();
-    adsl_context->opaque = this;
+    adsl_context->opaque = static_cast<c_codec *>(this);
     adsl_context->flags |= CODEC_FLAG_EMU_EDGE;
     set_whole_packets(false);
     adsl_context->width = dsc_vformat->width();

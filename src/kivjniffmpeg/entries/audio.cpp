@@ -19,9 +19,7 @@
 #include <utility>
 
 using kiv::jni::c_jbytearray;
-using kiv::jni::c_jbytearray_rw;
 using kiv::jni::c_jintarray;
-using kiv::jni::c_jintarray_rw;
 using kiv::jni::c_jnienv;
 namespace AudioParams = natives::AudioParams;
 namespace AudioStatus = natives::AudioStatus;
@@ -52,16 +50,22 @@ jlong create_codec(const c_jnienv &dsp_env, c_ffmpeg *adsp_ffmpeg, std::unique_p
     return to_handle(dsl_codec.release());
 }
 
-/** Java's params array, read once and written once. */
+/** Java's params array, read once and written once. Elements that it does not have are 0 and are not written. */
 class c_audio_params
 {
 public:
-    c_audio_params(const c_jnienv &dsp_env, jintArray avop_params) : dsc_array(dsp_env, avop_params, AudioParams::SIZE)
+    c_audio_params(const c_jnienv &dsp_env, jintArray avop_params, const c_audiocodec &dsp_codec)
+        : dsc_env(dsp_env),
+          avoc_params(avop_params),
+          dsc_codec(dsp_codec),
+          imc_count(avop_params == nullptr
+                        ? 0
+                        : std::min<jsize>(dsp_env.get_array_length(avop_params), dsp_codec.is_continuous()
+                                                                                     ? AudioParams::SIZE_WITH_SKIPPED
+                                                                                     : AudioParams::SIZE))
     {
-        dsc_array.pin();
-        for (int32_t iml_index = 0; iml_index < AudioParams::SIZE; ++iml_index)
-            (*this)[iml_index] = dsc_array[iml_index];
-        dsc_array.release();
+        if (imc_count > 0)
+            dsc_env.get_array_region(avoc_params, 0, imc_count, aimc_values.data());
     }
 
     /** @param imp_index one of AudioParams */
@@ -69,27 +73,33 @@ public:
 
     void write()
     {
-        dsc_array.pin();
-        for (int32_t iml_index = 0; iml_index < AudioParams::SIZE; ++iml_index)
-            dsc_array.set(iml_index, (*this)[iml_index]);
-        dsc_array.release();
+        const int64_t ill_skipped = dsc_codec.skipped();
+        (*this)[AudioParams::SKIPPED_LOW] = static_cast<jint>(ill_skipped);
+        (*this)[AudioParams::SKIPPED_HIGH] = static_cast<jint>(ill_skipped >> 32);
+        if (imc_count > 0)
+            dsc_env.set_array_region(avoc_params, 0, imc_count, aimc_values.data());
     }
 
 private:
-    c_jintarray_rw dsc_array;
-    std::array<jint, AudioParams::SIZE> aimc_values{};
+    const c_jnienv &dsc_env;
+    jintArray avoc_params;
+    const c_audiocodec &dsc_codec;
+    jsize imc_count;
+    std::array<jint, AudioParams::SIZE_WITH_SKIPPED> aimc_values{};
 };
 
 /** Copies one buffer into the output array. @return false when the array is shorter than the caller said */
 bool copy_out(const c_jnienv &dsp_env, const ca_ffmpeg_buffer &dsp_buffer, jbyteArray avop_out, int64_t ilp_offset)
 {
-    const int64_t ill_length = avop_out == nullptr ? 0 : dsp_env.get_array_length(avop_out);
-    if (avop_out != nullptr && (ilp_offset < 0 || ilp_offset > ill_length))
+    if (avop_out == nullptr)
+        return dsp_buffer.copy_to(nullptr, 0);
+    const int64_t ill_length = dsp_env.get_array_length(avop_out);
+    if (ilp_offset < 0 || ilp_offset > ill_length || dsp_buffer.data_size() > ill_length - ilp_offset)
         return false;
-    c_jbytearray_rw dsl_out(dsp_env, avop_out, INT32_MAX, static_cast<int32_t>(ilp_offset));
-    dsl_out.pin();
-    const auto dsl_room = dsl_out.writable_elements();
-    return dsp_buffer.copy_to(reinterpret_cast<uint8_t *>(dsl_room.data()), static_cast<uint32_t>(dsl_room.size()));
+    if (dsp_buffer.data_size() > 0)
+        dsp_env.set_array_region(avop_out, static_cast<jsize>(ilp_offset), dsp_buffer.data_size(),
+                                 reinterpret_cast<const jbyte *>(dsp_buffer.data() + dsp_buffer.data_offset()));
+    return true;
 }
 
 jbyteArray export_format(JNIEnv *adsp_env, jlong ilp_codec,
@@ -178,7 +188,7 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jint {
         c_audiocodec &dsl_codec = *codec_of<c_audiocodec>(ilp_codec);
         c_output_queue &dsl_queue = dsl_codec.output();
-        c_audio_params dsl_params(dsp_env, avop_params);
+        c_audio_params dsl_params(dsp_env, avop_params, dsl_codec);
         const jint iml_length = dsl_params[AudioParams::LENGTH];
         const jint iml_room = dsl_params[AudioParams::OUT_LENGTH];
         const int64_t ill_timestamp =

@@ -332,7 +332,7 @@ public final class AudioDecoder implements AutoCloseable {
             if (frames == 0) {
                 return new Uncut(pcm, 0, 0, Packet.NO_TIME);
             }
-            SampleCutter.Part part = cutter.cut(frames, NativeAudioCodec.skipped(address));
+            SampleCutter.Part part = cutter.cut(frames, codec.skipped());
             clock.skip(part.first());
             long time = clock.time();
             clock.advance((int) (frames - part.first()));
@@ -434,7 +434,7 @@ public final class AudioDecoder implements AutoCloseable {
                     continue;
                 }
             } finally {
-                cut(address);
+                cut();
             }
             restart(address);
         });
@@ -462,7 +462,7 @@ public final class AudioDecoder implements AutoCloseable {
             try {
                 damaged = isDamaged(address, bytes);
             } finally {
-                cut(address);
+                cut();
             }
             if (damaged) {
                 throw new DecodeException("a packet cannot be decoded: " + what);
@@ -512,7 +512,7 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /** Makes blocks of what a call has decoded, without what is not to be heard. */
-    private void cut(long address) {
+    private void cut() {
         if (decoded.isEmpty()) {
             return;
         }
@@ -521,7 +521,7 @@ public final class AudioDecoder implements AutoCloseable {
         for (byte[] pcm : decoded) {
             length += pcm.length / size;
         }
-        SampleCutter.Part part = cutter.cut(length, NativeAudioCodec.skipped(address));
+        SampleCutter.Part part = cutter.cut(length, codec.skipped());
         long at = 0;
         for (byte[] pcm : decoded) {
             int frames = pcm.length / size;

@@ -26,6 +26,7 @@ final class NativeAudioCodec {
     record Result(byte[] bytes, boolean failed, int rest) {
     }
 
+    private final int[] params = new int[AudioParams.SIZE_WITH_SKIPPED];
     private byte[] room = new byte[FIRST_ROOM];
     /** The last call ended with an exception, so output may wait in the queue. */
     private boolean unsure;
@@ -55,9 +56,10 @@ final class NativeAudioCodec {
         c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.CONTINUOUS, 1);
     }
 
-    /** Samples that a decoder says are not to be heard, since it was opened. */
-    static long skipped(long address) {
-        return c_codecoptions_ffmpeg.n_acodec_get_option(address, c_codecoptions_ffmpeg.SKIPPED_SAMPLES);
+    /** Samples that a decoder says are not to be heard, since it was opened, as of the last call. */
+    long skipped() {
+        return (long) params[AudioParams.SKIPPED_HIGH] << Integer.SIZE
+                | Integer.toUnsignedLong(params[AudioParams.SKIPPED_LOW]);
     }
 
     /** The value of an option, one of {@link c_codecoptions_ffmpeg}. */
@@ -81,10 +83,10 @@ final class NativeAudioCodec {
     private Result call(long address, byte[] in, int offset, int length, int flags) {
         byte[] before = unsure ? fetch(address) : NOTHING;
         unsure = true;
-        int[] params = new int[AudioParams.SIZE];
         params[AudioParams.OFFSET] = offset;
         params[AudioParams.LENGTH] = length;
         params[AudioParams.FLAGS] = flags;
+        params[AudioParams.OUT_OFFSET] = 0;
         params[AudioParams.OUT_LENGTH] = room.length;
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, in, room, params);
         int rest = params[AudioParams.LENGTH];
@@ -108,7 +110,10 @@ final class NativeAudioCodec {
     }
 
     private byte[] fetchAll(long address) {
-        int[] params = new int[AudioParams.SIZE];
+        params[AudioParams.OFFSET] = 0;
+        params[AudioParams.LENGTH] = 0;
+        params[AudioParams.FLAGS] = 0;
+        params[AudioParams.OUT_OFFSET] = 0;
         params[AudioParams.OUT_LENGTH] = room.length;
         int result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
         if ((result & AudioStatus.OUTPUT_TOO_SMALL) != 0) {

@@ -11,6 +11,9 @@ public final class AudioParams {
     /** Elements of the array. */
     @Native public static final int SIZE = 10;
 
+    /** Elements of the array of a decoder that resamples continuously, with {@link #SKIPPED_LOW}. */
+    @Native public static final int SIZE_WITH_SKIPPED = 12;
+
     /** Offset of the input in its array, in bytes. Out: advanced by what was consumed. */
     @Native public static final int OFFSET = 0;
 
@@ -40,6 +43,15 @@ public final class AudioParams {
 
     /** Out: the timestamp of the call, high word. */
     @Native public static final int CALL_TIME_HIGH = 9;
+
+    /**
+     * Out: samples that the decoder says are not to be heard, since it was opened, low word. Not in an array of {@link #SIZE}
+     * elements.
+     */
+    @Native public static final int SKIPPED_LOW = 10;
+
+    /** Out: the same number, high word. */
+    @Native public static final int SKIPPED_HIGH = 11;
 
     private AudioParams() {
     }
