@@ -171,9 +171,9 @@ private:
     bool bc_resampling = false;              // the first one is set up
     bool bc_continuous = false;
     uint64_t ulc_channel_layout = 0;
-    c_avframe dsc_frame;                      // the decoder's, empty between its calls
-    std::unique_ptr<c_aformat> dsc_decoded;   // the samples of the last frame
-    std::array<int32_t, 4> aimc_decoded{};    // what it was made of
+    c_avframe dsc_frame;                            // the decoder's, empty between its calls
+    std::unique_ptr<c_aformat> dsc_decoded;         // the samples of the last frame
+    std::array<int32_t, 4> aimc_decoded{};          // what it was made of
     std::unique_ptr<c_avpacket> dsc_pending_packet; // an incomplete frame, in memory of its own
     c_decoder_progress dsc_progress{in_most_frames};
     int64_t ilc_encoded = 0; // samples that an encoder of FFmpeg's codec has received

@@ -58,11 +58,10 @@ public:
         : dsc_env(dsp_env),
           avoc_params(avop_params),
           dsc_codec(dsp_codec),
-          imc_count(avop_params == nullptr
-                        ? 0
-                        : std::min<jsize>(dsp_env.get_array_length(avop_params), dsp_codec.is_continuous()
-                                                                                     ? AudioParams::SIZE_WITH_SKIPPED
-                                                                                     : AudioParams::SIZE))
+          imc_count(avop_params == nullptr ? 0
+                                           : std::min<jsize>(dsp_env.get_array_length(avop_params),
+                                                             dsp_codec.is_continuous() ? AudioParams::SIZE_WITH_SKIPPED
+                                                                                       : AudioParams::SIZE))
     {
         if (imc_count > 0)
             dsc_env.get_array_region(avoc_params, 0, imc_count, aimc_values.data());

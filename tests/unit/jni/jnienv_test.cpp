@@ -62,6 +62,7 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         OPERATION(NewStringUTF, "new_jstring_utf", new_jstring_utf("")),
         OPERATION(SetIntArrayRegion, "set_array_region(jint)", set_array_region(avol_ints, 0, 0, nullptr)),
         OPERATION(SetByteArrayRegion, "set_array_region(jbyte)", set_array_region(avol_bytes, 0, 0, nullptr)),
+        OPERATION(GetIntArrayRegion, "get_array_region(jint)", get_array_region(avol_ints, 0, 0, nullptr)),
         OPERATION(GetByteArrayRegion, "get_array_region(jbyte)", get_array_region(avol_bytes, 0, 0, nullptr)),
         OPERATION(GetLongArrayRegion, "get_array_region(jlong)", get_array_region(avol_longs, 0, 0, nullptr)),
         OPERATION(SetLongArrayRegion, "set_array_region(jlong)", set_array_region(avol_longs, 0, 0, nullptr)),
