@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Installs what the build needs and the machine lacks, from Debian's own packages.
 #
-#   tools/setup.sh [run|show|test|tidy]
+#   tools/setup.sh [run|show|test|bench|tidy]
 #
 # run   what ./run needs: compiler, CMake, Ninja, JDK, Maven
 # show  the same and pip, which brings the film that ./run decodes when it is given none
 # test  the same and what ./test needs: GoogleTest, clang-format, pip, the ffmpeg program (it only makes test streams),
-#       Chromium to look at the command line's page
+#       Chromium to look at the command line's page, Valgrind to count instructions
+# bench what bench/run needs: the same without the tests' own, and Matplotlib for its plots
 # tidy  the same as run and clang-tidy
 #
 # Nothing is asked of the network when everything is there.
@@ -48,9 +49,17 @@ test)
     need ffmpeg ffmpeg
     need python3-pip pip3
     need chromium chromium
+    need valgrind valgrind
+    ;;
+bench)
+    need libgtest-dev /usr/include/gtest/gtest.h
+    need libgmock-dev /usr/include/gmock/gmock.h
+    need ffmpeg ffmpeg
+    need python3-pip pip3
+    need python3-matplotlib /usr/lib/python3/dist-packages/matplotlib
     ;;
 tidy) need clang-tidy clang-tidy ;;
-*) die "setup: unknown purpose '$purpose' (run, show, test or tidy)" ;;
+*) die "setup: unknown purpose '$purpose' (run, show, test, bench or tidy)" ;;
 esac
 
 ((${#missing[@]})) || exit 0

@@ -61,10 +61,13 @@ class Comparison:
 
     def run(self, rounds):
         """Warms all up, then does the rounds, each participant one by turns."""
+        # A trial of few rounds says nothing anyway.
+        least = min(LEAST_WARM_ROUNDS, rounds)
         for participant in self.labels.values():
             begin = time.monotonic()
             done = 0
-            while done < LEAST_WARM_ROUNDS or (done < MOST_WARM_ROUNDS and time.monotonic() - begin < WARM_SECONDS):
+            while done < least or (rounds > LEAST_WARM_ROUNDS and done < MOST_WARM_ROUNDS
+                                   and time.monotonic() - begin < WARM_SECONDS):
                 participant.round()
                 done += 1
         order = list(self.labels)

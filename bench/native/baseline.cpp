@@ -30,8 +30,7 @@ namespace real = bridge::real;
 /** The newer FFmpeg behind the bridge; null on a genuine 56 line. */
 const real::dsd_ffmpeg *real_ffmpeg()
 {
-    static const auto find =
-        reinterpret_cast<decltype(&kiv_bridge_ffmpeg)>(dlsym(RTLD_DEFAULT, "kiv_bridge_ffmpeg"));
+    static const auto find = reinterpret_cast<decltype(&kiv_bridge_ffmpeg)>(dlsym(RTLD_DEFAULT, "kiv_bridge_ffmpeg"));
     return find == nullptr ? nullptr : existing(find(), "newer FFmpeg");
 }
 
@@ -108,7 +107,8 @@ public:
             dsl_numbers << fll_number << '\n';
         if (!utc_first.empty())
             std::ofstream(strp_image, std::ios::binary)
-                .write(reinterpret_cast<const char *>(utc_first.data()), static_cast<std::streamsize>(utc_first.size()));
+                .write(reinterpret_cast<const char *>(utc_first.data()),
+                       static_cast<std::streamsize>(utc_first.size()));
     }
 
 private:
@@ -259,8 +259,7 @@ private:
         packet dsl_rest = dsp_packet;
         while (dsl_rest.size > 0) {
             int inl_frame = 0;
-            const int inl_used =
-                avcodec_decode_audio4(dsc_context.get(), dsc_frame.get(), &inl_frame, &dsl_rest);
+            const int inl_used = avcodec_decode_audio4(dsc_context.get(), dsc_frame.get(), &inl_frame, &dsl_rest);
             if (inl_frame != 0)
                 deliver(dsp_visit);
             if (inl_used < 0 || (inl_used == 0 && inl_frame == 0))
@@ -366,10 +365,9 @@ public:
 
     void scale(const dsd_decoded &dsp_from, int inp_width, int inp_height, bytes &dsp_to)
     {
-        adsc_scaler = dsc_ffmpeg.sws_getCachedContext(adsc_scaler, dsp_from.inc_width, dsp_from.inc_height,
-                                                      dsp_from.inc_format, inp_width, inp_height,
-                                                      dsc_ffmpeg.av_get_pix_fmt("bgra"), in_bicubic, nullptr, nullptr,
-                                                      nullptr);
+        adsc_scaler = dsc_ffmpeg.sws_getCachedContext(
+            adsc_scaler, dsp_from.inc_width, dsp_from.inc_height, dsp_from.inc_format, inp_width, inp_height,
+            dsc_ffmpeg.av_get_pix_fmt("bgra"), in_bicubic, nullptr, nullptr, nullptr);
         uint8_t *autl_to = dsp_to.data();
         const int inl_length = 4 * inp_width;
         dsc_ffmpeg.sws_scale(existing(adsc_scaler, "scaler"), dsp_from.aautc_planes, dsp_from.ainc_lengths, 0,
