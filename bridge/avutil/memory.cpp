@@ -41,6 +41,17 @@ BRIDGE_ENTRY void av_log_set_level(int inp_level)
     enter([&](const auto &dsp_ffmpeg) { dsp_ffmpeg.av_log_set_level(inp_level); });
 }
 
+/** The callback gets the newer FFmpeg's objects, which it may only compare. */
+BRIDGE_ENTRY void av_log_set_callback(void (*adsp_callback)(void *, int, const char *, va_list))
+{
+    enter([&](const auto &dsp_ffmpeg) { dsp_ffmpeg.av_log_set_callback(adsp_callback); });
+}
+
+BRIDGE_ENTRY void av_log_default_callback(void *avp_object, int inp_level, const char *strp_format, va_list dsp_values)
+{
+    enter([&](const auto &dsp_ffmpeg) { dsp_ffmpeg.av_log_default_callback(avp_object, inp_level, strp_format, dsp_values); });
+}
+
 BRIDGE_ENTRY int av_strerror(int inp_error, char *strp_text, size_t ulp_size)
 {
     return enter(AVERROR(ENOSYS),

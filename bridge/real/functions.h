@@ -7,6 +7,8 @@
 
 #include "bridge/real/types.h"
 
+#include <cstdarg>
+
 struct AVCodecTag; // a table of FFmpeg's, for its own functions only
 
 // clang-format off
@@ -20,6 +22,8 @@ struct AVCodecTag; // a table of FFmpeg's, for its own functions only
     X(void *, av_mallocz, (size_t))                                                                                    \
     X(void, av_freep, (void *))                                                                                        \
     X(void, av_log_set_level, (int))                                                                                   \
+    X(void, av_log_set_callback, (void (*)(void *, int, const char *, va_list)))                                       \
+    X(void, av_log_default_callback, (void *, int, const char *, va_list))                                             \
     X(int, av_strerror, (int, char *, size_t))                                                                         \
     X(int64_t, av_rescale_rnd, (int64_t, int64_t, int64_t, AVRounding))                                                \
     X(void, av_md5_sum, (uint8_t *, const uint8_t *, size_t))                                                          \

@@ -3,6 +3,7 @@
 #include "jni/string_holder.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
+#include "kivjniffmpeg/ffmpeg/logged_errors.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
@@ -44,6 +45,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1init(J
             // FFmpeg ignores a second registration, but two at the same time damage its list of codecs.
             const c_mutex_lock dsl_lock(c_ffmpeg::library_mutex());
             g_avutil.av_log_set_level(AV_LOG_ERROR);
+            logged_errors::begin_to_count();
             g_avcodec.avcodec_register_all();
             g_avformat.av_register_all();
         }

@@ -6,6 +6,7 @@
 #include "kivjniffmpeg/containers/known_formats.h"
 #include "kivjniffmpeg/containers/media_reader.h"
 #include "kivjniffmpeg/entries/native_call.h"
+#include "kivjniffmpeg/ffmpeg/logged_errors.h"
 #include "kivjniffmpeg/ffmpeg/skipped_samples.h"
 #include "trace/trace.h"
 
@@ -183,14 +184,16 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
         c_mediareader &dsl_reader = *reader_of(ilp_reader);
         if (avop_packet == nullptr || dsp_env.get_array_length(avop_packet) < PacketFields::SIZE_WITH_LENGTH)
             throw_ffmpeg_exception(2707, "packet array is null or shorter than ", PacketFields::SIZE_WITH_LENGTH);
+        const int64_t ill_errors = logged_errors::of_this_thread();
         c_avpacket dsl_packet;
         do {
             dsl_packet.free_payload();
             if (!dsl_reader.read(dsl_packet))
                 return nullptr;
         } while (dsl_packet.packet()->stream_index != imp_stream);
-        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE_WITH_LENGTH,
-                                 fields_of(*dsl_packet.packet()).data());
+        auto aill_fields = fields_of(*dsl_packet.packet());
+        aill_fields[PacketFields::ERRORS] = logged_errors::of_this_thread() - ill_errors;
+        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE_WITH_LENGTH, aill_fields.data());
         if (avop_buffer == nullptr || dsp_env.get_array_length(avop_buffer) < dsl_packet.size())
             return to_java(dsp_env,
                            std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));

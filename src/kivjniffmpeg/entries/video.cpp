@@ -4,6 +4,7 @@
 #include "jni/string_holder.h"
 #include "kivjniffmpeg/codecs/video_codec.h"
 #include "kivjniffmpeg/entries/codec_entry.h"
+#include "kivjniffmpeg/ffmpeg/logged_errors.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
@@ -230,12 +231,14 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_natives_c_1pictures_1ffmpeg_n_1deco
         add_blocks(*adsl_stock, aill_call);
         uint8_t *autl_packet = copy_input(dsp_env, adsl_codec->input(), avop_in, 0, imp_length);
         c_videocodec::dsd_delivery dsl_delivery{};
+        const int64_t ill_errors = logged_errors::of_this_thread();
         const int32_t iml_result =
             adsl_codec->decode({autl_packet, autl_packet == nullptr ? 0 : static_cast<size_t>(imp_length)}, imp_flags,
                                aill_call[PictureCall::KEY], dsl_delivery);
         if ((iml_result & natives::PictureResult::PICTURE) != 0)
             write_delivery(dsl_delivery, aill_call);
         write_stock(*adsl_stock, aill_call);
+        aill_call[PictureCall::ERRORS] = logged_errors::of_this_thread() - ill_errors;
         dsp_env.set_array_region(avop_call, 0, PictureCall::SIZE, aill_call.data());
         return iml_result;
     });

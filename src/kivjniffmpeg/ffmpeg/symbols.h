@@ -10,6 +10,8 @@
 
 #include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
+#include <cstdarg>
+
 // clang-format off
 #define KIV_AVCODEC_SYMBOLS(X)                                                                                         \
     X(void, avcodec_register_all, (void))                                                                              \
@@ -118,6 +120,8 @@
     X(int, av_strerror, (int, char *, size_t))                                                                         \
     X(int, av_opt_set, (void *, const char *, const char *, int))                                                      \
     X(void, av_max_alloc, (size_t))                                                                                    \
+    X(void, av_log_set_callback, (void (*)(void *, int, const char *, va_list)))                                       \
+    X(void, av_log_default_callback, (void *, int, const char *, va_list))                                             \
     X(const char *, av_version_info, (void))                                                                           \
     X(const char *, avutil_license, (void))                                                                            \
     X(const char *, kiv_bridge_description, (void))                                                                    \

@@ -449,9 +449,13 @@ final class FilmDecoder implements FilmPictures {
                 }
             }
             readPacketsPast(run.nextPacket());
+            long errors = run.errors();
             try {
                 if (!run.decode(map.index().size())) {
                     return null;
+                }
+                if (run.errors() > errors) {
+                    throw new DecodeException("the decoder has logged an error");
                 }
             } catch (DecodeException e) {
                 int rank = indexOf(map.pictures(map.groupOfPacket(begin)), run.nextPacket() - 1);

@@ -53,6 +53,11 @@ final class FilmRun implements AutoCloseable {
         return decoded;
     }
 
+    /** {@return how many errors the decoder has logged} */
+    long errors() {
+        return decoder.errors();
+    }
+
     /** Returns the next picture that is ready; null when none is. */
     Picture poll() {
         return ready.poll();

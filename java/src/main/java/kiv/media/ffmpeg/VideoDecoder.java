@@ -51,6 +51,7 @@ public final class VideoDecoder implements AutoCloseable {
     private final PacketFilter filter;
     private final WholePacketCheck wholePackets;
     private final PacketTimes times = new PacketTimes();
+    private long errors;
     private final PictureClock clock;
     /** Whether pictures state the presentation times of their own packet and of the one whose decoding delivered them. */
     private final boolean numbered;
@@ -355,6 +356,11 @@ public final class VideoDecoder implements AutoCloseable {
         return pictures;
     }
 
+    /** {@return how many errors the decoder has logged; those of further threads are not counted} */
+    long errors() {
+        return errors;
+    }
+
     private void decode(long address, Packet packet) {
         int key = times.remember(packet);
         if (process(address, packet.bytes(), packet.size(), 0, key)) {
@@ -392,6 +398,7 @@ public final class VideoDecoder implements AutoCloseable {
             } catch (RuntimeException | Error e) {
                 throw MediaException.of(e, "decoding", DecodeException::new);
             }
+            errors += call[PictureCall.ERRORS];
             try {
                 if ((result & PictureResult.PICTURE) != 0) {
                     take(key);

@@ -81,6 +81,7 @@ public final class FilmMap {
             boolean begins = examiner.takeSequenceBegins();
             uncertain |= begins;
             newUncertain = begins;
+            irregular |= fields[PacketFields.ERRORS] > 0;
             if ((fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0) {
                 picture.clear();
             }

@@ -9,7 +9,7 @@ public final class PacketFields {
     @Native public static final int SIZE = 8;
 
     /** Elements of the array with {@link #LENGTH}. */
-    @Native public static final int SIZE_WITH_LENGTH = 9;
+    @Native public static final int SIZE_WITH_LENGTH = 10;
 
     /** Index of the stream. */
     @Native public static final int STREAM = 0;
@@ -37,6 +37,9 @@ public final class PacketFields {
 
     /** How many bytes it has; not in an array of {@link #SIZE} elements. */
     @Native public static final int LENGTH = 8;
+
+    /** How many errors FFmpeg logged while it read the packet; not in an array of {@link #SIZE} elements. */
+    @Native public static final int ERRORS = 9;
 
     private PacketFields() {
     }

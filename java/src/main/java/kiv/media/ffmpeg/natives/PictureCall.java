@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class PictureCall {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 47;
+    @Native public static final int SIZE = 48;
 
     /** Elements of a block. */
     @Native public static final int BLOCK_SIZE = 3;
@@ -97,6 +97,9 @@ public final class PictureCall {
 
     /** Out: FFmpeg's number of the curve between values and light. */
     @Native public static final int COLOR_TRANSFER = 46;
+
+    /** Out, with or without a picture: how many errors FFmpeg logged on the calling thread during the call. */
+    @Native public static final int ERRORS = 47;
 
     private PictureCall() {
     }

@@ -1,0 +1,30 @@
+#include "kivjniffmpeg/ffmpeg/logged_errors.h"
+
+#include "kivjniffmpeg/ffmpeg/loader.h"
+
+#include <cstdarg>
+
+namespace
+{
+
+thread_local int64_t s_errors = 0;
+
+void log_nothrow(void *avp_object, int inp_level, const char *strp_format, va_list dsp_values)
+{
+    if ((inp_level & 0xFF) <= AV_LOG_ERROR)
+        ++s_errors;
+    g_avutil.av_log_default_callback(avp_object, inp_level, strp_format, dsp_values);
+}
+
+} // namespace
+
+void logged_errors::begin_to_count()
+{
+    if (g_avutil.av_log_set_callback != nullptr && g_avutil.av_log_default_callback != nullptr)
+        g_avutil.av_log_set_callback(&log_nothrow);
+}
+
+int64_t logged_errors::of_this_thread() noexcept
+{
+    return s_errors;
+}
