@@ -3,6 +3,7 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 
 #include <cstdarg>
+#include <string_view>
 
 namespace
 {
@@ -11,7 +12,8 @@ thread_local int64_t s_errors = 0;
 
 void log_nothrow(void *avp_object, int inp_level, const char *strp_format, va_list dsp_values)
 {
-    if ((inp_level & 0xFF) <= AV_LOG_ERROR)
+    // A decoder of H.264 that began within a stream is asked to forget pictures that it never had.
+    if ((inp_level & 0xFF) <= AV_LOG_ERROR && !std::string_view(strp_format).starts_with("mmco: unref short"))
         ++s_errors;
     g_avutil.av_log_default_callback(avp_object, inp_level, strp_format, dsp_values);
 }

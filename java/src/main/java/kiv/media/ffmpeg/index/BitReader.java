@@ -58,8 +58,9 @@ final class BitReader {
         return value;
     }
 
-    void skip(int count) {
+    BitReader skip(int count) {
         bit += count;
+        return this;
     }
 
     /** Whether more was read than there is. */
@@ -82,6 +83,26 @@ final class BitReader {
         for (int i = 0; i < count && !isBeyondEnd(); i++) {
             unsigned();
         }
+    }
+
+    BitReader skipSigned(int count) {
+        skipUnsigned(count);
+        return this;
+    }
+
+    /** Whether a number that was read is in a range, both ends included. */
+    boolean within(int value, int least, int most) {
+        return value >= least && value <= most;
+    }
+
+    /** Whether the bits up to the next byte have one value. */
+    boolean alignsWith(int value) {
+        while ((bit & 7) != 0) {
+            if (bit() != value) {
+                return false;
+            }
+        }
+        return true;
     }
 
     int signed() {

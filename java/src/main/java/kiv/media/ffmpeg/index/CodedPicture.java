@@ -13,6 +13,8 @@ public final class CodedPicture {
      * that for damage.
      */
     public boolean refersBack;
+    /** Whether the packet breaks its codec's rules, so that nobody knows what decoders make of it and of those behind it. */
+    public boolean broken;
     /** How many pictures the packet gives: 0 or 1, or {@link #UNKNOWN}. */
     public int pictures = UNKNOWN;
     /** Whether no picture refers to this one, and it is shown at once; for codecs that sort by the kind of picture. */
@@ -23,6 +25,7 @@ public final class CodedPicture {
     public void clear() {
         restart = false;
         refersBack = false;
+        broken = false;
         pictures = UNKNOWN;
         bidirectional = false;
         order = 0;

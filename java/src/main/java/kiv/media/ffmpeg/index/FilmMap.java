@@ -77,6 +77,7 @@ public final class FilmMap {
         picture.clear();
         if (examiner != null) {
             examiner.examine(bytes, size, picture);
+            irregular |= picture.broken;
             headersChanged |= examiner.headersChanged();
             boolean begins = examiner.takeSequenceBegins();
             uncertain |= begins;
