@@ -112,7 +112,7 @@ final class FilmDecoder implements FilmPictures {
                 break;
             }
         }
-        if (damaged || map.isIrregular()) {
+        if (damaged || map.isIrregularAt(number)) {
             verify(number);
         }
         return number < map.known();
@@ -155,7 +155,7 @@ final class FilmDecoder implements FilmPictures {
                 readPacket();
             }
         }
-        if (damaged || map.isIrregular()) {
+        if (damaged || map.isIrregularAt(map.known())) {
             verify(Long.MAX_VALUE);
         }
         return map.known();

@@ -63,6 +63,11 @@ final class BitReader {
         return this;
     }
 
+    /** The place of the first byte of which nothing was read. */
+    int nextByte() {
+        return (int) (bit + Byte.SIZE - 1 >> 3);
+    }
+
     /** Whether more was read than there is. */
     boolean isBeyondEnd() {
         return bit > 8L * end;

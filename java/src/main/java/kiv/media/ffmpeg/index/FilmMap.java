@@ -21,13 +21,15 @@ public final class FilmMap {
     /** Ranks within a group have 16 bits. */
     private static final int LARGEST_GROUP = Short.MAX_VALUE;
     private static final int UNKNOWN = CodedPicture.UNKNOWN;
+    private static final int NONE = Integer.MAX_VALUE;
 
     private final PacketIndex index;
     /** Null when nothing is known of the codec's pictures. */
     private final PacketExaminer examiner;
     private boolean ended;
     private boolean headersChanged;
-    private boolean irregular;
+    /** The first group of which it is not certain that it gives what its heads promise, although all made sense before. */
+    private int irregular = NONE;
 
     private int groups;
     private int[] starts = new int[16];
@@ -77,12 +79,10 @@ public final class FilmMap {
         picture.clear();
         if (examiner != null) {
             examiner.examine(bytes, size, picture);
-            irregular |= picture.broken;
             headersChanged |= examiner.headersChanged();
             boolean begins = examiner.takeSequenceBegins();
             uncertain |= begins;
             newUncertain = begins;
-            irregular |= fields[PacketFields.ERRORS] > 0;
             if ((fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0) {
                 picture.clear();
             }
@@ -101,7 +101,11 @@ public final class FilmMap {
             starts[groups++] = index.size();
         }
         // What a film has that begins within a group says nothing of the rest.
-        irregular |= groups > 1 && examiner != null && picture.pictures == UNKNOWN;
+        boolean odd = groups > 1 && picture.pictures == UNKNOWN
+                || index.size() > 0 && (picture.broken || fields[PacketFields.ERRORS] > 0);
+        if (odd && examiner != null) {
+            irregular = Math.min(irregular, groups - 1);
+        }
         index.add(bytes, size, fields, (picture.restart ? PacketIndex.RESTART : 0)
                 | (picture.refersBack ? PacketIndex.REFERS_BACK : 0));
         keep();
@@ -128,9 +132,15 @@ public final class FilmMap {
         return ended;
     }
 
-    /** Whether a packet's head made no sense, or a group gave other pictures than the heads promise. */
-    public boolean isIrregular() {
-        return irregular;
+    /**
+     * Whether a packet made no sense in a picture's group or before it, or one of these groups gave other pictures than
+     * its heads promise.
+     *
+     * @param number a picture that is known, or the number behind the last one
+     */
+    public boolean isIrregularAt(long number) {
+        return irregular < NONE && (irregular >= counted ? irregular < groups && number >= firsts[counted]
+                : number >= firsts[Math.max(0, irregular - 1)]);
     }
 
     public boolean headersChanged() {
@@ -412,7 +422,7 @@ public final class FilmMap {
         }
         counts[group] = learned - firsts[group];
         if (!Arrays.equals(now, predicted(group, counts[group]))) {
-            irregular |= group > 1 && promised[group] != UNKNOWN;
+            irregular = group > 1 && promised[group] != UNKNOWN ? Math.min(irregular, group) : irregular;
             promised[group] = UNKNOWN; // it is not whole
         }
         counted = Math.min(counted, group);
@@ -439,7 +449,7 @@ public final class FilmMap {
     public void save(DataOutputStream out) throws IOException {
         index.save(out);
         out.writeBoolean(headersChanged);
-        out.writeBoolean(irregular);
+        out.writeInt(irregular);
         out.writeInt(groups);
         for (int group = 0; group < groups; group++) {
             out.writeInt(starts[group]);
@@ -460,7 +470,7 @@ public final class FilmMap {
     public static FilmMap load(DataInputStream in, PacketExaminer examiner) throws IOException {
         FilmMap map = new FilmMap(PacketIndex.load(in), examiner);
         map.headersChanged = in.readBoolean();
-        map.irregular = in.readBoolean();
+        map.irregular = in.readInt();
         map.ended = true;
         map.groups = in.readInt();
         map.starts = new int[map.groups + 1];

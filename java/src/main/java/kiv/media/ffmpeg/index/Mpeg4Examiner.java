@@ -8,6 +8,7 @@ final class Mpeg4Examiner extends PacketExaminer {
     private static final int LONGEST_HEAD = 16;
     private int layer;
     private boolean sawPrevious;
+    private final Mpeg4Clock clock = new Mpeg4Clock();
 
     Mpeg4Examiner(byte[] extradata) {
         noteLayer(extradata, extradata.length);
@@ -33,6 +34,7 @@ final class Mpeg4Examiner extends PacketExaminer {
                     changeSequence();
                 }
                 layer = hash;
+                clock.layer(new BitReader(bytes, at + 1, end));
             }
             at = (bytes[at] & 0xFF) == 0xB6 ? end : next;
         }
@@ -48,7 +50,11 @@ final class Mpeg4Examiner extends PacketExaminer {
         for (int at = nextStartCode(bytes, 0, end); at < end;) {
             int next = nextStartCode(bytes, at, end);
             layered |= (bytes[at] & 0xF0) == 0x20;
+            if ((bytes[at] & 0xFF) == 0xB3) {
+                clock.group(new BitReader(bytes, at + 1, end));
+            }
             if ((bytes[at] & 0xFF) == 0xB6) {
+                picture.broken |= !clock.picture(new BitReader(bytes, at + 1, end));
                 pictures++;
                 kind = at(bytes, at + 1) >> 6;
                 length = next - at;

@@ -5,8 +5,12 @@ import java.util.Arrays;
 /** MPEG-1 and MPEG-2: the kind of a picture says its order. */
 final class MpegVideoExaminer extends PacketExaminer {
     private static final int FRAME = 3;
+    /** From here on numbers of slices have more bits elsewhere. */
+    private static final int HIGHEST_ROW = 0xAF;
     private int sequence;
     private int openField;
+    /** The highest number of a slice; 0 when it is not known. */
+    private int rows;
 
     MpegVideoExaminer(byte[] extradata) {
         noteSequence(extradata, extradata.length);
@@ -25,6 +29,10 @@ final class MpegVideoExaminer extends PacketExaminer {
             int extension = code == 0xB5 && at + 1 < end ? bytes[at + 1] >> 4 & 15 : 0;
             if (code == 0 || code >= 1 && code < 0xB0) {
                 break;
+            }
+            if (code == 0xB3 && at + 3 < next) {
+                // An interlaced picture has an even number of rows.
+                rows = (((bytes[at + 2] & 0xF) << 8 | bytes[at + 3] & 0xFF) + 31) / 32 * 2;
             }
             if (code == 0xB3 || extension == 1) {
                 int to = next == end ? end : next - 3;
@@ -58,6 +66,7 @@ final class MpegVideoExaminer extends PacketExaminer {
                 structure = FRAME;
                 firstKind = pictures == 1 ? kind : firstKind;
                 if (kind < 1 || kind > 3) {
+                    picture.broken = kind != 4;
                     return;
                 }
             } else if (code == 0xB5 && at(bytes, at + 1) >> 4 == 8) {
@@ -67,6 +76,7 @@ final class MpegVideoExaminer extends PacketExaminer {
                 changeHeaders(); // other quantizers, until the next sequence header
             } else if (code >= 1 && code < 0xB0) {
                 sliced = true;
+                picture.broken |= rows != 0 && rows < HIGHEST_ROW && code > rows;
             }
         }
         boolean whole = pictures == 1 && firstStructure == FRAME

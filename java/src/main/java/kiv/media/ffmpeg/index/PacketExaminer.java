@@ -49,6 +49,7 @@ public abstract class PacketExaminer {
         } catch (IndexOutOfBoundsException e) {
             // Only damaged packets end within their heads.
             picture.clear();
+            picture.broken = true;
         }
     }
 
@@ -119,6 +120,23 @@ public abstract class PacketExaminer {
             case "av1" -> new Av1Examiner();
             default -> ALONE.contains(codec) ? new AloneExaminer() : null;
         };
+    }
+
+    /** Finds the next byte of a value. @return its place, or the end */
+    static int nextOf(byte[] bytes, byte value, int from, int end) {
+        long all = (value & 0xFFL) * 0x0101010101010101L;
+        int at = from;
+        while (at + Long.BYTES <= end) {
+            long here = (long) LONGS.get(bytes, at) ^ all;
+            if ((~((here & LOW_BITS) + LOW_BITS | here) & ~LOW_BITS) != 0) {
+                break;
+            }
+            at += Long.BYTES;
+        }
+        while (at < end && bytes[at] != value) {
+            at++;
+        }
+        return at;
     }
 
     /** Finds the next start code. @return the place of the byte behind 0, 0, 1, or the end */

@@ -5,11 +5,19 @@ final class SimpleExaminer extends PacketExaminer {
     private static final int BLOCK = 256;
     private final String codec;
     private final int smallest;
+    /** The picture's width and height, each with 16 bits; 0 at first. */
+    private int size;
 
     SimpleExaminer(String codec, int pixels) {
         this.codec = codec;
         // A smaller packet may say that nothing has changed, for which some decoders give no picture.
         this.smallest = 32 + pixels / BLOCK / Byte.SIZE;
+    }
+
+    private boolean isSameSize(int width, int height) {
+        boolean same = size == 0 || size == (width << Short.SIZE | height);
+        size = width << Short.SIZE | height;
+        return same;
     }
 
     @Override
@@ -42,6 +50,10 @@ final class SimpleExaminer extends PacketExaminer {
             case "vp8" -> {
                 alone = (at(bytes, 0) & 1) == 0;
                 pictures = at(bytes, 0) >> 4 & 1;
+                int first = at(bytes, 0) >> 5 | at(bytes, 1) << 3 | at(bytes, 2) << 11;
+                sound &= first <= end - (alone ? 10 : 3) && (!alone || at(bytes, 3) == 0x9D && at(bytes, 4) == 1
+                        && at(bytes, 5) == 0x2A && isSameSize(at(bytes, 6) | at(bytes, 7) << 8, at(bytes, 8) | at(bytes, 9) << 8));
+                picture.broken = !sound;
             }
             case "theora" -> {
                 sound &= bits.bit() == 0;
