@@ -49,7 +49,9 @@ BRIDGE_ENTRY void av_log_set_callback(void (*adsp_callback)(void *, int, const c
 
 BRIDGE_ENTRY void av_log_default_callback(void *avp_object, int inp_level, const char *strp_format, va_list dsp_values)
 {
-    enter([&](const auto &dsp_ffmpeg) { dsp_ffmpeg.av_log_default_callback(avp_object, inp_level, strp_format, dsp_values); });
+    enter([&](const auto &dsp_ffmpeg) {
+        dsp_ffmpeg.av_log_default_callback(avp_object, inp_level, strp_format, dsp_values);
+    });
 }
 
 BRIDGE_ENTRY int av_strerror(int inp_error, char *strp_text, size_t ulp_size)

@@ -1,5 +1,7 @@
 package kiv.media.ffmpeg.index;
 
+import java.util.Arrays;
+
 /** Examines HEVC. */
 final class HevcExaminer extends UnitExaminer {
 
@@ -18,22 +20,20 @@ final class HevcExaminer extends UnitExaminer {
     private static final int LAST_SUBLAYER = 14;
     private static final int HEAD = 2;
 
-    private record Sequence(boolean separate, int orderBits) {
-    }
+    private static final int MOST_KEPT = 32;
 
-    private record PictureHeader(int sequence, boolean outputFlag, int extraBits) {
-    }
-
-    private final Sequence[] sequences = new Sequence[16];
-    private final PictureHeader[] pictures = new PictureHeader[64];
+    private final HevcHeaders headers = new HevcHeaders();
     private boolean sawPicture;
     /** Whether the decoder drops the pictures that need what was before the last restart. */
     private boolean dropsLeading;
     private boolean ended = true;
     private long previousOrder;
+    /** The places in the order of showing of the pictures that the decoder keeps; null while nobody knows them. */
+    private long[] kept;
 
     // Of the packet at work.
     private boolean known;
+    private boolean broken;
     private int found;
     private boolean restart;
     private boolean anew;
@@ -66,6 +66,7 @@ final class HevcExaminer extends UnitExaminer {
     @Override
     void read(byte[] bytes, int end, CodedPicture picture) {
         known = true;
+        broken = false;
         found = 0;
         restart = false;
         anew = false;
@@ -74,6 +75,7 @@ final class HevcExaminer extends UnitExaminer {
         pictureHere = false;
         boolean whole = eachUnit(bytes, end);
         sawPicture |= found > 0;
+        picture.broken = broken || !whole;
         if (!whole || !known || found != 1) {
             return;
         }
@@ -95,18 +97,20 @@ final class HevcExaminer extends UnitExaminer {
         if (kind <= LAST_SLICE) {
             slice(bytes, from, to, kind);
         } else if (kind == SEQUENCE) {
-            sequence(bytes, from, to);
-        } else if (kind == PICTURE) {
-            BitReader bits = payload(bytes, from, to, MOST_OF_SLICE);
-            int id = bits.unsigned();
-            int own = bits.unsigned();
-            if (id < 0 || id >= pictures.length || own < 0 || own >= sequences.length) {
-                return;
+            int id = headers.sequence(payload(bytes, from, to, MOST_OF_HEADERS));
+            broken |= id < 0;
+            if (id >= 0) {
+                noteHeader(true, SEQUENCE, id, bytes, from, to);
+                sequenceHere = true;
             }
-            bits.skip(1);
-            pictures[id] = new PictureHeader(own, bits.flag(), bits.bits(3));
-            noteHeader(false, kind, id, bytes, from, to);
-            pictureHere = true;
+        } else if (kind == PICTURE) {
+            int id = headers.picture(payload(bytes, from, to, MOST_OF_HEADERS));
+            boolean before = headersChanged();
+            if (id >= 0) {
+                noteHeader(false, kind, id, bytes, from, to);
+                pictureHere = true;
+            }
+            broken |= id < 0 || !before && headersChanged();
         } else if (kind == END_OF_SEQUENCE || kind == END_OF_STREAM) {
             ended = true;
         }
@@ -114,70 +118,61 @@ final class HevcExaminer extends UnitExaminer {
 
     private void slice(byte[] bytes, int from, int to, int kind) {
         BitReader bits = payload(bytes, from, to, MOST_OF_SLICE);
-        if (!bits.flag()) {
+        boolean sound = headers.slice(bits, kind);
+        if (bits.isBeyondEnd() && to - from > MOST_OF_SLICE) {
+            bits = payload(bytes, from, to, MOST_OF_HEADERS);
+            sound = headers.slice(bits, kind) || bits.isBeyondEnd() && to - from > MOST_OF_HEADERS;
+        }
+        broken |= !sound;
+        if (!headers.isFirst()) {
             return; // a further slice of the picture
         }
         found++;
-        boolean randomAccess = kind >= FIRST_RESTART && kind <= LAST_RESTART;
-        boolean dropsPrior = randomAccess && bits.flag();
-        int id = bits.unsigned();
-        PictureHeader header = id < 0 || id >= pictures.length ? null : pictures[id];
-        Sequence sequence = header == null ? null : sequences[header.sequence];
-        if (sequence == null) {
+        if (!headers.isKnown()) {
             known = false;
             return;
         }
-        bits.skip(header.extraBits);
-        bits.unsigned();
-        visible = !header.outputFlag || bits.flag();
-        bits.skip(sequence.separate ? 2 : 0);
+        boolean randomAccess = kind >= FIRST_RESTART && kind <= LAST_RESTART;
+        visible = headers.isVisible();
         boolean complete = kind == FIRST_COMPLETE || kind == FIRST_COMPLETE + 1;
-        int low = complete ? 0 : bits.bits(sequence.orderBits);
+        int low = headers.order();
         if (randomAccess) {
             // Numbers begin anew, and so do pictures that need what was before.
             anew = complete || kind < FIRST_COMPLETE || ended;
             dropsLeading = anew;
-            known &= !(dropsPrior && sawPicture && anew);
+            known &= !(headers.dropsPrior() && sawPicture && anew);
             previousOrder = anew ? low : previousOrder;
             ended = false;
         }
-        order = whole(low, sequence.orderBits, previousOrder);
+        order = whole(low, headers.orderBits(), previousOrder);
         boolean leading = kind >= DECODABLE_LEADING && kind <= LAST_LEADING;
         if ((bytes[from + 1] & 7) == 1 && !leading && (kind > LAST_SUBLAYER || kind % 2 == 1)) {
             previousOrder = order;
         }
-        visible &= !(kind >= SKIPPED_LEADING && kind <= LAST_LEADING && dropsLeading);
+        boolean dropped = kind >= SKIPPED_LEADING && kind <= LAST_LEADING && dropsLeading;
+        visible &= !dropped;
         restart = randomAccess && kind <= CLEAN;
+        if (anew) {
+            kept = new long[0];
+        }
+        if (kept != null && !dropped) {
+            keep(headers.references());
+        }
     }
 
-    private void sequence(byte[] bytes, int from, int to) {
-        BitReader bits = payload(bytes, from, to, MOST_OF_HEADERS);
-        bits.skip(4);
-        int sublayers = bits.bits(3);
-        bits.skip(1 + 96);
-        boolean[] profiles = new boolean[8];
-        boolean[] levels = new boolean[8];
-        for (int i = 0; i < sublayers; i++) {
-            profiles[i] = bits.flag();
-            levels[i] = bits.flag();
+    /** Compares the pictures that this one refers to with those that the decoder keeps. */
+    private void keep(HevcHeaders.References references) {
+        long[] now = new long[Math.min(MOST_KEPT, references.distances().length) + 1];
+        int size = 0;
+        for (int i = 0; i < now.length - 1; i++) {
+            long other = order + references.distances()[i];
+            boolean there = Arrays.stream(kept).anyMatch(one -> one == other);
+            broken |= !there && references.used()[i];
+            if (there) {
+                now[size++] = other;
+            }
         }
-        bits.skip(sublayers > 0 ? 2 * (8 - sublayers) : 0);
-        for (int i = 0; i < sublayers; i++) {
-            bits.skip((profiles[i] ? 88 : 0) + (levels[i] ? 8 : 0));
-        }
-        int id = bits.unsigned();
-        boolean separate = bits.unsigned() == 3 && bits.flag();
-        bits.skipUnsigned(2);
-        if (bits.flag()) {
-            bits.skipUnsigned(4);
-        }
-        bits.skipUnsigned(2);
-        int orderBits = bits.unsigned() + 4;
-        if (bits.isBeyondEnd() || orderBits > 16 || id < 0 || id >= sequences.length) {
-            return;
-        }
-        sequences[id] = new Sequence(separate, orderBits);
-        noteHeader(true, SEQUENCE, id, bytes, from, to);
-        sequenceHere = true;
+        now[size++] = order;
+        kept = Arrays.copyOf(now, size);
     }
 }
