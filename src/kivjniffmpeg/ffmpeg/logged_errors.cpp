@@ -12,8 +12,11 @@ thread_local int64_t s_errors = 0;
 
 void log_nothrow(void *avp_object, int inp_level, const char *strp_format, va_list dsp_values)
 {
+    const std::string_view strl_format(strp_format);
     // A decoder of H.264 that began within a stream is asked to forget pictures that it never had.
-    if ((inp_level & 0xFF) <= AV_LOG_ERROR && !std::string_view(strp_format).starts_with("mmco: unref short"))
+    const bool bl_error = (inp_level & 0xFF) <= AV_LOG_ERROR && !strl_format.starts_with("mmco: unref short");
+    // What decoders guess is no error to them.
+    if (bl_error || strl_format.starts_with("concealing "))
         ++s_errors;
     g_avutil.av_log_default_callback(avp_object, inp_level, strp_format, dsp_values);
 }

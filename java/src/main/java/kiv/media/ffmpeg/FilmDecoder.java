@@ -289,8 +289,8 @@ final class FilmDecoder implements FilmPictures {
     private Picture fromNearby(int number, boolean further) throws IOException {
         int group = map.groupOf(number);
         int start = further ? startBefore(group) : startFor(number, group);
-        if (start < 0) {
-            return null;
+        if (start < 0 || start == 0 && !map.index().has(0, PacketIndex.RESTART)) {
+            return null; // what a film begins with in the middle of a group depends on the decoder's first memory
         }
         // Decoding goes on when that is shorter, also within the group.
         if (run == null || expected > number || run.nextPacket() < start) {

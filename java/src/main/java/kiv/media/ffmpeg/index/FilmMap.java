@@ -87,6 +87,10 @@ public final class FilmMap {
                 picture.clear();
             }
         }
+        boolean broken = picture.broken;
+        if (broken) {
+            picture.clear();
+        }
         boolean alone = examiner != null && examiner.isAlone();
         if (index.size() == 0 || newUncertain || picture.restart && (!alone || openSize >= SMALLEST_GROUP)) {
             endGroup();
@@ -102,7 +106,7 @@ public final class FilmMap {
         }
         // What a film has that begins within a group says nothing of the rest.
         boolean odd = groups > 1 && picture.pictures == UNKNOWN
-                || index.size() > 0 && (picture.broken || fields[PacketFields.ERRORS] > 0);
+                || index.size() > 0 && (broken || fields[PacketFields.ERRORS] > 0);
         if (odd && examiner != null) {
             irregular = Math.min(irregular, groups - 1);
         }

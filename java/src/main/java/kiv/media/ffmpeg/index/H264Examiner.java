@@ -442,6 +442,9 @@ final class H264Examiner extends UnitExaminer {
             if (bits.flag()) {
                 buffers = true;
                 int count = bits.unsigned() + 1;
+                if (count < 1 || count > MOST_REFERENCES) {
+                    return -1;
+                }
                 bits.skip(8);
                 for (int i = 0; i < count && !bits.isBeyondEnd(); i++) {
                     bits.skipUnsigned(2);

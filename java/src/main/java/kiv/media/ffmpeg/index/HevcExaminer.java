@@ -5,6 +5,7 @@ import java.util.Arrays;
 /** Examines HEVC. */
 final class HevcExaminer extends UnitExaminer {
 
+    private static final int VIDEO = 32;
     private static final int SEQUENCE = 33;
     private static final int PICTURE = 34;
     private static final int END_OF_SEQUENCE = 36;
@@ -90,12 +91,16 @@ final class HevcExaminer extends UnitExaminer {
     @Override
     void unit(byte[] bytes, int from, int to) {
         int kind = bytes[from] >> 1 & 0x3F;
-        boolean base = to - from >= HEAD && (bytes[from] & 1) == 0 && (bytes[from + 1] & 0xF8) == 0;
+        boolean base = to - from > HEAD && (bytes[from] & 1) == 0 && (bytes[from + 1] & 0xF8) == 0;
         if (!base) {
             return; // of another layer, which is not decoded
         }
-        if (kind <= LAST_SLICE) {
+        if (kind <= LAST_SLICE && (kind > LAST_LEADING && kind < FIRST_RESTART || kind > CLEAN)) {
+            broken = true; // nobody knows what that is
+        } else if (kind <= LAST_SLICE) {
             slice(bytes, from, to, kind);
+        } else if (kind == VIDEO) {
+            noteHeader(true, kind, bytes[from + HEAD] >> 4 & 0xF, bytes, from, to);
         } else if (kind == SEQUENCE) {
             int id = headers.sequence(payload(bytes, from, to, MOST_OF_HEADERS));
             broken |= id < 0;

@@ -1,5 +1,7 @@
 package kiv.media.ffmpeg.index;
 
+import java.util.Arrays;
+
 /** JPEG pictures may use the tables of those before them. */
 final class MjpegExaminer extends PacketExaminer {
     private static final int CODES = 0xC4;
@@ -7,6 +9,8 @@ final class MjpegExaminer extends PacketExaminer {
     private static final int SCAN = 0xDA;
     private static final int LONGEST_CODE = 16;
     private boolean sawCodes;
+    /** Of the size and the parts of pictures; 0 at first. */
+    private int frame;
 
     @Override
     void read(byte[] bytes, int end, CodedPicture picture) {
@@ -20,6 +24,11 @@ final class MjpegExaminer extends PacketExaminer {
             codes |= marker == CODES;
             quantizers |= marker == QUANTIZERS;
             scan = marker == SCAN;
+            if (marker >= 0xC0 && marker <= 0xC2) {
+                int hash = Arrays.hashCode(Arrays.copyOfRange(bytes, at, Math.min(end, at + 2 + size)));
+                picture.broken |= frame != 0 && frame != hash;
+                frame = hash;
+            }
             picture.broken |= marker == CODES && !areCodes(bytes, at + 4, at + 2 + size);
             at += 2 + size;
         }

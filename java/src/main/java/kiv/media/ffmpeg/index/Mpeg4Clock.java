@@ -16,7 +16,8 @@ final class Mpeg4Clock {
     /** Pictures since the beginning to which others refer, up to 2. */
     private int references;
 
-    void layer(BitReader bits) {
+    /** Reads the header of a layer. @return whether it keeps the rules */
+    boolean layer(BitReader bits) {
         timeBits = 0;
         bits.skip(9);
         int version = 1;
@@ -30,12 +31,12 @@ final class Mpeg4Clock {
             bits.skip(bits.flag() ? 79 : 0);
         }
         boolean rectangular = bits.bits(2) == 0;
-        bits.skip(1);
+        boolean sound = bits.flag();
         resolution = bits.bits(16);
-        bits.skip(1);
+        sound &= bits.flag();
         int length = Math.max(1, Integer.SIZE - Integer.numberOfLeadingZeros(resolution - 1));
         bits.skip(bits.flag() ? length : 0);
-        bits.skip(29);
+        sound &= rectangular && bits.flag() && bits.skip(13).flag() && bits.skip(13).flag();
         interlaced = bits.flag();
         bits.skip(1);
         boolean plain = bits.bits(version == 1 ? 1 : 2) == 0 && !bits.flag();
@@ -50,6 +51,7 @@ final class Mpeg4Clock {
         bits.skip(version == 1 ? 0 : 1);
         plain &= bits.flag();
         timeBits = rectangular && plain && resolution > 0 && !bits.isBeyondEnd() ? length : 0;
+        return sound;
     }
 
     void group(BitReader bits) {

@@ -7,6 +7,7 @@ final class Mpeg4Examiner extends PacketExaminer {
     /** A picture that is not coded is nothing but its head. */
     private static final int LONGEST_HEAD = 16;
     private int layer;
+    private boolean brokenLayer;
     private boolean sawPrevious;
     private final Mpeg4Clock clock = new Mpeg4Clock();
 
@@ -34,7 +35,7 @@ final class Mpeg4Examiner extends PacketExaminer {
                     changeSequence();
                 }
                 layer = hash;
-                clock.layer(new BitReader(bytes, at + 1, end));
+                brokenLayer |= !clock.layer(new BitReader(bytes, at + 1, end));
             }
             at = (bytes[at] & 0xFF) == 0xB6 ? end : next;
         }
@@ -42,7 +43,9 @@ final class Mpeg4Examiner extends PacketExaminer {
 
     @Override
     void read(byte[] bytes, int end, CodedPicture picture) {
+        brokenLayer = false;
         noteLayer(bytes, end);
+        picture.broken = brokenLayer;
         int pictures = 0;
         int kind = 0;
         int length = 0;
