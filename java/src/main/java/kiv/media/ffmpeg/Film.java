@@ -400,6 +400,11 @@ public final class Film implements Closeable {
         return pictures.decodedPackets();
     }
 
+    /** {@return how many packets could not be decoded so far, of those that had to be decoded after all before them} */
+    public long damagedPackets() {
+        return pictures.damagedPackets();
+    }
+
     /** Some work with the film. */
     @FunctionalInterface
     private interface Work<T> {

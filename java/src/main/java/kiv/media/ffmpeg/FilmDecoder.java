@@ -48,6 +48,8 @@ final class FilmDecoder implements FilmPictures {
     private final BitSet surprising = new BitSet();
     private long decodedBefore;
     private FilmRun wholeRun;
+    /** Packets that the whole film goes on without. */
+    private final BitSet undecodable = new BitSet();
     private int wholeNumber;
 
     /** Up to the end of each part of the pictures, the latest time at which one of them is shown. */
@@ -75,6 +77,11 @@ final class FilmDecoder implements FilmPictures {
     @Override
     public long decodedPackets() {
         return decodedBefore + (run == null ? 0 : run.decoded()) + (wholeRun == null ? 0 : wholeRun.decoded());
+    }
+
+    @Override
+    public long damagedPackets() {
+        return undecodable.cardinality();
     }
 
     /** Adds the next packet to the index. @return false at the end */
@@ -533,7 +540,7 @@ final class FilmDecoder implements FilmPictures {
                     return null;
                 }
             } catch (DecodeException e) {
-                // The film goes on without it.
+                undecodable.set(wholeRun.nextPacket() - 1); // the film goes on without it
             }
         }
     }

@@ -31,6 +31,11 @@ interface FilmPictures extends AutoCloseable {
     /** Returns how many packets were decoded so far. */
     long decodedPackets();
 
+    /** Returns how many packets could not be decoded so far. */
+    default long damagedPackets() {
+        return 0;
+    }
+
     /** Returns a picture. @throws IndexOutOfBoundsException when there is none of that number */
     default Picture existing(long number) throws IOException {
         Picture picture = number < 0 ? null : picture(number);

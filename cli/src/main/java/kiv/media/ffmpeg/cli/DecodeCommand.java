@@ -11,6 +11,7 @@ import java.util.Locale;
 import java.util.Optional;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioDecoder;
+import kiv.media.ffmpeg.Film;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
@@ -156,7 +157,8 @@ final class DecodeCommand implements Callable<Integer> {
         long start = System.nanoTime();
         // Standard input is read once, from its beginning, when there is sound.
         boolean seeks = !noPictures && (noSound || !input.isStandardInput());
-        try (MediaReader reader = VerifiedSeek.open(input, seeks ? from : null)) {
+        boolean inFilm = seeks && from != null;
+        try (MediaReader reader = inFilm ? input.open() : input.openForward()) {
             MediaStream video = noPictures ? null : reader.firstVideo().orElse(null);
             MediaStream audio = noSound ? null : reader.firstAudio().orElse(null);
             if (video == null && (audio == null || file != null && !noPictures)) {
@@ -169,13 +171,14 @@ final class DecodeCommand implements Callable<Integer> {
                 MediaStream soundStream = decoders.sound == null ? null : audio;
                 DecodeObserver observer = openPage(reader, pictureStream, soundStream);
                 try (SoundWriter sound = soundStream == null ? null
-                        : new SoundWriter(audio, seeks && from != null && video != null ? input.openSound() : null,
+                        : new SoundWriter(audio, inFilm && video != null ? input.openSound() : null,
                                 decoders.sound, soundFile(), range, TimeRange.beginning(reader), observer, this::warn);
+                        Film film = inFilm && pictureStream != null ? input.open(Film::open) : null;
                         PictureOutput pictures = pictureStream == null ? null : openPictures(video);
                         Progress progress = startProgress(reader, pictureStream, audio, range)) {
                     announceSize(reader, pictureStream, range);
                     DecodeJob job = new DecodeJob(input, range, every, limit, observer, this::warn);
-                    job.run(reader, pictureStream, decoders.pictures, pictures, sound, progress);
+                    job.run(reader, pictureStream, decoders.pictures, film, pictures, sound, progress);
                     progress.finish();
                     DecodeObserver.Summary summary = job.summary(reader, pictureStream, pictures, sound,
                             (System.nanoTime() - start) / 1e9);

@@ -1,13 +1,16 @@
 package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.time.Duration;
 import java.util.ArrayDeque;
 import java.util.Deque;
+import java.util.Iterator;
 import java.util.List;
 import java.util.Optional;
 import java.util.function.Consumer;
 import kiv.media.ffmpeg.DecodeException;
+import kiv.media.ffmpeg.Film;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
@@ -19,6 +22,8 @@ import kiv.media.ffmpeg.VideoDecoder;
 final class DecodeJob {
 
     private static final double NANOS = 1e9;
+    /** More than containers round times. */
+    private static final Duration BEFORE = Duration.ofMillis(1);
 
     private final MediaInput input;
     private final TimeRange range;
@@ -52,16 +57,23 @@ final class DecodeJob {
         this.observer = observer;
     }
 
-    /** Decodes and writes everything. An argument for what is not wanted is null. */
-    void run(MediaReader reader, MediaStream pictureStream, VideoDecoder decoder, PictureOutput pictures,
+    /**
+     * Decodes and writes everything. An argument for what is not wanted is null.
+     *
+     * @param film gives the pictures, so that decoding need not start at the beginning; null to decode the reader's packets
+     */
+    void run(MediaReader reader, MediaStream pictureStream, VideoDecoder decoder, Film film, PictureOutput pictures,
             SoundWriter sound, Progress progress) throws IOException {
         start = TimeRange.beginning(reader);
         video = pictureStream;
         picturesDone = video == null;
         packets = new PacketSource(input, reader, warnings);
+        if (film != null) {
+            takePictures(film, pictures, sound, progress);
+        }
         for (Packet packet; !isDone(sound) && (packet = packets.next()) != null;) {
             if (decoder != null && decoder.accepts(packet)) {
-                if (!picturesDone) {
+                if (!picturesDone && film == null) {
                     decode(packet, decoder, pictures, sound, progress);
                 }
             } else if (sound != null && sound.accepts(packet) && !sound.isDone()) {
@@ -71,7 +83,7 @@ final class DecodeJob {
                 }
             }
         }
-        if (decoder != null && !picturesDone) {
+        if (decoder != null && !picturesDone && film == null) {
             takePictures(decoder.finish(), pictures, sound, progress);
         }
         while (!heldSound.isEmpty()) {
@@ -81,6 +93,25 @@ final class DecodeJob {
             sound.end();
         }
         finish(pictures, sound);
+    }
+
+    /** Takes the pictures from shortly before the part on. Where the film ends first, its packets are still to be read. */
+    private void takePictures(Film film, PictureOutput pictures, SoundWriter sound, Progress progress) throws IOException {
+        try {
+            if (film.range(0, 1, 1).peek(Picture::close).count() == 0) {
+                return;
+            }
+            long first = film.numberAt(range.from().plus(start).minus(BEFORE));
+            for (Iterator<Picture> all = film.range(first, Long.MAX_VALUE, 1).iterator(); !picturesDone && all.hasNext();) {
+                ShutdownGuard.throwIfEnding();
+                takePictures(List.of(all.next()), pictures, sound, progress);
+            }
+            damaged = film.damagedPackets();
+        } catch (UncheckedIOException e) {
+            throw e.getCause();
+        } catch (MediaFormatException e) {
+            throw new MediaFormatException(input.about(e.getMessage()), e);
+        }
     }
 
     private void takeSound(Packet packet, SoundWriter sound) throws IOException {

@@ -10,7 +10,7 @@
  *       options that they share. {@code FailureReport} turns what they throw into a line and an exit status.</li>
  *   <li>Inputs: {@code MediaInput} opens a file, which {@code FileNames} finds, or {@code StandardInput}.
  *       {@code Diagnosis} says what else a file is that does not open, {@code FileEnd} whether its end is missing.</li>
- *   <li>Decoding a part of a file: {@code DecodeJob} with {@code VerifiedSeek}, {@code PacketSource}, {@code TimeRange}
+ *   <li>Decoding a part of a file: {@code DecodeJob} with {@code PacketSource}, {@code TimeRange}
  *       and the two clocks.</li>
  *   <li>Outputs: {@code PngPictures}, {@code OnePicture}, {@code RawPictures}, {@code SoundWriter} and
  *       {@code DecodePage} write through {@code OutputFile} and {@code SoundFile}. {@code ShutdownGuard} closes those when
