@@ -551,7 +551,15 @@ final class FilmDecoder implements FilmPictures {
     }
 
     void load(DataInputStream in) throws IOException {
-        adopt(FilmMap.load(in, null));
+        FilmMap loaded = FilmMap.load(in, examiner);
+        if (loaded.index().size() > 0) {
+            try (PacketFetcher fetcher = new PacketFetcher(opening, loaded.index(), stream)) {
+                fetcher.fetch(0);
+            } catch (MediaFormatException e) {
+                throw new MediaFormatException("the index is that of another film", e);
+            }
+        }
+        adopt(loaded);
     }
 
     @Override

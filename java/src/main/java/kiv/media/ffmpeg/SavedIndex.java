@@ -39,7 +39,7 @@ final class SavedIndex {
         void from(DataInputStream in) throws IOException;
     }
 
-    private static final int VERSION = 2;
+    private static final int VERSION = 3;
 
     private final String name;
     private final byte[] identity;

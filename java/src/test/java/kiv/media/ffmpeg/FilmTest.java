@@ -6,8 +6,11 @@ import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
+import java.nio.ByteBuffer;
+import java.nio.channels.FileChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.StandardOpenOption;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Arrays;
@@ -17,6 +20,7 @@ import java.util.NoSuchElementException;
 import java.util.Random;
 import java.util.stream.LongStream;
 import java.util.stream.Stream;
+import java.util.zip.CRC32C;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -195,6 +199,61 @@ class FilmTest {
                     .hasMessageContaining("changed");
         }
         assertThatThrownBy(() -> Film.open(TestMedia.stream("mp2.mp2"))).isInstanceOf(MediaFormatException.class);
+    }
+
+    /** The checksum is right, so what is wrong must show in values and pictures. */
+    @ParameterizedTest
+    @ValueSource(strings = {"h264_open_b_160x120.ts", "mpeg2_b_323x243.mpg", "cinepak_160x120.avi"})
+    void aDamagedIndexGivesNoWrongPicture(String name) throws IOException {
+        Path file = TestMedia.stream(name);
+        List<Row> whole = whole(file);
+        ByteArrayOutputStream saved = new ByteArrayOutputStream();
+        try (Film film = Film.open(file)) {
+            film.saveIndex(saved);
+        }
+        for (int seed = 0; seed < 120; seed++) {
+            Random random = new Random(seed);
+            byte[] bytes = saved.toByteArray();
+            for (int flips = random.nextInt(1, 4); flips > 0; flips--) {
+                bytes[random.nextInt(bytes.length - 8)] ^= 1 << random.nextInt(8);
+            }
+            CRC32C crc = new CRC32C();
+            crc.update(bytes, 0, bytes.length - 8);
+            ByteBuffer.wrap(bytes).putLong(bytes.length - 8, crc.getValue());
+            try (Film film = Film.open(file)) {
+                film.loadIndex(new ByteArrayInputStream(bytes));
+                for (int i = 0; i < 4; i++) {
+                    int number = random.nextInt(whole.size());
+                    assertThat(Row.of(film.picture(number)).hash).as("%d of seed %d", number, seed)
+                            .isEqualTo(whole.get(number).hash);
+                }
+            } catch (MediaException e) {
+                assertThat(e).isInstanceOf(MediaFormatException.class);
+            }
+        }
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"h264_open_b_160x120.ts", "mpeg2_b_323x243.mpg", "mpeg4_b_322x242.avi", "h264_b_320x240.mp4",
+        "h264_b_720x576.mkv"})
+    void aFileThatGrowsAndShrinksGivesRightPicturesOrAnError(String name) throws IOException {
+        List<Row> whole = whole(TestMedia.stream(name));
+        byte[] bytes = Files.readAllBytes(TestMedia.stream(name));
+        Path file = Files.write(directory.resolve("changing"), bytes);
+        try (Film film = Film.open(FileChannel.open(file))) {
+            film.count();
+            int last = whole.size() - 1;
+            Files.write(file, new byte[5000], StandardOpenOption.APPEND);
+            assertThat(Row.of(film.picture(last))).isEqualTo(whole.get(last));
+            Files.write(file, Arrays.copyOf(bytes, bytes.length / 2));
+            for (int number = last; number >= 0; number--) {
+                try {
+                    assertThat(Row.of(film.picture(number))).as("picture %d", number).isEqualTo(whole.get(number));
+                } catch (MediaFormatException e) {
+                    assertThat(e).hasMessageMatching(".*changed.*|.*not a media file.*");
+                }
+            }
+        }
     }
 
     @Test

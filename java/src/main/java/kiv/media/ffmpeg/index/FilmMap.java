@@ -471,32 +471,71 @@ public final class FilmMap {
         }
     }
 
+    /**
+     * Loads what {@link #save} wrote of a whole film.
+     *
+     * @throws java.io.StreamCorruptedException when a value is none that there can be
+     */
     public static FilmMap load(DataInputStream in, PacketExaminer examiner) throws IOException {
         FilmMap map = new FilmMap(PacketIndex.load(in), examiner);
+        int packets = map.index.size();
         map.headersChanged = in.readBoolean();
         map.irregular = in.readInt();
         map.ended = true;
         map.groups = in.readInt();
+        PacketIndex.check(map.groups >= 0 && map.groups <= packets && map.groups > 0 == packets > 0
+                && map.groups <= in.available() / Long.BYTES
+                && (map.irregular == NONE || map.irregular >= 0 && map.irregular < map.groups));
         map.starts = new int[map.groups + 1];
         map.counts = new int[map.groups + 1];
+        map.promised = new int[map.groups + 1];
         map.firsts = new int[map.groups + 2];
+        long pictures = 0;
         for (int group = 0; group < map.groups; group++) {
             map.starts[group] = in.readInt();
             map.counts[group] = in.readInt();
+            pictures += map.counts[group];
+            PacketIndex.check(map.starts[group] < packets && map.counts[group] >= 0 && pictures < Integer.MAX_VALUE
+                    && (group == 0 ? map.starts[0] == 0 : map.starts[group] > map.starts[group - 1]));
         }
+        map.count();
         map.learnedGroups = in.readInt();
         map.learned = in.readInt();
+        PacketIndex.check(map.learnedGroups >= 0 && map.learnedGroups <= map.groups
+                && map.learned >= map.firsts[map.learnedGroups] && map.learned <= pictures
+                && map.learned <= in.available() / Long.BYTES);
         map.own = new int[map.learned + 1];
         map.fed = new int[map.learned + 1];
         for (int i = 0; i < map.learned; i++) {
             map.own[i] = in.readInt();
             map.fed[i] = in.readInt();
+            PacketIndex.check(map.own[i] >= -1 && map.own[i] < packets && map.fed[i] >= 0 && map.fed[i] <= packets);
         }
-        for (int left = in.readInt(); left > 0; left--) {
+        for (int group = map.learnedGroups; group < map.groups; group++) {
+            map.checkRanks(group);
+        }
+        int left = in.readInt();
+        PacketIndex.check(left >= 0 && left <= pictures && left == in.available() / Integer.BYTES);
+        for (; left > 0; left--) {
             map.verify(in.readInt());
         }
-        map.count();
         return map;
+    }
+
+    /** Checks that each picture of a group which was not decoded has one packet. */
+    private void checkRanks(int group) throws IOException {
+        PacketIndex.check(counts[group] <= end(group) - starts[group]);
+        boolean[] there = new boolean[counts[group]];
+        int size = 0;
+        for (int packet = starts[group]; packet < end(group); packet++) {
+            int rank = index.rank(packet);
+            PacketIndex.check(rank < 0 || rank < there.length && !there[rank]);
+            if (rank >= 0) {
+                there[rank] = true;
+                size++;
+            }
+        }
+        PacketIndex.check(size == there.length);
     }
 
     public PacketIndex index() {

@@ -4,6 +4,7 @@ import java.io.DataInputStream;
 import java.io.DataOutputStream;
 import java.io.IOException;
 import java.io.StreamCorruptedException;
+import java.io.StreamCorruptedException;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
@@ -36,6 +37,9 @@ public final class PacketIndex {
     private static final int FAR = NO_TIMES + 3;
     /** Stands for a duration of more than 32 bits. */
     private static final int LONG = -1;
+    /** A proof is not saved: the saved form may be damaged. */
+    private static final int SAVED_FLAGS = RESTART | KEY | REFERS_BACK;
+    private static final int SAVED_BYTES = 43;
     private static final int BITS = 10;
     private static final int PART = 1 << BITS;
 
@@ -197,28 +201,40 @@ public final class PacketIndex {
             out.writeLong(decodingTime(at));
             out.writeInt(part(at).checksums[at % PART]);
             out.writeInt(bytes(at));
-            out.writeByte(part(at).flags[at % PART]);
+            out.writeByte(part(at).flags[at % PART] & SAVED_FLAGS);
             out.writeShort(rank(at));
             out.writeLong(duration(at));
         }
     }
 
+    /**
+     * Loads what {@link #save} wrote.
+     *
+     * @throws StreamCorruptedException when a value is none that there can be
+     */
     public static PacketIndex load(DataInputStream in) throws IOException {
         PacketIndex index = new PacketIndex();
-        for (int count = in.readInt(); count > 0; count--) {
+        int count = in.readInt();
+        check(count >= 0 && count <= in.available() / SAVED_BYTES);
+        for (; count > 0; count--) {
             long position = in.readLong();
             long presentation = in.readLong();
             long decoding = in.readLong();
             int checksum = in.readInt();
             int bytes = in.readInt();
             int flags = in.readByte();
-            if (bytes < 0) {
-                throw new StreamCorruptedException("a packet of " + bytes + " bytes");
-            }
             int rank = in.readShort();
+            check(position >= -1 && bytes >= 0 && (flags & ~SAVED_FLAGS) == 0 && rank >= -1);
             index.append(position, presentation, decoding, checksum, bytes, flags, in.readLong());
             index.rank(index.size() - 1, rank);
         }
         return index;
+    }
+
+    /** @throws StreamCorruptedException unless something that was loaded can be */
+    static void check(boolean possible) throws StreamCorruptedException {
+        if (!possible) {
+            throw new StreamCorruptedException("an impossible value");
+        }
     }
 }
