@@ -13,6 +13,7 @@ import java.util.concurrent.TimeUnit;
  */
 final class LoopGuard {
 
+    private static final long FIRST_PAUSE_MILLIS = 500;
     private static final long PAUSE_MILLIS = 200;
 
     /** Opens a file. */
@@ -31,12 +32,16 @@ final class LoopGuard {
      * @param end called by another thread when it takes more
      */
     static <T> T watch(Duration limit, Runnable end, Opening<T> opening) throws IOException {
-        ThreadMXBean threads = ManagementFactory.getThreadMXBean();
         long thread = Thread.currentThread().getId();
-        long last = threads.getCurrentThreadCpuTime() + limit.toNanos();
         CountDownLatch opened = new CountDownLatch(1);
         Thread watch = new Thread(() -> {
             try {
+                if (opened.await(FIRST_PAUSE_MILLIS, TimeUnit.MILLISECONDS)) {
+                    return;
+                }
+                // The virtual machine's reports take a while to load, and most files are open by now.
+                ThreadMXBean threads = ManagementFactory.getThreadMXBean();
+                long last = threads.getThreadCpuTime(thread) + limit.toNanos();
                 while (!opened.await(PAUSE_MILLIS, TimeUnit.MILLISECONDS)) {
                     if (threads.getThreadCpuTime(thread) > last) {
                         end.run();

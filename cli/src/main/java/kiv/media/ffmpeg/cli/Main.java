@@ -1,14 +1,14 @@
 package kiv.media.ffmpeg.cli;
 
 import java.nio.file.Path;
+import java.util.List;
+import java.util.Set;
+import java.util.function.Supplier;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 
 /** The command line: its commands, its exit statuses and the entry of the process. */
 @Command(name = "kivjniffmpeg", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
-        subcommands = {InfoCommand.class, DecodeCommand.class, FrameCommand.class,
-            ThumbnailsCommand.class, IndexCommand.class, EncodeCommand.class, FramesMd5Command.class,
-            FormatsCommand.class, CompletionCommand.class, CommandLine.HelpCommand.class},
         description = "Looks into media files, decodes them and encodes sound with FFmpeg's libraries.",
         exitCodeListHeading = "%nExit status:%n",
         exitCodeList = {"0:Done.",
@@ -22,6 +22,20 @@ import picocli.CommandLine.Command;
             "130:Interrupted by Ctrl-C; 143 when it was another signal to end. What was not whole is removed.",
             "141:The program that read standard output closed it."})
 public final class Main {
+
+    /** In the order of the help. */
+    private static final List<Subcommand> SUBCOMMANDS = List.of(new Subcommand("info", InfoCommand::new),
+            new Subcommand("decode", DecodeCommand::new), new Subcommand("frame", FrameCommand::new),
+            new Subcommand("thumbnails", ThumbnailsCommand::new), new Subcommand("index", IndexCommand::new),
+            new Subcommand("encode", EncodeCommand::new), new Subcommand("frames-md5", FramesMd5Command::new),
+            new Subcommand("formats", FormatsCommand::new), new Subcommand("completion", CompletionCommand::new),
+            new Subcommand("help", CommandLine.HelpCommand::new));
+    /** Those that speak of the others. */
+    private static final Set<String> OVERVIEWS = Set.of("completion", "help");
+
+    /** A command and how it is made: reading the options of one takes as long as opening a file. */
+    private record Subcommand(String name, Supplier<Object> maker) {
+    }
 
     private Main() {
     }
@@ -50,6 +64,9 @@ public final class Main {
      */
     static int run(String... args) {
         CommandLine line = new CommandLine(new Main());
+        List<Subcommand> named = SUBCOMMANDS.stream().filter(command -> args.length > 0 && command.name.equals(args[0])
+                && !OVERVIEWS.contains(command.name)).toList();
+        (named.isEmpty() ? SUBCOMMANDS : named).forEach(command -> line.addSubcommand(command.name, command.maker.get()));
         line.setCaseInsensitiveEnumValuesAllowed(true);
         line.registerConverter(Path.class, new FileNames.OutputConverter());
         line.setParameterExceptionHandler(FailureReport::wrongUsage);
