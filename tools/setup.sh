@@ -35,6 +35,7 @@ need g++ g++
 need libc6-dev /usr/include/dlfcn.h
 need binutils objcopy
 need libyuv-dev /usr/include/libyuv.h
+need libdeflate-dev /usr/include/libdeflate.h
 need cmake cmake
 need ninja-build ninja
 need openjdk-17-jdk-headless javac java

@@ -7,6 +7,7 @@
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/formats/color_model.h"
+#include "kivjniffmpeg/pictures/png_data.h"
 #include "kivjniffmpeg/pictures/turning.h"
 #include "trace/trace.h"
 
@@ -204,6 +205,21 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg
         context_of(ilp_hffmpeg, 2979);
         turn_picture(read_place(dsp_env, avop_from, avop_from_place), read_place(dsp_env, avop_to, avop_to_place),
                      {imp_degrees, bp_mirrored != JNI_FALSE});
+    });
+}
+
+JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1pictureconverter_1ffmpeg_n_1png_1data(
+    JNIEnv *adsp_env, jclass, jintArray avop_pixels, jint imp_width, jint imp_height)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jbyteArray {
+        kiv::jni::c_jintarray dsl_pixels(dsp_env, avop_pixels, INT32_MAX);
+        if (imp_width < 1 || imp_height < 1 || int64_t{imp_width} * imp_height > dsl_pixels.size())
+            throw_ffmpeg_exception(2977, "no image has ", imp_width, "x", imp_height, " of these pixels");
+        dsl_pixels.pin();
+        const c_png_rows dsl_rows(dsl_pixels.elements(), imp_width, imp_height);
+        dsl_pixels.release();
+        return kiv::jni::to_java(dsp_env, dsl_rows.compress());
     });
 }
 

@@ -1,19 +1,17 @@
 package kiv.media.ffmpeg.cli;
 
-import ar.com.hjg.pngj.FilterType;
-import ar.com.hjg.pngj.ImageInfo;
-import ar.com.hjg.pngj.ImageLineByte;
-import ar.com.hjg.pngj.PngWriter;
-import ar.com.hjg.pngj.chunks.PngChunk;
-import ar.com.hjg.pngj.chunks.PngChunkPHYS;
 import java.awt.image.BufferedImage;
+import java.awt.image.DataBufferInt;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
+import java.nio.ByteBuffer;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.LinkOption;
 import java.nio.file.Path;
+import java.util.Arrays;
 import java.util.Locale;
+import java.util.zip.CRC32;
 import javax.imageio.IIOImage;
 import javax.imageio.ImageIO;
 import javax.imageio.ImageWriteParam;
@@ -21,17 +19,19 @@ import javax.imageio.ImageWriter;
 import javax.imageio.stream.MemoryCacheImageOutputStream;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.Rational;
+import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 
 /** Makes files of pictures, and recognises the PNG files that it made. */
 final class ImageFile {
 
+    private static final byte[] SIGNATURE = {(byte) 0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
     private static final int BITS = 8;
-    /** Fast compression: the files are somewhat larger and take a fraction of the time. */
-    private static final int LEVEL = 1;
+    private static final int RED_GREEN_BLUE = 2;
+    private static final int KIND_LENGTH = 4;
     private static final float JPEG_QUALITY = 0.92F;
     private static final String MAKER_KEY = "Software";
     private static final String MAKER = "kivjniffmpeg";
-    /** The maker stands in one of the first chunks, all of which are small. */
+    /** The maker stands in one of the first chunks, and all chunks but that of the pixels fit into this many bytes. */
     private static final int HEAD = 256;
 
     private ImageFile() {
@@ -58,37 +58,29 @@ final class ImageFile {
     private static byte[] png(BufferedImage image, Rational pixelShape) {
         int width = image.getWidth();
         int height = image.getHeight();
-        ByteArrayOutputStream bytes = new ByteArrayOutputStream(1 << 20);
-        PngWriter writer = new PngWriter(bytes, new ImageInfo(width, height, BITS, false));
-        try {
-            writer.setCompLevel(LEVEL);
-            writer.setFilterType(FilterType.FILTER_SUB);
-            PngChunk maker = writer.getMetadata().setText(MAKER_KEY, MAKER, true, false);
-            maker.setPriority(true);
-            if (pixelShape.toDouble() > 0 && pixelShape.toDouble() != 1) {
-                // Pixels per unit of an unknown length: wider pixels are fewer.
-                PngChunkPHYS shape = new PngChunkPHYS(writer.imgInfo);
-                shape.setPixelsxUnitX(pixelShape.denominator());
-                shape.setPixelsxUnitY(pixelShape.numerator());
-                writer.getMetadata().queueChunk(shape);
-            }
-            int[] pixels = new int[width];
-            ImageLineByte line = new ImageLineByte(writer.imgInfo);
-            byte[] samples = line.getScanlineByte();
-            for (int y = 0; y < height; y++) {
-                image.getRaster().getDataElements(0, y, width, 1, pixels);
-                for (int x = 0; x < width; x++) {
-                    samples[3 * x] = (byte) (pixels[x] >> 16);
-                    samples[3 * x + 1] = (byte) (pixels[x] >> 8);
-                    samples[3 * x + 2] = (byte) pixels[x];
-                }
-                writer.writeRow(line);
-            }
-            writer.end();
-            return bytes.toByteArray();
-        } finally {
-            writer.close();
+        byte[] data = c_pictureconverter_ffmpeg.n_png_data(((DataBufferInt) image.getRaster().getDataBuffer()).getData(),
+                width, height);
+        ByteBuffer file = ByteBuffer.allocate(HEAD + data.length).put(SIGNATURE);
+        // The method of compression and that of filters are 0, and rows are not interlaced.
+        chunk(file, "IHDR", ByteBuffer.allocate(13).putInt(width).putInt(height).put((byte) BITS)
+                .put((byte) RED_GREEN_BLUE).array());
+        chunk(file, "tEXt", (MAKER_KEY + "\0" + MAKER).getBytes(StandardCharsets.ISO_8859_1));
+        if (pixelShape.toDouble() > 0 && pixelShape.toDouble() != 1) {
+            // Pixels per unit of an unknown length: wider pixels are fewer.
+            chunk(file, "pHYs", ByteBuffer.allocate(9).putInt((int) pixelShape.denominator())
+                    .putInt((int) pixelShape.numerator()).array());
         }
+        chunk(file, "IDAT", data);
+        chunk(file, "IEND", new byte[0]);
+        return Arrays.copyOf(file.array(), file.position());
+    }
+
+    private static void chunk(ByteBuffer file, String kind, byte[] data) {
+        int start = file.putInt(data.length).position();
+        file.put(kind.getBytes(StandardCharsets.ISO_8859_1)).put(data);
+        CRC32 checksum = new CRC32();
+        checksum.update(file.array(), start, KIND_LENGTH + data.length);
+        file.putInt((int) checksum.getValue());
     }
 
     private static byte[] jpeg(BufferedImage image) {

@@ -87,6 +87,17 @@ public final class c_pictureconverter_ffmpeg {
             int degrees, boolean mirrored);
 
     /**
+     * Filters and compresses an image for a PNG of 8-bit red, green and blue. It needs no FFmpeg.
+     *
+     * @param pixels {@code 0xAARRGGBB}, row by row without padding; their opacity is left out
+     * @param width in pixels
+     * @param height in pixels
+     * @return a new array with the contents of the chunk IDAT
+     * @throws RuntimeException when there are not as many pixels
+     */
+    public static native byte[] n_png_data(int[] pixels, int width, int height);
+
+    /**
      * Deletes a converter.
      *
      * @param converter its handle, invalid after the call
