@@ -110,6 +110,16 @@ final class BitReader {
         return true;
     }
 
+    /** Whether all bits that are left are 0. */
+    boolean isRestZero() {
+        while (bit < 8L * end) {
+            if (bit() != 0) {
+                return false;
+            }
+        }
+        return bit == 8L * end;
+    }
+
     int signed() {
         int code = unsigned();
         return (code & 1) != 0 ? (code + 1) >>> 1 : -(code >>> 1);

@@ -459,6 +459,8 @@ final class H264Examiner extends UnitExaminer {
         }
         bits.skip(1);
         bits.skipUnsigned(4);
-        return bits.unsigned();
+        int stated = bits.unsigned();
+        bits.skipUnsigned(1);
+        return bits.flag() && bits.isRestZero() ? stated : -1;
     }
 }

@@ -25,12 +25,17 @@ final class HevcExaminer extends UnitExaminer {
 
     private final HevcHeaders headers = new HevcHeaders();
     private boolean sawPicture;
+    /** Whether there are pictures of further layers. */
+    private boolean layered;
     /** Whether the decoder drops the pictures that need what was before the last restart. */
     private boolean dropsLeading;
     private boolean ended = true;
     private long previousOrder;
     /** The places in the order of showing of the pictures that the decoder keeps; null while nobody knows them. */
     private long[] kept;
+    /** Those of the last pictures. */
+    private final long[] recent = new long[MOST_KEPT];
+    private int pictures;
 
     // Of the packet at work.
     private boolean known;
@@ -46,6 +51,7 @@ final class HevcExaminer extends UnitExaminer {
     HevcExaminer(byte[] extradata) {
         super(HEAD);
         boolean lists = extradata.length > 22 && (extradata[0] == 1 || extradata[1] != 0 || extradata[2] > 1);
+        Arrays.fill(recent, Long.MIN_VALUE);
         if (!readExtradata(extradata, lists, 21)) {
             changeHeaders(); // the decoder decides what to do without
         }
@@ -91,8 +97,11 @@ final class HevcExaminer extends UnitExaminer {
     @Override
     void unit(byte[] bytes, int from, int to) {
         int kind = bytes[from] >> 1 & 0x3F;
+        broken |= bytes[from] < 0 || to - from >= HEAD && (bytes[from + 1] & 7) == 0;
         boolean base = to - from > HEAD && (bytes[from] & 1) == 0 && (bytes[from + 1] & 0xF8) == 0;
         if (!base) {
+            broken |= sawPicture && !layered;
+            layered = true;
             return; // of another layer, which is not decoded
         }
         if (kind <= LAST_SLICE && (kind > LAST_LEADING && kind < FIRST_RESTART || kind > CLEAN)) {
@@ -159,7 +168,10 @@ final class HevcExaminer extends UnitExaminer {
         restart = randomAccess && kind <= CLEAN;
         if (anew) {
             kept = new long[0];
+            Arrays.fill(recent, Long.MIN_VALUE);
         }
+        broken |= Arrays.stream(recent).anyMatch(one -> one == order); // twice the same picture
+        recent[pictures++ % recent.length] = order;
         if (kept != null && !dropped) {
             keep(headers.references());
         }

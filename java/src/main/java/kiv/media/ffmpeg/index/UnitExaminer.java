@@ -88,7 +88,7 @@ abstract class UnitExaminer extends PacketExaminer {
             while (at + lengthSize <= end) {
                 long length = number(bytes, at, lengthSize) & 0xFFFFFFFFL;
                 at += lengthSize;
-                if (length > end - at) {
+                if (length > end - at || length < headSize && headSize > 1) {
                     return false;
                 }
                 if (length > 0) {
