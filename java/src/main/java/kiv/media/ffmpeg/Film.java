@@ -36,9 +36,14 @@ import kiv.media.ffmpeg.index.PacketIndex;
  * {@linkplain #openApproximate(Path) approximate} film trusts the container instead.
  *
  * <p>Damage may change how many pictures there are, or what a decoder guesses for what is missing. The film notices it in the
- * heads of pictures, or when the decoder reports it. From then on it decodes from its beginning, and compares each picture
- * with what that gives. Damage that heads do not show is noticed only when its picture is decoded: pictures that were asked
- * for before then may have another number. {@link #verify()} decodes all of a film for those who must be sure.
+ * heads of pictures and slices, in what pictures say of others, in what the container's reader logs, and when the decoder
+ * reports or logs it. From then on it decodes from its beginning, and compares each picture with what that gives. Damage
+ * behind the heads is noticed only when its picture is decoded. Most decoders show such a picture all the same, so that the
+ * numbers of those behind it stay. Decoders of AV1, and FFmpeg 2.8's of Theora, leave it out: pictures that were asked for
+ * before then may have another number. {@link #verify()} decodes all of a film for those who must be sure.
+ *
+ * <p>The bytes of the film should not change while it is open. A packet that is read again is compared with its checksum, so a
+ * file that grew or shrank gives the pictures that it had, or a {@link MediaFormatException}.
  *
  * <p>One thread at a time uses a film: a second one gets a {@link MediaStateException}. So does each call after
  * {@link #close()}. Callers own the pictures, which do not depend on the film.
@@ -381,7 +386,8 @@ public final class Film implements Closeable {
     }
 
     /**
-     * Loads an index instead of reading the packets. Each packet is compared with the index when it is read.
+     * Loads an index instead of reading the packets. Each packet is compared with the index when it is read, the first one at
+     * once.
      *
      * @param from what {@link #saveIndex} wrote; read to its end
      * @throws MediaFormatException when it is damaged, or of another film or FFmpeg

@@ -21,6 +21,8 @@ import java.util.Random;
 import java.util.stream.LongStream;
 import java.util.stream.Stream;
 import java.util.zip.CRC32C;
+import kiv.media.ffmpeg.index.CodedPicture;
+import kiv.media.ffmpeg.index.PacketExaminer;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -254,6 +256,36 @@ class FilmTest {
                 }
             }
         }
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"h264_open_b_160x120.ts", "h264_b_320x240.mp4", "h264_interlaced_b_720x576.ts", "hevc.mp4",
+        "mpeg1_mp2.mpg", "vp9.webm"})
+    void theHeadsOfPicturesShowDamageAndNothingElse(String name) throws IOException {
+        Random random = new Random(1);
+        int packets = 0;
+        int noticed = 0;
+        try (MediaReader reader = MediaReader.open(TestMedia.stream(name))) {
+            MediaStream stream = reader.firstVideo().orElseThrow();
+            PacketExaminer intact = stream.examiner();
+            PacketExaminer damaged = stream.examiner();
+            CodedPicture picture = new CodedPicture();
+            for (Packet packet; (packet = reader.read()) != null;) {
+                if (packet.streamIndex() != stream.index()) {
+                    continue;
+                }
+                packets++;
+                byte[] bytes = Arrays.copyOf(packet.bytes(), packet.size());
+                intact.examine(bytes, bytes.length, picture);
+                assertThat(picture.broken).as("packet %d", packets).isFalse();
+                for (int i = 5; i < Math.min(40, bytes.length); i++) {
+                    bytes[i] ^= 1 << random.nextInt(8);
+                }
+                damaged.examine(bytes, bytes.length, picture);
+                noticed += picture.broken || picture.pictures == CodedPicture.UNKNOWN ? 1 : 0;
+            }
+        }
+        assertThat(noticed).isGreaterThanOrEqualTo(packets * 9 / 10);
     }
 
     @Test

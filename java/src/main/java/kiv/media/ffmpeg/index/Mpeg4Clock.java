@@ -73,8 +73,11 @@ final class Mpeg4Clock {
         boolean sound = bits.flag();
         int part = bits.bits(timeBits);
         sound &= bits.flag() && part < resolution && !bits.isBeyondEnd();
-        if (!tick(kind, seconds, part) || !bits.flag()) {
+        if (!tick(kind, seconds, part)) {
             return false;
+        }
+        if (!bits.flag()) {
+            return sound; // it repeats the one before it
         }
         bits.skip(kind == 1 || kind == 3 ? 1 : 0);
         bits.skip(interlaced ? 5 : 3);
