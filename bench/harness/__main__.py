@@ -6,6 +6,7 @@ import platform
 import subprocess
 import sys
 import time
+import traceback
 
 import sections
 from command_line import command_line
@@ -68,9 +69,17 @@ def main():
     results = options.out or os.path.join(place.root, "bench", "results")
     report = Report(results, conditions(place, options.rounds, load))
     bench = sections.Bench(place, Films(options.source, os.path.join(place.build, "bench-films")), report, options.rounds, say)
+    failed = []
     for name in chosen:
-        SECTIONS[name](bench)
+        # An hour of measuring is not lost because one section fails.
+        try:
+            SECTIONS[name](bench)
+        except Exception:  # noqa: BLE001: whatever it is
+            traceback.print_exc()
+            failed.append(name)
     say("results are in " + results)
+    if failed:
+        sys.exit("error: these sections failed: " + ", ".join(failed))
 
 
 if __name__ == "__main__":

@@ -112,7 +112,10 @@ class Served:
             return Outcome(count, checksum, values, open(image, "rb").read() if os.path.exists(image) else b"")
 
     def close(self):
-        self.process.stdin.close()
+        try:
+            self.process.stdin.close()
+        except BrokenPipeError:
+            pass  # it has ended
         try:
             self.process.wait(20)
         except subprocess.TimeoutExpired:

@@ -9,6 +9,9 @@ matplotlib.use("Agg")
 matplotlib.rcParams.update({"svg.hashsalt": "kivjniffmpeg", "font.size": 9, "axes.grid": True, "grid.alpha": 0.3,
                             "axes.spines.top": False, "axes.spines.right": False})
 import matplotlib.pyplot as plt  # noqa: E402: after the choice of a backend that needs no screen
+from matplotlib.ticker import NullLocator  # noqa: E402
+
+CLOCKS = {"wall": "wall time", "thread": "processor time of the calling thread", "process": "processor time"}
 
 
 class Report:
@@ -85,8 +88,11 @@ def bars(comparisons, clock="wall"):
         axes.set_yticks(range(len(comparisons)), list(comparisons))
         axes.invert_yaxis()
         axes.set_xscale("log")
-        axes.set_xticks([0.5, 1, 2, 3, 5, 10, 20], ["0.5", "1", "2", "3", "5", "10", "20"])
-        axes.set_xlabel("time, of the baseline's (fastest round; whiskers: quartiles of the rounds)")
+        largest = max(row[clock]["ratio"] for rows in comparisons.values() for row in rows if row.get(clock))
+        axes.set_xticks([0.5, 0.7, 1, 1.5, 2, 3, 5, 10, 20, 50], ["0.5", "0.7", "1", "1.5", "2", "3", "5", "10", "20", "50"])
+        axes.xaxis.set_minor_locator(NullLocator())
+        axes.set_xlim(0.5, max(2.0, largest * 1.2))
+        axes.set_xlabel(f"{CLOCKS[clock]}, of the baseline's")
         axes.legend(fontsize=7, ncol=2)
     return draw
 

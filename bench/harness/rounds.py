@@ -63,22 +63,34 @@ class Comparison:
         """Warms all up, then does the rounds, each participant one by turns."""
         # A trial of few rounds says nothing anyway.
         least = min(LEAST_WARM_ROUNDS, rounds)
-        for participant in self.labels.values():
+        for label in list(self.labels):
             begin = time.monotonic()
             done = 0
             while done < least or (rounds > LEAST_WARM_ROUNDS and done < MOST_WARM_ROUNDS
                                    and time.monotonic() - begin < WARM_SECONDS):
-                participant.round()
+                if self._round(label) is None:
+                    break
                 done += 1
         order = list(self.labels)
         for number in range(rounds):
             # Nobody always comes behind the same one.
             shift = number % len(order)
             for label in order[shift:] + order[:shift]:
-                self.rounds[label].append(self.labels[label].round())
+                if label in self.labels and (done := self._round(label)) is not None:
+                    self.rounds[label].append(done)
         for participant in self.labels.values():
             participant.close()
         return self
+
+    def _round(self, label):
+        """One round, or None when the participant has failed, which then takes no part any more."""
+        try:
+            return self.labels[label].round()
+        except (Failed, OSError) as failure:
+            self.remarks[label] = f"failed: {failure}"
+            self.labels.pop(label).close()
+            self.rounds[label] = []
+            return None
 
     def rows(self, baseline=None):
         """A record for each participant. @param baseline label -> label of what it is compared with"""
@@ -87,8 +99,8 @@ class Comparison:
         for label, remark in self.remarks.items():
             row = {"participant": label, "outcome": remark, "count": self.count}
             mine = self.rounds.get(label)
-            other = self.rounds[(baseline or {}).get(label, first)]
-            if mine:
+            other = self.rounds.get((baseline or {}).get(label, first))
+            if mine and other:
                 for clock in ("wall", "thread", "process"):
                     times = [getattr(one, clock) for one in mine]
                     others = [getattr(one, clock) for one in other]

@@ -33,8 +33,9 @@ class Bench:
         _, file, codec, width, height, pictures = film
         return self.films.film(file, codec, width, height, pictures)
 
-    def add(self, title, introduction, name, comparisons):
-        text = introduction + "\n" + self.report.plot(name, bars(comparisons), height=1.5 + 1.4 * len(comparisons))
+    def add(self, title, introduction, name, comparisons, clock="wall"):
+        height = 1.2 + 0.15 * sum(len(rows) for rows in comparisons.values())
+        text = introduction + "\n" + self.report.plot(name, bars(comparisons, clock), height=height)
         for head, rows in comparisons.items():
             text += f"\n### {head}\n\n{comparison_table(rows)}"
         self.report.add(title, text, name, comparisons)
@@ -74,7 +75,7 @@ def packets(bench):
         for film in media.FILMS:
             who, baseline = entrants("packets", bench.film(film), [("c", ONE), ("api", ONE), ("entries", ONE)])
             found[film[0]] = bench.compare(on, "packets " + film[0], who, baseline)
-        bench.add(f"Packets, FFmpeg {on}", packets.__doc__ + "\n", "packets-" + on, found)
+        bench.add(f"Packets, FFmpeg {on}", packets.__doc__ + "\n", "packets-" + on, found, "thread")
 
 
 def images(bench):
@@ -103,7 +104,7 @@ def sound(bench):
             # FLAC has no format tag that the entry points know.
             who, baseline = entrants("sound", path, [(name, ONE) for name in names if (title, name) != ("FLAC", "entries")])
             found[title] = bench.compare(on, "sound " + title, who, baseline)
-        bench.add(f"Sound, FFmpeg {on}", sound.__doc__ + "\n", "sound-" + on, found)
+        bench.add(f"Sound, FFmpeg {on}", sound.__doc__ + "\n", "sound-" + on, found, "process")
 
 
 def growth(bench):
@@ -157,9 +158,8 @@ def neighbour(bench):
     """A thread that allocates Java objects all the while: how long 64 KiB of them take, with nobody beside it, with a thread
     that computes in Java, and with decoders. 99.9th percentile in microseconds, of each round."""
     file = bench.film(media.FILMS[4])
-    rounds = max(3, bench.rounds // 3)
     bench.say("a neighbour that allocates")
-    done = subprocess.run([*bench.place.java("8.0.1"), "kiv.media.bench.Neighbour", file, str(rounds)], check=True,
+    done = subprocess.run([*bench.place.java("8.0.1"), "kiv.media.bench.Neighbour", file, str(bench.rounds)], check=True,
                           stdout=subprocess.PIPE, text=True)
     found = {}
     for line in done.stdout.splitlines():
