@@ -8,9 +8,9 @@ import sys
 import time
 import traceback
 
+import films as media
 import sections
 from command_line import command_line
-from films import Films
 from participants import Place
 from report import Report
 
@@ -54,6 +54,7 @@ def main():
     parser.add_argument("--rounds", type=int, default=15, help="rounds of each comparison; 15")
     parser.add_argument("--only", help="some of: " + ",".join(SECTIONS))
     parser.add_argument("--out", help="where results go; bench/results")
+    parser.add_argument("--trial", action="store_true", help="one round of little, to see that everything works")
     parser.add_argument("--force", action="store_true", help="also when others use the processors")
     parser.add_argument("--place", nargs=4, metavar=("ROOT", "GENUINE", "USUAL", "BRIDGED"), required=True,
                         help=argparse.SUPPRESS)
@@ -62,13 +63,16 @@ def main():
     chosen = options.only.split(",") if options.only else list(SECTIONS)
     if unknown := set(chosen) - set(SECTIONS):
         parser.error("no section " + ", ".join(sorted(unknown)))
+    if options.trial:
+        media.shorten()
+        options.rounds = 1
     load = busy()
-    if load > BUSY and not options.force:
+    if load > BUSY and not (options.force or options.trial):
         sys.exit(f"error: others use {load:.1f} processors, and times would say little; --force measures all the same")
     place = Place(*options.place)
     results = options.out or os.path.join(place.root, "bench", "results")
     report = Report(results, conditions(place, options.rounds, load))
-    bench = sections.Bench(place, Films(options.source, os.path.join(place.build, "bench-films")), report, options.rounds, say)
+    bench = sections.Bench(place, media.Films(options.source, os.path.join(place.build, "bench-films")), report, options.rounds, say)
     failed = []
     for name in chosen:
         # An hour of measuring is not lost because one section fails.

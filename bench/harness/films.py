@@ -21,6 +21,14 @@ SOUNDS = [
 ]
 BLOCKS = [256, 1024, 2048, 4096, 8192, 16384]
 LENGTHS = [1, 2, 4, 8]
+COPIES = [1, 2, 4, 8, 16]
+
+
+def shorten():
+    """Leaves little of everything, for a trial."""
+    for those, kept in ((FILMS, FILMS[1:2]), (SIZES, SIZES[:2]), (SOUNDS, SOUNDS[2:3]), (BLOCKS, BLOCKS[3:5]),
+                        (LENGTHS, LENGTHS[:2]), (COPIES, COPIES[:2])):
+        those[:] = kept
 
 
 class Films:
@@ -61,6 +69,11 @@ class Films:
                           f"sine=f=440:r=44100:d={seconds},aformat=sample_fmts=s16:channel_layouts=stereo[s];"
                           f"anoisesrc=r=44100:a=0.1:c=pink:seed=7:d={seconds},aformat=channel_layouts=stereo[n];"
                           "[s][n]amix=inputs=2,aformat=sample_fmts=s16:channel_layouts=stereo", *codec, "-flags", "+bitexact")
+
+    def small(self):
+        """Small pictures that are all the same."""
+        return self._make("small.avi", "-f", "lavfi", "-i", "color=gray:s=32x16:r=25", "-frames:v", "3", "-c:v", "mpeg4", "-flags",
+                          "+bitexact")
 
     def of_block(self, samples):
         return self.sound(f"block_{samples}.flac", ["-c:a", "flac", "-frame_size", str(samples)])

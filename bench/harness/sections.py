@@ -138,10 +138,10 @@ def growth(bench):
 def side_by_side(bench):
     """Decoders on one thread each, so many of them side by side, of the 640x272 film: processor time of the process for a
     picture, of the fastest round."""
-    file = bench.film(media.FILMS[1])
+    file = bench.film(media.FILMS[1 % len(media.FILMS)])
     series, rows = {}, []
     for on in ("8.0.1", "2.8.1"):
-        for copies in (1, 2, 4, 8, 16):
+        for copies in media.COPIES:
             who = [(name, name, Task("packets", file, ONE, copies=copies)) for name in ("c", "api", "entries")]
             for row in bench.compare(on, f"{copies} side by side", who):
                 if row.get("process"):
@@ -157,7 +157,7 @@ def side_by_side(bench):
 def neighbour(bench):
     """A thread that allocates Java objects all the while: how long 64 KiB of them take, with nobody beside it, with a thread
     that computes in Java, and with decoders. 99.9th percentile in microseconds, of each round."""
-    file = bench.film(media.FILMS[4])
+    file = bench.film(media.FILMS[-1])
     bench.say("a neighbour that allocates")
     done = subprocess.run([*bench.place.java("8.0.1"), "kiv.media.bench.Neighbour", file, str(bench.rounds)], check=True,
                           stdout=subprocess.PIPE, text=True)
@@ -187,7 +187,7 @@ def small(bench):
     with tempfile.TemporaryDirectory() as directory:
         file = os.path.join(directory, "jmh.json")
         seconds = "1" if bench.rounds >= 15 else "200ms"
-        command = bench.place.java("8.0.1")
+        command = [*bench.place.java("8.0.1"), f"-Dbench.small={bench.films.small()}"]
         command = [*command, "org.openjdk.jmh.Main", "kiv.media.bench.SmallCosts", "-rf", "json", "-rff", file, "-f",
                    "3" if bench.rounds >= 15 else "1", "-wi", "5", "-i", "5", "-w", seconds, "-r", seconds, "-prof", "gc",
                    "-jvmArgs", " ".join(one for one in command if one.startswith("-D"))]

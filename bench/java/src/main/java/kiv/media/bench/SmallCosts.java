@@ -1,17 +1,18 @@
 package kiv.media.bench;
 
+import java.io.IOException;
+import java.nio.file.Path;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.FfmpegLibrary;
-import kiv.media.ffmpeg.FourCharacterCode;
+import kiv.media.ffmpeg.MediaReader;
+import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.MediaSubtypes;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Picture;
-import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.VideoDecoder;
-import kiv.media.ffmpeg.VideoFormat;
 import kiv.media.ffmpeg.WaveFormat;
 import kiv.media.ffmpeg.c_multimediaapi_ffmpeg;
 import kiv.media.ffmpeg.natives.AudioFormatLayout;
@@ -38,9 +39,8 @@ public class SmallCosts {
     private static final int PCM_BYTES = 16;
     private static final int PCM_TAG = 1;
     private static final int RATE = 44_100;
-    /** A picture of Cinepak that repeats the one before it: a head of ten bytes without strips. */
-    private static final byte[] NOTHING_NEW = {1, 0, 0, 10, 0, 16, 0, 16, 0, 0};
-    private static final int SIDE = 16;
+    /** A film of small pictures that are all the same, each but the first of which says so. */
+    private static final Path FILM = Path.of(System.getProperty("bench.small", "."));
 
     private final byte[] pcm = new byte[PCM_BYTES];
     private final byte[] out = new byte[PCM_BYTES * 4];
@@ -48,16 +48,21 @@ public class SmallCosts {
     private final int[] videoParams = new int[VideoParams.SIZE];
     private final Object[] picture = new Object[1];
     private final Packet sound = Packet.of(pcm, 0, 0, 0, true);
-    private final Packet still = Packet.of(NOTHING_NEW, 0, 0, 0, true);
+    private Packet still;
+    private MediaStream stream;
     private long context;
     private long audioCodec;
     private long videoCodec;
     private AudioDecoder audio;
     private VideoDecoder video;
 
-    /** Opens the decoders. */
+    /**
+     * Opens the decoders.
+     *
+     * @throws IOException when there is no film
+     */
     @Setup
-    public void open() {
+    public void open() throws IOException {
         FfmpegLibrary.load();
         context = c_multimediaapi_ffmpeg.n_init(FfmpegLibrary.directory().toString(), null, 0);
         int[] format = new int[AudioFormatLayout.SIZE];
@@ -69,15 +74,23 @@ public class SmallCosts {
         format[AudioFormatLayout.BITS_PER_SAMPLE] = 16;
         audioCodec = c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, format, null);
         audio = AudioDecoder.open(WaveFormat.pcm16(RATE, 2));
-        String cinepak = MediaSubtypes.of(FourCharacterCode.of("cvid"));
+        try (MediaReader reader = MediaReader.open(FILM)) {
+            stream = reader.firstVideo().orElseThrow();
+            video = VideoDecoder.open(stream);
+            video.decode(reader.read()).forEach(Picture::close);
+            still = reader.read();
+        }
         int[] pictures = new int[VideoFormatLayout.SIZE];
-        pictures[VideoFormatLayout.WIDTH] = SIDE * 2;
-        pictures[VideoFormatLayout.HEIGHT] = SIDE;
-        videoCodec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, cinepak, pictures, null, null, this);
+        pictures[VideoFormatLayout.WIDTH] = stream.width();
+        pictures[VideoFormatLayout.HEIGHT] = stream.height();
+        videoCodec = c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, MediaSubtypes.find(stream).orElseThrow(), pictures,
+                null, null, this);
         if (!c_multimediaapi_ffmpeg.n_vcodec_open(videoCodec)) {
             throw new IllegalStateException("the decoder does not open");
         }
-        video = VideoDecoder.open(VideoFormat.of(cinepak, SIDE * 2, SIDE, 0, new byte[0], new Rational(1, RATE)));
+        if (smallPicture() != 1) {
+            throw new IllegalStateException("no small picture");
+        }
     }
 
     /** Closes them. */
@@ -134,7 +147,7 @@ public class SmallCosts {
     /** {@return a decoder's pictures after it was opened and before it is closed} */
     @Benchmark
     public int openAndClose() {
-        try (VideoDecoder decoder = VideoDecoder.open(video.format())) {
+        try (VideoDecoder decoder = VideoDecoder.open(stream)) {
             return decoder.finish().size();
         }
     }
