@@ -59,14 +59,12 @@ def _same_table(paths):
 
 
 def command_line(bench):
-    """Our command line beside `ffmpeg` and `ffprobe` 8.0.1, each started for every round: all pictures of the last film as
+    """`./run` beside `ffmpeg` and `ffprobe` 8.0.1, each started for every round: all pictures of the last film as
     PNGs, a minute of sound as WAV, the table of MD5s, what is in a file, and the bare start."""
     place = bench.place
     environment = dict(os.environ, LD_LIBRARY_PATH=place.usual)
     programs = [os.path.join(place.usual, name) for name in ("ffmpeg", "ffprobe")]
-    jar = glob.glob(os.path.join(place.root, "cli/target/app/bin/kivjniffmpeg-cli-*.jar"))[0]
-    ours = ["java", f"-Dkiv.media.ffmpeg.library={place.build}/libkivjniffmpeg.so",
-            f"-Dkiv.media.ffmpeg.dir={place.usual}", "-jar", jar]
+    ours = [os.path.join(place.root, "run")]
     film = bench.film(media.FILMS[-1])
     song = bench.films.sound(media.SOUNDS[0][1], media.SOUNDS[0][2])
     work = os.path.join(place.build, "bench-work")
