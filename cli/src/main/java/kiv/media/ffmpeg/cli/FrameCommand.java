@@ -79,7 +79,7 @@ final class FrameCommand implements Callable<Integer> {
             long number = which.number != null ? which.number : film.numberAt(FilmInput.time(film, which.at));
             try (Picture picture = find(film, number)) {
                 if (target != null && target.md5) {
-                    out.println(FramesMd5Command.row(picture));
+                    out.println(PictureHashes.row(picture));
                 } else {
                     Path written = file != null ? file : Path.of(PngPictures.name(films.input().baseName(), number));
                     write(picture, written);

@@ -2,11 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import java.io.IOException;
 import java.io.PrintWriter;
-import java.security.MessageDigest;
-import java.security.NoSuchAlgorithmException;
-import java.util.HexFormat;
 import java.util.List;
-import java.util.Locale;
 import java.util.Set;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioBlock;
@@ -77,6 +73,7 @@ final class FramesMd5Command implements Callable<Integer> {
 
     private PrintWriter out;
     private PacketSource packets;
+    private boolean begun;
     private long lines;
     private long damaged;
 
@@ -128,30 +125,31 @@ final class FramesMd5Command implements Callable<Integer> {
     }
 
     private void pictures(MediaStream stream) throws IOException {
-        try (VideoDecoder decoder = input.openVideoDecoder(stream, threads.orOne())) {
+        try (VideoDecoder decoder = input.openVideoDecoder(stream, threads.orOne());
+                PictureHashes hashes = new PictureHashes(this::print)) {
             for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
                 try {
-                    print(decoder.decode(packet), stream);
+                    print(decoder.decode(packet), stream, hashes);
                 } catch (DecodeException e) {
                     damaged++;
                 }
             }
-            print(decoder.finish(), stream);
+            print(decoder.finish(), stream, hashes);
+            hashes.finish();
         }
     }
 
-    private void print(List<Picture> pictures, MediaStream stream) throws IOException {
+    private void print(List<Picture> pictures, MediaStream stream, PictureHashes hashes) throws IOException {
         for (Picture picture : pictures) {
-            try (picture) {
-                if (lines == 0) {
-                    Rational shape = picture.pixelShape();
-                    header(stream.timeBase(), "video", "rawvideo");
-                    out.println("#dimensions 0: " + picture.width() + "x" + picture.height());
-                    out.println("#sar 0: " + (shape.isKnown() ? shape : "0/1"));
-                    columns();
-                }
-                print(row(picture));
+            if (!begun) {
+                begun = true;
+                Rational shape = picture.pixelShape();
+                header(stream.timeBase(), "video", "rawvideo");
+                out.println("#dimensions 0: " + picture.width() + "x" + picture.height());
+                out.println("#sar 0: " + (shape.isKnown() ? shape : "0/1"));
+                columns();
             }
+            hashes.add(picture);
         }
     }
 
@@ -184,7 +182,7 @@ final class FramesMd5Command implements Callable<Integer> {
             }
             byte[] pcm = new byte[block.data().remaining()];
             block.data().get(pcm);
-            print(row(clock.next(block.timestamp(), block.frames()), block.frames(), pcm));
+            print(PictureHashes.row(clock.next(block.timestamp(), block.frames()), block.frames(), pcm));
         }
     }
 
@@ -212,28 +210,10 @@ final class FramesMd5Command implements Callable<Integer> {
         out.println("#stream#, dts,        pts, duration,     size, hash");
     }
 
-    /** Returns the table's row of a picture. */
-    static String row(Picture picture) {
-        return row(picture.timestamp(), Math.max(1, picture.duration()), picture.toBytes());
-    }
-
-    private static String row(long time, long duration, byte[] bytes) {
-        return String.format(Locale.ROOT, "0, %10d, %10d, %8d, %8d, %s", time, time, duration, bytes.length,
-                HexFormat.of().formatHex(md5().digest(bytes)));
-    }
-
     private void print(String row) throws IOException {
         out.println(row);
         if (++lines % FLUSHED_LINES == 0) {
             OutputFile.flushStandardOutput(out);
-        }
-    }
-
-    private static MessageDigest md5() {
-        try {
-            return MessageDigest.getInstance("MD5");
-        } catch (NoSuchAlgorithmException e) {
-            throw new IllegalStateException(e);
         }
     }
 }

@@ -4,6 +4,9 @@ import java.io.IOException;
 import java.io.PrintStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.time.Duration;
+import java.util.Locale;
+import java.util.concurrent.TimeUnit;
 import me.tongfei.progressbar.ProgressBar;
 import me.tongfei.progressbar.ProgressBarBuilder;
 import me.tongfei.progressbar.ProgressBarStyle;
@@ -82,7 +85,7 @@ interface Progress extends AutoCloseable {
         }
     }
 
-    /** A line for every tenth of the whole, or for every few hundred units when the whole is unknown. */
+    /** A line with speed and time left for every tenth of the whole, or for every few hundred units when that is unknown. */
     final class Lines implements Progress {
         private static final long TENTH = 10;
         private static final long UNKNOWN_STEP = 250;
@@ -91,6 +94,7 @@ interface Progress extends AutoCloseable {
         private final long expected;
         private final long step;
         private final PrintStream to;
+        private final long start = System.nanoTime();
         private long last;
 
         Lines(String task, String unit, long expected, PrintStream to) {
@@ -105,9 +109,21 @@ interface Progress extends AutoCloseable {
         public void at(long done) {
             // The same number of seconds may come several times.
             if (done / step > last / step) {
-                to.println(task + ": " + done + (expected > 0 ? " of " + expected : "") + " " + unit);
+                to.println(task + ": " + done + (expected > 0 ? " of " + expected : "") + " " + unit
+                        + speed(done, System.nanoTime() - start));
             }
             last = done;
+        }
+
+        /** Returns how fast it goes, and how long the rest takes like that. */
+        private String speed(long done, long nanos) {
+            double rate = done * (double) TimeUnit.SECONDS.toNanos(1) / Math.max(1, nanos);
+            String speed = String.format(Locale.ROOT, rate < TENTH ? ", %.1f/s" : ", %.0f/s", rate);
+            if (expected <= done) {
+                return speed;
+            }
+            Duration left = Duration.ofSeconds((long) Math.ceil((expected - done) / rate));
+            return speed + ", " + ConsoleText.clock(left).replaceFirst("\\..*", "") + " left";
         }
 
         @Override
