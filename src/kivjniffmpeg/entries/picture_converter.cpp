@@ -66,7 +66,8 @@ dsd_picture_place read_place(const c_jnienv &dsp_env, jintArray avop_place)
                                 dsl_values[ConverterPlace::FULL_RANGE] != 0,
                                 dsl_values[ConverterPlace::COLOR_PRIMARIES],
                                 dsl_values[ConverterPlace::COLOR_TRANSFER],
-                                {}};
+                                {},
+                                dsl_values[ConverterPlace::PEAK]};
     return dsl_place;
 }
 

@@ -161,8 +161,13 @@ const c_screen_colours *c_picture_converter::find_screen_colours(const dsd_pictu
     if (dsp_to.iec_format != AV_PIX_FMT_BGRA ||
         !c_screen_colours::are_needed(dsp_from.imc_primaries, dsp_from.imc_transfer))
         return nullptr;
-    if (!dsc_screen_colours.has_value() || !dsc_screen_colours->are_of(dsp_from.imc_primaries, dsp_from.imc_transfer))
-        dsc_screen_colours.emplace(dsp_from.imc_primaries, dsp_from.imc_transfer);
+    // libswscale shifts 8 bits up and makes RGB of YUV like that, but repeats the bits of deeper RGB.
+    const AVPixFmtDescriptor &dsl_descriptor = *g_avutil.av_pix_fmt_desc_get(dsp_from.iec_format);
+    const bool bl_deep = is_rgb(dsp_from.iec_format) && dsl_descriptor.comp[0].depth_minus1 >= 8;
+    const c_screen_colours::dsd_source dsl_source{dsp_from.imc_primaries, dsp_from.imc_transfer, dsp_from.imc_peak,
+                                                  bl_deep ? 0xFFFF : 0xFF00};
+    if (!dsc_screen_colours.has_value() || dsc_screen_colours->source() != dsl_source)
+        dsc_screen_colours.emplace(dsl_source);
     return &*dsc_screen_colours;
 }
 

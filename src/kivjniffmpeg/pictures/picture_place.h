@@ -21,6 +21,7 @@ struct dsd_picture_place
     int32_t imc_primaries;                 /**< FFmpeg's number of the colours that red, green and blue are */
     int32_t imc_transfer;                  /**< FFmpeg's number of the curve between values and light */
     std::span<uint8_t> utc_block;
+    int32_t imc_peak = 0; /**< the brightest light that is shown, in cd/m²; 0 when unknown */
 
     /** @throws c_ffmpeg_exception unless every line of every plane lies within the block */
     void check() const;

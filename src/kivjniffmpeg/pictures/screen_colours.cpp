@@ -15,12 +15,11 @@ constexpr int32_t im_transfer_hlg = 18;
 
 // cd/m²
 constexpr double fl_pq_peak = 10000;
-constexpr double fl_source_peak = 1000;
+constexpr double fl_usual_peak = 1000;
 constexpr double fl_screen_white = 203;
 
 constexpr double fl_hlg_gamma = 1.2; // of the system, for a peak of 1000 cd/m²
 constexpr int32_t im_most_value = 65535;
-constexpr int32_t im_full_value = 255 * 256; // the value that libswscale gives the most light
 constexpr size_t ul_gains = 4096;
 
 using dsd_matrix = std::array<std::array<float, 3>, 3>;
@@ -78,9 +77,11 @@ double srgb_value(double flp_light) noexcept
 }
 
 /** The EETF of ITU-R BT.2390 for a black of 0, in cd/m². */
-double compressed(double flp_light) noexcept
+double compressed(double flp_light, double flp_source_peak) noexcept
 {
-    const double fll_peak = pq_value(fl_source_peak);
+    if (flp_source_peak <= fl_screen_white)
+        return std::min(flp_light, fl_screen_white);
+    const double fll_peak = pq_value(flp_source_peak);
     const double fll_most = pq_value(fl_screen_white) / fll_peak;
     const double fll_knee = 1.5 * fll_most - 0.5;
     const double fll_value = std::min(pq_value(flp_light) / fll_peak, 1.0);
@@ -114,25 +115,29 @@ bool c_screen_colours::are_needed(int32_t imp_primaries, int32_t imp_transfer) n
            imp_transfer == im_transfer_pq || imp_transfer == im_transfer_hlg;
 }
 
-c_screen_colours::c_screen_colours(int32_t imp_primaries, int32_t imp_transfer)
-    : imc_primaries(imp_primaries),
-      imc_transfer(imp_transfer),
-      aflc_matrix(imp_primaries == im_primaries_p3_d65 ? s_from_p3 : s_from_bt2020),
+c_screen_colours::c_screen_colours(const dsd_source &dsp_source)
+    : dsc_source(dsp_source),
+      aflc_matrix(dsp_source.imc_primaries == im_primaries_p3_d65 ? s_from_p3 : s_from_bt2020),
       flc_light(im_most_value + 1),
       utc_value(im_most_value + 1)
 {
     for (int32_t iml_value = 0; iml_value <= im_most_value; ++iml_value) {
-        const double fll_value = std::min(static_cast<double>(iml_value) / im_full_value, 1.0);
-        flc_light[static_cast<size_t>(iml_value)] = static_cast<float>(light_of(imp_transfer, fll_value));
+        const double fll_value = std::min(static_cast<double>(iml_value) / dsp_source.imc_most_rgb, 1.0);
+        flc_light[static_cast<size_t>(iml_value)] = static_cast<float>(light_of(dsp_source.imc_transfer, fll_value));
         const double fll_light = static_cast<double>(iml_value) / im_most_value;
         utc_value[static_cast<size_t>(iml_value)] = static_cast<uint8_t>(std::lround(255 * srgb_value(fll_light)));
     }
-    if (imp_transfer != im_transfer_pq && imp_transfer != im_transfer_hlg)
+    const bool bl_pq = dsp_source.imc_transfer == im_transfer_pq;
+    if (!bl_pq && dsp_source.imc_transfer != im_transfer_hlg)
         return;
+    // The system gamma of HLG has made the light that of a screen of the usual peak.
+    const double fll_peak = bl_pq && dsp_source.imc_peak > 0
+                                ? std::clamp<double>(dsp_source.imc_peak, fl_screen_white, fl_pq_peak)
+                                : fl_usual_peak;
     flc_gain.resize(ul_gains + 1);
     for (size_t ull_index = 0; ull_index <= ul_gains; ++ull_index) {
         const double fll_light = fl_pq_peak * std::pow(static_cast<double>(ull_index) / ul_gains, 4);
-        flc_gain[ull_index] = static_cast<float>(fll_light == 0 ? 1 : compressed(fll_light) / fll_light);
+        flc_gain[ull_index] = static_cast<float>(fll_light == 0 ? 1 : compressed(fll_light, fll_peak) / fll_light);
     }
 }
 
@@ -149,8 +154,8 @@ float c_screen_colours::gain(float flp_light) const noexcept
 c_screen_colours::colour c_screen_colours::shown(const colour &aflp_light) const noexcept
 {
     float fll_factor = 1;
-    if (imc_transfer == im_transfer_hlg) {
-        constexpr auto fl_peak = static_cast<float>(fl_source_peak / fl_screen_white);
+    if (dsc_source.imc_transfer == im_transfer_hlg) {
+        constexpr auto fl_peak = static_cast<float>(fl_usual_peak / fl_screen_white);
         const float fll_luminance = luminance(afl_luminance_bt2020, aflp_light);
         fll_factor = fl_peak * std::pow(fll_luminance, static_cast<float>(fl_hlg_gamma - 1));
     }

@@ -47,31 +47,32 @@ public final class Picture implements AutoCloseable {
      * @param colorSpace FFmpeg's number of the matrix that converts YUV into RGB
      * @param primaries FFmpeg's number of the colours that red, green and blue are
      * @param transfer FFmpeg's number of the curve between values and light
+     * @param peak the brightest light that it is made for, in candela for a square metre; 0 when unknown
      */
     record Details(PacketTimes.Times times, Rational timeBase, boolean keyFrame, boolean interlaced,
             boolean topFieldFirst, boolean fullRange, Presentation presentation, int colorSpace, int primaries,
-            int transfer) {
+            int transfer, int peak) {
 
         Details with(PacketTimes.Times timesNow, boolean keyNow) {
             return new Details(timesNow, timeBase, keyNow, interlaced, topFieldFirst, fullRange, presentation,
-                    colorSpace, primaries, transfer);
+                    colorSpace, primaries, transfer, peak);
         }
 
         Details with(PacketTimes.Times timesNow) {
             return new Details(timesNow, timeBase, keyFrame, interlaced, topFieldFirst, fullRange, presentation,
-                    colorSpace, primaries, transfer);
+                    colorSpace, primaries, transfer, peak);
         }
 
         Details with(boolean fullRangeNow, Presentation presentationNow) {
             return new Details(times, timeBase, keyFrame, interlaced, topFieldFirst, fullRangeNow, presentationNow,
-                    colorSpace, primaries, transfer);
+                    colorSpace, primaries, transfer, peak);
         }
 
         /** The properties of the turned picture. Fields are rows of the stored one. */
         Details turned(boolean evenHeight) {
             return new Details(times, timeBase, keyFrame, interlaced && !presentation.swapsSides(),
                     topFieldFirst != (presentation.reversesRows() && evenHeight), fullRange, presentation.turned(),
-                    colorSpace, primaries, transfer);
+                    colorSpace, primaries, transfer, peak);
         }
     }
 
@@ -331,6 +332,7 @@ public final class Picture implements AutoCloseable {
             int[] from = place();
             from[ConverterPlace.COLOR_PRIMARIES] = details.primaries;
             from[ConverterPlace.COLOR_TRANSFER] = details.transfer;
+            from[ConverterPlace.PEAK] = details.peak;
             ConverterPool.convert(shared, from,
                     place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[0], new int[0]), pixels, turn);
         } finally {
@@ -342,10 +344,11 @@ public final class Picture implements AutoCloseable {
      * Converts the picture into an image, as it is stored: neither stretched nor turned, which {@link #toShownImage()} does.
      *
      * <p>The image has the colours of an ordinary screen, sRGB. Pictures of high dynamic range (PQ and HLG) and of wide gamuts
-     * (BT.2020 and P3) are adapted to it. Their range is compressed by the curve of ITU-R BT.2390, from 1000 cd/m² to a white of
-     * 203 cd/m², and colours that the screen does not have become the nearest ones of the same hue and luminance. FFmpeg 2.5 to
-     * 2.8 do not know PQ and HLG, and their pictures are adapted for their gamut only. {@link #convert(PixelFormat, int, int)}
-     * leaves the colours as they are.
+     * (BT.2020 and P3) are adapted to it. Their range is compressed by the curve of ITU-R BT.2390 to a white of 203 cd/m²: with
+     * PQ from the brightest light that the stream states ({@link ContentLight#maximum()}, or else
+     * {@link MasteringDisplay#maximum()}, from 203 to 10,000 cd/m²), and otherwise from 1000 cd/m². Colours that the screen
+     * does not have become the nearest ones of the same hue and luminance. FFmpeg 2.5 to 2.8 do not know PQ and HLG, and their
+     * pictures are adapted for their gamut only. {@link #convert(PixelFormat, int, int)} leaves the colours as they are.
      *
      * @return a new image of type {@link BufferedImage#TYPE_INT_RGB}, or {@link BufferedImage#TYPE_INT_ARGB} when the
      *     format has alpha

@@ -43,7 +43,7 @@ final class PictureKind {
                 call[PictureCall.COLOR_RANGE] == ColorRange.FULL,
                 stream == null ? new Presentation(shape, 0, false) : stream.presentation(shape),
                 (int) call[PictureCall.COLOR_SPACE], (int) call[PictureCall.COLOR_PRIMARIES],
-                (int) call[PictureCall.COLOR_TRANSFER]);
+                (int) call[PictureCall.COLOR_TRANSFER], stream == null ? 0 : stream.color().peak());
         return new PictureKind(call.clone(), format, details);
     }
 

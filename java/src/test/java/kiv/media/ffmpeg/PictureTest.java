@@ -31,7 +31,7 @@ class PictureTest {
 
     private static Picture.Details details(Rational pixelShape, int rotation, boolean mirrored) {
         return new Picture.Details(new PacketTimes.Times(3, 1), new Rational(1, 25), true, true, true, false,
-                new Presentation(pixelShape, rotation, mirrored), 2, 2, 2);
+                new Presentation(pixelShape, rotation, mirrored), 2, 2, 2, 0);
     }
 
     private static Picture picture(int width, int height, int... argb) {
@@ -246,7 +246,7 @@ class PictureTest {
         Arrays.fill(bytes, 256, 512, (byte) blue);
         Arrays.fill(bytes, 512, 768, (byte) red);
         Picture.Details details = new Picture.Details(new PacketTimes.Times(0, 0), new Rational(1, 25), true, false, false,
-                full, DETAILS.presentation(), space, 2, 2);
+                full, DETAILS.presentation(), space, 2, 2, 0);
         try (Picture picture = picture("yuv444p", 16, 16, bytes, details, new int[] {0, 256, 512, 0}, 16, 16, 16);
                 Picture rgb = picture.convert(PixelFormat.named("rgb24"), 8, 8)) {
             assertThat(rgb.isFullRange()).isFalse();

@@ -7,6 +7,8 @@ import static org.junit.jupiter.api.Assumptions.assumeTrue;
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
 import java.util.Arrays;
 import java.util.Random;
 import java.util.function.DoubleUnaryOperator;
@@ -36,23 +38,23 @@ class ScreenColoursTest {
         return value <= 0.5 ? value * value / 3 : (Math.exp((value - 0.55991073) / 0.17883277) + 0.28466892) / 12;
     }
 
-    private static double compress(double light) {
-        double peak = lightToPq(1000);
+    private static double compress(double light, double brightest) {
+        double peak = lightToPq(brightest);
         double most = lightToPq(203) / peak;
         double knee = 1.5 * most - 0.5;
         double value = Math.min(1, lightToPq(light) / peak);
         double t = (value - knee) / (1 - knee);
         double spline = (2 * t * t * t - 3 * t * t + 1) * knee + (t * t * t - 2 * t * t + t) * (1 - knee)
                 + (-2 * t * t * t + 3 * t * t) * most;
-        return value < knee ? light : pqToLight(spline * peak);
+        return most >= 1 ? Math.min(light, 203) : value < knee ? light : pqToLight(spline * peak);
     }
 
-    private static int[] expected(double[] values, boolean hlg) {
+    private static int[] expected(double[] values, boolean hlg, double peak) {
         DoubleUnaryOperator curve = hlg ? ScreenColoursTest::hlgToScene : ScreenColoursTest::pqToLight;
         double[] light = Arrays.stream(values).map(curve).toArray();
         double system = hlg ? 1000 * Math.pow(0.2627 * light[0] + 0.6780 * light[1] + 0.0593 * light[2], 0.2) : 1;
         double largest = Arrays.stream(light).max().orElseThrow() * system;
-        double gain = largest == 0 ? 0 : system * compress(largest) / largest / 203;
+        double gain = largest == 0 ? 0 : system * compress(largest, peak) / largest / 203;
         double[] shown = Arrays.stream(FROM_BT2020)
                 .mapToDouble(row -> gain * (row[0] * light[0] + row[1] * light[1] + row[2] * light[2])).toArray();
         double grey = 0.2126 * shown[0] + 0.7152 * shown[1] + 0.0722 * shown[2];
@@ -64,10 +66,14 @@ class ScreenColoursTest {
     }
 
     private static void compare(int pixel, boolean hlg, double... values) {
+        compare(pixel, hlg, 1000, 2, values);
+    }
+
+    private static void compare(int pixel, boolean hlg, double peak, int tolerance, double... values) {
         double[] rgb = Arrays.stream(values).map(value -> Math.max(0, Math.min(1, value))).toArray();
-        int[] expected = expected(rgb, hlg);
+        int[] expected = expected(rgb, hlg, peak);
         for (int i = 0; i < expected.length; i++) {
-            assertThat(pixel >> 16 - 8 * i & 0xFF).as(Arrays.toString(rgb)).isCloseTo(expected[i], within(2));
+            assertThat(pixel >> 16 - 8 * i & 0xFF).as(Arrays.toString(rgb)).isCloseTo(expected[i], within(tolerance));
         }
     }
 
@@ -87,8 +93,41 @@ class ScreenColoursTest {
             double y = (yuv[0] - 64) / 876.0;
             double red = y + 1.4746 * (yuv[2] - 512) / 896;
             double blue = y + 1.8814 * (yuv[1] - 512) / 896;
-            try (Picture picture = picture("yuv444p10le", 16, planes.array(), 9, transfer, 512, 32)) {
+            try (Picture picture = picture("yuv444p10le", 16, planes.array(), 9, transfer, 512, 32, 0)) {
                 compare(picture.toArgb()[99], transfer == 18, red, (y - 0.2627 * red - 0.0593 * blue) / 0.6780, blue);
+            }
+        }
+    }
+
+    /** Pictures of 16 bits, which libswscale does not change before. */
+    @ParameterizedTest
+    @CsvSource({"0, 1000", "400, 400", "4000, 4000", "100, 203", "20000, 10000"})
+    void theBrightestLightIsWhatTheStreamStates(int stated, int peak) {
+        ByteBuffer values = ByteBuffer.allocate(64 * 6).order(ByteOrder.LITTLE_ENDIAN);
+        IntStream.range(0, 64 * 3).forEach(i -> values.putShort((short) (i / 3 * 1040 + i % 3)));
+        try (Picture picture = picture("rgb48le", 64, values.array(), 9, 16, 0, 64 * 6, stated)) {
+            int[] pixels = picture.toArgb();
+            for (int i = 0; i < pixels.length; i++) {
+                compare(pixels[i], false, peak, 1, i * 1040 / 65535.0, (i * 1040 + 1) / 65535.0, (i * 1040 + 2) / 65535.0);
+            }
+        }
+    }
+
+    @ParameterizedTest
+    @CsvSource({"1000, 1000", "400, 400", "1, 203"})
+    void theLightOfAFilmIsItsOwn(int stated, int peak) throws IOException {
+        assumeTrue(TestMedia.isNewer(), "2.8 does not know this light");
+        byte[] film = Files.readAllBytes(TestMedia.stream("hdr.hevc"));
+        int at = new String(film, StandardCharsets.ISO_8859_1).indexOf("\u0003\u00E8\u0001\u0090");
+        film[at] = (byte) (stated >> 8);
+        film[at + 1] = (byte) stated;
+        try (MediaReader reader = MediaReader.open(new HostileChannel(film)); VideoDecoder decoder = VideoDecoder.open(reader);
+                Picture picture = decoder.each(reader).iterator().next();
+                Picture wide = picture.convert(PixelFormat.named("rgb48le"))) {
+            ByteBuffer values = ByteBuffer.wrap(wide.toBytes()).order(ByteOrder.LITTLE_ENDIAN);
+            for (int pixel : picture.toArgb()) {
+                compare(pixel, false, peak, 4, IntStream.range(0, 3).mapToDouble(i -> (values.getShort() & 0xFFFF) / 65280.0)
+                        .toArray());
             }
         }
     }
@@ -122,18 +161,19 @@ class ScreenColoursTest {
     private static int[] argb(int primaries, int... pixels) {
         ByteBuffer bytes = ByteBuffer.allocate(pixels.length * Integer.BYTES).order(ByteOrder.LITTLE_ENDIAN);
         bytes.asIntBuffer().put(pixels);
-        try (Picture picture = picture("bgra", pixels.length, bytes.array(), primaries, 2, 0, bytes.capacity())) {
+        try (Picture picture = picture("bgra", pixels.length, bytes.array(), primaries, 2, 0, bytes.capacity(), 0)) {
             return picture.toArgb();
         }
     }
 
-    private static Picture picture(String format, int width, byte[] bytes, int primaries, int transfer, int plane, int line) {
+    private static Picture picture(String format, int width, byte[] bytes, int primaries, int transfer, int plane, int line,
+            int peak) {
         PictureMemory memory = new PictureMemoryPool().take(bytes.length);
         memory.buffer().duplicate().put(bytes);
         boolean several = plane > 0;
         return new Picture(memory, PixelFormat.named(format), width, bytes.length / line / (several ? 3 : 1),
                 new int[] {0, plane, 2 * plane, 0}, new int[] {line, several ? line : 0, several ? line : 0, 0},
                 new Picture.Details(new PacketTimes.Times(0, 0), new Rational(1, 25), true, false, false, false,
-                        new Presentation(new Rational(0, 1), 0, false), 9, primaries, transfer));
+                        new Presentation(new Rational(0, 1), 0, false), 9, primaries, transfer, peak));
     }
 }

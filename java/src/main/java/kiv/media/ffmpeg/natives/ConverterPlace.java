@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class ConverterPlace {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 15;
+    @Native public static final int SIZE = 16;
 
     /** FFmpeg's number of the pixel format. */
     @Native public static final int PIXEL_FORMAT = 0;
@@ -34,6 +34,9 @@ public final class ConverterPlace {
 
     /** FFmpeg's number of the curve between values and light; 0 to leave the colours as they are. */
     @Native public static final int COLOR_TRANSFER = 14;
+
+    /** The brightest light that the picture is made for, in candela for a square metre; 0 when unknown. */
+    @Native public static final int PEAK = 15;
 
     private ConverterPlace() {
     }
