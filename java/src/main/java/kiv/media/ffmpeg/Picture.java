@@ -345,7 +345,7 @@ public final class Picture implements AutoCloseable {
      *
      * <p>The image has the colours of an ordinary screen, sRGB. Pictures of high dynamic range (PQ and HLG) and of wide gamuts
      * (BT.2020 and P3) are adapted to it. Their range is compressed by the curve of ITU-R BT.2390 to a white of 203 cd/m²: with
-     * PQ from the brightest light that the stream states ({@link ContentLight#maximum()}, or else
+     * PQ from the brightest light that the container states ({@link ContentLight#maximum()}, or else
      * {@link MasteringDisplay#maximum()}, from 203 to 10,000 cd/m²), and otherwise from 1000 cd/m². Colours that the screen
      * does not have become the nearest ones of the same hue and luminance. FFmpeg 2.5 to 2.8 do not know PQ and HLG, and their
      * pictures are adapted for their gamut only. {@link #convert(PixelFormat, int, int)} leaves the colours as they are.

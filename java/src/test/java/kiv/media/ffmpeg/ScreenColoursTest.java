@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.within;
+import static org.assertj.core.api.Assumptions.assumeThat;
 import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import java.io.IOException;
@@ -9,11 +10,14 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.Random;
 import java.util.function.DoubleUnaryOperator;
 import java.util.stream.IntStream;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
@@ -115,13 +119,18 @@ class ScreenColoursTest {
 
     @ParameterizedTest
     @CsvSource({"1000, 1000", "400, 400", "1, 203"})
-    void theLightOfAFilmIsItsOwn(int stated, int peak) throws IOException {
-        assumeTrue(TestMedia.isNewer(), "2.8 does not know this light");
+    void theLightOfAFilmIsItsOwn(int stated, int peak, @TempDir Path directory) throws Exception {
+        assumeThat(FfmpegLibrary.build().version()).matches("[78]\\..*"); // older programs lose it
+        Path raw = directory.resolve("film.hevc");
+        Path wrapped = directory.resolve("film.mkv");
         byte[] film = Files.readAllBytes(TestMedia.stream("hdr.hevc"));
         int at = new String(film, StandardCharsets.ISO_8859_1).indexOf("\u0003\u00E8\u0001\u0090");
         film[at] = (byte) (stated >> 8);
         film[at + 1] = (byte) stated;
-        try (MediaReader reader = MediaReader.open(new HostileChannel(film)); VideoDecoder decoder = VideoDecoder.open(reader);
+        Files.write(raw, film);
+        Programs.output(Stream.concat(TestMedia.ffmpegProgram().stream(), Stream.of("-nostdin", "-v", "error", "-i", raw.toString(),
+                "-c:v", "ffv1", wrapped.toString())).toList());
+        try (MediaReader reader = MediaReader.open(wrapped); VideoDecoder decoder = VideoDecoder.open(reader);
                 Picture picture = decoder.each(reader).iterator().next();
                 Picture wide = picture.convert(PixelFormat.named("rgb48le"))) {
             ByteBuffer values = ByteBuffer.wrap(wide.toBytes()).order(ByteOrder.LITTLE_ENDIAN);
