@@ -215,6 +215,9 @@ void c_audiocodec::set_continuous(bool bp_continuous)
     TRACE_FUNCTION(3);
     throw_if_open();
     bc_continuous = bp_continuous;
+    // Otherwise FFmpeg drops samples of its own accord, and what a container says of their packet is lost with them.
+    if (bc_decoder && bp_continuous)
+        dsc_codec_ctx->flags2 |= CODEC_FLAG2_SKIP_MANUAL;
 }
 
 void c_audiocodec::set_sample_format(int64_t ilp_format)

@@ -95,7 +95,8 @@ public:
      */
     void set_channel_layout(uint64_t ulp_layout);
     /**
-     * Sets whether a decoder resamples sound of another rate from frame to frame, and not each frame alone.
+     * Sets whether a decoder resamples sound of another rate from frame to frame, and not each frame alone, and delivers
+     * what FFmpeg drops otherwise.
      *
      * @throws c_ffmpeg_exception on an open codec
      */

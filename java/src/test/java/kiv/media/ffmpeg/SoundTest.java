@@ -6,9 +6,11 @@ import static org.assertj.core.api.Assertions.assertThat;
 import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
+import java.math.BigInteger;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.ShortBuffer;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.time.Duration;
@@ -154,6 +156,23 @@ class SoundTest {
         try (MediaReader reader = MediaReader.open(Files.newInputStream(file));
                 AudioInputStream sound = MediaAudio.open(reader, reader.firstAudio().orElseThrow())) {
             assertThat(sound.readAllBytes()).isEqualTo(MediaAudioTest.decoded(file));
+        }
+    }
+
+    /** An encoder that the decoder knows, and a container that says more than the decoder does. */
+    @Test
+    void aContainersWordReplacesThatOfTheDecoder() throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.stream("aac.m4a"));
+                AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
+            byte[] frame = reader.read().bytes();
+            // A fill element with the name, before the others
+            byte[] name = "libfaac 1.28".getBytes(StandardCharsets.US_ASCII);
+            byte[] bits = BigInteger.valueOf(0b110_1111_00000001).shiftLeft(17 + 8 * name.length).or(new BigInteger(1, name))
+                    .shiftLeft(7 + 8 * frame.length).or(new BigInteger(1, frame)).shiftLeft(1).toByteArray();
+            Packet first = Packet.of(Arrays.copyOfRange(bits, 1, bits.length), 0, 0, 0, true);
+            assertThat(decoder.decode(first.trimmed(new SampleTrim(2112, 0, false)))).isEmpty();
+            assertThat(decoder.decode(reader.read())).isEmpty();
+            assertThat(decoder.decode(reader.read()).get(0).frames()).isEqualTo(3 * 1024 - 2112);
         }
     }
 

@@ -73,7 +73,8 @@ public final class c_codecoptions_ffmpeg {
     /**
      * With the value 1, an audio decoder resamples sound whose rate differs from that of the decoder's format as one
      * stream, which a change of its rate or {@link ProcessFlags#DRAIN} ends. With 0, the initial value, it resamples each
-     * frame alone and delivers at most as many samples as the frame has. Settable.
+     * frame alone and delivers at most as many samples as the frame has. With 1 it also delivers and reports what FFmpeg drops
+     * otherwise, see {@link #SKIPPED_SAMPLES}. Settable.
      */
     public static final String CONTINUOUS = "continuous";
 
