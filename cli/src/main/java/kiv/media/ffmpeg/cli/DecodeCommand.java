@@ -13,6 +13,7 @@ import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.Film;
 import kiv.media.ffmpeg.MediaFormatException;
+import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.PixelFormat;
@@ -31,7 +32,8 @@ import picocli.CommandLine.Spec;
 @Command(name = "decode", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Decodes a file's pictures and its sound.",
         description = {"", "Pictures become PNG files, raw YUV or Y4M, and the sound a WAV file. In a directory,"
-            + " index.html shows it all.", ""},
+            + " index.html shows it all.", "", "Pictures and sound begin together: silence is put before sound that begins"
+            + " later than the first picture, and sound before it is left out.", ""},
         footer = {"", "Examples:",
             "  kivjniffmpeg decode film.mp4 --every 25 --size 320x-1",
             "  kivjniffmpeg decode film.mp4 --from 1:30 --to 1:35.5 -o part.y4m",
@@ -100,6 +102,14 @@ final class DecodeCommand implements Callable<Integer> {
     @Option(names = {"--no-sound", "--no-audio"}, description = "Leave the sound out.")
     private boolean noSound;
 
+    @Option(names = "--sound-stream", paramLabel = "N", description = "Take the stream of sound that 'info' shows as N,"
+            + " such as another language; the first one by default.")
+    private Integer soundStream;
+
+    @Option(names = "--no-align", description = "Write the sound from its own first sample on, wherever the pictures"
+            + " begin.")
+    private boolean unaligned;
+
     @Mixin
     private DecodingThreads threads;
 
@@ -160,7 +170,7 @@ final class DecodeCommand implements Callable<Integer> {
         boolean inFilm = seeks && from != null;
         try (MediaReader reader = inFilm ? input.open() : input.openForward()) {
             MediaStream video = noPictures ? null : reader.firstVideo().orElse(null);
-            MediaStream audio = noSound ? null : reader.firstAudio().orElse(null);
+            MediaStream audio = noSound ? null : chooseSound(reader);
             if (video == null && (audio == null || file != null && !noPictures)) {
                 throw new MediaFormatException(input.about("no "
                         + (noPictures ? "audio stream" : noSound ? "video stream" : "video and no audio stream")));
@@ -171,13 +181,13 @@ final class DecodeCommand implements Callable<Integer> {
                 MediaStream soundStream = decoders.sound == null ? null : audio;
                 DecodeObserver observer = openPage(reader, pictureStream, soundStream);
                 try (SoundWriter sound = soundStream == null ? null
-                        : new SoundWriter(audio, inFilm && video != null ? input.openSound() : null,
+                        : new SoundWriter(audio, inFilm && video != null ? input.openSound(audio) : null,
                                 decoders.sound, soundFile(), range, TimeRange.beginning(reader), observer, this::warn);
                         Film film = inFilm && pictureStream != null ? input.open(Film::open) : null;
                         PictureOutput pictures = pictureStream == null ? null : openPictures(video);
                         Progress progress = startProgress(reader, pictureStream, audio, range)) {
                     announceSize(reader, pictureStream, range);
-                    DecodeJob job = new DecodeJob(input, range, every, limit, observer, this::warn);
+                    DecodeJob job = new DecodeJob(input, range, every, limit, !unaligned, observer, this::warn);
                     job.run(reader, pictureStream, decoders.pictures, film, pictures, sound, progress);
                     progress.finish();
                     DecodeObserver.Summary summary = job.summary(reader, pictureStream, pictures, sound,
@@ -190,6 +200,17 @@ final class DecodeCommand implements Callable<Integer> {
                 }
             }
         }
+    }
+
+    private MediaStream chooseSound(MediaReader reader) {
+        if (soundStream == null) {
+            return reader.firstAudio().orElse(null);
+        }
+        List<MediaStream> streams = reader.streams();
+        require(soundStream >= 0 && soundStream < streams.size(), "--sound-stream: the file has the streams 0 to "
+                + (streams.size() - 1));
+        require(streams.get(soundStream).kind() == MediaKind.AUDIO, "--sound-stream: " + soundStream + " is no sound");
+        return streams.get(soundStream);
     }
 
     /** The decoders of what is wanted and can be decoded. An absent one is null. */
@@ -244,6 +265,7 @@ final class DecodeCommand implements Callable<Integer> {
                 && pixelFormat == null,
                 "--every, --limit, --size, --as-stored, --format and --pixel-format are for pictures, and none are"
                     + " wanted");
+        require(!noSound || soundStream == null, "--sound-stream is for sound, and none is wanted");
         out = out == null ? Path.of("out") : out;
         every = every == null ? 1 : every;
         format = format == null ? Format.PNG : format;

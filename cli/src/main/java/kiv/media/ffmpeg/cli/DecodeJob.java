@@ -24,6 +24,8 @@ final class DecodeJob {
     private static final double NANOS = 1e9;
     /** More than containers round times. */
     private static final Duration BEFORE = Duration.ofMillis(1);
+    /** So many packets of sound wait for the first picture, with which the sound begins. */
+    private static final int MOST_WAITING = 4096;
 
     private final MediaInput input;
     private final TimeRange range;
@@ -33,6 +35,8 @@ final class DecodeJob {
     private final Consumer<String> warnings;
     /** With a limit of pictures, sound waits until the pictures that it plays beside are known. */
     private final Deque<Packet> heldSound = new ArrayDeque<>();
+    /** Whether sound waits for the first picture. */
+    private boolean waiting;
 
     private Duration start = Duration.ZERO;
     private MediaStream video;
@@ -45,11 +49,13 @@ final class DecodeJob {
 
     /**
      * @param limit null for no limit
+     * @param aligned whether sound beside pictures begins with the first of them
      * @param warnings receives a line when the file is not decoded to its end
      */
-    DecodeJob(MediaInput input, TimeRange range, long every, Long limit, DecodeObserver observer,
+    DecodeJob(MediaInput input, TimeRange range, long every, Long limit, boolean aligned, DecodeObserver observer,
             Consumer<String> warnings) {
         this.warnings = warnings;
+        this.waiting = aligned;
         this.input = input;
         this.range = range;
         this.every = every;
@@ -67,6 +73,7 @@ final class DecodeJob {
         start = TimeRange.beginning(reader);
         video = pictureStream;
         picturesDone = video == null;
+        waiting &= video != null && sound != null;
         packets = new PacketSource(input, reader, warnings);
         if (film != null) {
             takePictures(film, pictures, sound, progress);
@@ -115,10 +122,25 @@ final class DecodeJob {
     }
 
     private void takeSound(Packet packet, SoundWriter sound) throws IOException {
-        if (limit != null && !picturesDone) {
+        if (waiting && heldSound.size() >= MOST_WAITING) {
+            beginSound(video.startTime(), sound);
+        }
+        if ((waiting || limit != null) && !picturesDone) {
             heldSound.add(packet);
-        } else {
-            sound.write(packet);
+            return;
+        }
+        while (picturesDone && !heldSound.isEmpty()) {
+            sound.write(heldSound.remove());
+        }
+        sound.write(packet);
+    }
+
+    /** Lets the sound begin at the time of the first picture. */
+    private void beginSound(Optional<Duration> picture, SoundWriter sound) throws IOException {
+        waiting = false;
+        picture.ifPresent(sound::beginAt);
+        while (limit == null && !heldSound.isEmpty()) {
+            sound.write(heldSound.remove());
         }
     }
 
@@ -160,6 +182,9 @@ final class DecodeJob {
             if (picturesDone || !range.beginsBefore(time)) {
                 picture.close();
                 continue;
+            }
+            if (waiting) {
+                beginSound(picture.time(), sound);
             }
             boolean wanted = decoded++ % every == 0;
             observer.picture(picture, decoded, wanted);

@@ -174,9 +174,9 @@ final class MediaInput {
         Runtime.getRuntime().halt(ExitStatus.INPUT);
     }
 
-    /** Opens the first stream of sound, for any part of it. */
-    Sound openSound() throws IOException {
-        return open(bytes -> Sound.open(bytes, SampleFormat.PCM_16, ReaderLimits.USUAL));
+    /** Opens a stream of sound, for any part of it. */
+    Sound openSound(MediaStream stream) throws IOException {
+        return open(bytes -> Sound.open(bytes, stream.index(), SampleFormat.PCM_16, ReaderLimits.USUAL));
     }
 
     VideoDecoder openVideoDecoder(MediaStream stream, DecodingThreads threads) {

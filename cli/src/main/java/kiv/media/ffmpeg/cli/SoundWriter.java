@@ -5,6 +5,7 @@ import java.nio.ByteBuffer;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.List;
+import java.util.Locale;
 import java.util.function.Consumer;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioContainer;
@@ -24,6 +25,9 @@ final class SoundWriter implements AutoCloseable {
     private static final long FOREVER = Long.MAX_VALUE / 2;
     /** A WAV file's header holds lengths in 32 bits; this leaves room for the header itself. */
     private static final long MOST_BYTES = (1L << 32) - 128;
+    /** Longer silence before sound is not meant. */
+    private static final int MOST_SECONDS_OF_SILENCE = 3600;
+    private static final int SILENT_FRAMES = 4096;
 
     private final MediaStream stream;
     private final Path file;
@@ -34,8 +38,10 @@ final class SoundWriter implements AutoCloseable {
     private final Sound exact;
     private final DecodeObserver observer;
     private final Consumer<String> warnings;
+    /** Whether the part begins where the file does. */
+    private final boolean whole;
     /** First sample of the part and the first one behind it, from the container's zero. */
-    private final long begin;
+    private long begin;
     private long end;
     private long frames;
     private long damaged;
@@ -43,6 +49,10 @@ final class SoundWriter implements AutoCloseable {
     private long next;
     private boolean started;
     private boolean done;
+    /** Whether the file begins with the part's first picture. */
+    private boolean aligned;
+    /** Samples of silence before the sound; less than 0 for those of the sound that are left out. */
+    private long silence;
 
     /**
      * Begins to write.
@@ -67,6 +77,7 @@ final class SoundWriter implements AutoCloseable {
         this.observer = observer;
         this.warnings = warnings;
         this.clock = new SampleClock(stream.timeBase(), decoder.format().sampleRate());
+        this.whole = range.from() == null;
         this.begin = range.from() == null ? -FOREVER : samples(range.from().plus(start));
         this.end = range.to() == null ? FOREVER : samples(range.to().plus(start));
         try {
@@ -84,6 +95,17 @@ final class SoundWriter implements AutoCloseable {
         // Damaged files hold any times.
         long seconds = Math.max(-FOREVER / rate, Math.min(FOREVER / rate, time.getSeconds()));
         return seconds * rate + Math.round((double) time.getNano() * rate / NANOS);
+    }
+
+    /**
+     * Begins the part at the time of its first picture, from the container's zero: sound before it is left out, and silence is
+     * put before sound that begins later.
+     */
+    void beginAt(Duration picture) {
+        if (!started) {
+            begin = Math.max(begin, samples(picture));
+            aligned = true;
+        }
     }
 
     /** Ends the part at a time from the container's zero, unless it ends earlier. */
@@ -171,7 +193,13 @@ final class SoundWriter implements AutoCloseable {
     String summary() {
         return ConsoleText.codec(stream) + ", " + ConsoleText.sound(stream) + ", " + frames + " samples ("
                 + ConsoleText.clock(new Rational(1, decoder.format().sampleRate()).times(frames)) + ") written to "
-                + file + ConsoleText.damaged(damaged);
+                + file + shift() + ConsoleText.damaged(damaged);
+    }
+
+    private String shift() {
+        String seconds = String.format(Locale.ROOT, "%.3f s", Math.abs((double) silence) / decoder.format().sampleRate());
+        return silence == 0 ? "" : silence > 0 ? ", with " + seconds + " of silence before it, so as to begin with the pictures"
+                : ", without its first " + seconds + ", so as to begin with the pictures";
     }
 
     @Override
@@ -185,6 +213,9 @@ final class SoundWriter implements AutoCloseable {
         for (AudioBlock block : blocks) {
             long time = begin(block);
             int first = within(begin - time, block);
+            if (aligned && whole && frames == 0) {
+                silence -= first;
+            }
             int last = within(end - time, block);
             done |= last < block.frames();
             if (first < last) {
@@ -216,6 +247,9 @@ final class SoundWriter implements AutoCloseable {
 
     private void write(AudioBlock block, int first, int last, long time) throws OutputException {
         int size = block.channels() * Short.BYTES;
+        if (aligned && frames == 0) {
+            putSilence(time + first - begin, block.sampleRate(), size);
+        }
         if (!holds(frames + last - first, size)) {
             warnings.accept(file + ": a WAV file holds no more than 4 GiB, and the rest of the sound is left out");
             done = true;
@@ -227,5 +261,19 @@ final class SoundWriter implements AutoCloseable {
         output.write(List.of(Packet.of(pcm, 0, 0, 0, true)));
         frames += last - first;
         observer.sound((double) (time + first) / block.sampleRate(), block.sampleRate(), block.channels(), part);
+    }
+
+    private void putSilence(long wanted, int rate, int size) throws OutputException {
+        if (wanted > (long) MOST_SECONDS_OF_SILENCE * rate) {
+            warnings.accept(file + ": the sound begins more than an hour after the pictures; no silence is put before it");
+            return;
+        }
+        for (long left = wanted; left > 0; left -= SILENT_FRAMES) {
+            output.write(List.of(Packet.of(new byte[(int) Math.min(left, SILENT_FRAMES) * size], 0, 0, 0, true)));
+        }
+        if (wanted > 0) {
+            silence = wanted;
+            frames = wanted;
+        }
     }
 }

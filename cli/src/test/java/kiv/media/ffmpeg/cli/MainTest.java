@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.cli;
 
 import static org.assertj.core.api.Assertions.assertThat;
+import static org.assertj.core.api.Assertions.within;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
 import static org.assertj.core.api.Assumptions.assumeThat;
 
@@ -277,6 +278,35 @@ class MainTest {
                 assertThat(FileEnd.missing(file)).as(stream.getName()).isEmpty();
             }
         }
+    }
+
+    @Test
+    void soundBeginsWithThePictures() throws IOException {
+        byte[] film = Files.readAllBytes(TestMedia.stream("h264_aac.flv"));
+        Files.write(directory.resolve("earlier.flv"), film);
+        ByteBuffer tags = ByteBuffer.wrap(film);
+        for (int at = 13; at < film.length; at += 15 + (tags.getInt(at) & 0xFFFFFF)) {
+            int later = film[at] == 8 ? 500 << 8 : 0;
+            tags.putInt(at + 4, tags.getInt(at + 4) + later);
+        }
+        Files.write(directory.resolve("later.flv"), film);
+        for (String name : List.of("earlier", "later")) {
+            succeed("decode tmp/" + name + ".flv --size 16x16 --out tmp/whole --no-align");
+            byte[] whole = Files.readAllBytes(directory.resolve("whole/" + name + ".wav"));
+            succeed("decode tmp/" + name + ".flv --size 16x16 --out tmp/beside");
+            byte[] beside = Files.readAllBytes(directory.resolve("beside/" + name + ".wav"));
+            int difference = beside.length - whole.length;
+            // The sound of the film has 23 ms of the encoder's delay, and begins with the pictures.
+            assertThat(difference / 176.4).isCloseTo(name.equals("later") ? 477 : -23, within(2.0));
+            int common = Math.min(beside.length, whole.length) - 44;
+            assertThat(Arrays.copyOfRange(beside, beside.length - common, beside.length))
+                    .isEqualTo(Arrays.copyOfRange(whole, whole.length - common, whole.length));
+            byte[] silence = new byte[Math.max(0, difference)];
+            assertThat(Arrays.copyOfRange(beside, 44, 44 + silence.length)).isEqualTo(silence);
+            assertThat(output).contains(name.equals("later") ? "0.477 s of silence" : "first 0.023 s");
+        }
+        assertThat(run("decode tmp/later.flv --sound-stream 0 --out tmp/beside")).isEqualTo(2);
+        succeed("decode tmp/later.flv --sound-stream 1 --no-pictures --out tmp/beside");
     }
 
     @Test
