@@ -56,7 +56,7 @@ final class SeekVerifier {
     List<Packet> settle() throws IOException {
         double second = stream.timeBase().toDouble() > 0 ? 1 / stream.timeBase().toDouble() : 1;
         double back = second;
-        List<Packet> found = findStart();
+        List<Packet> found = findStart(pages);
         while (found.isEmpty()) {
             long earlier = (long) (time - back);
             back *= 2;
@@ -64,7 +64,7 @@ final class SeekVerifier {
                 return findBeginning((long) second);
             }
             seek.to(earlier, false);
-            found = findStart();
+            found = findStart(pages);
         }
         return found;
     }
@@ -72,6 +72,12 @@ final class SeekVerifier {
     /** Whatever is at the first byte is the beginning, but the reader of Matroska then begins at a later cluster. */
     private List<Packet> findBeginning(long second) throws IOException {
         List<Packet> ahead = new ArrayList<>();
+        if (pages && seek.to(0, true)) {
+            List<Packet> found = findStart(false);
+            if (!found.isEmpty()) {
+                return found;
+            }
+        }
         if (seek.to(0, true)) {
             try {
                 for (Packet packet; ahead.size() < MOST_AHEAD && (packet = packets.read()) != null;) {
@@ -92,8 +98,13 @@ final class SeekVerifier {
         return List.of();
     }
 
-    /** Reads up to the time. @return the packets from the last place on where decoding can start; none without one */
-    private List<Packet> findStart() throws IOException {
+    /**
+     * Reads up to the time.
+     *
+     * @param guessing whether FFmpeg guesses the times of the first page
+     * @return the packets from the last place on where decoding can start; none without one
+     */
+    private List<Packet> findStart(boolean guessing) throws IOException {
         PacketExaminer examiner = stream.examiner();
         CodedPicture picture = new CodedPicture();
         List<Packet> ahead = new ArrayList<>();
@@ -107,7 +118,7 @@ final class SeekVerifier {
                 }
                 if (packet.streamIndex() == stream.index()) {
                     first = first == null ? packet : first;
-                    boolean guessed = pages && packet.position() == first.position();
+                    boolean guessed = guessing && packet.position() == first.position();
                     long shown = packet.presentationTime() != Packet.NO_TIME ? packet.presentationTime()
                             : packet.decodingTime();
                     long decoded = packet.decodingTime() != Packet.NO_TIME ? packet.decodingTime() : shown;
