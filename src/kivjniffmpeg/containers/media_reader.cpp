@@ -105,6 +105,8 @@ c_mediareader::c_mediareader(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<ca_byte_sour
     dsc_source.restart(std::string_view(adsl_format->name) == "mp3");
     if (std::string_view(adsl_format->name).starts_with("mov,"))
         dsc_source.expect_boxes();
+    if (std::string_view(adsl_format->name) == "flac")
+        dsc_source.expect_comments();
     dsc_format.context()->pb = dsc_source.io();
     // Otherwise side data is merged into the bytes, where decoders of other libraries do not expect it.
     dsc_format.context()->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_KEEP_SIDE_DATA;

@@ -149,6 +149,8 @@ int c_mediasource::read(void *avp_source, uint8_t *autp_to, int inp_length) noex
             dsp_source.dsc_boxes.pass(utl_bytes);
         if (dsp_source.dsc_limits.is_opening())
             dsp_source.dsc_endless_parts.rename({autp_to, ull_count});
+        if (dsp_source.dsc_limits.is_opening() && dsp_source.bc_comments)
+            dsp_source.dsc_comments.pass({autp_to, ull_count}, dsp_source.ilc_position);
         if (dsp_source.dsc_limits.is_opening() && dsp_source.bc_items)
             dsp_source.dsc_items.pass({autp_to, ull_count}, dsp_source.ilc_position);
         dsp_source.ilc_position += static_cast<int64_t>(ull_count);

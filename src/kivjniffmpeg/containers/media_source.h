@@ -3,6 +3,7 @@
 
 #include "kivjniffmpeg/containers/byte_channel.h"
 #include "kivjniffmpeg/containers/endless_parts.h"
+#include "kivjniffmpeg/containers/flac_comments.h"
 #include "kivjniffmpeg/containers/forward_boxes.h"
 #include "kivjniffmpeg/containers/picture_items.h"
 #include "kivjniffmpeg/containers/reader_limits.h"
@@ -63,6 +64,9 @@ public:
         bc_boxes = iec_access == ie_access::ie_forward;
     }
 
+    /** From now on tags are counted: the bytes are a FLAC file. */
+    void expect_comments() noexcept { bc_comments = true; }
+
     /** How often the source was asked for bytes. */
     uint64_t reads() const noexcept { return ulc_reads; }
 
@@ -105,6 +109,8 @@ private:
     std::vector<uint8_t> utc_kept;         // until it was read again
     std::span<const uint8_t> utc_repeated; // what is left of it
     int64_t ilc_position = 0;              // of the next byte that FFmpeg gets
+    bool bc_comments = false;
+    c_flac_comments dsc_comments;
     bool bc_items = false;
     c_picture_items dsc_items;
     bool bc_boxes = false;
