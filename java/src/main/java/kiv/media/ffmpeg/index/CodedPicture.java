@@ -15,6 +15,8 @@ public final class CodedPicture {
     public boolean refersBack;
     /** Whether the packet breaks its codec's rules, so that nobody knows what decoders make of it and of those behind it. */
     public boolean broken;
+    /** Whether headers in it that stand for many pictures break the rules. */
+    public boolean brokenHeaders;
     /** How many pictures the packet gives: 0 or 1, or {@link #UNKNOWN}. */
     public int pictures = UNKNOWN;
     /** Whether no picture refers to this one, and it is shown at once; for codecs that sort by the kind of picture. */
@@ -26,6 +28,7 @@ public final class CodedPicture {
         restart = false;
         refersBack = false;
         broken = false;
+        brokenHeaders = false;
         pictures = UNKNOWN;
         bidirectional = false;
         order = 0;

@@ -88,6 +88,8 @@ public final class FilmMap {
             }
         }
         boolean broken = picture.broken;
+        // A film may begin with a part of a packet.
+        boolean lasting = picture.brokenHeaders || broken && index.size() > 0;
         if (broken) {
             picture.clear();
         }
@@ -106,7 +108,7 @@ public final class FilmMap {
         }
         // What a film has that begins within a group says nothing of the rest.
         boolean odd = groups > 1 && picture.pictures == UNKNOWN
-                || index.size() > 0 && (broken || fields[PacketFields.ERRORS] > 0);
+                || lasting || index.size() > 0 && fields[PacketFields.ERRORS] > 0;
         if (odd && examiner != null) {
             irregular = Math.min(irregular, groups - 1);
         }

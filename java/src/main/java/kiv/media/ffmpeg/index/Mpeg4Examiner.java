@@ -46,6 +46,7 @@ final class Mpeg4Examiner extends PacketExaminer {
         brokenLayer = false;
         noteLayer(bytes, end);
         picture.broken = brokenLayer;
+        picture.brokenHeaders = brokenLayer;
         int pictures = 0;
         int kind = 0;
         int length = 0;
