@@ -25,6 +25,8 @@ def difference(outcome, expected, bits_matter):
         return (True, "counted") if not expected.numbers or not outcome.numbers else (False, "another size")
     steps = [abs(one - other) for one, other in zip(outcome.numbers, expected.numbers)]
     mean, largest = statistics.fmean(steps), max(steps)
+    if largest == 0:
+        return True, "same"
     good = mean <= MEAN_TOLERANCE and largest <= LARGEST_TOLERANCE
     return good, f"differs by {mean:.2f}, at most {largest:.1f}"
 
