@@ -172,7 +172,7 @@ public final class MediaReader implements AutoCloseable {
      *
      * <p>Such a reader does not {@linkplain #seek(Duration) seek}, so there is no {@link Film} of it. Mostly the duration is
      * unknown. An MP4 whose index is at its end cannot be read, and neither can other containers that are read by what is
-     * at their end.
+     * at their end. An AVI states there which packets are keys, so that {@link Packet#isKey()} may be true of others too.
      *
      * <p>The stream is read inside the reader's methods, on the thread that calls them, which wait for its bytes. Its
      * exceptions come out of these methods as they are. The reader uses the stream alone and closes it. When this method
