@@ -87,6 +87,15 @@ int32_t c_picture_stock::wanted_size() const
     return imc_wanted_size;
 }
 
+void c_picture_stock::close(int32_t imp_slot)
+{
+    const std::scoped_lock dsl_lock(dsc_mutex);
+    const auto dsl_block =
+        std::ranges::find(dsc_blocks, imp_slot, [](const auto &dsp_one) { return dsp_one->imc_slot; });
+    if (imp_slot != im_native && dsl_block != dsc_blocks.end() && (*dsl_block)->bc_used)
+        (*dsl_block)->bc_delivered = false;
+}
+
 size_t c_picture_stock::release_slots(std::span<int32_t> aimp_slots)
 {
     const std::scoped_lock dsl_lock(dsc_mutex);
@@ -129,11 +138,11 @@ c_picture_stock::dsd_block *c_picture_stock::take(int32_t imp_size)
 {
     const std::scoped_lock dsl_lock(dsc_mutex);
     imc_wanted_size = imp_size;
-    // The one that was released last is most likely in the processor's cache, but two free ones are all there are.
-    const auto dsl_found = std::ranges::find_if(dsc_blocks, [imp_size](const auto &dsp_block) {
+    // The one that was released last is most likely in the processor's cache.
+    const auto dsl_found = std::find_if(dsc_blocks.rbegin(), dsc_blocks.rend(), [imp_size](const auto &dsp_block) {
         return !dsp_block->bc_used && dsp_block->imc_size >= imp_size;
     });
-    if (dsl_found == dsc_blocks.end()) {
+    if (dsl_found == dsc_blocks.rend()) {
         imc_target = std::min(imc_target + 1, imc_limit);
         return nullptr;
     }
@@ -184,11 +193,14 @@ void c_picture_stock::release(dsd_block &dsp_block) noexcept
     std::unique_ptr<dsd_block> dsl_gone; // freed without the lock
     const std::scoped_lock dsl_lock(dsc_mutex);
     dsp_block.bc_used = false;
-    if (dsp_block.imc_slot != im_native && !dsp_block.bc_delivered)
-        return; // free for the next picture
-    if (dsp_block.imc_slot != im_native)
-        aimc_released.push_back(dsp_block.imc_slot);
     const auto dsl_place = std::ranges::find(dsc_blocks, &dsp_block, &std::unique_ptr<dsd_block>::get);
+    const bool bl_native = dsp_block.imc_slot == im_native;
+    if (!bl_native && !dsp_block.bc_delivered && free_blocks() <= imc_limit + im_surplus) {
+        std::rotate(dsl_place, dsl_place + 1, dsc_blocks.end()); // free for the next picture
+        return;
+    }
+    if (!bl_native)
+        aimc_released.push_back(dsp_block.imc_slot);
     dsl_gone = std::move(*dsl_place);
     dsc_blocks.erase(dsl_place);
 }

@@ -38,7 +38,7 @@ public:
         int32_t imc_size;
         int32_t imc_slot;                /**< Java's number of the block; im_native for native memory */
         bool bc_used = false;            /**< FFmpeg refers to it */
-        bool bc_delivered = false;       /**< Java has a picture in it */
+        bool bc_delivered = false;       /**< Java has a picture in it that it has not closed */
         uint8_t *autc_palette = nullptr; /**< the second plane when there are two: also without a use */
         std::unique_ptr<uint8_t, dsd_free> autc_native{}; /**< of im_native */
     };
@@ -59,6 +59,9 @@ public:
     /** How many more blocks the decoder should have, each of wanted_size() bytes. */
     int32_t wanted() const;
     int32_t wanted_size() const;
+
+    /** Java has closed the picture in the block: once FFmpeg has released the block too, it serves the next picture. */
+    void close(int32_t imp_slot);
 
     /** Writes the slots of blocks that are only Java's from now on. @return how many */
     size_t release_slots(std::span<int32_t> aimp_slots);
@@ -110,6 +113,9 @@ private:
         dsd_picture_layout dsc_layout;
     };
 
+    /** More free blocks than wanted() asks for return to Java, but not those of a few pictures that come and go. */
+    static constexpr int32_t im_surplus = 2;
+
     dsd_block *take(int32_t imp_size);
     dsd_block *take_native(int32_t imp_size);
     int32_t free_blocks() const noexcept;
@@ -117,8 +123,8 @@ private:
     void release(dsd_block &dsp_block) noexcept;
 
     mutable std::mutex dsc_mutex;
-    std::vector<std::unique_ptr<dsd_block>> dsc_blocks;
-    std::vector<int32_t> aimc_released; // has room for all slots
+    std::vector<std::unique_ptr<dsd_block>> dsc_blocks; // the one that was released last stands last
+    std::vector<int32_t> aimc_released;                 // has room for all slots
     std::vector<dsd_known_layout> dsc_layouts;
     int32_t imc_limit = 2;
     int32_t imc_target = 1; // free blocks, so that none is missing

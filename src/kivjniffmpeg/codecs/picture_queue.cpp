@@ -43,13 +43,8 @@ dsd_decoded_picture c_picture_queue::pop()
 
 void c_picture_queue::release_unused_pictures()
 {
-    const auto is_unused = [](const std::unique_ptr<c_avframe> &dsp_frame) {
-        const AVBufferRef *adsl_memory = (*dsp_frame)->buf[0];
+    release_shared_if([](const AVFrame &dsp_frame) {
+        const AVBufferRef *adsl_memory = dsp_frame.buf[0];
         return adsl_memory == nullptr || g_avutil.av_buffer_get_ref_count(adsl_memory) == 1;
-    };
-    const auto dsl_unused =
-        std::ranges::stable_partition(dsc_shared, [&](const auto &dsp_frame) { return !is_unused(dsp_frame); });
-    for (auto &dsl_frame : dsl_unused)
-        put_back(std::move(dsl_frame));
-    dsc_shared.erase(dsl_unused.begin(), dsl_unused.end());
+    });
 }

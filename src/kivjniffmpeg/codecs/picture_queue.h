@@ -4,6 +4,7 @@
 #include "kivjniffmpeg/buffers/frame_buffer.h"
 #include "kivjniffmpeg/ffmpeg/frame.h"
 
+#include <algorithm>
 #include <deque>
 #include <memory>
 #include <vector>
@@ -46,6 +47,15 @@ public:
     void share(std::unique_ptr<c_avframe> dsp_frame) { dsc_shared.push_back(std::move(dsp_frame)); }
     /** Releases the shared frames that the decoder does not use any more. */
     void release_unused_pictures();
+    /** Releases the shared frames that the condition is true for. */
+    template <class CONDITION> void release_shared_if(CONDITION dsp_condition)
+    {
+        const auto dsl_kept = std::ranges::stable_partition(
+            dsc_shared, [&](const auto &dsp_frame) { return !dsp_condition(*dsp_frame->frame()); });
+        for (auto &dsl_frame : dsl_kept)
+            put_back(std::move(dsl_frame));
+        dsc_shared.erase(dsl_kept.begin(), dsl_kept.end());
+    }
     /** Releases all shared frames, when the decoder is closed. */
     void release_shared_pictures() noexcept { dsc_shared.clear(); }
 

@@ -110,6 +110,8 @@ public:
      * @return a sum of natives::PictureResult
      */
     int32_t decode(std::span<uint8_t> utp_packet, int32_t imp_flags, int64_t ilp_key, dsd_delivery &dsp_out);
+    /** Java has closed the pictures in these blocks of the stock. */
+    void close_pictures(std::span<const int64_t> ailp_slots);
     /** Null without the option "pooled_pictures". */
     c_picture_stock *stock() noexcept { return dsc_stock.get(); }
 

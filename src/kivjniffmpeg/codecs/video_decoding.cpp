@@ -245,6 +245,18 @@ int32_t c_videocodec::decode(std::span<uint8_t> utp_packet, int32_t imp_flags, i
     return iml_result;
 }
 
+void c_videocodec::close_pictures(std::span<const int64_t> ailp_slots)
+{
+    if (ailp_slots.empty())
+        return;
+    for (const int64_t ill_slot : ailp_slots)
+        dsc_stock->close(static_cast<int32_t>(ill_slot));
+    dsc_pictures.release_shared_if([this](const AVFrame &dsp_frame) {
+        const c_picture_stock::dsd_block *adsl_block = dsc_stock->find(dsp_frame);
+        return adsl_block != nullptr && !adsl_block->bc_delivered;
+    });
+}
+
 int32_t c_videocodec::deliver_from_stock(dsd_delivery &dsp_out)
 {
     TRACE_SCOPE("process", 3);

@@ -228,6 +228,9 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_natives_c_1pictures_1ffmpeg_n_1deco
             throw_ffmpeg_exception(2453, "array of the call is null or shorter than ", PictureCall::SIZE);
         std::array<jlong, PictureCall::SIZE> aill_call{};
         dsp_env.get_array_region(avop_call, 0, PictureCall::SIZE, aill_call.data());
+        const auto ull_closed =
+            static_cast<size_t>(std::clamp<jlong>(aill_call[PictureCall::CLOSED], 0, jlong{PictureCall::MOST_CLOSED}));
+        adsl_codec->close_pictures(std::span(aill_call).subspan(PictureCall::CLOSED_SLOTS, ull_closed));
         add_blocks(*adsl_stock, aill_call);
         uint8_t *autl_packet = copy_input(dsp_env, adsl_codec->input(), avop_in, 0, imp_length);
         c_videocodec::dsd_delivery dsl_delivery{};

@@ -60,15 +60,32 @@ TEST_F(picture_stock, delivered_block_is_released_when_ffmpeg_has_released_it_an
     auto dsl_first = provide();
     const c_picture_stock::dsd_block *adsl_first = dsc_stock.find(*dsl_first->frame());
     ASSERT_NE(adsl_first, nullptr);
-    EXPECT_EQ(adsl_first->imc_slot, 3);
+    EXPECT_EQ(adsl_first->imc_slot, 4);
     dsl_first.reset();
     dsl_first = provide();
     ASSERT_EQ(dsc_stock.find(*dsl_first->frame()), adsl_first) << "nobody saw the picture before";
     dsc_stock.deliver(*dsc_stock.find(*dsl_first->frame()), *dsl_first->frame());
     EXPECT_THAT(released(), ElementsAre());
     std::thread([&] { dsl_first.reset(); }).join(); // FFmpeg's threads release too
-    EXPECT_THAT(released(), ElementsAre(3));
+    EXPECT_THAT(released(), ElementsAre(4));
     EXPECT_EQ(dsc_stock.wanted(), 1);
+}
+
+TEST_F(picture_stock, block_of_a_closed_picture_serves_the_next_one_when_ffmpeg_has_released_it)
+{
+    provide();
+    add(3);
+    add(4);
+    auto dsl_frame = provide();
+    dsc_stock.deliver(*dsc_stock.find(*dsl_frame->frame()), *dsl_frame->frame());
+    dsc_stock.close(3); // in which there is no picture
+    dsc_stock.close(4);
+    auto dsl_next = provide();
+    EXPECT_EQ(dsc_stock.find(*dsl_next->frame())->imc_slot, 3) << "the decoder still reads the closed picture";
+    dsl_frame.reset();
+    EXPECT_THAT(released(), ElementsAre());
+    dsl_frame = provide();
+    EXPECT_EQ(dsc_stock.find(*dsl_frame->frame())->imc_slot, 4);
 }
 
 TEST_F(picture_stock, picture_in_native_memory_is_copied_into_a_block)

@@ -10,6 +10,7 @@ import kiv.media.ffmpeg.natives.PictureLayout;
 final class PictureKind {
 
     private static final int FIRST = PictureCall.WIDTH;
+    private static final int END = PictureCall.COLOR_TRANSFER + 1;
 
     private final long[] description;
     private final PixelFormat format;
@@ -54,7 +55,7 @@ final class PictureKind {
     }
 
     boolean isThatOf(long[] call) {
-        return Arrays.equals(description, FIRST, PictureCall.SIZE, call, FIRST, PictureCall.SIZE);
+        return Arrays.equals(description, FIRST, END, call, FIRST, END);
     }
 
     /** A picture of this kind, which becomes a user of the memory in the caller's place. */

@@ -13,6 +13,8 @@ final class PictureMemory {
     private final ByteBuffer buffer;
     private long address;
     private int users = 1;
+    /** Whether a picture of the decoder's was in it that the decoder does not know to be closed. */
+    private boolean delivered;
 
     /** Memory with one user, the caller. */
     PictureMemory(PictureMemoryPool pool, ByteBuffer buffer) {
@@ -36,6 +38,26 @@ final class PictureMemory {
             address = c_pictures_ffmpeg.n_address(buffer);
         }
         return address;
+    }
+
+    /** Adds a user, the picture that the decoder has delivered. For the thread that calls the decoder. */
+    void deliver() {
+        delivered = true;
+        share();
+    }
+
+    /** Returns whether the delivered picture was closed, once. For the thread that calls the decoder. */
+    boolean becameClosed() {
+        if (delivered && isDecodersAlone()) {
+            delivered = false;
+            return true;
+        }
+        return false;
+    }
+
+    /** The decoder is one user of its memory. Whoever shares a picture is another one already. */
+    private synchronized boolean isDecodersAlone() {
+        return users == 1;
     }
 
     /** Adds a user. */

@@ -101,6 +101,18 @@ final class PictureMemoryPool {
         }
         call[PictureCall.WANTED] = 0;
         call[PictureCall.RELEASED] = 0;
+        reportClosed(call);
+    }
+
+    /** The decoder then uses the memory again at once, while it is in the processor's cache. */
+    private void reportClosed(long[] call) {
+        int count = 0;
+        for (int slot = 0; slot < slots.length && count < PictureCall.MOST_CLOSED; slot++) {
+            if (slots[slot] != null && slots[slot].becameClosed()) {
+                call[PictureCall.CLOSED_SLOTS + count++] = slot;
+            }
+        }
+        call[PictureCall.CLOSED] = count;
     }
 
     private int occupy(PictureMemory memory) {
@@ -118,7 +130,7 @@ final class PictureMemoryPool {
     /** The memory of a delivered picture, with one more user, the caller. */
     PictureMemory delivered(long[] call) {
         PictureMemory memory = slots[(int) call[PictureCall.SLOT]];
-        memory.share();
+        memory.deliver();
         return memory;
     }
 

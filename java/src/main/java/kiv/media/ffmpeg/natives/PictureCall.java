@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class PictureCall {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 48;
+    @Native public static final int SIZE = 57;
 
     /** Elements of a block. */
     @Native public static final int BLOCK_SIZE = 3;
@@ -25,6 +25,9 @@ public final class PictureCall {
 
     /** The most slots that a call releases. */
     @Native public static final int MOST_RELEASED = 8;
+
+    /** The most pictures that a call reports as closed. */
+    @Native public static final int MOST_CLOSED = 8;
 
     /** In: how many blocks the decoder may use from now on. The caller keeps their memory until they are released. */
     @Native public static final int STOCKED = 0;
@@ -47,7 +50,7 @@ public final class PictureCall {
     /** Out: their slots. */
     @Native public static final int RELEASED_SLOTS = 17;
 
-    /** Out, from here on with a picture only: the slot of its block. */
+    /** Out, as the rest that comes out with a picture only: the slot of its block. */
     @Native public static final int SLOT = 25;
 
     /** Out: the key of its packet. */
@@ -100,6 +103,12 @@ public final class PictureCall {
 
     /** Out, with or without a picture: how many errors FFmpeg logged on the calling thread during the call. */
     @Native public static final int ERRORS = 47;
+
+    /** In: in how many blocks the caller has closed the picture, so that the decoder may use them again. */
+    @Native public static final int CLOSED = 48;
+
+    /** In: their slots. */
+    @Native public static final int CLOSED_SLOTS = 49;
 
     private PictureCall() {
     }
