@@ -9,6 +9,7 @@ declare -A below=(
     [context]=''
     [ffmpeg]=''
     [formats]='ffmpeg'
+    [workers]=''
     [buffers]='context ffmpeg formats'
     [codecs]='context ffmpeg formats buffers'
     [pictures]='ffmpeg formats buffers'
@@ -92,6 +93,14 @@ while IFS=: read -r file line include; do
     [[ $target == kivjniffmpeg/ffmpeg/abi*.h || $other == "$room" || " ${bridge_below[$room]-} " == *" $other "* ]] ||
         fault "$where: the room $room may not include $target (below it: ${bridge_below[$room]:-none})"
 done < <(cd "$root/bridge" && grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' --include='*.h' --include='*.cpp' . | sed 's|^\./||')
+# The worker is a program of the library's rooms, without those that export natives.
+while IFS= read -r match; do
+    fault "$match: the worker may include worker/ and the library's rooms, but neither its entries nor Java's interface"
+done < <(cd "$root" && grep -rnE '#[[:space:]]*include[[:space:]]*("|<jni)' worker |
+    grep -vE '"(worker/|trace/|jni/exceptions\.h"|kivjniffmpeg/(context|ffmpeg|formats|buffers|codecs|containers|workers)/)' || true)
+while IFS= read -r match; do
+    fault "src/${match#./}: the library starts the worker, and includes nothing of it"
+done < <(grep -rn '#include "worker/' . || true)
 while IFS= read -r match; do
     fault "src/${match#./}: the library knows FFmpeg's interface, and nothing of the bridge"
 done < <(grep -rn '#include "bridge/' . || true)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that the variables of src/ and bridge/ carry the prefix of their type and scope; src/README.md has the key.
+"""Checks that the variables of src/, bridge/ and worker/ carry the prefix of their type and scope; src/README.md has the key.
 
 It finds declarations line by line, of the types in the table below; it does not follow auto and templates.
 """
@@ -70,7 +70,7 @@ def faults_in(path):
 
 
 project = pathlib.Path(__file__).parents[1]
-roots = [pathlib.Path(root) for root in sys.argv[1:]] or [project / "src", project / "bridge"]
+roots = [pathlib.Path(root) for root in sys.argv[1:]] or [project / "src", project / "bridge", project / "worker"]
 files = [path for root in roots for path in sorted(root.rglob("*")) if path.suffix in (".h", ".cpp") and path.name not in FILES_OF_FFMPEG]
 faults = [fault for path in files for fault in faults_in(path)]
 print("\n".join(faults), end="\n" if faults else "")

@@ -3,7 +3,7 @@
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 cd "$root"
 
-mapfile -d '' files < <(find src tests bridge bench -type f \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z)
+mapfile -d '' files < <(find src tests bridge worker bench -type f \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z)
 command -v clang-format >/dev/null || "$root/tools/setup.sh" test
 case ${1:-} in
 --check) clang-format --dry-run --Werror "${files[@]}" ;;

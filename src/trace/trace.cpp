@@ -13,6 +13,7 @@ namespace
 constexpr size_t ul_line_size = 512;
 
 std::atomic<JNIEnv *(*)()> g_environment_hook{nullptr};
+std::atomic<bool> g_silent{false};
 
 // The lock keeps the receiver and its method together. It is held to make a local reference, never during a call.
 std::mutex g_receiver_lock;
@@ -74,8 +75,15 @@ void trace_forget_receiver()
     trace_set_receiver(nullptr, nullptr);
 }
 
+void trace_silence() noexcept
+{
+    g_silent = true;
+}
+
 void trace_to_output(const char *strp_format, ...)
 {
+    if (g_silent)
+        return;
     va_list dsl_arguments;
     va_start(dsl_arguments, strp_format);
     std::vprintf(strp_format, dsl_arguments);

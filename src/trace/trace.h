@@ -87,6 +87,9 @@ void trace_set_receiver(jobject avop_receiver, jmethodID adsp_method);
 /** Removes the receiver. When this returns, no thread uses its global reference any more. */
 void trace_forget_receiver();
 
+/** From now on nothing is written to standard output: in a process that has none. */
+void trace_silence() noexcept;
+
 /** Writes a line to standard output, without a line end, and flushes. */
 void trace_to_output(const char *strp_format, ...) __attribute__((format(printf, 1, 2)));
 

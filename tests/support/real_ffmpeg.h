@@ -11,16 +11,18 @@
 #include <stdexcept>
 #include <string>
 
-/**
- * Opens FFmpeg through the library's loader, once per process: from the directory that KIV_FFMPEG_DIR names, else the
- * FFmpeg 2.8.1 that ./test has fetched.
- */
+/** The directory that KIV_FFMPEG_DIR names, else that of the FFmpeg 2.8.1 that ./test has fetched. */
+inline const char *ffmpeg_directory()
+{
+    const char *strl_directory = std::getenv("KIV_FFMPEG_DIR");
+    return strl_directory != nullptr ? strl_directory : KIV_SOURCE_DIR "/../build/ffmpeg";
+}
+
+/** Opens FFmpeg through the library's loader, once per process. */
 inline void load_ffmpeg()
 {
     [[maybe_unused]] static const bool bl_once = [] {
-        const char *strl_directory = std::getenv("KIV_FFMPEG_DIR");
-        if (strl_directory == nullptr)
-            strl_directory = KIV_SOURCE_DIR "/../build/ffmpeg";
+        const char *strl_directory = ffmpeg_directory();
         // The libraries have no run path: what the others need is opened first, as Java does.
         for (const char *strl_file : {"/libavutil.so.54", "/libswresample.so.1"})
             if (dlopen((std::string(strl_directory) + strl_file).c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)

@@ -47,8 +47,8 @@ void c_mediasource::dsd_free_io::operator()(AVIOContext *adsp_io) const noexcept
 c_mediasource::c_mediasource(std::unique_ptr<ca_byte_source> dsp_source, ie_access iep_access,
                              c_reader_limits &dsp_limits)
     : dsc_limits(dsp_limits),
-      iec_access(iep_access),
       dsc_source(std::move(dsp_source)),
+      iec_access(iep_access),
       bc_keeping(iep_access == ie_access::ie_forward)
 {
     TRACE_FUNCTION(3);

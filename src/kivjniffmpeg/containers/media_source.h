@@ -100,28 +100,28 @@ private:
     int64_t reject(const char *strp_complaint, int64_t ilp_value) noexcept;
 
     c_reader_limits &dsc_limits;
-    ie_access iec_access;
     const c_avformat_ctx *adsc_container = nullptr;
     c_endless_parts dsc_endless_parts;
     std::unique_ptr<ca_byte_source> dsc_source;
     std::span<const uint8_t> utc_pending;  // bytes of the source's block that FFmpeg has not taken
-    bool bc_keeping = false;               // what is read can be read again, once
     std::vector<uint8_t> utc_kept;         // until it was read again
     std::span<const uint8_t> utc_repeated; // what is left of it
     int64_t ilc_position = 0;              // of the next byte that FFmpeg gets
-    bool bc_comments = false;
     c_flac_comments dsc_comments;
-    bool bc_items = false;
     c_picture_items dsc_items;
-    bool bc_boxes = false;
     c_forward_boxes dsc_boxes;
     uint64_t ulc_reads = 0;
-    size_t ulc_portions = 0;     // that FFmpeg got
-    int64_t ilc_known_size = -1; // as the source returned it last; -1 for unknown
-    bool bc_at_end = false;
-    bool bc_empty_if_unknown = false;
-    bool bc_behind_known_end = false;     // FFmpeg is behind the end, and the source was not told
+    size_t ulc_portions = 0;              // that FFmpeg got
+    int64_t ilc_known_size = -1;          // as the source returned it last; -1 for unknown
     const char *strc_complaint = nullptr; // a literal that names the invalid value
     int64_t ilc_complaint_value = 0;
+    ie_access iec_access;
+    bool bc_keeping = false; // what is read can be read again, once
+    bool bc_comments = false;
+    bool bc_items = false;
+    bool bc_boxes = false;
+    bool bc_at_end = false;
+    bool bc_empty_if_unknown = false;
+    bool bc_behind_known_end = false; // FFmpeg is behind the end, and the source was not told
     std::unique_ptr<AVIOContext, dsd_free_io> adsc_io;
 };

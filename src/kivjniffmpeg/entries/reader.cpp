@@ -5,9 +5,9 @@
 #include "kivjniffmpeg/containers/java_channel.h"
 #include "kivjniffmpeg/containers/known_formats.h"
 #include "kivjniffmpeg/containers/media_reader.h"
+#include "kivjniffmpeg/containers/packet_fields.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/logged_errors.h"
-#include "kivjniffmpeg/ffmpeg/skipped_samples.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_mediareader_ffmpeg.h>
@@ -44,24 +44,6 @@ static_assert(natives::SeekFlags::ANY == AVSEEK_FLAG_ANY);
 c_mediareader *reader_of(jlong ilp_handle)
 {
     return from_handle<c_mediareader>(ilp_handle, "ilp_hreader == 0", 2701);
-}
-
-/** Lays a packet out as PacketFields. */
-std::array<jlong, PacketFields::SIZE_WITH_LENGTH> fields_of(const AVPacket &dsp_packet)
-{
-    std::array<jlong, PacketFields::SIZE_WITH_LENGTH> aill_fields{};
-    aill_fields[PacketFields::STREAM] = dsp_packet.stream_index;
-    aill_fields[PacketFields::PRESENTATION_TIME] = dsp_packet.pts;
-    aill_fields[PacketFields::DECODING_TIME] = dsp_packet.dts;
-    aill_fields[PacketFields::DURATION] = dsp_packet.duration;
-    aill_fields[PacketFields::FLAGS] = dsp_packet.flags;
-    aill_fields[PacketFields::POSITION] = dsp_packet.pos;
-    const auto dsl_skipped =
-        skipped_samples::find(dsp_packet.side_data, dsp_packet.side_data_elems, AV_PKT_DATA_SKIP_SAMPLES);
-    aill_fields[PacketFields::SKIP_START] = dsl_skipped ? dsl_skipped->ilc_start : -1;
-    aill_fields[PacketFields::SKIP_END] = dsl_skipped ? dsl_skipped->ilc_end : 0;
-    aill_fields[PacketFields::LENGTH] = dsp_packet.size;
-    return aill_fields;
 }
 
 c_reader_limits::values limits_of(const c_jnienv &dsp_env, jlongArray avop_limits)
@@ -171,7 +153,7 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
         c_avpacket dsl_packet;
         if (!dsl_reader.read(dsl_packet))
             return nullptr;
-        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, fields_of(*dsl_packet.packet()).data());
+        dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, packet_fields(*dsl_packet.packet()).data());
         return to_java(dsp_env, std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));
     });
 }
@@ -191,7 +173,7 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
             if (!dsl_reader.read(dsl_packet))
                 return nullptr;
         } while (dsl_packet.packet()->stream_index != imp_stream);
-        auto aill_fields = fields_of(*dsl_packet.packet());
+        auto aill_fields = packet_fields(*dsl_packet.packet());
         aill_fields[PacketFields::ERRORS] = logged_errors::of_this_thread() - ill_errors;
         dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE_WITH_LENGTH, aill_fields.data());
         if (avop_buffer == nullptr || dsp_env.get_array_length(avop_buffer) < dsl_packet.size())

@@ -2,9 +2,9 @@
 
 #include "jni/array_holders.h"
 #include "jni/string_holder.h"
+#include "kivjniffmpeg/codecs/picture_call.h"
 #include "kivjniffmpeg/codecs/video_codec.h"
 #include "kivjniffmpeg/entries/codec_entry.h"
-#include "kivjniffmpeg/ffmpeg/logged_errors.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_c_multimediaapi_ffmpeg.h>
@@ -12,7 +12,6 @@
 #include <kiv_media_ffmpeg_natives_c_pictures_ffmpeg.h>
 #include <natives/ColorModelLayout.h>
 #include <natives/PictureCall.h>
-#include <natives/PictureResult.h>
 #include <natives/VideoParams.h>
 
 #include <algorithm>
@@ -164,53 +163,6 @@ void write_picture_info(const c_jnienv &dsp_env, jintArray avop_params, const c_
     dsl_params.set(VideoParams::COLOR_SPACE, dsp_picture.imc_colorspace);
 }
 
-/** The blocks that Java adds with a call. */
-void add_blocks(c_picture_stock &dsp_stock, std::span<const jlong> ailp_call)
-{
-    const auto ull_count =
-        static_cast<size_t>(std::clamp<jlong>(ailp_call[PictureCall::STOCKED], 0, jlong{PictureCall::MOST_BLOCKS}));
-    for (size_t ull_block = 0; ull_block < ull_count; ++ull_block) {
-        const auto ailp_block =
-            ailp_call.subspan(PictureCall::BLOCKS + ull_block * PictureCall::BLOCK_SIZE, PictureCall::BLOCK_SIZE);
-        dsp_stock.add(static_cast<int32_t>(ailp_block[PictureCall::BLOCK_SLOT]),
-                      // A Java long holds the address. NOLINTNEXTLINE(performance-no-int-to-ptr)
-                      reinterpret_cast<uint8_t *>(static_cast<intptr_t>(ailp_block[PictureCall::BLOCK_ADDRESS])),
-                      static_cast<int32_t>(ailp_block[PictureCall::BLOCK_BYTES]));
-    }
-}
-
-/** Writes what the decoder needs and does not need any more. */
-void write_stock(c_picture_stock &dsp_stock, std::span<jlong> ailp_call)
-{
-    ailp_call[PictureCall::WANTED] = dsp_stock.wanted();
-    ailp_call[PictureCall::WANTED_BYTES] = dsp_stock.wanted_size();
-    std::array<int32_t, PictureCall::MOST_RELEASED> aiml_slots{};
-    const size_t ull_count = dsp_stock.release_slots(aiml_slots);
-    ailp_call[PictureCall::RELEASED] = static_cast<jlong>(ull_count);
-    std::copy_n(aiml_slots.begin(), ull_count, ailp_call.begin() + PictureCall::RELEASED_SLOTS);
-}
-
-void write_delivery(const c_videocodec::dsd_delivery &dsp_delivery, std::span<jlong> ailp_call)
-{
-    const c_codec::dsd_picture_info &dsl_picture = dsp_delivery.dsc_picture;
-    ailp_call[PictureCall::SLOT] = dsp_delivery.imc_slot;
-    ailp_call[PictureCall::PICTURE_KEY] = dsp_delivery.ilc_key;
-    ailp_call[PictureCall::FED_KEY] = dsp_delivery.ilc_fed;
-    ailp_call[PictureCall::KEY_PICTURE] = dsl_picture.imc_key_frame;
-    ailp_call[PictureCall::WIDTH] = dsl_picture.imc_width;
-    ailp_call[PictureCall::HEIGHT] = dsl_picture.imc_height;
-    ailp_call[PictureCall::PIXEL_FORMAT] = dsl_picture.imc_pixel_format;
-    ailp_call[PictureCall::INTERLACED] = dsl_picture.imc_interlaced;
-    ailp_call[PictureCall::PIXEL_WIDTH] = dsl_picture.imc_aspect_numerator;
-    ailp_call[PictureCall::PIXEL_HEIGHT] = dsl_picture.imc_aspect_denominator;
-    ailp_call[PictureCall::COLOR_RANGE] = dsl_picture.imc_color_range;
-    ailp_call[PictureCall::COLOR_SPACE] = dsl_picture.imc_colorspace;
-    ailp_call[PictureCall::COLOR_PRIMARIES] = dsl_picture.imc_color_primaries;
-    ailp_call[PictureCall::COLOR_TRANSFER] = dsl_picture.imc_color_transfer;
-    std::ranges::copy(dsp_delivery.aimc_planes, ailp_call.begin() + PictureCall::PLANE_OFFSETS);
-    std::ranges::copy(dsl_picture.aimc_linesizes, ailp_call.begin() + PictureCall::LINE_SIZES);
-}
-
 } // namespace
 
 JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_natives_c_1pictures_1ffmpeg_n_1decode(JNIEnv *adsp_env, jclass,
@@ -221,27 +173,14 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_natives_c_1pictures_1ffmpeg_n_1deco
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jint {
         auto *adsl_codec = codec_of<c_videocodec>(ilp_codec);
-        c_picture_stock *adsl_stock = adsl_codec->stock();
-        if (adsl_stock == nullptr)
-            throw_ffmpeg_exception(2451, "the codec has no pooled pictures");
         if (avop_call == nullptr || dsp_env.get_array_length(avop_call) < PictureCall::SIZE)
             throw_ffmpeg_exception(2453, "array of the call is null or shorter than ", PictureCall::SIZE);
         std::array<jlong, PictureCall::SIZE> aill_call{};
         dsp_env.get_array_region(avop_call, 0, PictureCall::SIZE, aill_call.data());
-        const auto ull_closed =
-            static_cast<size_t>(std::clamp<jlong>(aill_call[PictureCall::CLOSED], 0, jlong{PictureCall::MOST_CLOSED}));
-        adsl_codec->close_pictures(std::span(aill_call).subspan(PictureCall::CLOSED_SLOTS, ull_closed));
-        add_blocks(*adsl_stock, aill_call);
         uint8_t *autl_packet = copy_input(dsp_env, adsl_codec->input(), avop_in, 0, imp_length);
-        c_videocodec::dsd_delivery dsl_delivery{};
-        const int64_t ill_errors = logged_errors::of_this_thread();
-        const int32_t iml_result =
-            adsl_codec->decode({autl_packet, autl_packet == nullptr ? 0 : static_cast<size_t>(imp_length)}, imp_flags,
-                               aill_call[PictureCall::KEY], dsl_delivery);
-        if ((iml_result & natives::PictureResult::PICTURE) != 0)
-            write_delivery(dsl_delivery, aill_call);
-        write_stock(*adsl_stock, aill_call);
-        aill_call[PictureCall::ERRORS] = logged_errors::of_this_thread() - ill_errors;
+        const int32_t iml_result = picture_call::decode(
+            *adsl_codec, {autl_packet, autl_packet == nullptr ? 0 : static_cast<size_t>(imp_length)}, imp_flags,
+            aill_call);
         dsp_env.set_array_region(avop_call, 0, PictureCall::SIZE, aill_call.data());
         return iml_result;
     });

@@ -129,6 +129,7 @@ enum AVCodecID : int
 
 inline constexpr int64_t AV_NOPTS_VALUE = INT64_MIN; /**< no timestamp */
 inline constexpr int AV_NUM_DATA_POINTERS = 8;
+inline constexpr int AV_LOG_QUIET = -8;
 inline constexpr int AV_LOG_ERROR = 16;
 inline constexpr int CODEC_CAP_DELAY = 0x20;            /**< empty input drains the codec */
 inline constexpr int CODEC_CAP_TRUNCATED = 0x8;         /**< the decoder takes packets that are cut anywhere */

@@ -1,0 +1,210 @@
+#include "kivjniffmpeg/workers/nursery_client.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+#include <utility>
+
+using nursery_messages::dsd_report;
+using nursery_messages::ie_kind;
+
+namespace
+{
+
+[[noreturn]] void fail(int inp_error, const char *strp_what)
+{
+    throw std::system_error(inp_error, std::generic_category(), strp_what);
+}
+
+/** Memory whose size nobody can change: who shrank it would end the other side. */
+c_descriptor sealed_memory(size_t ulp_size)
+{
+    c_descriptor dsl_memory(memfd_create("kivjniffmpeg", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!dsl_memory || ftruncate(dsl_memory.get(), static_cast<off_t>(ulp_size)) != 0 ||
+        fcntl(dsl_memory.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0)
+        fail(errno, "no shared memory");
+    return dsl_memory;
+}
+
+bool is_readable(int inp_descriptor) noexcept
+{
+    pollfd dsl_polled{inp_descriptor, POLLIN, 0};
+    return poll(&dsl_polled, 1, 0) > 0;
+}
+
+/** The attributes and actions of a spawn, which need a destructor. */
+class c_spawn
+{
+public:
+    c_spawn()
+    {
+        posix_spawnattr_init(&dsc_attributes);
+        posix_spawn_file_actions_init(&dsc_actions);
+        // A virtual machine's threads block signals, and its handlers are its own.
+        sigset_t dsl_signals;
+        sigemptyset(&dsl_signals);
+        posix_spawnattr_setsigmask(&dsc_attributes, &dsl_signals);
+        sigfillset(&dsl_signals);
+        posix_spawnattr_setsigdefault(&dsc_attributes, &dsl_signals);
+        posix_spawnattr_setflags(&dsc_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    ~c_spawn()
+    {
+        posix_spawn_file_actions_destroy(&dsc_actions);
+        posix_spawnattr_destroy(&dsc_attributes);
+    }
+    c_spawn(const c_spawn &) = delete;
+    c_spawn &operator=(const c_spawn &) = delete;
+
+    pid_t start(const char *strp_program, const char *strp_argument, int inp_socket)
+    {
+        posix_spawn_file_actions_adddup2(&dsc_actions, inp_socket, nursery_messages::in_socket);
+        // posix_spawn does not change them.
+        const std::array<char *, 3> astrl_arguments{const_cast<char *>(strp_program), const_cast<char *>(strp_argument),
+                                                    nullptr};
+        const std::array<char *, 1> astrl_environment{nullptr};
+        pid_t inl_process = -1;
+        if (const int inl_error = posix_spawn(&inl_process, strp_program, &dsc_actions, &dsc_attributes,
+                                              astrl_arguments.data(), astrl_environment.data());
+            inl_error != 0)
+            fail(inl_error, strp_program);
+        return inl_process;
+    }
+
+private:
+    posix_spawnattr_t dsc_attributes{};
+    posix_spawn_file_actions_t dsc_actions{};
+};
+
+} // namespace
+
+c_worker::c_worker(c_descriptor dsp_channel, std::span<std::byte> utp_memory)
+    : dsc_channel(std::move(dsp_channel)), utc_memory(utp_memory)
+{
+}
+
+c_worker::~c_worker()
+{
+    kill();
+    munmap(utc_memory.data(), utc_memory.size());
+}
+
+void c_worker::start(pid_t inp_process, c_descriptor dsp_process) noexcept
+{
+    inc_process = inp_process;
+    dsc_process = std::move(dsp_process);
+}
+
+void c_worker::wait_until_ready()
+{
+    std::array<std::byte, 256> utl_room{};
+    const auto dsl_received = descriptors::receive(dsc_channel.get(), utl_room);
+    if (dsl_received.ulc_length == 0)
+        fail(ECONNRESET, "the worker ended before it was ready");
+    strc_held.assign(reinterpret_cast<const char *>(utl_room.data()), dsl_received.ulc_length);
+}
+
+void c_worker::open_lane(int32_t imp_lane)
+{
+    descriptors::send(dsc_channel.get(), std::as_bytes(std::span(&imp_lane, 1)));
+}
+
+void c_worker::kill() noexcept
+{
+    syscall(SYS_pidfd_send_signal, dsc_process.get(), SIGKILL, nullptr, 0);
+}
+
+bool c_worker::has_ended() const noexcept
+{
+    return is_readable(dsc_process.get());
+}
+
+c_nursery::c_nursery(const char *strp_program, const char *strp_ffmpeg)
+{
+    auto [dsl_here, dsl_there] = descriptors::socket_pair();
+    dsc_socket = std::move(dsl_here);
+    inc_process = c_spawn().start(strp_program, strp_ffmpeg, dsl_there.get());
+    dsl_there = c_descriptor(); // so that the end of the process closes the socket
+    try {
+        receive(nullptr);
+    } catch (...) {
+        waitpid(inc_process, nullptr, 0);
+        throw;
+    }
+}
+
+c_nursery::~c_nursery()
+{
+    dsc_socket = c_descriptor();
+    waitpid(inc_process, nullptr, 0);
+}
+
+std::unique_ptr<c_worker> c_nursery::make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared)
+{
+    const c_descriptor dsl_memory = sealed_memory(ulp_shared);
+    auto [dsl_here, dsl_there] = descriptors::socket_pair();
+    void *avl_memory =
+        mmap(nullptr, ulp_shared, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, dsl_memory.get(), 0);
+    if (avl_memory == MAP_FAILED)
+        fail(errno, "no shared memory");
+    auto dsl_worker =
+        std::make_unique<c_worker>(std::move(dsl_here), std::span(static_cast<std::byte *>(avl_memory), ulp_shared));
+    const std::lock_guard dsl_lock(dsc_mutex);
+    descriptors::send(dsc_socket.get(), std::as_bytes(std::span(&dsp_limits, 1)),
+                      std::array{dsl_there.get(), dsl_memory.get()});
+    c_descriptor dsl_process;
+    const dsd_report dsl_report = receive(&dsl_process);
+    if (dsl_report.iec_kind != ie_kind::ie_started || !dsl_process)
+        fail(dsl_report.imc_process, "no process for a worker");
+    dsl_worker->start(dsl_report.imc_process, std::move(dsl_process));
+    return dsl_worker;
+}
+
+/** The next report that is no worker's end; those are kept. The lock is held, or nobody else knows this object. */
+dsd_report c_nursery::receive(c_descriptor *adsp_descriptor)
+{
+    for (;;) {
+        dsd_report dsl_report{};
+        auto dsl_received = descriptors::receive(dsc_socket.get(), std::as_writable_bytes(std::span(&dsl_report, 1)));
+        if (dsl_received.ulc_length != sizeof dsl_report)
+            fail(ECONNRESET, "the process that makes workers has ended");
+        if (dsl_report.iec_kind == ie_kind::ie_ended) {
+            dsc_ends[dsl_report.imc_process] = dsl_report;
+            continue;
+        }
+        if (adsp_descriptor != nullptr)
+            *adsp_descriptor = std::move(dsl_received.adsc_descriptors[0]);
+        return dsl_report;
+    }
+}
+
+void c_nursery::keep_reports()
+{
+    while (is_readable(dsc_socket.get())) {
+        dsd_report dsl_report{};
+        if (descriptors::receive(dsc_socket.get(), std::as_writable_bytes(std::span(&dsl_report, 1))).ulc_length == 0)
+            return;
+        dsc_ends[dsl_report.imc_process] = dsl_report;
+    }
+}
+
+std::optional<dsd_report> c_nursery::end_of(pid_t inp_process)
+{
+    const std::lock_guard dsl_lock(dsc_mutex);
+    keep_reports();
+    const auto dsl_found = dsc_ends.find(inp_process);
+    if (dsl_found == dsc_ends.end())
+        return {};
+    const dsd_report dsl_report = dsl_found->second;
+    dsc_ends.erase(dsl_found);
+    return dsl_report;
+}

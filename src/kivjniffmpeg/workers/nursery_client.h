@@ -1,0 +1,91 @@
+/** @file Worker processes, as the process that uses them sees them. */
+#pragma once
+
+#include "kivjniffmpeg/workers/descriptors.h"
+#include "kivjniffmpeg/workers/nursery_messages.h"
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+
+/** A process that decodes, and the memory that it shares. Nothing that it writes is to be believed. */
+class c_worker
+{
+public:
+    /** Made by c_nursery. @param utp_memory mapped, and owned from now on */
+    c_worker(c_descriptor dsp_channel, std::span<std::byte> utp_memory);
+    /** Kills the process. */
+    ~c_worker();
+    c_worker(const c_worker &) = delete;
+    c_worker &operator=(const c_worker &) = delete;
+
+    pid_t process() const noexcept { return inc_process; }
+    /** The shared memory, which keeps its size. It is unmapped with this object. */
+    std::span<std::byte> memory() const noexcept { return utc_memory; }
+    /** What holds, in the worker's own words. */
+    const std::string &held() const noexcept { return strc_held; }
+
+    /** The process was made. */
+    void start(pid_t inp_process, c_descriptor dsp_process) noexcept;
+    /** Waits until the worker is behind its wall. @throws std::system_error when it ends before */
+    void wait_until_ready();
+    /** A lane is used from now on. @throws std::system_error when the worker has ended */
+    void open_lane(int32_t imp_lane);
+    /** Ends the process, whatever it does. */
+    void kill() noexcept;
+    bool has_ended() const noexcept;
+
+private:
+    pid_t inc_process = -1;
+    c_descriptor dsc_process;
+    c_descriptor dsc_channel;
+    std::span<std::byte> utc_memory;
+    std::string strc_held;
+};
+
+/** The process that makes workers. Used by any thread. */
+class c_nursery
+{
+public:
+    /**
+     * Starts the process and waits until FFmpeg is loaded.
+     *
+     * @param strp_program path of kivjniffmpeg-worker
+     * @param strp_ffmpeg directory of the five libraries
+     * @throws std::system_error when it cannot be started, or ends at once
+     */
+    c_nursery(const char *strp_program, const char *strp_ffmpeg);
+    /** Ends the process, and with it all workers. */
+    ~c_nursery();
+    c_nursery(const c_nursery &) = delete;
+    c_nursery &operator=(const c_nursery &) = delete;
+
+    /**
+     * Makes a worker.
+     *
+     * @param ulp_shared bytes of shared memory, which are taken from the machine when they are used
+     * @throws std::system_error when there is no process or no memory for it
+     */
+    std::unique_ptr<c_worker> make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared);
+
+    /** How a worker ended; nothing as long as that is not known. */
+    std::optional<nursery_messages::dsd_report> end_of(pid_t inp_process);
+
+    pid_t process() const noexcept { return inc_process; }
+
+private:
+    nursery_messages::dsd_report receive(c_descriptor *adsp_descriptor);
+    void keep_reports();
+
+    std::mutex dsc_mutex;
+    pid_t inc_process = -1;
+    c_descriptor dsc_socket;
+    std::map<pid_t, nursery_messages::dsd_report> dsc_ends; // that nobody has asked for
+};

@@ -1,0 +1,62 @@
+/** @file The caller's side of a worker's lane, as simple as it can be: it believes everything. */
+#pragma once
+
+#include "worker/message.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+class c_worker;
+
+/** A worker's failure. */
+class c_order_failed : public std::runtime_error
+{
+public:
+    c_order_failed(int32_t imp_failure, const std::string &strp_text)
+        : std::runtime_error(strp_text), imc_failure(imp_failure)
+    {
+    }
+
+    int32_t imc_failure; /**< a failure of WorkerAnswer */
+};
+
+/** The worker has ended, or does not answer. */
+class c_worker_gone : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+class c_lane_client
+{
+public:
+    /**
+     * Opens the lane.
+     *
+     * @param ulp_area bytes of the area of messages
+     * @param utp_film the bytes of the container that orders read
+     */
+    c_lane_client(c_worker &dsp_worker, int32_t imp_lane, size_t ulp_area, std::span<const uint8_t> utp_film);
+
+    /** Gives an order and gets its results. @throws c_order_failed, c_worker_gone */
+    c_message_reader order(int32_t imp_order, const c_message_writer &dsp_values = {});
+
+    /** The shared memory behind the places of all lanes. */
+    size_t blocks() const noexcept;
+
+private:
+    template <class T> T &field(int32_t imp_field) const;
+    void give(int32_t imp_kind, const c_message_writer &dsp_values);
+    c_message_reader take();
+    void reply(int32_t imp_kind, c_message_reader dsp_question);
+
+    c_worker &dsc_worker;
+    int32_t imc_lane;
+    std::span<const uint8_t> utc_film;
+    size_t ulc_position = 0;
+};

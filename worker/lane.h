@@ -1,0 +1,69 @@
+/** @file One place in the shared memory where orders arrive and answers leave. */
+#pragma once
+
+#include "worker/message.h"
+#include "worker/shared_memory.h"
+
+#include <cstdint>
+#include <exception>
+#include <span>
+
+/** The caller's source or sink failed; the caller knows why. */
+class c_channel_failed : public std::exception
+{
+public:
+    const char *what() const noexcept override { return "the channel failed"; }
+};
+
+/**
+ * The worker's side of a lane. One thread uses it.
+ *
+ * A lane is a game of two: each side writes only while it is its turn, and then gives the turn away. The worker trusts
+ * the caller, but not its own arithmetic: what leaves the memory throws.
+ */
+class c_lane
+{
+public:
+    c_lane(const c_shared_memory &dsp_memory, int32_t imp_lane);
+
+    /** An order and its values. */
+    struct dsd_order
+    {
+        int32_t imc_kind;
+        c_message_reader dsc_message;
+    };
+
+    /** Waits for the next order. Values of one that did not fit are sent again here, when the caller asks for them. */
+    dsd_order wait_for_order();
+
+    /** Gives the results of an order. */
+    void finish(c_message_writer dsp_results);
+    /** @param imp_failure a failure of WorkerAnswer */
+    void fail(int32_t imp_failure, const char *strp_text);
+
+    /**
+     * Asks the caller for something in the midst of an order.
+     *
+     * @param imp_kind one of READ, SEEK, TOTAL and WRITE of WorkerAnswer
+     * @return the caller's answer
+     * @throws c_channel_failed when its source or sink failed
+     */
+    int64_t ask(int32_t imp_kind, const c_message_writer &dsp_values);
+
+    /** The block through which bytes of containers pass; empty without one. */
+    std::span<uint8_t> block() const;
+
+    /** Tells the caller that a long order goes on. */
+    void tick() const noexcept;
+
+private:
+    void give_turn(int32_t imp_kind, std::span<const uint8_t> utp_message);
+    dsd_order take_turn();
+    template <class T> T read(int32_t imp_field) const noexcept;
+    template <class T> void write(int32_t imp_field, T dsp_value) const noexcept;
+    uint32_t &turn() const noexcept;
+
+    const c_shared_memory &dsc_memory;
+    std::span<uint8_t> utc_lane;
+    c_message_writer dsc_results; // of the last order, while the caller makes room for them
+};

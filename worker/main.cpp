@@ -1,0 +1,24 @@
+// kivjniffmpeg-worker DIRECTORY: makes workers that decode with the FFmpeg in this directory. Its socket is descriptor 3.
+
+#include "kivjniffmpeg/workers/nursery_messages.h"
+#include "trace/trace.h"
+#include "worker/nursery.h"
+
+#include <cstdio>
+#include <exception>
+
+int main(int inp_count, char **astrp_arguments)
+{
+    if (inp_count != 2) {
+        std::fputs("kivjniffmpeg starts this program itself; it has no use without a socket\n", stderr);
+        return 2;
+    }
+    try {
+        trace_silence();
+        run_nursery(nursery_messages::in_socket, astrp_arguments[1]);
+        return 0;
+    } catch (const std::exception &dsl_exception) {
+        std::fprintf(stderr, "kivjniffmpeg-worker: %s\n", dsl_exception.what());
+        return 1;
+    }
+}

@@ -1,0 +1,149 @@
+#include "worker/nursery.h"
+
+#include "kivjniffmpeg/context/library_context.h"
+#include "kivjniffmpeg/ffmpeg/loader.h"
+#include "kivjniffmpeg/ffmpeg/logged_errors.h"
+#include "kivjniffmpeg/workers/descriptors.h"
+#include "kivjniffmpeg/workers/nursery_messages.h"
+#include "worker/worker.h"
+
+#include <dlfcn.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+using nursery_messages::dsd_report;
+using nursery_messages::dsd_start;
+using nursery_messages::ie_kind;
+
+namespace
+{
+
+/** A worker that lives, or that nobody has waited for. */
+struct dsd_worker
+{
+    pid_t inc_process;
+    c_descriptor dsc_process;
+};
+
+void load_ffmpeg(const char *strp_ffmpeg)
+{
+    // The libraries have no run path: what the others need is opened first.
+    for (const char *strl_file : {"/libavutil.so.54", "/libswresample.so.1"})
+        if (dlopen((std::string(strp_ffmpeg) + strl_file).c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
+            throw std::runtime_error(dlerror());
+    c_ffmpeg::static_init();
+    {
+        const c_mutex_lock dsl_lock(c_ffmpeg::library_mutex());
+        ffmpeg_loader::load(strp_ffmpeg);
+    }
+    logged_errors::begin_to_count();
+    g_avutil.av_log_set_level(AV_LOG_QUIET);
+    g_avcodec.avcodec_register_all();
+    g_avformat.av_register_all();
+}
+
+void send(int inp_socket, const dsd_report &dsp_report, std::span<const int> ainp_descriptors = {})
+{
+    descriptors::send(inp_socket, std::as_bytes(std::span(&dsp_report, 1)), ainp_descriptors);
+}
+
+/** Forks. In the child this does not return. */
+pid_t fork_worker(const dsd_start &dsp_start, const std::array<c_descriptor, descriptors::ul_most> &adsp_descriptors)
+{
+    const pid_t inl_nursery = getpid();
+    const pid_t inl_process = fork();
+    if (inl_process == 0)
+        run_worker(adsp_descriptors[0].get(), adsp_descriptors[1].get(), inl_nursery,
+                   {dsp_start.ulc_memory, dsp_start.umc_processor_seconds});
+    return inl_process;
+}
+
+void start_worker(int inp_socket, const dsd_start &dsp_start,
+                  const std::array<c_descriptor, descriptors::ul_most> &adsp_descriptors,
+                  std::vector<dsd_worker> &dsp_workers)
+{
+    const pid_t inl_process = fork_worker(dsp_start, adsp_descriptors);
+    c_descriptor dsl_process(inl_process < 0 ? -1 : static_cast<int>(syscall(SYS_pidfd_open, inl_process, 0)));
+    if (!dsl_process) {
+        const int inl_error = errno;
+        if (inl_process > 0) {
+            kill(inl_process, SIGKILL);
+            waitpid(inl_process, nullptr, 0);
+        }
+        send(inp_socket, {ie_kind::ie_failed, inl_error, 0, 0});
+        return;
+    }
+    const int inl_descriptor = dsl_process.get();
+    dsp_workers.push_back({inl_process, std::move(dsl_process)});
+    send(inp_socket, {ie_kind::ie_started, inl_process, 0, 0}, std::span(&inl_descriptor, 1));
+}
+
+/** Reports the workers that have ended. */
+void report_ends(int inp_socket, std::vector<dsd_worker> &dsp_workers)
+{
+    std::erase_if(dsp_workers, [&](const dsd_worker &dsp_worker) {
+        int inl_status = 0;
+        if (waitpid(dsp_worker.inc_process, &inl_status, WNOHANG) != dsp_worker.inc_process)
+            return false;
+        send(inp_socket, {ie_kind::ie_ended, dsp_worker.inc_process, WIFSIGNALED(inl_status) ? WTERMSIG(inl_status) : 0,
+                          WIFEXITED(inl_status) ? WEXITSTATUS(inl_status) : 0});
+        return true;
+    });
+}
+
+void kill_all(std::vector<dsd_worker> &dsp_workers) noexcept
+{
+    for (const dsd_worker &dsl_worker : dsp_workers) {
+        kill(dsl_worker.inc_process, SIGKILL);
+        waitpid(dsl_worker.inc_process, nullptr, 0);
+    }
+}
+
+/** Serves until the other end is gone. */
+void serve_caller(int inp_socket, std::vector<dsd_worker> &dsp_workers)
+{
+    for (;;) {
+        std::vector<pollfd> dsl_polled{{inp_socket, POLLIN, 0}};
+        for (const dsd_worker &dsl_worker : dsp_workers)
+            dsl_polled.push_back({dsl_worker.dsc_process.get(), POLLIN, 0});
+        if (poll(dsl_polled.data(), dsl_polled.size(), -1) < 0 && errno != EINTR)
+            throw std::system_error(errno, std::generic_category(), "poll");
+        report_ends(inp_socket, dsp_workers);
+        if (dsl_polled.front().revents == 0)
+            continue;
+        dsd_start dsl_start{};
+        auto dsl_received = descriptors::receive(inp_socket, std::as_writable_bytes(std::span(&dsl_start, 1)));
+        if (dsl_received.ulc_length == 0)
+            return;
+        if (dsl_received.ulc_length == sizeof dsl_start && dsl_received.adsc_descriptors[1])
+            start_worker(inp_socket, dsl_start, dsl_received.adsc_descriptors, dsp_workers);
+        else
+            send(inp_socket, {ie_kind::ie_failed, EINVAL, 0, 0});
+    }
+}
+
+} // namespace
+
+void run_nursery(int inp_socket, const char *strp_ffmpeg)
+{
+    load_ffmpeg(strp_ffmpeg);
+    send(inp_socket, {ie_kind::ie_started, getpid(), 0, 0});
+    std::vector<dsd_worker> dsl_workers;
+    try {
+        serve_caller(inp_socket, dsl_workers);
+    } catch (const std::system_error &) {
+        // The other end closed its socket while a report was on its way.
+    }
+    kill_all(dsl_workers);
+}

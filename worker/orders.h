@@ -1,0 +1,46 @@
+/** @file What a worker does when it is told to. */
+#pragma once
+
+#include "kivjniffmpeg/codecs/video_codec.h"
+#include "kivjniffmpeg/containers/media_reader.h"
+#include "kivjniffmpeg/containers/packet_splitter.h"
+#include "worker/lane.h"
+#include "worker/message.h"
+#include "worker/shared_memory.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+/** What the orders of one lane work on. */
+struct dsd_workplace
+{
+    c_ffmpeg &dsc_ffmpeg;
+    const c_shared_memory &dsc_memory;
+    c_lane &dsc_lane;
+    std::unique_ptr<c_mediareader> dsc_reader{};
+    std::unique_ptr<c_packet_splitter> dsc_splitter{};
+    std::unique_ptr<c_videocodec> dsc_video{};
+};
+
+/** One order: its number, and what is done. An exception becomes the order's failure. */
+struct dsd_order_work
+{
+    int32_t imc_order;
+    void (*do_it)(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results);
+};
+
+/** The object that an order needs. @throws std::logic_error when no order before has made it */
+template <class OBJECT> OBJECT &require(const std::unique_ptr<OBJECT> &dsp_object)
+{
+    if (dsp_object == nullptr)
+        throw std::logic_error("the order comes too early");
+    return *dsp_object;
+}
+
+std::span<const dsd_order_work> reader_orders() noexcept;
+std::span<const dsd_order_work> splitter_orders() noexcept;
+std::span<const dsd_order_work> video_orders() noexcept;
+
+/** Does what a lane is told until it ends. */
+void serve(c_ffmpeg &dsp_ffmpeg, const c_shared_memory &dsp_memory, int32_t imp_lane);

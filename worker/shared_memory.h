@@ -1,0 +1,31 @@
+/** @file The memory that a worker shares with the process that gives it orders. */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/** A mapping of a sealed piece of memory. */
+class c_shared_memory
+{
+public:
+    /**
+     * @param inp_descriptor of the piece; the mapping stays when it is closed
+     * @throws std::system_error when it cannot be mapped, or has no room for the lanes
+     */
+    explicit c_shared_memory(int inp_descriptor);
+    ~c_shared_memory();
+    c_shared_memory(const c_shared_memory &) = delete;
+    c_shared_memory &operator=(const c_shared_memory &) = delete;
+
+    size_t size() const noexcept { return utc_bytes.size(); }
+
+    /** @throws std::out_of_range when the part is not within the memory behind the lanes */
+    std::span<uint8_t> part(int64_t ilp_offset, int64_t ilp_length) const;
+
+    /** The bytes of a lane. @throws std::out_of_range when there is no such lane */
+    std::span<uint8_t> lane(int32_t imp_lane) const;
+
+private:
+    std::span<uint8_t> utc_bytes;
+};
