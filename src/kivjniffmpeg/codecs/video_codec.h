@@ -40,6 +40,9 @@ enum ie_process_result : int32_t
 inline constexpr int32_t im_flag_discontinuity =
     natives::ProcessFlags::DISCONTINUITY; /**< the packet does not follow the one before it */
 
+/** The packet is decoded without others. A decoder of PNG adds pictures of other packets to the one before. */
+inline constexpr int32_t im_flag_key = natives::ProcessFlags::KEY;
+
 /**
  * Decodes packets into pictures in one of the colour models that Java takes.
  *

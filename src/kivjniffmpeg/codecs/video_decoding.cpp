@@ -104,6 +104,8 @@ bool c_videocodec::decode_packet(std::span<uint8_t> utp_data, int32_t imp_flags,
     dsl_packet.set_data(utl_packet.data());
     dsl_packet.set_size(static_cast<int>(utl_packet.size()));
     dsl_packet.set_pts(ilp_timestamp);
+    if (dsc_stock != nullptr && (imp_flags & im_flag_key) != 0)
+        dsl_packet.packet()->flags |= AV_PKT_FLAG_KEY;
     dsl_packet.set_dts(has_threads() ? ilp_timestamp : AV_NOPTS_VALUE); // a frame has that of the packet fed
 
     c_decoder_progress dsl_progress;

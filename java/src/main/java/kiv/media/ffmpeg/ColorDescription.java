@@ -53,6 +53,7 @@ public record ColorDescription(Optional<String> range, Optional<String> matrix, 
     /** The brightest light that the pictures are made for, in candela for a square metre; 0 when the stream does not say. */
     int peak() {
         double content = contentLight.map(ContentLight::maximum).orElse(0L);
-        return (int) (content > 0 ? content : masteringDisplay.map(MasteringDisplay::maximum).map(Rational::toDouble).orElse(0.0));
+        return (int) (content > 0 ? content
+                : masteringDisplay.map(MasteringDisplay::maximum).map(Rational::toDouble).orElse(0.0));
     }
 }

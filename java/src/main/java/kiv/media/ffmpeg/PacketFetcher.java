@@ -3,6 +3,7 @@ package kiv.media.ffmpeg;
 import java.io.IOException;
 import kiv.media.ffmpeg.index.PacketIndex;
 import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.PacketFlags;
 
 /**
  * Reads packets of an index again, from anywhere. It compares each packet with the index, so it does not matter where a
@@ -61,7 +62,7 @@ final class PacketFetcher implements AutoCloseable {
         fields[PacketFields.PRESENTATION_TIME] = place;
         fields[PacketFields.DECODING_TIME] = place;
         fields[PacketFields.DURATION] = 0;
-        fields[PacketFields.FLAGS] = 0;
+        fields[PacketFields.FLAGS] = index.has(place, PacketIndex.KEY) ? PacketFlags.KEY : 0;
         return Packet.ofNative(packet, fields);
     }
 

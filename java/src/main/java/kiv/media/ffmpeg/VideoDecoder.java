@@ -363,7 +363,7 @@ public final class VideoDecoder implements AutoCloseable {
 
     private void decode(long address, Packet packet) {
         int key = times.remember(packet);
-        if (process(address, packet.bytes(), packet.size(), 0, key)) {
+        if (process(address, packet.bytes(), packet.size(), packet.isKey() ? ProcessFlags.KEY : 0, key)) {
             throw new DecodeException("a packet cannot be decoded: " + packet
                     + (threads == 1 ? "" : ", or one of the " + threads + " packets before it"));
         }

@@ -224,7 +224,7 @@ class MediaReaderTest {
             }
             refused(RuntimeException.class, "shorter than 8 in line 2703",
                     () -> c_mediareader_ffmpeg.n_reader_read(reader, new long[PacketFields.SIZE - 1]));
-            refused(RuntimeException.class, "shorter than 9 in line 2707",
+            refused(RuntimeException.class, "shorter than " + PacketFields.SIZE_WITH_LENGTH + " in line 2707",
                     () -> c_mediareader_ffmpeg.n_reader_read_stream(reader, 0, null, new long[PacketFields.SIZE]));
             refused(RuntimeException.class, "2611", () -> c_mediareader_ffmpeg.n_reader_seek(reader, 1, 0, 0));
             refused(RuntimeException.class, "2613", () -> c_mediareader_ffmpeg.n_reader_seek(reader, 0, 0, 8));

@@ -128,7 +128,8 @@ class ScreenColoursTest {
         film[at] = (byte) (stated >> 8);
         film[at + 1] = (byte) stated;
         Files.write(raw, film);
-        Programs.output(Stream.concat(TestMedia.ffmpegProgram().stream(), Stream.of("-nostdin", "-v", "error", "-i", raw.toString(),
+        Programs.output(Stream.concat(TestMedia.ffmpegProgram().stream(),
+                Stream.of("-nostdin", "-v", "error", "-i", raw.toString(),
                 "-c:v", "ffv1", wrapped.toString())).toList());
         try (MediaReader reader = MediaReader.open(wrapped); VideoDecoder decoder = VideoDecoder.open(reader);
                 Picture picture = decoder.each(reader).iterator().next();

@@ -1,7 +1,5 @@
 package kiv.media.ffmpeg.index;
 
-import java.util.Arrays;
-
 /** Examines H.264. */
 final class H264Examiner extends UnitExaminer {
 

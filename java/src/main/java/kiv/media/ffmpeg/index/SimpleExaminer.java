@@ -51,8 +51,9 @@ final class SimpleExaminer extends PacketExaminer {
                 alone = (at(bytes, 0) & 1) == 0;
                 pictures = at(bytes, 0) >> 4 & 1;
                 int first = at(bytes, 0) >> 5 | at(bytes, 1) << 3 | at(bytes, 2) << 11;
-                sound &= first <= end - (alone ? 10 : 3) && (!alone || at(bytes, 3) == 0x9D && at(bytes, 4) == 1
-                        && at(bytes, 5) == 0x2A && isSameSize(at(bytes, 6) | at(bytes, 7) << 8, at(bytes, 8) | at(bytes, 9) << 8));
+                sound &= first <= end - (alone ? 10 : 3) && (!alone
+                        || at(bytes, 3) == 0x9D && at(bytes, 4) == 1 && at(bytes, 5) == 0x2A
+                        && isSameSize(at(bytes, 6) | at(bytes, 7) << 8, at(bytes, 8) | at(bytes, 9) << 8));
                 sound &= new Vp8Parts(bytes, alone ? 10 : 3, first, end).areWhole(alone);
                 picture.broken = !sound;
             }

@@ -94,7 +94,8 @@ final class Vp9Examiner extends PacketExaminer {
         }
         int rows = bits.flag() ? 1 + bits.bit() : 0;
         int head = bits.bits(16);
-        return sound && !bits.isBeyondEnd() && bits.alignsWith(0) && tiles(bytes, bits.nextByte(), end, head, 1 << columns + rows);
+        return sound && !bits.isBeyondEnd() && bits.alignsWith(0)
+                && tiles(bytes, bits.nextByte(), end, head, 1 << columns + rows);
     }
 
     private static boolean colour(BitReader bits, int profile) {

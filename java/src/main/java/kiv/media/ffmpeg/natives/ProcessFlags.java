@@ -18,6 +18,9 @@ public final class ProcessFlags {
      */
     @Native public static final int WHOLE_PACKET = 0x200;
 
+    /** For a decoder of pictures in pooled memory: the packet is decoded without others, which decoders of images ask for. */
+    @Native public static final int KEY = 0x400;
+
     private ProcessFlags() {
     }
 }

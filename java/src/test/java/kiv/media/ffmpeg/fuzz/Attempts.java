@@ -231,6 +231,11 @@ final class Attempts {
             work.run();
         } catch (MediaException e) {
             // The rest may be whole.
+        } catch (IllegalArgumentException e) {
+            // Noise may look like several pictures, which a caller's packet may not hold.
+            if (!e.getMessage().contains("PacketSplitter")) {
+                throw e;
+            }
         }
     }
 
