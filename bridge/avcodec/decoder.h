@@ -36,6 +36,10 @@ public:
 
     /** @throws std::bad_alloc */
     c_decoder(const real::dsd_ffmpeg &dsp_ffmpeg, AVCodecContext &dsp_context, const dsd_codec &dsp_codec);
+    /** Ends the decoder's threads first: until then they decode ahead, and use what the other members own. */
+    ~c_decoder() override { dsc_real.reset(); }
+    c_decoder(const c_decoder &) = delete;
+    c_decoder &operator=(const c_decoder &) = delete;
 
     /** @return 0 or an FFmpeg error. @throws std::bad_alloc */
     int open();
