@@ -50,11 +50,11 @@ public:
     /** Releases the shared frames that the condition is true for. */
     template <class CONDITION> void release_shared_if(CONDITION dsp_condition)
     {
-        const auto dsl_kept = std::ranges::stable_partition(
-            dsc_shared, [&](const auto &dsp_frame) { return !dsp_condition(*dsp_frame->frame()); });
-        for (auto &dsl_frame : dsl_kept)
-            put_back(std::move(dsl_frame));
-        dsc_shared.erase(dsl_kept.begin(), dsl_kept.end());
+        const auto dsl_released =
+            std::stable_partition(dsc_shared.begin(), dsc_shared.end(),
+                                  [&](const auto &dsp_frame) { return !dsp_condition(*dsp_frame->frame()); });
+        std::for_each(dsl_released, dsc_shared.end(), [&](auto &dsp_frame) { put_back(std::move(dsp_frame)); });
+        dsc_shared.erase(dsl_released, dsc_shared.end());
     }
     /** Releases all shared frames, when the decoder is closed. */
     void release_shared_pictures() noexcept { dsc_shared.clear(); }
