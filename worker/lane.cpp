@@ -1,5 +1,7 @@
 #include "worker/lane.h"
 
+#include "worker/bytes.h"
+
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -65,9 +67,9 @@ uint32_t &c_lane::turn() const noexcept
     return *reinterpret_cast<uint32_t *>(utc_lane.data() + WorkerLane::TURN);
 }
 
-void c_lane::tick() const noexcept
+uint32_t &c_lane::progress() const noexcept
 {
-    write(WorkerLane::PROGRESS, read<uint32_t>(WorkerLane::PROGRESS) + 1);
+    return *reinterpret_cast<uint32_t *>(utc_lane.data() + WorkerLane::PROGRESS);
 }
 
 std::span<uint8_t> c_lane::block() const
@@ -94,9 +96,10 @@ void c_lane::give_turn(int32_t imp_kind, std::span<const uint8_t> utp_message)
     const auto utl_area = dsc_memory.part(read<int64_t>(WorkerLane::AREA), read<int32_t>(WorkerLane::AREA_SIZE));
     if (utp_message.size() > utl_area.size())
         throw std::out_of_range("a message larger than its area");
-    std::ranges::copy(utp_message, utl_area.begin());
+    copy_bytes(utp_message, utl_area);
     write(WorkerLane::KIND, imp_kind);
     write(WorkerLane::LENGTH, static_cast<int32_t>(utp_message.size()));
+    std::atomic_ref(progress()).fetch_add(1, std::memory_order_relaxed);
     std::atomic_ref(turn()).fetch_add(1, std::memory_order_release);
     syscall(SYS_futex, &turn(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }

@@ -38,7 +38,7 @@ public:
 
     /** Gives the results of an order. */
     void finish(c_message_writer dsp_results);
-    /** @param imp_failure a failure of WorkerAnswer */
+    /** Answers that the order failed. @param imp_failure a failure of WorkerAnswer. @param strp_text null for none */
     void fail(int32_t imp_failure, const char *strp_text);
 
     /**
@@ -53,8 +53,8 @@ public:
     /** The block through which bytes of containers pass; empty without one. */
     std::span<uint8_t> block() const;
 
-    /** Tells the caller that a long order goes on. */
-    void tick() const noexcept;
+    /** Counts what a long order gets done, for a caller that gives up on one that stands still. Any thread adds to it. */
+    uint32_t &progress() const noexcept;
 
 private:
     void give_turn(int32_t imp_kind, std::span<const uint8_t> utp_message);

@@ -18,7 +18,8 @@ namespace
 
 const dsd_order_work *find(int32_t imp_order) noexcept
 {
-    for (const auto dsl_orders : std::array{reader_orders(), splitter_orders(), video_orders()})
+    for (const auto dsl_orders : std::array{reader_orders(), splitter_orders(), video_orders(), sound_orders(),
+                                            writer_orders(), process_orders()})
         if (const auto dsl_found = std::ranges::find(dsl_orders, imp_order, &dsd_order_work::imc_order);
             dsl_found != dsl_orders.end())
             return &*dsl_found;
@@ -48,23 +49,42 @@ void report_failure(c_lane &dsp_lane)
         dsp_lane.fail(WorkerAnswer::MEMORY, "thrown from native code");
     } catch (const std::exception &dsl_exception) {
         dsp_lane.fail(WorkerAnswer::ERROR, dsl_exception.what());
+    } catch (...) {
+        dsp_lane.fail(WorkerAnswer::ERROR, nullptr);
+    }
+}
+
+/** Does what the lane is told until it ends. */
+void do_orders(dsd_workplace &dsp_place)
+{
+    for (;;) {
+        c_lane::dsd_order dsl_order = dsp_place.dsc_lane.wait_for_order();
+        if (dsl_order.imc_kind == natives::WorkerOrder::END)
+            return;
+        try {
+            do_order(dsp_place, dsl_order);
+        } catch (...) {
+            report_failure(dsp_place.dsc_lane);
+        }
     }
 }
 
 } // namespace
 
+c_coded_stream take_stream(c_message_reader &dsp_order)
+{
+    c_coded_stream::values aill_values{};
+    dsp_order.take_all(std::span<int64_t>(aill_values));
+    const auto utl_extradata = dsp_order.take_bytes();
+    return {aill_values, {utl_extradata.begin(), utl_extradata.end()}};
+}
+
 void serve(c_ffmpeg &dsp_ffmpeg, const c_shared_memory &dsp_memory, int32_t imp_lane)
 {
     c_lane dsl_lane(dsp_memory, imp_lane);
-    dsd_workplace dsl_place{dsp_ffmpeg, dsp_memory, dsl_lane};
-    for (;;) {
-        c_lane::dsd_order dsl_order = dsl_lane.wait_for_order();
-        if (dsl_order.imc_kind == natives::WorkerOrder::END)
-            return;
-        try {
-            do_order(dsl_place, dsl_order);
-        } catch (...) {
-            report_failure(dsl_lane);
-        }
+    {
+        dsd_workplace dsl_place{dsp_ffmpeg, dsp_memory, dsl_lane};
+        do_orders(dsl_place);
     }
+    dsl_lane.finish({}); // what the lane made is gone, and the caller may use its memory again
 }

@@ -1,9 +1,13 @@
 /** @file What a worker does when it is told to. */
 #pragma once
 
+#include "kivjniffmpeg/codecs/audio_codec.h"
+#include "kivjniffmpeg/codecs/pcm_resampler.h"
 #include "kivjniffmpeg/codecs/video_codec.h"
 #include "kivjniffmpeg/containers/media_reader.h"
+#include "kivjniffmpeg/containers/media_writer.h"
 #include "kivjniffmpeg/containers/packet_splitter.h"
+#include "kivjniffmpeg/formats/coded_stream.h"
 #include "worker/lane.h"
 #include "worker/message.h"
 #include "worker/shared_memory.h"
@@ -21,6 +25,9 @@ struct dsd_workplace
     std::unique_ptr<c_mediareader> dsc_reader{};
     std::unique_ptr<c_packet_splitter> dsc_splitter{};
     std::unique_ptr<c_videocodec> dsc_video{};
+    std::unique_ptr<c_audiocodec> dsc_sound{};
+    std::unique_ptr<c_pcm_resampler> dsc_resampler{};
+    std::unique_ptr<c_mediawriter> dsc_writer{};
 };
 
 /** One order: its number, and what is done. An exception becomes the order's failure. */
@@ -38,9 +45,15 @@ template <class OBJECT> OBJECT &require(const std::unique_ptr<OBJECT> &dsp_objec
     return *dsp_object;
 }
 
+/** The stream that an order describes by StreamFields and extradata. */
+c_coded_stream take_stream(c_message_reader &dsp_order);
+
+std::span<const dsd_order_work> process_orders() noexcept;
 std::span<const dsd_order_work> reader_orders() noexcept;
 std::span<const dsd_order_work> splitter_orders() noexcept;
 std::span<const dsd_order_work> video_orders() noexcept;
+std::span<const dsd_order_work> sound_orders() noexcept;
+std::span<const dsd_order_work> writer_orders() noexcept;
 
 /** Does what a lane is told until it ends. */
 void serve(c_ffmpeg &dsp_ffmpeg, const c_shared_memory &dsp_memory, int32_t imp_lane);

@@ -10,6 +10,7 @@
 #include <natives/SeekFlags.h>
 #include <natives/WorkerOrder.h>
 
+#include <atomic>
 #include <utility>
 
 namespace WorkerOrder = natives::WorkerOrder;
@@ -58,6 +59,7 @@ void read(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_write
         dsl_packet.free_payload();
         if (!dsl_reader.read(dsl_packet))
             return;
+        std::atomic_ref(dsp_place.dsc_lane.progress()).fetch_add(1, std::memory_order_relaxed);
     } while (iml_stream >= 0 && dsl_packet.packet()->stream_index != iml_stream);
     auto aill_fields = packet_fields(*dsl_packet.packet());
     aill_fields[natives::PacketFields::ERRORS] = logged_errors::of_this_thread() - ill_errors;

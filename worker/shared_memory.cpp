@@ -2,7 +2,6 @@
 
 #include <natives/WorkerLane.h>
 
-#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -13,38 +12,43 @@ namespace WorkerLane = natives::WorkerLane;
 
 static_assert(WorkerLane::LANES * WorkerLane::SIZE <= WorkerLane::END);
 
-c_shared_memory::c_shared_memory(int inp_descriptor)
+namespace
+{
+
+size_t size_of(int inp_memory)
 {
     struct stat dsl_status
     {
     };
-    if (fstat(inp_descriptor, &dsl_status) != 0)
+    if (fstat(inp_memory, &dsl_status) != 0)
         throw std::system_error(errno, std::generic_category(), "shared memory without a size");
     const auto ull_size = static_cast<size_t>(dsl_status.st_size);
     if (ull_size <= WorkerLane::END)
         throw std::system_error(EINVAL, std::generic_category(), "shared memory is too small");
-    void *avl_memory = mmap(nullptr, ull_size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, inp_descriptor, 0);
-    if (avl_memory == MAP_FAILED)
-        throw std::system_error(errno, std::generic_category(), "shared memory cannot be mapped");
-    utc_bytes = {static_cast<uint8_t *>(avl_memory), ull_size};
+    return ull_size;
 }
 
-c_shared_memory::~c_shared_memory()
+} // namespace
+
+c_shared_memory::c_shared_memory(int inp_descriptor) : dsc_mapping(inp_descriptor, size_of(inp_descriptor)) {}
+
+std::span<uint8_t> c_shared_memory::bytes() const noexcept
 {
-    munmap(utc_bytes.data(), utc_bytes.size());
+    const auto dsl_bytes = dsc_mapping.bytes();
+    return {reinterpret_cast<uint8_t *>(dsl_bytes.data()), dsl_bytes.size()};
 }
 
 std::span<uint8_t> c_shared_memory::part(int64_t ilp_offset, int64_t ilp_length) const
 {
-    const auto ill_size = static_cast<int64_t>(utc_bytes.size());
+    const auto ill_size = static_cast<int64_t>(size());
     if (ilp_offset < WorkerLane::END || ilp_length < 0 || ilp_offset > ill_size || ilp_length > ill_size - ilp_offset)
         throw std::out_of_range("a part outside of the shared memory");
-    return utc_bytes.subspan(static_cast<size_t>(ilp_offset), static_cast<size_t>(ilp_length));
+    return bytes().subspan(static_cast<size_t>(ilp_offset), static_cast<size_t>(ilp_length));
 }
 
 std::span<uint8_t> c_shared_memory::lane(int32_t imp_lane) const
 {
     if (imp_lane < 0 || imp_lane >= WorkerLane::LANES)
         throw std::out_of_range("no such lane");
-    return utc_bytes.subspan(static_cast<size_t>(imp_lane) * WorkerLane::SIZE, WorkerLane::SIZE);
+    return bytes().subspan(static_cast<size_t>(imp_lane) * WorkerLane::SIZE, WorkerLane::SIZE);
 }

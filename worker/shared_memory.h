@@ -1,6 +1,8 @@
 /** @file The memory that a worker shares with the process that gives it orders. */
 #pragma once
 
+#include "kivjniffmpeg/workers/mapping.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -14,11 +16,8 @@ public:
      * @throws std::system_error when it cannot be mapped, or has no room for the lanes
      */
     explicit c_shared_memory(int inp_descriptor);
-    ~c_shared_memory();
-    c_shared_memory(const c_shared_memory &) = delete;
-    c_shared_memory &operator=(const c_shared_memory &) = delete;
 
-    size_t size() const noexcept { return utc_bytes.size(); }
+    size_t size() const noexcept { return dsc_mapping.bytes().size(); }
 
     /** @throws std::out_of_range when the part is not within the memory behind the lanes */
     std::span<uint8_t> part(int64_t ilp_offset, int64_t ilp_length) const;
@@ -27,5 +26,7 @@ public:
     std::span<uint8_t> lane(int32_t imp_lane) const;
 
 private:
-    std::span<uint8_t> utc_bytes;
+    std::span<uint8_t> bytes() const noexcept;
+
+    c_mapping dsc_mapping;
 };

@@ -1,12 +1,12 @@
 // Orders that cut streams into packets.
 
+#include "worker/bytes.h"
 #include "worker/orders.h"
 
 #include <natives/PacketFlags.h>
 #include <natives/SplitterFields.h>
 #include <natives/WorkerOrder.h>
 
-#include <algorithm>
 #include <array>
 
 namespace SplitterFields = natives::SplitterFields;
@@ -25,9 +25,7 @@ void split(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writ
     c_packet_splitter &dsl_splitter = require(dsp_place.dsc_splitter);
     std::array<int64_t, SplitterFields::SIZE> aill_fields{};
     dsp_order.take_all(std::span<int64_t>(aill_fields));
-    const auto utl_bytes = dsp_order.take_bytes();
-    const auto utl_input = dsl_splitter.input().prepare(utl_bytes.size());
-    std::ranges::copy(utl_bytes, utl_input.begin());
+    const auto utl_input = padded_copy(dsl_splitter.input(), dsp_order.take_bytes());
     const auto dsl_piece = dsl_splitter.split(utl_input, aill_fields[SplitterFields::PRESENTATION_TIME],
                                               aill_fields[SplitterFields::DECODING_TIME]);
     aill_fields[SplitterFields::USED] = static_cast<int64_t>(dsl_piece.ulc_used);

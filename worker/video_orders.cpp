@@ -1,7 +1,8 @@
 // Orders that decode pictures.
 
 #include "kivjniffmpeg/codecs/picture_call.h"
-#include "kivjniffmpeg/formats/coded_stream.h"
+#include "kivjniffmpeg/formats/video_format.h"
+#include "worker/bytes.h"
 #include "worker/orders.h"
 
 #include <natives/PictureCall.h>
@@ -9,7 +10,9 @@
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <memory>
+#include <string>
+#include <utility>
 
 namespace PictureCall = natives::PictureCall;
 namespace WorkerOrder = natives::WorkerOrder;
@@ -17,18 +20,28 @@ namespace WorkerOrder = natives::WorkerOrder;
 namespace
 {
 
-void create(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &)
+void make(dsd_workplace &dsp_place, std::unique_ptr<c_vformat> dsp_format)
 {
-    c_coded_stream::values aill_values{};
-    dsp_order.take_all(std::span<int64_t>(aill_values));
-    const auto utl_extradata = dsp_order.take_bytes();
     dsp_place.dsc_video.reset();
-    auto dsl_codec = std::make_unique<c_videocodec>(
-        &dsp_place.dsc_ffmpeg, c_vformat::of_stream(c_coded_stream(
-                                   aill_values, std::vector<uint8_t>(utl_extradata.begin(), utl_extradata.end()))));
+    auto dsl_codec = std::make_unique<c_videocodec>(&dsp_place.dsc_ffmpeg, std::move(dsp_format));
     dsl_codec->append_dst_format(std::make_unique<c_colormodel>());
     dsl_codec->set_option("pooled_pictures", 1);
+    dsl_codec->count_frames_in(&dsp_place.dsc_lane.progress());
     dsp_place.dsc_video = std::move(dsl_codec);
+}
+
+void create(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &)
+{
+    make(dsp_place, c_vformat::of_stream(take_stream(dsp_order)));
+}
+
+void create_of_subtype(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &)
+{
+    const std::string strl_subtype = dsp_order.take_text();
+    std::array<int32_t, natives::VideoFormatLayout::SIZE> aiml_values{};
+    dsp_order.take_all(std::span<int32_t>(aiml_values));
+    const auto utl_extradata = dsp_order.take_bytes();
+    make(dsp_place, c_vformat::of_layout(strl_subtype, aiml_values, {utl_extradata.begin(), utl_extradata.end()}));
 }
 
 void set_option(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &)
@@ -66,11 +79,8 @@ void decode(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_wri
     dsp_order.take_all(std::span<int64_t>(aill_call));
     const auto utl_packet = dsp_order.take_bytes();
     find_blocks(dsp_place.dsc_memory, aill_call);
-    std::span<uint8_t> utl_input;
-    if (!utl_packet.empty()) {
-        utl_input = dsl_codec.input().prepare(utl_packet.size());
-        std::ranges::copy(utl_packet, utl_input.begin());
-    }
+    picture_call::add_blocks(dsl_codec, aill_call);
+    const auto utl_input = utl_packet.empty() ? std::span<uint8_t>() : padded_copy(dsl_codec.input(), utl_packet);
     const int32_t iml_result = picture_call::decode(dsl_codec, utl_input, iml_flags, aill_call);
     dsp_results.put(iml_result);
     dsp_results.put_all(std::span<const int64_t>(aill_call));
@@ -82,8 +92,9 @@ void reset(dsd_workplace &dsp_place, c_message_reader &, c_message_writer &dsp_r
 }
 
 constexpr dsd_order_work s_orders[] = {
-    {WorkerOrder::VIDEO_CREATE, create}, {WorkerOrder::VIDEO_OPTION, set_option}, {WorkerOrder::VIDEO_OPEN, open},
-    {WorkerOrder::VIDEO_DECODE, decode}, {WorkerOrder::VIDEO_RESET, reset},
+    {WorkerOrder::VIDEO_CREATE, create},     {WorkerOrder::VIDEO_CREATE_OF_SUBTYPE, create_of_subtype},
+    {WorkerOrder::VIDEO_OPTION, set_option}, {WorkerOrder::VIDEO_OPEN, open},
+    {WorkerOrder::VIDEO_DECODE, decode},     {WorkerOrder::VIDEO_RESET, reset},
 };
 
 } // namespace

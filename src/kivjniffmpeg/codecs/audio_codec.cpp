@@ -5,6 +5,7 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "trace/trace.h"
 
+#include <climits>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -194,6 +195,23 @@ void c_audiocodec::throw_if_open() const
 {
     if (is_open())
         throw_ffmpeg_exception(1661, "options are set before the codec is opened");
+}
+
+void c_audiocodec::set_option(std::string_view strp_name, int64_t ilp_value)
+{
+    if (strp_name == "continuous") {
+        set_continuous(ilp_value != 0);
+    } else if (strp_name == "sample_format") {
+        set_sample_format(ilp_value);
+    } else if (strp_name == "channel_layout") {
+        set_channel_layout(static_cast<uint64_t>(ilp_value));
+    } else if (strp_name == "bit_rate") {
+        if (ilp_value < 0 || ilp_value > INT_MAX)
+            throw_ffmpeg_exception(2535, "no such bit rate: ", ilp_value);
+        set_bit_rate(static_cast<int32_t>(ilp_value));
+    } else {
+        throw_ffmpeg_exception(2533, "no such codec option to set: ", strp_name);
+    }
 }
 
 void c_audiocodec::set_bit_rate(int32_t imp_bits_per_second)

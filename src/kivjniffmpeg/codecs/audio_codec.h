@@ -86,30 +86,20 @@ public:
     /** Memory for the block of the next process2() call. */
     c_padded_bytes &input() noexcept { return dsc_input; }
 
-    /** Sets the bits per second of the packets. @throws c_ffmpeg_exception on an open codec */
-    void set_bit_rate(int32_t imp_bits_per_second);
     /**
-     * Sets FFmpeg's layout of an encoder's channels; 0 for that of their number.
+     * Sets an option of c_codecoptions_ffmpeg: the bit rate of the packets, an encoder's layout of channels, a decoder's
+     * samples, or whether it is continuous.
      *
-     * @throws c_ffmpeg_exception on an open codec
+     * @throws c_ffmpeg_exception on an open codec, for another name, or for an impossible value
      */
-    void set_channel_layout(uint64_t ulp_layout);
+    void set_option(std::string_view strp_name, int64_t ilp_value);
     /**
-     * Sets whether a decoder resamples sound of another rate from frame to frame, and not each frame alone, and delivers
-     * what FFmpeg drops otherwise.
-     *
-     * @throws c_ffmpeg_exception on an open codec
+     * Whether a decoder resamples sound of another rate from frame to frame, and not each frame alone, and delivers what
+     * FFmpeg drops otherwise.
      */
-    void set_continuous(bool bp_continuous);
     bool is_continuous() const noexcept { return bc_continuous; }
     /** Samples that the decoder itself says are not to be heard, since it was opened. */
     int64_t skipped() const noexcept { return ilc_skipped; }
-    /**
-     * Sets a decoder's output: AV_SAMPLE_FMT_S16, which it is at first, AV_SAMPLE_FMT_S32 or AV_SAMPLE_FMT_FLT.
-     *
-     * @throws c_ffmpeg_exception on an open codec, on an encoder, or for another format
-     */
-    void set_sample_format(int64_t ilp_format);
     /** A number of FFmpeg's; @p strp_name as in c_codecoptions_ffmpeg. @throws c_ffmpeg_exception for another name */
     int64_t property(std::string_view strp_name) const;
     /** The extradata that an open encoder made, or that a decoder was created with. */
@@ -134,6 +124,10 @@ private:
     void choose_sample_format();
     void trace_formats() const;
     void throw_if_open() const;
+    void set_bit_rate(int32_t imp_bits_per_second);
+    void set_channel_layout(uint64_t ulp_layout);
+    void set_continuous(bool bp_continuous);
+    void set_sample_format(int64_t ilp_format);
 
     // audio_decoding.cpp
     int32_t decode(uint8_t *autp_data, int32_t imp_lendata, int32_t imp_flags, uint64_t ulp_timestamp,

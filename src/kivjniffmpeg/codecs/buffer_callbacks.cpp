@@ -155,6 +155,7 @@ void trace_audio_buffers()
 int avcodec_custom_get_buffer(AVCodecContext *adsp_s, AVFrame *adsp_pic)
 {
     TRACE_FUNCTION(3);
+    codec_of(*adsp_s).count_frame();
     switch (adsp_s->codec_type) {
     case AVMEDIA_TYPE_VIDEO:
     case AVMEDIA_TYPE_UNKNOWN:
@@ -222,7 +223,9 @@ int avcodec_custom_reget_buffer_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pi
 int avcodec_stock_get_buffer2_nothrow(AVCodecContext *adsp_s, AVFrame *adsp_pic, int)
 {
     try {
-        return video_codec_of(*adsp_s).stock()->provide(*adsp_s, *adsp_pic);
+        c_videocodec &dsl_codec = video_codec_of(*adsp_s);
+        dsl_codec.count_frame();
+        return dsl_codec.stock()->provide(*adsp_s, *adsp_pic);
     } catch (...) {
         return AVERROR(ENOMEM); // without a trace line: the thread may be one of FFmpeg's
     }

@@ -7,6 +7,7 @@
 
 #include <natives/ProcessFlags.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -19,6 +20,12 @@ class ca_ffmpeg_buffer;
 inline constexpr int32_t im_flag_drain = natives::ProcessFlags::DRAIN;
 /** Flag of a processing call of a decoder of sound: the data is a whole packet. */
 inline constexpr int32_t im_flag_whole_packet = natives::ProcessFlags::WHOLE_PACKET;
+
+/** The two words of a timestamp. The low one is signed: with its top bit set the high word becomes all ones. */
+inline int64_t timestamp_of(int32_t imp_low, int32_t imp_high) noexcept
+{
+    return int64_t{imp_low} | static_cast<int64_t>(static_cast<uint64_t>(imp_high) << 32);
+}
 
 /** Detects a decoder that makes no progress. */
 class c_decoder_progress
@@ -97,6 +104,15 @@ public:
     c_spare_memory &spare_memory() noexcept { return dsc_spare_memory; }
     bool is_open() const noexcept { return bc_open; }
 
+    /** Has the frames counted that FFmpeg begins. @param aump_counter valid as long as the codec; null for none */
+    void count_frames_in(uint32_t *aump_counter) noexcept { aumc_frames = aump_counter; }
+    /** FFmpeg begins a frame. Called on any of its threads. */
+    void count_frame() const noexcept
+    {
+        if (aumc_frames != nullptr)
+            std::atomic_ref(*aumc_frames).fetch_add(1, std::memory_order_relaxed);
+    }
+
 protected:
     static constexpr int in_error_not_open = AVERROR(EINVAL);
 
@@ -114,4 +130,5 @@ private:
     std::string strc_name;
     c_spare_memory dsc_spare_memory;
     bool bc_open = false;
+    uint32_t *aumc_frames = nullptr;
 };

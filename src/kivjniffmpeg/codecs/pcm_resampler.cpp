@@ -27,6 +27,16 @@ c_pcm_resampler::c_pcm_resampler(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aforma
     dsc_swr.init();
 }
 
+std::unique_ptr<c_pcm_resampler> c_pcm_resampler::create(c_ffmpeg *adsp_ffmpeg, int32_t imp_samples,
+                                                         int32_t imp_channels, int32_t imp_from, int32_t imp_to)
+{
+    if (imp_samples != AV_SAMPLE_FMT_S16 && imp_samples != AV_SAMPLE_FMT_S32 && imp_samples != AV_SAMPLE_FMT_FLT)
+        throw_ffmpeg_exception(2753, "no such samples to resample: ", imp_samples);
+    const auto iel_samples = static_cast<AVSampleFormat>(imp_samples);
+    return std::make_unique<c_pcm_resampler>(adsp_ffmpeg, c_aformat::of_samples(iel_samples, imp_channels, imp_from),
+                                             *c_aformat::of_samples(iel_samples, imp_channels, imp_to));
+}
+
 c_framebuffer_reference c_pcm_resampler::convert(std::span<const uint8_t> utp_pcm)
 {
     TRACE_FUNCTION(3);

@@ -18,6 +18,15 @@ public:
     /** Both formats differ in their rate only. @throws c_ffmpeg_exception when the rates are too far apart */
     c_pcm_resampler(c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_from, const c_aformat &dsp_to);
 
+    /**
+     * From one rate to another.
+     *
+     * @param imp_samples SAMPLES_16, SAMPLES_32 or SAMPLES_FLOAT of c_codecoptions_ffmpeg
+     * @throws c_ffmpeg_exception for other samples, or as the constructor
+     */
+    static std::unique_ptr<c_pcm_resampler> create(c_ffmpeg *adsp_ffmpeg, int32_t imp_samples, int32_t imp_channels,
+                                                   int32_t imp_from, int32_t imp_to);
+
     c_ffmpeg *get_ffmpeg() const noexcept { return dsc_ffmpeg.get(); }
     /** Memory for the PCM of the next call. */
     c_padded_bytes &input() noexcept { return dsc_input; }

@@ -13,8 +13,8 @@ namespace PictureCall = natives::PictureCall;
 namespace
 {
 
-/** The blocks that Java adds with a call. */
-void add_blocks(c_picture_stock &dsp_stock, std::span<const int64_t> ailp_call)
+/** The blocks that come with a call. */
+void add_to(c_picture_stock &dsp_stock, std::span<const int64_t> ailp_call)
 {
     const auto ull_count =
         static_cast<size_t>(std::clamp<int64_t>(ailp_call[PictureCall::STOCKED], 0, int64_t{PictureCall::MOST_BLOCKS}));
@@ -62,22 +62,33 @@ void write_delivery(const c_videocodec::dsd_delivery &dsp_delivery, std::span<in
 
 } // namespace
 
-int32_t picture_call::decode(c_videocodec &dsp_codec, std::span<uint8_t> utp_packet, int32_t imp_flags,
-                             std::span<int64_t, PictureCall::SIZE> ailp_call)
+c_picture_stock &picture_call::stock(c_videocodec &dsp_codec)
 {
     c_picture_stock *adsl_stock = dsp_codec.stock();
     if (adsl_stock == nullptr)
         throw_ffmpeg_exception(2451, "the codec has no pooled pictures");
+    return *adsl_stock;
+}
+
+void picture_call::add_blocks(c_videocodec &dsp_codec, std::span<const int64_t, PictureCall::SIZE> ailp_call)
+{
+    c_picture_stock &dsl_stock = stock(dsp_codec);
     const auto ull_closed =
         static_cast<size_t>(std::clamp<int64_t>(ailp_call[PictureCall::CLOSED], 0, int64_t{PictureCall::MOST_CLOSED}));
     dsp_codec.close_pictures(ailp_call.subspan(PictureCall::CLOSED_SLOTS, ull_closed));
-    add_blocks(*adsl_stock, ailp_call);
+    add_to(dsl_stock, ailp_call);
+}
+
+int32_t picture_call::decode(c_videocodec &dsp_codec, std::span<uint8_t> utp_packet, int32_t imp_flags,
+                             std::span<int64_t, PictureCall::SIZE> ailp_call)
+{
+    c_picture_stock &dsl_stock = stock(dsp_codec);
     c_videocodec::dsd_delivery dsl_delivery{};
     const int64_t ill_errors = logged_errors::of_this_thread();
     const int32_t iml_result = dsp_codec.decode(utp_packet, imp_flags, ailp_call[PictureCall::KEY], dsl_delivery);
     if ((iml_result & natives::PictureResult::PICTURE) != 0)
         write_delivery(dsl_delivery, ailp_call);
-    write_stock(*adsl_stock, ailp_call);
+    write_stock(dsl_stock, ailp_call);
     ailp_call[PictureCall::ERRORS] = logged_errors::of_this_thread() - ill_errors;
     return iml_result;
 }

@@ -115,6 +115,8 @@ void c_mediawriter::check(int inp_result) const
 void c_mediawriter::write(std::span<uint8_t> utp_bytes, int64_t ilp_time, int64_t ilp_duration)
 {
     TRACE_FUNCTION(3);
+    if (utp_bytes.empty())
+        throw_ffmpeg_exception(2744, "packet to write is null or empty");
     throw_if_finished();
     // FFmpeg's arithmetic of times is not for all numbers.
     constexpr int64_t il_most = int64_t{1} << 48;

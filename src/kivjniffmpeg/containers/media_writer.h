@@ -50,7 +50,7 @@ public:
      * @param utp_bytes zeroed padding follows them
      * @param ilp_time when it begins, in samples
      * @param ilp_duration how many samples it lasts
-     * @throws c_ffmpeg_exception when it cannot be written, or after finish()
+     * @throws c_ffmpeg_exception when there are none, when they cannot be written, or after finish()
      */
     void write(std::span<uint8_t> utp_bytes, int64_t ilp_time, int64_t ilp_duration);
 

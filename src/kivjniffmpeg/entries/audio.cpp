@@ -2,7 +2,7 @@
 
 #include "jni/array_holders.h"
 #include "jni/exceptions.h"
-#include "kivjniffmpeg/codecs/audio_codec.h"
+#include "kivjniffmpeg/codecs/audio_call.h"
 #include "kivjniffmpeg/entries/codec_entry.h"
 #include "trace/trace.h"
 
@@ -10,10 +10,8 @@
 #include <kiv_media_ffmpeg_natives_c_codecs_ffmpeg.h>
 #include <natives/AudioFormatLayout.h>
 #include <natives/AudioParams.h>
-#include <natives/AudioStatus.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -22,7 +20,6 @@ using kiv::jni::c_jbytearray;
 using kiv::jni::c_jintarray;
 using kiv::jni::c_jnienv;
 namespace AudioParams = natives::AudioParams;
-namespace AudioStatus = natives::AudioStatus;
 
 namespace
 {
@@ -36,18 +33,14 @@ std::unique_ptr<c_aformat> read_format(const c_jnienv &dsp_env, jintArray avop_f
     return c_aformat::create_from_java_array(dsl_format, dsl_header);
 }
 
-/** Makes an open codec; null when FFmpeg refuses to open it. */
-jlong create_codec(const c_jnienv &dsp_env, c_ffmpeg *adsp_ffmpeg, std::unique_ptr<c_aformat> dsp_src,
-                   std::unique_ptr<c_aformat> dsp_dst)
+/** Java's handle of an open codec; 0 for none. */
+jlong handle_of(const c_jnienv &dsp_env, std::unique_ptr<c_audiocodec> dsp_codec)
 {
-    auto dsl_codec = std::make_unique<c_audiocodec>(adsp_ffmpeg, std::move(dsp_src), std::move(dsp_dst));
-    if (!dsl_codec->open()) {
-        dsl_codec->close();
+    if (dsp_codec == nullptr)
         return 0;
-    }
     if (dsp_env.exception_pending()) // the receiver of trace lines threw: Java would not get the handle
         throw kiv::jni::c_jniexception("print_info");
-    return to_handle(dsl_codec.release());
+    return to_handle(dsp_codec.release());
 }
 
 /** Java's params array, read once and written once. Elements that it does not have are 0 and are not written. */
@@ -57,7 +50,6 @@ public:
     c_audio_params(const c_jnienv &dsp_env, jintArray avop_params, const c_audiocodec &dsp_codec)
         : dsc_env(dsp_env),
           avoc_params(avop_params),
-          dsc_codec(dsp_codec),
           imc_count(avop_params == nullptr ? 0
                                            : std::min<jsize>(dsp_env.get_array_length(avop_params),
                                                              dsp_codec.is_continuous() ? AudioParams::SIZE_WITH_SKIPPED
@@ -67,14 +59,10 @@ public:
             dsc_env.get_array_region(avoc_params, 0, imc_count, aimc_values.data());
     }
 
-    /** @param imp_index one of AudioParams */
-    jint &operator[](int32_t imp_index) noexcept { return aimc_values[static_cast<size_t>(imp_index)]; }
+    audio_call::values &values() noexcept { return aimc_values; }
 
-    void write()
+    void write() const
     {
-        const int64_t ill_skipped = dsc_codec.skipped();
-        (*this)[AudioParams::SKIPPED_LOW] = static_cast<jint>(ill_skipped);
-        (*this)[AudioParams::SKIPPED_HIGH] = static_cast<jint>(ill_skipped >> 32);
         if (imc_count > 0)
             dsc_env.set_array_region(avoc_params, 0, imc_count, aimc_values.data());
     }
@@ -82,24 +70,49 @@ public:
 private:
     const c_jnienv &dsc_env;
     jintArray avoc_params;
-    const c_audiocodec &dsc_codec;
     jsize imc_count;
-    std::array<jint, AudioParams::SIZE_WITH_SKIPPED> aimc_values{};
+    audio_call::values aimc_values{};
 };
 
-/** Copies one buffer into the output array. @return false when the array is shorter than the caller said */
-bool copy_out(const c_jnienv &dsp_env, const ca_ffmpeg_buffer &dsp_buffer, jbyteArray avop_out, int64_t ilp_offset)
+/** Java's arrays of input and output. */
+class c_java_caller final : public audio_call::ca_caller
 {
-    if (avop_out == nullptr)
-        return dsp_buffer.copy_to(nullptr, 0);
-    const int64_t ill_length = dsp_env.get_array_length(avop_out);
-    if (ilp_offset < 0 || ilp_offset > ill_length || dsp_buffer.data_size() > ill_length - ilp_offset)
-        return false;
-    if (dsp_buffer.data_size() > 0)
-        dsp_env.set_array_region(avop_out, static_cast<jsize>(ilp_offset), dsp_buffer.data_size(),
-                                 reinterpret_cast<const jbyte *>(dsp_buffer.data() + dsp_buffer.data_offset()));
-    return true;
-}
+public:
+    c_java_caller(const c_jnienv &dsp_env, jbyteArray avop_in, jbyteArray avop_out, const c_audio_params &dsp_params)
+        : dsc_env(dsp_env), avoc_in(avop_in), avoc_out(avop_out), dsc_params(dsp_params)
+    {
+    }
+
+    uint8_t *input(c_padded_bytes &dsp_memory, int32_t imp_offset, int32_t imp_length) override
+    {
+        return copy_input(dsc_env, dsp_memory, avoc_in, imp_offset, imp_length);
+    }
+
+    void is_taken() override
+    {
+        if (avoc_out == nullptr)
+            dsc_params.write(); // copying into no array throws, and Java then sees what of its input was consumed
+    }
+
+    bool put(const ca_ffmpeg_buffer &dsp_buffer, int64_t ilp_offset) override
+    {
+        if (avoc_out == nullptr)
+            return dsp_buffer.copy_to(nullptr, 0);
+        const int64_t ill_length = dsc_env.get_array_length(avoc_out);
+        if (ilp_offset < 0 || ilp_offset > ill_length || dsp_buffer.data_size() > ill_length - ilp_offset)
+            return false;
+        if (dsp_buffer.data_size() > 0)
+            dsc_env.set_array_region(avoc_out, static_cast<jsize>(ilp_offset), dsp_buffer.data_size(),
+                                     reinterpret_cast<const jbyte *>(dsp_buffer.data() + dsp_buffer.data_offset()));
+        return true;
+    }
+
+private:
+    const c_jnienv &dsc_env;
+    jbyteArray avoc_in;
+    jbyteArray avoc_out;
+    const c_audio_params &dsc_params;
+};
 
 jbyteArray export_format(JNIEnv *adsp_env, jlong ilp_codec,
                          const c_aformat &(c_audiocodec::*adsp_getter)() const noexcept)
@@ -119,8 +132,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2831);
         auto dsl_src = read_format(dsp_env, avop_format, avop_header);
         TRACE_LINE(im_level_debug, "%s#%s(): src_format: %s", dsl_src->to_string().c_str());
-        auto dsl_dst = c_aformat::pcm16(dsl_src->channels(), dsl_src->sample_rate());
-        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
+        return handle_of(dsp_env, audio_call::open_to_pcm(adsl_ffmpeg, std::move(dsl_src)));
     });
 }
 
@@ -134,8 +146,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1codecs_1ffmpeg_n_1creat
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2712);
         auto dsl_src = c_aformat::of_stream(read_coded_stream(dsp_env, avop_stream, avop_extradata));
         TRACE_LINE(im_level_debug, "%s#%s(): src_format: %s", dsl_src->to_string().c_str());
-        auto dsl_dst = c_aformat::pcm16(dsl_src->channels(), dsl_src->sample_rate());
-        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
+        return handle_of(dsp_env, audio_call::open_to_pcm(adsl_ffmpeg, std::move(dsl_src)));
     });
 }
 
@@ -147,8 +158,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1create
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2843);
         auto dsl_dst = read_format(dsp_env, avop_format, avop_header);
         TRACE_LINE(im_level_debug, "%s#%s(): dst_format: %s", dsl_dst->to_string().c_str());
-        auto dsl_src = c_aformat::pcm16(dsl_dst->channels(), dsl_dst->sample_rate());
-        return create_codec(dsp_env, adsl_ffmpeg, std::move(dsl_src), std::move(dsl_dst));
+        return handle_of(dsp_env, audio_call::open_from_pcm(adsl_ffmpeg, std::move(dsl_dst)));
     });
 }
 
@@ -186,57 +196,11 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_c_1multimediaapi_1ffmpeg_n_1acodec_
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jint {
         c_audiocodec &dsl_codec = *codec_of<c_audiocodec>(ilp_codec);
-        c_output_queue &dsl_queue = dsl_codec.output();
         c_audio_params dsl_params(dsp_env, avop_params, dsl_codec);
-        const jint iml_length = dsl_params[AudioParams::LENGTH];
-        const jint iml_room = dsl_params[AudioParams::OUT_LENGTH];
-        const int64_t ill_timestamp =
-            timestamp_of(dsl_params[AudioParams::TIME_LOW], dsl_params[AudioParams::TIME_HIGH]);
-        c_codec::dsd_out_params dsl_out{};
-        dsl_out.ilc_timestamp = ill_timestamp;
-        jint iml_result = 0;
-        // Input is taken only when the caller has fetched what came before.
-        if (dsl_queue.empty()) {
-            uint8_t *autl_in =
-                copy_input(dsp_env, dsl_codec.input(), avop_in, dsl_params[AudioParams::OFFSET], iml_length);
-            if (autl_in == nullptr && iml_length > 0)
-                throw_ffmpeg_exception(2861, "input array == NULL");
-            iml_result =
-                dsl_codec.process2(autl_in, iml_length, dsl_params[AudioParams::FLAGS],
-                                   static_cast<uint64_t>(ill_timestamp), dsl_out, static_cast<uint32_t>(iml_room));
-        }
-        if (dsl_out.ilc_timestamp != ill_timestamp)
-            throw_ffmpeg_exception(2866, "timestamp out corrupt");
-        if (static_cast<uint32_t>(dsl_out.imc_processed_len) > static_cast<uint32_t>(iml_length))
-            throw_ffmpeg_exception(2868, "corrupt processed_len=", dsl_out.imc_processed_len);
-        dsl_params[AudioParams::OFFSET] += dsl_out.imc_processed_len;
-        dsl_params[AudioParams::LENGTH] -= dsl_out.imc_processed_len;
-        if (avop_out == nullptr)
-            dsl_params.write(); // copying into no array throws, and Java then sees what of its input was consumed
-        if (iml_room < dsl_queue.deliverable()) {
-            dsl_params[AudioParams::OUT_OFFSET] = 0;
-            dsl_params[AudioParams::OUT_LENGTH] = dsl_queue.deliverable();
-            dsl_params.write();
-            return AudioStatus::OUTPUT_TOO_SMALL;
-        }
-        jint iml_written = 0;
-        while (!dsl_queue.empty() && dsl_queue.front_size() <= iml_room - iml_written) {
-            const c_framebuffer_reference dsl_buffer = dsl_queue.popfront();
-            if (!copy_out(dsp_env, *dsl_buffer.get(), avop_out,
-                          int64_t{dsl_params[AudioParams::OUT_OFFSET]} + iml_written)) {
-                dsl_params.write();
-                return AudioStatus::OUTPUT_LOST;
-            }
-            iml_written += dsl_buffer->data_size();
-        }
-        TRACE_LINE(im_level_debug, "%s#%s(): uml_cur_length_out=%d queue.length=%lu", iml_written,
-                   static_cast<unsigned long>(dsl_queue.size()));
-        dsl_params[AudioParams::OUT_LENGTH] = iml_written;
-        dsl_params[AudioParams::CALL_FLAGS] = dsl_out.imc_flags;
-        dsl_params[AudioParams::CALL_TIME_LOW] = static_cast<jint>(dsl_out.ilc_timestamp);
-        dsl_params[AudioParams::CALL_TIME_HIGH] = static_cast<jint>(dsl_out.ilc_timestamp >> 32);
+        c_java_caller dsl_caller(dsp_env, avop_in, avop_out, dsl_params);
+        const jint iml_result = audio_call::process(dsl_codec, dsl_params.values(), dsl_caller, dsl_trace);
         dsl_params.write();
-        return iml_result | (dsl_out.imc_processed_len < iml_length ? AudioStatus::INPUT_LEFT : 0);
+        return iml_result;
     });
 }
 

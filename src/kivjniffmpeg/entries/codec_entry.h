@@ -55,12 +55,6 @@ template <class CODEC> void delete_codec(JNIEnv *adsp_env, jlong ilp_codec, cons
     });
 }
 
-/** The two words of a timestamp. The low one is signed: with its top bit set the high word becomes all ones. */
-inline int64_t timestamp_of(jint imp_low, jint imp_high) noexcept
-{
-    return int64_t{imp_low} | static_cast<int64_t>(static_cast<uint64_t>(imp_high) << 32);
-}
-
 /** Java's StreamFields and extradata. @throws c_ffmpeg_exception when the array of numbers is missing or too short */
 c_coded_stream read_coded_stream(const kiv::jni::c_jnienv &dsp_env, jlongArray avop_stream, jbyteArray avop_extradata);
 

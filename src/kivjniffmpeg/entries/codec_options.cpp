@@ -2,6 +2,7 @@
 
 #include "jni/java_arrays.h"
 #include "jni/string_holder.h"
+#include "kivjniffmpeg/codecs/allocation_limit.h"
 #include "kivjniffmpeg/codecs/audio_codec.h"
 #include "kivjniffmpeg/codecs/video_codec.h"
 #include "kivjniffmpeg/entries/codec_entry.h"
@@ -13,7 +14,6 @@
 #include <natives/c_codecoptions_ffmpeg.h>
 
 #include <algorithm>
-#include <climits>
 #include <string_view>
 
 namespace
@@ -67,23 +67,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &dsp_env) {
         auto *adsl_codec = codec_of<c_audiocodec>(ilp_codec, 2521);
         const kiv::jni::c_jstring dsl_name(dsp_env, avop_name);
-        if (text_of(dsl_name) == "continuous") {
-            adsl_codec->set_continuous(ilp_value != 0);
-            return;
-        }
-        if (text_of(dsl_name) == "sample_format") {
-            adsl_codec->set_sample_format(ilp_value);
-            return;
-        }
-        if (text_of(dsl_name) == "channel_layout") {
-            adsl_codec->set_channel_layout(static_cast<uint64_t>(ilp_value));
-            return;
-        }
-        if (text_of(dsl_name) != "bit_rate")
-            throw_ffmpeg_exception(2533, "no such codec option to set: ", text_of(dsl_name));
-        if (ilp_value < 0 || ilp_value > INT_MAX)
-            throw_ffmpeg_exception(2535, "no such bit rate: ", ilp_value);
-        adsl_codec->set_bit_rate(static_cast<int32_t>(ilp_value));
+        adsl_codec->set_option(text_of(dsl_name), ilp_value);
     });
 }
 
@@ -128,11 +112,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1codecoptions_1ffmpeg_n_1
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](kiv::jni::c_jnienv &) {
         context_of(ilp_hffmpeg, 2542);
-        if (ilp_bytes < natives::c_codecoptions_ffmpeg::LEAST_ALLOCATION_LIMIT || ilp_bytes > INT_MAX)
-            throw_ffmpeg_exception(2543, "no such limit of allocations: ", ilp_bytes);
-        if (g_avutil.av_max_alloc == nullptr)
-            throw_ffmpeg_exception(2544, "this FFmpeg cannot limit allocations");
-        g_avutil.av_max_alloc(static_cast<size_t>(ilp_bytes));
+        allocation_limit::set(ilp_bytes);
     });
 }
 

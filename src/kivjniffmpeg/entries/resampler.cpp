@@ -28,13 +28,7 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1resampler_1ffmpeg_n_1cr
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &) -> jlong {
         auto *adsl_ffmpeg = context_of(ilp_hffmpeg, 2752);
-        if (imp_samples != AV_SAMPLE_FMT_S16 && imp_samples != AV_SAMPLE_FMT_S32 && imp_samples != AV_SAMPLE_FMT_FLT)
-            throw_ffmpeg_exception(2753, "no such samples to resample: ", imp_samples);
-        const auto iel_samples = static_cast<AVSampleFormat>(imp_samples);
-        return to_handle(std::make_unique<c_pcm_resampler>(adsl_ffmpeg,
-                                                           c_aformat::of_samples(iel_samples, imp_channels, imp_from),
-                                                           *c_aformat::of_samples(iel_samples, imp_channels, imp_to))
-                             .release());
+        return to_handle(c_pcm_resampler::create(adsl_ffmpeg, imp_samples, imp_channels, imp_from, imp_to).release());
     });
 }
 

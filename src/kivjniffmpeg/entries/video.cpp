@@ -173,10 +173,12 @@ JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_natives_c_1pictures_1ffmpeg_n_1deco
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jint {
         auto *adsl_codec = codec_of<c_videocodec>(ilp_codec);
+        picture_call::stock(*adsl_codec); // refuses a codec without one
         if (avop_call == nullptr || dsp_env.get_array_length(avop_call) < PictureCall::SIZE)
             throw_ffmpeg_exception(2453, "array of the call is null or shorter than ", PictureCall::SIZE);
         std::array<jlong, PictureCall::SIZE> aill_call{};
         dsp_env.get_array_region(avop_call, 0, PictureCall::SIZE, aill_call.data());
+        picture_call::add_blocks(*adsl_codec, aill_call);
         uint8_t *autl_packet = copy_input(dsp_env, adsl_codec->input(), avop_in, 0, imp_length);
         const int32_t iml_result = picture_call::decode(
             *adsl_codec, {autl_packet, autl_packet == nullptr ? 0 : static_cast<size_t>(imp_length)}, imp_flags,

@@ -68,8 +68,6 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediawriter_1ffmpeg_n_1w
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](c_jnienv &dsp_env) {
         auto *adsl_writer = writer_of(ilp_writer);
-        if (avop_bytes == nullptr || dsp_env.get_array_length(avop_bytes) == 0)
-            throw_ffmpeg_exception(2744, "packet to write is null or empty");
         c_padded_bytes dsl_padded;
         c_jbytearray dsl_bytes(dsp_env, avop_bytes, INT32_MAX);
         const auto utl_bytes = dsl_padded.prepare(static_cast<size_t>(dsl_bytes.size()));

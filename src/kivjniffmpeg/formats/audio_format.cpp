@@ -6,10 +6,10 @@
 #include "kivjniffmpeg/formats/admitted_codecs.h"
 #include "trace/trace.h"
 
-#include <natives/AudioFormatLayout.h>
 #include <natives/StreamFields.h>
 
 #include <algorithm>
+#include <array>
 #include <sstream>
 #include <utility>
 
@@ -83,22 +83,32 @@ std::unique_ptr<c_aformat> c_aformat::of_samples(AVSampleFormat iep_format, int3
                                        g_avutil.av_sample_fmt_is_planar(iep_format) != 0, std::vector<uint8_t>());
 }
 
+std::unique_ptr<c_aformat> c_aformat::of_layout(std::span<const int32_t, AudioFormatLayout::SIZE> aimp_values,
+                                                std::vector<uint8_t> utp_specific_hdr)
+{
+    auto dsl_format = std::make_unique<c_aformat>();
+    dsl_format->imc_format_tag = aimp_values[AudioFormatLayout::FORMAT_TAG];
+    dsl_format->imc_channels = aimp_values[AudioFormatLayout::CHANNELS];
+    dsl_format->imc_sample_rate = aimp_values[AudioFormatLayout::SAMPLE_RATE];
+    dsl_format->imc_bytes_per_second = aimp_values[AudioFormatLayout::BYTES_PER_SECOND];
+    dsl_format->imc_frame_size = aimp_values[AudioFormatLayout::BLOCK_ALIGN];
+    dsl_format->imc_bits_per_sample = aimp_values[AudioFormatLayout::BITS_PER_SAMPLE];
+    dsl_format->utc_specific_hdr = std::move(utp_specific_hdr);
+    dsl_format->iec_codec_id = format_tag2codecid(dsl_format->imc_format_tag);
+    return dsl_format;
+}
+
 std::unique_ptr<c_aformat> c_aformat::create_from_java_array(kiv::jni::c_jintarray &dsp_ints,
                                                              kiv::jni::c_jbytearray &dsp_bytes)
 {
     TRACE_FUNCTION(3);
-    auto dsl_format = std::make_unique<c_aformat>();
+    std::array<int32_t, AudioFormatLayout::SIZE> aiml_values{};
     dsp_ints.pin();
-    dsl_format->imc_format_tag = dsp_ints[AudioFormatLayout::FORMAT_TAG];
-    dsl_format->imc_channels = dsp_ints[AudioFormatLayout::CHANNELS];
-    dsl_format->imc_sample_rate = dsp_ints[AudioFormatLayout::SAMPLE_RATE];
-    dsl_format->imc_bytes_per_second = dsp_ints[AudioFormatLayout::BYTES_PER_SECOND];
-    dsl_format->imc_frame_size = dsp_ints[AudioFormatLayout::BLOCK_ALIGN];
-    dsl_format->imc_bits_per_sample = dsp_ints[AudioFormatLayout::BITS_PER_SAMPLE];
-    const int32_t iml_header_size = dsp_ints[AudioFormatLayout::HEADER_LENGTH];
+    for (int32_t iml_index = 0; iml_index < AudioFormatLayout::SIZE; ++iml_index)
+        aiml_values[static_cast<size_t>(iml_index)] = dsp_ints[iml_index];
     dsp_ints.release();
-    dsl_format->utc_specific_hdr = kiv::jni::from_java(dsp_bytes, iml_header_size);
-    dsl_format->iec_codec_id = format_tag2codecid(dsl_format->imc_format_tag);
+    auto dsl_format =
+        of_layout(aiml_values, kiv::jni::from_java(dsp_bytes, aiml_values[AudioFormatLayout::HEADER_LENGTH]));
     if (dsl_format->iec_codec_id == AV_CODEC_ID_NONE)
         TRACE_LINE(im_level_debug, "%s#%s(): cannot create audio codec to format 0x%x",
                    static_cast<unsigned int>(dsl_format->imc_format_tag));

@@ -7,6 +7,7 @@
 #include "kivjniffmpeg/formats/coded_stream.h"
 
 #include <jni.h>
+#include <natives/AudioFormatLayout.h>
 
 #include <cstdint>
 #include <memory>
@@ -58,6 +59,10 @@ public:
     /** Uncompressed samples in FFmpeg's format. */
     static std::unique_ptr<c_aformat> of_samples(AVSampleFormat iep_format, int32_t imp_channels,
                                                  int32_t imp_sample_rate);
+
+    /** Sound of a format tag: AudioFormatLayout and the header bytes. Nothing is recomputed. */
+    static std::unique_ptr<c_aformat> of_layout(std::span<const int32_t, natives::AudioFormatLayout::SIZE> aimp_values,
+                                                std::vector<uint8_t> utp_specific_hdr);
 
     /**
      * Reads Java's AudioFormatLayout; the byte[] begins with the header bytes. Nothing is recomputed.

@@ -8,6 +8,7 @@
 
 #include <natives/StreamFields.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace StreamFields = natives::StreamFields;
@@ -15,21 +16,30 @@ namespace VideoFormatLayout = natives::VideoFormatLayout;
 
 c_vformat::~c_vformat() = default;
 
+std::unique_ptr<c_vformat> c_vformat::of_layout(const std::string &strp_guid,
+                                                const std::array<int32_t, VideoFormatLayout::SIZE> &aimp_values,
+                                                std::vector<uint8_t> utp_extradata)
+{
+    std::unique_ptr<c_vformat> dsl_format(new c_vformat);
+    dsl_format->strc_guid_subtype = strp_guid;
+    dsl_format->dsc_codecid = subtype2codecid(strp_guid.c_str());
+    std::ranges::copy(aimp_values, dsl_format->aimc_values.begin());
+    dsl_format->utc_extradata = std::move(utp_extradata);
+    return dsl_format;
+}
+
 std::unique_ptr<c_vformat> c_vformat::create_from_java_array(const std::string &strp_guid,
                                                              kiv::jni::c_jintarray &dsp_format,
                                                              kiv::jni::c_jbytearray &dsp_extradata)
 {
     TRACE_FUNCTION(3);
-    std::unique_ptr<c_vformat> dsl_format(new c_vformat);
-    dsl_format->strc_guid_subtype = strp_guid;
-    dsl_format->dsc_codecid = subtype2codecid(strp_guid.c_str());
+    std::array<int32_t, VideoFormatLayout::SIZE> aiml_values{};
     dsp_format.pin();
     for (int32_t iml_index = 0; iml_index < VideoFormatLayout::SIZE; ++iml_index)
-        dsl_format->aimc_values[static_cast<size_t>(iml_index)] = dsp_format[iml_index];
+        aiml_values[static_cast<size_t>(iml_index)] = dsp_format[iml_index];
     dsp_format.release();
-    dsl_format->utc_extradata =
-        kiv::jni::from_java(dsp_extradata, dsl_format->aimc_values[VideoFormatLayout::EXTRADATA_LENGTH]);
-    return dsl_format;
+    return of_layout(strp_guid, aiml_values,
+                     kiv::jni::from_java(dsp_extradata, aiml_values[VideoFormatLayout::EXTRADATA_LENGTH]));
 }
 
 std::unique_ptr<c_vformat> c_vformat::of_stream(c_coded_stream dsp_stream)

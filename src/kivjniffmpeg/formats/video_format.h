@@ -29,6 +29,11 @@ public:
     c_vformat(const c_vformat &) = delete;
     c_vformat &operator=(const c_vformat &) = delete;
 
+    /** Video of a media subtype, with the numbers of VideoFormatLayout. */
+    static std::unique_ptr<c_vformat>
+    of_layout(const std::string &strp_guid, const std::array<int32_t, natives::VideoFormatLayout::SIZE> &aimp_values,
+              std::vector<uint8_t> utp_extradata);
+
     /**
      * Copies Java's arrays. Extradata bytes that the array does not have are 0.
      *

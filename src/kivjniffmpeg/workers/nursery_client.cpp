@@ -87,15 +87,14 @@ private:
 
 } // namespace
 
-c_worker::c_worker(c_descriptor dsp_channel, std::span<std::byte> utp_memory)
-    : dsc_channel(std::move(dsp_channel)), utc_memory(utp_memory)
+c_worker::c_worker(c_descriptor dsp_channel, c_mapping dsp_memory) noexcept
+    : dsc_channel(std::move(dsp_channel)), dsc_memory(std::move(dsp_memory))
 {
 }
 
 c_worker::~c_worker()
 {
     kill();
-    munmap(utc_memory.data(), utc_memory.size());
 }
 
 void c_worker::start(pid_t inp_process, c_descriptor dsp_process) noexcept
@@ -152,12 +151,7 @@ std::unique_ptr<c_worker> c_nursery::make(const nursery_messages::dsd_start &dsp
 {
     const c_descriptor dsl_memory = sealed_memory(ulp_shared);
     auto [dsl_here, dsl_there] = descriptors::socket_pair();
-    void *avl_memory =
-        mmap(nullptr, ulp_shared, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_NORESERVE, dsl_memory.get(), 0);
-    if (avl_memory == MAP_FAILED)
-        fail(errno, "no shared memory");
-    auto dsl_worker =
-        std::make_unique<c_worker>(std::move(dsl_here), std::span(static_cast<std::byte *>(avl_memory), ulp_shared));
+    auto dsl_worker = std::make_unique<c_worker>(std::move(dsl_here), c_mapping(dsl_memory.get(), ulp_shared));
     const std::lock_guard dsl_lock(dsc_mutex);
     descriptors::send(dsc_socket.get(), std::as_bytes(std::span(&dsp_limits, 1)),
                       std::array{dsl_there.get(), dsl_memory.get()});

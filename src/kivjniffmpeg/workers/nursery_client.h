@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kivjniffmpeg/workers/descriptors.h"
+#include "kivjniffmpeg/workers/mapping.h"
 #include "kivjniffmpeg/workers/nursery_messages.h"
 
 #include <sys/types.h>
@@ -19,8 +20,8 @@
 class c_worker
 {
 public:
-    /** Made by c_nursery. @param utp_memory mapped, and owned from now on */
-    c_worker(c_descriptor dsp_channel, std::span<std::byte> utp_memory);
+    /** Made by c_nursery. */
+    c_worker(c_descriptor dsp_channel, c_mapping dsp_memory) noexcept;
     /** Kills the process. */
     ~c_worker();
     c_worker(const c_worker &) = delete;
@@ -28,7 +29,7 @@ public:
 
     pid_t process() const noexcept { return inc_process; }
     /** The shared memory, which keeps its size. It is unmapped with this object. */
-    std::span<std::byte> memory() const noexcept { return utc_memory; }
+    std::span<std::byte> memory() const noexcept { return dsc_memory.bytes(); }
     /** What holds, in the worker's own words. */
     const std::string &held() const noexcept { return strc_held; }
 
@@ -46,7 +47,7 @@ private:
     pid_t inc_process = -1;
     c_descriptor dsc_process;
     c_descriptor dsc_channel;
-    std::span<std::byte> utc_memory;
+    c_mapping dsc_memory;
     std::string strc_held;
 };
 

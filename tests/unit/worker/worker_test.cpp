@@ -249,6 +249,7 @@ std::vector<bytes> everything_in_this_process(const bytes &utp_film)
         },
         [&](bytes &utp_packet, int32_t imp_flags, std::array<int64_t, PictureCall::SIZE> &ailp_call) {
             std::span<uint8_t> utl_input;
+            picture_call::add_blocks(dsl_codec, ailp_call);
             if (!utp_packet.empty())
                 std::ranges::copy(utp_packet, (utl_input = dsl_codec.input().prepare(utp_packet.size())).begin());
             return picture_call::decode(dsl_codec, utl_input, imp_flags, ailp_call);
