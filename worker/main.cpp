@@ -4,6 +4,8 @@
 #include "trace/trace.h"
 #include "worker/nursery.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <exception>
 
@@ -15,6 +17,7 @@ int main(int inp_count, char **astrp_arguments)
     }
     try {
         trace_silence();
+        close_range(nursery_messages::in_socket + 1, ~0U, 0); // what a virtual machine did not open for itself only
         run_nursery(nursery_messages::in_socket, astrp_arguments[1]);
         return 0;
     } catch (const std::exception &dsl_exception) {

@@ -82,9 +82,8 @@ c_coded_stream take_stream(c_message_reader &dsp_order)
 void serve(c_ffmpeg &dsp_ffmpeg, const c_shared_memory &dsp_memory, int32_t imp_lane)
 {
     c_lane dsl_lane(dsp_memory, imp_lane);
-    {
-        dsd_workplace dsl_place{dsp_ffmpeg, dsp_memory, dsl_lane};
-        do_orders(dsl_place);
-    }
+    dsd_workplace dsl_place{dsp_ffmpeg, dsp_memory, dsl_lane};
+    do_orders(dsl_place);
+    dsl_place.clear();
     dsl_lane.finish({}); // what the lane made is gone, and the caller may use its memory again
 }

@@ -22,6 +22,18 @@ struct dsd_workplace
     c_ffmpeg &dsc_ffmpeg;
     const c_shared_memory &dsc_memory;
     c_lane &dsc_lane;
+
+    /** Deletes everything. */
+    void clear() noexcept
+    {
+        dsc_reader.reset();
+        dsc_splitter.reset();
+        dsc_video.reset();
+        dsc_sound.reset();
+        dsc_resampler.reset();
+        dsc_writer.reset();
+    }
+
     std::unique_ptr<c_mediareader> dsc_reader{};
     std::unique_ptr<c_packet_splitter> dsc_splitter{};
     std::unique_ptr<c_videocodec> dsc_video{};

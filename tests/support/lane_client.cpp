@@ -45,6 +45,17 @@ c_lane_client::c_lane_client(c_worker &dsp_worker, int32_t imp_lane, size_t ulp_
     dsp_worker.open_lane(imp_lane);
 }
 
+void c_lane_client::end()
+{
+    give(WorkerOrder::END, {});
+    take();
+}
+
+uint32_t c_lane_client::progress() const
+{
+    return std::atomic_ref(field<uint32_t>(WorkerLane::PROGRESS)).load();
+}
+
 size_t c_lane_client::blocks() const noexcept
 {
     return WorkerLane::END + WorkerLane::LANES * ul_place;
@@ -91,6 +102,13 @@ void c_lane_client::reply(int32_t imp_kind, c_message_reader dsp_question)
         std::ranges::copy(std::as_bytes(utl_part), dsc_worker.memory().data() + field<int64_t>(WorkerLane::BLOCK));
         ulc_position += utl_part.size();
         ill_reply = utl_part.empty() ? natives::c_mediareader_source::END : static_cast<int64_t>(utl_part.size());
+    } else if (imp_kind == WorkerAnswer::WRITE) {
+        const auto *autl_block =
+            reinterpret_cast<const uint8_t *>(dsc_worker.memory().data() + field<int64_t>(WorkerLane::BLOCK));
+        const auto ull_count = static_cast<size_t>(dsp_question.take<int32_t>());
+        utc_written.resize(std::max(utc_written.size(), ulc_position + ull_count));
+        std::copy_n(autl_block, ull_count, utc_written.begin() + static_cast<ptrdiff_t>(ulc_position));
+        ulc_position += ull_count;
     }
     c_message_writer dsl_values;
     dsl_values.put(ill_reply);

@@ -9,6 +9,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 class c_worker;
@@ -46,6 +47,28 @@ public:
     /** Gives an order and gets its results. @throws c_order_failed, c_worker_gone */
     c_message_reader order(int32_t imp_order, const c_message_writer &dsp_values = {});
 
+    /** The same with values: numbers, texts and lists of numbers. */
+    template <class... VALUES> c_message_reader order_of(int32_t imp_order, const VALUES &...dsp_values)
+    {
+        c_message_writer dsl_order;
+        const auto put = [&](const auto &dsp_value) {
+            if constexpr (std::is_arithmetic_v<std::decay_t<decltype(dsp_value)>>)
+                dsl_order.put(dsp_value);
+            else
+                dsl_order.put_all(std::span<const typename std::decay_t<decltype(dsp_value)>::value_type>(dsp_value));
+        };
+        (put(dsp_values), ...);
+        return order(imp_order, dsl_order);
+    }
+
+    /** Ends the lane and waits until it has ended. */
+    void end();
+
+    /** What orders have written into the sink. */
+    const std::vector<uint8_t> &written() const noexcept { return utc_written; }
+    /** What the worker has got done. */
+    uint32_t progress() const;
+
     /** The shared memory behind the places of all lanes. */
     size_t blocks() const noexcept;
 
@@ -58,5 +81,6 @@ private:
     c_worker &dsc_worker;
     int32_t imc_lane;
     std::span<const uint8_t> utc_film;
+    std::vector<uint8_t> utc_written;
     size_t ulc_position = 0;
 };

@@ -20,6 +20,9 @@ public final class WorkerOrder {
     /** Replies that the source or sink failed. */
     @Native public static final int CHANNEL_FAILED = 3;
 
+    /** Deletes what the lane made. It can be used for something else then. */
+    @Native public static final int CLEAR = 4;
+
     /** Opens a container. The message: an {@code int}, 1 for forward only; a list of longs, the limits. */
     @Native public static final int READER_OPEN = 10;
 
