@@ -4,6 +4,7 @@
 #include "trace/trace.h"
 #include "worker/nursery.h"
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -17,7 +18,7 @@ int main(int inp_count, char **astrp_arguments)
     }
     try {
         trace_silence();
-        close_range(nursery_messages::in_socket + 1, ~0U, 0); // what a virtual machine did not open for itself only
+        syscall(SYS_close_range, nursery_messages::in_socket + 1, ~0U, 0); // what a virtual machine left open
         run_nursery(nursery_messages::in_socket, astrp_arguments[1]);
         return 0;
     } catch (const std::exception &dsl_exception) {

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -19,6 +20,9 @@ using nursery_messages::ie_kind;
 
 namespace
 {
+
+/** Ends that nobody asks for are kept up to this number. */
+constexpr size_t ul_most_ends = 1024;
 
 [[noreturn]] void fail(int inp_error, const char *strp_what)
 {
@@ -172,7 +176,7 @@ dsd_report c_nursery::receive(c_descriptor *adsp_descriptor)
         if (dsl_received.ulc_length != sizeof dsl_report)
             fail(ECONNRESET, "the process that makes workers has ended");
         if (dsl_report.iec_kind == ie_kind::ie_ended) {
-            dsc_ends[dsl_report.imc_process] = dsl_report;
+            keep(dsl_report);
             continue;
         }
         if (adsp_descriptor != nullptr)
@@ -181,13 +185,20 @@ dsd_report c_nursery::receive(c_descriptor *adsp_descriptor)
     }
 }
 
+void c_nursery::keep(const dsd_report &dsp_end)
+{
+    if (dsc_ends.size() == ul_most_ends)
+        dsc_ends.pop_front();
+    dsc_ends.push_back(dsp_end);
+}
+
 void c_nursery::keep_reports()
 {
     while (is_readable(dsc_socket.get())) {
         dsd_report dsl_report{};
         if (descriptors::receive(dsc_socket.get(), std::as_writable_bytes(std::span(&dsl_report, 1))).ulc_length == 0)
             return;
-        dsc_ends[dsl_report.imc_process] = dsl_report;
+        keep(dsl_report);
     }
 }
 
@@ -195,10 +206,10 @@ std::optional<dsd_report> c_nursery::end_of(pid_t inp_process)
 {
     const std::lock_guard dsl_lock(dsc_mutex);
     keep_reports();
-    const auto dsl_found = dsc_ends.find(inp_process);
+    const auto dsl_found = std::ranges::find(dsc_ends, inp_process, &dsd_report::imc_process);
     if (dsl_found == dsc_ends.end())
         return {};
-    const dsd_report dsl_report = dsl_found->second;
+    const dsd_report dsl_report = *dsl_found;
     dsc_ends.erase(dsl_found);
     return dsl_report;
 }

@@ -9,7 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -76,7 +76,7 @@ public:
      */
     std::unique_ptr<c_worker> make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared);
 
-    /** How a worker ended; nothing as long as that is not known. */
+    /** How a worker ended; nothing as long as that is not known, or when hundreds of others have ended since. */
     std::optional<nursery_messages::dsd_report> end_of(pid_t inp_process);
 
     pid_t process() const noexcept { return inc_process; }
@@ -84,9 +84,10 @@ public:
 private:
     nursery_messages::dsd_report receive(c_descriptor *adsp_descriptor);
     void keep_reports();
+    void keep(const nursery_messages::dsd_report &dsp_end);
 
     std::mutex dsc_mutex;
     pid_t inc_process = -1;
     c_descriptor dsc_socket;
-    std::map<pid_t, nursery_messages::dsd_report> dsc_ends; // that nobody has asked for
+    std::deque<nursery_messages::dsd_report> dsc_ends; // the last ones that nobody has asked for
 };
