@@ -11,7 +11,10 @@ FILMS = [
     ("768x576 MS-MPEG-4", "msmpeg4.avi", ["-c:v", "msmpeg4", "-b:v", "1400k"], 768, 576, 250),
     ("1280x720 H.264", "h264_720.mp4", ["-c:v", "libx264", "-preset", "medium", "-b:v", "2500k"], 1280, 720, 150),
 ]
-SIZES = [(320, 240), (640, 360), (960, 540), (1280, 720), (1920, 1080), (2560, 1440), (3840, 2160)]
+SIZES = [(320, 240), (640, 360), (1280, 720), (1920, 1080), (3840, 2160)]
+# Of the last film, what is written as PNGs.
+PNG_PICTURES = 60
+SIDE_BY_SIDE_PICTURES = 60
 SECONDS = 60
 SOUNDS = [
     ("FLAC", "sound.flac", ["-c:a", "flac"]),
@@ -19,14 +22,14 @@ SOUNDS = [
     ("MP2", "sound.mp2", ["-c:a", "mp2", "-b:a", "192k"]),
     ("PCM", "sound.wav", ["-c:a", "pcm_s16le"]),
 ]
-BLOCKS = [256, 1024, 2048, 4096, 8192, 16384]
-LENGTHS = [1, 2, 4, 8]
+BLOCKS = [256, 1024, 4096, 16384]
+LENGTHS = [1, 2, 4]
 COPIES = [1, 2, 4, 8, 16]
 
 
 def shorten():
     """Leaves little of everything, for a trial."""
-    for those, kept in ((FILMS, FILMS[1:2]), (SIZES, SIZES[:2]), (SOUNDS, SOUNDS[2:3]), (BLOCKS, BLOCKS[3:5]),
+    for those, kept in ((FILMS, FILMS[1:2]), (SIZES, SIZES[:2]), (SOUNDS, SOUNDS[2:3]), (BLOCKS, BLOCKS[2:4]),
                         (LENGTHS, LENGTHS[:2]), (COPIES, COPIES[:2])):
         those[:] = kept
 
@@ -55,8 +58,8 @@ class Films:
 
     def of_size(self, width, height):
         """A film of few large pictures or many small ones."""
-        pictures = max(24, min(300, 60_000_000 // (width * height)))
-        return self.film(f"size_{width}x{height}.mp4", ["-c:v", "libx264", "-preset", "veryfast", "-crf", "25"], width,
+        pictures = max(8, min(200, 50_000_000 // (width * height)))
+        return self.film(f"size_{width}x{height}_{pictures}.mp4", ["-c:v", "libx264", "-preset", "veryfast", "-crf", "25"], width,
                          height, pictures)
 
     def of_length(self, times):
@@ -69,6 +72,10 @@ class Films:
                           f"sine=f=440:r=44100:d={seconds},aformat=sample_fmts=s16:channel_layouts=stereo[s];"
                           f"anoisesrc=r=44100:a=0.1:c=pink:seed=7:d={seconds},aformat=channel_layouts=stereo[n];"
                           "[s][n]amix=inputs=2,aformat=sample_fmts=s16:channel_layouts=stereo", *codec, "-flags", "+bitexact")
+
+    def cut(self, file, pictures):
+        """The first pictures of a film."""
+        return self._make(f"first_{pictures}_{os.path.basename(file)}", "-i", file, "-frames:v", str(pictures), "-c", "copy")
 
     def small(self):
         """Small pictures that are all the same."""

@@ -4,9 +4,12 @@ import dataclasses
 import os
 import subprocess
 import tempfile
+import threading
 import time
 import zlib
 
+# A participant that takes longer for one round hangs.
+LONGEST_ROUND = 90.0
 # Times of a process that ended are known to this many in a second.
 TICKS = os.sysconf("SC_CLK_TCK")
 
@@ -72,6 +75,7 @@ class Served:
 
     def __init__(self, name, command):
         self.name = name
+        self.is_java = command[0] == "java"
         self.log = tempfile.TemporaryFile("w+")
         self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.log, text=True)
         # clock_getcpuclockid: the processor time of another process, also of its threads that have ended.
@@ -79,10 +83,15 @@ class Served:
         self._answer("ready")
 
     def _answer(self, kind):
-        while line := self.process.stdout.readline():
-            words = line.split()
-            if words[:2] == ["@", kind]:
-                return words[2:]
+        watch = threading.Timer(LONGEST_ROUND, self.process.kill)
+        watch.start()
+        try:
+            while line := self.process.stdout.readline():
+                words = line.split()
+                if words[:2] == ["@", kind]:
+                    return words[2:]
+        finally:
+            watch.cancel()
         self.process.wait()
         self.log.seek(0)
         lines = [line for line in self.log.read().splitlines() if line.strip()]
@@ -127,6 +136,8 @@ class Served:
 
 class Program:
     """The program ffmpeg, which is started for each round."""
+
+    is_java = False
 
     def __init__(self, name, place, task):
         self.name = name

@@ -88,7 +88,7 @@ def bars(comparisons, clock="wall"):
         axes.set_yticks(range(len(comparisons)), list(comparisons))
         axes.invert_yaxis()
         axes.set_xscale("log")
-        largest = max(row[clock]["ratio"] for rows in comparisons.values() for row in rows if row.get(clock))
+        largest = max((row[clock]["ratio"] for rows in comparisons.values() for row in rows if row.get(clock)), default=1)
         axes.set_xticks([0.5, 0.7, 1, 1.5, 2, 3, 5, 10, 20, 50], ["0.5", "0.7", "1", "1.5", "2", "3", "5", "10", "20", "50"])
         axes.xaxis.set_minor_locator(NullLocator())
         axes.set_xlim(0.5, max(2.0, largest * 1.2))

@@ -13,7 +13,7 @@ import java.util.concurrent.atomic.AtomicBoolean;
  */
 public final class Neighbour {
 
-    private static final int BATCHES = 200_000;
+    private static final int BATCHES = 60_000;
     private static final int OBJECTS = 64;
     private static final int OBJECT_BYTES = 1024;
     /** What is reachable, so that a collection has something to do. */
