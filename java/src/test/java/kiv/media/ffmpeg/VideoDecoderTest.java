@@ -13,8 +13,14 @@ import java.lang.management.ManagementFactory;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.Collections;
+import java.util.Iterator;
 import java.util.List;
 import java.util.Random;
+import java.util.concurrent.atomic.AtomicInteger;
+import java.util.concurrent.locks.LockSupport;
+import java.util.stream.IntStream;
+import java.util.stream.Stream;
 import kiv.media.ffmpeg.TestMedia.Clip;
 import kiv.media.ffmpeg.exactness.Reference;
 import org.junit.jupiter.api.RepeatedTest;
@@ -92,6 +98,49 @@ class VideoDecoderTest {
     private static int sample(Picture picture, int plane, int x, int y) {
         Plane of = picture.plane(plane);
         return of.bytes().get(y * of.lineSize() + x) & 0xFF;
+    }
+
+    @Test
+    void conversionsBesideDecodingKeepTheOrderAndCloseEachPicture() throws IOException {
+        Clip clip = TestMedia.clip("h264_baseline_320x240.mp4");
+        List<Picture> seen = Collections.synchronizedList(new ArrayList<>());
+        try (MediaReader reader = MediaReader.open(clip.file()); VideoDecoder decoder = VideoDecoder.open(reader);
+                Stream<String> converted = decoder.pictures(reader, picture -> {
+                    seen.add(picture);
+                    LockSupport.parkNanos(picture.timestamp() % 3 * 1_000_000); // later ones are ready before
+                    return Reference.md5(picture.toBytes());
+                })) {
+            assertThat(converted).isEqualTo(Reference.decode(clip.file()).pictures().stream().map(Reference.Picture::md5).toList());
+        }
+        assertThat(seen).hasSize(30).allSatisfy(picture -> refused(MediaStateException.class, "", picture::toBytes));
+    }
+
+    /** What a conversion throws comes in its place. After the close no conversion runs or begins. */
+    @Test
+    void aStreamOfConversionsEndsAtOnce() throws IOException {
+        AtomicInteger begun = new AtomicInteger();
+        AtomicInteger ended = new AtomicInteger();
+        try (MediaReader reader = MediaReader.open(TestMedia.film()); VideoDecoder decoder = VideoDecoder.open(reader)) {
+            try (Stream<Integer> converted = decoder.pictures(reader, picture -> {
+                begun.incrementAndGet();
+                int number = (int) (picture.timestamp() / 512);
+                LockSupport.parkNanos(1_000_000);
+                ended.incrementAndGet();
+                if (number == 5) {
+                    throw new IllegalArgumentException("the sixth");
+                }
+                return number == 6 ? null : number;
+            })) {
+                Iterator<Integer> numbers = converted.iterator();
+                IntStream.range(0, 5).forEach(i -> assertThat(numbers.next()).isEqualTo(i));
+                refused(IllegalArgumentException.class, "the sixth", numbers::next);
+                refused(NullPointerException.class, "the conversion returned null", numbers::next);
+            }
+            int beforeClose = begun.get();
+            assertThat(ended).hasValue(beforeClose).hasValueLessThan(40);
+            assertThat(decoder.pictures(reader).peek(Picture::close).count()).isPositive();
+            assertThat(begun).hasValue(beforeClose);
+        }
     }
 
     @Test

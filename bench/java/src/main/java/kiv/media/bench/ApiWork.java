@@ -4,6 +4,7 @@ import java.awt.image.BufferedImage;
 import java.util.ArrayList;
 import java.util.Iterator;
 import java.util.List;
+import java.util.stream.Stream;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioDecoder;
 import kiv.media.ffmpeg.MediaReader;
@@ -21,7 +22,8 @@ final class ApiWork {
 
     static Work of(Task task) throws Exception {
         return switch (task.kind()) {
-            case FILM, IMAGES -> sink -> film(task, sink);
+            case FILM -> sink -> film(task, sink);
+            case IMAGES -> task.threads() == 1 ? sink -> film(task, sink) : sink -> images(task, sink);
             case SOUND -> sink -> sound(task, sink);
             case PACKETS -> packets(task);
         };
@@ -44,10 +46,29 @@ final class ApiWork {
         return count;
     }
 
+    /** Converts on other threads while this one decodes. */
+    private static long images(Task task, Sink sink) throws Exception {
+        long count = 0;
+        try (MediaReader reader = MediaReader.open(task.file());
+                VideoDecoder decoder = decoder(reader.firstVideo().orElseThrow(), task.threads());
+                Stream<BufferedImage> converted = decoder.pictures(reader, picture -> image(task, picture))) {
+            for (Iterator<BufferedImage> images = converted.iterator(); images.hasNext(); count++) {
+                BufferedImage image = images.next();
+                if (sink != null) {
+                    sink.image(image);
+                }
+            }
+        }
+        return count;
+    }
+
+    private static BufferedImage image(Task task, Picture picture) {
+        return task.isScaled() ? picture.toBufferedImage(task.width(), task.height()) : picture.toBufferedImage();
+    }
+
     private static void take(Task task, Picture picture, Sink sink) {
         if (task.kind() == Task.Kind.IMAGES) {
-            BufferedImage image = task.isScaled() ? picture.toBufferedImage(task.width(), task.height())
-                    : picture.toBufferedImage();
+            BufferedImage image = image(task, picture);
             if (sink != null) {
                 sink.image(image);
             }
