@@ -368,22 +368,42 @@ public final class Picture implements AutoCloseable {
      * @throws MediaStateException when the picture is closed
      */
     public BufferedImage toBufferedImage(int wantedWidth, int wantedHeight) {
-        return image(wantedWidth, wantedHeight, Presentation.UPRIGHT);
+        return image(null, wantedWidth, wantedHeight, Presentation.UPRIGHT);
     }
 
     /**
+     * Converts the picture into an image that is not needed any more. The virtual machine clears the memory of a new image,
+     * which takes about as long as the conversion.
+     *
+     * @param again an image whose pixels are overwritten; null when there is none
+     * @return that image, or a new one when it is null or not as {@link #toBufferedImage()} makes them for this picture
+     * @throws MediaStateException when the picture is closed
+     */
+    public BufferedImage toBufferedImage(BufferedImage again) {
+        return image(again, width, height, Presentation.UPRIGHT);
+    }
+
+    /**
+     * @param again an image to use again, or null
      * @param wantedWidth after the turning
      * @param wantedHeight after the turning
      */
-    private BufferedImage image(int wantedWidth, int wantedHeight, Presentation turn) {
+    private BufferedImage image(BufferedImage again, int wantedWidth, int wantedHeight, Presentation turn) {
         checkSize(wantedWidth, wantedHeight);
         int type = format.hasAlpha() ? BufferedImage.TYPE_INT_ARGB : BufferedImage.TYPE_INT_RGB;
-        BufferedImage image = allocated(() -> new BufferedImage(wantedWidth, wantedHeight, type), wantedWidth,
-                wantedHeight);
+        BufferedImage image = again != null && isAs(again, type, wantedWidth, wantedHeight) ? again
+                : allocated(() -> new BufferedImage(wantedWidth, wantedHeight, type), wantedWidth, wantedHeight);
         boolean swapped = turn.swapsSides();
         readArgb(swapped ? wantedHeight : wantedWidth, swapped ? wantedWidth : wantedHeight,
                 ((DataBufferInt) image.getRaster().getDataBuffer()).getData(), turn);
         return image;
+    }
+
+    /** Returns whether an image has these properties and is no part of another one. */
+    private static boolean isAs(BufferedImage image, int type, int wantedWidth, int wantedHeight) {
+        return image.getType() == type && image.getWidth() == wantedWidth && image.getHeight() == wantedHeight
+                && image.getRaster().getDataBuffer() instanceof DataBufferInt pixels && pixels.getNumBanks() == 1
+                && pixels.getData().length == wantedWidth * wantedHeight;
     }
 
     /**
@@ -395,6 +415,18 @@ public final class Picture implements AutoCloseable {
      */
     public BufferedImage toShownImage() {
         return toShownImage(shownWidth(), shownHeight());
+    }
+
+    /**
+     * Converts the picture into an image that is not needed any more, as players show it. Otherwise as
+     * {@link #toBufferedImage(BufferedImage)}.
+     *
+     * @param again an image whose pixels are overwritten; null when there is none
+     * @return that image, or a new one when it is null or not as {@link #toShownImage()} makes them for this picture
+     * @throws MediaStateException when the picture is closed
+     */
+    public BufferedImage toShownImage(BufferedImage again) {
+        return image(again, shownWidth(), shownHeight(), details.presentation);
     }
 
     /**
@@ -422,7 +454,7 @@ public final class Picture implements AutoCloseable {
      * @throws MediaStateException when the picture is closed
      */
     public BufferedImage toShownImage(int wantedWidth, int wantedHeight) {
-        return image(wantedWidth, wantedHeight, details.presentation);
+        return image(null, wantedWidth, wantedHeight, details.presentation);
     }
 
     /**

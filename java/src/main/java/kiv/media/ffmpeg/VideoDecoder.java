@@ -279,10 +279,17 @@ public final class VideoDecoder implements AutoCloseable {
      * stream decodes on. It is the quickest way to an image of every picture:
      *
      * <pre>{@code
-     * try (Stream<BufferedImage> images = decoder.pictures(reader, Picture::toShownImage)) {
-     *     images.forEach(this::show);
+     * Queue<BufferedImage> spare = new ConcurrentLinkedQueue<>();
+     * try (Stream<BufferedImage> images = decoder.pictures(reader, picture -> picture.toShownImage(spare.poll()))) {
+     *     images.forEach(image -> {
+     *         show(image);
+     *         spare.add(image);
+     *     });
      * }
      * }</pre>
+     *
+     * <p>Without the queue of images that are used again each picture would become a new one, whose memory the virtual machine
+     * clears.
      *
      * <p>The results come in the order of the pictures. There are few of them at a time, about one for each processor: what is
      * ready waits until it is asked for. Pictures that were decoded ahead are lost when the stream ends early; otherwise it

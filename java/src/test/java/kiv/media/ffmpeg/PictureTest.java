@@ -102,6 +102,13 @@ class PictureTest {
                 Picture upright = picture.toUpright()) {
             assertThat(upright.toArgb()).containsExactly(turned);
             BufferedImage shown = picture.toShownImage();
+            assertThat(picture.toShownImage(shown)).isSameAs(shown);
+            BufferedImage larger = new BufferedImage(shown.getWidth(), shown.getHeight() + 1, shown.getType());
+            BufferedImage part = larger.getSubimage(0, 1, shown.getWidth(), shown.getHeight());
+            for (BufferedImage other : new BufferedImage[] {null, larger, part, new BufferedImage(shown.getWidth(), shown.getHeight(),
+                    BufferedImage.TYPE_INT_BGR)}) {
+                assertThat(picture.toShownImage(other)).isNotSameAs(other).returns(shown.getRGB(0, 0), image -> image.getRGB(0, 0));
+            }
             assertThat(shown.getRGB(0, 0, shown.getWidth(), shown.getHeight(), null, 0, shown.getWidth()))
                     .containsExactly(turned);
             assertThat(List.of(upright.width(), upright.height(), upright.rotation()))

@@ -4,6 +4,8 @@ import java.awt.image.BufferedImage;
 import java.util.ArrayList;
 import java.util.Iterator;
 import java.util.List;
+import java.util.Queue;
+import java.util.concurrent.ConcurrentLinkedQueue;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioDecoder;
@@ -49,26 +51,28 @@ final class ApiWork {
     /** Converts on other threads while this one decodes. */
     private static long images(Task task, Sink sink) throws Exception {
         long count = 0;
+        Queue<BufferedImage> spare = new ConcurrentLinkedQueue<>();
         try (MediaReader reader = MediaReader.open(task.file());
                 VideoDecoder decoder = decoder(reader.firstVideo().orElseThrow(), task.threads());
-                Stream<BufferedImage> converted = decoder.pictures(reader, picture -> image(task, picture))) {
+                Stream<BufferedImage> converted = decoder.pictures(reader, picture -> image(task, picture, spare.poll()))) {
             for (Iterator<BufferedImage> images = converted.iterator(); images.hasNext(); count++) {
                 BufferedImage image = images.next();
                 if (sink != null) {
                     sink.image(image);
                 }
+                spare.add(image);
             }
         }
         return count;
     }
 
-    private static BufferedImage image(Task task, Picture picture) {
-        return task.isScaled() ? picture.toBufferedImage(task.width(), task.height()) : picture.toBufferedImage();
+    private static BufferedImage image(Task task, Picture picture, BufferedImage again) {
+        return task.isScaled() ? picture.toBufferedImage(task.width(), task.height()) : picture.toBufferedImage(again);
     }
 
     private static void take(Task task, Picture picture, Sink sink) {
         if (task.kind() == Task.Kind.IMAGES) {
-            BufferedImage image = image(task, picture);
+            BufferedImage image = image(task, picture, null);
             if (sink != null) {
                 sink.image(image);
             }
