@@ -8,6 +8,7 @@
 #include "kivjniffmpeg/containers/packet_fields.h"
 #include "kivjniffmpeg/entries/native_call.h"
 #include "kivjniffmpeg/ffmpeg/logged_errors.h"
+#include "trace/exception_aside.h"
 #include "trace/trace.h"
 
 #include <kiv_media_ffmpeg_natives_c_mediareader_ffmpeg.h>
@@ -16,12 +17,15 @@
 #include <natives/PacketFlags.h>
 #include <natives/SeekFlags.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <span>
 #include <utility>
+#include <vector>
 
 using kiv::jni::c_jnienv;
+using kiv::jni::c_pending_exception_aside;
 using kiv::jni::to_java;
 namespace PacketFields = natives::PacketFields;
 
@@ -61,6 +65,40 @@ jlong open(c_ffmpeg *adsp_ffmpeg, const c_jnienv &dsp_env, jobject avop_source, 
     auto dsl_source = std::make_unique<c_java_source>(dsp_env, avop_source, iep_access == ie_access::ie_anywhere);
     return to_handle(
         std::make_unique<c_mediareader>(adsp_ffmpeg, std::move(dsl_source), iep_access, ailp_limits).release());
+}
+
+using packet_description = std::array<int64_t, PacketFields::SIZE_WITH_LENGTH>;
+
+/**
+ * Reads the next packet of a stream, and passes over those of others.
+ *
+ * @param ailp_fields receives what describes it
+ * @return false at the end
+ */
+bool read_of_stream(c_mediareader &dsp_reader, jint imp_stream, c_avpacket &dsp_packet, packet_description &ailp_fields)
+{
+    const int64_t ill_errors = logged_errors::of_this_thread();
+    do {
+        dsp_packet.free_payload();
+        if (!dsp_reader.read(dsp_packet))
+            return false;
+    } while (dsp_packet.packet()->stream_index != imp_stream);
+    ailp_fields = packet_fields(*dsp_packet.packet());
+    ailp_fields[PacketFields::ERRORS] = logged_errors::of_this_thread() - ill_errors;
+    return true;
+}
+
+std::span<const uint8_t> bytes_of(const c_avpacket &dsp_packet) noexcept
+{
+    return {dsp_packet.data(), static_cast<size_t>(dsp_packet.size())};
+}
+
+/** Copies bytes to a place of an array, unless there are none. */
+void copy_to(const c_jnienv &dsp_env, std::span<const uint8_t> utp_bytes, jbyteArray avop_to, jsize imp_place)
+{
+    if (!utp_bytes.empty())
+        dsp_env.set_array_region(avop_to, imp_place, static_cast<jsize>(utp_bytes.size()),
+                                 reinterpret_cast<const jbyte *>(utp_bytes.data()));
 }
 
 } // namespace
@@ -154,7 +192,7 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
         if (!dsl_reader.read(dsl_packet))
             return nullptr;
         dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE, packet_fields(*dsl_packet.packet()).data());
-        return to_java(dsp_env, std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));
+        return to_java(dsp_env, bytes_of(dsl_packet));
     });
 }
 
@@ -166,23 +204,58 @@ JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpe
         c_mediareader &dsl_reader = *reader_of(ilp_reader);
         if (avop_packet == nullptr || dsp_env.get_array_length(avop_packet) < PacketFields::SIZE_WITH_LENGTH)
             throw_ffmpeg_exception(2707, "packet array is null or shorter than ", PacketFields::SIZE_WITH_LENGTH);
-        const int64_t ill_errors = logged_errors::of_this_thread();
+        packet_description aill_fields{};
         c_avpacket dsl_packet;
-        do {
-            dsl_packet.free_payload();
-            if (!dsl_reader.read(dsl_packet))
-                return nullptr;
-        } while (dsl_packet.packet()->stream_index != imp_stream);
-        auto aill_fields = packet_fields(*dsl_packet.packet());
-        aill_fields[PacketFields::ERRORS] = logged_errors::of_this_thread() - ill_errors;
+        if (!read_of_stream(dsl_reader, imp_stream, dsl_packet, aill_fields))
+            return nullptr;
         dsp_env.set_array_region(avop_packet, 0, PacketFields::SIZE_WITH_LENGTH, aill_fields.data());
         if (avop_buffer == nullptr || dsp_env.get_array_length(avop_buffer) < dsl_packet.size())
-            return to_java(dsp_env,
-                           std::span<const uint8_t>(dsl_packet.data(), static_cast<size_t>(dsl_packet.size())));
-        if (dsl_packet.size() > 0)
-            dsp_env.set_array_region(avop_buffer, 0, dsl_packet.size(),
-                                     reinterpret_cast<const jbyte *>(dsl_packet.data()));
+            return to_java(dsp_env, bytes_of(dsl_packet));
+        copy_to(dsp_env, bytes_of(dsl_packet), avop_buffer, 0);
         return avop_buffer;
+    });
+}
+
+JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1mediareader_1ffmpeg_n_1reader_1read_1several(
+    JNIEnv *adsp_env, jclass, jlong ilp_reader, jint imp_stream, jbyteArray avop_buffer, jlongArray avop_packets)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jbyteArray {
+        c_mediareader &dsl_reader = *reader_of(ilp_reader);
+        const jsize iml_elements = avop_packets == nullptr ? 0 : dsp_env.get_array_length(avop_packets);
+        if (avop_buffer == nullptr || iml_elements < PacketFields::SIZE_WITH_LENGTH)
+            throw_ffmpeg_exception(2709, "buffer is null, or packet array is null or shorter than ",
+                                   PacketFields::SIZE_WITH_LENGTH);
+        const jsize iml_room = dsp_env.get_array_length(avop_buffer);
+        constexpr size_t ul_fields = PacketFields::SIZE_WITH_LENGTH;
+        std::vector<int64_t> aill_all(static_cast<size_t>(iml_elements) / ul_fields * ul_fields, PacketFields::NONE);
+        const auto deliver_fields = [&] {
+            dsp_env.set_array_region(avop_packets, 0, static_cast<jsize>(aill_all.size()), aill_all.data());
+        };
+        packet_description aill_fields{};
+        c_avpacket dsl_packet;
+        jsize iml_used = 0;
+        jbyteArray avol_last = nullptr;
+        try {
+            for (auto ail_next = std::span(aill_all); !ail_next.empty() && avol_last == nullptr;
+                 ail_next = ail_next.subspan(ul_fields)) {
+                if (!read_of_stream(dsl_reader, imp_stream, dsl_packet, aill_fields))
+                    break;
+                if (dsl_packet.size() > iml_room - iml_used)
+                    avol_last = to_java(dsp_env, bytes_of(dsl_packet));
+                else
+                    copy_to(dsp_env, bytes_of(dsl_packet), avop_buffer,
+                            std::exchange(iml_used, iml_used + dsl_packet.size()));
+                std::ranges::copy(aill_fields, ail_next.begin());
+            }
+        } catch (...) {
+            // What was read before the failure is Java's all the same.
+            const c_pending_exception_aside dsl_aside(adsp_env);
+            deliver_fields();
+            throw;
+        }
+        deliver_fields();
+        return avol_last;
     });
 }
 

@@ -9,7 +9,6 @@ import java.util.zip.CRC32C;
 import kiv.media.ffmpeg.index.FilmMap;
 import kiv.media.ffmpeg.index.PacketExaminer;
 import kiv.media.ffmpeg.index.PacketIndex;
-import kiv.media.ffmpeg.natives.PacketFields;
 
 /**
  * Gives the pictures that decoding a whole film gives, and decodes as little of it as it can. It begins where the heads of
@@ -29,9 +28,7 @@ final class FilmDecoder implements FilmPictures {
     private FilmMap map;
     private FilmClock clock;
 
-    /** Of the packet that is read. */
-    private byte[] buffer = {};
-    private final long[] fields = new long[PacketFields.SIZE_WITH_LENGTH];
+    private final PacketsAhead packets;
 
     /** Null before it is needed. */
     private FilmRun run;
@@ -62,6 +59,7 @@ final class FilmDecoder implements FilmPictures {
         this.stream = stream;
         this.opening = opening;
         this.examiner = stream.examiner();
+        this.packets = new PacketsAhead(reader, stream);
         adopt(new FilmMap(new PacketIndex(), examiner));
     }
 
@@ -91,7 +89,7 @@ final class FilmDecoder implements FilmPictures {
         }
         byte[] bytes;
         try {
-            bytes = reader.readStream(stream.index(), buffer, fields);
+            bytes = packets.next();
         } catch (MediaFormatException e) {
             if (map.index().size() == 0) {
                 throw e;
@@ -101,10 +99,7 @@ final class FilmDecoder implements FilmPictures {
         if (bytes == null) {
             map.end();
         } else {
-            map.add(bytes, (int) fields[PacketFields.LENGTH], fields);
-            if (bytes != buffer) {
-                buffer = new byte[bytes.length + (bytes.length >> 1)];
-            }
+            map.add(bytes, packets.length(), packets.fields());
         }
         return bytes != null;
     }

@@ -374,6 +374,19 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /**
+     * Reads the next packets of one stream, and skips others. Not to be mixed with {@link #seek}. When it throws, the arrays
+     * hold the packets before the failure.
+     *
+     * @param buffer receives the bytes of all
+     * @param fields receives what describes each packet, laid out as {@link PacketFields} with the length
+     * @return the bytes of the last packet when they do not fit into the buffer, otherwise null
+     */
+    byte[] readSeveral(int stream, byte[] buffer, long[] fields) throws IOException {
+        return handle.call(address -> check(
+                () -> c_mediareader_ffmpeg.n_reader_read_several(address, stream, buffer, fields)));
+    }
+
+    /**
      * Reads the next packet of one stream as {@link #read()} does, and skips others. Not to be mixed with {@link #seek}.
      *
      * @param fields receives what describes the packet, laid out as {@link PacketFields} with the length

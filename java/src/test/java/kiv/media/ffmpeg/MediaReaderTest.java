@@ -32,6 +32,7 @@ import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.EnumSource;
 import org.junit.jupiter.params.provider.MethodSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 class MediaReaderTest {
 
@@ -226,11 +227,49 @@ class MediaReaderTest {
                     () -> c_mediareader_ffmpeg.n_reader_read(reader, new long[PacketFields.SIZE - 1]));
             refused(RuntimeException.class, "shorter than " + PacketFields.SIZE_WITH_LENGTH + " in line 2707",
                     () -> c_mediareader_ffmpeg.n_reader_read_stream(reader, 0, null, new long[PacketFields.SIZE]));
+            refused(RuntimeException.class, "shorter than " + PacketFields.SIZE_WITH_LENGTH + " in line 2709",
+                    () -> c_mediareader_ffmpeg.n_reader_read_several(reader, 0, new byte[1], new long[PacketFields.SIZE]));
             refused(RuntimeException.class, "2611", () -> c_mediareader_ffmpeg.n_reader_seek(reader, 1, 0, 0));
             refused(RuntimeException.class, "2613", () -> c_mediareader_ffmpeg.n_reader_seek(reader, 0, 0, 8));
         } finally {
             c_mediareader_ffmpeg.n_reader_delete(reader);
         }
+    }
+
+    /** Packets and failures of a channel come in the same order, whether packets are read one by one or ahead. */
+    @ParameterizedTest
+    @ValueSource(strings = {"h264_b_320x240.mp4", "dv_pal.avi", "mpeg2_b_323x243.mpg"})
+    void packetsReadAheadAreTheSame(String name) throws IOException {
+        byte[] bytes = Files.readAllBytes(TestMedia.stream(name));
+        for (int failing = 1; failing <= 256; failing *= 2) {
+            assertThat(packetsAndFailures(bytes, failing, true)).hasSizeGreaterThan(5)
+                    .isEqualTo(packetsAndFailures(bytes, failing, false));
+        }
+    }
+
+    private static List<String> packetsAndFailures(byte[] bytes, int failing, boolean isAhead) throws IOException {
+        HostileChannel channel = new HostileChannel(bytes);
+        List<String> all = new ArrayList<>();
+        try (MediaReader reader = MediaReader.open(channel)) {
+            int[] reads = {0};
+            channel.hook = () -> {
+                if (++reads[0] % failing == 0 && reads[0] < 5 * failing) {
+                    throw new IOException("fails");
+                }
+            };
+            PacketsAhead packets = new PacketsAhead(reader, reader.firstVideoOrThrow());
+            long[] fields = isAhead ? packets.fields() : new long[PacketFields.SIZE_WITH_LENGTH];
+            for (byte[] packet = {}; packet != null && all.size() < 500;) {
+                try {
+                    packet = isAhead ? packets.next() : reader.readStream(reader.firstVideoOrThrow().index(), null, fields);
+                    all.add(packet == null ? "end" : Arrays.toString(fields)
+                            + ByteBuffer.wrap(packet, 0, (int) fields[PacketFields.LENGTH]).hashCode());
+                } catch (IOException | MediaFormatException e) {
+                    all.add(e.getMessage());
+                }
+            }
+        }
+        return all;
     }
 
     @Test

@@ -1,9 +1,16 @@
 package kiv.media.ffmpeg.index;
 
+import java.lang.invoke.MethodHandles;
+import java.lang.invoke.VarHandle;
+import java.nio.ByteOrder;
+
 /** Reads bits, the highest of a byte first. Behind the end all bits are 0. */
 final class BitReader {
 
     private static final int LONGEST_CODE = 32;
+    private static final VarHandle LONGS = MethodHandles.byteArrayViewVarHandle(long[].class, ByteOrder.BIG_ENDIAN);
+    /** So many bits follow in the long that begins with the byte of the next one. */
+    private static final int SURE_BITS = Long.SIZE - Byte.SIZE + 1;
 
     private byte[] bytes;
     private int end;
@@ -23,9 +30,13 @@ final class BitReader {
         if (plain.length < last - from) {
             plain = new byte[most];
         }
-        int size = 0;
+        int first = PacketExaminer.nextOf(bytes, (byte) 0, from, last);
+        int size = first - from;
+        if (size > 0) {
+            System.arraycopy(bytes, from, plain, 0, size);
+        }
         int zeroes = 0;
-        for (int at = from; at < last; at++) {
+        for (int at = first; at < last; at++) {
             if (zeroes >= 2 && bytes[at] == 3) {
                 zeroes = 0;
                 continue;
@@ -50,7 +61,22 @@ final class BitReader {
         return bit() != 0;
     }
 
+    /** Whether the next bits lie in one long of which all bytes may be read. */
+    private boolean hasLong() {
+        return (bit >> 3) + Long.BYTES <= end;
+    }
+
+    /** The next bits, the first one highest; the last seven may be missing. */
+    private long nextBits() {
+        return (long) LONGS.get(bytes, (int) (bit >> 3)) << (bit & 7);
+    }
+
     int bits(int count) {
+        if (count > 0 && count <= Integer.SIZE && hasLong()) {
+            int next = (int) (nextBits() >>> Long.SIZE - count);
+            bit += count;
+            return next;
+        }
         int value = 0;
         for (int i = 0; i < count; i++) {
             value = value << 1 | bit();
@@ -75,6 +101,14 @@ final class BitReader {
 
     /** A number of Exp-Golomb's code; -1 when it is impossible. */
     int unsigned() {
+        if (hasLong()) {
+            long next = nextBits();
+            int size = 2 * Long.numberOfLeadingZeros(next) + 1;
+            if (size <= SURE_BITS) {
+                bit += size;
+                return (int) (next >>> Long.SIZE - size) - 1;
+            }
+        }
         int zeroes = 0;
         while (bit() == 0) {
             if (++zeroes == LONGEST_CODE || isBeyondEnd()) {

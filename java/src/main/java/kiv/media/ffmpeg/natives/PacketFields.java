@@ -41,6 +41,9 @@ public final class PacketFields {
     /** How many errors FFmpeg logged while it read the packet; not in an array of {@link #SIZE} elements. */
     @Native public static final int ERRORS = 9;
 
+    /** In the place of {@link #STREAM}: there is no packet. */
+    @Native public static final int NONE = -1;
+
     private PacketFields() {
     }
 }

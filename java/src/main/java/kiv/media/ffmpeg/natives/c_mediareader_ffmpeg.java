@@ -136,6 +136,21 @@ public final class c_mediareader_ffmpeg {
             throws IOException;
 
     /**
+     * Reads the next packets of one stream at once, until one of the arrays is full. Packets of other streams are skipped.
+     * When reading fails, the arrays hold the packets before the failure.
+     *
+     * @param reader a reader's handle
+     * @param stream the stream
+     * @param buffer receives the packets' bytes, one packet behind the other
+     * @param packets receives {@link PacketFields#SIZE_WITH_LENGTH} elements for each packet, laid out as
+     *     {@link PacketFields}; where there are no more packets, {@link PacketFields#STREAM} is {@link PacketFields#NONE}
+     * @return a new array of the last packet's bytes when they do not fit into the buffer, otherwise null
+     * @throws IOException when the source throws it
+     */
+    public static native byte[] n_reader_read_several(long reader, int stream, byte[] buffer, long[] packets)
+            throws IOException;
+
+    /**
      * Moves to a position in the container.
      *
      * @param reader a reader's handle
