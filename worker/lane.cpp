@@ -114,10 +114,14 @@ c_lane::dsd_order c_lane::wait_for_order()
     }
 }
 
+size_t c_lane::room() const noexcept
+{
+    return static_cast<size_t>(std::max(read<int32_t>(WorkerLane::AREA_SIZE), 0));
+}
+
 void c_lane::finish(c_message_writer dsp_results)
 {
-    const auto ull_room = static_cast<size_t>(std::max(read<int32_t>(WorkerLane::AREA_SIZE), 0));
-    if (dsp_results.bytes().size() <= ull_room) {
+    if (dsp_results.bytes().size() <= room()) {
         give_turn(WorkerAnswer::DONE, dsp_results.bytes());
         return;
     }
@@ -132,6 +136,11 @@ void c_lane::fail(int32_t imp_failure, const char *strp_text)
     c_message_writer dsl_values;
     dsl_values.put(imp_failure);
     dsl_values.put_text(strp_text);
+    if (dsl_values.bytes().size() > room()) {
+        dsl_values.clear();
+        dsl_values.put(imp_failure);
+        dsl_values.put_none();
+    }
     give_turn(WorkerAnswer::FAILED, dsl_values.bytes());
 }
 

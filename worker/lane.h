@@ -62,6 +62,7 @@ private:
     template <class T> T read(int32_t imp_field) const noexcept;
     template <class T> void write(int32_t imp_field, T dsp_value) const noexcept;
     uint32_t &turn() const noexcept;
+    size_t room() const noexcept;
 
     const c_shared_memory &dsc_memory;
     std::span<uint8_t> utc_lane;

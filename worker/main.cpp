@@ -3,6 +3,7 @@
 #include "kivjniffmpeg/workers/nursery_messages.h"
 #include "trace/trace.h"
 #include "worker/nursery.h"
+#include "worker/worker.h"
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -19,7 +20,8 @@ int main(int inp_count, char **astrp_arguments)
     try {
         trace_silence();
         syscall(SYS_close_range, nursery_messages::in_socket + 1, ~0U, 0); // what a virtual machine left open
-        run_nursery(nursery_messages::in_socket, astrp_arguments[1]);
+        load_ffmpeg(astrp_arguments[1]);
+        run_nursery(nursery_messages::in_socket, run_worker);
         return 0;
     } catch (const std::exception &dsl_exception) {
         std::fprintf(stderr, "kivjniffmpeg-worker: %s\n", dsl_exception.what());

@@ -5,7 +5,6 @@
 #include "kivjniffmpeg/ffmpeg/logged_errors.h"
 #include "kivjniffmpeg/workers/descriptors.h"
 #include "kivjniffmpeg/workers/nursery_messages.h"
-#include "worker/worker.h"
 
 #include <dlfcn.h>
 #include <poll.h>
@@ -36,44 +35,30 @@ struct dsd_worker
     c_descriptor dsc_process;
 };
 
-void load_ffmpeg(const char *strp_ffmpeg)
-{
-    // The libraries have no run path: what the others need is opened first.
-    for (const char *strl_file : {"/libavutil.so.54", "/libswresample.so.1"})
-        if (dlopen((std::string(strp_ffmpeg) + strl_file).c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
-            throw std::runtime_error(dlerror());
-    c_ffmpeg::static_init();
-    {
-        const c_mutex_lock dsl_lock(c_ffmpeg::library_mutex());
-        ffmpeg_loader::load(strp_ffmpeg);
-    }
-    logged_errors::begin_to_count();
-    g_avutil.av_log_set_level(AV_LOG_QUIET);
-    g_avcodec.avcodec_register_all();
-    g_avformat.av_register_all();
-}
-
 void send(int inp_socket, const dsd_report &dsp_report, std::span<const int> ainp_descriptors = {})
 {
     descriptors::send(inp_socket, std::as_bytes(std::span(&dsp_report, 1)), ainp_descriptors);
 }
 
 /** Forks. In the child this does not return. */
-pid_t fork_worker(const dsd_start &dsp_start, const std::array<c_descriptor, descriptors::ul_most> &adsp_descriptors)
+pid_t fork_worker(worker_life dsp_life, const dsd_start &dsp_start,
+                  const std::array<c_descriptor, descriptors::ul_most> &adsp_descriptors)
 {
     const pid_t inl_nursery = getpid();
     const pid_t inl_process = fork();
-    if (inl_process == 0)
-        run_worker(adsp_descriptors[0].get(), adsp_descriptors[1].get(), inl_nursery,
-                   {dsp_start.ulc_memory, dsp_start.umc_processor_seconds});
+    if (inl_process == 0) {
+        dsp_life(adsp_descriptors[0].get(), adsp_descriptors[1].get(), inl_nursery,
+                 {dsp_start.ulc_memory, dsp_start.umc_processor_seconds});
+        _exit(1); // a life ends the process itself
+    }
     return inl_process;
 }
 
-void start_worker(int inp_socket, const dsd_start &dsp_start,
+void start_worker(int inp_socket, worker_life dsp_life, const dsd_start &dsp_start,
                   const std::array<c_descriptor, descriptors::ul_most> &adsp_descriptors,
                   std::vector<dsd_worker> &dsp_workers)
 {
-    const pid_t inl_process = fork_worker(dsp_start, adsp_descriptors);
+    const pid_t inl_process = fork_worker(dsp_life, dsp_start, adsp_descriptors);
     c_descriptor dsl_process(inl_process < 0 ? -1 : static_cast<int>(syscall(SYS_pidfd_open, inl_process, 0)));
     if (!dsl_process) {
         const int inl_error = errno;
@@ -111,7 +96,7 @@ void kill_all(std::vector<dsd_worker> &dsp_workers) noexcept
 }
 
 /** Serves until the other end is gone. */
-void serve_caller(int inp_socket, std::vector<dsd_worker> &dsp_workers)
+void serve_caller(int inp_socket, worker_life dsp_life, std::vector<dsd_worker> &dsp_workers)
 {
     for (;;) {
         std::vector<pollfd> dsl_polled{{inp_socket, POLLIN, 0}};
@@ -127,7 +112,7 @@ void serve_caller(int inp_socket, std::vector<dsd_worker> &dsp_workers)
         if (dsl_received.ulc_length == 0)
             return;
         if (dsl_received.ulc_length == sizeof dsl_start && dsl_received.adsc_descriptors[1])
-            start_worker(inp_socket, dsl_start, dsl_received.adsc_descriptors, dsp_workers);
+            start_worker(inp_socket, dsp_life, dsl_start, dsl_received.adsc_descriptors, dsp_workers);
         else
             send(inp_socket, {ie_kind::ie_failed, EINVAL, 0, 0});
     }
@@ -135,13 +120,29 @@ void serve_caller(int inp_socket, std::vector<dsd_worker> &dsp_workers)
 
 } // namespace
 
-void run_nursery(int inp_socket, const char *strp_ffmpeg)
+void load_ffmpeg(const char *strp_ffmpeg)
 {
-    load_ffmpeg(strp_ffmpeg);
+    // The libraries have no run path: what the others need is opened first.
+    for (const char *strl_file : {"/libavutil.so.54", "/libswresample.so.1"})
+        if (dlopen((std::string(strp_ffmpeg) + strl_file).c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
+            throw std::runtime_error(dlerror());
+    c_ffmpeg::static_init();
+    {
+        const c_mutex_lock dsl_lock(c_ffmpeg::library_mutex());
+        ffmpeg_loader::load(strp_ffmpeg);
+    }
+    logged_errors::begin_to_count();
+    g_avutil.av_log_set_level(AV_LOG_QUIET);
+    g_avcodec.avcodec_register_all();
+    g_avformat.av_register_all();
+}
+
+void run_nursery(int inp_socket, worker_life dsp_life)
+{
     send(inp_socket, {ie_kind::ie_started, getpid(), 0, 0});
     std::vector<dsd_worker> dsl_workers;
     try {
-        serve_caller(inp_socket, dsl_workers);
+        serve_caller(inp_socket, dsp_life, dsl_workers);
     } catch (const std::system_error &) {
         // The other end closed its socket while a report was on its way.
     }

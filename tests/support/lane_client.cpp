@@ -37,12 +37,25 @@ template <class T> T &c_lane_client::field(int32_t imp_field) const
 c_lane_client::c_lane_client(c_worker &dsp_worker, int32_t imp_lane, size_t ulp_area, std::span<const uint8_t> utp_film)
     : dsc_worker(dsp_worker), imc_lane(imp_lane), utc_film(utp_film)
 {
-    const size_t ull_place = WorkerLane::END + static_cast<size_t>(imp_lane) * ul_place;
+    set_up(ulp_area);
+    dsp_worker.open_lane(imp_lane);
+}
+
+void c_lane_client::set_up(size_t ulp_area) const
+{
+    const size_t ull_place = WorkerLane::END + static_cast<size_t>(imc_lane) * ul_place;
     field<int64_t>(WorkerLane::BLOCK) = static_cast<int64_t>(ull_place);
     field<int32_t>(WorkerLane::BLOCK_SIZE) = ul_block;
     field<int64_t>(WorkerLane::AREA) = static_cast<int64_t>(ull_place + ul_block);
     field<int32_t>(WorkerLane::AREA_SIZE) = static_cast<int32_t>(ulp_area);
-    dsp_worker.open_lane(imp_lane);
+}
+
+int32_t c_lane_client::kind_of_answer(int32_t imp_order)
+{
+    set_up(ul_block);
+    give(imp_order, {});
+    wait();
+    return field<int32_t>(WorkerLane::KIND);
 }
 
 void c_lane_client::end()
@@ -73,7 +86,7 @@ void c_lane_client::give(int32_t imp_kind, const c_message_writer &dsp_values)
     syscall(SYS_futex, &field<uint32_t>(WorkerLane::TURN), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }
 
-c_message_reader c_lane_client::take()
+void c_lane_client::wait()
 {
     const std::atomic_ref uml_turn(field<uint32_t>(WorkerLane::TURN));
     for (int inl_wait = 0; uml_turn.load() % 2 == 1; ++inl_wait) {
@@ -84,6 +97,11 @@ c_message_reader c_lane_client::take()
         const timespec dsl_time{0, 100'000'000};
         syscall(SYS_futex, &field<uint32_t>(WorkerLane::TURN), FUTEX_WAIT, uml_turn.load() | 1U, &dsl_time, nullptr, 0);
     }
+}
+
+c_message_reader c_lane_client::take()
+{
+    wait();
     const auto *autl_area =
         reinterpret_cast<const uint8_t *>(dsc_worker.memory().data() + field<int64_t>(WorkerLane::AREA));
     return c_message_reader(std::vector<uint8_t>(autl_area, autl_area + field<int32_t>(WorkerLane::LENGTH)));

@@ -47,6 +47,9 @@ public:
     /** Gives an order and gets its results. @throws c_order_failed, c_worker_gone */
     c_message_reader order(int32_t imp_order, const c_message_writer &dsp_values = {});
 
+    /** Gives an order in a lane that is set up anew, and does not look at its results. @throws c_worker_gone */
+    int32_t kind_of_answer(int32_t imp_order);
+
     /** The same with values: numbers, texts and lists of numbers. */
     template <class... VALUES> c_message_reader order_of(int32_t imp_order, const VALUES &...dsp_values)
     {
@@ -76,6 +79,8 @@ private:
     template <class T> T &field(int32_t imp_field) const;
     void give(int32_t imp_kind, const c_message_writer &dsp_values);
     c_message_reader take();
+    void wait();
+    void set_up(size_t ulp_area) const;
     void reply(int32_t imp_kind, c_message_reader dsp_question);
 
     c_worker &dsc_worker;

@@ -163,6 +163,7 @@ std::unique_ptr<c_worker> c_nursery::make(const nursery_messages::dsd_start &dsp
     const dsd_report dsl_report = receive(&dsl_process);
     if (dsl_report.iec_kind != ie_kind::ie_started || !dsl_process)
         fail(dsl_report.imc_process, "no process for a worker");
+    std::erase_if(dsc_ends, [&](const dsd_report &dsp_end) { return dsp_end.imc_process == dsl_report.imc_process; });
     dsl_worker->start(dsl_report.imc_process, std::move(dsl_process));
     return dsl_worker;
 }

@@ -316,6 +316,26 @@ TEST_F(worker, none_outlives_the_process_that_uses_it)
     EXPECT_TRUE(dsl_worker->has_ended());
 }
 
+TEST(lying_worker, answers_with_lies_and_the_truth_as_its_seed_says)
+{
+    c_nursery dsl_nursery(KIV_LYING_WORKER, ffmpeg_directory());
+    const auto answers_of = [&](uint64_t ulp_seed) {
+        const auto dsl_worker = dsl_nursery.make({ulp_seed, 0, 0}, size_t{1} << 30U);
+        dsl_worker->wait_until_ready();
+        c_lane_client dsl_lane(*dsl_worker, 0, ul_small_area, {});
+        std::vector<int32_t> aiml_kinds;
+        while (aiml_kinds.size() < 8)
+            aiml_kinds.push_back(dsl_lane.kind_of_answer(4711));
+        return aiml_kinds;
+    };
+    std::map<int32_t, int> dsl_kinds;
+    for (uint64_t ull_seed = 1; ull_seed <= 20; ++ull_seed)
+        for (const int32_t iml_kind : answers_of(ull_seed))
+            ++dsl_kinds[iml_kind];
+    EXPECT_GT(dsl_kinds[natives::WorkerAnswer::FAILED], 40); // the truth
+    EXPECT_GT(dsl_kinds.size(), 5U);
+}
+
 TEST(nursery, that_cannot_start_is_an_exception)
 {
     EXPECT_THROW(c_nursery("/nowhere/worker", ffmpeg_directory()), std::system_error);

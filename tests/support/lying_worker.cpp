@@ -1,0 +1,235 @@
+// lying_worker DIRECTORY: speaks as kivjniffmpeg-worker does, and its workers lie.
+//
+// A worker has a true one for each lane, at a lane im_distance behind, in the same memory: callers use the first lanes
+// only. It asks that one and passes its answers on, some as they are, some with a lie in one field, some with lies in the
+// values of the message, and some that are nonsense altogether. It goes on writing when it is the caller's turn, and takes
+// turns that are not its own. What it does follows from the bytes of memory that it may allocate, which are its seed.
+
+#include "kivjniffmpeg/context/library_context.h"
+#include "kivjniffmpeg/workers/descriptors.h"
+#include "kivjniffmpeg/workers/nursery_messages.h"
+#include "trace/trace.h"
+#include "worker/nursery.h"
+#include "worker/orders.h"
+#include "worker/shared_memory.h"
+
+#include <linux/futex.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <natives/WorkerAnswer.h>
+#include <natives/WorkerLane.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <random>
+#include <span>
+#include <string>
+#include <thread>
+
+namespace WorkerLane = natives::WorkerLane;
+
+namespace
+{
+
+constexpr int32_t im_distance = 32;
+constexpr int32_t im_smallest_part = 1024; // any failure has room in it
+constexpr int32_t im_last_kind = natives::WorkerAnswer::WRITE;
+
+class c_liar
+{
+public:
+    c_liar(const c_shared_memory &dsp_memory, int32_t imp_lane, uint64_t ulp_seed)
+        : dsc_memory(dsp_memory),
+          utc_lane(dsp_memory.lane(imp_lane)),
+          utc_true(dsp_memory.lane(imp_lane + im_distance)),
+          dsc_random(ulp_seed * WorkerLane::LANES + static_cast<uint64_t>(imp_lane))
+    {
+        for (const int32_t iml_field : aim_longs)
+            set(utc_true, iml_field, int64_t{WorkerLane::END});
+    }
+
+    [[noreturn]] void live()
+    {
+        for (;;) {
+            wait_for_turn();
+            const uint64_t ull_mood = dsc_random() % 8;
+            if (ull_mood != 0)
+                ask_true_worker();
+            if (ull_mood <= 1)
+                write_nonsense();
+            else if (ull_mood == 2)
+                lie_in_a_field();
+            else if (ull_mood == 3)
+                lie_in_message();
+            change_turn();
+            if (ull_mood == 4) // the caller may have looked already
+                lie_in_message();
+            else if (ull_mood == 5)
+                lie_in_a_field();
+        }
+    }
+
+private:
+    static constexpr std::array aim_integers{WorkerLane::KIND, WorkerLane::LENGTH, WorkerLane::AREA_SIZE,
+                                             WorkerLane::BLOCK_SIZE, WorkerLane::PROGRESS};
+    static constexpr std::array aim_longs{WorkerLane::AREA, WorkerLane::BLOCK};
+
+    template <class T> static T get(std::span<uint8_t> utp_lane, int32_t imp_field)
+    {
+        T dsl_value{};
+        std::memcpy(&dsl_value, utp_lane.data() + imp_field, sizeof dsl_value);
+        return dsl_value;
+    }
+    template <class T> static void set(std::span<uint8_t> utp_lane, int32_t imp_field, T dsp_value)
+    {
+        std::memcpy(utp_lane.data() + imp_field, &dsp_value, sizeof dsp_value);
+    }
+    static std::atomic_ref<uint32_t> turn(std::span<uint8_t> utp_lane)
+    {
+        return std::atomic_ref(*reinterpret_cast<uint32_t *>(utp_lane.data() + WorkerLane::TURN));
+    }
+    static void wake(std::span<uint8_t> utp_lane)
+    {
+        syscall(SYS_futex, utp_lane.data() + WorkerLane::TURN, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    }
+    static void wait_while(std::span<uint8_t> utp_lane, uint32_t ump_turn)
+    {
+        const timespec dsl_time{0, 10'000'000};
+        syscall(SYS_futex, utp_lane.data() + WorkerLane::TURN, FUTEX_WAIT, ump_turn, &dsl_time, nullptr, 0);
+    }
+
+    /** Waits for the worker's turn; sometimes not for long. */
+    void wait_for_turn()
+    {
+        const uint64_t ull_waits = dsc_random() % 64 == 0 ? 1 : UINT64_MAX;
+        for (uint64_t ull_wait = 0; ull_wait < ull_waits; ++ull_wait) {
+            const uint32_t uml_turn = turn(utc_lane).load();
+            if (uml_turn % 2 == 1)
+                return;
+            wait_while(utc_lane, uml_turn);
+        }
+    }
+
+    /** Passes a part of the memory on, unless it is a lie that was told a moment ago. */
+    void pass_part(int32_t imp_offset, int32_t imp_size)
+    {
+        try {
+            const auto ill_offset = get<int64_t>(utc_lane, imp_offset);
+            const auto iml_size = get<int32_t>(utc_lane, imp_size);
+            dsc_memory.part(ill_offset, iml_size);
+            if (iml_size < im_smallest_part)
+                return;
+            set(utc_true, imp_offset, ill_offset);
+            set(utc_true, imp_size, iml_size);
+        } catch (const std::out_of_range &) {
+            // The true worker keeps the part that it had.
+        }
+    }
+
+    /** Has the true worker answer what the lane says. */
+    void ask_true_worker()
+    {
+        pass_part(WorkerLane::AREA, WorkerLane::AREA_SIZE);
+        pass_part(WorkerLane::BLOCK, WorkerLane::BLOCK_SIZE);
+        set(utc_true, WorkerLane::KIND, get<int32_t>(utc_lane, WorkerLane::KIND));
+        set(utc_true, WorkerLane::LENGTH,
+            std::clamp(get<int32_t>(utc_lane, WorkerLane::LENGTH), 0, get<int32_t>(utc_true, WorkerLane::AREA_SIZE)));
+        const uint32_t uml_turn = turn(utc_true).fetch_add(1) + 1;
+        wake(utc_true);
+        while (turn(utc_true).load() == uml_turn)
+            wait_while(utc_true, uml_turn);
+        for (const int32_t iml_field : aim_integers)
+            set(utc_lane, iml_field, get<int32_t>(utc_true, iml_field));
+        for (const int32_t iml_field : aim_longs)
+            set(utc_lane, iml_field, get<int64_t>(utc_true, iml_field));
+    }
+
+    int64_t some_number()
+    {
+        constexpr std::array<int64_t, 16> aill_edges{0,        1,         -1,        2,    7,         INT_MAX,
+                                                     INT_MIN,  INT64_MAX, INT64_MIN, 4096, 1L << 31U, 1L << 32U,
+                                                     UINT_MAX, -4096,     1L << 20U, 64};
+        const uint64_t ull_number = dsc_random();
+        return ull_number % 4 == 0 ? static_cast<int64_t>(dsc_random())
+                                   : aill_edges[ull_number / 4 % aill_edges.size()];
+    }
+
+    void lie_in_a_field()
+    {
+        const uint64_t ull_field = dsc_random() % (aim_integers.size() + aim_longs.size());
+        if (ull_field < aim_longs.size())
+            set(utc_lane, aim_longs[ull_field], some_number());
+        else if (ull_field == aim_longs.size()) // an answer that there is
+            set(utc_lane, WorkerLane::KIND, static_cast<int32_t>(dsc_random() % (im_last_kind + 1)));
+        else
+            set(utc_lane, aim_integers[ull_field - aim_longs.size()], static_cast<int32_t>(some_number()));
+    }
+
+    /** Some values of the message, wherever the caller wants it. */
+    void lie_in_message()
+    {
+        const auto utl_message = dsc_memory.part(get<int64_t>(utc_true, WorkerLane::AREA),
+                                                 std::max(get<int32_t>(utc_true, WorkerLane::AREA_SIZE), 0));
+        const auto ull_length = std::min(utl_message.size(), size_t{4096});
+        for (uint64_t ull_lies = dsc_random() % 8; ull_lies > 0 && ull_length >= sizeof(int64_t); --ull_lies) {
+            const int64_t ill_lie = some_number();
+            std::memcpy(utl_message.data() + dsc_random() % (ull_length / 4) * 4, &ill_lie, sizeof(int32_t));
+        }
+    }
+
+    void write_nonsense()
+    {
+        for (int inl_field = 0; inl_field < 8; ++inl_field)
+            lie_in_a_field();
+        lie_in_message();
+    }
+
+    void change_turn()
+    {
+        const uint64_t ull_change = dsc_random() % 256;
+        turn(utc_lane).fetch_add(ull_change == 0 ? static_cast<uint32_t>(dsc_random()) : ull_change == 1 ? 3 : 1);
+        wake(utc_lane);
+    }
+
+    const c_shared_memory &dsc_memory;
+    std::span<uint8_t> utc_lane;
+    std::span<uint8_t> utc_true;
+    std::mt19937_64 dsc_random;
+};
+
+[[noreturn]] void lie(int inp_channel, int inp_memory, pid_t, const sandbox::dsd_limits &dsp_limits)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const c_shared_memory dsl_memory(inp_memory);
+    c_ffmpeg dsl_ffmpeg;
+    dsl_ffmpeg.add_holder();
+    const std::string strl_held(dsp_limits.ulc_memory % 300 + 1, '\x80'); // no text, and sometimes a long one
+    descriptors::send(inp_channel, std::as_bytes(std::span(strl_held)));
+    for (int32_t iml_lane = 0;
+         descriptors::receive(inp_channel, std::as_writable_bytes(std::span(&iml_lane, 1))).ulc_length != 0;) {
+        std::thread([&, iml_lane] { serve(dsl_ffmpeg, dsl_memory, iml_lane + im_distance); }).detach();
+        std::thread([&, iml_lane] { c_liar(dsl_memory, iml_lane, dsp_limits.ulc_memory).live(); }).detach();
+    }
+    _exit(0);
+}
+
+} // namespace
+
+int main(int, char **astrp_arguments)
+{
+    try {
+        trace_silence();
+        load_ffmpeg(astrp_arguments[1]);
+        run_nursery(nursery_messages::in_socket, lie);
+        return 0;
+    } catch (const std::exception &) {
+        return 1;
+    }
+}
