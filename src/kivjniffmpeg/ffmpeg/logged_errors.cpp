@@ -15,8 +15,9 @@ void log_nothrow(void *avp_object, int inp_level, const char *strp_format, va_li
     const std::string_view strl_format(strp_format);
     // A decoder of H.264 that began within a stream is asked to forget pictures that it never had.
     const bool bl_error = (inp_level & 0xFF) <= AV_LOG_ERROR && !strl_format.starts_with("mmco: unref short");
-    // What decoders guess is no error to them.
-    if (bl_error || strl_format.starts_with("concealing "))
+    // What decoders guess is no error to them, nor what FFmpeg 2.8's of H.264 takes from behind the end of a slice: bytes of
+    // another one.
+    if (bl_error || strl_format.starts_with("concealing ") || strl_format.starts_with("bytestream overread"))
         ++s_errors;
     g_avutil.av_log_default_callback(avp_object, inp_level, strp_format, dsp_values);
 }

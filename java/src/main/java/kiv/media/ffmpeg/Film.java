@@ -8,8 +8,11 @@ import java.io.UncheckedIOException;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Path;
 import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.List;
 import java.util.Objects;
+import java.util.concurrent.atomic.AtomicLong;
 import java.util.concurrent.locks.ReentrantLock;
 import java.util.stream.LongStream;
 import java.util.stream.Stream;
@@ -39,8 +42,16 @@ import kiv.media.ffmpeg.index.PacketIndex;
  * heads of pictures and slices, in what pictures say of others, in what the container's reader logs, and when the decoder
  * reports or logs it. From then on it decodes from its beginning, and compares each picture with what that gives. Damage
  * behind the heads is noticed only when its picture is decoded. Most decoders show such a picture all the same, so that the
- * numbers of those behind it stay. Decoders of AV1, and FFmpeg 2.8's of Theora, leave it out: pictures that were asked for
- * before then may have another number. {@link #verify()} decodes all of a film for those who must be sure.
+ * numbers of those behind it stay.
+ *
+ * <p>Decoders of AV1 and Theora leave it out, so that decoding alone says which number a picture has. Films of these codecs
+ * give and take numbers ({@link #picture}, {@link #pictures}, {@link #range}, {@link #count}, {@link #numberAt},
+ * {@link #timeOf}) only after they have decoded all pictures before, from the beginning, each once as long as the film is
+ * open. {@link #saveIndex} decodes the rest, and a film that loads the index decodes nothing for numbers. What is asked for by
+ * time ({@link #pictureAt}, {@link #picturesAt}, {@link #picturesFrom}) or {@linkplain #spread spread} costs one group of
+ * pictures as with other codecs, if the packets state times that increase.
+ *
+ * <p>{@link #verify()} decodes all of a film for those who must be sure that no damage changes a pixel.
  *
  * <p>The bytes of the film should not change while it is open. A packet that is read again is compared with its checksum, so a
  * file that grew or shrank gives the pictures that it had, or a {@link MediaFormatException}.
@@ -185,7 +196,8 @@ public final class Film implements Closeable {
     }
 
     /**
-     * Returns how many pictures the film has. An exact film reads all packets for that, once.
+     * Returns how many pictures the film has. An exact film reads all packets for that, once; it decodes them too when
+     * {@linkplain #numbersTakeDecoding() numbers take decoding}.
      *
      * @return the number of pictures
      * @throws IOException when the bytes cannot be read
@@ -193,6 +205,17 @@ public final class Film implements Closeable {
      */
     public long count() throws IOException {
         return call(pictures::count);
+    }
+
+    /**
+     * Returns whether a number, of a picture or of all, takes decoding the film up to it: in an exact film of AV1 or Theora,
+     * until all of it was decoded once, by this film or by the one whose index it has loaded. Pictures that are asked for by
+     * their times do not depend on that.
+     *
+     * @return whether numbers take decoding
+     */
+    public boolean numbersTakeDecoding() {
+        return exact != null && exact.numbersTakeDecoding();
     }
 
     /**
@@ -223,7 +246,7 @@ public final class Film implements Closeable {
 
     /**
      * Returns the number of the picture that is shown at a time, as {@link #pictureAt}. Nothing is decoded for that unless
-     * the packets do not say enough.
+     * the packets do not say enough, or {@linkplain #numbersTakeDecoding() numbers take decoding}.
      *
      * @param time on the container's time line
      * @return the picture's number
@@ -235,7 +258,7 @@ public final class Film implements Closeable {
     }
 
     /**
-     * Returns when a picture is shown, without decoding it.
+     * Returns when a picture is shown, without decoding it unless {@linkplain #numbersTakeDecoding() numbers take decoding}.
      *
      * @param number the picture's number, from 0
      * @return its time on the container's time line
@@ -262,7 +285,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public List<Picture> pictures(long... numbers) throws IOException {
-        return call(() -> pictures.all(numbers));
+        return call(() -> pictures.all(pictures::existing, numbers));
     }
 
     /**
@@ -274,18 +297,27 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public List<Picture> picturesAt(Duration... times) throws IOException {
-        return call(() -> {
-            long[] numbers = new long[times.length];
-            for (int i = 0; i < numbers.length; i++) {
-                numbers[i] = pictures.numberAt(stream.units(times[i]));
-            }
-            return pictures.all(numbers);
-        });
+        return call(() -> pictures.allAt(Arrays.stream(times).mapToLong(stream::units).toArray()));
+    }
+
+    /**
+     * Returns the pictures from the one on that is shown at a time, up to the film's end. Each is decoded only when it is
+     * asked for.
+     *
+     * @param time on the container's time line, as {@link #pictureAt}
+     * @return a sequential stream, which need not be closed; the caller closes each picture. It throws
+     *     {@link UncheckedIOException} when the bytes cannot be read, and {@link MediaFormatException} when not one picture can
+     *     be decoded
+     */
+    public Stream<Picture> picturesFrom(Duration time) {
+        FilmPlace place = new FilmPlace(stream.units(time));
+        return pull(() -> pictures.next(place));
     }
 
     /**
      * Returns pictures that are evenly spread over the film: each stands for a part of the film, and is the one in its
-     * middle.
+     * middle. The parts are equal in the number of pictures that the packets promise, also where a decoder leaves out some, so
+     * that each picture costs one group at most.
      *
      * @param pictures how many, at least 1; a film that has fewer gives all it has
      * @return the pictures in their order; the caller closes each of them
@@ -293,12 +325,50 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public List<Picture> spread(int pictures) throws IOException {
+        List<Picture> spread = new ArrayList<>();
+        try {
+            spreadOneByOne(pictures).forEach(spread::add);
+            return spread;
+        } catch (UncheckedIOException e) {
+            spread.forEach(Picture::close);
+            throw e.getCause();
+        } catch (Throwable e) {
+            spread.forEach(Picture::close);
+            throw e;
+        }
+    }
+
+    /**
+     * Returns the pictures of {@link #spread}, each decoded only when it is asked for, so that they need not all be in the
+     * memory at once.
+     *
+     * @param pictures how many, at least 1; a film that has fewer gives all it has
+     * @return a sequential stream, which need not be closed; the caller closes each picture. It throws
+     *     {@link UncheckedIOException} when the bytes cannot be read
+     * @throws IllegalArgumentException for a number less than 1
+     * @throws IOException when the bytes cannot be read
+     */
+    public Stream<Picture> spreadOneByOne(int pictures) throws IOException {
         if (pictures < 1) {
             throw new IllegalArgumentException(pictures + " pictures");
         }
-        long all = count();
-        long wanted = Math.min(pictures, all);
-        return pictures(LongStream.range(0, wanted).map(i -> (2 * i + 1) * all / (2 * wanted)).toArray());
+        long parts = Math.min(pictures, call(this.pictures::promised));
+        AtomicLong part = new AtomicLong();
+        return pull(() -> part.get() < parts ? this.pictures.middle(part.getAndIncrement(), parts) : null);
+    }
+
+    /** Returns a stream of what some work gives, until that is null. */
+    private Stream<Picture> pull(Work<Picture> work) {
+        return new PullSpliterator<Picture>() {
+            @Override
+            Picture next() {
+                try {
+                    return call(work);
+                } catch (IOException e) {
+                    throw new UncheckedIOException(e);
+                }
+            }
+        }.stream();
     }
 
     /**
@@ -319,7 +389,7 @@ public final class Film implements Closeable {
         return new FilmRange(this, from, to, step).stream();
     }
 
-    /** Whether there is a picture of that number, at least 0. */
+    /** Whether there is a picture of that number, at least 0, which is certain. */
     boolean has(long number) throws IOException {
         return call(() -> pictures.has(number));
     }
@@ -333,7 +403,7 @@ public final class Film implements Closeable {
      */
     public Stream<IndexEntry> index() throws IOException {
         return call(() -> {
-            indexed().count();
+            indexed().readAll();
             PacketIndex index = exact.map().index();
             return LongStream.range(0, index.size()).mapToObj(i -> {
                 int at = (int) i;
@@ -367,8 +437,8 @@ public final class Film implements Closeable {
     }
 
     /**
-     * Writes the index, after all packets were read. It is small, and another film of the same bytes can
-     * {@linkplain #loadIndex load} it.
+     * Writes the index, after all packets were read, and decoded when {@linkplain #numbersTakeDecoding() numbers take
+     * decoding}. It is small, and another film of the same bytes can {@linkplain #loadIndex load} it.
      *
      * @param to where to; stays open
      * @throws MediaStateException when the film is approximate

@@ -5,6 +5,9 @@ import java.io.DataOutputStream;
 import java.io.IOException;
 import java.util.Arrays;
 import java.util.BitSet;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
 import java.util.zip.CRC32C;
 import kiv.media.ffmpeg.index.FilmMap;
 import kiv.media.ffmpeg.index.PacketExaminer;
@@ -44,10 +47,15 @@ final class FilmDecoder implements FilmPictures {
     /** Groups that do not come as expected. */
     private final BitSet surprising = new BitSet();
     private long decodedBefore;
-    private FilmRun wholeRun;
+    /** Decodes the film from its beginning, each packet once. Null before it is needed. */
+    private FilmRun front;
+    /** Decodes again what the other run has passed. */
+    private FilmRun again;
     /** Packets that the whole film goes on without. */
     private final BitSet undecodable = new BitSet();
-    private int wholeNumber;
+    /** The picture that was verified last, which is often the one that is wanted; or null. */
+    private Picture held;
+    private int heldNumber;
 
     /** Up to the end of each part of the pictures, the latest time at which one of them is shown. */
     private long[] latest = new long[16];
@@ -66,6 +74,17 @@ final class FilmDecoder implements FilmPictures {
     private void adopt(FilmMap newMap) {
         map = newMap;
         clock = new FilmClock(map, stream);
+        verifiedAll = map.hasEnded() && map.learnedGroups() == map.groups() && map.verified() == map.known();
+    }
+
+    /** Whether decoding alone says which pictures there are, although the packets promise some. */
+    private boolean isTentative() {
+        return examiner != null && examiner.isTentative();
+    }
+
+    /** Whether a number of a picture is certain only when all before it were decoded, which was not done yet. */
+    boolean numbersTakeDecoding() {
+        return isTentative() && !verifiedAll;
     }
 
     FilmMap map() {
@@ -74,7 +93,8 @@ final class FilmDecoder implements FilmPictures {
 
     @Override
     public long decodedPackets() {
-        return decodedBefore + (run == null ? 0 : run.decoded()) + (wholeRun == null ? 0 : wholeRun.decoded());
+        return decodedBefore + (run == null ? 0 : run.decoded()) + (front == null ? 0 : front.decoded())
+                + (again == null ? 0 : again.decoded());
     }
 
     @Override
@@ -104,9 +124,31 @@ final class FilmDecoder implements FilmPictures {
         return bytes != null;
     }
 
-    /** Makes a picture known. @return whether the film has it */
+    /** Makes a picture certain. @return whether the film has it */
     @Override
     public boolean has(long number) throws IOException {
+        if (isTentative()) {
+            verify(number);
+        }
+        return isKnown(number);
+    }
+
+    /** Whether the packets promise a picture, with the numbers of its group being those of decoding it. */
+    private boolean isPromised(long number) throws IOException {
+        boolean known = isKnown(number);
+        if (known && isTentative() && map.isPartlyLearned(number)) {
+            learn(map.groupOf((int) number));
+            known = isKnown(number);
+        }
+        if (known && isTentative() && !clock.isPlain((int) number)) {
+            verify(number); // its time depends on those before it
+            known = isKnown(number);
+        }
+        return known;
+    }
+
+    /** Makes a picture known. @return whether the film has it, or promises it */
+    private boolean isKnown(long number) throws IOException {
         while (map.known() <= number) {
             if (map.isStuck()) {
                 learn(map.counted());
@@ -123,9 +165,17 @@ final class FilmDecoder implements FilmPictures {
     /** Learns what a group gives. */
     private void learn(int group) throws IOException {
         while (map.learnedGroups() <= group) {
-            Picture picture = nextOfWhole(map.learned());
-            if (picture != null) {
-                picture.close();
+            if (isTentative()) {
+                verify(map.learned());
+            } else {
+                Picture picture = nextOfWhole(map.learned());
+                if (picture != null) {
+                    picture.close();
+                    continue;
+                }
+            }
+            if (map.learnedGroups() <= group && (verifiedAll || !isTentative())) {
+                throw unsettled(); // there are fewer pictures than a loaded index says
             }
         }
     }
@@ -138,18 +188,48 @@ final class FilmDecoder implements FilmPictures {
     /** Decodes the film from its beginning up to a picture, and notes the checksums of all of them. */
     private void verify(long number) throws IOException {
         while (map.verified() <= number && !verifiedAll) {
-            try (Picture picture = nextOfWhole(map.verified())) {
-                verifiedAll = picture == null;
-                if (!verifiedAll) {
-                    map.verify((int) checksum(picture));
-                }
+            Picture picture = nextOfWhole(map.verified());
+            verifiedAll = picture == null;
+            if (!verifiedAll) {
+                hold(picture, map.verified());
+                map.verify((int) checksum(picture));
             }
+        }
+    }
+
+    private void hold(Picture picture, int number) {
+        if (held != null) {
+            held.close();
+        }
+        held = picture;
+        heldNumber = number;
+    }
+
+    /** Returns the picture that was verified last if it has a number, otherwise null. */
+    private Picture takeHeld(int number) {
+        Picture taken = heldNumber == number ? held : null;
+        held = taken == null ? held : null;
+        return taken;
+    }
+
+    /** Reads the index to the end. */
+    void readAll() throws IOException {
+        while (readPacket()) {
+            // The map takes each packet.
         }
     }
 
     /** Reads the index to the end, and learns what it does not say. */
     @Override
     public long count() throws IOException {
+        if (isTentative()) {
+            verify(Long.MAX_VALUE);
+        }
+        return promised();
+    }
+
+    @Override
+    public long promised() throws IOException {
         while (!map.isWhole()) {
             if (map.isStuck()) {
                 learn(map.counted());
@@ -172,7 +252,7 @@ final class FilmDecoder implements FilmPictures {
             for (int more = 0; more < 1024 && readPacket(); more++) {
                 // The times depend on packets behind the picture's own.
             }
-            times = has(number) ? clock.of(number) : null;
+            times = isKnown(number) ? clock.of(number) : null;
         }
         while (times == null) {
             learnPast(number);
@@ -193,16 +273,104 @@ final class FilmDecoder implements FilmPictures {
         return has(number) ? decode((int) number) : null;
     }
 
+    /** A picture by a number that decoding may change, and by its packet, which stays the same. */
+    private record Promise(long number, int packet) {
+    }
+
+    /** Takes pictures that were promised. */
+    @FunctionalInterface
+    private interface Attempt<T> {
+        /** Returns null when decoding has changed the numbers. */
+        T run() throws IOException;
+    }
+
+    private static <T> T settle(Attempt<T> attempt) throws IOException {
+        for (int left = ATTEMPTS; left > 0; left--) {
+            T result = attempt.run();
+            if (result != null) {
+                return result;
+            }
+        }
+        throw unsettled();
+    }
+
+    private static MediaFormatException unsettled() {
+        return new MediaFormatException("the film gives other pictures each time it is decoded");
+    }
+
+    /** Returns a promise that there is; null when the film ends before it. */
+    private Promise promise(long number) throws IOException {
+        return isPromised(number) ? new Promise(number, packetOf((int) number)) : null;
+    }
+
+    private int packetOf(int number) {
+        int group = map.groupOf(number);
+        return map.pictures(group)[number - map.first(group)];
+    }
+
+    /** Decodes a picture that was promised. @return null when it has turned out to be another one */
+    private Picture keep(Promise promise) throws IOException {
+        Picture picture = promise == null ? null : decode((int) promise.number);
+        if (picture != null && packetOf((int) promise.number) != promise.packet) {
+            picture.close();
+            return null;
+        }
+        return picture;
+    }
+
     @Override
     public Picture pictureAt(long time) throws IOException {
-        for (int attempt = 0; attempt < ATTEMPTS; attempt++) {
-            Picture picture = picture(numberAt(time));
+        return settle(() -> keep(promise(promisedAt(time, false))));
+    }
+
+    @Override
+    public List<Picture> allAt(long... times) throws IOException {
+        return settle(() -> {
+            Map<Long, Promise> promises = new HashMap<>();
+            long[] numbers = new long[times.length];
+            for (int i = 0; i < numbers.length; i++) {
+                numbers[i] = promisedAt(times[i], false);
+                promises.put(numbers[i], promise(numbers[i]));
+            }
+            return all(number -> keep(promises.get(number)), numbers);
+        });
+    }
+
+    @Override
+    public Picture middle(long part, long parts) throws IOException {
+        return promised() == 0 ? null : settle(() -> keep(promise(FilmPictures.middleOf(part, parts, promised()))));
+    }
+
+    @Override
+    public Picture next(FilmPlace place) throws IOException {
+        for (int left = ATTEMPTS; left > 0; left--) {
+            int before = map.changes();
+            Promise promise = promise(place.isBeginning() ? promisedAt(place.time(), false) : numberAfter(place));
+            if (before != map.changes()) {
+                continue;
+            }
+            if (promise == null) {
+                return null;
+            }
+            Picture picture = keep(promise);
             if (picture != null) {
+                place.reach(promise.number, promise.packet, map.changes());
                 return picture;
             }
-            // It turned out to have fewer pictures.
         }
-        throw new MediaFormatException("the film gives other pictures each time it is decoded");
+        throw unsettled();
+    }
+
+    private long numberAfter(FilmPlace place) {
+        if (place.changes() == map.changes() || place.packet() < 0) {
+            return place.number() + 1;
+        }
+        int group = map.groupOfPacket(place.packet());
+        int rank = indexOf(map.pictures(group), place.packet());
+        if (rank < 0) {
+            throw unsettled();
+        }
+        return map.first(group) + rank + 1L;
     }
 
     @Override
@@ -212,24 +380,45 @@ final class FilmDecoder implements FilmPictures {
 
     @Override
     public long numberAt(long time) throws IOException {
-        if (!has(0)) {
+        return promisedAt(time, true);
+    }
+
+    /**
+     * Returns the number of the picture that is shown at a time.
+     *
+     * @param certain whether no picture before it may be missing
+     */
+    private long promisedAt(long time, boolean certain) throws IOException {
+        if (!isThere(0, certain)) {
             throw new MediaFormatException("not one picture can be decoded");
         }
+        long number;
+        do {
+            if (changes != map.changes()) {
+                changes = map.changes();
+                parts = 0;
+            }
+            number = searchTime(time, certain);
+        } while (changes != map.changes());
+        return number;
+    }
+
+    private boolean isThere(long number, boolean certain) throws IOException {
+        return certain ? has(number) : isPromised(number);
+    }
+
+    /** Finds the picture that is shown at a time, unless numbers change meanwhile. */
+    private long searchTime(long time, boolean certain) throws IOException {
         int part = firstPartBeyond(time);
         long most = part == 0 ? Packet.NO_TIME : latest[part - 1];
         int number = part * PART;
-        for (; has(number); number++) {
+        for (; isThere(number, certain); number++) {
             if (number == (parts + 1) * PART) {
                 latest = parts < latest.length ? latest : Arrays.copyOf(latest, 2 * parts);
                 latest[parts++] = most;
             }
             long begins = times(number).timestamp();
-            if (changes != map.changes()) {
-                changes = map.changes();
-                parts = 0;
-                return numberAt(time);
-            }
-            if (begins > time) {
+            if (begins > time || changes != map.changes()) {
                 break;
             }
             most = Math.max(most, begins);
@@ -252,13 +441,14 @@ final class FilmDecoder implements FilmPictures {
     }
 
     private Picture decode(int number) throws IOException {
-        PacketTimes.Times times = has(number) ? times(number) : null;
-        if (!has(number)) {
+        PacketTimes.Times times = isKnown(number) ? times(number) : null;
+        if (!isKnown(number)) {
             return null; // that was learned now
         }
-        Picture picture = null;
-        boolean learning = number < map.learned() && wholeRun != null && wholeNumber <= number;
-        if (examiner != null && !learning && map.groupOf(number) < map.counted() && !surprising.get(map.groupOf(number))) {
+        Picture picture = takeHeld(number);
+        boolean reached = number < map.learned() && (isNear(front, number) || isNear(again, number));
+        if (picture == null && examiner != null && !reached && map.groupOf(number) < map.counted()
+                && !surprising.get(map.groupOf(number))) {
             boolean trusted = damaged;
             picture = fromNearby(number, false);
             if (picture == null && run != null) {
@@ -280,6 +470,11 @@ final class FilmDecoder implements FilmPictures {
             times = times(number);
         }
         return picture.timed(times);
+    }
+
+    /** Whether a run from the film's beginning has come to a picture's group, and not to the picture. */
+    private boolean isNear(FilmRun whole, int number) {
+        return whole != null && whole.polled() <= number && whole.polled() >= map.first(map.groupOf(number));
     }
 
     /**
@@ -498,7 +693,7 @@ final class FilmDecoder implements FilmPictures {
     /** Decodes the film from its beginning up to a picture. @return null when the film ends before */
     private Picture fromBeginning(int number) throws IOException {
         while (true) {
-            int reached = wholeRun == null || wholeNumber > number ? 0 : wholeNumber;
+            int reached = wholeRun(number).polled();
             Picture picture = nextOfWhole(reached);
             if (picture == null || reached == number) {
                 return picture;
@@ -507,35 +702,52 @@ final class FilmDecoder implements FilmPictures {
         }
     }
 
-    /** Decodes the next picture of the whole film, and notes it when it is new. @return null at the film's end */
-    private Picture nextOfWhole(int number) throws IOException {
-        if (wholeRun == null || wholeNumber > number) {
-            if (wholeRun != null) {
-                decodedBefore += wholeRun.decoded();
-                wholeRun.close();
-            }
-            wholeRun = new FilmRun(stream, new PacketFetcher(opening, map.index(), stream), false);
-            wholeNumber = 0;
+    /** Returns the run from the film's beginning that gives a picture, and which has come nearest to it. */
+    private FilmRun wholeRun(int number) {
+        if (front == null) {
+            front = newWholeRun();
         }
+        if (front.polled() <= number) {
+            return front;
+        }
+        if (again != null && again.polled() > number) {
+            decodedBefore += again.decoded();
+            again.close();
+            again = null;
+        }
+        if (again == null) {
+            again = newWholeRun();
+        }
+        return again;
+    }
+
+    private FilmRun newWholeRun() {
+        return new FilmRun(stream, new PacketFetcher(opening, map.index(), stream), false);
+    }
+
+    /** Decodes a picture of the whole film, and notes those that are new. @return null at the film's end */
+    private Picture nextOfWhole(int number) throws IOException {
+        FilmRun whole = wholeRun(number);
         while (true) {
-            for (Picture picture; (picture = wholeRun.poll()) != null; picture.close()) {
-                if (wholeNumber == map.learned()) {
+            for (Picture picture; (picture = whole.poll()) != null; picture.close()) {
+                int own = whole.polled() - 1;
+                if (own == map.learned()) {
                     map.learn(packet(picture.timestamp(), -1), packet(picture.duration(), map.index().size()));
                 }
-                if (wholeNumber++ == number) {
+                if (own == number) {
                     return picture;
                 }
             }
-            readPacketsPast(wholeRun.nextPacket());
+            readPacketsPast(whole.nextPacket());
             try {
-                if (!wholeRun.decode(map.index().size())) {
-                    if (wholeNumber >= map.learned()) {
+                if (!whole.decode(map.index().size())) {
+                    if (whole.polled() >= map.learned()) {
                         map.learnEnd();
                     }
                     return null;
                 }
             } catch (DecodeException e) {
-                undecodable.set(wholeRun.nextPacket() - 1); // the film goes on without it
+                undecodable.set(whole.nextPacket() - 1); // the film goes on without it
             }
         }
     }
@@ -554,15 +766,29 @@ final class FilmDecoder implements FilmPictures {
                 throw new MediaFormatException("the index is that of another film", e);
             }
         }
+        stopRuns();
+        parts = 0;
+        changes = 0;
+        surprising.clear();
         adopt(loaded);
+    }
+
+    private void stopRuns() {
+        stopRun();
+        for (FilmRun whole : new FilmRun[] {front, again}) {
+            if (whole != null) {
+                decodedBefore += whole.decoded();
+                whole.close();
+            }
+        }
+        front = null;
+        again = null;
+        hold(null, -1);
     }
 
     @Override
     public void close() {
-        stopRun();
-        if (wholeRun != null) {
-            wholeRun.close();
-        }
+        stopRuns();
         reader.release();
     }
 }

@@ -22,6 +22,41 @@ interface FilmPictures extends AutoCloseable {
     /** Returns the picture that is shown at a time. */
     Picture pictureAt(long time) throws IOException;
 
+    /** Returns the pictures that are shown at some times, in the order of the times. */
+    default List<Picture> allAt(long... times) throws IOException {
+        long[] numbers = new long[times.length];
+        for (int i = 0; i < numbers.length; i++) {
+            numbers[i] = numberAt(times[i]);
+        }
+        return all(this::existing, numbers);
+    }
+
+    /** Returns how many pictures the packets promise, of which the decoder may leave out some. */
+    default long promised() throws IOException {
+        return count();
+    }
+
+    /** Returns the picture in the middle of one of the equal parts of what is promised; null when the film has none. */
+    default Picture middle(long part, long parts) throws IOException {
+        return existing(middleOf(part, parts, promised()));
+    }
+
+    /** Returns the number in the middle of a part. */
+    static long middleOf(long part, long parts, long count) {
+        return (2 * part + 1) * count / (2 * parts);
+    }
+
+    /** Returns the picture of a place, and moves the place to the next one; null at the end. */
+    default Picture next(FilmPlace place) throws IOException {
+        long number = place.isBeginning() ? numberAt(place.time()) : place.number() + 1;
+        if (!has(number)) {
+            return null;
+        }
+        Picture picture = existing(number);
+        place.reach(number, -1, 0);
+        return picture;
+    }
+
     /** Returns the number of the picture that is shown at a time. */
     long numberAt(long time) throws IOException;
 
@@ -46,13 +81,27 @@ interface FilmPictures extends AutoCloseable {
         return picture;
     }
 
-    /** Returns some pictures in the order of the numbers, decoded in their own order. */
-    default List<Picture> all(long... numbers) throws IOException {
+    /** Returns a picture of a number. */
+    @FunctionalInterface
+    interface Lookup {
+        Picture of(long number) throws IOException;
+    }
+
+    /**
+     * Returns some pictures in the order of the numbers, decoded in their own order.
+     *
+     * @return null when one of them is null
+     */
+    default List<Picture> all(Lookup lookup, long... numbers) throws IOException {
         Map<Long, Picture> found = new HashMap<>();
         List<Picture> pictures = new ArrayList<>();
         try {
             for (long number : Arrays.stream(numbers).sorted().distinct().toArray()) {
-                found.put(number, existing(number));
+                Picture picture = lookup.of(number);
+                if (picture == null) {
+                    return null;
+                }
+                found.put(number, picture);
             }
             for (long number : numbers) {
                 pictures.add(found.get(number).copy());

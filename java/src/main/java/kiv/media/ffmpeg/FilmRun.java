@@ -14,6 +14,7 @@ final class FilmRun implements AutoCloseable {
     private int nextPacket;
     private boolean finished;
     private long decoded;
+    private int polled;
 
     /** @param strict whether damage that the decoder notices is an error */
     FilmRun(MediaStream stream, PacketFetcher fetcher, boolean strict) {
@@ -60,7 +61,14 @@ final class FilmRun implements AutoCloseable {
 
     /** Returns the next picture that is ready; null when none is. */
     Picture poll() {
-        return ready.poll();
+        Picture picture = ready.poll();
+        polled += picture == null ? 0 : 1;
+        return picture;
+    }
+
+    /** {@return how many pictures were polled: the number of the next one in a run from the film's beginning} */
+    int polled() {
+        return polled;
     }
 
     /**

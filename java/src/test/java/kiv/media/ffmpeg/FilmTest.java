@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import static org.assertj.core.api.Assertions.assertThat;
 import static org.assertj.core.api.Assertions.assertThatThrownBy;
+import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
@@ -123,6 +124,53 @@ class FilmTest {
             assertThat(film.decodedPackets()).isEqualTo(60);
             assertThat(film.index().filter(Film.IndexEntry::restart)).hasSize(4);
             pictures.forEach(Picture::close);
+        }
+    }
+
+    @Test
+    void numbersOfTentativeCodecsTakeDecodingAndTimesDoNot() throws IOException {
+        Path file = TestMedia.media("Effet_force_magnetique.ogv");
+        List<Row> whole = whole(file);
+        Row late = whole.get(31);
+        ByteArrayOutputStream index = new ByteArrayOutputStream();
+        try (Film film = Film.open(file)) {
+            // A group of twelve, of which eight are needed, and those that prove its beginning
+            assertThat(Row.of(film.pictureAt(late.time))).isEqualTo(late);
+            assertThat(film.decodedPackets()).isLessThanOrEqualTo(12);
+            assertThat(film.picturesFrom(late.time).map(Row::of)).containsExactlyElementsOf(whole.subList(31, 34));
+            assertThat(film.spread(1).stream().map(Row::of)).containsExactly(whole.get(17));
+            assertThat(film.decodedPackets()).isLessThan(34);
+            assertThat(film.numbersTakeDecoding()).isTrue();
+            long before = film.decodedPackets();
+            assertThat(film.range(0, Long.MAX_VALUE, 1).map(Row::of)).containsExactlyElementsOf(whole);
+            film.saveIndex(index);
+            assertThat(film.decodedPackets() - before).isEqualTo(34);
+        }
+        try (Film film = Film.open(file)) {
+            film.loadIndex(new ByteArrayInputStream(index.toByteArray()));
+            assertThat(film.numbersTakeDecoding()).isFalse();
+            assertThat(Row.of(film.picture(film.count() - 3))).isEqualTo(late);
+            assertThat(film.decodedPackets()).isLessThanOrEqualTo(12);
+        }
+    }
+
+    @Test
+    void picturesThatTheDecoderLeavesOutHaveNoNumber() throws IOException {
+        assumeTrue(TestMedia.isNewer(), "FFmpeg 2.8 has no decoder of AV1");
+        byte[] bytes = Files.readAllBytes(TestMedia.stream("av1.mp4"));
+        for (int i = 0; i < 40; i++) {
+            bytes[bytes.length * 5 / 6 + i] ^= 0x55;
+        }
+        Path damaged = Files.write(directory.resolve("left_out.mp4"), bytes);
+        List<Row> whole = whole(damaged);
+        assertThat(whole).hasSizeLessThan(8);
+        for (Row row : whole) {
+            try (Film film = Film.open(damaged); Film other = Film.open(damaged)) {
+                assertThat(Row.of(other.pictureAt(row.time))).isEqualTo(row);
+                assertThat(film.numberAt(row.time)).isEqualTo(whole.indexOf(row));
+                assertThat(Row.of(film.picture(whole.indexOf(row)))).isEqualTo(row);
+                assertThat(film.count()).isEqualTo(whole.size());
+            }
         }
     }
 
@@ -286,6 +334,27 @@ class FilmTest {
             }
         }
         assertThat(noticed).isGreaterThanOrEqualTo(packets * 9 / 10);
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"h264_b_320x240.mp4", "hevc.mp4"})
+    void aPictureThatComesTwiceOrHasAStartCodeInItIsBroken(String name) throws IOException {
+        try (MediaReader reader = MediaReader.open(TestMedia.stream(name))) {
+            PacketExaminer examiner = reader.firstVideo().orElseThrow().examiner();
+            CodedPicture picture = new CodedPicture();
+            byte[] bytes = {};
+            for (int i = 0; i < 4; i++) {
+                bytes = reader.read().bytes();
+                examiner.examine(bytes, bytes.length, picture);
+                assertThat(picture.broken).isFalse();
+            }
+            if (name.startsWith("hevc")) {
+                bytes = reader.read().bytes();
+                System.arraycopy(new byte[] {0, 0, 1}, 0, bytes, bytes.length - 9, 3);
+            }
+            examiner.examine(bytes, bytes.length, picture);
+            assertThat(picture.broken).isTrue();
+        }
     }
 
     @Test

@@ -108,8 +108,8 @@ final class DecodeJob {
             if (film.range(0, 1, 1).peek(Picture::close).count() == 0) {
                 return;
             }
-            long first = film.numberAt(range.from().plus(start).minus(BEFORE));
-            for (Iterator<Picture> all = film.range(first, Long.MAX_VALUE, 1).iterator(); !picturesDone && all.hasNext();) {
+            Duration first = range.from().plus(start).minus(BEFORE);
+            for (Iterator<Picture> all = film.picturesFrom(first).iterator(); !picturesDone && all.hasNext();) {
                 ShutdownGuard.throwIfEnding();
                 takePictures(List.of(all.next()), pictures, sound, progress);
             }

@@ -18,7 +18,8 @@ import picocli.CommandLine.Spec;
 /** Takes one picture out of a film. */
 @Command(name = "frame", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Takes one picture out of a film.",
-        description = {"", "Decodes only what the picture needs. It is the one that decoding the whole film gives.", ""},
+        description = {"", "Decodes only what the picture needs. It is the one that decoding the whole film gives.",
+            "Numbers of AV1's and Theora's pictures take decoding all before, unless --index names an index.", ""},
         footer = {"", "Examples:",
             "  kivjniffmpeg frame film.mp4 --at 1:30 -o picture.jpg",
             "  kivjniffmpeg frame film.mp4 --number 250 --md5"})
@@ -76,14 +77,17 @@ final class FrameCommand implements Callable<Integer> {
         }
         PrintWriter out = spec.commandLine().getOut();
         return films.use(film -> {
-            long number = which.number != null ? which.number : film.numberAt(FilmInput.time(film, which.at));
+            boolean hashed = target != null && target.md5;
+            boolean numbered = which.number != null || !hashed && (file == null || !film.numbersTakeDecoding());
+            long number = which.number != null ? which.number
+                    : numbered ? film.numberAt(FilmInput.time(film, which.at)) : -1;
             try (Picture picture = find(film, number)) {
-                if (target != null && target.md5) {
+                if (hashed) {
                     out.println(PictureHashes.row(picture));
                 } else {
                     Path written = file != null ? file : Path.of(PngPictures.name(films.input().baseName(), number));
                     write(picture, written);
-                    out.println("picture " + number + " at "
+                    out.println((numbered ? "picture " + number : "picture") + " at "
                             + picture.time().map(time -> ConsoleText.clock(time.minus(film.beginning()))).orElse("?") + " in "
                             + written);
                 }
@@ -94,7 +98,7 @@ final class FrameCommand implements Callable<Integer> {
     }
 
     private Picture find(Film film, long number) throws IOException {
-        return which.number != null || film.isExact() ? film.picture(number)
+        return which.number != null || film.isExact() && number >= 0 ? film.picture(number)
                 : film.pictureAt(FilmInput.time(film, which.at));
     }
 

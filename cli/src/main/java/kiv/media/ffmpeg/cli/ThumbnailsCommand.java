@@ -4,9 +4,11 @@ import java.awt.Graphics2D;
 import java.awt.image.BufferedImage;
 import java.io.IOException;
 import java.io.PrintWriter;
+import java.io.UncheckedIOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
+import java.util.Iterator;
 import java.util.List;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.Film;
@@ -60,14 +62,16 @@ final class ThumbnailsCommand implements Callable<Integer> {
             throw OutputException.of(out, e);
         }
         String name = films.input().baseName();
-        long all = film.count();
-        long wanted = Math.min(count, all);
-        // One after the other, because many large pictures do not fit into the memory at once.
-        for (long i = 0; i < wanted; i++) {
-            try (Picture picture = film.picture((2 * i + 1) * all / (2 * wanted))) {
-                images.add(view.image(picture));
+        try {
+            // One after the other, because many large pictures do not fit into the memory at once.
+            for (Iterator<Picture> all = film.spreadOneByOne(count).iterator(); all.hasNext();) {
+                try (Picture picture = all.next()) {
+                    images.add(view.image(picture));
+                }
+                write(images.get(images.size() - 1), out.resolve(PngPictures.name(name, images.size())));
             }
-            write(images.get((int) i), out.resolve(PngPictures.name(name, i + 1)));
+        } catch (UncheckedIOException e) {
+            throw e.getCause();
         }
         Path sheet = out.resolve(name + "-sheet.png");
         if (!images.isEmpty()) {

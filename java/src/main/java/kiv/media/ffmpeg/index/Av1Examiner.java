@@ -6,6 +6,12 @@ import java.util.Arrays;
 final class Av1Examiner extends PacketExaminer {
     private int headers;
 
+    /** Libaom refuses a tile whose arithmetic code does not end exactly. */
+    @Override
+    public boolean isTentative() {
+        return true;
+    }
+
     @Override
     void read(byte[] bytes, int end, CodedPicture picture) {
         boolean sequence = false;

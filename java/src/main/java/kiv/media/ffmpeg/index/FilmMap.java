@@ -384,6 +384,12 @@ public final class FilmMap {
         return learned;
     }
 
+    /** Whether a known picture is in a group of which only a part was learned. The other part may have other numbers. */
+    public boolean isPartlyLearned(long number) {
+        return learnedGroups < groups && learned > firsts[learnedGroups] && number >= firsts[learnedGroups]
+                && (learnedGroups >= counted || number < firsts[learnedGroups + 1]);
+    }
+
     public int learnedGroups() {
         return learnedGroups;
     }

@@ -1,5 +1,7 @@
 package kiv.media.ffmpeg.index;
 
+import java.util.Arrays;
+
 /** Examines H.264. */
 final class H264Examiner extends UnitExaminer {
 
@@ -36,6 +38,9 @@ final class H264Examiner extends UnitExaminer {
     private boolean sawPicture;
     private int openField;
     private int openFrameNumber;
+    /** The places in the order of showing of the last pictures. */
+    private final long[] recent = new long[MOST_REFERENCES];
+    private int pictures;
     /** The frame number of the last picture that others refer to; -1 when it is not known. */
     private int lastReference = -1;
 
@@ -59,6 +64,7 @@ final class H264Examiner extends UnitExaminer {
 
     H264Examiner(byte[] extradata) {
         super(1);
+        Arrays.fill(recent, Long.MIN_VALUE);
         if (!readExtradata(extradata, extradata.length > 6 && extradata[0] == 1, 4)) {
             delay = -1; // the decoder decides what to do without
         }
@@ -124,6 +130,11 @@ final class H264Examiner extends UnitExaminer {
                 return;
             }
         }
+        if (restart || forgets) {
+            Arrays.fill(recent, Long.MIN_VALUE);
+        }
+        picture.broken |= Arrays.stream(recent).anyMatch(one -> one == picture.order); // twice the same picture
+        recent[pictures++ % recent.length] = picture.order;
         picture.pictures = 1;
         boolean headed = !headersChanged() || sequenceHere && pictureHere;
         picture.restart = headed && (restart || recovery && intra);

@@ -72,6 +72,13 @@ public abstract class PacketExaminer {
         return false;
     }
 
+    /**
+     * Whether decoders leave out pictures for reasons that no head shows. Only decoding says then which pictures there are.
+     */
+    public boolean isTentative() {
+        return false;
+    }
+
     /** The most pictures that the decoder knows to hold back for their order; -1 when it does not know. */
     public int knownDelay() {
         return Integer.MAX_VALUE;
@@ -161,12 +168,30 @@ public abstract class PacketExaminer {
         return end;
     }
 
+    /** Whether there are two zeroes and a byte less than 3, which no unit contains. */
+    static boolean hasCode(byte[] bytes, int from, int end) {
+        for (int at = from; at + 2 < end; at++) {
+            while (at + Long.BYTES + 2 <= end && (zeroes((long) LONGS.get(bytes, at) | (long) LONGS.get(bytes, at + 1)
+                    | (long) LONGS.get(bytes, at + 2) & ~(3 * LOWEST_BITS)) == 0)) {
+                at += Long.BYTES;
+            }
+            if (at + 2 < end && bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] >= 0 && bytes[at + 2] < 3) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     /** Looks for start codes at eight places. The lowest bit that is set belongs to the first one. */
     private static long startCodes(byte[] bytes, int at) {
         long first = (long) LONGS.get(bytes, at);
         long second = (long) LONGS.get(bytes, at + 1);
         long third = (long) LONGS.get(bytes, at + 2);
-        long different = first | second | third ^ LOWEST_BITS;
-        return different - LOWEST_BITS & ~different & HIGHEST_BITS;
+        return zeroes(first | second | third ^ LOWEST_BITS);
+    }
+
+    /** Looks for bytes that are 0. The lowest bit that is set belongs to the first one. */
+    private static long zeroes(long bytes) {
+        return bytes - LOWEST_BITS & ~bytes & HIGHEST_BITS;
     }
 }

@@ -88,7 +88,7 @@ abstract class UnitExaminer extends PacketExaminer {
             while (at + lengthSize <= end) {
                 long length = number(bytes, at, lengthSize) & 0xFFFFFFFFL;
                 at += lengthSize;
-                if (length > end - at || length < headSize && headSize > 1) {
+                if (length > end - at || headSize > 1 && (length < headSize || endsEarly(bytes, at, at + (int) length))) {
                     return false;
                 }
                 if (length > 0) {
@@ -108,6 +108,15 @@ abstract class UnitExaminer extends PacketExaminer {
             at = next;
         }
         return true;
+    }
+
+    /** Whether a unit has a start code in it, with which FFmpeg 2.8's decoder of HEVC ends it. Zeroes may pad it. */
+    private static boolean endsEarly(byte[] bytes, int from, int to) {
+        int last = to;
+        while (last > from && bytes[last - 1] == 0) {
+            last--;
+        }
+        return hasCode(bytes, from, last);
     }
 
     /** Notes a unit that stands for many pictures. */
