@@ -14,7 +14,7 @@ declare -A below=(
     [codecs]='context ffmpeg formats buffers'
     [pictures]='ffmpeg formats buffers'
     [containers]='context ffmpeg formats'
-    [entries]='context ffmpeg formats buffers codecs pictures containers'
+    [entries]='context ffmpeg formats buffers codecs pictures containers workers'
 )
 faults=0
 fault() {

@@ -51,6 +51,13 @@ jintArray c_jnienv::new_jint_array(jsize imp_length) const
     return make(__func__, [&] { return adsc_env->NewIntArray(imp_length); });
 }
 
+jobject c_jnienv::new_direct_buffer(std::span<std::byte> utp_memory) const
+{
+    return make(__func__, [&] {
+        return adsc_env->NewDirectByteBuffer(utp_memory.data(), static_cast<jlong>(utp_memory.size()));
+    });
+}
+
 jbyteArray c_jnienv::new_jbyte_array(jsize imp_length) const
 {
     return make(__func__, [&] { return adsc_env->NewByteArray(imp_length); });

@@ -6,6 +6,8 @@
 #include <jni.h>
 #include <natives/ArrayKind.h>
 
+#include <cstddef>
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -43,6 +45,8 @@ public:
     jbyteArray new_jbyte_array(jsize imp_length) const;
     jlongArray new_jlong_array(jsize imp_length) const;
     jobjectArray new_jobject_array(jsize imp_length, jclass avop_class, jobject avop_initial) const;
+    /** A direct buffer over memory, which the caller keeps for as long as Java has the buffer. */
+    jobject new_direct_buffer(std::span<std::byte> utp_memory) const;
     /** @param strp_text modified UTF-8 */
     jstring new_jstring_utf(const char *strp_text) const;
 

@@ -98,7 +98,7 @@ c_worker::c_worker(c_descriptor dsp_channel, c_mapping dsp_memory) noexcept
 
 c_worker::~c_worker()
 {
-    kill();
+    close();
 }
 
 void c_worker::start(pid_t inp_process, c_descriptor dsp_process) noexcept
@@ -123,12 +123,28 @@ void c_worker::open_lane(int32_t imp_lane)
 
 void c_worker::kill() noexcept
 {
-    syscall(SYS_pidfd_send_signal, dsc_process.get(), SIGKILL, nullptr, 0);
+    const std::lock_guard dsl_lock(dsc_descriptors);
+    if (dsc_process)
+        syscall(SYS_pidfd_send_signal, dsc_process.get(), SIGKILL, nullptr, 0);
+}
+
+void c_worker::close() noexcept
+{
+    kill();
+    const std::lock_guard dsl_lock(dsc_descriptors);
+    dsc_process = c_descriptor();
+    dsc_channel = c_descriptor();
+}
+
+void c_worker::discard(std::span<std::byte> utp_part) noexcept
+{
+    if (!utp_part.empty())
+        madvise(utp_part.data(), utp_part.size(), MADV_REMOVE);
 }
 
 bool c_worker::has_ended() const noexcept
 {
-    return is_readable(dsc_process.get());
+    return !dsc_process || is_readable(dsc_process.get());
 }
 
 c_nursery::c_nursery(const char *strp_program, const char *strp_ffmpeg)

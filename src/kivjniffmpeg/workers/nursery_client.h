@@ -42,8 +42,13 @@ public:
     /** Ends the process, whatever it does. */
     void kill() noexcept;
     bool has_ended() const noexcept;
+    /** Kills the process and closes the descriptors. The memory stays. @pre no other thread calls anything but kill */
+    void close() noexcept;
+    /** Returns the pages of a part of the memory to the system. Their bytes become zero. */
+    static void discard(std::span<std::byte> utp_part) noexcept;
 
 private:
+    std::mutex dsc_descriptors; // kill may come from any thread
     pid_t inc_process = -1;
     c_descriptor dsc_process;
     c_descriptor dsc_channel;

@@ -43,7 +43,7 @@ public final class AudioDecoder implements AutoCloseable {
     /** A minute and a half of PCM, or hours of compressed speech, whose PCM is far larger. */
     private static final int MOST_BYTES = 16 << 20;
 
-    private final NativeHandle handle;
+    private final NativeHandle<Long> handle;
     private final NativeAudioCodec codec;
     private final WaveFormat format;
     private final SampleFormat samples;
@@ -57,7 +57,7 @@ public final class AudioDecoder implements AutoCloseable {
 
     private AudioDecoder(long address, WaveFormat format, SampleFormat samples, int bitRate, Rational timeBase,
             MediaStream stream) {
-        this.handle = new NativeHandle("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
+        this.handle = new NativeHandle<>("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         this.codec = new NativeAudioCodec();
         this.format = format;
         this.samples = samples;

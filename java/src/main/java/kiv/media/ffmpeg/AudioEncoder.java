@@ -40,7 +40,7 @@ public final class AudioEncoder implements AutoCloseable {
     /** More packets than any encoder holds back. */
     private static final int MOST_DELAYED = 64;
 
-    private final NativeHandle handle;
+    private final NativeHandle<Long> handle;
     private final NativeAudioCodec nativeCodec = new NativeAudioCodec();
     private final AudioCodec codec;
     private final SampleFormat samples;
@@ -58,7 +58,7 @@ public final class AudioEncoder implements AutoCloseable {
 
     private AudioEncoder(long address, AudioCodec codec, int sampleRate, int channels, int wantedBitRate,
             SampleFormat samples) {
-        this.handle = new NativeHandle("encoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
+        this.handle = new NativeHandle<>("encoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
         try {
             int layout = codec.channelLayout(channels);
             if ((codec.isOfFfmpeg() || wantedBitRate != DEFAULT_BIT_RATE || layout != 0)

@@ -25,14 +25,14 @@ public final class AudioResampler implements AutoCloseable {
     /** Bytes of one native call, so that its output fits into an array. */
     private static final int PIECE = 1 << 20;
 
-    private final NativeHandle handle;
+    private final NativeHandle<Long> handle;
     private final int from;
     private final int channels;
     private final SampleFormat samples;
     private boolean finished;
 
     private AudioResampler(long address, int from, int channels, SampleFormat samples) {
-        this.handle = new NativeHandle("resampler", this, address, c_resampler_ffmpeg::n_resampler_delete);
+        this.handle = new NativeHandle<>("resampler", this, address, c_resampler_ffmpeg::n_resampler_delete);
         this.from = from;
         this.channels = channels;
         this.samples = samples;
@@ -111,7 +111,7 @@ public final class AudioResampler implements AutoCloseable {
         handle.close();
     }
 
-    private byte[] call(NativeHandle.Call<byte[], RuntimeException> work) {
+    private byte[] call(NativeHandle.Call<Long, byte[], RuntimeException> work) {
         return handle.call(address -> {
             if (finished) {
                 throw new MediaStateException("the resampler is finished; open another one");

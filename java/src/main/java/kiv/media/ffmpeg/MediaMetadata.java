@@ -2,17 +2,18 @@ package kiv.media.ffmpeg;
 
 import java.util.List;
 import kiv.media.ffmpeg.natives.c_metadata_ffmpeg;
+import kiv.media.ffmpeg.wall.ContainerReader;
 
 /** What a container says of itself besides its numbers, when it was opened. */
 record MediaMetadata(Tags tags, List<Chapter> chapters, List<Program> programs) {
 
-    static MediaMetadata read(long reader) {
+    static MediaMetadata read(ContainerReader reader) {
         return new MediaMetadata(tags(reader, c_metadata_ffmpeg.CONTAINER).get(0),
-                Chapter.list(c_metadata_ffmpeg.n_metadata_chapters(reader), tags(reader, c_metadata_ffmpeg.CHAPTERS)),
-                Program.list(c_metadata_ffmpeg.n_metadata_programs(reader), tags(reader, c_metadata_ffmpeg.PROGRAMS)));
+                Chapter.list(reader.chapters(), tags(reader, c_metadata_ffmpeg.CHAPTERS)),
+                Program.list(reader.programs(), tags(reader, c_metadata_ffmpeg.PROGRAMS)));
     }
 
-    private static List<Tags> tags(long reader, int kind) {
-        return Tags.lists(c_metadata_ffmpeg.n_metadata_tags(reader, kind, 0));
+    private static List<Tags> tags(ContainerReader reader, int kind) {
+        return Tags.lists(reader.tags(kind, 0));
     }
 }

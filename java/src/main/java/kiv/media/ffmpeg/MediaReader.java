@@ -22,7 +22,7 @@ import kiv.media.ffmpeg.natives.ReaderInfo;
 import kiv.media.ffmpeg.natives.SeekFlags;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
-import kiv.media.ffmpeg.natives.c_metadata_ffmpeg;
+import kiv.media.ffmpeg.wall.ContainerReader;
 
 /**
  * Reads the streams and the packets of a media container.
@@ -45,7 +45,8 @@ public final class MediaReader implements AutoCloseable {
     /** Packets of all streams among which the first ones of sound are looked for. */
     private static final int MOST_FIRST = 64;
 
-    private final NativeHandle handle;
+    private final NativeHandle<ContainerReader> handle;
+    private final Workplace place;
     private final ReadableByteChannel channel;
     private final c_mediareader_source source;
     private final boolean seekable;
@@ -58,17 +59,19 @@ public final class MediaReader implements AutoCloseable {
     /** Packets that were read to verify a seek. */
     private final Deque<Packet> ahead = new ArrayDeque<>();
 
-    private MediaReader(long address, ReadableByteChannel channel, c_mediareader_source source, boolean seekable) {
-        this.handle = new NativeHandle("reader", this, address, c_mediareader_ffmpeg::n_reader_delete);
+    private MediaReader(ContainerReader reader, Workplace place, ReadableByteChannel channel, c_mediareader_source source,
+            boolean seekable) {
+        this.handle = new NativeHandle<>("reader", this, reader, ContainerReader::delete);
+        this.place = place;
         this.channel = channel;
         this.source = source;
         this.seekable = seekable;
         try {
-            this.formatName = c_mediareader_ffmpeg.n_reader_get_format_name(address);
+            this.formatName = reader.formatName();
             this.beginnings = new SoundBeginnings(formatName);
-            this.info = c_mediareader_ffmpeg.n_reader_get_info(address);
-            this.metadata = MediaMetadata.read(address);
-            learnStreams(address, info[ReaderInfo.STREAMS]);
+            this.info = reader.info();
+            this.metadata = MediaMetadata.read(reader);
+            learnStreams(reader, info[ReaderInfo.STREAMS]);
         } catch (Throwable e) {
             handle.close();
             throw e;
@@ -131,8 +134,7 @@ public final class MediaReader implements AutoCloseable {
         long[] fields = limits.toNative();
         c_mediareader_source source = new c_mediareader_source(channel);
         channel.position(0);
-        return open(channel, source, true, "not a media file that can be read",
-                context -> c_mediareader_ffmpeg.n_reader_open_within(context, source, fields));
+        return open(channel, source, true, "not a media file that can be read", fields);
     }
 
     /**
@@ -162,8 +164,7 @@ public final class MediaReader implements AutoCloseable {
     public static MediaReader open(ReadableByteChannel channel, ReaderLimits limits) throws IOException {
         long[] fields = limits.toNative();
         c_mediareader_source source = new c_mediareader_source(channel);
-        return open(channel, source, false, "not media that can be read forward only",
-                context -> c_mediareader_ffmpeg.n_reader_open_forward(context, source, fields));
+        return open(channel, source, false, "not media that can be read forward only", fields);
     }
 
     /**
@@ -205,18 +206,18 @@ public final class MediaReader implements AutoCloseable {
     }
 
     private static MediaReader open(ReadableByteChannel channel, c_mediareader_source source, boolean seekable,
-            String failure, NativeHandle.Call<Long, IOException> opening) throws IOException {
-        long context = FfmpegLibrary.context();
-        long address;
+            String failure, long[] limits) throws IOException {
+        Workplace place = Workplace.usual();
+        ContainerReader reader;
         try {
-            address = opening.on(context);
+            reader = place.openReader(source, !seekable, limits);
         } catch (RuntimeException e) {
             throw failed(source, failure, e);
         } finally {
             // The source alone does not keep the channel reachable.
             Reference.reachabilityFence(channel);
         }
-        return new MediaReader(address, channel, source, seekable);
+        return new MediaReader(reader, place, channel, source, seekable);
     }
 
     /**
@@ -277,8 +278,8 @@ public final class MediaReader implements AutoCloseable {
      * @throws MediaStateException when the reader is closed or in use
      */
     public List<AttachedPicture> attachedPictures() {
-        return handle.call(address -> streams.stream().filter(MediaStream::isAttachedPicture).flatMap(stream -> {
-            byte[] bytes = c_metadata_ffmpeg.n_metadata_picture(address, stream.index());
+        return handle.call(reader -> streams.stream().filter(MediaStream::isAttachedPicture).flatMap(stream -> {
+            byte[] bytes = reader.picture(stream.index());
             return bytes == null ? Stream.empty() : Stream.of(new AttachedPicture(stream, bytes));
         }).toList());
     }
@@ -332,26 +333,26 @@ public final class MediaReader implements AutoCloseable {
      * @throws MediaStateException when the reader is closed or in use
      */
     public Packet read() throws IOException {
-        return handle.call(address -> ahead.isEmpty() ? read(address) : ahead.remove());
+        return handle.call(reader -> ahead.isEmpty() ? read(reader) : ahead.remove());
     }
 
-    private Packet read(long address) throws IOException {
+    private Packet read(ContainerReader reader) throws IOException {
         long[] fields = new long[PacketFields.SIZE];
-        byte[] bytes = check(() -> c_mediareader_ffmpeg.n_reader_read(address, fields));
+        byte[] bytes = check(() -> reader.read(fields));
         if (bytes == null) {
             return null;
         }
         if (fields[PacketFields.STREAM] >= streams.size()) {
-            learnStreams(address, fields[PacketFields.STREAM] + 1);
+            learnStreams(reader, fields[PacketFields.STREAM] + 1);
         }
         return beginnings.complete(Packet.ofNative(bytes, fields), streams.get((int) fields[PacketFields.STREAM]), moved);
     }
 
     /** Reads the first packets of sound before the reader moves away from them. */
-    private void leaveBeginning(long address) throws IOException {
+    private void leaveBeginning(ContainerReader reader) throws IOException {
         try {
             for (int packets = 0; !moved && packets < MOST_FIRST && !streams.stream().allMatch(beginnings::knows); packets++) {
-                if (read(address) == null) {
+                if (read(reader) == null) {
                     break;
                 }
             }
@@ -369,8 +370,7 @@ public final class MediaReader implements AutoCloseable {
      * @return the buffer, or a new array when that is too short; null at the end
      */
     byte[] readStream(int stream, byte[] buffer, long[] fields) throws IOException {
-        return handle.call(address -> check(
-                () -> c_mediareader_ffmpeg.n_reader_read_stream(address, stream, buffer, fields)));
+        return handle.call(reader -> check(() -> reader.readStream(stream, buffer, fields)));
     }
 
     /**
@@ -457,11 +457,11 @@ public final class MediaReader implements AutoCloseable {
         double ticks = stream == null ? 0 : micros / (1e6 * stream.timeBase().toDouble());
         // Rounded down, except for what the conversion itself makes too small.
         long target = (long) Math.floor(ticks + 1e-6 * Math.max(1, Math.abs(ticks) * 1e-6));
-        handle.call(address -> {
+        handle.call(reader -> {
             requireSeekable();
-            seek(address, c_mediareader_ffmpeg.NO_STREAM, micros);
+            seek(reader, c_mediareader_ffmpeg.NO_STREAM, micros);
             if (stream != null && stream.timeBase().toDouble() > 0) {
-                settle(address, stream, target);
+                settle(reader, stream, target);
             }
             return null;
         });
@@ -490,10 +490,10 @@ public final class MediaReader implements AutoCloseable {
     public void seek(MediaStream stream, long time) throws IOException {
         check(stream);
         checkTime(time);
-        handle.call(address -> {
+        handle.call(reader -> {
             requireSeekable();
-            seek(address, stream.index(), time);
-            settle(address, stream, time);
+            seek(reader, stream.index(), time);
+            settle(reader, stream, time);
             return null;
         });
     }
@@ -506,9 +506,9 @@ public final class MediaReader implements AutoCloseable {
     }
 
     /** Verifies where a seek has ended, and looks further back when that is too late. */
-    private void settle(long address, MediaStream stream, long time) throws IOException {
-        ahead.addAll(new SeekVerifier(stream, time, formatName.equals("ogg"), () -> read(address),
-                (place, inBytes) -> trySeek(address, stream.index(), place, inBytes)).settle());
+    private void settle(ContainerReader reader, MediaStream stream, long time) throws IOException {
+        ahead.addAll(new SeekVerifier(stream, time, formatName.equals("ogg"), () -> read(reader),
+                (place, inBytes) -> trySeek(reader, stream.index(), place, inBytes)).settle());
     }
 
     /** @throws IllegalArgumentException when the stream belongs to another reader */
@@ -528,30 +528,30 @@ public final class MediaReader implements AutoCloseable {
 
     /** Moves near a place of a stream, which may be a position in bytes. @return whether the container can do that */
     boolean trySeek(int stream, long place, boolean inBytes) throws IOException {
-        return handle.call(address -> trySeek(address, stream, place, inBytes));
+        return handle.call(reader -> trySeek(reader, stream, place, inBytes));
     }
 
-    private boolean trySeek(long address, int stream, long place, boolean inBytes) throws IOException {
+    private boolean trySeek(ContainerReader reader, int stream, long place, boolean inBytes) throws IOException {
         ahead.clear();
-        leaveBeginning(address);
+        leaveBeginning(reader);
         try {
-            c_mediareader_ffmpeg.n_reader_seek(address, stream, place, inBytes ? SeekFlags.BYTE : SeekFlags.BACKWARD);
+            reader.seek(stream, place, inBytes ? SeekFlags.BYTE : SeekFlags.BACKWARD);
             return true;
         } catch (RuntimeException e) {
-            if (source.threw(e)) {
+            if (source.threw(e) || e instanceof MediaException) {
                 throw e;
             }
             return false;
         }
     }
 
-    private void seek(long address, int stream, long time) throws IOException {
+    private void seek(ContainerReader reader, int stream, long time) throws IOException {
         ahead.clear();
-        leaveBeginning(address);
+        leaveBeginning(reader);
         try {
-            c_mediareader_ffmpeg.n_reader_seek(address, stream, time, SeekFlags.BACKWARD);
+            reader.seek(stream, time, SeekFlags.BACKWARD);
         } catch (RuntimeException e) {
-            if (source.threw(e) || !trySeek(address, 0, 0, true)) {
+            if (source.threw(e) || e instanceof MediaException || !trySeek(reader, 0, 0, true)) {
                 throw failed(source, "cannot seek", e);
             }
         }
@@ -579,14 +579,13 @@ public final class MediaReader implements AutoCloseable {
         channel.close();
     }
 
-    private void learnStreams(long address, long count) {
+    private void learnStreams(ContainerReader reader, long count) {
         List<MediaStream> known = new ArrayList<>(streams);
         int first = known.size();
-        List<StreamMetadata> metadataOfNew = StreamMetadata.read(address, first, count);
+        List<StreamMetadata> metadataOfNew = StreamMetadata.read(reader, first, count);
         for (int i = first; i < count; i++) {
-            known.add(new MediaStream(i, c_mediareader_ffmpeg.n_reader_get_stream(address, i),
-                    c_mediareader_ffmpeg.n_reader_get_codec_name(address, i),
-                    c_mediareader_ffmpeg.n_reader_get_extradata(address, i), metadataOfNew.get(i - first)));
+            known.add(new MediaStream(i, reader.stream(i), reader.codecName(i), reader.extradata(i),
+                    metadataOfNew.get(i - first), place));
         }
         streams = List.copyOf(known);
     }

@@ -12,6 +12,7 @@ import kiv.media.ffmpeg.natives.StreamFields;
 import kiv.media.ffmpeg.natives.StreamNames;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
+import kiv.media.ffmpeg.wall.PictureDecoder;
 
 /**
  * Describes one stream of a container. Immutable, and usable after its {@link MediaReader} is closed. Numbers that the
@@ -43,6 +44,7 @@ public final class MediaStream {
     private final String codecName;
     private final byte[] extradata;
     private final StreamMetadata metadata;
+    private final Workplace place;
 
     /**
      * Copies what the native reader reports.
@@ -52,23 +54,30 @@ public final class MediaStream {
      * @param codecName as in {@link c_mediareader_ffmpeg#n_reader_get_codec_name}
      * @param extradata as in {@link c_mediareader_ffmpeg#n_reader_get_extradata}
      * @param metadata what the stream says in words
+     * @param place where its decoders work
      */
-    MediaStream(int index, long[] fields, String codecName, byte[] extradata, StreamMetadata metadata) {
+    MediaStream(int index, long[] fields, String codecName, byte[] extradata, StreamMetadata metadata, Workplace place) {
         this.index = index;
         this.fields = fields.clone();
         this.codecName = codecName;
         this.extradata = extradata.clone();
         this.metadata = metadata;
+        this.place = place;
     }
 
     /** Describes a stream that no container holds. */
-    static MediaStream ofSplitter(long[] fields, String codecName) {
-        return new MediaStream(SPLITTER, fields, codecName, new byte[0], StreamMetadata.NONE);
+    static MediaStream ofSplitter(long[] fields, String codecName, Workplace place) {
+        return new MediaStream(SPLITTER, fields, codecName, new byte[0], StreamMetadata.NONE, place);
     }
 
     /** Whether no container holds the stream, and its bytes state the size of its pictures. */
     boolean isOfSplitter() {
         return index == SPLITTER;
+    }
+
+    /** Where the stream's decoders work. */
+    Workplace place() {
+        return place;
     }
 
     /** {@return the stream's index in {@link MediaReader#streams()}, from 0} */
@@ -302,10 +311,10 @@ public final class MediaStream {
     }
 
     /** Sets what the container says of the pictures, for a decoder whose compressed video does not say it. */
-    void describePictures(long decoder) {
+    void describePictures(PictureDecoder decoder) {
         PICTURE_OPTIONS.forEach((option, field) -> {
             if (fields[field] >= 0 && fields[field] <= LARGEST_OPTION) {
-                c_codecoptions_ffmpeg.n_vcodec_set_option(decoder, option, fields[field]);
+                decoder.setOption(option, fields[field]);
             }
         });
     }

@@ -32,7 +32,7 @@ import kiv.media.ffmpeg.natives.c_mediawriter_sink;
  */
 public final class MediaWriter implements AutoCloseable {
 
-    private final NativeHandle handle;
+    private final NativeHandle<Long> handle;
     private final WritableByteChannel channel;
     private final c_mediawriter_sink sink;
     private final AudioEncoder encoder;
@@ -46,7 +46,7 @@ public final class MediaWriter implements AutoCloseable {
 
     private MediaWriter(long address, WritableByteChannel channel, c_mediawriter_sink sink, AudioEncoder encoder,
             AudioContainer container, byte[] extradata) {
-        this.handle = new NativeHandle("writer", this, address, c_mediawriter_ffmpeg::n_writer_delete);
+        this.handle = new NativeHandle<>("writer", this, address, c_mediawriter_ffmpeg::n_writer_delete);
         this.channel = channel;
         this.sink = sink;
         this.encoder = encoder;

@@ -3,38 +3,38 @@ package kiv.media.ffmpeg;
 import java.lang.ref.Cleaner;
 import java.lang.ref.Reference;
 import java.util.concurrent.atomic.AtomicReference;
-import java.util.function.LongConsumer;
+import java.util.function.Consumer;
 
 /**
- * Owns a native object. It admits one thread at a time, and none after the close. It deletes the object exactly once:
+ * Owns a native object, which is its address or what calls its worker. It admits one thread at a time, and none after the close. It deletes the object exactly once:
  * at the close, or after its owner became unreachable. Native code does not check handles, so every call goes through
  * here.
  */
-final class NativeHandle {
+final class NativeHandle<N> {
 
     private static final Cleaner CLEANER = Cleaner.create();
 
-    /** A native call with the object's address. */
+    /** A native call of the object. */
     @FunctionalInterface
-    interface Call<T, X extends Exception> {
-        T on(long address) throws X;
+    interface Call<N, T, X extends Exception> {
+        T on(N object) throws X;
     }
 
     /** The cleaner's action, which must not refer to the owner. */
-    private static final class Target implements Runnable {
-        private final LongConsumer deleter;
-        private long address;
+    private static final class Target<N> implements Runnable {
+        private final Consumer<N> deleter;
+        private N object;
 
-        Target(long address, LongConsumer deleter) {
-            this.address = address;
+        Target(N object, Consumer<N> deleter) {
+            this.object = object;
             this.deleter = deleter;
         }
 
         @Override
         public void run() {
-            long dead = address;
-            address = 0;
-            if (dead != 0) {
+            N dead = object;
+            object = null;
+            if (dead != null) {
                 deleter.accept(dead);
             }
         }
@@ -42,7 +42,7 @@ final class NativeHandle {
 
     private final String what;
     private final Object owner;
-    private final Target target;
+    private final Target<N> target;
     private final Cleaner.Cleanable cleanable;
     private final AtomicReference<Thread> caller = new AtomicReference<>();
 
@@ -51,13 +51,13 @@ final class NativeHandle {
      *
      * @param what its name in messages
      * @param owner the Java object that represents it
-     * @param address its address
+     * @param object its address, never 0, or what calls it
      * @param deleter deletes it on any thread; must not refer to the owner
      */
-    NativeHandle(String what, Object owner, long address, LongConsumer deleter) {
+    NativeHandle(String what, Object owner, N object, Consumer<N> deleter) {
         this.what = what;
         this.owner = owner;
-        this.target = new Target(address, deleter);
+        this.target = new Target<>(object, deleter);
         this.cleanable = CLEANER.register(owner, target);
     }
 
@@ -66,13 +66,13 @@ final class NativeHandle {
      *
      * @throws MediaStateException when the object is closed or another call is running
      */
-    <T, X extends Exception> T call(Call<T, X> call) throws X {
+    <T, X extends Exception> T call(Call<N, T, X> call) throws X {
         enter();
         try {
-            if (target.address == 0) {
+            if (target.object == null) {
                 throw new MediaStateException("the " + what + " is closed; open another one");
             }
-            return call.on(target.address);
+            return call.on(target.object);
         } finally {
             leave();
         }

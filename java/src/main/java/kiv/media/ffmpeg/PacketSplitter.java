@@ -48,14 +48,15 @@ public final class PacketSplitter implements AutoCloseable {
     private static final int READ = 1 << 16;
     private static final int MOST_KEPT = 100_000;
 
-    private final NativeHandle handle;
+    private final NativeHandle<Long> handle;
+    private final Workplace place = Workplace.usual();
     private final String codec;
     private final Rational timeBase;
     private final long[] fields = new long[SplitterFields.SIZE];
     private long sincePacket;
 
     private PacketSplitter(String codec, Rational timeBase, long address) {
-        this.handle = new NativeHandle("splitter", this, address, c_splitter_ffmpeg::n_splitter_delete);
+        this.handle = new NativeHandle<>("splitter", this, address, c_splitter_ffmpeg::n_splitter_delete);
         this.codec = codec;
         this.timeBase = timeBase;
     }
@@ -104,7 +105,7 @@ public final class PacketSplitter implements AutoCloseable {
             long[] known = c_splitter_ffmpeg.n_splitter_get_stream(address);
             known[StreamFields.TIME_BASE_NUMERATOR] = timeBase.numerator();
             known[StreamFields.TIME_BASE_DENOMINATOR] = timeBase.denominator();
-            return MediaStream.ofSplitter(known, c_splitter_ffmpeg.n_splitter_get_codec_name(address));
+            return MediaStream.ofSplitter(known, c_splitter_ffmpeg.n_splitter_get_codec_name(address), place);
         });
     }
 

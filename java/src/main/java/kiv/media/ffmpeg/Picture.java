@@ -131,7 +131,7 @@ public final class Picture implements AutoCloseable {
             }
         }
         return !format.reservesPalette() || offsets[PALETTE_PLANE] >= 0
-                && offsets[PALETTE_PLANE] + PALETTE_ENTRIES * Integer.BYTES <= capacity;
+                && offsets[PALETTE_PLANE] <= capacity - PALETTE_ENTRIES * Integer.BYTES;
     }
 
     /** {@return width in pixels} */

@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.nio.ByteBuffer;
 import kiv.media.ffmpeg.natives.c_pictures_ffmpeg;
+import kiv.media.ffmpeg.wall.SharedMemory;
 
 /**
  * The memory of one picture, outside of the Java heap. The decoder and pictures may share it. When the last user
@@ -11,6 +12,8 @@ final class PictureMemory {
 
     private final PictureMemoryPool pool;
     private final ByteBuffer buffer;
+    /** Where it lies in memory that a worker shares; null in memory of this process. */
+    private final SharedMemory.Block block;
     private long address;
     private int users = 1;
     /** Whether a picture of the decoder's was in it that the decoder does not know to be closed. */
@@ -20,11 +23,20 @@ final class PictureMemory {
     PictureMemory(PictureMemoryPool pool, ByteBuffer buffer) {
         this.pool = pool;
         this.buffer = buffer;
+        this.block = null;
     }
 
-    /** Memory of the same pool for another picture, with one user, the caller. */
+    /** Shared memory with one user, the caller. */
+    PictureMemory(PictureMemoryPool pool, SharedMemory.Block block) {
+        this.pool = pool;
+        this.buffer = block.buffer();
+        this.block = block;
+        this.address = block.offset();
+    }
+
+    /** Memory of this process for another picture, with one user, the caller. */
     PictureMemory another(int size) {
-        return pool.take(size);
+        return pool.another(size);
     }
 
     /** The whole memory. Position and limit have no meaning. */
@@ -32,7 +44,7 @@ final class PictureMemory {
         return buffer;
     }
 
-    /** The address of the memory, for the library. */
+    /** Where the decoder finds the memory: its address, or its place in shared memory. */
     long address() {
         if (address == 0) {
             address = c_pictures_ffmpeg.n_address(buffer);
@@ -63,6 +75,13 @@ final class PictureMemory {
     /** Adds a user. */
     synchronized void share() {
         users++;
+    }
+
+    /** Nobody uses it any more. */
+    void free() {
+        if (block != null) {
+            block.release();
+        }
     }
 
     /** Removes a user. Each user calls this once. */

@@ -6,6 +6,7 @@ import java.util.Arrays;
 import java.util.Deque;
 import java.util.Iterator;
 import kiv.media.ffmpeg.natives.PictureCall;
+import kiv.media.ffmpeg.wall.SharedMemory;
 
 /**
  * Provides the memory for the pictures of one decoder and for their conversions. It reuses released memory, because the
@@ -24,11 +25,40 @@ final class PictureMemoryPool {
     private PictureMemory[] slots = new PictureMemory[LARGEST];
 
     private boolean closed;
+    /** The memory of the decoder's worker; null for a decoder in this process. */
+    private final SharedMemory shared;
+    /** Provides the memory of conversions. */
+    private final PictureMemoryPool conversions;
+
+    PictureMemoryPool() {
+        this(null);
+    }
+
+    /** @param shared the memory in which the decoder's pictures must be; null for any */
+    PictureMemoryPool(SharedMemory shared) {
+        this.shared = shared;
+        this.conversions = shared == null ? this : new PictureMemoryPool();
+    }
 
     /** Memory with one user, the caller. */
     PictureMemory take(int size) {
         PictureMemory memory = spare(size);
-        return memory != null ? memory : new PictureMemory(this, aligned(size));
+        return memory != null ? memory
+                : shared == null ? new PictureMemory(this, aligned(size)) : new PictureMemory(this, block(size));
+    }
+
+    /** Memory for the result of a conversion, with one user, the caller. */
+    PictureMemory another(int size) {
+        return conversions.take(size);
+    }
+
+    private SharedMemory.Block block(int size) {
+        SharedMemory.Block block = shared.allocate(size);
+        if (block == null) {
+            throw new MediaException("no shared memory for a picture of " + size
+                    + " bytes; close pictures when done with them");
+        }
+        return block;
     }
 
     /** Planes then begin at the same offsets in all memory of a size. */
@@ -63,12 +93,13 @@ final class PictureMemoryPool {
     /** Takes memory that has no user any more. */
     synchronized void recycle(PictureMemory memory) {
         if (closed) {
+            memory.free();
             return;
         }
         spare.push(memory);
         if (spare.size() > LARGEST) {
             // The oldest one has a size that no picture needs any more.
-            spare.removeLast();
+            spare.removeLast().free();
         }
     }
 
@@ -147,7 +178,16 @@ final class PictureMemoryPool {
     /** Drops all spare memory and keeps none from now on, so that open pictures keep no memory but their own. */
     synchronized void close() {
         closed = true;
+        spare.forEach(PictureMemory::free);
         spare.clear();
+        for (PictureMemory memory : slots) {
+            if (memory != null) {
+                memory.release();
+            }
+        }
         Arrays.fill(slots, null);
+        if (conversions != this) {
+            conversions.close();
+        }
     }
 }

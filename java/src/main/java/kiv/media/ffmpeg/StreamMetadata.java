@@ -6,6 +6,7 @@ import java.util.Optional;
 import kiv.media.ffmpeg.natives.LightFields;
 import kiv.media.ffmpeg.natives.StreamNames;
 import kiv.media.ffmpeg.natives.c_metadata_ffmpeg;
+import kiv.media.ffmpeg.wall.ContainerReader;
 
 /**
  * What a stream says of itself besides its numbers.
@@ -20,13 +21,13 @@ record StreamMetadata(Tags tags, String[] names, long[] light) {
     static final StreamMetadata NONE = new StreamMetadata(Tags.NONE, new String[StreamNames.SIZE], null);
 
     /** The metadata of a reader's streams from a number on. */
-    static List<StreamMetadata> read(long reader, int first, long count) {
+    static List<StreamMetadata> read(ContainerReader reader, int first, long count) {
         List<Tags> tags = first >= count ? List.of()
-                : Tags.lists(c_metadata_ffmpeg.n_metadata_tags(reader, c_metadata_ffmpeg.STREAMS, first));
+                : Tags.lists(reader.tags(c_metadata_ffmpeg.STREAMS, first));
         List<StreamMetadata> all = new ArrayList<>();
         for (int index = first; index < count; index++) {
             all.add(new StreamMetadata(all.size() < tags.size() ? tags.get(all.size()) : Tags.NONE,
-                    c_metadata_ffmpeg.n_metadata_names(reader, index), c_metadata_ffmpeg.n_metadata_light(reader, index)));
+                    reader.names(index), reader.light(index)));
         }
         return all;
     }

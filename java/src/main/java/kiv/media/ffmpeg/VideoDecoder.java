@@ -13,7 +13,7 @@ import kiv.media.ffmpeg.natives.PictureCall;
 import kiv.media.ffmpeg.natives.PictureResult;
 import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
-import kiv.media.ffmpeg.natives.c_pictures_ffmpeg;
+import kiv.media.ffmpeg.wall.PictureDecoder;
 
 /**
  * Decodes the packets of one video stream into pictures.
@@ -43,7 +43,7 @@ public final class VideoDecoder implements AutoCloseable {
     /** Stands for as many threads as the pictures are worth. */
     private static final int USUAL_THREADS = 0;
 
-    private final NativeHandle handle;
+    private final NativeHandle<PictureDecoder> handle;
     private final PictureMemoryPool pool;
     private final int threads;
     private final VideoFormat format;
@@ -60,12 +60,12 @@ public final class VideoDecoder implements AutoCloseable {
     private final long[] call = new long[PictureCall.SIZE];
     private PictureKind kind;
 
-    private VideoDecoder(long address, PictureMemoryPool pool, int threads, VideoFormat format, MediaStream stream,
+    private VideoDecoder(PictureDecoder decoder, PictureMemoryPool pool, int threads, VideoFormat format, MediaStream stream,
             boolean numbered) {
         boolean usual = threads == USUAL_THREADS;
         int taken = usual && format.width() * format.height() > PIXELS_FOR_ONE_THREAD ? ThreadBudget.take() : 0;
-        this.handle = new NativeHandle("decoder", this, address, dead -> {
-            c_multimediaapi_ffmpeg.n_vcodec_delete(dead);
+        this.handle = new NativeHandle<>("decoder", this, decoder, dead -> {
+            dead.delete();
             pool.close();
             ThreadBudget.putBack(taken);
         });
@@ -171,25 +171,25 @@ public final class VideoDecoder implements AutoCloseable {
 
     private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered, boolean strict,
             int threads) {
-        long context = FfmpegLibrary.context();
-        PictureMemoryPool pool = new PictureMemoryPool();
-        long address;
+        PictureDecoder made;
         try {
-            address = format.createDecoder(context, null);
+            made = format.createDecoder(stream == null ? Workplace.usual() : stream.place());
+        } catch (MediaException e) {
+            throw e;
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
-        VideoDecoder decoder = new VideoDecoder(address, pool, threads, format, stream, numbered);
+        VideoDecoder decoder = new VideoDecoder(made, new PictureMemoryPool(made.memory()), threads, format, stream, numbered);
         try {
             // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
-            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
-            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.POOLED_PICTURES, 1);
-            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.THREADS, decoder.threads);
+            made.setOption(c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
+            made.setOption(c_codecoptions_ffmpeg.POOLED_PICTURES, 1);
+            made.setOption(c_codecoptions_ffmpeg.THREADS, decoder.threads);
             if (stream != null && !stream.isOfSplitter()) {
-                stream.describePictures(address);
+                stream.describePictures(made);
             }
-            c_codecoptions_ffmpeg.n_vcodec_set_option(address, c_codecoptions_ffmpeg.DAMAGE_IS_ERROR, strict ? 1 : 0);
-            if (!c_multimediaapi_ffmpeg.n_vcodec_open(address)) {
+            made.setOption(c_codecoptions_ffmpeg.DAMAGE_IS_ERROR, strict ? 1 : 0);
+            if (!made.open()) {
                 throw new UnsupportedCodecException("the decoder does not open for " + format
                         + "; its private data may be missing or damaged");
             }
@@ -230,9 +230,9 @@ public final class VideoDecoder implements AutoCloseable {
      */
     public List<Picture> decode(Packet packet) {
         filter.check(packet);
-        return call(address -> {
+        return call(codec -> {
             wholePackets.check(packet);
-            decode(address, packet);
+            decode(codec, packet);
             return deliver();
         });
     }
@@ -246,8 +246,8 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws MediaStateException when the decoder is closed or in use
      */
     public List<Picture> finish() {
-        return call(address -> {
-            end(address);
+        return call(codec -> {
+            end(codec);
             return deliver();
         });
     }
@@ -271,7 +271,7 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     private PullSpliterator<Picture> decoding(MediaReader reader) {
-        return new DecodingSpliterator<>(reader, filter, this::decodeOrEnd, () -> call(address -> finished.poll()));
+        return new DecodingSpliterator<>(reader, filter, this::decodeOrEnd, () -> call(codec -> finished.poll()));
     }
 
     /**
@@ -341,17 +341,17 @@ public final class VideoDecoder implements AutoCloseable {
     public Stream<Picture> pictures(Stream<Packet> packets) {
         Iterator<Packet> rest = packets.iterator();
         return new DecodingSpliterator<>(() -> rest.hasNext() ? rest.next() : null, filter, this::decodeOrEnd,
-                () -> call(address -> finished.poll())).stream();
+                () -> call(codec -> finished.poll())).stream();
     }
 
     /** Null ends the stream. */
     private void decodeOrEnd(Packet packet) {
-        call(address -> {
+        call(codec -> {
             if (packet == null) {
-                end(address);
+                end(codec);
             } else {
                 wholePackets.check(packet);
-                decode(address, packet);
+                decode(codec, packet);
             }
             return null;
         });
@@ -364,8 +364,8 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws MediaStateException when the decoder is closed or in use
      */
     public void reset() {
-        call(address -> {
-            c_multimediaapi_ffmpeg.n_vcodec_reset(address);
+        call(codec -> {
+            codec.reset();
             times.forget();
             clock.forget();
             finished.forEach(Picture::close);
@@ -384,7 +384,7 @@ public final class VideoDecoder implements AutoCloseable {
         handle.close();
     }
 
-    private <T> T call(NativeHandle.Call<T, RuntimeException> work) {
+    private <T> T call(NativeHandle.Call<PictureDecoder, T, RuntimeException> work) {
         return handle.call(work);
     }
 
@@ -399,18 +399,18 @@ public final class VideoDecoder implements AutoCloseable {
         return errors;
     }
 
-    private void decode(long address, Packet packet) {
+    private void decode(PictureDecoder codec, Packet packet) {
         int key = times.remember(packet);
-        if (process(address, packet.bytes(), packet.size(), packet.isKey() ? ProcessFlags.KEY : 0, key)) {
+        if (process(codec, packet.bytes(), packet.size(), packet.isKey() ? ProcessFlags.KEY : 0, key)) {
             throw new DecodeException("a packet cannot be decoded: " + packet
                     + (threads == 1 ? "" : ", or one of the " + threads + " packets before it"));
         }
     }
 
-    private void end(long address) {
-        process(address, null, 0, ProcessFlags.DRAIN, NO_KEY);
+    private void end(PictureDecoder codec) {
+        process(codec, null, 0, ProcessFlags.DRAIN, NO_KEY);
         try {
-            c_multimediaapi_ffmpeg.n_vcodec_reset(address);
+            codec.reset();
         } catch (RuntimeException | Error e) {
             throw MediaException.of(e, "decoding", DecodeException::new);
         }
@@ -424,7 +424,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @param key the packet's
      * @return whether a packet could not be decoded
      */
-    private boolean process(long address, byte[] packet, int length, int flags, int key) {
+    private boolean process(PictureDecoder codec, byte[] packet, int length, int flags, int key) {
         int result = 0;
         boolean first = true;
         boolean failed = false;
@@ -432,7 +432,7 @@ public final class VideoDecoder implements AutoCloseable {
             pool.stock(call, (result & PictureResult.MEMORY) != 0);
             call[PictureCall.KEY] = key;
             try {
-                result = c_pictures_ffmpeg.n_decode(address, packet, first ? length : 0, first ? flags : 0, call);
+                result = codec.decode(packet, first ? length : 0, first ? flags : 0, call);
             } catch (RuntimeException | Error e) {
                 throw MediaException.of(e, "decoding", DecodeException::new);
             }

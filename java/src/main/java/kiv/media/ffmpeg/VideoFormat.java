@@ -4,7 +4,7 @@ import java.util.Objects;
 import java.util.Optional;
 import java.util.regex.Pattern;
 import kiv.media.ffmpeg.natives.VideoFormatLayout;
-import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
+import kiv.media.ffmpeg.wall.PictureDecoder;
 
 /**
  * Describes compressed video for a {@link VideoDecoder}. Immutable, for any thread.
@@ -123,13 +123,12 @@ public final class VideoFormat {
     /**
      * Makes a decoder that is not open.
      *
-     * @return the decoder's handle
+     * @return the decoder
      * @throws RuntimeException when there is no decoder
      */
-    long createDecoder(long context, Object pictures) {
-        return stream == null
-                ? c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, subtype, toNative(), extradata, null, pictures)
-                : c_codecs_ffmpeg.n_create_vcodec(context, stream.toNative(), extradata, null, pictures);
+    PictureDecoder createDecoder(Workplace place) {
+        return stream == null ? place.createDecoder(subtype, toNative(), extradata)
+                : place.createDecoder(stream.toNative(), extradata);
     }
 
     /** {@return FFmpeg's short name of the codec; empty for a codec that is not cut into packets} */

@@ -23,6 +23,7 @@ class ArchitectureTest {
                 .layer("headers").definedBy("kiv.media.ffmpeg.headers")
                 .layer("io").definedBy("kiv.media.ffmpeg.io")
                 .layer("index").definedBy("kiv.media.ffmpeg.index")
+                .layer("wall").definedBy("kiv.media.ffmpeg.wall")
                 .layer("natives").definedBy("kiv.media.ffmpeg.natives")
                 .whereLayer("javasound").mayNotBeAccessedByAnyLayer()
                 .whereLayer("API").mayOnlyBeAccessedByLayers("javasound")
@@ -30,7 +31,8 @@ class ArchitectureTest {
                 .whereLayer("headers").mayOnlyBeAccessedByLayers("javasound", "API")
                 .whereLayer("io").mayOnlyBeAccessedByLayers("javasound", "API")
                 .whereLayer("index").mayOnlyBeAccessedByLayers("API")
-                .whereLayer("natives").mayOnlyBeAccessedByLayers("API")
+                .whereLayer("wall").mayOnlyBeAccessedByLayers("API")
+                .whereLayer("natives").mayOnlyBeAccessedByLayers("API", "wall")
                 .ensureAllClassesAreContainedInArchitectureIgnoring(not(resideInAPackage("kiv.media..")))
                 .check(new ClassFileImporter().withImportOption(new ImportOption.DoNotIncludeTests())
                         .importPackagesOf(FfmpegLibrary.class));

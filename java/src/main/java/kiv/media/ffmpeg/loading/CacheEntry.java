@@ -29,10 +29,14 @@ sealed interface CacheEntry {
     /** Creates it in a directory that has no such file. */
     void create(Path directory) throws IOException;
 
-    /** A file of the class path. Other versions and damaged copies have another size or checksum. */
-    record Packed(URL source, String name, long size, long crc) implements CacheEntry {
+    /** A file of the class path, which may be a program. Other versions and damaged copies have another size or checksum. */
+    record Packed(URL source, String name, long size, long crc, boolean program) implements CacheEntry {
 
         static Packed of(ClassLoader loader, String prefix, String name) throws IOException {
+            return of(loader, prefix, name, false);
+        }
+
+        static Packed of(ClassLoader loader, String prefix, String name, boolean program) throws IOException {
             URL source = loader.getResource(prefix + name);
             if (source == null) {
                 throw new FileNotFoundException(prefix + name + " is not on the class path");
@@ -41,12 +45,12 @@ sealed interface CacheEntry {
             if (connection instanceof JarURLConnection jar) {
                 JarEntry entry = jar.getJarEntry();
                 if (entry.getSize() >= 0 && entry.getCrc() >= 0) {
-                    return new Packed(source, name, entry.getSize(), entry.getCrc());
+                    return new Packed(source, name, entry.getSize(), entry.getCrc(), program);
                 }
             }
             try (CheckedInputStream in = new CheckedInputStream(source.openStream(), new CRC32())) {
                 long size = in.transferTo(OutputStream.nullOutputStream());
-                return new Packed(source, name, size, in.getChecksum().getValue());
+                return new Packed(source, name, size, in.getChecksum().getValue(), program);
             }
         }
 
@@ -60,7 +64,7 @@ sealed interface CacheEntry {
             Path copy = directory.resolve(name);
             try {
                 if (!Files.isRegularFile(copy, LinkOption.NOFOLLOW_LINKS) || !TrustedDirectory.isTrusted(copy)
-                        || Files.size(copy) != size) {
+                        || Files.size(copy) != size || program && !Files.isExecutable(copy)) {
                     return false;
                 }
                 try (CheckedInputStream in = new CheckedInputStream(Files.newInputStream(copy), new CRC32())) {
@@ -73,7 +77,8 @@ sealed interface CacheEntry {
 
         @Override
         public void create(Path directory) throws IOException {
-            Path copy = Files.createFile(directory.resolve(name), TrustedDirectory.PRIVATE_FILE);
+            Path copy = Files.createFile(directory.resolve(name),
+                    program ? TrustedDirectory.PRIVATE_DIRECTORY : TrustedDirectory.PRIVATE_FILE);
             try (InputStream in = source.openStream(); OutputStream out = Files.newOutputStream(copy)) {
                 in.transferTo(out);
             }

@@ -7,6 +7,8 @@ public final class LibraryProperties {
     public static final String LIBRARY = "kiv.media.ffmpeg.library";
     /** The directory of FFmpeg's libraries. */
     public static final String DIRECTORY = "kiv.media.ffmpeg.dir";
+    /** The program that works behind the wall. */
+    public static final String WORKER = "kiv.media.ffmpeg.worker";
     /** The directory into which libraries are unpacked. */
     public static final String CACHE = "kiv.media.ffmpeg.cache";
 

@@ -48,6 +48,21 @@ final class PackagedFiles {
     }
 
     /**
+     * Unpacks a program. Otherwise as {@link #unpack}.
+     *
+     * @param what the name of the program in messages
+     * @param name the first part of the name of its directory
+     * @param prefix its path in the jar, ending in a slash
+     * @param file its name
+     * @return the program
+     * @throws LoadingException when it works nowhere
+     */
+    static Path unpackProgram(String what, String name, String prefix, String file) throws LoadingException {
+        return inCache("unpack " + what + " into ", name,
+                () -> List.of(CacheEntry.Packed.of(LOADER, prefix, file, true))).resolve(file);
+    }
+
+    /**
      * Makes a directory of links in the first place where that works.
      *
      * @param what the name of the files in messages

@@ -1,0 +1,94 @@
+package kiv.media.ffmpeg;
+
+import java.io.IOException;
+import java.nio.file.Path;
+import kiv.media.ffmpeg.loading.LoadingException;
+import kiv.media.ffmpeg.loading.WorkerProgram;
+import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
+import kiv.media.ffmpeg.natives.c_mediareader_source;
+import kiv.media.ffmpeg.wall.ContainerReader;
+import kiv.media.ffmpeg.wall.Lane;
+import kiv.media.ffmpeg.wall.PictureDecoder;
+import kiv.media.ffmpeg.wall.RemotePictureDecoder;
+import kiv.media.ffmpeg.wall.RemoteReader;
+import kiv.media.ffmpeg.wall.Worker;
+import kiv.media.ffmpeg.wall.WorkerEnd;
+import kiv.media.ffmpeg.wall.WorkerFailures;
+import kiv.media.ffmpeg.wall.WorkerLimits;
+
+/**
+ * Where the objects of one medium work: in this process, or in a process behind the wall that they share. Any thread may use
+ * it.
+ */
+final class Workplace {
+
+    /** The system property that chooses where the objects of the API work: {@code process} or {@code wall}. */
+    static final String PROPERTY = "kiv.media.ffmpeg.isolation";
+
+    private static final WorkerLimits LIMITS = new WorkerLimits(2L << 30, 0, 20_000);
+
+    private static final WorkerFailures FAILURES = new WorkerFailures() {
+        @Override
+        public RuntimeException ended(WorkerEnd end, long packets) {
+            return new WorkerException(end, packets);
+        }
+
+        @Override
+        public RuntimeException notStarted(Throwable cause) {
+            return new LibraryException("cannot start a process behind the wall: " + cause.getMessage(), cause);
+        }
+    };
+
+    private final boolean wall;
+    /** Of the objects that were made last. */
+    private Worker newest;
+
+    private Workplace(boolean wall) {
+        this.wall = wall;
+    }
+
+    /** {@return a place of the kind that the system property chooses} */
+    static Workplace usual() {
+        String chosen = System.getProperty(PROPERTY, "process");
+        if (!chosen.equals("process") && !chosen.equals("wall")) {
+            throw new IllegalArgumentException("-D" + PROPERTY + "=" + chosen + " is neither process nor wall");
+        }
+        return new Workplace(chosen.equals("wall"));
+    }
+
+    /** A lane of the worker, or of a new one when that has ended. */
+    private synchronized Lane lane() {
+        Lane lane = newest == null ? null : newest.openLane();
+        if (lane == null) {
+            lane = Worker.start(program(), FfmpegLibrary.directory(), LIMITS, FAILURES);
+            newest = lane.worker();
+        }
+        return lane;
+    }
+
+    private static Path program() {
+        try {
+            return WorkerProgram.find();
+        } catch (LoadingException e) {
+            throw new LibraryException(e.getMessage(), e.getCause());
+        }
+    }
+
+    ContainerReader openReader(c_mediareader_source source, boolean forward, long[] limits) throws IOException {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteReader.open(lane(), source, forward, limits)
+                : DirectReader.open(context, source, forward, limits);
+    }
+
+    PictureDecoder createDecoder(String subtype, int[] format, byte[] extradata) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemotePictureDecoder.of(lane(), subtype, format, extradata) : new DirectPictureDecoder(
+                c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, subtype, format, extradata, null, null));
+    }
+
+    PictureDecoder createDecoder(long[] stream, byte[] extradata) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemotePictureDecoder.of(lane(), stream, extradata)
+                : new DirectPictureDecoder(c_codecs_ffmpeg.n_create_vcodec(context, stream, extradata, null, null));
+    }
+}

@@ -1,0 +1,144 @@
+package kiv.media.ffmpeg.natives;
+
+import java.lang.annotation.Native;
+import java.nio.ByteBuffer;
+
+/**
+ * Natives that start processes behind the wall, and give them turns. What is said in between is in the shared memory; see
+ * {@link WorkerLane}. The caller does not use a handle after deleting its object.
+ */
+public final class c_workers_ffmpeg {
+
+    /** {@link #n_take_turn}: the worker has answered. */
+    @Native public static final int ANSWERED = 0;
+
+    /** {@link #n_take_turn}: the worker has ended. */
+    @Native public static final int ENDED = 1;
+
+    /** {@link #n_take_turn}: the worker made no progress for too long. */
+    @Native public static final int SILENT = 2;
+
+    /** {@link #n_take_turn}: the worker wrote a turn that is none. */
+    @Native public static final int LIED = 3;
+
+    private c_workers_ffmpeg() {
+    }
+
+    /**
+     * Starts the process that makes workers, and waits until it has loaded FFmpeg.
+     *
+     * @param program path of the worker program
+     * @param directory path of FFmpeg's directory, as for {@code n_init}
+     * @return its handle
+     * @throws Error when it cannot be started, or ends at once
+     */
+    public static native long n_start_nursery(String program, String directory);
+
+    /**
+     * Ends the process that makes workers, and all workers with it.
+     *
+     * @param nursery its handle, invalid after the call
+     */
+    public static native void n_delete_nursery(long nursery);
+
+    /**
+     * Makes a worker. Any thread may call it.
+     *
+     * @param nursery the handle of the process that makes it
+     * @param shared bytes of shared memory; they take memory when they are written to
+     * @param memory bytes that the worker may allocate besides
+     * @param processorSeconds processor time after which the kernel ends the worker; 0 for any
+     * @return its handle
+     * @throws Error when there is no process or no memory for it
+     */
+    public static native long n_create_worker(long nursery, long shared, long memory, int processorSeconds);
+
+    /**
+     * Returns what the worker gave up, once it has done that.
+     *
+     * @param worker its handle
+     * @return a text for a log
+     * @throws Error when the worker ended before
+     */
+    public static native String n_worker_held(long worker);
+
+    /**
+     * Returns a part of the shared memory, which is valid until the worker is deleted.
+     *
+     * @param worker its handle
+     * @param offset where the part begins, in bytes
+     * @param length bytes of the part
+     * @return a direct buffer
+     * @throws RuntimeException when the part is outside of the memory
+     */
+    public static native ByteBuffer n_worker_memory(long worker, long offset, int length);
+
+    /**
+     * Returns the pages of a part of the shared memory to the system. Their bytes become zero.
+     *
+     * @param worker its handle
+     * @param offset where the part begins, in bytes; a multiple of 4096
+     * @param length bytes of the part; a multiple of 4096
+     * @throws RuntimeException when the part is outside of the memory
+     */
+    public static native void n_discard(long worker, long offset, int length);
+
+    /**
+     * Lets a thread of the worker serve a lane.
+     *
+     * @param worker its handle
+     * @param lane the lane's number
+     * @throws Error when the worker has ended
+     */
+    public static native void n_open_lane(long worker, int lane);
+
+    /**
+     * Gives the turn of a lane to the worker.
+     *
+     * @param worker its handle
+     * @param lane the lane's number
+     * @param turn the new turn, which is odd
+     */
+    public static native void n_give_turn(long worker, int lane, int turn);
+
+    /**
+     * Waits until the turn that was given comes back as the next number. Another thread ends the wait with {@link #n_kill}.
+     *
+     * @param worker its handle
+     * @param lane the lane's number
+     * @param turn the turn that was given
+     * @param milliseconds the longest time without progress
+     * @return {@link #ANSWERED}, {@link #ENDED}, {@link #SILENT} or {@link #LIED}
+     */
+    public static native int n_take_turn(long worker, int lane, int turn, int milliseconds);
+
+    /**
+     * Ends a worker, whatever it does. Any thread may call it.
+     *
+     * @param worker its handle
+     */
+    public static native void n_kill(long worker);
+
+    /**
+     * Returns how a worker ended, and waits a moment for that. It is known once.
+     *
+     * @param nursery the handle of the process that made it
+     * @param worker its handle
+     * @return the signal that ended it or 0, and its exit status; null when that is not known
+     */
+    public static native int[] n_worker_end(long nursery, long worker);
+
+    /**
+     * Ends a worker and closes its descriptors. Its memory stays.
+     *
+     * @param worker its handle, on which nothing waits
+     */
+    public static native void n_close_worker(long worker);
+
+    /**
+     * Deletes a closed or open worker with its memory, of which Java has no buffer any more.
+     *
+     * @param worker its handle, invalid after the call
+     */
+    public static native void n_delete_worker(long worker);
+}

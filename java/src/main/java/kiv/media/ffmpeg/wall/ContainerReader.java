@@ -1,0 +1,69 @@
+package kiv.media.ffmpeg.wall;
+
+import java.io.IOException;
+import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
+import kiv.media.ffmpeg.natives.c_metadata_ffmpeg;
+
+/**
+ * A reader of a container, on either side of the wall. Its methods are the natives of {@link c_mediareader_ffmpeg} and
+ * {@link c_metadata_ffmpeg} of the same names. What they return may be anything where a native promises no more.
+ */
+public interface ContainerReader {
+
+    /** {@return FFmpeg's name of the format} */
+    String formatName();
+
+    /** {@return the numbers of the container} */
+    long[] info();
+
+    /** {@return the numbers of a stream} */
+    long[] stream(int index);
+
+    /** {@return the name of a stream's codec} */
+    String codecName(int index);
+
+    /** {@return a stream's extradata} */
+    byte[] extradata(int index);
+
+    /**
+     * Reads the next packet of any stream.
+     *
+     * @param fields receives what describes it, laid out as {@link PacketFields}
+     * @return its bytes; null at the end
+     */
+    byte[] read(long[] fields) throws IOException;
+
+    /**
+     * Reads the next packet of one stream.
+     *
+     * @param buffer receives the bytes, when it is long enough; may be null
+     * @param fields receives what describes it, with the length
+     * @return the buffer or a new array; null at the end
+     */
+    byte[] readStream(int stream, byte[] buffer, long[] fields) throws IOException;
+
+    /** Moves to a time. */
+    void seek(int stream, long time, int flags) throws IOException;
+
+    /** {@return all tags of a kind, from the part with the index on} */
+    byte[] tags(int kind, int first);
+
+    /** {@return the numbers of the chapters} */
+    long[] chapters();
+
+    /** {@return the numbers of the programs} */
+    long[] programs();
+
+    /** {@return the names of a stream} */
+    String[] names(int index);
+
+    /** {@return the light of a stream, or null} */
+    long[] light(int index);
+
+    /** {@return the bytes of a stream that is a picture, or null} */
+    byte[] picture(int index);
+
+    /** Deletes the reader, which is not called afterwards. */
+    void delete();
+}

@@ -1,0 +1,133 @@
+package kiv.media.ffmpeg.wall;
+
+import java.lang.ref.Cleaner;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.util.Map;
+import java.util.TreeMap;
+import java.util.concurrent.atomic.AtomicBoolean;
+import kiv.media.ffmpeg.natives.WorkerLane;
+import kiv.media.ffmpeg.natives.c_workers_ffmpeg;
+
+/**
+ * The memory that a worker shares, divided into blocks. It stays mapped as long as a buffer over it is reachable, so that no
+ * use of an old buffer ends the process. Any thread may use it.
+ */
+public final class SharedMemory {
+
+    /** What one buffer addresses, less a page; it takes memory when it is written to. */
+    static final long SIZE = (1L << 31) - SharedMemory.PAGE;
+
+    private static final int PAGE = 4096;
+    private static final Cleaner CLEANER = Cleaner.create();
+
+    private final long worker;
+    /** Lengths of the free ranges by offset; no two of them touch. */
+    private final TreeMap<Long, Long> free = new TreeMap<>();
+    private boolean closed;
+
+    /** A part of the memory. */
+    public static final class Block {
+
+        private final ByteBuffer buffer;
+        private final long offset;
+        private final Cleaner.Cleanable cleanable;
+
+        private Block(ByteBuffer buffer, long offset, Runnable release) {
+            this.buffer = buffer;
+            this.offset = offset;
+            this.cleanable = CLEANER.register(buffer, release);
+        }
+
+        /** {@return the bytes, in the processor's order} */
+        public ByteBuffer buffer() {
+            return buffer;
+        }
+
+        /** {@return where it begins in the shared memory} */
+        public long offset() {
+            return offset;
+        }
+
+        /** Lets others have the memory. Old buffers see what they write there. A second call does nothing. */
+        public void release() {
+            cleanable.clean();
+        }
+    }
+
+    /** The memory of a worker, which is deleted with it. */
+    SharedMemory(long worker) {
+        this.worker = worker;
+        free.put((long) WorkerLane.END, SIZE - WorkerLane.END);
+        CLEANER.register(this, () -> c_workers_ffmpeg.n_delete_worker(worker));
+    }
+
+    /** The fields of a lane, for an owner of this object. */
+    ByteBuffer lane(int number) {
+        return c_workers_ffmpeg.n_worker_memory(worker, (long) number * WorkerLane.SIZE, WorkerLane.SIZE)
+                .order(ByteOrder.nativeOrder());
+    }
+
+    /**
+     * Takes a block, which may hold old bytes.
+     *
+     * @param size its bytes
+     * @return the block, or null when no range is large enough
+     */
+    public Block allocate(int size) {
+        long length = (Math.max(size, 1) + PAGE - 1L) / PAGE * PAGE;
+        Long offset = take(length);
+        if (offset == null) {
+            return null;
+        }
+        ByteBuffer buffer = c_workers_ffmpeg.n_worker_memory(worker, offset, size).order(ByteOrder.nativeOrder());
+        AtomicBoolean released = new AtomicBoolean();
+        return new Block(buffer, offset, () -> {
+            if (!released.getAndSet(true)) {
+                give(offset, length);
+            }
+        });
+    }
+
+    private synchronized Long take(long length) {
+        for (Map.Entry<Long, Long> range : free.entrySet()) {
+            long rest = range.getValue() - length;
+            if (rest >= 0) {
+                long offset = range.getKey();
+                free.remove(offset);
+                if (rest > 0) {
+                    free.put(offset + length, rest);
+                }
+                return offset;
+            }
+        }
+        return null;
+    }
+
+    private synchronized void give(long offset, long length) {
+        if (closed) {
+            discard(offset, length);
+            return;
+        }
+        long first = offset;
+        long all = length;
+        Map.Entry<Long, Long> before = free.floorEntry(offset);
+        if (before != null && before.getKey() + before.getValue() == offset) {
+            first = before.getKey();
+            all += before.getValue();
+        }
+        Long behind = free.remove(offset + length);
+        free.put(first, behind == null ? all : all + behind);
+    }
+
+    /** Returns all memory to the system that no block has, now and whenever a block is released. */
+    synchronized void close() {
+        closed = true;
+        free.forEach(this::discard);
+        free.clear();
+    }
+
+    private void discard(long offset, long length) {
+        c_workers_ffmpeg.n_discard(worker, offset, (int) length);
+    }
+}

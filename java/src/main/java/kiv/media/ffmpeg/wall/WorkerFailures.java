@@ -1,0 +1,20 @@
+package kiv.media.ffmpeg.wall;
+
+/** Makes the API's exceptions. */
+public interface WorkerFailures {
+
+    /**
+     * {@return the exception for calls of what a worker did}
+     *
+     * @param end how the worker ended
+     * @param packets packets that the called object had taken or given, with the one at which the worker ended
+     */
+    RuntimeException ended(WorkerEnd end, long packets);
+
+    /**
+     * {@return the exception for a worker that does not start}
+     *
+     * @param cause why
+     */
+    RuntimeException notStarted(Throwable cause);
+}
