@@ -108,8 +108,10 @@ c_lane::dsd_order c_lane::wait_for_order()
 {
     for (;;) {
         dsd_order dsl_order = take_turn();
-        if (dsl_order.imc_kind != WorkerOrder::AGAIN)
+        if (dsl_order.imc_kind != WorkerOrder::AGAIN) {
+            ++ulc_orders;
             return dsl_order;
+        }
         finish(std::exchange(dsc_results, {}));
     }
 }

@@ -50,6 +50,9 @@ public:
      */
     int64_t ask(int32_t imp_kind, const c_message_writer &dsp_values);
 
+    /** The number of the last order. */
+    uint64_t order_number() const noexcept { return ulc_orders; }
+
     /** The block through which bytes of containers pass; empty without one. */
     std::span<uint8_t> block() const;
 
@@ -66,5 +69,6 @@ private:
 
     const c_shared_memory &dsc_memory;
     std::span<uint8_t> utc_lane;
+    uint64_t ulc_orders = 0;
     c_message_writer dsc_results; // of the last order, while the caller makes room for them
 };

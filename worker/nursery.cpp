@@ -16,6 +16,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -132,6 +133,7 @@ void load_ffmpeg(const char *strp_ffmpeg)
         ffmpeg_loader::load(strp_ffmpeg);
     }
     logged_errors::begin_to_count();
+    tzset(); // reads files, and gmtime does it where nobody has
     g_avutil.av_log_set_level(AV_LOG_QUIET);
     g_avcodec.avcodec_register_all();
     g_avformat.av_register_all();

@@ -7,7 +7,10 @@
 #include <cstdint>
 #include <span>
 
-/** What a source and a sink at the other end of a lane have in common. The lane's block is theirs. */
+/**
+ * What a source and a sink at the other end of a lane have in common. The lane's block is theirs. A failure ends the requests
+ * of one order; the next order may try again.
+ */
 template <class CHANNEL> class c_remote_channel : public CHANNEL
 {
 public:
@@ -18,10 +21,10 @@ public:
     }
 
     std::span<uint8_t> memory() const noexcept override { return utc_block; }
-    bool has_failed() const noexcept override { return bc_failed; }
+    bool has_failed() const noexcept override { return ulc_failed_order == dsc_lane.order_number(); }
     void check() const override
     {
-        if (bc_failed)
+        if (has_failed())
             throw c_channel_failed();
     }
     int64_t seek(int64_t ilp_position) override;
@@ -32,7 +35,7 @@ protected:
         try {
             return dsc_lane.ask(imp_kind, dsp_values);
         } catch (...) {
-            bc_failed = true;
+            ulc_failed_order = dsc_lane.order_number();
             throw;
         }
     }
@@ -40,7 +43,7 @@ protected:
 private:
     c_lane &dsc_lane;
     std::span<uint8_t> utc_block;
-    bool bc_failed = false;
+    uint64_t ulc_failed_order = 0; // no order has this number
 };
 
 /** Bytes that the caller reads. */

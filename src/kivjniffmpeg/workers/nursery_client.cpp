@@ -12,8 +12,11 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 using nursery_messages::dsd_report;
 using nursery_messages::ie_kind;
@@ -45,6 +48,27 @@ bool is_readable(int inp_descriptor) noexcept
     return poll(&dsl_polled, 1, 0) > 0;
 }
 
+/** What the process that makes workers finds in its environment: where libraries lie, and the time zone. */
+class c_environment
+{
+public:
+    c_environment()
+    {
+        for (const char *strl_name : {"LD_LIBRARY_PATH", "TZ"})
+            if (const char *strl_value = std::getenv(strl_name); strl_value != nullptr)
+                strc_entries.push_back(std::string(strl_name) + "=" + strl_value);
+        for (std::string &strl_entry : strc_entries)
+            astrc_entries.push_back(strl_entry.data());
+        astrc_entries.push_back(nullptr);
+    }
+
+    char *const *entries() noexcept { return astrc_entries.data(); }
+
+private:
+    std::vector<std::string> strc_entries;
+    std::vector<char *> astrc_entries;
+};
+
 /** The attributes and actions of a spawn, which need a destructor. */
 class c_spawn
 {
@@ -75,10 +99,10 @@ public:
         // posix_spawn does not change them.
         const std::array<char *, 3> astrl_arguments{const_cast<char *>(strp_program), const_cast<char *>(strp_argument),
                                                     nullptr};
-        const std::array<char *, 1> astrl_environment{nullptr};
+        c_environment dsl_environment;
         pid_t inl_process = -1;
         if (const int inl_error = posix_spawn(&inl_process, strp_program, &dsc_actions, &dsc_attributes,
-                                              astrl_arguments.data(), astrl_environment.data());
+                                              astrl_arguments.data(), dsl_environment.entries());
             inl_error != 0)
             fail(inl_error, strp_program);
         return inl_process;

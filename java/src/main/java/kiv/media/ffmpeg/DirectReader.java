@@ -51,6 +51,11 @@ record DirectReader(long address) implements ContainerReader {
     }
 
     @Override
+    public byte[] readSeveral(int stream, byte[] buffer, long[] fields) throws IOException {
+        return c_mediareader_ffmpeg.n_reader_read_several(address, stream, buffer, fields);
+    }
+
+    @Override
     public void seek(int stream, long time, int flags) throws IOException {
         c_mediareader_ffmpeg.n_reader_seek(address, stream, time, flags);
     }

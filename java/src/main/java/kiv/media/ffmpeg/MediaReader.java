@@ -382,8 +382,7 @@ public final class MediaReader implements AutoCloseable {
      * @return the bytes of the last packet when they do not fit into the buffer, otherwise null
      */
     byte[] readSeveral(int stream, byte[] buffer, long[] fields) throws IOException {
-        return handle.call(address -> check(
-                () -> c_mediareader_ffmpeg.n_reader_read_several(address, stream, buffer, fields)));
+        return handle.call(reader -> check(() -> reader.readSeveral(stream, buffer, fields)));
     }
 
     /**

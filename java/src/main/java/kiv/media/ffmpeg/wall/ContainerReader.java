@@ -43,6 +43,15 @@ public interface ContainerReader {
      */
     byte[] readStream(int stream, byte[] buffer, long[] fields) throws IOException;
 
+    /**
+     * Reads the next packets of one stream.
+     *
+     * @param buffer receives their bytes
+     * @param fields receives what describes each of them, with the length
+     * @return the bytes of the last packet when they do not fit into the buffer, otherwise null
+     */
+    byte[] readSeveral(int stream, byte[] buffer, long[] fields) throws IOException;
+
     /** Moves to a time. */
     void seek(int stream, long time, int flags) throws IOException;
 

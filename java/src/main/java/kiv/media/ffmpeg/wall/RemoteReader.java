@@ -142,6 +142,25 @@ public final class RemoteReader implements ContainerReader {
     }
 
     @Override
+    public byte[] readSeveral(int stream, byte[] buffer, long[] to) throws IOException {
+        Arrays.fill(to, PacketFields.NONE);
+        int used = 0;
+        for (int at = 0; at + packet.length <= to.length; at += packet.length) {
+            byte[] bytes = read(stream, null, packet);
+            if (bytes == null) {
+                return null;
+            }
+            System.arraycopy(packet, 0, to, at, packet.length);
+            if (bytes.length > buffer.length - used) {
+                return bytes;
+            }
+            System.arraycopy(bytes, 0, buffer, used, bytes.length);
+            used += bytes.length;
+        }
+        return null;
+    }
+
+    @Override
     public void seek(int stream, long time, int flags) throws IOException {
         lane.begin().put(stream).put(time).put(flags).orderAndRead(WorkerOrder.READER_SEEK);
     }
