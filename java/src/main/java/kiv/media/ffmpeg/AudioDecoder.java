@@ -12,7 +12,7 @@ import java.util.stream.Stream;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
-import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
+import kiv.media.ffmpeg.wall.SoundCodec;
 
 /**
  * Decodes the packets of one audio stream into PCM, of 16 bits unless others are asked for, with the stream's channels
@@ -43,7 +43,7 @@ public final class AudioDecoder implements AutoCloseable {
     /** A minute and a half of PCM, or hours of compressed speech, whose PCM is far larger. */
     private static final int MOST_BYTES = 16 << 20;
 
-    private final NativeHandle<Long> handle;
+    private final NativeHandle<SoundCodec> handle;
     private final NativeAudioCodec codec;
     private final WaveFormat format;
     private final SampleFormat samples;
@@ -55,16 +55,16 @@ public final class AudioDecoder implements AutoCloseable {
     /** What the current call has decoded. */
     private final List<byte[]> decoded = new ArrayList<>();
 
-    private AudioDecoder(long address, WaveFormat format, SampleFormat samples, int bitRate, Rational timeBase,
+    private AudioDecoder(SoundCodec made, WaveFormat format, SampleFormat samples, int bitRate, Rational timeBase,
             MediaStream stream) {
-        this.handle = new NativeHandle<>("decoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
+        this.handle = new NativeHandle<>("decoder", this, made, SoundCodec::delete);
         this.codec = new NativeAudioCodec();
         this.format = format;
         this.samples = samples;
         this.bitRate = bitRate;
         // WMA keeps only its last frame, and answers other packets at once.
         boolean holdsBack = format.formatTag() != WaveFormatTags.WMA1 && format.formatTag() != WaveFormatTags.WMA2
-                && NativeAudioCodec.option(address, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
+                && NativeAudioCodec.option(made, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
         this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack);
         this.filter = new PacketFilter(stream);
         this.cutter = new SampleCutter(stream != null);
@@ -146,23 +146,25 @@ public final class AudioDecoder implements AutoCloseable {
                     + " channels");
         }
         int bitRate = knownBitRate < 0 || knownBitRate > Integer.MAX_VALUE ? 0 : (int) knownBitRate;
-        long context = FfmpegLibrary.context();
-        long address;
+        Workplace place = stream == null ? Workplace.usual() : stream.place();
+        SoundCodec made;
         try {
-            address = stream != null && format.formatTag() == WaveFormatTags.OTHER
-                    ? c_codecs_ffmpeg.n_create_acodec(context, stream.toNative(), stream.extradata())
-                    : c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, format.toNative(), format.specificHeader());
+            made = stream != null && format.formatTag() == WaveFormatTags.OTHER
+                    ? place.createSoundDecoder(stream.toNative(), stream.extradata())
+                    : place.createSoundDecoder(format.toNative(), format.specificHeader());
+        } catch (MediaException e) {
+            throw e;
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
-        if (address == 0) {
+        if (made == null) {
             throw doesNotOpen(format);
         }
-        AudioDecoder decoder = new AudioDecoder(address, format, samples, bitRate, timeBase, stream);
+        AudioDecoder decoder = new AudioDecoder(made, format, samples, bitRate, timeBase, stream);
         try {
-            NativeAudioCodec.configureDecoder(address, samples);
+            NativeAudioCodec.configureDecoder(made, samples);
             // Some decoders derive the layout of their packets from the bit rate.
-            decoder.restart(address);
+            decoder.restart(made);
             return decoder;
         } catch (Throwable e) {
             decoder.close();
@@ -290,7 +292,7 @@ public final class AudioDecoder implements AutoCloseable {
 
     PullSpliterator<AudioBlock> source(MediaReader reader) {
         return new DecodingSpliterator<>(reader, filter, this::decodeOrEnd,
-                () -> handle.call(address -> finished.poll()));
+                () -> handle.call(sound -> finished.poll()));
     }
 
     /**
@@ -321,9 +323,9 @@ public final class AudioDecoder implements AutoCloseable {
 
     /** Decodes a packet, or with null the end, as far as it is not damaged. */
     Uncut uncut(Packet packet) {
-        return handle.call(address -> {
+        return handle.call(sound -> {
             try {
-                DecodeException.translate(() -> decodeUncut(address, packet));
+                DecodeException.translate(() -> decodeUncut(sound, packet));
             } catch (DecodeException e) {
                 // As in blocks, what came before the damage counts.
             }
@@ -340,15 +342,15 @@ public final class AudioDecoder implements AutoCloseable {
         });
     }
 
-    private void decodeUncut(long address, Packet packet) {
+    private void decodeUncut(SoundCodec sound, Packet packet) {
         if (packet != null) {
             clock.at(timeOf(packet));
             cutter.begin(packet.trim());
-            isDamaged(address, packet.bytes());
+            isDamaged(sound, packet.bytes());
             return;
         }
         clock.end();
-        while (take(codec.drain(address)) > 0) {
+        while (take(codec.drain(sound)) > 0) {
             continue;
         }
     }
@@ -366,11 +368,11 @@ public final class AudioDecoder implements AutoCloseable {
 
     /** Null ends the stream. */
     private void decodeOrEnd(Packet packet) {
-        handle.call(address -> {
+        handle.call(sound -> {
             if (packet == null) {
-                end(address);
+                end(sound);
             } else {
-                decode(address, packet.bytes(), timeOf(packet), packet.trim(), packet);
+                decode(sound, packet.bytes(), timeOf(packet), packet.trim(), packet);
             }
             return null;
         });
@@ -385,8 +387,8 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws MediaStateException when the decoder is closed or in use
      */
     public List<AudioBlock> finish() {
-        return handle.call(address -> {
-            end(address);
+        return handle.call(sound -> {
+            end(sound);
             return deliver();
         });
     }
@@ -399,8 +401,8 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws MediaStateException when the decoder is closed or in use
      */
     public void reset() {
-        handle.call(address -> {
-            restart(address);
+        handle.call(sound -> {
+            restart(sound);
             finished.clear();
             return null;
         });
@@ -417,8 +419,8 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /** Restores the state of a new decoder, so that earlier packets do not affect later ones. */
-    private void restart(long address) {
-        if (!NativeAudioCodec.reopen(address, bitRate, 0)) {
+    private void restart(SoundCodec sound) {
+        if (!NativeAudioCodec.reopen(sound, bitRate, 0)) {
             throw doesNotOpen(format);
         }
         clock.reset();
@@ -426,17 +428,17 @@ public final class AudioDecoder implements AutoCloseable {
         decoded.clear();
     }
 
-    private void end(long address) {
+    private void end(SoundCodec sound) {
         DecodeException.translate(() -> {
             clock.end();
             try {
-                while (take(codec.drain(address)) > 0) {
+                while (take(codec.drain(sound)) > 0) {
                     continue;
                 }
             } finally {
                 cut();
             }
-            restart(address);
+            restart(sound);
         });
     }
 
@@ -448,19 +450,19 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     private List<AudioBlock> decode(byte[] bytes, long time, SampleTrim trim, Object what) {
-        return handle.call(address -> {
-            decode(address, bytes, time, trim, what);
+        return handle.call(sound -> {
+            decode(sound, bytes, time, trim, what);
             return deliver();
         });
     }
 
-    private void decode(long address, byte[] bytes, long time, SampleTrim trim, Object what) {
+    private void decode(SoundCodec sound, byte[] bytes, long time, SampleTrim trim, Object what) {
         DecodeException.translate(() -> {
             clock.at(time);
             cutter.begin(trim);
             boolean damaged;
             try {
-                damaged = isDamaged(address, bytes);
+                damaged = isDamaged(sound, bytes);
             } finally {
                 cut();
             }
@@ -471,12 +473,12 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     /** Decodes all bytes. Returns whether a part of them could not be decoded. */
-    private boolean isDamaged(long address, byte[] bytes) {
+    private boolean isDamaged(SoundCodec sound, byte[] bytes) {
         boolean silent = true;
         NativeAudioCodec.Result result;
         int offset = 0;
         do {
-            result = codec.process(address, bytes, offset, bytes.length - offset);
+            result = codec.process(sound, bytes, offset, bytes.length - offset);
             silent &= take(result) == 0;
             offset = bytes.length - result.rest();
         } while (result.rest() > 0 && !result.failed());

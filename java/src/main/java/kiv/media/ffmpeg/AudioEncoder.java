@@ -7,7 +7,7 @@ import java.util.List;
 import java.util.Objects;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
-import kiv.media.ffmpeg.natives.c_encoders_ffmpeg;
+import kiv.media.ffmpeg.wall.SoundCodec;
 
 /**
  * Encodes interleaved PCM, of 16 bits unless others are chosen, into packets of a compressed format.
@@ -40,7 +40,7 @@ public final class AudioEncoder implements AutoCloseable {
     /** More packets than any encoder holds back. */
     private static final int MOST_DELAYED = 64;
 
-    private final NativeHandle<Long> handle;
+    private final NativeHandle<SoundCodec> handle;
     private final NativeAudioCodec nativeCodec = new NativeAudioCodec();
     private final AudioCodec codec;
     private final SampleFormat samples;
@@ -56,13 +56,13 @@ public final class AudioEncoder implements AutoCloseable {
     private List<Packet> ready = new ArrayList<>();
     private boolean finished;
 
-    private AudioEncoder(long address, AudioCodec codec, int sampleRate, int channels, int wantedBitRate,
+    private AudioEncoder(SoundCodec sound, AudioCodec codec, int sampleRate, int channels, int wantedBitRate,
             SampleFormat samples) {
-        this.handle = new NativeHandle<>("encoder", this, address, c_multimediaapi_ffmpeg::n_acodec_delete);
+        this.handle = new NativeHandle<>("encoder", this, sound, SoundCodec::delete);
         try {
             int layout = codec.channelLayout(channels);
             if ((codec.isOfFfmpeg() || wantedBitRate != DEFAULT_BIT_RATE || layout != 0)
-                    && !NativeAudioCodec.reopen(address, wantedBitRate, layout)) {
+                    && !NativeAudioCodec.reopen(sound, wantedBitRate, layout)) {
                 throw new UnsupportedCodecException("the " + codec + " encoder does not open for " + sampleRate + " Hz, "
                         + (wantedBitRate == DEFAULT_BIT_RATE
                                 ? channels + " channels; this FFmpeg's encoder may take other sound only"
@@ -70,10 +70,10 @@ public final class AudioEncoder implements AutoCloseable {
             }
             this.codec = codec;
             this.samples = samples;
-            this.bitRate = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BIT_RATE);
-            this.frameSize = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
-            this.initialPadding = EncoderWaveFormats.padding(codec, address);
-            this.format = EncoderWaveFormats.of(codec, samples, sampleRate, channels, address);
+            this.bitRate = NativeAudioCodec.option(sound, c_codecoptions_ffmpeg.BIT_RATE);
+            this.frameSize = NativeAudioCodec.option(sound, c_codecoptions_ffmpeg.FRAME_SIZE);
+            this.initialPadding = EncoderWaveFormats.padding(codec, sound);
+            this.format = EncoderWaveFormats.of(codec, samples, sampleRate, channels, sound);
             this.frame = new byte[(frameSize == 0 ? FREE_FRAME_SIZE : frameSize) * channels * samples.bytes()];
         } catch (Throwable e) {
             handle.close();
@@ -148,20 +148,21 @@ public final class AudioEncoder implements AutoCloseable {
                     ? " channel" : " channels") + " cannot be encoded at " + bitRate + " bit/s; it takes "
                     + (lowest == 0 ? "at most " : lowest + " to ") + highest);
         }
-        long context = FfmpegLibrary.context();
-        long address;
+        Workplace place = Workplace.usual();
+        SoundCodec made;
         try {
-            address = codec.isOfFfmpeg()
-                    ? c_encoders_ffmpeg.n_create_aencoder(context, codec.ffmpegName(), samples.number(), channels, sampleRate)
-                    : c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, target.toNative(), null);
+            made = codec.isOfFfmpeg() ? place.createSoundEncoder(codec.ffmpegName(), samples.number(), channels, sampleRate)
+                    : place.createSoundEncoder(target.toNative());
+        } catch (MediaException e) {
+            throw e;
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("this FFmpeg has no encoder for " + codec + ": "
                     + MediaException.plain(e), e);
         }
-        if (address == 0) {
+        if (made == null) {
             throw refused(codec, sampleRate, channels);
         }
-        return new AudioEncoder(address, codec, sampleRate, channels,
+        return new AudioEncoder(made, codec, sampleRate, channels,
                 bitRate == DEFAULT_BIT_RATE ? codec.defaultBitRate(sampleRate, channels) : bitRate, samples);
     }
 
@@ -266,7 +267,7 @@ public final class AudioEncoder implements AutoCloseable {
             throw new IllegalArgumentException(input.remaining() + " bytes of PCM do not end with a frame of "
                     + bytesOfFrame() + " bytes");
         }
-        return handle.call(address -> {
+        return handle.call(sound -> {
             throwIfFinished();
             try {
                 while (input.hasRemaining()) {
@@ -275,7 +276,7 @@ public final class AudioEncoder implements AutoCloseable {
                     filled += taken;
                     frames += taken / bytesOfFrame();
                     if (filled == frame.length) {
-                        encodeFrame(address);
+                        encodeFrame(sound);
                     }
                 }
             } finally {
@@ -295,19 +296,19 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws MediaException when there is no memory left for the packets
      */
     public List<Packet> finish() {
-        return handle.call(address -> {
+        return handle.call(sound -> {
             throwIfFinished();
             if (filled > 0) {
-                encodeFrame(address);
+                encodeFrame(sound);
             }
             long due = frames == 0 ? 0 : frames + initialPadding;
             boolean drained = codec.isOfFfmpeg() && !codec.fillsLastFrame();
             for (int extra = 0; !drained && frameSize > 0 && packed < due && extra < MOST_DELAYED; extra++) {
-                encodeFrame(address);
+                encodeFrame(sound);
             }
             finished = true;
             if (codec.isOfFfmpeg() && frames > 0) {
-                drain(address);
+                drain(sound);
             }
             return deliver();
         });
@@ -335,19 +336,19 @@ public final class AudioEncoder implements AutoCloseable {
     }
 
     /** Fetches what an encoder of FFmpeg's holds back, and the private data that it has completed. */
-    private void drain(long address) {
-        for (int packets = 0; packets < MOST_DELAYED && encode(address, null, 0); packets++) {
+    private void drain(SoundCodec sound) {
+        for (int packets = 0; packets < MOST_DELAYED && encode(sound, null, 0); packets++) {
             continue;
         }
-        format = EncoderWaveFormats.of(codec, samples, format.sampleRate(), format.channels(), address);
+        format = EncoderWaveFormats.of(codec, samples, format.sampleRate(), format.channels(), sound);
     }
 
     /** Calls an encoder of FFmpeg's, which states the times of its packets. Returns whether there was a packet. */
-    private boolean encode(long address, byte[] pcm, int length) {
+    private boolean encode(SoundCodec sound, byte[] pcm, int length) {
         long[] fields = new long[PacketFields.SIZE];
         byte[] bytes;
         try {
-            bytes = c_encoders_ffmpeg.n_aencoder_encode(address, pcm, 0, length, fields);
+            bytes = sound.encode(pcm, length, fields);
         } catch (RuntimeException | Error e) {
             throw MediaException.of(e, "encoding", EncodeException::new);
         }
@@ -360,12 +361,12 @@ public final class AudioEncoder implements AutoCloseable {
     }
 
     /** Encodes the collected frames. Some encoders deliver the packet a few calls later. */
-    private void encodeFrame(long address) {
+    private void encodeFrame(SoundCodec sound) {
         if (codec.isOfFfmpeg()) {
             int size = codec.fillsLastFrame() ? frame.length : filled;
             Arrays.fill(frame, filled, size, (byte) 0);
             filled = 0;
-            encode(address, frame, size);
+            encode(sound, frame, size);
             return;
         }
         int length = frameSize == 0 ? filled : frame.length;
@@ -375,7 +376,7 @@ public final class AudioEncoder implements AutoCloseable {
         try {
             // PCM is what it is. The native codec for it takes no more than 32 channels.
             bytes = codec == AudioCodec.PCM ? Arrays.copyOf(frame, length)
-                    : nativeCodec.process(address, frame, 0, length).bytes();
+                    : nativeCodec.process(sound, frame, 0, length).bytes();
         } catch (RuntimeException | Error e) {
             // The lost frames still take their time, so that the next packet keeps its own.
             packed += length / bytesOfFrame();

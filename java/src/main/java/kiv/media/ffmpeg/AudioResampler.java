@@ -2,7 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.io.ByteArrayOutputStream;
 import java.util.Objects;
-import kiv.media.ffmpeg.natives.c_resampler_ffmpeg;
+import kiv.media.ffmpeg.wall.Resampler;
 
 /**
  * Changes the sample rate of decoded sound, for encoders that do not take its own.
@@ -25,14 +25,14 @@ public final class AudioResampler implements AutoCloseable {
     /** Bytes of one native call, so that its output fits into an array. */
     private static final int PIECE = 1 << 20;
 
-    private final NativeHandle<Long> handle;
+    private final NativeHandle<Resampler> handle;
     private final int from;
     private final int channels;
     private final SampleFormat samples;
     private boolean finished;
 
-    private AudioResampler(long address, int from, int channels, SampleFormat samples) {
-        this.handle = new NativeHandle<>("resampler", this, address, c_resampler_ffmpeg::n_resampler_delete);
+    private AudioResampler(Resampler made, int from, int channels, SampleFormat samples) {
+        this.handle = new NativeHandle<>("resampler", this, made, Resampler::delete);
         this.from = from;
         this.channels = channels;
         this.samples = samples;
@@ -57,8 +57,10 @@ public final class AudioResampler implements AutoCloseable {
                     + " Hz");
         }
         try {
-            return new AudioResampler(c_resampler_ffmpeg.n_create_resampler(FfmpegLibrary.context(), samples.number(),
-                    channels, from, to), from, channels, samples);
+            return new AudioResampler(Workplace.usual().createResampler(samples.number(), channels, from, to), from,
+                    channels, samples);
+        } catch (MediaException e) {
+            throw e;
         } catch (RuntimeException e) {
             throw new IllegalArgumentException("no change of " + channels + " channels from " + from + " Hz to " + to
                     + " Hz: " + MediaException.plain(e), e);
@@ -81,11 +83,11 @@ public final class AudioResampler implements AutoCloseable {
                     + samples);
         }
         byte[] pcm = block.pcm();
-        return call(address -> {
+        return call(made -> {
             int piece = PIECE / (channels * samples.bytes()) * channels * samples.bytes();
             ByteArrayOutputStream out = new ByteArrayOutputStream();
             for (int at = 0; at < pcm.length; at += piece) {
-                out.writeBytes(c_resampler_ffmpeg.n_resample(address, pcm, at, Math.min(piece, pcm.length - at)));
+                out.writeBytes(made.convert(pcm, at, Math.min(piece, pcm.length - at)));
             }
             return out.toByteArray();
         });
@@ -99,9 +101,9 @@ public final class AudioResampler implements AutoCloseable {
      * @throws MediaException when there is no memory left
      */
     public byte[] finish() {
-        return call(address -> {
+        return call(made -> {
             finished = true;
-            return c_resampler_ffmpeg.n_resample(address, null, 0, 0);
+            return made.convert(null, 0, 0);
         });
     }
 
@@ -111,13 +113,13 @@ public final class AudioResampler implements AutoCloseable {
         handle.close();
     }
 
-    private byte[] call(NativeHandle.Call<Long, byte[], RuntimeException> work) {
-        return handle.call(address -> {
+    private byte[] call(NativeHandle.Call<Resampler, byte[], RuntimeException> work) {
+        return handle.call(made -> {
             if (finished) {
                 throw new MediaStateException("the resampler is finished; open another one");
             }
             try {
-                return work.on(address);
+                return work.on(made);
             } catch (RuntimeException | Error e) {
                 throw MediaException.of(e, "resampling", MediaException::new);
             }

@@ -3,6 +3,7 @@ package kiv.media.ffmpeg;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.wall.SoundCodec;
 
 /** Derives the WAVE format of an encoder's packets in the form that decoders and other programs expect. */
 final class EncoderWaveFormats {
@@ -28,21 +29,21 @@ final class EncoderWaveFormats {
      * @param samples the kind of the samples before they are encoded
      * @param sampleRate samples per second and channel
      * @param channels number of channels
-     * @param address the encoder's native handle
+     * @param sound the encoder
      */
-    static WaveFormat of(AudioCodec codec, SampleFormat samples, int sampleRate, int channels, long address) {
+    static WaveFormat of(AudioCodec codec, SampleFormat samples, int sampleRate, int channels, SoundCodec sound) {
         if (codec == AudioCodec.PCM) {
             return WaveFormat.pcm16(sampleRate, channels);
         }
-        int bitRate = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BIT_RATE);
-        int frameSize = NativeAudioCodec.option(address, c_codecoptions_ffmpeg.FRAME_SIZE);
+        int bitRate = NativeAudioCodec.option(sound, c_codecoptions_ffmpeg.BIT_RATE);
+        int frameSize = NativeAudioCodec.option(sound, c_codecoptions_ffmpeg.FRAME_SIZE);
         int bits = switch (codec) {
             case G722 -> G722_BITS;
             case FLAC, ALAC -> samples == SampleFormat.PCM_32 ? MOST_LOSSLESS_BITS : Short.SIZE;
-            default -> NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
+            default -> NativeAudioCodec.option(sound, c_codecoptions_ffmpeg.BITS_PER_CODED_SAMPLE);
         };
         // Packets of varying size have one byte as their smallest unit.
-        int blockAlign = Math.max(1, NativeAudioCodec.option(address, c_codecoptions_ffmpeg.BLOCK_ALIGN));
+        int blockAlign = Math.max(1, NativeAudioCodec.option(sound, c_codecoptions_ffmpeg.BLOCK_ALIGN));
         long bytesPerSecond;
         if (codec.hasBitRate()) {
             bytesPerSecond = bitRate / Byte.SIZE;
@@ -54,28 +55,28 @@ final class EncoderWaveFormats {
             bytesPerSecond = (long) sampleRate * blockAlign / Math.max(1, frameSize);
         }
         return WaveFormat.of(codec.formatTag(), channels, sampleRate, (int) bytesPerSecond, blockAlign, bits,
-                specificHeader(codec, address, sampleRate, bitRate, frameSize));
+                specificHeader(codec, sound, sampleRate, bitRate, frameSize));
     }
 
     /** Frames of silence that an open encoder puts before the sound. */
-    static int padding(AudioCodec codec, long address) {
+    static int padding(AudioCodec codec, SoundCodec sound) {
         return switch (codec) {
             case DTS -> DTS_PADDING;
             case AMR_NB -> AMR_PADDING;
-            default -> NativeAudioCodec.option(address, c_codecoptions_ffmpeg.INITIAL_PADDING);
+            default -> NativeAudioCodec.option(sound, c_codecoptions_ffmpeg.INITIAL_PADDING);
         };
     }
 
-    private static byte[] specificHeader(AudioCodec codec, long address, int sampleRate, int bitRate, int frameSize) {
+    private static byte[] specificHeader(AudioCodec codec, SoundCodec sound, int sampleRate, int bitRate, int frameSize) {
         if (codec == AudioCodec.ADPCM_IMA) {
             return littleEndian(Short.BYTES).putShort((short) frameSize).array();
         }
         if (codec == AudioCodec.MP3) {
             return littleEndian(MP3_HEADER_SIZE).putShort(MP3_ID).putInt(MP3_NEVER_PADDED)
                     .putShort((short) (MP3_BITS * (long) bitRate / sampleRate)).putShort((short) 1)
-                    .putShort((short) padding(codec, address)).array();
+                    .putShort((short) padding(codec, sound)).array();
         }
-        byte[] extradata = c_codecoptions_ffmpeg.n_acodec_get_extradata(address);
+        byte[] extradata = sound.extradata();
         return extradata == null ? new byte[0] : extradata;
     }
 

@@ -5,6 +5,7 @@ import kiv.media.ffmpeg.natives.AudioParams;
 import kiv.media.ffmpeg.natives.AudioStatus;
 import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.wall.SoundCodec;
 
 /**
  * Processes sound with one native codec. Each call empties the codec's output queue, because a codec with waiting
@@ -38,22 +39,22 @@ final class NativeAudioCodec {
      * @param channelLayout FFmpeg's number of an encoder's layout of channels, or 0 for no change
      * @return whether the codec is open
      */
-    static boolean reopen(long address, int bitRate, int channelLayout) {
-        c_multimediaapi_ffmpeg.n_acodec_close(address);
+    static boolean reopen(SoundCodec codec, int bitRate, int channelLayout) {
+        codec.close();
         if (bitRate > 0) {
-            c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.BIT_RATE, bitRate);
+            codec.setOption(c_codecoptions_ffmpeg.BIT_RATE, bitRate);
         }
         if (channelLayout > 0) {
-            c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.CHANNEL_LAYOUT, channelLayout);
+            codec.setOption(c_codecoptions_ffmpeg.CHANNEL_LAYOUT, channelLayout);
         }
-        return c_multimediaapi_ffmpeg.n_acodec_open(address);
+        return codec.open();
     }
 
     /** Closes a decoder, chooses its output and has it resample sound of a changed rate without a break. */
-    static void configureDecoder(long address, SampleFormat samples) {
-        c_multimediaapi_ffmpeg.n_acodec_close(address);
-        c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.SAMPLE_FORMAT, samples.number());
-        c_codecoptions_ffmpeg.n_acodec_set_option(address, c_codecoptions_ffmpeg.CONTINUOUS, 1);
+    static void configureDecoder(SoundCodec codec, SampleFormat samples) {
+        codec.close();
+        codec.setOption(c_codecoptions_ffmpeg.SAMPLE_FORMAT, samples.number());
+        codec.setOption(c_codecoptions_ffmpeg.CONTINUOUS, 1);
     }
 
     /** Samples that a decoder says are not to be heard, since it was opened, as of the last call. */
@@ -63,63 +64,63 @@ final class NativeAudioCodec {
     }
 
     /** The value of an option, one of {@link c_codecoptions_ffmpeg}. */
-    static int option(long address, String name) {
-        return (int) c_codecoptions_ffmpeg.n_acodec_get_option(address, name);
+    static int option(SoundCodec codec, String name) {
+        return (int) codec.option(name);
     }
 
     /**
      * Processes bytes of an array and returns the output that is ready. A decoder that has filled the room leaves the
      * rest of a packet to the next call.
      */
-    Result process(long address, byte[] in, int offset, int length) {
-        return call(address, in, offset, length, ProcessFlags.WHOLE_PACKET);
+    Result process(SoundCodec codec, byte[] in, int offset, int length) {
+        return call(codec, in, offset, length, ProcessFlags.WHOLE_PACKET);
     }
 
     /** Ends a decoder's stream and returns output that it held back. Nothing is left when there is no output. */
-    Result drain(long address) {
-        return call(address, null, 0, 0, ProcessFlags.DRAIN | ProcessFlags.WHOLE_PACKET);
+    Result drain(SoundCodec codec) {
+        return call(codec, null, 0, 0, ProcessFlags.DRAIN | ProcessFlags.WHOLE_PACKET);
     }
 
-    private Result call(long address, byte[] in, int offset, int length, int flags) {
-        byte[] before = unsure ? fetch(address) : NOTHING;
+    private Result call(SoundCodec codec, byte[] in, int offset, int length, int flags) {
+        byte[] before = unsure ? fetch(codec) : NOTHING;
         unsure = true;
         params[AudioParams.OFFSET] = offset;
         params[AudioParams.LENGTH] = length;
         params[AudioParams.FLAGS] = flags;
         params[AudioParams.OUT_OFFSET] = 0;
         params[AudioParams.OUT_LENGTH] = room.length;
-        int result = c_multimediaapi_ffmpeg.n_acodec_process(address, in, room, params);
+        int result = codec.process(in, room, params);
         int rest = params[AudioParams.LENGTH];
         // Output that fills the room ends a call, so there is no error behind it.
         boolean failed = (result & AudioStatus.DECODING_ERROR) != 0;
-        byte[] bytes = (result & AudioStatus.OUTPUT_TOO_SMALL) != 0 ? fetch(address)
+        byte[] bytes = (result & AudioStatus.OUTPUT_TOO_SMALL) != 0 ? fetch(codec)
                 : takeOut(result, params[AudioParams.OUT_LENGTH]);
         unsure = false;
         return new Result(join(before, bytes), failed, rest);
     }
 
     /** Empties the queue. Output for which there is no memory is dropped, because a full queue blocks the codec. */
-    private byte[] fetch(long address) {
+    private byte[] fetch(SoundCodec codec) {
         try {
-            return fetchAll(address);
+            return fetchAll(codec);
         } catch (OutOfMemoryError e) {
-            c_multimediaapi_ffmpeg.n_acodec_reset(address);
+            codec.reset();
             unsure = false;
             throw e;
         }
     }
 
-    private byte[] fetchAll(long address) {
+    private byte[] fetchAll(SoundCodec codec) {
         params[AudioParams.OFFSET] = 0;
         params[AudioParams.LENGTH] = 0;
         params[AudioParams.FLAGS] = 0;
         params[AudioParams.OUT_OFFSET] = 0;
         params[AudioParams.OUT_LENGTH] = room.length;
-        int result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
+        int result = codec.process(null, room, params);
         if ((result & AudioStatus.OUTPUT_TOO_SMALL) != 0) {
             room = new byte[grown(params[AudioParams.OUT_LENGTH])];
             params[AudioParams.OUT_LENGTH] = room.length;
-            result = c_multimediaapi_ffmpeg.n_acodec_process(address, null, room, params);
+            result = codec.process(null, room, params);
         }
         return takeOut(result, params[AudioParams.OUT_LENGTH]);
     }

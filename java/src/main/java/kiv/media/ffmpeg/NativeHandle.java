@@ -6,9 +6,11 @@ import java.util.concurrent.atomic.AtomicReference;
 import java.util.function.Consumer;
 
 /**
- * Owns a native object, which is its address or what calls its worker. It admits one thread at a time, and none after the close. It deletes the object exactly once:
- * at the close, or after its owner became unreachable. Native code does not check handles, so every call goes through
- * here.
+ * Owns a native object, which is its address or what gives orders to its worker. It admits one thread at a time, and none
+ * after the close. It deletes the object exactly once: at the close, or after its owner became unreachable. Native code does
+ * not check handles, so every call goes through here.
+ *
+ * @param <N> the address or the giver of orders
  */
 final class NativeHandle<N> {
 

@@ -12,7 +12,7 @@ import java.util.Objects;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.natives.SplitterFields;
 import kiv.media.ffmpeg.natives.StreamFields;
-import kiv.media.ffmpeg.natives.c_splitter_ffmpeg;
+import kiv.media.ffmpeg.wall.Splitter;
 
 /**
  * Cuts a stream of bytes of one codec, such as raw H.264 (Annex B) or AAC with ADTS headers, into whole packets. The bytes
@@ -48,15 +48,16 @@ public final class PacketSplitter implements AutoCloseable {
     private static final int READ = 1 << 16;
     private static final int MOST_KEPT = 100_000;
 
-    private final NativeHandle<Long> handle;
-    private final Workplace place = Workplace.usual();
+    private final NativeHandle<Splitter> handle;
+    private final Workplace place;
     private final String codec;
     private final Rational timeBase;
     private final long[] fields = new long[SplitterFields.SIZE];
     private long sincePacket;
 
-    private PacketSplitter(String codec, Rational timeBase, long address) {
-        this.handle = new NativeHandle<>("splitter", this, address, c_splitter_ffmpeg::n_splitter_delete);
+    private PacketSplitter(String codec, Rational timeBase, Workplace place) {
+        this.handle = new NativeHandle<>("splitter", this, place.createSplitter(codec), Splitter::delete);
+        this.place = place;
         this.codec = codec;
         this.timeBase = timeBase;
     }
@@ -85,9 +86,10 @@ public final class PacketSplitter implements AutoCloseable {
     public static PacketSplitter open(String codec, Rational timeBase) {
         Objects.requireNonNull(codec, "codec");
         Objects.requireNonNull(timeBase, "timeBase");
-        long context = FfmpegLibrary.context();
         try {
-            return new PacketSplitter(codec, timeBase, c_splitter_ffmpeg.n_create_splitter(context, codec));
+            return new PacketSplitter(codec, timeBase, Workplace.usual());
+        } catch (MediaException e) {
+            throw e;
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no splitter for " + codec + ": " + MediaException.plain(e), e);
         }
@@ -101,11 +103,11 @@ public final class PacketSplitter implements AutoCloseable {
      * @throws MediaStateException when the splitter is closed or in use
      */
     public MediaStream stream() {
-        return handle.call(address -> {
-            long[] known = c_splitter_ffmpeg.n_splitter_get_stream(address);
+        return handle.call(splitter -> {
+            long[] known = splitter.stream();
             known[StreamFields.TIME_BASE_NUMERATOR] = timeBase.numerator();
             known[StreamFields.TIME_BASE_DENOMINATOR] = timeBase.denominator();
-            return MediaStream.ofSplitter(known, c_splitter_ffmpeg.n_splitter_get_codec_name(address), place);
+            return MediaStream.ofSplitter(known, splitter.codecName(), place);
         });
     }
 
@@ -160,14 +162,14 @@ public final class PacketSplitter implements AutoCloseable {
             throw new IllegalArgumentException("offset " + offset + " and length " + length + " are not within " + size
                     + " bytes");
         }
-        return handle.call(address -> {
+        return handle.call(splitter -> {
             List<Packet> packets = new ArrayList<>();
             fields[SplitterFields.PRESENTATION_TIME] = presentationTime;
             fields[SplitterFields.DECODING_TIME] = decodingTime;
             for (int done = 0; done < length; done += PIECE) {
                 int end = offset + Math.min(length, done + PIECE);
                 for (int at = offset + done; at < end;) {
-                    byte[] packet = split(address, bytes, at, end - at);
+                    byte[] packet = split(splitter, bytes, at, end - at);
                     int used = (int) fields[SplitterFields.USED];
                     at += used;
                     sincePacket += used;
@@ -175,7 +177,7 @@ public final class PacketSplitter implements AutoCloseable {
                         sincePacket = 0;
                         packets.add(Packet.ofSplitter(packet, fields));
                     } else if (sincePacket > LARGEST_PACKET) {
-                        restart(address);
+                        restart(splitter);
                         throw new MediaFormatException("no packet of " + codec + " ends within " + LARGEST_PACKET + " bytes");
                     }
                     fields[SplitterFields.PRESENTATION_TIME] = Packet.NO_TIME;
@@ -193,12 +195,12 @@ public final class PacketSplitter implements AutoCloseable {
      * @throws MediaStateException when the splitter is closed or in use
      */
     public List<Packet> finish() {
-        return handle.call(address -> {
+        return handle.call(splitter -> {
             List<Packet> packets = new ArrayList<>();
             for (byte[] packet; packets.size() < MOST_KEPT;) {
                 fields[SplitterFields.PRESENTATION_TIME] = Packet.NO_TIME;
                 fields[SplitterFields.DECODING_TIME] = Packet.NO_TIME;
-                packet = split(address, null, 0, 0);
+                packet = split(splitter, null, 0, 0);
                 if (packet == null) {
                     break;
                 }
@@ -244,18 +246,18 @@ public final class PacketSplitter implements AutoCloseable {
         }
     }
 
-    private byte[] split(long address, byte[] bytes, int offset, int length) {
+    private byte[] split(Splitter splitter, byte[] bytes, int offset, int length) {
         try {
-            return c_splitter_ffmpeg.n_split(address, bytes, offset, length, fields);
+            return splitter.split(bytes, offset, length, fields);
         } catch (RuntimeException | OutOfMemoryError e) {
-            restart(address);
+            restart(splitter);
             throw MediaException.of(e, "cutting a stream of " + codec, MediaFormatException::new);
         }
     }
 
-    private void restart(long address) {
+    private void restart(Splitter splitter) {
         sincePacket = 0;
-        c_splitter_ffmpeg.n_splitter_restart(address);
+        splitter.restart();
     }
 
     /**

@@ -5,12 +5,25 @@ import java.nio.file.Path;
 import kiv.media.ffmpeg.loading.LoadingException;
 import kiv.media.ffmpeg.loading.WorkerProgram;
 import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
+import kiv.media.ffmpeg.natives.c_encoders_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
+import kiv.media.ffmpeg.natives.c_mediawriter_ffmpeg;
+import kiv.media.ffmpeg.natives.c_mediawriter_sink;
+import kiv.media.ffmpeg.natives.c_resampler_ffmpeg;
+import kiv.media.ffmpeg.natives.c_splitter_ffmpeg;
 import kiv.media.ffmpeg.wall.ContainerReader;
+import kiv.media.ffmpeg.wall.ContainerWriter;
 import kiv.media.ffmpeg.wall.Lane;
 import kiv.media.ffmpeg.wall.PictureDecoder;
 import kiv.media.ffmpeg.wall.RemotePictureDecoder;
 import kiv.media.ffmpeg.wall.RemoteReader;
+import kiv.media.ffmpeg.wall.RemoteResampler;
+import kiv.media.ffmpeg.wall.RemoteSoundCodec;
+import kiv.media.ffmpeg.wall.RemoteSplitter;
+import kiv.media.ffmpeg.wall.RemoteWriter;
+import kiv.media.ffmpeg.wall.Resampler;
+import kiv.media.ffmpeg.wall.SoundCodec;
+import kiv.media.ffmpeg.wall.Splitter;
 import kiv.media.ffmpeg.wall.Worker;
 import kiv.media.ffmpeg.wall.WorkerEnd;
 import kiv.media.ffmpeg.wall.WorkerFailures;
@@ -78,6 +91,53 @@ final class Workplace {
         long context = FfmpegLibrary.context();
         return wall ? RemoteReader.open(lane(), source, forward, limits)
                 : DirectReader.open(context, source, forward, limits);
+    }
+
+    Splitter createSplitter(String codec) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteSplitter.of(lane(), codec)
+                : new DirectSplitter(c_splitter_ffmpeg.n_create_splitter(context, codec));
+    }
+
+    /** {@return an open decoder of sound; null when FFmpeg does not open it} */
+    SoundCodec createSoundDecoder(long[] stream, byte[] extradata) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteSoundCodec.decoder(lane(), stream, extradata)
+                : DirectSoundCodec.of(c_codecs_ffmpeg.n_create_acodec(context, stream, extradata));
+    }
+
+    /** {@return an open decoder of sound; null when FFmpeg does not open it} */
+    SoundCodec createSoundDecoder(int[] format, byte[] header) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteSoundCodec.decoder(lane(), format, header)
+                : DirectSoundCodec.of(c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, format, header));
+    }
+
+    /** {@return an open encoder of sound; null when FFmpeg does not open it} */
+    SoundCodec createSoundEncoder(int[] format) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteSoundCodec.encoder(lane(), format)
+                : DirectSoundCodec.of(c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, format, null));
+    }
+
+    /** {@return an encoder of FFmpeg's codec that is not open} */
+    SoundCodec createSoundEncoder(String codec, int samples, int channels, int sampleRate) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteSoundCodec.encoder(lane(), codec, samples, channels, sampleRate) : DirectSoundCodec.of(
+                c_encoders_ffmpeg.n_create_aencoder(context, codec, samples, channels, sampleRate));
+    }
+
+    Resampler createResampler(int samples, int channels, int from, int to) {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteResampler.of(lane(), samples, channels, from, to)
+                : new DirectResampler(c_resampler_ffmpeg.n_create_resampler(context, samples, channels, from, to));
+    }
+
+    ContainerWriter openWriter(c_mediawriter_sink sink, boolean seekable, String format, String codec, long[] fields,
+            byte[] extradata) throws IOException {
+        long context = FfmpegLibrary.context();
+        return wall ? RemoteWriter.open(lane(), sink, seekable, format, codec, fields, extradata) : new DirectWriter(
+                c_mediawriter_ffmpeg.n_writer_open(context, sink, seekable, format, codec, fields, extradata));
     }
 
     PictureDecoder createDecoder(String subtype, int[] format, byte[] extradata) {

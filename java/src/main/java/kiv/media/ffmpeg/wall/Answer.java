@@ -53,6 +53,15 @@ final class Answer {
         values.position(values.position() + to.length * Long.BYTES);
     }
 
+    /** Takes a list of as many numbers as the array has. */
+    void takeInts(int[] to) {
+        if (takeInt() != to.length || values.remaining() / Integer.BYTES < to.length) {
+            throw lane.lied();
+        }
+        values.asIntBuffer().get(to);
+        values.position(values.position() + to.length * Integer.BYTES);
+    }
+
     /** {@return the next list of numbers; null for none} */
     long[] takeLongs() {
         int count = takeInt();

@@ -9,6 +9,7 @@ import kiv.media.ffmpeg.natives.WorkerAnswer;
 import kiv.media.ffmpeg.natives.WorkerLane;
 import kiv.media.ffmpeg.natives.WorkerOrder;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
+import kiv.media.ffmpeg.natives.c_mediawriter_sink;
 import kiv.media.ffmpeg.natives.c_workers_ffmpeg;
 
 /**
@@ -17,6 +18,8 @@ import kiv.media.ffmpeg.natives.c_workers_ffmpeg;
  */
 public final class Lane implements AutoCloseable {
 
+    /** Bytes of a container that pass at once. */
+    private static final int BLOCK_SIZE = Math.min(c_mediareader_source.BUFFER_SIZE, c_mediawriter_sink.BUFFER_SIZE);
     private static final int USUAL_AREA = 64 * 1024;
     /** No message is larger: a packet or an extradata of FFmpeg's has 31 bits, and memory has a limit. */
     private static final int LARGEST_AREA = 1 << 30;
@@ -32,6 +35,9 @@ public final class Lane implements AutoCloseable {
     private long packets;
     private boolean clear = true;
     private c_mediareader_source source;
+    private c_mediawriter_sink sink;
+    /** Whether the worker may ask for the channel now. */
+    private boolean mayAsk;
     private Throwable failureOfChannel;
 
     Lane(Worker worker, int number) {
@@ -67,12 +73,35 @@ public final class Lane implements AutoCloseable {
 
     /** Provides the bytes of the container that the worker reads. */
     void provide(c_mediareader_source bytes) {
-        if (block == null) {
-            block = allocate(c_mediareader_source.BUFFER_SIZE);
-            fields.putLong(WorkerLane.BLOCK, block.offset());
-            fields.putInt(WorkerLane.BLOCK_SIZE, c_mediareader_source.BUFFER_SIZE);
-        }
+        provideBlock();
         source = bytes;
+    }
+
+    /** Takes the bytes of the container that the worker writes. */
+    void provide(c_mediawriter_sink bytes) {
+        provideBlock();
+        sink = bytes;
+    }
+
+    private void provideBlock() {
+        if (block == null) {
+            block = allocate(BLOCK_SIZE);
+            fields.putLong(WorkerLane.BLOCK, block.offset());
+            fields.putInt(WorkerLane.BLOCK_SIZE, BLOCK_SIZE);
+        }
+    }
+
+    /** Gives the order that makes the lane's object, and closes the lane when that fails. */
+    void create(Runnable order) {
+        boolean created = false;
+        try {
+            order.run();
+            created = true;
+        } finally {
+            if (!created) {
+                close();
+            }
+        }
     }
 
     private SharedMemory.Block allocate(int size) {
@@ -154,26 +183,28 @@ public final class Lane implements AutoCloseable {
     }
 
     /**
-     * Gives the order whose values were put, and waits for its results. The worker must not ask for bytes.
+     * Gives the order whose values were put, and waits for its results. The worker must not use the channel.
      *
      * @param kind one of {@link WorkerOrder}
      * @return the results, valid until the next order
      * @throws RuntimeException as natives do, and when the worker ends
      */
     Answer order(int kind) {
-        c_mediareader_source bytes = source;
-        source = null;
+        mayAsk = false;
         try {
-            return orderAndRead(kind);
+            return answerTo(kind);
         } catch (IOException e) {
             throw new UncheckedIOException(e);
-        } finally {
-            source = bytes;
         }
     }
 
-    /** As {@link #order}, and the worker may ask for bytes. @throws IOException when the channel throws it */
-    Answer orderAndRead(int kind) throws IOException {
+    /** As {@link #order}, and the worker may use the channel. @throws IOException when the channel throws it */
+    Answer orderWithChannel(int kind) throws IOException {
+        mayAsk = true;
+        return answerTo(kind);
+    }
+
+    private Answer answerTo(int kind) throws IOException {
         failureOfChannel = null;
         clear = false;
         give(kind);
@@ -255,22 +286,18 @@ public final class Lane implements AutoCloseable {
 
     /** Does what the worker asks for in the midst of an order. */
     private void reply(int question, Answer values) {
-        if (source == null) {
-            throw lied();
-        }
-        int wanted = question == WorkerAnswer.READ ? values.takeInt() : 1;
-        long place = question == WorkerAnswer.SEEK ? values.takeLong() : 0;
-        if (wanted < 1 || question != WorkerAnswer.READ && question != WorkerAnswer.SEEK
-                && question != WorkerAnswer.TOTAL) {
+        boolean bytes = question == (source != null ? WorkerAnswer.READ : WorkerAnswer.WRITE);
+        boolean seek = question == WorkerAnswer.SEEK;
+        int count = bytes ? values.takeInt() : 1;
+        long place = seek ? values.takeLong() : 0;
+        if (!mayAsk || source == null && sink == null || count < 1 || count > BLOCK_SIZE && source == null
+                || !bytes && !seek && (question != WorkerAnswer.TOTAL || source == null)) {
             throw lied();
         }
         message.clear();
         try {
-            put(switch (question) {
-                case WorkerAnswer.READ -> read(wanted);
-                case WorkerAnswer.SEEK -> source.m_seek(place);
-                default -> source.m_size();
-            });
+            put(bytes ? transfer(count) : !seek ? source.m_size()
+                    : source != null ? source.m_seek(place) : sink.m_seek(place));
         } catch (IOException | RuntimeException | Error e) {
             failureOfChannel = e;
             give(WorkerOrder.CHANNEL_FAILED);
@@ -279,8 +306,12 @@ public final class Lane implements AutoCloseable {
         give(WorkerOrder.REPLY);
     }
 
-    private long read(int wanted) throws IOException {
-        int count = source.m_read(Math.min(wanted, c_mediareader_source.BUFFER_SIZE));
+    private long transfer(int wanted) throws IOException {
+        if (source == null) {
+            sink.m_buffer().put(0, block.buffer(), 0, wanted);
+            return sink.m_write(wanted);
+        }
+        int count = source.m_read(Math.min(wanted, BLOCK_SIZE));
         if (count > 0) {
             block.buffer().put(0, source.m_buffer(), 0, count);
         }
@@ -299,6 +330,7 @@ public final class Lane implements AutoCloseable {
             // The worker has ended, or ends with its last lane.
         } finally {
             source = null;
+            sink = null;
             packets = 0;
             worker.closeLane(this);
         }

@@ -49,16 +49,8 @@ public final class RemotePictureDecoder implements PictureDecoder {
     }
 
     private static RemotePictureDecoder create(Lane lane, Runnable order) {
-        boolean created = false;
-        try {
-            order.run();
-            created = true;
-            return new RemotePictureDecoder(lane);
-        } finally {
-            if (!created) {
-                lane.close();
-            }
-        }
+        lane.create(order);
+        return new RemotePictureDecoder(lane);
     }
 
     @Override

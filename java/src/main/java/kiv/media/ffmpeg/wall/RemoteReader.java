@@ -43,7 +43,7 @@ public final class RemoteReader implements ContainerReader {
         boolean opened = false;
         try {
             lane.provide(source);
-            lane.begin().put(forward ? 1 : 0).put(limits).orderAndRead(WorkerOrder.READER_OPEN);
+            lane.begin().put(forward ? 1 : 0).put(limits).orderWithChannel(WorkerOrder.READER_OPEN);
             opened = true;
             return new RemoteReader(lane, limits[ReaderLimitFields.STREAMS]);
         } finally {
@@ -126,7 +126,7 @@ public final class RemoteReader implements ContainerReader {
 
     private byte[] read(int stream, byte[] buffer, long[] to) throws IOException {
         lane.countPacket();
-        Answer answer = lane.begin().put(stream).orderAndRead(WorkerOrder.READER_READ);
+        Answer answer = lane.begin().put(stream).orderWithChannel(WorkerOrder.READER_READ);
         if (answer.isEmpty()) {
             return null;
         }
@@ -162,7 +162,7 @@ public final class RemoteReader implements ContainerReader {
 
     @Override
     public void seek(int stream, long time, int flags) throws IOException {
-        lane.begin().put(stream).put(time).put(flags).orderAndRead(WorkerOrder.READER_SEEK);
+        lane.begin().put(stream).put(time).put(flags).orderWithChannel(WorkerOrder.READER_SEEK);
     }
 
     @Override
