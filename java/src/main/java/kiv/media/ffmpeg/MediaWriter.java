@@ -9,8 +9,8 @@ import java.util.List;
 import java.util.Objects;
 import java.util.function.BiFunction;
 import kiv.media.ffmpeg.natives.WriterFields;
+import kiv.media.ffmpeg.natives.c_mediawriter_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediawriter_sink;
-import kiv.media.ffmpeg.wall.ContainerWriter;
 
 /**
  * Writes the sound of an encoder into a container, and the container into a channel. For files
@@ -32,7 +32,7 @@ import kiv.media.ffmpeg.wall.ContainerWriter;
  */
 public final class MediaWriter implements AutoCloseable {
 
-    private final NativeHandle<ContainerWriter> handle;
+    private final NativeHandle<Long> handle;
     private final WritableByteChannel channel;
     private final c_mediawriter_sink sink;
     private final AudioEncoder encoder;
@@ -44,9 +44,9 @@ public final class MediaWriter implements AutoCloseable {
     /** A write has failed, so the container is incomplete. */
     private boolean failed;
 
-    private MediaWriter(ContainerWriter writer, WritableByteChannel channel, c_mediawriter_sink sink, AudioEncoder encoder,
+    private MediaWriter(long address, WritableByteChannel channel, c_mediawriter_sink sink, AudioEncoder encoder,
             AudioContainer container, byte[] extradata) {
-        this.handle = new NativeHandle<>("writer", this, writer, ContainerWriter::delete);
+        this.handle = new NativeHandle<>("writer", this, address, c_mediawriter_ffmpeg::n_writer_delete);
         this.channel = channel;
         this.sink = sink;
         this.encoder = encoder;
@@ -83,9 +83,9 @@ public final class MediaWriter implements AutoCloseable {
         c_mediawriter_sink sink = new c_mediawriter_sink(channel);
         byte[] extradata = encoder.extradata();
         try {
-            ContainerWriter writer = Workplace.usual().openWriter(sink, seekable, format, codec.ffmpegName(),
-                    fields(encoder), extradata);
-            return new MediaWriter(writer, channel, sink, encoder, container, extradata);
+            long address = c_mediawriter_ffmpeg.n_writer_open(FfmpegLibrary.context(), sink, seekable, format,
+                    codec.ffmpegName(), fields(encoder), extradata);
+            return new MediaWriter(address, channel, sink, encoder, container, extradata);
         } catch (RuntimeException e) {
             throw failed(sink, e, "writing " + container, UnsupportedCodecException::new);
         } finally {
@@ -128,9 +128,9 @@ public final class MediaWriter implements AutoCloseable {
                 throw new IllegalArgumentException(packet + " is empty or has no time");
             }
         }
-        call(writer -> {
+        call(address -> {
             for (Packet packet : packets) {
-                flush(writer, Long.MAX_VALUE);
+                flush(address, Long.MAX_VALUE);
                 last = packet;
             }
         });
@@ -149,12 +149,12 @@ public final class MediaWriter implements AutoCloseable {
 
     /** Writes the end of the container after so many samples of a channel. */
     void finish(long frames) throws IOException {
-        call(writer -> {
-            flush(writer, frames);
+        call(address -> {
+            flush(address, frames);
             finished = true;
             byte[] completed = encoder.extradata();
             boolean changed = container == AudioContainer.FLAC && !Arrays.equals(completed, extradata);
-            writer.finish(changed ? completed : null);
+            c_mediawriter_ffmpeg.n_writer_finish(address, changed ? completed : null);
         });
     }
 
@@ -171,11 +171,11 @@ public final class MediaWriter implements AutoCloseable {
     }
 
     /** Writes the packet that waits, without what of it lies behind the end. */
-    private void flush(ContainerWriter writer, long end) throws IOException {
+    private void flush(long address, long end) throws IOException {
         if (last != null) {
             long time = last.presentationTime();
             long duration = end - last.duration() >= time ? last.duration() : Math.max(0, end - time);
-            writer.write(last.bytes(), time, duration);
+            c_mediawriter_ffmpeg.n_writer_write(address, last.bytes(), time, duration);
             last = null;
         }
     }
@@ -183,18 +183,18 @@ public final class MediaWriter implements AutoCloseable {
     /** Work with the native writer. */
     @FunctionalInterface
     private interface Work {
-        void on(ContainerWriter writer) throws IOException;
+        void on(long address) throws IOException;
     }
 
     private void call(Work work) throws IOException {
-        handle.call(writer -> {
+        handle.call(address -> {
             if (finished || failed) {
                 throw new MediaStateException(failed ? "the container could not be written and is lost; write another one"
                         : "the container is finished");
             }
             failed = true;
             try {
-                work.on(writer);
+                work.on(address);
             } catch (RuntimeException e) {
                 throw failed(sink, e, "writing", MediaException::new);
             } finally {

@@ -7,12 +7,9 @@ import kiv.media.ffmpeg.loading.WorkerProgram;
 import kiv.media.ffmpeg.natives.c_codecs_ffmpeg;
 import kiv.media.ffmpeg.natives.c_encoders_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
-import kiv.media.ffmpeg.natives.c_mediawriter_ffmpeg;
-import kiv.media.ffmpeg.natives.c_mediawriter_sink;
 import kiv.media.ffmpeg.natives.c_resampler_ffmpeg;
 import kiv.media.ffmpeg.natives.c_splitter_ffmpeg;
 import kiv.media.ffmpeg.wall.ContainerReader;
-import kiv.media.ffmpeg.wall.ContainerWriter;
 import kiv.media.ffmpeg.wall.Lane;
 import kiv.media.ffmpeg.wall.PictureDecoder;
 import kiv.media.ffmpeg.wall.RemotePictureDecoder;
@@ -20,7 +17,6 @@ import kiv.media.ffmpeg.wall.RemoteReader;
 import kiv.media.ffmpeg.wall.RemoteResampler;
 import kiv.media.ffmpeg.wall.RemoteSoundCodec;
 import kiv.media.ffmpeg.wall.RemoteSplitter;
-import kiv.media.ffmpeg.wall.RemoteWriter;
 import kiv.media.ffmpeg.wall.Resampler;
 import kiv.media.ffmpeg.wall.SoundCodec;
 import kiv.media.ffmpeg.wall.Splitter;
@@ -30,8 +26,9 @@ import kiv.media.ffmpeg.wall.WorkerFailures;
 import kiv.media.ffmpeg.wall.WorkerLimits;
 
 /**
- * Where the objects of one medium work: in this process, or in a process behind the wall that they share. Any thread may use
- * it.
+ * Where the objects of one medium work: in this process, or in a process behind the wall that they share. Writers of containers
+ * work here always: they read nothing but what encoders made, and FFmpeg's ask the system for random numbers in a way that the
+ * wall forbids. Any thread may use it.
  */
 final class Workplace {
 
@@ -131,13 +128,6 @@ final class Workplace {
         long context = FfmpegLibrary.context();
         return wall ? RemoteResampler.of(lane(), samples, channels, from, to)
                 : new DirectResampler(c_resampler_ffmpeg.n_create_resampler(context, samples, channels, from, to));
-    }
-
-    ContainerWriter openWriter(c_mediawriter_sink sink, boolean seekable, String format, String codec, long[] fields,
-            byte[] extradata) throws IOException {
-        long context = FfmpegLibrary.context();
-        return wall ? RemoteWriter.open(lane(), sink, seekable, format, codec, fields, extradata) : new DirectWriter(
-                c_mediawriter_ffmpeg.n_writer_open(context, sink, seekable, format, codec, fields, extradata));
     }
 
     PictureDecoder createDecoder(String subtype, int[] format, byte[] extradata) {

@@ -9,7 +9,6 @@ import kiv.media.ffmpeg.natives.WorkerAnswer;
 import kiv.media.ffmpeg.natives.WorkerLane;
 import kiv.media.ffmpeg.natives.WorkerOrder;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
-import kiv.media.ffmpeg.natives.c_mediawriter_sink;
 import kiv.media.ffmpeg.natives.c_workers_ffmpeg;
 
 /**
@@ -18,8 +17,6 @@ import kiv.media.ffmpeg.natives.c_workers_ffmpeg;
  */
 public final class Lane implements AutoCloseable {
 
-    /** Bytes of a container that pass at once. */
-    private static final int BLOCK_SIZE = Math.min(c_mediareader_source.BUFFER_SIZE, c_mediawriter_sink.BUFFER_SIZE);
     private static final int USUAL_AREA = 64 * 1024;
     /** No message is larger: a packet or an extradata of FFmpeg's has 31 bits, and memory has a limit. */
     private static final int LARGEST_AREA = 1 << 30;
@@ -35,7 +32,6 @@ public final class Lane implements AutoCloseable {
     private long packets;
     private boolean clear = true;
     private c_mediareader_source source;
-    private c_mediawriter_sink sink;
     /** Whether the worker may ask for the channel now. */
     private boolean mayAsk;
     private Throwable failureOfChannel;
@@ -73,22 +69,12 @@ public final class Lane implements AutoCloseable {
 
     /** Provides the bytes of the container that the worker reads. */
     void provide(c_mediareader_source bytes) {
-        provideBlock();
-        source = bytes;
-    }
-
-    /** Takes the bytes of the container that the worker writes. */
-    void provide(c_mediawriter_sink bytes) {
-        provideBlock();
-        sink = bytes;
-    }
-
-    private void provideBlock() {
         if (block == null) {
-            block = allocate(BLOCK_SIZE);
+            block = allocate(c_mediareader_source.BUFFER_SIZE);
             fields.putLong(WorkerLane.BLOCK, block.offset());
-            fields.putInt(WorkerLane.BLOCK_SIZE, BLOCK_SIZE);
+            fields.putInt(WorkerLane.BLOCK_SIZE, c_mediareader_source.BUFFER_SIZE);
         }
+        source = bytes;
     }
 
     /** Gives the order that makes the lane's object, and closes the lane when that fails. */
@@ -286,18 +272,19 @@ public final class Lane implements AutoCloseable {
 
     /** Does what the worker asks for in the midst of an order. */
     private void reply(int question, Answer values) {
-        boolean bytes = question == (source != null ? WorkerAnswer.READ : WorkerAnswer.WRITE);
-        boolean seek = question == WorkerAnswer.SEEK;
-        int count = bytes ? values.takeInt() : 1;
-        long place = seek ? values.takeLong() : 0;
-        if (!mayAsk || source == null && sink == null || count < 1 || count > BLOCK_SIZE && source == null
-                || !bytes && !seek && (question != WorkerAnswer.TOTAL || source == null)) {
+        int wanted = question == WorkerAnswer.READ ? values.takeInt() : 1;
+        long place = question == WorkerAnswer.SEEK ? values.takeLong() : 0;
+        if (!mayAsk || source == null || wanted < 1 || question != WorkerAnswer.READ && question != WorkerAnswer.SEEK
+                && question != WorkerAnswer.TOTAL) {
             throw lied();
         }
         message.clear();
         try {
-            put(bytes ? transfer(count) : !seek ? source.m_size()
-                    : source != null ? source.m_seek(place) : sink.m_seek(place));
+            put(switch (question) {
+                case WorkerAnswer.READ -> read(wanted);
+                case WorkerAnswer.SEEK -> source.m_seek(place);
+                default -> source.m_size();
+            });
         } catch (IOException | RuntimeException | Error e) {
             failureOfChannel = e;
             give(WorkerOrder.CHANNEL_FAILED);
@@ -306,12 +293,8 @@ public final class Lane implements AutoCloseable {
         give(WorkerOrder.REPLY);
     }
 
-    private long transfer(int wanted) throws IOException {
-        if (source == null) {
-            sink.m_buffer().put(0, block.buffer(), 0, wanted);
-            return sink.m_write(wanted);
-        }
-        int count = source.m_read(Math.min(wanted, BLOCK_SIZE));
+    private long read(int wanted) throws IOException {
+        int count = source.m_read(Math.min(wanted, c_mediareader_source.BUFFER_SIZE));
         if (count > 0) {
             block.buffer().put(0, source.m_buffer(), 0, count);
         }
@@ -330,7 +313,6 @@ public final class Lane implements AutoCloseable {
             // The worker has ended, or ends with its last lane.
         } finally {
             source = null;
-            sink = null;
             packets = 0;
             worker.closeLane(this);
         }
