@@ -44,12 +44,12 @@ import kiv.media.ffmpeg.index.PacketIndex;
  * behind the heads is noticed only when its picture is decoded. Most decoders show such a picture all the same, so that the
  * numbers of those behind it stay.
  *
- * <p>Decoders of AV1 and Theora leave it out, so that decoding alone says which number a picture has. Films of these codecs
- * give and take numbers ({@link #picture}, {@link #pictures}, {@link #range}, {@link #count}, {@link #numberAt},
- * {@link #timeOf}) only after they have decoded all pictures before, from the beginning, each once as long as the film is
- * open. {@link #saveIndex} decodes the rest, and a film that loads the index decodes nothing for numbers. What is asked for by
- * time ({@link #pictureAt}, {@link #picturesAt}, {@link #picturesFrom}) or {@linkplain #spread spread} costs one group of
- * pictures as with other codecs, if the packets state times that increase.
+ * <p>Decoders of AV1, Theora, ProRes, DNxHD, JPEG 2000, Ut Video, HuffYUV and WebP leave it out, so that decoding alone says
+ * which number a picture has. Films of these codecs give and take numbers ({@link #picture}, {@link #pictures},
+ * {@link #range}, {@link #count}, {@link #numberAt}, {@link #timeOf}) only after they have decoded all pictures before, from
+ * the beginning, each once as long as the film is open. {@link #saveIndex} decodes the rest, and a film that loads the index
+ * decodes nothing for numbers. What is asked for by time ({@link #pictureAt}, {@link #picturesAt}, {@link #picturesFrom}) or
+ * {@linkplain #spread spread} costs one group of pictures as with other codecs, if the packets state times that increase.
  *
  * <p>{@link #verify()} decodes all of a film for those who must be sure that no damage changes a pixel.
  *
@@ -208,9 +208,9 @@ public final class Film implements Closeable {
     }
 
     /**
-     * Returns whether a number, of a picture or of all, takes decoding the film up to it: in an exact film of AV1 or Theora,
-     * until all of it was decoded once, by this film or by the one whose index it has loaded. Pictures that are asked for by
-     * their times do not depend on that.
+     * Returns whether a number, of a picture or of all, takes decoding the film up to it: in an exact film of a codec whose
+     * decoders leave out pictures, until all of it was decoded once, by this film or by the one whose index it has loaded.
+     * Pictures that are asked for by their times do not depend on that.
      *
      * @return whether numbers take decoding
      */

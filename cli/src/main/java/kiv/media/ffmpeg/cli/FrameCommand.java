@@ -19,7 +19,8 @@ import picocli.CommandLine.Spec;
 @Command(name = "frame", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Takes one picture out of a film.",
         description = {"", "Decodes only what the picture needs. It is the one that decoding the whole film gives.",
-            "Numbers of AV1's and Theora's pictures take decoding all before, unless --index names an index.", ""},
+            "Numbers of pictures of AV1, Theora, ProRes, DNxHD, JPEG 2000, Ut Video, HuffYUV and WebP take decoding all before,"
+                + " unless --index names an index.", ""},
         footer = {"", "Examples:",
             "  kivjniffmpeg frame film.mp4 --at 1:30 -o picture.jpg",
             "  kivjniffmpeg frame film.mp4 --number 250 --md5"})

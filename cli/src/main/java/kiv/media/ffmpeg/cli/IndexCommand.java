@@ -19,8 +19,8 @@ import picocli.CommandLine.Spec;
 /** Shows what the packets of a film's pictures say, and saves it. */
 @Command(name = "index", mixinStandardHelpOptions = true, versionProvider = Version.class, sortOptions = false,
         header = "Tells which packets a film's pictures have, and where decoding can start.",
-        description = {"", "Reads all packets of the pictures and decodes none, unless they do not say enough. Those of AV1 and"
-                + " Theora never do.", ""})
+        description = {"", "Reads all packets of the pictures and decodes none, unless they do not say enough. Those of AV1,"
+                + " Theora, ProRes, DNxHD, JPEG 2000, Ut Video, HuffYUV and WebP never do.", ""})
 final class IndexCommand implements Callable<Integer> {
 
     @Mixin

@@ -122,12 +122,12 @@ public abstract class PacketExaminer {
             case "mpeg1video", "mpeg2video" -> new MpegVideoExaminer(extradata);
             case "mpeg4" -> new Mpeg4Examiner(extradata);
             case "mjpeg" -> new MjpegExaminer();
-            case "rawvideo" -> bitsOfSample > Byte.SIZE ? new AloneExaminer() : null;
+            case "rawvideo" -> bitsOfSample > Byte.SIZE ? new AloneExaminer(codec) : null;
             case "h263", "flv1", "msmpeg4v1", "msmpeg4v2", "msmpeg4v3", "msmpeg4", "wmv1", "wmv2", "theora", "vp8" ->
                 new SimpleExaminer(codec, pixels);
             case "vp9" -> new Vp9Examiner();
             case "av1" -> new Av1Examiner();
-            default -> ALONE.contains(codec) ? new AloneExaminer() : null;
+            default -> ALONE.contains(codec) ? new AloneExaminer(codec) : null;
         };
     }
 
