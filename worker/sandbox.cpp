@@ -49,7 +49,7 @@ constexpr dsd_landlock_version s_landlock_versions[] = {
 
 /**
  * A sanitizer maps terabytes, makes system calls of its own and writes what it finds: in its builds a process keeps
- * standard error, and there are neither limits of memory nor a filter.
+ * standard error, and there are neither limits of memory and files nor a filter.
  */
 constexpr bool b_sanitized = KIV_SANITIZED != 0;
 
@@ -143,11 +143,12 @@ bool set_limits(const dsd_limits &dsp_limits, const dsd_memory &dsp_now) noexcep
         bl_all &= limit(RLIMIT_DATA, ull_data, ull_data);
         bl_all &= limit(RLIMIT_AS, ull_addresses, ull_addresses);
         bl_all &= limit(RLIMIT_FSIZE, 0, 0);
+        bl_all &= limit(RLIMIT_NOFILE, 0, 0);
     }
     if (dsp_limits.umc_processor_seconds != 0)
         bl_all &= limit(RLIMIT_CPU, dsp_limits.umc_processor_seconds, rlim_t{dsp_limits.umc_processor_seconds} + 1);
-    for (const auto iel_resource : {RLIMIT_CORE, RLIMIT_NOFILE, RLIMIT_MEMLOCK, RLIMIT_MSGQUEUE, RLIMIT_NICE,
-                                    RLIMIT_RTPRIO, RLIMIT_SIGPENDING, RLIMIT_LOCKS})
+    for (const auto iel_resource :
+         {RLIMIT_CORE, RLIMIT_MEMLOCK, RLIMIT_MSGQUEUE, RLIMIT_NICE, RLIMIT_RTPRIO, RLIMIT_SIGPENDING, RLIMIT_LOCKS})
         bl_all &= limit(iel_resource, 0, 0);
     return bl_all;
 }
