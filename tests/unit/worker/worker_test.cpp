@@ -226,7 +226,8 @@ std::vector<bytes> everything_behind_the_wall(c_worker &dsp_worker, const bytes 
 
 std::vector<bytes> everything_in_this_process(const bytes &utp_film)
 {
-    static c_ffmpeg *const adsl_ffmpeg = new c_ffmpeg; // codecs hold it; nothing tears it down without a virtual machine
+    static c_ffmpeg *const adsl_ffmpeg =
+        new c_ffmpeg; // codecs hold it; nothing tears it down without a virtual machine
     adsl_ffmpeg->add_holder();
     c_mediareader dsl_reader(adsl_ffmpeg, std::make_unique<c_film_source>(utp_film), ie_access::ie_anywhere,
                              c_reader_limits::usual());
