@@ -28,6 +28,7 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <map>
 #include <random>
 #include <span>
 #include <string>
@@ -117,12 +118,21 @@ private:
         }
     }
 
-    /** Passes a part of the memory on, unless it is a lie that was told a moment ago. */
+    /** A field as the caller wrote it last: callers do not write each field with each order. */
+    template <class T> T without_lie(int32_t imp_field) const
+    {
+        const auto dsl_lie = dsc_lies.find(imp_field);
+        const T dsl_value = get<T>(utc_lane, imp_field);
+        const bool bl_lie = dsl_lie != dsc_lies.end() && static_cast<T>(dsl_lie->second) == dsl_value;
+        return bl_lie ? get<T>(utc_true, imp_field) : dsl_value;
+    }
+
+    /** Passes a part of the memory on, if it is one. */
     void pass_part(int32_t imp_offset, int32_t imp_size)
     {
         try {
-            const auto ill_offset = get<int64_t>(utc_lane, imp_offset);
-            const auto iml_size = get<int32_t>(utc_lane, imp_size);
+            const auto ill_offset = without_lie<int64_t>(imp_offset);
+            const auto iml_size = without_lie<int32_t>(imp_size);
             dsc_memory.part(ill_offset, iml_size);
             if (iml_size < im_smallest_part)
                 return;
@@ -165,11 +175,12 @@ private:
     {
         const uint64_t ull_field = dsc_random() % (aim_integers.size() + aim_longs.size());
         if (ull_field < aim_longs.size())
-            set(utc_lane, aim_longs[ull_field], some_number());
+            set(utc_lane, aim_longs[ull_field], dsc_lies[aim_longs[ull_field]] = some_number());
         else if (ull_field == aim_longs.size()) // an answer that there is
             set(utc_lane, WorkerLane::KIND, static_cast<int32_t>(dsc_random() % (im_last_kind + 1)));
         else
-            set(utc_lane, aim_integers[ull_field - aim_longs.size()], static_cast<int32_t>(some_number()));
+            set(utc_lane, aim_integers[ull_field - aim_longs.size()],
+                static_cast<int32_t>(dsc_lies[aim_integers[ull_field - aim_longs.size()]] = some_number()));
     }
 
     /** Some values of the message, wherever the caller wants it. */
@@ -202,6 +213,7 @@ private:
     std::span<uint8_t> utc_lane;
     std::span<uint8_t> utc_true;
     std::mt19937_64 dsc_random;
+    std::map<int32_t, int64_t> dsc_lies; // the last one in each field
 };
 
 [[noreturn]] void lie(int inp_channel, int inp_memory, pid_t, const sandbox::dsd_limits &dsp_limits)
