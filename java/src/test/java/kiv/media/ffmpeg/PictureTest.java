@@ -105,9 +105,10 @@ class PictureTest {
             assertThat(picture.toShownImage(shown)).isSameAs(shown);
             BufferedImage larger = new BufferedImage(shown.getWidth(), shown.getHeight() + 1, shown.getType());
             BufferedImage part = larger.getSubimage(0, 1, shown.getWidth(), shown.getHeight());
-            for (BufferedImage other : new BufferedImage[] {null, larger, part, new BufferedImage(shown.getWidth(), shown.getHeight(),
-                    BufferedImage.TYPE_INT_BGR)}) {
-                assertThat(picture.toShownImage(other)).isNotSameAs(other).returns(shown.getRGB(0, 0), image -> image.getRGB(0, 0));
+            BufferedImage blueFirst = new BufferedImage(shown.getWidth(), shown.getHeight(), BufferedImage.TYPE_INT_BGR);
+            for (BufferedImage other : new BufferedImage[] {null, larger, part, blueFirst}) {
+                BufferedImage made = picture.toShownImage(other);
+                assertThat(made).isNotSameAs(other).returns(shown.getRGB(0, 0), image -> image.getRGB(0, 0));
             }
             assertThat(shown.getRGB(0, 0, shown.getWidth(), shown.getHeight(), null, 0, shown.getWidth()))
                     .containsExactly(turned);

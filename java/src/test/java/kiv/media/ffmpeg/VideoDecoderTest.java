@@ -110,7 +110,8 @@ class VideoDecoderTest {
                     LockSupport.parkNanos(picture.timestamp() % 3 * 1_000_000); // later ones are ready before
                     return Reference.md5(picture.toBytes());
                 })) {
-            assertThat(converted).isEqualTo(Reference.decode(clip.file()).pictures().stream().map(Reference.Picture::md5).toList());
+            assertThat(converted).isEqualTo(Reference.decode(clip.file()).pictures().stream().map(Reference.Picture::md5)
+                    .toList());
         }
         assertThat(seen).hasSize(30).allSatisfy(picture -> refused(MediaStateException.class, "", picture::toBytes));
     }
