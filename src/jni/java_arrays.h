@@ -5,9 +5,9 @@
 #include "jni/exceptions.h"
 #include "jni/jnienv.h"
 
-#include <algorithm>
 #include <concepts>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <new>
 #include <span>
@@ -80,7 +80,8 @@ inline std::vector<uint8_t> from_java(c_jbytearray &dsp_array, int32_t imp_lengt
                                imp_length);
     std::vector<uint8_t> utl_bytes(static_cast<size_t>(imp_length));
     dsp_array.pin();
-    std::copy_n(dsp_array.elements().begin(), utl_bytes.size(), utl_bytes.begin());
+    if (!utl_bytes.empty())
+        std::memcpy(utl_bytes.data(), dsp_array.elements().data(), utl_bytes.size());
     dsp_array.release();
     return utl_bytes;
 }

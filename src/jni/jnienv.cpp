@@ -110,7 +110,8 @@ void c_jnienv::get_array_region(jlongArray avop_array, jsize imp_start, jsize im
 
 jsize c_jnienv::get_array_length(jarray avop_array) const
 {
-    return run(__func__, [&] { return adsc_env->GetArrayLength(avop_array); });
+    check_pending(__func__);
+    return adsc_env->GetArrayLength(avop_array); // it cannot fail
 }
 
 jobject c_jnienv::get_jobject_array_element(jobjectArray avop_array, jsize imp_index) const

@@ -4,6 +4,7 @@
 #include "kivjniffmpeg/buffers/native_buffer.h"
 #include "kivjniffmpeg/codecs/audio_codec.h"
 #include "kivjniffmpeg/ffmpeg/loader.h"
+#include "memory/bytes.h"
 #include "trace/trace.h"
 
 #include <algorithm>
@@ -95,7 +96,7 @@ bool c_audiocodec::encode_into(c_avpacket &dsp_packet, std::span<const uint8_t> 
     if (dsl_context.sample_fmt != dsc_src_format->sample_format())
         dsc_swr_ctx.convert(utp_samples.data(), static_cast<uint32_t>(imp_frame_size), dsl_frame);
     else
-        std::ranges::copy(utp_samples, utp_block.begin());
+        copy_bytes(utp_samples, utp_block);
     int inl_got_packet = 0;
     const int inl_err = g_avcodec.avcodec_encode_audio2(dsc_codec_ctx.context(), dsp_packet.packet(), dsl_frame.frame(),
                                                         &inl_got_packet);

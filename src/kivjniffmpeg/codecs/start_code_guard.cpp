@@ -1,5 +1,7 @@
 #include "kivjniffmpeg/codecs/start_code_guard.h"
 
+#include "memory/bytes.h"
+
 #include <algorithm>
 
 namespace
@@ -37,7 +39,8 @@ size_t begun_start_code_length(std::span<const uint8_t> utp_bytes)
 std::span<uint8_t> c_start_code_guard::guard(std::span<const uint8_t> utp_packet)
 {
     const std::span utl_joined = dsc_joined.prepare(utc_withheld.size() + utp_packet.size());
-    std::ranges::copy(utp_packet, std::ranges::copy(utc_withheld, utl_joined.begin()).out);
+    copy_bytes(utc_withheld, utl_joined);
+    copy_bytes(utp_packet, utl_joined.subspan(utc_withheld.size()));
     const std::span utl_begun = utl_joined.last(begun_start_code_length(utl_joined));
     utc_withheld.assign(utl_begun.begin(), utl_begun.end());
     if (utc_withheld.size() > ul_longest_start_codes)

@@ -5,6 +5,7 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/ffmpeg/packet.h"
 #include "kivjniffmpeg/formats/admitted_codecs.h"
+#include "memory/bytes.h"
 #include "trace/trace.h"
 
 #include <algorithm>
@@ -44,7 +45,8 @@ uint8_t *copy_of(std::span<const uint8_t> utp_bytes)
     auto *autl_copy = static_cast<uint8_t *>(g_avutil.av_malloc(utp_bytes.size() + FF_INPUT_BUFFER_PADDING_SIZE));
     if (autl_copy == nullptr)
         throw std::bad_alloc();
-    std::fill_n(std::ranges::copy(utp_bytes, autl_copy).out, FF_INPUT_BUFFER_PADDING_SIZE, uint8_t{0});
+    copy_bytes(utp_bytes, {autl_copy, utp_bytes.size()});
+    std::fill_n(autl_copy + utp_bytes.size(), FF_INPUT_BUFFER_PADDING_SIZE, uint8_t{0});
     return autl_copy;
 }
 
@@ -148,7 +150,7 @@ void c_mediawriter::finish(std::span<const uint8_t> utp_extradata)
                                                                static_cast<int>(utp_extradata.size()));
         if (autl_copy == nullptr)
             throw std::bad_alloc();
-        std::ranges::copy(utp_extradata, autl_copy);
+        copy_bytes(utp_extradata, {autl_copy, utp_extradata.size()});
         dsl_packet.set_pts(g_avutil.av_rescale_rnd(
             ilc_end, dsc_stream.time_base.den, int64_t{imc_sample_rate} * dsc_stream.time_base.num, AV_ROUND_NEAR_INF));
         dsl_packet.set_dts(dsl_packet.packet()->pts);

@@ -5,6 +5,7 @@
 #include "kivjniffmpeg/ffmpeg/loader.h"
 #include "kivjniffmpeg/ffmpeg/packet.h"
 #include "kivjniffmpeg/formats/admitted_codecs.h"
+#include "memory/bytes.h"
 #include "trace/trace.h"
 
 #include <algorithm>
@@ -89,7 +90,7 @@ void c_packet_splitter::learn_sound(std::span<const uint8_t> utp_packet)
         return;
     c_padded_bytes dsl_copy;
     const auto utl_copy = dsl_copy.prepare(utp_packet.size());
-    std::ranges::copy(utp_packet, utl_copy.begin());
+    copy_bytes(utp_packet, utl_copy);
     c_avpacket dsl_packet;
     dsl_packet.initialise();
     dsl_packet.set_data(utl_copy.data());

@@ -10,7 +10,6 @@
 
 #include <kiv_media_ffmpeg_natives_c_mediawriter_ffmpeg.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -69,11 +68,10 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1mediawriter_1ffmpeg_n_1w
     enter_library(adsp_env, [&](c_jnienv &dsp_env) {
         auto *adsl_writer = writer_of(ilp_writer);
         c_padded_bytes dsl_padded;
-        c_jbytearray dsl_bytes(dsp_env, avop_bytes, INT32_MAX);
-        const auto utl_bytes = dsl_padded.prepare(static_cast<size_t>(dsl_bytes.size()));
-        dsl_bytes.pin();
-        std::ranges::copy(dsl_bytes.elements(), reinterpret_cast<jbyte *>(utl_bytes.data()));
-        dsl_bytes.release();
+        const jsize iml_size = avop_bytes == nullptr ? 0 : dsp_env.get_array_length(avop_bytes);
+        const auto utl_bytes = dsl_padded.prepare(static_cast<size_t>(iml_size));
+        if (iml_size > 0)
+            dsp_env.get_array_region(avop_bytes, 0, iml_size, reinterpret_cast<jbyte *>(utl_bytes.data()));
         adsl_writer->write(utl_bytes, ilp_time, ilp_duration);
     });
 }

@@ -66,7 +66,6 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         OPERATION(GetByteArrayRegion, "get_array_region(jbyte)", get_array_region(avol_bytes, 0, 0, nullptr)),
         OPERATION(GetLongArrayRegion, "get_array_region(jlong)", get_array_region(avol_longs, 0, 0, nullptr)),
         OPERATION(SetLongArrayRegion, "set_array_region(jlong)", set_array_region(avol_longs, 0, 0, nullptr)),
-        OPERATION(GetArrayLength, "get_array_length", get_array_length(avol_ints)),
         OPERATION(GetObjectArrayElement, "get_jobject_array_element", get_jobject_array_element(avol_objects, 0)),
         OPERATION(SetObjectArrayElement, "set_jobject_array_element",
                   set_jobject_array_element(avol_objects, 0, avoc_class)),
@@ -95,6 +94,10 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         EXPECT_THAT(dsc_env.take_calls(), Not(Contains(strl_function)));
         EXPECT_EQ(dsc_env.take_pending(), "E: earlier");
     }
+    // This one cannot fail by itself.
+    dsc_env.throw_java("E", "earlier");
+    EXPECT_THAT([&] { dsc_checked.get_array_length(avol_ints); }, ThrowsMessage<c_jniexception>("get_array_length"));
+    dsc_env.take_pending();
     std::stringstream dsl_source; // of the class, which calls one of two functions in each operation
     for (const char *strl_file : {KIV_SOURCE_DIR "/jni/jnienv.h", KIV_SOURCE_DIR "/jni/jnienv.cpp"})
         dsl_source << std::ifstream(strl_file).rdbuf();
