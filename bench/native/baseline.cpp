@@ -2,8 +2,8 @@
  * @file
  * The participant that calls FFmpeg from C: what Java is compared with.
  *
- * bench_baseline LIBRARIES KIND FILE THREADS WIDTH HEIGHT COPIES, with KIND one of film, packets, images, sound. It answers
- * on its standard output as the participants in Java do. LIBRARIES is a directory of a genuine 56 line, whose functions
+ * bench_baseline LIBRARIES KIND FILE THREADS WIDTH HEIGHT COPIES, with KIND one of film, packets, images, sound, sound16. It
+ * answers on its standard output as the participants in Java do. LIBRARIES is a directory of a genuine 56 line, whose functions
  * are called, or one with the bridge, behind which the newer FFmpeg's own functions are called directly.
  *
  * It does what a plain program does: memory of FFmpeg's own, one frame that is used again, no copies.
@@ -46,7 +46,8 @@ struct dsd_task
     int inc_width;
     int inc_height;
 
-    bool sound() const { return strc_kind == "sound"; }
+    bool sound() const { return strc_kind == "sound" || makes_16_bits(); }
+    bool makes_16_bits() const { return strc_kind == "sound16"; }
     bool images() const { return strc_kind == "images"; }
 };
 
@@ -166,6 +167,56 @@ struct dsd_decoded
     int inc_samples;
 };
 using visitor = std::function<void(const dsd_decoded &)>;
+
+/** Makes interleaved 16 bits of sound in stereo at 44.1 kHz, as all of the benchmarks' has, by libswresample. */
+class c_pcm_maker
+{
+public:
+    void convert(const dsd_decoded &dsp_decoded)
+    {
+        constexpr int in_s16 = 1;
+        constexpr size_t ul_frame_bytes = 4;
+        if (dsp_decoded.inc_format == in_s16)
+            return;
+        if (dsc_resampler == nullptr)
+            open(dsp_decoded.inc_format, in_s16);
+        utc_pcm.resize(std::max(utc_pcm.size(), ul_frame_bytes * static_cast<size_t>(dsp_decoded.inc_samples)));
+        uint8_t *autl_pcm = utc_pcm.data();
+        static const auto swr_convert = find<int(SwrContext *, uint8_t **, int, const uint8_t **, int)>("swr_convert");
+        check(swr_convert(dsc_resampler.get(), &autl_pcm, dsp_decoded.inc_samples,
+                          const_cast<const uint8_t **>(const_cast<uint8_t **>(dsp_decoded.aautc_planes)),
+                          dsp_decoded.inc_samples),
+              "swr_convert");
+    }
+
+private:
+    template <class FUNCTION> static FUNCTION *find(const char *strp_name)
+    {
+        return reinterpret_cast<FUNCTION *>(existing(dlsym(RTLD_DEFAULT, strp_name), strp_name));
+    }
+    static void free(SwrContext *adsp_resampler) { find<void(SwrContext **)>("swr_free")(&adsp_resampler); }
+
+    void open(int inp_from, int inp_to)
+    {
+        constexpr int in_stereo = 3;
+        constexpr int in_rate = 44100;
+        dsc_resampler.reset(existing(find<SwrContext *()>("swr_alloc")(), "memory"));
+        const std::array<std::pair<const char *, int>, 6> dsl_options{{{"in_channel_layout", in_stereo},
+                                                                       {"out_channel_layout", in_stereo},
+                                                                       {"in_sample_rate", in_rate},
+                                                                       {"out_sample_rate", in_rate},
+                                                                       {"in_sample_fmt", inp_from},
+                                                                       {"out_sample_fmt", inp_to}}};
+        for (const auto &[strl_name, inl_value] : dsl_options)
+            check(find<int(void *, const char *, int64_t, int)>("av_opt_set_int")(dsc_resampler.get(), strl_name,
+                                                                                  inl_value, 0),
+                  strl_name);
+        check(find<int(SwrContext *)>("swr_init")(dsc_resampler.get()), "swr_init");
+    }
+
+    std::unique_ptr<SwrContext, void (*)(SwrContext *)> dsc_resampler{nullptr, free};
+    bytes utc_pcm;
+};
 
 /** FFmpeg's functions of the 56 line. */
 class c_old_line
@@ -471,6 +522,8 @@ private:
     void take(const dsd_decoded &dsp_decoded)
     {
         if (dsp_decoded.inc_width == 0) {
+            if (dsc_task.makes_16_bits())
+                dsc_pcm.convert(dsp_decoded);
             ilc_count += dsp_decoded.inc_samples;
             return;
         }
@@ -495,6 +548,7 @@ private:
     LINE *adsc_line = nullptr;
     std::vector<dsd_unit> dsc_units;
     bytes utc_image;
+    c_pcm_maker dsc_pcm;
     int64_t ilc_count = 0;
     c_sink *adsc_sink = nullptr;
 };
