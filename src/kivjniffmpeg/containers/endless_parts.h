@@ -25,5 +25,7 @@ public:
 private:
     static constexpr size_t ul_longest_name = 16;
 
+    void rename(std::span<uint8_t> utp_bytes, std::span<const int> inp_name) noexcept;
+
     std::array<uint8_t, ul_longest_name> utc_last{}; // the bytes before the next ones
 };
