@@ -16,6 +16,7 @@
 #include <natives/PacketFields.h>
 #include <natives/PacketFlags.h>
 #include <natives/SeekFlags.h>
+#include <natives/c_mediareader_ffmpeg.h>
 
 #include <algorithm>
 #include <array>
@@ -72,6 +73,7 @@ using packet_description = std::array<int64_t, PacketFields::SIZE_WITH_LENGTH>;
 /**
  * Reads the next packet of a stream, and passes over those of others.
  *
+ * @param imp_stream NO_STREAM for any
  * @param ailp_fields receives what describes it
  * @return false at the end
  */
@@ -82,7 +84,7 @@ bool read_of_stream(c_mediareader &dsp_reader, jint imp_stream, c_avpacket &dsp_
         dsp_packet.free_payload();
         if (!dsp_reader.read(dsp_packet))
             return false;
-    } while (dsp_packet.packet()->stream_index != imp_stream);
+    } while (imp_stream != natives::c_mediareader_ffmpeg::NO_STREAM && dsp_packet.packet()->stream_index != imp_stream);
     ailp_fields = packet_fields(*dsp_packet.packet());
     ailp_fields[PacketFields::ERRORS] = logged_errors::of_this_thread() - ill_errors;
     return true;

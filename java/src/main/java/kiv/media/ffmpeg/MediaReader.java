@@ -336,16 +336,26 @@ public final class MediaReader implements AutoCloseable {
         return handle.call(reader -> ahead.isEmpty() ? read(reader) : ahead.remove());
     }
 
+    /** Reads the next packet of any stream as {@link #read()} does. It is valid until the memory is used again. */
+    Packet read(PacketMemory memory) throws IOException {
+        return handle.call(reader -> ahead.isEmpty() ? completed(reader, memory.next((room, fields) -> check(
+                () -> reader.readStream(c_mediareader_ffmpeg.NO_STREAM, room, fields)))) : ahead.remove());
+    }
+
     private Packet read(ContainerReader reader) throws IOException {
         long[] fields = new long[PacketFields.SIZE];
         byte[] bytes = check(() -> reader.read(fields));
-        if (bytes == null) {
+        return completed(reader, bytes == null ? null : Packet.ofNative(bytes, fields));
+    }
+
+    private Packet completed(ContainerReader reader, Packet packet) {
+        if (packet == null) {
             return null;
         }
-        if (fields[PacketFields.STREAM] >= streams.size()) {
-            learnStreams(reader, fields[PacketFields.STREAM] + 1);
+        if (packet.streamIndex() >= streams.size()) {
+            learnStreams(reader, packet.streamIndex() + 1L);
         }
-        return beginnings.complete(Packet.ofNative(bytes, fields), streams.get((int) fields[PacketFields.STREAM]), moved);
+        return beginnings.complete(packet, streams.get(packet.streamIndex()), moved);
     }
 
     /** Reads the first packets of sound before the reader moves away from them. */

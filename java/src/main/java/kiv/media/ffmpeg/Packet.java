@@ -34,10 +34,18 @@ public final class Packet {
     private final long position;
     private final boolean damaged;
     private final SampleTrim trim;
+    private final int size;
 
     private Packet(byte[] bytes, int streamIndex, long presentationTime, long decodingTime, long duration, boolean key,
             long position, boolean damaged, SampleTrim trim) {
+        this(bytes, bytes.length, streamIndex, presentationTime, decodingTime, duration, key, position, damaged, trim);
+    }
+
+    /** @param size of the array's bytes */
+    private Packet(byte[] bytes, int size, int streamIndex, long presentationTime, long decodingTime, long duration,
+            boolean key, long position, boolean damaged, SampleTrim trim) {
         this.bytes = bytes;
+        this.size = size;
         this.streamIndex = streamIndex;
         this.presentationTime = presentationTime;
         this.decodingTime = decodingTime;
@@ -82,7 +90,12 @@ public final class Packet {
 
     /** Creates a packet of the native reader without copying its bytes. */
     static Packet ofNative(byte[] bytes, long[] fields) {
-        return new Packet(bytes, (int) fields[PacketFields.STREAM], fields[PacketFields.PRESENTATION_TIME],
+        return ofNative(bytes, bytes.length, fields);
+    }
+
+    /** Creates a packet of the native reader in memory that may have room behind it. */
+    static Packet ofNative(byte[] bytes, int size, long[] fields) {
+        return new Packet(bytes, size, (int) fields[PacketFields.STREAM], fields[PacketFields.PRESENTATION_TIME],
                 fields[PacketFields.DECODING_TIME], fields[PacketFields.DURATION],
                 (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0, fields[PacketFields.POSITION],
                 (fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0, SampleTrim.ofNative(fields));
@@ -156,7 +169,7 @@ public final class Packet {
 
     /** {@return the number of bytes} */
     public int size() {
-        return bytes.length;
+        return size;
     }
 
     /**
@@ -166,10 +179,10 @@ public final class Packet {
      * @return a read-only view
      */
     public ByteBuffer data() {
-        return ByteBuffer.wrap(bytes).asReadOnlyBuffer();
+        return ByteBuffer.wrap(bytes, 0, size).slice().asReadOnlyBuffer();
     }
 
-    /** The array itself, which native calls only read. */
+    /** The array itself, which native calls only read; {@link #size()} of its bytes. */
     byte[] bytes() {
         return bytes;
     }
@@ -181,17 +194,17 @@ public final class Packet {
 
     /** The same packet at another time. */
     Packet at(long time) {
-        return new Packet(bytes, streamIndex, time, time, duration, key, position, damaged, trim);
+        return new Packet(bytes, size, streamIndex, time, time, duration, key, position, damaged, trim);
     }
 
     /** The same packet, of whose sound something else is not to be heard. */
     Packet trimmed(SampleTrim other) {
-        return new Packet(bytes, streamIndex, presentationTime, decodingTime, duration, key, position, damaged, other);
+        return new Packet(bytes, size, streamIndex, presentationTime, decodingTime, duration, key, position, damaged, other);
     }
 
     @Override
     public String toString() {
-        return "Packet[stream " + streamIndex + ", " + bytes.length + " bytes, presented "
+        return "Packet[stream " + streamIndex + ", " + size + " bytes, presented "
                 + (presentationTime == NO_TIME ? "?" : presentationTime) + (key ? ", key]" : "]");
     }
 }

@@ -271,7 +271,10 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     private PullSpliterator<Picture> decoding(MediaReader reader) {
-        return new DecodingSpliterator<>(reader, filter, this::decodeOrEnd, () -> call(codec -> finished.poll()));
+        filter.check(reader);
+        PacketMemory memory = new PacketMemory();
+        return new DecodingSpliterator<>(() -> reader.read(memory), filter, this::decodeOrEnd,
+                () -> call(codec -> finished.poll()));
     }
 
     /**

@@ -175,6 +175,21 @@ class VideoDecoderTest {
         assertThat(pictures(clip, threads, true)).hasSize(30);
     }
 
+    /** What no caller sees has no arrays of its own. */
+    @Test
+    void packetsOfPicturesTakeNoneOfTheHeap() throws IOException {
+        ThreadMXBean heap = (ThreadMXBean) ManagementFactory.getThreadMXBean();
+        long thread = Thread.currentThread().getId();
+        try (MediaReader reader = MediaReader.open(TestMedia.film());
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), 1)) {
+            Iterator<Picture> pictures = decoder.pictures(reader).iterator();
+            IntStream.range(0, 10).forEach(i -> pictures.next().close());
+            long before = heap.getThreadAllocatedBytes(thread);
+            IntStream.range(0, 100).forEach(i -> pictures.next().close());
+            assertThat(heap.getThreadAllocatedBytes(thread) - before).isLessThan(100 * 2048L);
+        }
+    }
+
     /** Guards the cost of a call: arrays, lists or objects for each packet would show. */
     @Test
     void aPictureTakesFewBytesOfTheHeap() throws IOException {

@@ -126,7 +126,7 @@ public final class c_mediareader_ffmpeg {
      * Reads the next packet of one stream. Packets of other streams are skipped.
      *
      * @param reader a reader's handle
-     * @param stream the stream
+     * @param stream the stream, or {@link #NO_STREAM} for any
      * @param buffer receives the packet's bytes when it is long enough; may be null
      * @param packet receives {@link PacketFields#SIZE_WITH_LENGTH} elements, laid out as {@link PacketFields}
      * @return the buffer, or a new array of the packet's bytes when that is too short; null at the end

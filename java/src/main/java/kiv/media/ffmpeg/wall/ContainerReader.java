@@ -37,6 +37,7 @@ public interface ContainerReader {
     /**
      * Reads the next packet of one stream.
      *
+     * @param stream the stream, or -1 for any
      * @param buffer receives the bytes, when it is long enough; may be null
      * @param fields receives what describes it, with the length
      * @return the buffer or a new array; null at the end
