@@ -59,6 +59,7 @@ public final class FfmpegLibrary {
     private static FoundFfmpeg loaded;
     private static FfmpegBuild build;
     private static long context;
+    private static volatile long allocationLimit = USUAL_ALLOCATION_LIMIT;
     private static LibraryException failure;
 
     private FfmpegLibrary() {
@@ -161,6 +162,12 @@ public final class FfmpegLibrary {
                     + c_codecoptions_ffmpeg.LEAST_ALLOCATION_LIMIT + " to " + Integer.MAX_VALUE);
         }
         c_codecoptions_ffmpeg.n_set_allocation_limit(context(), bytes);
+        allocationLimit = bytes;
+    }
+
+    /** The most bytes that FFmpeg allocates at once. */
+    static long allocationLimit() {
+        return allocationLimit;
     }
 
     /** The library context of the process, which is never closed. */

@@ -131,10 +131,15 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(SeekableByteChannel channel, ReaderLimits limits) throws IOException {
+        return open(channel, limits, Workplace.usual());
+    }
+
+    /** Opens a channel within limits of the caller's, in a place of the caller's. */
+    static MediaReader open(SeekableByteChannel channel, ReaderLimits limits, Workplace place) throws IOException {
         long[] fields = limits.toNative();
         c_mediareader_source source = new c_mediareader_source(channel);
         channel.position(0);
-        return open(channel, source, true, "not a media file that can be read", fields);
+        return open(channel, source, true, "not a media file that can be read", fields, place);
     }
 
     /**
@@ -164,7 +169,7 @@ public final class MediaReader implements AutoCloseable {
     public static MediaReader open(ReadableByteChannel channel, ReaderLimits limits) throws IOException {
         long[] fields = limits.toNative();
         c_mediareader_source source = new c_mediareader_source(channel);
-        return open(channel, source, false, "not media that can be read forward only", fields);
+        return open(channel, source, false, "not media that can be read forward only", fields, Workplace.usual());
     }
 
     /**
@@ -206,8 +211,7 @@ public final class MediaReader implements AutoCloseable {
     }
 
     private static MediaReader open(ReadableByteChannel channel, c_mediareader_source source, boolean seekable,
-            String failure, long[] limits) throws IOException {
-        Workplace place = Workplace.usual();
+            String failure, long[] limits, Workplace place) throws IOException {
         ContainerReader reader;
         try {
             reader = place.openReader(source, !seekable, limits);

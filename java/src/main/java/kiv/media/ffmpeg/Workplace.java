@@ -49,12 +49,18 @@ final class Workplace {
         }
     };
 
-    private final boolean wall;
+    /** Null for this process. */
+    private final WorkerLimits limits;
     /** Of the objects that were made last. */
     private Worker newest;
 
-    private Workplace(boolean wall) {
-        this.wall = wall;
+    private Workplace(WorkerLimits limits) {
+        this.limits = limits;
+    }
+
+    /** {@return a place in a process behind the wall that may take so much} */
+    static Workplace behindWall(WorkerLimits limits) {
+        return new Workplace(limits);
     }
 
     /** {@return a place of the kind that the system property chooses} */
@@ -63,16 +69,21 @@ final class Workplace {
         if (!chosen.equals("process") && !chosen.equals("wall")) {
             throw new IllegalArgumentException("-D" + PROPERTY + "=" + chosen + " is neither process nor wall");
         }
-        return new Workplace(chosen.equals("wall"));
+        return new Workplace(chosen.equals("wall") ? LIMITS : null);
+    }
+
+    private boolean isWall() {
+        return limits != null;
     }
 
     /** A lane of the worker, or of a new one when that has ended. */
     private synchronized Lane lane() {
         Lane lane = newest == null ? null : newest.openLane();
         if (lane == null) {
-            lane = Worker.start(program(), FfmpegLibrary.directory(), LIMITS, FAILURES);
+            lane = Worker.start(program(), FfmpegLibrary.directory(), limits, FAILURES);
             newest = lane.worker();
         }
+        lane.limitAllocations(FfmpegLibrary.allocationLimit());
         return lane;
     }
 
@@ -86,59 +97,59 @@ final class Workplace {
 
     ContainerReader openReader(c_mediareader_source source, boolean forward, long[] limits) throws IOException {
         long context = FfmpegLibrary.context();
-        return wall ? RemoteReader.open(lane(), source, forward, limits)
+        return isWall() ? RemoteReader.open(lane(), source, forward, limits)
                 : DirectReader.open(context, source, forward, limits);
     }
 
     Splitter createSplitter(String codec) {
         long context = FfmpegLibrary.context();
-        return wall ? RemoteSplitter.of(lane(), codec)
+        return isWall() ? RemoteSplitter.of(lane(), codec)
                 : new DirectSplitter(c_splitter_ffmpeg.n_create_splitter(context, codec));
     }
 
     /** {@return an open decoder of sound; null when FFmpeg does not open it} */
     SoundCodec createSoundDecoder(long[] stream, byte[] extradata) {
         long context = FfmpegLibrary.context();
-        return wall ? RemoteSoundCodec.decoder(lane(), stream, extradata)
+        return isWall() ? RemoteSoundCodec.decoder(lane(), stream, extradata)
                 : DirectSoundCodec.of(c_codecs_ffmpeg.n_create_acodec(context, stream, extradata));
     }
 
     /** {@return an open decoder of sound; null when FFmpeg does not open it} */
     SoundCodec createSoundDecoder(int[] format, byte[] header) {
         long context = FfmpegLibrary.context();
-        return wall ? RemoteSoundCodec.decoder(lane(), format, header)
+        return isWall() ? RemoteSoundCodec.decoder(lane(), format, header)
                 : DirectSoundCodec.of(c_multimediaapi_ffmpeg.n_create_acodec_to_pcm(context, format, header));
     }
 
     /** {@return an open encoder of sound; null when FFmpeg does not open it} */
     SoundCodec createSoundEncoder(int[] format) {
         long context = FfmpegLibrary.context();
-        return wall ? RemoteSoundCodec.encoder(lane(), format)
+        return isWall() ? RemoteSoundCodec.encoder(lane(), format)
                 : DirectSoundCodec.of(c_multimediaapi_ffmpeg.n_create_acodec_from_pcm(context, format, null));
     }
 
     /** {@return an encoder of FFmpeg's codec that is not open} */
     SoundCodec createSoundEncoder(String codec, int samples, int channels, int sampleRate) {
         long context = FfmpegLibrary.context();
-        return wall ? RemoteSoundCodec.encoder(lane(), codec, samples, channels, sampleRate) : DirectSoundCodec.of(
+        return isWall() ? RemoteSoundCodec.encoder(lane(), codec, samples, channels, sampleRate) : DirectSoundCodec.of(
                 c_encoders_ffmpeg.n_create_aencoder(context, codec, samples, channels, sampleRate));
     }
 
     Resampler createResampler(int samples, int channels, int from, int to) {
         long context = FfmpegLibrary.context();
-        return wall ? RemoteResampler.of(lane(), samples, channels, from, to)
+        return isWall() ? RemoteResampler.of(lane(), samples, channels, from, to)
                 : new DirectResampler(c_resampler_ffmpeg.n_create_resampler(context, samples, channels, from, to));
     }
 
     PictureDecoder createDecoder(String subtype, int[] format, byte[] extradata) {
         long context = FfmpegLibrary.context();
-        return wall ? RemotePictureDecoder.of(lane(), subtype, format, extradata) : new DirectPictureDecoder(
+        return isWall() ? RemotePictureDecoder.of(lane(), subtype, format, extradata) : new DirectPictureDecoder(
                 c_multimediaapi_ffmpeg.n_create_vcodec_to_raw(context, subtype, format, extradata, null, null));
     }
 
     PictureDecoder createDecoder(long[] stream, byte[] extradata) {
         long context = FfmpegLibrary.context();
-        return wall ? RemotePictureDecoder.of(lane(), stream, extradata)
+        return isWall() ? RemotePictureDecoder.of(lane(), stream, extradata)
                 : new DirectPictureDecoder(c_codecs_ffmpeg.n_create_vcodec(context, stream, extradata, null, null));
     }
 }

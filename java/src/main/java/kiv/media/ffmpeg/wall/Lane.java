@@ -62,6 +62,11 @@ public final class Lane implements AutoCloseable {
         return clear;
     }
 
+    /** Sets the most bytes of one allocation of FFmpeg's in the worker. The lane is closed when that fails. */
+    public void limitAllocations(long bytes) {
+        create(() -> begin().put(bytes).order(WorkerOrder.ALLOCATION_LIMIT));
+    }
+
     /** Counts a packet, for the exception when the worker ends. */
     void countPacket() {
         packets++;
