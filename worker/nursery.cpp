@@ -16,6 +16,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <ctime>
 #include <stdexcept>
 #include <string>
@@ -121,6 +122,22 @@ void serve_caller(int inp_socket, worker_life dsp_life, std::vector<dsd_worker> 
 
 } // namespace
 
+namespace
+{
+
+/** Has the C library do what it does once, and what a worker may not do. */
+void prepare_c_library()
+{
+    tzset(); // reads files, which gmtime does otherwise
+    std::array<int, 1024> ainl_numbers{};
+    // The first large array asks the system for the size of its memory.
+    std::qsort(ainl_numbers.data(), ainl_numbers.size(), sizeof(int), [](const void *avp_one, const void *avp_other) {
+        return *static_cast<const int *>(avp_one) - *static_cast<const int *>(avp_other);
+    });
+}
+
+} // namespace
+
 void load_ffmpeg(const char *strp_ffmpeg)
 {
     // The libraries have no run path: what the others need is opened first.
@@ -133,7 +150,7 @@ void load_ffmpeg(const char *strp_ffmpeg)
         ffmpeg_loader::load(strp_ffmpeg);
     }
     logged_errors::begin_to_count();
-    tzset(); // reads files, and gmtime does it where nobody has
+    prepare_c_library();
     g_avutil.av_log_set_level(AV_LOG_QUIET);
     g_avcodec.avcodec_register_all();
     g_avformat.av_register_all();

@@ -253,8 +253,8 @@ public final class Lane implements AutoCloseable {
         String text = values.takeText();
         throwChannelsFailure();
         return switch (failure) {
-            case WorkerAnswer.RUNTIME -> new RuntimeException(text);
-            case WorkerAnswer.ERROR -> throw new Error(text);
+            // An error of the worker's is none of this process.
+            case WorkerAnswer.RUNTIME, WorkerAnswer.ERROR -> new RuntimeException(text);
             case WorkerAnswer.MEMORY -> worker.end(WorkerEnd.Reason.MEMORY, packets);
             default -> lied();
         };
