@@ -47,9 +47,10 @@ import kiv.media.ffmpeg.index.PacketIndex;
  * <p>Decoders of AV1, Theora, ProRes, DNxHD, JPEG 2000, Ut Video, HuffYUV and WebP leave it out, so that decoding alone says
  * which number a picture has. Films of these codecs give and take numbers ({@link #picture}, {@link #pictures},
  * {@link #range}, {@link #count}, {@link #numberAt}, {@link #timeOf}) only after they have decoded all pictures before, from
- * the beginning, each once as long as the film is open. {@link #saveIndex} decodes the rest, and a film that loads the index
- * decodes nothing for numbers. What is asked for by time ({@link #pictureAt}, {@link #picturesAt}, {@link #picturesFrom}) or
- * {@linkplain #spread spread} costs one group of pictures as with other codecs, if the packets state times that increase.
+ * the beginning and on one thread, each once as long as the film is open. {@link #saveIndex} decodes the rest, and a film that
+ * loads the index decodes nothing for numbers. What is asked for by time ({@link #pictureAt}, {@link #picturesAt},
+ * {@link #picturesFrom}) or {@linkplain #spread spread} costs one group of pictures as with other codecs, if the packets state
+ * times that increase.
  *
  * <p>{@link #verify()} decodes all of a film for those who must be sure that no damage changes a pixel.
  *
