@@ -1,7 +1,7 @@
 # The build steps that ./run and ./test share; sourced after common.sh.
 # shellcheck shell=bash
 
-# build_native PRESET TARGET...: "kivjniffmpeg bridge" for the libraries alone, "all" with the tests.
+# build_native PRESET TARGET...: "kivjniffmpeg kivjniffmpeg_worker bridge" for what is packed, "all" with the tests.
 build_native() {
     # The library alone is built without the test framework. Who asks for the tests gets them, however the directory was
     # configured before.
@@ -26,7 +26,7 @@ maven() {
 build_java() {
     local stamp=$build/java.stamp
     if [[ -e $stamp && -d $root/cli/target/app/lib ]] && compgen -G "$root/cli/target/app/bin/kivjniffmpeg-cli-*.jar" >/dev/null &&
-        [[ -z $(find "$root"/{java,cli}/{src/main,pom.xml} "$root/pom.xml" "$build/libkivjniffmpeg.so" "$build/bridge" -newer "$stamp" \
+        [[ -z $(find "$root"/{java,cli}/{src/main,pom.xml} "$root/pom.xml" "$build/libkivjniffmpeg.so" "$build/kivjniffmpeg-worker" "$build/bridge" -newer "$stamp" \
             -print -quit) ]]; then
         return
     fi
@@ -65,7 +65,7 @@ is_built() {
 # is_older_than STAMP: whether nothing that the libraries and jars are made of is newer. A directory's own time shows that a
 # file in it is gone.
 is_older_than() {
-    [[ -z $(find "$root"/{src,bridge,cmake,tools,java/src/main,cli/src/main} "$root"/{CMakeLists.txt,CMakePresets.json,pom.xml,LICENSE} \
+    [[ -z $(find "$root"/{src,worker,bridge,cmake,tools,java/src/main,cli/src/main} "$root"/{CMakeLists.txt,CMakePresets.json,pom.xml,LICENSE} \
         "$root"/{java,cli}/pom.xml "$root/docs/licences" -newer "$1" -print -quit) ]]
 }
 

@@ -41,7 +41,9 @@ class PackagedFilesTest {
         Path natives = Files.createDirectories(temp.resolve("natives/kiv/media/ffmpeg/natives/linux-x86_64"));
         Path library = Path.of(System.getProperty(FfmpegLibrary.LIBRARY_PROPERTY)).toRealPath();
         Files.createSymbolicLink(natives.resolve("libkivjniffmpeg.so"), library);
-        Files.createSymbolicLink(natives.resolve("bridge"), library.resolveSibling("bridge"));
+        for (String beside : List.of("bridge", "kivjniffmpeg-worker")) {
+            Files.createSymbolicLink(natives.resolve(beside), library.resolveSibling(beside));
+        }
         classPath = System.getProperty("java.class.path") + ":" + temp.resolve("natives");
     }
 
@@ -62,6 +64,9 @@ class PackagedFilesTest {
         private static String loaded(String path) throws Exception {
             if (Files.isRegularFile(Path.of(path))) {
                 return AudioSystem.getAudioInputStream(new File(path)).readAllBytes().length + " bytes";
+            }
+            if (path.equals("worker")) {
+                return "executable " + Files.isExecutable(WorkerProgram.find());
             }
             if (path.isEmpty()) {
                 FfmpegLibrary.load();
@@ -114,6 +119,11 @@ class PackagedFilesTest {
             assertThat(machine.waitFor()).isZero();
         }
         assertUnpacked();
+    }
+
+    @Test
+    void theWorkerIsUnpackedAsAProgram() throws Exception {
+        assertThat(outputOf(machine(List.of(cacheIn(cache)), "worker"))).contains("executable true");
     }
 
     @ParameterizedTest
