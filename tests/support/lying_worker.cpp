@@ -3,7 +3,8 @@
 // A worker has a true one for each lane, at a lane im_distance behind, in the same memory: callers use the first lanes
 // only. It asks that one and passes its answers on, some as they are, some with a lie in one field, some with lies in the
 // values of the message, and some that are nonsense altogether. It goes on writing when it is the caller's turn, and takes
-// turns that are not its own. What it does follows from the bytes of memory that it may allocate, which are its seed.
+// turns that are not its own. What it does follows from its seed: the bytes of memory that it may allocate, and how many
+// workers there were before it. Some lie all the time, some once in a thousand answers.
 
 #include "kivjniffmpeg/context/library_context.h"
 #include "kivjniffmpeg/workers/descriptors.h"
@@ -14,6 +15,7 @@
 #include "worker/shared_memory.h"
 
 #include <linux/futex.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -29,6 +31,7 @@
 #include <cstring>
 #include <exception>
 #include <map>
+#include <new>
 #include <random>
 #include <span>
 #include <string>
@@ -50,6 +53,7 @@ public:
         : dsc_memory(dsp_memory),
           utc_lane(dsp_memory.lane(imp_lane)),
           utc_true(dsp_memory.lane(imp_lane + im_distance)),
+          ulc_moods(uint64_t{8} << ulp_seed % 8),
           dsc_random(ulp_seed * WorkerLane::LANES + static_cast<uint64_t>(imp_lane))
     {
         for (const int32_t iml_field : aim_longs)
@@ -60,7 +64,7 @@ public:
     {
         for (;;) {
             wait_for_turn();
-            const uint64_t ull_mood = dsc_random() % 8;
+            const uint64_t ull_mood = dsc_random() % ulc_moods;
             if (ull_mood != 0)
                 ask_true_worker();
             if (ull_mood <= 1)
@@ -109,7 +113,7 @@ private:
     /** Waits for the worker's turn; sometimes not for long. */
     void wait_for_turn()
     {
-        const uint64_t ull_waits = dsc_random() % 64 == 0 ? 1 : UINT64_MAX;
+        const uint64_t ull_waits = dsc_random() % (8 * ulc_moods) == 0 ? 1 : UINT64_MAX;
         for (uint64_t ull_wait = 0; ull_wait < ull_waits; ++ull_wait) {
             const uint32_t uml_turn = turn(utc_lane).load();
             if (uml_turn % 2 == 1)
@@ -204,7 +208,7 @@ private:
 
     void change_turn()
     {
-        const uint64_t ull_change = dsc_random() % 256;
+        const uint64_t ull_change = dsc_random() % (32 * ulc_moods);
         turn(utc_lane).fetch_add(ull_change == 0 ? static_cast<uint32_t>(dsc_random()) : ull_change == 1 ? 3 : 1);
         wake(utc_lane);
     }
@@ -212,22 +216,27 @@ private:
     const c_shared_memory &dsc_memory;
     std::span<uint8_t> utc_lane;
     std::span<uint8_t> utc_true;
+    const uint64_t ulc_moods; // six of which are lies
     std::mt19937_64 dsc_random;
     std::map<int32_t, int64_t> dsc_lies; // the last one in each field
 };
 
+/** Shared by all workers of a nursery: how many there were. */
+std::atomic<uint64_t> *s_workers;
+
 [[noreturn]] void lie(int inp_channel, int inp_memory, pid_t, const sandbox::dsd_limits &dsp_limits)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const uint64_t ull_seed = dsp_limits.ulc_memory + s_workers->fetch_add(1);
     const c_shared_memory dsl_memory(inp_memory);
     c_ffmpeg dsl_ffmpeg;
     dsl_ffmpeg.add_holder();
-    const std::string strl_held(dsp_limits.ulc_memory % 300 + 1, '\x80'); // no text, and sometimes a long one
+    const std::string strl_held(ull_seed % 300 + 1, '\x80'); // no text, and sometimes a long one
     descriptors::send(inp_channel, std::as_bytes(std::span(strl_held)));
     for (int32_t iml_lane = 0;
          descriptors::receive(inp_channel, std::as_writable_bytes(std::span(&iml_lane, 1))).ulc_length != 0;) {
         std::thread([&, iml_lane] { serve(dsl_ffmpeg, dsl_memory, iml_lane + im_distance); }).detach();
-        std::thread([&, iml_lane] { c_liar(dsl_memory, iml_lane, dsp_limits.ulc_memory).live(); }).detach();
+        std::thread([&, iml_lane] { c_liar(dsl_memory, iml_lane, ull_seed).live(); }).detach();
     }
     _exit(0);
 }
@@ -239,6 +248,9 @@ int main(int, char **astrp_arguments)
     try {
         trace_silence();
         load_ffmpeg(astrp_arguments[1]);
+        // In memory that forks share.
+        s_workers = new (mmap(nullptr, sizeof *s_workers, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+            std::atomic<uint64_t>(0);
         run_nursery(nursery_messages::in_socket, lie);
         return 0;
     } catch (const std::exception &) {
