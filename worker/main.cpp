@@ -12,10 +12,15 @@
 #include <exception>
 
 #if KIV_SANITIZED
-/** The program has no environment. A signal ends a worker as it does without a sanitizer, and nobody looks for leaks. */
+// The program has no environment. A signal ends a worker as it does without a sanitizer, and nobody looks for leaks.
+#define KIV_SIGNALS "handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:handle_abort=0"
 extern "C" __attribute__((visibility("default"))) const char *__asan_default_options()
 {
-    return "handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:detect_leaks=0";
+    return KIV_SIGNALS ":detect_leaks=0";
+}
+extern "C" __attribute__((visibility("default"))) const char *__tsan_default_options()
+{
+    return KIV_SIGNALS;
 }
 #endif
 
