@@ -294,7 +294,7 @@ public final class VideoDecoder implements AutoCloseable {
      * <p>Without the queue of images that are used again each picture would become a new one, whose memory the virtual machine
      * clears.
      *
-     * <p>The results come in the order of the pictures. There are few of them at a time, about one for each processor: what is
+     * <p>The results come in the order of the pictures. There are few of them at a time, some more than processors: what is
      * ready waits until it is asked for. Pictures that were decoded ahead are lost when the stream ends early; otherwise it
      * is as that of {@link #pictures(MediaReader)}. Close it when it may end early: after that no conversion is running.
      *
