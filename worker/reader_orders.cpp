@@ -110,6 +110,14 @@ void light(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writ
         dsp_results.put_none();
 }
 
+void side_data(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
+{
+    if (const auto dsl_data = media_metadata::side_data(stream_of(dsp_place, dsp_order)))
+        dsp_results.put_all(list_of<int64_t>(*dsl_data));
+    else
+        dsp_results.put_none();
+}
+
 void picture(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
 {
     dsp_results.put_all(media_metadata::picture(stream_of(dsp_place, dsp_order)));
@@ -121,7 +129,7 @@ constexpr dsd_order_work s_orders[] = {
     {WorkerOrder::READER_SEEK, seek},         {WorkerOrder::READER_TAGS, tags},
     {WorkerOrder::READER_CHAPTERS, chapters}, {WorkerOrder::READER_PROGRAMS, programs},
     {WorkerOrder::READER_NAMES, names},       {WorkerOrder::READER_LIGHT, light},
-    {WorkerOrder::READER_PICTURE, picture},
+    {WorkerOrder::READER_PICTURE, picture},   {WorkerOrder::READER_SIDE_DATA, side_data},
 };
 
 } // namespace

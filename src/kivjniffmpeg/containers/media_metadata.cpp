@@ -9,10 +9,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <initializer_list>
 #include <string_view>
 
 namespace ChapterFields = natives::ChapterFields;
 namespace LightFields = natives::LightFields;
+namespace SideDataFields = natives::SideDataFields;
 namespace ProgramFields = natives::ProgramFields;
 namespace StreamNames = natives::StreamNames;
 using namespace natives::c_metadata_ffmpeg;
@@ -233,6 +235,46 @@ std::optional<std::array<int64_t, LightFields::SIZE>> light(AVStream &dsp_stream
         aill_light[LightFields::CONTENT_AVERAGE] = dsl_content->MaxFALL;
     }
     return aill_light;
+}
+
+std::optional<std::array<int64_t, SideDataFields::SIZE>> side_data(AVStream &dsp_stream)
+{
+    const auto dsl_matrix = side_data_of<std::array<int32_t, 9>>(dsp_stream, AV_PKT_DATA_DISPLAYMATRIX);
+    const auto dsl_buffer = side_data_of<AVCPBProperties>(dsp_stream, AV_PKT_DATA_CPB_PROPERTIES);
+    const auto dsl_gain = side_data_of<AVReplayGain>(dsp_stream, AV_PKT_DATA_REPLAYGAIN);
+    const auto dsl_stereo = side_data_of<AVStereo3D>(dsp_stream, AV_PKT_DATA_STEREO3D);
+    const auto dsl_more_stereo = side_data_of<AVStereo3DOf71>(dsp_stream, AV_PKT_DATA_STEREO3D);
+    const auto dsl_sphere = side_data_of<AVSphericalMapping>(dsp_stream, AV_PKT_DATA_SPHERICAL);
+    const auto dsl_service = side_data_of<int>(dsp_stream, AV_PKT_DATA_AUDIO_SERVICE_TYPE);
+    if (!dsl_matrix && !dsl_buffer && !dsl_gain && !dsl_stereo && !dsl_sphere && !dsl_service)
+        return {};
+    std::array<int64_t, SideDataFields::SIZE> aill_data{};
+    const auto set = [&](int32_t imp_from, std::initializer_list<int64_t> ailp_numbers) {
+        std::ranges::copy(ailp_numbers, aill_data.begin() + imp_from);
+    };
+    if (dsl_matrix) {
+        aill_data[SideDataFields::HAS_MATRIX] = 1;
+        std::ranges::copy(*dsl_matrix, aill_data.begin() + SideDataFields::MATRIX);
+    }
+    if (dsl_buffer)
+        set(SideDataFields::HAS_BUFFER, {1, dsl_buffer->max_bitrate, dsl_buffer->min_bitrate, dsl_buffer->avg_bitrate,
+                                         dsl_buffer->buffer_size, static_cast<int64_t>(dsl_buffer->vbv_delay)});
+    if (dsl_gain)
+        set(SideDataFields::HAS_GAIN,
+            {1, dsl_gain->track_gain, dsl_gain->track_peak, dsl_gain->album_gain, dsl_gain->album_peak});
+    if (dsl_stereo)
+        set(SideDataFields::STEREO_NUMBERS, {2, dsl_stereo->type, dsl_stereo->flags});
+    if (dsl_more_stereo) {
+        const auto &[dsl_common, inl_view, inl_eye, uml_baseline, dsl_disparity, dsl_field] = *dsl_more_stereo;
+        set(SideDataFields::STEREO_NUMBERS, {9, dsl_common.type, dsl_common.flags, inl_view, inl_eye, uml_baseline,
+                                             dsl_disparity.num, dsl_disparity.den, dsl_field.num, dsl_field.den});
+    }
+    if (dsl_sphere)
+        set(SideDataFields::HAS_SPHERE,
+            {1, dsl_sphere->projection, dsl_sphere->yaw, dsl_sphere->pitch, dsl_sphere->roll, dsl_sphere->bound_left,
+             dsl_sphere->bound_top, dsl_sphere->bound_right, dsl_sphere->bound_bottom, dsl_sphere->padding});
+    aill_data[SideDataFields::SERVICE] = dsl_service.value_or(-1);
+    return aill_data;
 }
 
 std::span<const uint8_t> picture(const AVStream &dsp_stream) noexcept

@@ -4,6 +4,7 @@
 #include "kivjniffmpeg/ffmpeg/abi_containers.h"
 
 #include <natives/LightFields.h>
+#include <natives/SideDataFields.h>
 #include <natives/StreamNames.h>
 
 #include <array>
@@ -41,6 +42,9 @@ std::array<std::string, natives::StreamNames::SIZE> names(const AVStream &dsp_st
 
 /** Of streams of high dynamic range, laid out as LightFields; nothing when the stream says nothing. */
 std::optional<std::array<int64_t, natives::LightFields::SIZE>> light(AVStream &dsp_stream);
+
+/** What streams say of turning, buffers, volume and space, laid out as SideDataFields; nothing when it says nothing. */
+std::optional<std::array<int64_t, natives::SideDataFields::SIZE>> side_data(AVStream &dsp_stream);
 
 /** The picture of a stream that is one; valid until the next call that reads. Empty when there is none. */
 std::span<const uint8_t> picture(const AVStream &dsp_stream) noexcept;

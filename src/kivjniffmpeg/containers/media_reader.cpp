@@ -250,6 +250,11 @@ std::array<int64_t, natives::StreamFields::SIZE> c_mediareader::stream_info(int3
     aill_fields[StreamFields::BITS_PER_SAMPLE] =
         g_avcodec.av_get_bits_per_sample != nullptr ? g_avcodec.av_get_bits_per_sample(dsl_codec.codec_id) : 0;
     aill_fields[StreamFields::DECODABLE] = g_avcodec.avcodec_find_decoder(dsl_codec.codec_id) != nullptr ? 1 : 0;
+    aill_fields[StreamFields::CODED_WIDTH] = dsl_codec.coded_width;
+    aill_fields[StreamFields::CODED_HEIGHT] = dsl_codec.coded_height;
+    aill_fields[StreamFields::REORDERED] = dsl_codec.has_b_frames;
+    aill_fields[StreamFields::REFERENCES] = dsl_codec.refs;
+    aill_fields[StreamFields::INITIAL_PADDING] = dsl_codec.initial_padding;
     return aill_fields;
 }
 

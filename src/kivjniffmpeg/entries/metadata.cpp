@@ -82,6 +82,18 @@ JNIEXPORT jlongArray JNICALL Java_kiv_media_ffmpeg_natives_c_1metadata_1ffmpeg_n
     });
 }
 
+JNIEXPORT jlongArray JNICALL Java_kiv_media_ffmpeg_natives_c_1metadata_1ffmpeg_n_1metadata_1side_1data(JNIEnv *adsp_env,
+                                                                                                       jclass,
+                                                                                                       jlong ilp_reader,
+                                                                                                       jint imp_index)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jlongArray {
+        const auto dsl_data = media_metadata::side_data(reader_of(ilp_reader).stream_at(imp_index));
+        return dsl_data ? to_java(dsp_env, *dsl_data) : nullptr;
+    });
+}
+
 JNIEXPORT jbyteArray JNICALL Java_kiv_media_ffmpeg_natives_c_1metadata_1ffmpeg_n_1metadata_1picture(JNIEnv *adsp_env,
                                                                                                     jclass,
                                                                                                     jlong ilp_reader,

@@ -174,9 +174,13 @@ struct AVCodecContext
     int coded_height;
     uint8_t autc_gap5[4];
     AVPixelFormat pix_fmt;
-    uint8_t autc_gap6[92];
+    uint8_t autc_gap6[40];
+    int has_b_frames; /**< pictures that wait for others in a decoder */
+    uint8_t autc_gap18[48];
     AVRational sample_aspect_ratio;
-    uint8_t autc_gap7[164];
+    uint8_t autc_gap7[144];
+    int refs;
+    uint8_t autc_gap19[16];
     int color_primaries;
     int color_trc;
     int colorspace;
@@ -216,6 +220,8 @@ struct AVCodecContext
     uint8_t autc_gap15[28];
     int profile;
     int level;
+    uint8_t autc_gap20[48];
+    int initial_padding;
 };
 
 /** What is known of a codec without a decoder for it; front part only. */
@@ -250,6 +256,55 @@ struct AVContentLightMetadata
 {
     unsigned int MaxCLL;
     unsigned int MaxFALL;
+};
+
+/** The buffer that a stream was coded for; side data of newer FFmpegs' streams. */
+struct AVCPBProperties
+{
+    int64_t max_bitrate;
+    int64_t min_bitrate;
+    int64_t avg_bitrate;
+    int64_t buffer_size; /**< in bits */
+    uint64_t vbv_delay;  /**< in periods of 27 MHz; all ones when unknown */
+};
+
+/** By how much players change the volume. */
+struct AVReplayGain
+{
+    int32_t track_gain;  /**< in hundred-thousandths of a decibel; INT32_MIN when unknown */
+    uint32_t track_peak; /**< of 100,000; 0 when unknown */
+    int32_t album_gain;
+    uint32_t album_peak;
+};
+
+/** How a picture holds those of two eyes: what all FFmpegs have of it, and what FFmpeg 7.1 and newer have besides. */
+struct AVStereo3D
+{
+    int type;
+    int flags;
+};
+struct AVStereo3DOf71
+{
+    AVStereo3D dsc_common;
+    int view;
+    int primary_eye;
+    uint32_t baseline; /**< between the eyes, in micrometres */
+    AVRational horizontal_disparity_adjustment;
+    AVRational horizontal_field_of_view;
+};
+
+/** How a picture lies on a sphere; side data of newer FFmpegs' streams. Angles are in 65,536ths of a degree. */
+struct AVSphericalMapping
+{
+    int projection;
+    int32_t yaw;
+    int32_t pitch;
+    int32_t roll;
+    uint32_t bound_left;
+    uint32_t bound_top;
+    uint32_t bound_right;
+    uint32_t bound_bottom;
+    uint32_t padding;
 };
 
 /** Where one component of a pixel format lies. Bit fields, the first one in the low bits. */
@@ -379,7 +434,9 @@ static_assert(offsetof(AVCodecContext, height) == 152);
 static_assert(offsetof(AVCodecContext, coded_width) == 156);
 static_assert(offsetof(AVCodecContext, coded_height) == 160);
 static_assert(offsetof(AVCodecContext, pix_fmt) == 168);
+static_assert(offsetof(AVCodecContext, has_b_frames) == 212);
 static_assert(offsetof(AVCodecContext, sample_aspect_ratio) == 264);
+static_assert(offsetof(AVCodecContext, refs) == 416);
 static_assert(offsetof(AVCodecContext, color_primaries) == 436);
 static_assert(offsetof(AVCodecContext, color_trc) == 440);
 static_assert(offsetof(AVCodecContext, colorspace) == 444);
@@ -410,6 +467,7 @@ static_assert(offsetof(AVCodecContext, active_thread_type) == 912);
 static_assert(offsetof(AVCodecContext, thread_safe_callbacks) == 916);
 static_assert(offsetof(AVCodecContext, profile) == 948);
 static_assert(offsetof(AVCodecContext, level) == 952);
+static_assert(offsetof(AVCodecContext, initial_padding) == 1004);
 static_assert(offsetof(AVCodecDescriptor, id) == 0);
 static_assert(offsetof(AVCodecDescriptor, type) == 4);
 static_assert(offsetof(AVCodecDescriptor, name) == 8);
@@ -418,6 +476,12 @@ static_assert(offsetof(AVDictionaryEntry, key) == 0);
 static_assert(offsetof(AVDictionaryEntry, value) == 8);
 static_assert(sizeof(AVMasteringDisplayMetadata) == 88);
 static_assert(sizeof(AVContentLightMetadata) == 8);
+static_assert(sizeof(AVCPBProperties) == 40);
+static_assert(sizeof(AVReplayGain) == 16);
+static_assert(sizeof(AVStereo3D) == 8);
+static_assert(sizeof(AVStereo3DOf71) == 36);
+static_assert(offsetof(AVStereo3DOf71, horizontal_field_of_view) == 28);
+static_assert(sizeof(AVSphericalMapping) == 36);
 static_assert(sizeof(AVComponentDescriptor) == 2);
 static_assert(offsetof(AVPixFmtDescriptor, name) == 0);
 static_assert(offsetof(AVPixFmtDescriptor, nb_components) == 8);

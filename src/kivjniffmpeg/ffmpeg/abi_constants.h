@@ -193,10 +193,15 @@ inline constexpr int AV_PKT_DATA_PALETTE = 0;       /**< 256 colours of 32 bits 
 inline constexpr int AV_PKT_DATA_NEW_EXTRADATA = 1; /**< extradata that replaces the stream's */
 /** How a stream's pictures are turned: 3 x 3 numbers, by which a row (x, y, 1) is multiplied. */
 inline constexpr int AV_PKT_DATA_DISPLAYMATRIX = 5;
+inline constexpr int AV_PKT_DATA_REPLAYGAIN = 4;
+inline constexpr int AV_PKT_DATA_STEREO3D = 6;
+inline constexpr int AV_PKT_DATA_AUDIO_SERVICE_TYPE = 7; /**< one number */
 /** Samples that are not to be heard: 32 bits for those at the start and 32 bits for those at the end, little-endian. */
 inline constexpr int AV_PKT_DATA_SKIP_SAMPLES = 70;
 // Not in 2.5 to 2.8; behind the bridge only, which adds 0x1000 to the newer FFmpeg's number.
+inline constexpr int AV_PKT_DATA_CPB_PROPERTIES = 0x100A;
 inline constexpr int AV_PKT_DATA_MASTERING_DISPLAY_METADATA = 0x1014;
+inline constexpr int AV_PKT_DATA_SPHERICAL = 0x1015;
 inline constexpr int AV_PKT_DATA_CONTENT_LIGHT_LEVEL = 0x1016;
 
 // AVFrameSideData::type

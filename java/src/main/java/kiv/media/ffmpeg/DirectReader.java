@@ -86,6 +86,11 @@ record DirectReader(long address) implements ContainerReader {
     }
 
     @Override
+    public long[] sideData(int index) {
+        return c_metadata_ffmpeg.n_metadata_side_data(address, index);
+    }
+
+    @Override
     public byte[] picture(int index) {
         return c_metadata_ffmpeg.n_metadata_picture(address, index);
     }

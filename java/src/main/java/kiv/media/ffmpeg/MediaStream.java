@@ -305,6 +305,39 @@ public final class MediaStream {
         return (int) fields[StreamFields.BITS_PER_SAMPLE];
     }
 
+    /**
+     * {@return width of the coded pictures in pixels, of which a part is cut off; 0 when unknown, as with FFmpeg 5.1 and newer
+     * before the pictures are decoded}
+     */
+    public int codedWidth() {
+        return (int) fields[StreamFields.CODED_WIDTH];
+    }
+
+    /** {@return height of the coded pictures in pixels, as {@link #codedWidth()}} */
+    public int codedHeight() {
+        return (int) fields[StreamFields.CODED_HEIGHT];
+    }
+
+    /** {@return how many pictures wait in a decoder for those that are shown before them} */
+    public int reorderedPictures() {
+        return (int) fields[StreamFields.REORDERED];
+    }
+
+    /** {@return how many pictures others may refer to; from FFmpeg 5.1 on mostly 1, whatever the stream says} */
+    public int referencePictures() {
+        return (int) fields[StreamFields.REFERENCES];
+    }
+
+    /** {@return samples of each channel that the encoder put before the sound, as far as the container states them} */
+    public int initialPadding() {
+        return (int) fields[StreamFields.INITIAL_PADDING];
+    }
+
+    /** {@return how pictures are turned, the buffer that the stream was coded for, volume and space} */
+    public SideData sideData() {
+        return metadata.sideData();
+    }
+
     /** {@return whether the stream is a single picture that belongs to a sound file, such as a cover} */
     public boolean isAttachedPicture() {
         return dispositions().contains(Disposition.ATTACHED_PICTURE);

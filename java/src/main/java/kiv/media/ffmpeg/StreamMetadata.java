@@ -14,11 +14,13 @@ import kiv.media.ffmpeg.wall.ContainerReader;
  * @param tags its tags
  * @param names FFmpeg's names, laid out as {@link StreamNames}
  * @param light laid out as {@link LightFields}, or null
+ * @param sideData turning, buffers, volume and space
  */
-record StreamMetadata(Tags tags, String[] names, long[] light) {
+record StreamMetadata(Tags tags, String[] names, long[] light, SideData sideData) {
 
     /** That of a stream that says nothing. */
-    static final StreamMetadata NONE = new StreamMetadata(Tags.NONE, new String[StreamNames.SIZE], null);
+    static final StreamMetadata NONE = new StreamMetadata(Tags.NONE, new String[StreamNames.SIZE], null,
+            SideData.of(null));
 
     /** The metadata of a reader's streams from a number on. */
     static List<StreamMetadata> read(ContainerReader reader, int first, long count) {
@@ -27,7 +29,7 @@ record StreamMetadata(Tags tags, String[] names, long[] light) {
         List<StreamMetadata> all = new ArrayList<>();
         for (int index = first; index < count; index++) {
             all.add(new StreamMetadata(all.size() < tags.size() ? tags.get(all.size()) : Tags.NONE,
-                    reader.names(index), reader.light(index)));
+                    reader.names(index), reader.light(index), SideData.of(reader.sideData(index))));
         }
         return all;
     }

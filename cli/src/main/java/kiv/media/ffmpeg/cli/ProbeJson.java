@@ -11,7 +11,6 @@ import kiv.media.ffmpeg.ColorDescription;
 import kiv.media.ffmpeg.Disposition;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.FieldOrder;
-import kiv.media.ffmpeg.MasteringDisplay;
 import kiv.media.ffmpeg.MediaFormats;
 import kiv.media.ffmpeg.MediaKind;
 import kiv.media.ffmpeg.MediaReader;
@@ -139,6 +138,12 @@ final class ProbeJson {
     private void writePictures(MediaStream stream) throws IOException {
         to.writeNumberField("width", stream.width());
         to.writeNumberField("height", stream.height());
+        // Of newer FFmpegs only opened decoders know it.
+        if (stream.codedWidth() > 0 && stream.codedHeight() > 0) {
+            to.writeNumberField("coded_width", stream.codedWidth());
+            to.writeNumberField("coded_height", stream.codedHeight());
+        }
+        to.writeNumberField("has_b_frames", stream.reorderedPictures());
         Rational shape = stream.pixelAspectRatio().reduced();
         if (shape.isKnown()) {
             ratio("sample_aspect_ratio", shape);
@@ -153,6 +158,7 @@ final class ProbeJson {
         text("color_primaries", color.primaries());
         text("chroma_location", color.chromaLocation());
         text("field_order", stream.fieldOrder().map(ProbeJson::name));
+        to.writeNumberField("refs", stream.referencePictures());
         to.writeNumberField("shown_width", stream.shownWidth());
         to.writeNumberField("shown_height", stream.shownHeight());
         to.writeNumberField("rotation", stream.rotation());
@@ -175,57 +181,17 @@ final class ProbeJson {
         to.writeNumberField("channels", stream.channels());
         text("channel_layout", stream.channelLayout());
         to.writeNumberField("bits_per_sample", stream.bitsPerSample());
+        to.writeNumberField("initial_padding", stream.initialPadding());
     }
 
     private void writeSideData(MediaStream stream) throws IOException {
         ColorDescription color = stream.color();
-        boolean isTurned = stream.rotation() != 0 || stream.isMirrored();
-        if (color.masteringDisplay().isEmpty() && color.contentLight().isEmpty() && !isTurned) {
-            return;
+        if (color.masteringDisplay().isPresent() || color.contentLight().isPresent()
+                || !stream.sideData().equals(SideDataJson.NOTHING)) {
+            to.writeArrayFieldStart("side_data_list");
+            new SideDataJson(to).write(color, stream.sideData());
+            to.writeEndArray();
         }
-        to.writeArrayFieldStart("side_data_list");
-        if (color.masteringDisplay().isPresent()) {
-            write(color.masteringDisplay().get());
-        }
-        if (color.contentLight().isPresent()) {
-            sideData("Content light level metadata");
-            to.writeNumberField("max_content", color.contentLight().get().maximum());
-            to.writeNumberField("max_average", color.contentLight().get().average());
-            to.writeEndObject();
-        }
-        if (isTurned) {
-            sideData("Display Matrix");
-            // Anticlockwise, of a picture that would be turned only.
-            int clockwise = (stream.rotation() + (stream.isMirrored() ? 180 : 0)) % 360;
-            to.writeNumberField("rotation", clockwise > 180 ? 360 - clockwise : -clockwise);
-            to.writeEndObject();
-        }
-        to.writeEndArray();
-    }
-
-    private void write(MasteringDisplay screen) throws IOException {
-        sideData("Mastering display metadata");
-        if (screen.white().x().isKnown()) {
-            point("red", screen.red());
-            point("green", screen.green());
-            point("blue", screen.blue());
-            point("white_point", screen.white());
-        }
-        if (screen.maximum().isKnown()) {
-            to.writeStringField("min_luminance", screen.minimum().toString());
-            to.writeStringField("max_luminance", screen.maximum().toString());
-        }
-        to.writeEndObject();
-    }
-
-    private void point(String name, MasteringDisplay.Point point) throws IOException {
-        to.writeStringField(name + "_x", point.x().toString());
-        to.writeStringField(name + "_y", point.y().toString());
-    }
-
-    private void sideData(String type) throws IOException {
-        to.writeStartObject();
-        to.writeStringField("side_data_type", type);
     }
 
     private void write(Chapter chapter) throws IOException {

@@ -6,7 +6,7 @@ import java.lang.annotation.Native;
 public final class StreamFields {
 
     /** Elements of the array. */
-    @Native public static final int SIZE = 40;
+    @Native public static final int SIZE = 45;
 
     /** One of {@link MediaType}. */
     @Native public static final int MEDIA_TYPE = 0;
@@ -127,6 +127,21 @@ public final class StreamFields {
 
     /** Bits of a sample that every stream of the codec has; 0 when they differ or samples are compressed. */
     @Native public static final int BITS_PER_SAMPLE = 39;
+
+    /** Width of the coded pictures, of which a part may be cut off; 0 when unknown. */
+    @Native public static final int CODED_WIDTH = 40;
+
+    /** Height of the coded pictures; 0 when unknown. */
+    @Native public static final int CODED_HEIGHT = 41;
+
+    /** How many pictures wait in a decoder for those that are shown before them. */
+    @Native public static final int REORDERED = 42;
+
+    /** How many pictures others may refer to. */
+    @Native public static final int REFERENCES = 43;
+
+    /** Samples that the encoder put before the sound. */
+    @Native public static final int INITIAL_PADDING = 44;
 
     /** Instead of a number: the container has none. */
     @Native public static final int NO_NUMBER = -1;

@@ -56,6 +56,9 @@ public final class WorkerOrder {
     /** The message: an index. Gets the bytes of a picture, or none. */
     @Native public static final int READER_PICTURE = 20;
 
+    /** The message: an index. Gets {@link SideDataFields}, or none. */
+    @Native public static final int READER_SIDE_DATA = 21;
+
     /** The message: the name of a codec. */
     @Native public static final int SPLITTER_CREATE = 30;
 

@@ -83,6 +83,15 @@ public final class c_metadata_ffmpeg {
     public static native long[] n_metadata_light(long reader, int index);
 
     /**
+     * Returns what a stream says of turning, buffers, volume and space.
+     *
+     * @param reader a reader's handle
+     * @param index the stream, from 0
+     * @return a new array, laid out as {@link SideDataFields}; null when the stream says nothing
+     */
+    public static native long[] n_metadata_side_data(long reader, int index);
+
+    /**
      * Returns the bytes of a stream that is a single picture.
      *
      * @param reader a reader's handle

@@ -71,6 +71,9 @@ public interface ContainerReader {
     /** {@return the light of a stream, or null} */
     long[] light(int index);
 
+    /** {@return the side data of a stream, or null} */
+    long[] sideData(int index);
+
     /** {@return the bytes of a stream that is a picture, or null} */
     byte[] picture(int index);
 

@@ -7,6 +7,7 @@ import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.ProgramFields;
 import kiv.media.ffmpeg.natives.ReaderInfo;
 import kiv.media.ffmpeg.natives.ReaderLimitFields;
+import kiv.media.ffmpeg.natives.SideDataFields;
 import kiv.media.ffmpeg.natives.StreamFields;
 import kiv.media.ffmpeg.natives.StreamNames;
 import kiv.media.ffmpeg.natives.WorkerOrder;
@@ -208,11 +209,21 @@ public final class RemoteReader implements ContainerReader {
 
     @Override
     public long[] light(int index) {
-        long[] light = lane.begin().put(index).order(WorkerOrder.READER_LIGHT).takeLongs();
-        if (light != null && light.length != LightFields.SIZE) {
+        return longs(index, WorkerOrder.READER_LIGHT, LightFields.SIZE);
+    }
+
+    @Override
+    public long[] sideData(int index) {
+        return longs(index, WorkerOrder.READER_SIDE_DATA, SideDataFields.SIZE);
+    }
+
+    /** Numbers of a stream, or null. */
+    private long[] longs(int index, int order, int size) {
+        long[] longs = lane.begin().put(index).order(order).takeLongs();
+        if (longs != null && longs.length != size) {
             throw lane.lied();
         }
-        return light;
+        return longs;
     }
 
     @Override
