@@ -2,6 +2,7 @@ package kiv.media.ffmpeg;
 
 import java.io.IOException;
 import java.nio.channels.SeekableByteChannel;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.OptionalLong;
 import javax.sound.sampled.AudioInputStream;
@@ -83,6 +84,25 @@ public final class MediaAudio {
         } catch (Throwable e) {
             reader.release();
             throw e;
+        }
+    }
+
+    /**
+     * Returns how many frames the sound of a file has, where its packets state exactly how many samples they give: FLAC, MP3,
+     * Opus and FLAC in Ogg, AAC and ALAC in MP4, TTA, and PCM in WAV, Wave64, AIFF, AU and CAF. They are read for that, but only
+     * the first and the last ones are decoded. It is what {@link Sound#length()} returns of an undamaged file.
+     *
+     * @param file the file
+     * @return samples of each channel; empty when that is not certain, and for files of more than 256 MiB
+     * @throws IOException when the file cannot be read
+     * @throws MediaFormatException when it is no media file of a known kind, or has no sound
+     * @throws UnsupportedCodecException when the library has no decoder for its sound
+     * @throws LibraryException when the library cannot be loaded
+     */
+    public static OptionalLong frames(Path file) throws IOException {
+        long size = Files.size(file);
+        try (MediaReader reader = MediaReader.open(file)) {
+            return SoundLength.count(reader, reader.firstAudioOrThrow(), size);
         }
     }
 

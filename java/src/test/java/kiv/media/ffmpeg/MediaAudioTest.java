@@ -68,6 +68,25 @@ public class MediaAudioTest {
         }
     }
 
+    @ParameterizedTest
+    @CsvSource({"flac.flac, 44100", "flac.ogg, 6615", "opus.opus, 14400", "mp3.mp3, 44100", "mp3_vbr.mp3, 88200", "mp2.mp2, 48384",
+        "aac.m4a, 45056", "alac_16.m4a, 13230", "vorbis.ogg, -1", "wma2.asf, -1"})
+    void framesAreCountedWithoutDecoding(String name, int frames) throws Exception {
+        Path file = TestMedia.stream(name);
+        assertThat(MediaAudio.frames(file).orElse(-1)).isEqualTo(frames);
+        assertThat(AudioSystem.getAudioFileFormat(file.toFile()).getFrameLength()).isEqualTo(frames);
+        byte[] bytes = Files.readAllBytes(file);
+        Path cut = directory.resolve(name);
+        for (int size = bytes.length / 2; size < bytes.length; size += bytes.length / 7) {
+            Files.write(cut, Arrays.copyOf(bytes, size));
+            try (kiv.media.ffmpeg.Sound sound = kiv.media.ffmpeg.Sound.open(cut)) {
+                assertThat(MediaAudio.frames(cut).orElse(sound.length())).isEqualTo(sound.length());
+            } catch (MediaFormatException e) {
+                assertThatThrownBy(() -> MediaAudio.frames(cut)).isInstanceOf(MediaFormatException.class);
+            }
+        }
+    }
+
     @Test
     void afterClosingNothingIsRead() throws IOException {
         SeekableByteChannel channel = Files.newByteChannel(TestMedia.stream("pcm_s16.wav"));

@@ -19,6 +19,7 @@ import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
 import javax.sound.sampled.UnsupportedAudioFileException;
 import javax.sound.sampled.spi.AudioFileReader;
+import kiv.media.ffmpeg.MediaAudio;
 
 /**
  * Opens the sound of media for {@link AudioSystem}, which finds this class as a service provider. It returns
@@ -49,10 +50,13 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
     private static final class MediumFormat extends AudioFileFormat {
         private final Map<String, Object> properties;
 
-        MediumFormat(EncodedAudioInputStream sound, long size) {
-            super(SoundFormats.type(sound.reader()), size > Integer.MAX_VALUE ? AudioSystem.NOT_SPECIFIED : (int) size,
-                    sound.getFormat(), AudioSystem.NOT_SPECIFIED);
+        MediumFormat(EncodedAudioInputStream sound, long size, long frames) {
+            super(SoundFormats.type(sound.reader()), known(size), sound.getFormat(), known(frames));
             properties = SoundProperties.of(sound.reader());
+        }
+
+        private static int known(long number) {
+            return number > Integer.MAX_VALUE ? AudioSystem.NOT_SPECIFIED : (int) number;
         }
 
         @Override
@@ -84,7 +88,7 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
     @Override
     public AudioFileFormat getAudioFileFormat(InputStream stream) throws UnsupportedAudioFileException, IOException {
         try (EncodedAudioInputStream sound = openMarked(stream, new SpoolChannel(stream))) {
-            AudioFileFormat format = new MediumFormat(sound, AudioSystem.NOT_SPECIFIED);
+            AudioFileFormat format = new MediumFormat(sound, AudioSystem.NOT_SPECIFIED, AudioSystem.NOT_SPECIFIED);
             stream.reset();
             return format;
         }
@@ -113,14 +117,15 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
      * Describes the sound of a file.
      *
      * @param file the file
-     * @return as for {@linkplain #getAudioFileFormat(InputStream) streams}
+     * @return as for {@linkplain #getAudioFileFormat(InputStream) streams}, and the length in frames of the decoded sound,
+     *     where {@link MediaAudio#frames} knows it
      * @throws UnsupportedAudioFileException when the provider refuses the medium
      * @throws IOException when it cannot be read
      */
     @Override
     public AudioFileFormat getAudioFileFormat(File file) throws UnsupportedAudioFileException, IOException {
         try (EncodedAudioInputStream sound = getAudioInputStream(file)) {
-            return new MediumFormat(sound, file.length());
+            return new MediumFormat(sound, file.length(), frames(file));
         }
     }
 
@@ -193,6 +198,14 @@ public final class FfmpegAudioFileReader extends AudioFileReader {
         } catch (Throwable e) {
             channel.close();
             throw e;
+        }
+    }
+
+    private static long frames(File file) throws IOException {
+        try {
+            return MediaAudio.frames(file.toPath()).orElse(AudioSystem.NOT_SPECIFIED);
+        } catch (RuntimeException e) {
+            return AudioSystem.NOT_SPECIFIED; // the sound could be opened
         }
     }
 
