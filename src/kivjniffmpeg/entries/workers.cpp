@@ -117,8 +117,10 @@ JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1wo
     });
 }
 
-JNIEXPORT jobject JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1worker_1memory(
-    JNIEnv *adsp_env, jclass, jlong ilp_worker, jlong ilp_offset, jint imp_length)
+JNIEXPORT jobject JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1worker_1memory(JNIEnv *adsp_env, jclass,
+                                                                                             jlong ilp_worker,
+                                                                                             jlong ilp_offset,
+                                                                                             jint imp_length)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jobject {

@@ -325,16 +325,20 @@ TEST(lying_worker, answers_with_lies_and_the_truth_as_its_seed_says)
         dsl_worker->wait_until_ready();
         c_lane_client dsl_lane(*dsl_worker, 0, ul_small_area, {});
         std::vector<int32_t> aiml_kinds;
-        while (aiml_kinds.size() < 8)
-            aiml_kinds.push_back(dsl_lane.kind_of_answer(4711));
+        try {
+            while (aiml_kinds.size() < 20)
+                aiml_kinds.push_back(dsl_lane.kind_of_answer(4711));
+        } catch (const c_worker_gone &) {
+            // It has lied to itself.
+        }
         return aiml_kinds;
     };
     std::map<int32_t, int> dsl_kinds;
     for (uint64_t ull_seed = 1; ull_seed <= 20; ++ull_seed)
         for (const int32_t iml_kind : answers_of(ull_seed))
             ++dsl_kinds[iml_kind];
-    EXPECT_GT(dsl_kinds[natives::WorkerAnswer::FAILED], 40); // the truth
-    EXPECT_GT(dsl_kinds.size(), 5U);
+    EXPECT_GT(dsl_kinds[natives::WorkerAnswer::FAILED], 100); // the truth
+    EXPECT_GT(dsl_kinds.size(), 2U);
 }
 
 TEST(nursery, that_cannot_start_is_an_exception)
