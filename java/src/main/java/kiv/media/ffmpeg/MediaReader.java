@@ -490,7 +490,9 @@ public final class MediaReader implements AutoCloseable {
      * blocks give the samples of the whole at once, and WMA from its second packet on. Codecs that overlap their blocks need
      * up to a quarter of a second: begin so much before the sound that is wanted. Then MP3, MP2 and Opus differ from the whole
      * in the last bits only. The noise with which AAC and AC-3 fill gaps is another one, so {@link Sound} is for those who
-     * need the very same samples. G.722, G.726 and the ADPCM of Yamaha remember everything.
+     * need the very same samples. G.722, G.726 and the ADPCM of Yamaha carry their state from the beginning on: no pre-roll
+     * makes them right, so they are decoded from the beginning, or by {@link Sound}. The times of WMA in WAV files may be some
+     * samples off behind a seek, where FFmpeg computes them from bytes a second.
      *
      * @param stream a stream of this reader
      * @param time in units of the stream's time base

@@ -81,7 +81,7 @@ final class DecodeCommand implements Callable<Integer> {
 
     @Option(names = "--from", paramLabel = "TIME", converter = TimeRange.Converter.class,
             description = "Begin with the first picture and sample at or after this time from the file's beginning, in"
-                + " seconds or as h:mm:ss.mmm.")
+                + " seconds or as h:mm:ss.mmm. Decodes on one thread.")
     private Duration from;
 
     @Option(names = "--to", paramLabel = "TIME", converter = TimeRange.Converter.class,
