@@ -79,10 +79,16 @@ final class Workplace {
     /** A lane of the worker, or of a new one when that has ended. */
     private synchronized Lane lane() {
         Lane lane = newest == null ? null : newest.openLane();
-        if (lane == null) {
-            lane = Worker.start(program(), FfmpegLibrary.directory(), limits, FAILURES);
-            newest = lane.worker();
+        if (lane != null) {
+            try {
+                lane.limitAllocations(FfmpegLibrary.allocationLimit());
+                return lane;
+            } catch (WorkerException e) {
+                // It ended between two orders. What worked there will report that.
+            }
         }
+        lane = Worker.start(program(), FfmpegLibrary.directory(), limits, FAILURES);
+        newest = lane.worker();
         lane.limitAllocations(FfmpegLibrary.allocationLimit());
         return lane;
     }

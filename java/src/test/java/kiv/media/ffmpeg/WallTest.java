@@ -57,6 +57,7 @@ class WallTest {
                 fresh.removeAll(before);
                 assertThat(fresh).hasSize(1);
                 new ProcessBuilder("kill", "-" + signal, fresh.iterator().next().toString()).start().waitFor();
+                VideoDecoder.open(reader).close();
                 for (int again = 0; again < 2; again++) {
                     assertThatThrownBy(() -> decoder.pictures(reader).forEach(Picture::close))
                             .asInstanceOf(type(WorkerException.class))

@@ -75,7 +75,11 @@ public final class Worker {
                 return null;
             }
             lane = new Lane(this, lanes++);
-            c_workers_ffmpeg.n_open_lane(handle, lane.number());
+            try {
+                c_workers_ffmpeg.n_open_lane(handle, lane.number());
+            } catch (Error e) {
+                return null; // it has ended, and nobody has noticed
+            }
         }
         open++;
         return lane;
