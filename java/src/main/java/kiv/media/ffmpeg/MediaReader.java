@@ -212,16 +212,15 @@ public final class MediaReader implements AutoCloseable {
 
     private static MediaReader open(ReadableByteChannel channel, c_mediareader_source source, boolean seekable,
             String failure, long[] limits, Workplace place) throws IOException {
-        ContainerReader reader;
         try {
-            reader = place.openReader(source, !seekable, limits);
+            ContainerReader reader = place.openReader(source, !seekable, limits);
+            return new MediaReader(reader, place, channel, source, seekable);
         } catch (RuntimeException e) {
             throw failed(source, failure, e);
         } finally {
             // The source alone does not keep the channel reachable.
             Reference.reachabilityFence(channel);
         }
-        return new MediaReader(reader, place, channel, source, seekable);
     }
 
     /**
