@@ -1,6 +1,5 @@
 package kiv.media.ffmpeg;
 
-import java.util.Arrays;
 import kiv.media.ffmpeg.natives.MediaType;
 
 /**
@@ -24,13 +23,21 @@ public enum MediaKind {
     /** Unknown. */
     UNKNOWN(MediaType.UNKNOWN);
 
+    private static final MediaKind[] KINDS = values();
+
     private final int type;
 
     MediaKind(int type) {
         this.type = type;
     }
 
+    /** A reader calls it for each packet, so it makes no objects. */
     static MediaKind of(long type) {
-        return Arrays.stream(values()).filter(kind -> kind.type == type).findFirst().orElse(UNKNOWN);
+        for (MediaKind kind : KINDS) {
+            if (kind.type == type) {
+                return kind;
+            }
+        }
+        return UNKNOWN;
     }
 }
