@@ -209,7 +209,7 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public List<AudioBlock> decode(Packet packet) {
         filter.check(packet);
-        return decode(packet.bytes(), timeOf(packet), packet.trim(), packet);
+        return decode(packet.bytes(), packet.size(), timeOf(packet), packet.trim(), packet);
     }
 
     /**
@@ -225,7 +225,7 @@ public final class AudioDecoder implements AutoCloseable {
     public List<AudioBlock> decode(byte[] bytes) {
         Objects.requireNonNull(bytes, "bytes");
         checkSize(bytes.length);
-        return decode(bytes, Packet.NO_TIME, SampleTrim.NONE, bytes.length + " bytes");
+        return decode(bytes, bytes.length, Packet.NO_TIME, SampleTrim.NONE, bytes.length + " bytes");
     }
 
     /**
@@ -291,7 +291,9 @@ public final class AudioDecoder implements AutoCloseable {
     }
 
     PullSpliterator<AudioBlock> source(MediaReader reader) {
-        return new DecodingSpliterator<>(reader, filter, this::decodeOrEnd,
+        filter.check(reader);
+        PacketMemory memory = new PacketMemory();
+        return new DecodingSpliterator<>(() -> reader.read(memory), filter, this::decodeOrEnd,
                 () -> handle.call(sound -> finished.poll()));
     }
 
@@ -346,7 +348,7 @@ public final class AudioDecoder implements AutoCloseable {
         if (packet != null) {
             clock.at(timeOf(packet));
             cutter.begin(packet.trim());
-            isDamaged(sound, packet.bytes());
+            isDamaged(sound, packet.bytes(), packet.size());
             return;
         }
         clock.end();
@@ -372,7 +374,7 @@ public final class AudioDecoder implements AutoCloseable {
             if (packet == null) {
                 end(sound);
             } else {
-                decode(sound, packet.bytes(), timeOf(packet), packet.trim(), packet);
+                decode(sound, packet.bytes(), packet.size(), timeOf(packet), packet.trim(), packet);
             }
             return null;
         });
@@ -449,20 +451,20 @@ public final class AudioDecoder implements AutoCloseable {
         }
     }
 
-    private List<AudioBlock> decode(byte[] bytes, long time, SampleTrim trim, Object what) {
+    private List<AudioBlock> decode(byte[] bytes, int size, long time, SampleTrim trim, Object what) {
         return handle.call(sound -> {
-            decode(sound, bytes, time, trim, what);
+            decode(sound, bytes, size, time, trim, what);
             return deliver();
         });
     }
 
-    private void decode(SoundCodec sound, byte[] bytes, long time, SampleTrim trim, Object what) {
+    private void decode(SoundCodec sound, byte[] bytes, int size, long time, SampleTrim trim, Object what) {
         DecodeException.translate(() -> {
             clock.at(time);
             cutter.begin(trim);
             boolean damaged;
             try {
-                damaged = isDamaged(sound, bytes);
+                damaged = isDamaged(sound, bytes, size);
             } finally {
                 cut();
             }
@@ -472,20 +474,20 @@ public final class AudioDecoder implements AutoCloseable {
         });
     }
 
-    /** Decodes all bytes. Returns whether a part of them could not be decoded. */
-    private boolean isDamaged(SoundCodec sound, byte[] bytes) {
+    /** Decodes so many bytes. Returns whether a part of them could not be decoded. */
+    private boolean isDamaged(SoundCodec sound, byte[] bytes, int size) {
         boolean silent = true;
         NativeAudioCodec.Result result;
         int offset = 0;
         do {
-            result = codec.process(sound, bytes, offset, bytes.length - offset);
+            result = codec.process(sound, bytes, offset, size - offset);
             silent &= take(result) == 0;
-            offset = bytes.length - result.rest();
+            offset = size - result.rest();
         } while (result.rest() > 0 && !result.failed());
         if (silent && !result.failed()) {
             clock.silent();
         }
-        return result.failed() || silent && isMpeg(format) && beginsFrame(bytes);
+        return result.failed() || silent && isMpeg(format) && beginsFrame(bytes, size);
     }
 
     private static long timeOf(Packet packet) {
@@ -501,8 +503,8 @@ public final class AudioDecoder implements AutoCloseable {
      * Whether a frame of MPEG audio begins here. Readers also deliver the bytes around the frames as packets: tags with
      * the title or the lyrics, zeros up to the end of the file, a frame that ends within its header.
      */
-    private static boolean beginsFrame(byte[] bytes) {
-        return bytes.length >= MPEG_HEADER && (bytes[0] & 0xFF) == 0xFF && (bytes[1] & 0xE0) == 0xE0;
+    private static boolean beginsFrame(byte[] bytes, int size) {
+        return size >= MPEG_HEADER && (bytes[0] & 0xFF) == 0xFF && (bytes[1] & 0xE0) == 0xE0;
     }
 
     private int take(NativeAudioCodec.Result result) {

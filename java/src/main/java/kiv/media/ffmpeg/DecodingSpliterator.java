@@ -25,23 +25,12 @@ final class DecodingSpliterator<T> extends PullSpliterator<T> {
      * @param filter selects the packets of the decoder's stream
      * @param decoder decodes a packet; null ends the stream
      * @param output returns what was decoded and not delivered yet, one element a call, then null
-     * @throws IllegalArgumentException when the stream is unknown or belongs to another reader
      */
-    DecodingSpliterator(MediaReader reader, PacketFilter filter, Consumer<Packet> decoder, Supplier<T> output) {
-        this(checked(reader, filter), filter, decoder, output);
-    }
-
-    /** Otherwise as the other constructor. */
     DecodingSpliterator(Source source, PacketFilter filter, Consumer<Packet> decoder, Supplier<T> output) {
         this.source = source;
         this.filter = filter;
         this.decoder = decoder;
         this.output = output;
-    }
-
-    private static Source checked(MediaReader reader, PacketFilter filter) {
-        filter.check(reader);
-        return reader::read;
     }
 
     @Override
