@@ -3,6 +3,7 @@ package kiv.media.ffmpeg;
 import java.io.IOException;
 import java.util.ArrayDeque;
 import java.util.Deque;
+import java.util.zip.CRC32C;
 
 /** Decodes a film's packets one after the other. Its pictures state packets instead of times. */
 final class FilmRun implements AutoCloseable {
@@ -90,6 +91,23 @@ final class FilmRun implements AutoCloseable {
             ready.addAll(decoder.finish());
         }
         return true;
+    }
+
+    /** Returns the packet of a run's picture; -1 when it is unknown. */
+    static int own(Picture picture) {
+        return picture.timestamp() == Packet.NO_TIME ? -1 : (int) picture.timestamp();
+    }
+
+    /** Returns the packet whose decoding delivered a run's picture; the number of packets stands for the end. */
+    static int fed(Picture picture, int packets) {
+        return picture.duration() == Packet.NO_TIME ? packets : (int) picture.duration();
+    }
+
+    /** Returns a checksum of a picture's bytes. */
+    static long checksum(Picture picture) {
+        CRC32C crc = new CRC32C();
+        crc.update(picture.toBytes());
+        return crc.getValue();
     }
 
     @Override
