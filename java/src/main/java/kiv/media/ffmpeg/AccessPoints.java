@@ -57,8 +57,8 @@ final class AccessPoints {
     }
 
     /**
-     * Whether a packet gives a leading picture, which is shown before that of the access point and may be incomplete. So may be
-     * what comes of a packet of the group from which no picture is expected.
+     * Whether a packet gives a leading picture, which is shown before that of the access point, or one that is not expected.
+     * Such pictures may be incomplete.
      */
     boolean isLeading(int packet, int point) {
         int group = map.groupOfPacket(point);
