@@ -28,7 +28,8 @@ void define(RESULT (*&adsp_function)(JNIEnv *, ARGUMENTS...), BODY, NAME)
     X(NewByteArray) X(NewLongArray) X(SetIntArrayRegion) X(SetByteArrayRegion) X(SetLongArrayRegion) X(GetMethodID)    \
     X(GetStaticMethodID) X(GetObjectArrayElement) X(SetObjectArrayElement) X(CallStaticBooleanMethodV)                 \
     X(CallStaticVoidMethodV) X(CallIntMethodV) X(CallLongMethodV) X(CallObjectMethodV) X(GetByteArrayElements)         \
-    X(GetShortArrayElements) X(GetIntArrayElements) X(GetLongArrayRegion) X(GetByteArrayRegion) X(GetIntArrayRegion)
+    X(GetShortArrayElements) X(GetIntArrayElements) X(GetLongArrayRegion) X(GetByteArrayRegion) X(GetIntArrayRegion)   \
+    X(NewDirectByteBuffer)
 // clang-format on
 
 } // namespace

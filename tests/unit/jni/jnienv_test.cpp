@@ -58,6 +58,7 @@ TEST_F(jni, every_operation_reports_its_failure_under_its_own_name)
         OPERATION(NewIntArray, "new_jint_array", new_jint_array(1)),
         OPERATION(NewByteArray, "new_jbyte_array", new_jbyte_array(1)),
         OPERATION(NewLongArray, "new_jlong_array", new_jlong_array(1)),
+        OPERATION(NewDirectByteBuffer, "new_direct_buffer", new_direct_buffer({})),
         OPERATION(NewObjectArray, "new_jobject_array", new_jobject_array(1, avoc_class, nullptr)),
         OPERATION(NewStringUTF, "new_jstring_utf", new_jstring_utf("")),
         OPERATION(SetIntArrayRegion, "set_array_region(jint)", set_array_region(avol_ints, 0, 0, nullptr)),

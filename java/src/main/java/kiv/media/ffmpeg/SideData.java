@@ -53,6 +53,9 @@ public record SideData(List<Integer> displayMatrix, Optional<CodedBuffer> codedB
      * @throws NullPointerException when something is null
      */
     public SideData {
+        for (Object element : Objects.requireNonNull(displayMatrix, "displayMatrix")) {
+            Objects.requireNonNull(element, "an element of displayMatrix");
+        }
         displayMatrix = List.copyOf(displayMatrix);
         Objects.requireNonNull(codedBuffer, "codedBuffer");
         Objects.requireNonNull(replayGain, "replayGain");
