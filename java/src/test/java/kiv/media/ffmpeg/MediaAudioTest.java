@@ -69,8 +69,8 @@ public class MediaAudioTest {
     }
 
     @ParameterizedTest
-    @CsvSource({"flac.flac, 44100", "flac.ogg, 6615", "opus.opus, 14400", "mp3.mp3, 44100", "mp3_vbr.mp3, 88200", "mp2.mp2, 48384",
-        "aac.m4a, 45056", "alac_16.m4a, 13230", "vorbis.ogg, -1", "wma2.asf, -1"})
+    @CsvSource({"flac.flac, 44100", "flac.ogg, 6615", "opus.opus, 14400", "mp3.mp3, 44100", "mp3_vbr.mp3, 88200",
+        "mp2.mp2, 48384", "aac.m4a, 45056", "alac_16.m4a, 13230", "vorbis.ogg, -1", "wma2.asf, -1"})
     void framesAreCountedWithoutDecoding(String name, int frames) throws Exception {
         Path file = TestMedia.stream(name);
         assertThat(MediaAudio.frames(file).orElse(-1)).isEqualTo(frames);

@@ -38,7 +38,8 @@ class ProbeTest {
     @ParameterizedTest
     @ValueSource(strings = {"tagged.mp4", "tagged.mkv", "tagged.mp3", "tagged.m4a", "tagged.flac", "tagged.ogg", "programs.ts",
         "hdr.hevc", "mpeg2_interlaced_b_720x576.ts", "mpeg2_ac3.ts", "dv_pal.avi", "h264_aac.flv", "wmv2_wma2.asf",
-        "av1.mp4", "vp9_444.webm", "opus_5.1.mkv", "pcm_s24le.w64", "eac3.mp4", "dts_5.1.dts", "prores_4444.mov", "animation.gif"})
+        "av1.mp4", "vp9_444.webm", "opus_5.1.mkv", "pcm_s24le.w64", "eac3.mp4", "dts_5.1.dts", "prores_4444.mov",
+        "animation.gif"})
     void equalsTheProgram(String name) throws Exception {
         compare(TestMedia.stream(name).toString());
     }

@@ -170,16 +170,23 @@ public abstract class PacketExaminer {
 
     /** Whether there are two zeroes and a byte less than 3, which no unit contains. */
     static boolean hasCode(byte[] bytes, int from, int end) {
-        for (int at = from; at + 2 < end; at++) {
-            while (at + Long.BYTES + 2 <= end && (zeroes((long) LONGS.get(bytes, at) | (long) LONGS.get(bytes, at + 1)
-                    | (long) LONGS.get(bytes, at + 2) & ~(3 * LOWEST_BITS)) == 0)) {
+        int at = from;
+        while (at + 2 < end) {
+            if (at + Long.BYTES + 2 <= end && codes(bytes, at) == 0) {
                 at += Long.BYTES;
-            }
-            if (at + 2 < end && bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] >= 0 && bytes[at + 2] < 3) {
+            } else if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] >= 0 && bytes[at + 2] < 3) {
                 return true;
+            } else {
+                at++;
             }
         }
         return false;
+    }
+
+    /** Looks for two zeroes and a byte less than 4 at eight places. @return 0 when there are none */
+    private static long codes(byte[] bytes, int at) {
+        return zeroes((long) LONGS.get(bytes, at) | (long) LONGS.get(bytes, at + 1)
+                | (long) LONGS.get(bytes, at + 2) & ~(3 * LOWEST_BITS));
     }
 
     /** Looks for start codes at eight places. The lowest bit that is set belongs to the first one. */
