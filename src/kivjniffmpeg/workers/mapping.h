@@ -17,6 +17,7 @@ public:
     c_mapping(c_mapping &&dsp_other) noexcept;
     c_mapping(const c_mapping &) = delete;
     c_mapping &operator=(const c_mapping &) = delete;
+    c_mapping &operator=(c_mapping &&) = delete;
 
     std::span<std::byte> bytes() const noexcept { return dsc_bytes; }
 
