@@ -286,6 +286,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public List<Picture> pictures(long... numbers) throws IOException {
+        Objects.requireNonNull(numbers, "numbers");
         return call(() -> pictures.all(pictures::existing, numbers));
     }
 
@@ -298,6 +299,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public List<Picture> picturesAt(Duration... times) throws IOException {
+        Objects.requireNonNull(times, "times");
         return call(() -> pictures.allAt(Arrays.stream(times).mapToLong(stream::units).toArray()));
     }
 
