@@ -25,18 +25,8 @@ namespace
 
 /** How often the turn is looked at before the thread sleeps: some ten microseconds, about as long as waking it takes. */
 constexpr int in_looks = 500;
-
-void wait_while(uint32_t &ump_word, uint32_t ump_value) noexcept
-{
-    const std::atomic_ref uml_word(ump_word);
-    for (int inl_look = 0; inl_look < in_looks; ++inl_look) {
-        if (uml_word.load(std::memory_order_acquire) != ump_value)
-            return;
-        __builtin_ia32_pause();
-    }
-    while (uml_word.load(std::memory_order_acquire) == ump_value)
-        syscall(SYS_futex, &ump_word, FUTEX_WAIT, ump_value, nullptr, nullptr, 0);
-}
+/** After a wait that was longer, only one of so many begins with looking. */
+constexpr uint32_t um_long_waits = 16;
 
 bool is_callers(uint32_t ump_turn) noexcept
 {
@@ -46,25 +36,31 @@ bool is_callers(uint32_t ump_turn) noexcept
 } // namespace
 
 c_lane::c_lane(const c_shared_memory &dsp_memory, int32_t imp_lane)
-    : dsc_memory(dsp_memory), utc_lane(dsp_memory.lane(imp_lane))
+    : dsc_memory(dsp_memory), utc_lane(dsp_memory.lane(imp_lane)), utc_half(utc_lane.first(WorkerLane::HALF_SIZE))
 {
+}
+
+void c_lane::turn_to_other_half() noexcept
+{
+    const bool bl_first = utc_half.data() == utc_lane.data();
+    utc_half = utc_lane.subspan(bl_first ? WorkerLane::HALF_SIZE : 0, WorkerLane::HALF_SIZE);
 }
 
 template <class T> T c_lane::read(int32_t imp_field) const noexcept
 {
     T dsl_value{};
-    std::memcpy(&dsl_value, utc_lane.data() + imp_field, sizeof dsl_value);
+    std::memcpy(&dsl_value, utc_half.data() + imp_field, sizeof dsl_value);
     return dsl_value;
 }
 
 template <class T> void c_lane::write(int32_t imp_field, T dsp_value) const noexcept
 {
-    std::memcpy(utc_lane.data() + imp_field, &dsp_value, sizeof dsp_value);
+    std::memcpy(utc_half.data() + imp_field, &dsp_value, sizeof dsp_value);
 }
 
 uint32_t &c_lane::turn() const noexcept
 {
-    return *reinterpret_cast<uint32_t *>(utc_lane.data() + WorkerLane::TURN);
+    return *reinterpret_cast<uint32_t *>(utc_half.data() + WorkerLane::TURN);
 }
 
 uint32_t &c_lane::progress() const noexcept
@@ -74,14 +70,32 @@ uint32_t &c_lane::progress() const noexcept
 
 std::span<uint8_t> c_lane::block() const
 {
-    const auto iml_size = read<int32_t>(WorkerLane::BLOCK_SIZE);
-    return iml_size <= 0 ? std::span<uint8_t>() : dsc_memory.part(read<int64_t>(WorkerLane::BLOCK), iml_size);
+    int64_t ill_block = 0;
+    int32_t iml_size = 0;
+    std::memcpy(&ill_block, utc_lane.data() + WorkerLane::BLOCK, sizeof ill_block);
+    std::memcpy(&iml_size, utc_lane.data() + WorkerLane::BLOCK_SIZE, sizeof iml_size);
+    return iml_size <= 0 ? std::span<uint8_t>() : dsc_memory.part(ill_block, iml_size);
+}
+
+void c_lane::wait_for_turn()
+{
+    const std::atomic_ref uml_turn(turn());
+    const bool bl_looks = umc_long_waits % um_long_waits == 0;
+    for (int inl_look = 0; inl_look < (bl_looks ? in_looks : 1); ++inl_look) {
+        if (!is_callers(uml_turn.load(std::memory_order_acquire))) {
+            umc_long_waits = bl_looks ? 0 : umc_long_waits;
+            return;
+        }
+        __builtin_ia32_pause();
+    }
+    ++umc_long_waits;
+    for (uint32_t uml_seen = uml_turn.load(); is_callers(uml_seen); uml_seen = uml_turn.load(std::memory_order_acquire))
+        syscall(SYS_futex, &turn(), FUTEX_WAIT, uml_seen, nullptr, nullptr, 0);
 }
 
 c_lane::dsd_order c_lane::take_turn()
 {
-    for (uint32_t uml_turn = turn(); is_callers(uml_turn); uml_turn = std::atomic_ref(turn()).load())
-        wait_while(turn(), uml_turn);
+    wait_for_turn();
     const auto iml_length = read<int32_t>(WorkerLane::LENGTH);
     const auto utl_area = dsc_memory.part(read<int64_t>(WorkerLane::AREA), read<int32_t>(WorkerLane::AREA_SIZE));
     if (iml_length < 0 || static_cast<size_t>(iml_length) > utl_area.size())
@@ -97,11 +111,26 @@ void c_lane::give_turn(int32_t imp_kind, std::span<const uint8_t> utp_message)
     if (utp_message.size() > utl_area.size())
         throw std::out_of_range("a message larger than its area");
     copy_bytes(utp_message, utl_area);
+    ulc_left = 0;
     write(WorkerLane::KIND, imp_kind);
     write(WorkerLane::LENGTH, static_cast<int32_t>(utp_message.size()));
     std::atomic_ref(progress()).fetch_add(1, std::memory_order_relaxed);
     std::atomic_ref(turn()).fetch_add(1, std::memory_order_release);
     syscall(SYS_futex, &turn(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
+void c_lane::leave(std::span<const uint8_t> utp_results)
+{
+    const auto utl_area = dsc_memory.part(read<int64_t>(WorkerLane::AREA), read<int32_t>(WorkerLane::AREA_SIZE));
+    if (utp_results.size() > utl_area.size())
+        return;
+    copy_bytes(utp_results.subspan(ulc_left), utl_area.subspan(ulc_left, utp_results.size() - ulc_left));
+    ulc_left = utp_results.size();
+    // The caller reads the numbers when the process has ended, which may be between any two lines.
+    std::atomic_thread_fence(std::memory_order_release);
+    write(WorkerLane::LENGTH, static_cast<int32_t>(utp_results.size()));
+    std::atomic_thread_fence(std::memory_order_release);
+    write(WorkerLane::KIND, int32_t{WorkerAnswer::PART});
 }
 
 c_lane::dsd_order c_lane::wait_for_order()
@@ -125,6 +154,7 @@ void c_lane::finish(c_message_writer dsp_results)
 {
     if (dsp_results.bytes().size() <= room()) {
         give_turn(WorkerAnswer::DONE, dsp_results.bytes());
+        turn_to_other_half();
         return;
     }
     c_message_writer dsl_size;
@@ -144,6 +174,7 @@ void c_lane::fail(int32_t imp_failure, const char *strp_text)
         dsl_values.put_none();
     }
     give_turn(WorkerAnswer::FAILED, dsl_values.bytes());
+    turn_to_other_half();
 }
 
 int64_t c_lane::ask(int32_t imp_kind, const c_message_writer &dsp_values)

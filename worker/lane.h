@@ -18,8 +18,8 @@ public:
 /**
  * The worker's side of a lane. One thread uses it.
  *
- * A lane is a game of two: each side writes only while it is its turn, and then gives the turn away. The worker trusts
- * the caller, but not its own arithmetic: what leaves the memory throws.
+ * Each half of a lane is a game of two: each side writes only while it is its turn, and then gives the turn away. The worker
+ * does the orders in the two halves in turn. It trusts the caller, but not its own arithmetic: what leaves the memory throws.
  */
 class c_lane
 {
@@ -38,6 +38,8 @@ public:
 
     /** Gives the results of an order. */
     void finish(c_message_writer dsp_results);
+    /** Leaves the results of an order so far, for a caller whose worker ends before the rest is there. */
+    void leave(std::span<const uint8_t> utp_results);
     /** Answers that the order failed. @param imp_failure a failure of WorkerAnswer. @param strp_text null for none */
     void fail(int32_t imp_failure, const char *strp_text);
 
@@ -50,6 +52,9 @@ public:
      */
     int64_t ask(int32_t imp_kind, const c_message_writer &dsp_values);
 
+    /** One more order was taken, out of several that came together. */
+    void count_order() noexcept { ++ulc_orders; }
+
     /** The number of the last order. */
     uint64_t order_number() const noexcept { return ulc_orders; }
 
@@ -61,14 +66,19 @@ public:
 
 private:
     void give_turn(int32_t imp_kind, std::span<const uint8_t> utp_message);
+    void turn_to_other_half() noexcept;
+    void wait_for_turn();
     dsd_order take_turn();
-    template <class T> T read(int32_t imp_field) const noexcept;
+    template <class T> T read(int32_t imp_field) const noexcept; // of the half
     template <class T> void write(int32_t imp_field, T dsp_value) const noexcept;
     uint32_t &turn() const noexcept;
     size_t room() const noexcept;
 
     const c_shared_memory &dsc_memory;
     std::span<uint8_t> utc_lane;
+    std::span<uint8_t> utc_half; // with the present order, or the next one
     uint64_t ulc_orders = 0;
+    uint32_t umc_long_waits = 0;  // one after the other
+    size_t ulc_left = 0;          // bytes of results that are in the area already
     c_message_writer dsc_results; // of the last order, while the caller makes room for them
 };

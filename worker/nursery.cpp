@@ -5,8 +5,10 @@
 #include "kivjniffmpeg/ffmpeg/logged_errors.h"
 #include "kivjniffmpeg/workers/descriptors.h"
 #include "kivjniffmpeg/workers/nursery_messages.h"
+#include "worker/character_sets.h"
 
 #include <dlfcn.h>
+#include <malloc.h>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -21,6 +23,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 using nursery_messages::dsd_report;
@@ -97,9 +100,63 @@ void kill_all(std::vector<dsd_worker> &dsp_workers) noexcept
     }
 }
 
+/** Those of which a worker most likely needs one. */
+constexpr AVCodecID s_usual_decoders[] = {
+    AV_CODEC_ID_H264, AV_CODEC_ID_MPEG4, AV_CODEC_ID_MSMPEG4V3, AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO,
+    AV_CODEC_ID_HEVC, AV_CODEC_ID_VP8,   AV_CODEC_ID_VP9,       AV_CODEC_ID_MJPEG,      AV_CODEC_ID_WMV2,
+    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,   AV_CODEC_ID_MP2,       AV_CODEC_ID_AC3,        AV_CODEC_ID_OPUS};
+
+/** Opens a decoder once, which computes tables that all decoders of its kind have in common. */
+void compute_tables(AVCodecID iep_codec)
+{
+    const AVCodec *adsl_codec = g_avcodec.avcodec_find_decoder(iep_codec);
+    AVCodecContext *adsl_context = adsl_codec == nullptr ? nullptr : g_avcodec.avcodec_alloc_context3(adsl_codec);
+    if (adsl_context == nullptr)
+        return;
+    adsl_context->thread_count = 1; // a thread would not be there after a fork
+    adsl_context->width = 16;
+    adsl_context->height = 16;
+    adsl_context->channels = 2;
+    adsl_context->sample_rate = 44'100;
+    g_avcodec.avcodec_open2(adsl_context, adsl_codec, nullptr);
+    g_avcodec.avcodec_close(adsl_context);
+    g_avutil.av_freep(&adsl_context);
+}
+
+void compute_all_tables()
+{
+    for (const AVCodecID iel_codec : s_usual_decoders)
+        compute_tables(iel_codec);
+}
+
+/**
+ * Allocates what is free of the heap. So a worker's heap begins on pages of its own. It gets a new page faster than a copy of an
+ * old one, and new pages may be large. The blocks are never written to and never freed.
+ */
+void use_up_heap()
+{
+    constexpr size_t ul_largest = size_t{1} << 20U;
+    constexpr size_t ul_smallest = 2048;
+    constexpr size_t ul_most = size_t{64} << 20U;
+    malloc_trim(0);
+    size_t ull_left = ul_most; // the end of the heap does not move with another malloc, such as that of a sanitizer
+    const void *avl_end = sbrk(0);
+    for (size_t ull_size = ul_largest; ull_size >= ul_smallest; ull_size /= 2)
+        for (; ull_left >= ull_size; ull_left -= ull_size) {
+            void *volatile avl_block = std::malloc(ull_size); // which the compiler would leave out
+            if (sbrk(0) != avl_end) {
+                std::free(avl_block);
+                malloc_trim(0);
+                avl_end = sbrk(0);
+                break;
+            }
+        }
+}
+
 /** Serves until the other end is gone. */
 void serve_caller(int inp_socket, worker_life dsp_life, std::vector<dsd_worker> &dsp_workers)
 {
+    bool bl_tables = false;
     for (;;) {
         std::vector<pollfd> dsl_polled{{inp_socket, POLLIN, 0}};
         for (const dsd_worker &dsl_worker : dsp_workers)
@@ -117,6 +174,11 @@ void serve_caller(int inp_socket, worker_life dsp_life, std::vector<dsd_worker> 
             start_worker(inp_socket, dsp_life, dsl_start, dsl_received.adsc_descriptors, dsp_workers);
         else
             send(inp_socket, {ie_kind::ie_failed, EINVAL, 0, 0});
+        // Behind the first worker, which would otherwise wait for tables that it does not need.
+        if (!std::exchange(bl_tables, true)) {
+            compute_all_tables();
+            use_up_heap();
+        }
     }
 }
 
@@ -128,6 +190,12 @@ namespace
 /** Has the C library do what it does once, and what a worker may not do. */
 void prepare_c_library()
 {
+    // With an arena for each thread it opens files of /proc and /sys when arenas are made or shrink.
+    mallopt(M_ARENA_MAX, 1);
+    // One heap, which keeps its pages, may have large ones; a block of its own may not.
+    constexpr int in_large_block = 16 << 20;
+    mallopt(M_MMAP_THRESHOLD, in_large_block);
+    mallopt(M_TRIM_THRESHOLD, in_large_block);
     tzset(); // reads files, which gmtime does otherwise
     std::array<int, 1024> ainl_numbers{};
     // The first large array asks the system for the size of its memory.
@@ -158,6 +226,8 @@ void load_ffmpeg(const char *strp_ffmpeg)
 
 void run_nursery(int inp_socket, worker_life dsp_life)
 {
+    const c_character_sets dsl_character_sets;
+    static_cast<void>(sandbox::leave_namespaces());
     send(inp_socket, {ie_kind::ie_started, getpid(), 0, 0});
     std::vector<dsd_worker> dsl_workers;
     try {

@@ -7,9 +7,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cstring>
 #include <exception>
 #include <new>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace WorkerAnswer = natives::WorkerAnswer;
 
@@ -26,32 +32,97 @@ const dsd_order_work *find(int32_t imp_order) noexcept
     return nullptr;
 }
 
-void do_order(dsd_workplace &dsp_place, c_lane::dsd_order &dsp_order)
+/** Does what one order wants. */
+void do_work(dsd_workplace &dsp_place, int32_t imp_kind, c_message_reader &dsp_order, c_message_writer &dsp_results)
 {
-    const dsd_order_work *adsl_work = find(dsp_order.imc_kind);
+    const dsd_order_work *adsl_work = find(imp_kind);
     if (adsl_work == nullptr)
         throw std::logic_error("no such order");
-    c_message_writer dsl_results;
-    adsl_work->do_it(dsp_place, dsp_order.dsc_message, dsl_results);
-    dsp_place.dsc_lane.finish(std::move(dsl_results));
+    adsl_work->do_it(dsp_place, dsp_order, dsp_results);
 }
 
-/** Reports the exception that is being handled, of the kind that natives throw. */
-void report_failure(c_lane &dsp_lane)
+/** An order's failure: one of WorkerAnswer's, and a text or null. */
+struct dsd_failure
+{
+    int32_t imc_kind;
+    std::optional<std::string> strc_text;
+};
+
+/** The exception that is being handled, of the kind that natives throw. */
+dsd_failure current_failure()
 {
     try {
         throw;
     } catch (const c_channel_failed &dsl_exception) {
-        dsp_lane.fail(WorkerAnswer::CHANNEL, dsl_exception.what());
+        return {WorkerAnswer::CHANNEL, dsl_exception.what()};
     } catch (const c_ffmpeg_exception &dsl_exception) {
-        dsp_lane.fail(WorkerAnswer::RUNTIME, dsl_exception.what());
+        return {WorkerAnswer::RUNTIME, dsl_exception.what()};
     } catch (const std::bad_alloc &) {
-        dsp_lane.fail(WorkerAnswer::MEMORY, "thrown from native code");
+        return {WorkerAnswer::MEMORY, "thrown from native code"};
     } catch (const std::exception &dsl_exception) {
-        dsp_lane.fail(WorkerAnswer::ERROR, dsl_exception.what());
+        return {WorkerAnswer::ERROR, dsl_exception.what()};
     } catch (...) {
-        dsp_lane.fail(WorkerAnswer::ERROR, nullptr);
+        return {WorkerAnswer::ERROR, {}};
     }
+}
+
+const char *text_of(const dsd_failure &dsp_failure) noexcept
+{
+    return dsp_failure.strc_text ? dsp_failure.strc_text->c_str() : nullptr;
+}
+
+/** Whether the orders behind one with these results wait: there is none, or its first number has one of the bits. */
+bool stops(const c_message_writer &dsp_results, uint32_t ump_bits)
+{
+    if (dsp_results.bytes().size() < sizeof ump_bits)
+        return true;
+    uint32_t uml_first = 0;
+    std::memcpy(&uml_first, dsp_results.bytes().data(), sizeof uml_first);
+    return (uml_first & ump_bits) != 0;
+}
+
+/** Does orders one after the other, and puts an answer for each that was done or failed. */
+void do_several(dsd_workplace &dsp_place, c_message_reader &dsp_orders, c_message_writer &dsp_results)
+{
+    const auto uml_bits = dsp_orders.take<uint32_t>();
+    const auto ull_most = static_cast<size_t>(std::max(dsp_orders.take<int32_t>(), 0));
+    const bool bl_behind_others = dsp_orders.take<int32_t>() != 0;
+    if (bl_behind_others && dsp_place.bc_stopped)
+        return;
+    bool bl_goes_on = true;
+    while (bl_goes_on && !dsp_orders.empty() && dsp_results.bytes().size() < ull_most) {
+        const auto iml_kind = dsp_orders.take<int32_t>();
+        const auto utl_message = dsp_orders.take_bytes();
+        c_message_reader dsl_message(std::vector<uint8_t>(utl_message.begin(), utl_message.end()));
+        c_message_writer dsl_results;
+        dsp_place.dsc_lane.count_order();
+        try {
+            do_work(dsp_place, iml_kind, dsl_message, dsl_results);
+            dsp_results.put(int32_t{WorkerAnswer::DONE});
+            bl_goes_on = !stops(dsl_results, uml_bits);
+        } catch (...) {
+            const dsd_failure dsl_failure = current_failure();
+            dsl_results.clear();
+            dsl_results.put(dsl_failure.imc_kind);
+            dsl_results.put_text(text_of(dsl_failure));
+            dsp_results.put(int32_t{WorkerAnswer::FAILED});
+            bl_goes_on = false;
+        }
+        dsp_results.put_all(dsl_results.bytes());
+        dsp_place.dsc_lane.leave(dsp_results.bytes());
+        std::atomic_ref(dsp_place.dsc_lane.progress()).fetch_add(1, std::memory_order_relaxed);
+    }
+    dsp_place.bc_stopped = !bl_goes_on || !dsp_orders.empty();
+}
+
+void do_order(dsd_workplace &dsp_place, c_lane::dsd_order &dsp_order)
+{
+    c_message_writer dsl_results;
+    if (dsp_order.imc_kind == natives::WorkerOrder::SEVERAL)
+        do_several(dsp_place, dsp_order.dsc_message, dsl_results);
+    else
+        do_work(dsp_place, dsp_order.imc_kind, dsp_order.dsc_message, dsl_results);
+    dsp_place.dsc_lane.finish(std::move(dsl_results));
 }
 
 /** Does what the lane is told until it ends. */
@@ -64,7 +135,8 @@ void do_orders(dsd_workplace &dsp_place)
         try {
             do_order(dsp_place, dsl_order);
         } catch (...) {
-            report_failure(dsp_place.dsc_lane);
+            const dsd_failure dsl_failure = current_failure();
+            dsp_place.dsc_lane.fail(dsl_failure.imc_kind, text_of(dsl_failure));
         }
     }
 }

@@ -34,6 +34,8 @@ struct dsd_workplace
         dsc_writer.reset();
     }
 
+    /** Whether orders of the last message wait for another one. */
+    bool bc_stopped = false;
     std::unique_ptr<c_mediareader> dsc_reader{};
     std::unique_ptr<c_packet_splitter> dsc_splitter{};
     std::unique_ptr<c_videocodec> dsc_video{};

@@ -7,13 +7,20 @@
 #include "worker/orders.h"
 #include "worker/remote_channel.h"
 
+#include <natives/ReaderInfo.h>
 #include <natives/SeekFlags.h>
 #include <natives/WorkerOrder.h>
+#include <natives/c_mediareader_source.h>
+#include <natives/c_metadata_ffmpeg.h>
 
 #include <atomic>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace WorkerOrder = natives::WorkerOrder;
+namespace c_mediareader_source = natives::c_mediareader_source;
+namespace c_metadata_ffmpeg = natives::c_metadata_ffmpeg;
 
 namespace
 {
@@ -23,30 +30,64 @@ template <class T> std::span<const T> list_of(std::span<const T> dsp_values)
     return dsp_values;
 }
 
-void open(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &)
+void put_tags(const AVFormatContext &dsp_container, int32_t imp_kind, int32_t imp_first, c_message_writer &dsp_results)
 {
-    const auto iel_access = dsp_order.take<int32_t>() == 0 ? ie_access::ie_anywhere : ie_access::ie_forward;
+    dsp_results.put_all(list_of<uint8_t>(media_metadata::tags(dsp_container, imp_kind, imp_first)));
+}
+
+template <class LIST> void put_list_or_none(const std::optional<LIST> &dsp_list, c_message_writer &dsp_results)
+{
+    if (dsp_list)
+        dsp_results.put_all(list_of<int64_t>(*dsp_list));
+    else
+        dsp_results.put_none();
+}
+
+void put_stream(c_mediareader &dsp_reader, int32_t imp_index, c_message_writer &dsp_results)
+{
+    AVStream &dsl_stream = dsp_reader.stream_at(imp_index);
+    dsp_results.put_all(std::span<const int64_t>(dsp_reader.stream_info(imp_index)));
+    dsp_results.put_text(dsp_reader.codec_name(imp_index));
+    dsp_results.put_all(dsp_reader.extradata(imp_index));
+    for (const std::string &strl_name : media_metadata::names(dsl_stream))
+        dsp_results.put_text(strl_name);
+    put_list_or_none(media_metadata::light(dsl_stream), dsp_results);
+    put_list_or_none(media_metadata::side_data(dsl_stream), dsp_results);
+}
+
+/** All that a reader is asked for when it has been opened. */
+void put_description(c_mediareader &dsp_reader, c_message_writer &dsp_results)
+{
+    const auto aill_info = dsp_reader.info();
+    const AVFormatContext &dsl_container = dsp_reader.container();
+    dsp_results.put_all(std::span<const int64_t>(aill_info));
+    dsp_results.put_text(dsp_reader.format_name());
+    dsp_results.put_all(list_of<int64_t>(media_metadata::chapters(dsl_container)));
+    dsp_results.put_all(list_of<int64_t>(media_metadata::programs(dsl_container)));
+    for (const int32_t iml_kind : {c_metadata_ffmpeg::CONTAINER, c_metadata_ffmpeg::STREAMS,
+                                   c_metadata_ffmpeg::CHAPTERS, c_metadata_ffmpeg::PROGRAMS})
+        put_tags(dsl_container, iml_kind, 0, dsp_results);
+    for (int64_t ill_stream = 0; ill_stream < aill_info[natives::ReaderInfo::STREAMS]; ++ill_stream)
+        put_stream(dsp_reader, static_cast<int32_t>(ill_stream), dsp_results);
+}
+
+void open(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
+{
+    const auto iml_source = dsp_order.take<int32_t>();
+    const auto iel_access =
+        iml_source == c_mediareader_source::FORWARD ? ie_access::ie_forward : ie_access::ie_anywhere;
+    const bool bl_file = iml_source == c_mediareader_source::FILE;
     c_reader_limits::values aill_limits{};
     dsp_order.take_all(std::span<int64_t>(aill_limits));
     dsp_place.dsc_reader.reset();
     dsp_place.dsc_reader = std::make_unique<c_mediareader>(
-        &dsp_place.dsc_ffmpeg, std::make_unique<c_remote_source>(dsp_place.dsc_lane), iel_access, aill_limits);
-}
-
-void info(dsd_workplace &dsp_place, c_message_reader &, c_message_writer &dsp_results)
-{
-    const c_mediareader &dsl_reader = require(dsp_place.dsc_reader);
-    dsp_results.put_all(std::span<const int64_t>(dsl_reader.info()));
-    dsp_results.put_text(dsl_reader.format_name());
+        &dsp_place.dsc_ffmpeg, std::make_unique<c_remote_source>(dsp_place.dsc_lane, bl_file), iel_access, aill_limits);
+    put_description(*dsp_place.dsc_reader, dsp_results);
 }
 
 void stream(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
 {
-    const c_mediareader &dsl_reader = require(dsp_place.dsc_reader);
-    const auto iml_index = dsp_order.take<int32_t>();
-    dsp_results.put_all(std::span<const int64_t>(dsl_reader.stream_info(iml_index)));
-    dsp_results.put_text(dsl_reader.codec_name(iml_index));
-    dsp_results.put_all(dsl_reader.extradata(iml_index));
+    put_stream(require(dsp_place.dsc_reader), dsp_order.take<int32_t>(), dsp_results);
 }
 
 void read(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
@@ -77,59 +118,17 @@ void seek(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_write
 void tags(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
 {
     const auto iml_kind = dsp_order.take<int32_t>();
-    dsp_results.put_all(list_of<uint8_t>(
-        media_metadata::tags(require(dsp_place.dsc_reader).container(), iml_kind, dsp_order.take<int32_t>())));
-}
-
-void chapters(dsd_workplace &dsp_place, c_message_reader &, c_message_writer &dsp_results)
-{
-    dsp_results.put_all(list_of<int64_t>(media_metadata::chapters(require(dsp_place.dsc_reader).container())));
-}
-
-void programs(dsd_workplace &dsp_place, c_message_reader &, c_message_writer &dsp_results)
-{
-    dsp_results.put_all(list_of<int64_t>(media_metadata::programs(require(dsp_place.dsc_reader).container())));
-}
-
-AVStream &stream_of(dsd_workplace &dsp_place, c_message_reader &dsp_order)
-{
-    return require(dsp_place.dsc_reader).stream_at(dsp_order.take<int32_t>());
-}
-
-void names(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
-{
-    for (const std::string &strl_name : media_metadata::names(stream_of(dsp_place, dsp_order)))
-        dsp_results.put_text(strl_name);
-}
-
-void light(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
-{
-    if (const auto dsl_light = media_metadata::light(stream_of(dsp_place, dsp_order)))
-        dsp_results.put_all(list_of<int64_t>(*dsl_light));
-    else
-        dsp_results.put_none();
-}
-
-void side_data(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
-{
-    if (const auto dsl_data = media_metadata::side_data(stream_of(dsp_place, dsp_order)))
-        dsp_results.put_all(list_of<int64_t>(*dsl_data));
-    else
-        dsp_results.put_none();
+    put_tags(require(dsp_place.dsc_reader).container(), iml_kind, dsp_order.take<int32_t>(), dsp_results);
 }
 
 void picture(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
 {
-    dsp_results.put_all(media_metadata::picture(stream_of(dsp_place, dsp_order)));
+    dsp_results.put_all(media_metadata::picture(require(dsp_place.dsc_reader).stream_at(dsp_order.take<int32_t>())));
 }
 
 constexpr dsd_order_work s_orders[] = {
-    {WorkerOrder::READER_OPEN, open},         {WorkerOrder::READER_INFO, info},
-    {WorkerOrder::READER_STREAM, stream},     {WorkerOrder::READER_READ, read},
-    {WorkerOrder::READER_SEEK, seek},         {WorkerOrder::READER_TAGS, tags},
-    {WorkerOrder::READER_CHAPTERS, chapters}, {WorkerOrder::READER_PROGRAMS, programs},
-    {WorkerOrder::READER_NAMES, names},       {WorkerOrder::READER_LIGHT, light},
-    {WorkerOrder::READER_PICTURE, picture},   {WorkerOrder::READER_SIDE_DATA, side_data},
+    {WorkerOrder::READER_OPEN, open}, {WorkerOrder::READER_STREAM, stream}, {WorkerOrder::READER_READ, read},
+    {WorkerOrder::READER_SEEK, seek}, {WorkerOrder::READER_TAGS, tags},     {WorkerOrder::READER_PICTURE, picture},
 };
 
 } // namespace

@@ -75,18 +75,6 @@ void close_descriptors(int inp_channel)
         fail("descriptors cannot be closed");
 }
 
-/** Moves into namespaces in which there is nothing. @return those that the kernel gives */
-uint32_t leave_namespaces() noexcept
-{
-    constexpr std::array ainl_namespaces{CLONE_NEWNET, CLONE_NEWIPC, CLONE_NEWUTS, CLONE_NEWNS, CLONE_NEWCGROUP};
-    // A user without rights gets the others inside a user namespace only. Root may be forbidden that one, or all.
-    uint32_t uml_held = unshare(CLONE_NEWUSER) == 0 ? uint32_t{CLONE_NEWUSER} : 0;
-    for (const int inl_namespace : ainl_namespaces)
-        if (unshare(inl_namespace) == 0)
-            uml_held |= static_cast<uint32_t>(inl_namespace);
-    return uml_held;
-}
-
 /** Forbids all files, connections and signals. @return the version that does so; 0 for none */
 int32_t forbid_files() noexcept
 {
@@ -162,6 +150,20 @@ bool die_with(pid_t inp_parent)
 }
 
 } // namespace
+
+uint32_t leave_namespaces() noexcept
+{
+    constexpr std::array ainl_namespaces{CLONE_NEWNET, CLONE_NEWIPC, CLONE_NEWUTS, CLONE_NEWNS, CLONE_NEWCGROUP};
+    static constinit uint32_t uml_held = 0; // a process that is forked later has it too
+    if (uml_held != 0)
+        return uml_held;
+    // A user without rights gets the others inside a user namespace only. Root may be forbidden that one, or all.
+    uml_held = unshare(CLONE_NEWUSER) == 0 ? uint32_t{CLONE_NEWUSER} : 0;
+    for (const int inl_namespace : ainl_namespaces)
+        if (unshare(inl_namespace) == 0)
+            uml_held |= static_cast<uint32_t>(inl_namespace);
+    return uml_held;
+}
 
 dsd_held enter(int inp_channel, pid_t inp_parent, const dsd_limits &dsp_limits)
 {

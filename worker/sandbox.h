@@ -29,6 +29,15 @@ struct dsd_held
 };
 
 /**
+ * Moves into namespaces in which there is nothing, once; those that the kernel gives. Making them takes longer than a fork, so
+ * that the process that makes workers does it for all of them: they have no system call by which they could meet there.
+ *
+ * @return CLONE_NEWUSER and the like
+ * @pre the process has one thread
+ */
+uint32_t leave_namespaces() noexcept;
+
+/**
  * Gives up all rights for good, in this order: descriptors, namespaces, files and the network (Landlock), limits,
  * privileges, and system calls. What the kernel lacks is left out, and the rest holds.
  *

@@ -44,10 +44,11 @@ void create_of_subtype(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_
     make(dsp_place, c_vformat::of_layout(strl_subtype, aiml_values, {utl_extradata.begin(), utl_extradata.end()}));
 }
 
-void set_option(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &)
+void set_option(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
 {
     const std::string strl_name = dsp_order.take_text();
     require(dsp_place.dsc_video).set_option(strl_name, dsp_order.take<int64_t>());
+    dsp_results.put(int32_t{0}); // so that an order behind it is begun
 }
 
 void open(dsd_workplace &dsp_place, c_message_reader &, c_message_writer &dsp_results)

@@ -2,10 +2,10 @@
 
 #include "kivjniffmpeg/context/library_context.h"
 #include "kivjniffmpeg/workers/descriptors.h"
+#include "kivjniffmpeg/workers/nursery_messages.h"
 #include "worker/orders.h"
 #include "worker/shared_memory.h"
 
-#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -19,15 +19,8 @@ namespace
 
 constexpr int in_failed = 1;
 
-/** With an arena for each thread the C library opens files of /proc and /sys when arenas are made or shrink. */
-void use_one_arena() noexcept
-{
-    mallopt(M_ARENA_MAX, 1);
-}
-
 void work(int inp_channel, int inp_memory, pid_t inp_parent, const sandbox::dsd_limits &dsp_limits)
 {
-    use_one_arena();
     const c_shared_memory dsl_memory(inp_memory);
     c_ffmpeg dsl_ffmpeg;
     dsl_ffmpeg.add_holder(); // for the whole life: nothing is torn down
@@ -40,14 +33,25 @@ void work(int inp_channel, int inp_memory, pid_t inp_parent, const sandbox::dsd_
     _exit(0); // threads that still work need not be waited for
 }
 
+/** Reports why there will be no worker. Once there was one, nobody waits for this. */
+void report_failure(int inp_channel, const char *strp_what) noexcept
+{
+    try {
+        const std::string strl_report = nursery_messages::byr_failed + std::string(strp_what);
+        descriptors::send(inp_channel, std::as_bytes(std::span(strl_report)));
+    } catch (const std::exception &) {
+        // The caller sees that the process has ended.
+    }
+}
+
 } // namespace
 
 void run_worker(int inp_channel, int inp_memory, pid_t inp_parent, const sandbox::dsd_limits &dsp_limits)
 {
     try {
         work(inp_channel, inp_memory, inp_parent, dsp_limits);
-    } catch (const std::exception &) {
-        // The caller sees that the process has ended.
+    } catch (const std::exception &dsl_exception) {
+        report_failure(inp_channel, dsl_exception.what());
     }
     _exit(in_failed);
 }

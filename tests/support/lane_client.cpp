@@ -23,8 +23,9 @@ namespace WorkerOrder = natives::WorkerOrder;
 namespace
 {
 
-constexpr size_t ul_place = size_t{4} << 20U; // of one lane
+constexpr size_t ul_place = size_t{8} << 20U; // of one lane
 constexpr size_t ul_block = 65536;
+constexpr size_t ul_area = (ul_place - ul_block) / WorkerLane::HALVES;
 constexpr int in_most_waits = 300; // of a tenth of a second each
 
 } // namespace
@@ -32,6 +33,11 @@ constexpr int in_most_waits = 300; // of a tenth of a second each
 template <class T> T &c_lane_client::field(int32_t imp_field) const
 {
     return *reinterpret_cast<T *>(dsc_worker.memory().data() + imc_lane * WorkerLane::SIZE + imp_field);
+}
+
+template <class T> T &c_lane_client::half(int32_t imp_field) const
+{
+    return field<T>(imc_half * WorkerLane::HALF_SIZE + imp_field);
 }
 
 c_lane_client::c_lane_client(c_worker &dsp_worker, int32_t imp_lane, size_t ulp_area, std::span<const uint8_t> utp_film)
@@ -46,8 +52,18 @@ void c_lane_client::set_up(size_t ulp_area) const
     const size_t ull_place = WorkerLane::END + static_cast<size_t>(imc_lane) * ul_place;
     field<int64_t>(WorkerLane::BLOCK) = static_cast<int64_t>(ull_place);
     field<int32_t>(WorkerLane::BLOCK_SIZE) = ul_block;
-    field<int64_t>(WorkerLane::AREA) = static_cast<int64_t>(ull_place + ul_block);
-    field<int32_t>(WorkerLane::AREA_SIZE) = static_cast<int32_t>(ulp_area);
+    for (int32_t iml_half = 0; iml_half < WorkerLane::HALVES; ++iml_half) {
+        field<int64_t>(iml_half * WorkerLane::HALF_SIZE + WorkerLane::AREA) =
+            static_cast<int64_t>(ull_place + ul_block + static_cast<size_t>(iml_half) * ul_area);
+        field<int32_t>(iml_half * WorkerLane::HALF_SIZE + WorkerLane::AREA_SIZE) = static_cast<int32_t>(ulp_area);
+    }
+}
+
+/** The next order uses the other half. */
+void c_lane_client::end_order(int32_t imp_answer)
+{
+    if (imp_answer == WorkerAnswer::DONE || imp_answer == WorkerAnswer::FAILED)
+        imc_half = 1 - imc_half;
 }
 
 int32_t c_lane_client::kind_of_answer(int32_t imp_order)
@@ -55,7 +71,9 @@ int32_t c_lane_client::kind_of_answer(int32_t imp_order)
     set_up(ul_block);
     give(imp_order, {});
     wait();
-    return field<int32_t>(WorkerLane::KIND);
+    const auto iml_kind = half<int32_t>(WorkerLane::KIND);
+    end_order(iml_kind);
+    return iml_kind;
 }
 
 void c_lane_client::end()
@@ -77,25 +95,25 @@ size_t c_lane_client::blocks() const noexcept
 void c_lane_client::give(int32_t imp_kind, const c_message_writer &dsp_values)
 {
     const auto utl_bytes = dsp_values.bytes();
-    if (utl_bytes.size() > static_cast<size_t>(field<int32_t>(WorkerLane::AREA_SIZE)))
-        field<int32_t>(WorkerLane::AREA_SIZE) = static_cast<int32_t>(ul_place - ul_block);
-    std::ranges::copy(std::as_bytes(utl_bytes), dsc_worker.memory().data() + field<int64_t>(WorkerLane::AREA));
-    field<int32_t>(WorkerLane::KIND) = imp_kind;
-    field<int32_t>(WorkerLane::LENGTH) = static_cast<int32_t>(utl_bytes.size());
-    std::atomic_ref(field<uint32_t>(WorkerLane::TURN)).fetch_add(1);
-    syscall(SYS_futex, &field<uint32_t>(WorkerLane::TURN), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    if (utl_bytes.size() > static_cast<size_t>(half<int32_t>(WorkerLane::AREA_SIZE)))
+        half<int32_t>(WorkerLane::AREA_SIZE) = static_cast<int32_t>(ul_area);
+    std::ranges::copy(std::as_bytes(utl_bytes), dsc_worker.memory().data() + half<int64_t>(WorkerLane::AREA));
+    half<int32_t>(WorkerLane::KIND) = imp_kind;
+    half<int32_t>(WorkerLane::LENGTH) = static_cast<int32_t>(utl_bytes.size());
+    std::atomic_ref(half<uint32_t>(WorkerLane::TURN)).fetch_add(1);
+    syscall(SYS_futex, &half<uint32_t>(WorkerLane::TURN), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }
 
 void c_lane_client::wait()
 {
-    const std::atomic_ref uml_turn(field<uint32_t>(WorkerLane::TURN));
+    const std::atomic_ref uml_turn(half<uint32_t>(WorkerLane::TURN));
     for (int inl_wait = 0; uml_turn.load() % 2 == 1; ++inl_wait) {
         if (dsc_worker.has_ended())
             throw c_worker_gone("ended");
         if (inl_wait == in_most_waits)
             throw c_worker_gone("silent");
         const timespec dsl_time{0, 100'000'000};
-        syscall(SYS_futex, &field<uint32_t>(WorkerLane::TURN), FUTEX_WAIT, uml_turn.load() | 1U, &dsl_time, nullptr, 0);
+        syscall(SYS_futex, &half<uint32_t>(WorkerLane::TURN), FUTEX_WAIT, uml_turn.load() | 1U, &dsl_time, nullptr, 0);
     }
 }
 
@@ -103,8 +121,8 @@ c_message_reader c_lane_client::take()
 {
     wait();
     const auto *autl_area =
-        reinterpret_cast<const uint8_t *>(dsc_worker.memory().data() + field<int64_t>(WorkerLane::AREA));
-    return c_message_reader(std::vector<uint8_t>(autl_area, autl_area + field<int32_t>(WorkerLane::LENGTH)));
+        reinterpret_cast<const uint8_t *>(dsc_worker.memory().data() + half<int64_t>(WorkerLane::AREA));
+    return c_message_reader(std::vector<uint8_t>(autl_area, autl_area + half<int32_t>(WorkerLane::LENGTH)));
 }
 
 /** Replies to what the worker asks for in the midst of an order. */
@@ -138,7 +156,8 @@ c_message_reader c_lane_client::order(int32_t imp_order, const c_message_writer 
     give(imp_order, dsp_values);
     for (;;) {
         c_message_reader dsl_answer = take();
-        const int32_t iml_kind = field<int32_t>(WorkerLane::KIND);
+        const int32_t iml_kind = half<int32_t>(WorkerLane::KIND);
+        end_order(iml_kind);
         if (iml_kind == WorkerAnswer::DONE)
             return dsl_answer;
         if (iml_kind == WorkerAnswer::FAILED) {
@@ -146,7 +165,7 @@ c_message_reader c_lane_client::order(int32_t imp_order, const c_message_writer 
             throw c_order_failed(iml_failure, dsl_answer.take_text());
         }
         if (iml_kind == WorkerAnswer::LARGER) {
-            field<int32_t>(WorkerLane::AREA_SIZE) = dsl_answer.take<int32_t>();
+            half<int32_t>(WorkerLane::AREA_SIZE) = dsl_answer.take<int32_t>();
             give(WorkerOrder::AGAIN, {});
         } else {
             reply(iml_kind, std::move(dsl_answer));

@@ -76,15 +76,18 @@ public:
     size_t blocks() const noexcept;
 
 private:
-    template <class T> T &field(int32_t imp_field) const;
+    template <class T> T &field(int32_t imp_field) const; // of the lane
+    template <class T> T &half(int32_t imp_field) const;  // of the half whose turn it is
     void give(int32_t imp_kind, const c_message_writer &dsp_values);
     c_message_reader take();
     void wait();
+    void end_order(int32_t imp_answer);
     void set_up(size_t ulp_area) const;
     void reply(int32_t imp_kind, c_message_reader dsp_question);
 
     c_worker &dsc_worker;
     int32_t imc_lane;
+    int32_t imc_half = 0;
     std::span<const uint8_t> utc_film;
     std::vector<uint8_t> utc_written;
     size_t ulc_position = 0;

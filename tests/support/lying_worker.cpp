@@ -45,19 +45,32 @@ namespace
 constexpr int32_t im_distance = 32;
 constexpr int32_t im_smallest_part = 1024; // any failure has room in it
 constexpr int32_t im_last_kind = natives::WorkerAnswer::WRITE;
+constexpr uint64_t ul_lies = 6; // of the moods
+
+/** Shared by all workers of a nursery. */
+struct dsd_counts
+{
+    std::atomic<uint64_t> ulc_workers;
+    std::atomic<uint64_t> ulc_lies; // falsified messages
+};
+dsd_counts *s_counts;
 
 class c_liar
 {
 public:
     c_liar(const c_shared_memory &dsp_memory, int32_t imp_lane, uint64_t ulp_seed)
         : dsc_memory(dsp_memory),
-          utc_lane(dsp_memory.lane(imp_lane)),
-          utc_true(dsp_memory.lane(imp_lane + im_distance)),
+          utc_halves(dsp_memory.lane(imp_lane)),
+          utc_true_halves(dsp_memory.lane(imp_lane + im_distance)),
           ulc_moods(uint64_t{8} << ulp_seed % 8),
           dsc_random(ulp_seed * WorkerLane::LANES + static_cast<uint64_t>(imp_lane))
     {
-        for (const int32_t iml_field : aim_longs)
-            set(utc_true, iml_field, int64_t{WorkerLane::END});
+        for (const int32_t iml_half : {1, 0}) {
+            turn_to(iml_half);
+            turn_true_worker_to(iml_half);
+            for (const int32_t iml_field : aim_longs)
+                set(utc_true, iml_field, int64_t{WorkerLane::END});
+        }
     }
 
     [[noreturn]] void live()
@@ -65,6 +78,8 @@ public:
         for (;;) {
             wait_for_turn();
             const uint64_t ull_mood = dsc_random() % ulc_moods;
+            if (ull_mood < ul_lies)
+                s_counts->ulc_lies.fetch_add(1);
             if (ull_mood != 0)
                 ask_true_worker();
             if (ull_mood <= 1)
@@ -73,11 +88,16 @@ public:
                 lie_in_a_field();
             else if (ull_mood == 3)
                 lie_in_message();
+            const bool bl_ends_order = ull_mood != 0 && ends_order(utc_true);
+            const int32_t iml_next = ends_order(utc_lane) ? 1 - imc_half : imc_half;
             change_turn();
             if (ull_mood == 4) // the caller may have looked already
                 lie_in_message();
             else if (ull_mood == 5)
                 lie_in_a_field();
+            turn_to(iml_next);
+            if (bl_ends_order)
+                turn_true_worker_to(1 - imc_true_half);
         }
     }
 
@@ -85,6 +105,27 @@ private:
     static constexpr std::array aim_integers{WorkerLane::KIND, WorkerLane::LENGTH, WorkerLane::AREA_SIZE,
                                              WorkerLane::BLOCK_SIZE, WorkerLane::PROGRESS};
     static constexpr std::array aim_longs{WorkerLane::AREA, WorkerLane::BLOCK};
+
+    static std::span<uint8_t> half(std::span<uint8_t> utp_halves, int32_t imp_half)
+    {
+        return utp_halves.subspan(static_cast<size_t>(imp_half) * WorkerLane::HALF_SIZE, WorkerLane::HALF_SIZE);
+    }
+    /** Where the caller gives the next order, if it believes the answer. */
+    void turn_to(int32_t imp_half)
+    {
+        imc_half = imp_half;
+        utc_lane = half(utc_halves, imp_half);
+    }
+    void turn_true_worker_to(int32_t imp_half)
+    {
+        imc_true_half = imp_half;
+        utc_true = half(utc_true_halves, imp_half);
+    }
+    static bool ends_order(std::span<uint8_t> utp_half)
+    {
+        const auto iml_answer = get<int32_t>(utp_half, WorkerLane::KIND);
+        return iml_answer == natives::WorkerAnswer::DONE || iml_answer == natives::WorkerAnswer::FAILED;
+    }
 
     template <class T> static T get(std::span<uint8_t> utp_lane, int32_t imp_field)
     {
@@ -110,7 +151,7 @@ private:
         syscall(SYS_futex, utp_lane.data() + WorkerLane::TURN, FUTEX_WAIT, ump_turn, &dsl_time, nullptr, 0);
     }
 
-    /** Waits for the worker's turn; sometimes not for long. */
+    /** Waits for the worker's turn in either half, because callers believe some lies; sometimes not for long. */
     void wait_for_turn()
     {
         const uint64_t ull_waits = dsc_random() % (8 * ulc_moods) == 0 ? 1 : UINT64_MAX;
@@ -118,6 +159,10 @@ private:
             const uint32_t uml_turn = turn(utc_lane).load();
             if (uml_turn % 2 == 1)
                 return;
+            if (turn(half(utc_halves, 1 - imc_half)).load() % 2 == 1) {
+                turn_to(1 - imc_half);
+                return;
+            }
             wait_while(utc_lane, uml_turn);
         }
     }
@@ -214,24 +259,27 @@ private:
     }
 
     const c_shared_memory &dsc_memory;
-    std::span<uint8_t> utc_lane;
+    std::span<uint8_t> utc_halves;
+    std::span<uint8_t> utc_true_halves;
+    int32_t imc_half = 0;
+    int32_t imc_true_half = 0;
+    std::span<uint8_t> utc_lane; // the half
     std::span<uint8_t> utc_true;
-    const uint64_t ulc_moods; // six of which are lies
+    const uint64_t ulc_moods; // ul_lies of which are lies
     std::mt19937_64 dsc_random;
     std::map<int32_t, int64_t> dsc_lies; // the last one in each field
 };
 
-/** Shared by all workers of a nursery: how many there were. */
-std::atomic<uint64_t> *s_workers;
-
 [[noreturn]] void lie(int inp_channel, int inp_memory, pid_t, const sandbox::dsd_limits &dsp_limits)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const uint64_t ull_seed = dsp_limits.ulc_memory + s_workers->fetch_add(1);
+    const uint64_t ull_seed = dsp_limits.ulc_memory + s_counts->ulc_workers.fetch_add(1);
     const c_shared_memory dsl_memory(inp_memory);
     c_ffmpeg dsl_ffmpeg;
     dsl_ffmpeg.add_holder();
-    const std::string strl_held(ull_seed % 300 + 1, '\x80'); // no text, and sometimes a long one
+    // How often it and those before it lied, and what is no text and sometimes long.
+    const std::string strl_held =
+        std::to_string(s_counts->ulc_lies.load()) + " lies" + std::string(ull_seed % 300, '\x80');
     descriptors::send(inp_channel, std::as_bytes(std::span(strl_held)));
     for (int32_t iml_lane = 0;
          descriptors::receive(inp_channel, std::as_writable_bytes(std::span(&iml_lane, 1))).ulc_length != 0;) {
@@ -249,8 +297,8 @@ int main(int, char **astrp_arguments)
         trace_silence();
         load_ffmpeg(astrp_arguments[1]);
         // In memory that forks share.
-        s_workers = new (mmap(nullptr, sizeof *s_workers, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
-            std::atomic<uint64_t>(0);
+        s_counts = new (mmap(nullptr, sizeof *s_counts, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+            dsd_counts();
         run_nursery(nursery_messages::in_socket, lie);
         return 0;
     } catch (const std::exception &) {

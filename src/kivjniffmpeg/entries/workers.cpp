@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <system_error>
 #include <thread>
 
 using kiv::jni::c_jnienv;
@@ -41,13 +42,6 @@ c_nursery *nursery_of(jlong ilp_handle)
 c_worker *worker_of(jlong ilp_handle)
 {
     return from_handle<c_worker>(ilp_handle, "ilp_hworker == 0", 3022);
-}
-
-c_worker *worker_with_lane(jlong ilp_handle, jint imp_lane)
-{
-    c_worker *adsl_worker = worker_of(ilp_handle);
-    lane_turn::check(*adsl_worker, imp_lane);
-    return adsl_worker;
 }
 
 std::span<std::byte> part_of(const c_worker &dsp_worker, jlong ilp_offset, jint imp_length)
@@ -99,20 +93,27 @@ JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1crea
         c_nursery &dsl_nursery = *nursery_of(ilp_nursery);
         if (ilp_shared < 0 || ilp_memory < 0 || imp_seconds < 0)
             throw_ffmpeg_exception(3025, "negative limit of a worker");
-        return to_handle(dsl_nursery
-                             .make({static_cast<uint64_t>(ilp_memory), static_cast<uint32_t>(imp_seconds), 0},
-                                   static_cast<size_t>(ilp_shared))
-                             .release());
+        try {
+            return to_handle(dsl_nursery
+                                 .make({static_cast<uint64_t>(ilp_memory), static_cast<uint32_t>(imp_seconds), 0},
+                                       static_cast<size_t>(ilp_shared))
+                                 .release());
+        } catch (const std::system_error &) {
+            if (dsl_nursery.has_ended())
+                return 0;
+            throw;
+        }
     });
 }
 
 JNIEXPORT jstring JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1worker_1held(JNIEnv *adsp_env, jclass,
-                                                                                           jlong ilp_worker)
+                                                                                           jlong ilp_worker,
+                                                                                           jint imp_longest)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &dsp_env) -> jstring {
         c_worker &dsl_worker = *worker_of(ilp_worker);
-        dsl_worker.wait_until_ready();
+        dsl_worker.wait_until_ready(std::chrono::milliseconds(imp_longest));
         return dsp_env.new_jstring_utf(dsl_worker.held().c_str());
     });
 }
@@ -143,25 +144,34 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1open_
                                                                                       jlong ilp_worker, jint imp_lane)
 {
     TRACE_FUNCTION(1);
-    enter_library(adsp_env, [&](c_jnienv &) { worker_with_lane(ilp_worker, imp_lane)->open_lane(imp_lane); });
+    enter_library(adsp_env, [&](c_jnienv &) {
+        c_worker &dsl_worker = *worker_of(ilp_worker);
+        lane_turn::check(dsl_worker, imp_lane);
+        dsl_worker.open_lane(imp_lane);
+    });
 }
 
 JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1give_1turn(JNIEnv *adsp_env, jclass,
                                                                                       jlong ilp_worker, jint imp_lane,
-                                                                                      jint imp_turn)
+                                                                                      jint imp_half, jint imp_turn)
 {
     enter_library(adsp_env, [&](c_jnienv &) {
-        lane_turn::give(*worker_with_lane(ilp_worker, imp_lane), imp_lane, static_cast<uint32_t>(imp_turn));
+        const c_worker &dsl_worker = *worker_of(ilp_worker);
+        lane_turn::give(dsl_worker, lane_turn::checked(dsl_worker, imp_lane, imp_half),
+                        static_cast<uint32_t>(imp_turn));
     });
 }
 
 JNIEXPORT jint JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1take_1turn(JNIEnv *adsp_env, jclass,
                                                                                       jlong ilp_worker, jint imp_lane,
-                                                                                      jint imp_turn, jint imp_longest)
+                                                                                      jint imp_half, jint imp_turn,
+                                                                                      jboolean bp_soon,
+                                                                                      jint imp_longest)
 {
     return enter_library(adsp_env, [&](c_jnienv &) -> jint {
-        return static_cast<jint>(lane_turn::take(*worker_with_lane(ilp_worker, imp_lane), imp_lane,
-                                                 static_cast<uint32_t>(imp_turn),
+        const c_worker &dsl_worker = *worker_of(ilp_worker);
+        return static_cast<jint>(lane_turn::take(dsl_worker, lane_turn::checked(dsl_worker, imp_lane, imp_half),
+                                                 static_cast<uint32_t>(imp_turn), bp_soon != JNI_FALSE,
                                                  std::chrono::milliseconds(imp_longest)));
     });
 }
@@ -183,6 +193,14 @@ JNIEXPORT jintArray JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1
         return dsl_end ? kiv::jni::to_java(dsp_env, std::array<jint, 2>{dsl_end->imc_signal, dsl_end->imc_status})
                        : nullptr;
     });
+}
+
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1worker_1time(JNIEnv *adsp_env, jclass,
+                                                                                         jlong ilp_worker)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env,
+                         [&](c_jnienv &) -> jlong { return worker_of(ilp_worker)->processor_time().count(); });
 }
 
 JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1close_1worker(JNIEnv *adsp_env, jclass,

@@ -13,8 +13,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -26,6 +28,7 @@ namespace
 
 /** Ends that nobody asks for are kept up to this number. */
 constexpr size_t ul_most_ends = 1024;
+constexpr int in_looks_for_end = 100;
 
 [[noreturn]] void fail(int inp_error, const char *strp_what)
 {
@@ -42,13 +45,23 @@ c_descriptor sealed_memory(size_t ulp_size)
     return dsl_memory;
 }
 
-bool is_readable(int inp_descriptor) noexcept
+bool is_readable(int inp_descriptor, std::chrono::milliseconds dsp_longest = {}) noexcept
 {
+    using clock = std::chrono::steady_clock;
     pollfd dsl_polled{inp_descriptor, POLLIN, 0};
-    return poll(&dsl_polled, 1, 0) > 0;
+    const auto dsl_end = clock::now() + dsp_longest;
+    int inl_ready = 0;
+    do { // a virtual machine's signals end the wait early
+        const auto dsl_left = std::chrono::duration_cast<std::chrono::milliseconds>(dsl_end - clock::now());
+        inl_ready = poll(&dsl_polled, 1, static_cast<int>(std::max<int64_t>(dsl_left.count(), 0)));
+    } while (inl_ready < 0 && errno == EINTR);
+    return inl_ready > 0;
 }
 
-/** What the process that makes workers finds in its environment: where libraries lie, and the time zone. */
+/**
+ * What the process that makes workers finds in its environment: where libraries lie, and the time zone. And glibc gets large
+ * pages for heaps where the system has them, because a worker is new and touches each page of its heap for the first time.
+ */
 class c_environment
 {
 public:
@@ -57,6 +70,7 @@ public:
         for (const char *strl_name : {"LD_LIBRARY_PATH", "TZ"})
             if (const char *strl_value = std::getenv(strl_name); strl_value != nullptr)
                 strc_entries.push_back(std::string(strl_name) + "=" + strl_value);
+        strc_entries.emplace_back("GLIBC_TUNABLES=glibc.malloc.hugetlb=1");
         for (std::string &strl_entry : strc_entries)
             astrc_entries.push_back(strl_entry.data());
         astrc_entries.push_back(nullptr);
@@ -83,7 +97,8 @@ public:
         posix_spawnattr_setsigmask(&dsc_attributes, &dsl_signals);
         sigfillset(&dsl_signals);
         posix_spawnattr_setsigdefault(&dsc_attributes, &dsl_signals);
-        posix_spawnattr_setflags(&dsc_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        // In a session of its own it has no terminal, and a Ctrl-C there is for the virtual machine alone.
+        posix_spawnattr_setflags(&dsc_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
     }
     ~c_spawn()
     {
@@ -131,13 +146,18 @@ void c_worker::start(pid_t inp_process, c_descriptor dsp_process) noexcept
     dsc_process = std::move(dsp_process);
 }
 
-void c_worker::wait_until_ready()
+void c_worker::wait_until_ready(std::chrono::milliseconds dsp_longest)
 {
+    if (!is_readable(dsc_channel.get(), dsp_longest))
+        fail(ETIMEDOUT, "the worker does not become ready");
     std::array<std::byte, 256> utl_room{};
     const auto dsl_received = descriptors::receive(dsc_channel.get(), utl_room);
     if (dsl_received.ulc_length == 0)
         fail(ECONNRESET, "the worker ended before it was ready");
-    strc_held.assign(reinterpret_cast<const char *>(utl_room.data()), dsl_received.ulc_length);
+    std::string strl_message(reinterpret_cast<const char *>(utl_room.data()), dsl_received.ulc_length);
+    if (strl_message.front() == nursery_messages::byr_failed)
+        throw std::runtime_error("the worker failed: " + strl_message.substr(1));
+    strc_held = std::move(strl_message);
 }
 
 void c_worker::open_lane(int32_t imp_lane)
@@ -171,6 +191,15 @@ bool c_worker::has_ended() const noexcept
     return !dsc_process || is_readable(dsc_process.get());
 }
 
+std::chrono::nanoseconds c_worker::processor_time() const noexcept
+{
+    clockid_t inl_clock{};
+    timespec dsl_time{};
+    if (clock_getcpuclockid(inc_process, &inl_clock) != 0 || clock_gettime(inl_clock, &dsl_time) != 0)
+        return std::chrono::nanoseconds::max();
+    return std::chrono::seconds(dsl_time.tv_sec) + std::chrono::nanoseconds(dsl_time.tv_nsec);
+}
+
 c_nursery::c_nursery(const char *strp_program, const char *strp_ffmpeg)
 {
     auto [dsl_here, dsl_there] = descriptors::socket_pair();
@@ -188,7 +217,21 @@ c_nursery::c_nursery(const char *strp_program, const char *strp_ffmpeg)
 c_nursery::~c_nursery()
 {
     dsc_socket = c_descriptor();
-    waitpid(inc_process, nullptr, 0);
+    if (inc_process > 0)
+        waitpid(inc_process, nullptr, 0);
+}
+
+bool c_nursery::has_ended()
+{
+    const std::lock_guard dsl_lock(dsc_mutex);
+    // Its socket is closed a moment before it can be waited for.
+    for (int inl_look = 0; inc_process > 0 && inl_look < in_looks_for_end; ++inl_look) {
+        if (waitpid(inc_process, nullptr, WNOHANG) == inc_process)
+            inc_process = -1;
+        else
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return inc_process < 0;
 }
 
 std::unique_ptr<c_worker> c_nursery::make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared)

@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -35,13 +36,15 @@ public:
 
     /** The process was made. */
     void start(pid_t inp_process, c_descriptor dsp_process) noexcept;
-    /** Waits until the worker is behind its wall. @throws std::system_error when it ends before */
-    void wait_until_ready();
+    /** Waits until the worker is behind its wall. @throws std::system_error when it ends before, or takes longer */
+    void wait_until_ready(std::chrono::milliseconds dsp_longest = std::chrono::minutes(1));
     /** A lane is used from now on. @throws std::system_error when the worker has ended */
     void open_lane(int32_t imp_lane);
     /** Ends the process, whatever it does. */
     void kill() noexcept;
     bool has_ended() const noexcept;
+    /** Of all threads of the process; the longest time when it has ended. */
+    std::chrono::nanoseconds processor_time() const noexcept;
     /** Kills the process and closes the descriptors. The memory stays. @pre no other thread calls anything but kill */
     void close() noexcept;
     /** Returns the pages of a part of the memory to the system. Their bytes become zero. */
@@ -85,6 +88,8 @@ public:
     std::optional<nursery_messages::dsd_report> end_of(pid_t inp_process);
 
     pid_t process() const noexcept { return inc_process; }
+    /** Whether the process has ended by itself. */
+    bool has_ended();
 
 private:
     nursery_messages::dsd_report receive(c_descriptor *adsp_descriptor);
@@ -92,7 +97,7 @@ private:
     void keep(const nursery_messages::dsd_report &dsp_end);
 
     std::mutex dsc_mutex;
-    pid_t inc_process = -1;
+    pid_t inc_process = -1; // until the process was waited for
     c_descriptor dsc_socket;
     std::deque<nursery_messages::dsd_report> dsc_ends; // the last ones that nobody has asked for
 };

@@ -9,6 +9,9 @@ namespace nursery_messages
 /** The descriptor on which the nursery finds its socket. */
 inline constexpr int in_socket = 3;
 
+/** A worker's first message states what it has given up, or this and why it does not work. */
+inline constexpr char byr_failed = '!';
+
 /** To the nursery: a worker is wanted. With it come the worker's end of its socket, and its shared memory. */
 struct dsd_start
 {

@@ -5,6 +5,7 @@
 #include "kivjniffmpeg/containers/packet_fields.h"
 #include "kivjniffmpeg/ffmpeg/packet.h"
 #include "kivjniffmpeg/formats/coded_stream.h"
+#include "kivjniffmpeg/workers/lane_turn.h"
 #include "kivjniffmpeg/workers/nursery_client.h"
 #include "support/lane_client.h"
 #include "support/real_ffmpeg.h"
@@ -15,11 +16,13 @@
 #include <natives/PictureResult.h>
 #include <natives/ProcessFlags.h>
 #include <natives/WorkerAnswer.h>
+#include <natives/WorkerLane.h>
 #include <natives/WorkerOrder.h>
 #include <natives/c_mediareader_source.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -28,6 +31,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <utility>
@@ -304,6 +308,22 @@ TEST_F(worker, dies_alone_and_says_of_what)
     EXPECT_EQ(dsl_end.imc_signal, SIGSEGV);
     EXPECT_TRUE(dsl_killed->has_ended());
     EXPECT_FALSE(dsl_other->has_ended());
+}
+
+TEST_F(worker, that_does_nothing_but_count_is_given_up)
+{
+    const auto dsl_worker = make();
+    constexpr int32_t im_lane = 7; // which nobody serves
+    const std::atomic_ref uml_progress(*reinterpret_cast<uint32_t *>(
+        dsl_worker->memory().data() + im_lane * natives::WorkerLane::SIZE + natives::WorkerLane::PROGRESS));
+    const std::jthread dsl_counts([&](const std::stop_token &dsp_stop) {
+        while (!dsp_stop.stop_requested())
+            uml_progress.fetch_add(1);
+    });
+    const auto dsl_half = lane_turn::checked(*dsl_worker, im_lane, 0);
+    lane_turn::give(*dsl_worker, dsl_half, 1);
+    EXPECT_EQ(lane_turn::take(*dsl_worker, dsl_half, 1, true, std::chrono::milliseconds(5)),
+              lane_turn::ie_end::ie_silent);
 }
 
 TEST_F(worker, none_outlives_the_process_that_uses_it)

@@ -5,9 +5,13 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import javax.imageio.ImageIO;
 import kiv.media.ffmpeg.Film;
+import kiv.media.ffmpeg.Isolation;
 import kiv.media.ffmpeg.Picture;
 
-/** Writes ten pictures that are evenly spread over a film as JPEG files: {@code Thumbnails FILM DIRECTORY}. */
+/**
+ * Writes ten pictures that are evenly spread over a film as JPEG files: {@code Thumbnails FILM DIRECTORY}.
+ * The film may be a stranger's.
+ */
 public final class Thumbnails {
 
     private static final int COUNT = 10;
@@ -18,7 +22,7 @@ public final class Thumbnails {
 
     public static void main(String[] args) throws IOException {
         Path directory = Files.createDirectories(Path.of(args[1]));
-        try (Film film = Film.open(Path.of(args[0]))) {
+        try (Film film = Film.open(Path.of(args[0]), Isolation.wall())) {
             int number = 0;
             for (Picture picture : film.spread(COUNT)) {
                 try (picture) {

@@ -75,7 +75,7 @@ final class ApproximateFilm implements FilmPictures {
 
     @Override
     public Picture pictureAt(long tick) throws IOException {
-        reader.trySeek(stream.index(), tick, false);
+        reader.demuxer().trySeek(stream.index(), tick, false);
         decoder.reset();
         Picture shown = null;
         Deque<Picture> ready = new ArrayDeque<>();

@@ -62,6 +62,9 @@ public final class AttachedPicture {
      * @throws MediaFormatException when its size is unknown
      */
     public Picture decode() {
+        if (stream.kind() != MediaKind.VIDEO) {
+            throw new UnsupportedCodecException(stream + " is no picture");
+        }
         try (VideoDecoder decoder = VideoDecoder.open(stream)) {
             List<Picture> pictures = decoder.decode(Packet.of(bytes, stream.index(), 0, 0, true));
             if (pictures.isEmpty()) {

@@ -48,6 +48,10 @@ public final class AudioDecoder implements AutoCloseable {
     private final WaveFormat format;
     private final SampleFormat samples;
     private final int bitRate;
+    private final MediaStream stream;
+    private final Workplace place;
+    /** Whether sound of a packet may come with a later one, or at the end. */
+    private final boolean holdsBack;
     private final AudioClock clock;
     private final SampleCutter cutter;
     private final PacketFilter filter;
@@ -56,18 +60,29 @@ public final class AudioDecoder implements AutoCloseable {
     private final List<byte[]> decoded = new ArrayList<>();
 
     private AudioDecoder(SoundCodec made, WaveFormat format, SampleFormat samples, int bitRate, Rational timeBase,
-            MediaStream stream) {
+            MediaStream stream, Workplace place) {
         this.handle = new NativeHandle<>("decoder", this, made, SoundCodec::delete);
         this.codec = new NativeAudioCodec();
         this.format = format;
         this.samples = samples;
         this.bitRate = bitRate;
+        this.stream = stream;
+        this.place = place;
+        this.holdsBack = holdsBack(made);
         // WMA keeps only its last frame, and answers other packets at once.
-        boolean holdsBack = format.formatTag() != WaveFormatTags.WMA1 && format.formatTag() != WaveFormatTags.WMA2
-                && NativeAudioCodec.option(made, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
-        this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack);
+        boolean isWma = format.formatTag() == WaveFormatTags.WMA1 || format.formatTag() == WaveFormatTags.WMA2;
+        this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack && !isWma);
         this.filter = new PacketFilter(stream);
         this.cutter = new SampleCutter(stream != null);
+    }
+
+    private boolean holdsBack(SoundCodec made) {
+        try {
+            return NativeAudioCodec.option(made, c_codecoptions_ffmpeg.HOLDS_BACK) != 0;
+        } catch (RuntimeException | Error e) {
+            handle.close();
+            throw MediaException.of(e, "opening a decoder", UnsupportedCodecException::new);
+        }
     }
 
     /**
@@ -109,7 +124,7 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(MediaStream stream, SampleFormat samples) {
-        return open(WaveFormat.of(stream), samples, stream.bitRate(), stream.timeBase(), stream);
+        return open(WaveFormat.of(stream), samples, stream.bitRate(), stream.timeBase(), stream, stream.place());
     }
 
     /**
@@ -134,19 +149,45 @@ public final class AudioDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioDecoder open(WaveFormat format, SampleFormat samples) {
+        return open(format, samples, Isolation.usual());
+    }
+
+    /**
+     * Opens a decoder in a place of the caller's for packets that no {@link MediaReader} reads, as {@link #open(WaveFormat)}.
+     * Decoders of a reader's streams work where the reader does.
+     *
+     * @param format the compressed sound
+     * @param samples the kind of the samples
+     * @param isolation where the decoder works
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the format
+     */
+    public static AudioDecoder open(WaveFormat format, SampleFormat samples, Isolation isolation) {
         Objects.requireNonNull(format, "format");
-        return open(format, samples, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()), null);
+        return open(format, samples, (long) format.bytesPerSecond() * Byte.SIZE, new Rational(1, format.sampleRate()), null,
+                Objects.requireNonNull(isolation, "isolation").place());
     }
 
     private static AudioDecoder open(WaveFormat format, SampleFormat samples, long knownBitRate, Rational timeBase,
-            MediaStream stream) {
+            MediaStream stream, Workplace place) {
         Objects.requireNonNull(samples, "samples");
         if (format.channels() > MOST_CHANNELS) {
             throw new UnsupportedCodecException("no decoder for " + format + ": decoders take at most " + MOST_CHANNELS
                     + " channels");
         }
         int bitRate = knownBitRate < 0 || knownBitRate > Integer.MAX_VALUE ? 0 : (int) knownBitRate;
-        Workplace place = stream == null ? Workplace.usual() : stream.place();
+        SoundCodec made = make(format, stream, place);
+        AudioDecoder decoder = new AudioDecoder(made, format, samples, bitRate, timeBase, stream, place);
+        try {
+            decoder.configure(made);
+            return decoder;
+        } catch (Throwable e) {
+            decoder.close();
+            throw e;
+        }
+    }
+
+    private static SoundCodec make(WaveFormat format, MediaStream stream, Workplace place) {
         SoundCodec made;
         try {
             made = stream != null && format.formatTag() == WaveFormatTags.OTHER
@@ -160,16 +201,7 @@ public final class AudioDecoder implements AutoCloseable {
         if (made == null) {
             throw doesNotOpen(format);
         }
-        AudioDecoder decoder = new AudioDecoder(made, format, samples, bitRate, timeBase, stream);
-        try {
-            NativeAudioCodec.configureDecoder(made, samples);
-            // Some decoders derive the layout of their packets from the bit rate.
-            decoder.restart(made);
-            return decoder;
-        } catch (Throwable e) {
-            decoder.close();
-            throw e;
-        }
+        return made;
     }
 
     private static UnsupportedCodecException doesNotOpen(WaveFormat format) {
@@ -294,7 +326,28 @@ public final class AudioDecoder implements AutoCloseable {
         filter.check(reader);
         PacketMemory memory = new PacketMemory();
         return new DecodingSpliterator<>(() -> reader.read(memory), filter, this::decodeOrEnd,
-                () -> handle.call(sound -> finished.poll()));
+                () -> handle.call(sound -> {
+                    AudioBlock block = finished.poll();
+                    if (block != null) {
+                        goOn(sound, reader);
+                    }
+                    return block;
+                }));
+    }
+
+    /** Has a decoder behind the wall decode the packets that come next, while the caller uses a block. */
+    void goOn(MediaReader reader) {
+        handle.call(sound -> {
+            goOn(sound, reader);
+            return null;
+        });
+    }
+
+    private void goOn(SoundCodec sound, MediaReader reader) {
+        // When the caller ends the stream early, what a decoder holds back must be of the packets that the caller gave.
+        if (!holdsBack) {
+            reader.demuxer().decodeAhead(sound, stream, packet -> codec.add(sound, packet));
+        }
     }
 
     /**
@@ -404,8 +457,34 @@ public final class AudioDecoder implements AutoCloseable {
      */
     public void reset() {
         handle.call(sound -> {
-            restart(sound);
+            DecodeException.translate(() -> reopen(sound));
             finished.clear();
+            return null;
+        });
+    }
+
+    /**
+     * Goes on after a {@link WorkerException}, in the process of the restarted reader or another one. The decoder is then as
+     * after {@link #reset()}.
+     *
+     * @throws UnsupportedCodecException when the decoder does not open again
+     * @throws WorkerException when the new process ends at once
+     * @throws MediaStateException when the decoder is closed or in use
+     */
+    public void restart() {
+        handle.call(dead -> {
+            SoundCodec made = make(format, stream, place);
+            boolean ready = false;
+            try {
+                configure(made);
+                ready = true;
+            } finally {
+                if (!ready) {
+                    made.delete();
+                }
+            }
+            finished.clear();
+            handle.replace(made).delete();
             return null;
         });
     }
@@ -420,8 +499,18 @@ public final class AudioDecoder implements AutoCloseable {
         handle.close();
     }
 
+    private void configure(SoundCodec made) {
+        try {
+            NativeAudioCodec.configureDecoder(made, samples);
+            // Some decoders derive the layout of their packets from the bit rate.
+            reopen(made);
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "opening a decoder", UnsupportedCodecException::new);
+        }
+    }
+
     /** Restores the state of a new decoder, so that earlier packets do not affect later ones. */
-    private void restart(SoundCodec sound) {
+    private void reopen(SoundCodec sound) {
         if (!NativeAudioCodec.reopen(sound, bitRate, 0)) {
             throw doesNotOpen(format);
         }
@@ -440,7 +529,7 @@ public final class AudioDecoder implements AutoCloseable {
             } finally {
                 cut();
             }
-            restart(sound);
+            reopen(sound);
         });
     }
 

@@ -75,9 +75,9 @@ public final class AudioEncoder implements AutoCloseable {
             this.initialPadding = EncoderWaveFormats.padding(codec, sound);
             this.format = EncoderWaveFormats.of(codec, samples, sampleRate, channels, sound);
             this.frame = new byte[(frameSize == 0 ? FREE_FRAME_SIZE : frameSize) * channels * samples.bytes()];
-        } catch (Throwable e) {
+        } catch (RuntimeException | Error e) {
             handle.close();
-            throw e;
+            throw MediaException.of(e, "opening an encoder", UnsupportedCodecException::new);
         }
     }
 
@@ -128,6 +128,26 @@ public final class AudioEncoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels, int bitRate, SampleFormat samples) {
+        return open(codec, sampleRate, channels, bitRate, samples, Isolation.usual());
+    }
+
+    /**
+     * Opens an encoder in a place of the caller's. Otherwise as {@link #open(AudioCodec, int, int, int, SampleFormat)}.
+     *
+     * @param codec the format to encode into
+     * @param sampleRate samples per second and channel
+     * @param channels number of channels
+     * @param bitRate target in bits per second, or {@link #DEFAULT_BIT_RATE}
+     * @param samples the kind of the samples
+     * @param isolation where the encoder works
+     * @return the encoder, to be closed
+     * @throws UnsupportedCodecException when the loaded FFmpeg has no such encoder, or the encoder does not accept such
+     *     sound or bit rate
+     * @throws IllegalArgumentException when the format has a fixed bit rate, or a number is out of its range
+     */
+    public static AudioEncoder open(AudioCodec codec, int sampleRate, int channels, int bitRate, SampleFormat samples,
+            Isolation isolation) {
+        Objects.requireNonNull(isolation, "isolation");
         Objects.requireNonNull(codec, "codec");
         if (!codec.accepts(Objects.requireNonNull(samples, "samples"))) {
             throw new UnsupportedCodecException(codec + " cannot be encoded from samples of the kind " + samples);
@@ -148,7 +168,7 @@ public final class AudioEncoder implements AutoCloseable {
                     ? " channel" : " channels") + " cannot be encoded at " + bitRate + " bit/s; it takes "
                     + (lowest == 0 ? "at most " : lowest + " to ") + highest);
         }
-        Workplace place = Workplace.usual();
+        Workplace place = isolation.place();
         SoundCodec made;
         try {
             made = codec.isOfFfmpeg() ? place.createSoundEncoder(codec.ffmpegName(), samples.number(), channels, sampleRate)

@@ -51,13 +51,29 @@ public final class AudioResampler implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioResampler open(int from, int to, int channels, SampleFormat samples) {
+        return open(from, to, channels, samples, Isolation.usual());
+    }
+
+    /**
+     * Opens a resampler in a place of the caller's. Otherwise as {@link #open(int, int, int, SampleFormat)}.
+     *
+     * @param from samples per second and channel of the sound
+     * @param to samples per second and channel that are wanted
+     * @param channels number of channels, 1 to 32
+     * @param samples the kind of the samples, before and after
+     * @param isolation where the resampler works
+     * @return the resampler, to be closed
+     * @throws IllegalArgumentException when a number is out of its range, or the rates are too far apart
+     */
+    public static AudioResampler open(int from, int to, int channels, SampleFormat samples, Isolation isolation) {
         Objects.requireNonNull(samples, "samples");
+        Objects.requireNonNull(isolation, "isolation");
         if (channels < 1 || channels > MOST_CHANNELS || from < 1 || to < 1) {
             throw new IllegalArgumentException("no change of " + channels + " channels from " + from + " Hz to " + to
                     + " Hz");
         }
         try {
-            return new AudioResampler(Workplace.usual().createResampler(samples.number(), channels, from, to), from,
+            return new AudioResampler(isolation.place().createResampler(samples.number(), channels, from, to), from,
                     channels, samples);
         } catch (MediaException e) {
             throw e;

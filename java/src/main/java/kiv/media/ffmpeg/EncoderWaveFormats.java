@@ -54,8 +54,12 @@ final class EncoderWaveFormats {
         } else {
             bytesPerSecond = (long) sampleRate * blockAlign / Math.max(1, frameSize);
         }
-        return WaveFormat.of(codec.formatTag(), channels, sampleRate, (int) bytesPerSecond, blockAlign, bits,
-                specificHeader(codec, sound, sampleRate, bitRate, frameSize));
+        byte[] header = specificHeader(codec, sound, sampleRate, bitRate, frameSize);
+        try {
+            return WaveFormat.of(codec.formatTag(), channels, sampleRate, (int) bytesPerSecond, blockAlign, bits, header);
+        } catch (IllegalArgumentException e) {
+            throw new EncodeException("the encoder's sound is of an impossible format: " + e.getMessage(), e);
+        }
     }
 
     /** Frames of silence that an open encoder puts before the sound. */

@@ -13,7 +13,6 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Objects;
 import java.util.concurrent.atomic.AtomicLong;
-import java.util.concurrent.locks.ReentrantLock;
 import java.util.stream.LongStream;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.index.PacketIndex;
@@ -68,8 +67,7 @@ public final class Film implements Closeable {
     private final FilmPictures pictures;
     /** The same; null when it trusts the container. */
     private final FilmDecoder exact;
-    private final ReentrantLock lock = new ReentrantLock();
-    private boolean closed;
+    private final ExclusiveAccess access = new ExclusiveAccess("film");
 
     /**
      * A packet of a film's index.
@@ -86,14 +84,15 @@ public final class Film implements Closeable {
             boolean restart) {
     }
 
-    private Film(SeekableByteChannel channel, ReaderLimits limits, boolean exactly) throws IOException {
+    private Film(SeekableByteChannel channel, ReaderLimits limits, boolean exactly, Isolation isolation) throws IOException {
         this.channel = channel;
-        reader = MediaReader.open(new SharedChannel(channel), limits);
+        Workplace place = isolation.place();
+        reader = MediaReader.open(new SharedChannel(channel), limits, place);
         try {
             stream = reader.firstVideoOrThrow();
             VideoFormat.of(stream);
-            exact = exactly
-                    ? new FilmDecoder(reader, stream, () -> MediaReader.open(new SharedChannel(channel), limits)) : null;
+            exact = !exactly ? null : new FilmDecoder(reader, stream,
+                    () -> MediaReader.open(new SharedChannel(channel), limits, place));
             pictures = exactly ? exact : new ApproximateFilm(reader, stream);
         } catch (Throwable e) {
             reader.release();
@@ -124,8 +123,37 @@ public final class Film implements Closeable {
      * @throws IOException when the file cannot be read
      */
     public static Film open(Path file, ReaderLimits limits) throws IOException {
+        return open(file, limits, Isolation.usual());
+    }
+
+    /**
+     * Opens the first video stream of a file within limits and in a place of the caller's. Otherwise as {@link #open(Path)}.
+     * The call that finds the process of the film ended throws a {@link WorkerException}, and so does each later one: open the
+     * film again.
+     *
+     * @param file the file
+     * @param limits what opening may cost
+     * @param isolation where the film works
+     * @return the film, which the caller closes
+     * @throws IOException when the file cannot be read
+     */
+    public static Film open(Path file, ReaderLimits limits, Isolation isolation) throws IOException {
         Objects.requireNonNull(limits, "limits");
-        return MediaFile.open(file, channel -> open(channel, limits));
+        Objects.requireNonNull(isolation, "isolation");
+        return MediaFile.open(file, channel -> open(channel, limits, isolation));
+    }
+
+    /**
+     * Opens the first video stream of a file in a place of the caller's. Otherwise as
+     * {@link #open(Path, ReaderLimits, Isolation)}.
+     *
+     * @param file the file
+     * @param isolation where the film works
+     * @return the film, which the caller closes
+     * @throws IOException when the file cannot be read
+     */
+    public static Film open(Path file, Isolation isolation) throws IOException {
+        return open(file, ReaderLimits.USUAL, isolation);
     }
 
     /**
@@ -150,7 +178,22 @@ public final class Film implements Closeable {
      * @throws IOException when the channel cannot be read
      */
     public static Film open(SeekableByteChannel channel, ReaderLimits limits) throws IOException {
-        return new Film(Objects.requireNonNull(channel, "channel"), Objects.requireNonNull(limits, "limits"), true);
+        return open(channel, limits, Isolation.usual());
+    }
+
+    /**
+     * Opens the first video stream of a channel within limits and in a place of the caller's. Otherwise as
+     * {@link #open(SeekableByteChannel)} and {@link #open(Path, ReaderLimits, Isolation)}.
+     *
+     * @param channel the bytes
+     * @param limits what opening may cost
+     * @param isolation where the film works
+     * @return the film, which the caller closes
+     * @throws IOException when the channel cannot be read
+     */
+    public static Film open(SeekableByteChannel channel, ReaderLimits limits, Isolation isolation) throws IOException {
+        return new Film(Objects.requireNonNull(channel, "channel"), Objects.requireNonNull(limits, "limits"), true,
+                Objects.requireNonNull(isolation, "isolation"));
     }
 
     /**
@@ -162,7 +205,21 @@ public final class Film implements Closeable {
      * @throws IOException when the file cannot be read
      */
     public static Film openApproximate(Path file) throws IOException {
-        return MediaFile.open(file, Film::openApproximate);
+        return openApproximate(file, Isolation.usual());
+    }
+
+    /**
+     * Opens a film that trusts its container in a place of the caller's. Otherwise as {@link #openApproximate(Path)} and
+     * {@link #open(Path, ReaderLimits, Isolation)}.
+     *
+     * @param file the file
+     * @param isolation where the film works
+     * @return the film, which the caller closes
+     * @throws IOException when the file cannot be read
+     */
+    public static Film openApproximate(Path file, Isolation isolation) throws IOException {
+        Objects.requireNonNull(isolation, "isolation");
+        return MediaFile.open(file, channel -> new Film(channel, ReaderLimits.USUAL, false, isolation));
     }
 
     /**
@@ -173,7 +230,21 @@ public final class Film implements Closeable {
      * @throws IOException when the channel cannot be read
      */
     public static Film openApproximate(SeekableByteChannel bytes) throws IOException {
-        return new Film(Objects.requireNonNull(bytes, "bytes"), ReaderLimits.USUAL, false);
+        return openApproximate(bytes, Isolation.usual());
+    }
+
+    /**
+     * Opens a film in a channel that trusts its container in a place of the caller's. Otherwise as
+     * {@link #openApproximate(SeekableByteChannel)} and {@link #open(Path, ReaderLimits, Isolation)}.
+     *
+     * @param bytes the bytes, which the film uses alone and closes
+     * @param isolation where the film works
+     * @return the film, which the caller closes
+     * @throws IOException when the channel cannot be read
+     */
+    public static Film openApproximate(SeekableByteChannel bytes, Isolation isolation) throws IOException {
+        return new Film(Objects.requireNonNull(bytes, "bytes"), ReaderLimits.USUAL, false,
+                Objects.requireNonNull(isolation, "isolation"));
     }
 
     /** {@return the stream of the pictures} */
@@ -205,7 +276,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when the film is approximate and the container does not say
      */
     public long count() throws IOException {
-        return call(pictures::count);
+        return access.call(pictures::count);
     }
 
     /**
@@ -229,7 +300,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when the bytes have changed since the film was opened
      */
     public Picture picture(long number) throws IOException {
-        return call(() -> pictures.existing(number));
+        return access.call(() -> pictures.existing(number));
     }
 
     /**
@@ -242,7 +313,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when not one picture can be decoded
      */
     public Picture pictureAt(Duration time) throws IOException {
-        return call(() -> pictures.pictureAt(stream.units(time)));
+        return access.call(() -> pictures.pictureAt(stream.units(time)));
     }
 
     /**
@@ -255,7 +326,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when not one picture can be decoded
      */
     public long numberAt(Duration time) throws IOException {
-        return call(() -> pictures.numberAt(stream.units(time)));
+        return access.call(() -> pictures.numberAt(stream.units(time)));
     }
 
     /**
@@ -268,7 +339,7 @@ public final class Film implements Closeable {
      * @throws MediaFormatException when the picture has no time
      */
     public Duration timeOf(long number) throws IOException {
-        return call(() -> {
+        return access.call(() -> {
             if (number < 0 || !pictures.has(number)) {
                 throw new IndexOutOfBoundsException("there is no picture " + number);
             }
@@ -287,7 +358,7 @@ public final class Film implements Closeable {
      */
     public List<Picture> pictures(long... numbers) throws IOException {
         Objects.requireNonNull(numbers, "numbers");
-        return call(() -> pictures.all(pictures::existing, numbers));
+        return access.call(() -> pictures.all(pictures::existing, numbers));
     }
 
     /**
@@ -300,7 +371,7 @@ public final class Film implements Closeable {
      */
     public List<Picture> picturesAt(Duration... times) throws IOException {
         Objects.requireNonNull(times, "times");
-        return call(() -> pictures.allAt(Arrays.stream(times).mapToLong(stream::units).toArray()));
+        return access.call(() -> pictures.allAt(Arrays.stream(times).mapToLong(stream::units).toArray()));
     }
 
     /**
@@ -355,18 +426,18 @@ public final class Film implements Closeable {
         if (pictures < 1) {
             throw new IllegalArgumentException(pictures + " pictures");
         }
-        long parts = Math.min(pictures, call(this.pictures::promised));
+        long parts = Math.min(pictures, access.call(this.pictures::promised));
         AtomicLong part = new AtomicLong();
         return pull(() -> part.get() < parts ? this.pictures.middle(part.getAndIncrement(), parts) : null);
     }
 
     /** Returns a stream of what some work gives, until that is null. */
-    private Stream<Picture> pull(Work<Picture> work) {
+    private Stream<Picture> pull(ExclusiveAccess.Work<Picture> work) {
         return new PullSpliterator<Picture>() {
             @Override
             Picture next() {
                 try {
-                    return call(work);
+                    return access.call(work);
                 } catch (IOException e) {
                     throw new UncheckedIOException(e);
                 }
@@ -394,7 +465,7 @@ public final class Film implements Closeable {
 
     /** Whether there is a picture of that number, at least 0, which is certain. */
     boolean has(long number) throws IOException {
-        return call(() -> pictures.has(number));
+        return access.call(() -> pictures.has(number));
     }
 
     /**
@@ -405,7 +476,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public Stream<IndexEntry> index() throws IOException {
-        return call(() -> {
+        return access.call(() -> {
             indexed().readAll();
             PacketIndex index = exact.map().index();
             return LongStream.range(0, index.size()).mapToObj(i -> {
@@ -426,7 +497,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public void verify() throws IOException {
-        call(() -> {
+        access.call(() -> {
             indexed().learnAll();
             return null;
         });
@@ -448,7 +519,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read or written
      */
     public void saveIndex(OutputStream to) throws IOException {
-        call(() -> {
+        access.call(() -> {
             saved().write(indexed()::save, to);
             return null;
         });
@@ -468,7 +539,7 @@ public final class Film implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public void loadIndex(InputStream from) throws IOException {
-        call(() -> {
+        access.call(() -> {
             saved().read(from, indexed()::load);
             return null;
         });
@@ -484,26 +555,6 @@ public final class Film implements Closeable {
         return pictures.damagedPackets();
     }
 
-    /** Some work with the film. */
-    @FunctionalInterface
-    private interface Work<T> {
-        T run() throws IOException;
-    }
-
-    private <T> T call(Work<T> work) throws IOException {
-        if (lock.isHeldByCurrentThread() || !lock.tryLock()) {
-            throw new MediaStateException("the film is in use; let one thread at a time call it");
-        }
-        try {
-            if (closed) {
-                throw new MediaStateException("the film is closed; open another one");
-            }
-            return work.run();
-        } finally {
-            lock.unlock();
-        }
-    }
-
     /**
      * Closes the film and its channel. A second call does nothing. Its pictures stay usable.
      *
@@ -512,13 +563,12 @@ public final class Film implements Closeable {
      */
     @Override
     public void close() throws IOException {
-        if (!closed) {
-            call(() -> {
-                closed = true;
-                pictures.close();
-                channel.close();
-                return null;
-            });
+        if (access.isClosed()) {
+            return;
         }
+        access.close("let one thread at a time call it", () -> {
+            pictures.close();
+            channel.close();
+        });
     }
 }

@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.Objects;
 import java.util.OptionalLong;
 import javax.sound.sampled.AudioInputStream;
 import javax.sound.sampled.AudioSystem;
@@ -51,7 +52,21 @@ public final class MediaAudio {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioInputStream open(Path file) throws IOException {
-        return MediaFile.open(file, MediaAudio::open);
+        return open(file, Isolation.usual());
+    }
+
+    /**
+     * Opens the sound of a file in a place of the caller's. Otherwise as {@link #open(Path)}. When the process of the sound has
+     * ended, the stream throws an {@link IOException} whose cause is the {@link WorkerException}.
+     *
+     * @param file the file
+     * @param isolation where the sound is read and decoded
+     * @return its sound, which the caller closes
+     * @throws IOException when the file cannot be read
+     */
+    public static AudioInputStream open(Path file, Isolation isolation) throws IOException {
+        Objects.requireNonNull(isolation, "isolation");
+        return MediaFile.open(file, channel -> open(channel, isolation));
     }
 
     /**
@@ -66,7 +81,20 @@ public final class MediaAudio {
      * @throws LibraryException when the library cannot be loaded
      */
     public static AudioInputStream open(SeekableByteChannel channel) throws IOException {
-        MediaReader reader = MediaReader.open(channel);
+        return open(channel, Isolation.usual());
+    }
+
+    /**
+     * Opens the sound of a channel in a place of the caller's. Otherwise as {@link #open(SeekableByteChannel)} and
+     * {@link #open(Path, Isolation)}.
+     *
+     * @param channel the bytes of a media file
+     * @param isolation where the sound is read and decoded
+     * @return its sound, which the caller closes
+     * @throws IOException when the channel cannot be read
+     */
+    public static AudioInputStream open(SeekableByteChannel channel, Isolation isolation) throws IOException {
+        MediaReader reader = MediaReader.open(channel, ReaderLimits.USUAL, isolation);
         try {
             AudioDecoder decoder = AudioDecoder.open(
                     reader.firstAudio().orElseThrow(() -> new MediaFormatException("no audio stream")));
@@ -100,8 +128,21 @@ public final class MediaAudio {
      * @throws LibraryException when the library cannot be loaded
      */
     public static OptionalLong frames(Path file) throws IOException {
+        return frames(file, Isolation.usual());
+    }
+
+    /**
+     * Returns how many frames the sound of a file has, in a place of the caller's. Otherwise as {@link #frames(Path)}.
+     *
+     * @param file the file
+     * @param isolation where the sound is read and decoded
+     * @return samples of each channel; empty when that is not certain, and for files of more than 256 MiB
+     * @throws IOException when the file cannot be read
+     * @throws WorkerException when the process of the sound has ended
+     */
+    public static OptionalLong frames(Path file, Isolation isolation) throws IOException {
         long size = Files.size(file);
-        try (MediaReader reader = MediaReader.open(file)) {
+        try (MediaReader reader = MediaReader.open(file, isolation)) {
             return SoundLength.count(reader, reader.firstAudioOrThrow(), size);
         }
     }

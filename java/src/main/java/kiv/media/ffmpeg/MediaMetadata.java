@@ -8,7 +8,7 @@ import kiv.media.ffmpeg.wall.ContainerReader;
 record MediaMetadata(Tags tags, List<Chapter> chapters, List<Program> programs) {
 
     static MediaMetadata read(ContainerReader reader) {
-        return new MediaMetadata(tags(reader, c_metadata_ffmpeg.CONTAINER).get(0),
+        return new MediaMetadata(tags(reader, c_metadata_ffmpeg.CONTAINER).stream().findFirst().orElse(Tags.NONE),
                 Chapter.list(reader.chapters(), tags(reader, c_metadata_ffmpeg.CHAPTERS)),
                 Program.list(reader.programs(), tags(reader, c_metadata_ffmpeg.PROGRAMS)));
     }

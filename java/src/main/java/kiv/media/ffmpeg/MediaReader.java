@@ -3,26 +3,18 @@ package kiv.media.ffmpeg;
 import java.io.IOException;
 import java.io.InputStream;
 import java.io.UncheckedIOException;
-import java.lang.ref.Reference;
 import java.nio.channels.ReadableByteChannel;
 import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.time.Instant;
-import java.util.ArrayDeque;
-import java.util.ArrayList;
-import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
 import java.util.Optional;
 import java.util.OptionalLong;
 import java.util.stream.Stream;
-import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.ReaderInfo;
-import kiv.media.ffmpeg.natives.SeekFlags;
-import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 import kiv.media.ffmpeg.natives.c_mediareader_source;
-import kiv.media.ffmpeg.wall.ContainerReader;
 
 /**
  * Reads the streams and the packets of a media container.
@@ -42,40 +34,10 @@ import kiv.media.ffmpeg.wall.ContainerReader;
  */
 public final class MediaReader implements AutoCloseable {
 
-    /** Packets of all streams among which the first ones of sound are looked for. */
-    private static final int MOST_FIRST = 64;
+    private final Demuxer demuxer;
 
-    private final NativeHandle<ContainerReader> handle;
-    private final Workplace place;
-    private final ReadableByteChannel channel;
-    private final c_mediareader_source source;
-    private final boolean seekable;
-    private final String formatName;
-    private final long[] info;
-    private final MediaMetadata metadata;
-    private volatile List<MediaStream> streams = List.of();
-    private final SoundBeginnings beginnings;
-    private boolean moved;
-    /** Packets that were read to verify a seek. */
-    private final Deque<Packet> ahead = new ArrayDeque<>();
-
-    private MediaReader(ContainerReader reader, Workplace place, ReadableByteChannel channel, c_mediareader_source source,
-            boolean seekable) {
-        this.handle = new NativeHandle<>("reader", this, reader, ContainerReader::delete);
-        this.place = place;
-        this.channel = channel;
-        this.source = source;
-        this.seekable = seekable;
-        try {
-            this.formatName = reader.formatName();
-            this.beginnings = new SoundBeginnings(formatName);
-            this.info = reader.info();
-            this.metadata = MediaMetadata.read(reader);
-            learnStreams(reader, info[ReaderInfo.STREAMS]);
-        } catch (Throwable e) {
-            handle.close();
-            throw e;
-        }
+    private MediaReader(Demuxer demuxer) {
+        this.demuxer = demuxer;
     }
 
     /**
@@ -102,8 +64,36 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(Path file, ReaderLimits limits) throws IOException {
+        return open(file, limits, Isolation.usual());
+    }
+
+    /**
+     * Opens a file in a place of the caller's. Otherwise as {@link #open(Path)}.
+     *
+     * @param file the file
+     * @param isolation where the reader and the decoders of its streams work
+     * @return its reader, which the caller closes
+     * @throws IOException when the file cannot be read
+     * @throws WorkerException when the process of the reader has ended
+     */
+    public static MediaReader open(Path file, Isolation isolation) throws IOException {
+        return open(file, ReaderLimits.USUAL, isolation);
+    }
+
+    /**
+     * Opens a file within limits and in a place of the caller's. Otherwise as {@link #open(Path)}.
+     *
+     * @param file the file
+     * @param limits what opening may cost
+     * @param isolation where the reader and the decoders of its streams work
+     * @return its reader, which the caller closes
+     * @throws IOException when the file cannot be read
+     * @throws WorkerException when the process of the reader has ended
+     */
+    public static MediaReader open(Path file, ReaderLimits limits, Isolation isolation) throws IOException {
         Objects.requireNonNull(limits, "limits");
-        return MediaFile.open(file, channel -> open(channel, limits));
+        Objects.requireNonNull(isolation, "isolation");
+        return MediaFile.open(file, channel -> open(channel, limits, isolation));
     }
 
     /**
@@ -131,7 +121,22 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(SeekableByteChannel channel, ReaderLimits limits) throws IOException {
-        return open(channel, limits, Workplace.usual());
+        return open(channel, limits, Isolation.usual());
+    }
+
+    /**
+     * Opens a channel within limits and in a place of the caller's. Otherwise as {@link #open(SeekableByteChannel)}.
+     *
+     * @param channel the bytes
+     * @param limits what opening may cost
+     * @param isolation where the reader and the decoders of its streams work
+     * @return its reader, which the caller closes
+     * @throws IOException when the channel cannot be read
+     * @throws WorkerException when the process of the reader has ended
+     */
+    public static MediaReader open(SeekableByteChannel channel, ReaderLimits limits, Isolation isolation)
+            throws IOException {
+        return open(channel, limits, Objects.requireNonNull(isolation, "isolation").place());
     }
 
     /** Opens a channel within limits of the caller's, in a place of the caller's. */
@@ -139,7 +144,7 @@ public final class MediaReader implements AutoCloseable {
         long[] fields = limits.toNative();
         c_mediareader_source source = new c_mediareader_source(channel);
         channel.position(0);
-        return open(channel, source, true, "not a media file that can be read", fields, place);
+        return new MediaReader(Demuxer.open(channel, source, true, "not a media file that can be read", fields, place));
     }
 
     /**
@@ -167,9 +172,26 @@ public final class MediaReader implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static MediaReader open(ReadableByteChannel channel, ReaderLimits limits) throws IOException {
+        return open(channel, limits, Isolation.usual());
+    }
+
+    /**
+     * Opens a channel that is read forward only, within limits and in a place of the caller's. Otherwise as
+     * {@link #open(InputStream)}.
+     *
+     * @param channel the bytes, in blocking mode
+     * @param limits what opening may cost
+     * @param isolation where the reader and the decoders of its streams work
+     * @return its reader, which the caller closes
+     * @throws IOException when the channel cannot be read
+     * @throws WorkerException when the process of the reader has ended
+     */
+    public static MediaReader open(ReadableByteChannel channel, ReaderLimits limits, Isolation isolation)
+            throws IOException {
         long[] fields = limits.toNative();
+        Workplace place = Objects.requireNonNull(isolation, "isolation").place();
         c_mediareader_source source = new c_mediareader_source(channel);
-        return open(channel, source, false, "not media that can be read forward only", fields, Workplace.usual());
+        return new MediaReader(Demuxer.open(channel, source, false, "not media that can be read forward only", fields, place));
     }
 
     /**
@@ -210,29 +232,35 @@ public final class MediaReader implements AutoCloseable {
         return open((ReadableByteChannel) new StreamChannel(stream), limits);
     }
 
-    private static MediaReader open(ReadableByteChannel channel, c_mediareader_source source, boolean seekable,
-            String failure, long[] limits, Workplace place) throws IOException {
-        try {
-            ContainerReader reader = place.openReader(source, !seekable, limits);
-            return new MediaReader(reader, place, channel, source, seekable);
-        } catch (RuntimeException e) {
-            throw failed(source, failure, e);
-        } finally {
-            // The source alone does not keep the channel reachable.
-            Reference.reachabilityFence(channel);
-        }
+    /**
+     * Opens a stream of bytes within limits and in a place of the caller's. Otherwise as {@link #open(InputStream)}.
+     *
+     * @param stream the bytes, from where it is
+     * @param limits what opening may cost
+     * @param isolation where the reader and the decoders of its streams work
+     * @return its reader, which the caller closes
+     * @throws IOException when the stream cannot be read
+     * @throws WorkerException when the process of the reader has ended
+     */
+    public static MediaReader open(InputStream stream, ReaderLimits limits, Isolation isolation) throws IOException {
+        return open((ReadableByteChannel) new StreamChannel(stream), limits, isolation);
+    }
+
+    /** {@return what reads the container, for the classes that take packets of one stream} */
+    Demuxer demuxer() {
+        return demuxer;
     }
 
     /**
      * {@return FFmpeg's short name of the container format; several are separated by commas, such as {@code mov,mp4}}
      */
     public String formatName() {
-        return formatName;
+        return demuxer.formatName();
     }
 
     /** {@return whether the bytes can be read anywhere, so that {@link #seek(Duration)} can do its work} */
     public boolean isSeekable() {
-        return seekable;
+        return demuxer.isSeekable();
     }
 
     /** {@return the duration of the medium; empty when unknown} */
@@ -247,7 +275,8 @@ public final class MediaReader implements AutoCloseable {
 
     /** {@return bits per second of all streams together; empty when unknown} */
     public OptionalLong bitRate() {
-        return info[ReaderInfo.BIT_RATE] > 0 ? OptionalLong.of(info[ReaderInfo.BIT_RATE]) : OptionalLong.empty();
+        long rate = demuxer.info(ReaderInfo.BIT_RATE);
+        return rate > 0 ? OptionalLong.of(rate) : OptionalLong.empty();
     }
 
     /**
@@ -255,8 +284,8 @@ public final class MediaReader implements AutoCloseable {
      * own: there they are those of the first stream.
      */
     public Tags tags() {
-        return metadata.tags().isEmpty() && formatName.equals("ogg") && !streams.isEmpty() ? streams.get(0).tags()
-                : metadata.tags();
+        Tags own = demuxer.metadata().tags();
+        return own.isEmpty() && formatName().equals("ogg") && !streams().isEmpty() ? streams().get(0).tags() : own;
     }
 
     /** {@return the moment at which the medium was made, if it tells} */
@@ -266,12 +295,12 @@ public final class MediaReader implements AutoCloseable {
 
     /** {@return the chapters that were known when the medium was opened, in the container's order; mostly none} */
     public List<Chapter> chapters() {
-        return metadata.chapters();
+        return demuxer.metadata().chapters();
     }
 
     /** {@return the programs that were known when the medium was opened; mostly none} */
     public List<Program> programs() {
-        return metadata.programs();
+        return demuxer.metadata().programs();
     }
 
     /**
@@ -281,10 +310,7 @@ public final class MediaReader implements AutoCloseable {
      * @throws MediaStateException when the reader is closed or in use
      */
     public List<AttachedPicture> attachedPictures() {
-        return handle.call(reader -> streams.stream().filter(MediaStream::isAttachedPicture).flatMap(stream -> {
-            byte[] bytes = reader.picture(stream.index());
-            return bytes == null ? Stream.empty() : Stream.of(new AttachedPicture(stream, bytes));
-        }).toList());
+        return demuxer.attachedPictures();
     }
 
     /**
@@ -306,17 +332,17 @@ public final class MediaReader implements AutoCloseable {
      * @return a snapshot
      */
     public List<MediaStream> streams() {
-        return streams;
+        return demuxer.streams();
     }
 
     /** {@return the first video stream that is not an attached picture, if there is one} */
     public Optional<MediaStream> firstVideo() {
-        return streams.stream().filter(s -> s.kind() == MediaKind.VIDEO && !s.isAttachedPicture()).findFirst();
+        return streams().stream().filter(s -> s.kind() == MediaKind.VIDEO && !s.isAttachedPicture()).findFirst();
     }
 
     /** {@return the first audio stream, if there is one} */
     public Optional<MediaStream> firstAudio() {
-        return streams.stream().filter(s -> s.kind() == MediaKind.AUDIO).findFirst();
+        return streams().stream().filter(s -> s.kind() == MediaKind.AUDIO).findFirst();
     }
 
     MediaStream firstVideoOrThrow() {
@@ -336,91 +362,12 @@ public final class MediaReader implements AutoCloseable {
      * @throws MediaStateException when the reader is closed or in use
      */
     public Packet read() throws IOException {
-        return handle.call(reader -> ahead.isEmpty() ? read(reader) : ahead.remove());
+        return demuxer.read();
     }
 
     /** Reads the next packet of any stream as {@link #read()} does. It is valid until the memory is used again. */
     Packet read(PacketMemory memory) throws IOException {
-        return handle.call(reader -> ahead.isEmpty() ? completed(reader, memory.next((room, fields) -> check(
-                () -> reader.readStream(c_mediareader_ffmpeg.NO_STREAM, room, fields)))) : ahead.remove());
-    }
-
-    private Packet read(ContainerReader reader) throws IOException {
-        long[] fields = new long[PacketFields.SIZE];
-        byte[] bytes = check(() -> reader.read(fields));
-        return completed(reader, bytes == null ? null : Packet.ofNative(bytes, fields));
-    }
-
-    private Packet completed(ContainerReader reader, Packet packet) {
-        if (packet == null) {
-            return null;
-        }
-        if (packet.streamIndex() >= streams.size()) {
-            learnStreams(reader, packet.streamIndex() + 1L);
-        }
-        return beginnings.complete(packet, streams.get(packet.streamIndex()), moved);
-    }
-
-    /** Reads the first packets of sound before the reader moves away from them. */
-    private void leaveBeginning(ContainerReader reader) throws IOException {
-        try {
-            for (int packets = 0; !moved && packets < MOST_FIRST && !streams.stream().allMatch(beginnings::knows); packets++) {
-                if (read(reader) == null) {
-                    break;
-                }
-            }
-        } catch (MediaFormatException e) {
-            // Whoever reads that place will be told.
-        }
-        moved = true;
-    }
-
-    /**
-     * Reads the next packet of one stream, and skips others. Not to be mixed with {@link #seek}.
-     *
-     * @param buffer receives the bytes, when it is long enough
-     * @param fields receives what describes the packet, laid out as {@link PacketFields} with the length
-     * @return the buffer, or a new array when that is too short; null at the end
-     */
-    byte[] readStream(int stream, byte[] buffer, long[] fields) throws IOException {
-        return handle.call(reader -> check(() -> reader.readStream(stream, buffer, fields)));
-    }
-
-    /**
-     * Reads the next packets of one stream, and skips others. Not to be mixed with {@link #seek}. When it throws, the arrays
-     * hold the packets before the failure.
-     *
-     * @param buffer receives the bytes of all
-     * @param fields receives what describes each packet, laid out as {@link PacketFields} with the length
-     * @return the bytes of the last packet when they do not fit into the buffer, otherwise null
-     */
-    byte[] readSeveral(int stream, byte[] buffer, long[] fields) throws IOException {
-        return handle.call(reader -> check(() -> reader.readSeveral(stream, buffer, fields)));
-    }
-
-    /**
-     * Reads the next packet of one stream as {@link #read()} does, and skips others. Not to be mixed with {@link #seek}.
-     *
-     * @param fields receives what describes the packet, laid out as {@link PacketFields} with the length
-     * @return the packet, or null at the end
-     */
-    Packet readOf(MediaStream stream, long[] fields) throws IOException {
-        byte[] bytes = readStream(stream.index(), null, fields);
-        return bytes == null ? null : beginnings.complete(Packet.ofNative(bytes, fields), stream, moved);
-    }
-
-    /** Reads a packet. */
-    @FunctionalInterface
-    private interface PacketRead {
-        byte[] bytes() throws IOException;
-    }
-
-    private byte[] check(PacketRead read) throws IOException {
-        try {
-            return read.bytes();
-        } catch (RuntimeException e) {
-            throw failed(source, "cannot read the next packet", e);
-        }
+        return demuxer.read(memory);
     }
 
     /**
@@ -465,18 +412,7 @@ public final class MediaReader implements AutoCloseable {
             throw new IllegalArgumentException("beyond the range of times: " + time, e);
         }
         checkTime(micros);
-        MediaStream stream = firstVideo().or(this::firstAudio).orElse(null);
-        double ticks = stream == null ? 0 : micros / (1e6 * stream.timeBase().toDouble());
-        // Rounded down, except for what the conversion itself makes too small.
-        long target = (long) Math.floor(ticks + 1e-6 * Math.max(1, Math.abs(ticks) * 1e-6));
-        handle.call(reader -> {
-            requireSeekable();
-            seek(reader, c_mediareader_ffmpeg.NO_STREAM, micros);
-            if (stream != null && stream.timeBase().toDouble() > 0) {
-                settle(reader, stream, target);
-            }
-            return null;
-        });
+        demuxer.seek(micros, firstVideo().or(this::firstAudio).orElse(null));
     }
 
     /**
@@ -504,31 +440,13 @@ public final class MediaReader implements AutoCloseable {
     public void seek(MediaStream stream, long time) throws IOException {
         check(stream);
         checkTime(time);
-        handle.call(reader -> {
-            requireSeekable();
-            seek(reader, stream.index(), time);
-            settle(reader, stream, time);
-            return null;
-        });
-    }
-
-    private void requireSeekable() {
-        if (!seekable) {
-            throw new MediaException("the reader cannot seek, because it reads a stream forward only; open a file or a"
-                    + " SeekableByteChannel instead");
-        }
-    }
-
-    /** Verifies where a seek has ended, and looks further back when that is too late. */
-    private void settle(ContainerReader reader, MediaStream stream, long time) throws IOException {
-        ahead.addAll(new SeekVerifier(stream, time, formatName.equals("ogg"), () -> read(reader),
-                (place, inBytes) -> trySeek(reader, stream.index(), place, inBytes)).settle());
+        demuxer.seek(stream, time);
     }
 
     /** @throws IllegalArgumentException when the stream belongs to another reader */
     void check(MediaStream stream) {
         int index = Objects.requireNonNull(stream, "stream").index();
-        List<MediaStream> known = streams;
+        List<MediaStream> known = streams();
         if (index >= known.size() || known.get(index) != stream) {
             throw new IllegalArgumentException(stream + " is not a stream of this reader");
         }
@@ -540,35 +458,24 @@ public final class MediaReader implements AutoCloseable {
         }
     }
 
-    /** Moves near a place of a stream, which may be a position in bytes. @return whether the container can do that */
-    boolean trySeek(int stream, long place, boolean inBytes) throws IOException {
-        return handle.call(reader -> trySeek(reader, stream, place, inBytes));
-    }
-
-    private boolean trySeek(ContainerReader reader, int stream, long place, boolean inBytes) throws IOException {
-        ahead.clear();
-        leaveBeginning(reader);
-        try {
-            reader.seek(stream, place, inBytes ? SeekFlags.BYTE : SeekFlags.BACKWARD);
-            return true;
-        } catch (RuntimeException e) {
-            if (source.threw(e) || e instanceof MediaException) {
-                throw e;
-            }
-            return false;
-        }
-    }
-
-    private void seek(ContainerReader reader, int stream, long time) throws IOException {
-        ahead.clear();
-        leaveBeginning(reader);
-        try {
-            reader.seek(stream, time, SeekFlags.BACKWARD);
-        } catch (RuntimeException e) {
-            if (source.threw(e) || e instanceof MediaException || !trySeek(reader, 0, 0, true)) {
-                throw failed(source, "cannot seek", e);
-            }
-        }
+    /**
+     * Goes on after a {@link WorkerException}: opens the medium in another process and gets there to the place where the reader
+     * was, so that the next packet is the one behind the last packet that it has delivered. For that it reads what was read
+     * since the opening, or since the last seek; the process gets the packets, and nobody else. Restart the decoders of the
+     * streams too, by {@link VideoDecoder#restart()} and {@link AudioDecoder#restart()}; a packet with which a decoder ended the
+     * process is not delivered again.
+     *
+     * <p>When it was the reading itself that ended the process, it may do so again at the same packet. Then seek behind it,
+     * once the reader is restarted. After a seek that has failed, seek again.
+     *
+     * @throws MediaException when the bytes are read forward only: those before are gone
+     * @throws MediaFormatException when the bytes have changed since they were read
+     * @throws WorkerException when the new process ends on the way
+     * @throws MediaStateException when the reader is closed or in use
+     * @throws IOException when the bytes cannot be read
+     */
+    public void restart() throws IOException {
+        demuxer.restart();
     }
 
     /**
@@ -579,40 +486,22 @@ public final class MediaReader implements AutoCloseable {
      */
     @Override
     public void close() throws IOException {
-        handle.close();
-        channel.close();
+        demuxer.close();
+        demuxer.closeChannel();
     }
 
     /** Closes the reader but not its channel. */
     void release() {
-        handle.close();
+        demuxer.close();
     }
 
     /** Closes the channel only, which ends the call of another thread. */
     void interrupt() throws IOException {
-        channel.close();
-    }
-
-    private void learnStreams(ContainerReader reader, long count) {
-        List<MediaStream> known = new ArrayList<>(streams);
-        int first = known.size();
-        List<StreamMetadata> metadataOfNew = StreamMetadata.read(reader, first, count);
-        for (int i = first; i < count; i++) {
-            known.add(new MediaStream(i, reader.stream(i), reader.codecName(i), reader.extradata(i),
-                    metadataOfNew.get(i - first), place));
-        }
-        streams = List.copyOf(known);
-    }
-
-    /** Unchecked exceptions of the channel stay as they are. The others report a damaged container. */
-    private static RuntimeException failed(c_mediareader_source source, String what, RuntimeException cause) {
-        return cause.getClass() == RuntimeException.class && !source.threw(cause)
-                ? new MediaFormatException(what + " (" + MediaException.plain(cause) + ")", cause)
-                : cause;
+        demuxer.closeChannel();
     }
 
     private Optional<Duration> time(int field) {
-        long micros = info[field];
+        long micros = demuxer.info(field);
         return micros == Packet.NO_TIME ? Optional.empty() : Optional.of(new Rational(1, 1_000_000).times(micros));
     }
 }

@@ -62,7 +62,7 @@ public final class MediaStream {
         this.codecName = codecName;
         this.extradata = extradata.clone();
         this.metadata = metadata;
-        this.place = place;
+        this.place = place.ofStream(Math.max(index, 0));
     }
 
     /** Describes a stream that no container holds. */

@@ -5,6 +5,7 @@ import kiv.media.ffmpeg.natives.AudioParams;
 import kiv.media.ffmpeg.natives.AudioStatus;
 import kiv.media.ffmpeg.natives.ProcessFlags;
 import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
+import kiv.media.ffmpeg.wall.PacketAhead;
 import kiv.media.ffmpeg.wall.SoundCodec;
 
 /**
@@ -81,6 +82,15 @@ final class NativeAudioCodec {
         return call(codec, null, 0, 0, ProcessFlags.DRAIN | ProcessFlags.WHOLE_PACKET);
     }
 
+    /** Has a codec decode a packet before {@link #process} is called with it. */
+    void add(SoundCodec codec, PacketAhead packet) {
+        int[] ahead = new int[AudioParams.SIZE_WITH_SKIPPED];
+        ahead[AudioParams.LENGTH] = packet.length();
+        ahead[AudioParams.FLAGS] = ProcessFlags.WHOLE_PACKET;
+        ahead[AudioParams.OUT_LENGTH] = room.length;
+        codec.add(packet, ahead);
+    }
+
     private Result call(SoundCodec codec, byte[] in, int offset, int length, int flags) {
         byte[] before = unsure ? fetch(codec) : NOTHING;
         unsure = true;
@@ -94,7 +104,7 @@ final class NativeAudioCodec {
         // Output that fills the room ends a call, so there is no error behind it.
         boolean failed = (result & AudioStatus.DECODING_ERROR) != 0;
         byte[] bytes = (result & AudioStatus.OUTPUT_TOO_SMALL) != 0 ? fetch(codec)
-                : takeOut(result, params[AudioParams.OUT_LENGTH]);
+                : takeOut(codec, result);
         unsure = false;
         return new Result(join(before, bytes), failed, rest);
     }
@@ -122,14 +132,15 @@ final class NativeAudioCodec {
             params[AudioParams.OUT_LENGTH] = room.length;
             result = codec.process(null, room, params);
         }
-        return takeOut(result, params[AudioParams.OUT_LENGTH]);
+        return takeOut(codec, result);
     }
 
-    private byte[] takeOut(int result, int length) {
+    private byte[] takeOut(SoundCodec codec, int result) {
         if ((result & (AudioStatus.OUTPUT_LOST | AudioStatus.OUTPUT_TOO_SMALL)) != 0) {
             throw new IllegalStateException("the library did not hand out its sound: " + result);
         }
-        return length == 0 ? NOTHING : Arrays.copyOf(room, length);
+        int length = params[AudioParams.OUT_LENGTH];
+        return length == 0 ? NOTHING : codec.output(room, length);
     }
 
     private static byte[] join(byte[] before, byte[] bytes) {

@@ -81,6 +81,18 @@ final class NativeHandle<N> {
     }
 
     /**
+     * Puts another object in the place of the present one. Only inside of a call.
+     *
+     * @param other the object of later calls
+     * @return the former object, to be deleted by the caller
+     */
+    N replace(N other) {
+        N former = target.object;
+        target.object = other;
+        return former;
+    }
+
+    /**
      * Deletes the object. A second call does nothing.
      *
      * @throws MediaStateException when another call is running

@@ -97,7 +97,7 @@ public final class Packet {
     static Packet ofNative(byte[] bytes, int size, long[] fields) {
         return new Packet(bytes, size, (int) fields[PacketFields.STREAM], fields[PacketFields.PRESENTATION_TIME],
                 fields[PacketFields.DECODING_TIME], fields[PacketFields.DURATION],
-                (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0, fields[PacketFields.POSITION],
+                (fields[PacketFields.FLAGS] & PacketFlags.KEY) != 0, Math.max(fields[PacketFields.POSITION], NO_POSITION),
                 (fields[PacketFields.FLAGS] & PacketFlags.DAMAGED) != 0, SampleTrim.ofNative(fields));
     }
 

@@ -84,7 +84,7 @@ final class PacketFetcher implements AutoCloseable {
 
     private byte[] read() throws IOException {
         try {
-            return reader.readStream(stream, null, fields);
+            return reader.demuxer().readStream(stream, null, fields);
         } catch (MediaFormatException e) {
             return null;
         }
@@ -133,7 +133,7 @@ final class PacketFetcher implements AutoCloseable {
         }
         next = -1;
         ahead = null;
-        return (inBytes ? to >= 0 : to != Packet.NO_TIME) && reader.trySeek(stream, to, inBytes);
+        return (inBytes ? to >= 0 : to != Packet.NO_TIME) && reader.demuxer().trySeek(stream, to, inBytes);
     }
 
     /** Looks where the reader is. @return whether that is at or before a place, from which on all packets are as indexed */

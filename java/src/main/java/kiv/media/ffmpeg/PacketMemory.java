@@ -18,6 +18,11 @@ final class PacketMemory {
         byte[] into(byte[] room, long[] fields) throws IOException;
     }
 
+    /** {@return what describes the present packet, laid out as {@link PacketFields}} */
+    long[] fields() {
+        return fields;
+    }
+
     /** Returns the next packet, which is valid until the next call; null at the end. */
     Packet next(Read read) throws IOException {
         byte[] bytes = read.into(room, fields);

@@ -84,10 +84,28 @@ public final class PacketSplitter implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static PacketSplitter open(String codec, Rational timeBase) {
+        return open(codec, timeBase, Isolation.usual());
+    }
+
+    /**
+     * Opens a splitter in a place of the caller's. Otherwise as {@link #open(String, Rational)}.
+     *
+     * @param codec FFmpeg's short name of the codec
+     * @param timeBase the unit of the times that come with the bytes, in seconds
+     * @param isolation where the splitter and the decoders of its stream work
+     * @return the splitter, to be closed
+     * @throws UnsupportedCodecException when streams of the codec are not cut, or the loaded FFmpeg cannot do it
+     */
+    public static PacketSplitter open(String codec, Rational timeBase, Isolation isolation) {
+        Objects.requireNonNull(isolation, "isolation");
+        return open(codec, timeBase, isolation.place());
+    }
+
+    static PacketSplitter open(String codec, Rational timeBase, Workplace place) {
         Objects.requireNonNull(codec, "codec");
         Objects.requireNonNull(timeBase, "timeBase");
         try {
-            return new PacketSplitter(codec, timeBase, Workplace.usual());
+            return new PacketSplitter(codec, timeBase, place);
         } catch (MediaException e) {
             throw e;
         } catch (RuntimeException e) {
@@ -104,10 +122,14 @@ public final class PacketSplitter implements AutoCloseable {
      */
     public MediaStream stream() {
         return handle.call(splitter -> {
-            long[] known = splitter.stream();
-            known[StreamFields.TIME_BASE_NUMERATOR] = timeBase.numerator();
-            known[StreamFields.TIME_BASE_DENOMINATOR] = timeBase.denominator();
-            return MediaStream.ofSplitter(known, splitter.codecName(), place);
+            try {
+                long[] known = splitter.stream();
+                known[StreamFields.TIME_BASE_NUMERATOR] = timeBase.numerator();
+                known[StreamFields.TIME_BASE_DENOMINATOR] = timeBase.denominator();
+                return MediaStream.ofSplitter(known, splitter.codecName(), place);
+            } catch (RuntimeException | Error e) {
+                throw MediaException.of(e, "describing a stream of " + codec, MediaFormatException::new);
+            }
         });
     }
 
@@ -257,7 +279,11 @@ public final class PacketSplitter implements AutoCloseable {
 
     private void restart(Splitter splitter) {
         sincePacket = 0;
-        splitter.restart();
+        try {
+            splitter.restart();
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "cutting a stream of " + codec, MediaFormatException::new);
+        }
     }
 
     /**

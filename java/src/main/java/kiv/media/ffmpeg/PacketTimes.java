@@ -33,6 +33,11 @@ final class PacketTimes {
         forget();
     }
 
+    /** {@return the key of the next packet} */
+    int nextKey() {
+        return nextKey;
+    }
+
     /** Stores a packet's times and returns its key. */
     int remember(Packet packet) {
         int key = nextKey;

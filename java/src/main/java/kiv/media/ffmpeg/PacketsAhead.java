@@ -88,7 +88,7 @@ final class PacketsAhead {
         place = 0;
         all[PacketFields.STREAM] = PacketFields.NONE;
         try {
-            last = reader.readSeveral(stream, room, all);
+            last = reader.demuxer().readSeveral(stream, room, all);
         } catch (IOException | RuntimeException | Error e) {
             failure = e;
         }

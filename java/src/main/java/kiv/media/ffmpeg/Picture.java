@@ -9,7 +9,6 @@ import java.util.Objects;
 import java.util.Optional;
 import java.util.function.Supplier;
 import kiv.media.ffmpeg.natives.ConverterPlace;
-import kiv.media.ffmpeg.natives.PictureLayout;
 
 /**
  * A decoded picture in its decoder's own pixel format. It is immutable and does not depend on its decoder. Any thread
@@ -29,15 +28,12 @@ import kiv.media.ffmpeg.natives.PictureLayout;
 public final class Picture implements AutoCloseable {
 
     private static final int LARGEST_SIDE = 1 << 15;
-    private static final int PALETTE_PLANE = 1;
-    private static final int PALETTE_ENTRIES = 256;
     private static final String ARGB = "bgra";
 
     private final PixelFormat format;
     private final int width;
     private final int height;
-    private final int[] offsets;
-    private final int[] lineSizes;
+    private final PlaneLayout planes;
     private final Details details;
     private PictureMemory memory;
 
@@ -76,62 +72,23 @@ public final class Picture implements AutoCloseable {
         }
     }
 
-    /** Where the planes of a picture lie in memory of its own, without padding. */
-    private record Planes(int[] offsets, int[] lineSizes, int size) {
-
-        static Planes of(PixelFormat format, int width, int height) {
-            int[] offsets = new int[PictureLayout.PLANES];
-            int[] lineSizes = new int[PictureLayout.PLANES];
-            long size = 0;
-            for (int plane = 0; plane < format.planes(); plane++) {
-                offsets[plane] = (int) size;
-                lineSizes[plane] = format.rowBytes(plane, width);
-                size += (long) lineSizes[plane] * format.rows(plane, height);
-            }
-            if (format.reservesPalette()) {
-                offsets[PALETTE_PLANE] = (int) size;
-                size += PALETTE_ENTRIES * Integer.BYTES;
-            }
-            if (size > Integer.MAX_VALUE) {
-                throw new MediaException("no buffer holds " + width + "x" + height + " pixels of " + format
-                        + "; ask for a smaller size");
-            }
-            return new Planes(offsets, lineSizes, (int) size);
-        }
-    }
-
     /**
      * Becomes one user of the memory, which it releases when it is closed.
      *
-     * @param offsets where the planes start in the memory, in bytes
-     * @param lineSizes bytes from one row to the next
+     * @param planes where the planes lie in the memory
      * @throws DecodeException when the planes are not within the memory; the memory is then released
      */
-    Picture(PictureMemory memory, PixelFormat format, int width, int height, int[] offsets, int[] lineSizes,
-            Details details) {
+    Picture(PictureMemory memory, PlaneLayout planes, Details details) {
         this.memory = memory;
-        this.format = format;
-        this.width = width;
-        this.height = height;
-        this.offsets = offsets;
-        this.lineSizes = lineSizes;
+        this.format = planes.format();
+        this.width = planes.width();
+        this.height = planes.height();
+        this.planes = planes;
         this.details = details;
-        if (!isWithin(memory.buffer().capacity())) {
+        if (!planes.isWithin(memory.buffer().capacity())) {
             memory.release();
             throw new DecodeException("a picture is not within its memory");
         }
-    }
-
-    private boolean isWithin(int capacity) {
-        for (int plane = 0; plane < format.planes(); plane++) {
-            int rowBytes = format.rowBytes(plane, width);
-            long end = offsets[plane] + (long) lineSizes[plane] * (format.rows(plane, height) - 1) + rowBytes;
-            if (offsets[plane] < 0 || lineSizes[plane] < rowBytes || end > capacity) {
-                return false;
-            }
-        }
-        return !format.reservesPalette() || offsets[PALETTE_PLANE] >= 0
-                && offsets[PALETTE_PLANE] <= capacity - PALETTE_ENTRIES * Integer.BYTES;
     }
 
     /** {@return width in pixels} */
@@ -226,13 +183,13 @@ public final class Picture implements AutoCloseable {
     /** Returns the same picture with other times. The memory becomes that picture's, and this one is closed. */
     Picture timed(PacketTimes.Times times) {
         try (this) {
-            return new Picture(share(), format, width, height, offsets, lineSizes, details.with(times));
+            return new Picture(share(), planes, details.with(times));
         }
     }
 
     /** Returns a picture that shares the memory. */
     Picture copy() {
-        return new Picture(share(), format, width, height, offsets, lineSizes, details);
+        return new Picture(share(), planes, details);
     }
 
     /**
@@ -256,9 +213,10 @@ public final class Picture implements AutoCloseable {
         int rows = format.rows(index, height);
         int rowBytes = format.rowBytes(index, width);
         // The last row may have no padding.
-        ByteBuffer bytes = shared.buffer().slice(offsets[index], lineSizes[index] * (rows - 1) + rowBytes);
+        int lineSize = planes.lineSizes()[index];
+        ByteBuffer bytes = shared.buffer().slice(planes.offsets()[index], lineSize * (rows - 1) + rowBytes);
         return new Plane(bytes.order(format.isBigEndian() ? ByteOrder.BIG_ENDIAN : ByteOrder.LITTLE_ENDIAN),
-                lineSizes[index], rowBytes, rows);
+                lineSize, rowBytes, rows);
     }
 
     /**
@@ -274,8 +232,8 @@ public final class Picture implements AutoCloseable {
         }
         PictureMemory shared = share();
         try {
-            int[] palette = new int[PALETTE_ENTRIES];
-            shared.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES)
+            int[] palette = new int[PlaneLayout.PALETTE_BYTES / Integer.BYTES];
+            shared.buffer().slice(planes.palette(), PlaneLayout.PALETTE_BYTES)
                     .order(ByteOrder.nativeOrder()).asIntBuffer().get(palette);
             return palette;
         } finally {
@@ -290,7 +248,7 @@ public final class Picture implements AutoCloseable {
      * @throws MediaStateException when the picture is closed
      */
     public byte[] toBytes() {
-        long size = format.hasPalette() ? PALETTE_ENTRIES * Integer.BYTES : 0;
+        long size = format.hasPalette() ? PlaneLayout.PALETTE_BYTES : 0;
         for (int plane = 0; plane < format.planes(); plane++) {
             size += (long) format.rows(plane, height) * format.rowBytes(plane, width);
         }
@@ -302,7 +260,7 @@ public final class Picture implements AutoCloseable {
                 plane(shared, plane).putInto(bytes);
             }
             if (format.hasPalette()) {
-                bytes.put(shared.buffer().slice(offsets[PALETTE_PLANE], PALETTE_ENTRIES * Integer.BYTES));
+                bytes.put(shared.buffer().slice(planes.palette(), PlaneLayout.PALETTE_BYTES));
             }
             return bytes.array();
         } finally {
@@ -333,8 +291,8 @@ public final class Picture implements AutoCloseable {
             from[ConverterPlace.COLOR_PRIMARIES] = details.primaries;
             from[ConverterPlace.COLOR_TRANSFER] = details.transfer;
             from[ConverterPlace.PEAK] = details.peak;
-            ConverterPool.convert(shared, from,
-                    place(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[0], new int[0]), pixels, turn);
+            PlaneLayout to = new PlaneLayout(PixelFormat.named(ARGB), wantedWidth, wantedHeight, new int[0], new int[0]);
+            ConverterPool.convert(shared, from, to.place(), pixels, turn);
         } finally {
             shared.release();
         }
@@ -468,7 +426,7 @@ public final class Picture implements AutoCloseable {
     public Picture toUpright() {
         Presentation presentation = details.presentation;
         if (presentation.isUpright()) {
-            return new Picture(share(), format, width, height, offsets, lineSizes, details);
+            return new Picture(share(), planes, details);
         }
         PixelFormat turnable = format.turnable(presentation.swapsSides());
         if (turnable != format) {
@@ -478,19 +436,17 @@ public final class Picture implements AutoCloseable {
         }
         int shownWidth = presentation.swapsSides() ? height : width;
         int shownHeight = presentation.swapsSides() ? width : height;
-        Planes planes = Planes.of(format, shownWidth, shownHeight);
+        PlaneLayout turned = PlaneLayout.of(format, shownWidth, shownHeight);
         PictureMemory shared = share();
         try {
-            PictureMemory to = shared.another(planes.size);
+            PictureMemory to = shared.another(turned.size());
             try {
-                ConverterPool.turn(shared, place(), to.buffer(),
-                        place(format, shownWidth, shownHeight, planes.offsets, planes.lineSizes), presentation);
+                ConverterPool.turn(shared, place(), to.buffer(), turned.place(), presentation);
             } catch (Throwable e) {
                 to.release();
                 throw e;
             }
-            return new Picture(to, format, shownWidth, shownHeight, planes.offsets, planes.lineSizes,
-                    details.turned(height % 2 == 0));
+            return new Picture(to, turned, details.turned(height % 2 == 0));
         } finally {
             shared.release();
         }
@@ -527,14 +483,13 @@ public final class Picture implements AutoCloseable {
     public Picture convert(PixelFormat wanted, int wantedWidth, int wantedHeight) {
         Objects.requireNonNull(wanted, "wanted");
         checkSize(wantedWidth, wantedHeight);
-        Planes planes = Planes.of(wanted, wantedWidth, wantedHeight);
+        PlaneLayout converted = PlaneLayout.of(wanted, wantedWidth, wantedHeight);
         PictureMemory to;
         PictureMemory shared = share();
         try {
-            to = shared.another(planes.size);
+            to = shared.another(converted.size());
             try {
-                ConverterPool.convert(shared, place(), to.buffer(),
-                        place(wanted, wantedWidth, wantedHeight, planes.offsets, planes.lineSizes));
+                ConverterPool.convert(shared, place(), to.buffer(), converted.place());
             } catch (Throwable e) {
                 to.release();
                 throw e;
@@ -547,8 +502,7 @@ public final class Picture implements AutoCloseable {
         boolean full = wanted.isFullRange() || details.fullRange && !wanted.isRgb() && !format.isFullRange();
         Rational shape = pixelShape().isKnown() ? pixelShape().times(width, wantedWidth).times(wantedHeight, height)
                 : pixelShape();
-        return new Picture(to, wanted, wantedWidth, wantedHeight, planes.offsets, planes.lineSizes,
-                details.with(full, details.presentation.withPixelShape(shape)));
+        return new Picture(to, converted, details.with(full, details.presentation.withPixelShape(shape)));
     }
 
     /** Reports a lack of heap as an exception. Only the caller's large request has failed, not the process. */
@@ -562,19 +516,9 @@ public final class Picture implements AutoCloseable {
     }
 
     private int[] place() {
-        int[] place = place(format, width, height, offsets, lineSizes);
+        int[] place = planes.place();
         place[ConverterPlace.COLOR_SPACE] = details.colorSpace;
         place[ConverterPlace.FULL_RANGE] = details.fullRange ? 1 : 0;
-        return place;
-    }
-
-    private static int[] place(PixelFormat format, int width, int height, int[] offsets, int[] lineSizes) {
-        int[] place = new int[ConverterPlace.SIZE];
-        place[ConverterPlace.PIXEL_FORMAT] = format.number();
-        place[ConverterPlace.WIDTH] = width;
-        place[ConverterPlace.HEIGHT] = height;
-        System.arraycopy(offsets, 0, place, ConverterPlace.PLANE_OFFSETS, offsets.length);
-        System.arraycopy(lineSizes, 0, place, ConverterPlace.LINE_SIZES, lineSizes.length);
         return place;
     }
 

@@ -13,16 +13,13 @@ final class PictureKind {
     private static final int END = PictureCall.COLOR_TRANSFER + 1;
 
     private final long[] description;
-    private final PixelFormat format;
-    private final int[] offsets;
-    private final int[] lineSizes;
+    private final PlaneLayout planes;
     private final Picture.Details details;
 
     private PictureKind(long[] description, PixelFormat format, Picture.Details details) {
         this.description = description;
-        this.format = format;
-        this.offsets = planes(description, PictureCall.PLANE_OFFSETS);
-        this.lineSizes = planes(description, PictureCall.LINE_SIZES);
+        this.planes = new PlaneLayout(format, (int) description[PictureCall.WIDTH], (int) description[PictureCall.HEIGHT],
+                planes(description, PictureCall.PLANE_OFFSETS), planes(description, PictureCall.LINE_SIZES));
         this.details = details;
     }
 
@@ -60,7 +57,6 @@ final class PictureKind {
 
     /** A picture of this kind, which becomes a user of the memory in the caller's place. */
     Picture picture(PictureMemory memory, PacketTimes.Times times, boolean key) {
-        return new Picture(memory, format, (int) description[PictureCall.WIDTH], (int) description[PictureCall.HEIGHT],
-                offsets, lineSizes, details.with(times, key));
+        return new Picture(memory, planes, details.with(times, key));
     }
 }

@@ -17,6 +17,8 @@ final class PictureMemoryPool {
 
     /** About as many as a program that closes its pictures uses at a time. */
     private static final int LARGEST = 8;
+    /** A decoder behind the wall decodes ahead. */
+    private static final int LARGEST_SHARED = 20;
     /** More than any decoder needs for its first plane. */
     private static final int ALIGNMENT = 128;
 
@@ -97,7 +99,7 @@ final class PictureMemoryPool {
             return;
         }
         spare.push(memory);
-        if (spare.size() > LARGEST) {
+        if (spare.size() > (shared == null ? LARGEST : LARGEST_SHARED)) {
             // The oldest one has a size that no picture needs any more.
             spare.removeLast().free();
         }

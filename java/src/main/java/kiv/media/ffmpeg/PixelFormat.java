@@ -49,6 +49,9 @@ public final class PixelFormat {
         if (known != null) {
             return known;
         }
+        if (number < 0 || number >= NUMBERS) {
+            return Optional.empty(); // and not kept: a worker may name any number
+        }
         // No lock is held: loading the library logs, and a logger runs foreign code.
         long context = FfmpegLibrary.context();
         int[] description = c_pictureconverter_ffmpeg.n_pixel_format(context, number);

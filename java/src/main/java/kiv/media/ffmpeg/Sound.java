@@ -8,7 +8,6 @@ import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Path;
 import java.time.Duration;
 import java.util.Objects;
-import java.util.concurrent.locks.ReentrantLock;
 
 /**
  * The sound of a file, any part of it in any order.
@@ -45,18 +44,19 @@ public final class Sound implements Closeable {
     private final SeekableByteChannel channel;
     private final SampleFormat samples;
     private final SoundDecoder decoder;
-    private final ReentrantLock lock = new ReentrantLock();
-    private boolean closed;
+    private final ExclusiveAccess access = new ExclusiveAccess("sound");
 
-    private Sound(SeekableByteChannel channel, int index, SampleFormat samples, ReaderLimits limits) throws IOException {
+    private Sound(SeekableByteChannel channel, int index, SampleFormat samples, ReaderLimits limits, Isolation isolation)
+            throws IOException {
         this.channel = channel;
         this.samples = samples;
-        MediaReader reader = MediaReader.open(new SharedChannel(channel), limits);
+        Workplace place = isolation.place();
+        MediaReader reader = MediaReader.open(new SharedChannel(channel), limits, place);
         try {
             stream = index == FIRST ? reader.firstAudioOrThrow() : choose(reader, index);
             formatName = reader.formatName();
             decoder = new SoundDecoder(reader, stream, samples,
-                    () -> MediaReader.open(new SharedChannel(channel), limits));
+                    () -> MediaReader.open(new SharedChannel(channel), limits, place));
         } catch (Throwable e) {
             reader.release();
             throw e;
@@ -86,8 +86,23 @@ public final class Sound implements Closeable {
      * @throws IOException when the file cannot be read
      */
     public static Sound open(Path file, SampleFormat samples) throws IOException {
+        return open(file, samples, Isolation.usual());
+    }
+
+    /**
+     * Opens the first audio stream of a file in a place of the caller's. Otherwise as {@link #open(Path)}. The call that finds
+     * the process of the sound ended throws a {@link WorkerException}, and so does each later one: open the sound again.
+     *
+     * @param file the file
+     * @param samples the kind of the samples
+     * @param isolation where the sound works
+     * @return the sound, which the caller closes
+     * @throws IOException when the file cannot be read
+     */
+    public static Sound open(Path file, SampleFormat samples, Isolation isolation) throws IOException {
         Objects.requireNonNull(samples, "samples");
-        return MediaFile.open(file, channel -> open(channel, samples, ReaderLimits.USUAL));
+        Objects.requireNonNull(isolation, "isolation");
+        return MediaFile.open(file, channel -> open(channel, samples, ReaderLimits.USUAL, isolation));
     }
 
     /**
@@ -102,8 +117,25 @@ public final class Sound implements Closeable {
      * @throws IllegalArgumentException when the stream is no audio stream
      */
     public static Sound open(Path file, int stream, SampleFormat samples) throws IOException {
+        return open(file, stream, samples, Isolation.usual());
+    }
+
+    /**
+     * Opens an audio stream of a file in a place of the caller's. Otherwise as {@link #open(Path, SampleFormat, Isolation)}.
+     *
+     * @param file the file
+     * @param stream the stream's {@linkplain MediaStream#index() index}
+     * @param samples the kind of the samples
+     * @param isolation where the sound works
+     * @return the sound, which the caller closes
+     * @throws IOException when the file cannot be read
+     * @throws IndexOutOfBoundsException when there is no such stream
+     * @throws IllegalArgumentException when the stream is no audio stream
+     */
+    public static Sound open(Path file, int stream, SampleFormat samples, Isolation isolation) throws IOException {
         Objects.requireNonNull(samples, "samples");
-        return MediaFile.open(file, channel -> open(channel, stream, samples, ReaderLimits.USUAL));
+        Objects.requireNonNull(isolation, "isolation");
+        return MediaFile.open(file, channel -> open(channel, stream, samples, ReaderLimits.USUAL, isolation));
     }
 
     /**
@@ -117,8 +149,24 @@ public final class Sound implements Closeable {
      * @throws IOException when the channel cannot be read
      */
     public static Sound open(SeekableByteChannel channel, SampleFormat samples, ReaderLimits limits) throws IOException {
+        return open(channel, samples, limits, Isolation.usual());
+    }
+
+    /**
+     * Opens the first audio stream of a channel in a place of the caller's. Otherwise as
+     * {@link #open(SeekableByteChannel, SampleFormat, ReaderLimits)} and {@link #open(Path, SampleFormat, Isolation)}.
+     *
+     * @param channel the bytes
+     * @param samples the kind of the samples
+     * @param limits what opening may cost
+     * @param isolation where the sound works
+     * @return the sound, which the caller closes
+     * @throws IOException when the channel cannot be read
+     */
+    public static Sound open(SeekableByteChannel channel, SampleFormat samples, ReaderLimits limits, Isolation isolation)
+            throws IOException {
         return new Sound(Objects.requireNonNull(channel, "channel"), FIRST, Objects.requireNonNull(samples, "samples"),
-                Objects.requireNonNull(limits, "limits"));
+                Objects.requireNonNull(limits, "limits"), Objects.requireNonNull(isolation, "isolation"));
     }
 
     /**
@@ -135,11 +183,30 @@ public final class Sound implements Closeable {
      */
     public static Sound open(SeekableByteChannel channel, int stream, SampleFormat samples, ReaderLimits limits)
             throws IOException {
+        return open(channel, stream, samples, limits, Isolation.usual());
+    }
+
+    /**
+     * Opens an audio stream of a channel in a place of the caller's. Otherwise as
+     * {@link #open(SeekableByteChannel, SampleFormat, ReaderLimits, Isolation)}.
+     *
+     * @param channel the bytes
+     * @param stream the stream's {@linkplain MediaStream#index() index}
+     * @param samples the kind of the samples
+     * @param limits what opening may cost
+     * @param isolation where the sound works
+     * @return the sound, which the caller closes
+     * @throws IOException when the channel cannot be read
+     * @throws IndexOutOfBoundsException when there is no such stream
+     * @throws IllegalArgumentException when the stream is no audio stream
+     */
+    public static Sound open(SeekableByteChannel channel, int stream, SampleFormat samples, ReaderLimits limits,
+            Isolation isolation) throws IOException {
         if (stream < 0) {
             throw new IndexOutOfBoundsException("there is no stream " + stream);
         }
         return new Sound(Objects.requireNonNull(channel, "channel"), stream, Objects.requireNonNull(samples, "samples"),
-                Objects.requireNonNull(limits, "limits"));
+                Objects.requireNonNull(limits, "limits"), Objects.requireNonNull(isolation, "isolation"));
     }
 
     private static MediaStream choose(MediaReader reader, int index) {
@@ -170,7 +237,7 @@ public final class Sound implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public long length() throws IOException {
-        return call(decoder::length);
+        return access.call(decoder::length);
     }
 
     /**
@@ -185,7 +252,7 @@ public final class Sound implements Closeable {
      * @throws MediaFormatException when the bytes have changed since the sound was opened
      */
     public AudioBlock samples(long from, long to) throws IOException {
-        return call(() -> block(from, to));
+        return access.call(() -> block(from, to));
     }
 
     /**
@@ -202,7 +269,7 @@ public final class Sound implements Closeable {
         if (Objects.requireNonNull(from, "from").compareTo(Objects.requireNonNull(to, "to")) > 0) {
             throw new IllegalArgumentException(from + " is later than " + to);
         }
-        return call(() -> {
+        return access.call(() -> {
             long first = decoder.find(from);
             return block(first, Math.max(first, decoder.find(to)));
         });
@@ -232,7 +299,7 @@ public final class Sound implements Closeable {
      */
     public long numberAt(Duration time) throws IOException {
         Objects.requireNonNull(time, "time");
-        return call(() -> decoder.find(time));
+        return access.call(() -> decoder.find(time));
     }
 
     /**
@@ -244,7 +311,7 @@ public final class Sound implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public Duration timeOf(long number) throws IOException {
-        return call(() -> {
+        return access.call(() -> {
             if (number < 0 || !decoder.knows(number)) {
                 throw new IndexOutOfBoundsException("there is no sample " + number);
             }
@@ -261,7 +328,7 @@ public final class Sound implements Closeable {
      * @throws IOException when the bytes cannot be read or written
      */
     public void saveIndex(OutputStream to) throws IOException {
-        call(() -> {
+        access.call(() -> {
             saved().write(decoder::save, to);
             return null;
         });
@@ -282,7 +349,7 @@ public final class Sound implements Closeable {
      * @throws IOException when the bytes cannot be read
      */
     public void loadIndex(InputStream from) throws IOException {
-        call(() -> {
+        access.call(() -> {
             saved().read(from, decoder::load);
             return null;
         });
@@ -293,26 +360,6 @@ public final class Sound implements Closeable {
         return decoder.decodedPackets();
     }
 
-    /** Some work with the sound. */
-    @FunctionalInterface
-    private interface Work<T> {
-        T run() throws IOException;
-    }
-
-    private <T> T call(Work<T> work) throws IOException {
-        if (lock.isHeldByCurrentThread() || !lock.tryLock()) {
-            throw new MediaStateException("the sound is in use; let one thread at a time call it");
-        }
-        try {
-            if (closed) {
-                throw new MediaStateException("the sound is closed; open another one");
-            }
-            return work.run();
-        } finally {
-            lock.unlock();
-        }
-    }
-
     /**
      * Closes the sound and its channel. A second call does nothing.
      *
@@ -321,17 +368,7 @@ public final class Sound implements Closeable {
      */
     @Override
     public void close() throws IOException {
-        if (lock.isHeldByCurrentThread() || !lock.tryLock()) {
-            throw new MediaStateException("the sound is in use; close it when its call has ended");
-        }
-        try {
-            if (!closed) {
-                closed = true;
-                decoder.close();
-            }
-        } finally {
-            lock.unlock();
-        }
+        access.close("close it when its call has ended", decoder::close);
         channel.close();
     }
 }

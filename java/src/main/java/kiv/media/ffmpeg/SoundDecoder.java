@@ -110,7 +110,7 @@ final class SoundDecoder implements AutoCloseable {
         }
         Packet packet;
         try {
-            packet = reader.readOf(stream, fields);
+            packet = reader.demuxer().readOf(stream, fields);
         } catch (MediaFormatException e) {
             if (index.size() == 0) {
                 throw e;
@@ -127,6 +127,9 @@ final class SoundDecoder implements AutoCloseable {
         decoded++;
         recent = map.size() - 1;
         recentPcm = sound.pcm();
+        if (!ended) {
+            whole.goOn(reader);
+        }
         return true;
     }
 

@@ -69,7 +69,7 @@ final class SoundLength {
         boolean certain = true;
         try (AudioDecoder decoder = AudioDecoder.open(stream)) {
             int count = 0;
-            for (Packet packet; certain && (packet = reader.readOf(stream, fields)) != null; count++) {
+            for (Packet packet; certain && (packet = reader.demuxer().readOf(stream, fields)) != null; count++) {
                 certain = !packet.isDamaged() && fields[PacketFields.ERRORS] == 0;
                 if (count < DECODED) {
                     certain &= begin(packet, decoder);

@@ -9,6 +9,8 @@ import java.util.List;
 import java.util.Objects;
 import java.util.function.Function;
 import java.util.stream.Stream;
+import kiv.media.ffmpeg.natives.PacketFields;
+import kiv.media.ffmpeg.natives.PacketFlags;
 import kiv.media.ffmpeg.natives.PictureCall;
 import kiv.media.ffmpeg.natives.PictureResult;
 import kiv.media.ffmpeg.natives.ProcessFlags;
@@ -43,8 +45,8 @@ public final class VideoDecoder implements AutoCloseable {
     /** Stands for as many threads as the pictures are worth. */
     private static final int USUAL_THREADS = 0;
 
-    private final NativeHandle<PictureDecoder> handle;
-    private final PictureMemoryPool pool;
+    private final NativeHandle<Made> handle;
+    private PictureMemoryPool pool;
     private final int threads;
     private final VideoFormat format;
     /** Null when the packets are no reader's. */
@@ -59,23 +61,39 @@ public final class VideoDecoder implements AutoCloseable {
     private final Deque<Picture> finished = new ArrayDeque<>();
     private final long[] call = new long[PictureCall.SIZE];
     private PictureKind kind;
+    private final boolean strict;
+    private final Workplace place;
 
-    private VideoDecoder(PictureDecoder decoder, PictureMemoryPool pool, int threads, VideoFormat format, MediaStream stream,
-            boolean numbered) {
+    /**
+     * What works for a decoder, until it is closed or restarted.
+     *
+     * @param pool the memory of its pictures
+     */
+    private record Made(PictureDecoder decoder, PictureMemoryPool pool) {
+
+        void delete() {
+            decoder.delete();
+            pool.close();
+        }
+    }
+
+    private VideoDecoder(Made made, int threads, VideoFormat format, MediaStream stream,
+            boolean numbered, boolean strict, Workplace place) {
         boolean usual = threads == USUAL_THREADS;
         int taken = usual && format.width() * format.height() > PIXELS_FOR_ONE_THREAD ? ThreadBudget.take() : 0;
-        this.handle = new NativeHandle<>("decoder", this, decoder, dead -> {
+        this.handle = new NativeHandle<>("decoder", this, made, dead -> {
             dead.delete();
-            pool.close();
             ThreadBudget.putBack(taken);
         });
-        this.pool = pool;
+        this.pool = made.pool;
+        this.strict = strict;
+        this.place = place;
         this.threads = usual ? Math.max(1, taken) : threads;
         this.format = format;
         this.stream = stream;
         this.numbered = numbered;
         this.filter = new PacketFilter(stream);
-        this.wholePackets = new WholePacketCheck(format.codecName(), format.extradata());
+        this.wholePackets = new WholePacketCheck(format.codecName(), format.extradata(), place);
         this.clock = new PictureClock(stream == null ? new Rational(0, 0) : stream.frameRate(), format.timeBase());
     }
 
@@ -103,7 +121,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream) {
-        return open(VideoFormat.of(stream), stream, false, false, USUAL_THREADS);
+        return open(stream, false, false, USUAL_THREADS);
     }
 
     /**
@@ -121,7 +139,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(MediaStream stream, int threads) {
-        return open(VideoFormat.of(stream), stream, false, false, checked(threads));
+        return open(stream, false, false, checked(threads));
     }
 
     private static int checked(int threads) {
@@ -140,7 +158,7 @@ public final class VideoDecoder implements AutoCloseable {
      * @param strict whether damage that the decoder notices is an error, instead of something to guess at
      */
     static VideoDecoder openNumbered(MediaStream stream, boolean strict) {
-        return open(VideoFormat.of(stream), stream, true, strict, 1);
+        return open(stream, true, strict, 1);
     }
 
     /**
@@ -166,37 +184,73 @@ public final class VideoDecoder implements AutoCloseable {
      * @throws LibraryException when the library cannot be loaded
      */
     public static VideoDecoder open(VideoFormat format, int threads) {
-        return open(Objects.requireNonNull(format, "format"), null, false, false, checked(threads));
+        return open(format, threads, Isolation.usual());
+    }
+
+    /**
+     * Opens a decoder in a place of the caller's for packets that no {@link MediaReader} reads. Otherwise as
+     * {@link #open(VideoFormat, int)}. Decoders of a reader's streams work where the reader does.
+     *
+     * @param format the compressed video
+     * @param threads 1 to 64, as for {@link #open(MediaStream, int)}
+     * @param isolation where the decoder works
+     * @return the decoder, to be closed
+     * @throws UnsupportedCodecException when the library has no decoder for the format
+     * @throws IllegalArgumentException for another number of threads
+     */
+    public static VideoDecoder open(VideoFormat format, int threads, Isolation isolation) {
+        return open(Objects.requireNonNull(format, "format"), null, false, false, checked(threads),
+                Objects.requireNonNull(isolation, "isolation").place());
+    }
+
+    private static VideoDecoder open(MediaStream stream, boolean numbered, boolean strict, int threads) {
+        return open(VideoFormat.of(stream), stream, numbered, strict, threads, stream.place());
     }
 
     private static VideoDecoder open(VideoFormat format, MediaStream stream, boolean numbered, boolean strict,
-            int threads) {
-        PictureDecoder made;
+            int threads, Workplace place) {
+        Made made = make(format, place);
+        VideoDecoder decoder = new VideoDecoder(made, threads, format, stream, numbered, strict, place);
         try {
-            made = format.createDecoder(stream == null ? Workplace.usual() : stream.place());
+            decoder.configure(made.decoder);
+            return decoder;
+        } catch (Throwable e) {
+            decoder.close();
+            throw e;
+        }
+    }
+
+    private static Made make(VideoFormat format, Workplace place) {
+        try {
+            PictureDecoder made = format.createDecoder(place);
+            return new Made(made, new PictureMemoryPool(made.memory()));
         } catch (MediaException e) {
             throw e;
         } catch (RuntimeException e) {
             throw new UnsupportedCodecException("no decoder for " + format + ": " + MediaException.plain(e), e);
         }
-        VideoDecoder decoder = new VideoDecoder(made, new PictureMemoryPool(made.memory()), threads, format, stream, numbered);
+    }
+
+    private void configure(PictureDecoder made) {
         try {
-            // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
-            made.setOption(c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
-            made.setOption(c_codecoptions_ffmpeg.POOLED_PICTURES, 1);
-            made.setOption(c_codecoptions_ffmpeg.THREADS, decoder.threads);
-            if (stream != null && !stream.isOfSplitter()) {
-                stream.describePictures(made);
-            }
-            made.setOption(c_codecoptions_ffmpeg.DAMAGE_IS_ERROR, strict ? 1 : 0);
-            if (!made.open()) {
-                throw new UnsupportedCodecException("the decoder does not open for " + format
-                        + "; its private data may be missing or damaged");
-            }
-            return decoder;
-        } catch (Throwable e) {
-            decoder.close();
-            throw e;
+            configureAndOpen(made);
+        } catch (RuntimeException | Error e) {
+            throw MediaException.of(e, "opening a decoder", UnsupportedCodecException::new);
+        }
+    }
+
+    private void configureAndOpen(PictureDecoder made) {
+        // A container's packet is a whole picture. A decoder that knows this does not wait for the next packet.
+        made.setOption(c_codecoptions_ffmpeg.WHOLE_PACKETS, 1);
+        made.setOption(c_codecoptions_ffmpeg.POOLED_PICTURES, 1);
+        made.setOption(c_codecoptions_ffmpeg.THREADS, threads);
+        if (stream != null && !stream.isOfSplitter()) {
+            stream.describePictures(made);
+        }
+        made.setOption(c_codecoptions_ffmpeg.DAMAGE_IS_ERROR, strict ? 1 : 0);
+        if (!made.open()) {
+            throw new UnsupportedCodecException("the decoder does not open for " + format
+                    + "; its private data may be missing or damaged");
         }
     }
 
@@ -273,8 +327,26 @@ public final class VideoDecoder implements AutoCloseable {
     private PullSpliterator<Picture> decoding(MediaReader reader) {
         filter.check(reader);
         PacketMemory memory = new PacketMemory();
-        return new DecodingSpliterator<>(() -> reader.read(memory), filter, this::decodeOrEnd,
-                () -> call(codec -> finished.poll()));
+        return new DecodingSpliterator<>(() -> reader.read(memory), filter, this::decodeOrEnd, () -> call(codec -> {
+            codec.expectAhead();
+            Picture picture = finished.poll();
+            if (picture != null) {
+                goOn(codec, reader);
+            }
+            return picture;
+        }));
+    }
+
+    /** Has a decoder behind the wall decode the packets that come next, while the caller looks at a picture. */
+    private void goOn(PictureDecoder codec, MediaReader reader) {
+        int[] key = {times.nextKey() + codec.taken()};
+        reader.demuxer().decodeAhead(codec, stream, packet -> {
+            long[] ahead = codec.nextCall();
+            pool.stock(ahead, false);
+            ahead[PictureCall.KEY] = key[0]++;
+            boolean isKey = (packet.fields()[PacketFields.FLAGS] & PacketFlags.KEY) != 0;
+            codec.add(packet, isKey ? ProcessFlags.KEY : 0, ahead);
+        });
     }
 
     /**
@@ -368,11 +440,43 @@ public final class VideoDecoder implements AutoCloseable {
      */
     public void reset() {
         call(codec -> {
-            codec.reset();
-            times.forget();
-            clock.forget();
-            finished.forEach(Picture::close);
-            finished.clear();
+            reset(codec);
+            forget();
+            return null;
+        });
+    }
+
+    private void forget() {
+        times.forget();
+        clock.forget();
+        finished.forEach(Picture::close);
+        finished.clear();
+    }
+
+    /**
+     * Goes on after a {@link WorkerException}, in the process of the restarted reader or another one. The decoder is then as
+     * after {@link #reset()}: most codecs give pictures from the next key picture on, and some of what the packets before it
+     * hold. Its pictures stay usable.
+     *
+     * @throws UnsupportedCodecException when the decoder does not open again
+     * @throws WorkerException when the new process ends at once
+     * @throws MediaStateException when the decoder is closed or in use
+     */
+    public void restart() {
+        handle.call(dead -> {
+            Made made = make(format, place);
+            boolean ready = false;
+            try {
+                configure(made.decoder);
+                ready = true;
+            } finally {
+                if (!ready) {
+                    made.delete();
+                }
+            }
+            forget();
+            pool = made.pool;
+            handle.replace(made).delete();
             return null;
         });
     }
@@ -388,7 +492,7 @@ public final class VideoDecoder implements AutoCloseable {
     }
 
     private <T> T call(NativeHandle.Call<PictureDecoder, T, RuntimeException> work) {
-        return handle.call(work);
+        return handle.call(made -> work.on(made.decoder));
     }
 
     private List<Picture> deliver() {
@@ -412,13 +516,17 @@ public final class VideoDecoder implements AutoCloseable {
 
     private void end(PictureDecoder codec) {
         process(codec, null, 0, ProcessFlags.DRAIN, NO_KEY);
+        reset(codec);
+        times.forget();
+        clock.begin();
+    }
+
+    private static void reset(PictureDecoder codec) {
         try {
             codec.reset();
         } catch (RuntimeException | Error e) {
             throw MediaException.of(e, "decoding", DecodeException::new);
         }
-        times.forget();
-        clock.begin();
     }
 
     /**

@@ -88,8 +88,7 @@ public final class VideoFormat {
             throw new MediaFormatException("pictures of an impossible size: " + stream);
         }
         return new VideoFormat(subtype.orElseGet(() -> MediaSubtypes.of(stream.codecTag())), stream.codecTag(),
-                stream.width(), stream.height(), stream.bitsPerCodedSample(), stream.extradata(), stream.timeBase(),
-                subtype.isPresent() && !stream.isOfSplitter() ? null : stream);
+                stream.width(), stream.height(), stream.bitsPerCodedSample(), stream.extradata(), stream.timeBase(), stream);
     }
 
     /**

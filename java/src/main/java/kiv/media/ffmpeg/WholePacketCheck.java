@@ -19,9 +19,12 @@ final class WholePacketCheck {
 
     private final String codec;
     private final byte[] extradata;
+    private final Workplace place;
     private int largest;
 
-    WholePacketCheck(String codec, byte[] extradata) {
+    /** @param place where packets are cut */
+    WholePacketCheck(String codec, byte[] extradata, Workplace place) {
+        this.place = place;
         this.codec = codec;
         this.extradata = extradata;
         // With lengths in front of them, units have no start codes.
@@ -46,7 +49,7 @@ final class WholePacketCheck {
 
     private int pictures(Packet packet) {
         List<Packet> parts = new ArrayList<>();
-        try (PacketSplitter splitter = PacketSplitter.open(codec)) {
+        try (PacketSplitter splitter = PacketSplitter.open(codec, new Rational(0, 0), place)) {
             parts.addAll(splitter.push(packet.bytes()));
             parts.addAll(splitter.finish());
         } catch (MediaException e) {

@@ -32,15 +32,10 @@ import kiv.media.ffmpeg.wall.WorkerLimits;
  */
 final class Workplace {
 
-    /** The system property that chooses where the objects of the API work: {@code process} or {@code wall}. */
-    static final String PROPERTY = "kiv.media.ffmpeg.isolation";
-
-    private static final WorkerLimits LIMITS = new WorkerLimits(2L << 30, 0, 20_000);
-
     private static final WorkerFailures FAILURES = new WorkerFailures() {
         @Override
-        public RuntimeException ended(WorkerEnd end, long packets) {
-            return new WorkerException(end, packets);
+        public RuntimeException ended(WorkerEnd end, long packets, int stream) {
+            return new WorkerException(end, packets, stream);
         }
 
         @Override
@@ -51,46 +46,82 @@ final class Workplace {
 
     /** Null for this process. */
     private final WorkerLimits limits;
+    /** Null when no process is kept for the next medium. */
+    private final WorkerPool pool;
+    /** The place of the whole medium. */
+    private final Workplace medium;
+    /** The stream whose packets the objects take; negative for none. */
+    private final int stream;
     /** Of the objects that were made last. */
     private Worker newest;
+    /** The number that this medium has among the worker's users. */
+    private int user;
 
-    private Workplace(WorkerLimits limits) {
+    /**
+     * Chooses a place.
+     *
+     * @param limits what the process may take; null for this process
+     * @param pool where processes are kept for the next medium; null for none
+     */
+    Workplace(WorkerLimits limits, WorkerPool pool) {
         this.limits = limits;
+        this.pool = pool;
+        this.medium = this;
+        this.stream = -1;
     }
 
-    /** {@return a place in a process behind the wall that may take so much} */
-    static Workplace behindWall(WorkerLimits limits) {
-        return new Workplace(limits);
+    private Workplace(Workplace medium, int stream) {
+        this.limits = medium.limits;
+        this.pool = medium.pool;
+        this.medium = medium;
+        this.stream = stream;
     }
 
-    /** {@return a place of the kind that the system property chooses} */
-    static Workplace usual() {
-        String chosen = System.getProperty(PROPERTY, "process");
-        if (!chosen.equals("process") && !chosen.equals("wall")) {
-            throw new IllegalArgumentException("-D" + PROPERTY + "=" + chosen + " is neither process nor wall");
-        }
-        return new Workplace(chosen.equals("wall") ? LIMITS : null);
+    /** {@return the same place, for objects that take a stream's packets} */
+    Workplace ofStream(int index) {
+        return new Workplace(medium, index);
     }
 
     private boolean isWall() {
         return limits != null;
     }
 
+    private Lane lane() {
+        Lane lane = medium.laneOfMedium();
+        lane.setStream(stream);
+        return lane;
+    }
+
     /** A lane of the worker, or of a new one when that has ended. */
-    private synchronized Lane lane() {
-        Lane lane = newest == null ? null : newest.openLane();
-        if (lane != null) {
+    private synchronized Lane laneOfMedium() {
+        FfmpegLibrary.context();
+        Lane lane = newest == null ? null : newest.openLane(user);
+        boolean used = true;
+        for (;;) {
+            if (lane == null) {
+                lane = Worker.start(program(), FfmpegLibrary.directory(), limits, FAILURES, pool == null ? null : pool.idle());
+                newest = lane.worker();
+                user = newest.user();
+                used = user > 0;
+            }
             try {
                 lane.limitAllocations(FfmpegLibrary.allocationLimit());
                 return lane;
             } catch (WorkerException e) {
-                // It ended between two orders. What worked there will report that.
+                // A worker that was used before may have ended between two orders. What worked there reports that.
+                if (!used) {
+                    throw e;
+                }
+                lane = null;
             }
         }
-        lane = Worker.start(program(), FfmpegLibrary.directory(), limits, FAILURES);
-        newest = lane.worker();
-        lane.limitAllocations(FfmpegLibrary.allocationLimit());
-        return lane;
+    }
+
+    /** {@return what a process behind the wall gave up, in its own words} */
+    String held() {
+        try (Lane lane = lane()) {
+            return lane.worker().held();
+        }
     }
 
     private static Path program() {

@@ -12,7 +12,7 @@
  *
  * <p>Failures are unchecked {@link kiv.media.ffmpeg.MediaException}s that state the reason, or an
  * {@link java.io.IOException} where bytes cannot be read. No misuse crashes the virtual machine. A file that was made to
- * do harm may, because FFmpeg reads it in the same process; {@code SECURITY.md} says what is kept out. One thread at a
+ * do harm may, unless it is opened with {@link kiv.media.ffmpeg.Isolation#wall()}; {@code SECURITY.md} says more. One thread at a
  * time uses an object, and different objects work in parallel. Times for people are {@link java.time.Duration}s. Exact
  * times are whole numbers in the unit of their stream,
  * {@link kiv.media.ffmpeg.MediaStream#timeBase()}.
@@ -30,6 +30,20 @@
  *                 ImageIO.write(picture.toShownImage(160), "png", directory.resolve(number++ + ".png").toFile());
  *             }
  *         }
+ *     }
+ * }
+ * }</pre>
+ *
+ * <p>The same of a film that a stranger has sent: it is decoded in a process that has no rights, and may take a minute. What it
+ * does to that process is an exception, and nothing else:
+ *
+ * <pre>{@code
+ * static boolean thumbnail(Path upload, Path png) throws IOException {
+ *     Isolation wall = Isolation.wall().withMemoryLimit(1L << 30).withProcessorTime(Duration.ofMinutes(1));
+ *     try (Film film = Film.open(upload, wall); Picture picture = film.pictureAt(Duration.ofSeconds(10))) {
+ *         return ImageIO.write(picture.toShownImage(160), "png", png.toFile());
+ *     } catch (MediaException e) {
+ *         return false;
  *     }
  * }
  * }</pre>

@@ -258,10 +258,11 @@ class MediaReaderTest {
                 }
             };
             PacketsAhead packets = new PacketsAhead(reader, reader.firstVideoOrThrow());
+            int stream = reader.firstVideoOrThrow().index();
             long[] fields = isAhead ? packets.fields() : new long[PacketFields.SIZE_WITH_LENGTH];
             for (byte[] packet = {}; packet != null && all.size() < 500;) {
                 try {
-                    packet = isAhead ? packets.next() : reader.readStream(reader.firstVideoOrThrow().index(), null, fields);
+                    packet = isAhead ? packets.next() : reader.demuxer().readStream(stream, null, fields);
                     all.add(packet == null ? "end" : Arrays.toString(fields)
                             + ByteBuffer.wrap(packet, 0, (int) fields[PacketFields.LENGTH]).hashCode());
                 } catch (IOException | MediaFormatException e) {

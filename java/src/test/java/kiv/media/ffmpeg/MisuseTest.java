@@ -61,6 +61,7 @@ class MisuseTest {
     private static final Set<String> EXPORTED = Set.of("kiv.media.ffmpeg", "kiv.media.ffmpeg.javasound",
             "kiv.media.ffmpeg.natives");
     private static final int ROUNDS = 16;
+    private static final boolean BEHIND_WALL = Isolation.usual().isWall();
     private static final Random RANDOM = new Random(5);
     private static final Logger LOGGER = Logger.getLogger("kiv.media.ffmpeg");
     private static final ExecutorService THREADS = Executors.newCachedThreadPool(task -> {
@@ -370,10 +371,14 @@ class MisuseTest {
             encoder.encode(noise(40_000));
             objects.addAll(List.of(reader, decoder, audio(reader), encoder));
         }
-        check(holdersNow(holders) >= before + objects.size(), "not all were counted: " + before + " to " + holders[0]);
+        check(holdersNow(holders) >= before + objects.size() / (BEHIND_WALL ? 2 : 1),
+                "not all were counted: " + before + " to " + holders[0]);
     }
 
     private static int holdersNow(int[] holders) throws IOException {
+        if (BEHIND_WALL) {
+            return (int) ProcessHandle.current().children().flatMap(ProcessHandle::children).count();
+        }
         MediaReader.open(film).close();
         return holders[0];
     }
@@ -400,7 +405,8 @@ class MisuseTest {
             judged("noise", () -> decoder.decode(packet(noise(500), 0)));
         }
         hostile[0] = false;
-        check(lines.keySet().containsAll(List.of("SEVERE", "FINE", "FINER")), "" + lines);
+        // What a worker logs goes nowhere.
+        check(lines.keySet().containsAll(BEHIND_WALL ? List.of("FINE") : List.of("SEVERE", "FINE", "FINER")), "" + lines);
     }
 
     private static List<Object> values(Object... values) {

@@ -52,7 +52,8 @@ class PictureTest {
             int[] offsets, int... lineSizes) {
         PictureMemory memory = new PictureMemoryPool().take(bytes.length);
         memory.buffer().duplicate().put(bytes);
-        return new Picture(memory, PixelFormat.named(format), width, height, offsets, Arrays.copyOf(lineSizes, 4), details);
+        return new Picture(memory,
+                new PlaneLayout(PixelFormat.named(format), width, height, offsets, Arrays.copyOf(lineSizes, 4)), details);
     }
 
     @Test

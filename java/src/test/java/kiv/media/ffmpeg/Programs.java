@@ -62,7 +62,7 @@ public final class Programs {
         Path log = directory.resolve("output");
         Process process = new ProcessBuilder(command).directory(directory.toFile()).redirectErrorStream(true)
                 .redirectOutput(log.toFile()).start();
-        if (!process.waitFor(10, TimeUnit.MINUTES)) {
+        if (!process.waitFor(Long.getLong("kiv.test.minutes", 10), TimeUnit.MINUTES)) {
             process.destroyForcibly().waitFor();
         }
         List<String> lines = Files.readAllLines(log, StandardCharsets.ISO_8859_1);

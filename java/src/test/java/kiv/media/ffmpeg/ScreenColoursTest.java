@@ -181,8 +181,8 @@ class ScreenColoursTest {
         PictureMemory memory = new PictureMemoryPool().take(bytes.length);
         memory.buffer().duplicate().put(bytes);
         boolean several = plane > 0;
-        return new Picture(memory, PixelFormat.named(format), width, bytes.length / line / (several ? 3 : 1),
-                new int[] {0, plane, 2 * plane, 0}, new int[] {line, several ? line : 0, several ? line : 0, 0},
+        return new Picture(memory, new PlaneLayout(PixelFormat.named(format), width, bytes.length / line / (several ? 3 : 1),
+                new int[] {0, plane, 2 * plane, 0}, new int[] {line, several ? line : 0, several ? line : 0, 0}),
                 new Picture.Details(new PacketTimes.Times(0, 0), new Rational(1, 25), true, false, false, false,
                         new Presentation(new Rational(0, 1), 0, false), 9, primaries, transfer, peak));
     }

@@ -183,7 +183,7 @@ final class DecodeCommand implements Callable<Integer> {
                 try (SoundWriter sound = soundStream == null ? null
                         : new SoundWriter(audio, inFilm && video != null ? input.openSound(audio) : null,
                                 decoders.sound, soundFile(), range, TimeRange.beginning(reader), observer, this::warn);
-                        Film film = inFilm && pictureStream != null ? input.open(Film::open) : null;
+                        Film film = inFilm && pictureStream != null ? input.openFilm() : null;
                         PictureOutput pictures = pictureStream == null ? null : openPictures(video);
                         Progress progress = startProgress(reader, pictureStream, audio, range)) {
                     announceSize(reader, pictureStream, range);
@@ -425,10 +425,10 @@ final class DecodeCommand implements Callable<Integer> {
                 table.row("removed", files.removed() + " pictures of an earlier run");
             }
         });
-        if (sound != null) {
+        if (sound != null && sound.files() > 0) {
             table.row("sound", sound.summary());
         }
-        long files = (pictures == null ? 0 : pictures.files()) + (sound == null ? 0 : 1);
+        long files = (pictures == null ? 0 : pictures.files()) + (sound == null ? 0 : sound.files());
         table.row("written", (files == 1 ? "" : files + " files, ") + ConsoleText.size((pictures == null ? 0
                 : pictures.bytes()) + (sound == null ? 0 : sound.bytes())));
         if (file == null) {

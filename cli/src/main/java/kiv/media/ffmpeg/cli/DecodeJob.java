@@ -17,6 +17,7 @@ import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.VideoDecoder;
+import kiv.media.ffmpeg.WorkerException;
 
 /** Decodes a part of a file and writes the pictures and the sound that are wanted. */
 final class DecodeJob {
@@ -75,6 +76,20 @@ final class DecodeJob {
         picturesDone = video == null;
         waiting &= video != null && sound != null;
         packets = new PacketSource(input, reader, warnings);
+        try {
+            decode(decoder, film, pictures, sound, progress);
+        } catch (WorkerException e) {
+            packets.endWith(e);
+        }
+        if (sound != null) {
+            endSound(sound);
+        }
+        packets.reportDeath(decoded > 0 || sound != null && sound.frames() > 0);
+        finish(pictures, sound);
+    }
+
+    private void decode(VideoDecoder decoder, Film film, PictureOutput pictures, SoundWriter sound, Progress progress)
+            throws IOException {
         if (film != null) {
             takePictures(film, pictures, sound, progress);
         }
@@ -93,13 +108,17 @@ final class DecodeJob {
         if (decoder != null && !picturesDone && film == null) {
             takePictures(decoder.finish(), pictures, sound, progress);
         }
-        while (!heldSound.isEmpty()) {
-            sound.write(heldSound.remove());
-        }
-        if (sound != null) {
+    }
+
+    private void endSound(SoundWriter sound) throws IOException {
+        try {
+            while (!heldSound.isEmpty()) {
+                sound.write(heldSound.remove());
+            }
             sound.end();
+        } catch (WorkerException e) {
+            packets.endWith(e);
         }
-        finish(pictures, sound);
     }
 
     /** Takes the pictures from shortly before the part on. Where the film ends first, its packets are still to be read. */
@@ -218,7 +237,7 @@ final class DecodeJob {
         if (pictures != null) {
             pictures.finish();
         }
-        if (sound != null) {
+        if (sound != null && (sound.frames() > 0 || !packets.isKilled())) {
             sound.finish();
         }
     }

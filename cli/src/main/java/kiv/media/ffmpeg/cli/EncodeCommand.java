@@ -24,6 +24,7 @@ import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.UnsupportedCodecException;
+import kiv.media.ffmpeg.WorkerException;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.ITypeConverter;
 import picocli.CommandLine.Mixin;
@@ -123,15 +124,20 @@ final class EncodeCommand implements Callable<Integer> {
                     Progress progress = quiet ? Progress.NONE : Progress.start("encoding", "seconds",
                             (long) DecodeJob.seconds(reader, sound, TimeRange.ALL))) {
                 PacketSource packets = new PacketSource(input, reader, this::warn);
-                for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
-                    encode(decode(decoder, packet), resampler, encoder, file);
-                    progress.at(encoder.frames() / encoder.format().sampleRate());
+                try {
+                    for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
+                        encode(decode(decoder, packet), resampler, encoder, file);
+                        progress.at(encoder.frames() / encoder.format().sampleRate());
+                    }
+                    encode(decoder.finish(), resampler, encoder, file);
+                } catch (WorkerException e) {
+                    packets.endWith(e);
                 }
-                encode(decoder.finish(), resampler, encoder, file);
                 if (resampler != null) {
                     file.write(encoder.encode(resampler.finish()));
                 }
                 file.write(encoder.finish());
+                packets.reportDeath(encoder.frames() > 0);
                 if (encoder.frames() == 0) {
                     throw new MediaFormatException(input.about("no sound could be decoded" + reason));
                 }

@@ -13,6 +13,7 @@ import java.nio.file.Path;
 import kiv.media.ffmpeg.LibraryException;
 import kiv.media.ffmpeg.MediaException;
 import kiv.media.ffmpeg.UnsupportedCodecException;
+import kiv.media.ffmpeg.WorkerException;
 import kiv.media.ffmpeg.cli.report.VisibleText;
 import picocli.CommandLine;
 import picocli.CommandLine.ParameterException;
@@ -100,6 +101,9 @@ final class FailureReport {
         }
         if (failure instanceof LibraryException) {
             return ExitStatus.LIBRARY;
+        }
+        if (failure instanceof KilledException || failure instanceof WorkerException) {
+            return ExitStatus.KILLED;
         }
         return failure instanceof MediaException || failure instanceof IOException ? ExitStatus.INPUT
                 : ExitStatus.INTERNAL;

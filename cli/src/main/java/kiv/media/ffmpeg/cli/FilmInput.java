@@ -8,6 +8,8 @@ import java.nio.file.Path;
 import java.time.Duration;
 import kiv.media.ffmpeg.Film;
 import kiv.media.ffmpeg.MediaFormatException;
+import kiv.media.ffmpeg.ReaderLimits;
+import kiv.media.ffmpeg.WorkerException;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 
@@ -51,6 +53,8 @@ final class FilmInput {
                 }
             }
             return work.with(film);
+        } catch (WorkerException e) {
+            throw new KilledException(input, e);
         } catch (IndexOutOfBoundsException e) {
             throw new MediaFormatException(input.about(e.getMessage()), e);
         } catch (MediaFormatException e) {
@@ -60,7 +64,8 @@ final class FilmInput {
     }
 
     private Film open(SeekableByteChannel bytes) throws IOException {
-        return seek == Seek.EXACT ? Film.open(bytes) : Film.openApproximate(bytes);
+        return seek == Seek.EXACT ? Film.open(bytes, ReaderLimits.USUAL, input.isolation())
+                : Film.openApproximate(bytes, input.isolation());
     }
 
     /** {@return whether numbers and times are those of decoding the whole} */

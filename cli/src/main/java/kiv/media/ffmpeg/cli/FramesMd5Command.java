@@ -17,6 +17,7 @@ import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.Rational;
 import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.VideoDecoder;
+import kiv.media.ffmpeg.WorkerException;
 import picocli.CommandLine.ArgGroup;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -89,6 +90,7 @@ final class FramesMd5Command implements Callable<Integer> {
                 sound(stream);
             }
             OutputFile.flushStandardOutput(out);
+            packets.reportDeath(lines > 0);
             if (lines == 0) {
                 throw new MediaFormatException(input.about("nothing in the stream can be decoded"));
             }
@@ -127,14 +129,18 @@ final class FramesMd5Command implements Callable<Integer> {
     private void pictures(MediaStream stream) throws IOException {
         try (VideoDecoder decoder = input.openVideoDecoder(stream, threads.orOne());
                 PictureHashes hashes = new PictureHashes(this::print)) {
-            for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
-                try {
-                    print(decoder.decode(packet), stream, hashes);
-                } catch (DecodeException e) {
-                    damaged++;
+            try {
+                for (Packet packet; (packet = packets.next(decoder::accepts)) != null;) {
+                    try {
+                        print(decoder.decode(packet), stream, hashes);
+                    } catch (DecodeException e) {
+                        damaged++;
+                    }
                 }
+                print(decoder.finish(), stream, hashes);
+            } catch (WorkerException e) {
+                packets.endWith(e);
             }
-            print(decoder.finish(), stream, hashes);
             hashes.finish();
         }
     }
@@ -165,6 +171,8 @@ final class FramesMd5Command implements Callable<Integer> {
                 }
             }
             print(decoder.finish(), stream.codecName(), timeBase, clock);
+        } catch (WorkerException e) {
+            packets.endWith(e);
         }
     }
 

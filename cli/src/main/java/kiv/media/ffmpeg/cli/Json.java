@@ -2,6 +2,7 @@ package kiv.media.ffmpeg.cli;
 
 import com.fasterxml.jackson.core.JsonFactoryBuilder;
 import com.fasterxml.jackson.core.JsonGenerator;
+import com.fasterxml.jackson.core.JsonStreamContext;
 import com.fasterxml.jackson.core.SerializableString;
 import com.fasterxml.jackson.core.StreamWriteFeature;
 import com.fasterxml.jackson.core.io.CharacterEscapes;
@@ -62,9 +63,19 @@ final class Json implements AutoCloseable {
 
     void write(Fields fields) throws IOException {
         written = true;
+        JsonStreamContext outer = to.getOutputContext();
         to.writeStartObject();
-        fields.write(to);
-        to.writeEndObject();
+        try {
+            fields.write(to);
+        } finally {
+            while (to.getOutputContext() != outer) { // more than one when the fields could not all be read
+                if (to.getOutputContext().inArray()) {
+                    to.writeEndArray();
+                } else {
+                    to.writeEndObject();
+                }
+            }
+        }
     }
 
     /** Ends the array and the line, unless nothing was written. */

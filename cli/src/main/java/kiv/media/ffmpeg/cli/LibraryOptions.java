@@ -40,16 +40,12 @@ final class LibraryOptions {
         for (Handler handler : LIBRARY_LOG.getHandlers()) {
             LIBRARY_LOG.removeHandler(handler);
         }
-        // The command itself reports a failure, in one line.
         Level level = switch (verbose.length) {
-            case 0 -> Level.OFF;
+            case 0 -> Level.WARNING;
             case 1 -> Level.FINE;
             default -> Level.ALL;
         };
         LIBRARY_LOG.setLevel(level);
-        if (level == Level.OFF) {
-            return;
-        }
         Handler handler = new ConsoleHandler();
         handler.setLevel(Level.ALL);
         handler.setFormatter(new Formatter() {
@@ -58,6 +54,10 @@ final class LibraryOptions {
                 return name(line.getLevel()) + ": " + formatMessage(line) + System.lineSeparator();
             }
         });
+        if (level == Level.WARNING) {
+            // The command itself reports failures, in one line.
+            handler.setFilter(line -> line.getLevel() == Level.WARNING);
+        }
         LIBRARY_LOG.addHandler(handler);
     }
 
@@ -67,6 +67,7 @@ final class LibraryOptions {
             return "trace";
         }
         return level.intValue() <= Level.CONFIG.intValue() ? "debug"
-                : level.intValue() >= Level.SEVERE.intValue() ? "error" : "info";
+                : level.intValue() >= Level.SEVERE.intValue() ? "error"
+                : level.intValue() >= Level.WARNING.intValue() ? "warning" : "info";
     }
 }

@@ -16,9 +16,10 @@ import picocli.CommandLine.Command;
             "2:Wrong usage.",
             "3:The codec or the pixel format is not supported.",
             "4:The output cannot be written.",
-            "5:The native library or FFmpeg is missing or does not load.",
+            "5:The native library or FFmpeg is missing or does not load, or no process to decode in starts.",
             "6:A fault of the program or of the virtual machine, such as too little memory.",
             "7:The input was cut off or its container is damaged; what could be read of it is done.",
+            "8:The input crashed its decoder, made it hang or took too much; what was decoded before is done.",
             "130:Interrupted by Ctrl-C; 143 when it was another signal to end. What was not whole is removed.",
             "141:The program that read standard output closed it."})
 public final class Main {

@@ -10,6 +10,10 @@ import java.time.Duration;
 import java.util.Optional;
 import java.util.function.Supplier;
 import kiv.media.ffmpeg.AudioDecoder;
+import kiv.media.ffmpeg.FfmpegLibrary;
+import kiv.media.ffmpeg.Film;
+import kiv.media.ffmpeg.Isolation;
+import kiv.media.ffmpeg.LibraryException;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
@@ -18,6 +22,7 @@ import kiv.media.ffmpeg.SampleFormat;
 import kiv.media.ffmpeg.Sound;
 import kiv.media.ffmpeg.UnsupportedCodecException;
 import kiv.media.ffmpeg.VideoDecoder;
+import kiv.media.ffmpeg.WorkerException;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Parameters;
 
@@ -35,15 +40,19 @@ final class MediaInput {
     @Mixin
     private LibraryOptions library;
 
+    @Mixin
+    private WallOption wall;
+
     private StandardInput standardInput;
 
     /** Filled by the command line. */
     MediaInput() {
     }
 
-    MediaInput(String argument, LibraryOptions library) {
+    MediaInput(String argument, LibraryOptions library, WallOption wall) {
         this.argument = argument;
         this.library = library;
+        this.wall = wall;
     }
 
     boolean isStandardInput() {
@@ -88,16 +97,21 @@ final class MediaInput {
     MediaReader openForward() throws IOException {
         return open(bytes -> {
             if (!isStandardInput() || !standardInput.isKept()) {
-                return MediaReader.open(bytes);
+                return MediaReader.open(bytes, ReaderLimits.USUAL, isolation());
             }
             try {
-                MediaReader reader = MediaReader.open((ReadableByteChannel) bytes);
+                MediaReader reader = MediaReader.open((ReadableByteChannel) bytes, ReaderLimits.USUAL, isolation());
                 standardInput.keepNoMore();
                 return reader;
             } catch (MediaFormatException e) {
-                return MediaReader.open(bytes);
+                return MediaReader.open(bytes, ReaderLimits.USUAL, isolation());
             }
         });
+    }
+
+    /** {@return where to open the file} */
+    Isolation isolation() {
+        return wall.isolation();
     }
 
     /** Opens the bytes of the file. */
@@ -108,7 +122,7 @@ final class MediaInput {
 
     /** Loads the library and opens the file. */
     MediaReader open() throws IOException {
-        return open(MediaReader::open);
+        return open(bytes -> MediaReader.open(bytes, ReaderLimits.USUAL, isolation()));
     }
 
     /** Loads the library and opens the file in some way. */
@@ -121,6 +135,7 @@ final class MediaInput {
             check(FileNames.existing(argument));
         }
         library.apply();
+        FfmpegLibrary.load();
         SeekableByteChannel bytes = bytes();
         boolean opened = false;
         try {
@@ -128,6 +143,10 @@ final class MediaInput {
                     () -> opening.open(bytes));
             opened = true;
             return result;
+        } catch (LibraryException e) {
+            throw WallOption.notStarted(e);
+        } catch (WorkerException e) {
+            throw new KilledException(this, e);
         } catch (UnsupportedCodecException e) {
             throw new UnsupportedCodecException(about(e.getMessage()), e);
         } catch (MediaFormatException e) {
@@ -170,13 +189,18 @@ final class MediaInput {
 
     /** Ends the process, in which another thread is inside FFmpeg for good. Nothing was written yet. */
     private void giveUp() {
-        FailureReport.failed(new PrintWriter(System.err), about("damaged so that FFmpeg never ends reading its head"));
+        FailureReport.failed(new PrintWriter(System.err), about(LoopGuard.LOOPS));
         Runtime.getRuntime().halt(ExitStatus.INPUT);
+    }
+
+    /** Opens the film, for any part of it. */
+    Film openFilm() throws IOException {
+        return open(bytes -> Film.open(bytes, ReaderLimits.USUAL, isolation()));
     }
 
     /** Opens a stream of sound, for any part of it. */
     Sound openSound(MediaStream stream) throws IOException {
-        return open(bytes -> Sound.open(bytes, stream.index(), SampleFormat.PCM_16, ReaderLimits.USUAL));
+        return open(bytes -> Sound.open(bytes, stream.index(), SampleFormat.PCM_16, ReaderLimits.USUAL, isolation()));
     }
 
     VideoDecoder openVideoDecoder(MediaStream stream, DecodingThreads threads) {
@@ -194,6 +218,8 @@ final class MediaInput {
     private <T> T named(Supplier<T> opening) {
         try {
             return opening.get();
+        } catch (WorkerException e) {
+            throw new KilledException(this, e);
         } catch (UnsupportedCodecException e) {
             throw new UnsupportedCodecException(about(e.getMessage()), e);
         } catch (MediaFormatException e) {

@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
+import kiv.media.ffmpeg.WorkerException;
 import picocli.CommandLine;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Parameters;
@@ -28,13 +29,16 @@ final class MediaInputs {
     @Mixin
     private LibraryOptions library;
 
+    @Mixin
+    private WallOption wall;
+
     boolean areSeveral() {
         return arguments.size() > 1;
     }
 
     /** Returns the first file. */
     MediaInput first() {
-        return new MediaInput(arguments.get(0), library);
+        return new MediaInput(arguments.get(0), library, wall);
     }
 
     /**
@@ -44,24 +48,33 @@ final class MediaInputs {
      */
     int each(CommandLine command, Work work) throws IOException {
         if (!areSeveral()) {
-            return work.on(first(), first().baseName());
+            return run(work, first(), first().baseName());
         }
         int status = ExitStatus.OK;
         Set<String> names = new HashSet<>();
         for (String argument : arguments) {
-            MediaInput input = new MediaInput(argument, library);
+            MediaInput input = new MediaInput(argument, library, wall);
             int result;
             try {
-                result = work.on(input, unused(input.baseName(), names));
+                result = run(work, input, unused(input.baseName(), names));
             } catch (IOException | RuntimeException e) {
                 result = FailureReport.failed(e, command);
-                if (result != ExitStatus.INPUT && result != ExitStatus.UNSUPPORTED || ShutdownGuard.isEnding()) {
+                boolean isInputs = List.of(ExitStatus.INPUT, ExitStatus.UNSUPPORTED, ExitStatus.KILLED).contains(result);
+                if (!isInputs || ShutdownGuard.isEnding()) {
                     return result;
                 }
             }
             status = status == ExitStatus.OK || status == ExitStatus.INCOMPLETE && result != ExitStatus.OK ? result : status;
         }
         return status;
+    }
+
+    private static int run(Work work, MediaInput input, String name) throws IOException {
+        try {
+            return work.on(input, name);
+        } catch (WorkerException e) {
+            throw new KilledException(input, e);
+        }
     }
 
     private static String unused(String name, Set<String> used) {

@@ -7,6 +7,7 @@ import java.util.function.Predicate;
 import kiv.media.ffmpeg.MediaFormatException;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.Packet;
+import kiv.media.ffmpeg.WorkerException;
 
 /** Reads a file's packets up to its end, or up to where its container is damaged, so that what came before is kept. */
 final class PacketSource {
@@ -17,6 +18,7 @@ final class PacketSource {
     private boolean begun;
     private boolean ended;
     private boolean incomplete;
+    private WorkerException death;
 
     /**
      * @param input what the reader reads
@@ -69,8 +71,36 @@ final class PacketSource {
         }
     }
 
+    /** Ends the packets, because the process that decodes them has ended. What it decoded before is kept. */
+    void endWith(WorkerException failure) {
+        ShutdownGuard.throwIfEnding();
+        ended = true;
+        death = death == null ? failure : death;
+    }
+
+    /** {@return whether the process that decodes has ended} */
+    boolean isKilled() {
+        return death != null;
+    }
+
+    /**
+     * Reports that the process that decodes has ended, if it has.
+     *
+     * @param decoded whether it gave anything before
+     * @throws KilledException when it has not
+     */
+    void reportDeath(boolean decoded) {
+        if (death == null) {
+            return;
+        }
+        if (!decoded) {
+            throw new KilledException(input, death);
+        }
+        warnings.accept(input.about(KilledException.describe(death)) + "; what was decoded before is kept");
+    }
+
     /** {@return the exit status of work that succeeded: whether the packets were all that the file should hold} */
     int status() {
-        return incomplete ? ExitStatus.INCOMPLETE : ExitStatus.OK;
+        return death != null ? ExitStatus.KILLED : incomplete ? ExitStatus.INCOMPLETE : ExitStatus.OK;
     }
 }

@@ -49,6 +49,7 @@ final class SoundWriter implements AutoCloseable {
     private long next;
     private boolean started;
     private boolean done;
+    private boolean finished;
     /** Whether the file begins with the part's first picture. */
     private boolean aligned;
     /** Samples of silence before the sound; less than 0 for those of the sound that are left out. */
@@ -159,6 +160,7 @@ final class SoundWriter implements AutoCloseable {
     /** Gives the file its name. */
     void finish() throws OutputException {
         output.finish(frames);
+        finished = true;
     }
 
     /** {@return whether no more packets are wanted} */
@@ -180,9 +182,14 @@ final class SoundWriter implements AutoCloseable {
         return reason;
     }
 
-    /** {@return how many bytes the finished file has} */
+    /** {@return how many files are written} */
+    long files() {
+        return finished ? 1 : 0;
+    }
+
+    /** {@return how many bytes they have} */
     long bytes() throws IOException {
-        return output.bytes();
+        return finished ? output.bytes() : 0;
     }
 
     double seconds() {

@@ -13,6 +13,7 @@ import java.util.List;
 import java.util.concurrent.Callable;
 import kiv.media.ffmpeg.Film;
 import kiv.media.ffmpeg.Picture;
+import kiv.media.ffmpeg.WorkerException;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Model.CommandSpec;
@@ -62,6 +63,7 @@ final class ThumbnailsCommand implements Callable<Integer> {
             throw OutputException.of(out, e);
         }
         String name = films.input().baseName();
+        WorkerException death = null;
         try {
             // One after the other, because many large pictures do not fit into the memory at once.
             for (Iterator<Picture> all = film.spreadOneByOne(count).iterator(); all.hasNext();) {
@@ -72,6 +74,11 @@ final class ThumbnailsCommand implements Callable<Integer> {
             }
         } catch (UncheckedIOException e) {
             throw e.getCause();
+        } catch (WorkerException e) {
+            if (images.isEmpty()) {
+                throw e;
+            }
+            death = e;
         }
         Path sheet = out.resolve(name + "-sheet.png");
         if (!images.isEmpty()) {
@@ -80,7 +87,11 @@ final class ThumbnailsCommand implements Callable<Integer> {
         PrintWriter console = spec.commandLine().getOut();
         console.println(images.size() + " pictures in " + out + ", and all of them on " + sheet);
         OutputFile.flushStandardOutput(console);
-        return ExitStatus.OK;
+        if (death == null) {
+            return ExitStatus.OK;
+        }
+        FailureReport.warn(spec.commandLine(), films.input().about(KilledException.describe(death)));
+        return ExitStatus.KILLED;
     }
 
     private static void write(BufferedImage image, Path file) throws IOException {

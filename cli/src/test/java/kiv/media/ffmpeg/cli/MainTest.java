@@ -272,6 +272,19 @@ class MainTest {
     }
 
     @Test
+    void bothSidesOfTheWallSayTheSame() {
+        int step = "full".equals(System.getProperty("kiv.test.tier")) ? 1 : 16;
+        File[] streams = TestMedia.stream("manifest.tsv").getParent().toFile().listFiles(File::isFile);
+        Arrays.sort(streams);
+        for (int i = 0; i < streams.length; i += step) {
+            for (String command : List.of("info --json ", "frames-md5 ", "frames-md5 --audio ")) {
+                List<Object> behind = List.of(run(command + streams[i]), output, errors);
+                assertThat(List.<Object>of(run(command + "--no-wall " + streams[i]), output, errors)).isEqualTo(behind);
+            }
+        }
+    }
+
+    @Test
     void noWholeFileIsTakenForCutOff() throws IOException {
         for (File stream : TestMedia.stream("manifest.tsv").getParent().toFile().listFiles(File::isFile)) {
             try (SeekableByteChannel file = Files.newByteChannel(stream.toPath())) {

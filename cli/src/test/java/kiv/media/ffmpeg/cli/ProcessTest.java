@@ -14,6 +14,7 @@ import java.nio.file.StandardOpenOption;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
+import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.FfmpegLibrary;
 import kiv.media.ffmpeg.WaveFormat;
@@ -32,21 +33,28 @@ class ProcessTest {
     @TempDir
     Path directory;
 
-    private Process start(String line, String... environment) throws IOException {
+    /** @param settings variables of the environment, and properties of the virtual machine */
+    private Process start(String line, String... settings) throws IOException {
         // A virtual machine ignores the signals that its parent ignores, as shells do in the background.
-        List<String> command = new ArrayList<>(List.of("env", "--default-signal=INT,TERM,PIPE"));
-        command.addAll(List.of(environment));
+        List<String> command = new ArrayList<>(List.of("setsid", "env", "--default-signal=INT,TERM,PIPE"));
+        command.addAll(Stream.of(settings).filter(setting -> !setting.startsWith("-D")).toList());
         command.add(ProcessHandle.current().info().command().orElseThrow());
-        Stream.of(FfmpegLibrary.LIBRARY_PROPERTY, FfmpegLibrary.DIRECTORY_PROPERTY)
+        Stream.of(FfmpegLibrary.LIBRARY_PROPERTY, FfmpegLibrary.DIRECTORY_PROPERTY, "kiv.media.ffmpeg.isolation")
                 .filter(name -> System.getProperty(name) != null)
                 .forEach(name -> command.add("-D" + name + "=" + System.getProperty(name)));
+        command.addAll(Stream.of(settings).filter(setting -> setting.startsWith("-D")).toList());
         command.addAll(List.of("-cp", System.getProperty("java.class.path"), Main.class.getName()));
         command.addAll(List.of(MainTest.words(line, directory)));
         return new ProcessBuilder(command).redirectError(directory.resolve("errors").toFile()).start();
     }
 
+    /** Sends to the group of the process, as a terminal does. */
     private static void send(String signal, Process to) throws IOException, InterruptedException {
-        assertThat(new ProcessBuilder("kill", "-" + signal, Long.toString(to.pid())).start().waitFor()).isZero();
+        assertThat(new ProcessBuilder("kill", "-" + signal, "--", "-" + to.pid()).start().waitFor()).isZero();
+    }
+
+    private static List<ProcessHandle> workers(Process process) {
+        return process.descendants().filter(descendant -> descendant.children().findAny().isEmpty()).toList();
     }
 
     private int status(Process process) throws InterruptedException {
@@ -100,6 +108,14 @@ class ProcessTest {
         }
     }
 
+    /** What the process complained of. Workers with sanitizers have no filter of system calls, of which it warns. */
+    private String errors() throws IOException {
+        boolean sanitized = System.getenv("LD_PRELOAD") != null;
+        return Files.readString(directory.resolve("errors")).lines()
+                .filter(line -> !sanitized || !line.startsWith("warning: system calls")).map(line -> line + "\n")
+                .collect(Collectors.joining());
+    }
+
     @ParameterizedTest
     @ValueSource(strings = {"decode -q media/balle-jbart.mp4 --format y4m -o -", "frames-md5 media/balle-jbart.mp4"})
     void aClosedPipeEndsTheWorkQuietly(String line) throws Exception {
@@ -108,19 +124,54 @@ class ProcessTest {
             assertThat(output.readNBytes(10)).hasSize(10);
         }
         assertThat(status(process)).isEqualTo(141);
-        assertThat(directory.resolve("errors")).isEmptyFile();
+        assertThat(errors()).isEmpty();
     }
 
     @ParameterizedTest
-    @CsvSource({"INT, 130", "TERM, 143"})
+    @CsvSource({"INT, 130", "TERM, 143", "KILL, 137"})
     void aSignalEndsAWriteThatNobodyReads(String signal, int status) throws Exception {
         Process process = start("decode -q media/balle-jbart.mp4 --format y4m -o -");
         while (process.isAlive() && process.getInputStream().available() < FULL_PIPE) {
             Thread.sleep(10);
         }
+        List<ProcessHandle> workers = workers(process);
         send(signal, process);
         assertThat(status(process)).isEqualTo(status);
-        assertThat(directory.resolve("errors")).isEmptyFile();
+        assertThat(errors()).isEmpty();
+        for (ProcessHandle worker : workers) {
+            worker.onExit().get(1, TimeUnit.MINUTES);
+        }
+    }
+
+    @ParameterizedTest
+    @CsvSource({"--no-sound, 2", "--from 0.1, 3"})
+    void aFilmThatEndsItsDecoderKeepsWhatWasDecodedBefore(String options, int files) throws Exception {
+        int picture = 72 * 58 * 3 / 2;
+        Path out = Files.createDirectories(directory.resolve("out/balle-jbart"));
+        Process process = start("decode -q media/balle-jbart.mp4 streams/h264_aac.mp4 --format yuv --size 72x58 --out tmp/out "
+                + options, "-Dkiv.media.ffmpeg.isolation=wall");
+        while (process.isAlive() && Stream.of(out.toFile().listFiles()).noneMatch(part -> part.length() > 9 * picture)) {
+            Thread.onSpinWait();
+        }
+        for (ProcessHandle worker : workers(process)) {
+            new ProcessBuilder("kill", "-SEGV", Long.toString(worker.pid())).start().waitFor();
+        }
+        assertThat(status(process)).isEqualTo(8);
+        assertThat(errors()).matches(
+                "warning: .*/balle-jbart.mp4: its decoder crashed \\(signal 11\\).*; what .* before is kept\n");
+        assertThat(out.toFile().list()).containsExactlyInAnyOrder("balle-jbart.yuv", "index.html");
+        assertThat(Files.size(out.resolve("balle-jbart.yuv"))).isBetween(10L * picture, 254L * picture)
+                .matches(size -> size % picture == 0);
+        assertThat(directory.resolve("out/h264_aac").toFile().list()).hasSize(files);
+    }
+
+    @Test
+    void withoutAProcessToDecodeInNothingIsDecoded() throws Exception {
+        String broken = "-Dkiv.media.ffmpeg.worker=/bin/false";
+        assertThat(status(start("info streams/mp3.mp3", broken, "-Dkiv.media.ffmpeg.isolation=wall"))).isEqualTo(5);
+        assertThat(directory.resolve("errors")).content()
+                .matches("error: cannot start a process behind the wall: .* --no-wall .*\n");
+        assertThat(status(start("info --no-wall streams/mp3.mp3", broken))).isZero();
     }
 
     @ParameterizedTest
@@ -143,6 +194,6 @@ class ProcessTest {
         send(signal, process);
         assertThat(status(process)).isEqualTo(status);
         assertThat(out.list()).allMatch(name -> name.endsWith(".png")).hasSizeLessThan(255);
-        assertThat(directory.resolve("errors")).content().doesNotContain("error");
+        assertThat(directory.resolve("errors")).content().doesNotContain("error", "decoder");
     }
 }

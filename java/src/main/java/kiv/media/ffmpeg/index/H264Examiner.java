@@ -1,7 +1,5 @@
 package kiv.media.ffmpeg.index;
 
-import java.util.Arrays;
-
 /** Examines H.264. */
 final class H264Examiner extends UnitExaminer {
 
@@ -35,12 +33,8 @@ final class H264Examiner extends UnitExaminer {
     private int delay = Integer.MAX_VALUE;
     private long previousOrder;
     private long previousNumber;
-    private boolean sawPicture;
     private int openField;
     private int openFrameNumber;
-    /** The places in the order of showing of the last pictures. */
-    private final long[] recent = new long[MOST_REFERENCES];
-    private int pictures;
     /** The frame number of the last picture that others refer to; -1 when it is not known. */
     private int lastReference = -1;
 
@@ -64,7 +58,6 @@ final class H264Examiner extends UnitExaminer {
 
     H264Examiner(byte[] extradata) {
         super(1);
-        Arrays.fill(recent, Long.MIN_VALUE);
         if (!readExtradata(extradata, extradata.length > 6 && extradata[0] == 1, 4)) {
             delay = -1; // the decoder decides what to do without
         }
@@ -79,11 +72,6 @@ final class H264Examiner extends UnitExaminer {
     @Override
     public int knownDelay() {
         return delay;
-    }
-
-    @Override
-    boolean sawPicture() {
-        return sawPicture;
     }
 
     @Override
@@ -102,7 +90,7 @@ final class H264Examiner extends UnitExaminer {
         forgets = false;
         boolean whole = eachUnit(bytes, end);
         boolean any = frame || fields != 0;
-        sawPicture |= any;
+        notePicture(any);
         picture.broken = broken || !whole;
         if (!whole || !known || !any || sequence == null) {
             openField = 0;
@@ -131,10 +119,9 @@ final class H264Examiner extends UnitExaminer {
             }
         }
         if (restart || forgets) {
-            Arrays.fill(recent, Long.MIN_VALUE);
+            forgetOrders();
         }
-        picture.broken |= Arrays.stream(recent).anyMatch(one -> one == picture.order); // twice the same picture
-        recent[pictures++ % recent.length] = picture.order;
+        picture.broken |= noteOrder(picture.order);
         picture.pictures = 1;
         boolean headed = !headersChanged() || sequenceHere && pictureHere;
         picture.restart = headed && (restart || recovery && intra);

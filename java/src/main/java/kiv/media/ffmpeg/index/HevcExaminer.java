@@ -24,7 +24,6 @@ final class HevcExaminer extends UnitExaminer {
     private static final int MOST_KEPT = 32;
 
     private final HevcHeaders headers = new HevcHeaders();
-    private boolean sawPicture;
     /** Whether there are pictures of further layers. */
     private boolean layered;
     /** Whether the decoder drops the pictures that need what was before the last restart. */
@@ -33,9 +32,6 @@ final class HevcExaminer extends UnitExaminer {
     private long previousOrder;
     /** The places in the order of showing of the pictures that the decoder keeps; null while nobody knows them. */
     private long[] kept;
-    /** Those of the last pictures. */
-    private final long[] recent = new long[MOST_KEPT];
-    private int pictures;
 
     // Of the packet at work.
     private boolean known;
@@ -51,7 +47,6 @@ final class HevcExaminer extends UnitExaminer {
     HevcExaminer(byte[] extradata) {
         super(HEAD);
         boolean lists = extradata.length > 22 && (extradata[0] == 1 || extradata[1] != 0 || extradata[2] > 1);
-        Arrays.fill(recent, Long.MIN_VALUE);
         if (!readExtradata(extradata, lists, 21)) {
             changeHeaders(); // the decoder decides what to do without
         }
@@ -66,11 +61,6 @@ final class HevcExaminer extends UnitExaminer {
     }
 
     @Override
-    boolean sawPicture() {
-        return sawPicture;
-    }
-
-    @Override
     void read(byte[] bytes, int end, CodedPicture picture) {
         known = true;
         broken = false;
@@ -81,7 +71,7 @@ final class HevcExaminer extends UnitExaminer {
         sequenceHere = false;
         pictureHere = false;
         boolean whole = eachUnit(bytes, end);
-        sawPicture |= found > 0;
+        notePicture(found > 0);
         picture.broken = broken || !whole;
         if (!whole || !known || found != 1) {
             return;
@@ -100,7 +90,7 @@ final class HevcExaminer extends UnitExaminer {
         broken |= bytes[from] < 0 || to - from >= HEAD && (bytes[from + 1] & 7) == 0;
         boolean base = to - from > HEAD && (bytes[from] & 1) == 0 && (bytes[from + 1] & 0xF8) == 0;
         if (!base) {
-            broken |= sawPicture && !layered;
+            broken |= sawPicture() && !layered;
             layered = true;
             return; // of another layer, which is not decoded
         }
@@ -154,7 +144,7 @@ final class HevcExaminer extends UnitExaminer {
             // Numbers begin anew, and so do pictures that need what was before.
             anew = complete || kind < FIRST_COMPLETE || ended;
             dropsLeading = anew;
-            known &= !(headers.dropsPrior() && sawPicture && anew);
+            known &= !(headers.dropsPrior() && sawPicture() && anew);
             previousOrder = anew ? low : previousOrder;
             ended = false;
         }
@@ -168,10 +158,9 @@ final class HevcExaminer extends UnitExaminer {
         restart = randomAccess && kind <= CLEAN;
         if (anew) {
             kept = new long[0];
-            Arrays.fill(recent, Long.MIN_VALUE);
+            forgetOrders();
         }
-        broken |= Arrays.stream(recent).anyMatch(one -> one == order); // twice the same picture
-        recent[pictures++ % recent.length] = order;
+        broken |= noteOrder(order);
         if (kept != null && !dropped) {
             keep(headers.references());
         }

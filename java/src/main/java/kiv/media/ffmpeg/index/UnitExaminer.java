@@ -10,6 +10,8 @@ abstract class UnitExaminer extends PacketExaminer {
     /** What is read of the heads of slices is shorter: seven codes of 16 bits at most. */
     static final int MOST_OF_SLICE = 24;
     static final int MOST_OF_HEADERS = 4096;
+    /** Pictures among which no two may have the same place. */
+    private static final int MOST_RECENT = 32;
 
     /** Bytes of the length before a unit; 0 for start codes. */
     private int lengthSize;
@@ -17,9 +19,14 @@ abstract class UnitExaminer extends PacketExaminer {
     private final int headSize;
     private final BitReader reader = new BitReader(new byte[0], 0, 0);
     private final Map<Integer, Integer> headers = new HashMap<>();
+    private boolean sawPicture;
+    /** The places in the order of showing of the last pictures. */
+    private final long[] recent = new long[MOST_RECENT];
+    private int pictures;
 
     UnitExaminer(int headSize) {
         this.headSize = headSize;
+        forgetOrders();
     }
 
     @Override
@@ -127,7 +134,7 @@ abstract class UnitExaminer extends PacketExaminer {
         }
         int hash = Arrays.hashCode(Arrays.copyOfRange(bytes, from, last));
         Integer old = headers.put(kind << Byte.SIZE | id & 0xFF, hash);
-        if (sawPicture() && (old == null || old != hash)) {
+        if (sawPicture && (old == null || old != hash)) {
             if (sequence) {
                 changeSequence();
             } else {
@@ -136,8 +143,27 @@ abstract class UnitExaminer extends PacketExaminer {
         }
     }
 
+    /** Notes whether there was a picture in a packet. */
+    final void notePicture(boolean any) {
+        sawPicture |= any;
+    }
+
     /** Whether there was a picture before. */
-    abstract boolean sawPicture();
+    final boolean sawPicture() {
+        return sawPicture;
+    }
+
+    /** Notes that numbers begin anew. */
+    final void forgetOrders() {
+        Arrays.fill(recent, Long.MIN_VALUE);
+    }
+
+    /** Notes a picture's place in the order of showing. @return whether one of the last pictures has the same place */
+    final boolean noteOrder(long order) {
+        boolean repeated = Arrays.stream(recent).anyMatch(one -> one == order);
+        recent[pictures++ % recent.length] = order;
+        return repeated;
+    }
 
     /** The whole number of a picture of which the low bits are known, nearest to that of another one. */
     static long whole(int low, int bits, long nearTo) {

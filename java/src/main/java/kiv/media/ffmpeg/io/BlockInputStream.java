@@ -54,6 +54,7 @@ public abstract class BlockInputStream extends InputStream {
         while (length > 0 && !current.hasRemaining()) {
             ByteBuffer next = nextBlock();
             if (next == null) {
+                ensureOpen(); // closing may have ended the source
                 return -1;
             }
             current = next;

@@ -26,6 +26,9 @@ public final class WorkerAnswer {
     /** The sink has to write from the block. The message: an {@code int}, how many bytes. */
     @Native public static final int WRITE = 6;
 
+    /** No answer: what several orders have got so far, while it is the worker's turn. It counts when the worker ends. */
+    @Native public static final int PART = 7;
+
     /** A failure that natives report by a {@code RuntimeException}. */
     @Native public static final int RUNTIME = 1;
 

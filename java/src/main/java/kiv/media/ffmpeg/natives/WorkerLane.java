@@ -3,43 +3,52 @@ package kiv.media.ffmpeg.natives;
 import java.lang.annotation.Native;
 
 /**
- * The memory that a worker process shares, by offset in bytes. It begins with lanes, one after the other: each is a place
- * where one thread gives orders and one thread of the worker answers. All else is the caller's to divide. Numbers have the
- * processor's byte order.
+ * The memory that a worker process shares, by offset in bytes. It begins with lanes, one after the other: in each one thread
+ * gives orders and one thread of the worker answers. All else is the caller's to divide. Numbers have the processor's byte
+ * order.
+ *
+ * <p>A lane has two halves, which orders use in turn; the first one in an opened lane uses the first half. So an order can be
+ * given while the one before it is in work.
  */
 public final class WorkerLane {
 
     /** Bytes of a lane. */
-    @Native public static final int SIZE = 64;
+    @Native public static final int SIZE = 128;
 
     /** Lanes. */
     @Native public static final int LANES = 63;
 
     /** Where the memory behind the lanes begins. */
-    @Native public static final int END = 4096;
+    @Native public static final int END = 8192;
 
-    /** An {@code int} that says whose turn it is: odd the worker's, even the caller's. Both wait for it as a futex. */
+    /** Halves of a lane. */
+    @Native public static final int HALVES = 2;
+
+    /** Bytes of a half. */
+    @Native public static final int HALF_SIZE = 64;
+
+    /** In a half, an {@code int} that says whose turn it is: odd the worker's, even the caller's. Both wait for it as a futex. */
     @Native public static final int TURN = 0;
 
-    /** An {@code int}: the order, one of {@link WorkerOrder}, or the answer, one of {@link WorkerAnswer}. */
+    /** In a half, an {@code int}: the order, one of {@link WorkerOrder}, or the answer, one of {@link WorkerAnswer}. */
     @Native public static final int KIND = 4;
 
-    /** An {@code int}: bytes of the message in its area. */
+    /** In a half, an {@code int}: bytes of the message in its area. */
     @Native public static final int LENGTH = 8;
 
-    /** An {@code int}: bytes of the message's area, which the caller provides. */
+    /** In a half, an {@code int}: bytes of the message's area, which the caller provides. */
     @Native public static final int AREA_SIZE = 12;
 
-    /** A {@code long}: where the message's area begins. */
+    /** In a half, a {@code long}: where the message's area begins. */
     @Native public static final int AREA = 16;
 
-    /** A {@code long}: where the block begins through which bytes of containers pass. */
+    /** In the lane, a {@code long}: where the block begins through which bytes of containers pass. */
     @Native public static final int BLOCK = 24;
 
-    /** An {@code int}: bytes of that block; 0 without one. */
+    /** In the lane, an {@code int}: bytes of that block; 0 without one. */
     @Native public static final int BLOCK_SIZE = 32;
 
-    /** An {@code int} that changes while the worker gets on with a long order. */
+    /** In the lane, an {@code int} that changes while the worker gets on with a long order. */
     @Native public static final int PROGRESS = 36;
 
     private WorkerLane() {}

@@ -23,13 +23,28 @@ public final class WorkerOrder {
     /** Deletes what the lane made. It can be used for something else then. */
     @Native public static final int CLEAR = 4;
 
-    /** Opens a container. The message: an {@code int}, 1 for forward only; a list of longs, the limits. */
+    /**
+     * Does orders one after the other. The message: bits as an {@code int}; an {@code int}, the bytes of results behind which
+     * no other order is begun; an {@code int}, 1 when this goes on behind the message before; then for each order its number and
+     * a list of bytes, its message. Gets for each that was begun {@link WorkerAnswer#DONE} or {@link WorkerAnswer#FAILED} and a
+     * list of bytes, what it has for an order by itself. The orders behind one wait for another message when it fails, when its
+     * results have no {@code int}, or when their first one has one of the bits. A message that goes on behind one that did not
+     * get so far gets nothing.
+     */
+    @Native public static final int SEVERAL = 5;
+
+    /**
+     * Opens a container. The message: an {@code int}, 1 for forward only; a list of longs, the limits. Gets {@link ReaderInfo},
+     * the name of the format, chapters as {@link ChapterFields} has them, programs as {@link ProgramFields} has them, the tags
+     * of container, streams, chapters and programs as {@link c_metadata_ffmpeg#n_metadata_tags} has them, and each stream as
+     * {@link #READER_STREAM} gets it.
+     */
     @Native public static final int READER_OPEN = 10;
 
-    /** Gets a list of longs as {@link ReaderInfo} has it, and the name of the format. */
-    @Native public static final int READER_INFO = 11;
-
-    /** The message: an index. Gets {@link StreamFields}, the name of the codec, and the extradata. */
+    /**
+     * The message: an index. Gets {@link StreamFields}, the name of the codec, the extradata, texts as {@link StreamNames} has
+     * them, {@link LightFields} or none, and {@link SideDataFields} or none.
+     */
     @Native public static final int READER_STREAM = 12;
 
     /** The message: an index of a stream, or -1 for any. Gets {@link PacketFields} and the bytes; nothing at the end. */
@@ -41,23 +56,8 @@ public final class WorkerOrder {
     /** The message: a kind and an index, as of {@link c_metadata_ffmpeg#n_metadata_tags}. Gets bytes. */
     @Native public static final int READER_TAGS = 15;
 
-    /** Gets a list of longs as {@link ChapterFields} has it. */
-    @Native public static final int READER_CHAPTERS = 16;
-
-    /** Gets a list of longs as {@link ProgramFields} has it. */
-    @Native public static final int READER_PROGRAMS = 17;
-
-    /** The message: an index. Gets texts as {@link StreamNames} has them. */
-    @Native public static final int READER_NAMES = 18;
-
-    /** The message: an index. Gets {@link LightFields}, or none. */
-    @Native public static final int READER_LIGHT = 19;
-
     /** The message: an index. Gets the bytes of a picture, or none. */
     @Native public static final int READER_PICTURE = 20;
-
-    /** The message: an index. Gets {@link SideDataFields}, or none. */
-    @Native public static final int READER_SIDE_DATA = 21;
 
     /** The message: the name of a codec. */
     @Native public static final int SPLITTER_CREATE = 30;

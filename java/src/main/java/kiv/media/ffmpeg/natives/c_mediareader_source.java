@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.lang.annotation.Native;
 import java.lang.ref.WeakReference;
 import java.nio.ByteBuffer;
+import java.nio.channels.FileChannel;
 import java.nio.channels.ReadableByteChannel;
 import java.nio.channels.SeekableByteChannel;
 import java.util.Objects;
@@ -20,6 +21,16 @@ public final class c_mediareader_source {
 
     /** The most bytes that one call of {@link #m_read} reads. */
     @Native public static final int BUFFER_SIZE = 64 * 1024;
+
+    /** Bytes that can be read anywhere, and may cost something or change. */
+    @Native public static final int ANYWHERE = 0;
+    /** Bytes that are read forward only. */
+    @Native public static final int FORWARD = 1;
+    /** The bytes of a file, which may be read before they are wanted. */
+    @Native public static final int FILE = 2;
+
+    /** Stands for the place behind the bytes that were read last. */
+    @Native public static final int NEXT = -1;
 
     /** A channel that returns no bytes this many times in a row has failed. */
     private static final int EMPTY_READS = 1000;
@@ -39,6 +50,11 @@ public final class c_mediareader_source {
      */
     public c_mediareader_source(ReadableByteChannel channel) {
         this.channel = new WeakReference<>(Objects.requireNonNull(channel, "channel"));
+    }
+
+    /** {@return whether the bytes are a file's} */
+    public boolean isFile() {
+        return channel.get() instanceof FileChannel;
     }
 
     /** {@return the buffer that {@link #m_read} fills from its start; it lives as long as the source} */

@@ -48,7 +48,7 @@ public final class c_workers_ffmpeg {
      * @param shared bytes of shared memory; they take memory when they are written to
      * @param memory bytes that the worker may allocate besides
      * @param processorSeconds processor time after which the kernel ends the worker; 0 for any
-     * @return its handle
+     * @return its handle; 0 when the process that makes workers has ended
      * @throws Error when there is no process or no memory for it
      */
     public static native long n_create_worker(long nursery, long shared, long memory, int processorSeconds);
@@ -57,10 +57,11 @@ public final class c_workers_ffmpeg {
      * Returns what the worker gave up, once it has done that.
      *
      * @param worker its handle
+     * @param milliseconds the longest time to wait for that
      * @return a text for a log
-     * @throws Error when the worker ended before
+     * @throws Error when the worker ended before, or takes longer
      */
-    public static native String n_worker_held(long worker);
+    public static native String n_worker_held(long worker, int milliseconds);
 
     /**
      * Returns a part of the shared memory, which is valid until the worker is deleted.
@@ -93,24 +94,27 @@ public final class c_workers_ffmpeg {
     public static native void n_open_lane(long worker, int lane);
 
     /**
-     * Gives the turn of a lane to the worker.
+     * Gives the turn of a half of a lane to the worker.
      *
      * @param worker its handle
      * @param lane the lane's number
+     * @param half which of the lane's halves
      * @param turn the new turn, which is odd
      */
-    public static native void n_give_turn(long worker, int lane, int turn);
+    public static native void n_give_turn(long worker, int lane, int half, int turn);
 
     /**
      * Waits until the turn that was given comes back as the next number. Another thread ends the wait with {@link #n_kill}.
      *
      * @param worker its handle
      * @param lane the lane's number
+     * @param half which of the lane's halves
      * @param turn the turn that was given
+     * @param soon whether it comes back within a few microseconds, so that the thread looks some times before it sleeps
      * @param milliseconds the longest time without progress
      * @return {@link #ANSWERED}, {@link #ENDED}, {@link #SILENT} or {@link #LIED}
      */
-    public static native int n_take_turn(long worker, int lane, int turn, int milliseconds);
+    public static native int n_take_turn(long worker, int lane, int half, int turn, boolean soon, int milliseconds);
 
     /**
      * Ends a worker, whatever it does. Any thread may call it.
@@ -127,6 +131,14 @@ public final class c_workers_ffmpeg {
      * @return the signal that ended it or 0, and its exit status; null when that is not known
      */
     public static native int[] n_worker_end(long nursery, long worker);
+
+    /**
+     * Returns the processor time that a worker has needed.
+     *
+     * @param worker its handle
+     * @return nanoseconds; the largest number when it has ended
+     */
+    public static native long n_worker_time(long worker);
 
     /**
      * Ends a worker and closes its descriptors. Its memory stays.

@@ -24,8 +24,43 @@ final class Answer {
         this.values = area.duplicate().order(ByteOrder.nativeOrder()).clear().limit(length);
     }
 
+    private Answer(Lane lane, ByteBuffer values) {
+        this.lane = lane;
+        this.values = values.order(ByteOrder.nativeOrder());
+    }
+
+    /** {@return how many bytes are left} */
+    int size() {
+        return values.remaining();
+    }
+
+    /** {@return what is left, in an array that is long enough, which the worker does not share} */
+    Answer copy(byte[] to) {
+        int size = size();
+        values.get(to, 0, size);
+        return new Answer(lane, ByteBuffer.wrap(to, 0, size));
+    }
+
+    /** {@return the values of the next list of bytes} */
+    Answer takeAnswer() {
+        return new Answer(lane, takeView());
+    }
+
+    /** {@return the next bytes, where they are} */
+    ByteBuffer takeView() {
+        int count = checked(takeInt());
+        ByteBuffer view = values.slice(values.position(), count);
+        values.position(values.position() + count);
+        return view;
+    }
+
     boolean isEmpty() {
         return !values.hasRemaining();
+    }
+
+    /** {@return the next number, which stays} */
+    int peekInt() {
+        return values.getInt(values.position());
     }
 
     int takeInt() {

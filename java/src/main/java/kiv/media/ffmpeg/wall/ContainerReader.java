@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.wall;
 
 import java.io.IOException;
+import java.util.List;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.c_mediareader_ffmpeg;
 import kiv.media.ffmpeg.natives.c_metadata_ffmpeg;
@@ -52,6 +53,23 @@ public interface ContainerReader {
      * @return the bytes of the last packet when they do not fit into the buffer, otherwise null
      */
     byte[] readSeveral(int stream, byte[] buffer, long[] fields) throws IOException;
+
+    /**
+     * Looks at packets of a stream that were read ahead. They stay to be read.
+     *
+     * @param stream the stream
+     * @param behind packets of the stream that are left out
+     * @param most the most packets behind them
+     * @return the packets in their order; none where no packet is read before it is asked for
+     */
+    default List<PacketAhead> comingPackets(int stream, int behind, int most) {
+        return List.of();
+    }
+
+    /** Reads some packets ahead when fewer packets of a stream are left than a number. What goes wrong waits for its packet. */
+    default void readAhead(int stream, int least) {
+        // Reading takes no longer here when it is asked for.
+    }
 
     /** Moves to a time. */
     void seek(int stream, long time, int flags) throws IOException;

@@ -5,6 +5,8 @@ import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
+import java.util.ArrayDeque;
+import java.util.Deque;
 import kiv.media.ffmpeg.natives.WorkerAnswer;
 import kiv.media.ffmpeg.natives.WorkerLane;
 import kiv.media.ffmpeg.natives.WorkerOrder;
@@ -17,6 +19,7 @@ import kiv.media.ffmpeg.natives.c_workers_ffmpeg;
  */
 public final class Lane implements AutoCloseable {
 
+    private static final int ANY_STREAM = -1;
     private static final int USUAL_AREA = 64 * 1024;
     /** No message is larger: a packet or an extradata of FFmpeg's has 31 bits, and memory has a limit. */
     private static final int LARGEST_AREA = 1 << 30;
@@ -24,23 +27,47 @@ public final class Lane implements AutoCloseable {
     private final Worker worker;
     private final int number;
     private final ByteBuffer fields;
-    private SharedMemory.Block area;
-    private SharedMemory.Block block;
-    /** Its position is where the next value of an order is put. */
-    private ByteBuffer message;
-    private int turn;
+    private final Half[] halves = {new Half(0), new Half(1)};
+    /** The half where values of an order are put. */
+    private Half half = halves[0];
+    /** The number of the half that the next order uses. */
+    private int next;
+    /** Halves with several orders whose results nobody has taken, the oldest first. */
+    private final Deque<Half> inWork = new ArrayDeque<>();
+    /** The half whose results were waited for last. */
+    private Half waited = halves[0];
+    private final ChannelQuestions channel = new ChannelQuestions(this);
     private long packets;
+    private int stream = ANY_STREAM;
     private boolean clear = true;
-    private c_mediareader_source source;
     /** Whether the worker may ask for the channel now. */
     private boolean mayAsk;
-    private Throwable failureOfChannel;
+    /** Where the length of the newest of several orders is in the message; 0 for none. */
+    private int lengthOfNewest;
+
+    /** One of the two that orders use in turn. */
+    private static final class Half {
+        private final int number;
+        /** Where its fields begin. */
+        private final int at;
+        private SharedMemory.Block area;
+        /** Its position is where the next value of an order is put. */
+        private ByteBuffer message;
+        private int turn;
+
+        Half(int number) {
+            this.number = number;
+            this.at = number * WorkerLane.HALF_SIZE;
+        }
+    }
 
     Lane(Worker worker, int number) {
         this.worker = worker;
         this.number = number;
         this.fields = worker.memory().lane(number);
-        setArea(allocate(USUAL_AREA));
+        for (Half one : halves) {
+            setArea(one, allocate(USUAL_AREA));
+        }
     }
 
     int number() {
@@ -67,19 +94,41 @@ public final class Lane implements AutoCloseable {
         create(() -> begin().put(bytes).order(WorkerOrder.ALLOCATION_LIMIT));
     }
 
-    /** Counts a packet, for the exception when the worker ends. */
-    void countPacket() {
-        packets++;
+    /** Says of which stream the packets of the lane's object are, for the exception when the worker ends. */
+    public void setStream(int index) {
+        stream = index;
     }
 
-    /** Provides the bytes of the container that the worker reads. */
-    void provide(c_mediareader_source bytes) {
-        if (block == null) {
-            block = allocate(c_mediareader_source.BUFFER_SIZE);
-            fields.putLong(WorkerLane.BLOCK, block.offset());
-            fields.putInt(WorkerLane.BLOCK_SIZE, c_mediareader_source.BUFFER_SIZE);
+    /** Counts a packet, for the exception when the worker ends. */
+    void countPacket() {
+        if (worker.isAlive()) {
+            packets++;
         }
-        source = bytes;
+    }
+
+    /** Counts packets of whose results the caller gets, also when the worker has ended since. */
+    void countResults(int more) {
+        packets += more;
+    }
+
+    long packets() {
+        return packets;
+    }
+
+    int stream() {
+        return stream;
+    }
+
+    /**
+     * Provides the bytes of the container that the worker reads.
+     *
+     * @param bytes the bytes
+     * @param kind what they are, one of {@link c_mediareader_source}
+     */
+    void provide(c_mediareader_source bytes, int kind) {
+        SharedMemory.Block block = channel.provide(bytes, kind);
+        fields.putLong(WorkerLane.BLOCK, block.offset());
+        fields.putInt(WorkerLane.BLOCK_SIZE, block.buffer().capacity());
     }
 
     /** Gives the order that makes the lane's object, and closes the lane when that fails. */
@@ -95,7 +144,7 @@ public final class Lane implements AutoCloseable {
         }
     }
 
-    private SharedMemory.Block allocate(int size) {
+    SharedMemory.Block allocate(int size) {
         SharedMemory.Block allocated = worker.memory().allocate(size);
         if (allocated == null) {
             throw new OutOfMemoryError("no shared memory left for a message of " + size + " bytes");
@@ -103,24 +152,24 @@ public final class Lane implements AutoCloseable {
         return allocated;
     }
 
-    private void setArea(SharedMemory.Block larger) {
-        area = larger;
-        message = larger.buffer().duplicate().order(ByteOrder.nativeOrder());
-        fields.putLong(WorkerLane.AREA, larger.offset());
-        fields.putInt(WorkerLane.AREA_SIZE, larger.buffer().capacity());
+    private void setArea(Half of, SharedMemory.Block larger) {
+        of.area = larger;
+        of.message = larger.buffer().duplicate().order(ByteOrder.nativeOrder());
+        fields.putLong(of.at + WorkerLane.AREA, larger.offset());
+        fields.putInt(of.at + WorkerLane.AREA_SIZE, larger.buffer().capacity());
     }
 
     /** Makes room behind what is written. */
     private ByteBuffer room(int bytes) {
-        if (message.remaining() < bytes) {
-            long wanted = Math.max(2L * message.capacity(), (long) message.position() + bytes);
-            SharedMemory.Block old = area;
-            ByteBuffer written = message.flip();
-            setArea(allocate((int) Math.min(wanted, LARGEST_AREA)));
-            message.put(written);
+        if (half.message.remaining() < bytes) {
+            long wanted = Math.max(2L * half.message.capacity(), (long) half.message.position() + bytes);
+            SharedMemory.Block old = half.area;
+            ByteBuffer written = half.message.flip();
+            setArea(half, allocate((int) Math.min(wanted, LARGEST_AREA)));
+            half.message.put(written);
             old.release();
         }
-        return message;
+        return half.message;
     }
 
     Lane put(int value) {
@@ -162,14 +211,29 @@ public final class Lane implements AutoCloseable {
         return put(bytes, 0, bytes == null ? 0 : bytes.length);
     }
 
+    Lane put(PacketAhead packet) {
+        put(packet.length());
+        room(packet.length()).put(packet.bytes().duplicate());
+        return this;
+    }
+
     Lane put(String text) {
         return put(text.getBytes(StandardCharsets.UTF_8));
     }
 
-    /** Begins an order. */
+    /** Begins an order. No other one is in work. */
     Lane begin() {
-        worker.check(packets);
-        message.clear();
+        worker.check(this);
+        if (works()) {
+            throw new IllegalStateException("the orders before are in work");
+        }
+        return beginNext();
+    }
+
+    private Lane beginNext() {
+        half = halves[next];
+        half.message.clear();
+        lengthOfNewest = 0;
         return this;
     }
 
@@ -195,75 +259,192 @@ public final class Lane implements AutoCloseable {
         return answerTo(kind);
     }
 
-    private Answer answerTo(int kind) throws IOException {
-        failureOfChannel = null;
+    /**
+     * Begins several orders, which the worker does one after the other, behind those that are in work. It begins none of them
+     * when it has not begun all of those before, or they stop it.
+     *
+     * @param bits the orders behind one whose first result has one of them are not begun
+     * @param most bytes of results behind which no other order is begun
+     */
+    Lane beginSeveral(int bits, int most) {
+        worker.check(this);
+        return beginNext().put(bits).put(most).put(inWork.isEmpty() ? 0 : 1);
+    }
+
+    /** Adds an order, whose values follow. */
+    Lane add(int kind) {
+        endNewest();
+        put(kind).put(0);
+        lengthOfNewest = half.message.position() - Integer.BYTES;
+        return this;
+    }
+
+    private void endNewest() {
+        if (lengthOfNewest != 0) {
+            half.message.putInt(lengthOfNewest, half.message.position() - lengthOfNewest - Integer.BYTES);
+            lengthOfNewest = 0;
+        }
+    }
+
+    /** Gives the orders that were added, whose results are waited for later. The worker must not use the channel. */
+    void start() {
+        endNewest();
+        mayAsk = false;
+        channel.beginOrder();
         clear = false;
-        give(kind);
+        inWork.add(half);
+        giveNext(WorkerOrder.SEVERAL);
+    }
+
+    /** {@return whether several orders were started whose results nobody has taken} */
+    boolean works() {
+        return !inWork.isEmpty();
+    }
+
+    /** {@return whether several orders can be started before the results of others are taken} */
+    boolean hasRoom() {
+        return inWork.size() < WorkerLane.HALVES;
+    }
+
+    /** Waits for the results of the oldest orders that were started. {@return for each that was begun a number and a list} */
+    Answer finish() {
+        try {
+            return answer(inWork.remove(), false);
+        } catch (IOException e) {
+            throw new UncheckedIOException(e);
+        }
+    }
+
+    /** {@return what the orders have got that were waited for last, and an ended worker did not finish} */
+    Answer left() {
+        boolean isPart = fields.getInt(waited.at + WorkerLane.KIND) == WorkerAnswer.PART;
+        return new Answer(this, waited.area.buffer(), isPart ? fields.getInt(waited.at + WorkerLane.LENGTH) : 0);
+    }
+
+    /** Gives the orders that were added, and waits for their results. The worker may use the channel. */
+    Answer severalWithChannel() throws IOException {
+        start();
+        mayAsk = true;
+        return answer(inWork.remove(), true);
+    }
+
+    private Answer answerTo(int kind) throws IOException {
+        channel.beginOrder();
+        clear = false;
+        giveNext(kind);
+        Answer values = answer(half, true);
+        throwChannelsFailure();
+        return values;
+    }
+
+    /** Waits for results. A failure of the channel may be left. @param soon whether they come within some microseconds */
+    private Answer answer(Half of, boolean soon) throws IOException {
+        waited = of;
         boolean again = false;
         for (;;) {
-            take();
-            int answer = fields.getInt(WorkerLane.KIND);
-            Answer values = new Answer(this, area.buffer(), fields.getInt(WorkerLane.LENGTH));
+            take(of, soon);
+            int answer = fields.getInt(of.at + WorkerLane.KIND);
+            Answer values = new Answer(this, of.area.buffer(), fields.getInt(of.at + WorkerLane.LENGTH));
             switch (answer) {
                 case WorkerAnswer.DONE -> {
-                    throwChannelsFailure();
                     return values;
                 }
                 case WorkerAnswer.FAILED -> throw failed(values);
                 case WorkerAnswer.LARGER -> {
                     int size = values.takeInt();
-                    if (again || size <= area.buffer().capacity() || size > LARGEST_AREA) {
+                    if (again || size <= of.area.buffer().capacity() || size > LARGEST_AREA) {
                         throw lied();
                     }
                     again = true;
-                    area.release();
-                    setArea(allocate(size));
-                    give(WorkerOrder.AGAIN);
+                    enlarge(of, size);
+                    give(of, WorkerOrder.AGAIN);
                 }
-                default -> reply(answer, values);
+                default -> {
+                    if (!mayAsk) {
+                        throw lied();
+                    }
+                    reply(answer, values);
+                }
             }
         }
     }
 
-    private void give(int kind) {
-        fields.putInt(WorkerLane.KIND, kind);
-        fields.putInt(WorkerLane.LENGTH, message.position());
-        turn++;
-        c_workers_ffmpeg.n_give_turn(worker.handle(), number, turn);
-        message.clear();
+    /** Takes a larger area in place of the old one. What the worker has taken of the shared memory is its own fault. */
+    private void enlarge(Half of, int size) {
+        SharedMemory.Block old = of.area;
+        SharedMemory.Block larger = worker.memory().allocate(size);
+        if (larger == null) {
+            throw worker.end(WorkerEnd.Reason.MEMORY, this);
+        }
+        setArea(of, larger);
+        old.release();
     }
 
-    private void take() {
-        int result = c_workers_ffmpeg.n_take_turn(worker.handle(), number, turn, worker.limits().deadline());
+    /** Gives the order whose values were put. The next one uses the other half. */
+    private void giveNext(int kind) {
+        next = (next + 1) % WorkerLane.HALVES;
+        give(half, kind);
+    }
+
+    private void give(Half of, int kind) {
+        fields.putInt(of.at + WorkerLane.KIND, kind);
+        fields.putInt(of.at + WorkerLane.LENGTH, of.message.position());
+        of.turn++;
+        c_workers_ffmpeg.n_give_turn(worker.handle(), number, of.number, of.turn);
+        of.message.clear();
+    }
+
+    private void take(Half of, boolean soon) {
+        int result = c_workers_ffmpeg.n_take_turn(worker.handle(), number, of.number, of.turn, soon, worker.limits().deadline());
         switch (result) {
-            case c_workers_ffmpeg.ANSWERED -> turn++;
-            case c_workers_ffmpeg.ENDED -> throw worker.ended(packets);
-            case c_workers_ffmpeg.SILENT -> throw worker.end(WorkerEnd.Reason.DEADLINE, packets);
+            case c_workers_ffmpeg.ANSWERED -> of.turn++;
+            case c_workers_ffmpeg.ENDED -> throw worker.ended(this);
+            case c_workers_ffmpeg.SILENT -> throw worker.end(WorkerEnd.Reason.DEADLINE, this);
             default -> throw lied();
         }
     }
 
     /** Ends the worker for an answer that cannot be. {@return the exception for it} */
     RuntimeException lied() {
-        return worker.end(WorkerEnd.Reason.LIE, packets);
+        return worker.end(WorkerEnd.Reason.LIE, this);
     }
 
     private RuntimeException failed(Answer values) throws IOException {
         int failure = values.takeInt();
         String text = values.takeText();
         throwChannelsFailure();
+        return failed(failure, text);
+    }
+
+    /** {@return why one of several orders failed; what the channel threw, when it did} */
+    Throwable failureOf(Answer values) {
+        int failure = values.takeInt();
+        String text = values.takeText();
+        Throwable ofChannel = failureOfChannel();
+        return ofChannel != null ? ofChannel : failed(failure, text);
+    }
+
+    /** {@return what the channel threw during the last order, once; null when it did not} */
+    Throwable failureOfChannel() {
+        return channel.takeFailure();
+    }
+
+    private RuntimeException failed(int failure, String text) {
         return switch (failure) {
             // An error of the worker's is none of this process.
             case WorkerAnswer.RUNTIME, WorkerAnswer.ERROR -> new RuntimeException(text);
-            case WorkerAnswer.MEMORY -> worker.end(WorkerEnd.Reason.MEMORY, packets);
+            case WorkerAnswer.MEMORY -> worker.end(WorkerEnd.Reason.MEMORY, this);
             default -> lied();
         };
     }
 
     /** An exception of the channel comes out of the call as it is. */
     private void throwChannelsFailure() throws IOException {
-        Throwable failure = failureOfChannel;
-        failureOfChannel = null;
+        throwIfAny(failureOfChannel());
+    }
+
+    /** Throws what one of several orders or the channel failed with, unless it is null. */
+    static void throwIfAny(Throwable failure) throws IOException {
         if (failure instanceof IOException exception) {
             throw exception;
         }
@@ -277,48 +458,56 @@ public final class Lane implements AutoCloseable {
 
     /** Does what the worker asks for in the midst of an order. */
     private void reply(int question, Answer values) {
-        int wanted = question == WorkerAnswer.READ ? values.takeInt() : 1;
-        long place = question == WorkerAnswer.SEEK ? values.takeLong() : 0;
-        if (!mayAsk || source == null || wanted < 1 || question != WorkerAnswer.READ && question != WorkerAnswer.SEEK
-                && question != WorkerAnswer.TOTAL) {
-            throw lied();
+        Long reply = channel.answer(question, values);
+        half.message.clear();
+        if (reply != null) {
+            put((long) reply);
         }
-        message.clear();
-        try {
-            put(switch (question) {
-                case WorkerAnswer.READ -> read(wanted);
-                case WorkerAnswer.SEEK -> source.m_seek(place);
-                default -> source.m_size();
-            });
-        } catch (IOException | RuntimeException | Error e) {
-            failureOfChannel = e;
-            give(WorkerOrder.CHANNEL_FAILED);
-            return;
-        }
-        give(WorkerOrder.REPLY);
+        give(half, reply == null ? WorkerOrder.CHANNEL_FAILED : WorkerOrder.REPLY);
     }
 
-    private long read(int wanted) throws IOException {
-        int count = source.m_read(Math.min(wanted, c_mediareader_source.BUFFER_SIZE));
-        if (count > 0) {
-            block.buffer().put(0, source.m_buffer(), 0, count);
+    /** Releases the memory of a lane whose worker has ended. */
+    void release() {
+        for (Half one : halves) {
+            one.area.release();
         }
-        return count;
+        channel.release();
     }
 
-    /** Deletes what the worker made for this lane, and ends the worker when this was its last one. */
+    /**
+     * Deletes what the worker made for this lane, at once or a moment later, and ends the worker when this was its last one.
+     * Until then nobody else gets the memory that was shared for it.
+     */
     @Override
     public void close() {
+        channel.forget();
+        if (clear || !worker.closeLater(this)) {
+            closeNow();
+        }
+    }
+
+    /** As {@link #close()}, and waits for it. */
+    void closeNow() {
         try {
             if (!clear && !worker.isLast() && worker.isAlive()) {
+                while (works()) {
+                    finish();
+                }
                 begin().order(WorkerOrder.CLEAR);
                 clear = true;
             }
         } catch (RuntimeException | Error e) {
             // The worker has ended, or ends with its last lane.
         } finally {
-            source = null;
             packets = 0;
+            stream = ANY_STREAM;
+            inWork.clear();
+            for (Half one : halves) {
+                if (clear && one.area.buffer().capacity() > USUAL_AREA) {
+                    one.area.release();
+                    setArea(one, allocate(USUAL_AREA));
+                }
+            }
             worker.closeLane(this);
         }
     }

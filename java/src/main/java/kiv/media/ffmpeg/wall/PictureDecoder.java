@@ -3,7 +3,7 @@ package kiv.media.ffmpeg.wall;
 import kiv.media.ffmpeg.natives.PictureCall;
 
 /** A decoder of video that delivers pictures in memory of the caller's, on either side of the wall. */
-public interface PictureDecoder {
+public interface PictureDecoder extends AheadDecoder {
 
     /** Sets an option of the natives. */
     void setOption(String name, long value);
@@ -20,6 +20,20 @@ public interface PictureDecoder {
      * @return a sum of {@link kiv.media.ffmpeg.natives.PictureResult}
      */
     int decode(byte[] packet, int length, int flags, long[] call);
+
+    /** Says that packets will be given before they are decoded, as far as there is room. */
+    default void expectAhead() {
+    }
+
+    /** {@return a call for the next packet, in which is set what memory the decoder wants before it} */
+    default long[] nextCall() {
+        throw new UnsupportedOperationException();
+    }
+
+    /** Adds a packet to those that are decoded next, with what {@link #decode} gets with it. @param call of {@link #nextCall} */
+    default void add(PacketAhead packet, int flags, long[] call) {
+        throw new UnsupportedOperationException();
+    }
 
     /** Drops the data and the pictures that the decoder holds. */
     void reset();

@@ -1,9 +1,15 @@
 package kiv.media.ffmpeg.wall;
 
+import java.util.ArrayDeque;
+import java.util.Arrays;
 import java.util.BitSet;
+import java.util.Deque;
+import java.util.HashMap;
+import java.util.Map;
 import kiv.media.ffmpeg.natives.PictureCall;
 import kiv.media.ffmpeg.natives.PictureLayout;
 import kiv.media.ffmpeg.natives.PictureResult;
+import kiv.media.ffmpeg.natives.WorkerAnswer;
 import kiv.media.ffmpeg.natives.WorkerOrder;
 
 /** A decoder of video behind the wall. Its pictures lie in blocks of the shared memory, at the place of an address. */
@@ -13,13 +19,56 @@ public final class RemotePictureDecoder implements PictureDecoder {
     private static final int MOST_PICTURES = 10_000;
     private static final int LARGEST_SIDE = 1 << 20;
 
+    /** Pictures that are decoded before they are asked for: so many, and so many bytes. */
+    private static final int MOST_AHEAD = 8;
+    private static final int MOST_BYTES_AHEAD = 3 << 20;
+
     private final Lane lane;
     /** The slots of the blocks that the decoder has. */
     private final BitSet slots = new BitSet();
     private int results;
+    /** How many were set that the worker does not know. */
+    private int options;
+    private final DecodingAhead<Given> ahead;
+    private final PacketHistory history = new PacketHistory();
+    /** What is decoded again, and behind it the packet before which it must be; mostly empty. */
+    private final Deque<PacketHistory.Asked> again = new ArrayDeque<>();
+    /** Whether the first one of these was given. */
+    private boolean begun;
+    /** How many pictures of which packet come again. */
+    private Map<Long, Integer> repeated = new HashMap<>();
+    /** Whether the last result wants the next call. */
+    private boolean unfinished;
+    /** Memory for pictures that the decoder does not know, as calls have it, and slots of pictures that were closed. */
+    private final Deque<long[]> blocks = new ArrayDeque<>();
+    private final Deque<Long> closed = new ArrayDeque<>();
+    /** Slots that the decoder released in results that nobody got. */
+    private final Deque<Long> released = new ArrayDeque<>();
+    /** Pictures that come with others. */
+    private final Deque<Kept> kept = new ArrayDeque<>();
+    private long wanted;
+    private long wantedBytes;
+    /** Arrays that are used again. */
+    private final Deque<long[]> spare = new ArrayDeque<>();
+
+    /** A packet that is decoded before it is asked for. */
+    private record Given(PacketAhead packet, int flags, long[] call) {
+        boolean is(byte[] bytes, int length, int otherFlags, long key) {
+            return flags == otherFlags && call[PictureCall.KEY] == key && packet.has(bytes, 0, length);
+        }
+    }
+
+    private record Kept(int result, long[] call) {
+        int into(long[] other) {
+            System.arraycopy(call, 0, other, 0, call.length);
+            return result;
+        }
+    }
 
     private RemotePictureDecoder(Lane lane) {
         this.lane = lane;
+        this.ahead = new DecodingAhead<>(lane, PictureResult.MORE | PictureResult.MEMORY, MOST_AHEAD, MOST_BYTES_AHEAD,
+                undone -> collect(undone.call));
     }
 
     /**
@@ -53,32 +102,272 @@ public final class RemotePictureDecoder implements PictureDecoder {
         return new RemotePictureDecoder(lane);
     }
 
+    /** Sets an option of a decoder that is not open. What is wrong with it comes out of {@link #open()}. */
     @Override
     public void setOption(String name, long value) {
-        lane.begin().put(name).put(value).order(WorkerOrder.VIDEO_OPTION);
+        if (options++ == 0) {
+            lane.beginSeveral(0, Integer.MAX_VALUE);
+        }
+        lane.add(WorkerOrder.VIDEO_OPTION).put(name).put(value);
     }
 
     @Override
     public boolean open() {
-        return lane.begin().order(WorkerOrder.VIDEO_OPEN).takeInt() != 0;
+        if (options == 0) {
+            return lane.begin().order(WorkerOrder.VIDEO_OPEN).takeInt() != 0;
+        }
+        lane.add(WorkerOrder.VIDEO_OPEN).start();
+        Answer all = lane.finish();
+        for (; options > 0; options--) {
+            next(all);
+        }
+        return next(all).takeInt() != 0;
+    }
+
+    /** {@return the results of the next of several orders} */
+    private Answer next(Answer all) {
+        int kind = all.takeInt();
+        Answer results = all.takeAnswer();
+        if (kind == WorkerAnswer.DONE) {
+            return results;
+        }
+        throw kind == WorkerAnswer.FAILED && lane.failureOf(results) instanceof RuntimeException failure ? failure : lane.lied();
     }
 
     @Override
     public int decode(byte[] packet, int length, int flags, long[] call) {
+        int result = take(packet, length, flags, call);
+        if ((result & PictureResult.PICTURE) != 0) {
+            history.deliver(call);
+        }
+        return result;
+    }
+
+    private int take(byte[] packet, int length, int flags, long[] call) {
+        if (ahead.size() > 0 || !kept.isEmpty()) {
+            collect(call);
+        }
+        if (length > 0 || flags != 0) {
+            results = 0;
+            kept.clear();
+            Answer early = ahead.take(given -> given.is(packet, length, flags, call[PictureCall.KEY]) && spare.add(given.call));
+            if (early != null) {
+                remember(packet, length, flags, call);
+                return checked(early, call, true);
+            }
+            lane.countPacket();
+            if (forgetAhead(true)) {
+                goBack(packet, length, flags, call);
+            } else if (!again.isEmpty()) {
+                again.add(asked(packet, length, flags, call)); // there was no memory for a picture before
+            }
+            remember(packet, length, flags, call);
+        } else if (again.isEmpty() && !kept.isEmpty()) {
+            return kept.remove().into(call);
+        }
+        int result = again.isEmpty() ? decodeNow(packet, length, flags, call) : decodeAgain(call);
+        if (kept.isEmpty() || !again.isEmpty()) {
+            return result;
+        }
+        kept.add(new Kept(result, call.clone()));
+        return kept.remove().into(call);
+    }
+
+    private void remember(byte[] packet, int length, int flags, long[] call) {
+        if (length > 0) {
+            history.add(packet, length, flags, call[PictureCall.KEY]);
+        }
+    }
+
+    /** The decoder has seen packets that it should not have. The one that is asked for is decoded without them. */
+    private void goBack(byte[] packet, int length, int flags, long[] call) {
+        if (history.isComplete()) {
+            lane.begin().order(WorkerOrder.VIDEO_RESET);
+            repeated = history.delivered();
+            again.addAll(history.packets());
+            again.add(asked(packet, length, flags, call));
+        }
+    }
+
+    private static PacketHistory.Asked asked(byte[] packet, int length, int flags, long[] call) {
+        return new PacketHistory.Asked(length == 0 ? new byte[0] : Arrays.copyOf(packet, length), length, flags,
+                call[PictureCall.KEY]);
+    }
+
+    /** Decodes what was decoded before, and then the packet that is asked for. It returns when memory is wanted, too. */
+    private int decodeAgain(long[] call) {
+        long key = call[PictureCall.KEY];
+        for (;;) {
+            PacketHistory.Asked next = again.element();
+            boolean isLast = again.size() == 1;
+            call[PictureCall.KEY] = next.key();
+            int result = 0;
+            try {
+                result = decodeNow(next.bytes(), begun ? 0 : next.length(), begun ? 0 : next.flags(), call);
+            } catch (RuntimeException | Error e) {
+                if (isLast || !lane.worker().isAlive()) {
+                    again.clear();
+                    throw e;
+                }
+                // It failed before, too.
+            }
+            call[PictureCall.KEY] = key;
+            begun = !isLast && (result & (PictureResult.MORE | PictureResult.MEMORY)) != 0;
+            if (!begun) {
+                again.remove();
+            }
+            if (isLast) {
+                return result;
+            }
+            putBackReleased(call);
+            call[PictureCall.STOCKED] = 0;
+            call[PictureCall.CLOSED] = 0;
+            call[PictureCall.ERRORS] = 0;
+            if ((result & PictureResult.PICTURE) != 0) {
+                kept.add(new Kept(PictureResult.PICTURE | PictureResult.MORE, call.clone()));
+            }
+            if ((result & PictureResult.MEMORY) != 0) {
+                return PictureResult.MEMORY;
+            }
+        }
+    }
+
+    private void putBackReleased(long[] call) {
+        for (int i = 0; i < call[PictureCall.RELEASED]; i++) {
+            released.add(call[PictureCall.RELEASED_SLOTS + i]);
+        }
+        call[PictureCall.RELEASED] = 0;
+    }
+
+    private int decodeNow(byte[] packet, int length, int flags, long[] call) {
+        if (!blocks.isEmpty() || !closed.isEmpty()) {
+            collect(call);
+            provide(call);
+        }
         for (int block = 0; block < call[PictureCall.STOCKED]; block++) {
             slots.set((int) call[PictureCall.BLOCKS + block * PictureCall.BLOCK_SIZE + PictureCall.BLOCK_SLOT]);
         }
-        if (length > 0 || flags != 0) {
-            lane.countPacket();
-            results = 0;
-        }
-        Answer answer = lane.begin().put(flags).put(call).put(packet, 0, length).order(WorkerOrder.VIDEO_DECODE);
+        return checked(lane.begin().put(flags).put(call).put(packet, 0, length).order(WorkerOrder.VIDEO_DECODE), call, false);
+    }
+
+    /** Takes the results of a packet, and checks them. */
+    private int checked(Answer answer, long[] call, boolean early) {
         int result = answer.takeInt();
         answer.takeLongs(call);
         if (!isPossible(result, call)) {
             throw lane.lied();
         }
+        if ((result & PictureResult.PICTURE) != 0 && repeated.getOrDefault(call[PictureCall.PICTURE_KEY], 0) > 0) {
+            repeated.merge(call[PictureCall.PICTURE_KEY], -1, Integer::sum);
+            closed.add(call[PictureCall.SLOT]);
+            result &= ~PictureResult.PICTURE;
+        }
+        unfinished = (result & (PictureResult.MORE | PictureResult.MEMORY)) != 0;
+        wanted = call[PictureCall.WANTED];
+        wantedBytes = call[PictureCall.WANTED_BYTES];
+        if (early && !unfinished) {
+            call[PictureCall.WANTED] = 0; // it comes with the next packets
+        }
+        while (!released.isEmpty() && call[PictureCall.RELEASED] < PictureCall.MOST_RELEASED) {
+            call[PictureCall.RELEASED_SLOTS + (int) call[PictureCall.RELEASED]++] = released.remove();
+        }
         return result;
+    }
+
+    /** Takes over what a call provides. */
+    private void collect(long[] call) {
+        for (int block = 0; block < call[PictureCall.STOCKED]; block++) {
+            int at = PictureCall.BLOCKS + block * PictureCall.BLOCK_SIZE;
+            blocks.add(Arrays.copyOfRange(call, at, at + PictureCall.BLOCK_SIZE));
+        }
+        call[PictureCall.STOCKED] = 0;
+        for (int i = 0; i < call[PictureCall.CLOSED]; i++) {
+            closed.add(call[PictureCall.CLOSED_SLOTS + i]);
+        }
+        call[PictureCall.CLOSED] = 0;
+    }
+
+    /** Puts into a call what was taken over, as far as there is room. */
+    private void provide(long[] call) {
+        int count = 0;
+        for (; count < PictureCall.MOST_BLOCKS && !blocks.isEmpty(); count++) {
+            long[] block = blocks.remove();
+            System.arraycopy(block, 0, call, PictureCall.BLOCKS + count * PictureCall.BLOCK_SIZE, block.length);
+            slots.set((int) block[PictureCall.BLOCK_SLOT]);
+        }
+        call[PictureCall.STOCKED] = count;
+        for (count = 0; count < PictureCall.MOST_CLOSED && !closed.isEmpty(); count++) {
+            call[PictureCall.CLOSED_SLOTS + count] = closed.remove();
+        }
+        call[PictureCall.CLOSED] = count;
+    }
+
+    @Override
+    public void expectAhead() {
+        history.keep();
+    }
+
+    @Override
+    public int room() {
+        return !history.isComplete() || unfinished || wantedBytes == 0 ? 0 : ahead.room(wantedBytes);
+    }
+
+    @Override
+    public int taken() {
+        return ahead.size();
+    }
+
+    @Override
+    public long[] nextCall() {
+        long[] call = spare.isEmpty() ? new long[PictureCall.SIZE] : spare.remove();
+        call[PictureCall.WANTED] = wanted + 1;
+        call[PictureCall.WANTED_BYTES] = wantedBytes;
+        wanted = 0;
+        return call;
+    }
+
+    @Override
+    public void add(PacketAhead packet, int flags, long[] call) {
+        collect(call);
+        provide(call);
+        ahead.add(new Given(packet, flags, call), WorkerOrder.VIDEO_DECODE).put(flags).put(call).put(packet);
+    }
+
+    @Override
+    public void withdraw() {
+        ahead.withdraw();
+    }
+
+    @Override
+    public void start() {
+        ahead.start();
+    }
+
+    /**
+     * Drops what was decoded for nobody.
+     *
+     * @param surprise whether the caller asks for something else than the packets that come next
+     * @return whether there was something
+     */
+    private boolean forgetAhead(boolean surprise) {
+        Deque<OrdersAhead.Done<Given>> dropped = ahead.drop(surprise);
+        for (OrdersAhead.Done<Given> one : dropped) {
+            if (one.failed()) {
+                continue;
+            }
+            long[] call = new long[PictureCall.SIZE];
+            int result = one.answer().takeInt();
+            one.answer().takeLongs(call);
+            results = 0;
+            if (!isPossible(result, call)) {
+                throw lane.lied();
+            }
+            putBackReleased(call);
+            if ((result & PictureResult.PICTURE) != 0) {
+                closed.add(call[PictureCall.SLOT]);
+            }
+        }
+        return !dropped.isEmpty();
     }
 
     private boolean isPossible(int result, long[] call) {
@@ -120,7 +409,14 @@ public final class RemotePictureDecoder implements PictureDecoder {
 
     @Override
     public void reset() {
+        forgetAhead(false);
+        kept.clear();
+        again.clear();
+        begun = false;
+        repeated.clear();
+        history.clear();
         lane.begin().order(WorkerOrder.VIDEO_RESET);
+        unfinished = false;
     }
 
     @Override

@@ -1,10 +1,12 @@
 package kiv.media.ffmpeg.wall;
 
+import java.nio.ByteBuffer;
 import java.util.Arrays;
 import kiv.media.ffmpeg.natives.AudioParams;
 import kiv.media.ffmpeg.natives.AudioStatus;
 import kiv.media.ffmpeg.natives.PacketFields;
 import kiv.media.ffmpeg.natives.WorkerOrder;
+import kiv.media.ffmpeg.natives.c_codecoptions_ffmpeg;
 
 /** A decoder or encoder of sound behind the wall. */
 public final class RemoteSoundCodec implements SoundCodec {
@@ -13,12 +15,38 @@ public final class RemoteSoundCodec implements SoundCodec {
     private static final int MOST_IDLE = 10_000;
     /** Output of one call that is worth the memory. */
     private static final int MOST_OUTPUT = 1 << 30;
+    /** Samples of one channel; the frames of FFmpeg's encoders are shorter. */
+    private static final int LARGEST_FRAME = 1 << 20;
+
+    /** Packets that are decoded before they are asked for: so many in a message, and so many bytes of their sound. */
+    private static final int MOST_AHEAD = 32;
+    private static final int MOST_BYTES_AHEAD = 256 * 1024;
+    /** Behind a result with one of these the caller does not go on with the next packet at once. */
+    private static final int UNUSUAL = AudioStatus.DECODING_ERROR | AudioStatus.INPUT_LEFT | AudioStatus.OUTPUT_LOST
+            | AudioStatus.OUTPUT_TOO_SMALL;
 
     private final Lane lane;
+    private final DecodingAhead<Given> ahead;
     private int idle;
+    /** Bytes of output for which there was no room; 0 for none. */
+    private int waiting;
+    /** Whether the last call was a packet's last one. */
+    private boolean usual;
+    /** The output of the last call, where it came, and its bytes. */
+    private ByteBuffer output;
+    private int outputLength;
+
+    /** A packet that is decoded before it is asked for. */
+    private record Given(PacketAhead packet, int[] params) {
+        boolean is(byte[] in, int[] other) {
+            return Arrays.equals(params, 0, AudioParams.OUT_LENGTH + 1, other, 0, AudioParams.OUT_LENGTH + 1)
+                    && packet.has(in, other[AudioParams.OFFSET], other[AudioParams.LENGTH]);
+        }
+    }
 
     private RemoteSoundCodec(Lane lane) {
         this.lane = lane;
+        this.ahead = new DecodingAhead<>(lane, UNUSUAL, MOST_AHEAD, MOST_BYTES_AHEAD, undone -> { });
     }
 
     /**
@@ -88,65 +116,115 @@ public final class RemoteSoundCodec implements SoundCodec {
     @Override
     public boolean open() {
         idle = 0;
-        return lane.begin().order(WorkerOrder.SOUND_OPEN).takeInt() != 0;
+        return begin(false).order(WorkerOrder.SOUND_OPEN).takeInt() != 0;
     }
 
     @Override
     public void close() {
-        lane.begin().order(WorkerOrder.SOUND_CLOSE);
+        begin(false).order(WorkerOrder.SOUND_CLOSE);
     }
 
     @Override
     public void reset() {
-        lane.begin().order(WorkerOrder.SOUND_RESET);
+        begin(false).order(WorkerOrder.SOUND_RESET);
     }
 
     @Override
     public void setOption(String name, long value) {
-        lane.begin().put(name).put(value).order(WorkerOrder.SOUND_SET_OPTION);
+        begin(true).put(name).put(value).order(WorkerOrder.SOUND_SET_OPTION);
     }
 
     @Override
     public long option(String name) {
-        return lane.begin().put(name).order(WorkerOrder.SOUND_GET_OPTION).takeLong();
+        long value = begin(true).put(name).order(WorkerOrder.SOUND_GET_OPTION).takeLong();
+        if (value < 0 || value > (name.equals(c_codecoptions_ffmpeg.FRAME_SIZE) ? LARGEST_FRAME : Integer.MAX_VALUE)) {
+            throw lane.lied();
+        }
+        return value;
     }
 
     @Override
     public byte[] extradata() {
-        return lane.begin().order(WorkerOrder.SOUND_EXTRADATA).takeBytes();
+        return begin(true).order(WorkerOrder.SOUND_EXTRADATA).takeBytes();
+    }
+
+    /**
+     * Begins an order in the place of those that were given ahead.
+     *
+     * @param surprise whether the decoder goes on with what their packets have left in it
+     */
+    private Lane begin(boolean surprise) {
+        usual = false;
+        ahead.drop(surprise);
+        return lane.begin();
     }
 
     @Override
-    public int process(byte[] in, byte[] out, int[] params) {
-        int offset = params[AudioParams.OFFSET];
+    public int process(byte[] in, byte[] room, int[] params) {
         int length = params[AudioParams.LENGTH];
-        int outOffset = params[AudioParams.OUT_OFFSET];
-        int room = params[AudioParams.OUT_LENGTH];
-        if (length > 0) {
-            lane.countPacket();
+        int size = params[AudioParams.OUT_LENGTH];
+        Answer answer = length > 0 ? ahead.take(given -> given.is(in, params)) : null;
+        if (answer == null) {
+            if (length > 0) {
+                lane.countPacket();
+            }
+            answer = begin(length > 0).put(params).put(in, params[AudioParams.OFFSET], length)
+                    .order(WorkerOrder.SOUND_PROCESS);
         }
-        Answer answer = lane.begin().put(Arrays.copyOf(params, AudioParams.SIZE_WITH_SKIPPED)).put(in, offset, length)
-                .order(WorkerOrder.SOUND_PROCESS);
         int status = answer.takeInt();
         answer.takeInts(params);
-        byte[] output = answer.takeBytes();
-        boolean lies = output == null || params[AudioParams.LENGTH] < 0 || params[AudioParams.LENGTH] > length
-                || params[AudioParams.OUT_LENGTH] < 0 || params[AudioParams.OUT_LENGTH] > MOST_OUTPUT;
+        output = answer.takeView();
+        outputLength = output.remaining();
+        int needed = params[AudioParams.OUT_LENGTH];
+        boolean tooSmall = (status & AudioStatus.OUTPUT_TOO_SMALL) != 0;
+        boolean lies = (status & AudioStatus.OUTPUT_LOST) != 0
+                || params[AudioParams.LENGTH] < 0 || params[AudioParams.LENGTH] > length || needed < 0 || needed > MOST_OUTPUT
+                || tooSmall && (needed <= size || waiting > 0 && length == 0 && waiting <= size);
+        waiting = tooSmall ? needed : 0;
         idle = params[AudioParams.LENGTH] < length ? 0 : idle + 1;
-        if (lies || idle > MOST_IDLE || (status & AudioStatus.OUTPUT_TOO_SMALL) == 0
-                && (output.length > room || output.length != params[AudioParams.OUT_LENGTH])) {
+        if (lies || idle > MOST_IDLE || !tooSmall && (outputLength > size || outputLength != needed)) {
             throw lane.lied();
         }
-        if ((status & AudioStatus.OUTPUT_TOO_SMALL) == 0) {
-            System.arraycopy(output, 0, out, outOffset, output.length);
-        }
+        usual = (status & UNUSUAL) == 0;
         return status;
+    }
+
+    @Override
+    public byte[] output(byte[] room, int length) {
+        byte[] sound = new byte[outputLength];
+        output.get(0, sound);
+        return sound;
+    }
+
+    @Override
+    public int room() {
+        return usual ? ahead.room(outputLength) : 0;
+    }
+
+    @Override
+    public int taken() {
+        return ahead.size();
+    }
+
+    @Override
+    public void add(PacketAhead packet, int[] params) {
+        ahead.add(new Given(packet, params), WorkerOrder.SOUND_PROCESS).put(params).put(packet);
+    }
+
+    @Override
+    public void withdraw() {
+        ahead.withdraw();
+    }
+
+    @Override
+    public void start() {
+        ahead.start();
     }
 
     @Override
     public byte[] encode(byte[] pcm, int length, long[] packet) {
         lane.countPacket();
-        Answer answer = lane.begin().put(pcm, 0, length).order(WorkerOrder.SOUND_ENCODE);
+        Answer answer = begin(true).put(pcm, 0, length).order(WorkerOrder.SOUND_ENCODE);
         if (answer.isEmpty()) {
             return null;
         }

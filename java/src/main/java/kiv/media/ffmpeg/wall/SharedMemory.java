@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.wall;
 
 import java.lang.ref.Cleaner;
+import java.lang.ref.Reference;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.util.Map;
@@ -19,11 +20,19 @@ public final class SharedMemory {
     static final long SIZE = (1L << 31) - SharedMemory.PAGE;
 
     private static final int PAGE = 4096;
+    /** What a worker that waits may keep: pictures of usual films. */
+    private static final long KEPT = 64L << 20;
     private static final Cleaner CLEANER = Cleaner.create();
 
     private final long worker;
     /** Lengths of the free ranges by offset; no two of them touch. */
     private final TreeMap<Long, Long> free = new TreeMap<>();
+    private final WorkerCount count;
+    /** Frees some of it, when that is possible. Null behind the end of the worker, whose lanes would stay reachable. */
+    private Runnable makeRoom;
+    /** For how many reasons released ranges are kept for now, as the worker may write to them. */
+    private int keepers;
+    private final Map<Long, Long> kept = new TreeMap<>();
     private boolean closed;
 
     /** A part of the memory. */
@@ -55,11 +64,22 @@ public final class SharedMemory {
         }
     }
 
-    /** The memory of a worker, which is deleted with it. */
-    SharedMemory(long worker) {
+    /**
+     * The memory of a worker, which is deleted with it.
+     *
+     * @param makeRoom makes the worker release memory
+     */
+    SharedMemory(long worker, Runnable makeRoom) {
         this.worker = worker;
-        free.put((long) WorkerLane.END, SIZE - WorkerLane.END);
-        CLEANER.register(this, () -> c_workers_ffmpeg.n_delete_worker(worker));
+        this.makeRoom = makeRoom;
+        // Vector code may read a little behind a picture, so nothing lies on the last page.
+        free.put((long) WorkerLane.END, SIZE - WorkerLane.END - PAGE);
+        WorkerCount counted = new WorkerCount();
+        count = counted;
+        CLEANER.register(this, () -> {
+            c_workers_ffmpeg.n_delete_worker(worker);
+            counted.unmap();
+        });
     }
 
     /** The fields of a lane, for an owner of this object. */
@@ -78,15 +98,32 @@ public final class SharedMemory {
         long length = (Math.max(size, 1) + PAGE - 1L) / PAGE * PAGE;
         Long offset = take(length);
         if (offset == null) {
+            makeRoom();
+            offset = take(length);
+        }
+        if (offset == null) {
             return null;
         }
         ByteBuffer buffer = c_workers_ffmpeg.n_worker_memory(worker, offset, size).order(ByteOrder.nativeOrder());
-        AtomicBoolean released = new AtomicBoolean();
-        return new Block(buffer, offset, () -> {
-            if (!released.getAndSet(true)) {
-                give(offset, length);
+        // Who still has the buffer of a released block may use it, so it keeps the mapping too.
+        CLEANER.register(buffer, () -> Reference.reachabilityFence(this));
+        AtomicBoolean done = new AtomicBoolean();
+        long first = offset;
+        return new Block(buffer, first, () -> {
+            if (!done.getAndSet(true)) {
+                give(first, length);
             }
         });
+    }
+
+    private void makeRoom() {
+        Runnable how;
+        synchronized (this) {
+            how = makeRoom;
+        }
+        if (how != null) {
+            how.run();
+        }
     }
 
     private synchronized Long take(long length) {
@@ -109,6 +146,10 @@ public final class SharedMemory {
             discard(offset, length);
             return;
         }
+        if (keepers > 0) {
+            kept.put(offset, length);
+            return;
+        }
         long first = offset;
         long all = length;
         Map.Entry<Long, Long> before = free.floorEntry(offset);
@@ -120,11 +161,40 @@ public final class SharedMemory {
         free.put(first, behind == null ? all : all + behind);
     }
 
+    /** Lets nobody have what is released from now on. */
+    synchronized void keep() {
+        keepers++;
+    }
+
+    /** Ends one {@link #keep()}. */
+    synchronized void unkeep() {
+        if (--keepers == 0) {
+            kept.forEach(this::give);
+            kept.clear();
+        }
+    }
+
+    /** Returns all memory but the first free megabytes to the system that no block has. */
+    synchronized void discardSpare() {
+        long left = KEPT;
+        for (Map.Entry<Long, Long> range : free.entrySet()) {
+            long here = Math.min(left, range.getValue());
+            left -= here;
+            if (here < range.getValue()) {
+                discard(range.getKey() + here, range.getValue() - here);
+            }
+        }
+    }
+
     /** Returns all memory to the system that no block has, now and whenever a block is released. */
     synchronized void close() {
         closed = true;
+        makeRoom = null;
+        count.end();
         free.forEach(this::discard);
         free.clear();
+        kept.forEach(this::discard);
+        kept.clear();
     }
 
     private void discard(long offset, long length) {

@@ -11,7 +11,7 @@ public record WorkerEnd(Reason reason, int number) {
     private static final int SIGXCPU = 24;
     private static final int SIGSYS = 31;
 
-    /** What a worker died of. */
+    /** What a worker died of. The API, which this package does not see, has the same names for its users. */
     public enum Reason {
         /** A signal. */
         SIGNAL,

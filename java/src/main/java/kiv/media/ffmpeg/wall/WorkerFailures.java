@@ -8,8 +8,9 @@ public interface WorkerFailures {
      *
      * @param end how the worker ended
      * @param packets packets that the called object had taken or given, with the one at which the worker ended
+     * @param stream the index of the stream of these packets; negative when they are of several or of none
      */
-    RuntimeException ended(WorkerEnd end, long packets);
+    RuntimeException ended(WorkerEnd end, long packets, int stream);
 
     /**
      * {@return the exception for a worker that does not start}

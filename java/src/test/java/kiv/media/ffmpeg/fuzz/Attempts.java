@@ -5,6 +5,7 @@ import java.lang.management.ManagementFactory;
 import java.lang.management.ThreadMXBean;
 import java.nio.MappedByteBuffer;
 import java.nio.channels.FileChannel;
+import java.nio.channels.SeekableByteChannel;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardOpenOption;
@@ -30,6 +31,7 @@ import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.TestMedia;
 import kiv.media.ffmpeg.VideoDecoder;
+import kiv.media.ffmpeg.WorkerException;
 
 /** One damaged file: opened, read, sought in, decoded. A virtual machine attempts many, one after the other. */
 final class Attempts {
@@ -38,8 +40,8 @@ final class Attempts {
     /** Before the line that names a finding. */
     static final String TOLD = "FUZZ ";
 
-    private static final int LARGEST_SOURCE = 32 << 10;
-    private static final int MOST_PACKETS = 32;
+    private static final int LARGEST_SOURCE = Integer.getInteger("kiv.fuzz.bytes", 32 << 10);
+    private static final int MOST_PACKETS = Integer.getInteger("kiv.fuzz.packets", 32);
     private static final long LOOP = TimeUnit.SECONDS.toNanos(8);
     private static final long MOST_KIB = 2L << 20;
     private static final ThreadMXBean THREADS = ManagementFactory.getThreadMXBean();
@@ -53,6 +55,13 @@ final class Attempts {
     private final Mutation mutation;
     private final byte[] input;
     private final List<Runnable> closing = new ArrayList<>();
+    private WorkerException death;
+
+    /** Opens a medium. */
+    @FunctionalInterface
+    interface Opening {
+        MediaReader open(SeekableByteChannel channel) throws IOException;
+    }
 
     Attempts(long index) {
         random = new Random(SEED * 1_000_003 + index);
@@ -82,7 +91,7 @@ final class Attempts {
             for (long index = Long.parseLong(args[1]); index < last && System.nanoTime() < end; index += step) {
                 progress.putLong(0, index);
                 begun = THREADS.getCurrentThreadCpuTime();
-                new Attempts(index).run();
+                new Attempts(index).run(MediaReader::open);
             }
         } catch (RuntimeException | Error e) {
             e.printStackTrace();
@@ -166,11 +175,12 @@ final class Attempts {
         return input;
     }
 
-    private void run() {
+    /** {@return what became of the file, in few words} */
+    String run(Opening opening) {
         HostileChannel channel = new HostileChannel(input);
         channel.hook = () -> reads++;
         Map<Integer, Consumer<Packet>> decoders = new HashMap<>();
-        try (MediaReader reader = MediaReader.open(channel)) {
+        try (MediaReader reader = opening.open(channel)) {
             boolean damaging = random.nextInt(3) == 0;
             for (int count = random.nextInt(1 + random.nextInt(MOST_PACKETS)); count > 0; count--) {
                 List<MediaStream> streams = reader.streams();
@@ -183,12 +193,26 @@ final class Attempts {
                         .accept(damaging && random.nextInt(4) == 0 ? damaged(packet) : packet);
             }
             decoders.values().forEach(decoder -> decoder.accept(null));
+            return death == null ? "read" : died(death);
         } catch (LibraryException e) {
             throw new IllegalStateException(e);
+        } catch (WorkerException e) {
+            return died(e);
         } catch (IOException | MediaException e) {
             // What a damaged file deserves.
+            return death == null ? e.getClass().getSimpleName() : died(death);
         } finally {
             closing.forEach(Runnable::run);
+        }
+    }
+
+    private static String died(WorkerException death) {
+        return "died: " + death.reason() + (death.signal() == 0 ? "" : " " + death.signal());
+    }
+
+    private void note(MediaException e) {
+        if (death == null && e instanceof WorkerException exception) {
+            death = exception;
         }
     }
 
@@ -201,7 +225,7 @@ final class Attempts {
                 default -> { }
             }
         } catch (MediaException e) {
-            // Not every container can.
+            note(e); // not every container can
         }
     }
 
@@ -221,16 +245,19 @@ final class Attempts {
             AudioDecoder decoder = AudioDecoder.open(stream);
             closing.add(decoder::close);
             return packet -> attempt(() -> (packet == null ? decoder.finish() : decoder.decode(packet)).size());
-        } catch (MediaException | IllegalArgumentException e) {
+        } catch (MediaException e) {
+            note(e);
+            return packet -> { };
+        } catch (IllegalArgumentException e) {
             return packet -> { };
         }
     }
 
-    private static void attempt(Runnable work) {
+    private void attempt(Runnable work) {
         try {
             work.run();
         } catch (MediaException e) {
-            // The rest may be whole.
+            note(e); // the rest may be whole
         } catch (IllegalArgumentException e) {
             // Noise may look like several pictures, which a caller's packet may not hold.
             if (!e.getMessage().contains("PacketSplitter")) {

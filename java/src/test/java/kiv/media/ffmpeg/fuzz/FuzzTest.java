@@ -8,6 +8,7 @@ import java.nio.ByteBuffer;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.Map;
 import java.util.concurrent.CompletableFuture;
@@ -54,6 +55,29 @@ class FuzzTest {
                 .allMatch(kind -> kind.startsWith("FFmpeg's "));
     }
 
+    /** The files and packets of the others, behind the wall: none of them does any harm. */
+    @Test
+    void nothingFailsBehindTheWall() throws Exception {
+        Files.createDirectories(directory);
+        Path log = directory.resolve("walled.log");
+        List<String> small = List.of("-Dkiv.fuzz.bytes=8192", "-Dkiv.fuzz.packets=6");
+        int status = start(log, WalledFilms.class, small, "0", "5000", "2", "1");
+        assertThat(status).as(() -> "the status of what wrote " + log).isZero();
+    }
+
+    /** Runs a program in a virtual machine of its own. {@return its status} */
+    private static int start(Path log, Class<?> program, List<String> options, String... arguments)
+            throws IOException, InterruptedException {
+        List<String> command = new ArrayList<>(List.of(ProcessHandle.current().info().command().orElseThrow(), "-Xmx256m",
+                "-XX:MaxDirectMemorySize=256m", "-XX:+UseSerialGC", "-XX:-CreateCoredumpOnCrash",
+                "-DKIV_STREAMS_DIR=" + TestMedia.stream("audio.tsv").getParent(), "-Dkiv.fuzz.seed=" + Attempts.SEED,
+                "-Dkiv.media.ffmpeg.library=" + System.getProperty("kiv.media.ffmpeg.library")));
+        command.addAll(options);
+        command.addAll(List.of("-cp", System.getProperty("java.class.path"), program.getName()));
+        command.addAll(List.of(arguments));
+        return new ProcessBuilder(command).redirectErrorStream(true).redirectOutput(log.toFile()).start().waitFor();
+    }
+
     /** Runs virtual machines one after the other, until the inputs or the time are used up. */
     private void run(int worker, int step) {
         long end = System.nanoTime() + NANOS;
@@ -64,15 +88,10 @@ class FuzzTest {
             try {
                 Files.deleteIfExists(crash);
                 Files.write(progress, ByteBuffer.allocate(Long.BYTES).putLong(at).array());
-                int status = new ProcessBuilder(List.of(ProcessHandle.current().info().command().orElseThrow(), "-Xmx256m",
-                        "-XX:MaxDirectMemorySize=256m", "-XX:+UseSerialGC", "-XX:-CreateCoredumpOnCrash",
-                        "-XX:ErrorFile=" + crash, "-DKIV_STREAMS_DIR=" + TestMedia.stream("audio.tsv").getParent(),
-                        "-Dkiv.fuzz.seed=" + Attempts.SEED,
-                        "-Dkiv.media.ffmpeg.library=" + System.getProperty("kiv.media.ffmpeg.library"),
-                        "-cp", System.getProperty("java.class.path"), Attempts.class.getName(), progress.toString(),
-                        "" + at, "" + step, "" + Math.min(INPUTS, at + BATCH * step),
-                        "" + TimeUnit.NANOSECONDS.toMillis(end - System.nanoTime())))
-                        .redirectErrorStream(true).redirectOutput(log.toFile()).start().waitFor();
+                String most = "" + Math.min(INPUTS, at + BATCH * step);
+                String millis = "" + TimeUnit.NANOSECONDS.toMillis(end - System.nanoTime());
+                int status = start(log, Attempts.class, List.of("-XX:ErrorFile=" + crash), progress.toString(), "" + at,
+                        "" + step, most, millis);
                 long last = ByteBuffer.wrap(Files.readAllBytes(progress)).getLong();
                 if (status != 0) {
                     String report = Files.exists(crash) ? Files.readString(crash, StandardCharsets.ISO_8859_1) : "";

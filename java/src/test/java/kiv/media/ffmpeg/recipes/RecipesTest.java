@@ -57,6 +57,7 @@ class RecipesTest {
         assertThat((String) run("whatIs", TestMedia.stream("tagged.mp3"))).contains("坂本 龍一", "第二章", "AUDIO mp3 mono");
         run("thumbnails", TestMedia.film(), directory, 3);
         assertThat(Files.readAllBytes(directory.resolve("2.png"))).isNotEqualTo(Files.readAllBytes(directory.resolve("0.png")));
+        assertThat(run("thumbnail", TestMedia.film(), directory.resolve("one.png"))).isEqualTo(true);
         List<BufferedImage> shown = new ArrayList<>();
         try (InputStream camera = Files.newInputStream(TestMedia.stream("h264_320x240.h264"))) {
             run("rawH264", camera, (Consumer<BufferedImage>) shown::add);
