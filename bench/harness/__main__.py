@@ -16,7 +16,7 @@ from report import Report
 
 # The most important ones first, should the time not suffice for all.
 SECTIONS = {"films": sections.films, "packets": sections.packets, "images": sections.images,
-            "thumbnails": sections.thumbnails, "sound": sections.sound, "command-line": command_line,
+            "thumbnails": sections.thumbnails, "sound": sections.sound, "wall": sections.wall, "command-line": command_line,
             "growth": sections.growth, "side-by-side": sections.side_by_side, "neighbour": sections.neighbour,
             "quality": sections.quality, "small": sections.small}
 BUSY = 0.3  # processors that others use, above which times say little

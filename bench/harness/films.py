@@ -68,6 +68,10 @@ class Films:
         once = self.film("length.mp4", ["-c:v", "libx264", "-preset", "veryfast", "-crf", "25"], 320, 240, 250)
         return self._make(f"length_{times}.mp4", "-stream_loop", str(times - 1), "-i", once, "-c", "copy")
 
+    def repeated(self, file, times):
+        """A film so many times."""
+        return self._make(f"repeated_{times}_{os.path.basename(file)}", "-stream_loop", str(times - 1), "-i", file, "-c", "copy")
+
     def sound(self, name, codec, seconds=SECONDS):
         return self._make(name, "-f", "lavfi", "-i",
                           f"sine=f=440:r=44100:d={seconds},aformat=sample_fmts=s16:channel_layouts=stereo[s];"

@@ -185,4 +185,5 @@ def start(place, on, name, task):
     if name == "c":
         libraries = place.genuine if on == "2.8.1" else place.bridged
         return Served(name, [os.path.join(place.build, "release/bench/native/bench_baseline"), libraries, *task.arguments()])
-    return Served(name, [*place.java(on), "kiv.media.bench.Main", name, *task.arguments()])
+    isolation = ["-Dkiv.media.ffmpeg.isolation=wall"] if name == "api-wall" else []
+    return Served(name, [*place.java(on), *isolation, "kiv.media.bench.Main", name.removesuffix("-wall"), *task.arguments()])

@@ -17,6 +17,8 @@ from rounds import Comparison
 ALL = 0  # threads: what the participant does when it is not told
 ONE = 1
 THUMBNAIL_WIDTH = 320
+WALLED_COPIES = 8
+WALLED_TIMES = 5
 
 
 class Bench:
@@ -163,6 +165,29 @@ def sound(bench):
         bench.add(f"Sound, FFmpeg {on}", sound.__doc__ + "\n", "sound-" + on, found, "process")
 
 
+def wall(bench):
+    """The API beside itself with the decoder in a process behind the wall. Look at the wall clock: the processor time is without
+    that of the other process. The films are five times as long as elsewhere, because the first picture is measured by itself."""
+    found = {}
+    for film in media.FILMS:
+        who, baseline = _walled(Task("film", bench.films.repeated(bench.film(film), WALLED_TIMES), ALL))
+        found["film " + film[0]] = bench.compare("8.0.1", "wall " + film[0], who, baseline)
+    who, baseline = _walled(Task("film", bench.films.cut(bench.film(media.FILMS[0]), 1), ALL))
+    found["first picture"] = bench.compare("8.0.1", "wall, first picture", who, baseline)
+    film = bench.films.repeated(bench.film(media.FILMS[1 % len(media.FILMS)]), WALLED_TIMES)
+    who, baseline = _walled(Task("film", film, ONE, copies=WALLED_COPIES), [("api, wall, pool", "api-pool")])
+    found[f"{WALLED_COPIES} at once"] = bench.compare("8.0.1", f"wall, {WALLED_COPIES} at once", who, baseline)
+    for title, file, codec in media.SOUNDS:
+        who, baseline = _walled(Task("sound", bench.films.sound(file, codec), ONE))
+        found["sound " + title] = bench.compare("8.0.1", "wall " + title, who, baseline)
+    bench.add("Behind the wall", wall.__doc__ + "\n", "wall", found)
+
+
+def _walled(task, more=()):
+    who = [("api, wall", "api-wall"), *more]
+    return [("api", "api", task), *((label, name, task) for label, name in who)], {label: "api" for label, _ in who}
+
+
 def growth(bench):
     """How cost grows: straight lines where nothing is wrong. The calling thread's processor time, of the fastest round."""
     data, text = {}, growth.__doc__ + "\n"
@@ -255,13 +280,15 @@ def small(bench):
         with open(file, encoding="utf-8") as result:
             data = json.load(result)
     rows = []
+    kept = []  # without the machine's paths
     for one in data:
         metric = one["primaryMetric"]
         heap = one["secondaryMetrics"].get("gc.alloc.rate.norm") or one["secondaryMetrics"]["·gc.alloc.rate.norm"]
-        rows.append([one["benchmark"].rpartition(".")[2], f"{metric['score']:.3f}", f"{metric['scoreError']}",
+        kept.append({"benchmark": one["benchmark"], "primary": metric, "heap": heap})
+        rows.append([one["benchmark"].rpartition(".")[2], f"{metric['score']:.3f}", f"{metric['scoreError']:.3f}",
                      f"{heap['score']:.0f}"])
     text = small.__doc__ + "\n\n" + table(["what", "microseconds", "error", "heap bytes"], rows)
-    bench.report.add("Small costs", text, "small", data)
+    bench.report.add("Small costs", text, "small", kept)
 
 
 def quality(bench):

@@ -9,12 +9,14 @@ import java.util.concurrent.ConcurrentLinkedQueue;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.AudioBlock;
 import kiv.media.ffmpeg.AudioDecoder;
+import kiv.media.ffmpeg.Isolation;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.MediaStream;
 import kiv.media.ffmpeg.Packet;
 import kiv.media.ffmpeg.Picture;
 import kiv.media.ffmpeg.Plane;
 import kiv.media.ffmpeg.VideoDecoder;
+import kiv.media.ffmpeg.WorkerPool;
 
 /** The public API, as its documentation shows it. */
 final class ApiWork {
@@ -23,10 +25,19 @@ final class ApiWork {
     }
 
     static Work of(Task task) throws Exception {
+        return of(task, Isolation.usual());
+    }
+
+    /** In processes behind the wall that are used again. */
+    static Work pooled(Task task) throws Exception {
+        return of(task, WorkerPool.open(Isolation.wall()).isolation());
+    }
+
+    private static Work of(Task task, Isolation place) throws Exception {
         return switch (task.kind()) {
-            case FILM -> sink -> film(task, sink);
-            case IMAGES -> task.threads() == 1 ? sink -> film(task, sink) : sink -> images(task, sink);
-            case SOUND -> sink -> sound(task, sink);
+            case FILM -> sink -> film(task, place, sink);
+            case IMAGES -> task.threads() == 1 ? sink -> film(task, place, sink) : sink -> images(task, place, sink);
+            case SOUND -> sink -> sound(task, place, sink);
             case PACKETS -> packets(task);
         };
     }
@@ -35,9 +46,9 @@ final class ApiWork {
         return threads == 0 ? VideoDecoder.open(stream) : VideoDecoder.open(stream, threads);
     }
 
-    private static long film(Task task, Sink sink) throws Exception {
+    private static long film(Task task, Isolation place, Sink sink) throws Exception {
         long count = 0;
-        try (MediaReader reader = MediaReader.open(task.file());
+        try (MediaReader reader = MediaReader.open(task.file(), place);
                 VideoDecoder decoder = decoder(reader.firstVideo().orElseThrow(), task.threads())) {
             for (Iterator<Picture> pictures = decoder.pictures(reader).iterator(); pictures.hasNext(); count++) {
                 try (Picture picture = pictures.next()) {
@@ -49,10 +60,10 @@ final class ApiWork {
     }
 
     /** Converts on other threads while this one decodes. */
-    private static long images(Task task, Sink sink) throws Exception {
+    private static long images(Task task, Isolation place, Sink sink) throws Exception {
         long count = 0;
         Queue<BufferedImage> spare = new ConcurrentLinkedQueue<>();
-        try (MediaReader reader = MediaReader.open(task.file());
+        try (MediaReader reader = MediaReader.open(task.file(), place);
                 VideoDecoder decoder = decoder(reader.firstVideo().orElseThrow(), task.threads());
                 Stream<BufferedImage> converted = decoder.pictures(reader, picture -> image(task, picture, spare.poll()))) {
             for (Iterator<BufferedImage> images = converted.iterator(); images.hasNext(); count++) {
@@ -84,9 +95,9 @@ final class ApiWork {
         }
     }
 
-    private static long sound(Task task, Sink sink) throws Exception {
+    private static long sound(Task task, Isolation place, Sink sink) throws Exception {
         long count = 0;
-        try (MediaReader reader = MediaReader.open(task.file());
+        try (MediaReader reader = MediaReader.open(task.file(), place);
                 AudioDecoder decoder = AudioDecoder.open(reader.firstAudio().orElseThrow())) {
             for (Iterator<AudioBlock> blocks = decoder.blocks(reader).iterator(); blocks.hasNext();) {
                 AudioBlock block = blocks.next();

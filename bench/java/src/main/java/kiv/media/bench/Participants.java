@@ -13,6 +13,7 @@ final class Participants {
 
     private static final Map<String, Maker> MAKERS = Map.of(
             "api", ApiWork::of,
+            "api-pool", ApiWork::pooled,
             "entries", EntryWork::of,
             "javacv", JavacvWork::of,
             "presets", PresetsWork::of,
