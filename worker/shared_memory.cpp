@@ -2,8 +2,10 @@
 
 #include <natives/WorkerLane.h>
 
+#include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
@@ -44,6 +46,19 @@ std::span<uint8_t> c_shared_memory::part(int64_t ilp_offset, int64_t ilp_length)
     if (ilp_offset < WorkerLane::END || ilp_length < 0 || ilp_offset > ill_size || ilp_length > ill_size - ilp_offset)
         throw std::out_of_range("a part outside of the shared memory");
     return bytes().subspan(static_cast<size_t>(ilp_offset), static_cast<size_t>(ilp_length));
+}
+
+void c_shared_memory::fetch_pages(std::span<uint8_t> utp_part) const noexcept
+{
+    uint8_t *autl_end = utp_part.data() + utp_part.size();
+    uint8_t *autl_begin = std::max(utp_part.data(), autc_fetched.load(std::memory_order_relaxed));
+    if (autl_begin >= autl_end)
+        return;
+    autc_fetched.store(autl_end, std::memory_order_relaxed);
+    constexpr uintptr_t ul_page = 4096;
+    autl_begin -= reinterpret_cast<uintptr_t>(autl_begin) % ul_page;
+    // Kernels before 5.14 do not know it. Then pages come when they are written to.
+    madvise(autl_begin, static_cast<size_t>(autl_end - autl_begin), MADV_POPULATE_WRITE);
 }
 
 std::span<uint8_t> c_shared_memory::lane(int32_t imp_lane) const

@@ -3,6 +3,7 @@
 
 #include "kivjniffmpeg/workers/mapping.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -22,6 +23,12 @@ public:
     /** @throws std::out_of_range when the part is not within the memory behind the lanes */
     std::span<uint8_t> part(int64_t ilp_offset, int64_t ilp_length) const;
 
+    /**
+     * Takes the pages of a part at once, which is faster than one after the other when they are written to. The pages before a
+     * part that was fetched count as fetched. Any thread may call this.
+     */
+    void fetch_pages(std::span<uint8_t> utp_part) const noexcept;
+
     /** The bytes of a lane. @throws std::out_of_range when there is no such lane */
     std::span<uint8_t> lane(int32_t imp_lane) const;
 
@@ -29,4 +36,5 @@ private:
     std::span<uint8_t> bytes() const noexcept;
 
     c_mapping dsc_mapping;
+    mutable std::atomic<uint8_t *> autc_fetched{}; /**< where the last part ends that was fetched */
 };

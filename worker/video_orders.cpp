@@ -68,6 +68,7 @@ void find_blocks(const c_shared_memory &dsp_memory, std::span<int64_t> ailp_call
             ailp_call.subspan(PictureCall::BLOCKS + ull_block * PictureCall::BLOCK_SIZE, PictureCall::BLOCK_SIZE);
         const auto utl_block =
             dsp_memory.part(ailp_block[PictureCall::BLOCK_ADDRESS], ailp_block[PictureCall::BLOCK_BYTES]);
+        dsp_memory.fetch_pages(utl_block);
         ailp_block[PictureCall::BLOCK_ADDRESS] = static_cast<int64_t>(reinterpret_cast<intptr_t>(utl_block.data()));
     }
 }

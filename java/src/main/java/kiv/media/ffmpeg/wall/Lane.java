@@ -292,6 +292,9 @@ public final class Lane implements AutoCloseable {
         mayAsk = false;
         channel.beginOrder();
         clear = false;
+        if (inWork.isEmpty()) {
+            memory().count().beginWork();
+        }
         inWork.add(half);
         giveNext(WorkerOrder.SEVERAL);
     }
@@ -309,7 +312,7 @@ public final class Lane implements AutoCloseable {
     /** Waits for the results of the oldest orders that were started. {@return for each that was begun a number and a list} */
     Answer finish() {
         try {
-            return answer(inWork.remove(), false);
+            return answer(takeOldest(), false);
         } catch (IOException e) {
             throw new UncheckedIOException(e);
         }
@@ -325,7 +328,15 @@ public final class Lane implements AutoCloseable {
     Answer severalWithChannel() throws IOException {
         start();
         mayAsk = true;
-        return answer(inWork.remove(), true);
+        return answer(takeOldest(), true);
+    }
+
+    private Half takeOldest() {
+        Half oldest = inWork.remove();
+        if (inWork.isEmpty()) {
+            memory().count().endWork();
+        }
+        return oldest;
     }
 
     private Answer answerTo(int kind) throws IOException {
@@ -395,7 +406,8 @@ public final class Lane implements AutoCloseable {
     }
 
     private void take(Half of, boolean soon) {
-        int result = c_workers_ffmpeg.n_take_turn(worker.handle(), number, of.number, of.turn, soon, worker.limits().deadline());
+        int result = c_workers_ffmpeg.n_take_turn(worker.handle(), number, of.number, of.turn,
+                soon && !WorkerCount.isCrowded(), worker.limits().deadline());
         switch (result) {
             case c_workers_ffmpeg.ANSWERED -> of.turn++;
             case c_workers_ffmpeg.ENDED -> throw worker.ended(this);
@@ -501,7 +513,9 @@ public final class Lane implements AutoCloseable {
         } finally {
             packets = 0;
             stream = ANY_STREAM;
-            inWork.clear();
+            while (works()) {
+                takeOldest();
+            }
             for (Half one : halves) {
                 if (clear && one.area.buffer().capacity() > USUAL_AREA) {
                     one.area.release();

@@ -82,6 +82,11 @@ public final class SharedMemory {
         });
     }
 
+    /** {@return the worker, as it is counted} */
+    WorkerCount count() {
+        return count;
+    }
+
     /** The fields of a lane, for an owner of this object. */
     ByteBuffer lane(int number) {
         return c_workers_ffmpeg.n_worker_memory(worker, (long) number * WorkerLane.SIZE, WorkerLane.SIZE)

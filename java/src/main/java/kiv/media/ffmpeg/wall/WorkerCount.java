@@ -1,7 +1,5 @@
 package kiv.media.ffmpeg.wall;
 
-import java.util.concurrent.atomic.AtomicBoolean;
-
 /**
  * Counts the workers of this process. Objects that nobody closes keep theirs until the garbage collector finds them, so it is
  * asked to look when there are many. Any thread may use it.
@@ -16,13 +14,20 @@ final class WorkerCount {
     private static final int LOOKS = 40;
     private static final int BETWEEN_LOOKS = 50;
 
+    /** How many can work at the same time. */
+    private static final int PROCESSORS = Runtime.getRuntime().availableProcessors();
+
     private static int living;
     private static int mapped;
+    /** How many have something to do. */
+    private static volatile int busy;
     private static int nextCollection = MANY;
     private static int nextMapped = MOST_MAPPED;
 
     /** One worker and its memory. */
-    private final AtomicBoolean ended = new AtomicBoolean();
+    private boolean ended;
+    /** How many of its lanes have orders in work. */
+    private int lanesInWork;
 
     /** Counts one. */
     WorkerCount() {
@@ -34,11 +39,36 @@ final class WorkerCount {
 
     /** Its process has ended. A second call does nothing. */
     void end() {
-        if (!ended.getAndSet(true)) {
-            synchronized (WorkerCount.class) {
+        synchronized (WorkerCount.class) {
+            if (!ended) {
+                ended = true;
                 living--;
+                busy -= lanesInWork > 0 ? 1 : 0;
             }
         }
+    }
+
+    /** One of its lanes has orders in work from now on. */
+    void beginWork() {
+        synchronized (WorkerCount.class) {
+            if (++lanesInWork == 1 && !ended) {
+                busy++;
+            }
+        }
+    }
+
+    /** The lane has none in work any more. */
+    void endWork() {
+        synchronized (WorkerCount.class) {
+            if (--lanesInWork == 0 && !ended) {
+                busy--;
+            }
+        }
+    }
+
+    /** {@return whether more of them have something to do than there are processors} */
+    static boolean isCrowded() {
+        return busy > PROCESSORS;
     }
 
     /** Its memory is not mapped any more. */
