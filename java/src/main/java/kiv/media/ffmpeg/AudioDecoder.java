@@ -2,10 +2,6 @@ package kiv.media.ffmpeg;
 
 import java.io.UncheckedIOException;
 import java.nio.ByteBuffer;
-import java.util.ArrayDeque;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.Deque;
 import java.util.List;
 import java.util.Objects;
 import java.util.stream.Stream;
@@ -52,12 +48,8 @@ public final class AudioDecoder implements AutoCloseable {
     private final Workplace place;
     /** Whether sound of a packet may come with a later one, or at the end. */
     private final boolean holdsBack;
-    private final AudioClock clock;
-    private final SampleCutter cutter;
+    private final DecodedSound decoded;
     private final PacketFilter filter;
-    private final Deque<AudioBlock> finished = new ArrayDeque<>();
-    /** What the current call has decoded. */
-    private final List<byte[]> decoded = new ArrayList<>();
 
     private AudioDecoder(SoundCodec made, WaveFormat format, SampleFormat samples, int bitRate, Rational timeBase,
             MediaStream stream, Workplace place) {
@@ -71,9 +63,10 @@ public final class AudioDecoder implements AutoCloseable {
         this.holdsBack = holdsBack(made);
         // WMA keeps only its last frame, and answers other packets at once.
         boolean isWma = format.formatTag() == WaveFormatTags.WMA1 || format.formatTag() == WaveFormatTags.WMA2;
-        this.clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME, holdsBack && !isWma);
+        AudioClock clock = new AudioClock(timeBase, format.sampleRate(), stream == null ? 0 : Packet.NO_TIME,
+                holdsBack && !isWma);
+        this.decoded = new DecodedSound(format, samples, clock, new SampleCutter(stream != null));
         this.filter = new PacketFilter(stream);
-        this.cutter = new SampleCutter(stream != null);
     }
 
     private boolean holdsBack(SoundCodec made) {
@@ -327,7 +320,7 @@ public final class AudioDecoder implements AutoCloseable {
         PacketMemory memory = new PacketMemory();
         return new DecodingSpliterator<>(() -> reader.read(memory), filter, this::decodeOrEnd,
                 () -> handle.call(sound -> {
-                    AudioBlock block = finished.poll();
+                    AudioBlock block = decoded.poll();
                     if (block != null) {
                         goOn(sound, reader);
                     }
@@ -365,60 +358,28 @@ public final class AudioDecoder implements AutoCloseable {
         return MediaAudio.stream(reader, this, false, AudioSystem.NOT_SPECIFIED);
     }
 
-    /**
-     * What a packet gives, with what is not to be heard of it.
-     *
-     * @param pcm all of it
-     * @param first the first sample that is heard
-     * @param end the first one behind those that are heard
-     * @param timestamp when the first one is heard, in units of the stream's time base, or {@link Packet#NO_TIME}
-     */
-    record Uncut(byte[] pcm, int first, int end, long timestamp) {
-    }
-
     /** Decodes a packet, or with null the end, as far as it is not damaged. */
-    Uncut uncut(Packet packet) {
+    DecodedSound.Uncut uncut(Packet packet) {
         return handle.call(sound -> {
             try {
                 DecodeException.translate(() -> decodeUncut(sound, packet));
             } catch (DecodeException e) {
                 // As in blocks, what came before the damage counts.
             }
-            byte[] pcm = joined();
-            int frames = pcm.length / (format.channels() * samples.bytes());
-            if (frames == 0) {
-                return new Uncut(pcm, 0, 0, Packet.NO_TIME);
-            }
-            SampleCutter.Part part = cutter.cut(frames, codec.skipped());
-            clock.skip(part.first());
-            long time = clock.time();
-            clock.advance((int) (frames - part.first()));
-            return new Uncut(pcm, (int) part.first(), (int) part.end(), time);
+            return decoded.takeUncut(codec.skipped());
         });
     }
 
     private void decodeUncut(SoundCodec sound, Packet packet) {
         if (packet != null) {
-            clock.at(timeOf(packet));
-            cutter.begin(packet.trim());
+            decoded.begin(timeOf(packet), packet.trim());
             isDamaged(sound, packet.bytes(), packet.size());
             return;
         }
-        clock.end();
-        while (take(codec.drain(sound)) > 0) {
+        decoded.end();
+        while (decoded.add(codec.drain(sound).bytes()) > 0) {
             continue;
         }
-    }
-
-    private byte[] joined() {
-        byte[] pcm = new byte[decoded.stream().mapToInt(part -> part.length).sum()];
-        int at = 0;
-        for (byte[] part : decoded) {
-            System.arraycopy(part, 0, pcm, at, part.length);
-            at += part.length;
-        }
-        decoded.clear();
-        return pcm;
     }
 
     /** Null ends the stream. */
@@ -444,7 +405,7 @@ public final class AudioDecoder implements AutoCloseable {
     public List<AudioBlock> finish() {
         return handle.call(sound -> {
             end(sound);
-            return deliver();
+            return decoded.takeAll();
         });
     }
 
@@ -458,7 +419,7 @@ public final class AudioDecoder implements AutoCloseable {
     public void reset() {
         handle.call(sound -> {
             DecodeException.translate(() -> reopen(sound));
-            finished.clear();
+            decoded.clearBlocks();
             return null;
         });
     }
@@ -483,7 +444,7 @@ public final class AudioDecoder implements AutoCloseable {
                     made.delete();
                 }
             }
-            finished.clear();
+            decoded.clearBlocks();
             handle.replace(made).delete();
             return null;
         });
@@ -514,20 +475,18 @@ public final class AudioDecoder implements AutoCloseable {
         if (!NativeAudioCodec.reopen(sound, bitRate, 0)) {
             throw doesNotOpen(format);
         }
-        clock.reset();
-        cutter.reset();
-        decoded.clear();
+        decoded.reset();
     }
 
     private void end(SoundCodec sound) {
         DecodeException.translate(() -> {
-            clock.end();
+            decoded.end();
             try {
-                while (take(codec.drain(sound)) > 0) {
+                while (decoded.add(codec.drain(sound).bytes()) > 0) {
                     continue;
                 }
             } finally {
-                cut();
+                decoded.cut(codec.skipped());
             }
             reopen(sound);
         });
@@ -543,19 +502,18 @@ public final class AudioDecoder implements AutoCloseable {
     private List<AudioBlock> decode(byte[] bytes, int size, long time, SampleTrim trim, Object what) {
         return handle.call(sound -> {
             decode(sound, bytes, size, time, trim, what);
-            return deliver();
+            return decoded.takeAll();
         });
     }
 
     private void decode(SoundCodec sound, byte[] bytes, int size, long time, SampleTrim trim, Object what) {
         DecodeException.translate(() -> {
-            clock.at(time);
-            cutter.begin(trim);
+            decoded.begin(time, trim);
             boolean damaged;
             try {
                 damaged = isDamaged(sound, bytes, size);
             } finally {
-                cut();
+                decoded.cut(codec.skipped());
             }
             if (damaged) {
                 throw new DecodeException("a packet cannot be decoded: " + what);
@@ -570,11 +528,11 @@ public final class AudioDecoder implements AutoCloseable {
         int offset = 0;
         do {
             result = codec.process(sound, bytes, offset, size - offset);
-            silent &= take(result) == 0;
+            silent &= decoded.add(result.bytes()) == 0;
             offset = size - result.rest();
         } while (result.rest() > 0 && !result.failed());
         if (silent && !result.failed()) {
-            clock.silent();
+            decoded.skipPacket();
         }
         return result.failed() || silent && isMpeg(format) && beginsFrame(bytes, size);
     }
@@ -594,47 +552,5 @@ public final class AudioDecoder implements AutoCloseable {
      */
     private static boolean beginsFrame(byte[] bytes, int size) {
         return size >= MPEG_HEADER && (bytes[0] & 0xFF) == 0xFF && (bytes[1] & 0xE0) == 0xE0;
-    }
-
-    private int take(NativeAudioCodec.Result result) {
-        int frames = result.bytes().length / (format.channels() * samples.bytes());
-        if (frames > 0) {
-            decoded.add(result.bytes());
-        }
-        return frames;
-    }
-
-    /** Makes blocks of what a call has decoded, without what is not to be heard. */
-    private void cut() {
-        if (decoded.isEmpty()) {
-            return;
-        }
-        int size = format.channels() * samples.bytes();
-        long length = 0;
-        for (byte[] pcm : decoded) {
-            length += pcm.length / size;
-        }
-        SampleCutter.Part part = cutter.cut(length, codec.skipped());
-        long at = 0;
-        for (byte[] pcm : decoded) {
-            int frames = pcm.length / size;
-            int first = (int) Math.max(0, Math.min(frames, part.first() - at));
-            int end = (int) Math.max(first, Math.min(frames, part.end() - at));
-            clock.skip(first);
-            if (first < end) {
-                byte[] heard = first == 0 && end == frames ? pcm : Arrays.copyOfRange(pcm, first * size, end * size);
-                finished.add(new AudioBlock(heard, samples, format.sampleRate(), format.channels(), clock.time(),
-                        clock.timeBase()));
-            }
-            clock.advance(frames - first);
-            at += frames;
-        }
-        decoded.clear();
-    }
-
-    private List<AudioBlock> deliver() {
-        List<AudioBlock> blocks = new ArrayList<>(finished);
-        finished.clear();
-        return blocks;
     }
 }

@@ -122,7 +122,7 @@ final class SoundDecoder implements AutoCloseable {
         } else {
             index.add(packet.bytes(), packet.size(), fields, PacketIndex.RESTART);
         }
-        AudioDecoder.Uncut sound = whole.uncut(packet);
+        DecodedSound.Uncut sound = whole.uncut(packet);
         map.add(sound);
         decoded++;
         recent = map.size() - 1;

@@ -92,7 +92,7 @@ final class SoundLength {
 
     /** Adds one of the first packets, of which the decoder itself leaves out a part. */
     private boolean begin(Packet packet, AudioDecoder decoder) {
-        AudioDecoder.Uncut sound = decoder.uncut(packet);
+        DecodedSound.Uncut sound = decoder.uncut(packet);
         long gave = frames(sound, decoder);
         frame = frame == 0 ? gave : frame;
         samples += sound.end() - sound.first();
@@ -107,7 +107,7 @@ final class SoundLength {
         return gave > 0;
     }
 
-    private static long frames(AudioDecoder.Uncut sound, AudioDecoder decoder) {
+    private static long frames(DecodedSound.Uncut sound, AudioDecoder decoder) {
         return sound.pcm().length / decoder.pcmFormat().blockAlign();
     }
 

@@ -45,7 +45,7 @@ final class SoundMap {
     }
 
     /** Notes what comes next. */
-    void add(AudioDecoder.Uncut sound) {
+    void add(DecodedSound.Uncut sound) {
         if (size == lengths.length) {
             lengths = Arrays.copyOf(lengths, 2 * size);
             checksums = Arrays.copyOf(checksums, 2 * size);
