@@ -52,7 +52,8 @@ void c_shared_memory::fetch_pages(std::span<uint8_t> utp_part) const noexcept
 {
     uint8_t *autl_end = utp_part.data() + utp_part.size();
     uint8_t *autl_begin = std::max(utp_part.data(), autc_fetched.load(std::memory_order_relaxed));
-    if (autl_begin >= autl_end)
+    constexpr size_t ul_large = size_t{8} << 20U;
+    if (autl_begin >= autl_end || utp_part.size() > ul_large)
         return;
     autc_fetched.store(autl_end, std::memory_order_relaxed);
     constexpr uintptr_t ul_page = 4096;

@@ -25,7 +25,8 @@ public:
 
     /**
      * Takes the pages of a part at once, which is faster than one after the other when they are written to. The pages before a
-     * part that was fetched count as fetched. Any thread may call this.
+     * part that was fetched count as fetched, and a large part is left as it is: it may be memory for a picture that never
+     * comes. Any thread may call this.
      */
     void fetch_pages(std::span<uint8_t> utp_part) const noexcept;
 

@@ -516,13 +516,25 @@ public final class Lane implements AutoCloseable {
             while (works()) {
                 takeOldest();
             }
-            for (Half one : halves) {
-                if (clear && one.area.buffer().capacity() > USUAL_AREA) {
-                    one.area.release();
-                    setArea(one, allocate(USUAL_AREA));
+            try {
+                if (clear) {
+                    releaseLargeAreas();
                 }
+            } finally {
+                worker.closeLane(this);
             }
-            worker.closeLane(this);
+        }
+    }
+
+    /** Takes usual areas in place of large ones, if there is memory for them. */
+    private void releaseLargeAreas() {
+        for (Half one : halves) {
+            SharedMemory.Block old = one.area;
+            SharedMemory.Block usual = old.buffer().capacity() > USUAL_AREA ? memory().allocate(USUAL_AREA) : null;
+            if (usual != null) {
+                setArea(one, usual);
+                old.release();
+            }
         }
     }
 }

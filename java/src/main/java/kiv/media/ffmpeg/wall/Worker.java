@@ -103,6 +103,9 @@ public final class Worker {
                 nursery = Nursery.of(program, ffmpeg);
                 handle = nursery.createWorker(limits);
             }
+            if (handle == 0) {
+                throw new IllegalStateException("the process that makes workers ends at once");
+            }
             Worker worker = new Worker(nursery, handle, limits, failures, home);
             Lane lane = worker.openLane();
             if (lane == null) {
@@ -200,8 +203,11 @@ public final class Worker {
                 }
                 open++;
             }
-            lane.closeNow();
-            memory.unkeep();
+            try {
+                lane.closeNow();
+            } finally {
+                memory.unkeep();
+            }
         }
     }
 
