@@ -26,6 +26,7 @@ void make(dsd_workplace &dsp_place, std::unique_ptr<c_vformat> dsp_format)
     auto dsl_codec = std::make_unique<c_videocodec>(&dsp_place.dsc_ffmpeg, std::move(dsp_format));
     dsl_codec->append_dst_format(std::make_unique<c_colormodel>());
     dsl_codec->set_option("pooled_pictures", 1);
+    dsl_codec->stock()->keep_delivered(PictureCall::MOST_CLOSED);
     dsl_codec->count_frames_in(&dsp_place.dsc_lane.progress());
     dsp_place.dsc_video = std::move(dsl_codec);
 }

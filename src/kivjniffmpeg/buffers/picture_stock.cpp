@@ -22,6 +22,17 @@ int32_t bytes_of(const dsd_picture_layout &dsp_layout) noexcept
     return dsp_layout.imc_total + dsp_layout.imc_align + im_slack;
 }
 
+bool is_free(const c_picture_stock::dsd_block &dsp_block) noexcept
+{
+    return !dsp_block.bc_used && !dsp_block.bc_delivered;
+}
+
+/** Whether Java has a picture in it that FFmpeg does not use any more. */
+bool is_kept(const c_picture_stock::dsd_block &dsp_block) noexcept
+{
+    return !dsp_block.bc_used && dsp_block.bc_delivered;
+}
+
 /** Points the frame at the planes of a picture in the block. @return where the first one lies */
 uint8_t *point_at(const c_picture_stock::dsd_block &dsp_block, const dsd_picture_layout &dsp_layout, AVFrame &dsp_frame)
 {
@@ -71,14 +82,14 @@ void c_picture_stock::add(int32_t imp_slot, uint8_t *autp_memory, int32_t imp_si
 int32_t c_picture_stock::free_blocks() const noexcept
 {
     return static_cast<int32_t>(std::ranges::count_if(dsc_blocks, [this](const auto &dsp_block) {
-        return !dsp_block->bc_used && dsp_block->imc_size >= imc_wanted_size;
+        return is_free(*dsp_block) && dsp_block->imc_size >= imc_wanted_size;
     }));
 }
 
 int32_t c_picture_stock::wanted() const
 {
     const std::scoped_lock dsl_lock(dsc_mutex);
-    return imc_wanted_size == 0 ? 0 : std::max(0, imc_target - free_blocks());
+    return imc_wanted_size == 0 ? 0 : imc_target - free_blocks();
 }
 
 int32_t c_picture_stock::wanted_size() const
@@ -92,8 +103,12 @@ void c_picture_stock::close(int32_t imp_slot)
     const std::scoped_lock dsl_lock(dsc_mutex);
     const auto dsl_block =
         std::ranges::find(dsc_blocks, imp_slot, [](const auto &dsp_one) { return dsp_one->imc_slot; });
-    if (imp_slot != im_native && dsl_block != dsc_blocks.end() && (*dsl_block)->bc_used)
-        (*dsl_block)->bc_delivered = false;
+    if (imp_slot == im_native || dsl_block == dsc_blocks.end())
+        return;
+    const bool bl_kept = is_kept(**dsl_block);
+    (*dsl_block)->bc_delivered = false;
+    if (bl_kept)
+        settle(dsl_block);
 }
 
 size_t c_picture_stock::release_slots(std::span<int32_t> aimp_slots)
@@ -101,7 +116,7 @@ size_t c_picture_stock::release_slots(std::span<int32_t> aimp_slots)
     const std::scoped_lock dsl_lock(dsc_mutex);
     // Blocks that became too small serve nobody here.
     std::erase_if(dsc_blocks, [this](const auto &dsp_block) {
-        const bool bl_small = !dsp_block->bc_used && dsp_block->imc_size < imc_wanted_size;
+        const bool bl_small = is_free(*dsp_block) && dsp_block->imc_size < imc_wanted_size;
         if (bl_small)
             aimc_released.push_back(dsp_block->imc_slot);
         return bl_small;
@@ -140,7 +155,7 @@ c_picture_stock::dsd_block *c_picture_stock::take(int32_t imp_size)
     imc_wanted_size = imp_size;
     // The one that was released last is most likely in the processor's cache.
     const auto dsl_found = std::find_if(dsc_blocks.rbegin(), dsc_blocks.rend(), [imp_size](const auto &dsp_block) {
-        return !dsp_block->bc_used && dsp_block->imc_size >= imp_size;
+        return is_free(*dsp_block) && dsp_block->imc_size >= imp_size;
     });
     if (dsl_found == dsc_blocks.rend()) {
         imc_target = std::min(imc_target + 1, imc_limit);
@@ -190,19 +205,37 @@ void c_picture_stock::release(void *avp_block, uint8_t *) noexcept
 
 void c_picture_stock::release(dsd_block &dsp_block) noexcept
 {
-    std::unique_ptr<dsd_block> dsl_gone; // freed without the lock
+    std::unique_ptr<dsd_block> dsl_native; // freed without the lock
     const std::scoped_lock dsl_lock(dsc_mutex);
     dsp_block.bc_used = false;
     const auto dsl_place = std::ranges::find(dsc_blocks, &dsp_block, &std::unique_ptr<dsd_block>::get);
-    const bool bl_native = dsp_block.imc_slot == im_native;
-    if (!bl_native && !dsp_block.bc_delivered && free_blocks() <= imc_limit + im_surplus) {
-        std::rotate(dsl_place, dsl_place + 1, dsc_blocks.end()); // free for the next picture
+    if (dsp_block.imc_slot != im_native) {
+        settle(dsl_place);
         return;
     }
-    if (!bl_native)
-        aimc_released.push_back(dsp_block.imc_slot);
-    dsl_gone = std::move(*dsl_place);
+    dsl_native = std::move(*dsl_place);
     dsc_blocks.erase(dsl_place);
+}
+
+/** Keeps a block of Java's that FFmpeg does not use, or gives one back when there are enough. */
+void c_picture_stock::settle(dsd_blocks::iterator dsp_place) noexcept
+{
+    const bool bl_kept = is_kept(**dsp_place);
+    if (!bl_kept && free_blocks() > imc_limit + im_surplus + 2 * imc_ahead) {
+        give_back(dsp_place);
+        return;
+    }
+    std::rotate(dsp_place, dsp_place + 1, dsc_blocks.end());
+    if (bl_kept && std::ranges::count_if(dsc_blocks, [](const auto &dsp_block) { return is_kept(*dsp_block); }) >
+                       im_kept_of_each_ahead * imc_ahead)
+        // The oldest picture may be one that Java never closes.
+        give_back(std::ranges::find_if(dsc_blocks, [](const auto &dsp_block) { return is_kept(*dsp_block); }));
+}
+
+void c_picture_stock::give_back(dsd_blocks::iterator dsp_place) noexcept
+{
+    aimc_released.push_back((*dsp_place)->imc_slot);
+    dsc_blocks.erase(dsp_place);
 }
 
 c_picture_stock::dsd_block *c_picture_stock::find(const AVFrame &dsp_frame) const

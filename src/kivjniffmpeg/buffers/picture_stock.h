@@ -56,11 +56,19 @@ public:
     /** @param imp_limit the most free blocks that wanted() asks for */
     void set_limit(int32_t imp_limit) noexcept { imc_limit = imp_limit; }
 
-    /** How many more blocks the decoder should have, each of wanted_size() bytes. */
+    /**
+     * Keeps the blocks of delivered pictures that FFmpeg has released, so that they serve again when Java closes the
+     * pictures. Otherwise these blocks are only Java's at once.
+     *
+     * @param imp_ahead how many pictures Java has decoded at a time; it closes as many at a time
+     */
+    void keep_delivered(int32_t imp_ahead) noexcept { imc_ahead = imp_ahead; }
+
+    /** How many more blocks the decoder should have, each of wanted_size() bytes; below 0, so many are left over. */
     int32_t wanted() const;
     int32_t wanted_size() const;
 
-    /** Java has closed the picture in the block: once FFmpeg has released the block too, it serves the next picture. */
+    /** Java has closed the picture in the block, which serves the next picture when FFmpeg does not use it either. */
     void close(int32_t imp_slot);
 
     /** Writes the slots of blocks that are only Java's from now on. @return how many */
@@ -115,18 +123,25 @@ private:
 
     /** More free blocks than wanted() asks for return to Java, but not those of a few pictures that come and go. */
     static constexpr int32_t im_surplus = 2;
+    /** Some are in work, some on their way to Java, and some Java has not closed yet. */
+    static constexpr int32_t im_kept_of_each_ahead = 3;
+
+    using dsd_blocks = std::vector<std::unique_ptr<dsd_block>>;
 
     dsd_block *take(int32_t imp_size);
     dsd_block *take_native(int32_t imp_size);
     int32_t free_blocks() const noexcept;
     static void release(void *avp_block, uint8_t *autp_data) noexcept;
     void release(dsd_block &dsp_block) noexcept;
+    void settle(dsd_blocks::iterator dsp_place) noexcept;
+    void give_back(dsd_blocks::iterator dsp_place) noexcept;
 
     mutable std::mutex dsc_mutex;
-    std::vector<std::unique_ptr<dsd_block>> dsc_blocks; // the one that was released last stands last
-    std::vector<int32_t> aimc_released;                 // has room for all slots
+    dsd_blocks dsc_blocks;              // the one that was released or closed last stands last
+    std::vector<int32_t> aimc_released; // has room for all slots
     std::vector<dsd_known_layout> dsc_layouts;
     int32_t imc_limit = 2;
+    int32_t imc_ahead = 0;
     int32_t imc_target = 1; // free blocks, so that none is missing
     int32_t imc_wanted_size = 0;
 };

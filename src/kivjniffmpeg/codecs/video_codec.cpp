@@ -196,6 +196,8 @@ void c_videocodec::set_option(std::string_view strp_name, int64_t ilp_value)
 /** Takes the memory of all pictures from a stock. The callbacks are then called on any thread. */
 void c_videocodec::make_stock()
 {
+    if (dsc_stock != nullptr)
+        return;
     if (g_avutil.av_buffer_get_ref_count == nullptr || g_avutil.av_buffer_create == nullptr ||
         g_avutil.av_image_copy == nullptr)
         throw_ffmpeg_exception(1348, "this FFmpeg cannot pool pictures");

@@ -31,6 +31,13 @@ protected:
         return dsl_frame;
     }
 
+    /** Delivers a picture that FFmpeg releases at once. @return its slot */
+    int32_t deliver()
+    {
+        const auto dsl_frame = provide();
+        return dsc_stock.deliver(*dsc_stock.find(*dsl_frame->frame()), *dsl_frame->frame()).imc_slot;
+    }
+
     void add(int32_t imp_slot)
     {
         dsc_memory.emplace_back(static_cast<size_t>(dsc_stock.wanted_size()));
@@ -86,6 +93,30 @@ TEST_F(picture_stock, block_of_a_closed_picture_serves_the_next_one_when_ffmpeg_
     EXPECT_THAT(released(), ElementsAre());
     dsl_frame = provide();
     EXPECT_EQ(dsc_stock.find(*dsl_frame->frame())->imc_slot, 4);
+}
+
+TEST_F(picture_stock, kept_block_serves_again_when_its_picture_is_closed)
+{
+    dsc_stock.keep_delivered(1);
+    provide();
+    for (int32_t iml_slot = 0; iml_slot < 4; ++iml_slot)
+        add(iml_slot);
+    const std::array aiml_slots{deliver(), deliver(), deliver()};
+    EXPECT_THAT(released(), ElementsAre()) << "three are kept for one picture ahead";
+    EXPECT_EQ(dsc_stock.wanted(), 1) << "what Java has is not free";
+    dsc_stock.close(aiml_slots[1]);
+    EXPECT_EQ(dsc_stock.wanted(), 0);
+    EXPECT_EQ(deliver(), aiml_slots[1]);
+    EXPECT_THAT(released(), ElementsAre());
+    deliver();
+    EXPECT_THAT(released(), ElementsAre(aiml_slots[0])) << "the oldest may never be closed";
+    dsc_stock.close(aiml_slots[0]);
+    EXPECT_EQ(dsc_stock.wanted(), 2) << "it is only Java's";
+    for (int32_t iml_slot = 10; iml_slot < 18; ++iml_slot)
+        add(iml_slot);
+    EXPECT_EQ(dsc_stock.wanted(), -6);
+    dsc_stock.close(aiml_slots[2]);
+    EXPECT_THAT(released(), ElementsAre(aiml_slots[2])) << "enough are free";
 }
 
 TEST_F(picture_stock, picture_in_native_memory_is_copied_into_a_block)

@@ -9,7 +9,11 @@ import java.nio.file.Path;
 import java.time.Duration;
 import java.util.ArrayList;
 import java.util.Iterator;
+import java.util.LinkedHashMap;
 import java.util.List;
+import java.util.Map;
+import java.util.Random;
+import java.util.TreeMap;
 import kiv.media.ffmpeg.exactness.Reference;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -68,6 +72,34 @@ class AheadTest {
             assertThat(rows(file, Isolation.wall(), used, 23, rest)).as(rest)
                     .isEqualTo(rows(file, Isolation.none(), used, 23, rest));
         }
+    }
+
+    /** Keeps up to so many pictures open, closes them in any order, and looks at each one last. */
+    private static List<String> keptRows(Path film, Isolation isolation, int threads, int most) throws Exception {
+        Map<Integer, String> rows = new TreeMap<>();
+        Map<Integer, Picture> open = new LinkedHashMap<>();
+        Random random = new Random(most);
+        try (MediaReader reader = MediaReader.open(film, isolation);
+                VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), threads)) {
+            int number = 0;
+            for (Picture picture : decoder.each(reader)) {
+                open.put(number++, picture);
+                while (open.size() > random.nextInt(most + 1)) {
+                    Integer any = new ArrayList<>(open.keySet()).get(random.nextInt(open.size()));
+                    rows.put(any, row(open.remove(any)));
+                }
+            }
+        }
+        open.forEach((any, picture) -> rows.put(any, row(picture)));
+        return List.copyOf(rows.values());
+    }
+
+    @ParameterizedTest
+    @CsvSource({"balle-jbart.mp4, 1, 5", "balle-jbart.mp4, 2, 30", "balle-jbart.mp4, 16, 90", "Force_constante.avi, 16, 30"})
+    void anOpenPictureStaysAsItIs(String film, int threads, int most) throws Exception {
+        Path file = TestMedia.media(film);
+        assertThat(keptRows(file, Isolation.wall(), threads, most)).hasSizeGreaterThan(20)
+                .isEqualTo(keptRows(file, Isolation.none(), 1, 0));
     }
 
     private static String row(AudioBlock block) {

@@ -38,7 +38,7 @@ public final class PictureCall {
     /** In: a number of the packet's, not negative. */
     @Native public static final int KEY = 13;
 
-    /** Out: how many more blocks the decoder should have before the next packet. */
+    /** Out: how many more blocks the decoder should have before the next packet; below 0, so many are left over. */
     @Native public static final int WANTED = 14;
 
     /** Out: the size of each of them. */

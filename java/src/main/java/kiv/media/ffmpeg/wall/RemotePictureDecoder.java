@@ -17,6 +17,8 @@ public final class RemotePictureDecoder implements PictureDecoder {
 
     /** No packet makes the decoder deliver more pictures. */
     private static final int MOST_PICTURES = 10_000;
+    /** No decoder has so many pictures in work. */
+    private static final int MOST_WANTED = 1_000;
     private static final int LARGEST_SIDE = 1 << 20;
 
     /** Pictures that are decoded before they are asked for: so many, and so many bytes. */
@@ -46,6 +48,9 @@ public final class RemotePictureDecoder implements PictureDecoder {
     private final Deque<Long> released = new ArrayDeque<>();
     /** Pictures that come with others. */
     private final Deque<Kept> kept = new ArrayDeque<>();
+    /** How many more blocks the decoder has free behind the orders in work, if FFmpeg keeps as many as it has. */
+    private int inWork;
+    /** As {@link PictureCall#WANTED} of the last results. */
     private long wanted;
     private long wantedBytes;
     /** Arrays that are used again. */
@@ -53,6 +58,11 @@ public final class RemotePictureDecoder implements PictureDecoder {
 
     /** A packet that is decoded before it is asked for. */
     private record Given(PacketAhead packet, int flags, long[] call) {
+        /** {@return how many blocks the order brings, less the one of its picture} */
+        int free() {
+            return (int) (call[PictureCall.STOCKED] + call[PictureCall.CLOSED]) - 1;
+        }
+
         boolean is(byte[] bytes, int length, int otherFlags, long key) {
             return flags == otherFlags && call[PictureCall.KEY] == key && packet.has(bytes, 0, length);
         }
@@ -68,7 +78,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
     private RemotePictureDecoder(Lane lane) {
         this.lane = lane;
         this.ahead = new DecodingAhead<>(lane, PictureResult.MORE | PictureResult.MEMORY, MOST_AHEAD, MOST_BYTES_AHEAD,
-                undone -> collect(undone.call));
+                this::takeBack);
     }
 
     /**
@@ -150,7 +160,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
         if (length > 0 || flags != 0) {
             results = 0;
             kept.clear();
-            Answer early = ahead.take(given -> given.is(packet, length, flags, call[PictureCall.KEY]) && spare.add(given.call));
+            Answer early = ahead.take(given -> given.is(packet, length, flags, call[PictureCall.KEY]) && isTaken(given));
             if (early != null) {
                 remember(packet, length, flags, call);
                 return checked(early, call, true);
@@ -171,6 +181,11 @@ public final class RemotePictureDecoder implements PictureDecoder {
         }
         kept.add(new Kept(result, call.clone()));
         return kept.remove().into(call);
+    }
+
+    private boolean isTaken(Given given) {
+        inWork -= given.free();
+        return spare.add(given.call);
     }
 
     private void remember(byte[] packet, int length, int flags, long[] call) {
@@ -259,7 +274,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
         }
         if ((result & PictureResult.PICTURE) != 0 && repeated.getOrDefault(call[PictureCall.PICTURE_KEY], 0) > 0) {
             repeated.merge(call[PictureCall.PICTURE_KEY], -1, Integer::sum);
-            closed.add(call[PictureCall.SLOT]);
+            close(call[PictureCall.SLOT]);
             result &= ~PictureResult.PICTURE;
         }
         unfinished = (result & (PictureResult.MORE | PictureResult.MEMORY)) != 0;
@@ -282,9 +297,16 @@ public final class RemotePictureDecoder implements PictureDecoder {
         }
         call[PictureCall.STOCKED] = 0;
         for (int i = 0; i < call[PictureCall.CLOSED]; i++) {
-            closed.add(call[PictureCall.CLOSED_SLOTS + i]);
+            close(call[PictureCall.CLOSED_SLOTS + i]);
         }
         call[PictureCall.CLOSED] = 0;
+    }
+
+    /** The decoder may use a block again, unless it has released it before. Another block has the slot then. */
+    private void close(long slot) {
+        if (slots.get((int) slot)) {
+            closed.add(slot);
+        }
     }
 
     /** Puts into a call what was taken over, as far as there is room. */
@@ -320,9 +342,9 @@ public final class RemotePictureDecoder implements PictureDecoder {
     @Override
     public long[] nextCall() {
         long[] call = spare.isEmpty() ? new long[PictureCall.SIZE] : spare.remove();
-        call[PictureCall.WANTED] = wanted + 1;
+        // The picture of this packet takes one block.
+        call[PictureCall.WANTED] = Math.max(0, wanted + 1 - inWork - closed.size() - blocks.size());
         call[PictureCall.WANTED_BYTES] = wantedBytes;
-        wanted = 0;
         return call;
     }
 
@@ -330,7 +352,15 @@ public final class RemotePictureDecoder implements PictureDecoder {
     public void add(PacketAhead packet, int flags, long[] call) {
         collect(call);
         provide(call);
-        ahead.add(new Given(packet, flags, call), WorkerOrder.VIDEO_DECODE).put(flags).put(call).put(packet);
+        Given given = new Given(packet, flags, call);
+        inWork += given.free();
+        ahead.add(given, WorkerOrder.VIDEO_DECODE).put(flags).put(call).put(packet);
+    }
+
+    /** The worker did not begin the order. */
+    private void takeBack(Given given) {
+        inWork -= given.free();
+        collect(given.call);
     }
 
     @Override
@@ -351,6 +381,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
      */
     private boolean forgetAhead(boolean surprise) {
         Deque<OrdersAhead.Done<Given>> dropped = ahead.drop(surprise);
+        inWork = 0;
         for (OrdersAhead.Done<Given> one : dropped) {
             if (one.failed()) {
                 continue;
@@ -364,14 +395,14 @@ public final class RemotePictureDecoder implements PictureDecoder {
             }
             putBackReleased(call);
             if ((result & PictureResult.PICTURE) != 0) {
-                closed.add(call[PictureCall.SLOT]);
+                close(call[PictureCall.SLOT]);
             }
         }
         return !dropped.isEmpty();
     }
 
     private boolean isPossible(int result, long[] call) {
-        if (++results > MOST_PICTURES || !isWithin(call[PictureCall.WANTED], PictureCall.MOST_BLOCKS)
+        if (++results > MOST_PICTURES || call[PictureCall.WANTED] > MOST_WANTED
                 || !isWithin(call[PictureCall.WANTED_BYTES], Integer.MAX_VALUE)
                 || !isWithin(call[PictureCall.RELEASED], PictureCall.MOST_RELEASED)
                 || (result & PictureResult.PICTURE) != 0 && !isPicture(call)) {
@@ -383,6 +414,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
                 return false;
             }
             slots.clear((int) slot);
+            closed.remove(slot);
         }
         return true;
     }
