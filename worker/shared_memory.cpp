@@ -59,7 +59,7 @@ void c_shared_memory::fetch_pages(std::span<uint8_t> utp_part) const noexcept
     constexpr uintptr_t ul_page = 4096;
     autl_begin -= reinterpret_cast<uintptr_t>(autl_begin) % ul_page;
     // Kernels before 5.14 do not know it. Then pages come when they are written to.
-    madvise(autl_begin, static_cast<size_t>(autl_end - autl_begin), MADV_POPULATE_WRITE);
+    madvise(autl_begin, static_cast<size_t>(autl_end - autl_begin), MADV_POPULATE_READ);
 }
 
 std::span<uint8_t> c_shared_memory::lane(int32_t imp_lane) const

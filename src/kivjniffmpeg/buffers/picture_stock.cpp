@@ -221,7 +221,7 @@ void c_picture_stock::release(dsd_block &dsp_block) noexcept
 void c_picture_stock::settle(dsd_blocks::iterator dsp_place) noexcept
 {
     const bool bl_kept = is_kept(**dsp_place);
-    if (!bl_kept && free_blocks() > imc_limit + im_surplus + 2 * imc_ahead) {
+    if (bl_kept ? imc_ahead == 0 : free_blocks() > imc_limit + im_surplus + 2 * imc_ahead) {
         give_back(dsp_place);
         return;
     }

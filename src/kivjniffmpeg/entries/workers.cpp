@@ -18,6 +18,7 @@
 #include <span>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 using kiv::jni::c_jnienv;
 using lane_turn::ie_end;
@@ -37,6 +38,11 @@ constexpr std::chrono::milliseconds s_between_looks{10};
 c_nursery *nursery_of(jlong ilp_handle)
 {
     return from_handle<c_nursery>(ilp_handle, "ilp_hnursery == 0", 3021);
+}
+
+c_kept_memory *kept_memory_of(jlong ilp_handle)
+{
+    return from_handle<c_kept_memory>(ilp_handle, "ilp_hmemory == 0", 3028);
 }
 
 c_worker *worker_of(jlong ilp_handle)
@@ -86,17 +92,18 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1delet
 }
 
 JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1create_1worker(
-    JNIEnv *adsp_env, jclass, jlong ilp_nursery, jlong ilp_shared, jlong ilp_memory, jint imp_seconds)
+    JNIEnv *adsp_env, jclass, jlong ilp_nursery, jlong ilp_shared, jlong ilp_memory, jint imp_seconds, jlong ilp_kept)
 {
     TRACE_FUNCTION(1);
     return enter_library(adsp_env, [&](c_jnienv &) -> jlong {
+        std::unique_ptr<c_kept_memory> dsl_kept(ilp_kept == 0 ? nullptr : kept_memory_of(ilp_kept));
         c_nursery &dsl_nursery = *nursery_of(ilp_nursery);
         if (ilp_shared < 0 || ilp_memory < 0 || imp_seconds < 0)
             throw_ffmpeg_exception(3025, "negative limit of a worker");
         try {
             return to_handle(dsl_nursery
                                  .make({static_cast<uint64_t>(ilp_memory), static_cast<uint32_t>(imp_seconds), 0},
-                                       static_cast<size_t>(ilp_shared))
+                                       static_cast<size_t>(ilp_shared), std::move(dsl_kept))
                                  .release());
         } catch (const std::system_error &) {
             if (dsl_nursery.has_ended())
@@ -136,7 +143,7 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1disca
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](c_jnienv &) {
         const c_worker &dsl_worker = *worker_of(ilp_worker);
-        c_worker::discard(part_of(dsl_worker, ilp_offset, imp_length));
+        c_sealed_memory::discard(part_of(dsl_worker, ilp_offset, imp_length));
     });
 }
 
@@ -208,6 +215,32 @@ JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1close
 {
     TRACE_FUNCTION(1);
     enter_library(adsp_env, [&](c_jnienv &) { worker_of(ilp_worker)->close(); });
+}
+
+JNIEXPORT jlong JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1close_1and_1keep(JNIEnv *adsp_env, jclass,
+                                                                                             jlong ilp_worker,
+                                                                                             jlong ilp_used)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(adsp_env, [&](c_jnienv &) -> jlong {
+        return to_handle(worker_of(ilp_worker)->close_and_keep(static_cast<size_t>(ilp_used)).release());
+    });
+}
+
+JNIEXPORT jboolean JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1clear_1memory(JNIEnv *adsp_env, jclass,
+                                                                                             jlong ilp_memory)
+{
+    TRACE_FUNCTION(1);
+    return enter_library(
+        adsp_env, [&](c_jnienv &) -> jboolean { return kept_memory_of(ilp_memory)->clear() ? JNI_TRUE : JNI_FALSE; });
+}
+
+JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1delete_1memory(JNIEnv *adsp_env, jclass,
+                                                                                          jlong ilp_memory)
+{
+    TRACE_FUNCTION(1);
+    enter_library(adsp_env,
+                  [&](c_jnienv &) { const std::unique_ptr<c_kept_memory> dsl_memory(kept_memory_of(ilp_memory)); });
 }
 
 JNIEXPORT void JNICALL Java_kiv_media_ffmpeg_natives_c_1workers_1ffmpeg_n_1delete_1worker(JNIEnv *adsp_env, jclass,

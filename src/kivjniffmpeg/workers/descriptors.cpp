@@ -1,10 +1,12 @@
 #include "kivjniffmpeg/workers/descriptors.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <system_error>
 
@@ -89,4 +91,17 @@ descriptors::dsd_received descriptors::receive(int inp_socket, std::span<std::by
         }
     }
     return dsl_received;
+}
+
+bool descriptors::is_readable(int inp_descriptor, std::chrono::milliseconds dsp_longest) noexcept
+{
+    using clock = std::chrono::steady_clock;
+    pollfd dsl_polled{inp_descriptor, POLLIN, 0};
+    const auto dsl_end = clock::now() + dsp_longest;
+    int inl_ready = 0;
+    do { // a virtual machine's signals end the wait early
+        const auto dsl_left = std::chrono::duration_cast<std::chrono::milliseconds>(dsl_end - clock::now());
+        inl_ready = poll(&dsl_polled, 1, static_cast<int>(std::max<int64_t>(dsl_left.count(), 0)));
+    } while (inl_ready < 0 && errno == EINTR);
+    return inl_ready > 0;
 }

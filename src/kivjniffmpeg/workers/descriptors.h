@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <span>
 #include <utility>
@@ -50,5 +51,8 @@ struct dsd_received
 
 /** Waits for a record, which is cut to the room for it. @throws std::system_error */
 dsd_received receive(int inp_socket, std::span<std::byte> dsp_room);
+
+/** Whether a record, the other end's close or a process's end is there, or comes within the time. */
+bool is_readable(int inp_descriptor, std::chrono::milliseconds dsp_longest = {}) noexcept;
 
 } // namespace descriptors

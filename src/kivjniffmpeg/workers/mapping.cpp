@@ -16,6 +16,13 @@ c_mapping::c_mapping(int inp_memory, size_t ulp_size)
 
 c_mapping::c_mapping(c_mapping &&dsp_other) noexcept : dsc_bytes(std::exchange(dsp_other.dsc_bytes, {})) {}
 
+void c_mapping::make_blank()
+{
+    if (mmap(dsc_bytes.data(), dsc_bytes.size(), PROT_READ | PROT_WRITE,
+             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0) == MAP_FAILED)
+        throw std::system_error(errno, std::generic_category(), "shared memory cannot be replaced");
+}
+
 c_mapping::~c_mapping()
 {
     if (!dsc_bytes.empty())

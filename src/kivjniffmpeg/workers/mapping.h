@@ -21,6 +21,13 @@ public:
 
     std::span<std::byte> bytes() const noexcept { return dsc_bytes; }
 
+    /**
+     * Puts zero bytes at these addresses that are not shared. No thread that uses an address meets a moment without any.
+     *
+     * @throws std::system_error when the system refuses that; then all is as before
+     */
+    void make_blank();
+
 private:
     std::span<std::byte> dsc_bytes;
 };

@@ -1,7 +1,5 @@
 #include "kivjniffmpeg/workers/nursery_client.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -20,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+using descriptors::is_readable;
 using nursery_messages::dsd_report;
 using nursery_messages::ie_kind;
 
@@ -33,29 +32,6 @@ constexpr int in_looks_for_end = 100;
 [[noreturn]] void fail(int inp_error, const char *strp_what)
 {
     throw std::system_error(inp_error, std::generic_category(), strp_what);
-}
-
-/** Memory whose size nobody can change: who shrank it would end the other side. */
-c_descriptor sealed_memory(size_t ulp_size)
-{
-    c_descriptor dsl_memory(memfd_create("kivjniffmpeg", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (!dsl_memory || ftruncate(dsl_memory.get(), static_cast<off_t>(ulp_size)) != 0 ||
-        fcntl(dsl_memory.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0)
-        fail(errno, "no shared memory");
-    return dsl_memory;
-}
-
-bool is_readable(int inp_descriptor, std::chrono::milliseconds dsp_longest = {}) noexcept
-{
-    using clock = std::chrono::steady_clock;
-    pollfd dsl_polled{inp_descriptor, POLLIN, 0};
-    const auto dsl_end = clock::now() + dsp_longest;
-    int inl_ready = 0;
-    do { // a virtual machine's signals end the wait early
-        const auto dsl_left = std::chrono::duration_cast<std::chrono::milliseconds>(dsl_end - clock::now());
-        inl_ready = poll(&dsl_polled, 1, static_cast<int>(std::max<int64_t>(dsl_left.count(), 0)));
-    } while (inl_ready < 0 && errno == EINTR);
-    return inl_ready > 0;
 }
 
 /**
@@ -130,7 +106,7 @@ private:
 
 } // namespace
 
-c_worker::c_worker(c_descriptor dsp_channel, c_mapping dsp_memory) noexcept
+c_worker::c_worker(c_descriptor dsp_channel, c_sealed_memory dsp_memory) noexcept
     : dsc_channel(std::move(dsp_channel)), dsc_memory(std::move(dsp_memory))
 {
 }
@@ -178,12 +154,25 @@ void c_worker::close() noexcept
     const std::lock_guard dsl_lock(dsc_descriptors);
     dsc_process = c_descriptor();
     dsc_channel = c_descriptor();
+    dsc_memory.close_descriptor();
 }
 
-void c_worker::discard(std::span<std::byte> utp_part) noexcept
+std::unique_ptr<c_kept_memory> c_worker::close_and_keep(size_t ulp_used) noexcept
 {
-    if (!utp_part.empty())
-        madvise(utp_part.data(), utp_part.size(), MADV_REMOVE);
+    kill();
+    std::unique_ptr<c_kept_memory> dsl_kept;
+    try {
+        const std::lock_guard dsl_lock(dsc_descriptors);
+        if (dsc_process && dsc_memory.descriptor() >= 0)
+            dsl_kept = std::make_unique<c_kept_memory>(std::exchange(dsc_process, c_descriptor()),
+                                                       dsc_memory.move_away(), ulp_used);
+    } catch (const std::exception &) {
+        // Without addresses for it nothing is kept.
+    }
+    close();
+    if (dsl_kept == nullptr)
+        c_sealed_memory::discard(memory());
+    return dsl_kept;
 }
 
 bool c_worker::has_ended() const noexcept
@@ -234,14 +223,18 @@ bool c_nursery::has_ended()
     return inc_process < 0;
 }
 
-std::unique_ptr<c_worker> c_nursery::make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared)
+std::unique_ptr<c_worker> c_nursery::make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared,
+                                          std::unique_ptr<c_kept_memory> dsp_kept)
 {
-    const c_descriptor dsl_memory = sealed_memory(ulp_shared);
+    const bool bl_again =
+        dsp_kept != nullptr && dsp_kept->is_clear() && dsp_kept->memory().bytes().size() == ulp_shared;
+    c_sealed_memory dsl_memory = bl_again ? std::move(dsp_kept->memory()) : c_sealed_memory(ulp_shared);
+    const int inl_memory = dsl_memory.descriptor();
     auto [dsl_here, dsl_there] = descriptors::socket_pair();
-    auto dsl_worker = std::make_unique<c_worker>(std::move(dsl_here), c_mapping(dsl_memory.get(), ulp_shared));
+    auto dsl_worker = std::make_unique<c_worker>(std::move(dsl_here), std::move(dsl_memory));
     const std::lock_guard dsl_lock(dsc_mutex);
     descriptors::send(dsc_socket.get(), std::as_bytes(std::span(&dsp_limits, 1)),
-                      std::array{dsl_there.get(), dsl_memory.get()});
+                      std::array{dsl_there.get(), inl_memory});
     c_descriptor dsl_process;
     const dsd_report dsl_report = receive(&dsl_process);
     if (dsl_report.iec_kind != ie_kind::ie_started || !dsl_process)

@@ -2,8 +2,9 @@
 #pragma once
 
 #include "kivjniffmpeg/workers/descriptors.h"
-#include "kivjniffmpeg/workers/mapping.h"
+#include "kivjniffmpeg/workers/kept_memory.h"
 #include "kivjniffmpeg/workers/nursery_messages.h"
+#include "kivjniffmpeg/workers/sealed_memory.h"
 
 #include <sys/types.h>
 
@@ -22,7 +23,7 @@ class c_worker
 {
 public:
     /** Made by c_nursery. */
-    c_worker(c_descriptor dsp_channel, c_mapping dsp_memory) noexcept;
+    c_worker(c_descriptor dsp_channel, c_sealed_memory dsp_memory) noexcept;
     /** Kills the process. */
     ~c_worker();
     c_worker(const c_worker &) = delete;
@@ -47,15 +48,20 @@ public:
     std::chrono::nanoseconds processor_time() const noexcept;
     /** Kills the process and closes the descriptors. The memory stays. @pre no other thread calls anything but kill */
     void close() noexcept;
-    /** Returns the pages of a part of the memory to the system. Their bytes become zero. */
-    static void discard(std::span<std::byte> utp_part) noexcept;
+    /**
+     * As close(), and keeps the memory for another worker. Here zero bytes take its place.
+     *
+     * @param ulp_used bytes at its beginning that are kept
+     * @return what is kept; none when the system has no addresses for it, and then the bytes here are zero, too
+     */
+    std::unique_ptr<c_kept_memory> close_and_keep(size_t ulp_used) noexcept;
 
 private:
     std::mutex dsc_descriptors; // kill may come from any thread
     pid_t inc_process = -1;
     c_descriptor dsc_process;
     c_descriptor dsc_channel;
-    c_mapping dsc_memory;
+    c_sealed_memory dsc_memory;
     std::string strc_held;
 };
 
@@ -80,9 +86,11 @@ public:
      * Makes a worker.
      *
      * @param ulp_shared bytes of shared memory, which are taken from the machine when they are used
+     * @param dsp_kept memory for it, if that is clear and of this size; may be none
      * @throws std::system_error when there is no process or no memory for it
      */
-    std::unique_ptr<c_worker> make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared);
+    std::unique_ptr<c_worker> make(const nursery_messages::dsd_start &dsp_limits, size_t ulp_shared,
+                                   std::unique_ptr<c_kept_memory> dsp_kept = nullptr);
 
     /** How a worker ended; nothing as long as that is not known, or when hundreds of others have ended since. */
     std::optional<nursery_messages::dsd_report> end_of(pid_t inp_process);

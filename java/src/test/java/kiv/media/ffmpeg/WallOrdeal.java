@@ -28,6 +28,7 @@ import java.util.logging.LogRecord;
 import java.util.logging.Logger;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.Reference;
+import kiv.media.ffmpeg.wall.SpareMemory;
 
 /**
  * Uses media behind the wall while workers are killed, or lie. Its virtual machine ends with status 0 when every use ended
@@ -76,6 +77,7 @@ final class WallOrdeal {
 
     /** What this process and the one that makes workers have: processes, descriptors, mappings, and KiB of memory. */
     private static Map<String, Long> possessions() throws IOException {
+        SpareMemory.dropAll();
         long nursery = nursery();
         return new TreeMap<>(Map.of("workers", workers().count(), "descriptors", entries("/proc/self/fd"),
                 "mappings", lines("/proc/self/maps").filter(line -> line.contains("memfd:kiv")).count(),

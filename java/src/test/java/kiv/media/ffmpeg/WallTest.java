@@ -18,6 +18,7 @@ import java.util.concurrent.TimeUnit;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.Reference;
+import kiv.media.ffmpeg.wall.SpareMemory;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -247,6 +248,7 @@ class WallTest {
     private static long mappings(long wanted) throws Exception {
         long mappings = -1;
         for (int i = 0; i < 100 && (mappings != wanted || !workers().isEmpty()); i++) {
+            SpareMemory.dropAll();
             System.gc();
             Thread.sleep(50);
             mappings = Files.readAllLines(Path.of("/proc/self/maps")).stream().filter(line -> line.contains("memfd:kiv"))
@@ -262,12 +264,48 @@ class WallTest {
         }
     }
 
+    /** The files that are mapped from its worker or from spare memory. */
+    private static Set<String> memories() throws IOException {
+        return Files.readAllLines(Path.of("/proc/self/maps")).stream().filter(line -> line.contains("memfd:kiv"))
+                .map(line -> line.split("\\s+")[4]).collect(Collectors.toSet());
+    }
+
     @Test
-    void aPlaneOfAClosedPictureKeepsTheMemoryMapped() throws Exception {
+    void theMemoryOfAClosedFilmIsTheNextOnesButNotWhereItWas() throws Exception {
         assertThat(mappings(0)).isZero();
-        ByteBuffer plane = planeOfAClosedPicture();
+        ByteBuffer old = planeOfAClosedPicture();
+        Set<String> before = memories();
+        boolean again = false;
+        for (int film = 0; film < 20; film++) {
+            Thread.sleep(20);
+            try (MediaReader reader = open(); VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), 1)) {
+                decoder.pictures(reader).limit(5).forEach(Picture::close);
+                again |= memories().stream().anyMatch(before::contains);
+            }
+            assertThat(mappedBytes(old)).containsOnly(0);
+        }
+        assertThat(again).as("no memory was used again").isTrue();
+        assertThat(mappings(0)).as("memory that nobody uses").isZero();
+        assertThat(mappedBytes(old)).containsOnly(0);
+    }
+
+    private static byte[] mappedBytes(ByteBuffer buffer) {
+        byte[] bytes = new byte[buffer.remaining()];
+        buffer.duplicate().get(bytes);
+        return bytes;
+    }
+
+    @Test
+    void aPlaneOfAPictureThatIsOpenKeepsTheMemoryMapped() throws Exception {
+        Picture picture;
+        try (MediaReader reader = open(); VideoDecoder decoder = VideoDecoder.open(reader.firstVideo().orElseThrow(), 1)) {
+            picture = decoder.pictures(reader).iterator().next();
+        }
+        ByteBuffer plane = picture.plane(0).bytes();
+        byte[] bytes = mappedBytes(plane);
+        picture.close();
         assertThat(mappings(0)).isEqualTo(1);
-        plane.get(new byte[plane.remaining()]);
+        assertThat(mappedBytes(plane)).hasSize(bytes.length).containsOnly(0);
     }
 
     @Test

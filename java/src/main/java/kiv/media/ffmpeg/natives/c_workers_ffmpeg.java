@@ -48,10 +48,11 @@ public final class c_workers_ffmpeg {
      * @param shared bytes of shared memory; they take memory when they are written to
      * @param memory bytes that the worker may allocate besides
      * @param processorSeconds processor time after which the kernel ends the worker; 0 for any
+     * @param kept the handle of memory that was cleared, invalid after the call; 0 for new memory
      * @return its handle; 0 when the process that makes workers has ended
      * @throws Error when there is no process or no memory for it
      */
-    public static native long n_create_worker(long nursery, long shared, long memory, int processorSeconds);
+    public static native long n_create_worker(long nursery, long shared, long memory, int processorSeconds, long kept);
 
     /**
      * Returns what the worker gave up, once it has done that.
@@ -146,6 +147,31 @@ public final class c_workers_ffmpeg {
      * @param worker its handle, on which nothing waits
      */
     public static native void n_close_worker(long worker);
+
+    /**
+     * Ends a worker and closes its descriptors, as {@link #n_close_worker}, and keeps its memory for another one. What Java still
+     * knows of the memory is zero from now on, and may be used.
+     *
+     * @param worker its handle, on which nothing waits
+     * @param used bytes at the beginning that are kept
+     * @return the handle of the memory; 0 when it cannot be kept
+     */
+    public static native long n_close_and_keep(long worker, long used);
+
+    /**
+     * Makes all bytes of kept memory zero, when the process that had it has ended.
+     *
+     * @param memory its handle, which no other thread uses
+     * @return whether that was done
+     */
+    public static native boolean n_clear_memory(long memory);
+
+    /**
+     * Deletes kept memory.
+     *
+     * @param memory its handle, invalid after the call
+     */
+    public static native void n_delete_memory(long memory);
 
     /**
      * Deletes a closed or open worker with its memory, of which Java has no buffer any more.

@@ -13,10 +13,6 @@ import java.util.function.Predicate;
 final class DecodingAhead<T> {
 
     private static final int FIRST = 2;
-    /** Where more workers are busy than there are processors, a message has this part of the orders. */
-    private static final int IN_A_CROWD = 2;
-    /** Messages behind the last one in a crowd that are as short, because the memory of long ones would be new. */
-    private static final int CALM = 16;
 
     private final Lane lane;
     private final OrdersAhead<T> orders;
@@ -27,8 +23,6 @@ final class DecodingAhead<T> {
     private int several = FIRST;
     /** Whether others were asked for than were done. Then the caller chooses packets by itself, and gets nothing ahead. */
     private boolean surprised;
-    /** Messages since there was a crowd. */
-    private int calm = CALM;
 
     /**
      * @param bits the orders behind one whose first result has one of them are not begun
@@ -46,15 +40,10 @@ final class DecodingAhead<T> {
 
     /** {@return how many orders may be added now} @param bytes what comes of one */
     int room(long bytes) {
-        if (WorkerCount.isCrowded()) {
-            calm = 0;
-        }
         if (surprised || !orders.hasRoom()) {
             return 0;
         }
-        // To go further ahead gains nothing while others use the processors, and takes more memory and cache.
-        int now = calm < CALM ? Math.min(several, most / IN_A_CROWD) : several;
-        return (int) Math.max(1, Math.min(now, mostBytes / Math.max(1, bytes)));
+        return (int) Math.max(1, Math.min(several, mostBytes / Math.max(1, bytes)));
     }
 
     /** {@return how many orders were given that nobody has asked for} */
@@ -73,7 +62,6 @@ final class DecodingAhead<T> {
     }
 
     void start() {
-        calm = Math.min(calm + 1, CALM);
         several = Math.min(2 * several, most);
         orders.start();
     }

@@ -45,7 +45,8 @@ final class Nursery {
     /** {@return the handle of a new worker; 0 when this process has died, and {@link #of} starts another one} */
     long createWorker(WorkerLimits limits) {
         WorkerCount.admit();
-        long worker = c_workers_ffmpeg.n_create_worker(handle, SharedMemory.SIZE, limits.memory(), limits.processorSeconds());
+        long worker = c_workers_ffmpeg.n_create_worker(handle, SharedMemory.SIZE, limits.memory(),
+                limits.processorSeconds(), SpareMemory.take());
         if (worker == 0) {
             forget(this);
         }

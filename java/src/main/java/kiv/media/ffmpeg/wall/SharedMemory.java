@@ -34,6 +34,8 @@ public final class SharedMemory {
     private int keepers;
     private final Map<Long, Long> kept = new TreeMap<>();
     private boolean closed;
+    /** Where the last block ended of those that lay furthest behind. */
+    private long used = WorkerLane.END;
 
     /** A part of the memory. */
     public static final class Block {
@@ -140,6 +142,7 @@ public final class SharedMemory {
                 if (rest > 0) {
                     free.put(offset + length, rest);
                 }
+                used = Math.max(used, offset + length);
                 return offset;
             }
         }
@@ -155,6 +158,10 @@ public final class SharedMemory {
             kept.put(offset, length);
             return;
         }
+        join(offset, length);
+    }
+
+    private void join(long offset, long length) {
         long first = offset;
         long all = length;
         Map.Entry<Long, Long> before = free.floorEntry(offset);
@@ -174,7 +181,7 @@ public final class SharedMemory {
     /** Ends one {@link #keep()}. */
     synchronized void unkeep() {
         if (--keepers == 0) {
-            kept.forEach(this::give);
+            kept.forEach(this::join);
             kept.clear();
         }
     }
@@ -191,15 +198,24 @@ public final class SharedMemory {
         }
     }
 
-    /** Returns all memory to the system that no block has, now and whenever a block is released. */
-    synchronized void close() {
+    /**
+     * Returns all memory to the system that no block has, now and whenever a block is released. When there is no block any more,
+     * the memory stays as it is.
+     *
+     * @return then how many bytes at its beginning were used; otherwise 0
+     */
+    synchronized long close() {
         closed = true;
         makeRoom = null;
         count.end();
-        free.forEach(this::discard);
-        free.clear();
-        kept.forEach(this::discard);
+        kept.forEach(this::join);
         kept.clear();
+        boolean unused = free.firstEntry() != null && free.firstEntry().getValue() == SIZE - WorkerLane.END - PAGE;
+        if (!unused) {
+            free.forEach(this::discard);
+        }
+        free.clear();
+        return unused ? used : 0;
     }
 
     private void discard(long offset, long length) {

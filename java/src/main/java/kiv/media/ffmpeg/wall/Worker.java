@@ -6,9 +6,6 @@ import java.util.ArrayList;
 import java.util.Deque;
 import java.util.List;
 import java.util.concurrent.Future;
-import java.util.concurrent.ScheduledExecutorService;
-import java.util.concurrent.ScheduledThreadPoolExecutor;
-import java.util.concurrent.TimeUnit;
 import kiv.media.ffmpeg.natives.WorkerLane;
 import kiv.media.ffmpeg.natives.c_workers_ffmpeg;
 
@@ -22,7 +19,6 @@ public final class Worker {
     private static final long NANOS = 1_000_000_000L;
     /** How long a closed lane waits for the end of the others, in milliseconds. */
     private static final int BEFORE_CLEARING = 20;
-    private static final ScheduledExecutorService LATER = later();
 
     private final Nursery nursery;
     private final long handle;
@@ -63,19 +59,6 @@ public final class Worker {
             throw e;
         }
         nursery.report(held);
-    }
-
-    /** One thread, which ends when it has had nothing to do for a while. */
-    private static ScheduledExecutorService later() {
-        ScheduledThreadPoolExecutor later = new ScheduledThreadPoolExecutor(1, work -> {
-            Thread thread = new Thread(work, "clearing lanes");
-            thread.setDaemon(true);
-            return thread;
-        });
-        later.setKeepAliveTime(1, TimeUnit.SECONDS);
-        later.allowCoreThreadTimeOut(true);
-        later.setRemoveOnCancelPolicy(true);
-        return later;
     }
 
     /**
@@ -186,7 +169,7 @@ public final class Worker {
         uncleared.add(lane);
         memory.keep();
         if (clearing == null) {
-            clearing = LATER.schedule(this::clearLanes, BEFORE_CLEARING, TimeUnit.MILLISECONDS);
+            clearing = Later.run(this::clearLanes, BEFORE_CLEARING);
         }
         return true;
     }
@@ -257,9 +240,14 @@ public final class Worker {
             uncleared.clear();
             stopClearing();
         }
-        c_workers_ffmpeg.n_close_worker(handle);
+        c_workers_ffmpeg.n_kill(handle);
         lanes.forEach(Lane::release);
-        memory.close();
+        long used = memory.close();
+        if (used == 0) {
+            c_workers_ffmpeg.n_close_worker(handle);
+        } else {
+            SpareMemory.keep(c_workers_ffmpeg.n_close_and_keep(handle, used), used);
+        }
     }
 
     /** Whether the worker ends with this lane. */

@@ -7,7 +7,7 @@ package kiv.media.ffmpeg.wall;
 final class WorkerCount {
 
     private static final int MANY = 64;
-    /** Each takes a process, two descriptors and 2 GiB of addresses. */
+    /** Each takes a process, three descriptors and 2 GiB of addresses. */
     private static final int MOST = 1000;
     /** Memory of ended workers that is still mapped costs addresses only. */
     private static final int MOST_MAPPED = 8192;

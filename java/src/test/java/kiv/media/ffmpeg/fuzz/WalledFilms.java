@@ -18,6 +18,7 @@ import kiv.media.ffmpeg.Isolation;
 import kiv.media.ffmpeg.MediaReader;
 import kiv.media.ffmpeg.ReaderLimits;
 import kiv.media.ffmpeg.WorkerPool;
+import kiv.media.ffmpeg.wall.SpareMemory;
 
 /**
  * Millions of damaged films behind the wall, in one virtual machine that outlives them all. Workers may die, and after each
@@ -106,6 +107,7 @@ final class WalledFilms {
     private static boolean isSomethingLeft() throws InterruptedException {
         boolean left = true;
         for (int look = 0; look < 100 && left; look++) {
+            SpareMemory.dropAll();
             System.gc();
             Thread.sleep(50);
             left = count(Path.of("/proc/self/maps"), true) > 0 || workers().findAny().isPresent();
