@@ -42,7 +42,7 @@ c_nursery *nursery_of(jlong ilp_handle)
 
 c_kept_memory *kept_memory_of(jlong ilp_handle)
 {
-    return from_handle<c_kept_memory>(ilp_handle, "ilp_hmemory == 0", 3028);
+    return from_handle<c_kept_memory>(ilp_handle, "ilp_hmemory == 0", 3026);
 }
 
 c_worker *worker_of(jlong ilp_handle)
