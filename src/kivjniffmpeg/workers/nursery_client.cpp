@@ -1,7 +1,6 @@
 #include "kivjniffmpeg/workers/nursery_client.h"
 
 #include <spawn.h>
-#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -45,8 +45,10 @@ bool c_sealed_memory::clear(size_t ulp_used) noexcept
     const auto utl_used = bytes().first(std::min(ulp_used, bytes().size()));
     if (!discard(bytes().subspan(utl_used.size())))
         return false;
-    // Pages that are there already are mapped several at a time. Old kernels map them one by one as they are written to.
-    madvise(utl_used.data(), utl_used.size(), MADV_POPULATE_READ);
+    // Pages that are there already are mapped several at a time, and a missing one that cannot be had is an error here, not a
+    // signal below. Kernels before 5.14 do not know it.
+    if (!utl_used.empty() && madvise(utl_used.data(), utl_used.size(), MADV_POPULATE_READ) != 0 && errno != EINVAL)
+        return false;
     std::ranges::fill(utl_used, std::byte{});
     return true;
 }

@@ -34,7 +34,7 @@ public:
      * Makes all bytes zero. Nobody else may write to them.
      *
      * @param ulp_used at the beginning, bytes that the next owner is likely to use; their pages stay
-     * @return false when the system does not take the other pages back
+     * @return false when the system does not take the other pages back, or has no memory for these
      */
     bool clear(size_t ulp_used) noexcept;
 

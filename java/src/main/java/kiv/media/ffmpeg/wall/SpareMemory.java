@@ -26,6 +26,7 @@ public final class SpareMemory {
     private final long handle;
     private final long used;
     private long waited = BEFORE_CLEARING;
+    private boolean deleted;
 
     private SpareMemory(long handle, long used) {
         this.handle = handle;
@@ -42,14 +43,22 @@ public final class SpareMemory {
         if (handle == 0) {
             return;
         }
+        SpareMemory kept = new SpareMemory(handle, used);
+        boolean wanted;
         synchronized (SpareMemory.class) {
-            if (bytes + used <= MOST) {
-                bytes += used;
-                Later.run(new SpareMemory(handle, used)::clear, BEFORE_CLEARING);
-                return;
-            }
+            bytes += used;
+            wanted = bytes <= MOST;
         }
-        c_workers_ffmpeg.n_delete_memory(handle);
+        try {
+            if (wanted) {
+                Later.run(kept::clear, BEFORE_CLEARING);
+            }
+        } catch (RuntimeException | Error e) {
+            wanted = false; // without a thread nothing is kept, and closing a medium works
+        }
+        if (!wanted) {
+            kept.delete();
+        }
     }
 
     /** {@return the handle of memory that was cleared last, which is the caller's; 0 for none} */
@@ -62,7 +71,10 @@ public final class SpareMemory {
         return taken.handle;
     }
 
-    private void clear() {
+    private synchronized void clear() {
+        if (deleted) {
+            return;
+        }
         if (c_workers_ffmpeg.n_clear_memory(handle)) {
             synchronized (SpareMemory.class) {
                 CLEARED.push(this);
@@ -96,7 +108,11 @@ public final class SpareMemory {
         }
     }
 
-    private void delete() {
+    private synchronized void delete() {
+        if (deleted) {
+            return;
+        }
+        deleted = true;
         synchronized (SpareMemory.class) {
             bytes -= used;
         }

@@ -54,8 +54,7 @@ public final class Worker {
         try {
             this.held = c_workers_ffmpeg.n_worker_held(handle, limits.deadline());
         } catch (Error e) {
-            c_workers_ffmpeg.n_close_worker(handle);
-            memory.close();
+            endProcess();
             throw e;
         }
         nursery.report(held);
@@ -240,6 +239,10 @@ public final class Worker {
             uncleared.clear();
             stopClearing();
         }
+        endProcess();
+    }
+
+    private void endProcess() {
         c_workers_ffmpeg.n_kill(handle);
         lanes.forEach(Lane::release);
         long used = memory.close();
