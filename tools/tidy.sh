@@ -10,5 +10,9 @@ if (($# == 0)); then mapfile -t files < <(find src bridge worker -name '*.cpp' |
 say "clang-tidy"
 printf '%s\0' "${files[@]}" >"$build/tidy.files"
 # GCC's own warning flags mean nothing to clang.
-logged clang-tidy xargs -0 -a "$build/tidy.files" -n 1 -P "$jobs" clang-tidy --quiet -p "$build/release" \
-    --extra-arg=-Wno-unknown-warning-option
+if ! logged clang-tidy xargs -0 -a "$build/tidy.files" -n 1 -P "$jobs" clang-tidy --quiet -p "$build/release" \
+    --extra-arg=-Wno-unknown-warning-option; then
+    # The log ends with a count of warnings for each file, the finding may be far above.
+    grep -E ': (error|warning): ' "$logs/clang-tidy.log" >&2 || true
+    exit 1
+fi

@@ -86,6 +86,12 @@ int32_t c_picture_stock::free_blocks() const noexcept
     }));
 }
 
+int32_t c_picture_stock::kept_blocks() const noexcept
+{
+    return static_cast<int32_t>(
+        std::ranges::count_if(dsc_blocks, [](const auto &dsp_block) { return is_kept(*dsp_block); }));
+}
+
 int32_t c_picture_stock::wanted() const
 {
     const std::scoped_lock dsl_lock(dsc_mutex);
@@ -226,8 +232,7 @@ void c_picture_stock::settle(dsd_blocks::iterator dsp_place) noexcept
         return;
     }
     std::rotate(dsp_place, dsp_place + 1, dsc_blocks.end());
-    if (bl_kept && std::ranges::count_if(dsc_blocks, [](const auto &dsp_block) { return is_kept(*dsp_block); }) >
-                       im_kept_of_each_ahead * imc_ahead)
+    if (bl_kept && kept_blocks() > im_kept_of_each_ahead * imc_ahead)
         // The oldest picture may be one that Java never closes.
         give_back(std::ranges::find_if(dsc_blocks, [](const auto &dsp_block) { return is_kept(*dsp_block); }));
 }

@@ -131,6 +131,7 @@ private:
     dsd_block *take(int32_t imp_size);
     dsd_block *take_native(int32_t imp_size);
     int32_t free_blocks() const noexcept;
+    int32_t kept_blocks() const noexcept;
     static void release(void *avp_block, uint8_t *autp_data) noexcept;
     void release(dsd_block &dsp_block) noexcept;
     void settle(dsd_blocks::iterator dsp_place) noexcept;
