@@ -63,9 +63,28 @@ uint32_t &c_lane::turn() const noexcept
     return *reinterpret_cast<uint32_t *>(utc_half.data() + WorkerLane::TURN);
 }
 
+uint32_t &c_lane::number(int32_t imp_field) const noexcept
+{
+    return *reinterpret_cast<uint32_t *>(utc_lane.data() + imp_field);
+}
+
 uint32_t &c_lane::progress() const noexcept
 {
-    return *reinterpret_cast<uint32_t *>(utc_lane.data() + WorkerLane::PROGRESS);
+    return number(WorkerLane::PROGRESS);
+}
+
+size_t c_lane::take_closed(std::span<int64_t, WorkerLane::MOST_CLOSED> ailp_slots) const noexcept
+{
+    const std::atomic_ref uml_taken(number(WorkerLane::CLOSED_TAKEN));
+    const uint32_t uml_written = std::atomic_ref(number(WorkerLane::CLOSED)).load(std::memory_order_acquire);
+    size_t ull_count = 0;
+    for (uint32_t uml_next = uml_taken.load(std::memory_order_relaxed);
+         uml_next != uml_written && ull_count < ailp_slots.size(); ++uml_next) {
+        const auto uml_place = uml_next % uint32_t{WorkerLane::MOST_CLOSED} * sizeof(int32_t);
+        ailp_slots[ull_count++] = number(WorkerLane::CLOSED_SLOTS + static_cast<int32_t>(uml_place));
+    }
+    uml_taken.store(uml_written, std::memory_order_release);
+    return ull_count;
 }
 
 std::span<uint8_t> c_lane::block() const
@@ -93,7 +112,7 @@ void c_lane::wait_for_turn()
         syscall(SYS_futex, &turn(), FUTEX_WAIT, uml_seen, nullptr, nullptr, 0);
 }
 
-c_lane::dsd_order c_lane::take_turn()
+c_lane::dsd_order c_lane::take_turn(std::vector<uint8_t> &utp_values)
 {
     wait_for_turn();
     const auto iml_length = read<int32_t>(WorkerLane::LENGTH);
@@ -101,16 +120,17 @@ c_lane::dsd_order c_lane::take_turn()
     if (iml_length < 0 || static_cast<size_t>(iml_length) > utl_area.size())
         throw std::out_of_range("a message outside of its area");
     const auto utl_message = utl_area.first(static_cast<size_t>(iml_length));
-    return {read<int32_t>(WorkerLane::KIND),
-            c_message_reader(std::vector<uint8_t>(utl_message.begin(), utl_message.end()))};
+    utp_values.assign(utl_message.begin(), utl_message.end());
+    return {read<int32_t>(WorkerLane::KIND), c_message_reader(std::span(utp_values))};
 }
 
-void c_lane::give_turn(int32_t imp_kind, std::span<const uint8_t> utp_message)
+/** @param ulp_left so many bytes of the message are in the area already */
+void c_lane::give_turn(int32_t imp_kind, std::span<const uint8_t> utp_message, size_t ulp_left)
 {
     const auto utl_area = dsc_memory.part(read<int64_t>(WorkerLane::AREA), read<int32_t>(WorkerLane::AREA_SIZE));
     if (utp_message.size() > utl_area.size())
         throw std::out_of_range("a message larger than its area");
-    copy_bytes(utp_message, utl_area);
+    copy_bytes(utp_message.subspan(ulp_left), utl_area.subspan(ulp_left));
     ulc_left = 0;
     write(WorkerLane::KIND, imp_kind);
     write(WorkerLane::LENGTH, static_cast<int32_t>(utp_message.size()));
@@ -136,7 +156,7 @@ void c_lane::leave(std::span<const uint8_t> utp_results)
 c_lane::dsd_order c_lane::wait_for_order()
 {
     for (;;) {
-        dsd_order dsl_order = take_turn();
+        dsd_order dsl_order = take_turn(utc_values);
         if (dsl_order.imc_kind != WorkerOrder::AGAIN) {
             ++ulc_orders;
             return dsl_order;
@@ -150,16 +170,16 @@ size_t c_lane::room() const noexcept
     return static_cast<size_t>(std::max(read<int32_t>(WorkerLane::AREA_SIZE), 0));
 }
 
-void c_lane::finish(c_message_writer dsp_results)
+void c_lane::finish(const c_message_writer &dsp_results)
 {
     if (dsp_results.bytes().size() <= room()) {
-        give_turn(WorkerAnswer::DONE, dsp_results.bytes());
+        give_turn(WorkerAnswer::DONE, dsp_results.bytes(), ulc_left);
         turn_to_other_half();
         return;
     }
     c_message_writer dsl_size;
     dsl_size.put(static_cast<int32_t>(dsp_results.bytes().size()));
-    dsc_results = std::move(dsp_results);
+    dsc_results = dsp_results;
     give_turn(WorkerAnswer::LARGER, dsl_size.bytes());
 }
 
@@ -180,7 +200,8 @@ void c_lane::fail(int32_t imp_failure, const char *strp_text)
 int64_t c_lane::ask(int32_t imp_kind, const c_message_writer &dsp_values)
 {
     give_turn(imp_kind, dsp_values.bytes());
-    dsd_order dsl_answer = take_turn();
+    std::vector<uint8_t> utl_values; // those of the order are in use
+    dsd_order dsl_answer = take_turn(utl_values);
     if (dsl_answer.imc_kind != WorkerOrder::REPLY)
         throw c_channel_failed();
     return dsl_answer.dsc_message.take<int64_t>();

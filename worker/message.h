@@ -13,14 +13,24 @@
 #include <vector>
 
 /**
- * Takes values out of a copy of a message: what the other side changes afterwards is not seen.
+ * Takes values out of a copy of a message: what the other side changes afterwards is not seen. It has the copy, or somebody else
+ * keeps it meanwhile.
  *
  * A list is an int32_t, its number of elements, and the elements; -1 elements stand for none.
  */
 class c_message_reader
 {
 public:
-    explicit c_message_reader(std::vector<uint8_t> utp_bytes) noexcept : utc_bytes(std::move(utp_bytes)) {}
+    explicit c_message_reader(std::vector<uint8_t> utp_bytes) noexcept
+        : utc_own(std::move(utp_bytes)), utc_bytes(utc_own)
+    {
+    }
+    explicit c_message_reader(std::span<uint8_t> utp_bytes) noexcept : utc_bytes(utp_bytes) {}
+    ~c_message_reader() = default;
+    c_message_reader(c_message_reader &&) noexcept = default; // bytes of a vector stay where they are
+    c_message_reader &operator=(c_message_reader &&) noexcept = default;
+    c_message_reader(const c_message_reader &) = delete;
+    c_message_reader &operator=(const c_message_reader &) = delete;
 
     /** Whether nothing is left. */
     bool empty() const noexcept { return ulc_at == utc_bytes.size(); }
@@ -63,12 +73,13 @@ private:
     {
         if (ulp_length > utc_bytes.size() - ulc_at)
             throw std::out_of_range("the message ends too early");
-        const auto utl_part = std::span(utc_bytes).subspan(ulc_at, ulp_length);
+        const auto utl_part = utc_bytes.subspan(ulc_at, ulp_length);
         ulc_at += ulp_length;
         return utl_part;
     }
 
-    std::vector<uint8_t> utc_bytes;
+    std::vector<uint8_t> utc_own;
+    std::span<uint8_t> utc_bytes;
     size_t ulc_at = 0;
 };
 
@@ -98,17 +109,32 @@ public:
     }
     void put_text(std::string_view strp_text) { put_all(std::span(strp_text)); }
 
+    /** Begins a list of bytes, which what is put next makes up. @return for end_list() */
+    size_t begin_list()
+    {
+        put_none();
+        return utc_bytes.size();
+    }
+    void end_list(size_t ulp_begin) noexcept
+    {
+        const auto iml_length = static_cast<int32_t>(utc_bytes.size() - ulp_begin);
+        std::memcpy(utc_bytes.data() + ulp_begin - sizeof iml_length, &iml_length, sizeof iml_length);
+    }
+
     std::span<const uint8_t> bytes() const noexcept { return utc_bytes; }
-    void clear() noexcept { utc_bytes.clear(); }
+    /** Forgets the values, or those behind so many bytes. The memory is used again. */
+    void clear(size_t ulp_rest = 0) noexcept
+    {
+        utc_bytes.erase(utc_bytes.begin() + static_cast<ptrdiff_t>(ulp_rest), utc_bytes.end());
+    }
 
 private:
     void append(const void *avp_from, size_t ulp_length)
     {
         if (ulp_length == 0)
             return; // an empty list may have no address
-        const size_t ull_at = utc_bytes.size();
-        utc_bytes.resize(ull_at + ulp_length);
-        std::memcpy(utc_bytes.data() + ull_at, avp_from, ulp_length);
+        const auto *autl_from = static_cast<const uint8_t *>(avp_from);
+        utc_bytes.insert(utc_bytes.end(), autl_from, autl_from + ulp_length);
     }
 
     std::vector<uint8_t> utc_bytes;

@@ -72,12 +72,12 @@ const char *text_of(const dsd_failure &dsp_failure) noexcept
 }
 
 /** Whether the orders behind one with these results wait: there is none, or its first number has one of the bits. */
-bool stops(const c_message_writer &dsp_results, uint32_t ump_bits)
+bool stops(std::span<const uint8_t> utp_results, uint32_t ump_bits)
 {
-    if (dsp_results.bytes().size() < sizeof ump_bits)
+    if (utp_results.size() < sizeof ump_bits)
         return true;
     uint32_t uml_first = 0;
-    std::memcpy(&uml_first, dsp_results.bytes().data(), sizeof uml_first);
+    std::memcpy(&uml_first, utp_results.data(), sizeof uml_first);
     return (uml_first & ump_bits) != 0;
 }
 
@@ -92,23 +92,25 @@ void do_several(dsd_workplace &dsp_place, c_message_reader &dsp_orders, c_messag
     bool bl_goes_on = true;
     while (bl_goes_on && !dsp_orders.empty() && dsp_results.bytes().size() < ull_most) {
         const auto iml_kind = dsp_orders.take<int32_t>();
-        const auto utl_message = dsp_orders.take_bytes();
-        c_message_reader dsl_message(std::vector<uint8_t>(utl_message.begin(), utl_message.end()));
-        c_message_writer dsl_results;
+        c_message_reader dsl_message(dsp_orders.take_bytes());
         dsp_place.dsc_lane.count_order();
+        const size_t ull_before = dsp_results.bytes().size();
         try {
-            do_work(dsp_place, iml_kind, dsl_message, dsl_results);
             dsp_results.put(int32_t{WorkerAnswer::DONE});
-            bl_goes_on = !stops(dsl_results, uml_bits);
+            const size_t ull_results = dsp_results.begin_list();
+            do_work(dsp_place, iml_kind, dsl_message, dsp_results);
+            dsp_results.end_list(ull_results);
+            bl_goes_on = !stops(dsp_results.bytes().subspan(ull_results), uml_bits);
         } catch (...) {
             const dsd_failure dsl_failure = current_failure();
-            dsl_results.clear();
-            dsl_results.put(dsl_failure.imc_kind);
-            dsl_results.put_text(text_of(dsl_failure));
+            dsp_results.clear(ull_before);
             dsp_results.put(int32_t{WorkerAnswer::FAILED});
+            const size_t ull_results = dsp_results.begin_list();
+            dsp_results.put(dsl_failure.imc_kind);
+            dsp_results.put_text(text_of(dsl_failure));
+            dsp_results.end_list(ull_results);
             bl_goes_on = false;
         }
-        dsp_results.put_all(dsl_results.bytes());
         dsp_place.dsc_lane.leave(dsp_results.bytes());
         std::atomic_ref(dsp_place.dsc_lane.progress()).fetch_add(1, std::memory_order_relaxed);
     }
@@ -117,12 +119,13 @@ void do_several(dsd_workplace &dsp_place, c_message_reader &dsp_orders, c_messag
 
 void do_order(dsd_workplace &dsp_place, c_lane::dsd_order &dsp_order)
 {
-    c_message_writer dsl_results;
+    c_message_writer &dsl_results = dsp_place.dsc_results;
+    dsl_results.clear();
     if (dsp_order.imc_kind == natives::WorkerOrder::SEVERAL)
         do_several(dsp_place, dsp_order.dsc_message, dsl_results);
     else
         do_work(dsp_place, dsp_order.imc_kind, dsp_order.dsc_message, dsl_results);
-    dsp_place.dsc_lane.finish(std::move(dsl_results));
+    dsp_place.dsc_lane.finish(dsl_results);
 }
 
 /** Does what the lane is told until it ends. */

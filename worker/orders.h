@@ -36,6 +36,10 @@ struct dsd_workplace
 
     /** Whether orders of the last message wait for another one. */
     bool bc_stopped = false;
+    /** Slots of closed pictures that were taken and are in no results yet. */
+    size_t ulc_closed = 0;
+    /** Of the order in work. */
+    c_message_writer dsc_results{};
     std::unique_ptr<c_mediareader> dsc_reader{};
     std::unique_ptr<c_packet_splitter> dsc_splitter{};
     std::unique_ptr<c_videocodec> dsc_video{};

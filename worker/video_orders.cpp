@@ -6,6 +6,7 @@
 #include "worker/orders.h"
 
 #include <natives/PictureCall.h>
+#include <natives/WorkerLane.h>
 #include <natives/WorkerOrder.h>
 
 #include <algorithm>
@@ -20,9 +21,14 @@ namespace WorkerOrder = natives::WorkerOrder;
 namespace
 {
 
+using slots = std::array<int64_t, natives::WorkerLane::MOST_CLOSED>;
+
 void make(dsd_workplace &dsp_place, std::unique_ptr<c_vformat> dsp_format)
 {
     dsp_place.dsc_video.reset();
+    slots aill_of_other{};
+    static_cast<void>(dsp_place.dsc_lane.take_closed(aill_of_other));
+    dsp_place.ulc_closed = 0;
     auto dsl_codec = std::make_unique<c_videocodec>(&dsp_place.dsc_ffmpeg, std::move(dsp_format));
     dsl_codec->append_dst_format(std::make_unique<c_colormodel>());
     dsl_codec->set_option("pooled_pictures", 1);
@@ -74,6 +80,15 @@ void find_blocks(const c_shared_memory &dsp_memory, std::span<int64_t> ailp_call
     }
 }
 
+/** Takes the memory of pictures that were closed since the order was given. */
+void close_pictures(dsd_workplace &dsp_place, c_videocodec &dsp_codec)
+{
+    slots aill_slots{};
+    const size_t ull_count = dsp_place.dsc_lane.take_closed(aill_slots);
+    dsp_codec.close_pictures(std::span(aill_slots).first(ull_count));
+    dsp_place.ulc_closed += ull_count;
+}
+
 void decode(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_writer &dsp_results)
 {
     c_videocodec &dsl_codec = require(dsp_place.dsc_video);
@@ -81,10 +96,12 @@ void decode(dsd_workplace &dsp_place, c_message_reader &dsp_order, c_message_wri
     std::array<int64_t, PictureCall::SIZE> aill_call{};
     dsp_order.take_all(std::span<int64_t>(aill_call));
     const auto utl_packet = dsp_order.take_bytes();
+    close_pictures(dsp_place, dsl_codec); // a block of the call may have the slot of one of these
     find_blocks(dsp_place.dsc_memory, aill_call);
     picture_call::add_blocks(dsl_codec, aill_call);
     const auto utl_input = utl_packet.empty() ? std::span<uint8_t>() : padded_copy(dsl_codec.input(), utl_packet);
     const int32_t iml_result = picture_call::decode(dsl_codec, utl_input, iml_flags, aill_call);
+    aill_call[PictureCall::CLOSED] = static_cast<int64_t>(std::exchange(dsp_place.ulc_closed, 0));
     dsp_results.put(iml_result);
     dsp_results.put_all(std::span<const int64_t>(aill_call));
 }

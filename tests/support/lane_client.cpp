@@ -82,6 +82,14 @@ void c_lane_client::end()
     take();
 }
 
+void c_lane_client::close_picture(int32_t imp_slot)
+{
+    const std::atomic_ref uml_closed(field<uint32_t>(WorkerLane::CLOSED));
+    const uint32_t uml_place = uml_closed.load() % uint32_t{WorkerLane::MOST_CLOSED};
+    field<int32_t>(WorkerLane::CLOSED_SLOTS + static_cast<int32_t>(uml_place * sizeof(int32_t))) = imp_slot;
+    uml_closed.fetch_add(1);
+}
+
 uint32_t c_lane_client::progress() const
 {
     return std::atomic_ref(field<uint32_t>(WorkerLane::PROGRESS)).load();

@@ -67,6 +67,9 @@ public:
     /** Ends the lane and waits until it has ended. */
     void end();
 
+    /** Tells the worker that the picture in a block is closed, at any time. */
+    void close_picture(int32_t imp_slot);
+
     /** What orders have written into the sink. */
     const std::vector<uint8_t> &written() const noexcept { return utc_written; }
     /** What the worker has got done. */

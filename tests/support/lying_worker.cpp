@@ -69,7 +69,7 @@ public:
             turn_to(iml_half);
             turn_true_worker_to(iml_half);
             for (const int32_t iml_field : aim_longs)
-                set(utc_true, iml_field, int64_t{WorkerLane::END});
+                set(true_owner(iml_field), iml_field, int64_t{WorkerLane::END});
         }
     }
 
@@ -102,8 +102,8 @@ public:
     }
 
 private:
-    static constexpr std::array aim_integers{WorkerLane::KIND, WorkerLane::LENGTH, WorkerLane::AREA_SIZE,
-                                             WorkerLane::BLOCK_SIZE, WorkerLane::PROGRESS};
+    static constexpr std::array aim_integers{WorkerLane::KIND,       WorkerLane::LENGTH,   WorkerLane::AREA_SIZE,
+                                             WorkerLane::BLOCK_SIZE, WorkerLane::PROGRESS, WorkerLane::CLOSED_TAKEN};
     static constexpr std::array aim_longs{WorkerLane::AREA, WorkerLane::BLOCK};
 
     static std::span<uint8_t> half(std::span<uint8_t> utp_halves, int32_t imp_half)
@@ -121,6 +121,14 @@ private:
         imc_true_half = imp_half;
         utc_true = half(utc_true_halves, imp_half);
     }
+    /** What has a field: the half, or the lane. */
+    static std::span<uint8_t> owner(std::span<uint8_t> utp_lane, std::span<uint8_t> utp_half, int32_t imp_field)
+    {
+        return imp_field < WorkerLane::BLOCK ? utp_half : utp_lane;
+    }
+    std::span<uint8_t> owner(int32_t imp_field) const { return owner(utc_halves, utc_lane, imp_field); }
+    std::span<uint8_t> true_owner(int32_t imp_field) const { return owner(utc_true_halves, utc_true, imp_field); }
+
     static bool ends_order(std::span<uint8_t> utp_half)
     {
         const auto iml_answer = get<int32_t>(utp_half, WorkerLane::KIND);
@@ -171,9 +179,9 @@ private:
     template <class T> T without_lie(int32_t imp_field) const
     {
         const auto dsl_lie = dsc_lies.find(imp_field);
-        const T dsl_value = get<T>(utc_lane, imp_field);
+        const T dsl_value = get<T>(owner(imp_field), imp_field);
         const bool bl_lie = dsl_lie != dsc_lies.end() && static_cast<T>(dsl_lie->second) == dsl_value;
-        return bl_lie ? get<T>(utc_true, imp_field) : dsl_value;
+        return bl_lie ? get<T>(true_owner(imp_field), imp_field) : dsl_value;
     }
 
     /** Passes a part of the memory on, if it is one. */
@@ -185,11 +193,19 @@ private:
             dsc_memory.part(ill_offset, iml_size);
             if (iml_size < im_smallest_part)
                 return;
-            set(utc_true, imp_offset, ill_offset);
-            set(utc_true, imp_size, iml_size);
+            set(true_owner(imp_offset), imp_offset, ill_offset);
+            set(true_owner(imp_size), imp_size, iml_size);
         } catch (const std::out_of_range &) {
             // The true worker keeps the part that it had.
         }
+    }
+
+    /** Passes the slots of closed pictures on. */
+    void pass_closed()
+    {
+        set(utc_true_halves, WorkerLane::CLOSED, get<int32_t>(utc_halves, WorkerLane::CLOSED));
+        std::ranges::copy(utc_halves.subspan(WorkerLane::CLOSED_SLOTS, WorkerLane::MOST_CLOSED * sizeof(int32_t)),
+                          utc_true_halves.begin() + WorkerLane::CLOSED_SLOTS);
     }
 
     /** Has the true worker answer what the lane says. */
@@ -200,14 +216,15 @@ private:
         set(utc_true, WorkerLane::KIND, get<int32_t>(utc_lane, WorkerLane::KIND));
         set(utc_true, WorkerLane::LENGTH,
             std::clamp(get<int32_t>(utc_lane, WorkerLane::LENGTH), 0, get<int32_t>(utc_true, WorkerLane::AREA_SIZE)));
+        pass_closed();
         const uint32_t uml_turn = turn(utc_true).fetch_add(1) + 1;
         wake(utc_true);
         while (turn(utc_true).load() == uml_turn)
             wait_while(utc_true, uml_turn);
         for (const int32_t iml_field : aim_integers)
-            set(utc_lane, iml_field, get<int32_t>(utc_true, iml_field));
+            set(owner(iml_field), iml_field, get<int32_t>(true_owner(iml_field), iml_field));
         for (const int32_t iml_field : aim_longs)
-            set(utc_lane, iml_field, get<int64_t>(utc_true, iml_field));
+            set(owner(iml_field), iml_field, get<int64_t>(true_owner(iml_field), iml_field));
     }
 
     int64_t some_number()
@@ -224,12 +241,16 @@ private:
     {
         const uint64_t ull_field = dsc_random() % (aim_integers.size() + aim_longs.size());
         if (ull_field < aim_longs.size())
-            set(utc_lane, aim_longs[ull_field], dsc_lies[aim_longs[ull_field]] = some_number());
+            set(owner(aim_longs[ull_field]), aim_longs[ull_field], dsc_lies[aim_longs[ull_field]] = some_number());
         else if (ull_field == aim_longs.size()) // an answer that there is
             set(utc_lane, WorkerLane::KIND, static_cast<int32_t>(dsc_random() % (im_last_kind + 1)));
         else
-            set(utc_lane, aim_integers[ull_field - aim_longs.size()],
-                static_cast<int32_t>(dsc_lies[aim_integers[ull_field - aim_longs.size()]] = some_number()));
+            lie_in_an_integer(aim_integers[ull_field - aim_longs.size()]);
+    }
+
+    void lie_in_an_integer(int32_t imp_field)
+    {
+        set(owner(imp_field), imp_field, static_cast<int32_t>(dsc_lies[imp_field] = some_number()));
     }
 
     /** Some values of the message, wherever the caller wants it. */

@@ -3,6 +3,7 @@
 #include "jni/exceptions.h"
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 #include <numeric>
 #include <span>
@@ -36,7 +37,8 @@ c_reader_limits::values c_reader_limits::usual() noexcept
     return aill_values;
 }
 
-c_reader_limits::c_reader_limits(const values &ailp_values) : ailc_values(ailp_values), ilc_start(processor_time())
+c_reader_limits::c_reader_limits(const values &ailp_values)
+    : ailc_values(ailp_values), dsc_start(std::chrono::steady_clock::now()), ilc_start(processor_time())
 {
     if (const int64_t ill_least = std::ranges::min(ailp_values); ill_least <= 0)
         throw_ffmpeg_exception(2617, "a limit is not positive: ", ill_least);
@@ -45,6 +47,15 @@ c_reader_limits::c_reader_limits(const values &ailp_values) : ailc_values(ailp_v
 bool c_reader_limits::has_enough_packets() const noexcept
 {
     return bc_opening && ilc_packets >= ailc_values[ReaderLimitFields::PACKETS];
+}
+
+/** The kernel tells the processor time, which takes longer than reading a small packet. It is never more than the time. */
+bool c_reader_limits::takes_too_long() const noexcept
+{
+    using std::chrono::milliseconds;
+    const auto dsl_time = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - dsc_start);
+    const int64_t ill_longest = ailc_values[ReaderLimitFields::PROCESSOR_TIME];
+    return dsl_time.count() >= ill_longest && processor_time() - ilc_start > ill_longest;
 }
 
 int c_reader_limits::exceeded(const AVFormatContext *adsp_context) const noexcept
@@ -57,7 +68,7 @@ int c_reader_limits::exceeded(const AVFormatContext *adsp_context) const noexcep
         return in_none;
     if (ilc_bytes > ailc_values[ReaderLimitFields::BYTES])
         return ReaderLimitFields::BYTES;
-    if (processor_time() - ilc_start > ailc_values[ReaderLimitFields::PROCESSOR_TIME])
+    if (takes_too_long())
         return ReaderLimitFields::PROCESSOR_TIME;
     const auto ill_entries = std::accumulate(
         adsl_streams.begin(), adsl_streams.end(), int64_t{0},

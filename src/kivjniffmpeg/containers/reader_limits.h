@@ -7,6 +7,7 @@
 #include <natives/ReaderLimitFields.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 
 /**
@@ -60,9 +61,11 @@ public:
 
 private:
     int exceeded(const AVFormatContext *adsp_context) const noexcept;
+    bool takes_too_long() const noexcept;
 
     values ailc_values;
-    int64_t ilc_start;
+    std::chrono::steady_clock::time_point dsc_start;
+    int64_t ilc_start; // processor time
     int64_t ilc_bytes = 0;
     int64_t ilc_packets = 0;
     bool bc_opening = true;

@@ -58,6 +58,9 @@ bytes film_of(const std::string &strp_name)
     return {std::istreambuf_iterator<char>(dsl_file), {}};
 }
 
+/** More bytes than some pictures of 322x242 need, and fewer than all of a film. */
+constexpr size_t ul_few_pictures = 24 * 352 * 288 * 3 / 2;
+
 /** A film in memory, for the reader of this process. */
 class c_film_source final : public ca_byte_source
 {
@@ -197,7 +200,9 @@ std::vector<bytes> everything_behind_the_wall(c_worker &dsp_worker, const bytes 
     dsl_decoder.order(WorkerOrder::VIDEO_CREATE, stream_order(dsl_reader));
     EXPECT_EQ(dsl_decoder.order(WorkerOrder::VIDEO_OPEN).take<int32_t>(), 1);
     size_t ull_free = dsl_reader.blocks();
-    return everything_of({
+    int64_t ill_open = -1; // the slot of the last picture, which is closed before the next one comes
+    int64_t ill_closed = 0;
+    auto utl_all = everything_of({
         [&](std::vector<int64_t> &ailp_fields, bytes &utp_packet) {
             c_message_writer dsl_order;
             dsl_order.put(int32_t{-1});
@@ -211,6 +216,9 @@ std::vector<bytes> everything_behind_the_wall(c_worker &dsp_worker, const bytes 
             return true;
         },
         [&](bytes &utp_packet, int32_t imp_flags, std::array<int64_t, PictureCall::SIZE> &ailp_call) {
+            if (ill_open >= 0)
+                dsl_decoder.close_picture(static_cast<int32_t>(ill_open));
+            ill_closed += ill_open >= 0 ? 1 : 0;
             c_message_writer dsl_order;
             dsl_order.put(imp_flags);
             dsl_order.put_all(std::span<const int64_t>(ailp_call));
@@ -218,6 +226,8 @@ std::vector<bytes> everything_behind_the_wall(c_worker &dsp_worker, const bytes 
             c_message_reader dsl_results = dsl_decoder.order(WorkerOrder::VIDEO_DECODE, dsl_order);
             const auto iml_result = dsl_results.take<int32_t>();
             dsl_results.take_all(std::span<int64_t>(ailp_call));
+            ill_open = (iml_result & natives::PictureResult::PICTURE) != 0 ? ailp_call[PictureCall::SLOT] : -1;
+            ill_closed -= ailp_call[PictureCall::CLOSED];
             return iml_result;
         },
         [&](size_t ulp_size) {
@@ -226,6 +236,9 @@ std::vector<bytes> everything_behind_the_wall(c_worker &dsp_worker, const bytes 
                              reinterpret_cast<uint8_t *>(dsp_worker.memory().data() + ull_at));
         },
     });
+    EXPECT_EQ(ill_closed, 0) << "the worker says how many it has taken";
+    EXPECT_LT(ull_free - dsl_reader.blocks(), ul_few_pictures) << "a block serves again when its picture is closed";
+    return utl_all;
 }
 
 std::vector<bytes> everything_in_this_process(const bytes &utp_film)

@@ -104,7 +104,10 @@ public final class PictureCall {
     /** Out, with or without a picture: how many errors FFmpeg logged on the calling thread during the call. */
     @Native public static final int ERRORS = 47;
 
-    /** In: in how many blocks the caller has closed the picture, so that the decoder may use them again. */
+    /**
+     * In: in how many blocks the caller has closed the picture, so that the decoder may use them again. Out, from a worker: how
+     * many slots it has taken of {@link WorkerLane#CLOSED_SLOTS} since the results before.
+     */
     @Native public static final int CLOSED = 48;
 
     /** In: their slots. */

@@ -51,5 +51,20 @@ public final class WorkerLane {
     /** In the lane, an {@code int} that changes while the worker gets on with a long order. */
     @Native public static final int PROGRESS = 36;
 
+    /**
+     * In the lane, an {@code int}: how many slots of blocks the caller has written, one for each picture that it has closed. It
+     * writes them at any time, so that orders in work find the memory while it is in the processor's cache.
+     */
+    @Native public static final int CLOSED = 40;
+
+    /** In the lane, an {@code int}: how many of these the worker has taken. */
+    @Native public static final int CLOSED_TAKEN = 44;
+
+    /** In the lane, an {@code int} for each of these slots, one after the other and then from the first one again. */
+    @Native public static final int CLOSED_SLOTS = 96;
+
+    /** Slots that the worker has not taken yet, at most; a power of two. */
+    @Native public static final int MOST_CLOSED = 8;
+
     private WorkerLane() {}
 }

@@ -13,6 +13,11 @@ import java.util.function.Predicate;
 final class DecodingAhead<T> {
 
     private static final int FIRST = 2;
+    /**
+     * Orders are added when that part of a message's results is left. The caller then has closed the other pictures, and their
+     * memory is still in the cache of the worker's processor; the worker has the next message.
+     */
+    private static final int LATE = 4;
 
     private final Lane lane;
     private final OrdersAhead<T> orders;
@@ -40,7 +45,7 @@ final class DecodingAhead<T> {
 
     /** {@return how many orders may be added now} @param bytes what comes of one */
     int room(long bytes) {
-        if (surprised || !orders.hasRoom()) {
+        if (surprised || !orders.hasRoom() || orders.waiting() > several / LATE) {
             return 0;
         }
         return (int) Math.max(1, Math.min(several, mostBytes / Math.max(1, bytes)));

@@ -2,6 +2,8 @@ package kiv.media.ffmpeg.wall;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
+import java.lang.invoke.MethodHandles;
+import java.lang.invoke.VarHandle;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
@@ -23,6 +25,7 @@ public final class Lane implements AutoCloseable {
     private static final int USUAL_AREA = 64 * 1024;
     /** No message is larger: a packet or an extradata of FFmpeg's has 31 bits, and memory has a limit. */
     private static final int LARGEST_AREA = 1 << 30;
+    private static final VarHandle INTS = MethodHandles.byteBufferViewVarHandle(int[].class, ByteOrder.nativeOrder());
 
     private final Worker worker;
     private final int number;
@@ -42,6 +45,8 @@ public final class Lane implements AutoCloseable {
     private boolean clear = true;
     /** Whether the worker may ask for the channel now. */
     private boolean mayAsk;
+    /** How many slots were written into the lane. */
+    private int closedSlots;
     /** Where the length of the newest of several orders is in the message; 0 for none. */
     private int lengthOfNewest;
 
@@ -297,6 +302,17 @@ public final class Lane implements AutoCloseable {
         }
         inWork.add(half);
         giveNext(WorkerOrder.SEVERAL);
+    }
+
+    /** Tells the worker, also while it works, that the picture in a block was closed. {@return false when there is no room} */
+    boolean tellClosed(int slot) {
+        int untaken = closedSlots - (int) INTS.getAcquire(fields, WorkerLane.CLOSED_TAKEN);
+        if (untaken < 0 || untaken >= WorkerLane.MOST_CLOSED) {
+            return false;
+        }
+        fields.putInt(WorkerLane.CLOSED_SLOTS + Math.floorMod(closedSlots, WorkerLane.MOST_CLOSED) * Integer.BYTES, slot);
+        INTS.setRelease(fields, WorkerLane.CLOSED, ++closedSlots);
+        return true;
     }
 
     /** {@return whether several orders were started whose results nobody has taken} */

@@ -69,6 +69,11 @@ final class OrdersAhead<T> {
         return !stopped && lane.hasRoom();
     }
 
+    /** {@return how many orders are done whose results nobody has asked for} */
+    int waiting() {
+        return done.size();
+    }
+
     /** {@return how many orders were given or done whose results nobody has asked for} */
     int size() {
         int size = done.size();

@@ -48,6 +48,8 @@ public final class RemotePictureDecoder implements PictureDecoder {
     private final Deque<Long> released = new ArrayDeque<>();
     /** Pictures that come with others. */
     private final Deque<Kept> kept = new ArrayDeque<>();
+    /** How many slots the worker was told of, and has not taken before the last results. */
+    private int told;
     /** How many more blocks the decoder has free behind the orders in work, if FFmpeg keeps as many as it has. */
     private int inWork;
     /** As {@link PictureCall#WANTED} of the last results. */
@@ -300,6 +302,10 @@ public final class RemotePictureDecoder implements PictureDecoder {
             close(call[PictureCall.CLOSED_SLOTS + i]);
         }
         call[PictureCall.CLOSED] = 0;
+        while (!closed.isEmpty() && lane.works() && lane.tellClosed((int) (long) closed.element())) {
+            closed.remove();
+            told++;
+        }
     }
 
     /** The decoder may use a block again, unless it has released it before. Another block has the slot then. */
@@ -343,7 +349,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
     public long[] nextCall() {
         long[] call = spare.isEmpty() ? new long[PictureCall.SIZE] : spare.remove();
         // The picture of this packet takes one block.
-        call[PictureCall.WANTED] = Math.max(0, wanted + 1 - inWork - closed.size() - blocks.size());
+        call[PictureCall.WANTED] = Math.max(0, wanted + 1 - inWork - told - closed.size() - blocks.size());
         call[PictureCall.WANTED_BYTES] = wantedBytes;
         return call;
     }
@@ -405,6 +411,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
         if (++results > MOST_PICTURES || call[PictureCall.WANTED] > MOST_WANTED
                 || !isWithin(call[PictureCall.WANTED_BYTES], Integer.MAX_VALUE)
                 || !isWithin(call[PictureCall.RELEASED], PictureCall.MOST_RELEASED)
+                || !isWithin(call[PictureCall.CLOSED], told)
                 || (result & PictureResult.PICTURE) != 0 && !isPicture(call)) {
             return false;
         }
@@ -416,6 +423,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
             slots.clear((int) slot);
             closed.remove(slot);
         }
+        told -= (int) call[PictureCall.CLOSED];
         return true;
     }
 
