@@ -1,6 +1,7 @@
 package kiv.media.ffmpeg.wall;
 
 import java.util.ArrayDeque;
+import java.util.ArrayList;
 import java.util.Deque;
 import java.util.HashMap;
 import java.util.List;
@@ -17,24 +18,28 @@ final class PacketHistory {
 
     /** Decoders deliver a picture fewer packets later. */
     private static final int LEAST_PACKETS = 32;
-    private static final long MOST_BYTES = 32L << 20;
-    /** An array is used again for a packet that is somewhat longer. */
-    private static final int SLACK = 512;
+    private static final int MOST_BYTES = 32 << 20;
+    private static final int LEAST_BYTES = 64 * 1024;
 
     /**
      * A packet.
      *
-     * @param bytes begins with a copy
-     * @param length bytes of the packet
+     * @param bytes a copy
      * @param key of its call
      */
-    record Asked(byte[] bytes, int length, int flags, long key) {
+    record Asked(byte[] bytes, int flags, long key) {
     }
 
-    private final Deque<Asked> packets = new ArrayDeque<>();
-    /** Arrays that are used again. */
-    private final Deque<byte[]> spare = new ArrayDeque<>();
-    private long bytes;
+    private record Kept(int length, int flags, long key) {
+    }
+
+    private final Deque<Kept> packets = new ArrayDeque<>();
+    /** Their bytes, one behind the other and from the end on to the beginning. A new array for each would have to be cleared. */
+    private byte[] ring = {};
+    /** Where the first packet begins. */
+    private int begin;
+    /** Bytes of all. */
+    private int used;
     /** Whether the decoder may work ahead, so that packets are kept. */
     private boolean kept;
     /** Whether a decoder that has decoded these has the state that it has. */
@@ -61,36 +66,54 @@ final class PacketHistory {
         if (isKey) {
             forgetOld();
         }
-        byte[] copy = spare.isEmpty() || spare.peek().length < length ? new byte[length + SLACK] : spare.remove();
-        System.arraycopy(packet, 0, copy, 0, length);
-        packets.add(new Asked(copy, length, flags, key));
-        bytes += copy.length;
-        complete |= packets.size() > LEAST_PACKETS;
-        if (bytes > MOST_BYTES) {
+        if (length > MOST_BYTES - used) {
             clear();
             complete = false;
+            return;
         }
+        makeRoom(length);
+        int at = (begin + used) % ring.length;
+        int before = Math.min(length, ring.length - at);
+        System.arraycopy(packet, 0, ring, at, before);
+        System.arraycopy(packet, before, ring, 0, length - before);
+        used += length;
+        packets.add(new Kept(length, flags, key));
+        complete |= packets.size() > LEAST_PACKETS;
+    }
+
+    private void makeRoom(int length) {
+        if (length > ring.length - used) {
+            byte[] larger = new byte[Math.max(LEAST_BYTES, Math.min(MOST_BYTES, Math.max(2 * ring.length, used + length)))];
+            copy(begin, larger, used);
+            ring = larger;
+            begin = 0;
+        }
+    }
+
+    private void copy(int from, byte[] to, int length) {
+        int before = Math.min(length, ring.length - from);
+        System.arraycopy(ring, from, to, 0, before);
+        System.arraycopy(ring, 0, to, before, length - before);
     }
 
     /** Drops what lies before the last key picture that has enough packets behind it. */
     private void forgetOld() {
         int at = 0;
         int drop = 0;
-        for (Asked asked : packets) {
-            if ((asked.flags & ProcessFlags.KEY) != 0 && packets.size() - at >= LEAST_PACKETS) {
+        for (Kept kept : packets) {
+            if ((kept.flags & ProcessFlags.KEY) != 0 && packets.size() - at >= LEAST_PACKETS) {
                 drop = at;
             }
             at++;
         }
-        spare.clear();
         for (; drop > 0; drop--) {
-            Asked old = packets.remove();
+            Kept old = packets.remove();
             delivered.remove(old.key);
-            bytes -= old.bytes.length;
-            spare.add(old.bytes);
+            begin = (begin + old.length) % ring.length;
+            used -= old.length;
         }
         if (delivered.size() > packets.size()) {
-            delivered.keySet().retainAll(packets.stream().map(Asked::key).collect(Collectors.toSet()));
+            delivered.keySet().retainAll(packets.stream().map(Kept::key).collect(Collectors.toSet()));
         }
     }
 
@@ -103,7 +126,15 @@ final class PacketHistory {
 
     /** {@return the packets, in their order} */
     List<Asked> packets() {
-        return List.copyOf(packets);
+        List<Asked> asked = new ArrayList<>();
+        int at = begin;
+        for (Kept kept : packets) {
+            byte[] bytes = new byte[kept.length];
+            copy(at, bytes, kept.length);
+            asked.add(new Asked(bytes, kept.flags, kept.key));
+            at = (at + kept.length) % ring.length;
+        }
+        return asked;
     }
 
     /** {@return how many pictures of which packet were delivered, a copy} */
@@ -114,9 +145,8 @@ final class PacketHistory {
     /** The decoder begins anew. */
     void clear() {
         packets.clear();
-        spare.clear();
         delivered.clear();
-        bytes = 0;
+        used = 0;
         complete = true;
     }
 }

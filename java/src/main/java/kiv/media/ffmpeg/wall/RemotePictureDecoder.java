@@ -207,8 +207,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
     }
 
     private static PacketHistory.Asked asked(byte[] packet, int length, int flags, long[] call) {
-        return new PacketHistory.Asked(length == 0 ? new byte[0] : Arrays.copyOf(packet, length), length, flags,
-                call[PictureCall.KEY]);
+        return new PacketHistory.Asked(length == 0 ? new byte[0] : Arrays.copyOf(packet, length), flags, call[PictureCall.KEY]);
     }
 
     /** Decodes what was decoded before, and then the packet that is asked for. It returns when memory is wanted, too. */
@@ -220,7 +219,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
             call[PictureCall.KEY] = next.key();
             int result = 0;
             try {
-                result = decodeNow(next.bytes(), begun ? 0 : next.length(), begun ? 0 : next.flags(), call);
+                result = decodeNow(next.bytes(), begun ? 0 : next.bytes().length, begun ? 0 : next.flags(), call);
             } catch (RuntimeException | Error e) {
                 if (isLast || !lane.worker().isAlive()) {
                     again.clear();
