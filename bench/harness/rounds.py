@@ -12,9 +12,9 @@ MEAN_TOLERANCE = 2.0
 LARGEST_TOLERANCE = 12.0
 # What an encoder puts before its sound, which some leave out.
 MOST_SAMPLES_BEFORE = 2048
-LEAST_WARM_ROUNDS = 3
+LEAST_WARM_ROUNDS = 6
 MOST_WARM_ROUNDS = 100
-WARM_SECONDS = 1.5
+WARM_SECONDS = 6
 
 
 def difference(outcome, expected, bits_matter, slack):
