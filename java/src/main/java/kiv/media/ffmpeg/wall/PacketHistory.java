@@ -1,7 +1,7 @@
 package kiv.media.ffmpeg.wall;
 
 import java.util.ArrayDeque;
-import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.Deque;
 import java.util.HashMap;
 import java.util.List;
@@ -19,7 +19,7 @@ final class PacketHistory {
     /** Decoders deliver a picture fewer packets later. */
     private static final int LEAST_PACKETS = 32;
     private static final int MOST_BYTES = 32 << 20;
-    private static final int LEAST_BYTES = 64 * 1024;
+    private static final int USUAL_ARRAY = 64 * 1024;
 
     /**
      * A packet.
@@ -30,16 +30,21 @@ final class PacketHistory {
     record Asked(byte[] bytes, int flags, long key) {
     }
 
-    private record Kept(int length, int flags, long key) {
+    /** Its bytes are a part of an array that packets have in common: a new array for each would have to be cleared. */
+    private record Kept(byte[] array, int from, int length, int flags, long key) {
+        Asked asked() {
+            return new Asked(Arrays.copyOfRange(array, from, from + length), flags, key);
+        }
     }
 
     private final Deque<Kept> packets = new ArrayDeque<>();
-    /** Their bytes, one behind the other and from the end on to the beginning. A new array for each would have to be cleared. */
-    private byte[] ring = {};
-    /** Where the first packet begins. */
-    private int begin;
-    /** Bytes of all. */
-    private int used;
+    /** Arrays that are used again. */
+    private final Deque<byte[]> spare = new ArrayDeque<>();
+    /** The array of the last packets, and where the next one begins in it. */
+    private byte[] array = {};
+    private int next;
+    /** Bytes of all packets. */
+    private int bytes;
     /** Whether the decoder may work ahead, so that packets are kept. */
     private boolean kept;
     /** Whether a decoder that has decoded these has the state that it has. */
@@ -66,34 +71,21 @@ final class PacketHistory {
         if (isKey) {
             forgetOld();
         }
-        if (length > MOST_BYTES - used) {
+        if (length > MOST_BYTES - bytes) {
             clear();
             complete = false;
             return;
         }
-        makeRoom(length);
-        int at = (begin + used) % ring.length;
-        int before = Math.min(length, ring.length - at);
-        System.arraycopy(packet, 0, ring, at, before);
-        System.arraycopy(packet, before, ring, 0, length - before);
-        used += length;
-        packets.add(new Kept(length, flags, key));
-        complete |= packets.size() > LEAST_PACKETS;
-    }
-
-    private void makeRoom(int length) {
-        if (length > ring.length - used) {
-            byte[] larger = new byte[Math.max(LEAST_BYTES, Math.min(MOST_BYTES, Math.max(2 * ring.length, used + length)))];
-            copy(begin, larger, used);
-            ring = larger;
-            begin = 0;
+        if (length > array.length - next) {
+            byte[] old = spare.poll();
+            array = old != null && old.length >= length ? old : new byte[Math.max(USUAL_ARRAY, length)];
+            next = 0;
         }
-    }
-
-    private void copy(int from, byte[] to, int length) {
-        int before = Math.min(length, ring.length - from);
-        System.arraycopy(ring, from, to, 0, before);
-        System.arraycopy(ring, 0, to, before, length - before);
+        System.arraycopy(packet, 0, array, next, length);
+        packets.add(new Kept(array, next, length, flags, key));
+        next += length;
+        bytes += length;
+        complete |= packets.size() > LEAST_PACKETS;
     }
 
     /** Drops what lies before the last key picture that has enough packets behind it. */
@@ -109,8 +101,10 @@ final class PacketHistory {
         for (; drop > 0; drop--) {
             Kept old = packets.remove();
             delivered.remove(old.key);
-            begin = (begin + old.length) % ring.length;
-            used -= old.length;
+            bytes -= old.length;
+            if (old.array != array && (packets.isEmpty() || packets.peek().array != old.array)) {
+                spare.add(old.array);
+            }
         }
         if (delivered.size() > packets.size()) {
             delivered.keySet().retainAll(packets.stream().map(Kept::key).collect(Collectors.toSet()));
@@ -126,15 +120,7 @@ final class PacketHistory {
 
     /** {@return the packets, in their order} */
     List<Asked> packets() {
-        List<Asked> asked = new ArrayList<>();
-        int at = begin;
-        for (Kept kept : packets) {
-            byte[] bytes = new byte[kept.length];
-            copy(at, bytes, kept.length);
-            asked.add(new Asked(bytes, kept.flags, kept.key));
-            at = (at + kept.length) % ring.length;
-        }
-        return asked;
+        return packets.stream().map(Kept::asked).toList();
     }
 
     /** {@return how many pictures of which packet were delivered, a copy} */
@@ -145,8 +131,11 @@ final class PacketHistory {
     /** The decoder begins anew. */
     void clear() {
         packets.clear();
+        spare.clear();
+        array = new byte[0];
+        next = 0;
         delivered.clear();
-        used = 0;
+        bytes = 0;
         complete = true;
     }
 }
