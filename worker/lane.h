@@ -21,9 +21,9 @@ public:
 /**
  * The worker's side of a lane. One thread uses it.
  *
- * Each half of a lane is a game of two: each side writes only while it is its turn, and then gives the turn away. Slots of
- * closed pictures are the exception. The worker
- * does the orders in the two halves in turn. It trusts the caller, but not its own arithmetic: what leaves the memory throws.
+ * Each half of a lane is a game of two: each side writes only while it is its turn, and then gives the turn away. The slots of
+ * closed pictures are outside of the game. The worker does the orders in the two halves in turn. It trusts the caller, but not
+ * its own arithmetic: what leaves the memory throws.
  */
 class c_lane
 {

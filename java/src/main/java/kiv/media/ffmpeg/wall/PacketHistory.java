@@ -38,7 +38,7 @@ final class PacketHistory {
     }
 
     private final Deque<Kept> packets = new ArrayDeque<>();
-    /** Arrays that are used again. */
+    /** Arrays that are used again, from the last key picture on. */
     private final Deque<byte[]> spare = new ArrayDeque<>();
     /** The array of the last packets, and where the next one begins in it. */
     private byte[] array = {};
@@ -98,6 +98,7 @@ final class PacketHistory {
             }
             at++;
         }
+        spare.clear();
         for (; drop > 0; drop--) {
             Kept old = packets.remove();
             delivered.remove(old.key);
