@@ -120,6 +120,8 @@ c_lane::dsd_order c_lane::take_turn(std::vector<uint8_t> &utp_values)
     if (iml_length < 0 || static_cast<size_t>(iml_length) > utl_area.size())
         throw std::out_of_range("a message outside of its area");
     const auto utl_message = utl_area.first(static_cast<size_t>(iml_length));
+    if (utp_values.capacity() > ul_most_kept_bytes)
+        utp_values = {};
     utp_values.assign(utl_message.begin(), utl_message.end());
     return {read<int32_t>(WorkerLane::KIND), c_message_reader(std::span(utp_values))};
 }

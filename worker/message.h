@@ -83,6 +83,9 @@ private:
     size_t ulc_at = 0;
 };
 
+/** The most memory of a message that the next one uses again: a large packet's is given back. */
+constexpr size_t ul_most_kept_bytes = size_t{1} << 20U;
+
 /** Collects the values of a message. */
 class c_message_writer
 {
@@ -122,6 +125,13 @@ public:
     }
 
     std::span<const uint8_t> bytes() const noexcept { return utc_bytes; }
+    /** Forgets all values, and gives much memory back. */
+    void begin_anew() noexcept
+    {
+        if (utc_bytes.capacity() > ul_most_kept_bytes)
+            utc_bytes = {};
+        utc_bytes.clear();
+    }
     /** Forgets the values, or those behind so many bytes. The memory is used again. */
     void clear(size_t ulp_rest = 0) noexcept
     {

@@ -120,7 +120,7 @@ void do_several(dsd_workplace &dsp_place, c_message_reader &dsp_orders, c_messag
 void do_order(dsd_workplace &dsp_place, c_lane::dsd_order &dsp_order)
 {
     c_message_writer &dsl_results = dsp_place.dsc_results;
-    dsl_results.clear();
+    dsl_results.begin_anew();
     if (dsp_order.imc_kind == natives::WorkerOrder::SEVERAL)
         do_several(dsp_place, dsp_order.dsc_message, dsl_results);
     else

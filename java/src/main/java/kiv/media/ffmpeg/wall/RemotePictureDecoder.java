@@ -423,6 +423,7 @@ public final class RemotePictureDecoder implements PictureDecoder {
             closed.remove(slot);
         }
         told -= (int) call[PictureCall.CLOSED];
+        call[PictureCall.CLOSED] = 0; // the next call would take it for a list of slots
         return true;
     }
 
