@@ -80,10 +80,13 @@ void trace_silence() noexcept
     g_silent = true;
 }
 
+bool trace_is_silent() noexcept
+{
+    return g_silent.load(std::memory_order_relaxed);
+}
+
 void trace_to_output(const char *strp_format, ...)
 {
-    if (g_silent)
-        return;
     va_list dsl_arguments;
     va_start(dsl_arguments, strp_format);
     std::vprintf(strp_format, dsl_arguments);

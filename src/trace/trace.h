@@ -55,9 +55,10 @@ private:
 /** Writes a line in a scope that the caller opened. */
 #define TRACE_LINE_IN(scope, level, format, ...)                                                                       \
     do {                                                                                                               \
-        if (JNIEnv *const adsl_trace_env = trace_environment(); adsl_trace_env == nullptr)                             \
-            trace_to_output(format, (scope).indent(), (scope).name() __VA_OPT__(, ) __VA_ARGS__);                      \
-        else if (trace_has_receiver())                                                                                 \
+        if (JNIEnv *const adsl_trace_env = trace_environment(); adsl_trace_env == nullptr) {                           \
+            if (!trace_is_silent())                                                                                    \
+                trace_to_output(format, (scope).indent(), (scope).name() __VA_OPT__(, ) __VA_ARGS__);                  \
+        } else if (trace_has_receiver())                                                                               \
             trace_print(adsl_trace_env, level, format, (scope).indent(), (scope).name() __VA_OPT__(, ) __VA_ARGS__);   \
     } while (false)
 
@@ -70,10 +71,13 @@ JNIEnv *trace_environment() noexcept;
 /** Whether a Java object receives the lines. */
 bool trace_has_receiver() noexcept;
 
+/** Whether lines outside of Java calls are dropped. */
+bool trace_is_silent() noexcept;
+
 /** Whether a line would be written now: for work that only a line needs. */
 inline bool trace_is_wanted() noexcept
 {
-    return trace_environment() == nullptr || trace_has_receiver();
+    return trace_environment() == nullptr ? !trace_is_silent() : trace_has_receiver();
 }
 
 /**
