@@ -19,13 +19,15 @@ import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.wall.SpareMemory;
+import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
-/** Workers that end, and what they leave. */
+/** Workers that end, and what they leave. They are behind the wall in every round of the tests. */
+@Tag("wall")
 class WallTest {
 
     private static final Isolation WALL = Isolation.wall().withMemoryLimit(1L << 30).withDeadline(Duration.ofSeconds(2));
