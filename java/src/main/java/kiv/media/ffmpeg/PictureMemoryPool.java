@@ -113,7 +113,7 @@ final class PictureMemoryPool {
      * @throws MediaException when there is no memory for that block
      */
     void stock(long[] call, boolean needed) {
-        int wanted = (int) Math.min(call[PictureCall.WANTED], PictureCall.MOST_BLOCKS);
+        long wanted = Math.min(call[PictureCall.WANTED], PictureCall.MOST_BLOCKS);
         int count = 0;
         call[PictureCall.STOCKED] = 0;
         while (count < wanted) {

@@ -18,6 +18,7 @@ import java.util.stream.IntStream;
 import java.util.stream.Stream;
 import kiv.media.ffmpeg.exactness.Reference;
 import kiv.media.ffmpeg.natives.ConverterPlace;
+import kiv.media.ffmpeg.natives.PictureCall;
 import kiv.media.ffmpeg.natives.c_pictureconverter_ffmpeg;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -285,5 +286,18 @@ class PictureTest {
         pool.close();
         memory.release();
         assertThat(pool.take(64).buffer()).isNotSameAs(buffer);
+    }
+
+    /** Its lower half alone is more than a call has room for. */
+    @ParameterizedTest
+    @ValueSource(longs = {-1, Long.MIN_VALUE + 20, -(1L << 32) + 20})
+    void whoWantsLessThanNothingGetsNoMemory(long wanted) {
+        long[] call = new long[PictureCall.SIZE];
+        call[PictureCall.WANTED] = wanted;
+        call[PictureCall.WANTED_BYTES] = 64;
+        PictureMemoryPool pool = new PictureMemoryPool();
+        pool.stock(call, false);
+        assertThat(call).containsOnly(0, 64);
+        pool.close();
     }
 }

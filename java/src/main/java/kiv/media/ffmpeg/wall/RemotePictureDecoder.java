@@ -407,7 +407,8 @@ public final class RemotePictureDecoder implements PictureDecoder {
     }
 
     private boolean isPossible(int result, long[] call) {
-        if (++results > MOST_PICTURES || call[PictureCall.WANTED] > MOST_WANTED
+        // Less than nothing is wanted when the decoder has more free blocks than it needs.
+        if (++results > MOST_PICTURES || call[PictureCall.WANTED] < -MOST_WANTED || call[PictureCall.WANTED] > MOST_WANTED
                 || !isWithin(call[PictureCall.WANTED_BYTES], Integer.MAX_VALUE)
                 || !isWithin(call[PictureCall.RELEASED], PictureCall.MOST_RELEASED)
                 || !isWithin(call[PictureCall.CLOSED], told)
