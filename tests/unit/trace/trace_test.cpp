@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <thread>
 
 using namespace testing;
@@ -68,6 +69,27 @@ TEST_F(trace, line_is_cut_and_well_formed)
     EXPECT_EQ(last_line(strl_long + "\xC3\xA9"), strl_long + "?") << "cut in two";
     EXPECT_EQ(last_line("\xC3\xA9 \xE2\x82\xAC"), "\xC3\xA9 \xE2\x82\xAC");
     EXPECT_EQ(last_line("\x80 \xC3( \xE2\x82 \xFF \xC0\xAF \xF0\x9F\x98\x80"), "? ?( ?? ? ?? ????");
+}
+
+TEST_F(trace, silence_drops_lines_outside_of_calls_before_they_are_formatted)
+{
+    g_env = nullptr;
+    int inl_evaluated = 0;
+    const auto dsl_trace = [&] {
+        TRACE_LINE_IN(c_trace("silent", 1), im_level_error, "%s#%s(): n=%d", ++inl_evaluated);
+    };
+    const auto dsl_silent = [&] {
+        trace_silence();
+        dsl_trace();
+        return inl_evaluated == 0 && !trace_is_wanted();
+    };
+    const auto dsl_of_a_call = [&] {
+        g_env = &dsc_env;
+        dsl_trace();
+        return dsc_lines.size() == 1;
+    };
+    // In a process of its own, because silence stays.
+    EXPECT_EXIT(std::_Exit(dsl_silent() && dsl_of_a_call() ? 0 : 1), ExitedWithCode(0), "");
 }
 
 TEST_F(trace, outside_a_call_lines_go_to_standard_output_without_line_end)

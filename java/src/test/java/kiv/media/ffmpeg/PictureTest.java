@@ -288,7 +288,7 @@ class PictureTest {
         assertThat(pool.take(64).buffer()).isNotSameAs(buffer);
     }
 
-    /** Its lower half alone is more than a call has room for. */
+    /** A process behind the wall may say so, and the lower halves of such numbers may be large. */
     @ParameterizedTest
     @ValueSource(longs = {-1, Long.MIN_VALUE + 20, -(1L << 32) + 20})
     void whoWantsLessThanNothingGetsNoMemory(long wanted) {

@@ -26,7 +26,7 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
-/** Workers that end, and what they leave. They are behind the wall in every round of the tests. */
+/** Workers that end, and what they leave. The tests choose the wall themselves: rounds behind it need not repeat them. */
 @Tag("wall")
 class WallTest {
 
